@@ -1,0 +1,52 @@
+# Two interface targets stand for the platform's frameworks: vx_foundation and vx_appkit.
+# On macOS they are the system's; elsewhere they are GNUstep's, with the shims of Platform/GNUstep.
+add_library(vx_foundation INTERFACE)
+add_library(vx_appkit INTERFACE)
+target_link_libraries(vx_appkit INTERFACE vx_foundation)
+target_compile_options(vx_foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fblocks>)
+
+if(APPLE)
+  target_link_libraries(vx_foundation INTERFACE "-framework Foundation" "-framework CoreFoundation")
+  target_link_libraries(vx_appkit INTERFACE "-framework AppKit" "-framework CoreGraphics")
+  return()
+endif()
+
+find_package(Threads REQUIRED)
+
+find_path(VX_GNUSTEP_INCLUDE_DIR Foundation/Foundation.h PATH_SUFFIXES GNUstep)
+find_library(VX_GNUSTEP_BASE gnustep-base)
+find_library(VX_GNUSTEP_GUI gnustep-gui)
+find_library(VX_BLOCKS_RUNTIME BlocksRuntime)
+
+# The runtime's headers and library lie in GCC's own folder, newest version first.
+file(GLOB VX_GCC_DIRS LIST_DIRECTORIES true "/usr/lib/gcc/${CMAKE_SYSTEM_PROCESSOR}-linux-gnu/*")
+list(SORT VX_GCC_DIRS COMPARE NATURAL ORDER DESCENDING)
+find_path(VX_OBJC_INCLUDE_DIR objc/objc.h PATHS ${VX_GCC_DIRS} PATH_SUFFIXES include NO_DEFAULT_PATH)
+find_library(VX_OBJC objc PATHS ${VX_GCC_DIRS})
+
+foreach(found VX_GNUSTEP_INCLUDE_DIR VX_GNUSTEP_BASE VX_GNUSTEP_GUI VX_BLOCKS_RUNTIME
+              VX_OBJC_INCLUDE_DIR VX_OBJC)
+  if(NOT ${found})
+    message(FATAL_ERROR "GNUstep is not complete (${found}); docs/building.md names the packages.")
+  endif()
+endforeach()
+
+target_compile_options(vx_foundation INTERFACE
+  $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-runtime=gcc>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:-fexceptions>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-exceptions>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:-fconstant-string-class=NSConstantString>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:-fno-strict-aliasing>
+  # After clang's own folder, so that GCC's intrinsics headers do not shadow clang's.
+  "$<$<COMPILE_LANGUAGE:OBJCXX>:SHELL:-idirafter ${VX_OBJC_INCLUDE_DIR}>")
+target_compile_definitions(vx_foundation INTERFACE
+  $<$<COMPILE_LANGUAGE:OBJCXX>:GNUSTEP>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:GNUSTEP_BASE_LIBRARY=1>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:GNU_GUI_LIBRARY=1>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:GNU_RUNTIME=1>
+  $<$<COMPILE_LANGUAGE:OBJCXX>:_NATIVE_OBJC_EXCEPTIONS>)
+target_include_directories(vx_foundation SYSTEM INTERFACE
+  "${CMAKE_SOURCE_DIR}/Platform/GNUstep" "${VX_GNUSTEP_INCLUDE_DIR}")
+target_link_libraries(vx_foundation INTERFACE
+  ${VX_GNUSTEP_BASE} ${VX_OBJC} ${VX_BLOCKS_RUNTIME} Threads::Threads)
+target_link_libraries(vx_appkit INTERFACE ${VX_GNUSTEP_GUI})
