@@ -1,0 +1,95 @@
+// What open_bitlocker_device answers, for every program that loads the volume library.
+// The header stands alone: it needs neither the library nor any other header of ours.
+//
+// The entry takes three UTF-8 texts and the place for the volume:
+//   1. what to open: the path of a folder;
+//   2. how it is unlocked: "none";
+//   3. the secret: empty, and not looked at, when nothing is unlocked.
+// A status other than 0 always comes with a null volume. The numbers never change their
+// meaning: 1 to 19 concern opening anything at all, 20 to 39 encrypted disks and images.
+#pragma once
+
+#include <cstdint>
+
+enum class VolumeLibraryStatus : int32_t {
+    kSuccess = 0,
+
+    kArgumentMissing = 1,         // one of the four pointers is null
+    kUnlockKindNotSupported = 2,  // the second text names no kind of unlock that is known
+    kNotFound = 3,                // nothing has the given path
+    kNotAFolder = 4,              // the path leads to something else than a folder
+    kPermissionDenied = 5,        // the folder or device may not be read by this user
+    kReadFailed = 6,              // the system failed to open or read it for another reason
+    kOutOfMemory = 7,
+    kInternalError = 8,  // a defect of the library, never of its input
+
+    kNotEncrypted = 20,            // a secret was given for a volume that is not encrypted
+    kMetadataDamaged = 21,         // no usable copy of the encryption metadata is left
+    kWrongSecret = 22,             // the secret is well formed and opens no protector
+    kSecretMalformed = 23,         // the secret cannot be one of its kind
+    kProtectorNotSupported = 24,   // only protectors that this library cannot use
+    kNoProtectorOfThisKind = 25,   // no protector takes the given kind of secret
+    kMethodNotSupported = 26,      // an encryption method that is not known
+    kConversionMapDamaged = 27,    // which part is encrypted cannot be told
+    kConversionNotSupported = 28,  // encryption or decryption stopped in an unreadable state
+    kImageTruncated = 29,          // the device ends before the volume does
+    kFileSystemDamaged = 30,       // unlocked, but the file system cannot be read
+    kFileSystemNotSupported = 31,  // unlocked, but the file system is not known
+    kSeveralVolumes = 32,          // the disk holds several volumes and none was chosen
+    kContainerNotSupported = 33,   // the image is of a kind that is not known
+};
+
+// The status in plain words: no capital at the start, no full stop, so that it can follow a
+// colon. Never null; a number without a meaning has a text too.
+inline const char *VolumeLibraryStatusText(int32_t status)
+{
+    switch (static_cast<VolumeLibraryStatus>(status)) {
+    case VolumeLibraryStatus::kSuccess:
+        return "the volume is open";
+    case VolumeLibraryStatus::kArgumentMissing:
+        return "the volume library was called without an argument that it needs";
+    case VolumeLibraryStatus::kUnlockKindNotSupported:
+        return "this kind of unlock is not supported; a plain folder opens with \"none\"";
+    case VolumeLibraryStatus::kNotFound:
+        return "there is nothing at this path";
+    case VolumeLibraryStatus::kNotAFolder:
+        return "the path does not lead to a folder";
+    case VolumeLibraryStatus::kPermissionDenied:
+        return "no permission to read it; a device usually needs an administrator's rights";
+    case VolumeLibraryStatus::kReadFailed:
+        return "it could not be read";
+    case VolumeLibraryStatus::kOutOfMemory:
+        return "there is not enough memory";
+    case VolumeLibraryStatus::kInternalError:
+        return "the volume library failed unexpectedly";
+    case VolumeLibraryStatus::kNotEncrypted:
+        return "the volume is not encrypted";
+    case VolumeLibraryStatus::kMetadataDamaged:
+        return "the encryption metadata is damaged";
+    case VolumeLibraryStatus::kWrongSecret:
+        return "the password, recovery key or startup key does not open this volume";
+    case VolumeLibraryStatus::kSecretMalformed:
+        return "the password, recovery key or startup key is not written correctly";
+    case VolumeLibraryStatus::kProtectorNotSupported:
+        return "the volume can only be unlocked in a way that is not supported here";
+    case VolumeLibraryStatus::kNoProtectorOfThisKind:
+        return "the volume cannot be unlocked with a secret of this kind";
+    case VolumeLibraryStatus::kMethodNotSupported:
+        return "the volume is encrypted with a method that is not supported";
+    case VolumeLibraryStatus::kConversionMapDamaged:
+        return "the record of which part of the volume is encrypted is damaged";
+    case VolumeLibraryStatus::kConversionNotSupported:
+        return "encrypting or decrypting the volume stopped in a state that cannot be read";
+    case VolumeLibraryStatus::kImageTruncated:
+        return "the image or device ends before the volume does";
+    case VolumeLibraryStatus::kFileSystemDamaged:
+        return "the file system of the volume is damaged";
+    case VolumeLibraryStatus::kFileSystemNotSupported:
+        return "the file system of the volume is not supported";
+    case VolumeLibraryStatus::kSeveralVolumes:
+        return "the disk holds several volumes; choose one";
+    case VolumeLibraryStatus::kContainerNotSupported:
+        return "the kind of disk image is not supported";
+    }
+    return "the volume library answered with an unknown status";
+}
