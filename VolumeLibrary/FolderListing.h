@@ -1,0 +1,46 @@
+// One pass over a folder's entries: an open search of a folder volume.
+//
+// Each entry is reported once, in the folder's own order, without "." and "..". Sockets, FIFOs
+// and devices are left out. A symbolic link to a file or folder of the volume is described as
+// what it leads to, with the link attribute; any other link is a file of size 0, which does not
+// open. Apart from links an entry costs one system call, and no memory is taken.
+// Ownership: owns the open folder, borrows the root. Threads: one at a time.
+#pragma once
+
+#include "EntryStat.h"
+#include "IVolume.h"
+#include "UniqueFd.h"
+
+#include <dirent.h>
+#include <memory>
+#include <string>
+
+namespace vx {
+
+class FolderRoot;
+
+class FolderListing {
+public:
+    enum class Step { kEntry, kEnd, kError };
+
+    // Begins to list the folder at relative; null if it cannot be listed. root must outlive it.
+    static std::unique_ptr<FolderListing> Open(const FolderRoot &root, const std::string &relative);
+
+    // kEntry: the record holds one more entry. Otherwise the record is left as it was.
+    Step Next(VolumeFindData *record);
+
+private:
+    struct CloseFolder {
+        void operator()(DIR *folder) const { closedir(folder); }
+    };
+
+    FolderListing(const FolderRoot &root, const std::string &relative, DIR *folder);
+    bool Describe(const dirent &entry, VolumeFindData *record) const;
+    EntryStat DescribeLink(const char *name, const EntryStat &link) const;
+
+    const FolderRoot &_root;
+    const std::string _relative;
+    const std::unique_ptr<DIR, CloseFolder> _folder;
+};
+
+}  // namespace vx

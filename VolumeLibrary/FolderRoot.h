@@ -1,0 +1,43 @@
+// The folder that a folder volume shows: opens and describes what lies beneath it, and nothing
+// else, whatever the folder's links say or another process changes meanwhile.
+//
+// Links: only the last component of a path may be one. Where it leads is worked out from its
+// text and is no more than a hint: what is then opened is opened from the root again, through
+// real folders only (OpenBeneath), so that a wrong or outdated hint can fail but not escape.
+// Threads: unchanged once opened; every operation may run on several threads at a time.
+// Paths: relative ones of VolumePath.
+#pragma once
+
+#include "EntryStat.h"
+#include "UniqueFd.h"
+#include "VolumeLibraryStatus.h"
+
+#include <optional>
+#include <string>
+
+namespace vx {
+
+class FolderRoot {
+public:
+    // Opens the folder at path; root receives it when the result is kSuccess.
+    static VolumeLibraryStatus Open(const char *path, std::optional<FolderRoot> *root);
+
+    // A folder for listing; none if it is not there, not a folder, a link, or not readable.
+    UniqueFd OpenFolder(const std::string &relative) const;
+    // A regular file for reading, or the one in this folder that a link leads to; else none.
+    // Never blocks, whatever the path leads to.
+    UniqueFd OpenFile(const std::string &relative) const;
+    // Describes what the link leads to; false if that is nothing, or not beneath this folder.
+    bool StatLinkTarget(const std::string &link, EntryStat *target) const;
+
+private:
+    FolderRoot(UniqueFd folder, std::string path);
+    std::optional<std::string> LinkTarget(const std::string &link) const;
+    UniqueFd OpenLinkTarget(const std::string &link) const;
+
+    UniqueFd _folder;
+    std::string _path;    // canonical
+    std::string _prefix;  // of all canonical paths beneath it: ends with "/"
+};
+
+}  // namespace vx
