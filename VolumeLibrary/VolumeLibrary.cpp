@@ -1,0 +1,56 @@
+#include "VolumeLibrary.h"
+
+#include "VolumeOpener.h"
+
+#include <mutex>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace vx {
+namespace {
+
+// Keeps the volume until the process ends. The list itself is never destroyed: a thread may
+// still be reading while the process leaves.
+IVolume *Keep(std::unique_ptr<OwnedVolume> volume)
+{
+    static std::mutex &mutex = *new std::mutex;
+    static auto &kept = *new std::vector<std::unique_ptr<OwnedVolume>>;
+    const std::lock_guard<std::mutex> lock(mutex);
+    kept.push_back(std::move(volume));
+    return kept.back().get();
+}
+
+VolumeLibraryStatus OpenAndKeep(const OpenRequest &request, IVolume **volume)
+{
+    std::unique_ptr<OwnedVolume> opened;
+    const VolumeLibraryStatus status = OpenVolume(request, &opened);
+    if (status == VolumeLibraryStatus::kSuccess)
+        *volume = Keep(std::move(opened));
+    return status;
+}
+
+VolumeLibraryStatus OpenForCaller(const OpenRequest &request, IVolume **volume) noexcept
+{
+    try {
+        return OpenAndKeep(request, volume);
+    } catch (const std::bad_alloc &) {
+        return VolumeLibraryStatus::kOutOfMemory;
+    } catch (...) {
+        return VolumeLibraryStatus::kInternalError;
+    }
+}
+
+}  // namespace
+}  // namespace vx
+
+int32_t open_bitlocker_device(const char *device, const char *unlockKind, const char *secret,
+                              IVolume **volume) noexcept
+{
+    VolumeLibraryStatus status = VolumeLibraryStatus::kArgumentMissing;
+    if (volume != nullptr)
+        *volume = nullptr;
+    if (volume != nullptr && device != nullptr && unlockKind != nullptr && secret != nullptr)
+        status = vx::OpenForCaller({device, unlockKind, secret}, volume);
+    return static_cast<int32_t>(status);
+}
