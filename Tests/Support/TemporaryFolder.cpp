@@ -49,10 +49,11 @@ void RemoveEntry(int parent, const char *name)
 {
     if (unlinkat(parent, name, 0) == 0)
         return;
+    // It is a folder, then, and perhaps one that a test has locked.
+    fchmodat(parent, name, 0700, 0);
     const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (descriptor < 0)
         return;
-    fchmod(descriptor, 0700);
     const std::unique_ptr<DIR, CloseFolder> folder(fdopendir(descriptor));
     while (const dirent *entry = readdir(folder.get())) {
         if (!IsSelfOrParent(entry->d_name))
