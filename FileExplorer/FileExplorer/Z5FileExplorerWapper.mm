@@ -1,0 +1,154 @@
+#import "Z5FileExplorerWapper.h"
+
+#import "Utf16Text.h"
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+// The longest path of Windows file systems, in UTF-16 units (Microsoft Learn, "Maximum Path
+// Length Limitation"). A folder beyond it exists only on a volume whose folders never end.
+constexpr size_t kLongestPath = 32767;
+
+// A search of the volume, ended when it goes out of scope.
+class Search {
+public:
+    Search(IVolume &volume, const std::u16string &pattern) : _volume(volume)
+    {
+        memset(&_record, 0, sizeof(_record));
+        _handle = _volume.FindFirstFile(pattern.c_str(), &_record);
+    }
+    ~Search()
+    {
+        if (_handle != nullptr)
+            _volume.FindClose(_handle);
+    }
+    Search(const Search &) = delete;
+    Search &operator=(const Search &) = delete;
+
+    bool opened() const { return _handle != nullptr; }
+    bool next() { return _volume.FindNextFile(_handle, &_record); }
+    const VolumeFindData &record() const { return _record; }
+
+    // An empty folder leaves the record as it was given, all zero.
+    bool foundNothing() const
+    {
+        static const VolumeFindData untouched = {};
+        return memcmp(&_record, &untouched, sizeof(_record)) == 0;
+    }
+
+private:
+    IVolume &_volume;
+    VolumeHandle _handle;
+    VolumeFindData _record;
+};
+
+void appendEntry(NSMutableArray *entries, const VolumeFindData &record, Z5FindData *parent)
+{
+    // Large folders make many temporary texts.
+    @autoreleasepool {
+        Z5FindData *entry = [[Z5FindData alloc] initWithFindData:&record];
+        if (entry == nil)
+            return;
+        [entry setParentNode:parent];
+        [entries addObject:entry];
+        [entry release];
+    }
+}
+
+}  // namespace
+
+@implementation Z5FileExplorerWapper
+
+- (id)initWithVolumeObject:(IVolume *)volume
+{
+    self = [super init];
+    if (self == nil)
+        return nil;
+    if (volume != nullptr) {
+        _volumeObject = volume;
+        _fileData = [[self findFiles:nil] retain];
+        if (_fileData != nil)
+            return self;
+    }
+    [self release];
+    return nil;
+}
+
+- (void)dealloc
+{
+    [_fileData release];
+    [super dealloc];
+}
+
+- (NSArray *)rootDirectory
+{
+    return _fileData;
+}
+
+- (NSMutableArray *)findFiles:(Z5FindData *)entry
+{
+    NSMutableArray *listed = [entry subFileData];
+    if (listed != nil)
+        return listed;
+    NSString *path = [Z5FileExplorerWapper fullPath:entry withfilter:@"*"];
+    // A folder without a path must not be mistaken for the root.
+    if (_volumeObject == nullptr || (entry != nil && path == nil))
+        return nil;
+    const std::u16string pattern = entry == nil ? u"/*" : Utf16Text(path);
+    if (pattern.size() > kLongestPath)
+        return nil;
+
+    Search search(*_volumeObject, pattern);
+    if (!search.opened())
+        return nil;
+    NSMutableArray *entries = [NSMutableArray array];
+    if (entries == nil)
+        return nil;
+
+    if (!search.foundNothing())
+        appendEntry(entries, search.record(), entry);
+    while (search.next())
+        appendEntry(entries, search.record(), entry);
+
+    [entry setSubFileData:entries];
+    return entries;
+}
+
+- (IVolume *)getVolObject
+{
+    return _volumeObject;
+}
+
++ (NSString *)fullPath:(Z5FindData *)entry withfilter:(NSString *)filter
+{
+    if (entry == nil)
+        return nil;
+    std::vector<NSString *> names;
+    for (Z5FindData *node = entry; node != nil; node = [node parentNode]) {
+        NSString *name = [node strFileName];
+        if (name == nil)
+            return nil;
+        names.push_back(name);
+    }
+
+    NSMutableString *path = [NSMutableString string];
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        [path appendString:@"/"];
+        [path appendString:*name];
+    }
+    if (filter != nil) {
+        [path appendString:@"/"];
+        [path appendString:filter];
+    }
+    return path;
+}
+
++ (NSString *)parentPath:(Z5FindData *)entry
+{
+    NSString *path = [self fullPath:[entry parentNode] withfilter:nil];
+    return path == nil ? @"" : path;
+}
+
+@end
