@@ -2,10 +2,9 @@
 //
 // Making a formatter costs far more than using one, and a folder of many thousand entries needs
 // as many texts. So one formatter is kept for as long as the user's locale and time zone stay
-// the same, and where its pattern keeps date and time apart, the text of each day and of each
-// minute of a day is made once and the two are joined. A day's texts are joined only after its
-// first and its last minute came out as the formatter writes them; the time zone's own tables
-// and the formatter's need not agree.
+// the same. Where its texts are a day's text and a minute's text with always the same words
+// between, each day and each minute is formatted once and the two are joined. A day's texts
+// are joined only after its first and its last minute came out as the formatter writes them.
 //
 // Threads: any; calls are serialised by a lock.
 #pragma once
@@ -36,22 +35,23 @@ private:
 
     void followSettings();
     void forgetSettings();
-    void takeApart(NSString *pattern);
+    void learnOrder();
     bool joins(uint64_t seconds);
     std::u16string formatted(uint64_t seconds);
     std::u16string joined(uint64_t seconds);
-    const std::u16string &textOfDay(int64_t day);
+    uint64_t localSeconds(uint64_t seconds);
+    const std::u16string &textOfDay(uint64_t localDay);
     const std::u16string &textOfMinute(size_t minute);
 
     std::mutex _mutex;
     NSLocale *_locale = nil;
     NSTimeZone *_zone = nil;
     NSDateFormatter *_formatter = nil;
-    // The two halves of the pattern, in UTC; nil where it cannot be taken apart.
-    NSDateFormatter *_dayFormatter = nil;
-    NSDateFormatter *_minuteFormatter = nil;
-    bool _dayComesFirst = true;
-    std::unordered_map<uint64_t, bool> _daysThatJoin;       // by day in UTC
-    std::unordered_map<int64_t, std::u16string> _dayTexts;  // by day in the time zone
+    NSDateFormatter *_dayFormatter = nil;     // in UTC
+    NSDateFormatter *_minuteFormatter = nil;  // in UTC
+    enum class Order { Unknown, DayFirst, MinuteFirst } _order = Order::Unknown;
+    std::u16string _between;
+    std::unordered_map<uint64_t, bool> _daysThatJoin;        // by day in UTC
+    std::unordered_map<uint64_t, std::u16string> _dayTexts;  // by day of localSeconds
     std::array<std::u16string, kMinutesPerDay> _minuteTexts;
 };

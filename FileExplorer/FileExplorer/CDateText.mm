@@ -1,6 +1,5 @@
 #import "CDateText.h"
 
-#import "DatePattern.h"
 #import "Utf16Text.h"
 
 namespace {
@@ -15,13 +14,26 @@ NSDate *dateAt(double seconds)
     return [NSDate dateWithTimeIntervalSince1970:seconds];
 }
 
-NSDateFormatter *newUtcFormatter(NSString *pattern, NSLocale *locale)
+NSDateFormatter *newFormatter(NSLocale *locale, NSTimeZone *zone, NSDateFormatterStyle day,
+                              NSDateFormatterStyle minute)
 {
     NSDateFormatter *formatter = [[NSDateFormatter alloc] init];
     [formatter setLocale:locale];
-    [formatter setTimeZone:[NSTimeZone timeZoneForSecondsFromGMT:0]];
-    [formatter setDateFormat:pattern];
+    [formatter setTimeZone:zone];
+    [formatter setDateStyle:day];
+    [formatter setTimeStyle:minute];
     return formatter;
+}
+
+bool startsWith(const std::u16string &text, const std::u16string &start)
+{
+    return text.compare(0, start.size(), start) == 0;
+}
+
+bool endsWith(const std::u16string &text, const std::u16string &end)
+{
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 NSString *newString(const std::u16string &text)
@@ -63,12 +75,11 @@ void CDateText::followSettings()
     forgetSettings();
     _locale = [locale retain];
     _zone = [zone retain];
-    _formatter = [[NSDateFormatter alloc] init];
-    [_formatter setLocale:locale];
-    [_formatter setTimeZone:zone];
-    [_formatter setDateStyle:NSDateFormatterLongStyle];
-    [_formatter setTimeStyle:NSDateFormatterShortStyle];
-    takeApart([_formatter dateFormat]);
+    NSTimeZone *utc = [NSTimeZone timeZoneForSecondsFromGMT:0];
+    _formatter = newFormatter(locale, zone, NSDateFormatterLongStyle, NSDateFormatterShortStyle);
+    _dayFormatter = newFormatter(locale, utc, NSDateFormatterLongStyle, NSDateFormatterNoStyle);
+    _minuteFormatter = newFormatter(locale, utc, NSDateFormatterNoStyle, NSDateFormatterShortStyle);
+    learnOrder();
 }
 
 void CDateText::forgetSettings()
@@ -83,19 +94,30 @@ void CDateText::forgetSettings()
     _minuteTexts.fill(std::u16string());
 }
 
-void CDateText::takeApart(NSString *pattern)
+// Any date shows how the platform joins a day and a minute in this locale.
+void CDateText::learnOrder()
 {
-    const DatePatternParts parts = SplitDatePattern(pattern);
-    if (parts.day == nil)
+    const std::u16string whole = formatted(0);
+    const uint64_t local = localSeconds(0);
+    const std::u16string &day = textOfDay(local / kSecondsPerDay);
+    const std::u16string &minute = textOfMinute(local % kSecondsPerDay / 60);
+
+    _order = Order::Unknown;
+    if (day.empty() || minute.empty() || whole.size() < day.size() + minute.size())
         return;
-    _dayFormatter = newUtcFormatter(parts.day, _locale);
-    _minuteFormatter = newUtcFormatter(parts.minute, _locale);
-    _dayComesFirst = parts.dayComesFirst;
+    const size_t between = whole.size() - day.size() - minute.size();
+    if (startsWith(whole, day) && endsWith(whole, minute)) {
+        _order = Order::DayFirst;
+        _between = whole.substr(day.size(), between);
+    } else if (startsWith(whole, minute) && endsWith(whole, day)) {
+        _order = Order::MinuteFirst;
+        _between = whole.substr(minute.size(), between);
+    }
 }
 
 bool CDateText::joins(uint64_t seconds)
 {
-    if (_dayFormatter == nil || seconds >= kEndOfYear9999)
+    if (_order == Order::Unknown || seconds >= kEndOfYear9999)
         return false;
     const uint64_t day = seconds / kSecondsPerDay;
     const auto known = _daysThatJoin.find(day);
@@ -120,20 +142,27 @@ std::u16string CDateText::formatted(uint64_t seconds)
 
 std::u16string CDateText::joined(uint64_t seconds)
 {
-    NSDate *date = dateAt(static_cast<double>(seconds));
-    // At least one whole day, so that a zone west of Greenwich keeps the sum positive.
-    const int64_t offset = [_zone secondsFromGMTForDate:date] + int64_t(kSecondsPerDay);
-    const uint64_t local = seconds + static_cast<uint64_t>(offset);
-    const std::u16string &day = textOfDay(int64_t(local / kSecondsPerDay) - 1);
+    const uint64_t local = localSeconds(seconds);
+    const std::u16string &day = textOfDay(local / kSecondsPerDay);
     const std::u16string &minute = textOfMinute(local % kSecondsPerDay / 60);
-    return _dayComesFirst ? day + minute : minute + day;
+    return _order == Order::DayFirst ? day + _between + minute : minute + _between + day;
 }
 
-const std::u16string &CDateText::textOfDay(int64_t day)
+// The time zone's clock, in seconds since the day before 1970-01-01, which keeps it positive
+// west of Greenwich.
+uint64_t CDateText::localSeconds(uint64_t seconds)
 {
-    std::u16string &text = _dayTexts[day];
-    if (text.empty())
-        text = Utf16Text([_dayFormatter stringFromDate:dateAt(double(day) * kSecondsPerDay)]);
+    const NSInteger offset = [_zone secondsFromGMTForDate:dateAt(static_cast<double>(seconds))];
+    return seconds + static_cast<uint64_t>(offset + NSInteger(kSecondsPerDay));
+}
+
+const std::u16string &CDateText::textOfDay(uint64_t localDay)
+{
+    std::u16string &text = _dayTexts[localDay];
+    if (text.empty()) {
+        const double seconds = (static_cast<double>(localDay) - 1) * kSecondsPerDay;
+        text = Utf16Text([_dayFormatter stringFromDate:dateAt(seconds)]);
+    }
     return text;
 }
 

@@ -68,9 +68,10 @@ size_t utf16Length(const char16_t *units)
         [self release];
         return nil;
     }
-    _strFileName = [[NSString alloc] initWithBytes:record->name
-                                            length:nameLength(*record) * sizeof(char16_t)
-                                          encoding:NSUTF16LittleEndianStringEncoding];
+    // Record and machine have the same byte order, so the units need no conversion.
+    _strFileName =
+        [[NSString alloc] initWithCharacters:reinterpret_cast<const unichar *>(record->name)
+                                      length:nameLength(*record)];
     _strModifiedDateTime = [[Z5FindData FormatFileTimeToString:record->lastWriteTime] retain];
     _bDirectory = (record->attributes & kVolumeAttributeDirectory) != 0;
     [self setFileSize:static_cast<int64_t>(uint64_t(record->sizeHigh) << 32 | record->sizeLow)];
