@@ -2,6 +2,7 @@
 
 #import "Utf16Text.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -34,8 +35,8 @@ public:
     // An empty folder leaves the record as it was given, all zero.
     bool foundNothing() const
     {
-        static const VolumeFindData untouched = {};
-        return memcmp(&_record, &untouched, sizeof(_record)) == 0;
+        const auto *bytes = reinterpret_cast<const unsigned char *>(&_record);
+        return std::all_of(bytes, bytes + sizeof(_record), [](unsigned char b) { return b == 0; });
     }
 
 private:

@@ -98,7 +98,10 @@ bool mayEnter(Z5FindData *folder)
         return NO;
     NSMutableString *path = [NSMutableString stringWithString:root];
     [path appendString:folder];
-    [manager createDirectoryAtPath:path withIntermediateDirectories:YES attributes:nil error:NULL];
+    [manager createDirectoryAtPath:path
+        withIntermediateDirectories:YES
+                         attributes:nil
+                              error:nullptr];
     return [manager fileExistsAtPath:path];
 }
 

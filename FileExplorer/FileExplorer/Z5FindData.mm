@@ -26,11 +26,11 @@ NSString *sizeText(int64_t size)
     // Rounded to single precision once; the scalings below are exact powers of two.
     const float bytes = static_cast<float>(size);
     if (size >= kGiB)
-        return [NSString stringWithFormat:@"%0.2f GB", double(bytes / kGiB)];
+        return [NSString stringWithFormat:@"%0.2f GB", double(bytes * 0x1p-30F)];
     if (size >= kMiB)
-        return [NSString stringWithFormat:@"%0.2f MB", double(bytes / kMiB)];
+        return [NSString stringWithFormat:@"%0.2f MB", double(bytes * 0x1p-20F)];
     if (size >= kKiB)
-        return [NSString stringWithFormat:@"%0.2f KB", double(bytes / kKiB)];
+        return [NSString stringWithFormat:@"%0.2f KB", double(bytes * 0x1p-10F)];
     return [NSString stringWithFormat:@"%0.f byte", double(bytes)];
 }
 

@@ -1,0 +1,75 @@
+# Set-up shared by the commands at the root: packages, configuration, build. Each step is quiet
+# when there is nothing to do and says in one line what failed. Source it; do not run it.
+
+root_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+command_name=$(basename "$0")
+log_file=$root_folder/build/setup.log
+
+build_packages=(
+    clang cmake ninja-build
+    libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
+    libssl-dev libtsk-dev
+    fonts-dejavu-core
+)
+test_packages=(libgtest-dev libgmock-dev xvfb xdotool x11-apps imagemagick)
+gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
+
+say() { printf '%s: %s\n' "$command_name" "$*" >&2; }
+
+fail() {
+    say "$*"
+    exit 1
+}
+
+# logged WHAT COMMAND...: runs a step into the log; the one line of a failure names both.
+logged() {
+    local what=$1
+    shift
+    mkdir -p "$(dirname "$log_file")"
+    if ! "$@" >"$log_file" 2>&1 </dev/null; then
+        local reason
+        reason=$(grep -m1 -iE '(^|[^a-z])(error|fatal|failed|unable)' "$log_file" || tail -n1 "$log_file")
+        fail "$what failed: ${reason:-no reason given} (all of it: $log_file)"
+    fi
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        env DEBIAN_FRONTEND=noninteractive "$@"
+    else
+        sudo env DEBIAN_FRONTEND=noninteractive "$@"
+    fi
+}
+
+install_packages() {
+    as_root apt-get update -qq && as_root apt-get install -y --no-install-recommends "$@"
+}
+
+# need_packages PACKAGE...: installs what is missing.
+need_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    command -v apt-get >/dev/null ||
+        fail "no apt-get here; install by hand what docs/building.md lists: ${missing[*]}"
+    say "installing ${missing[*]}"
+    logged "installing packages" install_packages "${missing[@]}"
+}
+
+# build PRESET [TARGET...]: configures what was not configured yet and builds what is not up to date.
+build() {
+    local preset=$1 folder=$root_folder/build/$1
+    shift
+    cd "$root_folder" || exit 1
+    if [ ! -f "$folder/build.ninja" ]; then
+        say "configuring $preset"
+        logged "configuring" cmake --preset "$preset"
+    fi
+    if ! ninja -C "$folder" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
+        say "building $preset"
+    fi
+    logged "building" cmake --build --preset "$preset" ${1:+--target "$@"}
+}
