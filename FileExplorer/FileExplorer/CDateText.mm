@@ -36,10 +36,15 @@ bool endsWith(const std::u16string &text, const std::u16string &end)
            text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-NSString *newString(const std::u16string &text)
+// A copy is laid out in one piece, which matters when an entry keeps it among many thousands.
+NSString *compactString(const std::u16string &text)
 {
-    return [[NSString alloc] initWithCharacters:reinterpret_cast<const unichar *>(text.data())
-                                         length:text.size()];
+    NSString *loose =
+        [[NSString alloc] initWithCharacters:reinterpret_cast<const unichar *>(text.data())
+                                      length:text.size()];
+    NSString *compact = [[NSString alloc] initWithString:loose];
+    [loose release];
+    return [compact autorelease];
 }
 
 }  // namespace
@@ -61,7 +66,7 @@ NSString *CDateText::textFor(uint64_t seconds)
     followSettings();
     if (!joins(seconds))
         return [_formatter stringFromDate:dateAt(static_cast<double>(seconds))];
-    return [newString(joined(seconds)) autorelease];
+    return compactString(joined(seconds));
 }
 
 // The settings can change while the program runs, and not every change posts a notification.

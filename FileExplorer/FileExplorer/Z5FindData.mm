@@ -17,7 +17,7 @@ size_t nameLength(const VolumeFindData &record)
     return static_cast<size_t>(std::find(std::begin(record.name), end, u'\0') - record.name);
 }
 
-NSString *sizeText(int64_t size)
+NSString *newSizeText(int64_t size)
 {
     constexpr int64_t kKiB = int64_t(1) << 10;
     constexpr int64_t kMiB = int64_t(1) << 20;
@@ -26,12 +26,12 @@ NSString *sizeText(int64_t size)
     // Rounded to single precision once; the scalings below are exact powers of two.
     const float bytes = static_cast<float>(size);
     if (size >= kGiB)
-        return [NSString stringWithFormat:@"%0.2f GB", double(bytes * 0x1p-30F)];
+        return [[NSString alloc] initWithFormat:@"%0.2f GB", double(bytes * 0x1p-30F)];
     if (size >= kMiB)
-        return [NSString stringWithFormat:@"%0.2f MB", double(bytes * 0x1p-20F)];
+        return [[NSString alloc] initWithFormat:@"%0.2f MB", double(bytes * 0x1p-20F)];
     if (size >= kKiB)
-        return [NSString stringWithFormat:@"%0.2f KB", double(bytes * 0x1p-10F)];
-    return [NSString stringWithFormat:@"%0.f byte", double(bytes)];
+        return [[NSString alloc] initWithFormat:@"%0.2f KB", double(bytes * 0x1p-10F)];
+    return [[NSString alloc] initWithFormat:@"%0.f byte", double(bytes)];
 }
 
 }  // namespace
@@ -54,9 +54,8 @@ size_t utf16Length(const char16_t *units)
 - (void)setFileSize:(int64_t)size
 {
     _nFileSize = size;
-    NSString *text = [sizeText(size) retain];
     [_strFileSize release];
-    _strFileSize = text;
+    _strFileSize = newSizeText(size);
 }
 
 - (id)initWithFindData:(const VolumeFindData *)record

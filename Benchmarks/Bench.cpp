@@ -1,0 +1,54 @@
+// Prints the table of speed and memory: volume-bench PROGRAMS FOLDER [TURNS [WORD]]
+//
+// PROGRAMS is the folder with the programs, FOLDER one on the file system to measure. TURNS is
+// how often each pair is measured, 5 without it; WORD picks the rows that hold it. Ends with 1
+// if a row failed or missed its limit.
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "BenchData.h"
+#include "Rows.h"
+
+namespace {
+
+// Whether the row kept its limit.
+bool print(const Row &row)
+{
+    const RowResult result = row.measure();
+    if (!result.succeeded) {
+        printf("| %s | failed | | | %g | no |\n", row.what.c_str(), row.limit);
+        return false;
+    }
+    const bool kept = result.figure <= row.limit;
+    printf("| %s | %s | %s | %.2f | %g | %s |\n", row.what.c_str(), result.ours.c_str(),
+           result.against.c_str(), result.figure, row.limit, kept ? "yes" : "no");
+    fflush(stdout);
+    return kept;
+}
+
+}  // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc < 3) {
+        fprintf(stderr, "usage: volume-bench PROGRAMS FOLDER [TURNS [WORD]]\n");
+        return 2;
+    }
+    BenchData data(argv[2]);
+    if (!data.made()) {
+        fprintf(stderr, "volume-bench: no folder can be made in %s\n", argv[2]);
+        return 2;
+    }
+    const int turns = argc > 3 ? static_cast<int>(strtol(argv[3], nullptr, 10)) : 5;
+    const std::string word = argc > 4 ? argv[4] : "";
+
+    bool kept = true;
+    printf("| What | Ours | Against | Figure | At most | Kept |\n| --- | --- | --- | --- | --- | --- |\n");
+    for (const Row &row : BenchRows({data, argv[1], turns})) {
+        if (row.what.find(word) != std::string::npos)
+            kept = print(row) && kept;
+    }
+    return kept ? 0 : 1;
+}

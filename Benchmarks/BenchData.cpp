@@ -1,0 +1,128 @@
+#include "BenchData.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "ChildProcess.h"
+
+namespace {
+
+struct CloseFile {
+    void operator()(FILE *file) const { fclose(file); }
+};
+
+constexpr unsigned kSeed = 20240229;  // any; the same data in every run
+
+std::vector<char> noise(size_t size)
+{
+    std::mt19937 generator(kSeed);
+    std::vector<char> bytes(size);
+    for (char &byte : bytes)
+        byte = static_cast<char>(generator());
+    return bytes;
+}
+
+bool writeFile(const std::string &path, const std::vector<char> &block, long long blocks)
+{
+    const std::unique_ptr<FILE, CloseFile> file(fopen(path.c_str(), "w"));
+    if (file == nullptr)
+        return false;
+    for (long long i = 0; i < blocks; ++i) {
+        if (fwrite(block.data(), 1, block.size(), file.get()) != block.size())
+            return false;
+    }
+    return fflush(file.get()) == 0;
+}
+
+bool setModified(const std::string &path, time_t seconds)
+{
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
+
+std::string numbered(const char *format, unsigned number)
+{
+    char text[64];
+    snprintf(text, sizeof(text), format, number);
+    return text;
+}
+
+}  // namespace
+
+BenchData::BenchData(const std::string &parent)
+{
+    std::string pattern = parent + "/volume-bench.XXXXXX";
+    if (mkdtemp(&pattern[0]) != nullptr)
+        _folder = pattern;
+}
+
+BenchData::~BenchData()
+{
+    if (made())
+        RunChild({"rm", "-rf", _folder});
+}
+
+bool BenchData::makeFolder(const std::string &folder) const
+{
+    return made() && mkdir(folder.c_str(), 0777) == 0;
+}
+
+std::string BenchData::oneLargeFile()
+{
+    const std::string folder = _folder + "/large";
+    if (!makeFolder(folder))
+        return errno == EEXIST ? folder : "";
+    const std::vector<char> block = noise(size_t(1) << 20);
+    return writeFile(folder + "/file.bin", block, kLargeFileBytes >> 20) ? folder : "";
+}
+
+std::string BenchData::manySmallFiles()
+{
+    const std::string folder = _folder + "/small";
+    if (!makeFolder(folder))
+        return errno == EEXIST ? folder : "";
+    const std::vector<char> block = noise(4096);
+    for (unsigned i = 0; i < 200; ++i) {
+        const std::string inner = folder + numbered("/folder %03u", i);
+        if (!makeFolder(inner))
+            return "";
+        for (unsigned j = 0; j < 100; ++j) {
+            if (!writeFile(inner + numbered("/file %03u.bin", j), block, 1))
+                return "";
+        }
+    }
+    return folder;
+}
+
+std::string BenchData::manyEntries()
+{
+    const std::string folder = _folder + "/entries";
+    if (!makeFolder(folder))
+        return errno == EEXIST ? folder : "";
+    std::mt19937 generator(kSeed);
+    std::uniform_int_distribution<time_t> times(1500000000, 1700000000);
+    std::uniform_int_distribution<off_t> sizes(0, 50000000);
+    for (unsigned i = 0; i < 100000; ++i) {
+        const std::string path = folder + numbered("/document %06u.txt", i);
+        if (!writeFile(path, {}, 0) || truncate(path.c_str(), sizes(generator)) != 0 ||
+            !setModified(path, times(generator)))
+            return "";
+    }
+    return folder;
+}
+
+std::string BenchData::freshDestination()
+{
+    const std::string folder = _folder + "/copy";
+    RunChild({"rm", "-rf", folder});
+    sync();
+    return folder;
+}

@@ -1,0 +1,31 @@
+// The folders that the benchmark works on, made in a folder of its own and removed at the end.
+#pragma once
+
+#include <string>
+
+class BenchData {
+public:
+    // parent: an existing folder; the file system under it is the one that is measured.
+    explicit BenchData(const std::string &parent);
+    ~BenchData();
+    BenchData(const BenchData &) = delete;
+    BenchData &operator=(const BenchData &) = delete;
+
+    bool made() const { return !_folder.empty(); }
+
+    // Each makes its folder at the first call. An empty text: it could not be made.
+    std::string oneLargeFile();   // one file of 2 GiB
+    std::string manySmallFiles(); // 20,000 files of 4 KiB in 200 folders
+    std::string manyEntries();    // 100,000 sparse files of many sizes and times
+
+    // A folder that does not exist, for a copy; what an earlier copy left there is removed, and
+    // what is still to be written to the disk is written.
+    std::string freshDestination();
+
+private:
+    bool makeFolder(const std::string &folder) const;
+
+    std::string _folder;
+};
+
+constexpr long long kLargeFileBytes = 2LL << 30;

@@ -1,0 +1,14 @@
+// Runs a program to its end and times it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ChildResult {
+    bool succeeded;      // started, and ended with status 0
+    double seconds;      // wall clock, from the start to the end
+    std::string output;  // what it wrote to its standard output
+};
+
+// arguments: the program's path or name, then its arguments.
+ChildResult RunChild(const std::vector<std::string> &arguments);

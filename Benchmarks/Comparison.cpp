@@ -1,0 +1,34 @@
+#include "Comparison.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+}  // namespace
+
+Comparison Compare(int turns, const Measurement &ours, const Measurement &theirs)
+{
+    std::vector<double> oursSeen;
+    std::vector<double> theirsSeen;
+    std::vector<double> ratios;
+    for (int turn = 0; turn <= turns; ++turn) {
+        const double first = ours();
+        const double second = theirs();
+        if (first < 0 || second <= 0)
+            return {false, 0, 0, 0};
+        if (turn == 0)
+            continue;
+        oursSeen.push_back(first);
+        theirsSeen.push_back(second);
+        ratios.push_back(first / second);
+    }
+    return {true, median(oursSeen), median(theirsSeen), median(ratios)};
+}

@@ -1,0 +1,17 @@
+// Measures two things side by side, in turns, so that a slow minute of the machine hits both.
+#pragma once
+
+#include <functional>
+
+// One measurement; any unit, but the same for both sides. Negative: it failed.
+using Measurement = std::function<double()>;
+
+struct Comparison {
+    bool succeeded;
+    double ours;    // median
+    double theirs;  // median
+    double ratio;   // the median of the ratios of each turn
+};
+
+// One turn warms up and does not count; then so many turns are measured.
+Comparison Compare(int turns, const Measurement &ours, const Measurement &theirs);

@@ -1,0 +1,32 @@
+#include "ResidentMemory.h"
+
+#include <fstream>
+#include <string>
+
+namespace {
+
+// A line of /proc/self/status, which counts in KiB: "VmHWM:     1234 kB"
+int64_t statusBytes(const std::string &key)
+{
+    std::ifstream status("/proc/self/status");
+    std::string name;
+    while (status >> name) {
+        int64_t kibibytes = 0;
+        if (name == key + ":" && status >> kibibytes)
+            return kibibytes * 1024;
+        status.ignore(1 << 16, '\n');
+    }
+    return 0;
+}
+
+}  // namespace
+
+int64_t ResidentBytesNow()
+{
+    return statusBytes("VmRSS");
+}
+
+int64_t ResidentBytesAtMost()
+{
+    return statusBytes("VmHWM");
+}

@@ -1,0 +1,122 @@
+#include "Rows.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+#include "ChildProcess.h"
+#include "Comparison.h"
+
+namespace {
+
+std::string inSeconds(double seconds)
+{
+    char text[32];
+    snprintf(text, sizeof(text), "%.3f s", seconds);
+    return text;
+}
+
+std::string inMebibytes(double bytes)
+{
+    char text[32];
+    snprintf(text, sizeof(text), "%.1f MiB", bytes / (1 << 20));
+    return text;
+}
+
+RowResult ratioOf(const Comparison &comparison)
+{
+    return {comparison.succeeded, inSeconds(comparison.ours), inSeconds(comparison.theirs),
+            comparison.ratio};
+}
+
+// The number at a place, counted from 0, of what catalogue-probe printed; negative: none.
+double printedNumber(const ChildResult &result, int place)
+{
+    std::istringstream numbers(result.output);
+    double number = -1;
+    for (int i = 0; i <= place; ++i)
+        numbers >> number;
+    return result.succeeded && numbers ? number : -1;
+}
+
+double secondsOf(const std::vector<std::string> &command)
+{
+    const ChildResult result = RunChild(command);
+    return result.succeeded ? result.seconds : -1;
+}
+
+RowResult exportAgainstCopy(const BenchSetting &setting, const std::string &folder,
+                            const std::string &tool)
+{
+    const std::string program = setting.programs + "/" + tool;
+    const Comparison comparison = Compare(
+        setting.turns,
+        [&] {
+            const std::string copy = setting.data.freshDestination();
+            return tool == "volume-export"
+                       ? secondsOf({program, folder, "--to", copy})
+                       : secondsOf({"sh", "-c", R"(mkdir "$3" && exec "$1" export "$2" "$3")",
+                                    "sh", program, folder, copy});
+        },
+        [&] { return secondsOf({"cp", "-r", folder, setting.data.freshDestination()}); });
+    return ratioOf(comparison);
+}
+
+RowResult listingAgainstLs(const BenchSetting &setting)
+{
+    const std::string folder = setting.data.manyEntries();
+    const std::string program = setting.programs + "/catalogue-probe";
+    return ratioOf(Compare(
+        setting.turns, [&] { return secondsOf({program, "list", folder}); },
+        [&] { return secondsOf({"ls", "-l", folder}); }));
+}
+
+RowResult memoryPerEntry(const BenchSetting &setting)
+{
+    const std::string folder = setting.data.manyEntries();
+    const double bytes =
+        printedNumber(RunChild({setting.programs + "/catalogue-probe", "list", folder}), 2);
+    return {bytes >= 0, std::to_string(static_cast<int>(bytes)) + " bytes", "-", bytes};
+}
+
+RowResult planningTenTimes(const BenchSetting &setting)
+{
+    const std::string program = setting.programs + "/catalogue-probe";
+    const auto plan = [&](const char *files) {
+        return [&program, files] { return printedNumber(RunChild({program, "plan", files}), 1); };
+    };
+    return ratioOf(Compare(setting.turns, plan("200000"), plan("20000")));
+}
+
+RowResult exportMemory(const BenchSetting &setting)
+{
+    const std::string folder = setting.data.oneLargeFile();
+    const std::string copy = setting.data.freshDestination();
+    RunChild({"mkdir", copy});
+    const double bytes = printedNumber(
+        RunChild({setting.programs + "/catalogue-probe", "export", folder, copy}), 0);
+    return {bytes >= 0, inMebibytes(bytes), "-", bytes / (1 << 20)};
+}
+
+}  // namespace
+
+std::vector<Row> BenchRows(const BenchSetting &setting)
+{
+    const auto large = [=](const char *tool) {
+        return [=] { return exportAgainstCopy(setting, setting.data.oneLargeFile(), tool); };
+    };
+    const auto small = [=](const char *tool) {
+        return [=] { return exportAgainstCopy(setting, setting.data.manySmallFiles(), tool); };
+    };
+    return {
+        {"2 GiB file, engine / cp", 1.10, large("catalogue-probe")},
+        {"2 GiB file, volume-export with its check / cp", 1.10, large("volume-export")},
+        {"20,000 files of 4 KiB, engine / cp -r", 1.5, small("catalogue-probe")},
+        {"20,000 files of 4 KiB, volume-export with its check / cp -r", 1.5,
+         small("volume-export")},
+        {"100,000 entries listed / ls -l", 1.0, [=] { return listingAgainstLs(setting); }},
+        {"memory of an entry, bytes", 400, [=] { return memoryPerEntry(setting); }},
+        {"planning 200,000 files / 20,000 files", 12, [=] { return planningTenTimes(setting); }},
+        {"memory of a 2 GiB export, MiB", 16, [=] { return exportMemory(setting); }},
+    };
+}
