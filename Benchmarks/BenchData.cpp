@@ -77,7 +77,7 @@ bool BenchData::makeFolder(const std::string &folder) const
 
 std::string BenchData::oneLargeFile()
 {
-    const std::string folder = _folder + "/large";
+    std::string folder = _folder + "/large";
     if (!makeFolder(folder))
         return errno == EEXIST ? folder : "";
     const std::vector<char> block = noise(size_t(1) << 20);
@@ -86,7 +86,7 @@ std::string BenchData::oneLargeFile()
 
 std::string BenchData::manySmallFiles()
 {
-    const std::string folder = _folder + "/small";
+    std::string folder = _folder + "/small";
     if (!makeFolder(folder))
         return errno == EEXIST ? folder : "";
     const std::vector<char> block = noise(4096);
@@ -104,7 +104,7 @@ std::string BenchData::manySmallFiles()
 
 std::string BenchData::manyEntries()
 {
-    const std::string folder = _folder + "/entries";
+    std::string folder = _folder + "/entries";
     if (!makeFolder(folder))
         return errno == EEXIST ? folder : "";
     std::mt19937 generator(kSeed);
