@@ -121,7 +121,7 @@ std::string BenchData::manyEntries()
 
 std::string BenchData::freshDestination()
 {
-    const std::string folder = _folder + "/copy";
+    std::string folder = _folder + "/copy";
     RunChild({"rm", "-rf", folder});
     sync();
     return folder;
