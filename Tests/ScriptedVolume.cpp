@@ -1,0 +1,384 @@
+#include "ScriptedVolume.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace vx {
+
+namespace {
+
+constexpr int kGarbage = 0xa5;
+constexpr uint64_t kGarbageWord = 0xa5a5a5a5a5a5a5a5;
+
+bool isZero(const VolumeFindData &record)
+{
+    const VolumeFindData zero = {};
+    return memcmp(&record, &zero, sizeof(zero)) == 0;
+}
+
+uint64_t joined(uint32_t low, uint32_t high)
+{
+    return static_cast<uint64_t>(high) << 32 | low;
+}
+
+// A 64-bit output in two halves, as the fault would have it.
+void give(uint64_t value, std::optional<Fault> fault, uint32_t *low, uint32_t *high)
+{
+    if (fault == Fault::Garbage)
+        value = kGarbageWord;
+    if (fault == Fault::Lie)
+        ++value;
+    *low = static_cast<uint32_t>(value);
+    *high = static_cast<uint32_t>(value >> 32);
+}
+
+uint32_t transferred(uint32_t possible, std::optional<Fault> fault)
+{
+    return fault == Fault::Shorten ? possible / 2 : possible;
+}
+
+}  // namespace
+
+ScriptedVolume::ScriptedVolume()
+{
+    _entries.emplace_back(_entries, u"", kVolumeAttributeDirectory);
+}
+
+ScriptedVolume::~ScriptedVolume() = default;
+
+void ScriptedVolume::atCall(VolumeOperation operation, size_t nth, Fault fault)
+{
+    const Lock lock(_mutex);
+    _faults[operation][nth] = fault;
+}
+
+void ScriptedVolume::fromCall(VolumeOperation operation, size_t nth, Fault fault)
+{
+    const Lock lock(_mutex);
+    _lastingFaults[operation] = {nth, fault};
+}
+
+bool ScriptedVolume::awaitStall(Milliseconds deadline)
+{
+    Lock lock(_mutex);
+    return _changed.wait_for(lock, deadline, [this] { return _stalls; });
+}
+
+void ScriptedVolume::release()
+{
+    const Lock lock(_mutex);
+    _released = true;
+    _changed.notify_all();
+}
+
+std::vector<VolumeCall> ScriptedVolume::calls() const
+{
+    const Lock lock(_mutex);
+    return _calls;
+}
+
+std::vector<VolumeCall> ScriptedVolume::calls(VolumeOperation operation) const
+{
+    const Lock lock(_mutex);
+    std::vector<VolumeCall> found;
+    for (const VolumeCall &call : _calls) {
+        if (call.operation == operation)
+            found.push_back(call);
+    }
+    return found;
+}
+
+size_t ScriptedVolume::count(VolumeOperation operation) const
+{
+    const Lock lock(_mutex);
+    const auto counted = _counted.find(operation);
+    return counted == _counted.end() ? 0 : counted->second;
+}
+
+void ScriptedVolume::forgetCalls()
+{
+    const Lock lock(_mutex);
+    _calls.clear();
+    _counted.clear();
+}
+
+void ScriptedVolume::keepNoCalls()
+{
+    const Lock lock(_mutex);
+    _keepsCalls = false;
+}
+
+size_t ScriptedVolume::openHandles() const
+{
+    const Lock lock(_mutex);
+    return static_cast<size_t>(std::count_if(_handles.begin(), _handles.end(),
+                                             [](auto &each) { return each.second->closed == 0; }));
+}
+
+size_t ScriptedVolume::handlesClosedTwice() const
+{
+    const Lock lock(_mutex);
+    return static_cast<size_t>(std::count_if(_handles.begin(), _handles.end(),
+                                             [](auto &each) { return each.second->closed > 1; }));
+}
+
+size_t ScriptedVolume::callsWithBadHandle() const
+{
+    const Lock lock(_mutex);
+    return _badHandles;
+}
+
+std::optional<Fault> ScriptedVolume::faultOf(VolumeOperation operation, size_t nth) const
+{
+    const auto once = _faults.find(operation);
+    if (once != _faults.end()) {
+        const auto fault = once->second.find(nth);
+        if (fault != once->second.end())
+            return fault->second;
+    }
+    const auto lasting = _lastingFaults.find(operation);
+    if (lasting != _lastingFaults.end() && nth >= lasting->second.first)
+        return lasting->second.second;
+    return std::nullopt;
+}
+
+// Every call begins here: it is recorded, and stalls if it is to stall.
+std::optional<Fault> ScriptedVolume::arrive(Lock &lock, VolumeCall call)
+{
+    call.thread = std::this_thread::get_id();
+    const size_t nth = ++_arrived[call.operation];
+    ++_counted[call.operation];
+    const std::optional<Fault> fault = faultOf(call.operation, nth);
+    if (_keepsCalls)
+        _calls.push_back(std::move(call));
+    if (fault != Fault::Stall)
+        return fault;
+    stall(lock);
+    return std::nullopt;
+}
+
+void ScriptedVolume::stall(Lock &lock)
+{
+    _stalls = true;
+    _changed.notify_all();
+    _changed.wait_for(lock, kDeadline, [this] { return _released; });
+    _stalls = false;
+}
+
+// The handle as the volume knows it; null, and counted, if it may not be used.
+ScriptedVolume::Handle *ScriptedVolume::used(VolumeHandle handle)
+{
+    const auto known = _handles.find(handle);
+    if (known != _handles.end() && known->second->closed == 0)
+        return known->second.get();
+    ++_badHandles;
+    return nullptr;
+}
+
+ScriptedVolume::Handle &ScriptedVolume::opened(ScriptedEntry *entry)
+{
+    auto handle = std::make_unique<Handle>();
+    handle->entry = entry;
+    Handle &kept = *handle;
+    _handles.emplace(&kept, std::move(handle));
+    return kept;
+}
+
+bool ScriptedVolume::report(Handle &search, VolumeFindData *record, std::optional<Fault> fault)
+{
+    const auto &children = search.entry->children();
+    if (search.next >= children.size())
+        return false;
+    const ScriptedEntry &entry = *children[search.next++];
+    if (fault == Fault::Garbage)
+        memset(static_cast<void *>(record), kGarbage, sizeof(*record));
+    else
+        entry.fill(*record);
+    return true;
+}
+
+VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::FindFirstFile;
+    call.path = pattern;
+    call.buffer = record;
+    call.recordWasZero = isZero(*record);
+    std::u16string folder = call.path;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+
+    if (fault == Fault::Fail || folder.size() < 2 || folder.substr(folder.size() - 2) != u"/*")
+        return nullptr;
+    folder.resize(folder.size() - 2);
+    ScriptedEntry *entry = root().find(folder);
+    if (entry == nullptr || !entry->isFolder())
+        return nullptr;
+    Handle &handle = opened(entry);
+    report(handle, record, fault);
+    return &handle;
+}
+
+bool ScriptedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::FindNextFile;
+    call.handle = search;
+    call.buffer = record;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    Handle *known = used(search);
+    return known != nullptr && fault != Fault::Fail && report(*known, record, fault);
+}
+
+bool ScriptedVolume::close(VolumeOperation operation, VolumeHandle handle)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = operation;
+    call.handle = handle;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    const auto known = _handles.find(handle);
+    if (known == _handles.end()) {
+        ++_badHandles;
+        return false;
+    }
+    ++known->second->closed;
+    return fault != Fault::Fail;
+}
+
+bool ScriptedVolume::FindClose(VolumeHandle search)
+{
+    return close(VolumeOperation::FindClose, search);
+}
+
+bool ScriptedVolume::CloseHandle(VolumeHandle file)
+{
+    return close(VolumeOperation::CloseHandle, file);
+}
+
+VolumeHandle ScriptedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint32_t mode2,
+                                      uint32_t mode3)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::OpenFile;
+    call.path = path;
+    call.modes = {mode1, mode2, mode3};
+    const std::u16string name = call.path;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+
+    ScriptedEntry *entry = fault == Fault::Fail ? nullptr : root().find(name);
+    if (entry == nullptr || entry->isFolder())
+        return nullptr;
+    return &opened(entry);
+}
+
+bool ScriptedVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::ReadFile;
+    call.handle = file;
+    call.buffer = buffer;
+    call.count = count;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    Handle *known = used(file);
+    if (known == nullptr || fault == Fault::Fail)
+        return false;
+    if (fault == Fault::Garbage) {
+        memset(buffer, kGarbage, count);
+        known->position += count;
+        *done = count;
+        return true;
+    }
+    const ScriptedEntry &entry = *known->entry;
+    const uint64_t start = std::min(known->position, entry.size());
+    const uint32_t read =
+        transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry.size() - start)), fault);
+    known->position += read;
+    *done = fault == Fault::Lie ? read + 1 : read;
+    lock.unlock();
+    entry.read(start, buffer, read);
+    return true;
+}
+
+bool ScriptedVolume::WriteFile(VolumeHandle file, const void *buffer, uint32_t count,
+                               uint32_t *done)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::WriteFile;
+    call.handle = file;
+    call.buffer = buffer;
+    call.count = count;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    Handle *known = used(file);
+    if (known == nullptr || fault == Fault::Fail)
+        return false;
+    const uint32_t written = transferred(count, fault);
+    known->position += written;
+    *done = fault == Fault::Lie ? written + 1 : written;
+    return true;
+}
+
+bool ScriptedVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t *high,
+                                     uint32_t origin)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::SetFilePosition;
+    call.handle = file;
+    call.distance = static_cast<int64_t>(joined(*low, *high));
+    call.origin = origin;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    Handle *known = used(file);
+    if (known == nullptr || fault == Fault::Fail)
+        return false;
+    known->position = joined(*low, *high) + (origin == 1 ? known->position : 0);
+    give(known->position, fault, low, high);
+    return true;
+}
+
+bool ScriptedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high)
+{
+    Lock lock(_mutex);
+    VolumeCall call;
+    call.operation = VolumeOperation::QueryFileSize;
+    call.handle = file;
+    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    Handle *known = used(file);
+    if (known == nullptr || fault == Fault::Fail)
+        return false;
+    give(known->entry->sizeOfHandle(), fault, low, high);
+    return true;
+}
+
+void ScriptedVolume::Reserved1()
+{
+    Lock lock(_mutex);
+    arrive(lock, VolumeCall());
+}
+
+void ScriptedVolume::Reserved2()
+{
+    Reserved1();
+}
+
+void ScriptedVolume::Reserved3()
+{
+    Reserved1();
+}
+
+void ScriptedVolume::Reserved4()
+{
+    Reserved1();
+}
+
+void ScriptedVolume::Reserved5()
+{
+    Reserved1();
+}
+
+}  // namespace vx

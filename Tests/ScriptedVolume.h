@@ -1,0 +1,157 @@
+// A volume for tests: a tree of entries that records every call and can be told to fail, to
+// fall short, to stall, to lie or to leave garbage at the n-th call of an operation.
+//
+//   vx::ScriptedVolume volume;
+//   volume.root().file(u"a.bin", 10 << 20);
+//   volume.atCall(vx::VolumeOperation::ReadFile, 2, vx::Fault::Stall);
+//   … start the export …
+//   ASSERT_TRUE(volume.awaitStall());
+//   … cancel …
+//   volume.release();
+//
+// An empty folder lists as a handle with the record left as it was given.
+// Ownership: owns its entries; handles stay known to the volume after they are closed.
+// Threads: every operation, query and release() from any thread; the tree and the faults are
+// set up before another thread uses the volume.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "IVolume.h"
+#include "ScriptedEntry.h"
+
+namespace vx {
+
+enum class VolumeOperation {
+    FindFirstFile,
+    FindNextFile,
+    FindClose,
+    OpenFile,
+    ReadFile,
+    WriteFile,
+    SetFilePosition,
+    QueryFileSize,
+    CloseHandle,
+    Reserved,  // any of the five that nobody calls
+};
+
+enum class Fault {
+    Fail,     // null or false; no output is touched and nothing moves
+    Shorten,  // ReadFile, WriteFile: success with half of the count
+    Garbage,  // success, every output byte 0xa5; ReadFile says that it did the whole count
+    Lie,      // success; the count, the position or the size given back is one too large
+    Stall,    // waits for release(), then does as it should
+};
+
+// One call, in the order of arrival; what an operation does not have stays zero or empty.
+struct VolumeCall {
+    VolumeOperation operation = VolumeOperation::Reserved;
+    std::thread::id thread;
+    VolumeHandle handle = nullptr;  // as given
+    std::u16string path;            // the pattern or the path
+    std::array<uint32_t, 3> modes = {};
+    const void *buffer = nullptr;  // the record's place for the two find operations
+    uint32_t count = 0;
+    int64_t distance = 0;
+    uint32_t origin = 0;
+    bool recordWasZero = false;  // FindFirstFile
+};
+
+class ScriptedVolume final : public IVolume {
+public:
+    using Milliseconds = std::chrono::milliseconds;
+    static constexpr Milliseconds kDeadline{20000};
+
+    ScriptedVolume();
+    ~ScriptedVolume();
+    ScriptedVolume(const ScriptedVolume &) = delete;
+    ScriptedVolume &operator=(const ScriptedVolume &) = delete;
+
+    ScriptedEntry &root() { return _entries.front(); }
+
+    // nth counts the calls of one operation from 1.
+    void atCall(VolumeOperation operation, size_t nth, Fault fault);
+    void fromCall(VolumeOperation operation, size_t nth, Fault fault);
+
+    // Waits until a call stalls; false if none did in time.
+    bool awaitStall(Milliseconds deadline = kDeadline);
+    // Lets the call that stalls, and all that would stall later, go on. A call that nobody
+    // releases goes on by itself after the deadline.
+    void release();
+
+    std::vector<VolumeCall> calls() const;
+    std::vector<VolumeCall> calls(VolumeOperation operation) const;
+    // Calls since the start or since forgetCalls().
+    size_t count(VolumeOperation operation) const;
+    void forgetCalls();
+    // From now on calls are only counted: a very deep tree has more path text than memory.
+    void keepNoCalls();
+    // Handles returned and not yet closed; handles closed more than once.
+    size_t openHandles() const;
+    size_t handlesClosedTwice() const;
+    // Calls with a handle that the volume had not returned, or that was closed before.
+    size_t callsWithBadHandle() const;
+
+    void Reserved1() override;
+    void Reserved2() override;
+    void Reserved3() override;
+    void Reserved4() override;
+    VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override;
+    bool FindNextFile(VolumeHandle search, VolumeFindData *record) override;
+    bool FindClose(VolumeHandle search) override;
+    VolumeHandle OpenFile(const char16_t *path, uint32_t mode1, uint32_t mode2,
+                          uint32_t mode3) override;
+    void Reserved5() override;
+    bool ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done) override;
+    bool WriteFile(VolumeHandle file, const void *buffer, uint32_t count, uint32_t *done) override;
+    bool SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t *high,
+                         uint32_t origin) override;
+    bool QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high) override;
+    bool CloseHandle(VolumeHandle file) override;
+
+private:
+    struct Handle {
+        ScriptedEntry *entry = nullptr;
+        size_t next = 0;        // of a listing
+        uint64_t position = 0;  // of a file
+        size_t closed = 0;
+    };
+    using Lock = std::unique_lock<std::mutex>;
+
+    std::optional<Fault> arrive(Lock &lock, VolumeCall call);
+    std::optional<Fault> faultOf(VolumeOperation operation, size_t nth) const;
+    void stall(Lock &lock);
+    Handle *used(VolumeHandle handle);
+    Handle &opened(ScriptedEntry *entry);
+    bool close(VolumeOperation operation, VolumeHandle handle);
+    static bool report(Handle &search, VolumeFindData *record, std::optional<Fault> fault);
+
+    mutable std::mutex _mutex;
+    std::condition_variable _changed;
+    ScriptedEntry::Arena _entries;
+    std::unordered_map<VolumeHandle, std::unique_ptr<Handle>> _handles;
+    std::vector<VolumeCall> _calls;
+    bool _keepsCalls = true;
+    std::map<VolumeOperation, size_t> _arrived;
+    std::map<VolumeOperation, size_t> _counted;
+    std::map<VolumeOperation, std::map<size_t, Fault>> _faults;
+    std::map<VolumeOperation, std::pair<size_t, Fault>> _lastingFaults;
+    size_t _badHandles = 0;
+    bool _stalls = false;
+    bool _released = false;
+};
+
+}  // namespace vx
