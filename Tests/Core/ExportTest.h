@@ -1,0 +1,52 @@
+// What the suites of the export engine share: an engine on a scripted volume, a recording sink,
+// a destination folder of the test's own, and the worker's end as something that can be awaited.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+#import "CoreTest.h"
+#import "RecordingDelegate.h"
+#include "TemporaryFolder.h"
+#import "Z5FileManager.h"
+
+// Counts the threads of the process that have ended since it was made.
+@interface ThreadEnds : NSObject {
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    int _ended;
+}
+// NO if no thread ended within the deadline.
+- (BOOL)awaitOne;
+@end
+
+class ExportTest : public CoreTest {
+protected:
+    ExportTest();
+    ~ExportTest() override;
+
+    // Plans the export of these entries of the root, or of the whole root.
+    Z5FileManager *plan(const std::vector<std::string> &names = {});
+    Z5FileManager *planEntries(NSArray *selection);
+    // Starts the worker on the destination, with plan() if there is no engine yet.
+    bool start();
+    // Waits for the worker's end; the engine's volume calls are over then.
+    bool finish();
+    // Both: true once the export has ended.
+    bool run() { return start() && finish(); }
+
+    std::string destination() const { return folder.Path(); }
+    std::string exported(const std::string &path) const { return folder.ReadFile(path); }
+    bool exists(const std::string &path) const;
+    long long sizeOf(const std::string &path) const;
+
+    vx::TemporaryFolder folder;
+    RecordingDelegate *delegate = nil;
+    Z5FileManager *engine = nil;
+
+private:
+    ThreadEnds *_ends = nil;
+};

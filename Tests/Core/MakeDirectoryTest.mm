@@ -1,0 +1,90 @@
+#import "ExportTest.h"
+#include "OrdinaryUser.h"
+
+namespace {
+
+class MakeDirectory : public ExportTest {
+protected:
+    bool make(const std::string &relative)
+    {
+        return [Z5FileManager makeDirectory:Text(destination()) withSource:Text(relative)];
+    }
+    bool isFolder(const std::string &path) const
+    {
+        struct stat status = {};
+        return stat(folder.At(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    }
+};
+
+}  // namespace
+
+TEST_F(MakeDirectory, ANilArgumentIsAFailure)
+{
+    EXPECT_FALSE([Z5FileManager makeDirectory:nil withSource:@"/a"]);
+    EXPECT_FALSE([Z5FileManager makeDirectory:Text(destination()) withSource:nil]);
+}
+
+TEST_F(MakeDirectory, FoldersOnTheWayAreMade)
+{
+    EXPECT_TRUE(make("/a/b/c"));
+    EXPECT_TRUE(isFolder("a/b/c"));
+}
+
+TEST_F(MakeDirectory, AnExistingFolderIsReused)
+{
+    folder.WriteFile("a/kept", "x");
+    EXPECT_TRUE(make("/a"));
+    EXPECT_EQ(exported("a/kept"), "x");
+}
+
+TEST_F(MakeDirectory, AnEmptyFolderPathChecksTheDestinationRootItselfAndSucceedsWhenItExists)
+{
+    EXPECT_TRUE(make(""));
+    EXPECT_TRUE(make("/"));
+}
+
+TEST_F(MakeDirectory, AMissingDestinationRootIsMade)
+{
+    EXPECT_TRUE([Z5FileManager makeDirectory:Text(folder.At("new/root")) withSource:@""]);
+    EXPECT_TRUE(isFolder("new/root"));
+}
+
+TEST_F(MakeDirectory, ThePathsAreJoinedWithoutASeparator)
+{
+    EXPECT_TRUE([Z5FileManager makeDirectory:Text(folder.At("a")) withSource:@"b"]);
+    EXPECT_TRUE(isFolder("ab"));
+}
+
+TEST_F(MakeDirectory, WhenAPlainFileAlreadyStandsWhereAFolderIsNeededItReportsSuccess)
+{
+    folder.WriteFile("a", "plain");
+    EXPECT_TRUE(make("/a"));
+    EXPECT_EQ(exported("a"), "plain");
+}
+
+TEST_F(MakeDirectory, AFolderBelowAPlainFileIsAFailure)
+{
+    folder.WriteFile("a", "plain");
+    EXPECT_FALSE(make("/a/b"));
+}
+
+TEST_F(MakeDirectory, AFolderThatMayNotBeMadeIsAFailure)
+{
+    folder.MakeFolder("locked");
+    chmod(folder.At("locked").c_str(), 0555);
+    chmod(destination().c_str(), 0755);
+    bool made = true;
+    {
+        const OrdinaryUser user;
+        made = make("/locked/a");
+    }
+    EXPECT_FALSE(made);
+    EXPECT_FALSE(exists("locked/a"));
+    chmod(folder.At("locked").c_str(), 0755);
+}
+
+TEST_F(MakeDirectory, AnyNameIsAFolderName)
+{
+    EXPECT_TRUE(make("/Дом 😀/100% %@"));
+    EXPECT_TRUE(isFolder("Дом 😀/100% %@"));
+}
