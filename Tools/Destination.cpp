@@ -1,0 +1,79 @@
+#include "Destination.h"
+
+#include "TerminalText.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vx {
+namespace {
+
+// "a/b/" → "a", "b" → ".", "/b" → "/"
+std::string ParentOf(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool FailFor(const std::string &what, const std::string &path, std::string *error)
+{
+    *error = what + TerminalText(path) + ": " + strerror(errno);
+    return false;
+}
+
+bool IsWritableFolder(const std::string &path, const struct stat &found, std::string *error)
+{
+    if (!S_ISDIR(found.st_mode)) {
+        *error = "the destination " + TerminalText(path) + " is not a folder";
+        return false;
+    }
+    if (access(path.c_str(), W_OK | X_OK) != 0)
+        return FailFor("cannot write to ", path, error);
+    return true;
+}
+
+}  // namespace
+
+bool Destination::IsUsable(std::string *error) const
+{
+    struct stat found;
+    if (stat(_path.c_str(), &found) == 0)
+        return IsWritableFolder(_path, found, error);
+    if (errno != ENOENT)
+        return FailFor("cannot use the destination ", _path, error);
+    const std::string parent = ParentOf(_path);
+    if (stat(parent.c_str(), &found) != 0)
+        return FailFor("cannot make the destination in ", parent, error);
+    return IsWritableFolder(parent, found, error);
+}
+
+bool Destination::IsFolder(const std::string &path) const
+{
+    struct stat own;
+    struct stat other;
+    if (stat(_path.c_str(), &own) != 0 || stat(path.c_str(), &other) != 0)
+        return false;
+    return own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+}
+
+bool Destination::Prepare(bool *made, std::string *error)
+{
+    *made = mkdir(_path.c_str(), 0777) == 0;
+    if (!*made && errno != EEXIST)
+        return FailFor("cannot make the folder ", _path, error);
+    const std::unique_ptr<char, decltype(&free)> resolved(realpath(_path.c_str(), nullptr), &free);
+    if (!resolved)
+        return FailFor("cannot use the destination ", _path, error);
+    _path = resolved.get();
+    return true;
+}
+
+}  // namespace vx

@@ -1,0 +1,44 @@
+// Exports files and folders of a volume to a folder of this machine and tells what arrived.
+//
+// Progress goes to standard error, the summary to standard output. Threads: main.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+#include "Destination.h"
+#include "ExportReport.h"
+#include "Options.h"
+#import "VolumeSession.h"
+#import "Z5FileManager.h"
+
+namespace vx {
+
+class ExportCommand {
+public:
+    // destination: usable.
+    ExportCommand(const VolumeSession &session, const Options &options, Destination destination);
+
+    // The program's exit status.
+    int Run();
+
+private:
+    struct Plan {
+        Z5FileManager *engine = nil;  // nil if there is no file to copy
+        NSArray *files = nil;
+        int64_t bytes = 0;
+    };
+
+    void Export(NSArray *selected);
+    // The number of files that the worker came to.
+    NSUInteger Copy(const Plan &plan);
+    void Check(const Plan &plan, NSArray *selected, NSUInteger count, time_t started);
+
+    const VolumeSession &_session;
+    const Options &_options;
+    Destination _destination;
+    ExportReport _report;
+    int _signal = 0;
+};
+
+}  // namespace vx

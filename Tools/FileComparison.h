@@ -1,0 +1,36 @@
+// Reads a file of the volume and its copy once more, piece by piece, and compares.
+//
+// Ownership: owns its two buffers, which serve for any number of files. Threads: one at a time.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#import "Z5BitLockerFile.h"
+
+namespace vx {
+
+class FileComparison {
+public:
+    // Called with the bytes of each piece; false ends the comparison.
+    using PieceCompared = std::function<bool(int64_t bytes)>;
+
+    FileComparison();
+
+    // Why the first size bytes differ, or could not be compared; empty if they are equal, or if
+    // the comparison was ended. file: open, at any position.
+    std::string Difference(Z5BitLockerFile *file, int64_t size, const std::string &copy,
+                           const PieceCompared &compared);
+
+private:
+    static constexpr int64_t kPieceSize = int64_t(1) << 20;
+
+    std::vector<char> _original;
+    std::vector<char> _copy;
+};
+
+}  // namespace vx

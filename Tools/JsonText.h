@@ -1,0 +1,13 @@
+// Text as JSON writes it.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vx {
+
+// A JSON string with its quotes, in valid UTF-8 whatever the text is: quotes, backslashes and
+// control characters are escaped, a lone surrogate becomes U+FFFD. u"a\"b" → "\"a\\\"b\""
+std::string JsonText(std::u16string_view text);
+
+}  // namespace vx

@@ -1,0 +1,24 @@
+// Numbers for people to read, the same in every locale.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vx {
+
+// 1234567 → "1,234,567"
+std::string GroupedText(int64_t number);
+
+// Binary units: 512 → "512 bytes", 1536 → "1.5 KiB", 5 * 2^30 → "5.0 GiB"
+std::string SizeText(int64_t bytes);
+
+// 1 → "1 file", 2000 → "2,000 files"
+std::string CountText(int64_t count, const char *one, const char *many);
+
+// In MiB per second: 10 MiB in 4 s → "2.5 MiB/s". No time at all counts as a millisecond.
+std::string SpeedText(int64_t bytes, double seconds);
+
+// 9 → "0:09", 75 → "1:15", 3700 → "1:01:40"; more than 99 hours is "more than 99 hours".
+std::string DurationText(double seconds);
+
+}  // namespace vx

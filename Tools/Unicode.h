@@ -1,0 +1,19 @@
+// Characters of UTF-16 text, one after the other, as they go into UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace vx {
+
+// What stands for a surrogate without its partner.
+constexpr char32_t kReplacementCharacter = 0xfffd;
+
+// The character at *position, which moves behind it and must be below text.size().
+char32_t NextCharacter(std::u16string_view text, size_t *position);
+
+// character: none of the surrogates.
+void AppendUtf8(char32_t character, std::string *text);
+
+}  // namespace vx

@@ -1,0 +1,54 @@
+#include "UsageText.h"
+
+#define VX_USAGE                                                                                   \
+    "Usage: volume-export --list [--recursive] [--json] VOLUME [--unlock KIND SECRET] [PATH...]\n" \
+    "       volume-export --to DEST [--verify] [--verbose] VOLUME [--unlock KIND SECRET] "         \
+    "[PATH...]\n"
+
+namespace vx {
+
+const char kUsageText[] = VX_USAGE "Try \"volume-export --help\" for more.\n";
+
+const char kHelpText[] = VX_USAGE R"(
+Lists the files of a volume, or exports them: copies them to a folder of this machine.
+
+  VOLUME                what to open: a folder, a device or a disk image
+  PATH                  files or folders of the volume, e.g. /Reports/2019; without any,
+                        everything. The "/" in front may be left out.
+  --unlock KIND SECRET  how to unlock the volume (default: none, with an empty secret).
+                        A SECRET of "-" is asked for on the terminal, or read as one line
+                        from standard input; other users can see one given here.
+  --                    all that follows is VOLUME and PATHs
+
+Listing
+  --list                one row for each entry: type, size, date, path. A folder shows its
+                        entries, a file itself. Sizes are rounded on a terminal and in
+                        bytes elsewhere. Backslashes and control characters in names are
+                        escaped: \\, \n, \x1b, \u202e
+  --recursive           all that lies below, too
+  --json                one JSON object on each line, with type, path, size (in bytes) and
+                        modified (the date as this machine's language writes it)
+
+Exporting
+  --to DEST             export to the folder DEST, made if only it is missing. /a/b.txt
+                        becomes DEST/a/b.txt. Existing files are overwritten; dates and
+                        permissions are not kept; folders without files are not made.
+  --verify              read everything again afterwards, and compare
+  --verbose             name the links that were not followed: links to folders, and those
+                        that lead to nothing or out of the volume
+Ctrl-C stops an export after at most 4 MiB more and leaves what is complete; a second one
+ends the program at once. Progress goes to standard error, the summary to standard output.
+
+  --help, --version
+
+Exit status
+  0    all is listed, or all files have arrived
+  1    something is missing; the messages name it
+  2    wrong use, or DEST cannot be used
+  3    the volume did not open
+  128+ stopped by a signal, e.g. 130 by Ctrl-C, with files missing
+)";
+
+const char kVersionText[] = "volume-export " VX_VERSION "\n";
+
+}  // namespace vx

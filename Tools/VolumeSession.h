@@ -1,0 +1,38 @@
+// An opened volume with its catalogue, for as long as the program runs.
+//
+// Ownership: owns the observer and the catalogue; the volume belongs to the volume library.
+// Threads: opened on the main thread.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <memory>
+#include <string>
+
+#include "ObservedVolume.h"
+#import "Z5FileExplorerWapper.h"
+
+namespace vx {
+
+class VolumeSession {
+public:
+    VolumeSession() = default;
+    ~VolumeSession() { [_explorer release]; }
+    VolumeSession(const VolumeSession &) = delete;
+    VolumeSession &operator=(const VolumeSession &) = delete;
+
+    // The three texts go to the volume library. Called once. False: error says in one line what
+    // is wrong: the library or its entry is missing, the status that came back and its meaning,
+    // or a volume without a readable root.
+    bool Open(const std::string &volume, const std::string &unlockKind, const std::string &secret,
+              std::string *error);
+
+    const ObservedVolume &Volume() const { return *_volume; }
+    Z5FileExplorerWapper *Explorer() const { return _explorer; }
+
+private:
+    std::unique_ptr<ObservedVolume> _volume;
+    Z5FileExplorerWapper *_explorer = nil;
+};
+
+}  // namespace vx

@@ -1,0 +1,55 @@
+#import "VolumeSession.h"
+
+#import "CBitlockerWrapper.h"
+#include "TerminalText.h"
+#include "VolumeLibraryStatus.h"
+
+#include <dlfcn.h>
+
+namespace vx {
+namespace {
+
+// Why the wrapper could not call the entry: the library does not load, or has no such entry.
+std::string ReasonNotCalled(const CBitlockerWrapper &library)
+{
+    const char *path = [library.libraryPath() UTF8String];
+    if (dlopen(path, RTLD_LAZY) == nullptr) {
+        const char *reason = dlerror();
+        return std::string("the volume library is missing or does not load: ") +
+               TerminalText(std::string(reason != nullptr ? reason : path));
+    }
+    return "the volume library " + TerminalText(std::string(path)) +
+           " has no entry \"open_bitlocker_device\"";
+}
+
+}  // namespace
+
+bool VolumeSession::Open(const std::string &volume, const std::string &unlockKind,
+                         const std::string &secret, std::string *error)
+{
+    CBitlockerWrapper library;
+    IVolume *opened = nullptr;
+    int32_t status = 0;
+    if (!library.openBitlockerDevice(volume.c_str(), unlockKind.c_str(), secret.c_str(), &opened,
+                                     &status)) {
+        *error = ReasonNotCalled(library);
+        return false;
+    }
+    const std::string name = TerminalText(volume);
+    if (status != 0) {
+        *error = "cannot open " + name + ": " + VolumeLibraryStatusText(status) + " (status " +
+                 std::to_string(status) + ")";
+        return false;
+    }
+    if (opened == nullptr) {
+        *error = "cannot open " + name + ": the volume library gave no volume (status 0)";
+        return false;
+    }
+    _volume = std::make_unique<ObservedVolume>(*opened);
+    _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];
+    if (_explorer == nil)
+        *error = "cannot open " + name + ": its root folder cannot be listed";
+    return _explorer != nil;
+}
+
+}  // namespace vx
