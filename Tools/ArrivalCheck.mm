@@ -16,6 +16,15 @@ NSString *LocalPathOf(Z5FindData *entry)
     return LocalPathFromVolumePath([Z5FileExplorerWapper fullPath:entry withfilter:nil]);
 }
 
+// The reason, with what may explain it.
+std::string Explained(const std::string &reason, Z5FindData *entry)
+{
+    NSCharacterSet *separators = [NSCharacterSet characterSetWithCharactersInString:@"\\/"];
+    if (reason.empty() || [[entry strFileName] rangeOfCharacterFromSet:separators].length == 0)
+        return reason;
+    return reason + " (its name holds \"\\\" or \"/\", which separates folders here)";
+}
+
 }  // namespace
 
 ArrivalCheck::ArrivalCheck(const VolumeSession &session, NSArray *selected, Settings settings,
@@ -80,7 +89,8 @@ void ArrivalCheck::CheckCopy(Z5FindData *entry, Z5BitLockerFile *file, bool mayB
     else if (reason.empty())
         AddArrived(identity, entry, [file getFileSize]);
     else
-        (mayBePartial ? _report.partial : _report.failures).push_back({_current, reason});
+        (mayBePartial ? _report.partial : _report.failures)
+            .push_back({_current, Explained(reason, entry)});
 }
 
 std::string ArrivalCheck::ReasonForCopy(const std::u16string &path, Z5BitLockerFile *file,

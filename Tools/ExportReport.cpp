@@ -21,10 +21,13 @@ std::string FilesText(int64_t count)
 
 void PrintArrived(const ExportReport &report, FILE *stream)
 {
-    fprintf(stream, "Exported %s, %s, to %s in %.1f s (%s).\n",
-            FilesText(report.arrivedFiles).c_str(), BothSizes(report.arrivedBytes).c_str(),
-            TerminalText(report.destination).c_str(), report.copySeconds,
-            SpeedText(report.arrivedBytes, report.copySeconds).c_str());
+    fprintf(stream, "Exported %s, %s, to %s in %.1f s", FilesText(report.arrivedFiles).c_str(),
+            BothSizes(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str(),
+            report.copySeconds);
+    // The speed of an instant says nothing.
+    if (report.copySeconds >= 0.1)
+        fprintf(stream, " (%s)", SpeedText(report.arrivedBytes, report.copySeconds).c_str());
+    fprintf(stream, ".\n");
     if (report.isVerified && report.arrivedFiles > 0)
         fprintf(stream, "Read again and compared in %.1f s: equal.\n", report.checkSeconds);
 }

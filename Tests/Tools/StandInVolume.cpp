@@ -1,0 +1,112 @@
+#include "StandInVolume.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace vx {
+
+StandInVolume::StandInVolume(std::vector<StandInEntry> entries, std::string stallFolder)
+    : _entries(std::move(entries)), _stallFolder(std::move(stallFolder))
+{
+}
+
+const StandInEntry *StandInVolume::EntryAt(const std::u16string &path) const
+{
+    for (const StandInEntry &entry : _entries) {
+        if (entry.folder + u"/" + entry.name == path)
+            return &entry;
+    }
+    return nullptr;
+}
+
+VolumeHandle StandInVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
+{
+    std::u16string folder(pattern);
+    folder.resize(folder.size() - 2);
+    const StandInEntry *entry = EntryAt(folder);
+    if (!folder.empty() && (entry == nullptr || !entry->opens))
+        return nullptr;
+    auto *search = new Search{folder, 0};
+    FindNextFile(search, record);
+    return search;
+}
+
+bool StandInVolume::FindNextFile(VolumeHandle handle, VolumeFindData *record)
+{
+    auto *search = static_cast<Search *>(handle);
+    while (search->next < _entries.size()) {
+        const StandInEntry &entry = _entries[search->next++];
+        if (entry.folder != search->folder)
+            continue;
+        *record = {};
+        record->attributes = entry.attributes != 0 ? entry.attributes : 0x80;
+        record->lastWriteTime = 132459588000000000;
+        record->sizeLow = entry.listedSize;
+        std::copy(entry.name.begin(), entry.name.end(), record->name);
+        return true;
+    }
+    return false;
+}
+
+bool StandInVolume::FindClose(VolumeHandle search)
+{
+    delete static_cast<Search *>(search);
+    return true;
+}
+
+VolumeHandle StandInVolume::OpenFile(const char16_t *path, uint32_t, uint32_t, uint32_t)
+{
+    const StandInEntry *entry = EntryAt(path);
+    if (entry == nullptr || !entry->opens || (entry->attributes & 0x10) != 0)
+        return nullptr;
+    const unsigned char seed = entry->changes ? ++_opened : 0;
+    return new File{entry, 0, 0, seed};
+}
+
+bool StandInVolume::ReadFile(VolumeHandle handle, void *buffer, uint32_t count, uint32_t *done)
+{
+    auto *file = static_cast<File *>(handle);
+    if (++file->reads == file->entry->stallsAtRead)
+        Stall();
+    *done = 0;
+    if (file->entry->readsFail)
+        return false;
+    *done = std::min(count, file->entry->size - file->position);
+    auto *bytes = static_cast<unsigned char *>(buffer);
+    for (uint32_t i = 0; i < *done; ++i)
+        bytes[i] = static_cast<unsigned char>((file->position + i) * 7 + file->seed);
+    file->position += *done;
+    return true;
+}
+
+bool StandInVolume::SetFilePosition(VolumeHandle handle, uint32_t *low, uint32_t *high, uint32_t)
+{
+    static_cast<File *>(handle)->position = *low;
+    *high = 0;
+    return true;
+}
+
+bool StandInVolume::QueryFileSize(VolumeHandle handle, uint32_t *low, uint32_t *high)
+{
+    *low = static_cast<File *>(handle)->entry->size;
+    *high = 0;
+    return true;
+}
+
+bool StandInVolume::CloseHandle(VolumeHandle file)
+{
+    delete static_cast<File *>(file);
+    return true;
+}
+
+void StandInVolume::Stall() const
+{
+    const int stalled = open((_stallFolder + "/stalled").c_str(), O_WRONLY);
+    const int release = open((_stallFolder + "/release").c_str(), O_RDONLY);
+    close(stalled);
+    close(release);
+}
+
+}  // namespace vx

@@ -1,0 +1,65 @@
+// A volume made of a table, for what real folders do not do: files that do not open, stall, fail
+// or change while they are read, folders that cannot be listed, names that try to escape.
+//
+// Threads: one lists while another reads. Handles are the table's own.
+#pragma once
+
+#include "IVolume.h"
+
+#include <list>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+struct StandInEntry {
+    std::u16string folder;  // volume path, empty for the root
+    std::u16string name;
+    uint32_t attributes = 0;
+    uint32_t listedSize = 0;  // in bytes
+    uint32_t size = 0;        // when opened
+    bool opens = true;        // a folder: can be listed
+    bool readsFail = false;
+    bool changes = false;  // each time it is opened
+    int stallsAtRead = 0;  // which read waits, from 1; 0 for none
+};
+
+class StandInVolume final : public IVolume {
+public:
+    // stallFolder: holds two FIFOs. The read that stalls opens "stalled" for writing, then
+    // "release" for reading, and goes on when the test has opened the other ends.
+    StandInVolume(std::vector<StandInEntry> entries, std::string stallFolder);
+    ~StandInVolume() = default;
+
+    VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override;
+    bool FindNextFile(VolumeHandle search, VolumeFindData *record) override;
+    bool FindClose(VolumeHandle search) override;
+    VolumeHandle OpenFile(const char16_t *path, uint32_t, uint32_t, uint32_t) override;
+    bool ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done) override;
+    bool WriteFile(VolumeHandle, const void *, uint32_t, uint32_t *) override { return false; }
+    bool SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t *high,
+                         uint32_t origin) override;
+    bool QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high) override;
+    bool CloseHandle(VolumeHandle file) override;
+
+private:
+    struct Search {
+        std::u16string folder;
+        size_t next = 0;
+    };
+    struct File {
+        const StandInEntry *entry = nullptr;
+        uint32_t position = 0;
+        int reads = 0;
+        unsigned char seed = 0;
+    };
+
+    const StandInEntry *EntryAt(const std::u16string &path) const;
+    void Stall() const;
+
+    const std::vector<StandInEntry> _entries;
+    const std::string _stallFolder;
+    unsigned char _opened = 0;
+};
+
+}  // namespace vx
