@@ -49,7 +49,7 @@ void ArrivalCheck::CheckFiles(NSArray *plan, NSUInteger count)
 {
     for (NSUInteger i = 0; i < count; ++i) {
         if (WasStopped()) {
-            _report.notVerifiedFiles += static_cast<int64_t>(count - i);
+            _report.notCheckedFiles += static_cast<int64_t>(count - i);
             return;
         }
         @autoreleasepool {
@@ -85,7 +85,7 @@ void ArrivalCheck::CheckCopy(Z5FindData *entry, Z5BitLockerFile *file, bool mayB
             ? "its name cannot be written on this machine"
             : ReasonForCopy(VolumePathOf(entry), file, _settings.destination + local, &identity);
     if (reason.empty() && WasStopped())
-        ++_report.notVerifiedFiles;
+        ++_report.notCheckedFiles;
     else if (reason.empty())
         AddArrived(identity, entry, [file getFileSize]);
     else

@@ -128,8 +128,8 @@ void ExportCommand::Check(const Plan &plan, NSArray *selected, NSUInteger count,
     check.CheckFolders();
     check.CheckFiles(plan.files, count);
     _report.checkSeconds = SecondsSince(start);
-    _report.isVerified = settings.verifies && _report.notVerifiedFiles == 0;
-    _report.wasStopped = _report.wasStopped || _report.notVerifiedFiles > 0;
+    _report.isVerified = settings.verifies && _report.notCheckedFiles == 0;
+    _report.wasStopped = _report.wasStopped || _report.notCheckedFiles > 0;
 }
 
 }  // namespace vx

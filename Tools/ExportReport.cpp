@@ -41,8 +41,8 @@ void PrintStopped(const ExportReport &report, FILE *stream)
         fprintf(stream, "Partly copied: %s: %s\n", partial.path.c_str(), partial.reason.c_str());
     if (report.notCopiedFiles > 0)
         fprintf(stream, "Not copied: %s\n", FilesText(report.notCopiedFiles).c_str());
-    if (report.notVerifiedFiles > 0)
-        fprintf(stream, "Not compared: %s\n", FilesText(report.notVerifiedFiles).c_str());
+    if (report.notCheckedFiles > 0)
+        fprintf(stream, "Copied, but not checked: %s\n", FilesText(report.notCheckedFiles).c_str());
 }
 
 void PrintLinks(const ExportReport &report, bool namesLinks, FILE *stream)
@@ -72,7 +72,7 @@ void PrintFailures(const ExportReport &report, FILE *stream)
 
 bool ExportReport::IsComplete() const
 {
-    return failures.empty() && partial.empty() && notCopiedFiles == 0 && notVerifiedFiles == 0;
+    return failures.empty() && partial.empty() && notCopiedFiles == 0 && notCheckedFiles == 0;
 }
 
 void PrintReport(const ExportReport &report, bool namesLinks, FILE *stream)

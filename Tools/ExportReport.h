@@ -25,7 +25,7 @@ struct ExportReport {
     bool wasStopped = false;
     std::vector<Failure> partial;  // what was being copied when it stopped: one or none
     int64_t notCopiedFiles = 0;    // that the stopped export did not come to
-    int64_t notVerifiedFiles = 0;  // that a stopped comparison did not come to
+    int64_t notCheckedFiles = 0;   // that a stopped check did not come to
 
     bool IsComplete() const;
 };

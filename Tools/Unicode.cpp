@@ -13,6 +13,24 @@ bool IsTrailing(char16_t unit)
     return unit >= 0xdc00 && unit < 0xe000;
 }
 
+// Bytes that follow a lead byte, or -1 if it leads nothing.
+int TrailCount(unsigned char lead)
+{
+    if (lead < 0x80)
+        return 0;
+    if (lead < 0xc2 || lead > 0xf4)
+        return -1;
+    return lead < 0xe0 ? 1 : lead < 0xf0 ? 2 : 3;
+}
+
+// Some lead bytes allow only part of the second bytes (Unicode Standard, table 3-7).
+bool MayFollow(unsigned char lead, unsigned char second)
+{
+    const unsigned lowest = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
+    const unsigned highest = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
+    return second >= lowest && second <= highest;
+}
+
 }  // namespace
 
 char32_t NextCharacter(std::u16string_view text, size_t *position)
@@ -42,6 +60,24 @@ void AppendUtf8(char32_t character, std::string *text)
         append(0x80 | (character >> 6 & 0x3f));
     }
     append(0x80 | (character & 0x3f));
+}
+
+bool IsUtf8(const std::string &text)
+{
+    const auto byteAt = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
+    for (size_t position = 0; position < text.size();) {
+        const unsigned char lead = byteAt(position++);
+        const int trails = TrailCount(lead);
+        if (trails < 0 || text.size() - position < static_cast<size_t>(trails))
+            return false;
+        if (trails > 0 && !MayFollow(lead, byteAt(position)))
+            return false;
+        for (int i = 0; i < trails; ++i) {
+            if ((byteAt(position++) & 0xc0) != 0x80)
+                return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace vx

@@ -16,4 +16,7 @@ char32_t NextCharacter(std::u16string_view text, size_t *position);
 // character: none of the surrogates.
 void AppendUtf8(char32_t character, std::string *text);
 
+// Whether the bytes are UTF-8 without overlong forms and surrogates.
+bool IsUtf8(const std::string &text);
+
 }  // namespace vx

@@ -1,6 +1,7 @@
 // volume-export: lists and exports the files of a volume.
 #import <Foundation/Foundation.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -13,6 +14,7 @@
 #include "Options.h"
 #include "SecretPrompt.h"
 #include "TerminalText.h"
+#include "Unicode.h"
 #include "UsageText.h"
 #import "VolumeSession.h"
 
@@ -51,6 +53,12 @@ bool IsDestinationUsable(const Options &options, std::string *error)
     return destination.IsUsable(error);
 }
 
+// Foundation cannot start in a process with other arguments.
+bool AreAllUtf8(const std::vector<std::string> &arguments)
+{
+    return std::all_of(arguments.begin(), arguments.end(), vx::IsUtf8);
+}
+
 bool AskForSecret(Options *options)
 {
     const std::string question = "Secret (" + vx::TerminalText(options->unlockKind) + ") for " +
@@ -80,7 +88,10 @@ int Run(Options options)
 int main(int argc, char **argv)
 {
     std::string error;
-    const auto options = vx::ParseOptions(std::vector<std::string>(argv + 1, argv + argc), &error);
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (!AreAllUtf8(arguments))
+        return FailUsage("an argument is not valid UTF-8");
+    const auto options = vx::ParseOptions(arguments, &error);
     if (!options)
         return FailUsage(error);
     if (options->action == Options::Action::kHelp)

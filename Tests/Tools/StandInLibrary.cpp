@@ -47,6 +47,14 @@ std::vector<StandInEntry> StallingTree()
     return {File(u"", u"one.bin", 5 * kMiB), second, File(u"", u"three.bin", 10)};
 }
 
+// Stalls when it is compared: only then is a file of this size read in more than one piece.
+std::vector<StandInEntry> StallingComparison()
+{
+    StandInEntry first = File(u"", u"one.bin", 3 * kMiB);
+    first.stallsAtRead = 2;
+    return {first, File(u"", u"two.bin", 10)};
+}
+
 std::vector<StandInEntry> HostileTree()
 {
     return {File(u"", u"good.txt", 5),
@@ -101,11 +109,9 @@ extern "C" __attribute__((visibility("default"))) int32_t
 open_bitlocker_device(const char *first, const char *second, const char *third, IVolume **volume)
 {
     static const std::map<std::string, std::vector<StandInEntry> (*)()> kTrees = {
-        {"stalling", StallingTree},
-        {"hostile", HostileTree},
-        {"failing", FailingTree},
-        {"changing", ChangingTree},
-        {"colliding", CollidingTree}};
+        {"stalling", StallingTree}, {"stalling-comparison", StallingComparison},
+        {"hostile", HostileTree},   {"failing", FailingTree},
+        {"changing", ChangingTree}, {"colliding", CollidingTree}};
     *volume = nullptr;
     if (strncmp(first, "status=", 7) == 0)
         return atoi(first + 7);

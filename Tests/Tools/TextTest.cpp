@@ -1,6 +1,7 @@
 #include "JsonText.h"
 #include "NumberText.h"
 #include "TerminalText.h"
+#include "Unicode.h"
 
 #include <gtest/gtest.h>
 
@@ -72,6 +73,15 @@ TEST(JsonText, ALoneSurrogateIsReplaced)
 {
     const char16_t lone[] = {0xdbff, 0};
     EXPECT_EQ(JsonText(std::u16string_view(lone, 1)), "\"\ufffd\"");
+}
+
+TEST(Unicode, OnlyShortestFormsWithoutSurrogatesAreUtf8)
+{
+    for (const char *text : {"", "a", "\u00fc", "\u65e5", "\U0001f600", "\xef\xbf\xbf"})
+        EXPECT_TRUE(IsUtf8(text)) << text;
+    for (const char *text : {"\xff", "\x80", "\xc3", "\xc0\xaf", "\xe0\x80\xaf", "\xed\xa0\x80",
+                             "\xf4\x90\x80\x80", "\xe6\x97", "\xe6\x97z"})
+        EXPECT_FALSE(IsUtf8(text)) << text;
 }
 
 TEST(NumberText, SizesHaveTheLargestUnitBelowThem)
