@@ -58,6 +58,15 @@ void appendEntry(NSMutableArray *entries, const VolumeFindData &record, Z5FindDa
     }
 }
 
+// "/" and the name.
+void appendStep(std::vector<unichar> &path, NSString *name)
+{
+    const size_t start = path.size() + 1;
+    const size_t length = [name length];
+    path.resize(start + length, '/');
+    [name getCharacters:path.data() + start range:NSMakeRange(0, length)];
+}
+
 }  // namespace
 
 @implementation Z5FileExplorerWapper
@@ -126,24 +135,16 @@ void appendEntry(NSMutableArray *entries, const VolumeFindData &record, Z5FindDa
 {
     if (entry == nil)
         return nil;
-    std::vector<NSString *> names;
-    for (Z5FindData *node = entry; node != nil; node = [node parentNode]) {
-        NSString *name = [node strFileName];
-        if (name == nil)
-            return nil;
-        names.push_back(name);
-    }
-
-    NSMutableString *path = [NSMutableString string];
+    const std::vector<NSString *> names = [entry namesUpwards];
+    std::vector<unichar> path;
     for (auto name = names.rbegin(); name != names.rend(); ++name) {
-        [path appendString:@"/"];
-        [path appendString:*name];
+        if (*name == nil)
+            return nil;
+        appendStep(path, *name);
     }
-    if (filter != nil) {
-        [path appendString:@"/"];
-        [path appendString:filter];
-    }
-    return path;
+    if (filter != nil)
+        appendStep(path, filter);
+    return [NSString stringWithCharacters:path.data() length:path.size()];
 }
 
 + (NSString *)parentPath:(Z5FindData *)entry

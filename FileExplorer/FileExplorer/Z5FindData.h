@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "IVolume.h"
 
@@ -47,6 +48,10 @@
 
 // Setting an entry as its own parent changes nothing.
 - (void)setParentNode:(Z5FindData *)parent;
+
+// The names from this entry up to the root's child, borrowed from the entries; nil for an entry
+// without a name. Nothing is retained on the way, which deep folders make worth it.
+- (std::vector<NSString *>)namesUpwards;
 
 // fileTime: 100 ns since 1601-01-01 00:00 UTC (Microsoft Learn, "FILETIME structure"). A time
 // before 1970 wraps around to one far in the future.

@@ -96,6 +96,14 @@ size_t utf16Length(const char16_t *units)
     _parent = parent;
 }
 
+- (std::vector<NSString *>)namesUpwards
+{
+    std::vector<NSString *> names;
+    for (Z5FindData *entry = self; entry != nil; entry = entry->_parent)
+        names.push_back(entry->_strFileName);
+    return names;
+}
+
 + (NSString *)FormatFileTimeToString:(uint64_t)fileTime
 {
     return CDateText::shared().textFor(fileTime / kFileTimeUnitsPerSecond - kSecondsFrom1601To1970);
