@@ -198,6 +198,20 @@ bool ScriptedVolume::report(Handle &search, VolumeFindData *record, std::optiona
     return true;
 }
 
+// A listing mostly goes on below the last one, and in a deep nest the way from the root is long.
+ScriptedEntry *ScriptedVolume::folderAt(const std::u16string &path)
+{
+    const std::u16string way = _lastPath + u'/';
+    const bool below = _lastFolder != nullptr && path.compare(0, way.size(), way) == 0;
+    ScriptedEntry *entry =
+        below ? _lastFolder->find(path.substr(_lastPath.size())) : root().find(path);
+    if (entry == nullptr || !entry->isFolder())
+        return nullptr;
+    _lastPath = path;
+    _lastFolder = entry;
+    return entry;
+}
+
 VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
 {
     Lock lock(_mutex);
@@ -212,8 +226,8 @@ VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindDa
     if (fault == Fault::Fail || folder.size() < 2 || folder.substr(folder.size() - 2) != u"/*")
         return nullptr;
     folder.resize(folder.size() - 2);
-    ScriptedEntry *entry = root().find(folder);
-    if (entry == nullptr || !entry->isFolder())
+    ScriptedEntry *entry = folderAt(folder);
+    if (entry == nullptr)
         return nullptr;
     Handle &handle = opened(entry);
     report(handle, record, fault);

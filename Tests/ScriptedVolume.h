@@ -136,6 +136,7 @@ private:
     void stall(Lock &lock);
     Handle *used(VolumeHandle handle);
     Handle &opened(ScriptedEntry *entry);
+    ScriptedEntry *folderAt(const std::u16string &path);
     bool close(VolumeOperation operation, VolumeHandle handle);
     static bool report(Handle &search, VolumeFindData *record, std::optional<Fault> fault);
 
@@ -149,6 +150,8 @@ private:
     std::map<VolumeOperation, size_t> _counted;
     std::map<VolumeOperation, std::map<size_t, Fault>> _faults;
     std::map<VolumeOperation, std::pair<size_t, Fault>> _lastingFaults;
+    std::u16string _lastPath;  // of the last listing, with its folder
+    ScriptedEntry *_lastFolder = nullptr;
     size_t _badHandles = 0;
     bool _stalls = false;
     bool _released = false;
