@@ -1,0 +1,28 @@
+// The place of a connector's event sink, which another thread may change or empty at any time.
+//
+// The lock is held while the sink runs. Set therefore returns only when no call into the
+// former sink is under way, and none will begin: after Set(nullptr) the sink may be destroyed.
+// The lock is recursive, so a sink may change the slot from inside its own call.
+//
+// Ownership: the sink is borrowed. Threads: any.
+#pragma once
+
+#include <mutex>
+
+class IIPCConnector;
+class IIPCEvent;
+
+namespace vx {
+
+class SinkSlot {
+public:
+    void Set(IIPCEvent *sink);
+    // Calls the sink. Returns false, without a call, while there is none.
+    bool Deliver(IIPCConnector *from, const char *msg, int bodyLen);
+
+private:
+    std::recursive_mutex _mutex;
+    IIPCEvent *_sink = nullptr;  // guarded by _mutex
+};
+
+}  // namespace vx
