@@ -1,0 +1,11 @@
+# The explorer's end of the host link, and the process entry.
+add_library(explorer-link STATIC
+  FileExplorer/CPipeClientFileExplorerEvent.mm
+  FileExplorer/CPipeFileExplorerClientWrapper.mm)
+target_include_directories(explorer-link PUBLIC FileExplorer)
+target_link_libraries(explorer-link PUBLIC pipe command-envelope vx_foundation PRIVATE vx_warnings)
+
+add_executable(FileExplorer FileExplorer/main.mm FileExplorer/StandInLoop.mm)
+set_target_properties(FileExplorer PROPERTIES
+  RUNTIME_OUTPUT_DIRECTORY "${VX_RUNTIME_DIR}/FileExplorer.app")
+target_link_libraries(FileExplorer PRIVATE explorer-link vx_warnings)
