@@ -1,0 +1,36 @@
+// The command line of volume-host.
+//
+//     volume-host disk.img password -   ->  volume "disk.img", kind "password", secret asked for
+//     volume-host                       ->  error "a volume is missing"
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+struct HostOptions {
+    std::string volume;
+    std::string kind = "none";
+    std::string secret;
+    bool askForSecret = false;
+    std::string explorer;  // path of the explorer's program; empty: the one beside this program
+    std::optional<uint32_t> sendCode;
+    bool help = false;
+};
+
+struct CommandLine {
+    HostOptions options;
+    std::string error;  // one line without a line end; empty: the options are good
+};
+
+// arguments: without the program's own name.
+CommandLine ParseCommandLine(const std::vector<std::string> &arguments);
+
+// A few lines on how to call the program, and the whole help with the exit statuses.
+const char *UsageText();
+const char *HelpText();
+
+}  // namespace vx

@@ -1,0 +1,64 @@
+#include "EventPipe.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+
+namespace {
+
+int MillisecondsUntil(std::optional<vx::Deadline> deadline)
+{
+    using std::chrono::milliseconds;
+    constexpr milliseconds::rep kLongest = 60 * 1000;
+    if (!deadline)
+        return -1;
+    const auto left = std::chrono::ceil<milliseconds>(*deadline - vx::Deadline::clock::now());
+    return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, kLongest));
+}
+
+bool HasPassed(std::optional<vx::Deadline> deadline)
+{
+    return deadline && vx::Deadline::clock::now() >= *deadline;
+}
+
+}  // namespace
+
+namespace vx {
+
+EventPipe::EventPipe()
+{
+    int ends[2];
+    if (pipe(ends) == -1)
+        abort();
+    _out = Descriptor(ends[0]);
+    _in = Descriptor(ends[1]);
+    for (int end : ends) {
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+        fcntl(end, F_SETFL, fcntl(end, F_GETFL) | O_NONBLOCK);
+    }
+}
+
+void EventPipe::Post(int event)
+{
+    const int error = errno;
+    const unsigned char byte = static_cast<unsigned char>(event);
+    const ssize_t written = write(_in.Get(), &byte, 1);
+    (void)written;
+    errno = error;
+}
+
+std::optional<int> EventPipe::Await(std::optional<Deadline> deadline)
+{
+    unsigned char byte;
+    while (read(_out.Get(), &byte, 1) != 1) {
+        if (HasPassed(deadline))
+            return std::nullopt;
+        struct pollfd wanted = {_out.Get(), POLLIN, 0};
+        poll(&wanted, 1, MillisecondsUntil(deadline));
+    }
+    return byte;
+}
+
+}  // namespace vx

@@ -1,0 +1,48 @@
+#include "FifoPair.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t kOwnerOnly = 0600;
+
+bool IsOwnFifo(const std::string &path)
+{
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode) &&
+           status.st_uid == geteuid();
+}
+
+std::string MakeFifo(const std::string &path, bool &made)
+{
+    made = mkfifo(path.c_str(), kOwnerOnly) == 0;
+    if (made)
+        return "";
+    if (errno != EEXIST)
+        return "cannot make " + path + ": " + strerror(errno);
+    if (!IsOwnFifo(path))
+        return path + " is in the way: it is not a FIFO of this user";
+    chmod(path.c_str(), kOwnerOnly);
+    return "";
+}
+
+}  // namespace
+
+namespace vx {
+
+std::string MakeFifoPair(const LinkPaths &paths)
+{
+    bool madeFirst = false;
+    bool madeSecond = false;
+    std::string error = MakeFifo(paths.read, madeFirst);
+    if (error.empty())
+        error = MakeFifo(paths.write, madeSecond);
+    if (!error.empty() && madeFirst)
+        unlink(paths.read.c_str());
+    return error;
+}
+
+}  // namespace vx

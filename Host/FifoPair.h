@@ -1,0 +1,18 @@
+// The two FIFO files of the link, made before the explorer starts and for this user alone, so
+// that no other user can write into the link. A FIFO of this user that an earlier host left
+// behind is used again; anything else at the path is in the way, and is left alone.
+#pragma once
+
+#include <string>
+
+namespace vx {
+
+struct LinkPaths {
+    std::string read;   // explorer to host
+    std::string write;  // host to explorer
+};
+
+// Makes both or neither. Returns an empty text, or one line on what is in the way.
+std::string MakeFifoPair(const LinkPaths &paths);
+
+}  // namespace vx

@@ -1,0 +1,37 @@
+// Makes a host the only one on its FIFO paths: an exclusive flock on a file beside them.
+//
+// The kernel gives the lock back however the process ends, so a host that crashed never keeps
+// the next one out. The file is removed while the lock is still held; a host that opened it
+// just before sees that the path now names another file, or none, and starts over.
+// The descriptor is close-on-exec: the explorer does not inherit the lock.
+#pragma once
+
+#include "Descriptor.h"
+
+#include <string>
+
+namespace vx {
+
+class HostLock {
+public:
+    // Tries once, without waiting.
+    explicit HostLock(const std::string &path);
+    ~HostLock();
+    HostLock(const HostLock &) = delete;
+    HostLock &operator=(const HostLock &) = delete;
+
+    bool IsHeld() const { return _file.IsOpen(); }
+    // One line on why it is not held; empty if it is.
+    const std::string &GetError() const { return _error; }
+
+private:
+    // Returns whether it is worth trying again.
+    bool TryOnce();
+    bool PathStillNamesFile() const;
+
+    const std::string _path;
+    std::string _error;
+    Descriptor _file;
+};
+
+}  // namespace vx

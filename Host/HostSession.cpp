@@ -1,0 +1,169 @@
+#include "HostSession.h"
+
+#include "CPipeDataWrapper.h"
+#include "HostLock.h"
+#include "_MSG_DATA_PACKAGE.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <signal.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr char kConnectorName[] = "VolumeHost";
+constexpr int kReadFlags = O_CREAT | O_RDONLY | O_NONBLOCK;
+constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
+
+// The explorer sends its notice and ends at once, while the link is looked at once a second:
+// its end is often seen before a notice that has long been sent.
+constexpr milliseconds kNoticeGrace = 2 * vx::kPollInterval + milliseconds(500);
+constexpr seconds kEndAfterNotice(10);
+constexpr seconds kEndAfterRequest(5);
+constexpr seconds kSendPatience(10);
+constexpr milliseconds kSendRetry(50);
+
+vx::Deadline After(milliseconds time)
+{
+    return vx::Deadline::clock::now() + time;
+}
+
+void Report(const std::string &line)
+{
+    printf("volume-host: %s\n", line.c_str());
+    fflush(stdout);
+}
+
+void Complain(const std::string &line)
+{
+    fprintf(stderr, "volume-host: %s\n", line.c_str());
+}
+
+// The text of a message with a command code, known or not, and no payload.
+std::string MessageOf(uint32_t code)
+{
+    CCommandDataWrapper<char> record = {static_cast<COMMAND_TYPE>(code), 0, 0, 0};
+    record.length = CPipeDataWrapper::GetCommandDataLen(code);
+    std::string message(kPipeMessageSize, '\0');
+    memcpy(message.data(), &record, sizeof(record));
+    return message;
+}
+
+}  // namespace
+
+namespace vx {
+
+HostSession::HostSession(EventPipe &events, const LinkPaths &paths)
+    : _events(events), _paths(paths), _sink(events)
+{
+}
+
+int HostSession::Run(const std::string &program, const HostOptions &options)
+{
+    const HostLock lock(_paths.read + ".lock");
+    const std::string error = lock.IsHeld() ? MakeFifoPair(_paths) : lock.GetError();
+    if (!error.empty()) {
+        Complain(error);
+        return kLinkTaken;
+    }
+    _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
+    _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
+                          kWriteFlags);
+    const int status = RunLinked(program, options);
+    _server->removeConnector(kConnectorName);
+    return status;
+}
+
+int HostSession::RunLinked(const std::string &program, const HostOptions &options)
+{
+    // The last argument only has to be there.
+    const int error = _explorer.Start(
+        program, {options.volume, options.kind, options.secret, std::to_string(getpid())});
+    if (error != 0) {
+        Complain("cannot start " + program + ": " + strerror(error));
+        return kNotStarted;
+    }
+    const bool sent = !options.sendCode || Send(*options.sendCode);
+    const int status = AwaitEnd();
+    return sent || status >= kInterruptedBase ? status : static_cast<int>(kNotSent);
+}
+
+bool HostSession::Send(uint32_t code)
+{
+    const std::string message = MessageOf(code);
+    IIPCConnector *connector = _server->getConnector(kConnectorName);
+    const Deadline deadline = After(kSendPatience);
+    const auto over = [this] { return _interruptedBy != 0 || _explorer.HasEnded(); };
+    while (Deadline::clock::now() < deadline) {
+        if (connector->SendMsg_async(message.data(), static_cast<int>(message.size()),
+                                     kAsyncMessageId))
+            return true;
+        if (Await(over, After(kSendRetry)))
+            break;
+    }
+    Complain("could not send the message: the explorer is not reading");
+    return false;
+}
+
+int HostSession::AwaitEnd()
+{
+    const auto told = [this] { return _noticed || _interruptedBy != 0; };
+    Await([this, told] { return told() || _explorer.HasEnded(); }, std::nullopt);
+    Await(told, After(kNoticeGrace));
+    if (_interruptedBy != 0)
+        return FinishInterrupted();
+    if (_noticed)
+        return FinishAfterNotice();
+    Report("the explorer ended without a quit notice (" + _explorer.DescribeEnd() + ")");
+    return kEndedWithoutNotice;
+}
+
+int HostSession::FinishAfterNotice()
+{
+    Report("the explorer sent its quit notice");
+    Await([this] { return _explorer.HasEnded() || _interruptedBy != 0; }, After(kEndAfterNotice));
+    if (_interruptedBy != 0)
+        return FinishInterrupted();
+    if (_explorer.HasEnded())
+        return kNoticeCame;
+    EndExplorer();
+    Complain("the explorer did not end after its quit notice and was ended");
+    return kEndedByHost;
+}
+
+int HostSession::FinishInterrupted()
+{
+    const int signal = _interruptedBy;
+    EndExplorer();
+    Report("interrupted by signal " + std::to_string(signal) + "; the explorer was ended");
+    return kInterruptedBase + signal;
+}
+
+// Asks first; another interruption, or no end in time, kills.
+void HostSession::EndExplorer()
+{
+    _interruptedBy = 0;
+    _explorer.Signal(SIGTERM);
+    Await([this] { return _explorer.HasEnded() || _interruptedBy != 0; }, After(kEndAfterRequest));
+    _explorer.Kill();
+}
+
+template <typename Condition>
+bool HostSession::Await(Condition condition, std::optional<Deadline> deadline)
+{
+    while (!condition()) {
+        const std::optional<int> event = _events.Await(deadline);
+        if (!event)
+            return condition();
+        if (*event == EventPipe::kQuitNotice)
+            _noticed = true;
+        else if (*event != SIGCHLD)
+            _interruptedBy = *event;
+    }
+    return true;
+}
+
+}  // namespace vx
