@@ -1,0 +1,59 @@
+#include "RawPeer.h"
+
+#include "Eventually.h"
+
+#include <fcntl.h>
+#include <poll.h>
+
+RawPeer::RawPeer(const PipeFolder &folder) : _writePath(folder.ToClient())
+{
+    mkfifo(folder.ToServer().c_str(), 0600);
+    mkfifo(_writePath.c_str(), 0600);
+    _reader = open(folder.ToServer().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+}
+
+RawPeer::~RawPeer()
+{
+    CloseReadEnd();
+    CloseWriteEnd();
+}
+
+bool RawPeer::Write(const void *bytes, size_t count)
+{
+    const bool open = Eventually([this] {
+        if (_writer == -1)
+            _writer = ::open(_writePath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        return _writer != -1;
+    });
+    return open && Eventually([&] {
+               return ::write(_writer, bytes, count) == static_cast<ssize_t>(count);
+           });
+}
+
+std::optional<_MSG_DATA_PACKAGE> RawPeer::Read()
+{
+    _MSG_DATA_PACKAGE message = {};
+    const bool whole =
+        Eventually([&] { return ::read(_reader, &message, sizeof(message)) == sizeof(message); });
+    return whole ? std::optional<_MSG_DATA_PACKAGE>(message) : std::nullopt;
+}
+
+bool RawPeer::HasInput() const
+{
+    struct pollfd wanted = {_reader, POLLIN, 0};
+    return poll(&wanted, 1, 0) == 1 && (wanted.revents & POLLIN);
+}
+
+void RawPeer::CloseWriteEnd()
+{
+    if (_writer != -1)
+        close(_writer);
+    _writer = -1;
+}
+
+void RawPeer::CloseReadEnd()
+{
+    if (_reader != -1)
+        close(_reader);
+    _reader = -1;
+}

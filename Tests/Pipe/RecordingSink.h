@@ -1,0 +1,36 @@
+// An event sink that keeps every message it is given.
+#pragma once
+
+#include "IIPCEvent.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+class RecordingSink : public IIPCEvent {
+public:
+    struct Received {
+        IIPCConnector *from;
+        int32_t id;
+        std::string body;  // bodyLen bytes
+        char behind;       // the byte after the body
+        std::chrono::steady_clock::time_point when;
+    };
+
+    void OnCommand_Reply(IIPCConnector *from, const char *msg, int bodyLen) override;
+
+    // Called for each message, on the reader thread.
+    void OnMessage(std::function<void(const Received &)> action);
+    bool AwaitCount(size_t count) const;
+    size_t Count() const;
+    Received At(size_t index) const;
+
+private:
+    mutable std::mutex _mutex;
+    mutable std::condition_variable _changed;
+    std::vector<Received> _received;
+    std::function<void(const Received &)> _action;
+};
