@@ -186,8 +186,8 @@ TEST_F(CPipeConnectorTest, TheReaderOpensItsFifoAsSoonAsWhatIsInTheWayIsGone)
 
 TEST_F(CPipeConnectorTest, ClosePipeEndsTheReading)
 {
-    Connect();
     RawPeer peer(_folder);
+    Connect();
     ASSERT_TRUE(peer.Write(Message(1, "one")));
     ASSERT_TRUE(_sink.AwaitCount(1));
     _connector->ClosePipe();
@@ -211,8 +211,7 @@ TEST_F(CPipeConnectorTest, DestructionKeepsTheFifoFilesAndDoesNotWaitForTheInter
     _connector = std::make_unique<CPipeConnector>(_name, std::chrono::hours(1));
     RawPeer peer(_folder);
     Connect();
-    ASSERT_TRUE(peer.Write(Message(1, "one")));
-    ASSERT_TRUE(_sink.AwaitCount(1));
+    ASSERT_TRUE(peer.Write(Message(1, "the reader has its end open")));
     const auto begin = Clock::now();
     _connector.reset();
     EXPECT_LT(Clock::now() - begin, std::chrono::minutes(1));
@@ -227,9 +226,11 @@ TEST_F(CPipeConnectorTest, DestructionEndsAReaderThatWaitsForASinkOrForItsFifo)
     const std::string missing = _folder.Path("no/such/folder");
     ASSERT_TRUE(
         withoutFifo.initPipeConnection(missing.c_str(), kReadFlags, missing.c_str(), kWriteFlags));
-    ASSERT_TRUE(Init(*_connector));
     RawPeer peer(_folder);
+    const RawReader reader(_folder.ToClient());
     ASSERT_TRUE(peer.Write(Message(1, "unheard")));
+    ASSERT_TRUE(Init(*_connector));
+    ASSERT_TRUE(Eventually([&] { return !reader.HasInput(); })) << "the reader holds it";
     const auto begin = Clock::now();
     _connector.reset();
     withoutFifo.StopReader();

@@ -5,16 +5,40 @@
 #include <fcntl.h>
 #include <poll.h>
 
+RawReader::RawReader(const std::string &path)
+    : _descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
+{
+}
+
+RawReader::~RawReader()
+{
+    if (_descriptor != -1)
+        close(_descriptor);
+}
+
+bool RawReader::HasInput() const
+{
+    struct pollfd wanted = {_descriptor, POLLIN, 0};
+    return poll(&wanted, 1, 0) == 1 && (wanted.revents & POLLIN);
+}
+
+std::optional<_MSG_DATA_PACKAGE> RawReader::Read()
+{
+    _MSG_DATA_PACKAGE message = {};
+    const bool whole = Eventually(
+        [&] { return ::read(_descriptor, &message, sizeof(message)) == sizeof(message); });
+    return whole ? std::optional<_MSG_DATA_PACKAGE>(message) : std::nullopt;
+}
+
 RawPeer::RawPeer(const PipeFolder &folder) : _writePath(folder.ToClient())
 {
     mkfifo(folder.ToServer().c_str(), 0600);
     mkfifo(_writePath.c_str(), 0600);
-    _reader = open(folder.ToServer().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    _reader = std::make_unique<RawReader>(folder.ToServer());
 }
 
 RawPeer::~RawPeer()
 {
-    CloseReadEnd();
     CloseWriteEnd();
 }
 
@@ -30,30 +54,9 @@ bool RawPeer::Write(const void *bytes, size_t count)
            });
 }
 
-std::optional<_MSG_DATA_PACKAGE> RawPeer::Read()
-{
-    _MSG_DATA_PACKAGE message = {};
-    const bool whole =
-        Eventually([&] { return ::read(_reader, &message, sizeof(message)) == sizeof(message); });
-    return whole ? std::optional<_MSG_DATA_PACKAGE>(message) : std::nullopt;
-}
-
-bool RawPeer::HasInput() const
-{
-    struct pollfd wanted = {_reader, POLLIN, 0};
-    return poll(&wanted, 1, 0) == 1 && (wanted.revents & POLLIN);
-}
-
 void RawPeer::CloseWriteEnd()
 {
     if (_writer != -1)
         close(_writer);
     _writer = -1;
-}
-
-void RawPeer::CloseReadEnd()
-{
-    if (_reader != -1)
-        close(_reader);
-    _reader = -1;
 }

@@ -1,10 +1,28 @@
-// The other end of a link without the library: reads and writes blocks on the bare FIFOs.
+// The ends of a link without the library: reads and writes blocks on the bare FIFOs.
 #pragma once
 
 #include "PipeFolder.h"
 #include "_MSG_DATA_PACKAGE.h"
 
+#include <memory>
 #include <optional>
+
+// A read end beside the real reader's: keeps a FIFO open for writing, and sees whether a block
+// still waits in it.
+class RawReader {
+public:
+    explicit RawReader(const std::string &path);
+    ~RawReader();
+    RawReader(const RawReader &) = delete;
+    RawReader &operator=(const RawReader &) = delete;
+
+    bool HasInput() const;
+    // The next whole message; nothing if none comes.
+    std::optional<_MSG_DATA_PACKAGE> Read();
+
+private:
+    const int _descriptor;
+};
 
 class RawPeer {
 public:
@@ -17,15 +35,13 @@ public:
     // Waits for the reader at the other end and for room in the pipe.
     bool Write(const void *bytes, size_t count);
     bool Write(const _MSG_DATA_PACKAGE &message) { return Write(&message, sizeof(message)); }
-    // The next whole message; nothing if none comes.
-    std::optional<_MSG_DATA_PACKAGE> Read();
-    // Whether something waits to be read.
-    bool HasInput() const;
+    std::optional<_MSG_DATA_PACKAGE> Read() { return _reader->Read(); }
+    bool HasInput() const { return _reader->HasInput(); }
     void CloseWriteEnd();
-    void CloseReadEnd();
+    void CloseReadEnd() { _reader.reset(); }
 
 private:
     const std::string _writePath;
-    int _reader = -1;
+    std::unique_ptr<RawReader> _reader;
     int _writer = -1;
 };
