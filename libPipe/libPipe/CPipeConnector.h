@@ -60,6 +60,8 @@ protected:
     // One arrived block: a message and the zero behind it, 513 bytes.
     void HandleMessage(const char *msg, int len);
 
+    vx::PendingRequests _pending;
+
 private:
     static void *ReadMsgThread(void *connector);
     void ReadUntilStopped();
@@ -75,7 +77,6 @@ private:
     const vx::PollInterval _interval;
     vx::SinkSlot _handler;
     vx::StopSignal _stop;
-    vx::PendingRequests _pending;
 
     // Guards the ends and the state of the set-up. No call under it blocks.
     CMutexLocker _lock;
