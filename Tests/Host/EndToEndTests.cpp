@@ -1,0 +1,283 @@
+// volume-host and an explorer as two real processes, on the paths and at the pace of the
+// product.
+#include "ChildProcess.h"
+#include "Eventually.h"
+#include "LinkFixture.h"
+#include "PipeFolder.h"
+#include "RawPeer.h"
+#include "Terminal.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <signal.h>
+#include <sstream>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
+namespace {
+
+constexpr char kToExplorer[] = "/tmp/z5_btl_3";
+constexpr char kToHost[] = "/tmp/z5_btl_4";
+constexpr char kLock[] = "/tmp/z5_btl_4.lock";
+
+class EndToEndTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(NothingIsThere()) << "a host or an explorer is running, or left files behind";
+    }
+    ~EndToEndTest() override
+    {
+        for (const char *path : {kToExplorer, kToHost, kLock})
+            unlink(path);
+    }
+
+    static bool NothingIsThere()
+    {
+        return !PipeFolder::Exists(kToExplorer) && !PipeFolder::Exists(kToHost) &&
+               !PipeFolder::Exists(kLock) && !SemaphoreExists("z5_sem_FileExplorerClient_16_") &&
+               !SemaphoreExists("z5_sem_VolumeHost_16_");
+    }
+
+    // volume-host with an explorer that plays a mode.
+    ChildProcess Host(const std::string &mode, std::vector<std::string> more = {})
+    {
+        more.insert(more.begin(), {"--explorer", FAKE_EXPLORER, mode + ":" + _file});
+        return ChildProcess(VOLUME_HOST, more);
+    }
+
+    // What the explorer told; it is told at once, as a whole.
+    std::string Told() const
+    {
+        EXPECT_TRUE(Eventually([this] { return PipeFolder::Exists(_file); }));
+        std::ostringstream text;
+        text << std::ifstream(_file).rdbuf();
+        return text.str();
+    }
+
+    bool IsRunning(const std::string &pid) const { return kill(std::stoi(pid), 0) == 0; }
+
+    PipeFolder _folder;
+    const std::string _file = _folder.Path("told");
+};
+
+TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
+{
+    ChildProcess host(VOLUME_HOST, {"some volume"});
+    ASSERT_TRUE(Eventually([] { return PipeFolder::Exists(kToExplorer); }));
+    EXPECT_FALSE(host.HasEnded());
+    host.CloseInput();
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_EQ(host.Output(), "volume-host: the explorer sent its quit notice\n");
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, TheExplorerTakesAMessageOfTheHostAndGoesOn)
+{
+    for (const char *code : {"5", "4294967295"}) {
+        ChildProcess host(VOLUME_HOST, {"--send", code, "some volume"});
+        ASSERT_TRUE(Eventually([] { return PipeFolder::Exists(kToExplorer); }));
+        const RawReader beside(kToExplorer);
+        // The explorer may take it between two looks; it has been sent by the end of the wait.
+        Eventually([&] { return beside.HasInput(); }, std::chrono::seconds(2));
+        EXPECT_TRUE(Eventually([&] { return !beside.HasInput(); })) << "nobody took it";
+        host.CloseInput();
+        EXPECT_EQ(host.AwaitEnd(), 0);
+        EXPECT_EQ(host.Output(), "volume-host: the explorer sent its quit notice\n");
+    }
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AnEndWithoutANoticeIsReportedWithItsStatus)
+{
+    ChildProcess host = Host("exit");
+    EXPECT_EQ(host.AwaitEnd(), 1);
+    EXPECT_EQ(host.Output(),
+              "volume-host: the explorer ended without a quit notice (exit status 3)\n");
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AnExplorerThatCrashesIsReportedWithItsSignal)
+{
+    ChildProcess host = Host("crash");
+    EXPECT_EQ(host.AwaitEnd(), 1);
+    EXPECT_EQ(host.Output(), "volume-host: the explorer ended without a quit notice (signal 9)\n");
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, TheExplorerGetsExactlyFourArguments)
+{
+    ChildProcess host = Host("arguments", {"password", "open sesame"});
+    const std::string told = Told();
+    EXPECT_EQ(told.rfind("password\nopen sesame\n", 0), 0u) << told;
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 3) << "and the volume is the first";
+    host.AwaitEnd();
+}
+
+TEST_F(EndToEndTest, WithoutKindAndSecretTheKindIsNoneAndTheSecretEmpty)
+{
+    ChildProcess host = Host("arguments");
+    EXPECT_EQ(Told().rfind("none\n\n", 0), 0u);
+    host.AwaitEnd();
+}
+
+class InterruptionTest : public EndToEndTest, public testing::WithParamInterface<int> {};
+
+TEST_P(InterruptionTest, ASignalEndsTheExplorerAndCleansUp)
+{
+    ChildProcess host = Host("wait");
+    const std::string explorer = Told();
+    ASSERT_TRUE(IsRunning(explorer));
+    host.Signal(GetParam());
+    EXPECT_EQ(host.AwaitEnd(), 128 + GetParam());
+    EXPECT_FALSE(IsRunning(explorer));
+    EXPECT_TRUE(NothingIsThere());
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, InterruptionTest, testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
+{
+    ChildProcess first = Host("wait");
+    const std::string explorer = Told();
+    ChildProcess second(VOLUME_HOST, {"some volume"});
+    EXPECT_EQ(second.AwaitEnd(), 3);
+    EXPECT_EQ(second.Output().find("volume-host: another host is running"), 0u);
+    EXPECT_TRUE(PipeFolder::Exists(kToExplorer));
+    EXPECT_TRUE(PipeFolder::Exists(kToHost));
+    EXPECT_TRUE(IsRunning(explorer));
+    first.Signal(SIGTERM);
+    EXPECT_EQ(first.AwaitEnd(), 128 + SIGTERM);
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AfterAHostWasKilledTheNextOneStarts)
+{
+    ChildProcess killed = Host("wait");
+    const std::string orphan = Told();
+    killed.Signal(SIGKILL);
+    ASSERT_EQ(killed.AwaitEnd(), -SIGKILL);
+    EXPECT_TRUE(PipeFolder::Exists(kToHost));
+    kill(std::stoi(orphan), SIGKILL);
+    ChildProcess next = Host("exit");
+    EXPECT_EQ(next.AwaitEnd(), 1);
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, ASentMessageCarriesItsCode)
+{
+    ChildProcess host = Host("message", {"--send", "12"});
+    EXPECT_EQ(Told(), "1 12 13");
+    host.AwaitEnd();
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AMessageThatCannotBeSentIsSaid)
+{
+    ChildProcess host = Host("exit", {"--send", "12"});
+    EXPECT_EQ(host.AwaitEnd(), 6);
+    EXPECT_NE(host.Output().find("could not send the message"), std::string::npos);
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AnExplorerThatStaysAfterItsNoticeIsEnded)
+{
+    ChildProcess host = Host("notice-and-wait");
+    EXPECT_EQ(host.AwaitEnd(), 5);
+    EXPECT_EQ(host.Output(),
+              "volume-host: the explorer sent its quit notice\n"
+              "volume-host: the explorer did not end after its quit notice and was ended\n");
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AFileOnAFifosPathIsLeftAloneAndNamed)
+{
+    std::ofstream(kToExplorer) << "somebody's file";
+    ChildProcess host(VOLUME_HOST, {"some volume"});
+    EXPECT_EQ(host.AwaitEnd(), 3);
+    EXPECT_NE(host.Output().find("/tmp/z5_btl_3 is in the way"), std::string::npos);
+    std::string content;
+    std::getline(std::ifstream(kToExplorer), content, '\0');
+    EXPECT_EQ(content, "somebody's file");
+    EXPECT_FALSE(PipeFolder::Exists(kToHost));
+}
+
+TEST_F(EndToEndTest, AnExplorerThatIsNotThereIsSaidAndNothingIsLeftBehind)
+{
+    ChildProcess host(VOLUME_HOST, {"--explorer", "/no/such/explorer", "some volume"});
+    EXPECT_EQ(host.AwaitEnd(), 4);
+    EXPECT_EQ(host.Output().find("volume-host: cannot start /no/such/explorer"), 0u);
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, WrongUseIsOneClearLineAndTheUsageWithStatus2)
+{
+    ChildProcess host(VOLUME_HOST, {});
+    EXPECT_EQ(host.AwaitEnd(), 2);
+    EXPECT_EQ(host.Output().find("volume-host: a volume is missing\nusage: volume-host "), 0u);
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, HelpIsShownWithStatus0)
+{
+    ChildProcess host(VOLUME_HOST, {"--help"});
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_EQ(host.Output().find("usage: volume-host "), 0u);
+}
+
+// volume-host with a terminal of its own.
+class TerminalTest : public EndToEndTest {
+protected:
+    void StartHost()
+    {
+        const std::string mode = "arguments:" + _file;
+        const std::string slave = _terminal.SlavePath();
+        _pid = fork();
+        ASSERT_NE(_pid, -1);
+        if (_pid != 0)
+            return;
+        setsid();
+        const int terminal = open(slave.c_str(), O_RDWR);
+        ioctl(terminal, TIOCSCTTY, 0);
+        execl(VOLUME_HOST, VOLUME_HOST, "--explorer", FAKE_EXPLORER, mode.c_str(), "password", "-",
+              nullptr);
+        _exit(127);
+    }
+
+    int AwaitEnd()
+    {
+        int status = 0;
+        Eventually([&] { return waitpid(_pid, &status, WNOHANG) == _pid; });
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+
+    Terminal _terminal;
+    pid_t _pid = -1;
+};
+
+TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
+{
+    StartHost();
+    _terminal.AwaitShown("Secret for ");
+    ASSERT_TRUE(Eventually([this] { return !_terminal.Echoes(); }));
+    _terminal.Type("open sesame\n");
+    EXPECT_EQ(Told().rfind("password\nopen sesame\n", 0), 0u);
+    EXPECT_EQ(AwaitEnd(), 1);
+    EXPECT_TRUE(_terminal.Echoes());
+    EXPECT_EQ(_terminal.AwaitShown("\n").find("sesame"), std::string::npos);
+}
+
+TEST_F(TerminalTest, CtrlCAtTheQuestionPutsTheTerminalBackAndStartsNothing)
+{
+    StartHost();
+    _terminal.AwaitShown("Secret for ");
+    _terminal.Type("half\x03");
+    EXPECT_EQ(AwaitEnd(), 128 + SIGINT);
+    EXPECT_TRUE(_terminal.Echoes());
+    EXPECT_FALSE(PipeFolder::Exists(_file));
+    EXPECT_TRUE(NothingIsThere());
+}
+
+}  // namespace

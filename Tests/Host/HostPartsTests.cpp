@@ -1,0 +1,187 @@
+// The lock, the FIFO files, the child process and the place of the program.
+#include "ExplorerProcess.h"
+#include "FifoPair.h"
+#include "HostLock.h"
+#include "ProgramFolder.h"
+
+#include "Eventually.h"
+#include "PipeFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <memory>
+
+namespace {
+
+class HostLockTest : public testing::Test {
+protected:
+    PipeFolder _folder;
+    const std::string _path = _folder.Path("lock");
+};
+
+TEST_F(HostLockTest, OneHolderAtATime)
+{
+    auto first = std::make_unique<vx::HostLock>(_path);
+    EXPECT_TRUE(first->IsHeld());
+    const vx::HostLock second(_path);
+    EXPECT_FALSE(second.IsHeld());
+    EXPECT_NE(second.GetError().find("another host is running"), std::string::npos);
+    first.reset();
+    EXPECT_TRUE(vx::HostLock(_path).IsHeld());
+}
+
+TEST_F(HostLockTest, NothingIsLeftBehind)
+{
+    {
+        const vx::HostLock lock(_path);
+        EXPECT_TRUE(PipeFolder::Exists(_path));
+    }
+    EXPECT_FALSE(PipeFolder::Exists(_path));
+}
+
+TEST_F(HostLockTest, ARefusedLockLeavesTheHoldersFileAlone)
+{
+    const vx::HostLock first(_path);
+    {
+        const vx::HostLock refused(_path);
+    }
+    EXPECT_TRUE(PipeFolder::Exists(_path));
+    EXPECT_FALSE(vx::HostLock(_path).IsHeld());
+}
+
+TEST_F(HostLockTest, AFileThatACrashedHostLeftBehindIsNoLock)
+{
+    std::ofstream(_path) << "left behind";
+    EXPECT_TRUE(vx::HostLock(_path).IsHeld());
+}
+
+TEST_F(HostLockTest, ALinkInThePlaceOfTheFileIsRefused)
+{
+    const std::string target = _folder.Path("target");
+    ASSERT_EQ(symlink(target.c_str(), _path.c_str()), 0);
+    const vx::HostLock lock(_path);
+    EXPECT_FALSE(lock.IsHeld());
+    EXPECT_NE(lock.GetError(), "");
+    EXPECT_FALSE(PipeFolder::Exists(target));
+}
+
+class FifoPairTest : public testing::Test {
+protected:
+    static mode_t ModeOf(const std::string &path)
+    {
+        struct stat status = {};
+        stat(path.c_str(), &status);
+        return status.st_mode;
+    }
+
+    PipeFolder _folder;
+    const vx::LinkPaths _paths = {_folder.Path("in"), _folder.Path("out")};
+};
+
+TEST_F(FifoPairTest, BothAreMadeForThisUserAlone)
+{
+    const mode_t former = umask(0);
+    EXPECT_EQ(vx::MakeFifoPair(_paths), "");
+    umask(former);
+    for (const std::string &path : {_paths.read, _paths.write})
+        EXPECT_EQ(ModeOf(path), static_cast<mode_t>(S_IFIFO | 0600));
+}
+
+TEST_F(FifoPairTest, FifosThatACrashedHostLeftBehindAreUsedAgain)
+{
+    ASSERT_EQ(mkfifo(_paths.read.c_str(), 0777), 0);
+    EXPECT_EQ(vx::MakeFifoPair(_paths), "");
+    EXPECT_EQ(ModeOf(_paths.read), static_cast<mode_t>(S_IFIFO | 0600));
+}
+
+TEST_F(FifoPairTest, AFileInTheWayIsNamedAndLeftAlone)
+{
+    std::ofstream(_paths.write) << "somebody's file";
+    const std::string error = vx::MakeFifoPair(_paths);
+    EXPECT_NE(error.find(_paths.write), std::string::npos);
+    EXPECT_TRUE(S_ISREG(ModeOf(_paths.write)));
+    EXPECT_FALSE(PipeFolder::Exists(_paths.read)) << "both or neither";
+}
+
+TEST_F(FifoPairTest, ALinkInTheWayIsRefused)
+{
+    ASSERT_EQ(mkfifo(_folder.Path("target").c_str(), 0600), 0);
+    ASSERT_EQ(symlink(_folder.Path("target").c_str(), _paths.read.c_str()), 0);
+    EXPECT_NE(vx::MakeFifoPair(_paths), "");
+}
+
+TEST_F(FifoPairTest, AFolderThatIsNotThereIsAnError)
+{
+    EXPECT_NE(vx::MakeFifoPair({_folder.Path("no/in"), _folder.Path("no/out")}), "");
+}
+
+class ExplorerProcessTest : public testing::Test {
+protected:
+    void Start(const std::string &script)
+    {
+        ASSERT_EQ(_process.Start("/bin/sh", {"-c", script}), 0);
+    }
+    bool AwaitEnd()
+    {
+        return Eventually([this] { return _process.HasEnded(); });
+    }
+
+    vx::ExplorerProcess _process;
+};
+
+TEST_F(ExplorerProcessTest, TheEndAndItsStatusAreSeen)
+{
+    Start("exit 7");
+    ASSERT_TRUE(AwaitEnd());
+    EXPECT_EQ(_process.DescribeEnd(), "exit status 7");
+}
+
+TEST_F(ExplorerProcessTest, ASignalEndsIt)
+{
+    Start("exec sleep 1000");
+    EXPECT_FALSE(_process.HasEnded());
+    _process.Signal(SIGTERM);
+    ASSERT_TRUE(AwaitEnd());
+    EXPECT_EQ(_process.DescribeEnd(), "signal 15");
+}
+
+TEST_F(ExplorerProcessTest, KillEndsOneThatIgnoresBeingAsked)
+{
+    Start("trap '' TERM; while :; do sleep 1; done");
+    _process.Signal(SIGTERM);
+    _process.Kill();
+    EXPECT_TRUE(_process.HasEnded());
+}
+
+TEST_F(ExplorerProcessTest, AMissingProgramIsAnErrorAndHasEnded)
+{
+    EXPECT_EQ(_process.Start("/no/such/program", {}), ENOENT);
+    EXPECT_TRUE(_process.HasEnded());
+}
+
+TEST_F(ExplorerProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
+{
+    signal(SIGPIPE, SIG_IGN);
+    Start("kill -PIPE $$; exit 0");
+    signal(SIGPIPE, SIG_DFL);
+    ASSERT_TRUE(AwaitEnd());
+    EXPECT_EQ(_process.DescribeEnd(), "signal 13");
+}
+
+TEST(ProgramFolderTest, ANameWithAFolderGivesTheRealPathOfThatFolder)
+{
+    EXPECT_EQ(vx::ProgramFolder("/bin/../bin/sh"), vx::ProgramFolder("/bin/sh"));
+    EXPECT_EQ(vx::ProgramFolder("/no/such/program"), "");
+}
+
+TEST(ProgramFolderTest, ABareNameIsLookedForInThePath)
+{
+    EXPECT_EQ(vx::ProgramFolder("sh"), vx::ProgramFolder("/bin/sh"));
+    EXPECT_EQ(vx::ProgramFolder("no-such-program-anywhere"), "");
+}
+
+}  // namespace
