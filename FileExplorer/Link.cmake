@@ -5,6 +5,12 @@ add_library(explorer-link STATIC
 target_include_directories(explorer-link PUBLIC FileExplorer)
 target_link_libraries(explorer-link PUBLIC pipe command-envelope vx_foundation PRIVATE vx_warnings)
 
+# Every program with Foundation in it needs these in a sanitizer build.
+if(VX_SANITIZER AND NOT APPLE)
+  target_sources(explorer-link INTERFACE
+    "${CMAKE_SOURCE_DIR}/Platform/GNUstep/SanitizerSuppressions.cpp")
+endif()
+
 add_executable(FileExplorer FileExplorer/main.mm FileExplorer/StandInLoop.mm)
 set_target_properties(FileExplorer PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY "${VX_RUNTIME_DIR}/FileExplorer.app")
