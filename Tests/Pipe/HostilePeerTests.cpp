@@ -1,8 +1,7 @@
 // The FIFO paths are public: any local process can write to them.
 #include "ConnectorFixture.h"
 
-#include "AllocationCount.h"
-#include "CPipeDataWrapper.h"
+#include "DecodingSink.h"
 
 #include <fstream>
 #include <future>
@@ -10,24 +9,6 @@
 namespace {
 
 using HostilePeerTest = ConnectorTest;
-
-// Decodes every message and keeps none.
-class DecodingSink : public IIPCEvent {
-public:
-    void OnCommand_Reply(IIPCConnector *, const char *msg, int) override
-    {
-        CPipeDataWrapper envelope;
-        envelope.InitializeWithPipeMessage(msg + offsetof(_MSG_DATA_PACKAGE, body));
-        ++_count;
-    }
-    bool AwaitCount(int count) const
-    {
-        return Eventually([&] { return _count >= count; });
-    }
-
-private:
-    std::atomic<int> _count{0};
-};
 
 TEST_F(HostilePeerTest, AShortBlockIsTakenAsOneWhoseMissingBytesAreZero)
 {
@@ -90,27 +71,6 @@ TEST_F(HostilePeerTest, ASecondReplyToOneRequestIsNotTheNextOnes)
         ASSERT_TRUE(peer.Write(Message(id, reply)));
         EXPECT_EQ(asked.get(), Padded(reply));
     }
-}
-
-TEST_F(HostilePeerTest, AFloodOfMessagesDoesNotGrowTheMemory)
-{
-    _connector = std::make_unique<CPipeConnector>(_name, std::chrono::milliseconds(0));
-    DecodingSink sink;
-    ASSERT_TRUE(Init(*_connector));
-    _connector->SetMsgHander(&sink);
-    RawPeer peer(_folder);
-    const _MSG_DATA_PACKAGE message = Message(1, RecordText(12, 13));
-    for (int i = 0; i < 100; ++i)
-        ASSERT_TRUE(peer.Write(message));
-    ASSERT_TRUE(sink.AwaitCount(100));
-    _connector->SetMsgHander(&sink);  // waits for the last call to be over
-    const long before = AllocationCount();
-    for (int i = 0; i < 3000; ++i)
-        ASSERT_TRUE(peer.Write(message));
-    ASSERT_TRUE(sink.AwaitCount(3100));
-    _connector->SetMsgHander(&sink);
-    EXPECT_EQ(AllocationCount(), before);
-    _connector.reset();
 }
 
 TEST_F(HostilePeerTest, APeerMayOpenAndCloseAThousandTimes)
