@@ -6,10 +6,13 @@
 
 #import <Foundation/Foundation.h>
 
+namespace vx {
+class Completion;
+}
+
 @interface ExportWorkerEnd : NSObject {
-    NSCondition *_condition;
+    vx::Completion *_ended;  // owned
     NSThread *_worker;
-    BOOL _hasEnded;
 }
 
 // On the worker thread, as often as it likes.

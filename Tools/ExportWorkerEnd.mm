@@ -1,5 +1,7 @@
 #import "ExportWorkerEnd.h"
 
+#include "Completion.h"
+
 @implementation ExportWorkerEnd
 
 - (id)init
@@ -7,7 +9,7 @@
     self = [super init];
     if (self == nil)
         return nil;
-    _condition = [[NSCondition alloc] init];
+    _ended = new vx::Completion;
     [[NSNotificationCenter defaultCenter] addObserver:self
                                              selector:@selector(threadWillExit:)
                                                  name:NSThreadWillExitNotification
@@ -18,7 +20,7 @@
 - (void)dealloc
 {
     [[NSNotificationCenter defaultCenter] removeObserver:self];
-    [_condition release];
+    delete _ended;
     [_worker release];
     [super dealloc];
 }
@@ -34,18 +36,12 @@
 {
     if ([NSThread isMainThread] || [notification object] != _worker)
         return;
-    [_condition lock];
-    _hasEnded = YES;
-    [_condition signal];
-    [_condition unlock];
+    _ended->Complete();
 }
 
 - (void)wait
 {
-    [_condition lock];
-    while (!_hasEnded)
-        [_condition wait];
-    [_condition unlock];
+    _ended->Wait();
 }
 
 @end
