@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <ctime>
-#include <functional>
 #include <string>
 #include <utility>
 
