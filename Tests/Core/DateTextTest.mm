@@ -143,8 +143,7 @@ TEST_P(DateTextIn, EqualsThePlatformsInThatLocale)
 {
     const std::string locale = GetParam();
     const ChildResult result =
-        RunChild({VX_DATE_TEXT_PROBE, "Europe/Berlin", "America/New_York", "Asia/Kolkata",
-                  "-AppleLocale", locale},
+        RunChild({VX_DATE_TEXT_PROBE, "America/New_York", "-AppleLocale", locale},
                  {"LC_ALL=" + locale + ".UTF-8", "LANG=" + locale + ".UTF-8"});
     EXPECT_EQ(result.status, 0) << result.output;
     std::istringstream words(result.output);
@@ -152,7 +151,7 @@ TEST_P(DateTextIn, EqualsThePlatformsInThatLocale)
     size_t compared = 0;
     words >> named >> compared;
     EXPECT_EQ(named, locale);
-    EXPECT_GT(compared, 3 * 2000u);
+    EXPECT_GT(compared, 2000u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Locale, DateTextIn,

@@ -1,0 +1,169 @@
+// The finding and loading of the volume library, in a program laid out as it is installed:
+// the bundle "Probe.app" and the library beside it.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "TemporaryFolder.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+std::string contents(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+class BitlockerWrapper : public ::testing::Test {
+protected:
+    BitlockerWrapper() { program = install(VX_WRAPPER_PROBE, VX_BUNDLE_PROGRAM); }
+
+    std::string install(const std::string &from, const std::string &to)
+    {
+        const std::string path = folder.WriteFile(to, contents(from));
+        chmod(path.c_str(), 0755);
+        return path;
+    }
+    void installLibrary(const std::string &built) { install(built, kLibrary); }
+    // The lines that the probe prints.
+    Strings probe(Strings commands)
+    {
+        commands.insert(commands.begin(), program);
+        const ChildResult result = RunChild(commands);
+        EXPECT_EQ(result.status, 0) << result.output;
+        Strings lines;
+        for (size_t at = 0; at < result.output.size();) {
+            const size_t end = result.output.find('\n', at);
+            lines.push_back(result.output.substr(at, end - at));
+            at = end == std::string::npos ? result.output.size() : end + 1;
+        }
+        return lines;
+    }
+
+    static constexpr const char *kLibrary = "libBitLockerWapper.dylib";
+    vx::TemporaryFolder folder;
+    std::string program;
+};
+
+}  // namespace
+
+TEST_F(BitlockerWrapper, TheLibraryIsLookedForBesideTheBundle)
+{
+    EXPECT_EQ(probe({"path"}), (Strings{folder.At(kLibrary)}));
+}
+
+TEST_F(BitlockerWrapper, ConstructingAWrapperLoadsNothing)
+{
+    installLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(probe({"wrapper"}), (Strings{}));
+}
+
+TEST_F(BitlockerWrapper, TheEntryIsCalledWithTheThreeTextsAndItsStatusAndVolumeArePassedOn)
+{
+    installLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(probe({"open", "/dev/disk2", "--x y", "Schlüssel 鍵"}),
+              (Strings{"dlopen lazy", "loaded", "called [/dev/disk2] [--x y] [Schlüssel 鍵]",
+                       "true stored 0"}));
+}
+
+TEST_F(BitlockerWrapper, EmptyTextsArePassedAsEmptyTexts)
+{
+    installLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(probe({"open", "", "", ""}),
+              (Strings{"dlopen lazy", "loaded", "called [] [] []", "true stored 0"}));
+}
+
+TEST_F(BitlockerWrapper, TheStoredVolumeCanBeListed)
+{
+    installLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(probe({"open", "1", "2", "3", "list"}).back(), "list made");
+}
+
+TEST_F(BitlockerWrapper, ASecondCallInTheSameProcessDoesNotLoadTheLibraryAgain)
+{
+    installLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(probe({"open", "1", "2", "3", "open", "4", "5", "6"}),
+              (Strings{"dlopen lazy", "loaded", "called [1] [2] [3]", "true stored 0",
+                       "called [4] [5] [6]", "true stored 0"}));
+}
+
+TEST_F(BitlockerWrapper, TheEntryIsSharedByEveryWrapperOfTheProcess)
+{
+    installLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(probe({"open", "1", "2", "3", "wrapper", "open", "4", "5", "6"}),
+              (Strings{"dlopen lazy", "loaded", "called [1] [2] [3]", "true stored 0",
+                       "called [4] [5] [6]", "true stored 0"}));
+}
+
+TEST_F(BitlockerWrapper, ACallWhoseLoadingFailedLeavesTheCacheEmptyTheNextCallLoadsAgain)
+{
+    EXPECT_EQ(probe({"open", "1", "2", "3", "copy", VX_GOOD_LIBRARY, folder.At(kLibrary), "open",
+                     "4", "5", "6"}),
+              (Strings{"dlopen lazy", "false untouched untouched", "dlopen lazy", "loaded",
+                       "called [4] [5] [6]", "true stored 0"}));
+}
+
+TEST_F(BitlockerWrapper, ANullStatusPointerIsAllowedTheEntrysResultIsDiscarded)
+{
+    installLibrary(VX_STATUS_LIBRARY);
+    EXPECT_EQ(probe({"open-no-status", "1", "2", "3"}),
+              (Strings{"dlopen lazy", "loaded", "called [1] [2] [3]", "true null untouched"}));
+}
+
+TEST_F(BitlockerWrapper, AMissingLibraryReturnsFalseWithBothOutputsUntouched)
+{
+    EXPECT_EQ(probe({"open", "1", "2", "3", "open-no-status", "1", "2", "3"}),
+              (Strings{"dlopen lazy", "false untouched untouched", "dlopen lazy",
+                       "false untouched untouched"}));
+}
+
+TEST_F(BitlockerWrapper, AFileThatIsNoLibraryReturnsFalseWithBothOutputsUntouched)
+{
+    folder.WriteFile(kLibrary, "no library");
+    EXPECT_EQ(probe({"open", "1", "2", "3"}),
+              (Strings{"dlopen lazy", "false untouched untouched"}));
+}
+
+TEST_F(BitlockerWrapper, ALibraryWithoutTheEntryReturnsFalseWithBothOutputsUntouched)
+{
+    installLibrary(VX_ENTRYLESS_LIBRARY);
+    EXPECT_EQ(probe({"open", "1", "2", "3", "open", "4", "5", "6"}),
+              (Strings{"dlopen lazy", "loaded", "false untouched untouched", "dlopen lazy",
+                       "false untouched untouched"}));
+}
+
+TEST_F(BitlockerWrapper, AnEntryThatReturnsNonZeroStillGivesTrueAndTheStatus)
+{
+    installLibrary(VX_STATUS_LIBRARY);
+    EXPECT_EQ(probe({"open", "1", "2", "3"}).back(), "true null -7");
+}
+
+TEST_F(BitlockerWrapper, AnEntryThatLeavesTheVolumeNullStillGivesTrue)
+{
+    installLibrary(VX_NO_VOLUME_LIBRARY);
+    EXPECT_EQ(probe({"open", "1", "2", "3"}).back(), "true null 0");
+}
+
+TEST_F(BitlockerWrapper, ALibraryElsewhereIsNotFound)
+{
+    install(VX_GOOD_LIBRARY, std::string("Probe.app/") + kLibrary);
+    install(VX_GOOD_LIBRARY, std::string("Probe.app/Resources/") + kLibrary);
+    EXPECT_EQ(probe({"open", "1", "2", "3"}),
+              (Strings{"dlopen lazy", "false untouched untouched"}));
+}
+
+TEST_F(BitlockerWrapper, ABareToolFindsTheLibraryWhereItsMainBundleLies)
+{
+    program = install(VX_WRAPPER_PROBE, "tools/probe");
+    install(VX_GOOD_LIBRARY, VX_BARE_TOOL_LIBRARY);
+    EXPECT_EQ(probe({"path", "open", "1", "2", "3"}),
+              (Strings{folder.At(VX_BARE_TOOL_LIBRARY), "dlopen lazy", "loaded",
+                       "called [1] [2] [3]", "true stored 0"}));
+}
