@@ -45,7 +45,8 @@ int main(int argc, char **argv)
     const std::string word = argc > 4 ? argv[4] : "";
 
     bool kept = true;
-    printf("| What | Ours | Against | Figure | At most | Kept |\n| --- | --- | --- | --- | --- | --- |\n");
+    printf(
+        "| What | Ours | Against | Figure | At most | Kept |\n| --- | --- | --- | --- | --- | --- |\n");
     for (const Row &row : BenchRows({data, argv[1], turns})) {
         if (row.what.find(word) != std::string::npos)
             kept = print(row) && kept;

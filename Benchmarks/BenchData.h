@@ -14,9 +14,9 @@ public:
     bool made() const { return !_folder.empty(); }
 
     // Each makes its folder at the first call. An empty text: it could not be made.
-    std::string oneLargeFile();   // one file of 2 GiB
-    std::string manySmallFiles(); // 20,000 files of 4 KiB in 200 folders
-    std::string manyEntries();    // 100,000 sparse files of many sizes and times
+    std::string oneLargeFile();    // one file of 2 GiB
+    std::string manySmallFiles();  // 20,000 files of 4 KiB in 200 folders
+    std::string manyEntries();     // 100,000 sparse files of many sizes and times
 
     // A folder that does not exist, for a copy; what an earlier copy left there is removed, and
     // what is still to be written to the disk is written.

@@ -18,8 +18,8 @@ constexpr uint64_t kTimeStep = 7919ULL * 10000000;
 void writeEntry(const Listing &listing, VolumeFindData &record)
 {
     char name[32];
-    const int length = snprintf(name, sizeof(name), listing.folders ? "folder %u" : "file %u.txt",
-                                listing.next);
+    const int length =
+        snprintf(name, sizeof(name), listing.folders ? "folder %u" : "file %u.txt", listing.next);
     std::copy(name, name + length + 1, record.name);
     record.attributes = listing.folders ? kVolumeAttributeDirectory : 0;
     record.lastWriteTime = kFirstTime + listing.next * kTimeStep;

@@ -55,10 +55,12 @@ RowResult exportAgainstCopy(const BenchSetting &setting, const std::string &fold
             const std::string copy = setting.data.freshDestination();
             return tool == "volume-export"
                        ? secondsOf({program, folder, "--to", copy})
-                       : secondsOf({"sh", "-c", R"(mkdir "$3" && exec "$1" export "$2" "$3")",
-                                    "sh", program, folder, copy});
+                       : secondsOf({"sh", "-c", R"(mkdir "$3" && exec "$1" export "$2" "$3")", "sh",
+                                    program, folder, copy});
         },
-        [&] { return secondsOf({"cp", "-r", folder, setting.data.freshDestination()}); });
+        [&] {
+            return secondsOf({"cp", "-r", folder, setting.data.freshDestination()});
+        });
     return ratioOf(comparison);
 }
 
@@ -67,8 +69,13 @@ RowResult listingAgainstLs(const BenchSetting &setting)
     const std::string folder = setting.data.manyEntries();
     const std::string program = setting.programs + "/catalogue-probe";
     return ratioOf(Compare(
-        setting.turns, [&] { return secondsOf({program, "list", folder}); },
-        [&] { return secondsOf({"ls", "-l", folder}); }));
+        setting.turns,
+        [&] {
+            return secondsOf({program, "list", folder});
+        },
+        [&] {
+            return secondsOf({"ls", "-l", folder});
+        }));
 }
 
 RowResult memoryPerEntry(const BenchSetting &setting)
@@ -93,8 +100,8 @@ RowResult exportMemory(const BenchSetting &setting)
     const std::string folder = setting.data.oneLargeFile();
     const std::string copy = setting.data.freshDestination();
     RunChild({"mkdir", copy});
-    const double bytes = printedNumber(
-        RunChild({setting.programs + "/catalogue-probe", "export", folder, copy}), 0);
+    const double bytes =
+        printedNumber(RunChild({setting.programs + "/catalogue-probe", "export", folder, copy}), 0);
     return {bytes >= 0, inMebibytes(bytes), "-", bytes / (1 << 20)};
 }
 
