@@ -66,6 +66,13 @@ TEST_F(CPipeConnectorTest, APathTooLongIsRefusedAndNothingIsSetUp)
     EXPECT_TRUE(Init(*_connector)) << "a refused set-up can be made good";
 }
 
+TEST_F(CPipeConnectorTest, AnEndWithoutAPathNeverOpensAndDoesNoHarm)
+{
+    ASSERT_TRUE(_connector->initPipeConnection(nullptr, kReadFlags, nullptr, kWriteFlags));
+    EXPECT_FALSE(_connector->initSendMsg());
+    EXPECT_FALSE(SendAsync(Padded("to nobody")));
+}
+
 TEST_F(CPipeConnectorTest, AMessageReachesTheSinkWholeWithABodyLengthOf508)
 {
     Connect();

@@ -22,6 +22,12 @@ struct SendBlock {
     }
 };
 
+// An end without a path never opens, which is no worse than a peer that never comes.
+bool IsTooLong(const char *path)
+{
+    return path && !CPipeWrapper::PathFits(path);
+}
+
 bool LengthFits(int len)
 {
     return len >= 0 && static_cast<size_t>(len) <= kPipeMessageSize;
@@ -70,7 +76,7 @@ bool CPipeConnector::initPipeConnection(const char *readName, int readFlags, con
         const CLockerGuard guard(_lock);
         if (_initialised)
             return true;
-        if (!CPipeWrapper::PathFits(readName) || !CPipeWrapper::PathFits(writeName))
+        if (IsTooLong(readName) || IsTooLong(writeName))
             return false;
         _readEnd.InitPipe(readName, readFlags | O_NONBLOCK);
         _writeEnd.InitPipe(writeName, writeFlags | O_NONBLOCK);

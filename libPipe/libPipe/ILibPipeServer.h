@@ -14,7 +14,7 @@ public:
 
     // Reads one FIFO and writes the other, from now on. The flags are those of open(), with
     // O_CREAT for: make the FIFO if it is missing. False: the name is taken, or a path is
-    // null or 1024 bytes or longer; nothing is made then.
+    // 1024 bytes long or longer; nothing is made then.
     virtual bool addConnector(const std::string &name, const char *readPipe, int readFlags,
                               const char *writePipe, int writeFlags) = 0;
     // Removes the connector and its two FIFO files. An unknown name is ignored.
