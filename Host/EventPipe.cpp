@@ -30,6 +30,7 @@ namespace vx {
 EventPipe::EventPipe()
 {
     int ends[2];
+    // The first descriptors that the program asks for: without them it can wait for nothing.
     if (pipe(ends) == -1)
         abort();
     _out = Descriptor(ends[0]);

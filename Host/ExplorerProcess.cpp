@@ -1,5 +1,7 @@
 #include "ExplorerProcess.h"
 
+#include "ArgumentVector.h"
+
 #include <cerrno>
 #include <signal.h>
 #include <spawn.h>
@@ -33,15 +35,6 @@ private:
     posix_spawnattr_t _attributes;
 };
 
-std::vector<char *> VectorOf(const std::string &program, const std::vector<std::string> &arguments)
-{
-    std::vector<char *> vector{const_cast<char *>(program.c_str())};
-    for (const std::string &argument : arguments)
-        vector.push_back(const_cast<char *>(argument.c_str()));
-    vector.push_back(nullptr);
-    return vector;
-}
-
 }  // namespace
 
 namespace vx {
@@ -54,7 +47,7 @@ ExplorerProcess::~ExplorerProcess()
 int ExplorerProcess::Start(const std::string &program, const std::vector<std::string> &arguments)
 {
     const SpawnAttributes attributes;
-    const std::vector<char *> vector = VectorOf(program, arguments);
+    const std::vector<char *> vector = ArgumentVector(program, arguments);
     pid_t pid = -1;
     const int error =
         posix_spawn(&pid, program.c_str(), nullptr, attributes.Get(), vector.data(), environ);

@@ -1,5 +1,6 @@
 #include "ChildProcess.h"
 
+#include "ArgumentVector.h"
 #include "Eventually.h"
 
 #include <cstdlib>
@@ -22,15 +23,6 @@ int OpenUnnamedFile()
     return descriptor;
 }
 
-std::vector<char *> VectorOf(const std::string &program, const std::vector<std::string> &arguments)
-{
-    std::vector<char *> vector{const_cast<char *>(program.c_str())};
-    for (const std::string &argument : arguments)
-        vector.push_back(const_cast<char *>(argument.c_str()));
-    vector.push_back(nullptr);
-    return vector;
-}
-
 }  // namespace
 
 ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments)
@@ -47,7 +39,7 @@ ChildProcess::ChildProcess(const std::string &program, const std::vector<std::st
     posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, _output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, _output, STDERR_FILENO);
-    const std::vector<char *> vector = VectorOf(program, arguments);
+    const std::vector<char *> vector = vx::ArgumentVector(program, arguments);
     if (posix_spawn(&_pid, program.c_str(), &actions, nullptr, vector.data(), environ) != 0)
         _end = -1000;
     posix_spawn_file_actions_destroy(&actions);
