@@ -1,0 +1,32 @@
+# A regular bundle: Contents/MacOS, Contents/Resources, Info.plist, compiled interface files.
+function(vx_bundle_apple target name main_nib interface_files)
+  set(VX_EXECUTABLE "${name}")
+  set(VX_MAIN_NIB "${main_nib}")
+  set(plist "${CMAKE_CURRENT_BINARY_DIR}/${target}-Info.plist")
+  configure_file("${VX_RESOURCES_DIR}/Info.plist.in" "${plist}" @ONLY)
+
+  set(icon "${CMAKE_CURRENT_BINARY_DIR}/${target}/FileExplorer.icns")
+  add_custom_command(OUTPUT "${icon}"
+    COMMAND iconutil --convert icns --output "${icon}" "${VX_RESOURCES_DIR}/Images/FileExplorer.iconset"
+    VERBATIM)
+  file(GLOB images CONFIGURE_DEPENDS "${VX_RESOURCES_DIR}/Images/*.png")
+  set(resources ${images} "${icon}")
+
+  foreach(xib IN LISTS interface_files)
+    get_filename_component(base "${xib}" NAME_WE)
+    set(nib "${CMAKE_CURRENT_BINARY_DIR}/${target}/${base}.nib")
+    add_custom_command(OUTPUT "${nib}" COMMAND ibtool --compile "${nib}" "${xib}" DEPENDS "${xib}" VERBATIM)
+    list(APPEND resources "${nib}")
+  endforeach()
+
+  set_source_files_properties(${resources} PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
+  foreach(language IN LISTS VX_LANGUAGES)
+    set(strings "${VX_RESOURCES_DIR}/${language}.lproj/Localizable.strings")
+    set_source_files_properties("${strings}" PROPERTIES MACOSX_PACKAGE_LOCATION "Resources/${language}.lproj")
+    list(APPEND resources "${strings}")
+  endforeach()
+
+  target_sources(${target} PRIVATE ${resources})
+  set_target_properties(${target} PROPERTIES MACOSX_BUNDLE TRUE OUTPUT_NAME "${name}"
+                        MACOSX_BUNDLE_INFO_PLIST "${plist}")
+endfunction()

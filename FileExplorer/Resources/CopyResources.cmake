@@ -1,0 +1,19 @@
+# Run as a script while building: fills the Resources folder of a GNUstep bundle.
+# SOURCE, DESTINATION, PLIST, THEME (the theme's code), INTERFACE_FILES, LANGUAGES.
+file(MAKE_DIRECTORY "${DESTINATION}")
+configure_file("${PLIST}" "${DESTINATION}/Info-gnustep.plist" COPYONLY)
+
+file(GLOB images "${SOURCE}/Images/*.png")
+foreach(file IN LISTS images INTERFACE_FILES)
+  file(COPY "${file}" DESTINATION "${DESTINATION}")
+endforeach()
+
+set(theme "${DESTINATION}/FileExplorer.theme")
+file(COPY "${THEME}" DESTINATION "${theme}")
+file(COPY "${SOURCE}/Theme/Info-gnustep.plist" DESTINATION "${theme}/Resources")
+file(COPY "${SOURCE}/Theme/ThemeImages" DESTINATION "${theme}/Resources" FILES_MATCHING PATTERN "*.png")
+
+# macOS knows Chinese in simplified script as zh-Hans, GNUstep takes the name from the locale: zh_CN.
+foreach(language IN LISTS LANGUAGES)
+  file(COPY "${SOURCE}/${language}.lproj" DESTINATION "${DESTINATION}")
+endforeach()

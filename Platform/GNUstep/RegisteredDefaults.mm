@@ -1,0 +1,70 @@
+#include "RegisteredDefaults.h"
+
+#import <AppKit/AppKit.h>
+
+namespace vx {
+namespace {
+
+struct FontPair {
+    NSString *regular;
+    NSString *bold;
+    // Points; faces differ in how large they look.
+    float size;
+};
+
+// The first that is installed is taken.
+const FontPair kFonts[] = {
+    {@"Cantarell-Regular", @"Cantarell-Bold", 13},
+    {@"NotoSans-Regular", @"NotoSans-Bold", 13},
+    {@"NotoSans", @"NotoSans-Bold", 13},
+    {@"OpenSans", @"OpenSans-Bold", 13},
+    {@"LiberationSans", @"LiberationSans-Bold", 13},
+    {@"DejaVuSans", @"DejaVuSans-Bold", 12},
+};
+
+void registerDefaults(NSDictionary *defaults)
+{
+    [[NSUserDefaults standardUserDefaults] registerDefaults:defaults];
+}
+
+// An absolute path, or nil when the program runs outside its bundle (as a test does).
+NSString *themePath()
+{
+    NSString *path = [[NSBundle mainBundle] pathForResource:@"FileExplorer" ofType:@"theme"];
+    return [path isAbsolutePath] ? path : nil;
+}
+
+}  // namespace
+
+void registerLook()
+{
+    NSAutoreleasePool *pool = [NSAutoreleasePool new];
+    NSMutableDictionary *look = [NSMutableDictionary dictionary];
+    [look setObject:@"NSWindows95InterfaceStyle" forKey:@"NSMenuInterfaceStyle"];
+    // Scrollers at the right edge, where everybody looks for them.
+    [look setObject:@"NSMacintoshInterfaceStyle" forKey:@"NSScrollViewInterfaceStyle"];
+    [look setObject:@"YES" forKey:@"GSSuppressAppIcon"];
+    [look setObject:@"YES" forKey:@"GSScrollViewNoInnerBorder"];
+    [look setObject:@"NO" forKey:@"GSBrowserUseBezels"];
+    NSString *theme = themePath();
+    if (theme != nil)
+        [look setObject:theme forKey:@"GSTheme"];
+    registerDefaults(look);
+    [pool release];
+}
+
+void registerFonts()
+{
+    NSArray *available = [[NSFontManager sharedFontManager] availableFonts];
+    for (const FontPair &font : kFonts) {
+        if (![available containsObject:font.regular] || ![available containsObject:font.bold])
+            continue;
+        registerDefaults([NSDictionary
+            dictionaryWithObjectsAndKeys:font.regular, @"NSFont", font.bold, @"NSBoldFont",
+                                         [NSNumber numberWithFloat:font.size], @"NSFontSize",
+                                         font.regular, @"NSPaletteFont", nil]);
+        return;
+    }
+}
+
+}  // namespace vx

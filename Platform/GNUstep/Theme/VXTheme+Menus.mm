@@ -1,0 +1,91 @@
+// Menus: a flat bar that ends in a hairline, and white lists with a rounded mark under the pointed
+// item.
+#import "ThemePalette.h"
+#import "ThemeShapes.h"
+#import "VXTheme.h"
+
+namespace palette = vx::palette;
+namespace shapes = vx::shapes;
+
+@implementation VXTheme (Menus)
+
+- (CGFloat)menuBarHeight
+{
+    return 26;
+}
+
+- (CGFloat)menuItemHeight
+{
+    return 24;
+}
+
+- (CGFloat)menuSeparatorHeight
+{
+    return 9;
+}
+
+- (CGFloat)menuSeparatorInset
+{
+    return 8;
+}
+
+- (NSColor *)menuBackgroundColor
+{
+    return palette::content();
+}
+
+- (NSColor *)menuItemBackgroundColor
+{
+    return palette::content();
+}
+
+- (NSColor *)menuBarBackgroundColor
+{
+    return palette::windowBackground();
+}
+
+- (BOOL)menuShouldShowIcon
+{
+    return NO;
+}
+
+- (void)drawBackgroundForMenuView:(NSMenuView *)menuView
+                        withFrame:(NSRect)bounds
+                        dirtyRect:(NSRect)dirtyRect
+                       horizontal:(BOOL)horizontal
+{
+    if (!horizontal) {
+        shapes::rectangle(bounds, palette::content());
+        shapes::frame(bounds, palette::border());
+        return;
+    }
+    shapes::rectangle(bounds, palette::windowBackground());
+    NSRect line = bounds;
+    line.size.height = 1;
+    if ([menuView isFlipped])
+        line.origin.y = NSMaxY(bounds) - 1;
+    shapes::rectangle(line, palette::separator());
+}
+
+- (BOOL)drawsBorderForMenuItemCell:(NSMenuItemCell *)cell
+                             state:(GSThemeControlState)state
+                      isHorizontal:(BOOL)horizontal
+{
+    return NO;
+}
+
+- (void)drawBorderAndBackgroundForMenuItemCell:(NSMenuItemCell *)cell
+                                     withFrame:(NSRect)frame
+                                        inView:(NSView *)view
+                                         state:(GSThemeControlState)state
+                                  isHorizontal:(BOOL)isHorizontal
+{
+    if (state != GSThemeSelectedState && state != GSThemeHighlightedState)
+        return;
+    if (![cell isEnabled])
+        return;
+    shapes::plate(isHorizontal ? NSInsetRect(frame, 1, 3) : NSInsetRect(frame, 4, 1), 4,
+                  palette::selection(), nil);
+}
+
+@end

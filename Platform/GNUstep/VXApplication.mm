@@ -1,0 +1,63 @@
+#import "VXApplication.h"
+
+#include "RegisteredDefaults.h"
+
+@interface NSApplication (OpenFiles)
+- (NSArray *)_openFiles;
+@end
+
+@implementation VXApplication
+
++ (void)initialize
+{
+    if (self == [VXApplication class])
+        vx::registerLook();
+}
+
+- (id)init
+{
+    self = [super init];
+    if (self != nil)
+        vx::registerFonts();
+    return self;
+}
+
+// The library would hand every argument that does not begin with "-" to the delegate as a document
+// and complain in an alert when the delegate has no use for it.
+- (NSArray *)_openFiles
+{
+    return nil;
+}
+
+// The library looks at a stopped session only after the next event, which may never come when the
+// stop was asked for by another thread; and it keeps the first code, where macOS keeps the last.
+- (void)stopModalWithCode:(NSInteger)code
+{
+    [super stopModalWithCode:code];
+    if ([self modalWindow] == nil)
+        return;
+    _stopCode = code;
+    _stopped = YES;
+    NSEvent *wakeUp = [NSEvent otherEventWithType:NSApplicationDefined
+                                         location:NSZeroPoint
+                                    modifierFlags:0
+                                        timestamp:0
+                                     windowNumber:0
+                                          context:nil
+                                          subtype:0
+                                            data1:0
+                                            data2:0];
+    [self postEvent:wakeUp atStart:NO];
+}
+
+- (NSInteger)runModalForWindow:(NSWindow *)window
+{
+    // A stop that no session has taken belongs to none.
+    _stopped = NO;
+    const NSInteger code = [super runModalForWindow:window];
+    const BOOL stopped = _stopped && code != NSRunAbortedResponse;
+    _stopped = NO;
+    return stopped ? _stopCode : code;
+}
+
+@end

@@ -1,0 +1,221 @@
+#import "GalleryController.h"
+
+namespace {
+
+NSTextField *label(NSString *text, NSRect frame)
+{
+    NSTextField *field = [[[NSTextField alloc] initWithFrame:frame] autorelease];
+    [field setStringValue:text];
+    [field setEditable:NO];
+    [field setBezeled:NO];
+    [field setBordered:NO];
+    [field setDrawsBackground:NO];
+    return field;
+}
+
+NSButton *button(NSString *title, NSRect frame, NSString *key)
+{
+    NSButton *made = [[[NSButton alloc] initWithFrame:frame] autorelease];
+    [made setTitle:title];
+    [made setBezelStyle:NSRoundedBezelStyle];
+    [made setKeyEquivalent:key];
+    return made;
+}
+
+NSWindow *newWindow(NSSize size, NSString *title)
+{
+    NSWindow *window =
+        [[NSWindow alloc] initWithContentRect:NSMakeRect(80, 160, size.width, size.height)
+                                    styleMask:NSTitledWindowMask | NSClosableWindowMask |
+                                              NSMiniaturizableWindowMask | NSResizableWindowMask
+                                      backing:NSBackingStoreBuffered
+                                        defer:NO];
+    [window setTitle:title];
+    return window;
+}
+
+void addMenu(NSMenu *bar, NSString *title, NSArray *items)
+{
+    NSMenu *menu = [[[NSMenu alloc] initWithTitle:title] autorelease];
+    for (NSString *item in items) {
+        if ([item isEqualToString:@"-"])
+            [menu addItem:[NSMenuItem separatorItem]];
+        else
+            [menu addItemWithTitle:item
+                            action:@selector(chosen:)
+                     keyEquivalent:[item substringToIndex:1]];
+    }
+    [bar setSubmenu:menu forItem:[bar addItemWithTitle:title action:NULL keyEquivalent:@""]];
+}
+
+}  // namespace
+
+@implementation GalleryController
+
+- (void)dealloc
+{
+    [_window release];
+    [_outline release];
+    [_rows release];
+    [super dealloc];
+}
+
+- (void)chosen:(id)sender
+{
+}
+
+- (void)makeMenu
+{
+    NSMenu *bar = [[[NSMenu alloc] initWithTitle:@"Gallery"] autorelease];
+    addMenu(bar, @"File Explorer", @[ @"About File Explorer", @"-", @"Hide", @"-", @"Quit" ]);
+    addMenu(bar, @"Edit", @[ @"Copy", @"Select All" ]);
+    addMenu(bar, @"Window", @[ @"Minimise", @"Close" ]);
+    [NSApp setMainMenu:bar];
+}
+
+- (void)makeRows
+{
+    NSArray *names = @[
+        @"Documents", @"Pictures", @"Music", @"Annual report.docx", @"Letter.txt", @"Holiday.jpg",
+        @"Song.mp3", @"Film.mp4", @"Backup.zip", @"setup.exe", @"Invoice.pdf", @"Budget.xlsx",
+        @"Talk.pptx", @"main.cpp", @"unknown.xyz"
+    ];
+    NSMutableArray *rows = [NSMutableArray array];
+    for (NSUInteger i = 0; i < 50; ++i)
+        [rows addObject:[names objectAtIndex:i % [names count]]];
+    _rows = [rows copy];
+}
+
+- (void)addColumn:(NSString *)title width:(CGFloat)width
+{
+    NSTableColumn *column = [[[NSTableColumn alloc] initWithIdentifier:title] autorelease];
+    [[column headerCell] setStringValue:title];
+    [column setWidth:width];
+    [column setEditable:NO];
+    if ([title isEqualToString:@"Size"]) {
+        [[column dataCell] setAlignment:NSRightTextAlignment];
+        [[column headerCell] setAlignment:NSRightTextAlignment];
+    }
+    [_outline addTableColumn:column];
+    if ([title isEqualToString:@"File Name"])
+        [_outline setOutlineTableColumn:column];
+}
+
+- (NSView *)makeOutline:(NSRect)frame
+{
+    NSScrollView *scroll = [[[NSScrollView alloc] initWithFrame:frame] autorelease];
+    [scroll setHasVerticalScroller:YES];
+    [scroll setHasHorizontalScroller:YES];
+    [scroll setBorderType:NSBezelBorder];
+    [scroll setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
+    _outline = [[NSOutlineView alloc] initWithFrame:NSMakeRect(0, 0, 100, 100)];
+    [_outline setUsesAlternatingRowBackgroundColors:YES];
+    [_outline setAllowsMultipleSelection:YES];
+    [_outline setRowHeight:22];
+    [scroll setAutohidesScrollers:YES];
+    [self addColumn:@"File Name" width:330];
+    [self addColumn:@"Date Modified" width:170];
+    [self addColumn:@"Size" width:100];
+    [self addColumn:@"Kind" width:80];
+    [_outline setDataSource:(id)self];
+    [_outline setDelegate:(id)self];
+    [scroll setDocumentView:_outline];
+    return scroll;
+}
+
+- (void)makeWindow
+{
+    _window = newWindow(NSMakeSize(760, 480), @"File Explorer");
+    NSView *content = [_window contentView];
+    const NSSize size = [content frame].size;
+    [content addSubview:[self makeOutline:NSMakeRect(16, 60, size.width - 32, size.height - 76)]];
+    [content addSubview:label(@"Letter.txt", NSMakeRect(16, 20, 80, 20))];
+    NSProgressIndicator *bar =
+        [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(100, 20, 250, 20)] autorelease];
+    [bar setIndeterminate:NO];
+    [bar setDoubleValue:40];
+    [content addSubview:bar];
+    [content addSubview:button(@"Cancel", NSMakeRect(size.width - 232, 14, 100, 32), @"")];
+    NSButton *dead = button(@"Disabled", NSMakeRect(size.width - 340, 14, 100, 32), @"");
+    [dead setEnabled:NO];
+    [content addSubview:dead];
+    [content addSubview:button(@"Export", NSMakeRect(size.width - 116, 14, 100, 32), @"\r")];
+    [_outline reloadData];
+    [_outline expandItem:[_outline itemAtRow:1]];
+    [_outline selectRowIndexes:[NSIndexSet indexSetWithIndexesInRange:NSMakeRange(4, 3)]
+          byExtendingSelection:NO];
+    [_window makeKeyAndOrderFront:nil];
+}
+
+- (void)show:(NSString *)what
+{
+    [self makeMenu];
+    [self makeRows];
+    [self makeWindow];
+    [self performSelector:NSSelectorFromString([what stringByAppendingString:@"Shown"])
+               withObject:nil
+               afterDelay:0.5];
+}
+
+- (void)windowShown
+{
+}
+
+- (void)alertShown
+{
+    NSAlert *alert =
+        [NSAlert alertWithMessageText:@"No access right."
+                        defaultButton:@"Yes"
+                      alternateButton:@"Cancel"
+                          otherButton:nil
+            informativeTextWithFormat:@"Can't access this location, please select another."];
+    [alert setIcon:[NSImage imageNamed:@"warning"]];
+    [alert runModal];
+}
+
+- (void)panelShown
+{
+    NSOpenPanel *panel = [NSOpenPanel openPanel];
+    [panel setCanChooseDirectories:YES];
+    [panel setCanChooseFiles:NO];
+    NSRect frame = [panel frame];
+    frame.size.height = 500;
+    [panel setFrame:frame display:YES animate:YES];
+    [panel setPrompt:@"Save"];
+    [panel beginSheetModalForWindow:_window
+                  completionHandler:^(NSInteger){
+                  }];
+}
+
+- (NSInteger)outlineView:(NSOutlineView *)view numberOfChildrenOfItem:(id)item
+{
+    return item == nil ? (NSInteger)[_rows count] : 2;
+}
+
+- (id)outlineView:(NSOutlineView *)view child:(NSInteger)index ofItem:(id)item
+{
+    if (item == nil)
+        return [NSNumber numberWithInteger:index];
+    return [NSNumber numberWithInteger:100 * ([item integerValue] + 1) + index];
+}
+
+- (BOOL)outlineView:(NSOutlineView *)view isItemExpandable:(id)item
+{
+    return [item integerValue] % 15 < 3 && [item integerValue] < 100;
+}
+
+- (id)outlineView:(NSOutlineView *)view
+    objectValueForTableColumn:(NSTableColumn *)column
+                       byItem:(id)item
+{
+    NSString *name = [_rows objectAtIndex:(NSUInteger)[item integerValue] % [_rows count]];
+    if ([[column identifier] isEqualToString:@"File Name"])
+        return name;
+    if ([[column identifier] isEqualToString:@"Date Modified"])
+        return @"21 Nov 2026, 14:05";
+    if ([[column identifier] isEqualToString:@"Size"] && [[name pathExtension] length] > 0)
+        return @"1.4 MB";
+    return @"";
+}
+
+@end
