@@ -12,6 +12,10 @@ set(theme "${DESTINATION}/FileExplorer.theme")
 file(COPY "${THEME}" DESTINATION "${theme}")
 file(COPY "${SOURCE}/Theme/Info-gnustep.plist" DESTINATION "${theme}/Resources")
 file(COPY "${SOURCE}/Theme/ThemeImages" DESTINATION "${theme}/Resources" FILES_MATCHING PATTERN "*.png")
+# The folder panel shows folders and files with the program's own icons.
+foreach(name folder file-generic file-program)
+  file(COPY "${SOURCE}/Images/${name}.png" DESTINATION "${theme}/Resources/ThemeImages")
+endforeach()
 
 # macOS knows Chinese in simplified script as zh-Hans, GNUstep takes the name from the locale: zh_CN.
 foreach(language IN LISTS LANGUAGES)

@@ -1,5 +1,7 @@
 #import "VXApplication.h"
 
+#include "FolderOpening.h"
+#include "ImageResources.h"
 #include "RegisteredDefaults.h"
 
 @interface NSApplication (OpenFiles)
@@ -17,8 +19,12 @@
 - (id)init
 {
     self = [super init];
-    if (self != nil)
-        vx::registerFonts();
+    if (self == nil)
+        return nil;
+    vx::registerFonts();
+    vx::installFolderOpening();
+    for (NSString *name in @[ @"folder", @"warning", @"success" ])
+        vx::addDoubleSize(name);
     return self;
 }
 

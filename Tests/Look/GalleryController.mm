@@ -50,6 +50,33 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
 
 }  // namespace
 
+// A name with its icon, as the program's own cell draws them.
+@interface GalleryNameCell : NSTextFieldCell
+@end
+
+@implementation GalleryNameCell
+
+- (void)drawWithFrame:(NSRect)frame inView:(NSView *)view
+{
+    NSString *name = [self stringValue];
+    NSImage *icon = [[name pathExtension] length] == 0
+                        ? [NSImage imageNamed:@"folder"]
+                        : [[NSWorkspace sharedWorkspace] iconForFileType:[name pathExtension]];
+    NSRect image, text;
+    NSDivideRect(frame, &image, &text, 19, NSMinXEdge);
+    image =
+        NSMakeRect(image.origin.x + 3, image.origin.y + (frame.size.height - 16) / 2 - 1, 16, 16);
+    [icon drawInRect:image
+              fromRect:NSZeroRect
+             operation:NSCompositeSourceOver
+              fraction:1
+        respectFlipped:YES
+                 hints:nil];
+    [super drawWithFrame:text inView:view];
+}
+
+@end
+
 @implementation GalleryController
 
 - (void)dealloc
@@ -92,13 +119,15 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
     [[column headerCell] setStringValue:title];
     [column setWidth:width];
     [column setEditable:NO];
-    if ([title isEqualToString:@"Size"]) {
+    if ([title isEqualToString:@"Size"])
         [[column dataCell] setAlignment:NSRightTextAlignment];
-        [[column headerCell] setAlignment:NSRightTextAlignment];
-    }
     [_outline addTableColumn:column];
-    if ([title isEqualToString:@"File Name"])
+    [[column headerCell]
+        setAlignment:[title isEqualToString:@"Size"] ? NSRightTextAlignment : NSLeftTextAlignment];
+    if ([title isEqualToString:@"File Name"]) {
+        [column setDataCell:[[GalleryNameCell new] autorelease]];
         [_outline setOutlineTableColumn:column];
+    }
 }
 
 - (NSView *)makeOutline:(NSRect)frame
@@ -171,6 +200,31 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
             informativeTextWithFormat:@"Can't access this location, please select another."];
     [alert setIcon:[NSImage imageNamed:@"warning"]];
     [alert runModal];
+}
+
+- (void)progressShown
+{
+    NSWindow *window = newWindow(NSMakeSize(420, 132), @"Exporting");
+    NSView *content = [window contentView];
+    NSImageView *icon =
+        [[[NSImageView alloc] initWithFrame:NSMakeRect(16, 84, 32, 32)] autorelease];
+    [icon setImage:[[NSWorkspace sharedWorkspace] iconForFileType:@"jpg"]];
+    [icon setImageScaling:NSImageScaleProportionallyUpOrDown];
+    [content addSubview:icon];
+    [content addSubview:label(@"Copying /Pictures/Holiday.jpg", NSMakeRect(60, 90, 340, 20))];
+    NSProgressIndicator *bar =
+        [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(16, 58, 388, 20)] autorelease];
+    [bar setIndeterminate:NO];
+    [bar setDoubleValue:62];
+    [content addSubview:bar];
+    [content
+        addSubview:label(@"12.4 of 20.0 MB, less than a minute left", NSMakeRect(16, 18, 270, 20))];
+    [content addSubview:button(@"Cancel", NSMakeRect(304, 12, 100, 32), @"")];
+    [window setBackgroundColor:[NSColor whiteColor]];
+    [window setLevel:NSStatusWindowLevel];
+    [window center];
+    [NSApp runModalForWindow:window];
+    [window release];
 }
 
 - (void)panelShown

@@ -21,7 +21,7 @@ const SystemColor kSystemColors[] = {
     {@"alternateSelectedControlColor", accent},
     {@"alternateSelectedControlTextColor", content},
     {@"controlBackgroundColor", content},
-    {@"controlColor", windowBackground},
+    {@"controlColor", content},
     {@"controlDarkShadowColor", border},
     {@"controlHighlightColor", separator},
     {@"controlLightHighlightColor", content},

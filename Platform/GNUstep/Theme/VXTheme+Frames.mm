@@ -28,6 +28,10 @@ namespace shapes = vx::shapes;
 
 - (void)drawFocusFrame:(NSRect)frame view:(NSView *)view
 {
+    // The default button stands out without a ring.
+    if ([view isKindOfClass:[NSButton class]] &&
+        [[(NSButton *)view keyEquivalent] isEqualToString:@"\r"])
+        return;
     shapes::plate(frame, 4, nil, [palette::accent() colorWithAlphaComponent:0.6]);
 }
 

@@ -56,9 +56,9 @@ constexpr CGFloat kKnobInset = 2;
 
 @end
 
-// Every scroller comes by here while it is made, from a file or by code. The theme's own way of overriding
-// other classes' methods does not find its classes in the library's version 0.29; a category does it as
-// long as this bundle is loaded, that is, with this theme only.
+// Every scroller comes by here while it is made, from a file or by code. The theme's own way of
+// overriding other classes' methods does not find its classes in the library's version 0.29; a
+// category does it as long as this bundle is loaded, that is, with this theme only.
 @implementation NSScroller (WithoutArrows)
 
 - (void)checkSpaceForParts

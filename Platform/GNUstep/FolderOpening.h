@@ -1,0 +1,18 @@
+// Opening a folder on the desktop: under GNUstep -[NSWorkspace openURL:] hands a folder to a
+// workspace application, which hardly any desktop has. Once installed, a file URL of a folder goes
+// to the desktop's own opener, xdg-open; a user who has named a workspace application
+// (GSWorkspaceApplication) gets that one as before, and every other URL goes the library's way.
+// Neither call waits for the opener. Main thread.
+#pragma once
+
+#include <string>
+
+namespace vx {
+
+void installFolderOpening();
+
+// Starts `program` with one argument, without a shell, its input and output on /dev/null; it is
+// reaped when it ends. False when it could not be started.
+bool startDetached(const std::string &program, const std::string &argument);
+
+}  // namespace vx

@@ -1,0 +1,113 @@
+#include "FolderOpening.h"
+
+#include "MethodReplacement.h"
+
+#import <AppKit/AppKit.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace vx {
+namespace {
+
+using OpenURL = BOOL (*)(id, SEL, NSURL *);
+OpenURL libraryOpenURL = nullptr;
+
+class SpawnActions {
+public:
+    SpawnActions()
+    {
+        posix_spawn_file_actions_init(&m_actions);
+        posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    ~SpawnActions() { posix_spawn_file_actions_destroy(&m_actions); }
+    SpawnActions(const SpawnActions &) = delete;
+    SpawnActions &operator=(const SpawnActions &) = delete;
+
+    const posix_spawn_file_actions_t *get() const { return &m_actions; }
+
+private:
+    posix_spawn_file_actions_t m_actions;
+};
+
+// The child leads a process group of its own, so that a signal to ours does not reach the file
+// viewer, and starts with no signal blocked.
+class SpawnAttributes {
+public:
+    SpawnAttributes()
+    {
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_init(&m_attributes);
+        posix_spawnattr_setpgroup(&m_attributes, 0);
+        posix_spawnattr_setsigmask(&m_attributes, &none);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
+    }
+    ~SpawnAttributes() { posix_spawnattr_destroy(&m_attributes); }
+    SpawnAttributes(const SpawnAttributes &) = delete;
+    SpawnAttributes &operator=(const SpawnAttributes &) = delete;
+
+    const posix_spawnattr_t *get() const { return &m_attributes; }
+
+private:
+    posix_spawnattr_t m_attributes;
+};
+
+void reap(pid_t child)
+{
+    std::thread([child] {
+        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }).detach();
+}
+
+BOOL isFolder(NSURL *url)
+{
+    BOOL folder = NO;
+    if (![url isFileURL])
+        return NO;
+    return
+        [[NSFileManager defaultManager] fileExistsAtPath:[url path] isDirectory:&folder] && folder;
+}
+
+BOOL openURL(id workspace, SEL selector, NSURL *url)
+{
+    NSString *named =
+        [[NSUserDefaults standardUserDefaults] stringForKey:@"GSWorkspaceApplication"];
+    if ([named length] == 0 && isFolder(url) &&
+        startDetached("xdg-open", [[url path] fileSystemRepresentation]))
+        return YES;
+    return libraryOpenURL(workspace, selector, url);
+}
+
+}  // namespace
+
+bool startDetached(const std::string &program, const std::string &argument)
+{
+    const SpawnActions actions;
+    const SpawnAttributes attributes;
+    char *const arguments[] = {const_cast<char *>(program.c_str()),
+                               const_cast<char *>(argument.c_str()), nullptr};
+    pid_t child = 0;
+    if (posix_spawnp(&child, program.c_str(), actions.get(), attributes.get(), arguments,
+                     environ) != 0)
+        return false;
+    reap(child);
+    return true;
+}
+
+void installFolderOpening()
+{
+    if (libraryOpenURL != nullptr)
+        return;
+    libraryOpenURL = reinterpret_cast<OpenURL>(
+        replaceMethod([NSWorkspace class], @selector(openURL:), reinterpret_cast<IMP>(openURL)));
+}
+
+}  // namespace vx

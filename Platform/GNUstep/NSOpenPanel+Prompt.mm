@@ -1,0 +1,68 @@
+// The prompt of an open panel titles its confirming button, as on macOS; the library titles the
+// label before the name field with it. The panel is also freed of its two buttons for removable
+// media, which do nothing on a desktop of today. A category overrides the library's methods for
+// every open panel, with any theme.
+#import <AppKit/AppKit.h>
+
+#include <algorithm>
+#include <cmath>
+
+@interface NSSavePanel (Defaults)
+- (void)_resetDefaults;
+@end
+
+@implementation NSOpenPanel (Prompt)
+
+- (NSString *)prompt
+{
+    return [_okButton title];
+}
+
+// The button keeps its right edge and grows to the left, over the distance that the others give
+// way.
+- (void)setPrompt:(NSString *)prompt
+{
+    constexpr CGFloat kLeastWidth = 71, kMargin = 12;
+    const NSRect old = [_okButton frame];
+    [_okButton setTitle:prompt];
+    const CGFloat wanted = std::ceil([[_okButton cell] cellSize].width) + 2 * kMargin;
+    const CGFloat grown = std::max(wanted, kLeastWidth) - old.size.width;
+    for (NSView *view in [[_okButton superview] subviews]) {
+        NSRect frame = [view frame];
+        if (![view isKindOfClass:[NSButton class]] || NSMaxX(frame) > NSMaxX(old))
+            continue;
+        frame.origin.x -= grown;
+        if (view == _okButton)
+            frame.size.width += grown;
+        [view setFrame:frame];
+    }
+    [[_okButton superview] setNeedsDisplay:YES];
+}
+
+- (void)hideMediaButtons
+{
+    NSView *disk = [[self contentView] viewWithTag:NSFileHandlingPanelDiskButton];
+    NSView *eject = [[self contentView] viewWithTag:NSFileHandlingPanelDiskEjectButton];
+    if (disk == nil || [disk isHidden])
+        return;
+    [disk setHidden:YES];
+    [eject setHidden:YES];
+    [[[self contentView] viewWithTag:NSFileHandlingPanelHomeButton] setFrame:[eject frame]];
+}
+
+// Called whenever the one panel is handed out anew. What the library passes to setPrompt: on the
+// way is its word for the label.
+- (void)_resetDefaults
+{
+    [super _resetDefaults];
+    [self setNameFieldLabel:[self prompt]];
+    [self setTitle:[[NSBundle mainBundle] localizedStringForKey:@"Open" value:@"Open" table:nil]];
+    [self setPrompt:[self title]];
+    [self setCanChooseFiles:YES];
+    [self setCanChooseDirectories:YES];
+    [self setAllowsMultipleSelection:NO];
+    [self hideMediaButtons];
+    [_okButton setEnabled:NO];
+}
+
+@end
