@@ -17,7 +17,9 @@ foreach(name folder file-generic file-program)
   file(COPY "${SOURCE}/Images/${name}.png" DESTINATION "${theme}/Resources/ThemeImages")
 endforeach()
 
-# macOS knows Chinese in simplified script as zh-Hans, GNUstep takes the name from the locale: zh_CN.
+# GNUstep takes a strings table for Unicode only when it begins with a byte-order mark.
+string(ASCII 239 187 191 mark)
 foreach(language IN LISTS LANGUAGES)
-  file(COPY "${SOURCE}/${language}.lproj" DESTINATION "${DESTINATION}")
+  file(READ "${SOURCE}/${language}.lproj/Localizable.strings" table)
+  file(WRITE "${DESTINATION}/${language}.lproj/Localizable.strings" "${mark}${table}")
 endforeach()

@@ -34,6 +34,22 @@ NSString *themePath()
     return [path isAbsolutePath] ? path : nil;
 }
 
+// The command key is Control, as everywhere on this desktop; what Control is on macOS goes to the
+// key with the desktop's sign. The help key gives that one up.
+void addKeys(NSMutableDictionary *keys)
+{
+    [keys setObject:@"Control_L" forKey:@"GSFirstCommandKey"];
+    [keys setObject:@"Control_R" forKey:@"GSSecondCommandKey"];
+    [keys setObject:@"Alt_L" forKey:@"GSFirstAlternateKey"];
+    [keys setObject:@"Super_L" forKey:@"GSFirstControlKey"];
+    [keys setObject:@"Super_R" forKey:@"GSSecondControlKey"];
+    [keys setObject:@"Help" forKey:@"GSSecondHelpKey"];
+    [keys setObject:@"Ctrl+" forKey:@"GSCommandKeyString"];
+    [keys setObject:@"Alt+" forKey:@"GSAlternateKeyString"];
+    [keys setObject:@"Shift+" forKey:@"GSShiftKeyString"];
+    [keys setObject:@"Super+" forKey:@"GSControlKeyString"];
+}
+
 }  // namespace
 
 void registerLook()
@@ -49,6 +65,7 @@ void registerLook()
     NSString *theme = themePath();
     if (theme != nil)
         [look setObject:theme forKey:@"GSTheme"];
+    addKeys(look);
     registerDefaults(look);
     [pool release];
 }

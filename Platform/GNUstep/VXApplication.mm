@@ -8,6 +8,28 @@
 - (NSArray *)_openFiles;
 @end
 
+namespace {
+
+// A click with the command key takes one row more or less on macOS; the library's tables ask for
+// Control.
+NSEvent *withControlForCommand(NSEvent *event)
+{
+    const NSUInteger modifiers = [event modifierFlags];
+    if ([event type] != NSLeftMouseDown || (modifiers & NSCommandKeyMask) == 0)
+        return event;
+    return [NSEvent mouseEventWithType:NSLeftMouseDown
+                              location:[event locationInWindow]
+                         modifierFlags:modifiers | NSControlKeyMask
+                             timestamp:[event timestamp]
+                          windowNumber:[event windowNumber]
+                               context:[event context]
+                           eventNumber:[event eventNumber]
+                            clickCount:[event clickCount]
+                              pressure:[event pressure]];
+}
+
+}  // namespace
+
 @implementation VXApplication
 
 + (void)initialize
@@ -26,6 +48,11 @@
     for (NSString *name in @[ @"folder", @"warning", @"success" ])
         vx::addDoubleSize(name);
     return self;
+}
+
+- (void)sendEvent:(NSEvent *)event
+{
+    [super sendEvent:withControlForCommand(event)];
 }
 
 // The library would hand every argument that does not begin with "-" to the delegate as a document

@@ -1,5 +1,7 @@
 #import "GalleryController.h"
 
+#import <CoreGraphics/CoreGraphics.h>
+
 namespace {
 
 NSTextField *label(NSString *text, NSRect frame)
@@ -7,6 +9,7 @@ NSTextField *label(NSString *text, NSRect frame)
     NSTextField *field = [[[NSTextField alloc] initWithFrame:frame] autorelease];
     [field setStringValue:text];
     [field setEditable:NO];
+    [field setSelectable:NO];
     [field setBezeled:NO];
     [field setBordered:NO];
     [field setDrawsBackground:NO];
@@ -221,8 +224,9 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
         addSubview:label(@"12.4 of 20.0 MB, less than a minute left", NSMakeRect(16, 18, 270, 20))];
     [content addSubview:button(@"Cancel", NSMakeRect(304, 12, 100, 32), @"")];
     [window setBackgroundColor:[NSColor whiteColor]];
-    [window setLevel:NSStatusWindowLevel];
+    [window setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
     [window center];
+    [window makeKeyAndOrderFront:nil];
     [NSApp runModalForWindow:window];
     [window release];
 }

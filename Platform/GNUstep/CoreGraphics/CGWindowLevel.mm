@@ -14,7 +14,9 @@ CGWindowLevel CGWindowLevelForKey(CGWindowLevelKey key)
     case kCGMainMenuWindowLevelKey:
         return NSMainMenuWindowLevel;
     case kCGStatusWindowLevelKey:
-        return NSStatusWindowLevel;
+        // GNUstep's own status level makes a window a dock to window managers, which take its frame
+        // and its title away. A floating window stays above the ordinary ones and keeps both.
+        return NSFloatingWindowLevel;
     case kCGModalPanelWindowLevelKey:
         return NSModalPanelWindowLevel;
     case kCGPopUpMenuWindowLevelKey:

@@ -1,5 +1,6 @@
 // Menus: a flat bar that ends in a hairline, and white lists with a rounded mark under the pointed
 // item.
+#include "../MethodReplacement.h"
 #import "ThemePalette.h"
 #import "ThemeShapes.h"
 #import "VXTheme.h"
@@ -7,7 +8,31 @@
 namespace palette = vx::palette;
 namespace shapes = vx::shapes;
 
+namespace {
+
+constexpr float kPadding = 8;
+
+using InitWithFrame = id (*)(id, SEL, NSRect);
+InitWithFrame libraryInit = nullptr;
+
+// Room at both sides of the titles; the library has a setting for it but no default that could be
+// registered.
+id initWithPadding(id view, SEL selector, NSRect frame)
+{
+    view = libraryInit(view, selector, frame);
+    [(NSMenuView *)view setHorizontalEdgePadding:kPadding];
+    return view;
+}
+
+}  // namespace
+
 @implementation VXTheme (Menus)
+
++ (void)load
+{
+    libraryInit = reinterpret_cast<InitWithFrame>(vx::replaceMethod(
+        [NSMenuView class], @selector(initWithFrame:), reinterpret_cast<IMP>(initWithPadding)));
+}
 
 - (CGFloat)menuBarHeight
 {
@@ -84,8 +109,22 @@ namespace shapes = vx::shapes;
         return;
     if (![cell isEnabled])
         return;
-    shapes::plate(isHorizontal ? NSInsetRect(frame, 1, 3) : NSInsetRect(frame, 4, 1), 4,
+    shapes::plate(isHorizontal ? NSInsetRect(frame, 1, 3) : NSInsetRect(frame, 1, 0), 4,
                   palette::selection(), nil);
+}
+
+// In the bar the library begins the title at the item's very edge.
+- (void)drawTitleForMenuItemCell:(NSMenuItemCell *)cell
+                       withFrame:(NSRect)frame
+                          inView:(NSView *)view
+                           state:(GSThemeControlState)state
+                    isHorizontal:(BOOL)isHorizontal
+{
+    [super drawTitleForMenuItemCell:cell
+                          withFrame:isHorizontal ? NSOffsetRect(frame, kPadding, 0) : frame
+                             inView:view
+                              state:state
+                       isHorizontal:isHorizontal];
 }
 
 @end

@@ -1,0 +1,211 @@
+// What VXApplication puts right: modal sessions, arguments, keys and clicks.
+#import "VXApplication.h"
+
+#include <atomic>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+
+@interface Stopper : NSObject {
+    NSInteger _code;
+    BOOL _plainStopFirst;
+}
+- (id)initWithCode:(NSInteger)code plainStopFirst:(BOOL)first;
+- (void)stop;
+@end
+
+@implementation Stopper
+
+- (id)initWithCode:(NSInteger)code plainStopFirst:(BOOL)first
+{
+    self = [super init];
+    if (self != nil) {
+        _code = code;
+        _plainStopFirst = first;
+    }
+    return self;
+}
+
+- (void)stop
+{
+    if (_plainStopFirst)
+        [NSApp stopModal];
+    [NSApp stopModalWithCode:_code];
+}
+
+@end
+
+@interface DocumentRecorder : NSObject {
+@public
+    int _opened;
+}
+@end
+
+@implementation DocumentRecorder
+
+- (BOOL)application:(NSApplication *)application openFile:(NSString *)file
+{
+    ++_opened;
+    return YES;
+}
+
+- (void)application:(NSApplication *)application openFiles:(NSArray *)files
+{
+    ++_opened;
+}
+
+@end
+
+@interface ClickView : NSView {
+@public
+    NSUInteger _modifiers;
+}
+@end
+
+@implementation ClickView
+
+- (void)mouseDown:(NSEvent *)event
+{
+    _modifiers = [event modifierFlags];
+}
+
+@end
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+class Application : public testing::Test {
+protected:
+    Application()
+        : m_window([[NSWindow alloc] initWithContentRect:NSMakeRect(50, 50, 200, 100)
+                                               styleMask:NSTitledWindowMask
+                                                 backing:NSBackingStoreBuffered
+                                                   defer:NO])
+    {
+    }
+    ~Application() override
+    {
+        [m_window close];
+        [m_pool release];
+    }
+
+    // Ends a session that nobody stops, so that a failure is a failed test and no hang.
+    void armWatchdog()
+    {
+        NSTimer *timer = [NSTimer timerWithTimeInterval:10
+                                                 target:NSApp
+                                               selector:@selector(abortModal)
+                                               userInfo:nil
+                                                repeats:NO];
+        [[NSRunLoop currentRunLoop] addTimer:timer forMode:NSModalPanelRunLoopMode];
+        m_watchdog = timer;
+    }
+
+    // Runs a session that another thread has stopped through a performer on the main thread.
+    NSInteger runStoppedBy(Stopper *stopper)
+    {
+        armWatchdog();
+        std::thread worker([&] {
+            NSAutoreleasePool *pool = [NSAutoreleasePool new];
+            // By then the session waits for an event that does not come.
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            [stopper
+                performSelectorOnMainThread:@selector(stop)
+                                 withObject:nil
+                              waitUntilDone:NO
+                                      modes:@[ NSModalPanelRunLoopMode, NSDefaultRunLoopMode ]];
+            [pool release];
+        });
+        const NSInteger code = [NSApp runModalForWindow:m_window];
+        worker.join();
+        [m_watchdog invalidate];
+        return code;
+    }
+
+    NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
+    NSWindow *m_window;
+    NSTimer *m_watchdog = nil;
+};
+
+}  // namespace
+
+TEST_F(Application, AStopFromAMainThreadPerformerEndsTheSessionAtOnceWithItsCode)
+{
+    Stopper *stopper = [[[Stopper alloc] initWithCode:7 plainStopFirst:NO] autorelease];
+    const auto start = Clock::now();
+    EXPECT_EQ(runStoppedBy(stopper), 7);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST_F(Application, TheLastOfTwoStopsGivesTheCode)
+{
+    Stopper *stopper = [[[Stopper alloc] initWithCode:0 plainStopFirst:YES] autorelease];
+    EXPECT_EQ(runStoppedBy(stopper), 0);
+}
+
+TEST_F(Application, APlainStopGivesTheLibrarysCode)
+{
+    armWatchdog();
+    [NSApp performSelector:@selector(stopModal)
+                withObject:nil
+                afterDelay:0.05
+                   inModes:@[ NSModalPanelRunLoopMode ]];
+    EXPECT_EQ([NSApp runModalForWindow:m_window], NSRunStoppedResponse);
+    [m_watchdog invalidate];
+}
+
+TEST_F(Application, AStopOutsideASessionDoesNotEndTheNextOne)
+{
+    [NSApp stopModalWithCode:3];
+    Stopper *stopper = [[[Stopper alloc] initWithCode:8 plainStopFirst:NO] autorelease];
+    EXPECT_EQ(runStoppedBy(stopper), 8);
+}
+
+TEST_F(Application, AnAbortedSessionSaysSo)
+{
+    armWatchdog();
+    [NSApp performSelector:@selector(abortModal)
+                withObject:nil
+                afterDelay:0.05
+                   inModes:@[ NSModalPanelRunLoopMode ]];
+    EXPECT_EQ([NSApp runModalForWindow:m_window], NSRunAbortedResponse);
+    [m_watchdog invalidate];
+}
+
+TEST_F(Application, BareArgumentsAreNotOpenedAsDocuments)
+{
+    char *arguments[] = {const_cast<char *>("program"), const_cast<char *>("/no/such/volume"),
+                         const_cast<char *>("second"), nullptr};
+    char *environment[] = {nullptr};
+    [NSProcessInfo initializeWithArguments:arguments count:3 environment:environment];
+    ASSERT_EQ([[[NSProcessInfo processInfo] arguments] count], 3u);
+    DocumentRecorder *recorder = [[DocumentRecorder new] autorelease];
+    [NSApp setDelegate:(id)recorder];
+    [NSApp finishLaunching];
+    EXPECT_EQ(recorder->_opened, 0);
+    EXPECT_EQ([NSApp modalWindow], nil);
+    [NSApp setDelegate:nil];
+}
+
+TEST_F(Application, AClickWithTheCommandKeyArrivesWithControlAsWell)
+{
+    ClickView *view = [[[ClickView alloc] initWithFrame:NSMakeRect(0, 0, 200, 100)] autorelease];
+    [[m_window contentView] addSubview:view];
+    [m_window orderFront:nil];
+    for (const NSUInteger pressed : {NSUInteger(NSCommandKeyMask), NSUInteger(NSShiftKeyMask)}) {
+        [NSApp sendEvent:[NSEvent mouseEventWithType:NSLeftMouseDown
+                                            location:NSMakePoint(50, 50)
+                                       modifierFlags:pressed
+                                           timestamp:0
+                                        windowNumber:[m_window windowNumber]
+                                             context:[m_window graphicsContext]
+                                         eventNumber:0
+                                          clickCount:1
+                                            pressure:1]];
+        const BOOL control = (view->_modifiers & NSControlKeyMask) != 0;
+        EXPECT_EQ(control, pressed == NSCommandKeyMask);
+        EXPECT_NE(view->_modifiers & pressed, 0u);
+    }
+}

@@ -1,0 +1,55 @@
+// Looks at what a view draws, pixel by pixel. Main thread.
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+#include <gtest/gtest.h>
+
+namespace vxtest {
+
+// The view in a window of its own, drawn once. Points are the view's own, from the upper left
+// corner.
+class Drawing {
+public:
+    explicit Drawing(NSView *view)
+    {
+        const NSRect frame = [view frame];
+        m_window = [[NSWindow alloc]
+            initWithContentRect:NSMakeRect(100, 100, frame.size.width, frame.size.height)
+                      styleMask:NSBorderlessWindowMask
+                        backing:NSBackingStoreBuffered
+                          defer:NO];
+        [view setFrameOrigin:NSZeroPoint];
+        [[m_window contentView] addSubview:view];
+        [m_window orderFront:nil];
+        [m_window display];
+        [[m_window contentView] lockFocus];
+        m_bitmap = [[NSBitmapImageRep alloc]
+            initWithFocusedViewRect:NSMakeRect(0, 0, frame.size.width, frame.size.height)];
+        [[m_window contentView] unlockFocus];
+    }
+
+    ~Drawing()
+    {
+        [m_bitmap release];
+        [m_window close];
+    }
+
+    Drawing(const Drawing &) = delete;
+    Drawing &operator=(const Drawing &) = delete;
+
+    void expectColor(int x, int y, int red, int green, int blue) const
+    {
+        NSColor *color = [[m_bitmap colorAtX:x
+                                           y:y] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+        EXPECT_NEAR([color redComponent] * 255, red, 2) << "at " << x << ", " << y;
+        EXPECT_NEAR([color greenComponent] * 255, green, 2) << "at " << x << ", " << y;
+        EXPECT_NEAR([color blueComponent] * 255, blue, 2) << "at " << x << ", " << y;
+    }
+
+private:
+    NSWindow *m_window;
+    NSBitmapImageRep *m_bitmap;
+};
+
+}  // namespace vxtest

@@ -1,0 +1,69 @@
+#import <AppKit/AppKit.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class FileTypeIcons : public testing::Test {
+protected:
+    ~FileTypeIcons() override { [m_pool release]; }
+
+    static NSImage *icon(NSString *type)
+    {
+        return [[NSWorkspace sharedWorkspace] iconForFileType:type];
+    }
+
+private:
+    NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
+};
+
+}  // namespace
+
+TEST_F(FileTypeIcons, AnEmptyTypeHasTheGenericIcon)
+{
+    ASSERT_NE(icon(@""), nil);
+    EXPECT_EQ(icon(@""), icon(@"nosuchtype"));
+    EXPECT_EQ(icon(nil), icon(@""));
+}
+
+TEST_F(FileTypeIcons, EveryKindHasAnIconOfItsOwn)
+{
+    NSMutableSet *seen = [NSMutableSet set];
+    NSArray *types = @[
+        @"", @"docx", @"txt", @"jpg", @"mp3", @"mkv", @"zip", @"exe", @"pdf", @"xlsx", @"pptx",
+        @"cpp"
+    ];
+    for (NSString *type in types)
+        [seen addObject:[NSValue valueWithNonretainedObject:icon(type)]];
+    EXPECT_EQ([seen count], [types count]);
+}
+
+TEST_F(FileTypeIcons, OneImageServesAllTypesOfAKind)
+{
+    EXPECT_EQ(icon(@"jpg"), icon(@"png"));
+    EXPECT_EQ(icon(@"jpg"), icon(@"JPG"));
+    EXPECT_NE(icon(@"jpg"), icon(@"mp3"));
+}
+
+TEST_F(FileTypeIcons, AnIconIsSixteenPointsAndHasTheLargerDrawingsInside)
+{
+    EXPECT_EQ([icon(@"pdf") size].width, 16);
+    EXPECT_EQ([icon(@"pdf") size].height, 16);
+    NSMutableSet *pixels = [NSMutableSet set];
+    for (NSImageRep *representation in [icon(@"pdf") representations])
+        [pixels addObject:[NSNumber numberWithInteger:[representation pixelsWide]]];
+    EXPECT_TRUE(([pixels isEqual:[NSSet setWithObjects:@16, @32, @64, nil]]));
+}
+
+TEST_F(FileTypeIcons, TheProgramsNamedPicturesHaveADoubleSize)
+{
+    for (NSString *name in @[ @"folder", @"warning", @"success" ]) {
+        NSImage *image = [NSImage imageNamed:name];
+        ASSERT_NE(image, nil) << [name UTF8String];
+        NSInteger widest = 0;
+        for (NSImageRep *representation in [image representations])
+            widest = MAX(widest, [representation pixelsWide]);
+        EXPECT_EQ(widest, 2 * [image size].width) << [name UTF8String];
+    }
+    EXPECT_EQ([[NSImage imageNamed:@"folder"] size].width, 16);
+}

@@ -1,0 +1,139 @@
+#include "FolderOpening.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+#import <AppKit/AppKit.h>
+
+namespace {
+
+// A folder with an opener of the test's own, first in the search path: it writes its process number
+// and its arguments into a file.
+class FolderOpening : public testing::Test {
+protected:
+    FolderOpening()
+    {
+        char pattern[] = "/tmp/vx-open-XXXXXX";
+        m_folder = mkdtemp(pattern);
+        const char *path = getenv("PATH");
+        m_oldPath = path == nullptr ? "" : path;
+        setenv("PATH", (m_folder + ":" + m_oldPath).c_str(), 1);
+        write("xdg-open", "#!/bin/sh\nprintf '%s\\n' \"$$\" \"$#\" \"$1\" > '" + m_folder +
+                              "/part'\nmv '" + m_folder + "/part' '" + m_folder + "/seen'\n");
+        chmod((m_folder + "/xdg-open").c_str(), 0755);
+    }
+
+    ~FolderOpening() override
+    {
+        setenv("PATH", m_oldPath.c_str(), 1);
+        for (const char *name : {"/xdg-open", "/seen", "/part"})
+            unlink((m_folder + name).c_str());
+        rmdir((m_folder + "/a 'b' $(c); d").c_str());
+        rmdir(m_folder.c_str());
+        [m_pool release];
+    }
+
+    void write(const std::string &name, const std::string &text)
+    {
+        std::ofstream(m_folder + "/" + name) << text;
+    }
+
+    template <typename Condition>
+    static bool await(Condition condition)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline)
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return true;
+    }
+
+    bool awaitSeen()
+    {
+        return await([&] { return access((m_folder + "/seen").c_str(), F_OK) == 0; });
+    }
+
+    // The opener's process number, count of arguments and first argument.
+    void readSeen(pid_t &process, int &count, std::string &argument)
+    {
+        std::ifstream seen(m_folder + "/seen");
+        seen >> process >> count;
+        seen.ignore();
+        std::getline(seen, argument);
+    }
+
+    std::string m_folder;
+
+private:
+    std::string m_oldPath;
+    NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
+};
+
+}  // namespace
+
+TEST_F(FolderOpening, AFolderIsOpenedByTheDesktopsOpener)
+{
+    vx::installFolderOpening();
+    NSString *path = [NSString stringWithUTF8String:m_folder.c_str()];
+    NSURL *url = [NSURL fileURLWithPath:path isDirectory:YES];
+    EXPECT_TRUE([[NSWorkspace sharedWorkspace] openURL:url]);
+    ASSERT_TRUE(awaitSeen());
+    pid_t process = 0;
+    int count = 0;
+    std::string argument;
+    readSeen(process, count, argument);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(argument, m_folder);
+}
+
+TEST_F(FolderOpening, NoShellLooksAtThePath)
+{
+    vx::installFolderOpening();
+    const std::string folder = m_folder + "/a 'b' $(c); d";
+    ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+    NSURL *url = [NSURL fileURLWithPath:[NSString stringWithUTF8String:folder.c_str()]
+                            isDirectory:YES];
+    EXPECT_TRUE([[NSWorkspace sharedWorkspace] openURL:url]);
+    ASSERT_TRUE(awaitSeen());
+    pid_t process = 0;
+    int count = 0;
+    std::string argument;
+    readSeen(process, count, argument);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(argument, folder);
+}
+
+TEST_F(FolderOpening, TheOpenerLeavesNoZombie)
+{
+    ASSERT_TRUE(vx::startDetached("xdg-open", "/"));
+    ASSERT_TRUE(awaitSeen());
+    pid_t process = 0;
+    int count = 0;
+    std::string argument;
+    readSeen(process, count, argument);
+    ASSERT_GT(process, 1);
+    // A zombie can still be sent a signal; only a reaped process is gone.
+    EXPECT_TRUE(await([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
+}
+
+TEST_F(FolderOpening, AnOpenerThatTakesItsTimeIsNotWaitedFor)
+{
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(vx::startDetached("sleep", "3"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+TEST_F(FolderOpening, AnOpenerThatIsMissingIsReported)
+{
+    EXPECT_FALSE(vx::startDetached("no-such-opener-anywhere", "/"));
+}

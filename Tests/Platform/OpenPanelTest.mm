@@ -1,0 +1,68 @@
+#import <AppKit/AppKit.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class OpenPanel : public testing::Test {
+protected:
+    OpenPanel() : m_panel([NSOpenPanel openPanel]) {}
+    ~OpenPanel() override { [m_pool release]; }
+
+    template <typename View>
+    View *view(NSInteger tag)
+    {
+        return (View *)[[m_panel contentView] viewWithTag:tag];
+    }
+    NSButton *okButton() { return view<NSButton>(NSFileHandlingPanelOKButton); }
+
+    NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
+    NSOpenPanel *m_panel;
+};
+
+}  // namespace
+
+TEST_F(OpenPanel, ThePromptTitlesTheConfirmingButton)
+{
+    [m_panel setPrompt:@"Save"];
+    EXPECT_STREQ([[okButton() title] UTF8String], "Save");
+    EXPECT_STREQ([[m_panel prompt] UTF8String], "Save");
+}
+
+TEST_F(OpenPanel, ThePromptLeavesTheLabelOfTheNameFieldAlone)
+{
+    NSString *before = [[m_panel nameFieldLabel] copy];
+    [m_panel setPrompt:@"Save"];
+    EXPECT_TRUE([[m_panel nameFieldLabel] isEqualToString:before]);
+    EXPECT_FALSE([before isEqualToString:@"Save"]);
+    EXPECT_GT([before length], 0u);
+    [before release];
+}
+
+TEST_F(OpenPanel, APanelHandedOutAnewHasForgottenThePrompt)
+{
+    [m_panel setPrompt:@"Save"];
+    NSOpenPanel *again = [NSOpenPanel openPanel];
+    EXPECT_FALSE([[again prompt] isEqualToString:@"Save"]);
+    EXPECT_FALSE([[again prompt] isEqualToString:[again nameFieldLabel]]);
+}
+
+TEST_F(OpenPanel, ALongPromptFitsItsButtonAndPushesTheOthersAside)
+{
+    const NSRect before = [okButton() frame];
+    [m_panel setPrompt:@"Dans ce dossier enregistrer"];
+    const NSRect grown = [okButton() frame];
+    const NSRect cancel = [view<NSButton>(NSFileHandlingPanelCancelButton) frame];
+    EXPECT_GE(grown.size.width, [[okButton() cell] cellSize].width);
+    EXPECT_EQ(NSMaxX(grown), NSMaxX(before));
+    EXPECT_LT(NSMaxX(cancel), NSMinX(grown));
+    [m_panel setPrompt:@"Save"];
+    EXPECT_TRUE(NSEqualRects([okButton() frame], before));
+}
+
+TEST_F(OpenPanel, TheButtonsForRemovableMediaAreHidden)
+{
+    EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskButton) isHidden]);
+    EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskEjectButton) isHidden]);
+    EXPECT_FALSE([view<NSButton>(NSFileHandlingPanelHomeButton) isHidden]);
+}

@@ -1,0 +1,163 @@
+// The theme is loaded and drawn; its settings give way to the user's.
+#include "Drawing.h"
+
+#include <memory>
+
+#import <GNUstepGUI/GSTheme.h>
+
+using vxtest::Drawing;
+
+@interface ThreeRows : NSObject
+@end
+
+@implementation ThreeRows
+
+- (NSInteger)numberOfRowsInTableView:(NSTableView *)table
+{
+    return 3;
+}
+
+- (id)tableView:(NSTableView *)table
+    objectValueForTableColumn:(NSTableColumn *)column
+                          row:(NSInteger)row
+{
+    return @"";
+}
+
+@end
+
+namespace {
+
+class Theme : public testing::Test {
+protected:
+    ~Theme() override { [m_pool release]; }
+
+private:
+    NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
+};
+
+NSTableView *tableOfThreeRows(id source)
+{
+    NSTableView *table =
+        [[[NSTableView alloc] initWithFrame:NSMakeRect(0, 0, 200, 120)] autorelease];
+    NSTableColumn *column = [[[NSTableColumn alloc] initWithIdentifier:@"only"] autorelease];
+    [column setWidth:190];
+    [table addTableColumn:column];
+    [table setRowHeight:20];
+    [table setHeaderView:nil];
+    [table setDataSource:source];
+    [table reloadData];
+    return table;
+}
+
+}  // namespace
+
+TEST_F(Theme, TheProgramsOwnThemeIsInForce)
+{
+    EXPECT_STREQ([NSStringFromClass([[GSTheme theme] class]) UTF8String], "VXTheme");
+    EXPECT_TRUE(
+        [[[[GSTheme theme] bundle] bundlePath] hasPrefix:[[NSBundle mainBundle] bundlePath]]);
+}
+
+TEST_F(Theme, MenusLieInTheWindowAndThereIsNoDockTile)
+{
+    EXPECT_EQ(NSInterfaceStyleForKey(@"NSMenuInterfaceStyle", nil), NSWindows95InterfaceStyle);
+    EXPECT_TRUE([[NSUserDefaults standardUserDefaults] boolForKey:@"GSSuppressAppIcon"]);
+}
+
+TEST_F(Theme, EverySettingIsOnlyRegisteredSoThatTheUsersOwnWins)
+{
+    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
+    NSDictionary *registered = [defaults volatileDomainForName:NSRegistrationDomain];
+    for (NSString *key in
+         @[ @"GSTheme", @"NSMenuInterfaceStyle", @"NSFont", @"GSFirstCommandKey" ]) {
+        ASSERT_NE([registered objectForKey:key], nil) << [key UTF8String];
+        [defaults setVolatileDomain:[NSDictionary dictionaryWithObject:@"the user's" forKey:key]
+                            forName:NSArgumentDomain];
+        EXPECT_STREQ([[defaults stringForKey:key] UTF8String], "the user's") << [key UTF8String];
+        [defaults removeVolatileDomainForName:NSArgumentDomain];
+    }
+}
+
+TEST_F(Theme, TheSystemFontIsOneThatIsInstalled)
+{
+    NSString *name = [[NSFont systemFontOfSize:0] fontName];
+    EXPECT_TRUE([[[NSFontManager sharedFontManager] availableFonts] containsObject:name]);
+    EXPECT_TRUE(
+        [name isEqualToString:[[NSUserDefaults standardUserDefaults] stringForKey:@"NSFont"]]);
+}
+
+TEST_F(Theme, AProgressBarIsFilledAsFarAsItsValueGoes)
+{
+    NSProgressIndicator *bar =
+        [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(0, 0, 200, 20)] autorelease];
+    [bar setIndeterminate:NO];
+    [bar setDoubleValue:50];
+    const Drawing drawing(bar);
+    drawing.expectColor(50, 10, 47, 123, 229);
+    drawing.expectColor(150, 10, 226, 228, 232);
+}
+
+TEST_F(Theme, AnEmptyProgressBarShowsNoFill)
+{
+    NSProgressIndicator *bar =
+        [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(0, 0, 200, 20)] autorelease];
+    [bar setIndeterminate:NO];
+    [bar setDoubleValue:0];
+    const Drawing drawing(bar);
+    drawing.expectColor(4, 10, 226, 228, 232);
+}
+
+TEST_F(Theme, RowsOfATableAlternateDownToItsLowerEdge)
+{
+    ThreeRows *source = [[ThreeRows new] autorelease];
+    const Drawing drawing(tableOfThreeRows(source));
+    drawing.expectColor(100, 10, 255, 255, 255);
+    drawing.expectColor(100, 30, 244, 246, 249);
+    drawing.expectColor(100, 50, 255, 255, 255);
+    drawing.expectColor(100, 110, 244, 246, 249);
+}
+
+TEST_F(Theme, ASelectedRowIsLightBlue)
+{
+    ThreeRows *source = [[ThreeRows new] autorelease];
+    NSTableView *table = tableOfThreeRows(source);
+    [table selectRowIndexes:[NSIndexSet indexSetWithIndex:1] byExtendingSelection:NO];
+    const Drawing drawing(table);
+    drawing.expectColor(100, 30, 205, 227, 252);
+    drawing.expectColor(100, 10, 255, 255, 255);
+}
+
+TEST_F(Theme, AScrollerHasNoArrowsAndItsKnobSpansTheTrack)
+{
+    NSScroller *scroller =
+        [[[NSScroller alloc] initWithFrame:NSMakeRect(0, 0, 12, 200)] autorelease];
+    [scroller setEnabled:YES];
+    [scroller setDoubleValue:0];
+    [scroller setKnobProportion:0.5];
+    EXPECT_EQ([scroller arrowsPosition], NSScrollerArrowsNone);
+    EXPECT_TRUE(NSIsEmptyRect([scroller rectForPart:NSScrollerIncrementLine]));
+    EXPECT_LT([scroller rectForPart:NSScrollerKnob].origin.y, 3);
+    [scroller setDoubleValue:1];
+    EXPECT_GT(NSMaxY([scroller rectForPart:NSScrollerKnob]), 196);
+}
+
+TEST_F(Theme, APushButtonIsAWhitePlate)
+{
+    NSButton *button = [[[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 80, 28)] autorelease];
+    [button setTitle:@""];
+    [button setBezelStyle:NSRoundedBezelStyle];
+    const Drawing drawing(button);
+    drawing.expectColor(40, 14, 255, 255, 255);
+    drawing.expectColor(40, 0, 198, 201, 206);
+}
+
+TEST_F(Theme, TheDefaultButtonStandsOut)
+{
+    NSButton *button = [[[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 80, 28)] autorelease];
+    [button setTitle:@""];
+    [button setBezelStyle:NSRoundedBezelStyle];
+    [button setKeyEquivalent:@"\r"];
+    const Drawing drawing(button);
+    drawing.expectColor(40, 0, 47, 123, 229);
+}
