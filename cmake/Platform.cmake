@@ -47,6 +47,7 @@ target_compile_definitions(vx_foundation INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:_NATIVE_OBJC_EXCEPTIONS>)
 target_include_directories(vx_foundation SYSTEM INTERFACE
   "${CMAKE_SOURCE_DIR}/Platform/GNUstep" "${VX_GNUSTEP_INCLUDE_DIR}")
+# The blocks runtime comes first: gnustep-base has a _Block_copy of its own that leaves clang's blocks on the stack.
 target_link_libraries(vx_foundation INTERFACE
-  ${VX_GNUSTEP_BASE} ${VX_OBJC} ${VX_BLOCKS_RUNTIME} Threads::Threads)
+  ${VX_BLOCKS_RUNTIME} ${VX_GNUSTEP_BASE} ${VX_OBJC} Threads::Threads)
 target_link_libraries(vx_appkit INTERFACE ${VX_GNUSTEP_GUI})

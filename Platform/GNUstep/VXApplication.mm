@@ -62,8 +62,9 @@ NSEvent *withControlForCommand(NSEvent *event)
     return nil;
 }
 
-// The library looks at a stopped session only after the next event, which may never come when the
-// stop was asked for by another thread; and it keeps the first code, where macOS keeps the last.
+// The library keeps the first code of a session, where macOS keeps the last; and it looks at a
+// stopped session only after the next event, which may never come when no event was the reason to
+// stop.
 - (void)stopModalWithCode:(NSInteger)code
 {
     [super stopModalWithCode:code];
@@ -71,16 +72,21 @@ NSEvent *withControlForCommand(NSEvent *event)
         return;
     _stopCode = code;
     _stopped = YES;
-    NSEvent *wakeUp = [NSEvent otherEventWithType:NSApplicationDefined
-                                         location:NSZeroPoint
-                                    modifierFlags:0
-                                        timestamp:0
-                                     windowNumber:0
-                                          context:nil
-                                          subtype:0
-                                            data1:0
-                                            data2:0];
-    [self postEvent:wakeUp atStart:NO];
+    [self postEmptyEvent];
+}
+
+- (void)postEmptyEvent
+{
+    NSEvent *event = [NSEvent otherEventWithType:NSApplicationDefined
+                                        location:NSZeroPoint
+                                   modifierFlags:0
+                                       timestamp:0
+                                    windowNumber:0
+                                         context:nil
+                                         subtype:0
+                                           data1:0
+                                           data2:0];
+    [self postEvent:event atStart:NO];
 }
 
 - (NSInteger)runModalForWindow:(NSWindow *)window

@@ -21,7 +21,7 @@ public:
                           defer:NO];
         [view setFrameOrigin:NSZeroPoint];
         [[m_window contentView] addSubview:view];
-        [m_window orderFront:nil];
+        [m_window makeKeyAndOrderFront:nil];
         [m_window display];
         [[m_window contentView] lockFocus];
         m_bitmap = [[NSBitmapImageRep alloc]

@@ -15,6 +15,9 @@ namespace {
 
 class FoundationShims : public testing::Test {
 protected:
+    // The library lets another thread reach the main one only when that has a run loop, as it has
+    // in a program.
+    FoundationShims() { [NSRunLoop currentRunLoop]; }
     ~FoundationShims() override { [m_pool release]; }
 
     // Runs the run loop in one mode until the condition holds; false after ten seconds.
@@ -154,9 +157,5 @@ TEST_F(FoundationShims, ABlockIsReleasedAfterItHasRun)
         });
     }
     EXPECT_EQ(destroyed, 0);
-    EXPECT_TRUE(runUntil(NSDefaultRunLoopMode, [&] {
-        NSAutoreleasePool *pool = [NSAutoreleasePool new];
-        [pool release];
-        return destroyed == 1;
-    }));
+    EXPECT_TRUE(runUntil(NSDefaultRunLoopMode, [&] { return destroyed == 1; }));
 }

@@ -50,6 +50,15 @@ NSTableView *tableOfThreeRows(id source)
     return table;
 }
 
+NSScrollView *scrollViewOf(NSTableView *table)
+{
+    NSScrollView *scroll =
+        [[[NSScrollView alloc] initWithFrame:NSMakeRect(0, 0, 200, 120)] autorelease];
+    [scroll setDocumentView:table];
+    [table reloadData];
+    return scroll;
+}
+
 }  // namespace
 
 TEST_F(Theme, TheProgramsOwnThemeIsInForce)
@@ -72,6 +81,7 @@ TEST_F(Theme, EverySettingIsOnlyRegisteredSoThatTheUsersOwnWins)
     for (NSString *key in
          @[ @"GSTheme", @"NSMenuInterfaceStyle", @"NSFont", @"GSFirstCommandKey" ]) {
         ASSERT_NE([registered objectForKey:key], nil) << [key UTF8String];
+        [defaults removeVolatileDomainForName:NSArgumentDomain];
         [defaults setVolatileDomain:[NSDictionary dictionaryWithObject:@"the user's" forKey:key]
                             forName:NSArgumentDomain];
         EXPECT_STREQ([[defaults stringForKey:key] UTF8String], "the user's") << [key UTF8String];
@@ -111,7 +121,7 @@ TEST_F(Theme, AnEmptyProgressBarShowsNoFill)
 TEST_F(Theme, RowsOfATableAlternateDownToItsLowerEdge)
 {
     ThreeRows *source = [[ThreeRows new] autorelease];
-    const Drawing drawing(tableOfThreeRows(source));
+    const Drawing drawing(scrollViewOf(tableOfThreeRows(source)));
     drawing.expectColor(100, 10, 255, 255, 255);
     drawing.expectColor(100, 30, 244, 246, 249);
     drawing.expectColor(100, 50, 255, 255, 255);
@@ -123,7 +133,7 @@ TEST_F(Theme, ASelectedRowIsLightBlue)
     ThreeRows *source = [[ThreeRows new] autorelease];
     NSTableView *table = tableOfThreeRows(source);
     [table selectRowIndexes:[NSIndexSet indexSetWithIndex:1] byExtendingSelection:NO];
-    const Drawing drawing(table);
+    const Drawing drawing(scrollViewOf(table));
     drawing.expectColor(100, 30, 205, 227, 252);
     drawing.expectColor(100, 10, 255, 255, 255);
 }
