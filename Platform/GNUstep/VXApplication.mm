@@ -10,16 +10,25 @@
 
 namespace {
 
-// A click with the command key takes one row more or less on macOS; the library's tables ask for
-// Control.
-NSEvent *withControlForCommand(NSEvent *event)
+BOOL hitsTable(NSEvent *event)
 {
-    const NSUInteger modifiers = [event modifierFlags];
-    if ([event type] != NSLeftMouseDown || (modifiers & NSCommandKeyMask) == 0)
+    NSView *content = [[event window] contentView];
+    const NSPoint point = [[content superview] convertPoint:[event locationInWindow] fromView:nil];
+    return [[content hitTest:point] isKindOfClass:[NSTableView class]];
+}
+
+// In a table a click with the command key takes one row more or less and one with Shift takes the
+// rows up to there; the library asks for Shift for the one and for Control for the other.
+NSEvent *withTheTablesModifiers(NSEvent *event)
+{
+    const NSUInteger pressed = [event modifierFlags] & (NSCommandKeyMask | NSShiftKeyMask);
+    if ([event type] != NSLeftMouseDown || pressed == 0 || !hitsTable(event))
         return event;
+    const NSUInteger others = [event modifierFlags] & ~(NSShiftKeyMask | NSControlKeyMask);
+    const NSUInteger wanted = (pressed & NSCommandKeyMask) != 0 ? NSShiftKeyMask : NSControlKeyMask;
     return [NSEvent mouseEventWithType:NSLeftMouseDown
                               location:[event locationInWindow]
-                         modifierFlags:modifiers | NSControlKeyMask
+                         modifierFlags:others | wanted
                              timestamp:[event timestamp]
                           windowNumber:[event windowNumber]
                                context:[event context]
@@ -52,7 +61,7 @@ NSEvent *withControlForCommand(NSEvent *event)
 
 - (void)sendEvent:(NSEvent *)event
 {
-    [super sendEvent:withControlForCommand(event)];
+    [super sendEvent:withTheTablesModifiers(event)];
 }
 
 // The library would hand every argument that does not begin with "-" to the delegate as a document

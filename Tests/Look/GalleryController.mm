@@ -46,7 +46,7 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
         else
             [menu addItemWithTitle:item
                             action:@selector(chosen:)
-                     keyEquivalent:[item substringToIndex:1]];
+                     keyEquivalent:[[item substringToIndex:1] lowercaseString]];
     }
     [bar setSubmenu:menu forItem:[bar addItemWithTitle:title action:NULL keyEquivalent:@""]];
 }
@@ -90,8 +90,10 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
     [super dealloc];
 }
 
+// Shows that a menu's item or its key has been understood.
 - (void)chosen:(id)sender
 {
+    [_window setTitle:[sender title]];
 }
 
 - (void)makeMenu
