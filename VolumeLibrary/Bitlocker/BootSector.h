@@ -1,0 +1,39 @@
+// The first 512 bytes of a BitLocker volume: which layout it has and where its metadata is.
+//
+// Everything else in this sector imitates a FAT32 boot sector and must not be believed.
+#pragma once
+
+#include "ByteView.h"
+#include "Error.h"
+
+#include <array>
+#include <vector>
+
+namespace vx::bitlocker {
+
+enum class Layout {
+    Vista,     // Windows Vista: metadata version 1, nothing relocated
+    Windows7,  // Windows 7 and later
+    ToGo,      // BitLocker To Go on a FAT volume
+};
+
+struct BootSector {
+    static constexpr size_t kSize = 512;
+
+    Layout layout = Layout::Windows7;
+    bool converting = false;  // a conversion map is in force
+    // 512, 1024, 2048 or 4096; 0 when the sector does not say.
+    uint32_t sectorSize = 0;
+    // Not checked against the size of the device. One for Vista, else three.
+    std::vector<uint64_t> metadataOffsets;
+    // The two copies of the conversion information; zeros when there are none.
+    std::array<uint64_t, 2> conversionOffsets{};
+
+    // Errors: NotBitlocker.
+    static Result<BootSector> parse(ByteView bytes);
+};
+
+// Whether bytes per sector, as a boot sector says it, can be believed.
+bool isSectorSize(uint32_t bytes);
+
+}  // namespace vx::bitlocker

@@ -1,0 +1,15 @@
+// A flag by which another thread stops a long operation; borrowed, may be absent.
+#pragma once
+
+#include <atomic>
+
+namespace vx::bitlocker {
+
+using CancelFlag = std::atomic<bool>;
+
+inline bool isCancelled(const CancelFlag *flag)
+{
+    return flag != nullptr && flag->load(std::memory_order_relaxed);
+}
+
+}  // namespace vx::bitlocker

@@ -1,0 +1,44 @@
+// Owner of one of libcrypto's cipher contexts, keyed once and used for whole blocks only.
+//
+// One thread at a time; clone() of an object that nobody else changes is safe from any thread.
+#pragma once
+
+#include "ByteView.h"
+
+#include <memory>
+#include <openssl/evp.h>
+
+namespace vx::bitlocker {
+
+class CipherContext {
+public:
+    enum class Mode { EcbEncrypt, EcbDecrypt, CbcDecrypt };
+
+    // key: 16 or 32 bytes, not kept in this form.
+    CipherContext(Mode mode, ByteView key);
+    CipherContext(const CipherContext &) = delete;
+    CipherContext &operator=(const CipherContext &) = delete;
+    CipherContext(CipherContext &&) = default;
+    ~CipherContext() = default;
+
+    // False when libcrypto refused, for want of memory for example; every call then fails.
+    bool good() const { return _context != nullptr; }
+    CipherContext clone() const;
+
+    // A multiple of 16 bytes; in and out may be the same. False: out is undefined.
+    bool run(const uint8_t *in, uint8_t *out, size_t length);
+    // The 16 bytes that precede the next block (CBC).
+    bool setInitialVector(const uint8_t *vector);
+
+private:
+    struct Free {
+        void operator()(EVP_CIPHER_CTX *context) const { EVP_CIPHER_CTX_free(context); }
+    };
+    using Handle = std::unique_ptr<EVP_CIPHER_CTX, Free>;
+
+    explicit CipherContext(Handle context) : _context(std::move(context)) {}
+
+    Handle _context;
+};
+
+}  // namespace vx::bitlocker

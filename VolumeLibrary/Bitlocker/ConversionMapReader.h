@@ -1,0 +1,49 @@
+// Reads the conversion map from a volume and checks every part of it.
+//
+// Nothing is guessed: a part that is damaged makes the whole map damaged.
+#pragma once
+
+#include "ByteView.h"
+#include "ConversionMap.h"
+
+namespace vx::bitlocker {
+
+class ConversionMapReader {
+public:
+    // More than this is not taken into memory for one volume.
+    static constexpr size_t kMostMemory = 16 * 1024 * 1024;
+
+    // source must outlive the reader.
+    ConversionMapReader(const ByteSource &source, uint32_t sectorSize);
+
+    Result<ConversionMap> read(std::array<uint64_t, 2> offsets);
+
+private:
+    // The parts of the conversion information that count.
+    struct Information {
+        uint32_t chunkSize = 0;
+        uint32_t slotLength = 0;
+        std::vector<uint64_t> blocks;
+    };
+    // A slot of a conversion log.
+    struct LogSlot {
+        uint64_t sequence = 0;
+        uint64_t chunk = 0;  // 0: none
+        std::vector<uint8_t> saved;
+    };
+
+    Result<Information> readInformation(uint64_t offset);
+    Result<ConversionMap::Region> readRegion(const Information &information, uint64_t block);
+    Error readBits(ByteView block, ConversionMap::Region &region);
+    Error readLog(const Information &information, uint64_t log, ConversionMap::Region &region);
+    Error readSlot(const Information &information, uint64_t offset, std::vector<LogSlot> &slots);
+    Error addInterrupted(const LogSlot &slot, ConversionMap::Region &region) const;
+    Result<std::vector<uint8_t>> readBytes(uint64_t offset, size_t count);
+    Error checkOrder(std::vector<ConversionMap::Region> &regions) const;
+
+    const ByteSource &_source;
+    const uint32_t _sectorSize;
+    size_t _memory = 0;
+};
+
+}  // namespace vx::bitlocker

@@ -1,0 +1,35 @@
+// Owner of key bytes: memory of its own that is wiped when the owner goes, kept off the swap
+// space and out of core dumps where the platform allows it. Moves, but is never copied
+// unnoticed. Not for sharing between threads while one writes.
+#pragma once
+
+#include "ByteView.h"
+
+namespace vx::bitlocker {
+
+class KeyMaterial {
+public:
+    KeyMaterial() = default;
+    // size bytes of zeros. Throws std::bad_alloc like any container.
+    explicit KeyMaterial(size_t size);
+    explicit KeyMaterial(ByteView bytes);
+    ~KeyMaterial() { wipe(); }
+    KeyMaterial(KeyMaterial &&other) noexcept;
+    KeyMaterial &operator=(KeyMaterial &&other) noexcept;
+    KeyMaterial(const KeyMaterial &) = delete;
+    KeyMaterial &operator=(const KeyMaterial &) = delete;
+
+    uint8_t *data() { return _data; }
+    const uint8_t *data() const { return _data; }
+    size_t size() const { return _size; }
+    bool empty() const { return _size == 0; }
+    ByteView view() const { return {_data, _size}; }
+    // Wipes and gives back the bytes now.
+    void wipe();
+
+private:
+    uint8_t *_data = nullptr;
+    size_t _size = 0;
+};
+
+}  // namespace vx::bitlocker

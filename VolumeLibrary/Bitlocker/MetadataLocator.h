@@ -1,0 +1,55 @@
+// Finds the copies of the metadata and tells the usable from the damaged.
+//
+// One pointer that survives is enough: a readable copy names the other two. When no copy is
+// usable, the front of the volume is searched for one.
+#pragma once
+
+#include "BootSector.h"
+#include "ByteSource.h"
+#include "Cancellation.h"
+#include "MetadataBlock.h"
+
+#include <deque>
+#include <set>
+
+namespace vx::bitlocker {
+
+struct MetadataCopies {
+    std::vector<MetadataBlock> usable;  // the newest first; at least one
+    std::vector<std::string> warnings;  // one for each copy that is damaged or missing
+};
+
+class MetadataLocator {
+public:
+    // How much of a volume is searched when no pointer leads to a usable copy.
+    static constexpr uint64_t kSearchLimit = 1ULL << 30;
+
+    // The arguments must outlive the locator; cancel may be null.
+    MetadataLocator(const ByteSource &source, const BootSector &boot, const CancelFlag *cancel);
+
+    // Errors: DamagedMetadata; TruncatedImage if every copy lies behind the end; SystemError if
+    // no copy could be read for that reason; Cancelled.
+    Result<MetadataCopies> locate();
+
+private:
+    void tryCandidates();
+    void tryCopy(uint64_t offset);
+    void addCandidates(const std::vector<uint64_t> &offsets);
+    Error readArea(uint64_t offset, std::vector<uint8_t> &area) const;
+    Result<MetadataBlock> parseChecked(ByteView area, uint64_t offset) const;
+    Error search();
+    void searchPiece(ByteView piece, uint64_t begin);
+    Error failure() const;
+
+    const ByteSource &_source;
+    const BootSector &_boot;
+    const CancelFlag *const _cancel;
+    const size_t _areaSize;
+    std::deque<uint64_t> _candidates;
+    std::set<uint64_t> _seen;
+    MetadataCopies _copies;
+    Error _readError;
+    bool _allBehindEnd = false;
+};
+
+}  // namespace vx::bitlocker

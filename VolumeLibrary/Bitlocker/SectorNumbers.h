@@ -1,0 +1,20 @@
+// Arrays of 16-byte little-endian numbers, from which initial vectors, tweaks and sector keys
+// are made by one encryption call for a whole run of sectors.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vx::bitlocker {
+
+constexpr size_t kAesBlock = 16;
+
+// Writes count blocks, stride bytes apart: first, first + step, first + 2 * step, ...
+// The top byte of each block is mark.
+void putSectorNumbers(uint8_t *blocks, size_t count, size_t stride, uint64_t first, uint64_t step,
+                      uint8_t mark = 0);
+
+// target[i] ^= other[i]
+void xorBytes(uint8_t *target, const uint8_t *other, size_t length);
+
+}  // namespace vx::bitlocker

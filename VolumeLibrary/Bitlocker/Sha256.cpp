@@ -1,0 +1,22 @@
+#include "Sha256.h"
+
+#include <new>
+#include <openssl/evp.h>
+
+namespace vx::bitlocker {
+
+Sha256Digest sha256(ByteView bytes)
+{
+    Sha256Digest digest;
+    sha256(bytes, digest.data());
+    return digest;
+}
+
+void sha256(ByteView bytes, uint8_t *digest)
+{
+    // Hashing in memory fails for want of memory only.
+    if (EVP_Digest(bytes.data, bytes.size, digest, nullptr, EVP_sha256(), nullptr) != 1)
+        throw std::bad_alloc();
+}
+
+}  // namespace vx::bitlocker

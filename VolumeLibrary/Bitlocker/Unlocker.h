@@ -1,0 +1,54 @@
+// From the secret to the key of the sectors.
+//
+// The clear key of a suspended volume is tried first, then every protector that the secret
+// fits, in stored order and in every copy of the metadata. A secret is stretched once for each
+// salt. Takes up to a second of one core for each protector of the kind, so not on the main
+// thread; another thread may cancel it.
+#pragma once
+
+#include "KeyStretcher.h"
+#include "MetadataLocator.h"
+#include "Method.h"
+#include "Secret.h"
+
+#include <map>
+
+namespace vx::bitlocker {
+
+struct UnlockedKey {
+    KeyMaterial sectorKey;
+    const MetadataBlock *copy = nullptr;  // the copy of the metadata that it came from
+    Method method = Method::None;
+    std::vector<std::string> warnings;
+};
+
+class Unlocker {
+public:
+    // More stretching than this is not done for one secret: a volume that claims hundreds of
+    // protectors would keep the caller waiting for minutes.
+    static constexpr size_t kMostStretchings = 32;
+
+    // copies: not empty. The arguments must outlive the unlocker and what it returns.
+    Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher &stretcher,
+             const CancelFlag *cancel);
+
+    // Errors: NoProtectorOfKind, UnsupportedProtector, WrongSecret, UnsupportedMethod,
+    // DamagedMetadata (the sector key cannot be had although the secret is right), Cancelled.
+    Result<UnlockedKey> unlock(const Secret &secret);
+
+private:
+    std::optional<KeyMaterial> findMasterKey(const MetadataBlock &copy, const Secret &secret);
+    std::optional<KeyMaterial> openWith(const Protector &protector, const Secret &secret);
+    ByteView stretched(const Secret &secret, const Salt &salt);
+    Result<UnlockedKey> takeSectorKey(ByteView masterKey, const MetadataBlock &first);
+    Result<KeyMaterial> sectorKeyOf(const MetadataBlock &copy, ByteView masterKey);
+    Error refusal(const Secret &secret) const;
+
+    const std::vector<MetadataBlock> &_copies;
+    const KeyStretcher &_stretcher;
+    const CancelFlag *const _cancel;
+    std::map<Salt, KeyMaterial> _stretched;
+    std::vector<std::string> _warnings;
+};
+
+}  // namespace vx::bitlocker

@@ -1,0 +1,67 @@
+// Where the plaintext of each sector comes from: hidden, relocated, encrypted or not.
+//
+// Unchanging after it was made; safe from any thread. Units: bytes.
+#pragma once
+
+#include "BootSector.h"
+#include "ConversionMap.h"
+#include "MetadataBlock.h"
+
+#include <optional>
+
+namespace vx::bitlocker {
+
+struct Extent {
+    enum class Kind {
+        Zeros,        // hidden: the decryptor's own data lies there
+        Plain,        // stored as it is
+        Encrypted,    // stored encrypted
+        Interrupted,  // each sector on its own, see ConversionMap
+        Unknown,      // nobody knows
+    };
+
+    Kind kind = Kind::Zeros;
+    uint64_t stored = 0;  // where the first sector is stored
+    uint64_t length = 0;  // a multiple of the sector size, never 0
+    const ConversionMap::InterruptedChunk *chunk = nullptr;  // with Interrupted only
+};
+
+class VolumeLayout {
+public:
+    // Vista stores so many sectors at the front in the clear.
+    static constexpr uint64_t kVistaPlainSectors = 16;
+
+    // size: of the volume, a multiple of sectorSize. map: of a volume in conversion.
+    VolumeLayout(const MetadataBlock &block, uint32_t sectorSize, uint64_t size,
+                 std::optional<ConversionMap> map);
+
+    uint32_t sectorSize() const { return _sectorSize; }
+    uint64_t size() const { return _size; }
+    // offset: a multiple of the sector size, less than size().
+    Extent extentAt(uint64_t offset) const;
+
+    // Takes the relocated sectors for encrypted if they should be plain, and the other way.
+    void flipRelocated() { _relocatedFlipped = !_relocatedFlipped; }
+
+private:
+    struct Range {
+        uint64_t begin = 0;
+        uint64_t end = 0;
+    };
+
+    void hide(uint64_t begin, uint64_t length);
+    void applyState(Extent &extent) const;
+    uint64_t roundedUp(uint64_t offset) const;
+
+    bool _vista;
+    uint32_t _sectorSize;
+    uint64_t _size;
+    uint64_t _encryptedSize;
+    uint64_t _relocatedLength;
+    uint64_t _relocationOffset;
+    std::optional<ConversionMap> _map;
+    std::vector<Range> _hidden;
+    bool _relocatedFlipped = false;
+};
+
+}  // namespace vx::bitlocker
