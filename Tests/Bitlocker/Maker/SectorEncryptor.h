@@ -1,0 +1,32 @@
+// Encrypts sectors one after the other in the plainest way, so that it checks the decryptor,
+// which works on many at once.
+#pragma once
+
+#include "Bitlocker/ByteView.h"
+#include "Bitlocker/Method.h"
+
+namespace vx::bitlocker::maker {
+
+class SectorEncryptor {
+public:
+    // key: as it is stored, sectorKeySize(method) bytes.
+    SectorEncryptor(Method method, std::vector<uint8_t> key, uint32_t sectorSize);
+
+    // Encrypts one sector in place. offset: where it will be stored.
+    void encrypt(uint64_t offset, uint8_t *sector) const;
+
+private:
+    void encryptXts(uint64_t offset, uint8_t *sector) const;
+    void encryptCbc(uint64_t offset, uint8_t *sector, size_t keySize) const;
+    void diffuse(uint64_t offset, uint8_t *sector, size_t keySize) const;
+
+    const Method _method;
+    const std::vector<uint8_t> _key;
+    const uint32_t _sectorSize;
+};
+
+// The diffusers in the direction of encryption, in place.
+void diffuserA(uint32_t *words, size_t count);
+void diffuserB(uint32_t *words, size_t count);
+
+}  // namespace vx::bitlocker::maker
