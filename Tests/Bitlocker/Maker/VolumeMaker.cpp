@@ -34,6 +34,7 @@ private:
     bool isHidden(uint64_t offset) const;
     bool isEncrypted(uint64_t offset, uint64_t stored) const;
     void writeSectors();
+    void writeVisible(uint64_t begin, ByteView piece);
     void writeSector(uint64_t offset, uint8_t *sector);
     void keepSaved(uint64_t stored, const uint8_t *sector);
     void writeBootSector();
@@ -119,6 +120,20 @@ void VolumeMaker::Run::writeSector(uint64_t offset, uint8_t *sector)
         _sink.write(stored, {sector, _recipe.sectorSize});
 }
 
+// The hidden areas are written on their own; the relocated sectors may be there already.
+void VolumeMaker::Run::writeVisible(uint64_t begin, ByteView piece)
+{
+    for (size_t at = 0; at < piece.size;) {
+        const bool hidden = isHidden(begin + at);
+        size_t end = at;
+        while (end < piece.size && isHidden(begin + end) == hidden)
+            end += _recipe.sectorSize;
+        if (!hidden)
+            _sink.write(begin + at, piece.from(at).first(end - at));
+        at = end;
+    }
+}
+
 void VolumeMaker::Run::writeSectors()
 {
     const uint64_t relocated = static_cast<uint64_t>(_plan.relocatedSectors) * _recipe.sectorSize;
@@ -133,10 +148,7 @@ void VolumeMaker::Run::writeSectors()
                 for (size_t i = 0; i < _recipe.sectorSize; ++i)
                     piece[at + i] = noise[i % noise.size()];
         }
-        // A hidden area is written later; the relocated sectors may be there already.
-        for (size_t at = 0; at < count; at += _recipe.sectorSize)
-            if (!isHidden(begin + at))
-                _sink.write(begin + at, ByteView(piece).from(at).first(_recipe.sectorSize));
+        writeVisible(begin, piece);
     }
 }
 
