@@ -1,0 +1,28 @@
+// A byte source that fails where it is told to.
+#pragma once
+
+#include "Bitlocker/MemoryByteSource.h"
+
+#include <cerrno>
+
+namespace vx::bitlocker {
+
+class FaultySource : public MemoryByteSource {
+public:
+    FaultySource(std::vector<uint8_t> bytes, uint64_t badOffset)
+        : MemoryByteSource(std::move(bytes)), _badOffset(badOffset)
+    {
+    }
+
+    Error readAt(uint64_t offset, void *buffer, size_t count) const override
+    {
+        if (offset <= _badOffset && _badOffset - offset < count)
+            return systemError(EIO, "read");
+        return MemoryByteSource::readAt(offset, buffer, count);
+    }
+
+private:
+    const uint64_t _badOffset;
+};
+
+}  // namespace vx::bitlocker

@@ -1,0 +1,141 @@
+// Images that were cut or damaged anywhere end in a status.
+#include "Maker/ByteWriter.h"
+#include "TestVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace vx::bitlocker {
+namespace {
+
+maker::VolumeRecipe convertingRecipe()
+{
+    maker::VolumeRecipe recipe = recipeWithPassword();
+    recipe.conversion.emplace();
+    recipe.conversion->isEncrypted = [](uint64_t offset) { return offset > 0x8000; };
+    return recipe;
+}
+
+// Reads the whole volume, as far as it goes.
+void readThrough(const Result<OpenedVolume> &opened)
+{
+    if (!opened)
+        return;
+    std::vector<uint8_t> piece(64 * 1024);
+    const uint64_t end = std::min<uint64_t>(opened->volume->size(), 1024 * 1024);
+    for (uint64_t offset = 0; offset + piece.size() <= end; offset += piece.size())
+        (void)opened->volume->readAt(offset, piece.data(), piece.size());
+}
+
+TEST(HostileImageTest, AnImageThatIsCutAnywhereOpensOrSaysWhy)
+{
+    for (const maker::VolumeRecipe &recipe : {recipeWithPassword(), convertingRecipe()}) {
+        TestVolume volume(recipe, 64 * 1024);
+        while (volume.image.size() > 8192) {
+            volume.image.resize(volume.image.size() - 7919);
+            const Result<OpenedVolume> opened = volume.openWithPassword();
+            if (!opened)
+                EXPECT_TRUE(opened.error().status == Status::TruncatedImage ||
+                            opened.error().status == Status::DamagedMetadata ||
+                            opened.error().status == Status::DamagedConversionMap)
+                    << describe(opened.error());
+            readThrough(opened);
+        }
+    }
+}
+
+TEST(HostileImageTest, EveryByteOfTheHeadersMayBeAnyExtreme)
+{
+    const TestVolume sound(recipeWithPassword(), 64 * 1024);
+    for (size_t at = 0; at < 112; ++at) {
+        for (uint8_t value : {0x00, 0x7f, 0xff}) {
+            TestVolume volume = sound;
+            for (uint64_t copy : volume.plan.copies) {
+                const uint16_t units =
+                    static_cast<uint16_t>(volume.image[copy + 8] + 256 * volume.image[copy + 9]);
+                volume.image[copy + at] = value;
+                if (units * 16U + 8 < MetadataBlock::kAreaSize && (at < 8 || at > 11))
+                    maker::renewChecksum(volume.image, copy);
+            }
+            readThrough(volume.openWithPassword());
+        }
+    }
+}
+
+TEST(HostileImageTest, AnEncryptedSizeOfEverythingIsATruncatedImage)
+{
+    TestVolume volume(recipeWithPassword(), 64 * 1024);
+    // The digest forbids it, unless there is none: the image's maker has the keys.
+    maker::VolumeRecipe recipe = recipeWithPassword();
+    recipe.encryptedSize = UINT64_MAX;
+    volume = TestVolume(recipe, 64 * 1024);
+    const Result<OpenedVolume> opened = volume.openWithPassword();
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(opened->facts.truncated);
+    EXPECT_EQ(opened->volume->size() % 512, 0U);
+    uint8_t sector[512];
+    const uint64_t last = opened->volume->size() - 512;
+    EXPECT_EQ(opened->volume->readAt(last, sector, 512).status, Status::TruncatedImage);
+}
+
+TEST(HostileImageTest, RelocatedSectorsThatReachBehindEverythingAreATruncatedImage)
+{
+    for (uint64_t offset : {uint64_t{1} << 62, UINT64_MAX - 511, UINT64_MAX - 8191}) {
+        maker::VolumeRecipe recipe = recipeWithPassword();
+        recipe.headerEntry = maker::VolumeRecipe::HeaderEntry::None;
+        TestVolume volume(recipe, 64 * 1024);
+        for (uint64_t copy : volume.plan.copies) {
+            maker::putU64(volume.image, copy + 56, offset);
+            maker::renewChecksum(volume.image, copy);
+        }
+        readThrough(volume.openWithPassword());
+        EXPECT_EQ(statusOf(volume.openWithPassword()), Status::DamagedMetadata);
+    }
+}
+
+TEST(HostileImageTest, ManyRelocatedSectorsAreOnlyASizeToCompareWith)
+{
+    maker::VolumeRecipe recipe = recipeWithPassword();
+    TestVolume volume(recipe, 64 * 1024);
+    for (uint64_t copy : volume.plan.copies) {
+        maker::putU32(volume.image, copy + 28, UINT32_MAX);
+        maker::renewChecksum(volume.image, copy);
+    }
+    EXPECT_EQ(statusOf(volume.openWithPassword()), Status::DamagedMetadata);
+}
+
+TEST(HostileImageTest, CopiesThatNameEachOtherForEverAreVisitedOnce)
+{
+    TestVolume volume(recipeWithPassword(), 64 * 1024);
+    volume.image.resize(64 * 1024 * 64);
+    const ByteView copy = ByteView(volume.image).from(volume.plan.copies[0]).first(512);
+    const std::vector<uint8_t> block = copy.copy();
+    for (uint64_t at = 512 * 1024; at + 65536 < volume.image.size(); at += 65536) {
+        maker::putBytes(volume.image, at, block);
+        for (uint64_t next = 0; next < 3; ++next)
+            maker::putU64(volume.image, at + 32 + 8 * next, at + 65536 * (next + 1));
+    }
+    maker::putU64(volume.image, 176, 512 * 1024);
+    maker::putU64(volume.image, 184, 512 * 1024);
+    maker::putU64(volume.image, 192, volume.plan.copies[2]);
+    const Result<OpenedVolume> opened = volume.openWithPassword();
+    EXPECT_TRUE(opened);
+    EXPECT_LE(opened->facts.warnings.size(), 40U);
+}
+
+TEST(HostileImageTest, AVolumeFullOfSignaturesIsSearchedToItsEnd)
+{
+    TestVolume volume(recipeWithPassword(), 64 * 1024);
+    const std::vector<uint8_t> block =
+        ByteView(volume.image).from(volume.plan.copies[0]).first(64).copy();
+    volume.image.resize(8 * 1024 * 1024);
+    for (size_t at = 512; at + 512 < volume.image.size(); at += 512) {
+        maker::putBytes(volume.image, at, block);
+        maker::putU64(volume.image, at + 32, at);
+    }
+    EXPECT_EQ(statusOf(volume.openWithPassword()), Status::DamagedMetadata);
+}
+
+}  // namespace
+}  // namespace vx::bitlocker

@@ -1,0 +1,235 @@
+#include "Maker/ByteWriter.h"
+#include "Maker/MadeUpBytes.h"
+#include "Maker/StartupKeyFileWriter.h"
+#include "TestVolume.h"
+
+#include "Bitlocker/KeyStretcher.h"
+#include "Bitlocker/RecoveryPassword.h"
+#include "Bitlocker/Sha256.h"
+#include "Bitlocker/StartupKeyFile.h"
+#include "Bitlocker/Utf16.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace vx::bitlocker {
+namespace {
+
+// --- Recovery password
+
+std::vector<uint8_t> recoveryBytes(const std::string &text)
+{
+    const Result<KeyMaterial> key = parseRecoveryPassword(text);
+    return key ? key->view().copy() : std::vector<uint8_t>();
+}
+
+std::string recoveryError(const std::string &text)
+{
+    const Result<KeyMaterial> key = parseRecoveryPassword(text);
+    if (key)
+        return "accepted";
+    EXPECT_EQ(key.error().status, Status::MalformedSecret);
+    return key.error().detail;
+}
+
+TEST(RecoveryPasswordTest, EachGroupGivesAQuotientInOrder)
+{
+    const std::vector<uint8_t> expected = {1,    0,    2,    0,    3,    0,    0xff, 0xff,
+                                           0x75, 0x27, 0xea, 0x4e, 0x5f, 0x76, 0xd4, 0x9d};
+    EXPECT_EQ(recoveryBytes(kRecovery), expected);
+}
+
+TEST(RecoveryPasswordTest, DashesSpacesOrNothingStandBetweenTheGroups)
+{
+    std::string spaces = kRecovery;
+    std::string nothing;
+    for (char &c : spaces) {
+        if (c != '-')
+            nothing += c;
+        else
+            c = ' ';
+    }
+    EXPECT_EQ(recoveryBytes(spaces), recoveryBytes(kRecovery));
+    EXPECT_EQ(recoveryBytes(nothing), recoveryBytes(kRecovery));
+    EXPECT_EQ(recoveryBytes(" " + spaces + "\n"), recoveryBytes(kRecovery));
+}
+
+TEST(RecoveryPasswordTest, AGroupThatIsNoMultipleOfElevenIsNamed)
+{
+    EXPECT_TRUE(contains(recoveryError("000011-000022-000034-720885-111111-222222-333333-444444"),
+                         "group 3"));
+    EXPECT_TRUE(contains(recoveryError("000011-000022-000033-720885-111111-222222-333333-444445"),
+                         "group 8"));
+    EXPECT_TRUE(
+        contains(recoveryError("000012000022000033720885111111222222333333444444"), "group 1"));
+}
+
+TEST(RecoveryPasswordTest, AGroupOfMoreThanSixteenBitsIsNamed)
+{
+    EXPECT_TRUE(contains(recoveryError("720896-000022-000033-720885-111111-222222-333333-444444"),
+                         "group 1"));
+}
+
+TEST(RecoveryPasswordTest, AGroupOfFiveOrSevenDigitsIsNamed)
+{
+    EXPECT_TRUE(contains(recoveryError("000011-00022-000033-720885-111111-222222-333333-444444"),
+                         "group 2"));
+    EXPECT_TRUE(contains(recoveryError("000011-000022-0000330-720885-111111-222222-333333-444444"),
+                         "group 3"));
+}
+
+TEST(RecoveryPasswordTest, AGroupWithALetterIsNamed)
+{
+    EXPECT_TRUE(contains(recoveryError("000011-000022-000033-720885-11111l-222222-333333-444444"),
+                         "group 5"));
+}
+
+TEST(RecoveryPasswordTest, SevenOrNineGroupsAreRefused)
+{
+    EXPECT_TRUE(
+        contains(recoveryError("000011-000022-000033-720885-111111-222222-333333"), "7 groups"));
+    EXPECT_TRUE(contains(recoveryError(std::string(kRecovery) + "-000011"), "more than 8"));
+    EXPECT_TRUE(contains(recoveryError(""), "0 groups"));
+}
+
+// --- Password
+
+std::vector<uint8_t> utf16(const std::string &text)
+{
+    const std::optional<KeyMaterial> units = utf16FromUtf8(text);
+    return units ? units->view().copy() : std::vector<uint8_t>{0xbd};
+}
+
+TEST(PasswordTest, ANonAsciiCharacterBecomesOneUnit)
+{
+    EXPECT_EQ(utf16("a\u00a3"), (std::vector<uint8_t>{'a', 0, 0xa3, 0}));
+    EXPECT_EQ(utf16("\u0416\u65e5"), (std::vector<uint8_t>{0x16, 0x04, 0xe5, 0x65}));
+}
+
+TEST(PasswordTest, ACharacterOutsideTheBasicPlaneBecomesASurrogatePair)
+{
+    EXPECT_EQ(utf16("\U0001F600"), (std::vector<uint8_t>{0x3d, 0xd8, 0x00, 0xde}));
+}
+
+TEST(PasswordTest, NothingIsTrimmedOrNormalised)
+{
+    EXPECT_EQ(utf16(" e\u0301 "), (std::vector<uint8_t>{' ', 0, 'e', 0, 0x01, 0x03, ' ', 0}));
+}
+
+TEST(PasswordTest, TextThatIsNotUtf8IsMalformed)
+{
+    for (const char *text :
+         {"\xff", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "a\x80"}) {
+        const Result<Secret> secret = Secret::password(text);
+        ASSERT_FALSE(secret) << text;
+        EXPECT_EQ(secret.error().status, Status::MalformedSecret);
+    }
+}
+
+TEST(Utf16Test, ADescriptionIsReadUpToItsZeroAndALoneSurrogateIsReplaced)
+{
+    const std::vector<uint8_t> bytes = {0x3d, 0xd8, 0x00, 0xde, 0x3d, 0xd8, 'x', 0, 0, 0, 'y', 0};
+    EXPECT_EQ(utf8FromUtf16(bytes), "\U0001F600\ufffdx");
+}
+
+// --- Stretching
+
+TEST(KeyStretcherTest, EachRoundHashesTheLastHashTheFirstTheSaltAndTheCount)
+{
+    const Sha256Digest first = sha256({});
+    Salt salt;
+    salt.fill(0x42);
+    std::vector<uint8_t> message(88);
+    maker::putBytes(message, 32, {first.data(), first.size()});
+    maker::putBytes(message, 64, {salt.data(), salt.size()});
+    for (uint64_t count = 0; count < 1000; ++count) {
+        maker::putU64(message, 80, count);
+        const Sha256Digest last = sha256(message);
+        maker::putBytes(message, 0, {last.data(), last.size()});
+    }
+    const Result<KeyMaterial> key =
+        KeyStretcher(1000).stretch({first.data(), first.size()}, salt, nullptr);
+    ASSERT_TRUE(key);
+    EXPECT_EQ(key->view().copy(), ByteView(message).first(32).copy());
+}
+
+TEST(KeyStretcherTest, TheFormatsNumberOfRoundsIsTheDefault)
+{
+    const Sha256Digest hash = sha256({});
+    const auto stretched = [&](const KeyStretcher &stretcher) {
+        return stretcher.stretch({hash.data(), hash.size()}, Salt{}, nullptr)->view().copy();
+    };
+    EXPECT_EQ(stretched(KeyStretcher()), stretched(KeyStretcher(1048576)));
+}
+
+TEST(KeyStretcherTest, ARaisedFlagEndsIt)
+{
+    const CancelFlag cancel(true);
+    const Sha256Digest hash{};
+    const Result<KeyMaterial> key =
+        KeyStretcher(UINT64_MAX).stretch({hash.data(), hash.size()}, Salt{}, &cancel);
+    ASSERT_FALSE(key);
+    EXPECT_EQ(key.error().status, Status::Cancelled);
+}
+
+// --- Startup key file
+
+const Guid kProtector = maker::MadeUpBytes(5).guid("a protector");
+
+TEST(StartupKeyFileTest, TheKeyAndItsProtectorAreFoundInBothForms)
+{
+    for (bool windows11 : {false, true}) {
+        const Result<StartupKeyFile> file =
+            StartupKeyFile::parse(maker::makeStartupKeyFile(kProtector, windows11));
+        ASSERT_TRUE(file) << file.error().detail;
+        EXPECT_EQ(file->identifier, kProtector);
+        EXPECT_EQ(file->key.view().copy(), maker::startupKeyOf(kProtector));
+    }
+}
+
+TEST(StartupKeyFileTest, BytesBehindTheStatedSizeAreLeftAlone)
+{
+    std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector);
+    bytes.resize(bytes.size() + 100, 0xff);
+    EXPECT_TRUE(StartupKeyFile::parse(bytes));
+}
+
+TEST(StartupKeyFileTest, AFileThatIsCutAnywhereIsMalformed)
+{
+    const std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector, true);
+    for (size_t size = 0; size < bytes.size(); ++size) {
+        const Result<StartupKeyFile> file = StartupKeyFile::parse(ByteView(bytes).first(size));
+        ASSERT_FALSE(file) << size;
+        EXPECT_EQ(file.error().status, Status::MalformedSecret);
+    }
+}
+
+TEST(StartupKeyFileTest, AnotherVersionOrHeaderSizeIsMalformed)
+{
+    for (size_t field : {4, 8}) {
+        std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector);
+        bytes[field] += 1;
+        EXPECT_FALSE(StartupKeyFile::parse(bytes)) << field;
+    }
+}
+
+TEST(StartupKeyFileTest, AFileWithoutAKeyOf32BytesIsMalformed)
+{
+    std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector);
+    bytes[bytes.size() - 40] = 2;  // the value type of the key: now a text
+    const Result<StartupKeyFile> file = StartupKeyFile::parse(bytes);
+    ASSERT_FALSE(file);
+    EXPECT_TRUE(contains(file.error().detail, "no key"));
+}
+
+TEST(StartupKeyFileTest, AMissingFileIsAnErrorOfTheSystem)
+{
+    const Result<Secret> secret = Secret::startupKeyFile("/nonexistent/key.BEK");
+    ASSERT_FALSE(secret);
+    EXPECT_EQ(secret.error().status, Status::SystemError);
+    EXPECT_EQ(secret.error().systemError, ENOENT);
+}
+
+}  // namespace
+}  // namespace vx::bitlocker
