@@ -184,15 +184,15 @@ TEST(DecryptedVolumeTest, ThreadsReadAtTheSameTime)
     std::atomic<int> right{0};
     for (size_t reader = 0; reader < 12; ++reader)
         readers.emplace_back([&, reader] {
-            for (size_t offset = reader * 1000; offset < volume.plain.size(); offset += 130'000) {
-                const size_t count = std::min<size_t>(50'000, volume.plain.size() - offset);
-                right += readBytes(*opened->volume, offset, count) ==
-                         ByteView(volume.plain).from(offset).first(count).copy();
+            for (size_t round = 0; round < 8; ++round) {
+                const size_t offset = reader * 1000 + round * 120'000;
+                right += readBytes(*opened->volume, offset, 50'000) ==
+                         ByteView(volume.plain).from(offset).first(50'000).copy();
             }
         });
     for (std::thread &reader : readers)
         reader.join();
-    EXPECT_EQ(right, 12 * 9);
+    EXPECT_EQ(right, 12 * 8);
 }
 
 TEST(DecryptedVolumeTest, AnotherFileSystemThanAKnownOneIsReportedAndReadable)

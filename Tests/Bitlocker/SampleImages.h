@@ -1,0 +1,55 @@
+// Volumes that Windows encrypted, for checks against the real thing.
+//
+// They lie outside the repository, in ../shared/samples seen from its root; README.md there
+// lists their secrets and the hashes of their plaintext, and is read by the tests, since none
+// of that belongs here. Unpacked once into a temporary folder that is removed at the end.
+#pragma once
+
+#include "Bitlocker/FileByteSource.h"
+#include "Bitlocker/Secret.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vx::bitlocker {
+
+struct SampleImage {
+    std::string plainHash;  // in hexadecimal digits; empty if nobody knows it
+    std::vector<std::string> passwords;
+    std::vector<std::string> recoveryPasswords;
+    std::string keyFile;  // its name, without folder; empty for none
+
+    // All secrets; at least none().
+    std::vector<Secret> secrets(const std::string &folder) const;
+};
+
+class SampleImages {
+public:
+    static SampleImages &shared();
+    ~SampleImages();
+    SampleImages(const SampleImages &) = delete;
+    SampleImages &operator=(const SampleImages &) = delete;
+
+    // Unpacks what is not yet unpacked. Returns the file that is missing, or nothing.
+    std::string prepare(const std::string &name);
+
+    const std::map<std::string, SampleImage> &images() const { return _images; }
+    const SampleImage &image(const std::string &name) const { return _images.at(name); }
+    // Where the header-only images and the key files are.
+    std::string folder() const { return _temporary + "/bitlk-images"; }
+    std::shared_ptr<const ByteSource> source(const std::string &name) const;
+
+private:
+    SampleImages();
+    void readTables();
+    void readSecrets(const std::string &name, const std::string &row);
+    std::string unpackedPath(const std::string &name) const;
+    std::string packedPath(const std::string &name) const;
+
+    const std::string _samples;
+    std::string _temporary;
+    std::map<std::string, SampleImage> _images;
+};
+
+}  // namespace vx::bitlocker
