@@ -63,13 +63,12 @@ TEST(HostileImageTest, EveryByteOfTheHeadersMayBeAnyExtreme)
     }
 }
 
+// Whoever makes an image has its keys, so that every checksum and digest can be right.
 TEST(HostileImageTest, AnEncryptedSizeOfEverythingIsATruncatedImage)
 {
-    TestVolume volume(recipeWithPassword(), 64 * 1024);
-    // The digest forbids it, unless there is none: the image's maker has the keys.
     maker::VolumeRecipe recipe = recipeWithPassword();
     recipe.encryptedSize = UINT64_MAX;
-    volume = TestVolume(recipe, 64 * 1024);
+    const TestVolume volume(recipe, 64 * 1024);
     const Result<OpenedVolume> opened = volume.openWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_TRUE(opened->facts.truncated);
@@ -79,19 +78,35 @@ TEST(HostileImageTest, AnEncryptedSizeOfEverythingIsATruncatedImage)
     EXPECT_EQ(opened->volume->readAt(last, sector, 512).status, Status::TruncatedImage);
 }
 
-TEST(HostileImageTest, RelocatedSectorsThatReachBehindEverythingAreATruncatedImage)
+TEST(HostileImageTest, RelocatedSectorsWhoseEndOverflowsAreDamagedMetadata)
 {
-    for (uint64_t offset : {uint64_t{1} << 62, UINT64_MAX - 511, UINT64_MAX - 8191}) {
-        maker::VolumeRecipe recipe = recipeWithPassword();
-        recipe.headerEntry = maker::VolumeRecipe::HeaderEntry::None;
+    maker::VolumeRecipe recipe = recipeWithPassword();
+    recipe.headerEntry = maker::VolumeRecipe::HeaderEntry::None;
+    for (uint64_t offset : {UINT64_MAX - 511, UINT64_MAX - 8191}) {
         TestVolume volume(recipe, 64 * 1024);
         for (uint64_t copy : volume.plan.copies) {
             maker::putU64(volume.image, copy + 56, offset);
             maker::renewChecksum(volume.image, copy);
         }
-        readThrough(volume.openWithPassword());
-        EXPECT_EQ(statusOf(volume.openWithPassword()), Status::DamagedMetadata);
+        EXPECT_EQ(statusOf(volume.openWithPassword("wrong")), Status::DamagedMetadata);
     }
+}
+
+TEST(HostileImageTest, RelocatedSectorsBehindTheEndAreMissingAndNothingElseIs)
+{
+    MetadataBlock block;
+    block.version = 2;
+    block.encryptedSize = 1 << 20;
+    block.relocatedSectors = 16;
+    block.relocationOffset = uint64_t{1} << 62;
+    block.copies.fill(UINT64_MAX);
+    const DecryptedVolume volume(std::make_shared<MemoryByteSource>(std::vector<uint8_t>(1 << 20)),
+                                 VolumeLayout(block, 512, 1 << 20, std::nullopt),
+                                 makeSectorCipher(Method::Aes128Cbc, std::vector<uint8_t>(16), 512),
+                                 {});
+    uint8_t sector[512];
+    EXPECT_EQ(volume.readAt(0, sector, 512).status, Status::TruncatedImage);
+    EXPECT_FALSE(volume.readAt(8192, sector, 512));
 }
 
 TEST(HostileImageTest, ManyRelocatedSectorsAreOnlyASizeToCompareWith)

@@ -40,12 +40,13 @@ bool isChecksumRight(ByteView bytes, size_t field)
     return ByteReader(bytes, field).u32() == crc32WithoutField(bytes, field);
 }
 
-// The sequence number of a valid record of bits, or none.
+// What counts in a record of bits.
 struct Record {
     uint64_t sequence = 0;
     ByteView bits;
 };
 
+// False for a record that is damaged.
 bool parseRecord(ByteView bytes, uint64_t bitCount, Record &record)
 {
     if (bytes.size < kRecordHeader || !hasSignature(bytes, "FVE-EOWBR"))

@@ -54,11 +54,11 @@ public:
     Result(Error error) : _state(std::move(error)) {}
 
     explicit operator bool() const { return _state.index() == 0; }
-    T &operator*() { return std::get<0>(_state); }
-    const T &operator*() const { return std::get<0>(_state); }
-    T *operator->() { return &std::get<0>(_state); }
-    const T *operator->() const { return &std::get<0>(_state); }
-    const Error &error() const { return std::get<1>(_state); }
+    T &operator*() { return *std::get_if<0>(&_state); }
+    const T &operator*() const { return *std::get_if<0>(&_state); }
+    T *operator->() { return std::get_if<0>(&_state); }
+    const T *operator->() const { return std::get_if<0>(&_state); }
+    const Error &error() const { return *std::get_if<1>(&_state); }
 
 private:
     std::variant<T, Error> _state;

@@ -43,6 +43,13 @@ KeyMaterial paddedMessage(ByteView hash, const Salt &salt)
     return message;
 }
 
+// The state of the hash tells the key after the last round.
+struct WipedState {
+    SHA256_CTX context;
+
+    ~WipedState() { OPENSSL_cleanse(&context, sizeof context); }
+};
+
 // One round: the digest of the message takes the place of the one before.
 void runRound(const SHA256_CTX &start, SHA256_CTX &state, uint8_t *message)
 {
@@ -61,14 +68,13 @@ Result<KeyMaterial> KeyStretcher::stretch(ByteView hash, const Salt &salt,
     KeyMaterial message = paddedMessage(hash, salt);
     SHA256_CTX start;
     SHA256_Init(&start);
-    SHA256_CTX state = start;
+    WipedState state = {start};
     for (uint64_t round = 0; round < _rounds; ++round) {
         if (round % kRoundsPerLook == 0 && isCancelled(cancel))
             return Error{Status::Cancelled, ""};
         putLittleEndian(message.data() + kCountAt, round);
-        runRound(start, state, message.data());
+        runRound(start, state.context, message.data());
     }
-    OPENSSL_cleanse(&state, sizeof state);
     return KeyMaterial(message.view().first(kDigestSize));
 }
 

@@ -12,6 +12,14 @@ constexpr size_t kMostCandidates = 32;
 constexpr size_t kSearchPiece = 1024 * 1024;
 constexpr size_t kSearchStep = 512;
 
+// Whether the place of the relocated sectors can be computed with at all.
+bool isRelocationPossible(const MetadataBlock &block)
+{
+    static constexpr uint64_t kLargestSector = 4096;
+    const uint64_t longest = block.relocatedSectors * kLargestSector;
+    return block.relocationOffset <= UINT64_MAX - longest;
+}
+
 bool agreesWithBlock(const MetadataBlock &block, uint32_t sectorSize)
 {
     const uint64_t length = static_cast<uint64_t>(block.relocatedSectors) * sectorSize;
@@ -46,6 +54,8 @@ Result<MetadataBlock> MetadataLocator::parseChecked(ByteView area, uint64_t offs
         return block;
     if ((block->version == 1) != (_boot.layout == Layout::Vista))
         return Error{Status::DamagedMetadata, "its version does not fit the boot sector"};
+    if (!isRelocationPossible(*block))
+        return Error{Status::DamagedMetadata, "it puts the relocated sectors nowhere"};
     const uint32_t sectorSize = _boot.sectorSize != 0 || !block->volumeHeader
                                     ? _boot.sectorSize
                                     : block->volumeHeader->sectorSize;

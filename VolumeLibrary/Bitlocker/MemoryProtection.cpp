@@ -1,9 +1,9 @@
 #include "MemoryProtection.h"
 
+#include "CoreDumps.h"
+
 #include <openssl/crypto.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
 
 namespace vx::bitlocker {
 
@@ -14,7 +14,7 @@ void *allocateProtectedMemory(size_t size)
         return nullptr;
     // Refusal is no failure: the limit on locked memory may be zero.
     (void)::mlock(memory, size);
-    (void)::madvise(memory, size, MADV_DONTDUMP);
+    leaveOutOfCoreDumps(memory, size);
     return memory;
 }
 
@@ -22,14 +22,6 @@ void releaseProtectedMemory(void *memory, size_t size)
 {
     OPENSSL_cleanse(memory, size);
     ::munmap(memory, size);  // unlocks it too
-}
-
-void forbidCoreDumps()
-{
-    const rlimit none = {0, 0};
-    (void)::setrlimit(RLIMIT_CORE, &none);
-    // Core dumps that go to a program by a pipe do not heed that limit.
-    (void)::prctl(PR_SET_DUMPABLE, 0);
 }
 
 }  // namespace vx::bitlocker

@@ -1,0 +1,19 @@
+#include "CoreDumps.h"
+
+#include <sys/mman.h>
+#include <sys/prctl.h>
+
+namespace vx::bitlocker {
+
+void leaveOutOfCoreDumps(void *pages, size_t size)
+{
+    (void)::madvise(pages, size, MADV_DONTDUMP);
+}
+
+void forbidCoreDumps()
+{
+    // Unlike a limit of zero this also holds where dumps go to a program by a pipe.
+    (void)::prctl(PR_SET_DUMPABLE, 0);
+}
+
+}  // namespace vx::bitlocker
