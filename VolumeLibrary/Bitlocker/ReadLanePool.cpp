@@ -5,13 +5,15 @@ namespace vx::bitlocker {
 namespace {
 
 constexpr size_t kLargestSector = 4096;
+// Large buffers of the callers begin at a page or just behind, see PlacedBuffer.
+constexpr size_t kStoredPlace = 1024;
 
 }  // namespace
 
 ReadLane::ReadLane(std::unique_ptr<SectorCipher> sectorCipher)
     : cipher(std::move(sectorCipher)),
-      stored(SectorCipher::kLongestRun, 0),
-      sector(kLargestSector, 1024)
+      stored(SectorCipher::kLongestRun, kStoredPlace),
+      sector(kLargestSector, 0)
 {
 }
 

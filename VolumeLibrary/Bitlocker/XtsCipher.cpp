@@ -11,17 +11,8 @@ namespace {
 
 // A piece, its tweaks and its result stay in the fastest cache together.
 constexpr size_t kPiece = 16 * 1024;
-// The callers' buffers begin at a page, as a rule.
+// Away from the buffers of the callers, see PlacedBuffer.
 constexpr size_t kTweaksPlace = 2048;
-constexpr size_t kMaskedPlace = 3072;
-
-// out = a ^ b
-void xorTo(uint8_t *__restrict out, const uint8_t *__restrict a, const uint8_t *__restrict b,
-           size_t length)
-{
-    for (size_t i = 0; i < length; ++i)
-        out[i] = a[i] ^ b[i];
-}
 
 }  // namespace
 
@@ -36,8 +27,7 @@ XtsCipher::XtsCipher(CipherContext tweak, CipherContext data, uint32_t sectorSiz
       _data(std::move(data)),
       _sectorSize(sectorSize),
       _sectorTweaks(kLongestRun / sectorSize * kAesBlock),
-      _tweaks(kPiece, kTweaksPlace),
-      _masked(kPiece, kMaskedPlace)
+      _tweaks(kPiece, kTweaksPlace)
 {
 }
 
@@ -51,11 +41,10 @@ bool XtsCipher::decryptPiece(const uint8_t *sectorTweaks, const uint8_t *in, uin
                              size_t length)
 {
     for (size_t at = 0; at < length; at += _sectorSize, sectorTweaks += kAesBlock)
-        applyXtsTweaks(sectorTweaks, in + at, _tweaks.data() + at, _masked.data() + at,
-                       _sectorSize);
-    if (!_data.run(_masked.data(), _masked.data(), length))
+        applyXtsTweaks(sectorTweaks, in + at, _tweaks.data() + at, out + at, _sectorSize);
+    if (!_data.run(out, out, length))
         return false;
-    xorTo(out, _masked.data(), _tweaks.data(), length);
+    xorBytes(out, _tweaks.data(), length);
     return true;
 }
 

@@ -30,7 +30,6 @@ private:
     const uint32_t _sectorSize;
     std::vector<uint8_t> _sectorTweaks;  // the first tweak of each sector of a run
     PlacedBuffer _tweaks;                // the tweaks of a piece
-    PlacedBuffer _masked;                // a piece combined with them
 };
 
 }  // namespace vx::bitlocker

@@ -31,9 +31,10 @@ Tweak timesX(Tweak tweak)
 // The byte that falls out is multiplied by x^7 + x^2 + x + 1.
 Tweak timesX8(Tweak tweak)
 {
-    const uint64_t out = tweak[1] >> 56;
-    const Tweak carries = {out ^ out << 1 ^ out << 2 ^ out << 7, tweak[0] >> 56};
-    return (tweak << 8) ^ carries;
+    const Tweak out = tweak >> 56;
+    const Tweak carries = __builtin_shufflevector(out, out, 1, 0);
+    const Tweak reduced = carries & Tweak{UINT64_MAX, 0};
+    return (tweak << 8) ^ carries ^ (reduced << 1) ^ (reduced << 2) ^ (reduced << 7);
 }
 
 Tweak load(const uint8_t *place)
@@ -55,11 +56,9 @@ void applyXtsTweaks(const uint8_t *first, const uint8_t *in, uint8_t *tweaks, ui
 {
     Tweak next = load(first);
     for (size_t stride = 0; stride < length; stride += kXtsStride) {
-        Tweak chains[kChains];
-        for (Tweak &chain : chains) {
-            chain = next;
-            next = timesX8(next);
-        }
+        Tweak chains[kChains] = {next};
+        for (size_t chain = 1; chain < kChains; ++chain)
+            chains[chain] = timesX8(chains[chain - 1]);
         for (size_t step = stride; step < stride + kChainBytes; step += kBlock) {
             for (size_t chain = 0; chain < kChains; ++chain) {
                 const size_t at = step + chain * kChainBytes;
@@ -68,6 +67,7 @@ void applyXtsTweaks(const uint8_t *first, const uint8_t *in, uint8_t *tweaks, ui
                 chains[chain] = timesX(chains[chain]);
             }
         }
+        next = chains[kChains - 1];
     }
 }
 
