@@ -31,7 +31,7 @@ struct Range {
 // far larger.
 std::vector<Range> writableMappings()
 {
-    constexpr uint64_t kLargest = 256ULL << 20;
+    constexpr uint64_t kLargest = 64ULL << 20;
     std::vector<Range> ranges;
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
@@ -45,6 +45,15 @@ std::vector<Range> writableMappings()
     return ranges;
 }
 
+// The mask is put on for the comparison only: the buffers of the search are searched too.
+bool isKey(const uint8_t *place, const std::vector<uint8_t> &masked)
+{
+    for (size_t i = 0; i < kKeySize; ++i)
+        if ((place[i] ^ kMask) != masked[i])
+            return false;
+    return true;
+}
+
 // How often the bytes stand in the memory of this process. masked: with kMask over each, so
 // that they do not stand there for being asked.
 int countInMemory(const std::vector<uint8_t> &masked)
@@ -56,11 +65,8 @@ int countInMemory(const std::vector<uint8_t> &masked)
         for (uint64_t at = range.begin; at < range.end; at += page.size() - kKeySize) {
             const size_t wanted = std::min<uint64_t>(page.size(), range.end - at);
             const ssize_t got = ::pread(memory, page.data(), wanted, static_cast<off_t>(at));
-            // Masked at once, since this buffer is searched too.
-            for (ssize_t i = 0; i < got; ++i)
-                page[static_cast<size_t>(i)] ^= kMask;
             for (ssize_t i = 0; i + static_cast<ssize_t>(kKeySize) <= got; ++i)
-                count += std::memcmp(page.data() + i, masked.data(), kKeySize) == 0;
+                count += isKey(page.data() + i, masked);
         }
     }
     ::close(memory);
