@@ -1,0 +1,17 @@
+#import "AlertWithText.h"
+
+// The text is the format on purpose.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wformat-security"
+#pragma clang diagnostic ignored "-Wformat-nonliteral"
+
+NSAlert *AlertWithText(NSString *text, NSString *title)
+{
+    return [NSAlert alertWithMessageText:title
+                           defaultButton:@"OK"
+                         alternateButton:nil
+                             otherButton:nil
+               informativeTextWithFormat:text];
+}
+
+#pragma clang diagnostic pop

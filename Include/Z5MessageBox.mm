@@ -1,0 +1,29 @@
+#import "Z5MessageBox.h"
+
+#import "AlertWithText.h"
+
+namespace {
+
+void runAlert(NSString *message, NSString *title, NSString *imageName)
+{
+    NSAlert *alert = AlertWithText(message, title);
+    [alert setIcon:[NSImage imageNamed:imageName]];
+    [alert runModal];
+}
+
+}  // namespace
+
+@implementation Z5MessageBox
+
++ (void)showWarningMessageBox:(NSString *)message withTitle:(NSString *)title
+{
+    runAlert(message, title, @"warning");
+}
+
++ (void)showSuccessMessageBox:(NSString *)message withTitle:(NSString *)title
+{
+    [NSApp activateIgnoringOtherApps:YES];
+    runAlert(message, title, @"success");
+}
+
+@end
