@@ -117,11 +117,11 @@ NSRect iconRect(NSRect strip, BOOL flipped)
         NSRectFill(strip);
     }
     [image drawInRect:iconRect(strip, [view isFlipped])
-             fromRect:NSZeroRect
-            operation:NSCompositeSourceOver
-             fraction:1.0
-       respectFlipped:YES
-                hints:nil];
+              fromRect:NSZeroRect
+             operation:NSCompositeSourceOver
+              fraction:1.0
+        respectFlipped:YES
+                 hints:nil];
     [super drawWithFrame:textFrame inView:view];
 }
 

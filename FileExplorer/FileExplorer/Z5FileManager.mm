@@ -33,6 +33,18 @@ bool mayEnter(Z5FindData *folder)
     return [name length] > 0 && ![name isEqualToString:@"."] && ![name isEqualToString:@".."];
 }
 
+// The engine goes with the last of its holders, which may be the worker: after a cancel the
+// command that made it is long over. The sink is a window then, and a window may be let go of
+// only by the main thread. The reference is handed over rather than shared, so that the main
+// thread's release is the later one.
+void releaseOnMainThread(id object)
+{
+    if ([NSThread isMainThread])
+        [object release];
+    else
+        [object performSelectorOnMainThread:@selector(release) withObject:nil waitUntilDone:NO];
+}
+
 }  // namespace
 
 @implementation Z5FileManager
@@ -58,7 +70,7 @@ bool mayEnter(Z5FindData *folder)
     delete[] _innerBuffer;
     [_threadCopyFile release];
     [_sourceFiles release];
-    [_uiDelegate release];
+    releaseOnMainThread(_uiDelegate);
     [_fileExplorerWapper release];
     [super dealloc];
 }

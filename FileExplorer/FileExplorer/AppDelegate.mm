@@ -1,0 +1,106 @@
+#import "AppDelegate.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+#include <dispatch/dispatch.h>
+
+#import "AlertWithText.h"
+#import "CBitlockerWrapper.h"
+#import "CPipeFileExplorerClientWrapper.h"
+
+namespace {
+
+NSString *const kShowAlertSheet = @"ShowAlertSheet";
+
+// The volume that arguments 1 to 3 open, or null.
+IVolume *openVolume()
+{
+    NSArray *arguments = [[NSProcessInfo processInfo] arguments];
+    IVolume *volume = nullptr;
+    int32_t status = 0;
+    CBitlockerWrapper wrapper;
+    const bool called = wrapper.openBitlockerDevice(
+        [[arguments objectAtIndex:1] UTF8String], [[arguments objectAtIndex:2] UTF8String],
+        [[arguments objectAtIndex:3] UTF8String], &volume, &status);
+    return called && status == 0 ? volume : nullptr;
+}
+
+}  // namespace
+
+@implementation AppDelegate
+
+@synthesize window = _window;
+@synthesize FileExplorerView = _FileExplorerView;
+@synthesize FileExplorerController = _FileExplorerController;
+
+- (void)dealloc
+{
+    [_window release];
+    [_FileExplorerView release];
+    [_FileExplorerController release];
+    [super dealloc];
+}
+
+- (void)awakeFromNib
+{
+    [[NSNotificationCenter defaultCenter] addObserver:self
+                                             selector:@selector(OnShowAlertSheet:)
+                                                 name:kShowAlertSheet
+                                               object:nil];
+    IVolume *volume = openVolume();
+    [[_window standardWindowButton:NSWindowZoomButton] setHidden:YES];
+    if (volume != nullptr) {
+        [_FileExplorerController setVolumeObject:volume];
+        [[_window contentView] addSubview:_FileExplorerView];
+    }
+    // In front of the host's windows, once; the level falls back when launching has finished.
+    [NSApp activateIgnoringOtherApps:YES];
+    [_window makeKeyAndOrderFront:self];
+    [_window setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
+}
+
+- (void)applicationDidFinishLaunching:(NSNotification *)__unused notification
+{
+    [_window setLevel:CGWindowLevelForKey(kCGNormalWindowLevelKey)];
+}
+
+- (void)applicationWillTerminate:(NSNotification *)__unused notification
+{
+    CPipeFileExplorerClientWrapper::getInstance()->SendCmd_async(&kExplorerQuitNotice);
+}
+
+- (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)__unused application
+{
+    return YES;
+}
+
+- (void)OnShowAlertSheet:(NSNotification *)notification
+{
+    NSDictionary *request = [notification userInfo];
+    NSString *title = [request objectForKey:@"title"];
+    NSString *text = [request objectForKey:@"text"];
+    [self ShowAlertSheet:text withMessageTitle:title];
+}
+
+- (void)ShowAlertSheet:(NSString *)text withMessageTitle:(NSString *)title
+{
+    // Not every blocks runtime keeps the objects that a block refers to.
+    [text retain];
+    [title retain];
+    dispatch_async(dispatch_get_main_queue(), ^{
+        [AlertWithText(text, title)
+            beginSheetModalForWindow:_window
+                       modalDelegate:self
+                      didEndSelector:@selector(alertSheetDidEnd:returnCode:contextInfo:)
+                         contextInfo:nullptr];
+        [text release];
+        [title release];
+    });
+}
+
+- (void)alertSheetDidEnd:(NSAlert *)__unused alert
+              returnCode:(NSInteger)__unused code
+             contextInfo:(void *)__unused context
+{
+}
+
+@end

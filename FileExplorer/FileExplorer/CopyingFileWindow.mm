@@ -1,0 +1,166 @@
+#import "CopyingFileWindow.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cassert>
+#include <ctime>
+
+#import "ModalSession.h"
+#import "ProgressText.h"
+
+namespace {
+
+constexpr int kCompletePercent = 99;            // more than this ends the export
+constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
+
+}  // namespace
+
+@implementation CopyingFileWindow
+
+@synthesize fileInfoLable = _fileInfoLable;
+@synthesize progressBar = _progressBar;
+@synthesize fileImage = _fileImage;
+@synthesize copyInfoLabel = _copyInfoLabel;
+
+- (id)init
+{
+    self = [super initWithWindowNibName:@"copyingFileWindow"];
+    if (self == nil)
+        return nil;
+    _bContinued = true;
+    _iCurrentPercent = nil;
+    _state = kExportStateRunning;
+    _nRtnCode = 0;
+    return self;
+}
+
+- (void)dealloc
+{
+    assert([NSThread isMainThread]);
+    [_fileInfoLable release];
+    [_progressBar release];
+    [_fileImage release];
+    [_copyInfoLabel release];
+    [_strCurrentFile release];
+    [_iCurrentPercent release];
+    [_totalSize release];
+    [super dealloc];
+}
+
+- (void)awakeFromNib
+{
+    // Not every platform's base class has this step.
+    if ([NSWindowController instancesRespondToSelector:_cmd])
+        [super awakeFromNib];
+    [[self window] setBackgroundColor:[NSColor whiteColor]];
+    [_fileInfoLable setStringValue:@"Initializing ... "];
+    [[self window] setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
+}
+
+- (void)windowDidLoad
+{
+    [super windowDidLoad];
+    [_progressBar setDoubleValue:0.0];
+    [_progressBar setIndeterminate:NO];
+    [_progressBar setUsesThreadedAnimation:YES];
+    [_progressBar startAnimation:self];
+}
+
+- (IBAction)cancelClicked:(id)__unused sender
+{
+    _bContinued = false;
+    [self close];
+}
+
+- (void)UpdateProgress:(NSNumber *)percent
+{
+    if (percent == nil)
+        return;
+    [percent retain];
+    [_iCurrentPercent release];
+    _iCurrentPercent = percent;
+    [self performSelectorOnMainThread:@selector(updateProgressOnMain:)
+                           withObject:nil
+                        waitUntilDone:YES
+                                modes:ModesServedWhileModal()];
+}
+
+- (void)UpdateInformation:(NSString *)path
+{
+    [self performSelectorOnMainThread:@selector(updateInfoOnMain:)
+                           withObject:path
+                        waitUntilDone:YES
+                                modes:ModesServedWhileModal()];
+}
+
+- (void)UpdateTotalSize:(NSNumber *)total
+{
+    if (total == nil)
+        return;
+    [total retain];
+    [_totalSize release];
+    _totalSize = total;
+}
+
+- (BOOL)Continued
+{
+    return _bContinued;
+}
+
+- (void)updateInfoOnMain:(NSString *)path
+{
+    if (path == nil || [path isEqualToString:_strCurrentFile])
+        return;
+    [_strCurrentFile release];
+    _strCurrentFile = [path copy];
+    _startTime = time(nullptr);
+
+    NSString *type = [path pathExtension];
+    [_fileImage setImage:[[NSWorkspace sharedWorkspace] iconForFileType:type]];
+    [_fileInfoLable setStringValue:FileLineText(path)];
+}
+
+- (void)updateProgressOnMain:(id)__unused unused
+{
+    const double percent = [_iCurrentPercent doubleValue];
+    [_progressBar setDoubleValue:percent];
+    const int64_t elapsed = time(nullptr) - _startTime;
+    [_copyInfoLabel setStringValue:ProgressLineText(percent, elapsed, [_totalSize doubleValue])];
+
+    if ([_iCurrentPercent intValue] > kCompletePercent || !_bContinued) {
+        // Some platforms keep the code of the first stop and some that of the last, so both
+        // this one and that of the closing window carry the same.
+        StopModalSession([self window], _nRtnCode);
+        [self close];
+    }
+}
+
+- (int32_t)GetState
+{
+    return _state;
+}
+
+- (void)SetState:(int32_t)state
+{
+    _state = state;
+}
+
+- (void)windowWillClose:(NSNotification *)__unused notification
+{
+    [self endSession];
+}
+
+// A message box may be up in a session of its own, above this window's, which can be stopped
+// only after that one. Reports that arrive after the session has ended find no session of this
+// window and end nothing, least of all the session of a later export.
+- (void)endSession
+{
+    if (StopModalSession([self window], _nRtnCode) || [NSApp modalWindow] == nil)
+        return;
+    [self performSelector:@selector(endSession)
+               withObject:nil
+               afterDelay:kRetryInterval
+                  inModes:ModesServedWhileModal()];
+}
+
+@end
