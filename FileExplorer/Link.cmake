@@ -10,8 +10,3 @@ if(VX_SANITIZER AND NOT APPLE)
   target_sources(explorer-link INTERFACE
     "${CMAKE_SOURCE_DIR}/Platform/GNUstep/SanitizerSuppressions.cpp")
 endif()
-
-add_executable(FileExplorer FileExplorer/main.mm FileExplorer/StandInLoop.mm)
-set_target_properties(FileExplorer PROPERTIES
-  RUNTIME_OUTPUT_DIRECTORY "${VX_RUNTIME_DIR}/FileExplorer.app")
-target_link_libraries(FileExplorer PRIVATE explorer-link vx_warnings)

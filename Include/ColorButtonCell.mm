@@ -15,7 +15,7 @@ NSColor *amber(CGFloat red, CGFloat green)
 
 @implementation ColorButtonCell
 
-- (void)drawBezelWithFrame:(NSRect)frame inView:(NSView *)__unused view
+- (void)drawBezelWithFrame:(NSRect)frame inView:(NSView *)view
 {
     NSColor *normal = amber(243, 183);
     NSColor *highlighted = amber(217, 163);

@@ -7,12 +7,12 @@
     [self addTrackingRect:[self bounds] owner:self userData:nullptr assumeInside:NO];
 }
 
-- (void)mouseEntered:(NSEvent *)__unused event
+- (void)mouseEntered:(NSEvent *)event
 {
     [[NSCursor pointingHandCursor] set];
 }
 
-- (void)mouseExited:(NSEvent *)__unused event
+- (void)mouseExited:(NSEvent *)event
 {
     [[NSCursor arrowCursor] set];
 }

@@ -58,17 +58,17 @@ IVolume *openVolume()
     [_window setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
 }
 
-- (void)applicationDidFinishLaunching:(NSNotification *)__unused notification
+- (void)applicationDidFinishLaunching:(NSNotification *)notification
 {
     [_window setLevel:CGWindowLevelForKey(kCGNormalWindowLevelKey)];
 }
 
-- (void)applicationWillTerminate:(NSNotification *)__unused notification
+- (void)applicationWillTerminate:(NSNotification *)notification
 {
     CPipeFileExplorerClientWrapper::getInstance()->SendCmd_async(&kExplorerQuitNotice);
 }
 
-- (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)__unused application
+- (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)application
 {
     return YES;
 }
@@ -97,9 +97,9 @@ IVolume *openVolume()
     });
 }
 
-- (void)alertSheetDidEnd:(NSAlert *)__unused alert
-              returnCode:(NSInteger)__unused code
-             contextInfo:(void *)__unused context
+- (void)alertSheetDidEnd:(NSAlert *)alert
+              returnCode:(NSInteger)code
+             contextInfo:(void *)context
 {
 }
 

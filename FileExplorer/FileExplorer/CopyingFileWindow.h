@@ -37,7 +37,7 @@
 @property (retain) IBOutlet NSTextField *fileInfoLable;
 @property (retain) IBOutlet NSProgressIndicator *progressBar;
 @property (retain) IBOutlet NSImageView *fileImage;
-@property (retain) IBOutlet NSTextField *copyInfoLabel;
+@property (retain) IBOutlet NSTextField *infoLabel;
 
 // With the interface file "copyingFileWindow", which is loaded when the window is first asked for.
 - (id)init;

@@ -20,7 +20,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 @synthesize fileInfoLable = _fileInfoLable;
 @synthesize progressBar = _progressBar;
 @synthesize fileImage = _fileImage;
-@synthesize copyInfoLabel = _copyInfoLabel;
+@synthesize infoLabel = _copyInfoLabel;
 
 - (id)init
 {
@@ -66,7 +66,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
     [_progressBar startAnimation:self];
 }
 
-- (IBAction)cancelClicked:(id)__unused sender
+- (IBAction)cancelClicked:(id)sender
 {
     _bContinued = false;
     [self close];
@@ -120,7 +120,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
     [_fileInfoLable setStringValue:FileLineText(path)];
 }
 
-- (void)updateProgressOnMain:(id)__unused unused
+- (void)updateProgressOnMain:(id)unused
 {
     const double percent = [_iCurrentPercent doubleValue];
     [_progressBar setDoubleValue:percent];
@@ -145,7 +145,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
     _state = state;
 }
 
-- (void)windowWillClose:(NSNotification *)__unused notification
+- (void)windowWillClose:(NSNotification *)notification
 {
     [self endSession];
 }

@@ -64,7 +64,7 @@ void exportTo(NSString *folder, Z5FileManager *engine, CopyingFileWindow *progre
     [panel setResolvesAliases:YES];
 }
 
-- (IBAction)onClickedExport:(id)__unused sender
+- (IBAction)onClickedExport:(id)sender
 {
     NSOpenPanel *panel = [NSOpenPanel openPanel];
     [self setUpFolderPanel:panel];

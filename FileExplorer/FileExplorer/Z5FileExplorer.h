@@ -15,7 +15,7 @@
 #include "IVolume.h"
 #import "Z5FileExplorerWapper.h"
 
-@interface Z5FileExplorer : NSViewController <NSOutlineViewDataSource, NSOutlineViewDelegate> {
+@interface Z5FileExplorer : NSViewController {
     NSOutlineView *_outlineView;
     NSProgressIndicator *_progressBar;
     NSTextField *_fileLable;

@@ -104,8 +104,9 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (BOOL)finishInitialize
 {
-    [_outlineView setDataSource:self];
-    [_outlineView setDelegate:self];
+    // Cast, because one platform's protocols require more than a tree needs.
+    [_outlineView setDataSource:(id)self];
+    [_outlineView setDelegate:(id)self];
     [_outlineView setAllowsColumnReordering:NO];
     [_fileLable setHidden:YES];
     [_progressBar setHidden:YES];
@@ -113,7 +114,7 @@ NSImage *iconOf(Z5FindData *entry)
     return YES;
 }
 
-- (id)outlineView:(NSOutlineView *)__unused view child:(NSInteger)index ofItem:(id)item
+- (id)outlineView:(NSOutlineView *)view child:(NSInteger)index ofItem:(id)item
 {
     const NSUInteger at = static_cast<NSUInteger>(index);
     if (item == nil)
@@ -121,12 +122,12 @@ NSImage *iconOf(Z5FindData *entry)
     return [[_explorerWapper findFiles:item] objectAtIndex:at];
 }
 
-- (BOOL)outlineView:(NSOutlineView *)__unused view isItemExpandable:(id)item
+- (BOOL)outlineView:(NSOutlineView *)view isItemExpandable:(id)item
 {
     return [entryFrom(item) bDirectory];
 }
 
-- (NSInteger)outlineView:(NSOutlineView *)__unused view numberOfChildrenOfItem:(id)item
+- (NSInteger)outlineView:(NSOutlineView *)view numberOfChildrenOfItem:(id)item
 {
     if (item != nil && entryFrom(item) == nil)
         return 0;
@@ -135,7 +136,7 @@ NSImage *iconOf(Z5FindData *entry)
     return static_cast<NSInteger>([children count]);
 }
 
-- (id)outlineView:(NSOutlineView *)__unused view
+- (id)outlineView:(NSOutlineView *)view
     objectValueForTableColumn:(NSTableColumn *)column
                        byItem:(id)item
 {
@@ -145,7 +146,7 @@ NSImage *iconOf(Z5FindData *entry)
     return text == nil ? @"" : text;
 }
 
-- (void)outlineView:(NSOutlineView *)__unused view
+- (void)outlineView:(NSOutlineView *)view
     willDisplayCell:(id)cell
      forTableColumn:(NSTableColumn *)column
                item:(id)item
@@ -154,12 +155,12 @@ NSImage *iconOf(Z5FindData *entry)
         [cell setImage:iconOf(entryFrom(item))];
 }
 
-- (BOOL)outlineView:(NSOutlineView *)__unused view shouldSelectItem:(id)__unused item
+- (BOOL)outlineView:(NSOutlineView *)view shouldSelectItem:(id)item
 {
     return YES;
 }
 
-- (void)outlineViewSelectionDidChange:(NSNotification *)__unused notification
+- (void)outlineViewSelectionDidChange:(NSNotification *)notification
 {
     NSIndexSet *rows = [_outlineView selectedRowIndexes];
     if (rows == nil)

@@ -1,8 +1,9 @@
 // The process entry. The host application starts the explorer with exactly four arguments:
 // three for the volume library and one that only has to be there. Nothing else is looked at
 // here, and anything else ends the process at once, silently.
+#import <AppKit/AppKit.h>
+
 #include "CPipeFileExplorerClientWrapper.h"
-#include "StandInLoop.h"
 
 #include <fcntl.h>
 
@@ -25,5 +26,5 @@ int main(int argc, const char *argv[])
     // The explorer goes on whether or not the link could be set up.
     CPipeFileExplorerClientWrapper::getInstance()->initClient(kConnectorName, kReadPipe, kReadFlags,
                                                               kWritePipe, kWriteFlags);
-    return RunUntilAsked(argc, argv);
+    return NSApplicationMain(kArgumentCount, argv);
 }

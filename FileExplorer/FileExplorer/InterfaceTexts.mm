@@ -1,0 +1,58 @@
+#import "InterfaceTexts.h"
+
+namespace {
+
+NSString *localized(NSString *text)
+{
+    if ([text length] == 0)
+        return text;
+    return [[NSBundle mainBundle] localizedStringForKey:text value:text table:nil];
+}
+
+void localizeMenu(NSMenu *menu)
+{
+    [menu setTitle:localized([menu title])];
+    for (NSMenuItem *item in [menu itemArray]) {
+        if ([item isSeparatorItem])
+            continue;
+        [item setTitle:localized([item title])];
+        if ([item hasSubmenu])
+            localizeMenu([item submenu]);
+    }
+}
+
+void localizeView(NSView *view)
+{
+    if ([view toolTip] != nil)
+        [view setToolTip:localized([view toolTip])];
+    if ([view isKindOfClass:[NSButton class]])
+        [(NSButton *)view setTitle:localized([(NSButton *)view title])];
+    for (NSView *subview in [view subviews])
+        localizeView(subview);
+}
+
+}  // namespace
+
+@implementation InterfaceTexts
+
+@synthesize menu = _menu;
+@synthesize window = _window;
+@synthesize view = _view;
+
+- (void)dealloc
+{
+    [_menu release];
+    [_window release];
+    [_view release];
+    [super dealloc];
+}
+
+- (void)awakeFromNib
+{
+    if (_menu != nil)
+        localizeMenu(_menu);
+    [_window setTitle:localized([_window title])];
+    localizeView(_view);
+}
+
+@end

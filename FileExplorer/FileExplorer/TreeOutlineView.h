@@ -1,0 +1,11 @@
+// The tree's outline view. When it enters a window it loads its rows and takes the keyboard: the
+// volume is opened after the interface file was loaded, when a platform may already have asked
+// for the rows and found none.
+//
+// Threads: main thread only.
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+@interface TreeOutlineView : NSOutlineView
+@end
