@@ -79,6 +79,10 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
     [super stopModalWithCode:code];
     if ([self modalWindow] == nil)
         return;
+    // The library itself stops the session of a window that has gone; whoever made it go and gave
+    // a code is not to be overruled by that.
+    if (_stopped && code == NSRunStoppedResponse && ![[self modalWindow] isVisible])
+        return;
     _stopCode = code;
     _stopped = YES;
     [self postEmptyEvent];
@@ -100,12 +104,15 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
 
 - (NSInteger)runModalForWindow:(NSWindow *)window
 {
-    // A stop that no session has taken belongs to none.
+    // Sessions nest: the stop of an outer one may have been asked for already.
+    const BOOL outerStopped = _stopped;
+    const NSInteger outerCode = _stopCode;
     _stopped = NO;
     const NSInteger code = [super runModalForWindow:window];
-    const BOOL stopped = _stopped && code != NSRunAbortedResponse;
-    _stopped = NO;
-    return stopped ? _stopCode : code;
+    const NSInteger result = _stopped && code != NSRunAbortedResponse ? _stopCode : code;
+    _stopped = outerStopped;
+    _stopCode = outerCode;
+    return result;
 }
 
 @end
