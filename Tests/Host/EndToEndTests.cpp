@@ -65,7 +65,7 @@ protected:
 
 TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
 {
-    ChildProcess host(VOLUME_HOST, {"some volume"});
+    ChildProcess host(VOLUME_HOST, {"--explorer", ENTRY_EXPLORER, "some volume"});
     ASSERT_TRUE(Eventually([] { return PipeFolder::Exists(kToExplorer); }));
     EXPECT_FALSE(host.HasEnded());
     host.CloseInput();
@@ -77,7 +77,8 @@ TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
 TEST_F(EndToEndTest, TheExplorerTakesAMessageOfTheHostAndGoesOn)
 {
     for (const char *code : {"5", "4294967295"}) {
-        ChildProcess host(VOLUME_HOST, {"--send", code, "some volume"});
+        ChildProcess host(VOLUME_HOST,
+                          {"--explorer", ENTRY_EXPLORER, "--send", code, "some volume"});
         ASSERT_TRUE(Eventually([] { return PipeFolder::Exists(kToExplorer); }));
         const RawReader beside(kToExplorer);
         // The explorer may take it between two looks; it has been sent by the end of the wait.
