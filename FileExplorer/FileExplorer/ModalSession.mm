@@ -2,6 +2,8 @@
 
 namespace {
 
+constexpr NSTimeInterval kWakeDelay = 0.01;  // seconds
+
 void wakeEventLoop()
 {
     NSEvent *event = [NSEvent otherEventWithType:NSApplicationDefined
@@ -14,6 +16,11 @@ void wakeEventLoop()
                                            data1:0
                                            data2:0];
     [NSApp postEvent:event atStart:NO];
+    // A loop that has run its timers may wait for input without another look at its events.
+    [NSApp performSelector:@selector(self)
+                withObject:nil
+                afterDelay:kWakeDelay
+                   inModes:ModesServedWhileModal()];
 }
 
 }  // namespace

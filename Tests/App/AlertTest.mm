@@ -1,0 +1,149 @@
+// Message boxes and alert sheets.
+#import "AppDelegate.h"
+#import "Z5MessageBox.h"
+
+#import "ModalDriver.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using apptest::ButtonTitled;
+using apptest::ShowsImage;
+using apptest::ShowsText;
+using apptest::When;
+
+bool somethingIsModal()
+{
+    return [NSApp modalWindow] != nil;
+}
+
+// What is on the screen when the session runs; then "OK" is pressed.
+struct Seen {
+    bool title = false, text = false, image = false, okOnly = false;
+};
+
+void lookAndConfirm(Seen &seen, NSString *title, NSString *text, NSString *imageName)
+{
+    When(somethingIsModal, [&seen, title, text, imageName] {
+        NSWindow *window = [NSApp modalWindow];
+        seen.title = ShowsText(window, title);
+        seen.text = ShowsText(window, text);
+        seen.image = imageName != nil && ShowsImage(window, [NSImage imageNamed:imageName]);
+        NSButton *ok = ButtonTitled(window, @"OK");
+        seen.okOnly = ok != nil && ![ok isHidden];
+
+        [ok performClick:nil];
+    });
+}
+
+TEST(Z5MessageBox, AWarningShowsTitleTextAndTheWarningImageUntilOkIsPressed)
+{
+    Seen seen;
+    lookAndConfirm(seen, @"The title", @"The text", @"warning");
+    [Z5MessageBox showWarningMessageBox:@"The text" withTitle:@"The title"];
+    EXPECT_TRUE(seen.title);
+    EXPECT_TRUE(seen.text);
+    EXPECT_TRUE(seen.image);
+    EXPECT_TRUE(seen.okOnly);
+}
+
+TEST(Z5MessageBox, ASuccessShowsTheSuccessImage)
+{
+    Seen seen;
+    lookAndConfirm(seen, @"Done", @"All is well", @"success");
+    [Z5MessageBox showSuccessMessageBox:@"All is well" withTitle:@"Done"];
+    EXPECT_TRUE(seen.title);
+    EXPECT_TRUE(seen.text);
+    EXPECT_TRUE(seen.image);
+}
+
+TEST(Z5MessageBox, ATextContainingPercentIsInterpretedAsAFormat)
+{
+    Seen seen;
+    lookAndConfirm(seen, @"Disk", @"100% full", nil);
+    [Z5MessageBox showWarningMessageBox:@"100%% full" withTitle:@"Disk"];
+    EXPECT_TRUE(seen.text);
+}
+
+class AlertSheet : public testing::Test {
+protected:
+    AlertSheet()
+    {
+        _window = [[NSWindow alloc] initWithContentRect:NSMakeRect(100, 100, 500, 300)
+                                              styleMask:NSTitledWindowMask
+                                                backing:NSBackingStoreBuffered
+                                                  defer:NO];
+        [_window setReleasedWhenClosed:NO];
+        [_window orderFront:nil];
+        _delegate = [[AppDelegate alloc] init];
+        [_delegate setWindow:_window];
+    }
+    ~AlertSheet() override
+    {
+        [[NSNotificationCenter defaultCenter] removeObserver:_delegate];
+        [_delegate release];
+        [_window close];
+        [_window release];
+    }
+
+    // The sheet comes from the run loop.
+    bool shown(Seen &seen, NSString *title, NSString *text)
+    {
+        lookAndConfirm(seen, title, text, nil);
+        return apptest::ServeUntil([&seen] { return seen.okOnly; });
+    }
+
+    NSWindow *_window = nil;
+    AppDelegate *_delegate = nil;
+};
+
+TEST_F(AlertSheet, IsShownAfterTheCallHasReturned)
+{
+    Seen seen;
+    [_delegate ShowAlertSheet:@"The text" withMessageTitle:@"The title"];
+    EXPECT_FALSE(somethingIsModal());
+    ASSERT_TRUE(shown(seen, @"The title", @"The text"));
+    EXPECT_TRUE(seen.title);
+    EXPECT_TRUE(seen.text);
+    EXPECT_EQ([_window attachedSheet], nil);
+}
+
+TEST_F(AlertSheet, AnAlertTextContainingPercentIsInterpretedAsAFormat)
+{
+    Seen seen;
+    [_delegate ShowAlertSheet:@"50%% copied" withMessageTitle:@"Export"];
+    ASSERT_TRUE(shown(seen, @"Export", @"50% copied"));
+    EXPECT_TRUE(seen.text);
+}
+
+TEST_F(AlertSheet, AnybodyMayAskForOneOnAnyThread)
+{
+    [[NSNotificationCenter defaultCenter] addObserver:_delegate
+                                             selector:@selector(OnShowAlertSheet:)
+                                                 name:@"ShowAlertSheet"
+                                               object:nil];
+    NSThread *poster = [[NSThread alloc]
+        initWithTarget:[NSNotificationCenter defaultCenter]
+              selector:@selector(postNotification:)
+                object:[NSNotification notificationWithName:@"ShowAlertSheet"
+                                                     object:nil
+                                                   userInfo:@{@"title" : @"A", @"text" : @"B"}]];
+    Seen seen;
+    [poster start];
+    ASSERT_TRUE(shown(seen, @"A", @"B"));
+    EXPECT_TRUE(seen.title);
+    EXPECT_TRUE(seen.text);
+    EXPECT_TRUE(apptest::ServeUntil([poster] { return [poster isFinished]; }));
+    [poster release];
+}
+
+TEST_F(AlertSheet, AMissingPartLeavesItEmpty)
+{
+    Seen seen;
+    [_delegate ShowAlertSheet:@"only a text" withMessageTitle:nil];
+    ASSERT_TRUE(shown(seen, nil, @"only a text"));
+    EXPECT_TRUE(seen.text);
+}
+
+}  // namespace

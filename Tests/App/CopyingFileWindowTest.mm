@@ -1,0 +1,270 @@
+// The progress window as an export's sink: its own thread, its modal session, its end.
+#import "CopyingFileWindow.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#import "ModalDriver.h"
+#import "ProgressText.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace {
+
+using apptest::ServeUntil;
+using apptest::When;
+
+std::string utf8(NSString *text)
+{
+    return text == nil ? "(nil)" : [text UTF8String];
+}
+
+class CopyingFileWindowTest : public testing::Test {
+protected:
+    CopyingFileWindowTest()
+    {
+        _progress = [[CopyingFileWindow alloc] init];
+        [_progress window];
+    }
+    ~CopyingFileWindowTest() override
+    {
+        if (_worker.joinable()) {
+            EXPECT_TRUE(ServeUntil([this] { return _workerEnded.load(); }));
+            _worker.join();
+        }
+        [_progress close];
+        [_progress release];
+    }
+
+    std::string fileLine() { return utf8([[_progress fileInfoLable] stringValue]); }
+    std::string progressLine() { return utf8([[_progress infoLabel] stringValue]); }
+    void report(int percent) { [_progress UpdateProgress:[NSNumber numberWithInt:percent]]; }
+    int64_t startTime() { return [[_progress valueForKey:@"_startTime"] longLongValue]; }
+    void setStartTime(int64_t seconds)
+    {
+        [_progress setValue:[NSNumber numberWithLongLong:seconds] forKey:@"_startTime"];
+    }
+
+    // What the worker of an export does, on a thread of its own.
+    void work(std::function<void()> job)
+    {
+        _worker = std::thread([this, job] {
+            GSRegisterCurrentThreadForTests();
+            @autoreleasepool {
+                job();
+            }
+            _workerEnded = true;
+        });
+    }
+
+    NSInteger runModal() { return [NSApp runModalForWindow:[_progress window]]; }
+
+    // Threads of the C++ library are unknown to the platform until they are registered.
+    static void GSRegisterCurrentThreadForTests() { [NSThread currentThread]; }
+
+    CopyingFileWindow *_progress = nil;
+    std::thread _worker;
+    std::atomic<bool> _workerEnded{false};
+};
+
+TEST_F(CopyingFileWindowTest, StartsWithAWhiteBackgroundTheInitializingTextAndAnEmptyBar)
+{
+    EXPECT_EQ(fileLine(), "Initializing ... ");
+    EXPECT_TRUE([[[_progress window] backgroundColor] isEqual:[NSColor whiteColor]]);
+    EXPECT_EQ([[_progress window] level], CGWindowLevelForKey(kCGStatusWindowLevelKey));
+    EXPECT_EQ([[_progress progressBar] doubleValue], 0.0);
+    EXPECT_FALSE([[_progress progressBar] isIndeterminate]);
+    EXPECT_TRUE([[_progress progressBar] usesThreadedAnimation]);
+    EXPECT_TRUE([_progress Continued]);
+    EXPECT_EQ([_progress GetState], 1);
+    EXPECT_EQ([[_progress window] delegate], (id)_progress);
+}
+
+TEST_F(CopyingFileWindowTest, TheBarGoesFrom0To100)
+{
+    EXPECT_EQ([[_progress progressBar] minValue], 0.0);
+    EXPECT_EQ([[_progress progressBar] maxValue], 100.0);
+}
+
+TEST_F(CopyingFileWindowTest, TheRunStateIsWhatWasSet)
+{
+    [_progress SetState:2];
+    EXPECT_EQ([_progress GetState], 2);
+}
+
+TEST_F(CopyingFileWindowTest, AnAnnouncedFileIsNamedWithTheIconOfItsType)
+{
+    [_progress UpdateInformation:@"/Reports/a.pdf"];
+    EXPECT_EQ(fileLine(), utf8(FileLineText(@"/Reports/a.pdf")));
+    EXPECT_EQ([[_progress fileImage] image],
+              [[NSWorkspace sharedWorkspace] iconForFileType:@"pdf"]);
+    EXPECT_NEAR(static_cast<double>(startTime()), static_cast<double>(time(nullptr)), 2);
+}
+
+TEST_F(CopyingFileWindowTest, TheSamePathAnnouncedTwiceChangesNothingAndDoesNotRestartTheClock)
+{
+    [_progress UpdateInformation:@"/a.txt"];
+    setStartTime(1000);
+    [[_progress fileInfoLable] setStringValue:@"untouched"];
+    [_progress UpdateInformation:[NSString stringWithFormat:@"/%s", "a.txt"]];
+    EXPECT_EQ(startTime(), 1000);
+    EXPECT_EQ(fileLine(), "untouched");
+    [_progress UpdateInformation:@"/b.txt"];
+    EXPECT_NE(startTime(), 1000);
+}
+
+TEST_F(CopyingFileWindowTest, EmptyArgumentsAreIgnored)
+{
+    [_progress UpdateInformation:nil];
+    EXPECT_EQ(fileLine(), "Initializing ... ");
+    [_progress UpdateTotalSize:[NSNumber numberWithDouble:8]];
+    report(50);
+    const std::string before = progressLine();
+    [_progress UpdateTotalSize:nil];
+    [_progress UpdateProgress:nil];
+    report(50);
+    EXPECT_EQ(progressLine(), before);
+}
+
+TEST_F(CopyingFileWindowTest, AReportMovesTheBarAndTheEstimateRunsFromTheCurrentFile)
+{
+    [_progress UpdateTotalSize:[NSNumber numberWithDouble:200]];
+    [_progress UpdateInformation:@"/a.txt"];
+    setStartTime(time(nullptr) - 600);
+    report(50);
+    EXPECT_EQ([[_progress progressBar] doubleValue], 50.0);
+    EXPECT_EQ(progressLine().find(utf8(ProgressLineText(50, 600, 200))) == 0 ||
+                  progressLine() == utf8(ProgressLineText(50, 601, 200)),
+              true)
+        << progressLine();
+}
+
+TEST_F(CopyingFileWindowTest, AReportOfExactly100PercentEndsTheSessionWith0AndClosesTheWindow)
+{
+    work([this] { report(100); });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_FALSE([[_progress window] isVisible]);
+}
+
+TEST_F(CopyingFileWindowTest, AReportOf99PercentDoesNot)
+{
+    std::atomic<bool> reported{false};
+    work([&] {
+        report(99);
+        reported = true;
+    });
+    bool stillOpen = false;
+    When([&] { return reported.load(); },
+         [&] {
+             stillOpen =
+                 [[_progress window] isVisible] && [NSApp modalWindow] == [_progress window];
+             [_progress cancelClicked:nil];
+         });
+    runModal();
+    EXPECT_TRUE(stillOpen);
+}
+
+TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedInTheModalSession)
+{
+    int served = 0;
+    work([&] {
+        for (; served < 50; ++served) {
+            [_progress UpdateInformation:[NSString stringWithFormat:@"/%d", served]];
+            report(served);
+        }
+        report(100);
+    });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(served, 50);
+    EXPECT_EQ(fileLine(), utf8(FileLineText(@"/49")));
+}
+
+TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedWhileTheMouseIsTracked)
+{
+    work([this] { [_progress UpdateInformation:@"/tracked"]; });
+    EXPECT_TRUE(ServeUntil([this] { return _workerEnded.load(); }, NSEventTrackingRunLoopMode));
+    EXPECT_EQ(fileLine(), utf8(FileLineText(@"/tracked")));
+}
+
+TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorkerHasStopped)
+{
+    std::atomic<bool> mayGoOn{false};
+    work([&] {
+        while (!mayGoOn)
+            std::this_thread::yield();
+        report(10);
+    });
+    When([this] { return [[_progress window] isVisible]; },
+         [this] { [_progress cancelClicked:nil]; });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_FALSE([[_progress window] isVisible]);
+    EXPECT_FALSE([_progress Continued]);
+    EXPECT_FALSE(_workerEnded);
+    mayGoOn = true;
+}
+
+TEST_F(CopyingFileWindowTest, TheCancelButtonEndsTheSessionWith0)
+{
+    When([this] { return [[_progress window] isVisible]; },
+         [this] { [apptest::ButtonTitled([_progress window], @"Cancel") performClick:nil]; });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_FALSE([_progress Continued]);
+}
+
+TEST_F(CopyingFileWindowTest, ClosingTheWindowByOtherMeansEndsTheSessionWith0AndCancelsNothing)
+{
+    When([this] { return [[_progress window] isVisible]; }, [this] { [[_progress window] close]; });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_TRUE([_progress Continued]);
+}
+
+TEST_F(CopyingFileWindowTest, AReportAfterTheEndLeavesTheSessionOfALaterExportAlone)
+{
+    When([this] { return [[_progress window] isVisible]; },
+         [this] { [_progress cancelClicked:nil]; });
+    runModal();
+
+    CopyingFileWindow *later = [[CopyingFileWindow alloc] init];
+    work([this] {
+        report(10);
+        report(100);
+    });
+    bool reachedItsEnd = false;
+    When([this] { return _workerEnded.load(); },
+         [&] {
+             reachedItsEnd = [NSApp modalWindow] == [later window] && [[later window] isVisible];
+             [later cancelClicked:nil];
+         });
+    EXPECT_EQ([NSApp runModalForWindow:[later window]], 0);
+    EXPECT_TRUE(reachedItsEnd);
+    [later release];
+}
+
+TEST_F(CopyingFileWindowTest, ASessionBelowAMessageBoxEndsWhenTheBoxHasGone)
+{
+    NSWindow *box = [[NSPanel alloc] initWithContentRect:NSMakeRect(0, 0, 100, 100)
+                                               styleMask:NSTitledWindowMask
+                                                 backing:NSBackingStoreBuffered
+                                                   defer:NO];
+    NSInteger boxCode = 0;
+    When([this] { return [[_progress window] isVisible]; },
+         [&] {
+             When([&] { return [box isVisible]; },
+                  [&] {
+                      report(100);
+                      EXPECT_EQ([NSApp modalWindow], box);
+                      [NSApp stopModalWithCode:7];
+                  });
+             boxCode = [NSApp runModalForWindow:box];
+             [box close];
+         });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(boxCode, 7);
+}
+
+}  // namespace
