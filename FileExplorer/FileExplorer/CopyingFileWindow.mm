@@ -127,12 +127,28 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
     const int64_t elapsed = time(nullptr) - _startTime;
     [_copyInfoLabel setStringValue:ProgressLineText(percent, elapsed, [_totalSize doubleValue])];
 
-    if ([_iCurrentPercent intValue] > kCompletePercent || !_bContinued) {
-        // Some platforms keep the code of the first stop and some that of the last, so both
-        // this one and that of the closing window carry the same.
-        StopModalSession([self window], _nRtnCode);
-        [self close];
+    if ([_iCurrentPercent intValue] > kCompletePercent || !_bContinued)
+        [self finish];
+}
+
+// A message box may be up in a session of its own above this window's, which can be stopped only
+// after that one. Reports that arrive after this window's session has ended come here as well and
+// must not end the session of a later export.
+- (void)finish
+{
+    NSWindow *modal = [NSApp modalWindow];
+    if (modal != nil && modal != [self window]) {
+        [NSObject cancelPreviousPerformRequestsWithTarget:self selector:_cmd object:nil];
+        [self performSelector:_cmd
+                   withObject:nil
+                   afterDelay:kRetryInterval
+                      inModes:ModesServedWhileModal()];
+        return;
     }
+    // Some platforms keep the code of the first stop and some that of the last, so this one and
+    // that of the closing window carry the same.
+    StopModalSession([self window], _nRtnCode);
+    [self close];
 }
 
 - (int32_t)GetState
@@ -147,20 +163,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)windowWillClose:(NSNotification *)notification
 {
-    [self endSession];
-}
-
-// A message box may be up in a session of its own, above this window's, which can be stopped
-// only after that one. Reports that arrive after the session has ended find no session of this
-// window and end nothing, least of all the session of a later export.
-- (void)endSession
-{
-    if (StopModalSession([self window], _nRtnCode) || [NSApp modalWindow] == nil)
-        return;
-    [self performSelector:@selector(endSession)
-               withObject:nil
-               afterDelay:kRetryInterval
-                  inModes:ModesServedWhileModal()];
+    StopModalSession([self window], _nRtnCode);
 }
 
 @end

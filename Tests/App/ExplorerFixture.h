@@ -1,0 +1,34 @@
+// The main window as the interface file makes it, its tree on a scripted volume.
+#pragma once
+
+#import "AppDelegate.h"
+#import "TreeOutlineView.h"
+#import "Z5FileExplorer+Export.h"
+
+#include "ScriptedVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+class ExplorerTest : public testing::Test {
+protected:
+    ExplorerTest();
+    ~ExplorerTest() override;
+
+    vx::ScriptedEntry &root() { return volume.root(); }
+    // Shows the volume; called after the test has built its tree.
+    void open();
+    NSOutlineView *tree() { return [controller outlineView]; }
+    size_t listings() { return volume.count(vx::VolumeOperation::FindFirstFile); }
+    NSTableColumn *column(NSString *title);
+    std::string text(NSInteger row, NSString *title);
+    void select(const std::vector<NSUInteger> &rows);
+    std::vector<std::string> selected();
+
+    vx::ScriptedVolume volume;
+    AppDelegate *delegate = nil;
+    Z5FileExplorer *controller = nil;
+    NSWindow *window = nil;
+};

@@ -1,0 +1,59 @@
+#import "ExplorerFixture.h"
+
+#import "Z5FindData.h"
+
+ExplorerTest::ExplorerTest()
+{
+    EXPECT_TRUE([NSBundle loadNibNamed:@"MainMenu" owner:NSApp]);
+    delegate = [(AppDelegate *)[NSApp delegate] retain];
+    controller = [delegate FileExplorerController];
+    window = [delegate window];
+}
+
+ExplorerTest::~ExplorerTest()
+{
+    // Closing the last window would end the process.
+    [[NSNotificationCenter defaultCenter] removeObserver:delegate];
+    [NSApp setDelegate:nil];
+    [window close];
+    [[delegate FileExplorerView] removeFromSuperview];
+    [delegate release];
+}
+
+void ExplorerTest::open()
+{
+    [controller setVolumeObject:&volume];
+    [[window contentView] addSubview:[delegate FileExplorerView]];
+}
+
+NSTableColumn *ExplorerTest::column(NSString *title)
+{
+    for (NSTableColumn *candidate in [tree() tableColumns]) {
+        if ([[[candidate headerCell] stringValue] isEqualToString:title])
+            return candidate;
+    }
+    return nil;
+}
+
+std::string ExplorerTest::text(NSInteger row, NSString *title)
+{
+    NSString *value = [(id)controller outlineView:tree()
+                        objectValueForTableColumn:column(title)
+                                           byItem:[tree() itemAtRow:row]];
+    return value == nil ? "(nil)" : [value UTF8String];
+}
+
+void ExplorerTest::select(const std::vector<NSUInteger> &rows)
+{
+    [tree() deselectAll:nil];
+    for (const NSUInteger row : rows)
+        [tree() selectRowIndexes:[NSIndexSet indexSetWithIndex:row] byExtendingSelection:YES];
+}
+
+std::vector<std::string> ExplorerTest::selected()
+{
+    std::vector<std::string> names;
+    for (Z5FindData *entry in [controller valueForKey:@"_selectedFiles"])
+        names.push_back([[entry strFileName] UTF8String]);
+    return names;
+}

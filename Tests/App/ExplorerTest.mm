@@ -1,0 +1,235 @@
+// The tree on a scripted volume, in the window that the interface file describes.
+#import "ExplorerFixture.h"
+
+#import "ImageAndTextCell.h"
+#import "Z5FindData.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST_F(ExplorerTest, WhenTheVolumeDoesNotOpenTheWindowIsStillShownInFrontWithoutAZoomButton)
+{
+    // The arguments of this process open no volume.
+    EXPECT_TRUE([window isVisible]);
+    EXPECT_EQ([[delegate FileExplorerView] superview], nil);
+    EXPECT_EQ([window level], NSStatusWindowLevel);
+    NSButton *zoom = [window standardWindowButton:NSWindowZoomButton];
+    EXPECT_TRUE(zoom == nil || [zoom isHidden]);
+    [delegate applicationDidFinishLaunching:nil];
+    EXPECT_EQ([window level], NSNormalWindowLevel);
+}
+
+TEST_F(ExplorerTest, ClosingTheMainWindowEndsTheApplication)
+{
+    EXPECT_TRUE([delegate applicationShouldTerminateAfterLastWindowClosed:NSApp]);
+}
+
+TEST_F(ExplorerTest, ItsFourColumnsAreNamedAsTheCodeKnowsThem)
+{
+    for (NSString *title in @[ @"File Name", @"Date Modified", @"Size", @"Kind" ])
+        EXPECT_NE(column(title), nil) << [title UTF8String];
+    EXPECT_TRUE([[column(@"File Name") dataCell] isKindOfClass:[ImageAndTextCell class]]);
+    EXPECT_EQ([[column(@"Size") dataCell] alignment], NSRightTextAlignment);
+    EXPECT_FALSE([tree() allowsColumnReordering]);
+    EXPECT_TRUE([tree() allowsMultipleSelection]);
+    EXPECT_TRUE([tree() usesAlternatingRowBackgroundColors]);
+}
+
+TEST_F(ExplorerTest, TheProgressBarAndItsLabelAreHiddenAndExportIsDisabled)
+{
+    EXPECT_TRUE([[controller progressBar] isHidden]);
+    EXPECT_TRUE([[controller fileLable] isHidden]);
+    EXPECT_FALSE([[controller btnExport] isEnabled]);
+}
+
+TEST_F(ExplorerTest, TheTreeFillsTheWindowWhenItIsResized)
+{
+    open();
+    [window setContentSize:NSMakeSize(700, 400)];
+    EXPECT_TRUE(
+        NSEqualSizes([[delegate FileExplorerView] frame].size, [[window contentView] frame].size));
+    EXPECT_EQ(NSWidth([[tree() enclosingScrollView] frame]), 700);
+}
+
+TEST_F(ExplorerTest, AVolumeWhoseRootListIsEmptyShowsAnEmptyTreeAndExportStaysDisabled)
+{
+    open();
+    EXPECT_EQ([tree() numberOfRows], 0);
+    EXPECT_FALSE([[controller btnExport] isEnabled]);
+}
+
+TEST_F(ExplorerTest, AVolumeWhoseRootCannotBeListedShowsAnEmptyTree)
+{
+    volume.fromCall(vx::VolumeOperation::FindFirstFile, 1, vx::Fault::Fail);
+    EXPECT_FALSE([controller setVolumeObject:&volume]);
+    [[window contentView] addSubview:[delegate FileExplorerView]];
+    EXPECT_EQ([tree() numberOfRows], 0);
+}
+
+TEST_F(ExplorerTest, TheFirstDisplayAlreadySeesTheRootList)
+{
+    root().folder(u"A");
+    root().file(u"b", 3);
+    open();
+    EXPECT_EQ([tree() numberOfRows], 2);
+    EXPECT_EQ(listings(), 1u);
+}
+
+TEST_F(ExplorerTest, ExpandingAnEmptyFolderShowsNoRowsUnderItAndTheTriangleStays)
+{
+    root().folder(u"Empty");
+    open();
+    [tree() expandItem:[tree() itemAtRow:0]];
+    EXPECT_EQ([tree() numberOfRows], 1);
+    EXPECT_TRUE([tree() isExpandable:[tree() itemAtRow:0]]);
+}
+
+TEST_F(ExplorerTest, ExpandingCollapsingAndExpandingAgainReadsTheVolumeOnlyTheFirstTime)
+{
+    root().folder(u"A").file(u"inside", 1);
+    open();
+    volume.forgetCalls();
+    id folder = [tree() itemAtRow:0];
+    [tree() expandItem:folder];
+    EXPECT_EQ(listings(), 1u);
+    EXPECT_EQ([tree() numberOfRows], 2);
+    [tree() collapseItem:folder];
+    [tree() expandItem:folder];
+    EXPECT_EQ(listings(), 1u);
+    EXPECT_EQ([tree() numberOfRows], 2);
+}
+
+TEST_F(ExplorerTest, AFolderThatCouldNotBeListedIsReadAgain)
+{
+    root().folder(u"A").file(u"inside", 1);
+    open();
+    volume.forgetCalls();
+    volume.atCall(vx::VolumeOperation::FindFirstFile, 2, vx::Fault::Fail);
+    id folder = [tree() itemAtRow:0];
+    [tree() expandItem:folder];
+    [tree() collapseItem:folder];
+    [tree() reloadItem:folder reloadChildren:YES];
+    [tree() expandItem:folder];
+    EXPECT_GE(listings(), 2u);
+    EXPECT_EQ([tree() numberOfRows], 2);
+}
+
+TEST_F(ExplorerTest, AFolderRowShowsItsNameAndDateAndAFileRowItsSizeAsWell)
+{
+    root().folder(u"A");
+    root().file(u"b", 1536);
+    open();
+    NSString *date = [Z5FindData FormatFileTimeToString:vx::kScriptedTime];
+    EXPECT_EQ(text(0, @"File Name"), "A");
+    EXPECT_EQ(text(0, @"Date Modified"), [date UTF8String]);
+    EXPECT_EQ(text(0, @"Size"), "");
+    EXPECT_EQ(text(0, @"Kind"), "");
+    EXPECT_EQ(text(1, @"File Name"), "b");
+    EXPECT_EQ(text(1, @"Date Modified"), [date UTF8String]);
+    EXPECT_EQ(text(1, @"Size"), "1.50 KB");
+    EXPECT_EQ(text(1, @"Kind"), "");
+}
+
+TEST_F(ExplorerTest, AColumnOfAnotherTitleShowsEmptyStrings)
+{
+    root().file(u"b", 1536);
+    open();
+    [[column(@"Size") headerCell] setStringValue:@"Größe"];
+    EXPECT_EQ(text(0, @"Größe"), "");
+    [[column(@"File Name") headerCell] setStringValue:@"file name"];
+    EXPECT_EQ(text(0, @"file name"), "");
+}
+
+TEST_F(ExplorerTest, AnItemThatIsNotAnEntryHasNoChildrenNoTextAndIsNotExpandable)
+{
+    open();
+    id item = @"not an entry";
+    EXPECT_EQ([(id)controller outlineView:tree() numberOfChildrenOfItem:item], 0);
+    EXPECT_FALSE([(id)controller outlineView:tree() isItemExpandable:item]);
+    EXPECT_EQ([(id)controller outlineView:tree()
+                  objectValueForTableColumn:column(@"File Name")
+                                     byItem:nil],
+              nil);
+    EXPECT_TRUE([[(id)controller outlineView:tree()
+                   objectValueForTableColumn:column(@"File Name")
+                                      byItem:item] isEqual:@""]);
+}
+
+TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
+{
+    root().folder(u"Folder.pdf");
+    root().file(u"text.pdf", 1);
+    root().file(u"README", 1);
+    open();
+    const auto icon = [this](NSInteger row) {
+        ImageAndTextCell *cell = [[ImageAndTextCell new] autorelease];
+        [(id)controller outlineView:tree()
+                    willDisplayCell:cell
+                     forTableColumn:column(@"File Name")
+                               item:[tree() itemAtRow:row]];
+        return [cell image];
+    };
+    NSWorkspace *workspace = [NSWorkspace sharedWorkspace];
+    EXPECT_EQ(icon(0), [NSImage imageNamed:@"folder"]);
+    EXPECT_NE(icon(0), nil);
+    EXPECT_EQ(icon(1), [workspace iconForFileType:@"pdf"]);
+    EXPECT_EQ(icon(2), [workspace iconForFileType:@""]);
+    EXPECT_NE(icon(2), nil);
+}
+
+TEST_F(ExplorerTest, SelectingRows5And2And9StoresTheirItemsInTheOrder2And5And9)
+{
+    for (char16_t name = u'0'; name <= u'9'; ++name)
+        root().file(std::u16string(1, name), 1);
+    open();
+    select({5, 2, 9});
+    EXPECT_THAT(selected(), ElementsAre("2", "5", "9"));
+    EXPECT_TRUE([[controller btnExport] isEnabled]);
+}
+
+TEST_F(ExplorerTest, ClearingTheSelectionEmptiesTheListAndDisablesExport)
+{
+    root().file(u"a", 1);
+    open();
+    select({0});
+    id list = [controller valueForKey:@"_selectedFiles"];
+    [tree() deselectAll:nil];
+    EXPECT_THAT(selected(), IsEmpty());
+    EXPECT_EQ([controller valueForKey:@"_selectedFiles"], list);
+    EXPECT_FALSE([[controller btnExport] isEnabled]);
+}
+
+TEST_F(ExplorerTest, AFolderAndAnItemInsideItMayBeSelectedTogether)
+{
+    root().folder(u"A").file(u"inside", 1);
+    open();
+    [tree() expandItem:[tree() itemAtRow:0]];
+    [tree() selectAll:nil];
+    EXPECT_THAT(selected(), ElementsAre("A", "inside"));
+}
+
+TEST_F(ExplorerTest, AwakingAgainSetsNothingUpAgain)
+{
+    root().file(u"a", 1);
+    open();
+    select({0});
+    [controller awakeFromNib];
+    EXPECT_TRUE([[controller btnExport] isEnabled]);
+    EXPECT_TRUE([[tree() registeredDraggedTypes] containsObject:NSFilenamesPboardType]);
+}
+
+TEST_F(ExplorerTest, TheMenusHaveTheirCommands)
+{
+    NSMenu *menu = [NSApp mainMenu];
+    EXPECT_EQ([menu numberOfItems], 3);
+    NSMenu *application = [[menu itemAtIndex:0] submenu];
+    for (NSString *title in @[ @"About", @"Export", @"Hide", @"Quit" ])
+        EXPECT_NE([application itemWithTitle:title], nil) << [title UTF8String];
+    EXPECT_EQ([[application itemWithTitle:@"Export"] target], controller);
+}
+
+}  // namespace

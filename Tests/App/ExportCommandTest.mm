@@ -1,0 +1,243 @@
+// The export command from the click to the files, with the panel and the progress window that a
+// user would see.
+#import "ExplorerFixture.h"
+#import "ModalDriver.h"
+
+#import "CopyingFileWindow.h"
+
+#include "TemporaryFolder.h"
+
+#include <objc/runtime.h>
+#include <sys/stat.h>
+
+#include <string>
+
+namespace {
+
+using apptest::When;
+
+std::string g_opened;
+
+BOOL recordOpening(id, SEL, NSURL *url)
+{
+    g_opened = [[url path] UTF8String];
+    return YES;
+}
+
+class ExportCommandTest : public ExplorerTest {
+protected:
+    ExportCommandTest()
+    {
+        g_opened.clear();
+        Method method = class_getInstanceMethod([NSWorkspace class], @selector(openURL:));
+        _opener = method_setImplementation(method, reinterpret_cast<IMP>(recordOpening));
+    }
+    ~ExportCommandTest() override
+    {
+        method_setImplementation(class_getInstanceMethod([NSWorkspace class], @selector(openURL:)),
+                                 _opener);
+    }
+
+    static bool panelIsUp() { return [[NSApp modalWindow] isKindOfClass:[NSOpenPanel class]]; }
+    static CopyingFileWindow *progress()
+    {
+        id controller = [[NSApp modalWindow] windowController];
+        return [controller isKindOfClass:[CopyingFileWindow class]] ? controller : nil;
+    }
+    static bool alertIsUp()
+    {
+        return [NSApp modalWindow] != nil && !panelIsUp() && progress() == nil;
+    }
+
+    // Chooses the folder in the panel, as soon as it is up.
+    static void choose(const std::string &folder)
+    {
+        NSString *path = [NSString stringWithUTF8String:folder.c_str()];
+        When(panelIsUp, [path] {
+            NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
+            [panel setDirectory:path];
+            [panel ok:nil];
+        });
+    }
+
+    vx::TemporaryFolder folder;
+
+private:
+    IMP _opener;
+};
+
+TEST_F(ExportCommandTest, CancellingThePanelLeavesNoWindowNoAlertAndNoFilesBehind)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    const NSUInteger windows = [[NSApp windows] count];
+    When(panelIsUp, [] { [(NSOpenPanel *)[NSApp modalWindow] cancel:nil]; });
+    [controller onClickedExport:nil];
+    EXPECT_EQ([NSApp modalWindow], nil);
+    EXPECT_LE([[NSApp windows] count], windows + 1) << "the panel itself is kept";
+    EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(g_opened, "");
+    EXPECT_EQ(selected(), std::vector<std::string>{"a"});
+}
+
+TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsSave)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    When(panelIsUp, [] {
+        NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
+        EXPECT_TRUE([panel canChooseDirectories]);
+        EXPECT_FALSE([panel canChooseFiles]);
+        EXPECT_FALSE([panel allowsMultipleSelection]);
+        EXPECT_TRUE([panel resolvesAliases]);
+        EXPECT_NE(apptest::ButtonTitled(panel, @"Save"), nil);
+        EXPECT_EQ(NSHeight([panel frame]), 500);
+        [panel cancel:nil];
+    });
+    [controller onClickedExport:nil];
+}
+
+TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersists)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    for (int i = 0; i < 2; ++i) {
+        When(panelIsUp, [] { [(NSOpenPanel *)[NSApp modalWindow] cancel:nil]; });
+        [controller onClickedExport:nil];
+        EXPECT_TRUE([[controller valueForKey:@"_openPanel"] isKindOfClass:[NSOpenPanel class]]);
+    }
+}
+
+TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestinationIsOpened)
+{
+    root().folder(u"Reports").folder(u"2019").file(u"a.txt", std::string("contents"));
+    root().file(u"b.txt", std::string("more"));
+    open();
+    [tree() selectAll:nil];
+    choose(folder.Path());
+    [controller onClickedExport:nil];
+    EXPECT_EQ(folder.ReadFile("Reports/2019/a.txt"), "contents");
+    EXPECT_EQ(folder.ReadFile("b.txt"), "more");
+    EXPECT_EQ(g_opened, folder.Path());
+    EXPECT_EQ([NSApp modalWindow], nil);
+}
+
+TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAndNothingIsCopied)
+{
+    if (geteuid() == 0)
+        GTEST_SKIP() << "root may write anywhere; the suite of a user covers it";
+    root().file(u"a", 10);
+    open();
+    select({0});
+    chmod(folder.Path().c_str(), 0500);
+    choose(folder.Path());
+    int alerts = 0;
+    When(alertIsUp, [&alerts] {
+        ++alerts;
+        NSWindow *alert = [NSApp modalWindow];
+        EXPECT_TRUE(apptest::ShowsText(alert, @"No access right."));
+        [apptest::ButtonTitled(alert, @"Yes") performClick:nil];
+    });
+    [controller onClickedExport:nil];
+    chmod(folder.Path().c_str(), 0700);
+    EXPECT_EQ(alerts, 1);
+    EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+}
+
+TEST_F(ExportCommandTest, ADestinationThatHasGoneBringsTheAlertOnceAndNothingIsCopied)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    const std::string gone = folder.MakeFolder("gone");
+    int alerts = 0;
+    When(panelIsUp, [gone] {
+        NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
+        [panel setDirectory:[NSString stringWithUTF8String:gone.c_str()]];
+        rmdir(gone.c_str());
+        [panel ok:nil];
+    });
+    When(alertIsUp, [&alerts] {
+        ++alerts;
+        NSWindow *alert = [NSApp modalWindow];
+        EXPECT_TRUE(apptest::ShowsText(alert, @"No access right."));
+        EXPECT_TRUE(
+            apptest::ShowsText(alert, @"Can't access this location, please select another."));
+        EXPECT_TRUE(apptest::ShowsImage(alert, [NSImage imageNamed:@"warning"]));
+        [apptest::ButtonTitled(alert, @"Yes") performClick:nil];
+    });
+    [controller onClickedExport:nil];
+    EXPECT_EQ(alerts, 1);
+    EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(g_opened, "");
+}
+
+TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorkerStillEnds)
+{
+    root().file(u"slow", 5 << 20);
+    root().file(u"quick", std::string("quick"));
+    volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
+    open();
+    select({0});
+    choose(folder.MakeFolder("first"));
+    When([] { return progress() != nil; },
+         [this] {
+             EXPECT_TRUE(volume.awaitStall());
+             [progress() cancelClicked:nil];
+         });
+    [controller onClickedExport:nil];
+    EXPECT_EQ(volume.count(vx::VolumeOperation::CloseHandle), 0u) << "the worker still reads";
+
+    select({1});
+    choose(folder.MakeFolder("second"));
+    When([] { return progress() != nil; }, [this] { volume.release(); });
+    [controller onClickedExport:nil];
+    EXPECT_EQ(folder.ReadFile("second/quick"), "quick");
+    EXPECT_TRUE(apptest::ServeUntil([this] { return volume.openHandles() == 0; }));
+}
+
+TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLast)
+{
+    root().file(u"slow", 5 << 20);
+    volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
+    open();
+    select({0});
+    choose(folder.Path());
+    static bool deallocatedOnMain;
+    deallocatedOnMain = false;
+    static IMP original;
+    Method method = class_getInstanceMethod([CopyingFileWindow class], @selector(dealloc));
+    original = method_setImplementation(method, reinterpret_cast<IMP>(+[](id window, SEL selector) {
+                                            deallocatedOnMain = [NSThread isMainThread];
+                                            reinterpret_cast<void (*)(id, SEL)>(original)(window,
+                                                                                          selector);
+                                        }));
+    @autoreleasepool {
+        When([] { return progress() != nil; },
+             [this] {
+                 EXPECT_TRUE(volume.awaitStall());
+                 [progress() cancelClicked:nil];
+             });
+        [controller onClickedExport:nil];
+    }
+    EXPECT_FALSE(deallocatedOnMain) << "the worker still holds it";
+    volume.release();
+    EXPECT_TRUE(apptest::ServeUntil([] { return deallocatedOnMain; }));
+    method_setImplementation(method, original);
+}
+
+TEST_F(ExportCommandTest, ASelectionWithoutFilesLeavesTheWindowOpenUntilItIsCancelled)
+{
+    root().folder(u"Empty");
+    open();
+    select({0});
+    choose(folder.Path());
+    When([] { return progress() != nil; }, [] { [progress() cancelClicked:nil]; });
+    [controller onClickedExport:nil];
+    EXPECT_EQ([NSApp modalWindow], nil);
+}
+
+}  // namespace
