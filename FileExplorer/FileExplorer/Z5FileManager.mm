@@ -148,7 +148,26 @@ void releaseOnMainThread(id object)
                 break;
         }
     }
+    [self letGoOfThread];
     return YES;
+}
+
+// Not every platform's thread drops its target when it ends: engine and thread would keep each
+// other for ever. Left to the main thread, which made the reference.
+- (void)letGoOfThread
+{
+    if ([NSThread currentThread] == _threadCopyFile)
+        [self performSelectorOnMainThread:@selector(forgetThread:)
+                               withObject:_threadCopyFile
+                            waitUntilDone:NO];
+}
+
+- (void)forgetThread:(NSThread *)thread
+{
+    if (_threadCopyFile != thread)
+        return;
+    [_threadCopyFile release];
+    _threadCopyFile = nil;
 }
 
 // NO to leave the export; a file that is skipped or fails does not.
