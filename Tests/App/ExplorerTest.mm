@@ -1,6 +1,8 @@
 // The tree on a scripted volume, in the window that the interface file describes.
 #import "ExplorerFixture.h"
 
+#include <CoreGraphics/CoreGraphics.h>
+
 #import "ImageAndTextCell.h"
 #import "Z5FindData.h"
 
@@ -16,11 +18,11 @@ TEST_F(ExplorerTest, WhenTheVolumeDoesNotOpenTheWindowIsStillShownInFrontWithout
     // The arguments of this process open no volume.
     EXPECT_TRUE([window isVisible]);
     EXPECT_EQ([[delegate FileExplorerView] superview], nil);
-    EXPECT_EQ([window level], NSStatusWindowLevel);
+    EXPECT_EQ([window level], CGWindowLevelForKey(kCGStatusWindowLevelKey));
     NSButton *zoom = [window standardWindowButton:NSWindowZoomButton];
     EXPECT_TRUE(zoom == nil || [zoom isHidden]);
     [delegate applicationDidFinishLaunching:nil];
-    EXPECT_EQ([window level], NSNormalWindowLevel);
+    EXPECT_EQ([window level], CGWindowLevelForKey(kCGNormalWindowLevelKey));
 }
 
 TEST_F(ExplorerTest, ClosingTheMainWindowEndsTheApplication)
@@ -30,6 +32,7 @@ TEST_F(ExplorerTest, ClosingTheMainWindowEndsTheApplication)
 
 TEST_F(ExplorerTest, ItsFourColumnsAreNamedAsTheCodeKnowsThem)
 {
+    open();
     for (NSString *title in @[ @"File Name", @"Date Modified", @"Size", @"Kind" ])
         EXPECT_NE(column(title), nil) << [title UTF8String];
     EXPECT_TRUE([[column(@"File Name") dataCell] isKindOfClass:[ImageAndTextCell class]]);
