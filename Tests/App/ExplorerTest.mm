@@ -39,7 +39,6 @@ TEST_F(ExplorerTest, ItsFourColumnsAreNamedAsTheCodeKnowsThem)
     EXPECT_EQ([[column(@"Size") dataCell] alignment], NSRightTextAlignment);
     EXPECT_FALSE([tree() allowsColumnReordering]);
     EXPECT_TRUE([tree() allowsMultipleSelection]);
-    EXPECT_TRUE([tree() usesAlternatingRowBackgroundColors]);
 }
 
 TEST_F(ExplorerTest, TheProgressBarAndItsLabelAreHiddenAndExportIsDisabled)
