@@ -218,6 +218,8 @@ void releaseOnMainThread(id object)
     const LocalFile local(path == nullptr ? nullptr : fopen(path, "w"));
     if (local == nullptr)
         return NO;
+    // A chunk is in the file when it is reported; the window may close on that report.
+    setvbuf(local.get(), nullptr, _IONBF, 0);
     fseek(local.get(), 0, SEEK_SET);
     [self copyChunksFrom:source into:local.get()];
     return YES;
