@@ -21,7 +21,7 @@ namespace vx {
 SignalWatch::SignalWatch(EventPipe &events)
 {
     g_events = &events;
-    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
+    for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD})
         Handle(signal, PostSignal);
     Handle(SIGPIPE, SIG_IGN);
 }

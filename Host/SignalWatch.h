@@ -1,5 +1,5 @@
-// Posts SIGINT, SIGTERM, SIGHUP and SIGCHLD to an event pipe for as long as it lives, so that
-// the program can end the explorer and clean up before it goes. SIGPIPE is ignored meanwhile:
+// Posts SIGINT, SIGQUIT, SIGTERM, SIGHUP and SIGCHLD to an event pipe for as long as it lives, so
+// that the program can end the explorer and clean up before it goes. SIGPIPE is ignored meanwhile:
 // a report that nobody reads must not end the program half-way.
 //
 // A signal that was ignored when the program started (nohup) stays ignored.

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fcntl.h>
 #include <fstream>
 #include <signal.h>
 #include <sstream>
@@ -137,7 +138,8 @@ TEST_P(InterruptionTest, ASignalEndsTheExplorerAndCleansUp)
     EXPECT_TRUE(NothingIsThere());
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, InterruptionTest, testing::Values(SIGINT, SIGTERM, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Signals, InterruptionTest,
+                         testing::Values(SIGINT, SIGQUIT, SIGTERM, SIGHUP));
 
 TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
 {
@@ -280,5 +282,11 @@ TEST_F(TerminalTest, CtrlCAtTheQuestionPutsTheTerminalBackAndStartsNothing)
     EXPECT_FALSE(PipeFolder::Exists(_file));
     EXPECT_TRUE(NothingIsThere());
 }
+
+INSTANTIATE_TEST_SUITE_P(Keys, TerminalKeyTest,
+                         testing::Values(Key{"\x03", SIGINT}, Key{"\x1c", SIGQUIT}),
+                         [](const auto &key) {
+                             return key.param.signal == SIGINT ? "CtrlC" : "CtrlBackslash";
+                         });
 
 }  // namespace

@@ -59,7 +59,7 @@ TEST(SignalWatchTest, TheSignalsThatEndAProgramBecomeEvents)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+    for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD}) {
         raise(signal);
         EXPECT_EQ(events.Await(Soon()), signal);
     }
@@ -91,7 +91,7 @@ TEST(SignalWatchTest, TheFormerHandlingComesBack)
         vx::EventPipe events;
         const vx::SignalWatch watch(events);
     }
-    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGPIPE}) {
+    for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD, SIGPIPE}) {
         struct sigaction action;
         sigaction(signal, nullptr, &action);
         EXPECT_EQ(action.sa_handler, SIG_DFL) << signal;
