@@ -18,15 +18,14 @@ bool IsOwnFifo(const std::string &path)
 
 std::string MakeFifo(const std::string &path, bool &made)
 {
+    if (IsOwnFifo(path))
+        unlink(path.c_str());
     made = mkfifo(path.c_str(), kOwnerOnly) == 0;
     if (made)
         return "";
-    if (errno != EEXIST)
-        return "cannot make " + path + ": " + strerror(errno);
-    if (!IsOwnFifo(path))
+    if (errno == EEXIST)
         return path + " is in the way: it is not a FIFO of this user";
-    chmod(path.c_str(), kOwnerOnly);
-    return "";
+    return "cannot make " + path + ": " + strerror(errno);
 }
 
 }  // namespace

@@ -53,8 +53,13 @@ protected:
     std::string Told() const
     {
         EXPECT_TRUE(Eventually([this] { return PipeFolder::Exists(_file); }));
+        return ContentOf(_file);
+    }
+
+    static std::string ContentOf(const std::string &path)
+    {
         std::ostringstream text;
-        text << std::ifstream(_file).rdbuf();
+        text << std::ifstream(path).rdbuf();
         return text.str();
     }
 
@@ -169,6 +174,36 @@ TEST_F(EndToEndTest, AfterAHostWasKilledTheNextOneStarts)
     EXPECT_TRUE(NothingIsThere());
 }
 
+TEST_F(EndToEndTest, AnExplorerThatOutlivedItsHostIsNotTakenForTheNextOnes)
+{
+    const std::string orphansFile = _folder.Path("orphan");
+    ChildProcess killed(VOLUME_HOST, {"--explorer", FAKE_EXPLORER, "notice-at-end:" + orphansFile});
+    ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(orphansFile); }));
+    killed.Signal(SIGKILL);
+    ASSERT_EQ(killed.AwaitEnd(), -SIGKILL);
+    ChildProcess next = Host("wait");
+    const std::string explorer = Told();
+    killed.CloseInput();
+    ASSERT_TRUE(Eventually([&] { return !PipeFolder::Exists(orphansFile); }));
+    EXPECT_EQ(ContentOf(orphansFile + ".notice"), "lost");
+    EXPECT_TRUE(IsRunning(explorer));
+    next.Signal(SIGTERM);
+    EXPECT_EQ(next.AwaitEnd(), 128 + SIGTERM);
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, TheExplorerInheritsNoDescriptorOfTheHost)
+{
+    // Those that this process hands on to every child, which the host can only hand on too.
+    std::string handedOn;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor)
+        if (const int flags = fcntl(descriptor, F_GETFD); flags != -1 && !(flags & FD_CLOEXEC))
+            handedOn += std::to_string(descriptor) + " ";
+    ChildProcess host = Host("descriptors");
+    EXPECT_EQ(Told(), handedOn);
+    host.AwaitEnd();
+}
+
 TEST_F(EndToEndTest, ASentMessageCarriesItsCode)
 {
     ChildProcess host = Host("message", {"--send", "12"});
@@ -272,12 +307,19 @@ TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
     EXPECT_EQ(_terminal.AwaitShown("\n").find("sesame"), std::string::npos);
 }
 
-TEST_F(TerminalTest, CtrlCAtTheQuestionPutsTheTerminalBackAndStartsNothing)
+struct Key {
+    const char *text;
+    int signal;
+};
+
+class TerminalKeyTest : public TerminalTest, public testing::WithParamInterface<Key> {};
+
+TEST_P(TerminalKeyTest, AKeyThatInterruptsTheQuestionPutsTheTerminalBackAndStartsNothing)
 {
     StartHost();
     _terminal.AwaitShown("Secret for ");
-    _terminal.Type("half\x03");
-    EXPECT_EQ(AwaitEnd(), 128 + SIGINT);
+    _terminal.Type(std::string("half") + GetParam().text);
+    EXPECT_EQ(AwaitEnd(), 128 + GetParam().signal);
     EXPECT_TRUE(_terminal.Echoes());
     EXPECT_FALSE(PipeFolder::Exists(_file));
     EXPECT_TRUE(NothingIsThere());

@@ -39,17 +39,52 @@ int TellPidAndWait(const std::string &file)
         pause();
 }
 
-int SendNoticeAndWait()
+int OpenLink()
+{
+    int host = -1;
+    Eventually([&] { return (host = open(kToHost, O_WRONLY | O_NONBLOCK)) != -1; });
+    return host;
+}
+
+bool SendNotice(int host)
 {
     _MSG_DATA_PACKAGE message = {};
     message.msgId = kAsyncMessageId;
     message.body[0] = 12;
-    int host = -1;
-    Eventually([&] { return (host = open(kToHost, O_WRONLY | O_NONBLOCK)) != -1; });
-    if (write(host, &message, sizeof(message)) != sizeof(message))
+    return write(host, &message, sizeof(message)) == sizeof(message);
+}
+
+int SendNoticeAndWait()
+{
+    if (!SendNotice(OpenLink()))
         return 1;
     for (;;)
         pause();
+}
+
+// The file is there until the notice has been sent at the end of input; FILE.notice then tells
+// whether anybody reads it.
+int SendNoticeAtEnd(const std::string &file)
+{
+    signal(SIGPIPE, SIG_IGN);
+    const int host = OpenLink();
+    Tell(file, "ready");
+    char byte;
+    while (read(STDIN_FILENO, &byte, 1) > 0) {
+    }
+    Tell(file + ".notice", SendNotice(host) ? "sent" : "lost");
+    unlink(file.c_str());
+    return 0;
+}
+
+int TellDescriptors(const std::string &file)
+{
+    std::string text;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor)
+        if (fcntl(descriptor, F_GETFD) != -1)
+            text += std::to_string(descriptor) + " ";
+    Tell(file, text);
+    return 0;
 }
 
 // Tells the id, the code and the length of the message that the host sends.
@@ -76,6 +111,10 @@ int main(int argc, char *argv[])
         return TellPidAndWait(file);
     if (mode == "notice-and-wait")
         return SendNoticeAndWait();
+    if (mode == "notice-at-end")
+        return SendNoticeAtEnd(file);
+    if (mode == "descriptors")
+        return TellDescriptors(file);
     if (mode == "message")
         return TellMessage(file);
     if (mode == "crash")

@@ -1,4 +1,5 @@
 // The lock, the FIFO files, the child process and the place of the program.
+#include "Descriptor.h"
 #include "ExplorerProcess.h"
 #include "FifoPair.h"
 #include "HostLock.h"
@@ -14,6 +15,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -91,11 +93,19 @@ TEST_F(FifoPairTest, BothAreMadeForThisUserAlone)
         EXPECT_EQ(ModeOf(path), static_cast<mode_t>(S_IFIFO | 0600));
 }
 
-TEST_F(FifoPairTest, FifosThatACrashedHostLeftBehindAreUsedAgain)
+TEST_F(FifoPairTest, FifosThatACrashedHostLeftBehindAreReplaced)
 {
-    ASSERT_EQ(mkfifo(_paths.read.c_str(), 0777), 0);
+    std::vector<vx::Descriptor> orphan;
+    for (const std::string &path : {_paths.read, _paths.write}) {
+        ASSERT_EQ(mkfifo(path.c_str(), 0777), 0);
+        orphan.emplace_back(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    }
     EXPECT_EQ(vx::MakeFifoPair(_paths), "");
-    EXPECT_EQ(ModeOf(_paths.read), static_cast<mode_t>(S_IFIFO | 0600));
+    for (const std::string &path : {_paths.read, _paths.write}) {
+        EXPECT_EQ(ModeOf(path), static_cast<mode_t>(S_IFIFO | 0600));
+        const vx::Descriptor writer(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        EXPECT_FALSE(writer.IsOpen()) << "the orphan reads what is written to " << path;
+    }
 }
 
 TEST_F(FifoPairTest, AFileInTheWayIsNamedAndLeftAlone)
