@@ -70,17 +70,24 @@ bool SecretPrompt::ReadLine(std::string &line)
     return false;
 }
 
+// The signal that asks the program to end; 0 if the event was another one.
+int SecretPrompt::NextSignal()
+{
+    const int event = _events.Await(std::nullopt).value_or(SIGTERM);
+    return event == SIGCHLD ? 0 : event;
+}
+
 // False: a signal asked the program to end.
 bool SecretPrompt::AwaitInput()
 {
     struct pollfd wanted[] = {{_terminal, POLLIN, 0}, {_events.GetDescriptor(), POLLIN, 0}};
     for (;;) {
-        const bool ready = poll(wanted, 2, -1) > 0;
-        if (ready && (wanted[1].revents & POLLIN)) {
-            _signal = _events.Await(std::nullopt).value_or(SIGTERM);
+        if (poll(wanted, 2, -1) <= 0)
+            continue;
+        // The end of a child that was there before this program asks for nothing.
+        if ((wanted[1].revents & POLLIN) && (_signal = NextSignal()) != 0)
             return false;
-        }
-        if (ready && wanted[0].revents != 0)
+        if (wanted[0].revents != 0)
             return true;
     }
 }

@@ -25,6 +25,7 @@ public:
 private:
     bool ReadLine(std::string &line);
     bool AwaitInput();
+    int NextSignal();
 
     const int _terminal;
     EventPipe &_events;

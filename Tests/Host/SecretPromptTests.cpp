@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <future>
+#include <poll.h>
 #include <signal.h>
 
 namespace {
@@ -18,6 +19,12 @@ protected:
     std::future<std::optional<std::string>> Ask()
     {
         return std::async(std::launch::async, [this] { return _prompt.Ask("Secret: "); });
+    }
+
+    bool HasEvent() const
+    {
+        struct pollfd wanted = {_events.GetDescriptor(), POLLIN, 0};
+        return poll(&wanted, 1, 0) > 0;
     }
 
     vx::EventPipe _events;
@@ -62,6 +69,17 @@ TEST_F(SecretPromptTest, ASignalEndsTheQuestionAndTheTerminalIsPutBack)
     EXPECT_EQ(asked.get(), std::nullopt);
     EXPECT_EQ(_prompt.InterruptingSignal(), SIGINT);
     EXPECT_TRUE(_terminal.Echoes());
+}
+
+TEST_F(SecretPromptTest, TheEndOfAnEarlierChildDoesNotEndTheQuestion)
+{
+    auto asked = Ask();
+    _terminal.AwaitShown("Secret: ");
+    _events.Post(SIGCHLD);
+    ASSERT_TRUE(Eventually([this] { return !HasEvent(); }));
+    _terminal.Type("open sesame\n");
+    EXPECT_EQ(asked.get(), "open sesame");
+    EXPECT_EQ(_prompt.InterruptingSignal(), 0);
 }
 
 TEST_F(SecretPromptTest, WhatIsNotATerminalAnswersNothing)
