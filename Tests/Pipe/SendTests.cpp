@@ -191,9 +191,20 @@ TEST_F(SendSyncTest, TimeOut0MakesNoAttemptToOpenTheWriteEnd)
 
 TEST_F(SendSyncTest, WithoutAReaderItReturnsFalseAfterAsManyAttemptsAsTheTimeOutSays)
 {
+    const std::chrono::milliseconds interval(40);
+    _connector = std::make_unique<CPipeConnector>(_name, interval);
     Connect();
+    const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(Request("nobody", 3), std::nullopt);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 2 * interval);
     EXPECT_FALSE(SemaphoreExists(SemaphoreName(_name, 16)));
+}
+
+TEST_F(SendSyncTest, AfterTheLastAttemptItDoesNotWait)
+{
+    _connector = std::make_unique<CPipeConnector>(_name, std::chrono::hours(1));
+    Connect();
+    EXPECT_EQ(Request("nobody", 1), std::nullopt);
 }
 
 TEST_F(SendSyncTest, AReaderThatComesDuringTheAttemptsGetsTheRequest)

@@ -227,10 +227,10 @@ bool CPipeConnector::OpenWriteEnd()
 bool CPipeConnector::AwaitWriteEnd(int attempts)
 {
     for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (attempt > 0 && _stop.WaitFor(_interval))
+            return false;
         if (initSendMsg())
             return true;
-        if (_stop.WaitFor(_interval))
-            return false;
     }
     return false;
 }
