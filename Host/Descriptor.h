@@ -10,6 +10,8 @@ class Descriptor {
 public:
     explicit Descriptor(int descriptor = -1) : _descriptor(descriptor) {}
     ~Descriptor() { Close(); }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
     Descriptor(Descriptor &&other) noexcept : _descriptor(std::exchange(other._descriptor, -1)) {}
     Descriptor &operator=(Descriptor &&other) noexcept
     {

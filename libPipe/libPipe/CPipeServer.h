@@ -16,6 +16,8 @@ class CPipeServer : public IIPCObject {
 public:
     explicit CPipeServer(IIPCEvent *sink);
     ~CPipeServer() override;
+    CPipeServer(const CPipeServer &) = delete;
+    CPipeServer &operator=(const CPipeServer &) = delete;
 
     // False: null, or a connector of the same name is there; the caller keeps it then.
     bool AddConnector(CPipeConnector *connector) override;
