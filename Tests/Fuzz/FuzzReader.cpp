@@ -38,14 +38,14 @@ public:
     SteppedConnector() : CPipeConnector(kName)
     {
         SetMsgHander(&_sink);
-        _first = _pending.Begin(kName);
-        _second = _pending.Begin(kName);
+        _first = Pending().Begin(kName);
+        _second = Pending().Begin(kName);
         Require(_first == 16 && _second == 17, "the ids of the first requests");
     }
     ~SteppedConnector() override
     {
-        _pending.End(_first, kName);
-        _pending.End(_second, kName);
+        Pending().End(_first, kName);
+        Pending().End(_second, kName);
     }
 
     void Step(const char *buffer)
@@ -66,12 +66,12 @@ private:
     void CheckReply(int32_t request, int32_t id, const char *buffer)
     {
         char reply[kPipeMessageSize];
-        const bool answered = _pending.TryTake(request, reply);
+        const bool answered = Pending().TryTake(request, reply);
         Require(answered == (id == request), "a request gets its own reply and no other");
         if (!answered)
             return;
         Require(memcmp(reply, buffer + sizeof(id), kPipeBodySize) == 0, "the reply is the body");
-        Require(!_pending.TryTake(request, reply), "one block answers once");
+        Require(!Pending().TryTake(request, reply), "one block answers once");
     }
 
     LastMessage _sink;

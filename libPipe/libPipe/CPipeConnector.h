@@ -59,8 +59,7 @@ public:
 protected:
     // One arrived block: a message and the zero behind it, 513 bytes.
     void HandleMessage(const char *msg, int len);
-
-    vx::PendingRequests _pending;
+    vx::PendingRequests &Pending() { return _pending; }
 
 private:
     static void *ReadMsgThread(void *connector);
@@ -73,17 +72,17 @@ private:
     void WriteBlock(const char *block, size_t len);
     bool AwaitReply(int32_t id, char *reply, int timeout);
 
-    const std::string _name;
-    const vx::PollInterval _interval;
     vx::SinkSlot _handler;
-    vx::StopSignal _stop;
-
-    // Guards the ends and the state of the set-up. No call under it blocks.
-    CMutexLocker _lock;
+    pthread_t _readerThread VX_GUARDED_BY(_lock) = {};
     CPipeWrapper _writeEnd VX_GUARDED_BY(_lock);
     CPipeWrapper _readEnd VX_GUARDED_BY(_lock);
+    const std::string _name;
+    vx::StopSignal _stop;
     bool _initialised VX_GUARDED_BY(_lock) = false;
     bool _readerStarted VX_GUARDED_BY(_lock) = false;
     bool _readerJoined VX_GUARDED_BY(_lock) = false;
-    pthread_t _readerThread VX_GUARDED_BY(_lock) = {};
+    vx::PendingRequests _pending;
+    // Guards the ends and the state of the set-up. No call under it blocks.
+    CMutexLocker _lock;
+    const vx::PollInterval _interval;
 };
