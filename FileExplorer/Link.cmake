@@ -4,9 +4,3 @@ add_library(explorer-link STATIC
   FileExplorer/CPipeFileExplorerClientWrapper.mm)
 target_include_directories(explorer-link PUBLIC FileExplorer)
 target_link_libraries(explorer-link PUBLIC pipe command-envelope vx_foundation PRIVATE vx_warnings)
-
-# Every program with Foundation in it needs these in a sanitizer build.
-if(VX_SANITIZER AND NOT APPLE)
-  target_sources(explorer-link INTERFACE
-    "${CMAKE_SOURCE_DIR}/Platform/GNUstep/SanitizerSuppressions.cpp")
-endif()

@@ -51,3 +51,8 @@ target_include_directories(vx_foundation SYSTEM INTERFACE
 target_link_libraries(vx_foundation INTERFACE
   ${VX_BLOCKS_RUNTIME} ${VX_GNUSTEP_BASE} ${VX_OBJC} Threads::Threads)
 target_link_libraries(vx_appkit INTERFACE ${VX_GNUSTEP_GUI})
+if(VX_SANITIZER)
+  set(VX_IS_PROGRAM "$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>")
+  target_sources(vx_foundation INTERFACE
+    "$<${VX_IS_PROGRAM}:${CMAKE_SOURCE_DIR}/Platform/GNUstep/SanitizerSuppressions.cpp>")
+endif()
