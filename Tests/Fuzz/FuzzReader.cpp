@@ -3,6 +3,7 @@
 // and whole.
 #include "CPipeConnector.h"
 #include "CPipeWrapper.h"
+#include "CSemaphoreHelper.h"
 #include "IIPCEvent.h"
 #include "Require.h"
 
@@ -41,6 +42,9 @@ public:
         _first = Pending().Begin(kName);
         _second = Pending().Begin(kName);
         Require(_first == 16 && _second == 17, "the ids of the first requests");
+        // The fuzzer ends the process without destroying anything.
+        CSemaphoreHelper().ClearSemaphore("z5_sem_fuzz_16_");
+        CSemaphoreHelper().ClearSemaphore("z5_sem_fuzz_17_");
     }
     ~SteppedConnector() override
     {
