@@ -16,6 +16,7 @@
 #include <sstream>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -66,7 +67,7 @@ protected:
     bool IsRunning(const std::string &pid) const { return kill(std::stoi(pid), 0) == 0; }
 
     PipeFolder _folder;
-    const std::string _file = _folder.Path("told");
+    const std::string _file = _folder.At("told");
 };
 
 TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
@@ -176,7 +177,7 @@ TEST_F(EndToEndTest, AfterAHostWasKilledTheNextOneStarts)
 
 TEST_F(EndToEndTest, AnExplorerThatOutlivedItsHostIsNotTakenForTheNextOnes)
 {
-    const std::string orphansFile = _folder.Path("orphan");
+    const std::string orphansFile = _folder.At("orphan");
     ChildProcess killed(VOLUME_HOST, {"--explorer", FAKE_EXPLORER, "notice-at-end:" + orphansFile});
     ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(orphansFile); }));
     killed.Signal(SIGKILL);

@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -22,7 +23,7 @@ namespace {
 class HostLockTest : public testing::Test {
 protected:
     PipeFolder _folder;
-    const std::string _path = _folder.Path("lock");
+    const std::string _path = _folder.At("lock");
 };
 
 TEST_F(HostLockTest, OneHolderAtATime)
@@ -63,7 +64,7 @@ TEST_F(HostLockTest, AFileThatACrashedHostLeftBehindIsNoLock)
 
 TEST_F(HostLockTest, ALinkInThePlaceOfTheFileIsRefused)
 {
-    const std::string target = _folder.Path("target");
+    const std::string target = _folder.At("target");
     ASSERT_EQ(symlink(target.c_str(), _path.c_str()), 0);
     const vx::HostLock lock(_path);
     EXPECT_FALSE(lock.IsHeld());
@@ -81,7 +82,7 @@ protected:
     }
 
     PipeFolder _folder;
-    const vx::LinkPaths _paths = {_folder.Path("in"), _folder.Path("out")};
+    const vx::LinkPaths _paths = {_folder.At("in"), _folder.At("out")};
 };
 
 TEST_F(FifoPairTest, BothAreMadeForThisUserAlone)
@@ -119,14 +120,14 @@ TEST_F(FifoPairTest, AFileInTheWayIsNamedAndLeftAlone)
 
 TEST_F(FifoPairTest, ALinkInTheWayIsRefused)
 {
-    ASSERT_EQ(mkfifo(_folder.Path("target").c_str(), 0600), 0);
-    ASSERT_EQ(symlink(_folder.Path("target").c_str(), _paths.read.c_str()), 0);
+    ASSERT_EQ(mkfifo(_folder.At("target").c_str(), 0600), 0);
+    ASSERT_EQ(symlink(_folder.At("target").c_str(), _paths.read.c_str()), 0);
     EXPECT_NE(vx::MakeFifoPair(_paths), "");
 }
 
 TEST_F(FifoPairTest, AFolderThatIsNotThereIsAnError)
 {
-    EXPECT_NE(vx::MakeFifoPair({_folder.Path("no/in"), _folder.Path("no/out")}), "");
+    EXPECT_NE(vx::MakeFifoPair({_folder.At("no/in"), _folder.At("no/out")}), "");
 }
 
 class ExplorerProcessTest : public testing::Test {

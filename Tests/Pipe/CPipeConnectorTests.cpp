@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <future>
+#include <unistd.h>
 
 namespace {
 
@@ -41,8 +42,8 @@ TEST_F(CPipeConnectorTest, SetUpOpensTheWriteEndOfAPeerThatReads)
 TEST_F(CPipeConnectorTest, InitPipeConnectionCalledTwiceStartsOneReaderAndKeepsTheFirstPaths)
 {
     Connect();
-    EXPECT_TRUE(_connector->initPipeConnection(_folder.Path("a").c_str(), kReadFlags,
-                                               _folder.Path("b").c_str(), kWriteFlags));
+    EXPECT_TRUE(_connector->initPipeConnection(_folder.At("a").c_str(), kReadFlags,
+                                               _folder.At("b").c_str(), kWriteFlags));
     EXPECT_TRUE(_connector->initReadMsgThread());
     RawPeer peer(_folder);
     for (int i = 0; i < 20; ++i)
@@ -51,8 +52,8 @@ TEST_F(CPipeConnectorTest, InitPipeConnectionCalledTwiceStartsOneReaderAndKeepsT
     // Two readers on one FIFO would take the messages out of turn.
     for (size_t i = 0; i < 20; ++i)
         EXPECT_STREQ(_sink.At(i).body.c_str(), std::to_string(i).c_str());
-    EXPECT_FALSE(PipeFolder::Exists(_folder.Path("a")));
-    EXPECT_FALSE(PipeFolder::Exists(_folder.Path("b")));
+    EXPECT_FALSE(PipeFolder::Exists(_folder.At("a")));
+    EXPECT_FALSE(PipeFolder::Exists(_folder.At("b")));
 }
 
 TEST_F(CPipeConnectorTest, APathTooLongIsRefusedAndNothingIsSetUp)
@@ -230,7 +231,7 @@ TEST_F(CPipeConnectorTest, DestructionEndsAReaderThatWaitsForASinkOrForItsFifo)
 {
     _connector = std::make_unique<CPipeConnector>(_name, std::chrono::hours(1));
     CPipeConnector withoutFifo(UniqueName(), std::chrono::hours(1));
-    const std::string missing = _folder.Path("no/such/folder");
+    const std::string missing = _folder.At("no/such/folder");
     ASSERT_TRUE(
         withoutFifo.initPipeConnection(missing.c_str(), kReadFlags, missing.c_str(), kWriteFlags));
     RawPeer peer(_folder);

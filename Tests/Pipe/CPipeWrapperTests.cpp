@@ -10,6 +10,7 @@
 #include <limits.h>
 #include <signal.h>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -41,7 +42,7 @@ protected:
     }
 
     PipeFolder _folder;
-    const std::string _path = _folder.Path("fifo");
+    const std::string _path = _folder.At("fifo");
     CPipeWrapper _reader;
     CPipeWrapper _writer;
 };
@@ -162,7 +163,7 @@ TEST_F(CPipeWrapperTest, ARegularFileAtThePathIsAFailedOpenAndStaysAsItWas)
 
 TEST_F(CPipeWrapperTest, ALinkToARegularFileIsAFailedOpen)
 {
-    const std::string target = _folder.Path("target");
+    const std::string target = _folder.At("target");
     std::ofstream(target) << "somebody's file";
     ASSERT_EQ(symlink(target.c_str(), _path.c_str()), 0);
     _writer.InitPipe(_path.c_str(), kWriteFlags);
@@ -172,7 +173,7 @@ TEST_F(CPipeWrapperTest, ALinkToARegularFileIsAFailedOpen)
 
 TEST_F(CPipeWrapperTest, ALinkToAFifoIsAFailedOpen)
 {
-    const std::string target = _folder.Path("target");
+    const std::string target = _folder.At("target");
     ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
     ASSERT_EQ(symlink(target.c_str(), _path.c_str()), 0);
     _reader.InitPipe(_path.c_str(), kReadFlags);

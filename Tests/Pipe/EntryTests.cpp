@@ -8,6 +8,7 @@
 
 #include <fstream>
 #include <signal.h>
+#include <unistd.h>
 
 namespace {
 

@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <future>
+#include <unistd.h>
 
 namespace {
 

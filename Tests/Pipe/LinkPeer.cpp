@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <signal.h>
+#include <unistd.h>
 
 namespace {
 

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
 
 RawReader::RawReader(const std::string &path)
     : _descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
@@ -18,8 +19,8 @@ protected:
     // A server's connector on FIFOs whose names begin with `prefix`.
     bool AddToServer(const std::string &name, const std::string &prefix)
     {
-        return _server->addConnector(name, _folder.Path(prefix + "-in").c_str(), kReadFlags,
-                                     _folder.Path(prefix + "-out").c_str(), kWriteFlags);
+        return _server->addConnector(name, _folder.At(prefix + "-in").c_str(), kReadFlags,
+                                     _folder.At(prefix + "-out").c_str(), kWriteFlags);
     }
 
     bool AddToClient(const std::string &name)
@@ -30,14 +31,14 @@ protected:
 
     bool BothExist(const std::string &prefix) const
     {
-        return PipeFolder::Exists(_folder.Path(prefix + "-in")) &&
-               PipeFolder::Exists(_folder.Path(prefix + "-out"));
+        return PipeFolder::Exists(_folder.At(prefix + "-in")) &&
+               PipeFolder::Exists(_folder.At(prefix + "-out"));
     }
 
     bool NeitherExists(const std::string &prefix) const
     {
-        return !PipeFolder::Exists(_folder.Path(prefix + "-in")) &&
-               !PipeFolder::Exists(_folder.Path(prefix + "-out"));
+        return !PipeFolder::Exists(_folder.At(prefix + "-in")) &&
+               !PipeFolder::Exists(_folder.At(prefix + "-out"));
     }
 
     PipeFolder _folder;

@@ -4,6 +4,7 @@
 #include "ChildProcess.h"
 
 #include <future>
+#include <unistd.h>
 
 namespace {
 
