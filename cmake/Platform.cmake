@@ -38,7 +38,7 @@ target_compile_options(vx_foundation INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:-fconstant-string-class=NSConstantString>
   $<$<COMPILE_LANGUAGE:OBJCXX>:-fno-strict-aliasing>
   # After clang's own folder, so that GCC's intrinsics headers do not shadow clang's.
-  "$<$<COMPILE_LANGUAGE:OBJCXX>:SHELL:-idirafter ${VX_OBJC_INCLUDE_DIR}>")
+  "$<$<COMPILE_LANGUAGE:OBJCXX>:SHELL:-idirafter \"${VX_OBJC_INCLUDE_DIR}\">")
 target_compile_definitions(vx_foundation INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:GNUSTEP>
   $<$<COMPILE_LANGUAGE:OBJCXX>:GNUSTEP_BASE_LIBRARY=1>
