@@ -25,10 +25,13 @@ fail() {
 logged() {
     local what=$1
     shift
-    mkdir -p "$(dirname "$log_file")"
+    { mkdir -p "$(dirname "$log_file")" && : >"$log_file"; } 2>/dev/null ||
+        fail "$what failed: cannot write $log_file"
     if ! "$@" >"$log_file" 2>&1 </dev/null; then
         local reason
-        reason=$(grep -m1 -iE '(^|[^a-z])(error|fatal|failed|unable)' "$log_file" || tail -n1 "$log_file")
+        reason=$(grep -m1 -E '(^|[: ])(error|fatal error|E|CMake Error[^:]*):' "$log_file" ||
+            grep -m1 -iE '(^|[^a-z])(error|fatal|failed|unable)' "$log_file" ||
+            tail -n1 "$log_file")
         fail "$what failed: ${reason:-no reason given} (all of it: $log_file)"
     fi
 }
@@ -68,8 +71,9 @@ build() {
         say "configuring $preset"
         logged "configuring" cmake --preset "$preset"
     fi
-    if ! ninja -C "$folder" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
-        say "building $preset"
+    if ninja -C "$folder" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
+        return
     fi
+    say "building $preset"
     logged "building" cmake --build --preset "$preset" ${1:+--target "$@"}
 }
