@@ -28,6 +28,7 @@ public:
     using Arena = std::deque<ScriptedEntry>;
 
     ScriptedEntry(Arena &arena, std::u16string name, uint32_t attributes);
+    ~ScriptedEntry() = default;
     ScriptedEntry(const ScriptedEntry &) = delete;
     ScriptedEntry &operator=(const ScriptedEntry &) = delete;
 

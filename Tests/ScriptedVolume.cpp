@@ -13,8 +13,8 @@ constexpr uint64_t kGarbageWord = 0xa5a5a5a5a5a5a5a5;
 
 bool isZero(const VolumeFindData &record)
 {
-    const VolumeFindData zero = {};
-    return memcmp(&record, &zero, sizeof(zero)) == 0;
+    const auto *bytes = reinterpret_cast<const unsigned char *>(&record);
+    return std::all_of(bytes, bytes + sizeof(record), [](unsigned char b) { return b == 0; });
 }
 
 uint64_t joined(uint32_t low, uint32_t high)

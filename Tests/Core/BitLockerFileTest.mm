@@ -11,7 +11,11 @@ constexpr int64_t kTwoTo32 = int64_t(1) << 32;
 
 class BitLockerFile : public CoreTest {
 protected:
-    ~BitLockerFile() override { [file release]; }
+    void TearDown() override
+    {
+        [file release];
+        CoreTest::TearDown();
+    }
 
     Z5BitLockerFile *openPath(NSString *path)
     {

@@ -27,7 +27,7 @@ protected:
 
     std::string install(const std::string &from, const std::string &to)
     {
-        const std::string path = folder.WriteFile(to, contents(from));
+        std::string path = folder.WriteFile(to, contents(from));
         chmod(path.c_str(), 0755);
         return path;
     }

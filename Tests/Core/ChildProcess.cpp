@@ -14,6 +14,7 @@ namespace {
 std::vector<char *> pointers(std::vector<std::string> &texts)
 {
     std::vector<char *> all;
+    all.reserve(texts.size() + 1);
     for (std::string &text : texts)
         all.push_back(&text[0]);
     all.push_back(nullptr);

@@ -30,7 +30,7 @@ Z5FindData *EntryOf(const VolumeFindData &record);
 // The catalogue is made by open(), after the test has built its tree.
 class CoreTest : public ::testing::Test {
 protected:
-    ~CoreTest() override;
+    void TearDown() override;
 
     ScriptedEntry &root() { return volume.root(); }
     Z5FileExplorerWapper *open();

@@ -49,7 +49,7 @@ Z5FindData *EntryOf(const VolumeFindData &record)
     return [[[Z5FindData alloc] initWithFindData:&record] autorelease];
 }
 
-CoreTest::~CoreTest()
+void CoreTest::TearDown()
 {
     volume.release();
     [explorer release];

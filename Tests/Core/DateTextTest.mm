@@ -125,6 +125,7 @@ TEST(DateText, MayBeMadeOnSeveralThreadsAtATime)
     const std::string expected = PlatformDateText(vx::kScriptedTime);
     std::vector<std::string> made(4);
     std::vector<std::thread> threads;
+    threads.reserve(made.size());
     for (std::string &each : made) {
         threads.emplace_back([&each] {
             @autoreleasepool {

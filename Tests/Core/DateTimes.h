@@ -61,7 +61,8 @@ inline std::vector<std::string> DateTextsThatDiffer(const std::vector<uint64_t> 
             const std::string ours = [[Z5FindData FormatFileTimeToString:time] UTF8String];
             const std::string theirs = PlatformDateText(time);
             if (ours != theirs)
-                differences.push_back(std::to_string(time) + ": " + ours + " / " + theirs);
+                differences.push_back(
+                    std::to_string(time).append(": " + ours + " / ").append(theirs));
         }
     }
     return differences;

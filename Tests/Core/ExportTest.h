@@ -26,7 +26,7 @@
 class ExportTest : public CoreTest {
 protected:
     ExportTest();
-    ~ExportTest() override;
+    void TearDown() override;
 
     // Plans the export of these entries of the root, or of the whole root.
     Z5FileManager *plan(const std::vector<std::string> &names = {});

@@ -45,11 +45,12 @@ ExportTest::ExportTest()
 {
 }
 
-ExportTest::~ExportTest()
+void ExportTest::TearDown()
 {
     [engine release];
     [delegate release];
     [_ends release];
+    CoreTest::TearDown();
 }
 
 Z5FileManager *ExportTest::plan(const std::vector<std::string> &names)

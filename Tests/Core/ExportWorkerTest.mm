@@ -15,6 +15,12 @@ constexpr uint64_t kMiB = 1 << 20;
 
 class ExportWorker : public ExportTest {};
 
+// Of a text in ASCII.
+std::u16string Units(const std::string &text)
+{
+    return std::u16string(text.begin(), text.end());
+}
+
 }  // namespace
 
 TEST_F(ExportWorker, ExportingMirrorsTheFullPathFromTheVolumesRoot)
@@ -41,10 +47,10 @@ TEST_F(ExportWorker, ExportingIntoTheFileSystemRootGivesTwoSlashesWhichTheFileSy
     size_t start = 1;
     for (size_t end = path.find('/', start); end != std::string::npos;
          end = path.find('/', start)) {
-        entry = &entry->folder(std::u16string(path.begin() + start, path.begin() + end));
+        entry = &entry->folder(Units(path.substr(start, end - start)));
         start = end + 1;
     }
-    ScriptedEntry &file = entry->file(std::u16string(path.begin() + start, path.end()), 10);
+    ScriptedEntry &file = entry->file(Units(path.substr(start)), 10);
     ASSERT_NE(plan(), nil);
     [engine copyTo:@"/" withDelegate:delegate];
     ASSERT_TRUE(finish());

@@ -80,7 +80,7 @@ TemporaryFolder::~TemporaryFolder()
 
 std::string TemporaryFolder::MakeFolder(const std::string &relative) const
 {
-    const std::string path = At(relative);
+    std::string path = At(relative);
     MakeParents(relative);
     Require(mkdir(path.c_str(), 0755) == 0 || errno == EEXIST, path);
     return path;
@@ -88,7 +88,7 @@ std::string TemporaryFolder::MakeFolder(const std::string &relative) const
 
 std::string TemporaryFolder::WriteFile(const std::string &relative, std::string_view contents) const
 {
-    const std::string path = At(relative);
+    std::string path = At(relative);
     MakeParents(relative);
     const auto stream = OpenStream(path, "wb");
     const size_t written = std::fwrite(contents.data(), 1, contents.size(), stream.get());
@@ -98,14 +98,14 @@ std::string TemporaryFolder::WriteFile(const std::string &relative, std::string_
 
 std::string TemporaryFolder::MakeSparseFile(const std::string &relative, long long bytes) const
 {
-    const std::string path = WriteFile(relative, "");
+    std::string path = WriteFile(relative, "");
     Require(truncate(path.c_str(), bytes) == 0, path);
     return path;
 }
 
 std::string TemporaryFolder::MakeLink(const std::string &relative, const std::string &text) const
 {
-    const std::string path = At(relative);
+    std::string path = At(relative);
     MakeParents(relative);
     Require(symlink(text.c_str(), path.c_str()) == 0, path);
     return path;
