@@ -18,7 +18,7 @@ protected:
     {
         std::ifstream library(VX_LIBRARY, std::ios::binary);
         const std::string bytes(std::istreambuf_iterator<char>(library), {});
-        const std::string copy = _folder.WriteFile("library", bytes);
+        std::string copy = _folder.WriteFile("library", bytes);
         chmod(copy.c_str(), 0755);
         return copy;
     }

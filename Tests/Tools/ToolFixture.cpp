@@ -29,7 +29,7 @@ void AddFiles(const std::string &folder, const std::string &prefix,
         return;
     while (const dirent *entry = readdir(open.get())) {
         const std::string name = entry->d_name;
-        const std::string path = folder + "/" + name;
+        const std::string path = std::string(folder).append("/").append(name);
         struct stat found;
         if (name == "." || name == ".." || lstat(path.c_str(), &found) != 0)
             continue;
@@ -64,7 +64,7 @@ ToolTest::Result ToolTest::RunWith(const std::string &library, const Arguments &
 // The library is put where a bare tool looks on either platform.
 std::string ToolTest::CopyOfTool(const std::string &library)
 {
-    const std::string tool = _folder.WriteFile("programs/bin/tool", ContentsOf(kTool));
+    std::string tool = _folder.WriteFile("programs/bin/tool", ContentsOf(kTool));
     chmod(tool.c_str(), 0755);
     for (const char *place : {"programs/bin/Resources/", "programs/"}) {
         const std::string link = std::string(place) + "libBitLockerWapper.dylib";
