@@ -241,6 +241,7 @@ bool ScriptedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
     call.operation = VolumeOperation::FindNextFile;
     call.handle = search;
     call.buffer = record;
+    call.recordWasZero = isZero(*record);
     const std::optional<Fault> fault = arrive(lock, std::move(call));
     Handle *known = used(search);
     return known != nullptr && fault != Fault::Fail && report(*known, record, fault);

@@ -67,7 +67,7 @@ struct VolumeCall {
     uint32_t count = 0;
     int64_t distance = 0;
     uint32_t origin = 0;
-    bool recordWasZero = false;  // FindFirstFile
+    bool recordWasZero = false;  // of the two find operations
 };
 
 class ScriptedVolume final : public IVolume {

@@ -81,6 +81,20 @@ TEST_F(FileExplorer, AListingCallsFirstThenNextOnTheSameHandleAndRecordThenClose
     EXPECT_EQ(volume.callsWithBadHandle(), 0u);
 }
 
+TEST_F(FileExplorer, TheRecordIsZeroedForTheFirstEntryAndNotAgain)
+{
+    root().file(u"1");
+    root().file(u"2");
+    open();
+    const auto first = volume.calls(VolumeOperation::FindFirstFile);
+    const auto next = volume.calls(VolumeOperation::FindNextFile);
+    ASSERT_EQ(first.size(), 1u);
+    ASSERT_EQ(next.size(), 2u);
+    EXPECT_TRUE(first[0].recordWasZero);
+    EXPECT_FALSE(next[0].recordWasZero);
+    EXPECT_FALSE(next[1].recordWasZero);
+}
+
 TEST_F(FileExplorer, ListingAFolderTwiceCallsTheVolumeOnceAndReturnsTheSameArrayObject)
 {
     root().folder(u"a").file(u"b");
