@@ -171,3 +171,27 @@ TEST_F(ExportPlan, TheEngineKeepsTheCatalogue)
     ASSERT_TRUE(run());
     EXPECT_EQ(sizeOf("a"), 3);
 }
+
+TEST_F(ExportPlan, APlanThatFailsLetsGoOfTheCatalogue)
+{
+    root().folder(u"empty");
+    open();
+    const NSUInteger before = [explorer retainCount];
+    @autoreleasepool {
+        EXPECT_EQ(plan({"empty"}), nil);
+    }
+    EXPECT_EQ([explorer retainCount], before);
+}
+
+TEST_F(ExportPlan, AnEngineThatIsReleasedLetsGoOfTheCatalogue)
+{
+    root().file(u"a", 3);
+    open();
+    const NSUInteger before = [explorer retainCount];
+    @autoreleasepool {
+        ASSERT_NE(plan(), nil);
+        [engine release];
+        engine = nil;
+    }
+    EXPECT_EQ([explorer retainCount], before);
+}
