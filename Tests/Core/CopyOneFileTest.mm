@@ -1,6 +1,8 @@
 // One file's copy, called on the test's own thread.
 #import "ExportTest.h"
 
+#import <objc/runtime.h>
+
 #include <csignal>
 #include <set>
 #include <sys/resource.h>
@@ -153,17 +155,20 @@ TEST_F(CopyOneFile, AnEngineThatIsReleasedFreesItsBuffer)
 {
     constexpr size_t kEngines = 250;
     root().file(u"a", kFew);
-    prepare();
+    open();
     for (size_t i = 0; i < kEngines; ++i) {
         @autoreleasepool {
             [engine release];
             ASSERT_NE(plan(), nil);
+            object_setInstanceVariable(engine, "_uiDelegate", [delegate retain]);
             ASSERT_TRUE(copy("a"));
         }
     }
+    const auto reads = volume.calls(VolumeOperation::ReadFile);
+    ASSERT_EQ(reads.size(), kEngines);
     std::set<const void *> buffers;
-    for (const vx::VolumeCall &call : volume.calls(VolumeOperation::ReadFile))
-        buffers.insert(call.buffer);
+    for (const vx::VolumeCall &read : reads)
+        buffers.insert(read.buffer);
     EXPECT_LT(buffers.size(), kEngines);
 }
 
