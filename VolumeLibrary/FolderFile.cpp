@@ -3,7 +3,6 @@
 #include "RetryInterrupted.h"
 
 #include <algorithm>
-#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,41 +10,22 @@ namespace vx {
 namespace {
 
 // No system refuses a single read of this size.
-constexpr int64_t kMaxReadBytes = 1 << 30;
-constexpr int64_t kMaxPosition = std::numeric_limits<int64_t>::max();
+constexpr uint32_t kMaxReadBytes = 1 << 30;
 
 }  // namespace
 
-bool FolderFile::Read(void *buffer, uint32_t count, uint32_t *done)
+bool FolderFile::ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done)
 {
-    auto *bytes = static_cast<char *>(buffer);
-    const int64_t wanted = std::min<int64_t>(count, kMaxPosition - _position);
-    *done = 0;
-    while (*done < wanted) {
-        const auto chunk = static_cast<size_t>(std::min(wanted - *done, kMaxReadBytes));
-        const ssize_t got =
-            RetryInterrupted([&] { return pread(_file.Get(), bytes + *done, chunk, _position); });
+    while (*done < count) {
+        const size_t chunk = std::min(count - *done, kMaxReadBytes);
+        const ssize_t got = RetryInterrupted(
+            [&] { return pread(_file.Get(), buffer + *done, chunk, position + *done); });
         if (got < 0)
             return false;
         if (got == 0)
             return true;
         *done += static_cast<uint32_t>(got);
-        _position += got;
     }
-    return true;
-}
-
-bool FolderFile::Move(int64_t distance, uint32_t origin)
-{
-    int64_t start = 0;
-    if (origin == static_cast<uint32_t>(Origin::kPosition))
-        start = _position;
-    else if (origin != static_cast<uint32_t>(Origin::kStart))
-        return false;
-    int64_t target = 0;
-    if (__builtin_add_overflow(start, distance, &target) || target < 0)
-        return false;
-    _position = target;
     return true;
 }
 

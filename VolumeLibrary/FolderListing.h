@@ -8,8 +8,8 @@
 #pragma once
 
 #include "EntryStat.h"
-#include "IVolume.h"
 #include "UniqueFd.h"
+#include "VolumeListing.h"
 
 #include <dirent.h>
 #include <memory>
@@ -19,15 +19,12 @@ namespace vx {
 
 class FolderRoot;
 
-class FolderListing {
+class FolderListing final : public VolumeListing {
 public:
-    enum class Step { kEntry, kEnd, kError };
-
     // Begins to list the folder at relative; null if it cannot be listed. root must outlive it.
     static std::unique_ptr<FolderListing> Open(const FolderRoot &root, const std::string &relative);
 
-    // kEntry: the record holds one more entry. Otherwise the record is left as it was.
-    Step Next(VolumeFindData *record);
+    Step Next(VolumeFindData *record) override;
 
 private:
     struct CloseFolder {

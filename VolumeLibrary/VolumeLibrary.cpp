@@ -4,6 +4,7 @@
 
 #include <mutex>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -21,13 +22,17 @@ IVolume *Keep(std::unique_ptr<OwnedVolume> volume)
     return kept.back().get();
 }
 
+// What the last opening on this thread had to say beyond its status.
+thread_local std::string lastDetail;
+
 VolumeLibraryStatus OpenAndKeep(const OpenRequest &request, IVolume **volume)
 {
     std::unique_ptr<OwnedVolume> opened;
-    const VolumeLibraryStatus status = OpenVolume(request, &opened);
-    if (status == VolumeLibraryStatus::kSuccess)
+    OpenError error = OpenVolume(request, &opened);
+    if (!error)
         *volume = Keep(std::move(opened));
-    return status;
+    lastDetail = std::move(error.detail);
+    return error.status;
 }
 
 VolumeLibraryStatus OpenForCaller(const OpenRequest &request, IVolume **volume) noexcept
@@ -48,9 +53,15 @@ int32_t open_bitlocker_device(const char *device, const char *unlockKind, const 
                               IVolume **volume) noexcept
 {
     VolumeLibraryStatus status = VolumeLibraryStatus::kArgumentMissing;
+    vx::lastDetail.clear();
     if (volume != nullptr)
         *volume = nullptr;
     if (volume != nullptr && device != nullptr && unlockKind != nullptr && secret != nullptr)
         status = vx::OpenForCaller({device, unlockKind, secret}, volume);
     return static_cast<int32_t>(status);
+}
+
+const char *volume_library_last_error() noexcept
+{
+    return vx::lastDetail.c_str();
 }

@@ -2,14 +2,24 @@
 // The header stands alone: it needs neither the library nor any other header of ours.
 //
 // The entry takes three UTF-8 texts and the place for the volume:
-//   1. what to open: the path of a folder;
-//   2. how it is unlocked: "none";
-//   3. the secret: empty, and not looked at, when nothing is unlocked.
+//   1. what to open: the path of a folder, an image or a device; of a disk with several volumes
+//      "PATH#2" is the second one of its list;
+//   2. how it is unlocked: "none", "password", "recovery" or "startup-key";
+//   3. the secret: empty, and not looked at, for "none"; the password; the recovery password of
+//      48 digits; the path of the startup key file.
 // A status other than 0 always comes with a null volume. The numbers never change their
 // meaning: 1 to 19 concern opening anything at all, 20 to 39 encrypted disks and images.
+//
+// A program may say more than the status does: VolumeLibraryLastErrorFunction, looked up under
+// the name "volume_library_last_error", answers with the details of the last opening on the same
+// thread, e.g. which group of a recovery password is mistyped, how the volume can be unlocked or
+// which volumes a disk has. English, UTF-8, without a full stop, empty if there is nothing to
+// add; it never contains a secret. An older library has no such function.
 #pragma once
 
 #include <cstdint>
+
+using VolumeLibraryLastErrorFunction = const char *(*)();
 
 enum class VolumeLibraryStatus : int32_t {
     kSuccess = 0,
@@ -17,7 +27,7 @@ enum class VolumeLibraryStatus : int32_t {
     kArgumentMissing = 1,         // one of the four pointers is null
     kUnlockKindNotSupported = 2,  // the second text names no kind of unlock that is known
     kNotFound = 3,                // nothing has the given path
-    kNotAFolder = 4,              // the path leads to something else than a folder
+    kNotAFolder = 4,              // neither a folder nor, if supported, a disk or an image
     kPermissionDenied = 5,        // the folder or device may not be read by this user
     kReadFailed = 6,              // the system failed to open or read it for another reason
     kOutOfMemory = 7,
@@ -37,6 +47,9 @@ enum class VolumeLibraryStatus : int32_t {
     kFileSystemNotSupported = 31,  // unlocked, but the file system is not known
     kSeveralVolumes = 32,          // the disk holds several volumes and none was chosen
     kContainerNotSupported = 33,   // the image is of a kind that is not known
+    kSecretNeeded = 34,            // encrypted, and "none" does not open it
+    kCancelled = 35,               // opening was given up before it was decided
+    kNoSuchVolume = 36,            // the disk has no volume of the chosen number
 };
 
 // The status in plain words: no capital at the start, no full stop, so that it can follow a
@@ -49,11 +62,11 @@ inline const char *VolumeLibraryStatusText(int32_t status)
     case VolumeLibraryStatus::kArgumentMissing:
         return "the volume library was called without an argument that it needs";
     case VolumeLibraryStatus::kUnlockKindNotSupported:
-        return "this kind of unlock is not supported; a plain folder opens with \"none\"";
+        return "this kind of unlock is not known; there are none, password, recovery and startup-key";
     case VolumeLibraryStatus::kNotFound:
         return "there is nothing at this path";
     case VolumeLibraryStatus::kNotAFolder:
-        return "the path does not lead to a folder";
+        return "the path leads to nothing that can be opened as a volume";
     case VolumeLibraryStatus::kPermissionDenied:
         return "no permission to read it; a device usually needs an administrator's rights";
     case VolumeLibraryStatus::kReadFailed:
@@ -90,6 +103,12 @@ inline const char *VolumeLibraryStatusText(int32_t status)
         return "the disk holds several volumes; choose one";
     case VolumeLibraryStatus::kContainerNotSupported:
         return "the kind of disk image is not supported";
+    case VolumeLibraryStatus::kSecretNeeded:
+        return "the volume is encrypted; a password, a recovery password or a key is needed";
+    case VolumeLibraryStatus::kCancelled:
+        return "opening the volume was given up";
+    case VolumeLibraryStatus::kNoSuchVolume:
+        return "the disk has no volume of this number";
     }
     return "the volume library answered with an unknown status";
 }

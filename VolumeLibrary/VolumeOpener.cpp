@@ -1,17 +1,32 @@
 #include "VolumeOpener.h"
 
 #include "FolderVolume.h"
+#include "Image/ImageVolumeOpener.h"
+#include "UnlockKind.h"
 
-#include <string_view>
+#include <sys/stat.h>
 
 namespace vx {
+namespace {
 
-VolumeLibraryStatus OpenVolume(const OpenRequest &request, std::unique_ptr<OwnedVolume> *volume)
+bool IsFolder(const char *path)
 {
-    const std::string_view kind = request.unlockKind;
-    if (kind != "none")
-        return VolumeLibraryStatus::kUnlockKindNotSupported;
-    return FolderVolume::Open(request.device, volume);
+    struct stat found;
+    return stat(path, &found) == 0 && S_ISDIR(found.st_mode);
+}
+
+}  // namespace
+
+OpenError OpenVolume(const OpenRequest &request, std::unique_ptr<OwnedVolume> *volume)
+{
+    const auto unlock = ParseUnlockKind(request.unlockKind);
+    if (!unlock)
+        return {VolumeLibraryStatus::kUnlockKindNotSupported, ""};
+    if (!IsFolder(request.device))
+        return OpenImageVolume({request.device, *unlock, request.secret}, volume);
+    if (*unlock != UnlockKind::kNone)
+        return {VolumeLibraryStatus::kNotEncrypted, "it is a folder; open it with \"none\""};
+    return {FolderVolume::Open(request.device, volume), ""};
 }
 
 }  // namespace vx

@@ -1,8 +1,8 @@
 // Chooses the kind of volume for what a caller wants opened. Each kind is a class of its own.
 #pragma once
 
+#include "OpenError.h"
 #include "OwnedVolume.h"
-#include "VolumeLibraryStatus.h"
 
 #include <memory>
 
@@ -15,8 +15,8 @@ struct OpenRequest {
     const char *secret;
 };
 
-// volume receives the opened volume when the result is kSuccess, and is not touched otherwise.
+// volume receives the opened volume when there is no error, and is not touched otherwise.
 // May throw std::bad_alloc.
-VolumeLibraryStatus OpenVolume(const OpenRequest &request, std::unique_ptr<OwnedVolume> *volume);
+OpenError OpenVolume(const OpenRequest &request, std::unique_ptr<OwnedVolume> *volume);
 
 }  // namespace vx

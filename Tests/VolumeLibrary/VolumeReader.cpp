@@ -80,7 +80,8 @@ std::optional<std::string> ReadWholeFile(IVolume &volume, const std::u16string &
 std::unique_ptr<OwnedVolume> OpenFolderVolume(const std::string &path)
 {
     std::unique_ptr<OwnedVolume> volume;
-    EXPECT_EQ(OpenVolume({path.c_str(), "none", ""}, &volume), VolumeLibraryStatus::kSuccess);
+    const OpenError error = OpenVolume({path.c_str(), "none", ""}, &volume);
+    EXPECT_EQ(error.status, VolumeLibraryStatus::kSuccess) << error.detail;
     return volume;
 }
 

@@ -1,0 +1,110 @@
+#include "HandleVolume.h"
+
+namespace vx {
+namespace {
+
+// The result of call, or of failure if it throws, which only happens for want of memory.
+template <typename Result, typename Call>
+Result OrIfThrown(Result failure, Call call) noexcept
+{
+    try {
+        return call();
+    } catch (...) {
+        return failure;
+    }
+}
+
+void SplitHalves(int64_t value, uint32_t *low, uint32_t *high)
+{
+    *low = static_cast<uint32_t>(value);
+    *high = static_cast<uint32_t>(static_cast<uint64_t>(value) >> 32);
+}
+
+int64_t JoinHalves(uint32_t low, uint32_t high)
+{
+    return static_cast<int64_t>(static_cast<uint64_t>(high) << 32 | low);
+}
+
+}  // namespace
+
+VolumeHandle HandleVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
+{
+    return OrIfThrown<VolumeHandle>(nullptr, [&]() -> VolumeHandle {
+        const auto path = VolumePath::FromPattern(pattern);
+        if (!path || record == nullptr)
+            return nullptr;
+        auto listing = OpenListing(*path);
+        if (!listing || listing->Next(record) == VolumeListing::Step::kError)
+            return nullptr;
+        return listing.release();
+    });
+}
+
+bool HandleVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
+{
+    if (search == nullptr || record == nullptr)
+        return false;
+    return OrIfThrown(false, [&] {
+        return static_cast<VolumeListing *>(search)->Next(record) == VolumeListing::Step::kEntry;
+    });
+}
+
+bool HandleVolume::FindClose(VolumeHandle search)
+{
+    delete static_cast<VolumeListing *>(search);
+    return search != nullptr;
+}
+
+VolumeHandle HandleVolume::OpenFile(const char16_t *path, uint32_t, uint32_t, uint32_t)
+{
+    return OrIfThrown<VolumeHandle>(nullptr, [&]() -> VolumeHandle {
+        const auto checked = VolumePath::FromFile(path);
+        return checked ? OpenVolumeFile(*checked).release() : nullptr;
+    });
+}
+
+bool HandleVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done)
+{
+    if (done != nullptr)
+        *done = 0;
+    if (file == nullptr || done == nullptr || (buffer == nullptr && count > 0))
+        return false;
+    return OrIfThrown(false,
+                      [&] { return static_cast<VolumeFile *>(file)->Read(buffer, count, done); });
+}
+
+bool HandleVolume::WriteFile(VolumeHandle, const void *, uint32_t, uint32_t *done)
+{
+    if (done != nullptr)
+        *done = 0;
+    return false;
+}
+
+bool HandleVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t *high,
+                                   uint32_t origin)
+{
+    if (file == nullptr || low == nullptr || high == nullptr)
+        return false;
+    auto *opened = static_cast<VolumeFile *>(file);
+    const bool moved = opened->Move(JoinHalves(*low, *high), origin);
+    SplitHalves(opened->Position(), low, high);
+    return moved;
+}
+
+bool HandleVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high)
+{
+    if (file == nullptr || low == nullptr || high == nullptr)
+        return false;
+    const auto size = static_cast<VolumeFile *>(file)->Size();
+    if (size)
+        SplitHalves(*size, low, high);
+    return size.has_value();
+}
+
+bool HandleVolume::CloseHandle(VolumeHandle file)
+{
+    delete static_cast<VolumeFile *>(file);
+    return file != nullptr;
+}
+
+}  // namespace vx

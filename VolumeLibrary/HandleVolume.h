@@ -1,0 +1,45 @@
+// The operations of IVolume over two small interfaces, a listing and a file, so that a kind of
+// volume only says how it begins a listing and how it opens a file.
+//
+// Ownership: a handle is a VolumeListing or a VolumeFile, which FindClose or CloseHandle
+// deletes. Handles must be closed before the volume goes.
+// Threads: takes no lock; as many at a time as the kind of volume allows.
+// Errors: null or false, for null pointers too; nothing is thrown, also when memory runs out.
+#pragma once
+
+#include "OwnedVolume.h"
+#include "VolumeFile.h"
+#include "VolumeListing.h"
+#include "VolumePath.h"
+
+#include <memory>
+
+namespace vx {
+
+class HandleVolume : public OwnedVolume {
+public:
+    VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) final;
+    // A folder that fails while it is listed ends there.
+    bool FindNextFile(VolumeHandle search, VolumeFindData *record) final;
+    bool FindClose(VolumeHandle search) final;
+
+    // The three modes make no difference.
+    VolumeHandle OpenFile(const char16_t *path, uint32_t mode1, uint32_t mode2,
+                          uint32_t mode3) final;
+    // True with fewer bytes than count at the end of the file; false on an error, with done
+    // telling the bytes before it.
+    bool ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done) final;
+    // Always false, with nothing done.
+    bool WriteFile(VolumeHandle file, const void *buffer, uint32_t count, uint32_t *done) final;
+    // The halves receive the position that holds afterwards, also when the move is refused.
+    bool SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t *high, uint32_t origin) final;
+    bool QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high) final;
+    bool CloseHandle(VolumeHandle file) final;
+
+protected:
+    // Each returns null if that is not possible, and may throw std::bad_alloc.
+    virtual std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) = 0;
+    virtual std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) = 0;
+};
+
+}  // namespace vx

@@ -1,0 +1,43 @@
+// Small reads of a byte source out of a few large blocks that are kept: tables and folders,
+// never the contents of files.
+//
+// Ownership: shares the source. Threads: any number at a time; a block is read while the lock is
+// held, so that it is read once. Memory: kBlocks * kBlockBytes.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+#include "ThreadSafety.h"
+
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace vx {
+
+class CachedSource final : public bitlocker::ByteSource {
+public:
+    static constexpr size_t kBlockBytes = size_t{64} << 10;
+    static constexpr size_t kBlocks = 32;
+
+    explicit CachedSource(std::shared_ptr<const bitlocker::ByteSource> source);
+
+    uint64_t size() const override { return _source->size(); }
+    // count is best well below a block.
+    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+
+private:
+    struct Block {
+        uint64_t number = 0;
+        uint64_t lastUse = 0;  // 0: holds nothing
+        std::vector<uint8_t> bytes;
+    };
+
+    bitlocker::Error Load(uint64_t number, const Block **found) const VX_REQUIRES(_mutex);
+
+    const std::shared_ptr<const bitlocker::ByteSource> _source;
+    mutable Mutex _mutex;
+    mutable std::array<Block, kBlocks> _blocks VX_GUARDED_BY(_mutex);
+    mutable uint64_t _uses VX_GUARDED_BY(_mutex) = 0;
+};
+
+}  // namespace vx

@@ -1,0 +1,69 @@
+#include "ContainerKind.h"
+
+#include <cstring>
+#include <string_view>
+
+namespace vx {
+namespace {
+
+struct Signature {
+    size_t offset;
+    std::string_view bytes;
+    const char *name;
+};
+
+using namespace std::string_view_literals;
+
+constexpr Signature kUnsupported[] = {
+    {0, "vhdxfile"sv, "a VHDX image"},
+    {0, "QFI\xFB"sv, "a QCOW image"},
+    {64, "\x7F\x10\xDA\xBE"sv, "a VDI image"},
+    {0, "EVF2\x0D\x0A\x81\x00"sv, "an Ex01 image"},
+    {0, "LEF2\x0D\x0A\x81\x00"sv, "an Lx01 image"},
+    {0, "PK\x03\x04"sv, "a ZIP archive; unpack it first"},
+    {0,
+     "\xFD"
+     "7zXZ\x00"sv,
+     "compressed with xz; unpack it first"},
+    {0, "\x1F\x8B\x08"sv, "compressed with gzip; unpack it first"},
+    {0, "BZh"sv, "compressed with bzip2; unpack it first"},
+    {0, "\x28\xB5\x2F\xFD"sv, "compressed with zstd; unpack it first"},
+    {0, "7z\xBC\xAF\x27\x1C"sv, "a 7z archive; unpack it first"},
+};
+
+constexpr Signature kOfTsk[] = {
+    {0, "EVF\x09\x0D\x0A\xFF\x00"sv, "E01"},
+    {0, "conectix"sv, "VHD"},
+    {0, "KDMV"sv, "VMDK"},
+    {0, "# Disk DescriptorFile"sv, "VMDK"},
+    {0, "AFF10\x0D\x0A\x00"sv, "AFF"},
+};
+
+bool Matches(const Signature &signature, bitlocker::ByteView head)
+{
+    const bitlocker::ByteView found = head.from(signature.offset);
+    return found.size >= signature.bytes.size() &&
+           std::memcmp(found.data, signature.bytes.data(), signature.bytes.size()) == 0;
+}
+
+}  // namespace
+
+const char *UnsupportedContainer(bitlocker::ByteView head)
+{
+    for (const Signature &signature : kUnsupported) {
+        if (Matches(signature, head))
+            return signature.name;
+    }
+    return nullptr;
+}
+
+bool IsTskContainer(bitlocker::ByteView head)
+{
+    for (const Signature &signature : kOfTsk) {
+        if (Matches(signature, head))
+            return true;
+    }
+    return false;
+}
+
+}  // namespace vx

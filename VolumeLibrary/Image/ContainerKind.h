@@ -1,0 +1,18 @@
+// Kinds of image files that cannot be read, told by their first bytes, so that they are not
+// taken for raw images without a file system.
+#pragma once
+
+#include "Bitlocker/ByteView.h"
+
+namespace vx {
+
+constexpr size_t kContainerProbeBytes = 512;
+
+// "a VHDX image"; null for everything else. head: the first kContainerProbeBytes, or fewer if
+// the file is shorter.
+const char *UnsupportedContainer(bitlocker::ByteView head);
+
+// Whether the file is an image of a format of its own that libtsk reads.
+bool IsTskContainer(bitlocker::ByteView head);
+
+}  // namespace vx

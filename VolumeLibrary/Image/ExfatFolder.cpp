@@ -1,0 +1,110 @@
+#include "ExfatFolder.h"
+
+#include "FatFolder.h"
+#include "FatTime.h"
+#include "Little.h"
+#include "Wtf8.h"
+
+namespace vx {
+namespace {
+
+using Step = VolumeListing::Step;
+
+constexpr uint8_t kEnd = 0;
+constexpr uint8_t kFile = 0x85;
+constexpr uint8_t kStream = 0xC0;
+constexpr uint8_t kName = 0xC1;
+constexpr uint8_t kBelongsToFile = 0xC0;  // the two highest bits of what follows a file
+constexpr size_t kNameBytes = 30;
+constexpr uint8_t kHasNoChain = 0x02;
+constexpr uint16_t kAttributes = 0x37;
+constexpr uint32_t kAttributeNormal = 0x80;
+
+}  // namespace
+
+Step ExfatFolder::Next(FolderEntry *entry)
+{
+    for (;;) {
+        const Step step = TakeSet();
+        if (step != Step::kEntry)
+            return step;
+        if (IsSetGood() && TakeFile(entry))
+            return Step::kEntry;
+    }
+}
+
+// A file and the entries that follow and belong to it.
+Step ExfatFolder::TakeSet()
+{
+    _set.clear();
+    for (;;) {
+        if (!_hasNext) {
+            const FolderBytes::Step step = _bytes.Next(&_next);
+            if (step == FolderBytes::Step::kError)
+                return Step::kError;
+            if (step == FolderBytes::Step::kEnd || _next[0] == kEnd)
+                return _set.empty() ? Step::kEnd : Step::kEntry;
+        }
+        _hasNext = true;
+        const bool continues = !_set.empty() && (_next[0] & kBelongsToFile) == kBelongsToFile;
+        if (!_set.empty() && !continues)
+            return Step::kEntry;
+        _hasNext = false;
+        if (continues || _next[0] == kFile)
+            _set.push_back(_next);
+        if (!_set.empty() && _set.size() == size_t{_set[0][1]} + 1)
+            return Step::kEntry;
+    }
+}
+
+bool ExfatFolder::IsSetGood() const
+{
+    if (_set.size() < 3 || _set.size() != size_t{_set[0][1]} + 1 || _set[1][0] != kStream)
+        return false;
+    uint16_t sum = 0;
+    for (size_t i = 0; i < _set.size(); ++i) {
+        for (size_t at = 0; at < FolderBytes::kEntryBytes; ++at) {
+            if (i != 0 || (at != 2 && at != 3))
+                sum = static_cast<uint16_t>((sum >> 1 | sum << 15) + _set[i][at]);
+        }
+    }
+    return sum == Little16(_set[0].data() + 2);
+}
+
+// False for an entry that is not shown.
+bool ExfatFolder::TakeFile(FolderEntry *entry) const
+{
+    const uint8_t *stream = _set[1].data();
+    std::vector<uint8_t> units;
+    for (size_t i = 2; i < _set.size() && _set[i][0] == kName; ++i)
+        units.insert(units.end(), _set[i].begin() + 2, _set[i].begin() + 2 + kNameBytes);
+    const size_t nameBytes = size_t{2} * stream[3];
+    if (nameBytes > units.size())
+        return false;
+    entry->name = Wtf8FromUtf16(bitlocker::ByteView(units).first(nameBytes));
+    FatNode node;
+    node.isFolder = (_set[0][4] & kVolumeAttributeDirectory) != 0;
+    node.isContiguous = (stream[1] & kHasNoChain) != 0;
+    node.firstCluster = Little32(stream + 20);
+    node.size = Little64(stream + 24);
+    node.written = Little64(stream + 8);
+    entry->node = node.Pack();
+    return node.size <= FatNode::kMostBytes && IsEntryName(entry->name);
+}
+
+void ExfatFolder::Describe(VolumeFindData *record) const
+{
+    const uint8_t *file = _set[0].data();
+    const uint32_t attributes = Little16(file + 4) & kAttributes;
+    const bool isFolder = (attributes & kVolumeAttributeDirectory) != 0;
+    const uint64_t size = isFolder ? 0 : Little64(_set[1].data() + 24);
+    record->attributes = attributes != 0 ? attributes : kAttributeNormal;
+    record->creationTime = FileTimeFromExfat(Little32(file + 8), file[20], file[22]);
+    record->lastWriteTime = FileTimeFromExfat(Little32(file + 12), file[21], file[23]);
+    record->lastAccessTime = FileTimeFromExfat(Little32(file + 16), 0, file[24]);
+    record->sizeHigh = static_cast<uint32_t>(size >> 32);
+    record->sizeLow = static_cast<uint32_t>(size);
+    record->reserved = 0;
+}
+
+}  // namespace vx

@@ -1,0 +1,63 @@
+// A file that lies in runs on the volume, read directly from the source and by no lock.
+//
+// Ownership: shares the source. Threads: as VolumeFile; any number of files at a time.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+#include "VolumeFile.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace vx {
+
+// A run of a file's bytes.
+struct Extent {
+    enum class Kind { kStored, kZeros };
+
+    uint64_t position = 0;  // in the file
+    uint64_t length = 0;    // bytes, never 0
+    uint64_t offset = 0;    // on the volume; of kStored only
+    Kind kind = Kind::kStored;
+};
+
+// Appends a run, joining it with the last one if it goes on there.
+void AppendExtent(const Extent &extent, std::vector<Extent> *extents);
+
+// In the order of their positions, without overlaps. What no run holds cannot be read.
+struct FileExtents {
+    uint64_t size = 0;
+    uint64_t initialised = 0;  // what follows reads as zeros
+    std::vector<Extent> runs;
+};
+
+// Reads count bytes at position out of the runs; false on an error, with done telling the bytes
+// before it.
+bool ReadRuns(const bitlocker::ByteSource &source, const std::vector<Extent> &runs,
+              uint64_t position, char *buffer, uint32_t count, uint32_t *done);
+// The same for a file whose end may not have been written yet; all must lie before its size.
+bool ReadExtents(const bitlocker::ByteSource &source, const FileExtents &extents, uint64_t position,
+                 char *buffer, uint32_t count, uint32_t *done);
+
+// How many of count bytes at position are stored, and not zeros.
+uint64_t StoredBytes(const std::vector<Extent> &runs, uint64_t position, uint64_t count);
+
+class ExtentFile final : public VolumeFile {
+public:
+    ExtentFile(std::shared_ptr<const bitlocker::ByteSource> source, FileExtents extents)
+        : _source(std::move(source)), _extents(std::move(extents))
+    {
+    }
+
+    std::optional<int64_t> Size() const override { return static_cast<int64_t>(_extents.size); }
+
+protected:
+    bool ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done) override;
+
+private:
+    const std::shared_ptr<const bitlocker::ByteSource> _source;
+    const FileExtents _extents;
+};
+
+}  // namespace vx

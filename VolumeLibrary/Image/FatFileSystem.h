@@ -1,0 +1,36 @@
+// FAT12, FAT16, FAT32 and exFAT, for reading.
+//
+// libtsk recognises the volume (FatGeometry); folders and files are then read by FatFolder,
+// ExfatFolder and FatChain.
+// Threads: any number at a time; unchanging but for what CachedSource keeps.
+#pragma once
+
+#include "FatChain.h"
+#include "FatFolder.h"
+#include "FileSystem.h"
+#include "OpenError.h"
+
+namespace vx {
+
+class FatFileSystem final : public FileSystem {
+public:
+    // Errors: kFileSystemDamaged.
+    static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> volume,
+                          std::unique_ptr<FileSystem> *fileSystem);
+
+    Node Root() const override;
+    std::unique_ptr<FolderReader> OpenFolder(const Node &folder) const override;
+    std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
+
+private:
+    FatFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume, const FatGeometry &geometry);
+    bool IsRoot(const Node &folder) const;
+    std::optional<std::vector<Extent>> RunsOfFolder(const Node &folder) const;
+
+    const std::shared_ptr<const bitlocker::ByteSource> _volume;
+    const FatGeometry _geometry;
+    const CachedSource _tables;  // the table and the folders
+    const FatChain _chain;
+};
+
+}  // namespace vx

@@ -1,0 +1,183 @@
+#include "FatFolder.h"
+
+#include "FatTime.h"
+#include "Little.h"
+#include "Utf8.h"
+#include "Wtf8.h"
+
+#include <cstring>
+
+namespace vx {
+namespace {
+
+using Step = VolumeListing::Step;
+
+constexpr uint8_t kEnd = 0;
+constexpr uint8_t kDeleted = 0xE5;
+constexpr uint8_t kStandsForE5 = 0x05;
+constexpr uint8_t kVolumeLabel = 0x08;
+constexpr uint8_t kLongNamePart = 0x0F;
+constexpr uint8_t kAttributes = 0x3F;
+constexpr uint8_t kLastPart = 0x40;
+constexpr unsigned kMostParts = 20;
+constexpr size_t kPartBytes = 26;
+constexpr size_t kShortBytes = 11;
+constexpr size_t kStemBytes = 8;
+constexpr uint8_t kStemIsSmall = 0x08;
+constexpr uint8_t kEndingIsSmall = 0x10;
+constexpr uint32_t kAttributeNormal = 0x80;
+
+constexpr uint64_t kFolderBit = uint64_t{1} << 63;
+constexpr uint64_t kContiguousBit = uint64_t{1} << 62;
+
+uint8_t CheckOf(const uint8_t *shortName)
+{
+    uint8_t sum = 0;
+    for (size_t i = 0; i < kShortBytes; ++i)
+        sum = static_cast<uint8_t>((sum >> 1 | sum << 7) + shortName[i]);
+    return sum;
+}
+
+// The upper half of the code page that DOS used in the West; other ones cannot be told apart.
+constexpr char16_t kCodePage437[] =
+    u"\u00C7\u00FC\u00E9\u00E2\u00E4\u00E0\u00E5\u00E7\u00EA\u00EB\u00E8\u00EF\u00EE\u00EC\u00C4"
+    u"\u00C5\u00C9\u00E6\u00C6\u00F4\u00F6\u00F2\u00FB\u00F9\u00FF\u00D6\u00DC\u00A2\u00A3\u00A5"
+    u"\u20A7\u0192\u00E1\u00ED\u00F3\u00FA\u00F1\u00D1\u00AA\u00BA\u00BF\u2310\u00AC\u00BD\u00BC"
+    u"\u00A1\u00AB\u00BB\u2591\u2592\u2593\u2502\u2524\u2561\u2562\u2556\u2555\u2563\u2551\u2557"
+    u"\u255D\u255C\u255B\u2510\u2514\u2534\u252C\u251C\u2500\u253C\u255E\u255F\u255A\u2554\u2569"
+    u"\u2566\u2560\u2550\u256C\u2567\u2568\u2564\u2565\u2559\u2558\u2552\u2553\u256B\u256A\u2518"
+    u"\u250C\u2588\u2584\u258C\u2590\u2580\u03B1\u00DF\u0393\u03C0\u03A3\u03C3\u00B5\u03C4\u03A6"
+    u"\u0398\u03A9\u03B4\u221E\u03C6\u03B5\u2229\u2261\u00B1\u2265\u2264\u2320\u2321\u00F7\u2248"
+    u"\u00B0\u2219\u00B7\u221A\u207F\u00B2\u25A0\u00A0";
+
+// Appends a part of the short name without the spaces at its end.
+void AppendShort(const uint8_t *bytes, size_t count, bool isSmall, std::string *name)
+{
+    while (count > 0 && bytes[count - 1] == ' ')
+        --count;
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t byte = bytes[i];
+        const bool isLetter = byte >= 'A' && byte <= 'Z';
+        const char32_t plain = isLetter && isSmall ? byte + 32u : byte;
+        AppendUtf8(byte < 0x80 ? plain : kCodePage437[byte - 0x80], name);
+    }
+}
+
+std::string ShortName(const FolderBytes::Entry &entry)
+{
+    uint8_t bytes[kShortBytes];
+    std::memcpy(bytes, entry.data(), sizeof bytes);
+    if (bytes[0] == kStandsForE5)
+        bytes[0] = kDeleted;
+    std::string name;
+    std::string ending;
+    AppendShort(bytes, kStemBytes, (entry[12] & kStemIsSmall) != 0, &name);
+    AppendShort(bytes + kStemBytes, kShortBytes - kStemBytes, (entry[12] & kEndingIsSmall) != 0,
+                &ending);
+    return ending.empty() ? name : name + '.' + ending;
+}
+
+// The units before the zero that ends a name which does not fill its last part.
+bitlocker::ByteView UnitsOf(const std::vector<uint8_t> &units)
+{
+    size_t count = 0;
+    while (count + 1 < units.size() && (units[count] != 0 || units[count + 1] != 0))
+        count += 2;
+    return bitlocker::ByteView(units).first(count);
+}
+
+}  // namespace
+
+Node FatNode::Pack() const
+{
+    return {firstCluster, size | (isFolder ? kFolderBit : 0) | (isContiguous ? kContiguousBit : 0),
+            written};
+}
+
+FatNode FatNode::Unpack(const Node &node)
+{
+    FatNode unpacked;
+    unpacked.firstCluster = static_cast<uint32_t>(node.place);
+    unpacked.size = node.size & ~(kFolderBit | kContiguousBit);
+    unpacked.written = node.written;
+    unpacked.isFolder = (node.size & kFolderBit) != 0;
+    unpacked.isContiguous = (node.size & kContiguousBit) != 0;
+    return unpacked;
+}
+
+Step FatFolder::Next(FolderEntry *entry)
+{
+    for (;;) {
+        const FolderBytes::Step step = _bytes.Next(&_entry);
+        if (step == FolderBytes::Step::kError)
+            return Step::kError;
+        if (step == FolderBytes::Step::kEnd || _entry[0] == kEnd)
+            return Step::kEnd;
+        if (_entry[0] == kDeleted) {
+            _longName.reset();
+        } else if ((_entry[11] & kAttributes) == kLongNamePart) {
+            TakeNamePart();
+        } else {
+            const bool isShown = TakeFile(entry);
+            _longName.reset();
+            if (isShown)
+                return Step::kEntry;
+        }
+    }
+}
+
+void FatFolder::TakeNamePart()
+{
+    const unsigned number = _entry[0] & 0x1F;
+    if ((_entry[0] & kLastPart) != 0) {
+        _longName.reset();
+        if (number == 0 || number > kMostParts)
+            return;
+        _longName = LongName{std::vector<uint8_t>(number * kPartBytes), _entry[13], number};
+    }
+    if (!_longName)
+        return;
+    if (number == 0 || number != _longName->next || _entry[13] != _longName->check) {
+        _longName.reset();
+        return;
+    }
+    uint8_t *part = _longName->units.data() + (number - 1) * kPartBytes;
+    std::memcpy(part, _entry.data() + 1, 10);
+    std::memcpy(part + 10, _entry.data() + 14, 12);
+    std::memcpy(part + 22, _entry.data() + 28, 4);
+    --_longName->next;
+}
+
+// False for an entry that is not shown.
+bool FatFolder::TakeFile(FolderEntry *entry)
+{
+    if ((_entry[11] & kVolumeLabel) != 0)
+        return false;
+    const bool hasLongName =
+        _longName && _longName->next == 0 && _longName->check == CheckOf(_entry.data());
+    entry->name = hasLongName ? Wtf8FromUtf16(UnitsOf(_longName->units)) : ShortName(_entry);
+    FatNode node;
+    node.isFolder = (_entry[11] & kVolumeAttributeDirectory) != 0;
+    node.firstCluster =
+        Little16(_entry.data() + 26) | static_cast<uint32_t>(Little16(_entry.data() + 20)) << 16;
+    node.size = node.isFolder ? 0 : Little32(_entry.data() + 28);
+    node.written = node.size;
+    entry->node = node.Pack();
+    return IsEntryName(entry->name);
+}
+
+void FatFolder::Describe(VolumeFindData *record) const
+{
+    const uint8_t *at = _entry.data();
+    const uint32_t attributes = at[11] & (kAttributes & ~kVolumeLabel);
+    const bool isFolder = (attributes & kVolumeAttributeDirectory) != 0;
+    record->attributes = attributes != 0 ? attributes : kAttributeNormal;
+    record->creationTime = FileTimeFromFat(Little16(at + 16), Little16(at + 14), at[13]);
+    record->lastAccessTime = FileTimeFromFat(Little16(at + 18), 0, 0);
+    record->lastWriteTime = FileTimeFromFat(Little16(at + 24), Little16(at + 22), 0);
+    record->sizeHigh = 0;
+    record->sizeLow = isFolder ? 0 : Little32(at + 28);
+    record->reserved = 0;
+}
+
+}  // namespace vx

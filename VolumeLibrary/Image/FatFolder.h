@@ -1,0 +1,52 @@
+// Reads a folder of FAT12, FAT16 or FAT32. Left out are deleted entries, volume labels, "." and
+// "..". An entry without a long name is shown by its short one, in small letters where the disk
+// says so.
+//
+// A node's place is the first cluster; its size holds two flags in the highest bits.
+#pragma once
+
+#include "FileSystem.h"
+#include "FolderBytes.h"
+
+#include <optional>
+
+namespace vx {
+
+// What is known of a file or folder of FAT or exFAT by its node.
+struct FatNode {
+    uint32_t firstCluster = 0;
+    uint64_t size = 0;     // bytes; 0 for a folder of FAT
+    uint64_t written = 0;  // what follows reads as zeros
+    bool isFolder = false;
+    bool isContiguous = false;  // exFAT: there is no chain
+
+    static constexpr uint64_t kMostBytes = uint64_t{1} << 60;
+
+    Node Pack() const;
+    static FatNode Unpack(const Node &node);
+};
+
+class FatFolder final : public FolderReader {
+public:
+    explicit FatFolder(FolderBytes bytes) : _bytes(std::move(bytes)) {}
+
+    VolumeListing::Step Next(FolderEntry *entry) override;
+    void Describe(VolumeFindData *record) const override;
+
+private:
+    // The parts of a long name, which come in front of the entry, the last part first.
+    struct LongName {
+        std::vector<uint8_t> units;  // UTF-16
+        uint8_t check;
+        unsigned next;  // the number of the part that is to follow; 0: it is whole
+    };
+
+    void TakeNamePart();
+    bool TakeFile(FolderEntry *entry);
+
+    FolderBytes _bytes;
+    FolderBytes::Entry _entry = {};
+    std::optional<LongName> _longName;
+};
+
+}  // namespace vx

@@ -1,0 +1,135 @@
+#include "FatGeometry.h"
+
+#include "Little.h"
+#include "TskError.h"
+#include "TskImage.h"
+
+#include <algorithm>
+#include <tsk/libtsk.h>
+
+namespace vx {
+namespace {
+
+using Kind = FatGeometry::Kind;
+
+constexpr uint32_t kFirstCluster = 2;
+constexpr uint64_t kMostClusters = 0xFFFFFFF4;
+constexpr uint64_t kLargestCluster = uint64_t{32} << 20;
+constexpr uint32_t kEntryBytes = 32;
+
+struct CloseFileSystem {
+    void operator()(TSK_FS_INFO *fileSystem) const { tsk_fs_close(fileSystem); }
+};
+using FileSystemPointer = std::unique_ptr<TSK_FS_INFO, CloseFileSystem>;
+
+OpenError Damaged(const char *what)
+{
+    return {VolumeLibraryStatus::kFileSystemDamaged, what};
+}
+
+// Which of the four it is, as libtsk tells them apart.
+OpenError AskForKind(std::shared_ptr<const bitlocker::ByteSource> volume, Kind *kind)
+{
+    const TskImage image(std::move(volume));
+    const FileSystemPointer opened(tsk_fs_open_img(image.Get(), 0, TSK_FS_TYPE_FAT_DETECT));
+    if (!opened)
+        return {VolumeLibraryStatus::kFileSystemDamaged, TakeTskError()};
+    switch (opened->ftype) {
+    case TSK_FS_TYPE_FAT12:
+        *kind = Kind::k12;
+        return {};
+    case TSK_FS_TYPE_FAT16:
+        *kind = Kind::k16;
+        return {};
+    case TSK_FS_TYPE_FAT32:
+        *kind = Kind::k32;
+        return {};
+    case TSK_FS_TYPE_EXFAT:
+        *kind = Kind::kExfat;
+        return {};
+    default:
+        return Damaged("its kind cannot be told");
+    }
+}
+
+bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
+{
+    const uint64_t sectorBytes = Little16(sector + 11);
+    const uint64_t clusterSectors = sector[13];
+    const uint64_t reserved = Little16(sector + 14);
+    const uint64_t tables = sector[16];
+    const uint64_t rootBytes = uint64_t{Little16(sector + 17)} * kEntryBytes;
+    const uint64_t sectors =
+        Little16(sector + 19) != 0 ? Little16(sector + 19) : Little32(sector + 32);
+    const uint64_t tableSectors =
+        Little16(sector + 22) != 0 ? Little16(sector + 22) : Little32(sector + 36);
+    if (!IsPowerOfTwo(sectorBytes) || !IsPowerOfTwo(clusterSectors) || sectorBytes < 512)
+        return false;
+    const uint64_t rootSector = reserved + tables * tableSectors;
+    const uint64_t firstSector = rootSector + (rootBytes + sectorBytes - 1) / sectorBytes;
+    if (firstSector >= sectors)
+        return false;
+    geometry->clusterBytes = static_cast<uint32_t>(clusterSectors * sectorBytes);
+    geometry->tableOffset = reserved * sectorBytes;
+    geometry->tableBytes = tableSectors * sectorBytes;
+    geometry->clustersOffset = firstSector * sectorBytes;
+    geometry->clusters = (sectors - firstSector) / clusterSectors;
+    geometry->rootOffset = rootSector * sectorBytes;
+    geometry->rootBytes = static_cast<uint32_t>(rootBytes);
+    geometry->rootCluster = geometry->kind == Kind::k32 ? Little32(sector + 44) : 0;
+    return true;
+}
+
+bool TakeExfat(const uint8_t *sector, FatGeometry *geometry)
+{
+    const unsigned sectorShift = sector[108];
+    const unsigned clusterShift = sector[109];
+    if (sectorShift < 9 || sectorShift > 12 || clusterShift > 25 - sectorShift)
+        return false;
+    geometry->clusterBytes = 1u << (sectorShift + clusterShift);
+    geometry->tableOffset = uint64_t{Little32(sector + 80)} << sectorShift;
+    geometry->tableBytes = uint64_t{Little32(sector + 84)} << sectorShift;
+    geometry->clustersOffset = uint64_t{Little32(sector + 88)} << sectorShift;
+    geometry->clusters = Little32(sector + 92);
+    geometry->rootCluster = Little32(sector + 96);
+    return true;
+}
+
+// How many clusters the table has room for.
+uint64_t ClustersOfTable(const FatGeometry &geometry)
+{
+    switch (geometry.kind) {
+    case Kind::k12:
+        return geometry.tableBytes * 2 / 3;
+    case Kind::k16:
+        return geometry.tableBytes / 2;
+    case Kind::k32:
+    case Kind::kExfat:
+        break;
+    }
+    return geometry.tableBytes / 4;
+}
+
+}  // namespace
+
+OpenError ReadFatGeometry(std::shared_ptr<const bitlocker::ByteSource> volume,
+                          FatGeometry *geometry)
+{
+    uint8_t sector[512];
+    if (volume->readAt(0, sector, sizeof sector))
+        return Damaged("its first sector cannot be read");
+    if (OpenError error = AskForKind(std::move(volume), &geometry->kind))
+        return error;
+    const bool good =
+        geometry->kind == Kind::kExfat ? TakeExfat(sector, geometry) : TakeFat(sector, geometry);
+    if (!good || geometry->clusters == 0 || geometry->clusterBytes > kLargestCluster)
+        return Damaged("its first sector makes no sense");
+    const uint64_t end =
+        std::min({geometry->clusters + kFirstCluster, ClustersOfTable(*geometry), kMostClusters});
+    if (end <= kFirstCluster)
+        return Damaged("its allocation table is too small");
+    geometry->lastCluster = static_cast<uint32_t>(end - 1);
+    return {};
+}
+
+}  // namespace vx

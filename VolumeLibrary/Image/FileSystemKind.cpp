@@ -1,0 +1,68 @@
+#include "FileSystemKind.h"
+
+#include "Bitlocker/VolumeOpener.h"
+#include "Little.h"
+
+#include <cstring>
+
+namespace vx {
+namespace {
+
+constexpr size_t kSectorBytes = 512;
+
+bool HasName(const uint8_t *sector, const char *name)
+{
+    return std::memcmp(sector + 3, name, std::strlen(name)) == 0;
+}
+
+// FAT has no name that could be relied upon, so its numbers must make sense. The boot code of a
+// disk with partitions does not pass for them.
+bool LooksLikeFat(const uint8_t *sector)
+{
+    const unsigned sectorSize = Little16(sector + 11);
+    const unsigned reserved = Little16(sector + 14);
+    const bool jumps = sector[0] == 0xEB || sector[0] == 0xE9;
+    const bool ends = sector[510] == 0x55 && sector[511] == 0xAA;
+    return jumps && ends && sectorSize >= 512 && sectorSize <= 4096 && IsPowerOfTwo(sectorSize) &&
+           IsPowerOfTwo(sector[13]) && reserved > 0 && sector[16] >= 1 && sector[16] <= 2 &&
+           (sector[21] == 0xF0 || sector[21] >= 0xF8);
+}
+
+}  // namespace
+
+FileSystemKind ProbeFileSystem(const bitlocker::ByteSource &volume)
+{
+    uint8_t sector[kSectorBytes];
+    if (volume.size() < sizeof sector || volume.readAt(0, sector, sizeof sector))
+        return FileSystemKind::kUnknown;
+    if (bitlocker::VolumeOpener::recognises(volume))
+        return FileSystemKind::kEncrypted;
+    if (HasName(sector, "NTFS    "))
+        return FileSystemKind::kNtfs;
+    if (HasName(sector, "EXFAT   "))
+        return FileSystemKind::kExfat;
+    if (HasName(sector, "ReFS"))
+        return FileSystemKind::kRefs;
+    return LooksLikeFat(sector) ? FileSystemKind::kFat : FileSystemKind::kUnknown;
+}
+
+const char *FileSystemName(FileSystemKind kind)
+{
+    switch (kind) {
+    case FileSystemKind::kUnknown:
+        break;
+    case FileSystemKind::kEncrypted:
+        return "encrypted";
+    case FileSystemKind::kNtfs:
+        return "NTFS";
+    case FileSystemKind::kExfat:
+        return "exFAT";
+    case FileSystemKind::kFat:
+        return "FAT";
+    case FileSystemKind::kRefs:
+        return "ReFS";
+    }
+    return "unknown";
+}
+
+}  // namespace vx

@@ -1,0 +1,32 @@
+// One pass over a folder of a file system: an open search. When it has come to the end, the
+// names of the folder are handed to the index.
+// Ownership: borrows the index. Threads: one at a time.
+#pragma once
+
+#include "FolderIndex.h"
+#include "VolumeListing.h"
+
+namespace vx {
+
+class FileSystemListing final : public VolumeListing {
+public:
+    // index must outlive the listing.
+    FileSystemListing(FolderIndex *index, uint64_t folder, std::unique_ptr<FolderReader> reader);
+
+    Step Next(VolumeFindData *record) override;
+    // Reads all the names for the sake of one; nothing if it is not there or the folder cannot
+    // be read to its end.
+    std::optional<Node> ReadToEnd(std::string_view name);
+
+private:
+    Step Take();
+    void Finish();
+
+    FolderIndex &_index;
+    const uint64_t _folder;
+    const std::unique_ptr<FolderReader> _reader;
+    FolderEntry _entry;
+    std::shared_ptr<FolderMap> _map = std::make_shared<FolderMap>();  // null after the end
+};
+
+}  // namespace vx

@@ -1,0 +1,32 @@
+// A file system as a volume, for reading only.
+//
+// A path is followed name by name through the folders' indexes (FolderIndex); a folder that is
+// not there yet, or no longer, is read once. Names are matched exactly as they are listed. A
+// folder that is its own ancestor is refused, so that a damaged tree cannot go in circles.
+// Ownership: owns the file system. Threads: any number at a time, each with handles of its own.
+#pragma once
+
+#include "FolderIndex.h"
+#include "HandleVolume.h"
+
+namespace vx {
+
+class FileSystemVolume final : public HandleVolume {
+public:
+    explicit FileSystemVolume(std::unique_ptr<FileSystem> fileSystem);
+
+protected:
+    std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
+    std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
+
+private:
+    enum class Wanted { kFolder, kFile };
+
+    std::optional<Node> Resolve(std::string_view relative, Wanted wanted);
+    std::optional<Node> Find(const Node &folder, std::string_view name);
+
+    const std::unique_ptr<FileSystem> _fileSystem;
+    FolderIndex _index;
+};
+
+}  // namespace vx

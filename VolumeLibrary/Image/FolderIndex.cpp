@@ -1,0 +1,77 @@
+#include "FolderIndex.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace vx {
+namespace {
+
+uint64_t HashOf(std::string_view name)
+{
+    return std::hash<std::string_view>()(name);
+}
+
+}  // namespace
+
+void FolderMap::Add(std::string_view name, const Node &node)
+{
+    if (_entries.size() == kMostEntries) {
+        _entries = {};
+        _isWhole = false;
+    }
+    if (_isWhole)
+        _entries.push_back({HashOf(name), node});
+}
+
+void FolderMap::Seal()
+{
+    std::stable_sort(_entries.begin(), _entries.end(),
+                     [](const Entry &a, const Entry &b) { return a.hash < b.hash; });
+    _entries.shrink_to_fit();
+}
+
+std::optional<Node> FolderMap::Find(std::string_view name) const
+{
+    const uint64_t hash = HashOf(name);
+    const auto found =
+        std::lower_bound(_entries.begin(), _entries.end(), hash,
+                         [](const Entry &entry, uint64_t wanted) { return entry.hash < wanted; });
+    if (found == _entries.end() || found->hash != hash)
+        return std::nullopt;
+    return found->node;
+}
+
+std::shared_ptr<const FolderMap> FolderIndex::Find(uint64_t folder)
+{
+    const MutexLock lock(_mutex);
+    const auto known = _places.find(folder);
+    if (known == _places.end())
+        return nullptr;
+    _folders.splice(_folders.begin(), _folders, known->second);
+    return known->second->map;
+}
+
+void FolderIndex::Keep(uint64_t folder, std::shared_ptr<const FolderMap> map)
+{
+    const MutexLock lock(_mutex);
+    const auto known = _places.find(folder);
+    if (known != _places.end())
+        Forget(known->second);
+    if (!map->IsWhole())
+        return;
+    while (!_folders.empty() &&
+           (_entries + map->Size() > kMostEntries || _folders.size() == kMostFolders))
+        Forget(std::prev(_folders.end()));
+    _entries += map->Size();
+    _folders.push_front({folder, std::move(map)});
+    _places.emplace(folder, _folders.begin());
+}
+
+void FolderIndex::Forget(Folders::iterator folder)
+{
+    _entries -= folder->map->Size();
+    _places.erase(folder->place);
+    _folders.erase(folder);
+}
+
+}  // namespace vx

@@ -1,0 +1,69 @@
+// Which node has which name, of the folders that were read last, so that opening a file by its
+// path does not read the folders on the way again.
+//
+// Names are kept as 64-bit hashes, 32 bytes for each entry. Where two names of one folder have
+// the same hash the first is found; a file system that is not made to deceive has no such pair.
+// Threads: any number at a time. Memory: kMostEntries; a larger folder is not kept at all, so
+// that opening a file of it reads the folder again.
+#pragma once
+
+#include "FileSystem.h"
+#include "ThreadSafety.h"
+
+#include <list>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace vx {
+
+// The entries of one folder; unchanging once it was sealed.
+class FolderMap {
+public:
+    static constexpr size_t kMostEntries = size_t{1} << 19;
+
+    // One more than kMostEntries makes it hold nothing for good.
+    void Add(std::string_view name, const Node &node);
+    // No more is added from now on.
+    void Seal();
+    std::optional<Node> Find(std::string_view name) const;
+    size_t Size() const { return _entries.size(); }
+    bool IsWhole() const { return _isWhole; }
+
+private:
+    struct Entry {
+        uint64_t hash;
+        Node node;
+    };
+
+    std::vector<Entry> _entries;
+    bool _isWhole = true;
+};
+
+class FolderIndex {
+public:
+    static constexpr size_t kMostEntries = FolderMap::kMostEntries;
+    static constexpr size_t kMostFolders = 4096;
+
+    // Null if the folder is not known.
+    std::shared_ptr<const FolderMap> Find(uint64_t folder);
+    // Forgets the folders used least recently to make room.
+    void Keep(uint64_t folder, std::shared_ptr<const FolderMap> map);
+
+private:
+    struct Folder {
+        uint64_t place;
+        std::shared_ptr<const FolderMap> map;
+    };
+    using Folders = std::list<Folder>;
+
+    void Forget(Folders::iterator folder) VX_REQUIRES(_mutex);
+
+    Mutex _mutex;
+    Folders _folders VX_GUARDED_BY(_mutex);  // the one used last comes first
+    std::unordered_map<uint64_t, Folders::iterator> _places VX_GUARDED_BY(_mutex);
+    size_t _entries VX_GUARDED_BY(_mutex) = 0;
+};
+
+}  // namespace vx

@@ -1,0 +1,25 @@
+// Opens a disk, a partition or an image as a volume: container, partition table, decryption and
+// file system, one after the other.
+#pragma once
+
+#include "OpenError.h"
+#include "OwnedVolume.h"
+#include "UnlockKind.h"
+
+#include <memory>
+#include <string>
+
+namespace vx {
+
+struct ImageRequest {
+    // A path; "#" and a number behind it choose one of the volumes of a disk, unless something
+    // has that name.
+    std::string device;
+    UnlockKind unlock;
+    const char *secret;
+};
+
+// volume receives the opened volume when there is no error. May throw std::bad_alloc.
+OpenError OpenImageVolume(const ImageRequest &request, std::unique_ptr<OwnedVolume> *volume);
+
+}  // namespace vx

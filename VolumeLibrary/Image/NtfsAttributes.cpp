@@ -1,0 +1,85 @@
+#include "NtfsAttributes.h"
+
+#include "Little.h"
+
+namespace vx {
+namespace {
+
+constexpr uint32_t kAttributeNormal = 0x80;
+constexpr uint32_t kAttributeReparse = 0x400;
+constexpr uint32_t kAttributeOffline = 0x1000;
+constexpr uint32_t kAttributeRecallOnOpen = 0x40000;
+constexpr uint32_t kAttributeRecallOnRead = 0x400000;
+
+// Tags of reparse points: of a file in the cloud, which may be here as well.
+constexpr uint32_t kCloudTag = 0x9000001A;
+constexpr uint32_t kCloudVariants = 0x0000F000;
+
+// The standard information: three times and the attributes among others.
+bitlocker::ByteView StandardInformation(const NtfsRecord &file)
+{
+    constexpr size_t kLeastBytes = 36;
+    const auto attribute = file.Find(NtfsType::kStandardInformation, {});
+    const bool good = attribute && attribute->isResident && attribute->value.size >= kLeastBytes;
+    return good ? attribute->value : bitlocker::ByteView();
+}
+
+uint32_t StoredAttributes(const NtfsRecord &file)
+{
+    const bitlocker::ByteView information = StandardInformation(file);
+    return information.size > 0 ? Little32(information.data + 32) : 0;
+}
+
+void SetSize(uint64_t size, VolumeFindData *record)
+{
+    record->sizeHigh = static_cast<uint32_t>(size >> 32);
+    record->sizeLow = static_cast<uint32_t>(size);
+}
+
+void SetAttributes(uint32_t stored, bool isFolder, VolumeFindData *record)
+{
+    constexpr uint32_t kOfTheIndexOnly = 0xF0000000;
+    stored &= ~(kOfTheIndexOnly | kAttributeNormal | kVolumeAttributeDirectory);
+    if (isFolder)
+        stored |= kVolumeAttributeDirectory;
+    record->attributes = stored != 0 ? stored : kAttributeNormal;
+    record->reserved = 0;
+}
+
+}  // namespace
+
+void DescribeNtfsFile(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                      const NtfsRecord &file, uint64_t number, VolumeFindData *record)
+{
+    const bitlocker::ByteView information = StandardInformation(file);
+    const bool known = information.size > 0;
+    record->creationTime = known ? Little64(information.data) : 0;
+    record->lastWriteTime = known ? Little64(information.data + 8) : 0;
+    record->lastAccessTime = known ? Little64(information.data + 24) : 0;
+    SetAttributes(StoredAttributes(file), file.IsFolder(), record);
+    SetSize(file.IsFolder() ? 0 : StreamSize(mft, volume, file, number, NtfsType::kData), record);
+}
+
+void DescribeNtfsName(const NtfsIndexName &name, VolumeFindData *record)
+{
+    const bool isFolder = (name.flags & NtfsIndexName::kFolder) != 0;
+    record->creationTime = name.created;
+    record->lastWriteTime = name.written;
+    record->lastAccessTime = name.accessed;
+    SetAttributes(name.flags, isFolder, record);
+    SetSize(isFolder ? 0 : name.size, record);
+}
+
+bool HoldsItsOwnData(const NtfsRecord &file)
+{
+    const uint32_t attributes = StoredAttributes(file);
+    if ((attributes & (kAttributeOffline | kAttributeRecallOnOpen | kAttributeRecallOnRead)) != 0)
+        return false;
+    if ((attributes & kAttributeReparse) == 0)
+        return true;
+    const auto point = file.Find(NtfsType::kReparsePoint, {});
+    return point && point->isResident && point->value.size >= 4 &&
+           (Little32(point->value.data) & ~kCloudVariants) == kCloudTag;
+}
+
+}  // namespace vx

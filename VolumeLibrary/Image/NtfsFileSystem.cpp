@@ -1,0 +1,76 @@
+#include "NtfsFileSystem.h"
+
+#include "NtfsAttributes.h"
+#include "NtfsCompressedFile.h"
+#include "NtfsFolder.h"
+#include "ResidentFile.h"
+
+namespace vx {
+namespace {
+
+constexpr uint64_t kRootNumber = 5;
+
+}  // namespace
+
+NtfsFileSystem::NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume,
+                               std::unique_ptr<NtfsMft> mft)
+    : _volume(volume), _tables(std::move(volume)), _mft(std::move(mft))
+{
+}
+
+OpenError NtfsFileSystem::Open(std::shared_ptr<const bitlocker::ByteSource> volume,
+                               std::unique_ptr<FileSystem> *fileSystem)
+{
+    std::unique_ptr<NtfsMft> mft;
+    if (OpenError error = NtfsMft::Open(volume, &mft))
+        return error;
+    fileSystem->reset(new NtfsFileSystem(std::move(volume), std::move(mft)));
+    return {};
+}
+
+Node NtfsFileSystem::Root() const
+{
+    return {kRootNumber, 0, 0};
+}
+
+std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder) const
+{
+    const auto record = _mft->Load(folder.place);
+    if (!record || !record->IsFolder() || !HoldsItsOwnData(*record))
+        return nullptr;
+    return NtfsFolder::Open(*_mft, _tables, *record, NtfsNumber(folder.place));
+}
+
+std::unique_ptr<VolumeFile> NtfsFileSystem::OpenFile(const Node &file) const
+{
+    const auto record = _mft->Load(file.place);
+    if (!record || record->IsFolder() || !HoldsItsOwnData(*record))
+        return nullptr;
+    NtfsStream data;
+    const NtfsFound found =
+        FindStream(*_mft, _tables, *record, NtfsNumber(file.place), NtfsType::kData, {}, &data);
+    if (found == NtfsFound::kDamaged)
+        return nullptr;
+    if (found == NtfsFound::kNo)
+        return std::make_unique<ResidentFile>(std::vector<uint8_t>());
+    return OpenStream(std::move(data));
+}
+
+std::unique_ptr<VolumeFile> NtfsFileSystem::OpenStream(NtfsStream stream) const
+{
+    if ((stream.flags & NtfsAttribute::kEncrypted) != 0)
+        return nullptr;
+    if (stream.isResident)
+        return std::make_unique<ResidentFile>(std::move(stream.bytes));
+    if ((stream.flags & NtfsAttribute::kCompressed) == 0 || stream.compressionShift == 0)
+        return std::make_unique<ExtentFile>(_volume, std::move(stream.extents));
+    const uint64_t unit = stream.compressionShift > 20
+                              ? 0
+                              : uint64_t{_mft->Geometry().clusterBytes} << stream.compressionShift;
+    if (unit == 0 || unit > NtfsCompressedFile::kLargestUnit)
+        return nullptr;
+    return std::make_unique<NtfsCompressedFile>(_volume, std::move(stream.extents),
+                                                static_cast<uint32_t>(unit));
+}
+
+}  // namespace vx

@@ -1,0 +1,35 @@
+// NTFS, for reading.
+//
+// Shown: every name of a file but the short ones, also several of one file. Not shown: streams
+// with names, the file system's own files, deleted files. What leads elsewhere, and files that
+// Windows has encrypted one by one, are shown but do not open.
+#pragma once
+
+#include "CachedSource.h"
+#include "FileSystem.h"
+#include "NtfsMft.h"
+#include "NtfsStream.h"
+
+namespace vx {
+
+class NtfsFileSystem final : public FileSystem {
+public:
+    // Errors: kFileSystemDamaged, kFileSystemNotSupported.
+    static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> volume,
+                          std::unique_ptr<FileSystem> *fileSystem);
+
+    Node Root() const override;
+    std::unique_ptr<FolderReader> OpenFolder(const Node &folder) const override;
+    std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
+
+private:
+    NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume,
+                   std::unique_ptr<NtfsMft> mft);
+    std::unique_ptr<VolumeFile> OpenStream(NtfsStream stream) const;
+
+    const std::shared_ptr<const bitlocker::ByteSource> _volume;
+    const CachedSource _tables;  // indexes and lists of attributes
+    const std::unique_ptr<NtfsMft> _mft;
+};
+
+}  // namespace vx

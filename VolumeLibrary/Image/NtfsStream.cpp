@@ -1,0 +1,147 @@
+#include "NtfsStream.h"
+
+#include "Little.h"
+
+#include <limits>
+
+namespace vx {
+namespace {
+
+constexpr uint64_t kLargestList = uint64_t{256} << 10;
+constexpr uint64_t kLargestFile = std::numeric_limits<int64_t>::max();
+
+bool TakeFirstPart(const NtfsAttribute &part, NtfsStream *stream)
+{
+    stream->flags = part.flags;
+    stream->compressionShift = part.compressionShift;
+    stream->isResident = part.isResident;
+    if (part.isResident)
+        stream->bytes = part.value.copy();
+    stream->extents.size = part.size;
+    stream->extents.initialised = part.initialised;
+    return part.size <= kLargestFile;
+}
+
+bool TakePart(const NtfsMft &mft, const NtfsAttribute &part, NtfsStream *stream)
+{
+    if (part.firstCluster == 0 && !TakeFirstPart(part, stream))
+        return false;
+    if (part.isResident != stream->isResident)
+        return false;
+    return part.isResident ||
+           AppendRuns(part.value, part.firstCluster, mft.Geometry(), &stream->extents.runs);
+}
+
+// An entry of the list that says which record holds which attribute.
+struct ListEntry {
+    NtfsType type = NtfsType::kData;
+    bitlocker::ByteView name;
+    uint64_t firstCluster = 0;
+    NtfsReference record = 0;
+};
+
+// Takes the first entry off the list; false at its end.
+bool TakeEntry(bitlocker::ByteView *list, ListEntry *entry)
+{
+    constexpr size_t kHeaderBytes = 26;
+    if (list->size < kHeaderBytes)
+        return false;
+    const uint8_t *at = list->data;
+    const size_t length = Little16(at + 4);
+    const size_t nameBytes = size_t{2} * at[6];
+    if (length < kHeaderBytes || length > list->size || at[7] + nameBytes > length)
+        return false;
+    entry->type = static_cast<NtfsType>(Little32(at));
+    entry->name = {at + at[7], nameBytes};
+    entry->firstCluster = Little64(at + 8);
+    entry->record = Little64(at + 16);
+    *list = list->from(length);
+    return true;
+}
+
+bool IsNamed(const ListEntry &entry, std::u16string_view name)
+{
+    if (entry.name.size != 2 * name.size())
+        return false;
+    for (size_t i = 0; i < name.size(); ++i) {
+        if (Little16(entry.name.data + 2 * i) != name[i])
+            return false;
+    }
+    return true;
+}
+
+std::optional<std::vector<uint8_t>>
+ReadList(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsAttribute &list)
+{
+    NtfsStream stream;
+    if (list.size > kLargestList || !TakePart(mft, list, &stream))
+        return std::nullopt;
+    if (stream.isResident)
+        return std::move(stream.bytes);
+    std::vector<uint8_t> bytes(static_cast<size_t>(stream.extents.size));
+    uint32_t done = 0;
+    if (!ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
+                     static_cast<uint32_t>(bytes.size()), &done))
+        return std::nullopt;
+    return bytes;
+}
+
+// Adds the part that the entry speaks of.
+bool TakeListed(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, const ListEntry &entry,
+                std::u16string_view name, NtfsStream *stream)
+{
+    if (NtfsNumber(entry.record) == number) {
+        const auto part = file.Find(entry.type, name, entry.firstCluster);
+        return part && TakePart(mft, *part, stream);
+    }
+    const auto record = mft.Load(entry.record);
+    if (!record || NtfsNumber(record->Base()) != number)
+        return false;
+    const auto part = record->Find(entry.type, name, entry.firstCluster);
+    return part && TakePart(mft, *part, stream);
+}
+
+}  // namespace
+
+NtfsFound FindStream(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                     const NtfsRecord &file, uint64_t number, NtfsType type,
+                     std::u16string_view name, NtfsStream *stream)
+{
+    const auto list = file.Find(NtfsType::kAttributeList, {});
+    if (!list) {
+        const auto only = file.Find(type, name);
+        if (!only)
+            return NtfsFound::kNo;
+        return TakePart(mft, *only, stream) ? NtfsFound::kYes : NtfsFound::kDamaged;
+    }
+    const auto bytes = ReadList(mft, volume, *list);
+    if (!bytes)
+        return NtfsFound::kDamaged;
+    bitlocker::ByteView left(*bytes);
+    ListEntry entry;
+    NtfsFound found = NtfsFound::kNo;
+    while (TakeEntry(&left, &entry)) {
+        if (entry.type != type || !IsNamed(entry, name))
+            continue;
+        if (found == NtfsFound::kNo && entry.firstCluster != 0)
+            return NtfsFound::kDamaged;
+        if (!TakeListed(mft, file, number, entry, name, stream))
+            return NtfsFound::kDamaged;
+        found = NtfsFound::kYes;
+    }
+    return found;
+}
+
+uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, NtfsType type)
+{
+    if (const auto first = file.Find(type, {}))
+        return first->size;
+    NtfsStream stream;
+    if (!file.Find(NtfsType::kAttributeList, {}) ||
+        FindStream(mft, volume, file, number, type, {}, &stream) != NtfsFound::kYes)
+        return 0;
+    return stream.Size();
+}
+
+}  // namespace vx

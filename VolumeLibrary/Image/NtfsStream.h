@@ -1,0 +1,29 @@
+// One stream of a file: an attribute with all its parts, which may lie in several records.
+#pragma once
+
+#include "NtfsMft.h"
+
+namespace vx {
+
+struct NtfsStream {
+    bool isResident = false;
+    uint16_t flags = 0;             // of NtfsAttribute
+    unsigned compressionShift = 0;  // clusters of a compression unit, as a power of two
+    std::vector<uint8_t> bytes;     // if resident
+    FileExtents extents;            // otherwise
+
+    uint64_t Size() const { return isResident ? bytes.size() : extents.size; }
+};
+
+enum class NtfsFound { kYes, kNo, kDamaged };
+
+// Reads where a stream of the file lies, not its contents. file: the record that stands for it.
+NtfsFound FindStream(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                     const NtfsRecord &file, uint64_t number, NtfsType type,
+                     std::u16string_view name, NtfsStream *stream);
+
+// Its size alone; 0 if there is none.
+uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, NtfsType type);
+
+}  // namespace vx

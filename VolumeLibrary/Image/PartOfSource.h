@@ -1,0 +1,31 @@
+// A range of a byte source, such as a partition of a disk. What lies behind the end of the
+// source reads as truncated.
+// Ownership: shares the source. Threads: as the source.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+
+#include <memory>
+#include <utility>
+
+namespace vx {
+
+class PartOfSource final : public bitlocker::ByteSource {
+public:
+    // offset + size must not overflow.
+    PartOfSource(std::shared_ptr<const bitlocker::ByteSource> source, uint64_t offset,
+                 uint64_t size)
+        : _source(std::move(source)), _offset(offset), _size(size)
+    {
+    }
+
+    uint64_t size() const override { return _size; }
+    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+
+private:
+    const std::shared_ptr<const bitlocker::ByteSource> _source;
+    const uint64_t _offset;
+    const uint64_t _size;
+};
+
+}  // namespace vx

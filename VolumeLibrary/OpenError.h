@@ -1,0 +1,18 @@
+// Why a disk or image could not be opened: a status of the library, and what is to be said
+// beyond its text. detail never contains a secret.
+#pragma once
+
+#include "VolumeLibraryStatus.h"
+
+#include <string>
+
+namespace vx {
+
+struct [[nodiscard]] OpenError {
+    VolumeLibraryStatus status = VolumeLibraryStatus::kSuccess;
+    std::string detail;
+
+    explicit operator bool() const { return status != VolumeLibraryStatus::kSuccess; }
+};
+
+}  // namespace vx
