@@ -63,9 +63,11 @@ TEST(BuiltLibrary, ItsFileNameIsTheOneThatProgramsLookFor)
     EXPECT_EQ(path.substr(path.rfind('/')), "/libBitLockerWapper.dylib");
 }
 
-TEST(BuiltLibrary, ItExportsItsEntryAndNothingElse)
+TEST(BuiltLibrary, ItExportsItsTwoFunctionsAndNothingElse)
 {
-    EXPECT_EQ(ExportedSymbols(), std::vector<std::string>{VX_EXPORT});
+    const std::vector<std::string> expected = {VX_EXPORT_PREFIX "open_bitlocker_device",
+                                               VX_EXPORT_PREFIX "volume_library_last_error"};
+    EXPECT_EQ(ExportedSymbols(), expected);
 }
 
 }  // namespace

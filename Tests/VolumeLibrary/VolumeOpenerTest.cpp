@@ -61,7 +61,7 @@ TEST(VolumeOpener, TheReservedOperationsDoNothing)
 TEST(VolumeOpener, AKindOfUnlockThatIsNotKnownIsAStatusOfItsOwn)
 {
     const TemporaryFolder folder;
-    for (const char *kind : {"", "None", "none ", "password", "something"})
+    for (const char *kind : {"", "None", "none ", "startup", "something"})
         EXPECT_EQ(Open(folder.Path().c_str(), kind, ""),
                   VolumeLibraryStatus::kUnlockKindNotSupported);
 }
@@ -79,10 +79,33 @@ TEST(VolumeOpener, AFolderThatDoesNotExistIsNotFound)
     EXPECT_EQ(OpenFolder(""), VolumeLibraryStatus::kNotFound);
 }
 
-TEST(VolumeOpener, AFileIsNotAFolder)
+TEST(VolumeOpener, AFolderIsNotEncrypted)
 {
     const TemporaryFolder folder;
-    EXPECT_EQ(OpenFolder(folder.WriteFile("file", "")), VolumeLibraryStatus::kNotAFolder);
+    for (const char *kind : {"password", "recovery", "startup-key"}) {
+        EXPECT_EQ(Open(folder.Path().c_str(), kind, "secret"), VolumeLibraryStatus::kNotEncrypted);
+        EXPECT_STRNE(volume_library_last_error(), "");
+    }
+}
+
+TEST(VolumeOpener, ASuccessHasNothingToAdd)
+{
+    const TemporaryFolder folder;
+    EXPECT_NE(Open(folder.Path().c_str(), "password", ""), VolumeLibraryStatus::kSuccess);
+    EXPECT_EQ(OpenFolder(folder.Path()), VolumeLibraryStatus::kSuccess);
+    EXPECT_STREQ(volume_library_last_error(), "");
+}
+
+TEST(VolumeOpener, AFileThatIsNoVolumeDoesNotOpen)
+{
+    const TemporaryFolder folder;
+#ifdef VX_IMAGE_VOLUMES
+    constexpr VolumeLibraryStatus kExpected = VolumeLibraryStatus::kFileSystemNotSupported;
+#else
+    constexpr VolumeLibraryStatus kExpected = VolumeLibraryStatus::kNotAFolder;
+#endif
+    EXPECT_EQ(OpenFolder(folder.WriteFile("empty", "")), kExpected);
+    EXPECT_EQ(OpenFolder(folder.WriteFile("text", "not a volume")), kExpected);
 }
 
 TEST(VolumeOpener, AFifoIsNotAFolderAndDoesNotBlock)

@@ -6,6 +6,7 @@
 #include "Wtf8.h"
 
 #include <cstring>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -50,16 +51,29 @@ constexpr char16_t kCodePage437[] =
     u"\u0398\u03A9\u03B4\u221E\u03C6\u03B5\u2229\u2261\u00B1\u2265\u2264\u2320\u2321\u00F7\u2248"
     u"\u00B0\u2219\u00B7\u221A\u207F\u00B2\u25A0\u00A0";
 
+// The small letter for a large one of that code page, or for one of ASCII; others stay.
+char32_t Small(uint8_t byte)
+{
+    constexpr std::pair<uint8_t, uint8_t> kPairs[] = {{0x80, 0x87}, {0x8E, 0x84}, {0x8F, 0x86},
+                                                      {0x90, 0x82}, {0x92, 0x91}, {0x99, 0x94},
+                                                      {0x9A, 0x81}, {0xA5, 0xA4}};
+    for (const auto &[large, small] : kPairs) {
+        if (byte == large)
+            return kCodePage437[small - 0x80];
+    }
+    if (byte >= 0x80)
+        return kCodePage437[byte - 0x80];
+    return byte >= 'A' && byte <= 'Z' ? byte + 32u : byte;
+}
+
 // Appends a part of the short name without the spaces at its end.
 void AppendShort(const uint8_t *bytes, size_t count, bool isSmall, std::string *name)
 {
     while (count > 0 && bytes[count - 1] == ' ')
         --count;
     for (size_t i = 0; i < count; ++i) {
-        const uint8_t byte = bytes[i];
-        const bool isLetter = byte >= 'A' && byte <= 'Z';
-        const char32_t plain = isLetter && isSmall ? byte + 32u : byte;
-        AppendUtf8(byte < 0x80 ? plain : kCodePage437[byte - 0x80], name);
+        const char32_t large = bytes[i] < 0x80 ? bytes[i] : kCodePage437[bytes[i] - 0x80];
+        AppendUtf8(isSmall ? Small(bytes[i]) : large, name);
     }
 }
 

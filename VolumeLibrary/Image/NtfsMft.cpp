@@ -5,8 +5,9 @@
 #include "NtfsFixups.h"
 #include "TskError.h"
 
-#include <tsk/fs/tsk_ntfs.h>
 #include <tsk/libtsk.h>
+// Needs the one above.
+#include <tsk/fs/tsk_ntfs.h>
 
 namespace vx {
 namespace {
