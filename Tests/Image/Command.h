@@ -17,6 +17,6 @@ std::string Quoted(const std::string &text);
 }  // namespace vx
 
 // Leaves the test out, with a line that names the program, where that is missing.
-#define VX_NEEDS(program)                                                                   \
-    if (!::vx::HasProgram(program))                                                         \
-        GTEST_SKIP() << "the program " << (program) << " is missing; see docs/building.md"
+#define VX_NEEDS(program)                                                                          \
+    if (!::vx::HasProgram(program))                                                                \
+    GTEST_SKIP() << "the program " << (program) << " is missing; see docs/building.md"

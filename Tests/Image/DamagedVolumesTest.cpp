@@ -98,8 +98,7 @@ TEST_F(DamagedFat, ABadSectorInAFileFailsThatReadAndNothingElse)
     const std::string bytes = FatBytes({{"bad", contents}, {"good", "good"}});
     const size_t at = bytes.find(mark);
     ASSERT_NE(at, bytes.npos);
-    const auto volume =
-        VolumeOf(std::make_shared<SourceWithHole>(bytes, at, at + 512), false);
+    const auto volume = VolumeOf(std::make_shared<SourceWithHole>(bytes, at, at + 512), false);
     ASSERT_TRUE(volume);
     const VolumeHandle file = OpenForReading(*volume, u"/bad");
     char part[512];

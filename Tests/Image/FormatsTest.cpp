@@ -27,8 +27,7 @@ TEST(Lznt1, AReferenceRepeatsWhatLiesBack)
 {
     // "ab", then six bytes from two back.
     uint8_t out[8] = {};
-    ASSERT_TRUE(
-        DecompressLznt1(Bytes{0x04, 0xB0, 0x04, 'a', 'b', 0x03, 0x10}, out, sizeof out));
+    ASSERT_TRUE(DecompressLznt1(Bytes{0x04, 0xB0, 0x04, 'a', 'b', 0x03, 0x10}, out, sizeof out));
     EXPECT_EQ(std::string(out, out + 8), "abababab");
 }
 
@@ -60,8 +59,13 @@ TEST(NtfsRuns, RunsAndHolesAreToldApart)
 TEST(NtfsRuns, WhatLiesOffTheVolumeOrHasNoLengthIsDamaged)
 {
     const Bytes damaged[] = {
-        {0x21, 2, 0xE7, 0x03, 0}, {0x11, 1, 0x80, 0}, {0x11, 0, 5, 0}, {0x11, 0xFF, 5, 0},
-        {0x10, 5, 0},             {0x88, 1, 2},       {0x9F, 1, 2},
+        {0x21, 2, 0xE7, 0x03, 0},
+        {0x11, 1, 0x80, 0},
+        {0x11, 0, 5, 0},
+        {0x11, 0xFF, 5, 0},
+        {0x10, 5, 0},
+        {0x88, 1, 2},
+        {0x9F, 1, 2},
         {0x18, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 1},
     };
     for (const Bytes &list : damaged) {
@@ -131,7 +135,7 @@ TEST(FatTime, ATimeWithAZoneIsExact)
 {
     // 2021-03-04 05:06:08 and 1.5 s, one hour east of UTC.
     const uint32_t stamp = (41u << 9 | 3 << 5 | 4) << 16 | (5 << 11 | 6 << 5 | 4);
-    constexpr uint64_t kUtc = (1614830768u + 1 - 3600 + 11644473600u) * 10000000ull + 5000000;
+    constexpr uint64_t kUtc = (1614834368u + 1 - 3600 + 11644473600u) * 10000000ull + 5000000;
     EXPECT_EQ(FileTimeFromExfat(stamp, 150, 0x84), kUtc);
 }
 

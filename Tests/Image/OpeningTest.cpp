@@ -114,7 +114,7 @@ TEST_F(OpeningTest, NoiseInsteadOfTheMetadataIsDamaged)
     const size_t all = image.Folder().ReadFile("image").size();
     ASSERT_GT(all, plainBytes);
     ASSERT_TRUE(RunShell("head -c " + std::to_string(all - plainBytes) + " /dev/urandom | dd of=" +
-                    Quoted(image.Path()) + " bs=1M seek=8 conv=notrunc status=none"));
+                         Quoted(image.Path()) + " bs=1M seek=8 conv=notrunc status=none"));
     EXPECT_EQ(StatusOf("password", "correct"), VolumeLibraryStatus::kMetadataDamaged) << detail;
 }
 
@@ -178,8 +178,7 @@ TEST_F(OpeningTest, AnImageThatMayNotBeReadIsPermissionDeniedWithAdvice)
     ASSERT_EQ(chmod(image.At("").c_str(), 0755), 0);
     ASSERT_EQ(chmod(image.Path().c_str(), 0000), 0);
     constexpr int kExpected = static_cast<int>(VolumeLibraryStatus::kPermissionDenied);
-    EXPECT_EXIT(ExitWithStatusAsOrdinaryUser(image.Path()), testing::ExitedWithCode(kExpected),
-                "");
+    EXPECT_EXIT(ExitWithStatusAsOrdinaryUser(image.Path()), testing::ExitedWithCode(kExpected), "");
 }
 
 }  // namespace

@@ -82,8 +82,7 @@ TEST_P(SampleVolume, ShowsEveryFileOfItsManifest)
         GTEST_SKIP() << missing << " is missing";
     const std::string folder = samples.folder();
     const std::string path = folder.substr(0, folder.rfind('/')) + "/" + name + ".img";
-    TestTree expected =
-        ReadManifest(VX_SOURCE_DIR "/../shared/samples/" + name + ".manifest.tsv");
+    TestTree expected = ReadManifest(VX_SOURCE_DIR "/../shared/samples/" + name + ".manifest.tsv");
     ASSERT_FALSE(expected.empty());
     const auto &image = samples.image(name);
     ASSERT_FALSE(image.passwords.empty());
@@ -97,8 +96,7 @@ TEST_P(SampleVolume, ShowsEveryFileOfItsManifest)
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleVolume,
-                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128",
-                                         "tree-fat16-cbc128"));
+                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"));
 
 // Nothing but the head of the file system is left in these.
 TEST(SampleVolumes, HeaderOnlyImagesEndInADamagedFileSystem)

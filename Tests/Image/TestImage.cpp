@@ -43,7 +43,8 @@ TestTree SampleTree()
         {"日本語/写真 テスト.bin", NoiseBytes(12345, 5)},
         {"Ünïcödé/é", "composed"},
         {"deep/er/and/deeper/still/leaf", "leaf"},
-        {"a name that is far longer than the eight letters of old " + std::string(120, 'x'), "long"},
+        {"a name that is far longer than the eight letters of old " + std::string(120, 'x'),
+         "long"},
     };
 }
 
@@ -88,7 +89,7 @@ bool TestImage::FillFat(const TestTree &tree) const
 {
     return WriteTree(tree, "tree") &&
            RunShell("cd " + Quoted(At("tree")) +
-               " && LC_ALL=C.UTF-8 MTOOLS_SKIP_CHECK=1 mcopy -s -i ../image * ::");
+                    " && LC_ALL=C.UTF-8 MTOOLS_SKIP_CHECK=1 mcopy -s -i ../image * ::");
 }
 
 bool TestImage::FillNtfs(const TestTree &tree) const
@@ -98,21 +99,11 @@ bool TestImage::FillNtfs(const TestTree &tree) const
     return RunInNtfs("cp -R " + Quoted(At("tree")) + "/. .");
 }
 
-bool TestImage::FillExfat(const TestTree &tree) const
-{
-    return WriteTree(tree, "tree") &&
-           RunMounted("mount.exfat-fuse", "cp -R " + Quoted(At("tree")) + "/. .");
-}
-
 bool TestImage::RunInNtfs(const std::string &line) const
 {
-    return RunMounted("ntfs-3g -o compression,streams_interface=windows", line);
-}
-
-bool TestImage::RunMounted(const std::string &mounting, const std::string &line) const
-{
     const std::string mount = _folder.MakeFolder("mount");
-    if (!RunShell(mounting + " " + Quoted(Path()) + " " + Quoted(mount)))
+    if (!RunShell("ntfs-3g -o compression,streams_interface=windows " + Quoted(Path()) + " " +
+                  Quoted(mount)))
         return false;
     const bool good = RunShell("cd " + Quoted(mount) + " && " + line);
     const std::string unmounting = " -u " + Quoted(mount);
@@ -121,19 +112,13 @@ bool TestImage::RunMounted(const std::string &mounting, const std::string &line)
 
 bool TestImage::Encrypt(const std::string &options) const
 {
-    return RunShell(VX_MAKE_VOLUME " " + Quoted(Path()) + " " + Quoted(At("encrypted")) + " " + options +
-               " && mv " + Quoted(At("encrypted")) + " " + Quoted(Path()));
+    return RunShell(VX_MAKE_VOLUME " " + Quoted(Path()) + " " + Quoted(At("encrypted")) + " " +
+                    options + " && mv " + Quoted(At("encrypted")) + " " + Quoted(Path()));
 }
 
 bool CanMountNtfs()
 {
     return HasProgram("mkntfs") && HasProgram("ntfs-3g") && access("/dev/fuse", R_OK | W_OK) == 0;
-}
-
-bool CanMountExfat()
-{
-    return HasProgram("mkfs.exfat") && HasProgram("mount.exfat-fuse") &&
-           access("/dev/fuse", R_OK | W_OK) == 0;
 }
 
 Opened OpenImage(const std::string &device, const char *kind, const char *secret)

@@ -36,8 +36,6 @@ public:
     bool FillFat(const TestTree &tree) const;
     // Copies the tree into the NTFS image, without mounting it.
     bool FillNtfs(const TestTree &tree) const;
-    // Copies the tree into the exFAT image. Needs FUSE.
-    bool FillExfat(const TestTree &tree) const;
     // Mounts the image, runs a line of the shell in its root and unmounts it. Needs FUSE.
     bool RunInNtfs(const std::string &line) const;
     // Encrypts the image in place.
@@ -45,7 +43,6 @@ public:
 
 private:
     bool MakeEmpty(int mebibytes) const;
-    bool RunMounted(const std::string &mounting, const std::string &line) const;
     bool WriteTree(const TestTree &tree, const std::string &under) const;
 
     const TemporaryFolder _folder;
@@ -53,7 +50,6 @@ private:
 
 // Whether an NTFS image can be mounted here.
 bool CanMountNtfs();
-bool CanMountExfat();
 
 struct Opened {
     VolumeLibraryStatus status;
