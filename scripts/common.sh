@@ -8,10 +8,14 @@ log_file=$root_folder/build/setup.log
 build_packages=(
     clang cmake ninja-build
     libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
-    libssl-dev libtsk-dev
+    libssl-dev libtsk-dev dosfstools mtools
     fonts-dejavu-core
 )
-test_packages=(libgtest-dev libgmock-dev xvfb xdotool x11-apps imagemagick)
+test_packages=(
+    libgtest-dev libgmock-dev
+    xvfb xdotool x11-apps imagemagick
+    ntfs-3g exfatprogs fdisk qemu-utils ewf-tools attr
+)
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
 
 say() { printf '%s: %s\n' "$command_name" "$*" >&2; }
@@ -62,12 +66,20 @@ need_packages() {
     logged "installing packages" install_packages "${missing[@]}"
 }
 
+# Whether a preset was configured, and with the tests if they are wanted: their library may have
+# come after a configuration without it.
+is_configured() {
+    local folder=$root_folder/build/$1
+    [ -f "$folder/build.ninja" ] || return 1
+    [ -z "${tests_wanted-}" ] || ! grep -q '^GTest_DIR:.*NOTFOUND' "$folder/CMakeCache.txt"
+}
+
 # build PRESET [TARGET...]: configures what was not configured yet and builds what is not up to date.
 build() {
     local preset=$1 folder=$root_folder/build/$1
     shift
     cd "$root_folder" || exit 1
-    if [ ! -f "$folder/build.ninja" ]; then
+    if ! is_configured "$preset"; then
         say "configuring $preset"
         logged "configuring" cmake --preset "$preset"
     fi

@@ -9,7 +9,7 @@ function(vx_bundle_apple target name main_nib interface_files)
   add_custom_command(OUTPUT "${icon}"
     COMMAND iconutil --convert icns --output "${icon}" "${VX_RESOURCES_DIR}/Images/FileExplorer.iconset"
     VERBATIM)
-  file(GLOB images CONFIGURE_DEPENDS "${VX_RESOURCES_DIR}/Images/*.png")
+  file(GLOB images "${VX_RESOURCES_DIR}/Images/*.png")
   set(resources ${images} "${icon}")
 
   foreach(xib IN LISTS interface_files)

@@ -9,7 +9,7 @@ function(vx_bundle_gnustep target name main_nib interface_files)
   set(plist "${CMAKE_CURRENT_BINARY_DIR}/${target}-Info-gnustep.plist")
   configure_file("${VX_RESOURCES_DIR}/Info-gnustep.plist.in" "${plist}" @ONLY)
 
-  file(GLOB_RECURSE inputs CONFIGURE_DEPENDS "${VX_RESOURCES_DIR}/*.png"
+  file(GLOB_RECURSE inputs "${VX_RESOURCES_DIR}/*.png"
        "${VX_RESOURCES_DIR}/*.strings" "${VX_RESOURCES_DIR}/*.plist")
   set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${target}-resources.stamp")
   add_custom_command(OUTPUT "${stamp}"
