@@ -3,10 +3,12 @@
 #include "Image/FatTime.h"
 #include "Image/Lznt1.h"
 #include "Image/NtfsRuns.h"
+#include "Image/ParallelSource.h"
 #include "Image/Wtf8.h"
 
 #include "Bitlocker/MemoryByteSource.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
@@ -112,6 +114,18 @@ TEST(ExtentFile, WhatWasNeverWrittenIsZeros)
     uint32_t done = 0;
     EXPECT_TRUE(ReadExtents(source, extents, 1, bytes, 3, &done));
     EXPECT_EQ(std::string(bytes, done), std::string("b\0\0", 3));
+}
+
+TEST(ParallelSource, ALongReadIsTheSameAsItsParts)
+{
+    std::vector<uint8_t> bytes(3 << 20);
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<uint8_t>(i * 2654435761u >> 13);
+    const ParallelSource source(std::make_shared<bitlocker::MemoryByteSource>(bytes));
+    std::vector<uint8_t> read(bytes.size() - 777);
+    ASSERT_FALSE(source.readAt(700, read.data(), read.size()));
+    EXPECT_TRUE(std::equal(read.begin(), read.end(), bytes.begin() + 700));
+    EXPECT_TRUE(source.readAt(800, read.data(), read.size()));
 }
 
 TEST(Wtf8, NamesOfEveryKindAreConverted)

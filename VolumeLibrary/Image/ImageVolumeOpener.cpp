@@ -5,6 +5,7 @@
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
 #include "NtfsFileSystem.h"
+#include "ParallelSource.h"
 #include "PartitionTable.h"
 #include "StatusFromDecryptor.h"
 #include "VolumeChoice.h"
@@ -57,7 +58,7 @@ OpenError Decrypt(const ImageRequest &request, Source *volume)
     auto opened = bitlocker::VolumeOpener().open(*volume, *secret);
     if (!opened)
         return FromUnlocking(opened.error(), IsUnlocking(request));
-    *volume = opened->volume;
+    *volume = std::make_shared<ParallelSource>(opened->volume);
     return {};
 }
 

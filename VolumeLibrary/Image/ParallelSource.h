@@ -1,0 +1,31 @@
+// Reads long ranges of a byte source in two halves at the same time: decrypting takes longer than
+// reading what is to be decrypted.
+// Ownership: shares the source. Threads: any number at a time; a long read starts one of its own
+// and waits for it.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+
+#include <memory>
+#include <utility>
+
+namespace vx {
+
+class ParallelSource final : public bitlocker::ByteSource {
+public:
+    // Shorter ones are not worth a thread.
+    static constexpr size_t kShortestSplit = size_t{1} << 20;
+
+    explicit ParallelSource(std::shared_ptr<const bitlocker::ByteSource> source)
+        : _source(std::move(source))
+    {
+    }
+
+    uint64_t size() const override { return _source->size(); }
+    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+
+private:
+    const std::shared_ptr<const bitlocker::ByteSource> _source;
+};
+
+}  // namespace vx
