@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <map>
 
 using namespace vx;
@@ -50,8 +49,12 @@ std::vector<Bytes> LoadImages()
 {
     std::vector<Bytes> images;
     for (const char *name : {"fat12", "fat16", "fat32", "exfat", "ntfs"}) {
-        std::ifstream file(std::string(VX_FUZZ_IMAGES "/") + name, std::ios::binary);
-        images.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        std::ifstream file(std::string(VX_FUZZ_IMAGES "/") + name,
+                           std::ios::binary | std::ios::ate);
+        images.emplace_back(file ? static_cast<size_t>(file.tellg()) : 0);
+        file.seekg(0);
+        file.read(reinterpret_cast<char *>(images.back().data()),
+                  static_cast<std::streamsize>(images.back().size()));
         if (images.back().empty())
             std::abort();
     }
