@@ -5,11 +5,13 @@
 
 #import "CopyingFileWindow.h"
 
+#include "OrdinaryUser.h"
 #include "TemporaryFolder.h"
 
 #include <objc/runtime.h>
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 
 namespace {
@@ -58,6 +60,12 @@ protected:
             [panel setDirectory:path];
             [panel ok:nil];
         });
+    }
+
+    // The window ends with the last chunk, and the worker closes the local file right after.
+    bool holds(const std::string &file, const std::string &contents)
+    {
+        return apptest::ServeUntil([&] { return folder.ReadFile(file) == contents; });
     }
 
     vx::TemporaryFolder folder;
@@ -127,32 +135,43 @@ TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestin
     [tree() selectAll:nil];
     choose(folder.Path());
     [controller onClickedExport:nil];
-    EXPECT_EQ(folder.ReadFile("Reports/2019/a.txt"), "contents");
-    EXPECT_EQ(folder.ReadFile("b.txt"), "more");
+    EXPECT_TRUE(holds("Reports/2019/a.txt", "contents"));
+    EXPECT_TRUE(holds("b.txt", "more"));
     EXPECT_EQ(g_opened, folder.Path());
     EXPECT_EQ([NSApp modalWindow], nil);
 }
 
 TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAndNothingIsCopied)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root may write anywhere; the suite of a user covers it";
     root().file(u"a", 10);
     open();
     select({0});
-    chmod(folder.Path().c_str(), 0500);
-    choose(folder.Path());
+    const std::string locked = folder.MakeFolder("locked");
+    chmod(folder.Path().c_str(), 0755);
+    chmod(locked.c_str(), 0555);
+    // Loaded while the program's own files can be read for certain.
+    NSImage *warning = [NSImage imageNamed:@"warning"];
+    std::optional<OrdinaryUser> user;
     int alerts = 0;
-    When(alertIsUp, [&alerts] {
+    When(panelIsUp, [&user, locked] {
+        NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
+        [panel setDirectory:[NSString stringWithUTF8String:locked.c_str()]];
+        user.emplace();
+        [panel ok:nil];
+    });
+    When(alertIsUp, [&alerts, &user, warning] {
+        user.reset();
         ++alerts;
         NSWindow *alert = [NSApp modalWindow];
         EXPECT_TRUE(apptest::ShowsText(alert, @"No access right."));
+        EXPECT_TRUE(apptest::ShowsImage(alert, warning));
         [apptest::ButtonTitled(alert, @"Yes") performClick:nil];
     });
     [controller onClickedExport:nil];
-    chmod(folder.Path().c_str(), 0700);
     EXPECT_EQ(alerts, 1);
     EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(g_opened, "");
+    EXPECT_EQ(selected(), std::vector<std::string>{"a"});
 }
 
 TEST_F(ExportCommandTest, ADestinationThatHasGoneBringsTheAlertOnceAndNothingIsCopied)
@@ -203,7 +222,7 @@ TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorke
     choose(folder.MakeFolder("second"));
     When([] { return progress() != nil; }, [this] { volume.release(); });
     [controller onClickedExport:nil];
-    EXPECT_EQ(folder.ReadFile("second/quick"), "quick");
+    EXPECT_TRUE(holds("second/quick", "quick"));
     EXPECT_TRUE(apptest::ServeUntil([this] { return volume.openHandles() == 0; }));
 }
 

@@ -1,10 +1,13 @@
 // These suites need an application object and a display; both are made here, once, unless the tests
-// are only listed.
+// are only listed. A home of their own keeps the user's settings out.
+#include "TemporaryFolder.h"
 #include "VirtualDisplay.h"
 
 #import "VXApplication.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 #include <iostream>
 
 int main(int argc, char **argv)
@@ -12,6 +15,8 @@ int main(int argc, char **argv)
     testing::InitGoogleTest(&argc, argv);
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
+    const vx::TemporaryFolder home;
+    setenv("HOME", home.Path().c_str(), 1);
     const auto display = vxtest::VirtualDisplay::start();
     if (display == nullptr) {
         std::cerr << "Xvfb did not start\n";

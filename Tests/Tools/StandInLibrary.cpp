@@ -1,4 +1,4 @@
-// A volume library for the tests of volume-export. The first text says what the entry does; the
+// A volume library for the tests of the programs. The first text says what the entry does; the
 // third is the secret, or the folder for a stall.
 #include "StandInVolume.h"
 
@@ -55,6 +55,13 @@ std::vector<StandInEntry> StallingComparison()
     return {first, File(u"", u"two.bin", 10)};
 }
 
+std::vector<StandInEntry> StallingListing()
+{
+    StandInEntry folder = Folder(u"", u"slow");
+    folder.listingStalls = true;
+    return {folder, File(u"/slow", u"inside.txt", 5)};
+}
+
 std::vector<StandInEntry> HostileTree()
 {
     return {File(u"", u"good.txt", 5),
@@ -109,9 +116,13 @@ extern "C" __attribute__((visibility("default"))) int32_t
 open_bitlocker_device(const char *first, const char *second, const char *third, IVolume **volume)
 {
     static const std::map<std::string, std::vector<StandInEntry> (*)()> kTrees = {
-        {"stalling", StallingTree}, {"stalling-comparison", StallingComparison},
-        {"hostile", HostileTree},   {"failing", FailingTree},
-        {"changing", ChangingTree}, {"colliding", CollidingTree}};
+        {"stalling", StallingTree},
+        {"stalling-comparison", StallingComparison},
+        {"stalling-listing", StallingListing},
+        {"hostile", HostileTree},
+        {"failing", FailingTree},
+        {"changing", ChangingTree},
+        {"colliding", CollidingTree}};
     *volume = nullptr;
     if (strncmp(first, "status=", 7) == 0)
         return atoi(first + 7);

@@ -28,6 +28,8 @@ VolumeHandle StandInVolume::FindFirstFile(const char16_t *pattern, VolumeFindDat
     const StandInEntry *entry = EntryAt(folder);
     if (!folder.empty() && (entry == nullptr || !entry->opens))
         return nullptr;
+    if (entry != nullptr && entry->listingStalls)
+        Stall();
     auto *search = new Search{folder, 0};
     FindNextFile(search, record);
     return search;

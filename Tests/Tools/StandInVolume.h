@@ -20,13 +20,14 @@ struct StandInEntry {
     uint32_t size = 0;        // when opened
     bool opens = true;        // a folder: can be listed
     bool readsFail = false;
-    bool changes = false;  // each time it is opened
-    int stallsAtRead = 0;  // which read waits, from 1; 0 for none
+    bool changes = false;        // each time it is opened
+    int stallsAtRead = 0;        // which read waits, from 1; 0 for none
+    bool listingStalls = false;  // a folder
 };
 
 class StandInVolume final : public IVolume {
 public:
-    // stallFolder: holds two FIFOs. The read that stalls opens "stalled" for writing, then
+    // stallFolder: holds two FIFOs. The call that stalls opens "stalled" for writing, then
     // "release" for reading, and goes on when the test has opened the other ends.
     StandInVolume(std::vector<StandInEntry> entries, std::string stallFolder);
     ~StandInVolume() = default;
