@@ -62,6 +62,11 @@ protected:
         });
     }
 
+    // Asked without a wait: the worker needs the main thread on its way there.
+    bool workerStalls()
+    {
+        return progress() != nil && volume.awaitStall(vx::ScriptedVolume::Milliseconds(0));
+    }
     // The window ends with the last chunk, and the worker closes the local file right after.
     bool holds(const std::string &file, const std::string &contents)
     {
@@ -210,11 +215,7 @@ TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorke
     open();
     select({0});
     choose(folder.MakeFolder("first"));
-    When([] { return progress() != nil; },
-         [this] {
-             EXPECT_TRUE(volume.awaitStall());
-             [progress() cancelClicked:nil];
-         });
+    When([this] { return workerStalls(); }, [] { [progress() cancelClicked:nil]; });
     [controller onClickedExport:nil];
     EXPECT_EQ(volume.count(vx::VolumeOperation::CloseHandle), 0u) << "the worker still reads";
 
@@ -243,11 +244,7 @@ TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLa
                                                                                           selector);
                                         }));
     @autoreleasepool {
-        When([] { return progress() != nil; },
-             [this] {
-                 EXPECT_TRUE(volume.awaitStall());
-                 [progress() cancelClicked:nil];
-             });
+        When([this] { return workerStalls(); }, [] { [progress() cancelClicked:nil]; });
         [controller onClickedExport:nil];
     }
     EXPECT_FALSE(deallocatedOnMain) << "the worker still holds it";
