@@ -1,8 +1,8 @@
 #import "VolumeSession.h"
 
 #import "CBitlockerWrapper.h"
+#include "OpenFailureText.h"
 #include "TerminalText.h"
-#include "VolumeLibraryStatus.h"
 
 #include <dlfcn.h>
 
@@ -22,6 +22,15 @@ std::string ReasonNotCalled(const CBitlockerWrapper &library)
            " has no entry \"open_bitlocker_device\"";
 }
 
+std::string FailureOf(const CBitlockerWrapper &library, int32_t status)
+{
+    void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
+    const std::string text = TerminalText(OpenFailureText(loaded, status));
+    if (loaded != nullptr)
+        dlclose(loaded);
+    return text;
+}
+
 }  // namespace
 
 bool VolumeSession::Open(const std::string &volume, const std::string &unlockKind,
@@ -37,8 +46,7 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
     }
     const std::string name = TerminalText(volume);
     if (status != 0) {
-        *error = "cannot open " + name + ": " + VolumeLibraryStatusText(status) + " (status " +
-                 std::to_string(status) + ")";
+        *error = "cannot open " + name + ": " + FailureOf(library, status);
         return false;
     }
     if (opened == nullptr) {

@@ -1,0 +1,61 @@
+#include "VolumeCheck.h"
+
+#include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+// Where the explorer lies beside the built volume library; the program itself is not started.
+const std::string kExplorer = VX_RUNTIME_DIR "/FileExplorer.app/FileExplorer";
+
+vx::HostOptions Options(const std::string &volume, const std::string &kind = "none",
+                        const std::string &secret = "")
+{
+    vx::HostOptions options;
+    options.volume = volume;
+    options.kind = kind;
+    options.secret = secret;
+    return options;
+}
+
+}  // namespace
+
+TEST(VolumeCheck, AVolumeThatOpensGivesNoReason)
+{
+    const vx::TemporaryFolder folder;
+    EXPECT_EQ(vx::WhyVolumeStaysShut(kExplorer, Options(folder.Path())), "");
+}
+
+TEST(VolumeCheck, AVolumeThatDoesNotExistIsToldInWordsWithItsStatus)
+{
+    const vx::TemporaryFolder folder;
+    const std::string reason =
+        vx::WhyVolumeStaysShut(kExplorer, Options(folder.Path() + "/missing"));
+    EXPECT_THAT(reason, HasSubstr("cannot open " + folder.Path() + "/missing: "));
+    EXPECT_THAT(reason, HasSubstr("(status "));
+}
+
+TEST(VolumeCheck, TheSecretIsNotRepeated)
+{
+    const vx::TemporaryFolder folder;
+    folder.WriteFile("disk.img", std::string(4096, 'x'));
+    const std::string reason = vx::WhyVolumeStaysShut(
+        kExplorer, Options(folder.Path() + "/disk.img", "recovery", "111111-secret"));
+    EXPECT_NE(reason, "");
+    EXPECT_EQ(reason.find("111111-secret"), std::string::npos);
+}
+
+TEST(VolumeCheck, AMissingLibraryIsTold)
+{
+    const vx::TemporaryFolder folder;
+    EXPECT_THAT(vx::WhyVolumeStaysShut(folder.Path() + "/X.app/X", Options("/")),
+                HasSubstr("the volume library does not load"));
+}
+
+TEST(VolumeCheck, AnExplorerOutsideABundleIsNotTriedFor)
+{
+    EXPECT_EQ(vx::WhyVolumeStaysShut("/bin/true", Options("/does/not/exist")), "");
+}
