@@ -97,7 +97,7 @@ std::string ArrivalCheck::ReasonForCopy(const std::u16string &path, Z5BitLockerF
                                         const std::string &copy, FileIdentity *identity)
 {
     const int64_t size = [file getFileSize];
-    const std::string reason = ReasonNotArrived(copy, size, _settings.started, identity);
+    std::string reason = ReasonNotArrived(copy, size, _settings.started, identity);
     if (!reason.empty())
         return reason;
     if (_session.Volume().ReadFailed(path))

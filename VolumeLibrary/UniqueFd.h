@@ -10,6 +10,8 @@ public:
     UniqueFd() = default;
     // Takes over fd; a negative number means none.
     explicit UniqueFd(int fd) : _fd(fd) {}
+    UniqueFd(const UniqueFd &) = delete;
+    UniqueFd &operator=(const UniqueFd &) = delete;
     UniqueFd(UniqueFd &&other) noexcept : _fd(other.Release()) {}
     UniqueFd &operator=(UniqueFd &&other) noexcept;
     ~UniqueFd() { Close(); }

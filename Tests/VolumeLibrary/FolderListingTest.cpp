@@ -86,7 +86,9 @@ TEST_F(FolderListingTest, AnEmptyFolderGivesAHandleAndLeavesTheRecordAsItWas)
     const VolumeHandle search = volume.FindFirstFile(u"/*", &record);
     EXPECT_NE(search, nullptr);
     EXPECT_FALSE(volume.FindNextFile(search, &record));
-    EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
+    const auto *bytes = reinterpret_cast<const unsigned char *>(&record);
+    EXPECT_TRUE(
+        std::equal(bytes, bytes + sizeof record, reinterpret_cast<const unsigned char *>(&before)));
     EXPECT_TRUE(volume.FindClose(search));
 }
 

@@ -31,11 +31,13 @@ TEST(UniqueFd, TheDescriptorIsClosedWhenTheOwnerGoes)
 
 TEST(UniqueFd, AMoveHandsTheDescriptorOver)
 {
-    UniqueFd first = OpenNull();
-    const int fd = first.Get();
-    const UniqueFd second = std::move(first);
+    UniqueFd owners[] = {OpenNull(), UniqueFd()};
+    const int fd = owners[0].Get();
+    owners[1] = std::move(owners[0]);
+    const UniqueFd second(std::move(owners[1]));
     EXPECT_EQ(second.Get(), fd);
-    EXPECT_FALSE(first);
+    for (const UniqueFd &owner : owners)
+        EXPECT_FALSE(owner);
     EXPECT_TRUE(IsOpen(fd));
 }
 
