@@ -1,6 +1,7 @@
 #include "NumberText.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
@@ -36,8 +37,10 @@ std::string SizeText(int64_t bytes)
     const char *const *unit = kUnits;
     double size = static_cast<double>(bytes) / 1024;
     // The rounded number decides, so that there is never a "1024.0 KiB".
-    for (; size >= 1023.95 && unit + 1 != std::end(kUnits); size /= 1024)
+    while (size >= 1023.95 && unit + 1 != std::end(kUnits)) {
+        size /= 1024;
         ++unit;
+    }
     return Formatted("%.1f %s", size, *unit);
 }
 
@@ -57,7 +60,7 @@ std::string DurationText(double seconds)
     constexpr double kLongest = 100 * 3600;
     if (!(seconds < kLongest))
         return "more than 99 hours";
-    const int whole = static_cast<int>(std::max(seconds, 0.0) + 0.5);
+    const int whole = static_cast<int>(std::lround(std::max(seconds, 0.0)));
     if (whole < 3600)
         return Formatted("%d:%02d", whole / 60, whole % 60);
     return Formatted("%d:%02d:%02d", whole / 3600, whole / 60 % 60, whole % 60);

@@ -94,9 +94,9 @@ bool AskSecret(const std::string &question, std::string *secret)
 
 void WipeSecret(std::string *secret)
 {
-    volatile char *bytes = secret->empty() ? nullptr : &(*secret)[0];
-    for (size_t i = 0; i < secret->size(); ++i)
-        bytes[i] = 0;
+    // Volatile, or the compiler would leave out writes that nobody reads.
+    for (volatile char &byte : *secret)
+        byte = 0;
     secret->clear();
 }
 

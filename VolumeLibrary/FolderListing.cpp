@@ -41,7 +41,7 @@ std::unique_ptr<FolderListing> FolderListing::Open(const FolderRoot &root,
     descriptor.Release();
     // The object copies the path first; only then may it take the folder over.
     std::unique_ptr<FolderListing> listing(new FolderListing(root, relative, folder.get()));
-    folder.release();
+    (void)folder.release();
     return listing;
 }
 
