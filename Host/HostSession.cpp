@@ -2,6 +2,7 @@
 
 #include "CPipeDataWrapper.h"
 #include "HostLock.h"
+#include "VolumeCheck.h"
 #include "_MSG_DATA_PACKAGE.h"
 
 #include <cstdio>
@@ -69,6 +70,10 @@ int HostSession::Run(const std::string &program, const HostOptions &options)
         Complain(error);
         return kLinkTaken;
     }
+    // Before the connector's thread is there: the check makes a process of this one.
+    const std::string reason = WhyVolumeStaysShut(program, options);
+    if (!reason.empty())
+        Complain(reason + "; the window will be empty");
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
     _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
                           kWriteFlags);

@@ -4,7 +4,6 @@
 #include "ProgramFolder.h"
 #include "SecretPrompt.h"
 #include "SignalWatch.h"
-#include "VolumeCheck.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -38,9 +37,6 @@ int RunHost(const std::string &argv0, vx::HostOptions options)
         return status;
     if (options.explorer.empty())
         options.explorer = vx::ProgramFolder(argv0) + "/FileExplorer.app/FileExplorer";
-    const std::string reason = vx::WhyVolumeStaysShut(options.explorer, options);
-    if (!reason.empty())
-        fprintf(stderr, "volume-host: %s; the window will be empty\n", reason.c_str());
     return vx::HostSession(events, kPaths).Run(options.explorer, options);
 }
 
