@@ -113,7 +113,7 @@ TEST(FileSystems, AFolderOfManyFilesIsListedWhole)
     VX_NEEDS("mcopy");
     const TestImage image{};
     TestTree tree;
-    for (int i = 0; i < 1500; ++i)
+    for (int i = 0; i < 400; ++i)
         tree["many/file number " + std::to_string(i)] = std::to_string(i);
     ASSERT_TRUE(image.MakeFat(64, "-F 32 -s 1"));
     ASSERT_TRUE(image.FillFat(tree));
