@@ -13,8 +13,8 @@ build_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev
-    xvfb xdotool x11-apps imagemagick
-    ntfs-3g exfatprogs fdisk qemu-utils ewf-tools attr
+    xvfb xdotool openbox imagemagick
+    ntfs-3g exfatprogs fdisk qemu-utils ewf-tools attr fuse3 xz-utils
 )
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
 

@@ -1,0 +1,124 @@
+#include "UserFixture.h"
+
+#include "Eventually.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kNotice[] = "volume-host: the explorer sent its quit notice\n";
+
+}  // namespace
+
+std::string UserTest::run(const std::string &command)
+{
+    std::string output;
+    FILE *pipe = popen((command + " 2>/dev/null").c_str(), "r");
+    std::array<char, 256> part;
+    while (pipe != nullptr && fgets(part.data(), part.size(), pipe) != nullptr)
+        output += part.data();
+    if (pipe != nullptr)
+        pclose(pipe);
+    return output;
+}
+
+void UserTest::SetUp()
+{
+    _display = vxtest::VirtualDisplay::start();
+    ASSERT_NE(_display, nullptr);
+    setenv("HOME", _home.Path().c_str(), 1);
+    setenv("LANG", "en_US.UTF-8", 1);
+    setenv("LANGUAGE", "en", 1);
+    // The destination is opened with this; a desktop has its own.
+    const std::string opener =
+        _home.WriteFile("bin/xdg-open", "#!/bin/sh\necho \"$1\" > '" + _home.At("opened") + "'\n");
+    chmod(opener.c_str(), 0755);
+    setenv("PATH", (_home.At("bin") + ":" + getenv("PATH")).c_str(), 1);
+    ASSERT_FALSE(fs::exists("/tmp/z5_btl_3")) << "an explorer is running";
+}
+
+std::string UserTest::window(const std::string &title)
+{
+    std::string id;
+    EXPECT_TRUE(Eventually([&] {
+        id = run("xdotool search --onlyvisible --name '^" + title + "$' | tail -1");
+        return !id.empty();
+    })) << title;
+    return id.substr(0, id.find('\n'));
+}
+
+bool UserTest::isGone(const std::string &title)
+{
+    return run("xdotool search --onlyvisible --name '^" + title + "$'").empty();
+}
+
+void UserTest::awaitDrawn(const std::string &id)
+{
+    std::string last;
+    EXPECT_TRUE(Eventually([&] {
+        usleep(200000);
+        const std::string now = run("xwd -silent -id " + id + " | md5sum");
+        const bool same = now == last && now.find("d41d8cd9") == std::string::npos;
+        last = now;
+        return same;
+    }));
+}
+
+void UserTest::click(const std::string &id, int x, int y, const std::string &held)
+{
+    const std::string at = std::to_string(x) + " " + std::to_string(y);
+    const std::string down = held.empty() ? "" : "keydown " + held + " ";
+    const std::string up = held.empty() ? "" : " keyup " + held;
+    run("xdotool mousemove --window " + id + " " + at + " sleep 0.3 " + down +
+        "mousedown 1 sleep 0.2 mouseup 1 sleep 0.3" + up);
+}
+
+void UserTest::clickAbove(const std::string &id, int x, int bottom)
+{
+    const std::string height = run("xdotool getwindowgeometry --shell " + id + " | grep HEIGHT=");
+    ASSERT_EQ(height.find("HEIGHT="), 0u);
+    click(id, x, std::stoi(height.substr(7)) - bottom);
+}
+
+void UserTest::chooseFolder(const std::string &path)
+{
+    const std::string panel = window("Open");
+    awaitDrawn(panel);
+    focus(panel);
+    click(panel, 250, 450);
+    // The panel is the one of the last time, with the path typed then.
+    key("End");
+    key("shift+Home");
+    type(path);
+    // The only row of the folder above, and the confirming button.
+    click(panel, 30, 104);
+    click(panel, 335, 480);
+}
+
+std::string UserTest::install(const std::string &library)
+{
+    const std::string programs = _home.MakeFolder("programs");
+    run("cp -r '" PROGRAMS "/FileExplorer.app' '" PROGRAMS "/volume-host' '" + programs + "'");
+    if (!library.empty())
+        run("cp '" + library + "' '" + programs + "/libBitLockerWapper.dylib'");
+    return programs + "/volume-host";
+}
+
+bool UserTest::noticeArrived(const ChildProcess &host)
+{
+    const std::string output = host.Output(), notice = kNotice;
+    return output.size() >= notice.size() &&
+           output.compare(output.size() - notice.size(), notice.size(), notice) == 0;
+}
+
+bool UserTest::sameTree(const std::string &from, const std::string &to)
+{
+    return run("diff -r '" + from + "' '" + to + "' && echo same") == "same\n";
+}

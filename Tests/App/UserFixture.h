@@ -1,0 +1,51 @@
+// The program as a user meets it: started by volume-host, used with mouse and keys on a display of
+// its own, with a home of its own. On the link's own paths, so one test at a time.
+#pragma once
+
+#include "ChildProcess.h"
+#include "TemporaryFolder.h"
+#include "VirtualDisplay.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+class UserTest : public testing::Test {
+protected:
+    void SetUp() override;
+
+    // The output of a command of the desktop's tools.
+    static std::string run(const std::string &command);
+
+    // The id of the visible window of that title, once there is one.
+    std::string window(const std::string &title);
+    bool isGone(const std::string &title);
+    // Waits until the pixels of the window stand still, that is until it has drawn itself.
+    void awaitDrawn(const std::string &id);
+    // What a window manager does.
+    void focus(const std::string &id) { run("xdotool windowfocus " + id); }
+
+    // A mouse is slow: the library tracks it in a loop of its own.
+    void click(const std::string &id, int x, int y, const std::string &held = "");
+    // bottom: points above the window's lower edge.
+    void clickAbove(const std::string &id, int x, int bottom);
+    void key(const std::string &name) { run("xdotool sleep 0.3 key --delay 60 " + name); }
+    void type(const std::string &text) { run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
+    // path: the only folder in its parent.
+    void chooseFolder(const std::string &path);
+
+    // The program and the host as installed, beside a library of the test's, or none if that is
+    // empty. Returns the host's path.
+    std::string install(const std::string &library);
+
+    // The host says so last; ahead of it the window library may grumble about the display.
+    static bool noticeArrived(const ChildProcess &host);
+    static bool sameTree(const std::string &from, const std::string &to);
+
+    std::unique_ptr<vxtest::VirtualDisplay> _display;
+    vx::TemporaryFolder _home;
+    vx::TemporaryFolder _volume;
+    vx::TemporaryFolder _destination;
+    const std::string destination = _destination.MakeFolder("only/out");
+};
