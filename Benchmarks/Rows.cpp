@@ -23,22 +23,6 @@ std::string inMebibytes(double bytes)
     return text;
 }
 
-RowResult ratioOf(const Comparison &comparison)
-{
-    return {comparison.succeeded, inSeconds(comparison.ours), inSeconds(comparison.theirs),
-            comparison.ratio};
-}
-
-// The number at a place, counted from 0, of what catalogue-probe printed; negative: none.
-double printedNumber(const ChildResult &result, int place)
-{
-    std::istringstream numbers(result.output);
-    double number = -1;
-    for (int i = 0; i <= place; ++i)
-        numbers >> number;
-    return result.succeeded && numbers ? number : -1;
-}
-
 double secondsOf(const std::vector<std::string> &command)
 {
     const ChildResult result = RunChild(command);
@@ -61,14 +45,14 @@ RowResult exportAgainstCopy(const BenchSetting &setting, const std::string &fold
         [&] {
             return secondsOf({"cp", "-r", folder, setting.data.freshDestination()});
         });
-    return ratioOf(comparison);
+    return RatioOf(comparison);
 }
 
 RowResult listingAgainstLs(const BenchSetting &setting)
 {
     const std::string folder = setting.data.manyEntries();
     const std::string program = setting.programs + "/catalogue-probe";
-    return ratioOf(Compare(
+    return RatioOf(Compare(
         setting.turns,
         [&] {
             return secondsOf({program, "list", folder});
@@ -82,7 +66,7 @@ RowResult memoryPerEntry(const BenchSetting &setting)
 {
     const std::string folder = setting.data.manyEntries();
     const double bytes =
-        printedNumber(RunChild({setting.programs + "/catalogue-probe", "list", folder}), 2);
+        PrintedNumber(RunChild({setting.programs + "/catalogue-probe", "list", folder}), 2);
     return {bytes >= 0, std::to_string(static_cast<int>(bytes)) + " bytes", "-", bytes};
 }
 
@@ -90,9 +74,9 @@ RowResult planningTenTimes(const BenchSetting &setting)
 {
     const std::string program = setting.programs + "/catalogue-probe";
     const auto plan = [&](const char *files) {
-        return [&program, files] { return printedNumber(RunChild({program, "plan", files}), 1); };
+        return [&program, files] { return PrintedNumber(RunChild({program, "plan", files}), 1); };
     };
-    return ratioOf(Compare(setting.turns, plan("200000"), plan("20000")));
+    return RatioOf(Compare(setting.turns, plan("200000"), plan("20000")));
 }
 
 RowResult exportMemory(const BenchSetting &setting)
@@ -101,11 +85,26 @@ RowResult exportMemory(const BenchSetting &setting)
     const std::string copy = setting.data.freshDestination();
     RunChild({"mkdir", copy});
     const double bytes =
-        printedNumber(RunChild({setting.programs + "/catalogue-probe", "export", folder, copy}), 0);
+        PrintedNumber(RunChild({setting.programs + "/catalogue-probe", "export", folder, copy}), 0);
     return {bytes >= 0, inMebibytes(bytes), "-", bytes / (1 << 20)};
 }
 
 }  // namespace
+
+RowResult RatioOf(const Comparison &comparison)
+{
+    return {comparison.succeeded, inSeconds(comparison.ours), inSeconds(comparison.theirs),
+            comparison.ratio};
+}
+
+double PrintedNumber(const ChildResult &result, int place)
+{
+    std::istringstream numbers(result.output);
+    double number = -1;
+    for (int i = 0; i <= place; ++i)
+        numbers >> number;
+    return result.succeeded && numbers ? number : -1;
+}
 
 std::vector<Row> BenchRows(const BenchSetting &setting)
 {
@@ -115,7 +114,7 @@ std::vector<Row> BenchRows(const BenchSetting &setting)
     const auto small = [=](const char *tool) {
         return [=] { return exportAgainstCopy(setting, setting.data.manySmallFiles(), tool); };
     };
-    return {
+    std::vector<Row> rows = {
         {"2 GiB file, engine / cp", 1.10, large("catalogue-probe")},
         {"2 GiB file, volume-export with its check / cp", 1.10, large("volume-export")},
         {"20,000 files of 4 KiB, engine / cp -r", 1.5, small("catalogue-probe")},
@@ -126,4 +125,9 @@ std::vector<Row> BenchRows(const BenchSetting &setting)
         {"planning 200,000 files / 20,000 files", 12, [=] { return planningTenTimes(setting); }},
         {"memory of a 2 GiB export, MiB", 16, [=] { return exportMemory(setting); }},
     };
+#ifdef VX_BENCH_WINDOW
+    for (const Row &row : WindowRows(setting))
+        rows.push_back(row);
+#endif
+    return rows;
 }

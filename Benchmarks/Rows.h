@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "BenchData.h"
+#include "ChildProcess.h"
+#include "Comparison.h"
 
 // What one row measured, ready to be printed.
 struct RowResult {
@@ -28,3 +30,10 @@ struct BenchSetting {
 };
 
 std::vector<Row> BenchRows(const BenchSetting &setting);
+
+// The rows of the application's window; empty where there is no virtual display.
+std::vector<Row> WindowRows(const BenchSetting &setting);
+
+RowResult RatioOf(const Comparison &comparison);
+// The number at a place, counted from 0, of what a probe printed; negative: none.
+double PrintedNumber(const ChildResult &result, int place);

@@ -1,0 +1,144 @@
+// The program that ./bench measures for what the window costs: one job per run, with the
+// application's own controller and windows on the display that DISPLAY names. Prints seconds.
+//
+//   window-probe expand COUNT -     opens a folder of that many made-up entries in the tree
+//   window-probe rows COUNT -       the same on a bare tree whose data source only counts
+//   window-probe list COUNT -       lists such a folder without a tree
+//   window-probe export FOLDER DEST exports everything under the progress window
+//   window-probe FOLDER none start  shows the folder as the application does; prints nothing
+#import "AppDelegate.h"
+#import "CBitlockerWrapper.h"
+#import "CopyingFileWindow.h"
+#import "TreeOutlineView.h"
+#import "Z5FileManager.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#import "CountedRows.h"
+#include "GeneratedVolume.h"
+#import "VXApplication.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+int fail(const char *what)
+{
+    fprintf(stderr, "window-probe: %s\n", what);
+    return 1;
+}
+
+// Opens the first row and draws what is then to be seen.
+int openFirstRow(NSOutlineView *tree, NSInteger expected)
+{
+    [[tree window] makeKeyAndOrderFront:nil];
+    [[tree window] display];
+    const Clock::time_point start = Clock::now();
+    [tree expandItem:[tree itemAtRow:0]];
+    [tree display];
+    const double seconds = secondsSince(start);
+    if ([tree numberOfRows] != expected)
+        return fail("the rows did not appear");
+    printf("%.6f\n", seconds);
+    return 0;
+}
+
+int expand(AppDelegate *delegate, unsigned count)
+{
+    GeneratedVolume volume(1, count);
+    [[delegate FileExplorerController] setVolumeObject:&volume];
+    [[[delegate window] contentView] addSubview:[delegate FileExplorerView]];
+    return openFirstRow([[delegate FileExplorerController] outlineView],
+                        1 + static_cast<NSInteger>(count));
+}
+
+int rows(AppDelegate *delegate, unsigned count)
+{
+    NSOutlineView *tree = [[delegate FileExplorerController] outlineView];
+    CountedRows *source = [[[CountedRows alloc] initWithCount:count] autorelease];
+    [tree setDelegate:nil];
+    [tree setDataSource:(id)source];
+    [[[delegate window] contentView] addSubview:[delegate FileExplorerView]];
+    return openFirstRow(tree, 1 + static_cast<NSInteger>(count));
+}
+
+int list(unsigned count)
+{
+    GeneratedVolume volume(1, count);
+    Z5FileExplorerWapper *explorer =
+        [[[Z5FileExplorerWapper alloc] initWithVolumeObject:&volume] autorelease];
+    const Clock::time_point start = Clock::now();
+    NSArray *entries = [explorer findFiles:[[explorer rootDirectory] objectAtIndex:0]];
+    printf("%.6f\n", secondsSince(start));
+    return [entries count] == count ? 0 : fail("entries are missing");
+}
+
+int start(AppDelegate *delegate)
+{
+    [[delegate window] makeKeyAndOrderFront:nil];
+    [[delegate window] display];
+    const NSInteger shown = [[[delegate FileExplorerController] outlineView] numberOfRows];
+    return shown > 0 ? 0 : fail("the folder is not shown");
+}
+
+int exportAll(const char *folder, const char *destination)
+{
+    CBitlockerWrapper wrapper;
+    IVolume *volume = nullptr;
+    int32_t status = 0;
+    wrapper.openBitlockerDevice(folder, "none", "", &volume, &status);
+    Z5FileExplorerWapper *explorer =
+        [[[Z5FileExplorerWapper alloc] initWithVolumeObject:volume] autorelease];
+    Z5FileManager *engine = [[[Z5FileManager alloc] initWithSourceFiles:[explorer rootDirectory]
+                                                            andExplorer:explorer] autorelease];
+    if (engine == nil)
+        return fail("nothing to export");
+    CopyingFileWindow *progress = [[[CopyingFileWindow alloc] init] autorelease];
+    NSWindow *window = [progress window];
+    const Clock::time_point start = Clock::now();
+    [engine copyTo:[NSString stringWithUTF8String:destination] withDelegate:progress];
+    [NSApp runModalForWindow:window];
+    printf("%.6f\n", secondsSince(start));
+    return 0;
+}
+
+// The application's delegate, made with the interface file, opens the first argument as a volume;
+// the name of a job is none.
+int run(int argc, char **argv)
+{
+    [VXApplication sharedApplication];
+    [NSApp finishLaunching];
+    if (![NSBundle loadNibNamed:@"MainMenu" owner:NSApp])
+        return fail("the main window does not load");
+    AppDelegate *delegate = (AppDelegate *)[NSApp delegate];
+    const unsigned count = argc > 2 ? static_cast<unsigned>(strtoul(argv[2], nullptr, 10)) : 0;
+    if (argc == 4 && strcmp(argv[1], "expand") == 0)
+        return expand(delegate, count);
+    if (argc == 4 && strcmp(argv[1], "rows") == 0)
+        return rows(delegate, count);
+    if (argc == 4 && strcmp(argv[1], "list") == 0)
+        return list(count);
+    if (argc == 4 && strcmp(argv[3], "start") == 0)
+        return start(delegate);
+    if (argc == 4 && strcmp(argv[1], "export") == 0)
+        return exportAll(argv[2], argv[3]);
+    return fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST | "
+                "FOLDER none start");
+}
+
+}  // namespace
+
+int main(int argc, char **argv)
+{
+    @autoreleasepool {
+        return run(argc, argv);
+    }
+}
