@@ -1,17 +1,55 @@
 // The prompt of an open panel titles its confirming button, as on macOS; the library titles the
 // label before the name field with it. The panel is also freed of its two buttons for removable
-// media, which do nothing on a desktop of today. A category overrides the library's methods for
-// every open panel, with any theme.
+// media, which do nothing on a desktop of today. It opens on the folder it was left in, centred
+// over its window, and a folder whose path is typed can be confirmed. A category overrides the
+// library's methods for every open panel, with any theme.
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
 #include <cmath>
 
+#include "MethodReplacement.h"
+
 @interface NSSavePanel (Defaults)
 - (void)_resetDefaults;
+- (void)_setupForDirectory:(NSString *)path file:(NSString *)name;
 @end
 
+namespace {
+
+IMP libraryTextDidChange = nullptr;
+
+bool isFolder(NSString *path)
+{
+    BOOL folder = NO;
+    return [path isAbsolutePath] &&
+           [[NSFileManager defaultManager] fileExistsAtPath:[path stringByStandardizingPath]
+                                                isDirectory:&folder] &&
+           folder;
+}
+
+// The library shows the folder whose path is typed, but leaves the button off because no row of the
+// folder is selected. A path that leads to no folder keeps it off: the browser then still shows the
+// last folder on the way, which is not what was typed.
+void textDidChange(id panel, SEL selector, NSNotification *notification)
+{
+    reinterpret_cast<void (*)(id, SEL, id)>(libraryTextDidChange)(panel, selector, notification);
+    NSString *typed = [[[notification userInfo] objectForKey:@"NSFieldEditor"] string];
+    if ([panel canChooseDirectories] && isFolder(typed)) {
+        NSView *button = [[panel contentView] viewWithTag:NSFileHandlingPanelOKButton];
+        [(NSButton *)button setEnabled:YES];
+    }
+}
+
+}  // namespace
+
 @implementation NSOpenPanel (Prompt)
+
++ (void)load
+{
+    libraryTextDidChange = vx::replaceMethod([NSOpenPanel class], @selector(controlTextDidChange:),
+                                             (IMP)textDidChange);
+}
 
 - (NSString *)prompt
 {
@@ -63,6 +101,14 @@
     [self setAllowsMultipleSelection:NO];
     [self hideMediaButtons];
     [_okButton setEnabled:NO];
+}
+
+// The library would show the root folder, with the confirming button off.
+- (void)beginSheetModalForWindow:(NSWindow *)window
+               completionHandler:(GSSavePanelCompletionHandler)handler
+{
+    [self _setupForDirectory:[self directory] file:@""];
+    handler([NSApp runModalForWindow:self relativeToWindow:window]);
 }
 
 @end

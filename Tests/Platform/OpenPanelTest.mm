@@ -1,8 +1,40 @@
 #import <AppKit/AppKit.h>
 
+@interface NSOpenPanel (Typing)
+- (void)controlTextDidChange:(NSNotification *)notification;
+@end
+
+// Looks at the panel while it runs and presses one of its buttons.
+@interface PanelUser : NSObject {
+@public
+    NSInteger _tag;
+    NSRect _frame;
+    BOOL _mayConfirm;
+}
+@end
+
+@implementation PanelUser
+
+- (void)press
+{
+    NSView *content = [[NSApp modalWindow] contentView];
+    _frame = [[NSApp modalWindow] frame];
+    _mayConfirm = [(NSButton *)[content viewWithTag:NSFileHandlingPanelOKButton] isEnabled];
+    [(NSButton *)[content viewWithTag:_tag] performClick:nil];
+}
+
+@end
+
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 namespace {
+
+NSString *text(const std::string &path)
+{
+    return [NSString stringWithUTF8String:path.c_str()];
+}
 
 class OpenPanel : public testing::Test {
 protected:
@@ -15,6 +47,19 @@ protected:
         return (View *)[[m_panel contentView] viewWithTag:tag];
     }
     NSButton *okButton() { return view<NSButton>(NSFileHandlingPanelOKButton); }
+
+    // As a key pressed in the name field does.
+    void type(NSString *text)
+    {
+        NSTextView *editor = [[NSTextView new] autorelease];
+        [editor setString:text];
+        NSDictionary *info = [NSDictionary dictionaryWithObject:editor forKey:@"NSFieldEditor"];
+        NSNotification *changed =
+            [NSNotification notificationWithName:NSControlTextDidChangeNotification
+                                          object:nil
+                                        userInfo:info];
+        [(id)m_panel controlTextDidChange:changed];
+    }
 
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
     NSOpenPanel *m_panel;
@@ -67,4 +112,54 @@ TEST_F(OpenPanel, TheButtonsForRemovableMediaAreHidden)
     EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskButton) isHidden]);
     EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskEjectButton) isHidden]);
     EXPECT_FALSE([view<NSButton>(NSFileHandlingPanelHomeButton) isHidden]);
+}
+
+TEST_F(OpenPanel, ATypedFolderCanBeConfirmedAndIsTheOneChosen)
+{
+    vx::TemporaryFolder folder;
+    NSString *path = text(folder.MakeFolder("only/out"));
+    type(path);
+    EXPECT_TRUE([okButton() isEnabled]);
+    [m_panel ok:nil];
+    ASSERT_EQ([[m_panel URLs] count], 1u);
+    EXPECT_STREQ([[[[m_panel URLs] objectAtIndex:0] path] UTF8String], [path UTF8String]);
+}
+
+TEST_F(OpenPanel, ATypedPathToNoFolderCannotBeConfirmed)
+{
+    vx::TemporaryFolder folder;
+    type(text(folder.Path()));
+    type(text(folder.Path() + "/missing"));
+    EXPECT_FALSE([okButton() isEnabled]);
+    type(text(folder.WriteFile("file", "text")));
+    EXPECT_FALSE([okButton() isEnabled]);
+}
+
+TEST_F(OpenPanel, ASheetIsCentredOverItsWindowAndConfirmsTheFolderThatItShows)
+{
+    vx::TemporaryFolder folder;
+    [m_panel setDirectory:text(folder.MakeFolder("shown"))];
+    NSWindow *window = [[[NSWindow alloc] initWithContentRect:NSMakeRect(300, 60, 700, 600)
+                                                    styleMask:NSTitledWindowMask
+                                                      backing:NSBackingStoreBuffered
+                                                        defer:NO] autorelease];
+    [window setReleasedWhenClosed:NO];
+    [window orderFront:nil];
+    PanelUser *user = [[PanelUser new] autorelease];
+    user->_tag = NSFileHandlingPanelOKButton;
+    [user performSelector:@selector(press)
+               withObject:nil
+               afterDelay:0.2
+                  inModes:@[ NSModalPanelRunLoopMode ]];
+    __block NSInteger result = -1;
+    [m_panel beginSheetModalForWindow:window
+                    completionHandler:^(NSInteger code) {
+                        result = code;
+                    }];
+    EXPECT_EQ(result, NSInteger(NSOKButton));
+    EXPECT_TRUE(user->_mayConfirm);
+    EXPECT_NEAR(NSMidX(user->_frame), NSMidX([window frame]), 2);
+    EXPECT_NEAR(NSMidY(user->_frame), NSMidY([window frame]), 2);
+    EXPECT_STREQ([[[[m_panel URLs] objectAtIndex:0] path] UTF8String], folder.At("shown").c_str());
+    [window close];
 }
