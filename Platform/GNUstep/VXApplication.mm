@@ -64,6 +64,15 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
     [super sendEvent:withTheTablesModifiers(event)];
 }
 
+// Without a tile on the desktop, hidden windows could not be asked for again: they are minimised
+// instead, to where the desktop keeps such windows.
+- (void)hide:(id)sender
+{
+    for (NSWindow *window in [self windows])
+        if ([window isVisible] && ([window styleMask] & NSMiniaturizableWindowMask) != 0)
+            [window performMiniaturize:sender];
+}
+
 // The library would hand every argument that does not begin with "-" to the delegate as a document
 // and complain in an alert when the delegate has no use for it.
 - (NSArray *)_openFiles

@@ -211,3 +211,23 @@ TEST_F(Application, AClickOnATableComesWithTheModifierThatTheLibraryAsksFor)
     EXPECT_EQ(modifiersSeen(NSCommandKeyMask), NSUInteger(NSShiftKeyMask));
     EXPECT_EQ(modifiersSeen(NSShiftKeyMask), NSUInteger(NSControlKeyMask));
 }
+
+TEST_F(Application, HidingMinimisesTheWindowsThatCanBeAskedForAgain)
+{
+    NSWindow *window =
+        [[[NSWindow alloc] initWithContentRect:NSMakeRect(50, 50, 200, 100)
+                                     styleMask:NSTitledWindowMask | NSMiniaturizableWindowMask
+                                       backing:NSBackingStoreBuffered
+                                         defer:NO] autorelease];
+    [window setReleasedWhenClosed:NO];
+    [window orderFront:nil];
+    [m_window orderFront:nil];
+    [NSApp hide:nil];
+    EXPECT_TRUE([window isMiniaturized]);
+    EXPECT_TRUE([m_window isVisible]);
+    EXPECT_FALSE([NSApp isHidden]);
+    [window deminiaturize:nil];
+    EXPECT_TRUE([window isVisible]);
+    EXPECT_FALSE([window isMiniaturized]);
+    [window close];
+}
