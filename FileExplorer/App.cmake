@@ -27,3 +27,12 @@ set(VX_INTERFACE_FILES
 add_executable(file-explorer FileExplorer/main.mm)
 target_link_libraries(file-explorer PRIVATE explorer-app platform-gnustep vx_warnings)
 vx_bundle(file-explorer MAIN_NIB MainMenu INTERFACE_FILES ${VX_INTERFACE_FILES})
+
+# Beside the volume library and the host, which look for each other there.
+if(APPLE)
+  install(TARGETS file-explorer BUNDLE DESTINATION "${VX_INSTALL_DIR}")
+else()
+  install(TARGETS file-explorer RUNTIME DESTINATION "${VX_INSTALL_DIR}/FileExplorer.app")
+  install(DIRECTORY "${VX_RUNTIME_DIR}/FileExplorer.app/Resources"
+    DESTINATION "${VX_INSTALL_DIR}/FileExplorer.app")
+endif()
