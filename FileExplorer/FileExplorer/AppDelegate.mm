@@ -97,9 +97,7 @@ IVolume *openVolume()
     });
 }
 
-- (void)alertSheetDidEnd:(NSAlert *)alert
-              returnCode:(NSInteger)code
-             contextInfo:(void *)context
+- (void)alertSheetDidEnd:(NSAlert *)alert returnCode:(NSInteger)code contextInfo:(void *)context
 {
 }
 
