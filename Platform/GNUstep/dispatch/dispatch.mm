@@ -56,13 +56,11 @@ void dispatch_async(dispatch_queue_t queue, dispatch_block_t block)
     VXQueuedBlock *queued = [[VXQueuedBlock alloc] initWithBlock:block];
     NSArray *modes = [NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode,
                                                NSEventTrackingRunLoopMode, nil];
-    // A main thread that has no run loop yet would run the performer at once; asking makes the loop.
+    // A main thread that has no run loop yet would run the performer at once; asking makes the
+    // loop.
     if ([NSThread isMainThread])
         [NSRunLoop currentRunLoop];
-    [queued performSelectorOnMainThread:@selector(run)
-                             withObject:nil
-                          waitUntilDone:NO
-                                  modes:modes];
+    [queued performSelectorOnMainThread:@selector(run) withObject:nil waitUntilDone:NO modes:modes];
     [queued release];
     [pool release];
 }
