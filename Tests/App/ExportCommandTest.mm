@@ -253,6 +253,41 @@ TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLa
     method_setImplementation(method, original);
 }
 
+TEST_F(ExportCommandTest, TheMenusCommandFollowsTheButtonAndRestsDuringAnExport)
+{
+    root().folder(u"Empty");
+    open();
+    id item = [[[[NSApp mainMenu] itemAtIndex:0] submenu] itemWithTitle:@"Export"];
+    EXPECT_FALSE([(id)controller validateMenuItem:item]);
+    select({0});
+    EXPECT_TRUE([(id)controller validateMenuItem:item]);
+    choose(folder.Path());
+    bool enabled = true;
+    When([] { return progress() != nil; },
+         [&] {
+             enabled = [(id)controller validateMenuItem:item];
+             [progress() cancelClicked:nil];
+         });
+    [controller onClickedExport:nil];
+    EXPECT_FALSE(enabled);
+    EXPECT_TRUE([(id)controller validateMenuItem:item]);
+}
+
+TEST_F(ExportCommandTest, AfterAnExportThatEndsWithAnotherCodeTheDestinationIsNotOpened)
+{
+    root().folder(u"Empty");
+    open();
+    select({0});
+    choose(folder.Path());
+    When([] { return progress() != nil; },
+         [] {
+             [progress() setValue:[NSNumber numberWithLongLong:7] forKey:@"_nRtnCode"];
+             [progress() cancelClicked:nil];
+         });
+    [controller onClickedExport:nil];
+    EXPECT_EQ(g_opened, "");
+}
+
 TEST_F(ExportCommandTest, ASelectionWithoutFilesLeavesTheWindowOpenUntilItIsCancelled)
 {
     root().folder(u"Empty");
