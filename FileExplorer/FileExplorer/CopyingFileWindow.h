@@ -45,8 +45,8 @@
 // The button's action: the worker stops at its next check, the window closes at once.
 - (IBAction)cancelClicked:(id)sender;
 
-// On the main thread: names the file with this volume path and restarts its clock. Ignores nil
-// and the path that is shown already.
+// On the main thread: names the file with this volume path and restarts its clock. Ignores nil,
+// an empty text and the path that is shown already.
 - (void)updateInfoOnMain:(NSString *)path;
 
 // On the main thread: shows the last percent, the sizes and the estimate; above 99 percent, or

@@ -109,7 +109,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)updateInfoOnMain:(NSString *)path
 {
-    if (path == nil || [path isEqualToString:_strCurrentFile])
+    if ([path length] == 0 || [path isEqualToString:_strCurrentFile])
         return;
     [_strCurrentFile release];
     _strCurrentFile = [path copy];

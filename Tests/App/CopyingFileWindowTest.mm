@@ -51,7 +51,7 @@ protected:
     }
 
     // What the worker of an export does, on a thread of its own.
-    void work(std::function<void()> job)
+    void work(const std::function<void()> &job)
     {
         _worker = std::thread([this, job] {
             GSRegisterCurrentThreadForTests();
@@ -121,6 +121,7 @@ TEST_F(CopyingFileWindowTest, TheSamePathAnnouncedTwiceChangesNothingAndDoesNotR
 TEST_F(CopyingFileWindowTest, EmptyArgumentsAreIgnored)
 {
     [_progress UpdateInformation:nil];
+    [_progress UpdateInformation:@""];
     EXPECT_EQ(fileLine(), "Initializing ... ");
     [_progress UpdateTotalSize:[NSNumber numberWithDouble:8]];
     report(50);
