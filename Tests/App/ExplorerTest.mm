@@ -1,5 +1,6 @@
 // The tree on a scripted volume, in the window that the interface file describes.
 #import "ExplorerFixture.h"
+#import "ModalDriver.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 
@@ -23,6 +24,21 @@ TEST_F(ExplorerTest, WhenTheVolumeDoesNotOpenTheWindowIsStillShownInFrontWithout
     EXPECT_TRUE(zoom == nil || [zoom isHidden]);
     [delegate applicationDidFinishLaunching:nil];
     EXPECT_EQ([window level], CGWindowLevelForKey(kCGNormalWindowLevelKey));
+}
+
+TEST_F(ExplorerTest, TheDelegateAnswersARequestForASheetOnceItIsAwake)
+{
+    bool shown = false;
+    apptest::When([] { return [NSApp modalWindow] != nil; },
+                  [&shown] {
+                      shown = apptest::ShowsText([NSApp modalWindow], @"A title");
+                      [apptest::ButtonTitled([NSApp modalWindow], @"OK") performClick:nil];
+                  });
+    // Without a text, which leaves that part empty.
+    [[NSNotificationCenter defaultCenter] postNotificationName:@"ShowAlertSheet"
+                                                        object:nil
+                                                      userInfo:@{@"title" : @"A title"}];
+    EXPECT_TRUE(apptest::ServeUntil([&shown] { return shown; }));
 }
 
 TEST_F(ExplorerTest, ClosingTheMainWindowEndsTheApplication)
