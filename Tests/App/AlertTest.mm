@@ -86,6 +86,8 @@ protected:
         [_window close];
         [_window release];
     }
+    AlertSheet(const AlertSheet &) = delete;
+    AlertSheet &operator=(const AlertSheet &) = delete;
 
     // The sheet comes from the run loop.
     bool shown(Seen &seen, NSString *title, NSString *text)

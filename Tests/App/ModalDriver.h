@@ -15,10 +15,10 @@ constexpr NSTimeInterval kDeadline = 20.0;  // seconds
 void When(std::function<bool()> condition, std::function<void()> action);
 
 // Serves the run loop's default mode until the condition holds; false after the deadline.
-bool ServeUntil(std::function<bool()> condition, NSString *mode = NSDefaultRunLoopMode);
+bool ServeUntil(const std::function<bool()> &condition, NSString *mode = NSDefaultRunLoopMode);
 
 // The first view of a class below a view whose test holds, or nil.
-NSView *FindView(NSView *view, std::function<bool(NSView *)> matches);
+NSView *FindView(NSView *view, const std::function<bool(NSView *)> &matches);
 NSButton *ButtonTitled(NSWindow *window, NSString *title);
 bool ShowsText(NSWindow *window, NSString *text);
 bool ShowsImage(NSWindow *window, NSImage *image);

@@ -65,7 +65,7 @@ void When(std::function<bool()> condition, std::function<void()> action)
         [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
 }
 
-bool ServeUntil(std::function<bool()> condition, NSString *mode)
+bool ServeUntil(const std::function<bool()> &condition, NSString *mode)
 {
     NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:kDeadline];
     while (!condition()) {
@@ -78,7 +78,7 @@ bool ServeUntil(std::function<bool()> condition, NSString *mode)
     return true;
 }
 
-NSView *FindView(NSView *view, std::function<bool(NSView *)> matches)
+NSView *FindView(NSView *view, const std::function<bool(NSView *)> &matches)
 {
     if (matches(view))
         return view;
