@@ -40,6 +40,8 @@ protected:
         [_progress close];
         [_progress release];
     }
+    CopyingFileWindowTest(const CopyingFileWindowTest &) = delete;
+    CopyingFileWindowTest &operator=(const CopyingFileWindowTest &) = delete;
 
     std::string fileLine() { return utf8([[_progress fileInfoLable] stringValue]); }
     std::string progressLine() { return utf8([[_progress infoLabel] stringValue]); }

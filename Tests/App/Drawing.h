@@ -66,7 +66,8 @@ public:
 
     bool equals(const Drawing &other) const
     {
-        return equals(other, NSMakeRect(0, 0, [_bitmap pixelsWide], [_bitmap pixelsHigh]));
+        return equals(other, NSMakeRect(0, 0, static_cast<CGFloat>([_bitmap pixelsWide]),
+                                        static_cast<CGFloat>([_bitmap pixelsHigh])));
     }
 
     // Within a rectangle in points from the upper left corner.

@@ -16,6 +16,8 @@ class ExplorerTest : public testing::Test {
 protected:
     ExplorerTest();
     ~ExplorerTest() override;
+    ExplorerTest(const ExplorerTest &) = delete;
+    ExplorerTest &operator=(const ExplorerTest &) = delete;
 
     vx::ScriptedEntry &root() { return volume.root(); }
     // Shows the volume; called after the test has built its tree.

@@ -39,6 +39,8 @@ protected:
         method_setImplementation(class_getInstanceMethod([NSWorkspace class], @selector(openURL:)),
                                  _opener);
     }
+    ExportCommandTest(const ExportCommandTest &) = delete;
+    ExportCommandTest &operator=(const ExportCommandTest &) = delete;
 
     static bool panelIsUp() { return [[NSApp modalWindow] isKindOfClass:[NSOpenPanel class]]; }
     static CopyingFileWindow *progress()
