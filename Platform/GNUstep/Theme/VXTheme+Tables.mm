@@ -64,8 +64,9 @@ void headerPlate(NSRect frame, BOOL flipped, NSColor *fill)
     if (height < 1)
         return;
     NSRect row = NSMakeRect(NSMinX(clip), 0, clip.size.width, height);
-    for (long i = long(NSMinY(clip) / height) | 1; i * height < NSMaxY(clip); i += 2) {
-        row.origin.y = i * height;
+    for (long i = long(NSMinY(clip) / height) | 1; static_cast<CGFloat>(i) * height < NSMaxY(clip);
+         i += 2) {
+        row.origin.y = static_cast<CGFloat>(i) * height;
         shapes::rectangle(NSIntersectionRect(row, clip), palette::alternateRow());
     }
 }
