@@ -112,30 +112,30 @@ std::string SampleImages::packedPath(const std::string &name) const
     return name.rfind("bitlk-", 0) == 0 ? _samples + "/" + kArchive : own;
 }
 
-std::string SampleImages::unpackedPath(const std::string &name) const
+std::string SampleImages::path(const std::string &name) const
 {
     return (name.rfind("bitlk-", 0) == 0 ? folder() : _temporary) + "/" + name + ".img";
 }
 
 std::string SampleImages::prepare(const std::string &name)
 {
-    for (const std::string &path : {_samples + "/README.md", packedPath(name)})
-        if (!exists(path))
-            return path;
+    for (const std::string &needed : {_samples + "/README.md", packedPath(name)})
+        if (!exists(needed))
+            return needed;
     if (_temporary.empty())
         _temporary = makeTemporaryFolder();
-    if (exists(unpackedPath(name)))
+    if (exists(path(name)))
         return "";
     if (name.rfind("bitlk-", 0) == 0)
         run("tar -xJf " + quoted(packedPath(name)) + " -C " + quoted(_temporary));
     else
-        run("xz -dkc " + quoted(packedPath(name)) + " > " + quoted(unpackedPath(name)));
-    return exists(unpackedPath(name)) ? "" : unpackedPath(name);
+        run("xz -dkc " + quoted(packedPath(name)) + " > " + quoted(path(name)));
+    return exists(path(name)) ? "" : path(name);
 }
 
 std::shared_ptr<const ByteSource> SampleImages::source(const std::string &name) const
 {
-    Result<std::unique_ptr<FileByteSource>> file = FileByteSource::open(unpackedPath(name));
+    Result<std::unique_ptr<FileByteSource>> file = FileByteSource::open(path(name));
     if (!file)
         throw std::runtime_error(describe(file.error()));
     return std::move(*file);

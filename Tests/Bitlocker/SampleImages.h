@@ -38,13 +38,14 @@ public:
     const SampleImage &image(const std::string &name) const { return _images.at(name); }
     // Where the header-only images and the key files are.
     std::string folder() const { return _temporary + "/bitlk-images"; }
+    // Of an image that was prepared.
+    std::string path(const std::string &name) const;
     std::shared_ptr<const ByteSource> source(const std::string &name) const;
 
 private:
     SampleImages();
     void readTables();
     void readSecrets(const std::string &name, const std::string &row);
-    std::string unpackedPath(const std::string &name) const;
     std::string packedPath(const std::string &name) const;
 
     const std::string _samples;

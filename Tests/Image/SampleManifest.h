@@ -1,0 +1,21 @@
+// What a volume that Windows encrypted contains, as the list beside the image tells.
+#pragma once
+
+#include "TestImage.h"
+
+namespace vx {
+
+// Left out are streams with names, labels, deleted entries and the file system's own files.
+struct SampleManifest {
+    // SHA-256 in hexadecimal digits by the paths, without "/" in front, UTF-8.
+    TestTree files;
+
+    // name: of the image, without ".img". Empty if there is no such list.
+    static SampleManifest Read(const std::string &name);
+    static std::string PathOf(const std::string &name);
+
+    // The program that listed the FAT volume has cut one name; takes the whole one from found.
+    void MendCutNames(const TestTree &found);
+};
+
+}  // namespace vx
