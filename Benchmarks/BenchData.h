@@ -12,6 +12,7 @@ public:
     BenchData &operator=(const BenchData &) = delete;
 
     bool made() const { return !_folder.empty(); }
+    const std::string &folder() const { return _folder; }
 
     // Each makes its folder at the first call. An empty text: it could not be made.
     std::string oneLargeFile();    // one file of 2 GiB

@@ -14,7 +14,8 @@ struct RowResult {
     bool succeeded;
     std::string ours;
     std::string against;
-    double figure;  // what is compared with the limit
+    double figure;             // what is compared with the limit
+    std::string leftOut = {};  // why it cannot be measured on this machine; empty: it was
 };
 
 struct Row {
