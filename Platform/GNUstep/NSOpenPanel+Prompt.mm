@@ -41,15 +41,19 @@ void textDidChange(id panel, SEL selector, NSNotification *notification)
     }
 }
 
+NSPoint centredOver(NSWindow *window, NSSize size)
+{
+    const NSRect below = [window frame], screen = [[window screen] visibleFrame];
+    const CGFloat left = NSMidX(below) - size.width / 2, low = NSMidY(below) - size.height / 2;
+    const CGFloat x = std::min(left, NSMaxX(screen) - size.width);
+    const CGFloat y = std::min(low, NSMaxY(screen) - size.height);
+    return NSMakePoint(std::floor(std::max(x, NSMinX(screen))),
+                       std::floor(std::max(y, NSMinY(screen))));
+}
+
 }  // namespace
 
 @implementation NSOpenPanel (Prompt)
-
-+ (void)load
-{
-    libraryTextDidChange = vx::replaceMethod([NSOpenPanel class], @selector(controlTextDidChange:),
-                                             (IMP)textDidChange);
-}
 
 - (NSString *)prompt
 {
@@ -92,6 +96,9 @@ void textDidChange(id panel, SEL selector, NSNotification *notification)
 // way is its word for the label.
 - (void)_resetDefaults
 {
+    if (libraryTextDidChange == nullptr)
+        libraryTextDidChange = vx::replaceMethod(
+            [NSOpenPanel class], @selector(controlTextDidChange:), (IMP)textDidChange);
     [super _resetDefaults];
     [self setNameFieldLabel:[self prompt]];
     [self setTitle:[[NSBundle mainBundle] localizedStringForKey:@"Open" value:@"Open" table:nil]];
@@ -103,12 +110,17 @@ void textDidChange(id panel, SEL selector, NSNotification *notification)
     [_okButton setEnabled:NO];
 }
 
-// The library would show the root folder, with the confirming button off.
+// The library would show the root folder, with the confirming button off. It centres a panel that
+// is not up yet on the screen, so this one is put up first.
 - (void)beginSheetModalForWindow:(NSWindow *)window
                completionHandler:(GSSavePanelCompletionHandler)handler
 {
     [self _setupForDirectory:[self directory] file:@""];
-    handler([NSApp runModalForWindow:self relativeToWindow:window]);
+    if (window != nil) {
+        [self setFrameOrigin:centredOver(window, [self frame].size)];
+        [self orderFront:self];
+    }
+    handler([NSApp runModalForWindow:self]);
 }
 
 @end
