@@ -5,7 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -110,6 +113,14 @@ bool IsSecretRight(const char *kind, const char *secret)
     return strcmp(kind, "password") == 0 && strcmp(secret, "s3cret w\xc3\xb6rd") == 0;
 }
 
+// A volume belongs to its library, until the process ends.
+vx::StandInVolume *Kept(std::vector<vx::StandInEntry> entries, const char *third)
+{
+    static std::vector<std::unique_ptr<vx::StandInVolume>> volumes;
+    volumes.push_back(std::make_unique<vx::StandInVolume>(std::move(entries), third));
+    return volumes.back().get();
+}
+
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) int32_t
@@ -129,11 +140,11 @@ open_bitlocker_device(const char *first, const char *second, const char *third, 
     if (strcmp(first, "locked") == 0 && !IsSecretRight(second, third))
         return 22;
     if (strcmp(first, "locked") == 0) {
-        *volume = new vx::StandInVolume({File(u"", u"opened.txt", 5)}, "");
+        *volume = Kept({File(u"", u"opened.txt", 5)}, "");
         return 0;
     }
     const auto tree = kTrees.find(first);
     if (tree != kTrees.end())
-        *volume = new vx::StandInVolume(tree->second(), third);
+        *volume = Kept(tree->second(), third);
     return 0;
 }
