@@ -8,6 +8,8 @@
 - (NSArray *)_openFiles;
 @end
 
+#include <cstdlib>
+
 namespace {
 
 BOOL hitsTable(NSEvent *event)
@@ -122,6 +124,22 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
     _stopped = outerStopped;
     _stopCode = outerCode;
     return result;
+}
+
+// The library goes on to close every window and to say good-bye to the desktop's services, and
+// waits for those that do not answer, for many seconds after the user has quit. Whoever has to
+// know is told; the rest goes with the process.
+- (void)replyToApplicationShouldTerminate:(BOOL)shouldTerminate
+{
+    if (!shouldTerminate) {
+        [super replyToApplicationShouldTerminate:NO];
+        return;
+    }
+    [[NSNotificationCenter defaultCenter]
+        postNotificationName:NSApplicationWillTerminateNotification
+                      object:self];
+    [[NSUserDefaults standardUserDefaults] synchronize];
+    exit(EXIT_SUCCESS);
 }
 
 @end
