@@ -83,6 +83,8 @@ public:
             throw std::runtime_error("no space for " + _path);
     }
     ~NoiseFile() { ::unlink(_path.c_str()); }
+    NoiseFile(const NoiseFile &) = delete;
+    NoiseFile &operator=(const NoiseFile &) = delete;
 
     std::shared_ptr<const ByteSource> open() const
     {
@@ -118,7 +120,7 @@ std::vector<uint8_t> someKey(size_t size)
 }
 
 // A volume that is encrypted from its first byte to its last.
-std::unique_ptr<DecryptedVolume> makeVolume(std::shared_ptr<const ByteSource> source, Method method)
+std::unique_ptr<DecryptedVolume> makeVolume(const std::shared_ptr<const ByteSource> &source, Method method)
 {
     MetadataBlock block;
     block.version = 2;

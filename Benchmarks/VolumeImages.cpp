@@ -57,7 +57,7 @@ VolumeImages::Pair VolumeImages::make(const std::string &name, const std::string
                                       const std::string &from, const std::string &fill) const
 {
     const std::string image = _data.folder() + "/" + name;
-    const Pair pair = {image, image + ".encrypted"};
+    Pair pair = {image, image + ".encrypted"};
     if (access(image.c_str(), R_OK) == 0)
         return pair;
     const ChildResult result =

@@ -60,7 +60,7 @@ RowResult exportingInTheWindow(const BenchSetting &setting, const std::string &f
     if (!desktop.started())
         return {};
     const auto freshCopy = [&] {
-        const std::string copy = setting.data.freshDestination();
+        std::string copy = setting.data.freshDestination();
         RunChild({"mkdir", copy});
         return copy;
     };
