@@ -120,7 +120,8 @@ std::vector<uint8_t> someKey(size_t size)
 }
 
 // A volume that is encrypted from its first byte to its last.
-std::unique_ptr<DecryptedVolume> makeVolume(const std::shared_ptr<const ByteSource> &source, Method method)
+std::unique_ptr<DecryptedVolume> makeVolume(const std::shared_ptr<const ByteSource> &source,
+                                            Method method)
 {
     MetadataBlock block;
     block.version = 2;
