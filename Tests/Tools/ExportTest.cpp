@@ -297,7 +297,9 @@ TEST_F(Export, WithoutVerifyOnlySizesAreCompared)
 TEST_F(Export, TheLocaleOfTheMachineDoesNotChangeNames)
 {
     _folder.WriteFile("volume/\u00e9/\u65e5.txt", "1");
-    ToolRun run("/usr/bin/env", {"LC_ALL=C", kTool, "--to", _destination, _volume});
+    // The leak checker of a sanitizer build crashes by itself in that locale.
+    ToolRun run("/usr/bin/env",
+                {"LC_ALL=C", "ASAN_OPTIONS=detect_leaks=0", kTool, "--to", _destination, _volume});
     EXPECT_EQ(run.Wait(), 0);
     EXPECT_EQ(FilesBelow(_destination), FilesBelow(_volume));
 }

@@ -47,7 +47,10 @@ KeyMaterial paddedMessage(ByteView hash, const Salt &salt)
 struct WipedState {
     SHA256_CTX context;
 
+    explicit WipedState(const SHA256_CTX &start) : context(start) {}
     ~WipedState() { OPENSSL_cleanse(&context, sizeof context); }
+    WipedState(const WipedState &) = delete;
+    WipedState &operator=(const WipedState &) = delete;
 };
 
 // One round: the digest of the message takes the place of the one before.
@@ -68,7 +71,7 @@ Result<KeyMaterial> KeyStretcher::stretch(ByteView hash, const Salt &salt,
     KeyMaterial message = paddedMessage(hash, salt);
     SHA256_CTX start;
     SHA256_Init(&start);
-    WipedState state = {start};
+    WipedState state(start);
     for (uint64_t round = 0; round < _rounds; ++round) {
         if (round % kRoundsPerLook == 0 && isCancelled(cancel))
             return Error{Status::Cancelled, ""};

@@ -42,7 +42,7 @@ constexpr Signature kOfTsk[] = {
 bool Matches(const Signature &signature, bitlocker::ByteView head)
 {
     const bitlocker::ByteView found = head.from(signature.offset);
-    return found.size >= signature.bytes.size() &&
+    return found.data != nullptr && found.size >= signature.bytes.size() &&
            std::memcmp(found.data, signature.bytes.data(), signature.bytes.size()) == 0;
 }
 

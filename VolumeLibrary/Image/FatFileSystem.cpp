@@ -30,7 +30,7 @@ FatFileSystem::FatFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume
 {
 }
 
-OpenError FatFileSystem::Open(std::shared_ptr<const bitlocker::ByteSource> volume,
+OpenError FatFileSystem::Open(const std::shared_ptr<const bitlocker::ByteSource> &volume,
                               std::unique_ptr<FileSystem> *fileSystem)
 {
     FatGeometry geometry;

@@ -15,7 +15,7 @@ namespace vx {
 class FatFileSystem final : public FileSystem {
 public:
     // Errors: kFileSystemDamaged.
-    static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> volume,
+    static OpenError Open(const std::shared_ptr<const bitlocker::ByteSource> &volume,
                           std::unique_ptr<FileSystem> *fileSystem);
 
     Node Root() const override;
