@@ -24,6 +24,8 @@ bool SameName(bitlocker::ByteView units, std::u16string_view name)
 {
     if (units.size != 2 * name.size())
         return false;
+    if (units.data == nullptr)
+        return name.empty();
     for (size_t i = 0; i < name.size(); ++i) {
         if (Little16(units.data + 2 * i) != name[i])
             return false;

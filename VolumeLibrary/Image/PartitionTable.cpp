@@ -86,7 +86,7 @@ std::string SizeText(uint64_t bytes)
     if (bytes < 1024 * kMiB)
         std::snprintf(text, sizeof text, "%" PRIu64 " MiB", bytes / kMiB);
     else
-        std::snprintf(text, sizeof text, "%.1f GiB", static_cast<double>(bytes / kMiB) / 1024);
+        std::snprintf(text, sizeof text, "%.1f GiB", static_cast<double>(bytes) / (1024.0 * kMiB));
     return text;
 }
 
@@ -97,7 +97,7 @@ Source Partition::In(Source disk) const
     return std::make_shared<PartOfSource>(std::move(disk), offset, size);
 }
 
-std::vector<Partition> PartitionTable::Read(Source disk)
+std::vector<Partition> PartitionTable::Read(const Source &disk)
 {
     std::vector<Partition> partitions;
     if (IsGptTooLarge(*disk))

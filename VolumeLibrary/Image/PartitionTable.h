@@ -26,7 +26,7 @@ struct Partition {
 class PartitionTable {
 public:
     // Empty if there is no table, or a damaged one.
-    static std::vector<Partition> Read(std::shared_ptr<const bitlocker::ByteSource> disk);
+    static std::vector<Partition> Read(const std::shared_ptr<const bitlocker::ByteSource> &disk);
 
     // "1: encrypted, 60.0 GiB (Basic data partition); 2: ..."
     static std::string Describe(const std::vector<Partition> &partitions);
