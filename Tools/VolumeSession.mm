@@ -25,7 +25,7 @@ std::string ReasonNotCalled(const CBitlockerWrapper &library)
 std::string FailureOf(const CBitlockerWrapper &library, int32_t status)
 {
     void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
-    const std::string text = TerminalText(OpenFailureText(loaded, status));
+    std::string text = TerminalText(OpenFailureText(loaded, status));
     if (loaded != nullptr)
         dlclose(loaded);
     return text;
