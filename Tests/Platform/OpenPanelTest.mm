@@ -134,32 +134,3 @@ TEST_F(OpenPanel, ATypedPathToNoFolderCannotBeConfirmed)
     type(text(folder.WriteFile("file", "text")));
     EXPECT_FALSE([okButton() isEnabled]);
 }
-
-TEST_F(OpenPanel, ASheetIsCentredOverItsWindowAndConfirmsTheFolderThatItShows)
-{
-    vx::TemporaryFolder folder;
-    [m_panel setDirectory:text(folder.MakeFolder("shown"))];
-    NSWindow *window = [[[NSWindow alloc] initWithContentRect:NSMakeRect(300, 60, 700, 600)
-                                                    styleMask:NSTitledWindowMask
-                                                      backing:NSBackingStoreBuffered
-                                                        defer:NO] autorelease];
-    [window setReleasedWhenClosed:NO];
-    [window orderFront:nil];
-    PanelUser *user = [[PanelUser new] autorelease];
-    user->_tag = NSFileHandlingPanelOKButton;
-    [user performSelector:@selector(press)
-               withObject:nil
-               afterDelay:0.2
-                  inModes:@[ NSModalPanelRunLoopMode ]];
-    __block NSInteger result = -1;
-    [m_panel beginSheetModalForWindow:window
-                    completionHandler:^(NSInteger code) {
-                        result = code;
-                    }];
-    EXPECT_EQ(result, NSInteger(NSOKButton));
-    EXPECT_TRUE(user->_mayConfirm);
-    EXPECT_NEAR(NSMidX(user->_frame), NSMidX([window frame]), 2);
-    EXPECT_NEAR(NSMidY(user->_frame), NSMidY([window frame]), 2);
-    EXPECT_STREQ([[[[m_panel URLs] objectAtIndex:0] path] UTF8String], folder.At("shown").c_str());
-    [window close];
-}
