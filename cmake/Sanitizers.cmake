@@ -2,6 +2,7 @@
 set(VX_SANITIZER "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
 
 if(VX_SANITIZER)
-  add_compile_options(-fsanitize=${VX_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
+  add_compile_options(-fsanitize=${VX_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all
+    -O1 -gline-tables-only)
   add_link_options(-fsanitize=${VX_SANITIZER})
 endif()

@@ -24,7 +24,7 @@ void run(const std::string &command)
         throw std::runtime_error(command);
 }
 
-std::string quoted(const std::string &path)
+std::string shellQuoted(const std::string &path)
 {
     return "'" + path + "'";
 }
@@ -78,7 +78,7 @@ SampleImages::SampleImages() : _samples(std::string(VX_SOURCE_DIR) + "/../shared
 SampleImages::~SampleImages()
 {
     if (!_temporary.empty())
-        (void)std::system(("rm -rf " + quoted(_temporary)).c_str());
+        (void)std::system(("rm -rf " + shellQuoted(_temporary)).c_str());
 }
 
 void SampleImages::readSecrets(const std::string &name, const std::string &row)
@@ -127,9 +127,9 @@ std::string SampleImages::prepare(const std::string &name)
     if (exists(path(name)))
         return "";
     if (name.rfind("bitlk-", 0) == 0)
-        run("tar -xJf " + quoted(packedPath(name)) + " -C " + quoted(_temporary));
+        run("tar -xJf " + shellQuoted(packedPath(name)) + " -C " + shellQuoted(_temporary));
     else
-        run("xz -dkc " + quoted(packedPath(name)) + " > " + quoted(path(name)));
+        run("xz -dkc " + shellQuoted(packedPath(name)) + " > " + shellQuoted(path(name)));
     return exists(path(name)) ? "" : path(name);
 }
 
