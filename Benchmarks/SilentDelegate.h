@@ -3,11 +3,11 @@
 // Threads: made and waited for on the main thread; the worker calls the rest.
 #pragma once
 
+#import "ExportWorkerEnd.h"
 #import "ExportingUIDelegate.h"
 
 @interface SilentDelegate : NSObject <ExportingUIDelegate> {
-    NSCondition *_condition;
-    BOOL _ended;
+    ExportWorkerEnd *_workerEnd;
 }
 
 // Returns when the export's thread has ended; call it once, after the export was started.

@@ -5,38 +5,20 @@
 - (id)init
 {
     self = [super init];
-    if (self == nil)
-        return nil;
-    _condition = [[NSCondition alloc] init];
-    [[NSNotificationCenter defaultCenter] addObserver:self
-                                             selector:@selector(threadWillExit:)
-                                                 name:NSThreadWillExitNotification
-                                               object:nil];
+    if (self != nil)
+        _workerEnd = [[ExportWorkerEnd alloc] init];
     return self;
 }
 
 - (void)dealloc
 {
-    [[NSNotificationCenter defaultCenter] removeObserver:self];
-    [_condition release];
+    [_workerEnd release];
     [super dealloc];
-}
-
-- (void)threadWillExit:(NSNotification *)notification
-{
-    (void)notification;
-    [_condition lock];
-    _ended = YES;
-    [_condition signal];
-    [_condition unlock];
 }
 
 - (void)waitForTheEnd
 {
-    [_condition lock];
-    while (!_ended)
-        [_condition wait];
-    [_condition unlock];
+    [_workerEnd wait];
 }
 
 - (void)UpdateProgress:(NSNumber *)percent
@@ -56,6 +38,7 @@
 
 - (BOOL)Continued
 {
+    [_workerEnd noteWorker];
     return YES;
 }
 
