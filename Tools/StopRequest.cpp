@@ -10,7 +10,11 @@ namespace {
 std::atomic<int> signalReceived{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
 
-constexpr char kNotice[] = "\nStopping after the current piece; Ctrl-C again ends at once.\n";
+// On a terminal the cursor stands behind the line of progress.
+constexpr char kNewLineAndNotice[] =
+    "\nStopping after the current piece; Ctrl-C again ends at once.\n";
+constexpr size_t kNewLine = 1;
+size_t noticeStart = 0;  // set before the handler is installed
 
 }  // namespace
 
@@ -19,6 +23,7 @@ constexpr int StopRequest::kSignals[];
 StopRequest::StopRequest()
 {
     signalReceived = 0;
+    noticeStart = isatty(STDERR_FILENO) != 0 ? 0 : kNewLine;
     struct sigaction action = {};
     action.sa_handler = &StopRequest::OnSignal;
     action.sa_flags = SA_RESTART;
@@ -52,7 +57,8 @@ void StopRequest::OnSignal(int number)
         return;
     }
     const int error = errno;
-    const ssize_t written = write(STDERR_FILENO, kNotice, sizeof(kNotice) - 1);
+    const ssize_t written = write(STDERR_FILENO, kNewLineAndNotice + noticeStart,
+                                  sizeof(kNewLineAndNotice) - 1 - noticeStart);
     (void)written;
     errno = error;
 }

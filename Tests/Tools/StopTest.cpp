@@ -107,6 +107,14 @@ TEST_F(Stop, AComparisonIsStoppedToo)
     EXPECT_TRUE(Lacks(run.Output(), "equal"));
 }
 
+TEST_F(Stop, OffATerminalTheNoticeOfTheStopHasNoBlankLineBeforeIt)
+{
+    ToolRun run(CopyOfTool(kStandIn), StallingExport());
+    StopBy(SIGINT, &run);
+    EXPECT_TRUE(Holds(run.Errors(), "\nStopping after the current piece"));
+    EXPECT_TRUE(Lacks(run.Errors(), "\n\n"));
+}
+
 TEST_F(Stop, OnATerminalCtrlCIsTyped)
 {
     ToolRun::Settings terminal;
