@@ -2,7 +2,7 @@
 #
 #   vx_bundle(<target> [NAME <name>] [MAIN_NIB <name>] [INTERFACE_FILES <xib>...])
 #
-# On Linux the result is ${VX_RUNTIME_DIR}/<name>.app with the executable beside Resources/; on macOS the
+# On Linux the result is ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/<name>.app with the executable beside Resources/; on macOS the
 # target becomes a regular bundle, its interface files compiled and its icon made. NAME is "FileExplorer"
 # when it is left out; MAIN_NIB is the interface file that the application loads at start.
 set(VX_RESOURCES_DIR "${CMAKE_CURRENT_LIST_DIR}")

@@ -1,6 +1,6 @@
 # <name>.app/<name> and <name>.app/Resources, as GNUstep looks for them.
 function(vx_bundle_gnustep target name main_nib interface_files)
-  set(app "${VX_RUNTIME_DIR}/${name}.app")
+  set(app "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}.app")
   set(resources "${app}/Resources")
   set_target_properties(${target} PROPERTIES OUTPUT_NAME "${name}" RUNTIME_OUTPUT_DIRECTORY "${app}")
 
