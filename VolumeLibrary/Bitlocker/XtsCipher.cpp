@@ -1,7 +1,6 @@
 #include "XtsCipher.h"
 
 #include "SectorNumbers.h"
-#include "XtsTweaks.h"
 
 #include <algorithm>
 
@@ -10,7 +9,7 @@ namespace vx::bitlocker {
 namespace {
 
 // A piece, its tweaks and its result stay in the fastest cache together.
-constexpr size_t kPiece = 16 * 1024;
+constexpr size_t kPiece = 8 * 1024;
 // Away from the buffers of the callers, see PlacedBuffer.
 constexpr size_t kTweaksPlace = 2048;
 
@@ -26,6 +25,7 @@ XtsCipher::XtsCipher(CipherContext tweak, CipherContext data, uint32_t sectorSiz
     : _tweak(std::move(tweak)),
       _data(std::move(data)),
       _sectorSize(sectorSize),
+      _passes(bestXtsTweaks()),
       _sectorTweaks(kLongestRun / sectorSize * kAesBlock),
       _tweaks(kPiece, kTweaksPlace)
 {
@@ -40,11 +40,10 @@ std::unique_ptr<SectorCipher> XtsCipher::clone() const
 bool XtsCipher::decryptPiece(const uint8_t *sectorTweaks, const uint8_t *in, uint8_t *out,
                              size_t length)
 {
-    for (size_t at = 0; at < length; at += _sectorSize, sectorTweaks += kAesBlock)
-        applyXtsTweaks(sectorTweaks, in + at, _tweaks.data() + at, out + at, _sectorSize);
+    _passes.apply(sectorTweaks, _sectorSize, in, _tweaks.data(), out, length);
     if (!_data.run(out, out, length))
         return false;
-    xorBytes(out, _tweaks.data(), length);
+    _passes.remove(_tweaks.data(), out, length);
     return true;
 }
 

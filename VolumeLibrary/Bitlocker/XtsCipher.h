@@ -7,6 +7,7 @@
 #include "CipherContext.h"
 #include "PlacedBuffer.h"
 #include "SectorCipher.h"
+#include "XtsTweaks.h"
 
 #include <vector>
 
@@ -28,6 +29,7 @@ private:
     CipherContext _tweak;
     CipherContext _data;
     const uint32_t _sectorSize;
+    const XtsTweaks &_passes;
     std::vector<uint8_t> _sectorTweaks;  // the first tweak of each sector of a run
     PlacedBuffer _tweaks;                // the tweaks of a piece
 };

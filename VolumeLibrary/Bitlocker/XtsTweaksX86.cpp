@@ -1,0 +1,52 @@
+// The widths that the compiler may not assume but the processor may have. Each function is
+// compiled for its own width, so nothing else in the program needs the instructions.
+#include "XtsTweakSteps.h"
+#include "XtsTweaks.h"
+
+namespace vx::bitlocker {
+
+namespace {
+
+#define VX_AVX2 __attribute__((target("avx2")))
+#define VX_AVX512 __attribute__((target("avx512f,avx512bw")))
+
+VX_AVX2 void apply32(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
+                     uint8_t *masked, size_t length)
+{
+    XtsTweakSteps<32>::apply(first, sectorSize, in, tweaks, masked, length);
+}
+
+VX_AVX2 void remove32(const uint8_t *tweaks, uint8_t *data, size_t length)
+{
+    XtsTweakSteps<32>::remove(tweaks, data, length);
+}
+
+VX_AVX512 void apply64(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
+                       uint8_t *masked, size_t length)
+{
+    XtsTweakSteps<64>::apply(first, sectorSize, in, tweaks, masked, length);
+}
+
+VX_AVX512 void remove64(const uint8_t *tweaks, uint8_t *data, size_t length)
+{
+    XtsTweakSteps<64>::remove(tweaks, data, length);
+}
+
+bool hasAvx2()
+{
+    return __builtin_cpu_supports("avx2") != 0;
+}
+
+bool hasAvx512()
+{
+    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0;
+}
+
+}  // namespace
+
+std::vector<XtsTweaks> wideXtsTweaks()
+{
+    return {{"AVX-512", hasAvx512(), apply64, remove64}, {"AVX2", hasAvx2(), apply32, remove32}};
+}
+
+}  // namespace vx::bitlocker
