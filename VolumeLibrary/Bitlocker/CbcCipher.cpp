@@ -42,9 +42,9 @@ bool CbcCipher::decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t
         return false;
     for (size_t k = 0; k < count; ++k) {
         uint8_t *first = out + k * _sectorSize;
-        xorBytes(first, _initial.data() + k * kAesBlock, kAesBlock);
+        xorBlock(first, _initial.data() + k * kAesBlock);
         if (k > 0)
-            xorBytes(first, in + k * _sectorSize - kAesBlock, kAesBlock);
+            xorBlock(first, in + k * _sectorSize - kAesBlock);
     }
     return true;
 }

@@ -44,8 +44,10 @@ void ElephantCipher::finishSector(uint8_t *sector, const uint8_t *sectorKey)
     undoDiffuserB(_words.data(), _words.size());
     undoDiffuserA(_words.data(), _words.size());
     std::memcpy(sector, _words.data(), _sectorSize);
-    for (size_t at = 0; at < _sectorSize; at += kSectorKey)
-        xorBytes(sector + at, sectorKey, kSectorKey);
+    for (size_t at = 0; at < _sectorSize; at += kSectorKey) {
+        xorBlock(sector + at, sectorKey);
+        xorBlock(sector + at + kAesBlock, sectorKey + kAesBlock);
+    }
 }
 
 bool ElephantCipher::decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length)
