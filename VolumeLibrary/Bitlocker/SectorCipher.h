@@ -15,7 +15,7 @@ namespace vx::bitlocker {
 class SectorCipher {
 public:
     // The longest run of one call, in bytes.
-    static constexpr size_t kLongestRun = 128 * 1024;
+    static constexpr size_t kLongestRun = 256 * 1024;
 
     virtual ~SectorCipher() = default;
     // Null when there is no memory. Safe while nobody decrypts with this object.
