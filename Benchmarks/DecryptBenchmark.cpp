@@ -1,17 +1,19 @@
 // decrypt-benchmark [MIB]: how fast encrypted volumes are read, as ratios to libcrypto itself.
 //
-// Prints rows of a Markdown table. Every measurement is taken five times, each time right next
-// to what it is compared with, and the median ratio counts. MIB is the size of the test file
-// (1024), which is made in the temporary folder and lies in the page cache while it is read.
+// Prints rows of a Markdown table and ends with 1 if one of them missed its limit. What is compared
+// is measured in turns, a quarter of the volume each, five times over, and the median ratio counts:
+// a slow moment of the machine hits both. A row without a limit shows what another one consists of
+// or what the machine allows. MIB is the size of the test file (1024), which is made in the
+// temporary folder and lies in the page cache while it is read.
 #include "Bitlocker/DecryptedVolume.h"
 #include "Bitlocker/FileByteSource.h"
 #include "Bitlocker/KeyStretcher.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <openssl/evp.h>
 #include <stdexcept>
@@ -27,6 +29,7 @@ constexpr size_t kRead = 4 * kMebi;
 constexpr size_t kBlock = 512;
 constexpr uint32_t kSectorSize = 512;
 constexpr int kRepeats = 5;
+constexpr int kQuarters = 4;
 
 double secondsOf(const std::function<void()> &work)
 {
@@ -41,24 +44,28 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-// Two speeds that were measured side by side, and their ratio.
-struct Comparison {
-    double ours = 0;
-    double theirs = 0;
-    double ratio = 0;
-};
+// A quarter of something, counted from 0.
+using Work = std::function<void(int quarter)>;
+// The seconds that all four quarters took, for each repeat.
+using Times = std::vector<double>;
 
-Comparison compare(const std::function<double()> &ours, const std::function<double()> &theirs)
+std::vector<Times> measureInTurns(const std::vector<Work> &works)
 {
-    std::vector<double> all[3];
-    for (int repeat = 0; repeat < kRepeats; ++repeat) {
-        const double a = ours();
-        const double b = theirs();
-        all[0].push_back(a);
-        all[1].push_back(b);
-        all[2].push_back(a / b);
-    }
-    return {median(all[0]), median(all[1]), median(all[2])};
+    std::vector<Times> times(works.size(), Times(kRepeats));
+    for (int repeat = 0; repeat < kRepeats; ++repeat)
+        for (int quarter = 0; quarter < kQuarters; ++quarter)
+            for (size_t i = 0; i < works.size(); ++i)
+                times[i][repeat] += secondsOf([&] { works[i](quarter); });
+    return times;
+}
+
+// How many times as fast the first is.
+double speedRatio(const Times &ours, const Times &theirs)
+{
+    std::vector<double> ratios;
+    for (size_t i = 0; i < ours.size(); ++i)
+        ratios.push_back(theirs[i] / ours[i]);
+    return median(ratios);
 }
 
 // A file of noise that is gone when the benchmark is.
@@ -134,135 +141,253 @@ std::unique_ptr<DecryptedVolume> makeVolume(const std::shared_ptr<const ByteSour
         std::vector<DecryptedVolume::Patch>());
 }
 
-void readAll(const DecryptedVolume &volume, uint64_t begin, uint64_t end)
+// Where a quarter of count things begins.
+uint64_t beginOf(uint64_t count, int quarter)
 {
-    std::vector<uint8_t> buffer(kRead);
+    return count * static_cast<uint64_t>(quarter) / kQuarters;
+}
+
+void readRange(const DecryptedVolume &volume, uint64_t begin, uint64_t end, uint8_t *buffer)
+{
     for (uint64_t offset = begin; offset < end; offset += kRead)
-        if (volume.readAt(offset, buffer.data(), std::min<uint64_t>(kRead, end - offset)))
+        if (volume.readAt(offset, buffer, std::min<uint64_t>(kRead, end - offset)))
             throw std::runtime_error("a read failed");
 }
 
-// Bytes per second.
-double readSpeed(const DecryptedVolume &volume)
+Work reading(const DecryptedVolume &volume)
 {
-    return static_cast<double>(volume.size()) /
-           secondsOf([&] { readAll(volume, 0, volume.size()); });
+    return [&volume, buffer = std::vector<uint8_t>(kRead)](int quarter) mutable {
+        readRange(volume, beginOf(volume.size(), quarter), beginOf(volume.size(), quarter + 1),
+                  buffer.data());
+    };
 }
 
-double readSpeedOfTwo(const DecryptedVolume &volume)
+// As `openssl speed -evp NAME -bytes 512 -decrypt` drives libcrypto: one context, set up once, and
+// one call for each block.
+class PlainCipher {
+public:
+    explicit PlainCipher(const EVP_CIPHER *cipher)
+    {
+        const std::vector<uint8_t> key =
+            someKey(static_cast<size_t>(EVP_CIPHER_key_length(cipher)));
+        const uint8_t vector[16] = {1};
+        if (EVP_DecryptInit_ex(_context.get(), cipher, nullptr, key.data(), vector) != 1 ||
+            EVP_CIPHER_CTX_set_padding(_context.get(), 0) != 1)
+            throw std::runtime_error("libcrypto refused");
+    }
+
+    void decryptInPlace(uint8_t *data, size_t size)
+    {
+        int done = 0;
+        if (EVP_DecryptUpdate(_context.get(), data, &done, data, static_cast<int>(size)) != 1)
+            throw std::runtime_error("libcrypto refused");
+    }
+    void decryptBlocks(uint64_t bytes)
+    {
+        for (uint64_t done = 0; done < bytes; done += kBlock)
+            decryptInPlace(_block.data(), kBlock);
+    }
+
+private:
+    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> _context{
+        EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free};
+    std::vector<uint8_t> _block = std::vector<uint8_t>(kBlock);
+};
+
+Work plainCipher(const EVP_CIPHER *cipher, uint64_t bytes)
 {
-    const uint64_t middle = volume.size() / 2;
-    return static_cast<double>(volume.size()) / secondsOf([&] {
-               std::thread other([&] { readAll(volume, 0, middle); });
-               readAll(volume, middle, volume.size());
-               other.join();
-           });
+    return [bytes, plain = std::make_shared<PlainCipher>(cipher)](int) {
+        plain->decryptBlocks(bytes / kQuarters);
+    };
 }
 
-// libcrypto as `openssl speed -evp NAME -bytes 512 -decrypt` drives it: one context, set up
-// once, and one call for each block.
-double plainCipherSpeed(const EVP_CIPHER *cipher)
+// What no reader through libcrypto can be faster than: the file, piece by piece, decrypted as if it
+// were one message.
+Work readAndPlainCipher(const std::shared_ptr<const ByteSource> &source, const EVP_CIPHER *cipher)
 {
-    constexpr size_t kBlocks = 512 * 1024;
-    std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(EVP_CIPHER_CTX_new(),
-                                                                            EVP_CIPHER_CTX_free);
-    const std::vector<uint8_t> key = someKey(static_cast<size_t>(EVP_CIPHER_key_length(cipher)));
-    uint8_t vector[16] = {1};
-    std::vector<uint8_t> block(2 * kBlock);
-    int done = 0;
-    if (EVP_DecryptInit_ex(context.get(), cipher, nullptr, key.data(), vector) != 1 ||
-        EVP_CIPHER_CTX_set_padding(context.get(), 0) != 1)
-        throw std::runtime_error("libcrypto refused");
-    return kBlocks * kBlock / secondsOf([&] {
-               for (size_t i = 0; i < kBlocks; ++i)
-                   EVP_DecryptUpdate(context.get(), block.data(), &done, block.data(), kBlock);
-           });
+    return [source, plain = std::make_shared<PlainCipher>(cipher),
+            piece = std::vector<uint8_t>(SectorCipher::kLongestRun)](int quarter) mutable {
+        const uint64_t end = beginOf(source->size(), quarter + 1);
+        for (uint64_t at = beginOf(source->size(), quarter); at < end; at += piece.size()) {
+            const size_t size = std::min<uint64_t>(piece.size(), end - at);
+            if (source->readAt(at, piece.data(), size))
+                throw std::runtime_error("a read failed");
+            plain->decryptInPlace(piece.data(), size);
+        }
+    };
 }
 
-double stretchSpeed()
+// Both at the same time.
+Work together(Work first, Work second)
 {
-    const std::vector<uint8_t> hash = someKey(32);
-    return 1 / secondsOf([&] {
-               if (!KeyStretcher().stretch(hash, Salt{}, nullptr))
-                   throw std::runtime_error("stretching failed");
-           });
+    return [first = std::move(first), second = std::move(second)](int quarter) {
+        std::thread other([&] { first(quarter); });
+        second(quarter);
+        other.join();
+    };
+}
+
+void stretchKey()
+{
+    if (!KeyStretcher().stretch(someKey(32), Salt{}, nullptr))
+        throw std::runtime_error("stretching failed");
 }
 
 // As many hashes of as many bytes, each of which contains the one before.
-double plainHashSpeed()
+void hashBare()
 {
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
                                                                     EVP_MD_CTX_free);
     uint8_t message[88] = {};
-    return 1 / secondsOf([&] {
-               for (uint64_t round = 0; round < KeyStretcher::kRounds; ++round) {
-                   EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr);
-                   EVP_DigestUpdate(context.get(), message, sizeof message);
-                   EVP_DigestFinal_ex(context.get(), message, nullptr);
-               }
-           });
+    for (uint64_t round = 0; round < KeyStretcher::kRounds; ++round) {
+        EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr);
+        EVP_DigestUpdate(context.get(), message, sizeof message);
+        EVP_DigestFinal_ex(context.get(), message, nullptr);
+    }
 }
 
-void printSpeeds(const char *what, const Comparison &result, const char *target)
+// The rows, and whether all limits were kept.
+class Table {
+public:
+    Table()
+    {
+        std::puts("| What | Ours | Against | Figure | Limit | Kept |");
+        std::puts("| --- | --- | --- | --- | --- | --- |");
+    }
+
+    bool allKept() const { return _allKept; }
+    void add(const std::string &what, const std::string &ours, const std::string &theirs,
+             double figure, const char *limit, bool kept)
+    {
+        add(what, ours, theirs, figure, limit, kept ? "yes" : "no");
+        _allKept = _allKept && kept;
+    }
+    void addWithoutLimit(const std::string &what, const std::string &ours,
+                         const std::string &theirs, double figure)
+    {
+        add(what, ours, theirs, figure, "", "-");
+    }
+
+private:
+    static void add(const std::string &what, const std::string &ours, const std::string &theirs,
+                    double figure, const char *limit, const char *kept)
+    {
+        std::printf("| %s | %s | %s | %.2f | %s | %s |\n", what.c_str(), ours.c_str(),
+                    theirs.c_str(), figure, limit, kept);
+        std::fflush(stdout);
+    }
+
+    bool _allKept = true;
+};
+
+std::string inMegabytes(double bytes, const Times &times)
 {
-    std::printf("| %s | %.0f MB/s | %.0f MB/s | %.2f | %s |\n", what, result.ours / 1e6,
-                result.theirs / 1e6, result.ratio, target);
-    std::fflush(stdout);
+    return std::to_string(std::lround(bytes / median(times) / 1e6)) + " MB/s";
+}
+
+std::string inMilliseconds(const Times &times)
+{
+    return std::to_string(std::lround(1000 * median(times))) + " ms";
 }
 
 struct MethodRow {
     Method method;
     const EVP_CIPHER *cipher;
-    const char *target;
+    const char *limit;  // of the row with reading; empty: none
+    double atLeast;     // the ratio
+    double orSpeed;     // bytes per second that will do at any ratio
 };
 
-void measureMethod(const MethodRow &row, const NoiseFile &file)
+void measureMethod(Table &table, const MethodRow &row, const NoiseFile &file)
 {
     const std::unique_ptr<DecryptedVolume> fromFile = makeVolume(file.open(), row.method);
     const std::unique_ptr<DecryptedVolume> alone =
         makeVolume(std::make_shared<ReadySource>(file.size()), row.method);
-    const auto theirs = [&] { return plainCipherSpeed(row.cipher); };
+    const std::vector<Times> times =
+        measureInTurns({reading(*alone), reading(*fromFile), plainCipher(row.cipher, file.size())});
+    const auto bytes = static_cast<double>(file.size());
     const std::string name = methodName(row.method);
-    printSpeeds((name + ", decryption alone, against libcrypto at 512 bytes").c_str(),
-                compare([&] { return readSpeed(*alone); }, theirs), row.target);
-    printSpeeds((name + ", with reading from the page cache").c_str(),
-                compare([&] { return readSpeed(*fromFile); }, theirs), row.target);
+    const std::string libcrypto = inMegabytes(bytes, times[2]);
+    const double ratio = speedRatio(times[1], times[2]);
+    table.addWithoutLimit(name + ", decryption alone / libcrypto at 512 bytes",
+                          inMegabytes(bytes, times[0]), libcrypto, speedRatio(times[0], times[2]));
+    const std::string what = name + ", read from the page cache / libcrypto at 512 bytes";
+    const std::string ours = inMegabytes(bytes, times[1]);
+    if (*row.limit == 0)
+        table.addWithoutLimit(what, ours, libcrypto, ratio);
+    else
+        table.add(what, ours, libcrypto, ratio, row.limit,
+                  ratio >= row.atLeast || bytes / median(times[1]) >= row.orSpeed);
 }
 
-void measureThreads(const NoiseFile &file)
+void measureBareReading(Table &table, const NoiseFile &file)
+{
+    const std::vector<Times> times =
+        measureInTurns({readAndPlainCipher(file.open(), EVP_aes_128_cbc()),
+                        plainCipher(EVP_aes_128_cbc(), file.size())});
+    const auto bytes = static_cast<double>(file.size());
+    table.addWithoutLimit(
+        "the machine: AES-128-CBC, bare reads and libcrypto / libcrypto at 512 bytes",
+        inMegabytes(bytes, times[0]), inMegabytes(bytes, times[1]), speedRatio(times[0], times[1]));
+}
+
+// Two threads do twice the work of one.
+void measureThreads(Table &table, const NoiseFile &file)
 {
     const std::unique_ptr<DecryptedVolume> volume = makeVolume(file.open(), Method::Aes128Xts);
-    printSpeeds(
-        "AES-128-XTS, two threads against one",
-        compare([&] { return readSpeedOfTwo(*volume); }, [&] { return readSpeed(*volume); }),
-        "at least 1.7");
+    const auto plain = [&] { return plainCipher(EVP_aes_128_xts(), file.size()); };
+    const auto otherHalf = [work = reading(*volume)](int quarter) {
+        work((quarter + kQuarters / 2) % kQuarters);
+    };
+    const std::vector<Times> times =
+        measureInTurns({together(otherHalf, reading(*volume)), reading(*volume),
+                        together(plain(), plain()), plain()});
+    const auto bytes = static_cast<double>(file.size());
+    const double ours = 2 * speedRatio(times[0], times[1]);
+    table.addWithoutLimit("the machine: libcrypto in two threads / in one",
+                          inMegabytes(2 * bytes, times[2]), inMegabytes(bytes, times[3]),
+                          2 * speedRatio(times[2], times[3]));
+    table.add("AES-128-XTS, two threads / one", inMegabytes(2 * bytes, times[0]),
+              inMegabytes(bytes, times[1]), ours, "at least 1.7", ours >= 1.7);
 }
 
-void measureStretching()
+// Work that cannot be divided.
+Work once(void (*whole)())
 {
-    const Comparison result = compare(stretchSpeed, plainHashSpeed);
-    std::printf("| Key stretching, time against bare rounds | %.0f ms | %.0f ms | %.2f | "
-                "at most 1.3 |\n",
-                1000 / result.ours, 1000 / result.theirs, 1 / result.ratio);
+    return [whole](int quarter) {
+        if (quarter == 0)
+            whole();
+    };
 }
 
-void measureAll(size_t mebibytes)
+void measureStretching(Table &table)
 {
+    const std::vector<Times> times = measureInTurns({once(stretchKey), once(hashBare)});
+    const double figure = speedRatio(times[1], times[0]);
+    table.add("key stretching, time / bare rounds in libcrypto", inMilliseconds(times[0]),
+              inMilliseconds(times[1]), figure, "at most 1.3", figure <= 1.3);
+}
+
+// Whether all limits were kept.
+bool measureAll(size_t mebibytes)
+{
+    constexpr double kNoSpeed = HUGE_VAL;
     const NoiseFile file(mebibytes);
     const MethodRow rows[] = {
-        {Method::Aes128Xts, EVP_aes_128_xts(), "at least 0.8"},
-        {Method::Aes256Xts, EVP_aes_256_xts(), "at least 0.8"},
-        {Method::Aes128Cbc, EVP_aes_128_cbc(), "at least 0.8"},
-        {Method::Aes256Cbc, EVP_aes_256_cbc(), "at least 0.8"},
-        {Method::Aes128Elephant, EVP_aes_128_cbc(), "250 MB/s or 0.1"},
-        {Method::Aes256Elephant, EVP_aes_256_cbc(), "250 MB/s or 0.1"},
+        {Method::Aes128Xts, EVP_aes_128_xts(), "at least 0.8", 0.8, kNoSpeed},
+        {Method::Aes256Xts, EVP_aes_256_xts(), "at least 0.8", 0.8, kNoSpeed},
+        {Method::Aes128Cbc, EVP_aes_128_cbc(), "at least 0.8", 0.8, kNoSpeed},
+        {Method::Aes256Cbc, EVP_aes_256_cbc(), "", 0, kNoSpeed},
+        {Method::Aes128Elephant, EVP_aes_128_cbc(), "at least 250 MB/s or 0.1", 0.1, 250e6},
+        {Method::Aes256Elephant, EVP_aes_256_cbc(), "at least 250 MB/s or 0.1", 0.1, 250e6},
     };
-    std::puts("| What | Measured | Compared with | Ratio | Target |");
-    std::puts("| --- | --- | --- | --- | --- |");
+    Table table;
     for (const MethodRow &row : rows)
-        measureMethod(row, file);
-    measureThreads(file);
-    measureStretching();
+        measureMethod(table, row, file);
+    measureBareReading(table, file);
+    measureThreads(table, file);
+    measureStretching(table);
+    return table.allKept();
 }
 
 }  // namespace
@@ -275,10 +400,9 @@ int main(int argc, char **argv)
         return 2;
     }
     try {
-        measureAll(mebibytes);
+        return measureAll(mebibytes) ? 0 : 1;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "decrypt-benchmark: %s\n", error.what());
         return 1;
     }
-    return 0;
 }
