@@ -31,7 +31,7 @@ public:
             for (size_t at = sector; at < sector + sectorSize; at += kXtsRow) {
                 if (at > sector)
                     for (Vector &tweak : row)
-                        timesX8(tweak);
+                        timesX8(tweak, Bytes());
                 for (size_t k = 0; k < kVectors; ++k) {
                     Vector data;
                     load(data, in + at + k * kWidth);
@@ -56,13 +56,17 @@ public:
     }
 
 private:
+    static constexpr size_t kBlock = 16;
+    static constexpr size_t kBlocks = kWidth / kBlock;            // of a vector
+    static constexpr size_t kHalves = kWidth / sizeof(uint64_t);  // of its tweaks
+    static constexpr size_t kVectors = kXtsRow / kWidth;          // of a row
+
     // Of each tweak the lower half, then the upper one.
     typedef uint64_t Vector __attribute__((vector_size(kWidth)));
-    using Halves = std::make_index_sequence<kWidth / sizeof(uint64_t)>;
+    typedef uint8_t ByteVector __attribute__((vector_size(kWidth)));
+    using Halves = std::make_index_sequence<kHalves>;
+    using Bytes = std::make_index_sequence<kWidth>;
 
-    static constexpr size_t kBlock = 16;
-    static constexpr size_t kBlocks = kWidth / kBlock;    // of a vector
-    static constexpr size_t kVectors = kXtsRow / kWidth;  // of a row
     static_assert(kXtsRow / kBlock == 8, "timesX8 leads from one row to the next");
 
     static VX_INLINED void load(Vector &value, const uint8_t *place)
@@ -86,24 +90,29 @@ private:
         tweak = Vector{halves[kHalf % 2]...};
         const Vector out = tweak >> 1 >> (63 - powers);
         tweak <<= powers;
-        carry(tweak, out, Halves());
+        const Vector zeros = {};
+        tweak ^= __builtin_shufflevector(out, zeros, (kHalf % 2 == 0 ? kHalves : kHalf - 1)...);
+        reduce(tweak,
+               __builtin_shufflevector(out, zeros, (kHalf % 2 == 0 ? kHalf + 1 : kHalves)...));
     }
 
-    static VX_INLINED void timesX8(Vector &tweak)
+    // By moving whole bytes.
+    template <size_t... kByte>
+    static VX_INLINED void timesX8(Vector &tweak, std::index_sequence<kByte...>)
     {
-        const Vector out = tweak >> 56;
-        tweak <<= 8;
-        carry(tweak, out, Halves());
+        const ByteVector zeros = {};
+        const auto bytes = reinterpret_cast<ByteVector>(tweak);
+        const auto out = reinterpret_cast<Vector>(__builtin_shufflevector(
+            bytes, zeros, (kByte % kBlock == 0 ? kByte + kBlock - 1 : kWidth)...));
+        tweak = reinterpret_cast<Vector>(
+            __builtin_shufflevector(bytes, zeros, (kByte % kBlock == 0 ? kWidth : kByte - 1)...));
+        reduce(tweak, out);
     }
 
-    // What falls out of a lower half comes in at the upper one; what falls out of an upper one is
-    // multiplied by x^7 + x^2 + x + 1.
-    template <size_t... kHalf>
-    static VX_INLINED void carry(Vector &tweak, const Vector &out, std::index_sequence<kHalf...>)
+    // What falls out at the top is multiplied by x^7 + x^2 + x + 1.
+    static VX_INLINED void reduce(Vector &tweak, const Vector &out)
     {
-        const Vector carried = __builtin_shufflevector(out, out, (kHalf ^ 1)...);
-        const Vector reduced = carried & Vector{(kHalf % 2 == 0 ? UINT64_MAX : 0)...};
-        tweak ^= carried ^ (reduced << 1) ^ (reduced << 2) ^ (reduced << 7);
+        tweak ^= out ^ (out << 1) ^ (out << 2) ^ (out << 7);
     }
 };
 
