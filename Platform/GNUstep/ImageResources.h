@@ -14,4 +14,8 @@ NSImage *newFileTypeImage(NSString *name);
 // Gives the named picture of the main bundle the representation of its "@2x" file, if it has one.
 void addDoubleSize(NSString *name);
 
+// Leaves the library with the formats that it decodes itself, PNG and TIFF among them, for the rest
+// of the process. Call it before the application object exists.
+void keepBuiltInFormatsOnly();
+
 }  // namespace vx

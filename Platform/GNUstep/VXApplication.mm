@@ -45,8 +45,10 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
 
 + (void)initialize
 {
-    if (self == [VXApplication class])
-        vx::registerLook();
+    if (self != [VXApplication class])
+        return;
+    vx::registerLook();
+    vx::keepBuiltInFormatsOnly();
 }
 
 - (id)init

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <string>
+
 namespace {
 
 class FileTypeIcons : public testing::Test {
@@ -66,4 +69,22 @@ TEST_F(FileTypeIcons, TheProgramsNamedPicturesHaveADoubleSize)
         EXPECT_EQ(widest, 2 * [image size].width) << [name UTF8String];
     }
     EXPECT_EQ([[NSImage imageNamed:@"folder"] size].width, 16);
+}
+
+// The formats that the library leaves to a second library cost more than the rest of the start.
+TEST_F(FileTypeIcons, LookingForAPictureThatIsMissingLoadsNoForeignDecoders)
+{
+    EXPECT_EQ([NSImage imageNamed:@"no picture has this name"], nil);
+    std::ifstream mapped("/proc/self/maps");
+    ASSERT_TRUE(mapped.is_open());
+    for (std::string line; std::getline(mapped, line);)
+        EXPECT_EQ(line.find("/coders/"), std::string::npos) << line;
+}
+
+TEST_F(FileTypeIcons, ThePicturesThatTheLibraryDecodesItselfAreStillRead)
+{
+    NSArray *types = [NSImage imageUnfilteredFileTypes];
+    for (NSString *type in @[ @"png", @"tiff", @"jpg", @"gif" ])
+        EXPECT_TRUE([types containsObject:type]) << [type UTF8String];
+    EXPECT_LT([types count], 20U);
 }
