@@ -3,6 +3,7 @@
 #include "FolderOpening.h"
 #include "ImageResources.h"
 #include "RegisteredDefaults.h"
+#include "WorkspaceNotices.h"
 
 @interface NSApplication (OpenFiles)
 - (NSArray *)_openFiles;
@@ -49,6 +50,7 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
         return;
     vx::registerLook();
     vx::keepBuiltInFormatsOnly();
+    vx::installWorkspaceNotices();
 }
 
 - (id)init
