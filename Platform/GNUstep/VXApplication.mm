@@ -2,6 +2,7 @@
 
 #include "FolderOpening.h"
 #include "ImageResources.h"
+#include "PacedDisplay.h"
 #include "RegisteredDefaults.h"
 #include "WorkspaceNotices.h"
 
@@ -60,6 +61,7 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
         return nil;
     vx::registerFonts();
     vx::installFolderOpening();
+    vx::installPacedDisplay();
     for (NSString *name in @[ @"folder", @"warning", @"success" ])
         vx::addDoubleSize(name);
     return self;
