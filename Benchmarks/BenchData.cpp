@@ -119,6 +119,32 @@ std::string BenchData::manyEntries()
     return folder;
 }
 
+std::string BenchData::likeADisk()
+{
+    constexpr const char *kNames[] = {
+        "/folder %03u",     "/letter %03u.docx", "/note %03u.txt",   "/photo %03u.jpg",
+        "/song %03u.mp3",   "/film %03u.mp4",    "/backup %03u.zip", "/paper %03u.pdf",
+        "/table %03u.xlsx", "/unknown %03u",
+    };
+    std::string folder = _folder + "/disk";
+    if (!makeFolder(folder))
+        return errno == EEXIST ? folder : "";
+    for (unsigned i = 0; i < 10; ++i) {
+        for (const char *name : kNames) {
+            const std::string path = folder + numbered(name, i);
+            if (name == kNames[0] ? !makeFolder(path) : !writeFile(path, {}, 0))
+                return "";
+        }
+    }
+    return folder;
+}
+
+std::string BenchData::empty()
+{
+    std::string folder = _folder + "/empty";
+    return makeFolder(folder) || errno == EEXIST ? folder : "";
+}
+
 std::string BenchData::freshDestination()
 {
     std::string folder = _folder + "/copy";

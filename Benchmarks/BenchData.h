@@ -18,6 +18,8 @@ public:
     std::string oneLargeFile();    // one file of 2 GiB
     std::string manySmallFiles();  // 20,000 files of 4 KiB in 200 folders
     std::string manyEntries();     // 100,000 sparse files of many sizes and times
+    std::string likeADisk();       // 100 entries of many kinds, as at a disk's root
+    std::string empty();
 
     // A folder that does not exist, for a copy; what an earlier copy left there is removed, and
     // what is still to be written to the disk is written.

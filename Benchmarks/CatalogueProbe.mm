@@ -5,7 +5,7 @@
 //   catalogue-probe plan FILES          plans an export of that many made-up files; prints
 //                                       files and seconds
 //   catalogue-probe export FOLDER DEST  exports everything; prints the bytes of memory above
-//                                       what was in use before the export
+//                                       what was in use before the export, and its seconds
 
 #import <Foundation/Foundation.h>
 
@@ -95,9 +95,11 @@ int exportAll(const char *path, const char *destination)
         return fail("nothing to export");
     const int64_t before = ResidentBytesNow();
     SilentDelegate *delegate = [[SilentDelegate alloc] init];
+    const Clock::time_point start = Clock::now();
     [engine copyTo:[NSString stringWithUTF8String:destination] withDelegate:delegate];
     [delegate waitForTheEnd];
-    printf("%lld\n", static_cast<long long>(ResidentBytesAtMost() - before));
+    const double seconds = secondsSince(start);
+    printf("%lld %.6f\n", static_cast<long long>(ResidentBytesAtMost() - before), seconds);
     [delegate release];
     [engine release];
     return 0;

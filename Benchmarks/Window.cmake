@@ -14,6 +14,7 @@ add_executable(empty-window EXCLUDE_FROM_ALL EmptyWindow.mm)
 target_link_libraries(empty-window PRIVATE vx_appkit vx_warnings)
 
 target_sources(volume-bench PRIVATE
-  WindowRows.cpp "${CMAKE_SOURCE_DIR}/Tests/Support/TemporaryFolder.cpp")
+  BackgroundProcess.cpp DisplayClient.cpp ShownProgram.cpp WindowRows.cpp
+  "${CMAKE_SOURCE_DIR}/Tests/Support/TemporaryFolder.cpp")
 target_link_libraries(volume-bench PRIVATE test-display)
-add_dependencies(volume-bench window-probe empty-window)
+add_dependencies(volume-bench window-probe empty-window file-explorer)

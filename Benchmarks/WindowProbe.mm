@@ -5,7 +5,6 @@
 //   window-probe rows COUNT -       the same on a bare tree whose data source only counts
 //   window-probe list COUNT -       lists such a folder without a tree
 //   window-probe export FOLDER DEST exports everything under the progress window
-//   window-probe FOLDER none start  shows the folder as the application does; prints nothing
 #import "AppDelegate.h"
 #import "CBitlockerWrapper.h"
 #import "CopyingFileWindow.h"
@@ -81,14 +80,6 @@ int list(unsigned count)
     return [entries count] == count ? 0 : fail("entries are missing");
 }
 
-int start(AppDelegate *delegate)
-{
-    [[delegate window] makeKeyAndOrderFront:nil];
-    [[delegate window] display];
-    const NSInteger shown = [[[delegate FileExplorerController] outlineView] numberOfRows];
-    return shown > 0 ? 0 : fail("the folder is not shown");
-}
-
 int exportAll(const char *folder, const char *destination)
 {
     CBitlockerWrapper wrapper;
@@ -126,12 +117,9 @@ int run(int argc, char **argv)
         return rows(delegate, count);
     if (argc == 4 && strcmp(argv[1], "list") == 0)
         return list(count);
-    if (argc == 4 && strcmp(argv[3], "start") == 0)
-        return start(delegate);
     if (argc == 4 && strcmp(argv[1], "export") == 0)
         return exportAll(argv[2], argv[3]);
-    return fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST | "
-                "FOLDER none start");
+    return fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST");
 }
 
 }  // namespace

@@ -1,8 +1,14 @@
 #include "Rows.h"
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
+#include "BackgroundProcess.h"
+#include "DisplayClient.h"
+#include "ShownProgram.h"
 #include "TemporaryFolder.h"
 #include "VirtualDisplay.h"
 
@@ -18,10 +24,37 @@ public:
         setenv("HOME", _home.Path().c_str(), 1);
     }
     bool started() const { return _display != nullptr; }
+    std::unique_ptr<DisplayClient> client() const
+    {
+        return started() ? DisplayClient::connectTo(_display->name()) : nullptr;
+    }
 
 private:
     vx::TemporaryFolder _home;
     std::unique_ptr<vxtest::VirtualDisplay> _display;
+};
+
+// The files through which an explorer and its host talk; one pair in the whole system. What the
+// measured explorer leaves of them goes with the object.
+class LinkFiles {
+public:
+    LinkFiles() : _inUse(exists(kPaths[0]) || exists(kPaths[1])) {}
+    ~LinkFiles()
+    {
+        for (const char *path : kPaths)
+            if (!_inUse)
+                unlink(path);
+    }
+    LinkFiles(const LinkFiles &) = delete;
+    LinkFiles &operator=(const LinkFiles &) = delete;
+
+    bool inUse() const { return _inUse; }
+
+private:
+    static constexpr const char *kPaths[] = {"/tmp/z5_btl_3", "/tmp/z5_btl_4"};
+    static bool exists(const char *path) { return access(path, F_OK) == 0; }
+
+    bool _inUse;
 };
 
 double probe(const BenchSetting &setting, const std::vector<std::string> &job)
@@ -29,12 +62,6 @@ double probe(const BenchSetting &setting, const std::vector<std::string> &job)
     std::vector<std::string> command = {setting.programs + "/WindowProbe.app/WindowProbe"};
     command.insert(command.end(), job.begin(), job.end());
     return PrintedNumber(RunChild(command), 0);
-}
-
-double secondsToTheEnd(const std::vector<std::string> &command)
-{
-    const ChildResult result = RunChild(command);
-    return result.succeeded ? result.seconds : -1;
 }
 
 RowResult openingAFolder(const BenchSetting &setting)
@@ -70,24 +97,38 @@ RowResult exportingInTheWindow(const BenchSetting &setting, const std::string &f
             return probe(setting, {"export", folder, freshCopy()});
         },
         [&] {
-            return secondsToTheEnd(
-                {setting.programs + "/catalogue-probe", "export", folder, freshCopy()});
+            return PrintedNumber(
+                RunChild({setting.programs + "/catalogue-probe", "export", folder, freshCopy()}),
+                1);
         }));
 }
 
 RowResult starting(const BenchSetting &setting)
 {
     const Desktop desktop;
-    if (!desktop.started())
+    const std::unique_ptr<DisplayClient> display = desktop.client();
+    if (display == nullptr)
         return {};
-    const std::string folder = setting.data.manySmallFiles();
+    // Running beforehand, as on a GNUstep desktop: the empty program would start it and wait.
+    const BackgroundProcess notifications({"gdnc", "--no-fork"});
+    const LinkFiles link;
+    if (link.inUse())
+        return {false, "", "", 0, "an explorer is running, or has left its FIFOs in /tmp"};
+    const auto explorer = [&](const std::string &folder) {
+        return std::vector<std::string>{setting.programs + "/FileExplorer.app/FileExplorer", folder,
+                                        "none", "", "x"};
+    };
+    const std::vector<std::string> ours = explorer(setting.data.likeADisk());
+    const std::vector<std::string> theirs = {setting.programs + "/empty-window"};
+    const uint64_t ourPicture = RestingPicture(ours, *display);
+    const uint64_t theirPicture = RestingPicture(theirs, *display);
+    if (ourPicture == RestingPicture(explorer(setting.data.empty()), *display)) {
+        fprintf(stderr, "volume-bench: the window does not show the root\n");
+        return {};
+    }
     return RatioOf(Compare(
-        setting.turns,
-        [&] {
-            return secondsToTheEnd(
-                {setting.programs + "/WindowProbe.app/WindowProbe", folder, "none", "start"});
-        },
-        [&] { return secondsToTheEnd({setting.programs + "/empty-window"}); }));
+        setting.turns, [&] { return SecondsUntilShown(ours, *display, ourPicture); },
+        [&] { return SecondsUntilShown(theirs, *display, theirPicture); }));
 }
 
 }  // namespace
