@@ -1,5 +1,6 @@
 // These suites need an application object, a display and the bundle's resources; the texts that
 // they look for are the English ones. A home of their own keeps the user's settings out.
+#include "PrivateSettings.h"
 #include "TemporaryFolder.h"
 #include "VirtualDisplay.h"
 
@@ -16,7 +17,7 @@ int main(int argc, char **argv)
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
     const vx::TemporaryFolder home;
-    setenv("HOME", home.Path().c_str(), 1);
+    vxtest::liveIn(home.Path());
     setenv("LANG", "en_US.UTF-8", 1);
     setenv("LANGUAGE", "en", 1);
     setenv("TZ", "UTC", 1);

@@ -1,5 +1,6 @@
 // These suites need an application object and a display; both are made here, once, unless the tests
 // are only listed. A home of their own keeps the user's settings out.
+#include "PrivateSettings.h"
 #include "TemporaryFolder.h"
 #include "VirtualDisplay.h"
 
@@ -7,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <iostream>
 
 int main(int argc, char **argv)
@@ -16,7 +16,7 @@ int main(int argc, char **argv)
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
     const vx::TemporaryFolder home;
-    setenv("HOME", home.Path().c_str(), 1);
+    vxtest::liveIn(home.Path());
     const auto display = vxtest::VirtualDisplay::start();
     if (display == nullptr) {
         std::cerr << "Xvfb did not start\n";

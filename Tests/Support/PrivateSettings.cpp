@@ -1,0 +1,19 @@
+#include "PrivateSettings.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace vxtest {
+
+void liveIn(const std::string &folder)
+{
+    const std::string configuration = folder + "/GNUstep.conf";
+    // The last of two settings of one name counts.
+    std::ofstream out(configuration);
+    out << std::ifstream("/etc/GNUstep/GNUstep.conf").rdbuf();
+    out << "\nGNUSTEP_USER_DEFAULTS_DIR=" << folder << "/Defaults\n";
+    setenv("GNUSTEP_CONFIG_FILE", configuration.c_str(), 1);
+    setenv("HOME", folder.c_str(), 1);
+}
+
+}  // namespace vxtest
