@@ -1,6 +1,7 @@
 #include "UserFixture.h"
 
 #include "Eventually.h"
+#include "PrivateSettings.h"
 
 #include <array>
 #include <cstdio>
@@ -33,7 +34,7 @@ void UserTest::SetUp()
 {
     _display = vxtest::VirtualDisplay::start();
     ASSERT_NE(_display, nullptr);
-    setenv("HOME", _home.Path().c_str(), 1);
+    vxtest::liveIn(_home.Path());
     setenv("LANG", "en_US.UTF-8", 1);
     setenv("LANGUAGE", "en", 1);
     // The destination is opened with this; a desktop has its own.
@@ -71,6 +72,28 @@ void UserTest::awaitDrawn(const std::string &id)
     }));
 }
 
+void UserTest::startWindowManager()
+{
+    _manager = std::make_unique<ChildProcess>("/usr/bin/openbox",
+                                              std::vector<std::string>{"--sm-disable"});
+    EXPECT_TRUE(Eventually([] {
+        return run("xprop -root _NET_SUPPORTING_WM_CHECK").find("0x") != std::string::npos;
+    }));
+}
+
+void UserTest::activate(const std::string &id)
+{
+    run("timeout 20 xdotool windowactivate --sync " + id);
+}
+
+void UserTest::clickCloseButton(const std::string &id)
+{
+    // Ten points in from the right end of the bar above the window.
+    const std::string width = run("xdotool getwindowgeometry --shell " + id + " | grep WIDTH=");
+    ASSERT_EQ(width.find("WIDTH="), 0u);
+    click(id, std::stoi(width.substr(6)) - 10, -10);
+}
+
 void UserTest::click(const std::string &id, int x, int y, const std::string &held)
 {
     const std::string at = std::to_string(x) + " " + std::to_string(y);
@@ -91,15 +114,15 @@ void UserTest::chooseFolder(const std::string &path)
 {
     const std::string panel = window("Open");
     awaitDrawn(panel);
-    focus(panel);
-    click(panel, 250, 450);
-    // The panel is the one of the last time, with the path typed then.
+    if (_manager == nullptr)
+        focus(panel);
+    // The keyboard is with the name field. The panel is the one of the last time, with the path
+    // typed then.
     key("End");
     key("shift+Home");
     type(path);
-    // The only row of the folder above, and the confirming button.
-    click(panel, 30, 104);
-    click(panel, 335, 480);
+    key("Return");
+    EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
 }
 
 std::string UserTest::install(const std::string &library)

@@ -23,8 +23,15 @@ protected:
     bool isGone(const std::string &title);
     // Waits until the pixels of the window stand still, that is until it has drawn itself.
     void awaitDrawn(const std::string &id);
-    // What a window manager does.
+    // What a window manager does; where one runs it is asked with activate().
     void focus(const std::string &id) { run("xdotool windowfocus " + id); }
+
+    // A real window manager, for the rest of the test. It decorates the windows and moves the
+    // focus.
+    void startWindowManager();
+    void activate(const std::string &id);
+    // The button in the title bar that the window manager draws.
+    void clickCloseButton(const std::string &id);
 
     // A mouse is slow: the library tracks it in a loop of its own.
     void click(const std::string &id, int x, int y, const std::string &held = "");
@@ -32,7 +39,7 @@ protected:
     void clickAbove(const std::string &id, int x, int bottom);
     void key(const std::string &name) { run("xdotool sleep 0.3 key --delay 60 " + name); }
     void type(const std::string &text) { run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
-    // path: the only folder in its parent.
+    // Types the path into the panel and confirms it.
     void chooseFolder(const std::string &path);
 
     // The program and the host as installed, beside a library of the test's, or none if that is
@@ -44,6 +51,7 @@ protected:
     static bool sameTree(const std::string &from, const std::string &to);
 
     std::unique_ptr<vxtest::VirtualDisplay> _display;
+    std::unique_ptr<ChildProcess> _manager;
     vx::TemporaryFolder _home;
     vx::TemporaryFolder _volume;
     vx::TemporaryFolder _destination;
