@@ -10,6 +10,10 @@
 
 #include "MethodReplacement.h"
 
+@interface NSWindow (Sheets)
+- (void)setAttachedSheet:(id)sheet;
+@end
+
 @interface NSSavePanel (Defaults)
 - (void)_resetDefaults;
 - (void)_setupForDirectory:(NSString *)path file:(NSString *)name;
@@ -120,7 +124,10 @@ NSPoint centredOver(NSWindow *window, NSSize size)
         [self setFrameOrigin:centredOver(window, [self frame].size)];
         [self orderFront:self];
     }
-    handler([NSApp runModalForWindow:self]);
+    [window setAttachedSheet:self];
+    const NSInteger result = [NSApp runModalForWindow:self];
+    [window setAttachedSheet:nil];
+    handler(result);
 }
 
 @end

@@ -4,6 +4,7 @@
 #include "ImageResources.h"
 #include "PacedDisplay.h"
 #include "RegisteredDefaults.h"
+#include "WindowClosing.h"
 #include "WorkspaceNotices.h"
 
 @interface NSApplication (OpenFiles)
@@ -62,6 +63,7 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
     vx::registerFonts();
     vx::installFolderOpening();
     vx::installPacedDisplay();
+    vx::installWindowClosing();
     for (NSString *name in @[ @"folder", @"warning", @"success" ])
         vx::addDoubleSize(name);
     return self;

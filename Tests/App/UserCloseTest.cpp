@@ -1,0 +1,147 @@
+// Closing windows as a desktop does it: through a window manager, at any time.
+#include "Eventually.h"
+#include "UserStallFixture.h"
+
+#include <filesystem>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uintmax_t kMiB = 1 << 20;
+
+class UserCloseTest : public UserStallTest {
+protected:
+    void SetUp() override
+    {
+        UserStallTest::SetUp();
+        startWindowManager();
+    }
+
+    // Selects the first row and brings the panel.
+    std::string openPanel(const std::string &main)
+    {
+        awaitDrawn(main);
+        activate(main);
+        click(main, 100, 58);
+        key("ctrl+e");
+        const std::string panel = window("Open");
+        awaitDrawn(panel);
+        return panel;
+    }
+
+    static void expectNotice(ChildProcess &host)
+    {
+        EXPECT_EQ(host.AwaitEnd(), 0);
+        EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    }
+
+    void closeAndExpectNotice(const std::string &main, ChildProcess &host)
+    {
+        activate(main);
+        key("alt+F4");
+        expectNotice(host);
+    }
+};
+
+TEST_F(UserCloseTest, TheMainWindowWithTheSheetUpEndsTheProgramWithTheNotice)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    openPanel(main);
+    clickCloseButton(main);
+    expectNotice(host);
+}
+
+TEST_F(UserCloseTest, TheSheetIsCancelledByAKeyAndTheProgramGoesOn)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    openPanel(main);
+    key("alt+F4");
+    EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+    EXPECT_FALSE(host.HasEnded());
+    // As it does after any other way out of the sheet.
+    openPanel(main);
+    key("Escape");
+    EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+    closeAndExpectNotice(main, host);
+}
+
+TEST_F(UserCloseTest, TheProgressWindowEndsItsSessionAsACompletedExportDoes)
+{
+    ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
+    const std::string main = startStallingExport();
+    activate(window("Export"));
+    key("alt+F4");
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    EXPECT_TRUE(Eventually([&] { return fs::exists(_home.At("opened")); }));
+    EXPECT_EQ(_home.ReadFile("opened"), destination + "\n");
+    EXPECT_FALSE(host.HasEnded());
+    // The worker goes on, for nobody has told it to stop.
+    EXPECT_TRUE(release());
+    EXPECT_TRUE(Eventually([&] { return fs::file_size(_partial) == 12 * kMiB; }));
+    closeAndExpectNotice(main, host);
+}
+
+TEST_F(UserCloseTest, TheMainWindowEndsTheProgramAlsoWhileAWorkerWithoutAWindowStillReads)
+{
+    ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
+    const std::string main = startStallingExport();
+    activate(window("Export"));
+    key("alt+F4");
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    closeAndExpectNotice(main, host);
+}
+
+TEST_F(UserCloseTest, TheMainWindowStaysWhileTheProgressWindowIsUp)
+{
+    ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
+    const std::string main = startStallingExport();
+    const std::string progress = window("Export");
+    clickCloseButton(main);
+    // The worker's reports come after the request: when they have been shown, it was answered.
+    EXPECT_TRUE(release());
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    EXPECT_EQ(fs::file_size(_partial), 12 * kMiB);
+    EXPECT_FALSE(host.HasEnded());
+    EXPECT_FALSE(isGone("File Explorer"));
+    closeAndExpectNotice(main, host);
+}
+
+TEST_F(UserCloseTest, AnAlertIsGivenUpAndTheMainWindowBelowItStays)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    openPanel(main);
+    // It goes between the typing and the confirming.
+    type(destination);
+    EXPECT_EQ(rmdir(destination.c_str()), 0);
+    key("Return");
+    const std::string alert = window("Alert");
+    awaitDrawn(alert);
+    clickCloseButton(main);
+    EXPECT_FALSE(isGone("Alert"));
+    activate(alert);
+    key("alt+F4");
+    EXPECT_TRUE(Eventually([&] { return isGone("Alert"); }));
+    EXPECT_FALSE(host.HasEnded());
+    EXPECT_FALSE(fs::exists(_home.At("opened")));
+    closeAndExpectNotice(main, host);
+}
+
+TEST_F(UserCloseTest, TheMainWindowDuringAListingEndsTheProgramWithTheNotice)
+{
+    ChildProcess host(install(STAND_IN), {"stalling-listing", "none", _stall});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    activate(main);
+    click(main, 9, 60);
+    key("alt+F4");
+    EXPECT_FALSE(host.HasEnded());
+    EXPECT_TRUE(release());
+    expectNotice(host);
+}
+
+}  // namespace
