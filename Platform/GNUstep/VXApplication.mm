@@ -7,8 +7,9 @@
 #include "WindowClosing.h"
 #include "WorkspaceNotices.h"
 
-@interface NSApplication (OpenFiles)
+@interface NSApplication (LibraryOwn)
 - (NSArray *)_openFiles;
+- (void)_lastWindowClosed;
 @end
 
 #include <cstdlib>
@@ -81,6 +82,16 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
     for (NSWindow *window in [self windows])
         if ([window isVisible] && ([window styleMask] & NSMiniaturizableWindowMask) != 0)
             [window performMiniaturize:sender];
+}
+
+// The library counts the windows on the screen: when the progress window goes while the main window
+// is minimised, it takes that for the last one.
+- (void)_lastWindowClosed
+{
+    for (NSWindow *window in [self windows])
+        if ([window isMiniaturized])
+            return;
+    [super _lastWindowClosed];
 }
 
 // The library would hand every argument that does not begin with "-" to the delegate as a document

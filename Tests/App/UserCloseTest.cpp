@@ -110,6 +110,19 @@ TEST_F(UserCloseTest, TheMainWindowStaysWhileTheProgressWindowIsUp)
     closeAndExpectNotice(main, host);
 }
 
+TEST_F(UserCloseTest, AnExportThatEndsWhileTheMainWindowIsMinimisedDoesNotEndTheProgram)
+{
+    ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
+    const std::string main = startStallingExport();
+    run("xdotool windowminimize --sync " + main);
+    EXPECT_TRUE(release());
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    // The last window's end is looked at a moment later.
+    EXPECT_FALSE(Eventually([&] { return host.HasEnded(); }, std::chrono::seconds(1)));
+    run("xdotool windowmap --sync " + main);
+    closeAndExpectNotice(main, host);
+}
+
 TEST_F(UserCloseTest, AnAlertIsGivenUpAndTheMainWindowBelowItStays)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
