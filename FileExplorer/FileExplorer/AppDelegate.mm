@@ -50,12 +50,20 @@ IVolume *openVolume()
     [[_window standardWindowButton:NSWindowZoomButton] setHidden:YES];
     if (volume != nullptr) {
         [_FileExplorerController setVolumeObject:volume];
-        [[_window contentView] addSubview:_FileExplorerView];
+        [self showExplorer];
     }
     // In front of the host's windows, once; the level falls back when launching has finished.
     [NSApp activateIgnoringOtherApps:YES];
     [_window makeKeyAndOrderFront:self];
     [_window setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
+}
+
+// The window may have come back in the size that it was left in, and decorations take their share.
+- (void)showExplorer
+{
+    NSView *content = [_window contentView];
+    [_FileExplorerView setFrame:[content bounds]];
+    [content addSubview:_FileExplorerView];
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification *)notification
