@@ -28,6 +28,8 @@ protected:
     std::string text(NSInteger row, NSString *title);
     void select(const std::vector<NSUInteger> &rows);
     std::vector<std::string> selected();
+    // A key pressed in the window, the way that the application takes it.
+    void press(unichar key, NSUInteger modifiers = 0);
 
     vx::ScriptedVolume volume;
     AppDelegate *delegate = nil;

@@ -50,6 +50,21 @@ void ExplorerTest::select(const std::vector<NSUInteger> &rows)
         [tree() selectRowIndexes:[NSIndexSet indexSetWithIndex:row] byExtendingSelection:YES];
 }
 
+void ExplorerTest::press(unichar key, NSUInteger modifiers)
+{
+    NSString *characters = [NSString stringWithCharacters:&key length:1];
+    [NSApp sendEvent:[NSEvent keyEventWithType:NSKeyDown
+                                            location:NSZeroPoint
+                                       modifierFlags:modifiers
+                                           timestamp:0
+                                        windowNumber:[window windowNumber]
+                                             context:[window graphicsContext]
+                                          characters:characters
+                         charactersIgnoringModifiers:characters
+                                           isARepeat:NO
+                                             keyCode:0]];
+}
+
 std::vector<std::string> ExplorerTest::selected()
 {
     std::vector<std::string> names;

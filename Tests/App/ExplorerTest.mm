@@ -73,6 +73,97 @@ TEST_F(ExplorerTest, TheTreeFillsTheWindowWhenItIsResized)
     EXPECT_EQ(NSWidth([[tree() enclosingScrollView] frame]), 700);
 }
 
+TEST_F(ExplorerTest, TheWindowIsMadeNoSmallerThanItsContentsNeed)
+{
+    open();
+    [window setFrame:NSMakeRect(100, 100, 50, 50) display:YES];
+    EXPECT_EQ(NSWidth([window frame]), 560);
+    // Where the menu lies in the window it takes its room from nobody.
+    EXPECT_GE(NSHeight([[window contentView] frame]), 320);
+    const NSRect button = [[controller btnExport] frame];
+    EXPECT_TRUE(NSContainsRect([[delegate FileExplorerView] bounds], button));
+    EXPECT_GT(NSHeight([[tree() enclosingScrollView] frame]), 100);
+}
+
+TEST_F(ExplorerTest, TheNameColumnTakesTheSlackWhenTheWindowIsResized)
+{
+    open();
+    const CGFloat name = [column(@"File Name") width], modified = [column(@"Date Modified") width];
+    const CGFloat size = [column(@"Size") width], kind = [column(@"Kind") width];
+    const CGFloat visible = NSWidth([[tree() superview] frame]);
+    EXPECT_EQ(name + modified + size + kind, visible);
+    const CGFloat height = NSHeight([[window contentView] frame]);
+    [window setContentSize:NSMakeSize(visible + 150, height)];
+    EXPECT_EQ([column(@"File Name") width], name + 150);
+    [window setContentSize:NSMakeSize(visible - 100, height)];
+    EXPECT_EQ([column(@"File Name") width], name - 100);
+    EXPECT_EQ([column(@"Date Modified") width], modified);
+    EXPECT_EQ([column(@"Size") width], size);
+    EXPECT_EQ([column(@"Kind") width], kind);
+}
+
+TEST_F(ExplorerTest, AColumnIsAsWideAsTheMouseDrawsTheEdgeOfItsHeader)
+{
+    open();
+    NSTableHeaderView *header = [tree() headerView];
+    const CGFloat before = [column(@"Date Modified") width];
+    const NSRect title = [header headerRectOfColumn:1];
+    const auto mouse = [&](NSEventType type, CGFloat moved) {
+        const NSPoint at = NSMakePoint(NSMaxX(title) - 1 + moved, NSMidY(title));
+        return [NSEvent mouseEventWithType:type
+                                  location:[header convertPoint:at toView:nil]
+                             modifierFlags:0
+                                 timestamp:0
+                              windowNumber:[window windowNumber]
+                                   context:[window graphicsContext]
+                               eventNumber:0
+                                clickCount:1
+                                  pressure:1];
+    };
+    [NSApp postEvent:mouse(NSLeftMouseDragged, 20) atStart:NO];
+    [NSApp postEvent:mouse(NSLeftMouseDragged, 40) atStart:NO];
+    [NSApp postEvent:mouse(NSLeftMouseUp, 40) atStart:NO];
+    [header mouseDown:mouse(NSLeftMouseDown, 0)];
+    EXPECT_NEAR([column(@"Date Modified") width], before + 40, 2);
+}
+
+TEST_F(ExplorerTest, TheRightArrowExpandsTheSelectedFolderAndTheLeftArrowCollapsesIt)
+{
+    root().folder(u"A").file(u"inside", 1);
+    root().file(u"b", 1);
+    open();
+    select({0});
+    press(NSRightArrowFunctionKey);
+    EXPECT_EQ([tree() numberOfRows], 3);
+    EXPECT_EQ(text(1, @"File Name"), "inside");
+    press(NSLeftArrowFunctionKey);
+    EXPECT_EQ([tree() numberOfRows], 2);
+    EXPECT_THAT(selected(), ElementsAre("A"));
+}
+
+TEST_F(ExplorerTest, SelectAllSelectsEveryRowThatIsShown)
+{
+    root().folder(u"A").file(u"hidden", 1);
+    root().file(u"b", 1);
+    open();
+    press('a', NSCommandKeyMask);
+    EXPECT_THAT(selected(), ElementsAre("A", "b"));
+    EXPECT_TRUE([[controller btnExport] isEnabled]);
+}
+
+TEST_F(ExplorerTest, CopyGoesToTheTextThatHasTheKeyboardAndTheTreeHasNone)
+{
+    root().file(u"b", 1);
+    open();
+    id copy = [[[[NSApp mainMenu] itemAtIndex:1] submenu] itemWithTitle:@"Copy"];
+    EXPECT_EQ([copy target], nil);
+    EXPECT_TRUE([NSStringFromSelector([copy action]) isEqualToString:@"copy:"]);
+    EXPECT_TRUE([[copy keyEquivalent] isEqualToString:@"c"]);
+    [window makeKeyAndOrderFront:nil];
+    EXPECT_FALSE([[window firstResponder] respondsToSelector:[copy action]]);
+    EXPECT_TRUE([[window fieldEditor:YES forObject:nil] respondsToSelector:[copy action]]);
+}
+
 TEST_F(ExplorerTest, AVolumeWhoseRootListIsEmptyShowsAnEmptyTreeAndExportStaysDisabled)
 {
     open();
