@@ -114,6 +114,13 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [_okButton setEnabled:NO];
 }
 
+// Of a panel that is not up yet nobody sees the growing; it would go on after the panel was placed,
+// and end where the panel was before.
+- (void)setFrame:(NSRect)frame display:(BOOL)display animate:(BOOL)animate
+{
+    [super setFrame:frame display:display animate:animate && [self isVisible]];
+}
+
 // The library would show the root folder, with the confirming button off. It centres a panel that
 // is not up yet on the screen, so this one is put up first.
 - (void)beginSheetModalForWindow:(NSWindow *)window

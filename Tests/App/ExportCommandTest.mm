@@ -10,7 +10,9 @@
 
 #include <objc/runtime.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -19,11 +21,18 @@ namespace {
 using apptest::When;
 
 std::string g_opened;
+int g_activations = 0, g_activationsBeforeOpening = 0;
 
 BOOL recordOpening(id, SEL, NSURL *url)
 {
     g_opened = [[url path] UTF8String];
+    g_activationsBeforeOpening = g_activations;
     return YES;
+}
+
+void recordActivation(id, SEL, BOOL ignoringOthers)
+{
+    g_activations += ignoringOthers ? 1 : 0;
 }
 
 class ExportCommandTest : public ExplorerTest {
@@ -43,6 +52,10 @@ protected:
     ExportCommandTest &operator=(const ExportCommandTest &) = delete;
 
     static bool panelIsUp() { return [[NSApp modalWindow] isKindOfClass:[NSOpenPanel class]]; }
+    static bool panelHasGrown()
+    {
+        return panelIsUp() && NSHeight([[NSApp modalWindow] frame]) == 500;
+    }
     static CopyingFileWindow *progress()
     {
         id controller = [[NSApp modalWindow] windowController];
@@ -107,9 +120,6 @@ TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsS
     root().file(u"a", 10);
     open();
     select({0});
-    const auto panelHasGrown = [] {
-        return panelIsUp() && NSHeight([[NSApp modalWindow] frame]) == 500;
-    };
     When(panelHasGrown, [] {
         NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
         EXPECT_TRUE([panel canChooseDirectories]);
@@ -146,6 +156,113 @@ TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestin
     EXPECT_TRUE(holds("b.txt", "more"));
     EXPECT_EQ(g_opened, folder.Path());
     EXPECT_EQ([NSApp modalWindow], nil);
+}
+
+TEST_F(ExportCommandTest, AfterAnExportTheExplorerComesToTheFrontAndThenTheDestinationIsOpened)
+{
+    root().file(u"a", std::string("a"));
+    open();
+    select({0});
+    Method method =
+        class_getInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:));
+    const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(recordActivation));
+    int atTheEnd = -1;
+    choose(folder.Path());
+    When([] { return progress() != nil; }, [&atTheEnd] { atTheEnd = g_activations; });
+    [controller onClickedExport:nil];
+    method_setImplementation(method, original);
+    EXPECT_EQ(g_activationsBeforeOpening, atTheEnd + 1);
+    EXPECT_EQ(g_opened, folder.Path());
+}
+
+TEST_F(ExportCommandTest, WhatIsExportedWasSelectedAtTheClickAndNotLater)
+{
+    root().file(u"first", std::string("1"));
+    root().file(u"second", std::string("2"));
+    open();
+    select({0});
+    When(panelIsUp, [this] {
+        select({1});
+        NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
+        [panel setDirectory:[NSString stringWithUTF8String:folder.Path().c_str()]];
+        [panel ok:nil];
+    });
+    [controller onClickedExport:nil];
+    EXPECT_TRUE(holds("first", "1"));
+    EXPECT_NE(access(folder.At("second").c_str(), F_OK), 0);
+    EXPECT_EQ(selected(), std::vector<std::string>{"second"});
+}
+
+TEST_F(ExportCommandTest, TwoExportsInARowEachCopyWhatIsSelectedThen)
+{
+    root().file(u"one", std::string("1"));
+    root().file(u"two", std::string("2"));
+    open();
+    for (const char *name : {"one", "two"}) {
+        select({strcmp(name, "one") == 0 ? 0u : 1u});
+        choose(folder.MakeFolder(name));
+        [controller onClickedExport:nil];
+        EXPECT_EQ(g_opened, folder.At(name));
+        EXPECT_EQ([NSApp modalWindow], nil);
+    }
+    EXPECT_TRUE(holds("one/one", "1"));
+    EXPECT_TRUE(holds("two/two", "2"));
+    EXPECT_NE(access(folder.At("two/one").c_str(), F_OK), 0);
+}
+
+TEST_F(ExportCommandTest, ReturnExportsWhatIsSelectedAndNothingOtherwise)
+{
+    root().file(u"a", 10);
+    open();
+    [window makeKeyAndOrderFront:nil];
+    press('\r');
+    EXPECT_EQ([controller valueForKey:@"_openPanel"], nil);
+    select({0});
+    bool shown = false;
+    When(panelIsUp, [&shown] {
+        shown = true;
+        [(NSOpenPanel *)[NSApp modalWindow] cancel:nil];
+    });
+    press('\r');
+    EXPECT_TRUE(shown);
+}
+
+TEST_F(ExportCommandTest, ThePanelLiesOverTheMiddleOfItsWindow)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    [window setFrame:NSMakeRect(300, 60, 900, 620) display:YES];
+    NSRect frame = NSZeroRect;
+    bool mayConfirm = false;
+    const auto look = [&] {
+        NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
+        frame = [panel frame];
+        mayConfirm = [apptest::ButtonTitled(panel, @"Save") isEnabled];
+        [panel cancel:nil];
+    };
+    When(panelHasGrown, look);
+    [controller onClickedExport:nil];
+    EXPECT_NEAR(NSMidX(frame), NSMidX([window frame]), 2);
+    EXPECT_NEAR(NSMidY(frame), NSMidY([window frame]), 2);
+    EXPECT_TRUE(mayConfirm) << "the folder that it shows";
+}
+
+TEST_F(ExportCommandTest, ThePanelStaysOnTheScreenWhenItsWindowLiesAtTheEdge)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    [window setFrameOrigin:NSMakePoint(1000, -250)];
+    NSRect frame = NSZeroRect;
+    When(panelHasGrown, [&] {
+        frame = [[NSApp modalWindow] frame];
+        [(NSOpenPanel *)[NSApp modalWindow] cancel:nil];
+    });
+    [controller onClickedExport:nil];
+    EXPECT_EQ(NSHeight(frame), 500);
+    EXPECT_TRUE(NSContainsRect([[NSScreen mainScreen] visibleFrame], frame))
+        << [NSStringFromRect(frame) UTF8String];
 }
 
 TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAndNothingIsCopied)
