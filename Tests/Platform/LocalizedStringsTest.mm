@@ -2,7 +2,9 @@
 // gives.
 #import <Foundation/Foundation.h>
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <regex>
 #include <string>
 
 namespace {
@@ -13,7 +15,7 @@ NSDictionary *tableOf(const std::string &language)
         stringWithFormat:@"%s/%s.lproj/Localizable.strings", VX_RESOURCES_DIR, language.c_str()];
     NSString *text = [NSString stringWithContentsOfFile:path
                                                encoding:NSUTF8StringEncoding
-                                                  error:NULL];
+                                                  error:nullptr];
     return [text propertyListFromStringsFileFormat];
 }
 
@@ -25,6 +27,8 @@ protected:
         [m_table release];
         [m_pool release];
     }
+    LocalizedStrings(const LocalizedStrings &) = delete;
+    LocalizedStrings &operator=(const LocalizedStrings &) = delete;
 
     NSString *format(NSString *key) { return [m_table objectForKey:key]; }
 
@@ -33,6 +37,33 @@ protected:
 private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
 };
+
+bool isBefore(NSString *text, NSString *one, NSString *other)
+{
+    return [text rangeOfString:one].location < [text rangeOfString:other].location;
+}
+
+// The conversions by their letters in the order of the arguments, numbered ones included; "?" for
+// an argument that is not used and "!" for one that is used twice.
+//
+//   "%2$0.1f of %1$@" -> "@f"
+std::string argumentsOf(NSString *text)
+{
+    const std::string format = [text UTF8String];
+    const std::regex conversion("%(?:([0-9]+)\\$)?[-+ #0-9.]*([@a-zA-Z%])");
+    std::string arguments;
+    size_t next = 0;
+    for (std::sregex_iterator match(format.begin(), format.end(), conversion), end; match != end;
+         ++match) {
+        const char letter = match->str(2)[0];
+        if (letter == '%')
+            continue;
+        const size_t at = (*match)[1].matched ? std::stoul(match->str(1)) - 1 : next++;
+        arguments.resize(std::max(arguments.size(), at + 1), '?');
+        arguments[at] = arguments[at] == '?' ? letter : '!';
+    }
+    return arguments;
+}
 
 void expectContains(NSString *text, NSString *part)
 {
@@ -98,6 +129,30 @@ TEST_P(LocalizedStrings, BelowAMinuteBothSizesAreShown)
     NSString *text = [NSString stringWithFormat:format(@"IDS_COPY_TIPS_LESS_1MIN"), 12.26, 4096.04];
     expectContains(text, @"12.3");
     expectContains(text, @"4096.0");
+}
+
+// A wrong type would read the arguments of the program as something else.
+TEST_P(LocalizedStrings, EveryFormatTakesTheProgramsArgumentsEachOnceAndByItsType)
+{
+    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_SHORT_FILENAME")), "@");
+    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_LONG_FILENAME")), "@@");
+    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_CALCULATE")), "ff");
+    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_ABOVE_1MIN")), "dff");
+    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_LESS_1MIN")), "ff");
+}
+
+TEST_P(LocalizedStrings, TheSizesStandInTheOrderOfTheLanguageInAllThreeTexts)
+{
+    NSString *same = [NSString stringWithFormat:format(@"IDS_COPY_TIPS_LESS_1MIN"), 1111.1, 2222.2];
+    NSString *later =
+        [NSString stringWithFormat:format(@"IDS_COPY_TIPS_ABOVE_1MIN"), 7, 1111.1, 2222.2];
+    NSString *first =
+        [NSString stringWithFormat:format(@"IDS_COPY_TIPS_CALCULATE"), 1111.1, 2222.2];
+    const bool copiedFirst = isBefore(same, @"1111.1", @"2222.2");
+    EXPECT_EQ(isBefore(later, @"1111.1", @"2222.2"), copiedFirst);
+    EXPECT_EQ(isBefore(first, @"1111.1", @"2222.2"), copiedFirst);
+    // Only Japanese names the whole before its part.
+    EXPECT_EQ(copiedFirst, std::string(GetParam()) != "ja");
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryLanguage, LocalizedStrings,
