@@ -9,8 +9,11 @@
 // other lets it go on. Both are opened without waiting, so that a deadline holds.
 class UserStallTest : public UserTest {
 protected:
-    void SetUp() override;
+    UserStallTest() = default;
     ~UserStallTest() override;
+    UserStallTest(const UserStallTest &) = delete;
+    UserStallTest &operator=(const UserStallTest &) = delete;
+    void SetUp() override;
 
     // Lets the call that stalls go on, once there is one.
     bool release();

@@ -39,6 +39,30 @@ TEST_F(UserStallTest, CancelDuringASlowFileClosesTheWindowAtOnceAndALaterExportW
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }
 
+TEST_F(UserStallTest, TheKeyOfTheExportCommandDoesNotStartASecondExportDuringTheFirst)
+{
+    ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
+    const std::string main = startStallingExport();
+    const std::string progress = window("Export");
+    focus(progress);
+    key("ctrl+e");
+    key("Return");
+    EXPECT_TRUE(isGone("Open"));
+    EXPECT_TRUE(release());
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    EXPECT_TRUE(isGone("Open")) << "nor after it";
+    EXPECT_EQ(fs::file_size(_partial), 12 * kMiB);
+    // It is there again afterwards.
+    focus(main);
+    key("ctrl+e");
+    const std::string panel = window("Open");
+    awaitDrawn(panel);
+    focus(panel);
+    key("ctrl+q");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
 TEST_F(UserStallTest, ClosingTheMainWindowDuringAListingEndsTheProgramWithTheNotice)
 {
     ChildProcess host(install(STAND_IN), {"stalling-listing", "none", _stall});

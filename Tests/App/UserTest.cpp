@@ -2,7 +2,9 @@
 #include "Eventually.h"
 #include "UserFixture.h"
 
+#include <cstdlib>
 #include <filesystem>
+#include <iterator>
 
 namespace {
 
@@ -47,6 +49,102 @@ TEST_F(UserTest, OpensAFolderByItsTriangleAndExportsTheFileInsideWithTheKeyboard
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
     focus(main);
     key("ctrl+q");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
+TEST_F(UserTest, SelectsAllAndExportsWithReturn)
+{
+    for (const char *name : {"a.txt", "b.txt", "Reports/c.txt"})
+        _volume.WriteFile(name, name);
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    key("ctrl+a");
+    key("Return");
+    chooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    focus(main);
+    key("ctrl+w");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
+TEST_F(UserTest, OpensAFolderWithTheArrowsAndExportsTheRowBelowIt)
+{
+    _volume.WriteFile("Reports/one.txt", "1");
+    _volume.WriteFile("Reports/two.txt", "2");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    click(main, 100, 58);
+    focus(main);
+    key("Right");
+    key("Down");
+    key("Return");
+    chooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    EXPECT_TRUE(Eventually([&] { return fs::exists(destination + "/Reports"); }));
+    const auto files = fs::directory_iterator(destination + "/Reports");
+    EXPECT_EQ(std::distance(fs::begin(files), fs::end(files)), 1) << "one row, not the folder";
+    focus(main);
+    key("ctrl+w");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
+TEST_F(UserTest, TheNewWindowHasTheKeyboardUnderAWindowManager)
+{
+    startWindowManager();
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    EXPECT_TRUE(Eventually([&] { return run("xdotool getactivewindow") == main + "\n"; }));
+    // No click and no activation: the keys go to the tree.
+    key("ctrl+a");
+    key("Return");
+    chooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    key("alt+F4");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
+TEST_F(UserTest, WithFourArgumentsAndNoHostListeningTheExplorerStillShowsItsWindow)
+{
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess explorer(PROGRAMS "/FileExplorer.app/FileExplorer",
+                          {_volume.Path(), "none", "", "fourth"});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    key("ctrl+w");
+    EXPECT_EQ(explorer.AwaitEnd(), 0);
+    // A host removes them, and there is none.
+    EXPECT_TRUE(fs::remove("/tmp/z5_btl_3"));
+    EXPECT_TRUE(fs::remove("/tmp/z5_btl_4"));
+}
+
+TEST_F(UserTest, AVolumeWhosePathIsNotAsciiOpensInEveryLocale)
+{
+    const std::string volume = _volume.MakeFolder("Bücher 日本");
+    _volume.WriteFile("Bücher 日本/Süd.txt", "contents");
+    setenv("LANG", "C", 1);
+    ChildProcess host(VOLUME_HOST, {volume});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    key("ctrl+a");
+    key("Return");
+    chooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return sameTree(volume, destination); }));
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    focus(main);
+    key("ctrl+w");
     EXPECT_EQ(host.AwaitEnd(), 0);
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }

@@ -1,6 +1,6 @@
-// Keeps the user's settings out of a test, and the test's out of the user's: windows come back where
-// they were left, which is not where a test looks for them. A home of its own does not do it: the
-// window library asks the system's list of users for the home.
+// Keeps the user's settings out of a test, and the test's out of the user's: windows come back
+// where they were left, which is not where a test looks for them. A home of its own does not do it:
+// the window library asks the system's list of users for the home.
 #pragma once
 
 #include <string>
