@@ -112,6 +112,9 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [self setAllowsMultipleSelection:NO];
     [self hideMediaButtons];
     [_okButton setEnabled:NO];
+    // A hidden window that stays with the desktop has lost its decorations there: what is placed
+    // without them comes back too large by them.
+    [self setOneShot:YES];
 }
 
 // Of a panel that is not up yet nobody sees the growing; it would go on after the panel was placed,

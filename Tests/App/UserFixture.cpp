@@ -3,6 +3,7 @@
 #include "Eventually.h"
 #include "PrivateSettings.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -86,12 +87,17 @@ void UserTest::activate(const std::string &id)
     run("timeout 20 xdotool windowactivate --sync " + id);
 }
 
+int UserTest::geometry(const std::string &id, const std::string &name)
+{
+    const std::string line = run("xdotool getwindowgeometry --shell " + id + " | grep ^" + name);
+    EXPECT_EQ(line.find(name), 0u) << line;
+    return atoi(line.c_str() + std::min(name.size(), line.size()));
+}
+
 void UserTest::clickCloseButton(const std::string &id)
 {
     // Ten points in from the right end of the bar above the window.
-    const std::string width = run("xdotool getwindowgeometry --shell " + id + " | grep WIDTH=");
-    ASSERT_EQ(width.find("WIDTH="), 0u);
-    click(id, std::stoi(width.substr(6)) - 10, -10);
+    click(id, geometry(id, "WIDTH=") - 10, -10);
 }
 
 void UserTest::click(const std::string &id, int x, int y, const std::string &held)
@@ -105,9 +111,7 @@ void UserTest::click(const std::string &id, int x, int y, const std::string &hel
 
 void UserTest::clickAbove(const std::string &id, int x, int bottom)
 {
-    const std::string height = run("xdotool getwindowgeometry --shell " + id + " | grep HEIGHT=");
-    ASSERT_EQ(height.find("HEIGHT="), 0u);
-    click(id, x, std::stoi(height.substr(7)) - bottom);
+    click(id, x, geometry(id, "HEIGHT=") - bottom);
 }
 
 void UserTest::chooseFolder(const std::string &path)

@@ -33,6 +33,9 @@ protected:
     // The button in the title bar that the window manager draws.
     void clickCloseButton(const std::string &id);
 
+    // "X=", "Y=", "WIDTH=" or "HEIGHT=" of a window, without its decorations.
+    static int geometry(const std::string &id, const std::string &name);
+
     // A mouse is slow: the library tracks it in a loop of its own.
     void click(const std::string &id, int x, int y, const std::string &held = "");
     // bottom: points above the window's lower edge.

@@ -114,6 +114,39 @@ TEST_F(UserTest, TheNewWindowHasTheKeyboardUnderAWindowManager)
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }
 
+TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
+{
+    startWindowManager();
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    // Off the middle of the screen, where panels go by themselves.
+    run("xdotool windowmove --sync " + main + " 60 40");
+    const auto middle = [](const std::string &id) {
+        return geometry(id, "X=") + geometry(id, "WIDTH=") / 2;
+    };
+    activate(main);
+    key("ctrl+a");
+    int heights[2];
+    for (int &height : heights) {
+        key("Return");
+        const std::string panel = window("Open");
+        awaitDrawn(panel);
+        EXPECT_NEAR(middle(panel), middle(main), 3);
+        height = geometry(panel, "HEIGHT=");
+        key("Escape");
+        EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+        activate(main);
+    }
+    EXPECT_LE(heights[0], 500) << "the decorations are a part of the 500 points";
+    EXPECT_GE(heights[0], 450);
+    EXPECT_EQ(heights[1], heights[0]);
+    key("alt+F4");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
 TEST_F(UserTest, WithFourArgumentsAndNoHostListeningTheExplorerStillShowsItsWindow)
 {
     _volume.WriteFile("a.txt", "a");
