@@ -37,8 +37,8 @@ void note(Class owner, SEL selector, const char *step)
         g_steps.push_back(name);
         return original(self, command, arguments...);
     };
-    original = reinterpret_cast<Function>(
-        method_setImplementation(method, reinterpret_cast<IMP>(noting)));
+    original =
+        reinterpret_cast<Function>(method_setImplementation(method, reinterpret_cast<IMP>(noting)));
 }
 
 // What the library gives to be hidden.
@@ -101,8 +101,8 @@ protected:
 TEST_F(StartUp, TheThreeArgumentsReachTheLibraryUnchangedAsUtf8)
 {
     start({"/dev/mäßig 1#2", "pässwörd %@ 100%", "日本語 𝄞 \"quoted\" -dash"});
-    EXPECT_THAT(library->arguments, ElementsAre("/dev/mäßig 1#2", "pässwörd %@ 100%",
-                                                "日本語 𝄞 \"quoted\" -dash"));
+    EXPECT_THAT(library->arguments,
+                ElementsAre("/dev/mäßig 1#2", "pässwörd %@ 100%", "日本語 𝄞 \"quoted\" -dash"));
 }
 
 TEST_F(StartUp, EmptyArgumentsReachTheLibraryAsEmptyTexts)
@@ -118,8 +118,7 @@ TEST_F(StartUp, AVolumeThatOpensIsShownWithItsRoot)
     start();
     EXPECT_TRUE(showsTree());
     EXPECT_EQ([[[delegate FileExplorerController] outlineView] numberOfRows], 2);
-    EXPECT_EQ([[delegate window] firstResponder],
-              [[delegate FileExplorerController] outlineView]);
+    EXPECT_EQ([[delegate window] firstResponder], [[delegate FileExplorerController] outlineView]);
 }
 
 TEST_F(StartUp, TheViewIsAddedAlsoWhenTheRootCannotBeListed)
@@ -150,8 +149,7 @@ TEST_F(StartUp, ANullVolumeWithStatus0IsNotShown)
 TEST_F(StartUp, TheStepsComeInTheirOrder)
 {
     note<0, void, id, SEL, NSString *, id>([NSNotificationCenter class],
-                                           @selector(addObserver:selector:name:object:),
-                                           "observe");
+                                           @selector(addObserver:selector:name:object:), "observe");
     library->opening = [] { g_steps.emplace_back("open"); };
     g_zoomButton = [[[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)] autorelease];
     method_setImplementation(

@@ -19,18 +19,6 @@ protected:
         startWindowManager();
     }
 
-    // Selects the first row and brings the panel.
-    std::string openPanel(const std::string &main)
-    {
-        awaitDrawn(main);
-        activate(main);
-        click(main, 100, 58);
-        key("ctrl+e");
-        const std::string panel = window("Open");
-        awaitDrawn(panel);
-        return panel;
-    }
-
     static void expectNotice(ChildProcess &host)
     {
         EXPECT_EQ(host.AwaitEnd(), 0);
@@ -49,7 +37,7 @@ TEST_F(UserCloseTest, TheMainWindowWithTheSheetUpEndsTheProgramWithTheNotice)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
     const std::string main = window("File Explorer");
-    openPanel(main);
+    askForPanel(main, 58);
     clickCloseButton(main);
     expectNotice(host);
 }
@@ -58,12 +46,12 @@ TEST_F(UserCloseTest, TheSheetIsCancelledByAKeyAndTheProgramGoesOn)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
     const std::string main = window("File Explorer");
-    openPanel(main);
+    askForPanel(main, 58);
     key("alt+F4");
     EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
     EXPECT_FALSE(host.HasEnded());
     // As it does after any other way out of the sheet.
-    openPanel(main);
+    askForPanel(main, 58);
     key("Escape");
     EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
     closeAndExpectNotice(main, host);
@@ -127,7 +115,7 @@ TEST_F(UserCloseTest, AnAlertIsGivenUpAndTheMainWindowBelowItStays)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
     const std::string main = window("File Explorer");
-    openPanel(main);
+    askForPanel(main, 58);
     // It goes between the typing and the confirming.
     type(destination);
     EXPECT_EQ(rmdir(destination.c_str()), 0);

@@ -46,6 +46,16 @@ void UserTest::SetUp()
     ASSERT_FALSE(fs::exists("/tmp/z5_btl_3")) << "an explorer is running";
 }
 
+// A host that was killed cleans nothing up, and the next test would take its FIFOs for a running
+// explorer's. The explorer itself goes with its display.
+void UserTest::TearDown()
+{
+    if (!HasFailure())
+        return;
+    fs::remove("/tmp/z5_btl_3");
+    fs::remove("/tmp/z5_btl_4");
+}
+
 std::string UserTest::window(const std::string &title)
 {
     std::string id;
@@ -66,7 +76,9 @@ void UserTest::awaitDrawn(const std::string &id)
     std::string last;
     EXPECT_TRUE(Eventually([&] {
         usleep(200000);
-        const std::string now = run("xwd -silent -id " + id + " | md5sum");
+        // A window manager may still be moving it.
+        const std::string now =
+            run("xwd -silent -id " + id + " | md5sum") + run("xdotool getwindowgeometry " + id);
         const bool same = now == last && now.find("d41d8cd9") == std::string::npos;
         last = now;
         return same;
@@ -112,6 +124,25 @@ void UserTest::click(const std::string &id, int x, int y, const std::string &hel
 void UserTest::clickAbove(const std::string &id, int x, int bottom)
 {
     click(id, x, geometry(id, "HEIGHT=") - bottom);
+}
+
+std::string UserTest::askForPanel(const std::string &main, int y)
+{
+    constexpr int kAttempts = 3;
+    awaitDrawn(main);
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (_manager != nullptr)
+            activate(main);
+        else
+            focus(main);
+        click(main, 100, y);
+        key("ctrl+e");
+        if (Eventually([&] { return !isGone("Open"); }, std::chrono::seconds(8)))
+            break;
+    }
+    const std::string panel = window("Open");
+    awaitDrawn(panel);
+    return panel;
 }
 
 void UserTest::chooseFolder(const std::string &path)

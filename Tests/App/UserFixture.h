@@ -14,6 +14,7 @@
 class UserTest : public testing::Test {
 protected:
     void SetUp() override;
+    void TearDown() override;
 
     // The output of a command of the desktop's tools.
     static std::string run(const std::string &command);
@@ -42,6 +43,9 @@ protected:
     void clickAbove(const std::string &id, int x, int bottom);
     void key(const std::string &name) { run("xdotool sleep 0.3 key --delay 60 " + name); }
     void type(const std::string &text) { run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
+    // Selects the row at this height and exports it; returns the panel. Where a click came before
+    // the window had settled under its window manager, it is made again, as a user would.
+    std::string askForPanel(const std::string &main, int y);
     // Types the path into the panel and confirms it.
     void chooseFolder(const std::string &path);
 

@@ -37,13 +37,7 @@ bool UserStallTest::release()
 std::string UserStallTest::startStallingExport()
 {
     const std::string main = window("File Explorer");
-    awaitDrawn(main);
-    if (_manager != nullptr)
-        activate(main);
-    else
-        focus(main);
-    click(main, 100, 78);
-    key("ctrl+e");
+    askForPanel(main, 78);
     chooseFolder(destination);
     EXPECT_TRUE(Eventually([&] { return fs::exists(_partial) && fs::file_size(_partial) > 0; }));
     return main;
