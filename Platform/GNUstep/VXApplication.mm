@@ -130,6 +130,12 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
                                            data1:0
                                            data2:0];
     [self postEvent:event atStart:NO];
+    // A loop that has just run its timers waits for input without another look at its events.
+    constexpr NSTimeInterval kWakeDelay = 0.01;
+    [self performSelector:@selector(self)
+               withObject:nil
+               afterDelay:kWakeDelay
+                  inModes:@[ NSModalPanelRunLoopMode ]];
 }
 
 - (NSInteger)runModalForWindow:(NSWindow *)window

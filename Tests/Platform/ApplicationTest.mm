@@ -161,6 +161,22 @@ TEST_F(Application, AStopFromAMainThreadPerformerEndsTheSessionAtOnceWithItsCode
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
 }
 
+TEST_F(Application, AStopFromATimerEndsTheSessionAtOnce)
+{
+    Stopper *stopper = [[[Stopper alloc] initWithCode:7 plainStopFirst:NO] autorelease];
+    NSTimer *timer = [NSTimer timerWithTimeInterval:0.3
+                                             target:stopper
+                                           selector:@selector(stop)
+                                           userInfo:nil
+                                            repeats:NO];
+    [[NSRunLoop currentRunLoop] addTimer:timer forMode:NSModalPanelRunLoopMode];
+    armWatchdog();
+    const auto start = Clock::now();
+    EXPECT_EQ([NSApp runModalForWindow:m_window], 7);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+    [m_watchdog invalidate];
+}
+
 TEST_F(Application, TheLastOfTwoStopsGivesTheCode)
 {
     Stopper *stopper = [[[Stopper alloc] initWithCode:0 plainStopFirst:YES] autorelease];

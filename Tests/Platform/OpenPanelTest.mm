@@ -4,27 +4,6 @@
 - (void)controlTextDidChange:(NSNotification *)notification;
 @end
 
-// Looks at the panel while it runs and presses one of its buttons.
-@interface PanelUser : NSObject {
-@public
-    NSInteger _tag;
-    NSRect _frame;
-    BOOL _mayConfirm;
-}
-@end
-
-@implementation PanelUser
-
-- (void)press
-{
-    NSView *content = [[NSApp modalWindow] contentView];
-    _frame = [[NSApp modalWindow] frame];
-    _mayConfirm = [(NSButton *)[content viewWithTag:NSFileHandlingPanelOKButton] isEnabled];
-    [(NSButton *)[content viewWithTag:_tag] performClick:nil];
-}
-
-@end
-
 #include <gtest/gtest.h>
 
 #include "TemporaryFolder.h"
