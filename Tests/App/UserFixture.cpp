@@ -68,7 +68,13 @@ std::string UserTest::window(const std::string &title)
 
 bool UserTest::isGone(const std::string &title)
 {
-    return run("xdotool search --onlyvisible --name '^" + title + "$'").empty();
+    // The search breaks off when some other window goes while it looks.
+    std::string found;
+    EXPECT_TRUE(Eventually([&] {
+        found = run("{ xdotool search --onlyvisible --name '^" + title + "$' 2>&1; }");
+        return found.find("X Error") == std::string::npos;
+    }));
+    return found.empty();
 }
 
 void UserTest::awaitDrawn(const std::string &id)
