@@ -1,59 +1,11 @@
 // File systems that were made to deceive, or have suffered: a refusal, and nothing worse.
-#include "Image/FatFileSystem.h"
-#include "Image/FileSystemVolume.h"
-#include "Image/NtfsFileSystem.h"
+#include "OpenSource.h"
 #include "TestImage.h"
 
-#include "Bitlocker/MemoryByteSource.h"
-
-#include <cstring>
 #include <random>
 
 namespace vx {
 namespace {
-
-using Source = std::shared_ptr<const bitlocker::ByteSource>;
-
-// Fails every read that touches a range.
-class SourceWithHole final : public bitlocker::ByteSource {
-public:
-    SourceWithHole(std::string bytes, uint64_t begin, uint64_t end)
-        : _bytes(std::move(bytes)), _begin(begin), _end(end)
-    {
-    }
-
-    uint64_t size() const override { return _bytes.size(); }
-    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override
-    {
-        if (bitlocker::Error error = checkRange(_bytes.size(), offset, count))
-            return error;
-        if (offset < _end && offset + count > _begin)
-            return {bitlocker::Status::SystemError, "bad sector", 5};
-        std::memcpy(buffer, _bytes.data() + offset, count);
-        return {};
-    }
-
-private:
-    const std::string _bytes;
-    const uint64_t _begin;
-    const uint64_t _end;
-};
-
-Source SourceOf(const std::string &bytes)
-{
-    return std::make_shared<bitlocker::MemoryByteSource>(
-        std::vector<uint8_t>(bytes.begin(), bytes.end()));
-}
-
-std::unique_ptr<OwnedVolume> VolumeOf(const Source &source, bool isNtfs)
-{
-    std::unique_ptr<FileSystem> fileSystem;
-    const OpenError error = isNtfs ? NtfsFileSystem::Open(source, &fileSystem)
-                                   : FatFileSystem::Open(source, &fileSystem);
-    if (error)
-        return nullptr;
-    return std::make_unique<FileSystemVolume>(std::move(fileSystem));
-}
 
 // Lists and reads what can be, down to a depth.
 void VisitAll(IVolume &volume, const std::u16string &folder, int depth)
@@ -90,33 +42,6 @@ protected:
     }
 };
 
-TEST_F(DamagedFat, ABadSectorInAFileFailsThatReadAndNothingElse)
-{
-    const std::string mark = "here is the bad sector";
-    std::string contents = NoiseBytes(20000, 1);
-    contents.replace(10240, mark.size(), mark);
-    const std::string bytes = FatBytes({{"bad", contents}, {"good", "good"}});
-    const size_t at = bytes.find(mark);
-    ASSERT_NE(at, bytes.npos);
-    const auto volume = VolumeOf(std::make_shared<SourceWithHole>(bytes, at, at + 512), false);
-    ASSERT_TRUE(volume);
-    const VolumeHandle file = OpenForReading(*volume, u"/bad");
-    char part[512];
-    uint32_t done = 0;
-    ASSERT_TRUE(volume->ReadFile(file, part, sizeof part, &done));
-    EXPECT_EQ(std::string(part, done), contents.substr(0, 512));
-    uint32_t low = 10240;
-    uint32_t high = 0;
-    volume->SetFilePosition(file, &low, &high, 0);
-    EXPECT_FALSE(volume->ReadFile(file, part, sizeof part, &done));
-    low = 12288;
-    volume->SetFilePosition(file, &low, &high, 0);
-    ASSERT_TRUE(volume->ReadFile(file, part, sizeof part, &done));
-    EXPECT_EQ(std::string(part, done), contents.substr(12288, 512));
-    volume->CloseHandle(file);
-    EXPECT_EQ(ReadWholeFile(*volume, u"/good"), "good");
-}
-
 TEST_F(DamagedFat, AFolderThatIsItsOwnParentIsRefused)
 {
     std::string bytes = FatBytes({{"A/B/file", "x"}});
@@ -127,7 +52,7 @@ TEST_F(DamagedFat, AFolderThatIsItsOwnParentIsRefused)
     ASSERT_NE(b, bytes.npos);
     bytes[b + 26] = bytes[a + 26];
     bytes[b + 27] = bytes[a + 27];
-    const auto volume = VolumeOf(SourceOf(bytes), false);
+    const auto volume = FatVolumeOf(SourceOf(bytes));
     ASSERT_TRUE(volume);
     EXPECT_EQ(SortedNames(*volume, u"/A/*"), std::vector<std::u16string>{u"B"});
     EXPECT_FALSE(ListFolder(*volume, u"/A/B/*"));
@@ -151,7 +76,7 @@ TEST_F(DamagedFat, AChainThatGoesInCirclesIsRefused)
         bytes[at] = static_cast<char>((bytes[at] & 0x0F) | (cluster & 0xF) << 4);
         bytes[at + 1] = static_cast<char>(cluster >> 4);
     }
-    const auto volume = VolumeOf(SourceOf(bytes), false);
+    const auto volume = FatVolumeOf(SourceOf(bytes));
     ASSERT_TRUE(volume);
     EXPECT_FALSE(ListFolder(*volume, u"/FILE/*"));
     EXPECT_EQ(ReadWholeFile(*volume, u"/other"), "other");
@@ -163,7 +88,7 @@ TEST_F(DamagedFat, ASizeThatLiesDoesNotOpen)
     const size_t entry = bytes.find("FILE       ");
     ASSERT_NE(entry, bytes.npos);
     bytes.replace(entry + 28, 4, "\xFF\xFF\xFF\xFF");
-    const auto volume = VolumeOf(SourceOf(bytes), false);
+    const auto volume = FatVolumeOf(SourceOf(bytes));
     ASSERT_TRUE(volume);
     EXPECT_FALSE(Opens(*volume, u"/FILE"));
 }
@@ -185,7 +110,7 @@ TEST_F(DamagedFat, BytesChangedAtRandomDoNoHarm)
                                         {"folder/deeper/file", "x"},
                                         {"folder/another long name", "y"}});
     for (unsigned seed = 0; seed < 300; ++seed) {
-        const auto volume = VolumeOf(SourceOf(Mutated(bytes, seed, 20000)), false);
+        const auto volume = FatVolumeOf(SourceOf(Mutated(bytes, seed, 20000)));
         if (volume)
             VisitAll(*volume, u"", 4);
     }
@@ -195,7 +120,7 @@ TEST_F(DamagedFat, AnImageCutAnywhereDoesNoHarm)
 {
     const std::string bytes = FatBytes({{"folder/deeper/file", NoiseBytes(30000, 1)}});
     for (size_t size = 0; size < 60000; size += 499) {
-        const auto volume = VolumeOf(SourceOf(bytes.substr(0, size)), false);
+        const auto volume = FatVolumeOf(SourceOf(bytes.substr(0, size)));
         if (volume)
             VisitAll(*volume, u"", 4);
     }
@@ -211,7 +136,7 @@ TEST(DamagedNtfs, BytesChangedAtRandomDoNoHarm)
                                 "seq 1 10000 > a/b/large"));
     const std::string bytes = image.Folder().ReadFile("image");
     for (unsigned seed = 0; seed < 300; ++seed) {
-        const auto volume = VolumeOf(SourceOf(Mutated(bytes, seed, 700000)), true);
+        const auto volume = NtfsVolumeOf(SourceOf(Mutated(bytes, seed, 700000)));
         if (volume)
             VisitAll(*volume, u"", 4);
     }

@@ -1,14 +1,12 @@
 #include "PartitionTable.h"
 
-#include "Little.h"
+#include "GptPartitions.h"
+#include "MbrPartitions.h"
 #include "PartOfSource.h"
-#include "TskError.h"
-#include "TskImage.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <cstring>
-#include <tsk/libtsk.h>
 
 namespace vx {
 namespace {
@@ -16,67 +14,48 @@ namespace {
 using Source = std::shared_ptr<const bitlocker::ByteSource>;
 
 constexpr size_t kMostPartitions = 256;
-constexpr uint32_t kMostGptEntries = 1024;
-
-struct CloseTable {
-    void operator()(TSK_VS_INFO *table) const { tsk_vs_close(table); }
-};
-using Table = std::unique_ptr<TSK_VS_INFO, CloseTable>;
-
-// libtsk reads as many entries as the header claims, and sorts them in one by one.
-bool IsGptTooLarge(const bitlocker::ByteSource &disk)
-{
-    constexpr size_t kCountAt = 80;
-    for (const uint64_t sectorSize : {512, 4096}) {
-        uint8_t header[kCountAt + 4];
-        if (disk.readAt(sectorSize, header, sizeof header))
-            continue;
-        if (std::memcmp(header, "EFI PART", 8) != 0)
-            continue;
-        if (Little32(header + kCountAt) > kMostGptEntries)
-            return true;
-    }
-    return false;
-}
-
-Table OpenTable(const TskImage &image)
-{
-    for (const TSK_VS_TYPE_ENUM type : {TSK_VS_TYPE_GPT, TSK_VS_TYPE_DOS}) {
-        Table table(tsk_vs_open(image.Get(), 0, type));
-        if (table)
-            return table;
-        TakeTskError();
-    }
-    return nullptr;
-}
 
 // A name goes to a terminal; what steers one is left out.
-std::string Printable(const char *text)
+std::string Printable(const std::string &text)
 {
     std::string printable;
-    for (; *text != 0; ++text) {
-        if (static_cast<unsigned char>(*text) >= 0x20 && *text != 0x7F)
-            printable.push_back(*text);
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x20 && c != 0x7F)
+            printable.push_back(c);
     }
     return printable;
 }
 
 // False if the partition does not lie on the disk or holds nothing that is known.
-bool Describes(const TSK_VS_PART_INFO &part, uint64_t sectorSize, const Source &disk,
+bool Describes(const PartitionPlace &place, uint64_t sectorBytes, const Source &disk,
                Partition *partition)
 {
-    if ((part.flags & TSK_VS_PART_FLAG_ALLOC) == 0)
-        return false;
-    if (__builtin_mul_overflow(part.start, sectorSize, &partition->offset) ||
-        __builtin_mul_overflow(part.len, sectorSize, &partition->size))
+    if (__builtin_mul_overflow(place.firstSector, sectorBytes, &partition->offset) ||
+        __builtin_mul_overflow(place.sectors, sectorBytes, &partition->size))
         return false;
     uint64_t end = 0;
     if (__builtin_add_overflow(partition->offset, partition->size, &end) ||
         partition->offset >= disk->size())
         return false;
     partition->kind = ProbeFileSystem(*partition->In(disk));
-    partition->name = Printable(part.desc != nullptr ? part.desc : "");
+    partition->name = Printable(place.name);
     return partition->kind != FileSystemKind::kUnknown;
+}
+
+std::vector<Partition> ReadIn(const Source &disk, uint64_t sectorBytes)
+{
+    std::vector<PartitionPlace> places = ReadGptPartitions(*disk, sectorBytes);
+    if (places.empty())
+        places = ReadMbrPartitions(*disk, sectorBytes);
+    std::vector<Partition> partitions;
+    for (const PartitionPlace &place : places) {
+        Partition partition;
+        if (partitions.size() < kMostPartitions && Describes(place, sectorBytes, disk, &partition))
+            partitions.push_back(std::move(partition));
+    }
+    std::stable_sort(partitions.begin(), partitions.end(),
+                     [](const Partition &a, const Partition &b) { return a.offset < b.offset; });
+    return partitions;
 }
 
 std::string SizeText(uint64_t bytes)
@@ -99,20 +78,12 @@ Source Partition::In(Source disk) const
 
 std::vector<Partition> PartitionTable::Read(const Source &disk)
 {
-    std::vector<Partition> partitions;
-    if (IsGptTooLarge(*disk))
-        return partitions;
-    const TskImage image(disk);
-    const Table table = OpenTable(image);
-    if (!table)
-        return partitions;
-    const TSK_VS_PART_INFO *part = table->part_list;
-    for (; part != nullptr && partitions.size() < kMostPartitions; part = part->next) {
-        Partition partition;
-        if (Describes(*part, table->block_size, disk, &partition))
-            partitions.push_back(std::move(partition));
+    for (const uint64_t sectorBytes : {512, 4096}) {
+        std::vector<Partition> partitions = ReadIn(disk, sectorBytes);
+        if (!partitions.empty())
+            return partitions;
     }
-    return partitions;
+    return {};
 }
 
 std::string PartitionTable::Describe(const std::vector<Partition> &partitions)

@@ -1,0 +1,16 @@
+// The partitions of a disk with a GUID partition table.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+#include "PartitionPlace.h"
+
+#include <vector>
+
+namespace vx {
+
+// sectorBytes: what the table counts in. Of the two tables of a disk the second one is read if
+// the first one is damaged. Empty if there is none.
+std::vector<PartitionPlace> ReadGptPartitions(const bitlocker::ByteSource &disk,
+                                              uint64_t sectorBytes);
+
+}  // namespace vx

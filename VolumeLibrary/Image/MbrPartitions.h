@@ -1,0 +1,16 @@
+// The partitions of a disk with a master boot record, those in extended partitions as well.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+#include "PartitionPlace.h"
+
+#include <vector>
+
+namespace vx {
+
+// sectorBytes: what the table counts in. Empty if there is no such table. A chain of extended
+// partitions ends where it is damaged, comes back to itself or has more links than any disk.
+std::vector<PartitionPlace> ReadMbrPartitions(const bitlocker::ByteSource &disk,
+                                              uint64_t sectorBytes);
+
+}  // namespace vx
