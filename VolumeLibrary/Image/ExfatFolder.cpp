@@ -65,7 +65,7 @@ bool ExfatFolder::IsSetGood() const
     for (size_t i = 0; i < _set.size(); ++i) {
         for (size_t at = 0; at < FolderBytes::kEntryBytes; ++at) {
             if (i != 0 || (at != 2 && at != 3))
-                sum = static_cast<uint16_t>((sum >> 1 | sum << 15) + _set[i][at]);
+                sum = static_cast<uint16_t>((sum >> 1 | (sum & 1u) << 15) + _set[i][at]);
         }
     }
     return sum == Little16(_set[0].data() + 2);

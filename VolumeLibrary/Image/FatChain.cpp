@@ -6,6 +6,29 @@ namespace vx {
 namespace {
 
 constexpr uint32_t kFirstCluster = 2;
+// No file needs more; each takes 32 bytes of memory.
+constexpr size_t kMostRuns = size_t{1} << 19;
+
+// Notices that a chain goes in circles, at the latest when it has done so three times: compares
+// each cluster with one that was met before, and takes a later one each time the way doubles.
+class CircleCheck {
+public:
+    bool HasComeBackTo(uint32_t cluster)
+    {
+        if (cluster == _met)
+            return true;
+        if (++_steps == _next) {
+            _met = cluster;
+            _next *= 2;
+        }
+        return false;
+    }
+
+private:
+    uint32_t _met = 0;  // no cluster has this number
+    uint64_t _steps = 0;
+    uint64_t _next = 1;
+};
 
 uint32_t MaskOf(FatGeometry::Kind kind)
 {
@@ -64,12 +87,12 @@ std::optional<uint32_t> FatChain::EntryOf(uint32_t cluster) const
 std::optional<std::vector<Extent>> FatChain::Follow(uint32_t firstCluster, uint64_t size) const
 {
     std::vector<Extent> runs;
-    uint64_t position = 0;
-    // A size that lies takes as many steps as the volume has clusters, and no more.
     if (size / _geometry.clusterBytes > _geometry.lastCluster)
         return std::nullopt;
-    for (uint32_t cluster = firstCluster; position < size; position += _geometry.clusterBytes) {
-        if (!IsOnVolume(cluster))
+    CircleCheck circle;
+    uint32_t cluster = firstCluster;
+    for (uint64_t position = 0; position < size; position += _geometry.clusterBytes) {
+        if (!IsOnVolume(cluster) || circle.HasComeBackTo(cluster) || runs.size() == kMostRuns)
             return std::nullopt;
         AppendExtent(ExtentOf(cluster, position), &runs);
         if (size - position <= _geometry.clusterBytes)

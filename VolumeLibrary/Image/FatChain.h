@@ -17,7 +17,7 @@ public:
     FatChain(const CachedSource &tables, const FatGeometry &geometry);
 
     // The runs of a file. size: bytes; what lies behind is not looked at. Nothing if the chain
-    // ends before, leads off the volume or goes in circles.
+    // ends before, leads off the volume, goes in circles or consists of too many runs.
     std::optional<std::vector<Extent>> Follow(uint32_t firstCluster, uint64_t size) const;
     // The same for a folder, which only its chain tells the size of; at most most bytes.
     std::optional<std::vector<Extent>> FollowToEnd(uint32_t firstCluster, uint64_t most) const;
