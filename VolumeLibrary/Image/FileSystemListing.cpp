@@ -17,8 +17,6 @@ VolumeListing::Step FileSystemListing::Next(VolumeFindData *record)
     if (_map == nullptr)
         return Step::kEnd;
     const Step step = Take();
-    if (step == Step::kEnd)
-        Finish();
     if (step != Step::kEntry)
         return step;
     _reader->Describe(record);
@@ -34,9 +32,6 @@ std::optional<Node> FileSystemListing::ReadToEnd(std::string_view name)
         if (!found && _entry.name == name)
             found = _entry.node;
     }
-    if (step == Step::kError)
-        return std::nullopt;
-    Finish();
     return found;
 }
 
@@ -45,12 +40,14 @@ VolumeListing::Step FileSystemListing::Take()
     const Step step = _reader->Next(&_entry);
     if (step == Step::kEntry)
         _map->Add(_entry.name, _entry.node);
+    else
+        Finish(step == Step::kEnd);
     return step;
 }
 
-void FileSystemListing::Finish()
+void FileSystemListing::Finish(bool isComplete)
 {
-    _map->Seal();
+    _map->Seal(isComplete);
     _index.Keep(_folder, std::move(_map));
 }
 

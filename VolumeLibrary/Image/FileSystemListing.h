@@ -1,5 +1,5 @@
-// One pass over a folder of a file system: an open search. When it has come to the end, the
-// names of the folder are handed to the index.
+// One pass over a folder of a file system: an open search. When it has come to the end, or to
+// what cannot be read, the names so far are handed to the index.
 // Ownership: borrows the index. Threads: one at a time.
 #pragma once
 
@@ -14,13 +14,12 @@ public:
     FileSystemListing(FolderIndex *index, uint64_t folder, std::unique_ptr<FolderReader> reader);
 
     Step Next(VolumeFindData *record) override;
-    // Reads all the names for the sake of one; nothing if it is not there or the folder cannot
-    // be read to its end.
+    // Reads all the names that can be read for the sake of one; nothing if it is not there.
     std::optional<Node> ReadToEnd(std::string_view name);
 
 private:
     Step Take();
-    void Finish();
+    void Finish(bool isComplete);
 
     FolderIndex &_index;
     const uint64_t _folder;

@@ -53,8 +53,11 @@ std::optional<Node> FileSystemVolume::Resolve(std::string_view relative, Wanted 
 
 std::optional<Node> FileSystemVolume::Find(const Node &folder, std::string_view name)
 {
-    if (const auto known = _index.Find(folder.place))
-        return known->Find(name);
+    if (const auto known = _index.Find(folder.place)) {
+        const auto node = known->Find(name);
+        if (node || known->IsComplete())
+            return node;
+    }
     auto reader = _fileSystem->OpenFolder(folder);
     if (!reader)
         return std::nullopt;

@@ -23,8 +23,9 @@ void FolderMap::Add(std::string_view name, const Node &node)
         _entries.push_back({HashOf(name), node});
 }
 
-void FolderMap::Seal()
+void FolderMap::Seal(bool isComplete)
 {
+    _isComplete = isComplete;
     std::stable_sort(_entries.begin(), _entries.end(),
                      [](const Entry &a, const Entry &b) { return a.hash < b.hash; });
     _entries.shrink_to_fit();

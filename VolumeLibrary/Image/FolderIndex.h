@@ -25,11 +25,13 @@ public:
 
     // One more than kMostEntries makes it hold nothing for good.
     void Add(std::string_view name, const Node &node);
-    // No more is added from now on.
-    void Seal();
+    // No more is added from now on. isComplete: false if the folder could not be read to its end.
+    void Seal(bool isComplete = true);
     std::optional<Node> Find(std::string_view name) const;
     size_t Size() const { return _entries.size(); }
     bool IsWhole() const { return _isWhole; }
+    // Whether a name that is not found is not in the folder.
+    bool IsComplete() const { return _isComplete; }
 
 private:
     struct Entry {
@@ -39,6 +41,7 @@ private:
 
     std::vector<Entry> _entries;
     bool _isWhole = true;
+    bool _isComplete = false;
 };
 
 class FolderIndex {
