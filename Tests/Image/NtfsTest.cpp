@@ -161,13 +161,58 @@ TEST_F(NtfsTest, AReparsePointIsShownAndNotFollowed)
     EXPECT_TRUE(ListFolder(volume, u"/real/*"));
 }
 
-TEST_F(NtfsTest, AFileInManyPiecesReadsWhole)
+// Whether NTFS itself keeps a list of the records over which the file is spread.
+bool IsInSeveralRecords(const TestImage &image, const std::string &path)
 {
-    // Two files that grow in turns, so that neither has its clusters in a row.
-    IVolume &volume = Filled("for i in $(seq 1 600); do head -c 4096 /dev/zero | tr '\\0' a >> a; "
-                             "head -c 4096 /dev/zero | tr '\\0' b >> b; sync a b; done");
-    EXPECT_EQ(ReadWholeFile(volume, u"/a"), std::string(600 * 4096, 'a'));
-    EXPECT_EQ(ReadWholeFile(volume, u"/b"), std::string(600 * 4096, 'b'));
+    return RunShell("ntfsinfo -F " + path + " " + Quoted(image.Path()) +
+                    " | grep -q ATTRIBUTE_LIST");
+}
+
+TEST_F(NtfsTest, AFileInSoManyPiecesThatItTakesSeveralRecordsReadsWhole)
+{
+    VX_NEEDS("ntfsinfo");
+    // Every other cluster is written, and the others stay holes.
+    ASSERT_TRUE(image.MakeNtfs(8, "-c 512"));
+    IVolume &volume = Filled("for i in $(seq 100 2 899); do printf '%0512d' $i | dd of=pieces "
+                             "bs=512 seek=$i conv=notrunc status=none; done");
+    std::string contents(899 * 512, '\0');
+    for (size_t i = 100; i < 900; i += 2)
+        contents.replace(i * 512, 512, std::string(509, '0') + std::to_string(i));
+    EXPECT_TRUE(IsInSeveralRecords(image, "/pieces"));
+    EXPECT_EQ(SizeOf(EntryNamed(volume, u"/*", u"pieces")), contents.size());
+    EXPECT_TRUE(ReadWholeFile(volume, u"/pieces") == contents);
+}
+
+TEST_F(NtfsTest, AFileOfSoManyNamesThatItTakesSeveralRecordsReads)
+{
+    VX_NEEDS("ntfsinfo");
+    IVolume &volume = Filled("n=$(printf 'n%.0s' $(seq 1 100)); printf shared > first && "
+                             "for i in $(seq 1 40); do ln first $n$i; done");
+    EXPECT_TRUE(IsInSeveralRecords(image, "/first"));
+    const auto entries = ListFolder(volume, u"/*");
+    ASSERT_TRUE(entries);
+    EXPECT_EQ(entries->size(), 41u);
+    for (const VolumeFindData &entry : *entries) {
+        EXPECT_EQ(SizeOf(entry), 6u);
+        EXPECT_EQ(ReadWholeFile(volume, std::u16string(u"/") + entry.name), "shared");
+    }
+}
+
+TEST(LargeClustersOfNtfs, FilesAndFoldersRead)
+{
+    if (!CanMountNtfs())
+        GTEST_SKIP() << "mkntfs, ntfs-3g or /dev/fuse is missing";
+    for (const char *size : {"65536", "131072", "2097152"}) {
+        const TestImage image{};
+        TestTree tree = SampleTree();
+        for (int i = 0; i < 100; ++i)
+            tree["many/file " + std::to_string(i)] = std::to_string(i);
+        ASSERT_TRUE(image.MakeNtfs(128, std::string("-c ") + size));
+        ASSERT_TRUE(image.FillNtfs(tree));
+        const Opened opened = OpenImage(image.Path());
+        ASSERT_TRUE(opened.volume) << size << ": " << opened.detail;
+        ExpectSameTree(ReadTree(*opened.volume), tree);
+    }
 }
 
 TEST_F(NtfsTest, LongPathsOpen)

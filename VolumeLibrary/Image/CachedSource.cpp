@@ -15,13 +15,13 @@ bitlocker::Error CachedSource::readAt(uint64_t offset, void *buffer, size_t coun
     const MutexLock lock(_mutex);
     auto *place = static_cast<uint8_t *>(buffer);
     while (count > 0) {
+        if (offset >= size())
+            return {bitlocker::Status::TruncatedImage,
+                    "nothing is left at " + std::to_string(offset)};
         const Block *block = nullptr;
         if (Load(offset / kBlockBytes, &block))  // perhaps only another part of it is bad
             return _source->readAt(offset, place, count);
         const auto skip = static_cast<size_t>(offset % kBlockBytes);
-        if (skip >= block->bytes.size())
-            return {bitlocker::Status::TruncatedImage,
-                    "nothing is left at " + std::to_string(offset)};
         const size_t piece = std::min(count, block->bytes.size() - skip);
         std::memcpy(place, block->bytes.data() + skip, piece);
         offset += piece;
@@ -44,7 +44,7 @@ bitlocker::Error CachedSource::Load(uint64_t number, const Block **found) const
             oldest = &block;
     }
     const uint64_t begin = number * kBlockBytes;
-    const uint64_t left = _source->size() - std::min(_source->size(), begin);
+    const uint64_t left = _source->size() - begin;
     oldest->lastUse = 0;
     oldest->bytes.resize(static_cast<size_t>(std::min<uint64_t>(kBlockBytes, left)));
     if (bitlocker::Error error = _source->readAt(begin, oldest->bytes.data(), oldest->bytes.size()))

@@ -62,6 +62,8 @@ bool ReadExtents(const bitlocker::ByteSource &source, const FileExtents &extents
     const auto written = static_cast<uint32_t>(std::min<uint64_t>(count, left));
     if (!ReadRuns(source, extents.runs, position, buffer, written, done))
         return false;
+    if (written == count)  // perhaps nothing was asked for, into no buffer
+        return true;
     std::memset(buffer + written, 0, count - written);
     *done += count - written;
     return true;

@@ -34,7 +34,7 @@ OpenError FatFileSystem::Open(const std::shared_ptr<const bitlocker::ByteSource>
                               std::unique_ptr<FileSystem> *fileSystem)
 {
     FatGeometry geometry;
-    if (OpenError error = ReadFatGeometry(volume, &geometry))
+    if (OpenError error = ReadFatGeometry(*volume, &geometry))
         return error;
     std::unique_ptr<FatFileSystem> opened(new FatFileSystem(volume, geometry));
     if (!HasGoodTable(*volume, geometry, opened->_chain))

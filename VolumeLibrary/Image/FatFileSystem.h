@@ -1,6 +1,6 @@
 // FAT12, FAT16, FAT32 and exFAT, for reading.
 //
-// libtsk recognises the volume (FatGeometry); folders and files are then read by FatFolder,
+// FatGeometry tells which of them a volume is; folders and files are read by FatFolder,
 // ExfatFolder and FatChain.
 // Threads: any number at a time; unchanging but for what CachedSource keeps.
 #pragma once

@@ -1,11 +1,9 @@
 #include "FatGeometry.h"
 
 #include "Little.h"
-#include "TskError.h"
-#include "TskImage.h"
 
 #include <algorithm>
-#include <tsk/libtsk.h>
+#include <cstring>
 
 namespace vx {
 namespace {
@@ -17,39 +15,19 @@ constexpr uint64_t kMostClusters = 0xFFFFFFF4;
 constexpr uint64_t kLargestCluster = uint64_t{32} << 20;
 constexpr uint32_t kEntryBytes = 32;
 
-struct CloseFileSystem {
-    void operator()(TSK_FS_INFO *fileSystem) const { tsk_fs_close(fileSystem); }
-};
-using FileSystemPointer = std::unique_ptr<TSK_FS_INFO, CloseFileSystem>;
-
 OpenError Damaged(const char *what)
 {
     return {VolumeLibraryStatus::kFileSystemDamaged, what};
 }
 
-// Which of the four it is, as libtsk tells them apart.
-OpenError AskForKind(std::shared_ptr<const bitlocker::ByteSource> volume, Kind *kind)
+// Only FAT32 leaves the small field for the size of its table empty; of the other two, FAT12 is
+// the one with so few clusters.
+Kind KindOfFat(const uint8_t *sector, uint64_t clusters)
 {
-    const TskImage image(std::move(volume));
-    const FileSystemPointer opened(tsk_fs_open_img(image.Get(), 0, TSK_FS_TYPE_FAT_DETECT));
-    if (!opened)
-        return {VolumeLibraryStatus::kFileSystemDamaged, TakeTskError()};
-    switch (opened->ftype) {
-    case TSK_FS_TYPE_FAT12:
-        *kind = Kind::k12;
-        return {};
-    case TSK_FS_TYPE_FAT16:
-        *kind = Kind::k16;
-        return {};
-    case TSK_FS_TYPE_FAT32:
-        *kind = Kind::k32;
-        return {};
-    case TSK_FS_TYPE_EXFAT:
-        *kind = Kind::kExfat;
-        return {};
-    default:
-        return Damaged("its kind cannot be told");
-    }
+    constexpr uint64_t kFewestOfFat16 = 4085;
+    if (Little16(sector + 22) == 0)
+        return Kind::k32;
+    return clusters < kFewestOfFat16 ? Kind::k12 : Kind::k16;
 }
 
 bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
@@ -76,6 +54,7 @@ bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
     geometry->clusters = (sectors - firstSector) / clusterSectors;
     geometry->rootOffset = rootSector * sectorBytes;
     geometry->rootBytes = static_cast<uint32_t>(rootBytes);
+    geometry->kind = KindOfFat(sector, geometry->clusters);
     geometry->rootCluster = geometry->kind == Kind::k32 ? Little32(sector + 44) : 0;
     return true;
 }
@@ -86,6 +65,7 @@ bool TakeExfat(const uint8_t *sector, FatGeometry *geometry)
     const unsigned clusterShift = sector[109];
     if (sectorShift < 9 || sectorShift > 12 || clusterShift > 25 - sectorShift)
         return false;
+    geometry->kind = Kind::kExfat;
     geometry->clusterBytes = 1u << (sectorShift + clusterShift);
     geometry->tableOffset = uint64_t{Little32(sector + 80)} << sectorShift;
     geometry->tableBytes = uint64_t{Little32(sector + 84)} << sectorShift;
@@ -93,6 +73,11 @@ bool TakeExfat(const uint8_t *sector, FatGeometry *geometry)
     geometry->clusters = Little32(sector + 92);
     geometry->rootCluster = Little32(sector + 96);
     return true;
+}
+
+bool HasRoot(const FatGeometry &geometry)
+{
+    return geometry.rootCluster != 0 || geometry.rootBytes != 0;
 }
 
 // How many clusters the table has room for.
@@ -112,17 +97,15 @@ uint64_t ClustersOfTable(const FatGeometry &geometry)
 
 }  // namespace
 
-OpenError ReadFatGeometry(std::shared_ptr<const bitlocker::ByteSource> volume,
-                          FatGeometry *geometry)
+OpenError ReadFatGeometry(const bitlocker::ByteSource &volume, FatGeometry *geometry)
 {
     uint8_t sector[512];
-    if (volume->readAt(0, sector, sizeof sector))
+    if (volume.readAt(0, sector, sizeof sector))
         return Damaged("its first sector cannot be read");
-    if (OpenError error = AskForKind(std::move(volume), &geometry->kind))
-        return error;
-    const bool good =
-        geometry->kind == Kind::kExfat ? TakeExfat(sector, geometry) : TakeFat(sector, geometry);
-    if (!good || geometry->clusters == 0 || geometry->clusterBytes > kLargestCluster)
+    const bool isExfat = std::memcmp(sector + 3, "EXFAT   ", 8) == 0;
+    const bool good = isExfat ? TakeExfat(sector, geometry) : TakeFat(sector, geometry);
+    if (!good || !HasRoot(*geometry) || geometry->clusters == 0 ||
+        geometry->clusterBytes > kLargestCluster)
         return Damaged("its first sector makes no sense");
     const uint64_t end =
         std::min({geometry->clusters + kFirstCluster, ClustersOfTable(*geometry), kMostClusters});

@@ -4,8 +4,6 @@
 #include "Bitlocker/ByteSource.h"
 #include "OpenError.h"
 
-#include <memory>
-
 namespace vx {
 
 struct FatGeometry {
@@ -23,8 +21,7 @@ struct FatGeometry {
     uint32_t rootBytes = 0;
 };
 
-// libtsk says which of the four it is, and that it is one. Errors: kFileSystemDamaged.
-OpenError ReadFatGeometry(std::shared_ptr<const bitlocker::ByteSource> volume,
-                          FatGeometry *geometry);
+// Which of the four it is, and where its parts lie. Errors: kFileSystemDamaged.
+OpenError ReadFatGeometry(const bitlocker::ByteSource &volume, FatGeometry *geometry);
 
 }  // namespace vx

@@ -58,7 +58,23 @@ bool NtfsFolder::Begin(const NtfsRecord &folder, uint64_t number)
     return true;
 }
 
-// A block holds its own number, so none can be reached twice on the way down.
+// No block lies below two entries. One that does would multiply what lies below it, level by
+// level.
+bool NtfsFolder::IsFirstVisit(uint64_t position)
+{
+    constexpr uint64_t kLeastBlock = 512;
+    constexpr uint64_t kMostPlaces = uint64_t{1} << 26;
+    const uint64_t place = position / kLeastBlock;
+    if (place >= kMostPlaces)
+        return false;
+    if (place >= _visited.size())
+        _visited.resize(static_cast<size_t>(place) + 1);
+    if (_visited[place])
+        return false;
+    _visited[place] = true;
+    return true;
+}
+
 bool NtfsFolder::Descend(uint64_t block)
 {
     if (_path.size() == kDeepest)
@@ -67,7 +83,7 @@ bool NtfsFolder::Descend(uint64_t block)
     const uint64_t unit = clusterBytes <= _blockBytes ? clusterBytes : 512;
     uint64_t position = 0;
     if (__builtin_mul_overflow(block, unit, &position) || position >= _blocks.size ||
-        _blocks.size - position < _blockBytes)
+        _blocks.size - position < _blockBytes || !IsFirstVisit(position))
         return false;
     std::vector<uint8_t> bytes(_blockBytes);
     uint32_t done = 0;

@@ -23,6 +23,7 @@ private:
     NtfsFolder(const NtfsMft &mft, const bitlocker::ByteSource &volume);
     bool Begin(const NtfsRecord &folder, uint64_t number);
     bool Descend(uint64_t block);
+    bool IsFirstVisit(uint64_t position);
     VolumeListing::Step TakeEntry(FolderEntry *entry, bool *isShown);
 
     const NtfsMft &_mft;
@@ -30,6 +31,7 @@ private:
     FileExtents _blocks;  // of the index, without its root
     uint32_t _blockBytes = 0;
     std::vector<NtfsIndexBlock> _path;  // from the root to the present block
+    std::vector<bool> _visited;         // by the places of blocks in the index
     bool _hasGivenEntry = false;        // the present entry is to be left first
     NtfsReference _file = 0;
     NtfsIndexName _name;

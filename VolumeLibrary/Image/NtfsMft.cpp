@@ -1,24 +1,15 @@
 #include "NtfsMft.h"
 
 #include "Little.h"
-#include "MaskedSource.h"
 #include "NtfsFixups.h"
-#include "TskError.h"
-
-#include <tsk/libtsk.h>
-// Needs the one above.
-#include <tsk/fs/tsk_ntfs.h>
+#include "NtfsStream.h"
 
 namespace vx {
 namespace {
 
 using Source = std::shared_ptr<const bitlocker::ByteSource>;
 
-constexpr uint64_t kMftNumber = 0;
-constexpr uint64_t kVolumeNumber = 3;
-constexpr uint64_t kBitmapNumber = 6;
-constexpr uint64_t kSecureNumber = 9;
-constexpr uint64_t kLargestAttributeList = uint64_t{256} << 10;
+constexpr uint64_t kLargestCluster = uint64_t{2} << 20;
 
 OpenError Damaged(const char *what)
 {
@@ -33,6 +24,16 @@ uint64_t SizeFrom(int8_t told, uint32_t clusterBytes)
     return told > -32 ? uint64_t{1} << -told : 0;
 }
 
+// Large clusters are told as a negative power of two.
+uint32_t ClusterSectors(uint8_t told)
+{
+    constexpr uint8_t kMostSectors = 0x80;
+    constexpr uint8_t kFirstPower = 0xF0;
+    if (told <= kMostSectors)
+        return told;
+    return told >= kFirstPower ? uint32_t{1} << (0x100 - told) : 0;
+}
+
 struct BootFacts {
     NtfsGeometry geometry;
     uint64_t mftOffset = 0;
@@ -44,11 +45,11 @@ OpenError ReadBoot(const bitlocker::ByteSource &source, BootFacts *facts)
     if (source.readAt(0, sector, sizeof sector))
         return Damaged("its first sector cannot be read");
     const uint32_t sectorBytes = Little16(sector + 11);
-    const uint32_t clusterSectors = sector[13];
+    const uint32_t clusterSectors = ClusterSectors(sector[13]);
     if (!IsPowerOfTwo(sectorBytes) || sectorBytes < 512 || sectorBytes > 4096)
         return Damaged("it tells no size of a sector");
-    if (!IsPowerOfTwo(clusterSectors))
-        return {VolumeLibraryStatus::kFileSystemNotSupported, "its clusters are too large"};
+    if (!IsPowerOfTwo(clusterSectors) || uint64_t{clusterSectors} * sectorBytes > kLargestCluster)
+        return Damaged("it tells no size of a cluster");
     NtfsGeometry &geometry = facts->geometry;
     geometry.clusterBytes = sectorBytes * clusterSectors;
     geometry.clusters = Little64(sector + 40) / clusterSectors;
@@ -64,29 +65,10 @@ OpenError ReadBoot(const bitlocker::ByteSource &source, BootFacts *facts)
     return {};
 }
 
-// What libtsk would not stand: a list of attributes that it would copy whole.
-bool IsFitForTsk(const bitlocker::ByteSource &source, const BootFacts &facts, uint64_t number)
-{
-    std::vector<uint8_t> bytes(facts.geometry.recordBytes);
-    const uint64_t offset = facts.mftOffset + number * bytes.size();
-    if (source.readAt(offset, bytes.data(), bytes.size()) || !ApplyNtfsFixups(&bytes))
-        return false;
-    const auto record = NtfsRecord::Parse(std::move(bytes));
-    if (!record)
-        return false;
-    const auto list = record->Find(NtfsType::kAttributeList, {});
-    return !list || list->size <= kLargestAttributeList;
-}
-
 }  // namespace
 
-void NtfsMft::Close::operator()(TSK_FS_INFO *fileSystem) const
-{
-    tsk_fs_close(fileSystem);
-}
-
 NtfsMft::NtfsMft(Source source, const NtfsGeometry &geometry)
-    : _geometry(geometry), _image(std::move(source))
+    : _source(std::move(source)), _geometry(geometry)
 {
 }
 
@@ -95,32 +77,54 @@ OpenError NtfsMft::Open(Source source, std::unique_ptr<NtfsMft> *mft)
     BootFacts facts;
     if (OpenError error = ReadBoot(*source, &facts))
         return error;
-    for (const uint64_t number : {kMftNumber, kVolumeNumber, kBitmapNumber}) {
-        if (!IsFitForTsk(*source, facts, number))
-            return Damaged("a record at the front of its table of files is damaged");
-    }
-    const uint64_t recordBytes = facts.geometry.recordBytes;
-    source = std::make_shared<MaskedSource>(
-        std::move(source), facts.mftOffset + kSecureNumber * recordBytes, recordBytes);
     std::unique_ptr<NtfsMft> opened(new NtfsMft(std::move(source), facts.geometry));
-    opened->_fileSystem.reset(tsk_fs_open_img(opened->_image.Get(), 0, TSK_FS_TYPE_NTFS));
-    if (!opened->_fileSystem)
-        return {VolumeLibraryStatus::kFileSystemDamaged, TakeTskError()};
+    if (!opened->FindTable(facts.mftOffset))
+        return Damaged("the first record of its table of files is damaged");
     *mft = std::move(opened);
     return {};
 }
 
-std::optional<NtfsRecord> NtfsMft::Load(NtfsReference reference) const
+// The first record is that of the table itself. Of a table in many pieces it names further
+// records, which lie in the pieces that are known already, so the table is looked for again as
+// long as there is more of it.
+bool NtfsMft::FindTable(uint64_t offset)
+{
+    constexpr int kMostRounds = 16;
+    const uint64_t recordBytes = _geometry.recordBytes;
+    const FileExtents front = {
+        recordBytes, recordBytes, {{0, recordBytes, offset, Extent::Kind::kStored}}};
+    const auto first = Read(front, 0);
+    if (!first)
+        return false;
+    for (int round = 0; round < kMostRounds; ++round) {
+        NtfsStream data;
+        const NtfsFound found = FindStream(*this, _source, *first, 0, NtfsType::kData, {}, &data);
+        const bool isLonger = data.extents.runs.size() > _table.runs.size();
+        if (isLonger)
+            _table = std::move(data.extents);
+        if (found != NtfsFound::kDamaged || !isLonger)
+            break;
+    }
+    return !_table.runs.empty();
+}
+
+std::optional<NtfsRecord> NtfsMft::Read(const FileExtents &table, uint64_t position) const
 {
     std::vector<uint8_t> bytes(_geometry.recordBytes);
-    {
-        const MutexLock lock(_mutex);
-        auto *ntfs = reinterpret_cast<NTFS_INFO *>(_fileSystem.get());
-        if (ntfs_dinode_lookup(ntfs, reinterpret_cast<char *>(bytes.data()),
-                               NtfsNumber(reference)) != TSK_OK)
-            return std::nullopt;
-    }
-    auto record = NtfsRecord::Parse(std::move(bytes));
+    uint32_t done = 0;
+    if (!ReadExtents(_source, table, position, reinterpret_cast<char *>(bytes.data()),
+                     _geometry.recordBytes, &done) ||
+        !ApplyNtfsFixups(&bytes))
+        return std::nullopt;
+    return NtfsRecord::Parse(std::move(bytes));
+}
+
+std::optional<NtfsRecord> NtfsMft::Load(NtfsReference reference) const
+{
+    const uint64_t number = NtfsNumber(reference);
+    if (number >= _table.size / _geometry.recordBytes)
+        return std::nullopt;
+    auto record = Read(_table, number * _geometry.recordBytes);
     const bool same =
         record && (NtfsSequence(reference) == 0 || record->Sequence() == NtfsSequence(reference));
     return same ? std::move(record) : std::nullopt;

@@ -86,18 +86,23 @@ ReadList(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsAttr
     return bytes;
 }
 
+// Another record of the file, which holds the part that the entry speaks of.
+std::optional<NtfsRecord> LoadPart(const NtfsMft &mft, uint64_t number, const ListEntry &entry)
+{
+    auto record = mft.Load(entry.record);
+    const bool belongs = record && NtfsNumber(record->Base()) == number;
+    return belongs ? std::move(record) : std::nullopt;
+}
+
 // Adds the part that the entry speaks of.
 bool TakeListed(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, const ListEntry &entry,
                 std::u16string_view name, NtfsStream *stream)
 {
-    if (NtfsNumber(entry.record) == number) {
-        const auto part = file.Find(entry.type, name, entry.firstCluster);
-        return part && TakePart(mft, *part, stream);
-    }
-    const auto record = mft.Load(entry.record);
-    if (!record || NtfsNumber(record->Base()) != number)
+    const bool isHere = NtfsNumber(entry.record) == number;
+    const auto other = isHere ? std::nullopt : LoadPart(mft, number, entry);
+    if (!isHere && !other)
         return false;
-    const auto part = record->Find(entry.type, name, entry.firstCluster);
+    const auto part = (isHere ? file : *other).Find(entry.type, name, entry.firstCluster);
     return part && TakePart(mft, *part, stream);
 }
 
@@ -137,11 +142,20 @@ uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, con
 {
     if (const auto first = file.Find(type, {}))
         return first->size;
-    NtfsStream stream;
-    if (!file.Find(NtfsType::kAttributeList, {}) ||
-        FindStream(mft, volume, file, number, type, {}, &stream) != NtfsFound::kYes)
+    const auto list = file.Find(NtfsType::kAttributeList, {});
+    const auto bytes = list ? ReadList(mft, volume, *list) : std::nullopt;
+    if (!bytes)
         return 0;
-    return stream.Size();
+    bitlocker::ByteView left(*bytes);
+    ListEntry entry;
+    while (TakeEntry(&left, &entry)) {
+        if (entry.type != type || !IsNamed(entry, {}) || entry.firstCluster != 0)
+            continue;
+        const auto record = LoadPart(mft, number, entry);
+        const auto first = record ? record->Find(type, {}) : std::nullopt;
+        return first ? first->size : 0;
+    }
+    return 0;
 }
 
 }  // namespace vx

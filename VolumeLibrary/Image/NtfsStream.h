@@ -18,6 +18,7 @@ struct NtfsStream {
 enum class NtfsFound { kYes, kNo, kDamaged };
 
 // Reads where a stream of the file lies, not its contents. file: the record that stands for it.
+// Of a damaged one stream receives the parts before the damage.
 NtfsFound FindStream(const NtfsMft &mft, const bitlocker::ByteSource &volume,
                      const NtfsRecord &file, uint64_t number, NtfsType type,
                      std::u16string_view name, NtfsStream *stream);
