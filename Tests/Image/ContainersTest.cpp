@@ -87,6 +87,20 @@ TEST_F(ContainersTest, ACompressedImageSaysThatItMustBeUnpacked)
     EXPECT_EQ(opened.detail, "it is compressed with gzip; unpack it first");
 }
 
+TEST_F(ContainersTest, ADamagedImageOfAKnownKindSaysSo)
+{
+    const std::pair<const char *, std::string> heads[] = {
+        {"E01", std::string("EVF\x09\x0D\x0A\xFF\x00", 8)}, {"VMDK", "KDMV"}, {"VHD", "conectix"}};
+    for (const auto &[kind, head] : heads) {
+        const Opened opened =
+            OpenImage(image.Folder().WriteFile("damaged", head + NoiseBytes(100000, 1)));
+        EXPECT_EQ(opened.status, VolumeLibraryStatus::kReadFailed) << kind;
+        EXPECT_EQ(opened.detail,
+                  std::string("the ") + kind +
+                      " image is damaged, or one of its parts is missing or cannot be read");
+    }
+}
+
 TEST_F(ContainersTest, AHashInTheNameOfAFileIsNoChoice)
 {
     ASSERT_TRUE(RunShell("mv " + Quoted(image.Path()) + " " + Quoted(image.At("image#2"))));

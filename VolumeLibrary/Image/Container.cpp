@@ -54,12 +54,19 @@ OpenError OpenRaw(const char *path, bool isDevice, Source *source)
     return error;
 }
 
-OpenError OpenThroughTsk(const char *path, Source *source)
+// kind: the name of the format; null for one that is raw inside. libtsk takes for raw what it
+// cannot open as anything else.
+OpenError OpenThroughTsk(const char *path, const char *kind, Source *source)
 {
     TSK_IMG_INFO *image = tsk_img_open_utf8_sing(path, TSK_IMG_TYPE_DETECT, 0);
     if (image == nullptr)
         return {VolumeLibraryStatus::kReadFailed, TakeTskError()};
-    *source = std::make_shared<TskSource>(image);
+    auto opened = std::make_shared<TskSource>(image);
+    if (kind != nullptr && TSK_IMG_TYPE_ISRAW(image->itype))
+        return {VolumeLibraryStatus::kReadFailed,
+                std::string("the ") + kind +
+                    " image is damaged, or one of its parts is missing or cannot be read"};
+    *source = std::move(opened);
     return {};
 }
 
@@ -78,7 +85,7 @@ bool HasVhdFooter(const bitlocker::ByteSource &source)
     std::vector<uint8_t> foot(512);
     return source.size() >= foot.size() &&
            !source.readAt(source.size() - foot.size(), foot.data(), foot.size()) &&
-           IsTskContainer(foot);
+           TskContainer(foot) != nullptr;
 }
 
 bool IsFile(const std::string &path)
@@ -113,10 +120,11 @@ OpenError OpenContainer(const char *path, Source *source)
     if (OpenError error = OpenRaw(path, isDevice, &raw))
         return error;
     const std::vector<uint8_t> head = HeadOf(*raw);
-    if (const char *kind = UnsupportedContainer(head))
-        return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + kind};
-    if (!isDevice && (IsTskContainer(head) || HasVhdFooter(*raw) || IsSplit(path)))
-        return OpenThroughTsk(path, source);
+    if (const char *unsupported = UnsupportedContainer(head))
+        return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + unsupported};
+    const char *kind = TskContainer(head);
+    if (!isDevice && (kind != nullptr || HasVhdFooter(*raw) || IsSplit(path)))
+        return OpenThroughTsk(path, kind, source);
     *source = std::move(raw);
     return {};
 }

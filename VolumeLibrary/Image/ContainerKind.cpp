@@ -46,24 +46,26 @@ bool Matches(const Signature &signature, bitlocker::ByteView head)
            std::memcmp(found.data, signature.bytes.data(), signature.bytes.size()) == 0;
 }
 
-}  // namespace
-
-const char *UnsupportedContainer(bitlocker::ByteView head)
+template <size_t kCount>
+const char *NameIn(const Signature (&signatures)[kCount], bitlocker::ByteView head)
 {
-    for (const Signature &signature : kUnsupported) {
+    for (const Signature &signature : signatures) {
         if (Matches(signature, head))
             return signature.name;
     }
     return nullptr;
 }
 
-bool IsTskContainer(bitlocker::ByteView head)
+}  // namespace
+
+const char *UnsupportedContainer(bitlocker::ByteView head)
 {
-    for (const Signature &signature : kOfTsk) {
-        if (Matches(signature, head))
-            return true;
-    }
-    return false;
+    return NameIn(kUnsupported, head);
+}
+
+const char *TskContainer(bitlocker::ByteView head)
+{
+    return NameIn(kOfTsk, head);
 }
 
 }  // namespace vx

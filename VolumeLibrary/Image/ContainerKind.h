@@ -12,7 +12,7 @@ constexpr size_t kContainerProbeBytes = 512;
 // the file is shorter.
 const char *UnsupportedContainer(bitlocker::ByteView head);
 
-// Whether the file is an image of a format of its own that libtsk reads.
-bool IsTskContainer(bitlocker::ByteView head);
+// "E01", if the file is an image of a format of its own that libtsk reads; otherwise null.
+const char *TskContainer(bitlocker::ByteView head);
 
 }  // namespace vx

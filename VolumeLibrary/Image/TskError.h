@@ -1,11 +1,12 @@
-// What libtsk says of its last failure on this thread.
+// Why libtsk could not read a disk image, in words of this library.
 #pragma once
 
 #include <string>
 
 namespace vx {
 
-// One line without a full stop; empty if it says nothing. The failure is forgotten.
+// What its last failure on this thread means, one line without a full stop. The failure is
+// forgotten.
 std::string TakeTskError();
 
 }  // namespace vx
