@@ -1,0 +1,39 @@
+// A sound image under a few changed bytes, so that it need not be copied for each input.
+//
+// An input is a list of changes: u24 place, u8 value. A place counts the bytes of those sectors
+// of the image that are not empty; the highest bit says that it counts from the change before.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+
+#include <map>
+#include <vector>
+
+namespace vx {
+
+class SoundImage {
+public:
+    explicit SoundImage(std::vector<uint8_t> bytes);
+
+    using Changes = std::map<uint64_t, uint8_t>;
+    Changes ChangesOf(const uint8_t *input, size_t size) const;
+    const std::vector<uint8_t> &Bytes() const { return _bytes; }
+
+private:
+    std::vector<uint8_t> _bytes;
+    std::vector<uint64_t> _sectors;  // the offsets of those that are not empty
+};
+
+class DamagedSource final : public bitlocker::ByteSource {
+public:
+    DamagedSource(const SoundImage &image, SoundImage::Changes changes);
+
+    uint64_t size() const override { return _image.size(); }
+    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+
+private:
+    const std::vector<uint8_t> &_image;
+    const SoundImage::Changes _changes;
+};
+
+}  // namespace vx

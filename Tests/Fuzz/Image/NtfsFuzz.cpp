@@ -1,0 +1,105 @@
+// Fuzz target: a damaged volume of NTFS that has some of everything. An input is a list of changes
+// (DamagedSource.h).
+#include "DamagedSource.h"
+#include "HeapLimit.h"
+#include "Image/NtfsFileSystem.h"
+#include "NtfsWriter.h"
+#include "VisitVolume.h"
+
+using namespace vx;
+
+namespace {
+
+using Bytes = NtfsWriter::Bytes;
+using Stream = NtfsWriter::Stream;
+
+constexpr size_t kCluster = NtfsWriter::kClusterBytes;
+constexpr uint64_t kFree = NtfsWriter::kFirstFree;
+
+// The table of files in two pieces, which a second record tells.
+void PutTable(NtfsWriter *ntfs)
+{
+    const Bytes list = NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kData, {}, 0, 0),
+                                           NtfsWriter::Listed(NtfsType::kData, {}, 32, 20)});
+    ntfs->PutFile(0, {NtfsWriter::Resident(NtfsType::kAttributeList, list),
+                      NtfsWriter::InRuns(Stream{NtfsType::kData,
+                                                {},
+                                                0,
+                                                NtfsWriter::kRecords * kCluster,
+                                                {{NtfsWriter::kTable, 32}}})});
+    ntfs->PutFile(20, {NtfsWriter::InRuns(
+                          Stream{NtfsType::kData, {}, 32, 0, {{NtfsWriter::kTable + 32, 32}}})});
+}
+
+// A root of two levels and a small folder.
+void PutFolders(NtfsWriter *ntfs)
+{
+    ntfs->PutFolder(
+        NtfsWriter::kRoot,
+        {NtfsWriter::IndexRoot({NtfsWriter::Name(26, u"folder", 0), NtfsWriter::Last(1)}),
+         NtfsWriter::InRuns(
+             Stream{NtfsType::kIndexAllocation, u"$I30", 0, 2 * kCluster, {{kFree, 2}}})});
+    ntfs->PutBlock(
+        kFree, 0,
+        {NtfsWriter::Name(24, u"a"), NtfsWriter::Name(25, u"compressed"), NtfsWriter::Last()});
+    ntfs->PutBlock(kFree + 1, 1,
+                   {NtfsWriter::Name(27, u"in pieces"), NtfsWriter::Name(28, u"link"),
+                    NtfsWriter::Name(29, u"with a hole"), NtfsWriter::Last()});
+    ntfs->PutFolder(26,
+                    {NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"again"), NtfsWriter::Last()})});
+}
+
+void PutFiles(NtfsWriter *ntfs)
+{
+    ntfs->PutFile(24, {NtfsWriter::Data("small")});
+    // Units of four clusters: one packed, one as it is, one of zeros.
+    ntfs->PutBytes(kFree + 10, std::string("\x04\xB0\x04"
+                                           "ab\x03\x10\x03\x30"
+                                           "abcd",
+                                           13));
+    ntfs->PutBytes(kFree + 11, std::string(4 * kCluster, 'x'));
+    ntfs->PutFile(25, {NtfsWriter::InRuns(Stream{NtfsType::kData,
+                                                 {},
+                                                 0,
+                                                 11 * kCluster,
+                                                 {{kFree + 10, 1}, {0, 3}, {kFree + 11, 4}, {0, 4}},
+                                                 1,
+                                                 2})});
+    const Bytes list = NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kData, {}, 0, 40),
+                                           NtfsWriter::Listed(NtfsType::kData, {}, 2, 41)});
+    ntfs->PutBytes(kFree + 20, std::string(list.begin(), list.end()));
+    ntfs->PutFile(27, {NtfsWriter::InRuns(Stream{
+                          NtfsType::kAttributeList, {}, 0, list.size(), {{kFree + 20, 1}}})});
+    ntfs->PutFile(40,
+                  {NtfsWriter::InRuns(Stream{
+                      NtfsType::kData, {}, 0, 4 * kCluster, {{kFree + 14, 1}, {kFree + 12, 1}}})},
+                  27);
+    ntfs->PutFile(41, {NtfsWriter::InRuns(Stream{NtfsType::kData, {}, 2, 0, {{kFree + 11, 2}}})},
+                  27);
+    ntfs->PutFile(28, {NtfsWriter::Resident(NtfsType::kReparsePoint, Bytes{3, 0, 0, 0xA0}),
+                       NtfsWriter::Data("")});
+    ntfs->PutFile(29, {NtfsWriter::InRuns(Stream{
+                          NtfsType::kData, {}, 0, 3 * kCluster, {{kFree + 11, 1}, {0, 2}}})});
+}
+
+SoundImage MakeImage()
+{
+    NtfsWriter ntfs(100);
+    PutTable(&ntfs);
+    PutFolders(&ntfs);
+    PutFiles(&ntfs);
+    return SoundImage(ntfs.Image());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static const SoundImage image = MakeImage();
+    const HeapLimit limit;
+    std::unique_ptr<FileSystem> fileSystem;
+    if (!NtfsFileSystem::Open(std::make_shared<DamagedSource>(image, image.ChangesOf(data, size)),
+                              &fileSystem))
+        VisitVolume(std::move(fileSystem));
+    return 0;
+}

@@ -1,0 +1,68 @@
+#include "VisitVolume.h"
+
+#include "../Require.h"
+#include "Image/FileSystemVolume.h"
+
+#include <algorithm>
+#include <string>
+
+namespace vx {
+namespace {
+
+constexpr int kDeepest = 4;
+
+class Visit {
+public:
+    explicit Visit(IVolume &volume) : _volume(volume) {}
+
+    void Folder(const std::u16string &folder, int depth)
+    {
+        VolumeFindData record = {};
+        const VolumeHandle search = _volume.FindFirstFile((folder + u"/*").c_str(), &record);
+        if (search == nullptr)
+            return;
+        bool more = record.name[0] != 0;
+        while (more && --_steps > 0) {
+            Require(std::find(std::begin(record.name), std::end(record.name), 0) !=
+                        std::end(record.name),
+                    "a name ends");
+            const std::u16string path = folder + u"/" + record.name;
+            File(path);
+            if (depth < kDeepest && (record.attributes & kVolumeAttributeDirectory) != 0)
+                Folder(path, depth + 1);
+            more = _volume.FindNextFile(search, &record);
+        }
+        _volume.FindClose(search);
+    }
+
+private:
+    void File(const std::u16string &path)
+    {
+        const VolumeHandle file = _volume.OpenFile(path.c_str(), 128, 3, 25);
+        if (file == nullptr)
+            return;
+        char bytes[3000];
+        uint32_t done = 0;
+        while (--_steps > 0 && _volume.ReadFile(file, bytes, sizeof bytes, &done) && done > 0)
+            Require(done <= sizeof bytes, "no more is read than was asked for");
+        uint32_t low = 0xFFFFF000;
+        uint32_t high = 0x7FFFFFFF;
+        _volume.SetFilePosition(file, &low, &high, 0);
+        _volume.ReadFile(file, bytes, sizeof bytes, &done);
+        _volume.CloseHandle(file);
+    }
+
+    IVolume &_volume;
+    int _steps = 100;
+};
+
+}  // namespace
+
+void VisitVolume(std::unique_ptr<FileSystem> fileSystem)
+{
+    Require(fileSystem != nullptr, "what opened is there");
+    FileSystemVolume volume(std::move(fileSystem));
+    Visit(volume).Folder(u"", 0);
+}
+
+}  // namespace vx
