@@ -1,4 +1,4 @@
-# The Sleuth Kit's library, which reads disk images, partition tables and file systems.
+# The Sleuth Kit's library, of which the formats of disk images are used.
 # Gives TSK_FOUND and the target Tsk::Tsk.
 find_path(TSK_INCLUDE_DIR tsk/libtsk.h)
 find_library(TSK_LIBRARY tsk)
