@@ -1,6 +1,9 @@
 // How much memory the opening of a hostile volume takes at most; asks the kernel, so Linux only.
+#include "ExfatSet.h"
+#include "Image/Little.h"
 #include "TestImage.h"
 
+#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <unistd.h>
@@ -47,7 +50,12 @@ protected:
     void ExpectLittleFor(const std::string &bytes, const char *kind, const char *secret) const
     {
         const std::string path = image.Folder().WriteFile("hostile", bytes);
-        const long rise = RiseOfMemoryKiB([&] { OpenImage(path, kind, secret); });
+        ExpectLittle([&] { OpenImage(path, kind, secret); });
+    }
+
+    static void ExpectLittle(const std::function<void()> &work)
+    {
+        const long rise = RiseOfMemoryKiB(work);
         EXPECT_GE(rise, 0);
         EXPECT_LT(rise, kLimitKiB);
     }
@@ -101,6 +109,50 @@ TEST_F(HostileMemory, SizesThatLieInAnNtfsTakeNone)
     const size_t data = bytes.find(std::string("\x80\0\0\0", 4), table + 56);
     ASSERT_LT(data, table + 1024);
     ExpectLittleFor(Changed(bytes, data + 0x28, highest + highest + highest), "none", "");
+}
+
+// How many entries there are; they are not kept.
+size_t CountEntries(IVolume &volume, const std::u16string &pattern)
+{
+    VolumeFindData record = {};
+    const VolumeHandle search = volume.FindFirstFile(pattern.c_str(), &record);
+    size_t count = search != nullptr ? 1 : 0;
+    while (search != nullptr && volume.FindNextFile(search, &record))
+        ++count;
+    volume.FindClose(search);
+    return count;
+}
+
+// The largest folder whose names are kept, so that files open without reading it again.
+TEST_F(HostileMemory, AFolderOfAsManyFilesAsAreKeptTakesLittle)
+{
+    VX_NEEDS("mkfs.exfat");
+    constexpr size_t kFiles = 524288;
+    constexpr uint32_t kFolder = 100;
+    ASSERT_TRUE(image.MakeExfat(80));
+    std::string bytes = image.Folder().ReadFile("image");
+    const auto *boot = reinterpret_cast<const uint8_t *>(bytes.data());
+    const size_t cluster = size_t{1} << (boot[108] + boot[109]);
+    const size_t heap = size_t{Little32(boot + 88)} << boot[108];
+    const auto put = [&](size_t at, const ExfatEntry &entry) {
+        const std::vector<uint8_t> set = ExfatSetOf(entry);
+        std::copy(set.begin(), set.end(), bytes.begin() + static_cast<long>(at));
+    };
+    constexpr size_t kSetBytes = 96;
+    const uint64_t size = (kFiles * kSetBytes + cluster - 1) / cluster * cluster;
+    put(heap + (Little32(boot + 96) - 2) * cluster, {u"folder", 0x10, true, kFolder, size, size});
+    for (size_t i = 0; i < kFiles; ++i)
+        put(heap + (kFolder - 2) * cluster + i * kSetBytes,
+            {Utf16("file " + std::to_string(i)), 0x20, true, 0, 0, 0});
+    const std::string path = image.Folder().WriteFile("hostile", bytes);
+    bytes = {};
+    ExpectLittle([&] {
+        const Opened opened = OpenImage(path);
+        ASSERT_TRUE(opened.volume) << opened.detail;
+        EXPECT_EQ(CountEntries(*opened.volume, u"/folder/*"), kFiles);
+        EXPECT_EQ(CountEntries(*opened.volume, u"/folder/*"), kFiles);
+        EXPECT_TRUE(Opens(*opened.volume, u"/folder/file 524287"));
+    });
 }
 
 }  // namespace

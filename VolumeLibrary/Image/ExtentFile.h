@@ -22,6 +22,10 @@ struct Extent {
     Kind kind = Kind::kStored;
 };
 
+// What is read to find files, a folder or a table, lies in fewer runs than this on any disk. Files
+// may lie in more.
+constexpr size_t kMostRunsOfTables = size_t{1} << 16;
+
 // Appends a run, joining it with the last one if it goes on there.
 void AppendExtent(const Extent &extent, std::vector<Extent> *extents);
 

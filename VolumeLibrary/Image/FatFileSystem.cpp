@@ -78,7 +78,7 @@ std::unique_ptr<FolderReader> FatFileSystem::OpenFolder(const Node &folder) cons
     if (!FatNode::Unpack(folder).isFolder)
         return nullptr;
     auto runs = RunsOfFolder(folder);
-    if (!runs)
+    if (!runs || runs->size() > kMostRunsOfTables)
         return nullptr;
     FolderBytes bytes(_tables, std::move(*runs));
     if (_geometry.kind == FatGeometry::Kind::kExfat)

@@ -48,7 +48,8 @@ bool NtfsFolder::Begin(const NtfsRecord &folder, uint64_t number)
     NtfsStream blocks;
     const NtfsFound found =
         FindStream(_mft, _volume, folder, number, NtfsType::kIndexAllocation, kIndexName, &blocks);
-    if (found == NtfsFound::kDamaged || blocks.isResident)
+    if (found == NtfsFound::kDamaged || blocks.isResident ||
+        blocks.extents.runs.size() > kMostRunsOfTables)
         return false;
     _blocks = std::move(blocks.extents);
     auto top = NtfsIndexBlock::Parse(std::move(root.bytes), kRootHeaderAt);

@@ -100,6 +100,8 @@ bool NtfsMft::FindTable(uint64_t offset)
         NtfsStream data;
         const NtfsFound found = FindStream(*this, _source, *first, 0, NtfsType::kData, {}, &data);
         const bool isLonger = data.extents.runs.size() > _table.runs.size();
+        if (data.extents.runs.size() > kMostRunsOfTables)
+            return false;
         if (isLonger)
             _table = std::move(data.extents);
         if (found != NtfsFound::kDamaged || !isLonger)
