@@ -2,6 +2,7 @@
 //
 // Damage would stop at the checksum, so each input is parsed twice: as it is, and with the
 // checksum and the copy's own place put right.
+#include "../HeapLimit.h"
 #include "Bitlocker/BootSector.h"
 #include "Bitlocker/ByteReader.h"
 #include "Bitlocker/Crc32.h"
@@ -49,6 +50,7 @@ void parse(ByteView area, uint64_t offset)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    const vx::HeapLimit limit;
     (void)BootSector::parse({data, size});
     std::vector<uint8_t> area(data, data + size);
     parse(area, 0);

@@ -3,6 +3,7 @@
 // An input names one of a few sound volumes and how to damage it, and where to cut it off:
 //   u8 volume, u8 flags (1: renew the checksums, 2: no secret), u16 cut (in 4 KiB, 0: none),
 //   then patches: u8 place, u16 offset, u8 value
+#include "../HeapLimit.h"
 #include "FuzzVolumes.h"
 
 #include "Bitlocker/ByteReader.h"
@@ -64,6 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const std::vector<FuzzVolume> volumes = makeFuzzVolumes();
     static const Result<Secret> password = Secret::password(kFuzzPassword);
+    const vx::HeapLimit limit;
     ByteReader reader({data, size});
     const FuzzVolume &volume = volumes[reader.u8() % volumes.size()];
     const uint8_t flags = reader.u8();

@@ -1,8 +1,8 @@
 // Fuzz target: a damaged volume of exFAT. The first byte of an input says whether the checks of
 // the sets of entries are put right again; its changes follow (DamagedSource.h).
+#include "../HeapLimit.h"
 #include "DamagedSource.h"
 #include "ExfatSet.h"
-#include "HeapLimit.h"
 #include "Image/FatFileSystem.h"
 #include "VisitVolume.h"
 

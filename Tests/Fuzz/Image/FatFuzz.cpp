@@ -1,8 +1,7 @@
 // Fuzz target: damaged volumes of FAT12, FAT16 and FAT32. The first byte of an input chooses one,
 // its changes follow (DamagedSource.h).
-#include "../Require.h"
+#include "../HeapLimit.h"
 #include "DamagedSource.h"
-#include "HeapLimit.h"
 #include "Image/FatFileSystem.h"
 #include "VisitVolume.h"
 

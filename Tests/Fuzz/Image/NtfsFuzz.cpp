@@ -1,7 +1,7 @@
 // Fuzz target: a damaged volume of NTFS that has some of everything. An input is a list of changes
 // (DamagedSource.h).
+#include "../HeapLimit.h"
 #include "DamagedSource.h"
-#include "HeapLimit.h"
 #include "Image/NtfsFileSystem.h"
 #include "NtfsWriter.h"
 #include "VisitVolume.h"

@@ -1,6 +1,6 @@
 // Fuzz target: the tables of partitions of a disk. An input is the disk, from its first sector on.
+#include "../HeapLimit.h"
 #include "../Require.h"
-#include "HeapLimit.h"
 #include "Image/PartitionTable.h"
 
 #include "Bitlocker/MemoryByteSource.h"

@@ -1,6 +1,6 @@
 #include "HeapLimit.h"
 
-#include "../Require.h"
+#include "Require.h"
 
 #include <atomic>
 #include <sanitizer/allocator_interface.h>
