@@ -1,5 +1,11 @@
 #import "TreeOutlineView.h"
 
+namespace {
+
+constexpr CGFloat kIndentation = 18;  // points a level
+
+}  // namespace
+
 @implementation TreeOutlineView
 
 - (void)viewDidMoveToWindow
@@ -7,6 +13,8 @@
     [super viewDidMoveToWindow];
     if ([self window] == nil)
         return;
+    // Not every platform takes it from the interface file.
+    [self setIndentationPerLevel:kIndentation];
     [self reloadData];
     [[self window] makeFirstResponder:self];
 }
