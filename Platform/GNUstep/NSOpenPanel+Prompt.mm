@@ -45,6 +45,17 @@ void textDidChange(id panel, SEL selector, NSNotification *notification)
     }
 }
 
+CGFloat widthOf(NSButton *button)
+{
+    constexpr CGFloat kLeastWidth = 71, kMargin = 12;
+    return std::max(std::ceil([[button cell] cellSize].width) + 2 * kMargin, kLeastWidth);
+}
+
+NSString *localized(NSString *text)
+{
+    return [[NSBundle mainBundle] localizedStringForKey:text value:text table:nil];
+}
+
 NSPoint centredOver(NSWindow *window, NSSize size)
 {
     const NSRect below = [window frame], screen = [[window screen] visibleFrame];
@@ -64,23 +75,27 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     return [_okButton title];
 }
 
-// The button keeps its right edge and grows to the left, over the distance that the others give
-// way.
 - (void)setPrompt:(NSString *)prompt
 {
-    constexpr CGFloat kLeastWidth = 71, kMargin = 12;
-    const NSRect old = [_okButton frame];
     [_okButton setTitle:prompt];
-    const CGFloat wanted = std::ceil([[_okButton cell] cellSize].width) + 2 * kMargin;
-    const CGFloat grown = std::max(wanted, kLeastWidth) - old.size.width;
-    for (NSView *view in [[_okButton superview] subviews]) {
-        NSRect frame = [view frame];
-        if (![view isKindOfClass:[NSButton class]] || NSMaxX(frame) > NSMaxX(old))
-            continue;
-        frame.origin.x -= grown;
-        if (view == _okButton)
-            frame.size.width += grown;
-        [view setFrame:frame];
+    [self layOutButtons];
+}
+
+// From the right edge to the left: every button as wide as its title needs it.
+- (void)layOutButtons
+{
+    constexpr CGFloat kGap = 9;
+    CGFloat right = NSMaxX([_okButton frame]);
+    NSButton *const buttons[] = {_okButton,
+                                 [[self contentView] viewWithTag:NSFileHandlingPanelCancelButton],
+                                 [[self contentView] viewWithTag:NSFileHandlingPanelHomeButton]};
+    for (NSButton *button : buttons) {
+        NSRect frame = [button frame];
+        if ([button imagePosition] != NSImageOnly)
+            frame.size.width = widthOf(button);
+        frame.origin.x = right - frame.size.width;
+        [button setFrame:frame];
+        right = NSMinX(frame) - kGap;
     }
     [[_okButton superview] setNeedsDisplay:YES];
 }
@@ -93,7 +108,6 @@ NSPoint centredOver(NSWindow *window, NSSize size)
         return;
     [disk setHidden:YES];
     [eject setHidden:YES];
-    [[[self contentView] viewWithTag:NSFileHandlingPanelHomeButton] setFrame:[eject frame]];
 }
 
 // Called whenever the one panel is handed out anew. What the library passes to setPrompt: on the
@@ -105,7 +119,9 @@ NSPoint centredOver(NSWindow *window, NSSize size)
             [NSOpenPanel class], @selector(controlTextDidChange:), (IMP)textDidChange);
     [super _resetDefaults];
     [self setNameFieldLabel:[self prompt]];
-    [self setTitle:[[NSBundle mainBundle] localizedStringForKey:@"Open" value:@"Open" table:nil]];
+    [self setTitle:localized(@"Open")];
+    NSView *content = [self contentView];
+    [[content viewWithTag:NSFileHandlingPanelCancelButton] setTitle:localized(@"Cancel")];
     [self setPrompt:[self title]];
     [self setCanChooseFiles:YES];
     [self setCanChooseDirectories:YES];

@@ -79,7 +79,9 @@ void registerFonts()
         registerDefaults([NSDictionary
             dictionaryWithObjectsAndKeys:font.regular, @"NSFont", font.bold, @"NSBoldFont",
                                          [NSNumber numberWithFloat:font.size], @"NSFontSize",
-                                         font.regular, @"NSPaletteFont", nil]);
+                                         font.regular, @"NSPaletteFont",
+                                         [NSNumber numberWithFloat:font.size - 1],
+                                         @"NSToolTipsFontSize", nil]);
         return;
     }
 }

@@ -43,6 +43,17 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
                               pressure:[event pressure]];
 }
 
+NSString *localized(NSString *text)
+{
+    return [[NSBundle mainBundle] localizedStringForKey:text value:text table:nil];
+}
+
+NSString *information(NSString *key)
+{
+    NSString *value = [[NSBundle mainBundle] objectForInfoDictionaryKey:key];
+    return value == nil ? @"" : value;
+}
+
 }  // namespace
 
 @implementation VXApplication
@@ -92,6 +103,20 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
         if ([window isMiniaturized])
             return;
     [super _lastWindowClosed];
+}
+
+// The library's panel speaks of its own theme and of authors and copyrights that it was not told.
+- (void)orderFrontStandardAboutPanel:(id)sender
+{
+    NSString *text =
+        [NSString stringWithFormat:@"%@ %@", localized(information(@"ApplicationName")),
+                                   information(@"ApplicationRelease")];
+    NSAlert *about = [[[NSAlert alloc] init] autorelease];
+    [about setMessageText:text];
+    [about setInformativeText:localized(information(@"ApplicationDescription"))];
+    [about setIcon:[self applicationIconImage]];
+    [about addButtonWithTitle:localized(@"OK")];
+    [about runModal];
 }
 
 // The library would hand every argument that does not begin with "-" to the delegate as a document

@@ -47,6 +47,33 @@ public:
         EXPECT_NEAR([color blueComponent] * 255, blue, 2) << "at " << x << ", " << y;
     }
 
+    // Every pixel is the same.
+    bool equals(const Drawing &other) const
+    {
+        for (int y = 0; y < [m_bitmap pixelsHigh]; ++y)
+            for (int x = 0; x < [m_bitmap pixelsWide]; ++x)
+                if (![[m_bitmap colorAtX:x y:y] isEqual:[other.m_bitmap colorAtX:x y:y]])
+                    return false;
+        return true;
+    }
+
+    bool isBlueAt(int x, int y) const
+    {
+        NSColor *color = [[m_bitmap colorAtX:x
+                                           y:y] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+        return [color blueComponent] > [color redComponent] + 0.2;
+    }
+
+    // Whether there is a pixel as dark as a text in that line.
+    bool isDarkInRow(int y) const
+    {
+        for (int x = 0; x < [m_bitmap pixelsWide]; ++x)
+            if ([[[m_bitmap colorAtX:x y:y] colorUsingColorSpaceName:NSCalibratedRGBColorSpace]
+                    greenComponent] < 0.5)
+                return true;
+        return false;
+    }
+
 private:
     NSWindow *m_window;
     NSBitmapImageRep *m_bitmap;

@@ -2,9 +2,13 @@
 // gives.
 #import <Foundation/Foundation.h>
 
-#include <algorithm>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <regex>
+#include <set>
 #include <string>
 
 namespace {
@@ -65,6 +69,23 @@ std::string argumentsOf(NSString *text)
     return arguments;
 }
 
+// What the interface files show, the columns' titles aside.
+std::set<std::string> interfaceTexts()
+{
+    const std::regex texts("<(?:menuItem|menu|window|buttonCell) [^>]*?title=\"([^\"]+)\"|"
+                           "(?:toolTip|<accessibility description)=\"([^\"]+)\"");
+    std::set<std::string> found;
+    for (const char *name : {"MainMenu", "copyingFileWindow"}) {
+        std::ifstream file(VX_RESOURCES_DIR "/Base/" + std::string(name) + ".xib");
+        const std::string xib((std::istreambuf_iterator<char>(file)), {});
+        for (std::sregex_iterator match(xib.begin(), xib.end(), texts), end; match != end; ++match)
+            found.insert((*match)[1].matched ? (*match)[1] : (*match)[2]);
+    }
+    // The bar itself, which nobody sees.
+    found.erase("Main Menu");
+    return found;
+}
+
 void expectContains(NSString *text, NSString *part)
 {
     EXPECT_NE([text rangeOfString:part].location, (NSUInteger)NSNotFound)
@@ -92,6 +113,14 @@ TEST_P(LocalizedStrings, NoTextIsEmpty)
 {
     for (NSString *key in m_table)
         EXPECT_GT([[m_table objectForKey:key] length], 0u) << [key UTF8String];
+}
+
+TEST_P(LocalizedStrings, EveryTextOfTheInterfaceFilesIsTranslated)
+{
+    const std::set<std::string> texts = interfaceTexts();
+    ASSERT_GT(texts.size(), 12u);
+    for (const std::string &text : texts)
+        EXPECT_NE(format([NSString stringWithUTF8String:text.c_str()]), nil) << text;
 }
 
 TEST_P(LocalizedStrings, AShortNameIsShownWhole)

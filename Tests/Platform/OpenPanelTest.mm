@@ -86,6 +86,32 @@ TEST_F(OpenPanel, ALongPromptFitsItsButtonAndPushesTheOthersAside)
     EXPECT_EQ(NSMaxX([okButton() frame]), NSMaxX(before));
 }
 
+TEST_F(OpenPanel, EveryButtonIsAsWideAsItsTitleNeedsInAnyLanguage)
+{
+    NSButton *cancel = view<NSButton>(NSFileHandlingPanelCancelButton);
+    NSButton *home = view<NSButton>(NSFileHandlingPanelHomeButton);
+    for (NSString *title in @[ @"Abbrechen", @"キャンセル", @"Annuler tout de suite" ]) {
+        [cancel setTitle:title];
+        [m_panel setPrompt:@"Save"];
+        EXPECT_GE([cancel frame].size.width, [[cancel cell] cellSize].width);
+        EXPECT_LT(NSMaxX([cancel frame]), NSMinX([okButton() frame]));
+        EXPECT_LT(NSMaxX([home frame]), NSMinX([cancel frame]));
+        EXPECT_GE(NSMinX([home frame]), 0);
+    }
+    EXPECT_STREQ([[view<NSButton>(NSFileHandlingPanelCancelButton) title] UTF8String],
+                 "Annuler tout de suite");
+    [NSOpenPanel openPanel];
+    EXPECT_STREQ([[cancel title] UTF8String], "Cancel");
+}
+
+TEST_F(OpenPanel, APanelThatIsNotUpTakesItsFrameAtOnce)
+{
+    const NSRect wanted = NSMakeRect(120, 130, 420, 500);
+    [m_panel setFrame:wanted display:YES animate:YES];
+    EXPECT_TRUE(NSEqualRects([m_panel frame], wanted));
+    EXPECT_TRUE([m_panel isOneShot]);
+}
+
 TEST_F(OpenPanel, TheButtonsForRemovableMediaAreHidden)
 {
     EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskButton) isHidden]);

@@ -7,6 +7,34 @@
 
 using vxtest::Drawing;
 
+@interface NSAlert (Panel)
+- (void)_setupPanel;
+@end
+
+@interface GSTTView : NSView
+- (void)setText:(NSAttributedString *)text;
+@end
+
+// What the theme draws around a button that has the focus.
+@interface FocusFrame : NSView {
+    NSButton *_button;
+}
+@property (assign) NSButton *button;
+@end
+
+@implementation FocusFrame
+
+@synthesize button = _button;
+
+- (void)drawRect:(NSRect)dirty
+{
+    [[NSColor whiteColor] set];
+    NSRectFill([self bounds]);
+    [[GSTheme theme] drawFocusFrame:[self bounds] view:_button];
+}
+
+@end
+
 @interface ThreeRows : NSObject
 @end
 
@@ -48,6 +76,37 @@ NSTableView *tableOfThreeRows(id source)
     [table setDataSource:source];
     [table reloadData];
     return table;
+}
+
+BOOL hasMenuBar(NSUInteger style)
+{
+    NSWindow *window = [[[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 300, 200)
+                                                    styleMask:style
+                                                      backing:NSBackingStoreBuffered
+                                                        defer:NO] autorelease];
+    NSMenu *menu = [[[NSMenu alloc] initWithTitle:@"Bar"] autorelease];
+    [menu addItemWithTitle:@"Edit" action:NULL keyEquivalent:@""];
+    [[GSTheme theme] setMenu:menu forWindow:window];
+    for (NSView *view in [[[window contentView] superview] subviews])
+        if ([view isKindOfClass:[NSMenuView class]])
+            return YES;
+    return NO;
+}
+
+// The alert's own window, laid out.
+NSWindow *alertWindow(NSString *message, NSString *explanation)
+{
+    NSAlert *alert = [[[NSAlert alloc] init] autorelease];
+    [alert setMessageText:message];
+    [alert setInformativeText:explanation];
+    [alert addButtonWithTitle:@"Yes"];
+    [alert _setupPanel];
+    return [[[alert window] retain] autorelease];
+}
+
+NSRect frameOf(NSWindow *alert, NSString *part)
+{
+    return [[alert valueForKey:part] frame];
 }
 
 NSScrollView *scrollViewOf(NSTableView *table)
@@ -170,4 +229,78 @@ TEST_F(Theme, TheDefaultButtonStandsOut)
     [button setKeyEquivalent:@"\r"];
     const Drawing drawing(button);
     drawing.expectColor(40, 0, 47, 123, 229);
+}
+
+TEST_F(Theme, ABarFromAnInterfaceFileIsOnViewWithoutBeingAnimated)
+{
+    NSProgressIndicator *bar =
+        [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(0, 0, 200, 20)] autorelease];
+    [bar setIndeterminate:NO];
+    // What the library reads from a file.
+    [bar setDisplayedWhenStopped:NO];
+    [bar setDoubleValue:50];
+    EXPECT_FALSE([bar isHidden]);
+    Drawing(bar).expectColor(50, 10, 47, 123, 229);
+    [bar setHidden:YES];
+    EXPECT_TRUE([bar isHidden]);
+}
+
+TEST_F(Theme, OnlyAWindowThatCanBeClosedOrPutAsideHasAMenuBar)
+{
+    EXPECT_FALSE(hasMenuBar(NSTitledWindowMask));
+    EXPECT_TRUE(hasMenuBar(NSTitledWindowMask | NSClosableWindowMask));
+    EXPECT_TRUE(hasMenuBar(NSTitledWindowMask | NSMiniaturizableWindowMask));
+}
+
+TEST_F(Theme, AnAlertsTextsStandBelowEachOtherBesideThePicture)
+{
+    NSWindow *alert = alertWindow(@"No access right.", @"Please select another location.");
+    const NSRect icon = frameOf(alert, @"icoButton");
+    const NSRect title = frameOf(alert, @"titleField"), text = frameOf(alert, @"messageField");
+    const NSRect button = frameOf(alert, @"defButton");
+    EXPECT_GT(NSMinX(title), NSMaxX(icon));
+    EXPECT_EQ(NSMinX(text), NSMinX(title));
+    EXPECT_EQ(NSMaxY(icon), NSMaxY(title));
+    EXPECT_GT(NSMinY(title), NSMaxY(text));
+    EXPECT_GT(NSMinY(text), NSMaxY(button));
+    EXPECT_EQ(NSMaxX(button), [[alert contentView] frame].size.width - 20);
+    EXPECT_STREQ([[alert title] UTF8String], "File Explorer");
+}
+
+TEST_F(Theme, AnAlertIsAsHighAsALongExplanationNeeds)
+{
+    NSString *line = @"The volume could not be read to its end. ";
+    NSString *text = [line stringByPaddingToLength:6 * [line length]
+                                        withString:line
+                                   startingAtIndex:0];
+    NSWindow *alert = alertWindow(@"Export", text);
+    const NSRect frame = frameOf(alert, @"messageField");
+    NSAttributedString *shown = [[alert valueForKey:@"messageField"] attributedStringValue];
+    const NSRect needed = [shown boundingRectWithSize:NSMakeSize(frame.size.width, 1e6)
+                                              options:NSStringDrawingOptions(0)];
+    EXPECT_GE(frame.size.height, needed.size.height);
+    EXPECT_GT(NSMinY(frame), NSMaxY(frameOf(alert, @"defButton")));
+    EXPECT_LE(NSMaxX(frame), [[alert contentView] frame].size.width - 20);
+}
+
+TEST_F(Theme, AToolTipIsFramedInGrey)
+{
+    GSTTView *tip = [[[NSClassFromString(@"GSTTView") alloc] initWithFrame:NSMakeRect(0, 0, 60, 20)]
+        autorelease];
+    [tip setText:[[[NSAttributedString alloc] initWithString:@" "] autorelease]];
+    const Drawing drawing(tip);
+    drawing.expectColor(30, 0, 198, 201, 206);
+    drawing.expectColor(0, 10, 198, 201, 206);
+}
+
+TEST_F(Theme, AButtonWithAKeyOfItsOwnHasNoFocusRing)
+{
+    for (NSString *key in @[ @"", @"\r", @"\e" ]) {
+        NSButton *button = [[[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 80, 28)] autorelease];
+        [button setKeyEquivalent:key];
+        NSView *canvas = [[[FocusFrame alloc] initWithFrame:NSMakeRect(0, 0, 80, 28)] autorelease];
+        [(FocusFrame *)canvas setButton:button];
+        // The ring's colour over what lies below it is no grey.
+        EXPECT_EQ(Drawing(canvas).isBlueAt(40, 0), [key length] == 0) << [key UTF8String];
+    }
 }

@@ -28,9 +28,9 @@ namespace shapes = vx::shapes;
 
 - (void)drawFocusFrame:(NSRect)frame view:(NSView *)view
 {
-    // The default button stands out without a ring.
-    if ([view isKindOfClass:[NSButton class]] &&
-        [[(NSButton *)view keyEquivalent] isEqualToString:@"\r"])
+    // A button with a key of its own does without a ring: that key presses it wherever the focus
+    // is.
+    if ([view isKindOfClass:[NSButton class]] && [[(NSButton *)view keyEquivalent] length] > 0)
         return;
     shapes::plate(frame, 4, nil, [palette::accent() colorWithAlphaComponent:0.6]);
 }
