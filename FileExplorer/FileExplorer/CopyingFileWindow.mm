@@ -64,6 +64,8 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
     [_progressBar setIndeterminate:NO];
     [_progressBar setUsesThreadedAnimation:YES];
     [_progressBar startAnimation:self];
+    // Not every platform takes it from the interface file.
+    [_fileImage setImageScaling:NSImageScaleProportionallyUpOrDown];
 }
 
 - (IBAction)cancelClicked:(id)sender

@@ -21,10 +21,22 @@ void localizeMenu(NSMenu *menu)
     }
 }
 
+// Of a view or of its cell, to which a control's description belongs. By key, because not every
+// platform has one.
+void localizeDescription(id element)
+{
+    if ([element respondsToSelector:@selector(setAccessibilityLabel:)])
+        [element setValue:localized([element valueForKey:@"accessibilityLabel"])
+                   forKey:@"accessibilityLabel"];
+}
+
 void localizeView(NSView *view)
 {
     if ([view toolTip] != nil)
         [view setToolTip:localized([view toolTip])];
+    localizeDescription(view);
+    if ([view isKindOfClass:[NSControl class]])
+        localizeDescription([(NSControl *)view cell]);
     if ([view isKindOfClass:[NSButton class]])
         [(NSButton *)view setTitle:localized([(NSButton *)view title])];
     for (NSView *subview in [view subviews])

@@ -1,0 +1,210 @@
+// The windows as they look: everything on view, nothing cut off, in every language.
+#import "CopyingFileWindow.h"
+#import "InterfaceTexts.h"
+
+#import "ExplorerFixture.h"
+#import "ModalDriver.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+@interface AppDelegate (View)
+- (void)showExplorer;
+@end
+
+// A view with a description for accessibility, which not every platform has.
+@interface DescribedView : NSView {
+    NSString *_accessibilityLabel;
+}
+@property (copy) NSString *accessibilityLabel;
+@end
+
+@implementation DescribedView
+
+@synthesize accessibilityLabel = _accessibilityLabel;
+
+- (void)dealloc
+{
+    [_accessibilityLabel release];
+    [super dealloc];
+}
+
+@end
+
+namespace {
+
+// The whole of a large disk, 20 TB, for six days.
+constexpr int kMinutes = 8888;
+constexpr double kMiB = 19073486.3;
+NSString *const kNameStart = @"/Messages";
+NSString *const kNameEnd = @"Images.jpg";
+
+NSDictionary *tableOf(const std::string &language)
+{
+    NSString *path =
+        [NSString stringWithFormat:@"%@/%s.lproj/Localizable.strings",
+                                   [[NSBundle mainBundle] resourcePath], language.c_str()];
+    NSString *text = [NSString stringWithContentsOfFile:path
+                                               encoding:NSUTF8StringEncoding
+                                                  error:nullptr];
+    return [text propertyListFromStringsFileFormat];
+}
+
+NSButton *buttonIn(NSView *view)
+{
+    for (NSView *subview in [view subviews])
+        if ([subview isKindOfClass:[NSButton class]])
+            return (NSButton *)subview;
+    return nil;
+}
+
+CGFloat widthOf(NSString *text, NSControl *control)
+{
+    return [text sizeWithAttributes:@{NSFontAttributeName : [control font]}].width;
+}
+
+void expectFits(NSString *text, NSControl *control, CGFloat margin)
+{
+    ASSERT_NE(control, nil);
+    ASSERT_GT([text length], 0u);
+    EXPECT_LE(widthOf(text, control) + 2 * margin, [control frame].size.width) << [text UTF8String];
+}
+
+class TextsInLanguage : public ExplorerTest, public testing::WithParamInterface<const char *> {
+protected:
+    TextsInLanguage() : _texts([tableOf(GetParam()) retain])
+    {
+        _progress = [[CopyingFileWindow alloc] init];
+        [_progress window];
+    }
+    ~TextsInLanguage() override
+    {
+        [_progress close];
+        [_progress release];
+        [_texts release];
+    }
+    TextsInLanguage(const TextsInLanguage &) = delete;
+    TextsInLanguage &operator=(const TextsInLanguage &) = delete;
+
+    NSString *text(NSString *key) { return [_texts objectForKey:key]; }
+
+    CopyingFileWindow *_progress = nil;
+    NSDictionary *_texts;
+};
+
+TEST_P(TextsInLanguage, TheButtonsHoldTheirTitles)
+{
+    expectFits(text(@"Export"), [controller btnExport], 10);
+    expectFits(text(@"Cancel"), buttonIn([[_progress window] contentView]), 10);
+}
+
+TEST_P(TextsInLanguage, TheProgressWindowHoldsItsLines)
+{
+    NSTextField *line = [_progress infoLabel];
+    expectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_ABOVE_1MIN"), kMinutes, kMiB, kMiB],
+               line, 2);
+    expectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_LESS_1MIN"), kMiB, kMiB], line, 2);
+    // Nothing is copied yet.
+    expectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_CALCULATE"), 0.0, kMiB], line, 2);
+    NSString *file =
+        [NSString stringWithFormat:text(@"IDS_COPY_TIPS_LONG_FILENAME"), kNameStart, kNameEnd];
+    expectFits(file, [_progress fileInfoLable], 2);
+}
+
+TEST_P(TextsInLanguage, TheWindowsTitleLeavesRoomForItsButtons)
+{
+    NSFont *font = [NSFont boldSystemFontOfSize:0];
+    NSString *title = text(@"File Explorer");
+    EXPECT_LE([title sizeWithAttributes:@{NSFontAttributeName : font}].width + 160,
+              [window minSize].width);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, TextsInLanguage,
+                         testing::Values("en", "de", "fr", "es", "ja", "zh-Hans"),
+                         [](const auto &info) {
+                             const std::string name = info.param;
+                             return name == "zh-Hans" ? std::string("zhHans") : name;
+                         });
+
+TEST_F(ExplorerTest, InAWindowOfAnySizeTheViewFillsItAndTheButtonStaysInSight)
+{
+    const NSSize left = NSMakeSize(640, 400);
+    [window setContentSize:left];
+    [delegate showExplorer];
+    const NSRect content = [[window contentView] bounds];
+    EXPECT_TRUE(NSEqualRects([[delegate FileExplorerView] frame], content));
+    NSView *button = [controller btnExport];
+    EXPECT_TRUE(NSContainsRect(content, [button convertRect:[button bounds]
+                                                     toView:[window contentView]]));
+    NSView *header = [tree() headerView];
+    EXPECT_TRUE(NSContainsRect(content, [header convertRect:[header visibleRect]
+                                                     toView:[window contentView]]));
+    EXPECT_GT([header visibleRect].size.height, 20);
+}
+
+TEST_F(ExplorerTest, ALevelOfTheTreeIsIndentedByMoreThanAnIcon)
+{
+    open();
+    EXPECT_EQ([tree() indentationPerLevel], 18);
+}
+
+TEST_F(ExplorerTest, AColumnsTitleStandsAboveItsTexts)
+{
+    root().file(u"a.txt", 10);
+    open();
+    const NSInteger index = [tree() columnWithIdentifier:@"modified"];
+    NSCell *title = [[[tree() tableColumns] objectAtIndex:NSUInteger(index)] headerCell];
+    const NSRect above = [title titleRectForBounds:[[tree() headerView] headerRectOfColumn:index]];
+    const NSRect cell = [tree() frameOfCellAtColumn:index row:0];
+    // A text keeps 2 points off its cell's edges.
+    EXPECT_NEAR(NSMinX(above), NSMinX(cell) + 2, 1);
+    EXPECT_NEAR(NSMaxX(above), NSMaxX(cell) - 2, 1);
+}
+
+TEST(ProgressWindow, ItsBarIsOnViewAndItsIconAsLargeAsItsPlace)
+{
+    CopyingFileWindow *progress = [[CopyingFileWindow alloc] init];
+    [progress window];
+    EXPECT_FALSE([[progress progressBar] isHidden]);
+    EXPECT_EQ([[progress fileImage] imageScaling], NSImageScaleProportionallyUpOrDown);
+    [progress close];
+    [progress release];
+}
+
+TEST(AboutPanel, NamesTheProgramItsVersionAndWhatItDoes)
+{
+    bool named = false, described = false;
+    apptest::When([] { return [NSApp modalWindow] != nil; },
+                  [&] {
+                      NSBundle *bundle = [NSBundle mainBundle];
+                      NSString *release = [bundle objectForInfoDictionaryKey:@"ApplicationRelease"];
+                      NSString *what =
+                          [bundle objectForInfoDictionaryKey:@"ApplicationDescription"];
+                      NSString *name = [@"File Explorer " stringByAppendingString:release];
+                      named = apptest::ShowsText([NSApp modalWindow], name);
+                      described = apptest::ShowsText([NSApp modalWindow], what);
+                      // Translated by its text.
+                      EXPECT_NE([tableOf("de") objectForKey:what], nil);
+                      [apptest::ButtonTitled([NSApp modalWindow], @"OK") performClick:nil];
+                  });
+    [NSApp orderFrontStandardAboutPanel:nil];
+    EXPECT_TRUE(named);
+    EXPECT_TRUE(described);
+}
+
+TEST(InterfaceTexts, DescriptionsForAccessibilityAreLookedUpAsWell)
+{
+    DescribedView *view = [[[DescribedView alloc] initWithFrame:NSZeroRect] autorelease];
+    DescribedView *inner = [[[DescribedView alloc] initWithFrame:NSZeroRect] autorelease];
+    [view addSubview:inner];
+    // A key whose text is another one.
+    [inner setAccessibilityLabel:@"IDS_COPY_TIPS_SHORT_FILENAME"];
+    InterfaceTexts *texts = [[InterfaceTexts new] autorelease];
+    [texts setView:view];
+    [texts awakeFromNib];
+    EXPECT_STREQ([[inner accessibilityLabel] UTF8String], "Copying %@");
+    EXPECT_EQ([[view accessibilityLabel] length], 0u);
+}
+
+}  // namespace
