@@ -112,6 +112,7 @@ NSString *information(NSString *key)
         [NSString stringWithFormat:@"%@ %@", localized(information(@"ApplicationName")),
                                    information(@"ApplicationRelease")];
     NSAlert *about = [[[NSAlert alloc] init] autorelease];
+    [about setAlertStyle:NSInformationalAlertStyle];
     [about setMessageText:text];
     [about setInformativeText:localized(information(@"ApplicationDescription"))];
     [about setIcon:[self applicationIconImage]];

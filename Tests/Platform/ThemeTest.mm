@@ -256,15 +256,16 @@ TEST_F(Theme, AnAlertsTextsStandBelowEachOtherBesideThePicture)
 {
     NSWindow *alert = alertWindow(@"No access right.", @"Please select another location.");
     const NSRect icon = frameOf(alert, @"icoButton");
-    const NSRect title = frameOf(alert, @"titleField"), text = frameOf(alert, @"messageField");
+    const NSRect heading = frameOf(alert, @"titleField"), text = frameOf(alert, @"messageField");
     const NSRect button = frameOf(alert, @"defButton");
-    EXPECT_GT(NSMinX(title), NSMaxX(icon));
-    EXPECT_EQ(NSMinX(text), NSMinX(title));
-    EXPECT_EQ(NSMaxY(icon), NSMaxY(title));
-    EXPECT_GT(NSMinY(title), NSMaxY(text));
+    EXPECT_GT(NSMinX(heading), NSMaxX(icon));
+    EXPECT_EQ(NSMinX(text), NSMinX(heading));
+    EXPECT_EQ(NSMaxY(icon), NSMaxY(heading));
+    EXPECT_GT(NSMinY(heading), NSMaxY(text));
     EXPECT_GT(NSMinY(text), NSMaxY(button));
     EXPECT_EQ(NSMaxX(button), [[alert contentView] frame].size.width - 20);
-    EXPECT_STREQ([[alert title] UTF8String], "File Explorer");
+    NSString *title = [[NSBundle mainBundle] localizedStringForKey:@"Alert" value:nil table:nil];
+    EXPECT_TRUE([[alert title] isEqualToString:title]);
 }
 
 TEST_F(Theme, AnAlertIsAsHighAsALongExplanationNeeds)

@@ -63,12 +63,9 @@ void hideLine(NSView *content)
             [view setHidden:YES];
 }
 
-NSString *programName()
+NSString *localized(NSString *text)
 {
-    NSString *name = [[NSBundle mainBundle] objectForInfoDictionaryKey:@"ApplicationName"];
-    if (name == nil)
-        return @"";
-    return [[NSBundle mainBundle] localizedStringForKey:name value:name table:nil];
+    return [[NSBundle mainBundle] localizedStringForKey:text value:text table:nil];
 }
 
 void resize(GSAlertPanel *panel, NSSize size)
@@ -104,7 +101,7 @@ void sizePanelToFit(id panel, SEL selector)
     [message setFrame:NSMakeRect(kTextLeft, top - titleSize.height - kTextGap - messageSize.height,
                                  text, messageSize.height)];
     placeButtons(panel, width - kMargin);
-    [panel setTitle:programName()];
+    [panel setTitle:localized([panel title])];
 }
 
 }  // namespace
