@@ -143,6 +143,18 @@ TEST_F(ExplorerTest, InAWindowOfAnySizeTheViewFillsItAndTheButtonStaysInSight)
     EXPECT_GT([header visibleRect].size.height, 20);
 }
 
+TEST_F(ExplorerTest, NothingInTheWindowLiesOverAnythingElse)
+{
+    NSArray *parts = [[delegate FileExplorerView] subviews];
+    for (NSView *part in parts) {
+        for (NSView *other in parts) {
+            EXPECT_TRUE(part == other ||
+                        NSIsEmptyRect(NSIntersectionRect([part frame], [other frame])))
+                << [[part description] UTF8String] << [[other description] UTF8String];
+        }
+    }
+}
+
 TEST_F(ExplorerTest, ALevelOfTheTreeIsIndentedByMoreThanAnIcon)
 {
     open();
