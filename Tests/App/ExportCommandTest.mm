@@ -45,6 +45,8 @@ protected:
     }
     ~ExportCommandTest() override
     {
+        // A worker outlives its window by the closing of its file, and needs the volume for it.
+        EXPECT_TRUE(apptest::ServeUntil([this] { return volume.openHandles() == 0; }));
         method_setImplementation(class_getInstanceMethod([NSWorkspace class], @selector(openURL:)),
                                  _opener);
     }
