@@ -146,7 +146,7 @@ std::string UserTest::askForPanel(const std::string &main, int y)
         if (Eventually([&] { return !isGone("Open"); }, std::chrono::seconds(8)))
             break;
     }
-    const std::string panel = window("Open");
+    std::string panel = window("Open");
     awaitDrawn(panel);
     return panel;
 }

@@ -36,7 +36,7 @@ bool UserStallTest::release()
 
 std::string UserStallTest::startStallingExport()
 {
-    const std::string main = window("File Explorer");
+    std::string main = window("File Explorer");
     askForPanel(main, 78);
     chooseFolder(destination);
     EXPECT_TRUE(Eventually([&] { return fs::exists(_partial) && fs::file_size(_partial) > 0; }));
