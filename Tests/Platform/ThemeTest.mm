@@ -245,10 +245,10 @@ TEST_F(Theme, ABarFromAnInterfaceFileIsOnViewWithoutBeingAnimated)
     EXPECT_TRUE([bar isHidden]);
 }
 
-TEST_F(Theme, OnlyAWindowThatCanBeClosedOrPutAsideHasAMenuBar)
+TEST_F(Theme, OnlyAWindowThatCanBePutAsideHasAMenuBar)
 {
     EXPECT_FALSE(hasMenuBar(NSTitledWindowMask));
-    EXPECT_TRUE(hasMenuBar(NSTitledWindowMask | NSClosableWindowMask));
+    EXPECT_FALSE(hasMenuBar(NSTitledWindowMask | NSClosableWindowMask));
     EXPECT_TRUE(hasMenuBar(NSTitledWindowMask | NSMiniaturizableWindowMask));
 }
 

@@ -34,12 +34,11 @@ id initWithPadding(id view, SEL selector, NSRect frame)
         [NSMenuView class], @selector(initWithFrame:), reinterpret_cast<IMP>(initWithPadding)));
 }
 
-// The library gives the bar to every window that can be main. One that can be neither closed nor
-// put aside waits for an answer; the menu's commands have no place there.
+// The library gives the bar to every window that can be main. One that cannot be put aside waits for
+// an answer; the menu's commands have no place there.
 - (void)setMenu:(NSMenu *)menu forWindow:(NSWindow *)window
 {
-    constexpr NSUInteger kStanding = NSClosableWindowMask | NSMiniaturizableWindowMask;
-    if (([window styleMask] & kStanding) != 0)
+    if (([window styleMask] & NSMiniaturizableWindowMask) != 0)
         [super setMenu:menu forWindow:window];
 }
 
