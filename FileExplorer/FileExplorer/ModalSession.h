@@ -9,7 +9,6 @@
 // a modal session runs or the mouse is tracked.
 NSArray *ModesServedWhileModal();
 
-// Stops the session of this window with the code, at once: a stop that no event asked for would
-// otherwise be noticed only at the next event. Returns false, and stops nothing, if the session
+// Stops the session of this window with the code. Returns false, and stops nothing, if the session
 // that runs is another window's or there is none.
 bool StopModalSession(NSWindow *window, int64_t code);
