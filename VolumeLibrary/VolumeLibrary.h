@@ -4,6 +4,13 @@
 //
 // Ownership: an opened volume belongs to the library and stays until the process ends.
 // Threads: may be called on several threads. Nothing is thrown.
+//
+// The process: once an encrypted volume was tried, it leaves no core dump any more, since the keys
+// of its sectors would be in it. On Linux it is made undumpable (PR_SET_DUMPABLE), which also keeps
+// debuggers of the same user away and gives its files in /proc to root; programs that it starts are
+// not concerned, and its limits stay as they are. Elsewhere its soft limit of RLIMIT_CORE becomes
+// 0. A program may undo either, and has the keys in its dumps then. Folders and plain images
+// change nothing.
 #pragma once
 
 #include <cstdint>

@@ -59,7 +59,10 @@ bool isKey(const uint8_t *place, const std::vector<uint8_t> &masked)
 int countInMemory(const std::vector<uint8_t> &masked)
 {
     int count = 0;
+    // Opening a volume took it away, and with it an ordinary user's access to his own memory file.
+    EXPECT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
     const int memory = ::open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+    EXPECT_GE(memory, 0);
     std::vector<uint8_t> page(64 * 1024);
     for (const Range &range : writableMappings()) {
         for (uint64_t at = range.begin; at < range.end; at += page.size() - kKeySize) {
@@ -147,6 +150,22 @@ TEST(KeyMemoryTest, CoreDumpsOfTheWholeProcessCanBeForbidden)
     int status = -1;
     ::waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
+}
+
+TEST(KeyMemoryTest, OpeningAVolumeForbidsCoreDumpsAlsoIfItDoesNotOpen)
+{
+    for (const char *password : {kPassword, "wrong"}) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const TestVolume volume(recipeWithPassword(), 64 * 1024);
+            const bool before = ::prctl(PR_GET_DUMPABLE) != 0;
+            (void)volume.openWithPassword(password);
+            ::_exit(before && ::prctl(PR_GET_DUMPABLE) == 0 ? 0 : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << password;
+    }
 }
 
 TEST(KeyMemoryTest, KeyMaterialMovesAndLeavesNothingBehind)

@@ -35,6 +35,13 @@ void Require(bool done, const char *what)
         setrlimit(RLIMIT_FSIZE, &limit);
         signal(SIGXFSZ, SIG_IGN);
     }
+    rlimit core = {};
+    if (settings.mayDumpCore && getrlimit(RLIMIT_CORE, &core) == 0) {
+        core.rlim_cur = core.rlim_max;
+        setrlimit(RLIMIT_CORE, &core);
+    }
+    if (!settings.folder.empty() && chdir(settings.folder.c_str()) != 0)
+        _exit(125);
     if (settings.withoutPrivileges && geteuid() == 0 &&
         (setgid(kNobody) != 0 || setuid(kNobody) != 0))
         _exit(126);
@@ -140,7 +147,11 @@ void ToolRun::StartOnTerminal(const std::string &program, std::vector<char *> &a
 
 void ToolRun::AwaitText(const std::string &text)
 {
-    const std::string &where = _errorEnd >= 0 ? _errors : _output;
+    Await(text, _errorEnd >= 0 ? _errors : _output);
+}
+
+void ToolRun::Await(const std::string &text, const std::string &where)
+{
     while (where.find(text) == std::string::npos) {
         if (!Take())
             FailLate("the program ended without printing \"" + text + "\"");
@@ -172,6 +183,7 @@ int ToolRun::Wait()
     int status = 0;
     Require(waitpid(_process, &status, 0) == _process, "waitpid");
     _process = -1;
+    _dumpedCore = WIFSIGNALED(status) && WCOREDUMP(status);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 

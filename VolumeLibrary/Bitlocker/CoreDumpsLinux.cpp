@@ -12,7 +12,8 @@ void leaveOutOfCoreDumps(void *pages, size_t size)
 
 void forbidCoreDumps()
 {
-    // Unlike a limit of zero this also holds where dumps go to a program by a pipe.
+    // Unlike a limit of zero this also holds where dumps go to a program by a pipe, and is not
+    // inherited by the programs that this one starts.
     (void)::prctl(PR_SET_DUMPABLE, 0);
 }
 

@@ -1,5 +1,6 @@
 #include "VolumeOpener.h"
 
+#include "CoreDumps.h"
 #include "OpenedVolumeBuilder.h"
 
 namespace vx::bitlocker {
@@ -16,6 +17,7 @@ bool VolumeOpener::recognises(const ByteSource &source)
 Result<OpenedVolume> VolumeOpener::open(std::shared_ptr<const ByteSource> source,
                                         const Secret &secret, const CancelFlag *cancel) const
 {
+    forbidCoreDumps();
     return OpenedVolumeBuilder(std::move(source), _stretcher, cancel).open(secret);
 }
 

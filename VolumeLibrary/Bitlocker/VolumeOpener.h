@@ -9,6 +9,8 @@
 //
 // Ownership: the volume shares the source. Threads: an opener may be used by several threads at
 // once, each with its own source. The secret may be wiped as soon as open has returned.
+// From the first call of open on, whatever it answers, the process leaves no core dump
+// (see CoreDumps.h).
 #pragma once
 
 #include "DecryptedVolume.h"
