@@ -38,6 +38,12 @@ std::string makeTemporaryFolder()
     return path;
 }
 
+std::string sampleFolder()
+{
+    const char *other = std::getenv("VX_SAMPLE_IMAGES");
+    return other != nullptr ? other : std::string(VX_SOURCE_DIR) + "/../shared/samples";
+}
+
 std::vector<std::string> allMatches(const std::string &text, const std::string &pattern)
 {
     const std::regex regex(pattern);
@@ -69,7 +75,7 @@ SampleImages &SampleImages::shared()
     return images;
 }
 
-SampleImages::SampleImages() : _samples(std::string(VX_SOURCE_DIR) + "/../shared/samples")
+SampleImages::SampleImages() : _samples(sampleFolder())
 {
     if (exists(_samples + "/README.md"))
         readTables();

@@ -1,8 +1,9 @@
 // Volumes that Windows encrypted, for checks against the real thing.
 //
-// They lie outside the repository, in ../shared/samples seen from its root; README.md there
-// lists their secrets and the hashes of their plaintext, and is read by the tests, since none
-// of that belongs here. Unpacked once into a temporary folder that is removed at the end.
+// They lie outside the repository, in ../shared/samples seen from its root or in the folder that
+// the variable VX_SAMPLE_IMAGES names; README.md there lists their secrets and the hashes of
+// their plaintext, and is read by the tests, since none of that belongs here. Unpacked once into
+// a temporary folder that is removed at the end.
 #pragma once
 
 #include "Bitlocker/FileByteSource.h"
