@@ -55,6 +55,42 @@ TEST(RecoveryPasswordTest, DashesSpacesOrNothingStandBetweenTheGroups)
     EXPECT_EQ(recoveryBytes(" " + spaces + "\n"), recoveryBytes(kRecovery));
 }
 
+// kRecovery with something else between its groups.
+std::string recoveryWith(const std::string &separator)
+{
+    std::string text;
+    for (const char *c = kRecovery; *c != 0; ++c)
+        text += *c == '-' ? separator : std::string(1, *c);
+    return text;
+}
+
+TEST(RecoveryPasswordTest, DashesAndBlanksOfWordProcessorsStandBetweenTheGroups)
+{
+    for (const char *separator : {"\u2013", "\u2014", "\u2011", "\u2010", "\u2212", "\u00a0",
+                                  "\u202f", "\u00ad", "\uff0d", " \u2013 ", " - ", "-\r\n"})
+        EXPECT_EQ(recoveryBytes(recoveryWith(separator)), recoveryBytes(kRecovery)) << separator;
+    EXPECT_EQ(recoveryBytes(std::string("\ufeff") + kRecovery + "\u00a0"),
+              recoveryBytes(kRecovery));
+}
+
+TEST(RecoveryPasswordTest, OtherCharactersBetweenTheGroupsAreNoDigits)
+{
+    for (const char *other : {".", "\u2022", "\xe2\x80", "\xff"})
+        EXPECT_EQ(recoveryError(recoveryWith(other)), "group 2 holds something that is no digit")
+            << other;
+}
+
+TEST(RecoveryPasswordTest, WithoutDashesTheNumberOfDigitsIsTold)
+{
+    const std::string digits = recoveryWith("");
+    EXPECT_EQ(recoveryError(digits.substr(1)), "there are 47 digits instead of 48");
+    EXPECT_EQ(recoveryError(digits.substr(0, 47)), "there are 47 digits instead of 48");
+    EXPECT_EQ(recoveryError(digits + "1"), "there are 49 digits instead of 48");
+    EXPECT_EQ(recoveryError(digits.substr(0, 24) + " " + digits.substr(25)),
+              "there are 47 digits instead of 48");
+    EXPECT_EQ(recoveryError("12345"), "there are 5 digits instead of 48");
+}
+
 TEST(RecoveryPasswordTest, AGroupThatIsNoMultipleOfElevenIsNamed)
 {
     EXPECT_TRUE(contains(recoveryError("000011-000022-000034-720885-111111-222222-333333-444444"),

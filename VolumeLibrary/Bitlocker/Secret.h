@@ -20,7 +20,8 @@ public:
     static Secret none() { return Secret(); }
     // Any UTF-8 text, as it was typed. Errors: MalformedSecret.
     static Result<Secret> password(std::string_view utf8);
-    // 48 digits with or without dashes or spaces. Errors: MalformedSecret with the group.
+    // 48 digits with or without dashes or spaces, of any kind. Errors: MalformedSecret with the
+    // group.
     static Result<Secret> recoveryPassword(std::string_view text);
     // The contents of a startup key file. Errors: MalformedSecret.
     static Result<Secret> startupKey(ByteView file);
