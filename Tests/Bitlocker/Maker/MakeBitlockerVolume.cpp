@@ -1,8 +1,10 @@
 // make-bitlocker-volume PLAIN OUT [--method NAME] [--password TEXT] [--recovery DIGITS]
-//                       [--layout NAME]
+//                       [--layout NAME] [--sector-size BYTES] [--startup-key FILE] [--clear-key]
 //
 // Encrypts a plain volume image; for tests and samples, since its keys are made up from a fixed
-// seed. OUT is somewhat longer than PLAIN.
+// seed. OUT is somewhat longer than PLAIN; FILE is made.
+#include "MadeUpBytes.h"
+#include "StartupKeyFileWriter.h"
 #include "VolumeMaker.h"
 
 #include "Bitlocker/FileByteSource.h"
@@ -32,9 +34,20 @@ int usage()
 {
     std::fputs("usage: make-bitlocker-volume PLAIN OUT [--method xts128|xts256|cbc128|cbc256|"
                "elephant128|elephant256]\n"
-               "           [--layout windows7|vista|togo] [--password TEXT] [--recovery DIGITS]\n",
+               "           [--layout windows7|vista|togo] [--password TEXT] [--recovery DIGITS]\n"
+               "           [--startup-key FILE] [--clear-key] [--sector-size 512|1024|2048|4096]\n",
                stderr);
     return 2;
+}
+
+const std::map<std::string, uint32_t> kSectorSizes = {
+    {"512", 512}, {"1024", 1024}, {"2048", 2048}, {"4096", 4096}};
+
+ProtectorRecipe startupKeyIn(const std::string &path)
+{
+    const Guid protector = MadeUpBytes(1).guid("startup key");
+    FileSink(path).write(0, makeStartupKeyFile(protector));
+    return ProtectorRecipe::startupKey(protector);
 }
 
 bool takeOption(VolumeRecipe &recipe, const std::string &name, const std::string &value)
@@ -47,34 +60,44 @@ bool takeOption(VolumeRecipe &recipe, const std::string &name, const std::string
         recipe.protectors.push_back(ProtectorRecipe::password(value));
     else if (name == "--recovery")
         recipe.protectors.push_back(ProtectorRecipe::recovery(value));
+    else if (name == "--startup-key")
+        recipe.protectors.push_back(startupKeyIn(value));
+    else if (name == "--sector-size" && kSectorSizes.count(value) != 0)
+        recipe.sectorSize = kSectorSizes.at(value);
     else
         return false;
     return true;
 }
 
+bool takeOptions(VolumeRecipe &recipe, const std::vector<std::string> &words)
+{
+    for (size_t at = 0; at < words.size(); ++at) {
+        if (words[at] == "--clear-key")
+            recipe.protectors.push_back(ProtectorRecipe::clearKey());
+        else if (at + 1 == words.size() || !takeOption(recipe, words[at], words[at + 1]))
+            return false;
+        else
+            ++at;
+    }
+    return !recipe.protectors.empty();
+}
+
 }  // namespace
 
 int main(int argc, char **argv)
-{
+try {
     VolumeRecipe recipe;
-    if (argc < 5 || argc % 2 == 0)
-        return usage();
-    for (int at = 3; at < argc; at += 2)
-        if (!takeOption(recipe, argv[at], argv[at + 1]))
-            return usage();
-    if (recipe.protectors.empty())
+    if (argc < 3 || !takeOptions(recipe, {argv + 3, argv + argc}))
         return usage();
     Result<std::unique_ptr<FileByteSource>> plain = FileByteSource::open(argv[1]);
     if (!plain) {
         std::fprintf(stderr, "%s\n", describe(plain.error()).c_str());
         return 1;
     }
-    try {
-        FileSink sink(argv[2]);
-        VolumeMaker(recipe).make(**plain, sink);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    FileSink sink(argv[2]);
+    VolumeMaker(recipe).make(**plain, sink);
     return 0;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
 }
