@@ -14,19 +14,23 @@
 // the name "volume_library_last_error", answers with the details of the last opening on the same
 // thread, e.g. which group of a recovery password is mistyped, how the volume can be unlocked or
 // which volumes a disk has. English, UTF-8, without a full stop, empty if there is nothing to
-// add; it never contains a secret. An older library has no such function.
+// add; it never contains a secret. An older library has no such function. Details that begin with
+// kStartupKeyFileDetail and then name the file say that the status is one of this file and not of
+// the volume; a person should be told them before the status.
 #pragma once
 
 #include <cstdint>
 
 using VolumeLibraryLastErrorFunction = const char *(*)();
 
+constexpr char kStartupKeyFileDetail[] = "the startup key file ";
+
 enum class VolumeLibraryStatus : int32_t {
     kSuccess = 0,
 
     kArgumentMissing = 1,         // one of the four pointers is null
     kUnlockKindNotSupported = 2,  // the second text names no kind of unlock that is known
-    kNotFound = 3,                // nothing has the given path
+    kNotFound = 3,                // nothing has the given path; as 4 to 6 also of a key file
     kNotAFolder = 4,              // neither a folder nor, if supported, a disk or an image
     kPermissionDenied = 5,        // the folder or device may not be read by this user
     kReadFailed = 6,              // the system failed to open or read it for another reason
@@ -68,7 +72,7 @@ inline const char *VolumeLibraryStatusText(int32_t status)
     case VolumeLibraryStatus::kNotAFolder:
         return "the path leads to nothing that can be opened as a volume";
     case VolumeLibraryStatus::kPermissionDenied:
-        return "no permission to read it; a device usually needs an administrator's rights";
+        return "no permission to read it";
     case VolumeLibraryStatus::kReadFailed:
         return "it could not be read";
     case VolumeLibraryStatus::kOutOfMemory:

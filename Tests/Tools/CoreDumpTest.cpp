@@ -9,15 +9,16 @@ namespace {
 
 class CoreDump : public EncryptedTest {
 protected:
-    // Enough rows, in a folder that may grow, that the program is still printing when the first has been read.
+    // Enough rows, in a folder that may grow, that the program is still printing when the first has
+    // been read.
     void SetUp() override
     {
         EncryptedTest::SetUp();
         if (IsSkipped())
             return;
         for (int number = 0; number < kFiles; ++number)
-            _folder.WriteFile("volume/many/" + std::to_string(number) + std::string(kNameLength, 'n'),
-                              "");
+            _folder.WriteFile(
+                "volume/many/" + std::to_string(number) + std::string(kNameLength, 'n'), "");
         MakeImage(8);
     }
 

@@ -15,11 +15,12 @@ void EncryptedTest::Shell(const std::string &line)
     ASSERT_EQ(std::system(line.c_str()), 0) << line;
 }
 
-void EncryptedTest::MakeImage(int mebibytes)
+void EncryptedTest::MakeImage(int mebibytes, const std::string &options)
 {
-    Shell("truncate -s " + std::to_string(mebibytes) + "M '" + _image + "' && '" VX_MKFS_FAT "' '" +
-          _image + "' >/dev/null && cd '" + _volume +
-          "' && LC_ALL=C.UTF-8 MTOOLS_SKIP_CHECK=1 '" VX_MCOPY "' -s -i '" + _image + "' ./* :: </dev/null");
+    Shell("truncate -s " + std::to_string(mebibytes) + "M '" + _image + "' && '" VX_MKFS_FAT "' " +
+          options + " '" + _image + "' >/dev/null && cd '" + _volume +
+          "' && LC_ALL=C.UTF-8 MTOOLS_SKIP_CHECK=1 '" VX_MCOPY "' -s -i '" + _image +
+          "' ./* :: </dev/null");
 }
 
 void EncryptedTest::Encrypt(const std::string &options)

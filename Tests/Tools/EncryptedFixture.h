@@ -11,8 +11,9 @@ protected:
     // Leaves the test out where a program is missing.
     void SetUp() override;
 
-    // An image with the files of the temporary folder's "volume" inside, plain.
-    void MakeImage(int mebibytes);
+    // An image with the files of the temporary folder's "volume" inside, plain. options: of
+    // mkfs.fat.
+    void MakeImage(int mebibytes, const std::string &options = "");
     // options: of make-bitlocker-volume.
     void Encrypt(const std::string &options);
     // Lets the shell run the line; a test failure if it does not succeed.

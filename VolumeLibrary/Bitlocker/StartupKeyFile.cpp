@@ -3,6 +3,7 @@
 #include "ByteReader.h"
 #include "FileByteSource.h"
 #include "MetadataEntries.h"
+#include "VolumeLibraryStatus.h"
 
 namespace vx::bitlocker {
 
@@ -28,6 +29,13 @@ ByteView findKey(ByteView entries)
         if (property.valueType == ValueType::Key && property.data.size == kKeyKindSize + kKeySize)
             return property.data.from(kKeyKindSize);
     return {};
+}
+
+// What cannot be read is this file, not the volume.
+Error unreadable(Error error, const std::string &path)
+{
+    error.detail = kStartupKeyFileDetail + path;
+    return error;
 }
 
 Result<StartupKeyFile> takeKey(const std::vector<MetadataEntry> &entries)
@@ -67,12 +75,12 @@ Result<StartupKeyFile> StartupKeyFile::read(const std::string &path)
 {
     Result<std::unique_ptr<FileByteSource>> file = FileByteSource::open(path);
     if (!file)
-        return file.error();
+        return unreadable(file.error(), path);
     if ((*file)->size() > kLargest)
         return malformed("the key file is too long");
     KeyMaterial bytes(static_cast<size_t>((*file)->size()));
     if (Error error = (*file)->readAt(0, bytes.data(), bytes.size()))
-        return error;
+        return unreadable(error, path);
     return parse(bytes.view());
 }
 
