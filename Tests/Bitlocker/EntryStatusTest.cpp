@@ -1,0 +1,83 @@
+// Statuses of the library's entry that only volumes of a special make bring about.
+#include "Maker/ByteWriter.h"
+#include "Maker/VolumeMaker.h"
+#include "TestVolume.h"
+
+#include "Image/StatusFromDecryptor.h"
+#include "TemporaryFolder.h"
+#include "VolumeLibrary.h"
+
+#include <gtest/gtest.h>
+
+namespace vx::bitlocker {
+namespace {
+
+using maker::ProtectorRecipe;
+
+class EntryStatusTest : public testing::Test {
+protected:
+    // With as many rounds of stretching as the entry makes.
+    void make(const maker::VolumeRecipe &recipe)
+    {
+        maker::MemorySink sink;
+        plan = maker::VolumeMaker(recipe).make(MemoryByteSource(makePlainImage(64 * 1024)), sink);
+        image = std::move(sink.bytes());
+    }
+
+    VolumeLibraryStatus openWithPassword(const char *password = kPassword)
+    {
+        const std::string path = folder.WriteFile(
+            "image", {reinterpret_cast<const char *>(image.data()), image.size()});
+        char something = 0;
+        IVolume *volume = reinterpret_cast<IVolume *>(&something);
+        const int32_t status = open_bitlocker_device(path.c_str(), "password", password, &volume);
+        EXPECT_EQ(volume == nullptr, status != 0);
+        detail = volume_library_last_error();
+        return static_cast<VolumeLibraryStatus>(status);
+    }
+
+    const TemporaryFolder folder;
+    maker::VolumePlan plan;
+    std::vector<uint8_t> image;
+    std::string detail;
+};
+
+TEST_F(EntryStatusTest, OnlyAChipAndASmartCardAreNotSupportedAndNamed)
+{
+    maker::VolumeRecipe recipe;
+    recipe.protectors = {ProtectorRecipe::ofKind(ProtectorKind::TpmAndPin),
+                         ProtectorRecipe::ofKind(ProtectorKind::SmartCard)};
+    make(recipe);
+    EXPECT_EQ(openWithPassword(), VolumeLibraryStatus::kProtectorNotSupported);
+    EXPECT_EQ(detail, "the volume has: TPM and PIN, smart card");
+}
+
+TEST_F(EntryStatusTest, AnUnknownMethodIsNotSupportedOnceTheSecretIsRight)
+{
+    make(recipeWithPassword());
+    for (const uint64_t copy : plan.copies) {
+        maker::putU16(image, copy + 64 + 36, 0x8006);
+        maker::renewChecksum(image, copy);
+    }
+    EXPECT_EQ(openWithPassword(), VolumeLibraryStatus::kMethodNotSupported);
+    EXPECT_EQ(openWithPassword("wrong"), VolumeLibraryStatus::kWrongSecret);
+}
+
+TEST_F(EntryStatusTest, AConversionThatStoppedWithoutABoundaryIsNotSupported)
+{
+    maker::VolumeRecipe recipe = recipeWithPassword();
+    recipe.layout = Layout::Vista;
+    recipe.method = Method::Aes128Cbc;
+    recipe.nextState = 1;
+    make(recipe);
+    EXPECT_EQ(openWithPassword(), VolumeLibraryStatus::kConversionNotSupported);
+}
+
+// The entry has nobody who could give up; a caller of the decryptor may.
+TEST(StatusFromDecryptorTest, GivingUpIsAStatusOfItsOwn)
+{
+    EXPECT_EQ(FromDecryptor({Status::Cancelled, ""}).status, VolumeLibraryStatus::kCancelled);
+}
+
+}  // namespace
+}  // namespace vx::bitlocker
