@@ -2,9 +2,10 @@
 // folder for each.
 #include "FuzzVolumes.h"
 
+#include "Bitlocker/MemoryByteSource.h"
 #include "Maker/MadeUpBytes.h"
 #include "Maker/StartupKeyFileWriter.h"
-#include "Maker/VolumeSink.h"
+#include "Maker/VolumeMaker.h"
 
 #include <cstdio>
 #include <exception>
@@ -16,6 +17,25 @@ namespace {
 
 // Enough for the metadata of a volume of one password, and short enough to be mutated quickly.
 constexpr size_t kMetadataBytes = 1024;
+
+// Metadata that goes on behind 4096 bytes.
+constexpr size_t kLongPadding = 6000;
+constexpr size_t kLongMetadataBytes = 8192;
+
+std::vector<uint8_t> longMetadata()
+{
+    maker::VolumeRecipe recipe;
+    recipe.protectors = {maker::ProtectorRecipe::password(kFuzzPassword)};
+    recipe.rounds = 1;
+    recipe.padding = kLongPadding;
+    maker::MemorySink sink;
+    const MemoryByteSource plain(std::vector<uint8_t>(size_t{64} * 1024));
+    const maker::VolumePlan plan = maker::VolumeMaker(recipe).make(plain, sink);
+    return ByteView(sink.bytes())
+        .from(static_cast<size_t>(plan.copies[0]))
+        .first(kLongMetadataBytes)
+        .copy();
+}
 
 void writeInput(const std::string &folder, size_t number, ByteView bytes)
 {
@@ -34,6 +54,7 @@ void writeAll(const std::string &folder)
         const auto index = static_cast<uint8_t>(number);
         writeInput(folder + "/open", number, std::vector<uint8_t>{index, 1, 0, 0, 1, 40, 0, 1});
     }
+    writeInput(folder + "/metadata", volumes.size(), longMetadata());
     const Guid protector = maker::MadeUpBytes(1).guid("protector");
     writeInput(folder + "/key-file", 0, maker::makeStartupKeyFile(protector, false));
     writeInput(folder + "/key-file", 1, maker::makeStartupKeyFile(protector, true));
