@@ -26,8 +26,8 @@ protected:
 
     VolumeLibraryStatus openWithPassword(const char *password = kPassword)
     {
-        const std::string path = folder.WriteFile(
-            "image", {reinterpret_cast<const char *>(image.data()), image.size()});
+        const std::string path =
+            folder.WriteFile("image", {reinterpret_cast<const char *>(image.data()), image.size()});
         char something = 0;
         IVolume *volume = reinterpret_cast<IVolume *>(&something);
         const int32_t status = open_bitlocker_device(path.c_str(), "password", password, &volume);
