@@ -6,8 +6,8 @@ namespace vx::bitlocker {
 
 void leaveOutOfCoreDumps(void *, size_t)
 {
-    // There is no such request here. Keys are in memory only after VolumeOpener has called
-    // forbidCoreDumps, or the text from which they were made is there as well.
+    // There is no such request here. VolumeOpener calls forbidCoreDumps before it has a key of the
+    // volume; what was made of the user's secret before that is not covered.
 }
 
 void forbidCoreDumps()
