@@ -89,8 +89,7 @@ TEST_F(ContainersTest, ACompressedImageSaysThatItMustBeUnpacked)
 
 TEST_F(ContainersTest, ADamagedImageOfAKnownKindSaysSo)
 {
-    const std::pair<const char *, std::string> heads[] = {
-        {"E01", std::string("EVF\x09\x0D\x0A\xFF\x00", 8)}, {"VMDK", "KDMV"}, {"VHD", "conectix"}};
+    const std::pair<const char *, std::string> heads[] = {{"VMDK", "KDMV"}, {"VHD", "conectix"}};
     for (const auto &[kind, head] : heads) {
         const Opened opened =
             OpenImage(image.Folder().WriteFile("damaged", head + NoiseBytes(100000, 1)));
@@ -99,6 +98,11 @@ TEST_F(ContainersTest, ADamagedImageOfAKnownKindSaysSo)
                   std::string("the ") + kind +
                       " image is damaged, or one of its parts is missing or cannot be read");
     }
+    const std::string head("EVF\x09\x0D\x0A\xFF\x00\x01\x01\x00\x00\x00", 13);
+    const Opened opened =
+        OpenImage(image.Folder().WriteFile("damaged", head + NoiseBytes(100000, 1)));
+    EXPECT_EQ(opened.status, VolumeLibraryStatus::kReadFailed);
+    EXPECT_EQ(opened.detail, "the E01 image is damaged in damaged");
 }
 
 TEST_F(ContainersTest, AHashInTheNameOfAFileIsNoChoice)

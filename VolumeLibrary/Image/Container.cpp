@@ -2,9 +2,12 @@
 
 #include "Bitlocker/FileByteSource.h"
 #include "ContainerKind.h"
+#include "EwfSegments.h"
+#include "EwfSource.h"
+#include "JoinedSource.h"
+#include "PartNames.h"
 #include "StatusFromDecryptor.h"
 #include "StatusFromErrno.h"
-#include "TskError.h"
 #include "TskSource.h"
 
 #include <algorithm>
@@ -54,20 +57,32 @@ OpenError OpenRaw(const char *path, bool isDevice, Source *source)
     return error;
 }
 
-// kind: the name of the format; null for one that is raw inside. libtsk takes for raw what it
-// cannot open as anything else.
-OpenError OpenThroughTsk(const char *path, const char *kind, Source *source)
+TSK_IMG_TYPE_ENUM TypeOf(const std::string &kind)
 {
-    TSK_IMG_INFO *image = tsk_img_open_utf8_sing(path, TSK_IMG_TYPE_DETECT, 0);
-    if (image == nullptr)
-        return {VolumeLibraryStatus::kReadFailed, TakeTskError()};
-    auto opened = std::make_shared<TskSource>(image);
-    if (kind != nullptr && TSK_IMG_TYPE_ISRAW(image->itype))
+    if (kind == "VHD")
+        return TSK_IMG_TYPE_VHD_VHD;
+    return kind == "VMDK" ? TSK_IMG_TYPE_VMDK_VMDK : TSK_IMG_TYPE_AFF_AFF;
+}
+
+OpenError OpenThroughTsk(const char *path, const std::string &kind, Source *source)
+{
+    TSK_IMG_INFO *image = tsk_img_open_utf8_sing(path, TypeOf(kind), 0);
+    if (image == nullptr) {
+        tsk_error_reset();
         return {VolumeLibraryStatus::kReadFailed,
-                std::string("the ") + kind +
+                "the " + kind +
                     " image is damaged, or one of its parts is missing or cannot be read"};
-    *source = std::move(opened);
+    }
+    *source = std::make_shared<TskSource>(image);
     return {};
+}
+
+OpenError OpenEwf(const char *path, Source *source)
+{
+    std::vector<std::string> files;
+    if (OpenError error = FindEwfSegments(path, &files))
+        return error;
+    return EwfSource::Open(files, source);
 }
 
 std::vector<uint8_t> HeadOf(const bitlocker::ByteSource &source)
@@ -79,39 +94,85 @@ std::vector<uint8_t> HeadOf(const bitlocker::ByteSource &source)
     return head;
 }
 
+constexpr size_t kVhdFooterBytes = 512;
+
 // A VHD image of fixed size is a raw one with a footer.
 bool HasVhdFooter(const bitlocker::ByteSource &source)
 {
-    std::vector<uint8_t> foot(512);
+    std::vector<uint8_t> foot(kVhdFooterBytes);
     return source.size() >= foot.size() &&
-           !source.readAt(source.size() - foot.size(), foot.data(), foot.size()) &&
-           TskContainer(foot) != nullptr;
+           !source.readAt(source.size() - foot.size(), foot.data(), foot.size()) && IsVhd(foot);
 }
 
-bool IsFile(const std::string &path)
+// A VHD image that grows has its footer at the front as well, with a checksum. An old one is a
+// byte shorter.
+bool IsCutVhd(const bitlocker::ByteSource &source, const std::vector<uint8_t> &head)
 {
-    struct stat found;
-    return stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
+    if (!HasSoundVhdFooter(head))
+        return false;
+    std::vector<uint8_t> foot(
+        static_cast<size_t>(std::min<uint64_t>(source.size(), 2 * kVhdFooterBytes)));
+    if (source.readAt(source.size() - foot.size(), foot.data(), foot.size()))
+        return false;
+    const std::string mark = "conectix";
+    return source.size() <= kVhdFooterBytes ||
+           std::search(foot.begin(), foot.end(), mark.begin(), mark.end()) == foot.end();
 }
 
-// Whether it is the first part of several, by the name of the second one.
-bool IsSplit(const std::string &path)
+// The parts as far as they follow each other; of what comes after a gap nothing is read, since it
+// would lie in a wrong place.
+OpenError OpenParts(const PartNames &names, Container *container)
 {
-    constexpr const char *kFirstAndSecond[][2] = {
-        {".001", ".002"}, {".000", ".001"}, {".00", ".01"},  {".01", ".02"},
-        {"aaa", "aab"},   {"aa", "ab"},     {"_000", "_001"}};
-    for (const auto &pair : kFirstAndSecond) {
-        const std::string first = pair[0];
-        if (path.size() > first.size() &&
-            path.compare(path.size() - first.size(), first.size(), first) == 0)
-            return IsFile(path.substr(0, path.size() - first.size()) + pair[1]);
+    const size_t count = names.CountWithoutGap();
+    std::vector<Source> parts;
+    for (size_t number = 1; number <= count; ++number) {
+        Source part;
+        if (OpenError error = OpenRaw(names.Path(number).c_str(), false, &part)) {
+            if (error.status == VolumeLibraryStatus::kPermissionDenied)
+                error.detail = "your user may not read its part " + names.Name(number);
+            return error;
+        }
+        if (number < count && number > 1 && part->size() < parts.front()->size())
+            return {VolumeLibraryStatus::kImageTruncated,
+                    "its part " + names.Name(number) + " ends early"};
+        parts.push_back(std::move(part));
     }
-    return false;
+    if (names.ExistsBehind(count))
+        container->notes.push_back("its part " + names.Name(count + 1) +
+                                   " is missing; what follows it is not read");
+    container->source = std::make_shared<JoinedSource>(std::move(parts));
+    return {};
+}
+
+// Whether it is the first part of several.
+bool IsSplit(const std::optional<PartNames> &names)
+{
+    return names && names->Given() == 1 && names->ExistsBehind(1);
+}
+
+OpenError OpenByItsKind(const char *path, const Source &raw, Container *container)
+{
+    const std::vector<uint8_t> head = HeadOf(*raw);
+    if (const char *unsupported = UnsupportedContainer(head))
+        return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + unsupported};
+    if (IsEwf(head))
+        return OpenEwf(path, &container->source);
+    if (IsCutVhd(*raw, head))
+        return {VolumeLibraryStatus::kImageTruncated, "the VHD image ends early"};
+    if (const char *kind = HasVhdFooter(*raw) ? "VHD" : TskContainer(head))
+        return OpenThroughTsk(path, kind, &container->source);
+    const auto names = PartNames::OfRaw(path);
+    if (IsSplit(names))
+        return OpenParts(*names, container);
+    if (names && names->Given() > 1 && names->Exists(1))
+        container->firstPart = names->Name(1);
+    container->source = raw;
+    return {};
 }
 
 }  // namespace
 
-OpenError OpenContainer(const char *path, Source *source)
+OpenError OpenContainer(const char *path, Container *container)
 {
     bool isDevice = false;
     if (OpenError error = CheckKindOfFile(path, &isDevice))
@@ -119,13 +180,9 @@ OpenError OpenContainer(const char *path, Source *source)
     Source raw;
     if (OpenError error = OpenRaw(path, isDevice, &raw))
         return error;
-    const std::vector<uint8_t> head = HeadOf(*raw);
-    if (const char *unsupported = UnsupportedContainer(head))
-        return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + unsupported};
-    const char *kind = TskContainer(head);
-    if (!isDevice && (kind != nullptr || HasVhdFooter(*raw) || IsSplit(path)))
-        return OpenThroughTsk(path, kind, source);
-    *source = std::move(raw);
+    if (!isDevice)
+        return OpenByItsKind(path, raw, container);
+    container->source = std::move(raw);
     return {};
 }
 

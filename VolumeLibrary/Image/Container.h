@@ -1,19 +1,30 @@
 // Opens the file or device that holds a disk or a volume, for reading only.
 //
-// A block device and a single raw image are read directly. A split raw image (named by its
-// first part: x.001, x.aa, ...), E01, VHD and VMDK images are read through libtsk.
+// A block device and raw images are read directly, also those in several parts (named by the
+// first one: x.001, x.aa, ...). E01 images are read through libewf, VHD and VMDK images through
+// libtsk.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
 #include "OpenError.h"
 
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace vx {
 
-// source receives the contents when there is no error. Errors: kNotFound, kPermissionDenied
+struct Container {
+    std::shared_ptr<const bitlocker::ByteSource> source;
+    std::vector<std::string> notes;  // damage that did not prevent opening, a line each
+    // If it seems to be a later part of an image: the name of the first one. It opens all the
+    // same, since such a name proves nothing.
+    std::string firstPart;
+};
+
+// container receives the contents when there is no error. Errors: kNotFound, kPermissionDenied
 // with what to do about it, kNotAFolder for what is neither a file nor a block device,
-// kContainerNotSupported, kReadFailed.
-OpenError OpenContainer(const char *path, std::shared_ptr<const bitlocker::ByteSource> *source);
+// kContainerNotSupported, kImageTruncated for one that ends early or lacks a part, kReadFailed.
+OpenError OpenContainer(const char *path, Container *container);
 
 }  // namespace vx

@@ -31,8 +31,10 @@ constexpr Signature kUnsupported[] = {
     {0, "7z\xBC\xAF\x27\x1C"sv, "a 7z archive; unpack it first"},
 };
 
+constexpr Signature kEwf[] = {{0, "EVF\x09\x0D\x0A\xFF\x00"sv, "E01"}};
+constexpr Signature kVhd[] = {{0, "conectix"sv, "VHD"}};
+
 constexpr Signature kOfTsk[] = {
-    {0, "EVF\x09\x0D\x0A\xFF\x00"sv, "E01"},
     {0, "conectix"sv, "VHD"},
     {0, "KDMV"sv, "VMDK"},
     {0, "# Disk DescriptorFile"sv, "VMDK"},
@@ -61,6 +63,34 @@ const char *NameIn(const Signature (&signatures)[kCount], bitlocker::ByteView he
 const char *UnsupportedContainer(bitlocker::ByteView head)
 {
     return NameIn(kUnsupported, head);
+}
+
+bool IsEwf(bitlocker::ByteView head)
+{
+    return NameIn(kEwf, head) != nullptr;
+}
+
+bool IsVhd(bitlocker::ByteView footer)
+{
+    return NameIn(kVhd, footer) != nullptr;
+}
+
+bool HasSoundVhdFooter(bitlocker::ByteView head)
+{
+    constexpr size_t kFooterBytes = 512;
+    constexpr size_t kChecksumAt = 64;
+    if (!IsVhd(head) || head.size < kFooterBytes)
+        return false;
+    uint32_t sum = 0;
+    uint32_t stored = 0;
+    for (size_t i = 0; i < kFooterBytes; ++i) {
+        const bool isChecksum = i >= kChecksumAt && i < kChecksumAt + 4;
+        if (isChecksum)
+            stored = stored << 8 | head.data[i];
+        else
+            sum += head.data[i];
+    }
+    return stored == ~sum;
 }
 
 const char *TskContainer(bitlocker::ByteView head)

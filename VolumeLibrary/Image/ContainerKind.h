@@ -1,5 +1,4 @@
-// Kinds of image files that cannot be read, told by their first bytes, so that they are not
-// taken for raw images without a file system.
+// Kinds of image files, told by their first bytes.
 #pragma once
 
 #include "Bitlocker/ByteView.h"
@@ -8,11 +7,19 @@ namespace vx {
 
 constexpr size_t kContainerProbeBytes = 512;
 
+// What cannot be read, so that it is not taken for a raw image without a file system:
 // "a VHDX image"; null for everything else. head: the first kContainerProbeBytes, or fewer if
 // the file is shorter.
 const char *UnsupportedContainer(bitlocker::ByteView head);
 
-// "E01", if the file is an image of a format of its own that libtsk reads; otherwise null.
+bool IsEwf(bitlocker::ByteView head);
+
+// Whether the 512 bytes are what a VHD image has at its end, and an image that grows at its front
+// too; and whether their checksum fits.
+bool IsVhd(bitlocker::ByteView footer);
+bool HasSoundVhdFooter(bitlocker::ByteView head);
+
+// "VMDK", if the file is an image of a format of its own that libtsk reads; otherwise null.
 const char *TskContainer(bitlocker::ByteView head);
 
 }  // namespace vx

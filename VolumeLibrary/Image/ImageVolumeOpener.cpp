@@ -146,9 +146,10 @@ OpenError OpenDisk(const ImageRequest &request, const Source &disk, size_t numbe
 OpenError OpenImageVolume(const ImageRequest &request, std::unique_ptr<OwnedVolume> *volume)
 {
     const VolumeChoice choice = VolumeChoice::Parse(request.device);
-    Source source;
-    if (OpenError error = OpenContainer(choice.path.c_str(), &source))
+    Container container;
+    if (OpenError error = OpenContainer(choice.path.c_str(), &container))
         return error;
+    Source source = std::move(container.source);
     if (ProbeFileSystem(*source) == FileSystemKind::kUnknown)
         return OpenDisk(request, source, choice.number, volume);
     if (choice.number > 1)

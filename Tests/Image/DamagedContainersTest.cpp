@@ -1,0 +1,259 @@
+// Images whose files are damaged, cut short, missing or not to be read: what cannot be read as it
+// was stored must not be taken for something else.
+#include "TestImage.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vx {
+namespace {
+
+class DamagedContainers : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        VX_NEEDS("mkfs.fat");
+        VX_NEEDS("mcopy");
+        ASSERT_TRUE(image.MakeFat(8, "-F 16 -s 1"));
+        ASSERT_TRUE(image.FillFat({{"a", contents}, {"b", other}}));
+    }
+
+    bool InFolder(const std::string &line) const
+    {
+        return RunShell("cd " + Quoted(image.At("")) + " && " + line);
+    }
+
+    void Cut(const std::string &name, size_t bytes) const
+    {
+        ASSERT_EQ(truncate(image.At(name).c_str(), static_cast<off_t>(bytes)), 0);
+    }
+
+    void ExpectStatus(const std::string &name, VolumeLibraryStatus status,
+                      const std::string &detail) const
+    {
+        const Opened opened = OpenImage(image.At(name));
+        EXPECT_EQ(opened.status, status) << opened.detail;
+        EXPECT_NE(opened.detail.find(detail), std::string::npos) << opened.detail;
+    }
+
+    const std::string contents = NoiseBytes(3000000, 21);
+    const std::string other = NoiseBytes(1000000, 22);
+    const TestImage image{};
+};
+
+constexpr VolumeLibraryStatus kCut = VolumeLibraryStatus::kImageTruncated;
+
+class DamagedE01 : public DamagedContainers {
+protected:
+    void SetUp() override
+    {
+        VX_NEEDS("ewfacquirestream");
+        DamagedContainers::SetUp();
+    }
+
+    void Make(const std::string &options)
+    {
+        ASSERT_TRUE(InFolder("ewfacquirestream -q -t e " + options + " < image"));
+    }
+
+    // Of the file of the volume, at a place: the part of the image that holds these bytes.
+    void Overwrite(const std::string &file, const std::string &bytes) const
+    {
+        std::string all = image.Folder().ReadFile(file);
+        const size_t at = all.find(bytes);
+        ASSERT_NE(at, std::string::npos);
+        image.Folder().WriteFile(file, all.replace(at, 8, "OVERRIDE"));
+    }
+
+    // "a" cannot be read whole, and what is read of it is as it was; "b" can be.
+    void ExpectOnlyTheFirstFileFails() const
+    {
+        const Opened opened = OpenImage(image.At("e.E01"));
+        ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(ReadWholeFile(*opened.volume, u"/a"), std::nullopt);
+            EXPECT_TRUE(ReadWholeFile(*opened.volume, u"/b") == other);
+        }
+    }
+};
+
+TEST_F(DamagedE01, BytesThatWereOverwrittenFailTheReadsOfThem)
+{
+    Make("-c none");
+    Overwrite("e.E01", contents.substr(1500000, 16));
+    ExpectOnlyTheFirstFileFails();
+}
+
+TEST_F(DamagedE01, BytesThatWereOverwrittenInAPackedImageFailTheReadsOfThem)
+{
+    ASSERT_TRUE(image.MakeFat(8, "-F 16 -s 1"));
+    std::string text;
+    while (text.size() < 3000000)
+        text += "a line that can be packed, number " + std::to_string(text.size()) + "\n";
+    ASSERT_TRUE(image.FillFat({{"a", text}, {"b", other}}));
+    Make("-c best");
+    std::string all = image.Folder().ReadFile("e.E01");
+    // What is packed well lies in front of what cannot be packed.
+    const size_t noise = all.find(other.substr(40000, 16));
+    ASSERT_NE(noise, std::string::npos);
+    image.Folder().WriteFile("e.E01", all.replace(noise / 2, 8, "OVERRIDE"));
+    ExpectOnlyTheFirstFileFails();
+}
+
+TEST_F(DamagedE01, ADamagedChunkLeavesItsNeighboursReadable)
+{
+    Make("-c none");
+    Overwrite("e.E01", contents.substr(1500000, 16));
+    const Opened opened = OpenImage(image.At("e.E01"));
+    ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+    const VolumeHandle file = OpenForReading(*opened.volume, u"/a");
+    ASSERT_NE(file, nullptr);
+    constexpr uint32_t kPiece = 4096;
+    size_t failed = 0;
+    for (size_t at = 0; at + kPiece <= contents.size(); at += kPiece) {
+        auto low = static_cast<uint32_t>(at);
+        uint32_t high = 0;
+        opened.volume->SetFilePosition(file, &low, &high, 0);
+        std::string bytes(kPiece, '\0');
+        uint32_t done = 0;
+        if (opened.volume->ReadFile(file, bytes.data(), kPiece, &done))
+            EXPECT_TRUE(bytes == contents.substr(at, kPiece)) << at;
+        else
+            ++failed;
+    }
+    opened.volume->CloseHandle(file);
+    EXPECT_GE(failed, 1u);
+    EXPECT_LE(failed, size_t{2} * 32768 / kPiece);
+}
+
+TEST_F(DamagedE01, AFileThatIsMissingIsNamed)
+{
+    Make("-c none -S 2MiB");
+    ExpectStatus("e.E01", VolumeLibraryStatus::kSuccess, "");
+    for (const std::string name : {"e.E02", "e.E05"}) {
+        ASSERT_EQ(std::rename(image.At(name).c_str(), image.At("away").c_str()), 0);
+        ExpectStatus("e.E01", kCut, name + " is missing");
+        ASSERT_EQ(std::rename(image.At("away").c_str(), image.At(name).c_str()), 0);
+    }
+}
+
+TEST_F(DamagedE01, AFileThatIsCutShortIsNamed)
+{
+    Make("-c none -S 2MiB");
+    Cut("e.E03", 1000000);
+    ExpectStatus("e.E01", kCut, "e.E03 ends early");
+    Cut("e.E03", 0);
+    ExpectStatus("e.E01", kCut, "e.E03 ends early");
+    Cut("e.E01", 1500000);
+    ExpectStatus("e.E01", kCut, "e.E01 ends early");
+}
+
+TEST_F(DamagedE01, AnotherFileInThePlaceOfOneIsNamed)
+{
+    Make("-c none -S 2MiB");
+    ASSERT_TRUE(InFolder("cp e.E03 e.E02"));
+    ExpectStatus("e.E01", VolumeLibraryStatus::kReadFailed, "damaged in e.E02");
+}
+
+TEST_F(DamagedE01, OfALaterFileTheFirstOneIsAskedFor)
+{
+    Make("-c none -S 2MiB");
+    ExpectStatus("e.E02", VolumeLibraryStatus::kContainerNotSupported, "give the first one, e.E01");
+}
+
+TEST_F(DamagedE01, MoreFilesThanDigitsCanCountOpen)
+{
+    // The smallest files that the program makes hold a MiB.
+    ASSERT_TRUE(InFolder("truncate -s 110M image"));
+    Make("-c none -S 1MiB");
+    ASSERT_EQ(access(image.At("e.EAB").c_str(), R_OK), 0);
+    const Opened opened = OpenImage(image.At("e.E01"));
+    ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+    EXPECT_TRUE(ReadWholeFile(*opened.volume, u"/a") == contents);
+    ASSERT_EQ(unlink(image.At("e.EAB").c_str()), 0);
+    ExpectStatus("e.E01", kCut, "e.EAB is missing");
+}
+
+// Opens as a user whom the permissions concern, in a process of its own. It says what it hears,
+// and nothing else.
+[[noreturn]] void OpenAsOrdinaryUser(const std::string &path)
+{
+    constexpr uid_t kNobody = 65534;
+    if (geteuid() == 0 && setuid(kNobody) != 0)
+        _exit(100);
+    const Opened opened = OpenImage(path);
+    fprintf(stderr, "[%s]", opened.detail.c_str());
+    _exit(static_cast<int>(opened.status));
+}
+
+void ExpectMayNotBeRead(const std::string &path, const std::string &part)
+{
+    constexpr int kDenied = static_cast<int>(VolumeLibraryStatus::kPermissionDenied);
+    EXPECT_EXIT(OpenAsOrdinaryUser(path), testing::ExitedWithCode(kDenied),
+                "^\\[your user may not read its part " + part + "\\]$");
+}
+
+TEST_F(DamagedE01, AFileThatMayNotBeReadIsNamed)
+{
+    Make("-c none -S 2MiB");
+    ASSERT_TRUE(InFolder("chmod 755 . && chmod 644 e.E* && chmod 000 e.E02"));
+    ExpectMayNotBeRead(image.At("e.E01"), "e.E02");
+}
+
+class DamagedParts : public DamagedContainers {
+protected:
+    void SetUp() override
+    {
+        DamagedContainers::SetUp();
+        ASSERT_TRUE(InFolder("split -b 2M -d -a 3 --numeric-suffixes=1 image p."));
+    }
+};
+
+TEST_F(DamagedParts, APartThatMayNotBeReadIsNamed)
+{
+    ASSERT_TRUE(InFolder("chmod 755 . && chmod 644 p.* && chmod 000 p.002"));
+    ExpectMayNotBeRead(image.At("p.001"), "p.002");
+}
+
+TEST_F(DamagedParts, APartInTheMiddleThatIsCutShortIsNamed)
+{
+    Cut("p.002", 1000000);
+    ExpectStatus("p.001", kCut, "p.002 ends early");
+}
+
+TEST_F(DamagedParts, BytesBehindAMissingPartCannotBeRead)
+{
+    ASSERT_EQ(unlink(image.At("p.002").c_str()), 0);
+    const Opened opened = OpenImage(image.At("p.001"));
+    ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+    EXPECT_EQ(ReadWholeFile(*opened.volume, u"/a"), std::nullopt);
+    EXPECT_EQ(ReadWholeFile(*opened.volume, u"/b"), std::nullopt);
+}
+
+TEST_F(DamagedParts, PartsWithLettersAndPartsFromZeroOnOpen)
+{
+    ASSERT_TRUE(InFolder("split -b 2M -a 2 image letters. && split -b 2M -d -a 2 image zero. && "
+                         "split -b 2M -a 3 image many"));
+    for (const char *name : {"letters.aa", "zero.00", "manyaaa", "p.001"}) {
+        const Opened opened = OpenImage(image.At(name));
+        ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+        EXPECT_TRUE(ReadWholeFile(*opened.volume, u"/a") == contents) << name;
+        EXPECT_TRUE(ReadWholeFile(*opened.volume, u"/b") == other) << name;
+    }
+}
+
+TEST_F(DamagedContainers, AVhdThatGrowsAndWasCutShortIsTruncated)
+{
+    VX_NEEDS("qemu-img");
+    ASSERT_TRUE(InFolder("qemu-img convert -f raw -O vpc -o subformat=dynamic,force_size=on image "
+                         "x.vhd"));
+    const size_t all = image.Folder().ReadFile("x.vhd").size();
+    for (const size_t bytes : {all - 512, all / 2, size_t{2000}, size_t{512}}) {
+        Cut("x.vhd", bytes);
+        ExpectStatus("x.vhd", kCut, "the VHD image ends early");
+    }
+}
+
+}  // namespace
+}  // namespace vx
