@@ -1,5 +1,6 @@
 // Why a disk or image could not be opened: a status of the library, and what is to be said
-// beyond its text. detail never contains a secret.
+// beyond its text; or that it was, and what was noticed, a line each. detail never contains a
+// secret.
 #pragma once
 
 #include "VolumeLibraryStatus.h"

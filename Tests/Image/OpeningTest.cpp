@@ -148,6 +148,26 @@ TEST_F(OpeningTest, AnAllocationTableOfNoiseIsADamagedFileSystem)
     EXPECT_EQ(StatusOf("none", ""), VolumeLibraryStatus::kFileSystemDamaged);
 }
 
+TEST_F(OpeningTest, AnImageWithoutAWholeSectorIsTruncated)
+{
+    for (const size_t bytes : {0, 100, 511}) {
+        image.Folder().WriteFile("image", NoiseBytes(bytes, 4));
+        EXPECT_EQ(StatusOf("password", "correct"), VolumeLibraryStatus::kImageTruncated) << bytes;
+        EXPECT_EQ(StatusOf("none", ""), VolumeLibraryStatus::kImageTruncated) << bytes;
+    }
+}
+
+TEST_F(OpeningTest, OfASecondPartTheFirstOneIsAskedFor)
+{
+    image.Folder().WriteFile("part.001", NoiseBytes(4096, 5));
+    const Opened opened = OpenImage(image.Folder().WriteFile("part.002", NoiseBytes(4096, 6)));
+    EXPECT_EQ(opened.status, VolumeLibraryStatus::kContainerNotSupported);
+    EXPECT_NE(opened.detail.find("give the first one, part.001"), std::string::npos);
+    // What is a volume of its own opens, whatever its name.
+    ASSERT_TRUE(RunShell("mv " + Quoted(image.Path()) + " " + Quoted(image.At("part.003"))));
+    EXPECT_EQ(OpenImage(image.At("part.003")).status, VolumeLibraryStatus::kSuccess);
+}
+
 TEST_F(OpeningTest, NothingIsWrittenToTheImage)
 {
     Encrypt();

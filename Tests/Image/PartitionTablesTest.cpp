@@ -52,7 +52,11 @@ public:
             Put(at + 56 + 2 * i, static_cast<uint8_t>(name[i]), 2);
     }
 
-    std::vector<Partition> Read() const { return PartitionTable::Read(SourceOf(_bytes)); }
+    std::vector<Partition> Read() const
+    {
+        bitlocker::Error unread;
+        return PartitionTable::Read(SourceOf(_bytes), &unread);
+    }
 
 private:
     std::string _bytes;

@@ -100,7 +100,7 @@ TEST(VolumeOpener, AFileThatIsNoVolumeDoesNotOpen)
 {
     const TemporaryFolder folder;
 #ifdef VX_IMAGE_VOLUMES
-    constexpr VolumeLibraryStatus kExpected = VolumeLibraryStatus::kFileSystemNotSupported;
+    constexpr VolumeLibraryStatus kExpected = VolumeLibraryStatus::kImageTruncated;
 #else
     constexpr VolumeLibraryStatus kExpected = VolumeLibraryStatus::kNotAFolder;
 #endif

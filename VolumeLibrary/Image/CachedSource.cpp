@@ -15,9 +15,8 @@ bitlocker::Error CachedSource::readAt(uint64_t offset, void *buffer, size_t coun
     const MutexLock lock(_mutex);
     auto *place = static_cast<uint8_t *>(buffer);
     while (count > 0) {
-        if (offset >= size())
-            return {bitlocker::Status::TruncatedImage,
-                    "nothing is left at " + std::to_string(offset)};
+        if (offset >= size())  // the source says so itself
+            return _source->readAt(offset, place, count);
         const Block *block = nullptr;
         if (Load(offset / kBlockBytes, &block))  // perhaps only another part of it is bad
             return _source->readAt(offset, place, count);

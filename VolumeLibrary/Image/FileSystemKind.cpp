@@ -30,11 +30,11 @@ bool LooksLikeFat(const uint8_t *sector)
 
 }  // namespace
 
-FileSystemKind ProbeFileSystem(const bitlocker::ByteSource &volume)
+bitlocker::Result<FileSystemKind> ProbeFileSystem(const bitlocker::ByteSource &volume)
 {
     uint8_t sector[kSectorBytes];
-    if (volume.size() < sizeof sector || volume.readAt(0, sector, sizeof sector))
-        return FileSystemKind::kUnknown;
+    if (bitlocker::Error error = volume.readAt(0, sector, sizeof sector))
+        return error;
     if (bitlocker::VolumeOpener::recognises(volume))
         return FileSystemKind::kEncrypted;
     if (HasName(sector, "NTFS    "))
@@ -44,6 +44,27 @@ FileSystemKind ProbeFileSystem(const bitlocker::ByteSource &volume)
     if (HasName(sector, "ReFS"))
         return FileSystemKind::kRefs;
     return LooksLikeFat(sector) ? FileSystemKind::kFat : FileSystemKind::kUnknown;
+}
+
+uint64_t FileSystemBytes(const bitlocker::ByteSource &volume, FileSystemKind kind)
+{
+    uint8_t sector[kSectorBytes];
+    uint64_t bytes = 0;
+    if (volume.readAt(0, sector, sizeof sector))
+        return 0;
+    const uint64_t sectorBytes = Little16(sector + 11);
+    const uint64_t sectors =
+        Little16(sector + 19) != 0 ? Little16(sector + 19) : Little32(sector + 32);
+    if (kind == FileSystemKind::kFat)
+        return sectors * sectorBytes;
+    const bool isNtfs = kind == FileSystemKind::kNtfs;
+    const bool isExfat = kind == FileSystemKind::kExfat && sector[108] <= 12;
+    if (isNtfs && !__builtin_mul_overflow(Little64(sector + 40), sectorBytes, &bytes))
+        return bytes;
+    if (isExfat &&
+        !__builtin_mul_overflow(Little64(sector + 72), uint64_t{1} << sector[108], &bytes))
+        return bytes;
+    return 0;
 }
 
 const char *FileSystemName(FileSystemKind kind)
@@ -61,6 +82,8 @@ const char *FileSystemName(FileSystemKind kind)
         return "FAT";
     case FileSystemKind::kRefs:
         return "ReFS";
+    case FileSystemKind::kUnreadable:
+        return "unreadable";
     }
     return "unknown";
 }

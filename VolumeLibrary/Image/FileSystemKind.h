@@ -11,11 +11,15 @@ enum class FileSystemKind {
     kNtfs,
     kExfat,
     kFat,
-    kRefs,  // known by name only
+    kRefs,        // known by name only
+    kUnreadable,  // of a partition: its first sector cannot be read
 };
 
-// kUnknown also for what cannot be read. Cheap.
-FileSystemKind ProbeFileSystem(const bitlocker::ByteSource &volume);
+// Errors: as reading the first sector; kUnreadable is none of the answers. Cheap.
+bitlocker::Result<FileSystemKind> ProbeFileSystem(const bitlocker::ByteSource &volume);
+
+// How many bytes the file system in the volume says that it is long; 0 if it says nothing.
+uint64_t FileSystemBytes(const bitlocker::ByteSource &volume, FileSystemKind kind);
 
 // "NTFS"
 const char *FileSystemName(FileSystemKind kind);

@@ -38,12 +38,25 @@ bool TakePlace(const uint8_t *entry, PartitionPlace *place)
     return true;
 }
 
+// Whether the bytes are there. A table that leads off the disk is damaged, and not unreadable.
+bool Read(const bitlocker::ByteSource &disk, uint64_t at, void *bytes, size_t count,
+          bitlocker::Error *unread)
+{
+    bitlocker::Error error = disk.readAt(at, bytes, count);
+    if (!error)
+        return true;
+    if (error.status == bitlocker::Status::SystemError)
+        *unread = std::move(error);
+    return false;
+}
+
 // False if there is no header, or a damaged one.
 bool ReadTable(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t headerAt,
-               std::vector<PartitionPlace> *places)
+               std::vector<PartitionPlace> *places, bitlocker::Error *unread)
 {
     uint8_t header[92];
-    if (disk.readAt(headerAt, header, sizeof header) || std::memcmp(header, "EFI PART", 8) != 0)
+    if (!Read(disk, headerAt, header, sizeof header, unread) ||
+        std::memcmp(header, "EFI PART", 8) != 0)
         return false;
     uint64_t at = 0;
     const uint32_t count = Little32(header + 80);
@@ -55,7 +68,7 @@ bool ReadTable(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t
         uint8_t entry[kEntryBytes];
         uint64_t offset = 0;
         if (__builtin_add_overflow(at, uint64_t{i} * stride, &offset) ||
-            disk.readAt(offset, entry, sizeof entry))
+            !Read(disk, offset, entry, sizeof entry, unread))
             return false;
         PartitionPlace place;
         if (TakePlace(entry, &place))
@@ -67,16 +80,19 @@ bool ReadTable(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t
 }  // namespace
 
 std::vector<PartitionPlace> ReadGptPartitions(const bitlocker::ByteSource &disk,
-                                              uint64_t sectorBytes)
+                                              uint64_t sectorBytes, bitlocker::Error *unread)
 {
     std::vector<PartitionPlace> places;
-    if (ReadTable(disk, sectorBytes, sectorBytes, &places) || disk.size() < 2 * sectorBytes)
+    bitlocker::Error error;
+    if (ReadTable(disk, sectorBytes, sectorBytes, &places, &error))
         return places;
     places.clear();
     const uint64_t lastSector = disk.size() / sectorBytes - 1;
-    if (!ReadTable(disk, sectorBytes, lastSector * sectorBytes, &places))
-        places.clear();
-    return places;
+    if (disk.size() >= 2 * sectorBytes &&
+        ReadTable(disk, sectorBytes, lastSector * sectorBytes, &places, &error))
+        return places;
+    *unread = std::move(error);
+    return {};
 }
 
 }  // namespace vx

@@ -4,6 +4,7 @@
 #include "Container.h"
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
+#include "NotingSource.h"
 #include "NtfsFileSystem.h"
 #include "ParallelSource.h"
 #include "PartitionTable.h"
@@ -15,9 +16,12 @@
 namespace vx {
 namespace {
 
+constexpr const char *kNothingKnown = "there is no NTFS, FAT or exFAT and no encrypted volume";
+
 using Source = std::shared_ptr<const bitlocker::ByteSource>;
 using bitlocker::Result;
 using bitlocker::Secret;
+using Notes = std::vector<std::string>;
 
 bool IsUnlocking(const ImageRequest &request)
 {
@@ -50,7 +54,7 @@ OpenError FromUnlocking(const bitlocker::Error &error, bool isUnlocking)
     return told;
 }
 
-OpenError Decrypt(const ImageRequest &request, Source *volume)
+OpenError Decrypt(const ImageRequest &request, Source *volume, Notes *notes)
 {
     const Result<Secret> secret = SecretOf(request);
     if (!secret)
@@ -59,13 +63,14 @@ OpenError Decrypt(const ImageRequest &request, Source *volume)
     if (!opened)
         return FromUnlocking(opened.error(), IsUnlocking(request));
     *volume = std::make_shared<ParallelSource>(opened->volume);
+    const Notes &warnings = opened->facts.warnings;
+    notes->insert(notes->end(), warnings.begin(), warnings.end());
     return {};
 }
 
-OpenError OpenFileSystem(const Source &volume, bool wasEncrypted,
+OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncrypted,
                          std::unique_ptr<FileSystem> *fileSystem)
 {
-    const FileSystemKind kind = ProbeFileSystem(*volume);
     switch (kind) {
     case FileSystemKind::kNtfs:
         return NtfsFileSystem::Open(volume, fileSystem);
@@ -76,11 +81,12 @@ OpenError OpenFileSystem(const Source &volume, bool wasEncrypted,
         return {VolumeLibraryStatus::kFileSystemNotSupported, "it is ReFS"};
     case FileSystemKind::kEncrypted:
     case FileSystemKind::kUnknown:
+    case FileSystemKind::kUnreadable:
         break;
     }
     return {wasEncrypted ? VolumeLibraryStatus::kFileSystemDamaged
                          : VolumeLibraryStatus::kFileSystemNotSupported,
-            "there is no NTFS, FAT or exFAT and no encrypted volume"};
+            kNothingKnown};
 }
 
 // A root that cannot be listed is of no use to anybody.
@@ -91,26 +97,75 @@ bool HasRoot(const FileSystem &fileSystem)
     return root && root->Next(&entry) != VolumeListing::Step::kError;
 }
 
-OpenError OpenOne(const ImageRequest &request, Source volume, std::unique_ptr<OwnedVolume> *opened)
+OpenError OpenAndList(FileSystemKind kind, const Source &volume, bool wasEncrypted,
+                      std::unique_ptr<FileSystem> *fileSystem)
 {
-    const bool isEncrypted = ProbeFileSystem(*volume) == FileSystemKind::kEncrypted;
+    if (OpenError error = OpenFileSystem(kind, volume, wasEncrypted, fileSystem))
+        return error;
+    if (!HasRoot(**fileSystem))
+        return {VolumeLibraryStatus::kFileSystemDamaged, "its root folder cannot be read"};
+    return {};
+}
+
+std::string CutText(uint64_t missingBytes)
+{
+    constexpr uint64_t kMiB = uint64_t{1} << 20;
+    const std::string amount = missingBytes < kMiB ? std::to_string(missingBytes) + " bytes"
+                                                   : std::to_string(missingBytes / kMiB) + " MiB";
+    return "the image or device ends " + amount +
+           " before the volume does; what lies there cannot be read";
+}
+
+// What looks like damage was perhaps only not read. What lies behind the end of a volume that is
+// complete, though, was looked for there because of damage.
+OpenError WithReadFailure(OpenError error, const NotingSource &volume, bool isCut)
+{
+    const bitlocker::Error failure = volume.Failure();
+    const bool explains = failure.status == bitlocker::Status::SystemError ||
+                          (failure.status == bitlocker::Status::TruncatedImage && isCut);
+    if (error.status != VolumeLibraryStatus::kFileSystemDamaged || !explains)
+        return error;
+    OpenError told = FromDecryptor(failure);
+    told.detail = error.detail + ": " + told.detail;
+    return told;
+}
+
+// A volume, and how many of its bytes the disk or image has.
+struct Place {
+    Source volume;
+    uint64_t stored;
+};
+
+OpenError OpenOne(const ImageRequest &request, const Place &place, Notes *notes,
+                  std::unique_ptr<OwnedVolume> *opened)
+{
+    Source volume = place.volume;
+    const auto outside = ProbeFileSystem(*volume);
+    if (!outside)
+        return FromDecryptor(outside.error());
+    const bool isEncrypted = *outside == FileSystemKind::kEncrypted;
     if (!isEncrypted && IsUnlocking(request))
         return {VolumeLibraryStatus::kNotEncrypted, "open it with \"none\""};
     if (isEncrypted) {
-        if (OpenError error = Decrypt(request, &volume))
+        if (OpenError error = Decrypt(request, &volume, notes))
             return error;
     }
+    const auto kind = ProbeFileSystem(*volume);
+    if (!kind)
+        return FromDecryptor(kind.error());
+    const uint64_t needed = std::max(volume->size(), FileSystemBytes(*volume, *kind));
+    if (needed > place.stored)
+        notes->push_back(CutText(needed - place.stored));
+    const auto noting = std::make_shared<NotingSource>(std::move(volume));
     std::unique_ptr<FileSystem> fileSystem;
-    if (OpenError error = OpenFileSystem(volume, isEncrypted, &fileSystem))
-        return error;
-    if (!HasRoot(*fileSystem))
-        return {VolumeLibraryStatus::kFileSystemDamaged, "its root folder cannot be read"};
+    if (OpenError error = OpenAndList(*kind, noting, isEncrypted, &fileSystem))
+        return WithReadFailure(std::move(error), *noting, needed > place.stored);
     *opened = std::make_unique<FileSystemVolume>(std::move(fileSystem));
     return {};
 }
 
 // The one that is meant; the end of the list if that cannot be told. A secret can only be meant
-// for an encrypted one.
+// for an encrypted one, or for one of which nothing is known since it cannot be read.
 std::vector<Partition>::const_iterator Choose(const std::vector<Partition> &partitions,
                                               size_t number, bool isUnlocking)
 {
@@ -118,7 +173,8 @@ std::vector<Partition>::const_iterator Choose(const std::vector<Partition> &part
         return number <= partitions.size() ? partitions.begin() + static_cast<long>(number - 1)
                                            : partitions.end();
     const auto fits = [&](const Partition &partition) {
-        return !isUnlocking || partition.kind == FileSystemKind::kEncrypted;
+        return !isUnlocking || partition.kind == FileSystemKind::kEncrypted ||
+               partition.kind == FileSystemKind::kUnreadable;
     };
     const auto only = std::find_if(partitions.begin(), partitions.end(), fits);
     if (only == partitions.end())
@@ -127,18 +183,75 @@ std::vector<Partition>::const_iterator Choose(const std::vector<Partition> &part
     return isOnly ? only : partitions.end();
 }
 
-OpenError OpenDisk(const ImageRequest &request, const Source &disk, size_t number,
+OpenError NothingFound(const bitlocker::Error &unread, const std::string &firstPart)
+{
+    if (unread)
+        return FromDecryptor(unread);
+    if (!firstPart.empty())
+        return {VolumeLibraryStatus::kContainerNotSupported,
+                "it seems to be a later part of an image; give the first one, " + firstPart};
+    return {VolumeLibraryStatus::kFileSystemNotSupported, kNothingKnown};
+}
+
+OpenError NotChosen(const std::vector<Partition> &partitions, size_t number,
+                    const bitlocker::Error &unread)
+{
+    std::string list = PartitionTable::Describe(partitions);
+    if (number == 0 && unread.status == bitlocker::Status::SystemError)
+        list += "; there may be more, since part of the table of partitions cannot be read";
+    if (number == 0)
+        return {VolumeLibraryStatus::kSeveralVolumes, std::move(list)};
+    if (!unread)
+        return {VolumeLibraryStatus::kNoSuchVolume, std::move(list)};
+    OpenError error = FromDecryptor(unread);
+    error.detail += "; there are " + list;
+    return error;
+}
+
+// unread: why the first sector cannot be read, if it cannot.
+OpenError OpenDisk(const ImageRequest &request, const Container &disk, size_t number,
+                   const bitlocker::Error &unread, Notes *notes,
                    std::unique_ptr<OwnedVolume> *opened)
 {
-    const std::vector<Partition> partitions = PartitionTable::Read(disk);
+    bitlocker::Error unreadTable;
+    const std::vector<Partition> partitions = PartitionTable::Read(disk.source, &unreadTable);
     if (partitions.empty())
-        return {VolumeLibraryStatus::kFileSystemNotSupported,
-                "there is no NTFS, FAT or exFAT and no encrypted volume"};
-    const auto chosen = Choose(partitions, number, IsUnlocking(request));
-    if (chosen != partitions.end())
-        return OpenOne(request, chosen->In(disk), opened);
-    return {number > 0 ? VolumeLibraryStatus::kNoSuchVolume : VolumeLibraryStatus::kSeveralVolumes,
-            PartitionTable::Describe(partitions)};
+        return NothingFound(unread ? unread : unreadTable, disk.firstPart);
+    const bool mayLack = unreadTable.status == bitlocker::Status::SystemError;
+    const auto chosen = number == 0 && mayLack ? partitions.end()
+                                               : Choose(partitions, number, IsUnlocking(request));
+    if (chosen == partitions.end())
+        return NotChosen(partitions, number, unreadTable);
+    if (unreadTable.status == bitlocker::Status::TruncatedImage)
+        notes->push_back("the image or device ends early: " + unreadTable.detail);
+    const uint64_t stored = std::min(chosen->size, disk.source->size() - chosen->offset);
+    return OpenOne(request, {chosen->In(disk.source), stored}, notes, opened);
+}
+
+OpenError OpenContents(const ImageRequest &request, const Container &container, size_t number,
+                       Notes *notes, std::unique_ptr<OwnedVolume> *volume)
+{
+    constexpr uint64_t kSectorBytes = 512;
+    const uint64_t size = container.source->size();
+    if (size < kSectorBytes)
+        return {VolumeLibraryStatus::kImageTruncated,
+                size == 0 ? "it is empty" : "it is shorter than a sector"};
+    const auto kind = ProbeFileSystem(*container.source);
+    if (!kind)
+        return OpenDisk(request, container, number, kind.error(), notes, volume);
+    if (*kind == FileSystemKind::kUnknown)
+        return OpenDisk(request, container, number, {}, notes, volume);
+    if (number > 1)
+        return {VolumeLibraryStatus::kNoSuchVolume, "it is one volume, without partitions"};
+    return OpenOne(request, {container.source, size}, notes, volume);
+}
+
+std::string Lines(const Notes &notes)
+{
+    std::string lines;
+    for (const std::string &note : notes)
+        lines += (lines.empty() ? "" : "\n") + note;
+    return lines;
 }
 
 }  // namespace
@@ -149,12 +262,16 @@ OpenError OpenImageVolume(const ImageRequest &request, std::unique_ptr<OwnedVolu
     Container container;
     if (OpenError error = OpenContainer(choice.path.c_str(), &container))
         return error;
-    Source source = std::move(container.source);
-    if (ProbeFileSystem(*source) == FileSystemKind::kUnknown)
-        return OpenDisk(request, source, choice.number, volume);
-    if (choice.number > 1)
-        return {VolumeLibraryStatus::kNoSuchVolume, "it is one volume, without partitions"};
-    return OpenOne(request, std::move(source), volume);
+    return OpenImageContents(request, container, choice.number, volume);
+}
+
+OpenError OpenImageContents(const ImageRequest &request, const Container &container, size_t number,
+                            std::unique_ptr<OwnedVolume> *volume)
+{
+    Notes notes = container.notes;
+    if (OpenError error = OpenContents(request, container, number, &notes, volume))
+        return error;
+    return {VolumeLibraryStatus::kSuccess, Lines(notes)};
 }
 
 }  // namespace vx

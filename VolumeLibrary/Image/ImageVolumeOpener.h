@@ -2,6 +2,7 @@
 // file system, one after the other.
 #pragma once
 
+#include "Container.h"
 #include "OpenError.h"
 #include "OwnedVolume.h"
 #include "UnlockKind.h"
@@ -19,7 +20,13 @@ struct ImageRequest {
     const char *secret;
 };
 
-// volume receives the opened volume when there is no error. May throw std::bad_alloc.
+// volume receives the opened volume when there is no error; the detail is then what was noticed,
+// a line each. May throw std::bad_alloc.
 OpenError OpenImageVolume(const ImageRequest &request, std::unique_ptr<OwnedVolume> *volume);
+
+// The same for a disk or an image that is open already. number: of the volume that was chosen, from
+// 1 on; 0 if none was.
+OpenError OpenImageContents(const ImageRequest &request, const Container &container, size_t number,
+                            std::unique_ptr<OwnedVolume> *volume);
 
 }  // namespace vx

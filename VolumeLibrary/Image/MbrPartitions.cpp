@@ -26,10 +26,16 @@ struct TableEntry {
 };
 using Entries = std::array<TableEntry, 4>;
 
-std::optional<Entries> ReadEntries(const bitlocker::ByteSource &disk, uint64_t offset)
+std::optional<Entries> ReadEntries(const bitlocker::ByteSource &disk, uint64_t offset,
+                                   bitlocker::Error *unread)
 {
     uint8_t sector[512];
-    if (disk.readAt(offset, sector, sizeof sector) || sector[510] != 0x55 || sector[511] != 0xAA)
+    if (bitlocker::Error error = disk.readAt(offset, sector, sizeof sector)) {
+        if (error.status == bitlocker::Status::SystemError)
+            *unread = std::move(error);
+        return std::nullopt;
+    }
+    if (sector[510] != 0x55 || sector[511] != 0xAA)
         return std::nullopt;
     Entries entries;
     const uint8_t *at = sector + 446;
@@ -51,14 +57,14 @@ void AddVolumes(const Entries &entries, uint64_t base, std::vector<PartitionPlac
 // An extended partition is a chain of tables, each with a volume and the place of the next table,
 // which is counted from the beginning of the chain.
 void AddChain(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t begin,
-              std::vector<PartitionPlace> *places)
+              std::vector<PartitionPlace> *places, bitlocker::Error *unread)
 {
     std::vector<uint64_t> visited;
     uint64_t table = begin;
     while (visited.size() < kMostLinks &&
            std::find(visited.begin(), visited.end(), table) == visited.end()) {
         visited.push_back(table);
-        const auto entries = ReadEntries(disk, table * sectorBytes);
+        const auto entries = ReadEntries(disk, table * sectorBytes, unread);
         if (!entries)
             return;
         AddVolumes(*entries, table, places);
@@ -73,16 +79,16 @@ void AddChain(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t 
 }  // namespace
 
 std::vector<PartitionPlace> ReadMbrPartitions(const bitlocker::ByteSource &disk,
-                                              uint64_t sectorBytes)
+                                              uint64_t sectorBytes, bitlocker::Error *unread)
 {
     std::vector<PartitionPlace> places;
-    const auto entries = ReadEntries(disk, 0);
+    const auto entries = ReadEntries(disk, 0, unread);
     if (!entries)
         return places;
     AddVolumes(*entries, 0, &places);
     for (const TableEntry &entry : *entries) {
         if (entry.IsExtended())
-            AddChain(disk, sectorBytes, entry.firstSector, &places);
+            AddChain(disk, sectorBytes, entry.firstSector, &places, unread);
     }
     return places;
 }

@@ -10,7 +10,8 @@ namespace vx {
 
 // sectorBytes: what the table counts in. Empty if there is no such table. A chain of extended
 // partitions ends where it is damaged, comes back to itself or has more links than any disk.
+// unread: receives why not, if a table could not be read.
 std::vector<PartitionPlace> ReadMbrPartitions(const bitlocker::ByteSource &disk,
-                                              uint64_t sectorBytes);
+                                              uint64_t sectorBytes, bitlocker::Error *unread);
 
 }  // namespace vx

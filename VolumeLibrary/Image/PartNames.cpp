@@ -182,8 +182,7 @@ bool PartNames::ExistsBehind(size_t number) const
     while (const dirent *entry = readdir(folder.get())) {
         const std::string name = entry->d_name;
         if (name.size() == stem.size() + _suffix.size() &&
-            name.compare(0, stem.size(), stem) == 0 &&
-            NumberOf(name.substr(stem.size())) > number)
+            name.compare(0, stem.size(), stem) == 0 && NumberOf(name.substr(stem.size())) > number)
             return true;
     }
     return false;

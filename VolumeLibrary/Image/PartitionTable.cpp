@@ -26,31 +26,49 @@ std::string Printable(const std::string &text)
     return printable;
 }
 
-// False if the partition does not lie on the disk or holds nothing that is known.
-bool Describes(const PartitionPlace &place, uint64_t sectorBytes, const Source &disk,
-               Partition *partition)
+// False if no disk can have such a partition.
+bool TakePlace(const PartitionPlace &place, uint64_t sectorBytes, Partition *partition)
 {
-    if (__builtin_mul_overflow(place.firstSector, sectorBytes, &partition->offset) ||
-        __builtin_mul_overflow(place.sectors, sectorBytes, &partition->size))
-        return false;
     uint64_t end = 0;
-    if (__builtin_add_overflow(partition->offset, partition->size, &end) ||
-        partition->offset >= disk->size())
-        return false;
-    partition->kind = ProbeFileSystem(*partition->In(disk));
     partition->name = Printable(place.name);
-    return partition->kind != FileSystemKind::kUnknown;
+    return !__builtin_mul_overflow(place.firstSector, sectorBytes, &partition->offset) &&
+           !__builtin_mul_overflow(place.sectors, sectorBytes, &partition->size) &&
+           !__builtin_add_overflow(partition->offset, partition->size, &end);
 }
 
-std::vector<Partition> ReadIn(const Source &disk, uint64_t sectorBytes)
+FileSystemKind KindOf(const Partition &partition, const Source &disk)
 {
-    std::vector<PartitionPlace> places = ReadGptPartitions(*disk, sectorBytes);
+    const auto kind = ProbeFileSystem(*partition.In(disk));
+    return kind ? *kind : FileSystemKind::kUnreadable;
+}
+
+std::vector<PartitionPlace> PlacesOf(const bitlocker::ByteSource &disk, uint64_t sectorBytes,
+                                     bitlocker::Error *unread)
+{
+    bitlocker::Error unreadGpt;
+    std::vector<PartitionPlace> places = ReadGptPartitions(disk, sectorBytes, &unreadGpt);
     if (places.empty())
-        places = ReadMbrPartitions(*disk, sectorBytes);
+        places = ReadMbrPartitions(disk, sectorBytes, unread);
+    if (places.empty() && !*unread)
+        *unread = std::move(unreadGpt);
+    return places;
+}
+
+std::vector<Partition> ReadIn(const Source &disk, uint64_t sectorBytes, bitlocker::Error *unread)
+{
     std::vector<Partition> partitions;
-    for (const PartitionPlace &place : places) {
+    for (const PartitionPlace &place : PlacesOf(*disk, sectorBytes, unread)) {
         Partition partition;
-        if (partitions.size() < kMostPartitions && Describes(place, sectorBytes, disk, &partition))
+        if (partitions.size() == kMostPartitions || !TakePlace(place, sectorBytes, &partition))
+            continue;
+        if (partition.offset >= disk->size()) {
+            if (!*unread)
+                *unread = {bitlocker::Status::TruncatedImage,
+                           "a partition begins behind the end of it"};
+            continue;
+        }
+        partition.kind = KindOf(partition, disk);
+        if (partition.kind != FileSystemKind::kUnknown)
             partitions.push_back(std::move(partition));
     }
     std::stable_sort(partitions.begin(), partitions.end(),
@@ -76,13 +94,20 @@ Source Partition::In(Source disk) const
     return std::make_shared<PartOfSource>(std::move(disk), offset, size);
 }
 
-std::vector<Partition> PartitionTable::Read(const Source &disk)
+std::vector<Partition> PartitionTable::Read(const Source &disk, bitlocker::Error *unread)
 {
+    bitlocker::Error first;
     for (const uint64_t sectorBytes : {512, 4096}) {
-        std::vector<Partition> partitions = ReadIn(disk, sectorBytes);
-        if (!partitions.empty())
+        bitlocker::Error error;
+        std::vector<Partition> partitions = ReadIn(disk, sectorBytes, &error);
+        if (!partitions.empty()) {
+            *unread = std::move(error);
             return partitions;
+        }
+        if (!first)
+            first = std::move(error);
     }
+    *unread = std::move(first);
     return {};
 }
 

@@ -12,7 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const HeapLimit limit;
     const auto disk =
         std::make_shared<bitlocker::MemoryByteSource>(std::vector<uint8_t>(data, data + size));
-    const std::vector<Partition> partitions = PartitionTable::Read(disk);
+    bitlocker::Error unread;
+    const std::vector<Partition> partitions = PartitionTable::Read(disk, &unread);
     for (const Partition &partition : partitions) {
         Require(partition.offset < size, "a partition begins on the disk");
         Require(partition.kind != FileSystemKind::kUnknown, "a partition holds something");
