@@ -71,7 +71,10 @@ int HostSession::Run(const std::string &program, const HostOptions &options)
         return kLinkTaken;
     }
     // Before the connector's thread is there: the check makes a process of this one.
-    const std::string reason = WhyVolumeStaysShut(program, options);
+    std::vector<std::string> warnings;
+    const std::string reason = WhyVolumeStaysShut(program, options, &warnings);
+    for (const std::string &warning : warnings)
+        Complain("warning: " + warning);
     if (!reason.empty())
         Complain(reason + "; the window will be empty");
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));

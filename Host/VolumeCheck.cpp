@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <dlfcn.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +24,10 @@ std::string LibraryBeside(const std::string &program)
     return folder + "/libBitLockerWapper.dylib";
 }
 
+// What the process that tries to open the volume tells: why it does not, or, behind this mark,
+// what was noticed when it did.
+constexpr char kOpened = '\0';
+
 std::string TryToOpen(const std::string &path, const vx::HostOptions &options)
 {
     void *library = dlopen(path.c_str(), RTLD_LAZY);
@@ -37,7 +42,12 @@ std::string TryToOpen(const std::string &path, const vx::HostOptions &options)
         entry(options.volume.c_str(), options.kind.c_str(), options.secret.c_str(), &volume);
     if (status != 0)
         return "cannot open " + options.volume + ": " + OpenFailureText(library, status);
-    return volume ? "" : "the volume library gave no volume";
+    if (!volume)
+        return "the volume library gave no volume";
+    std::string told(1, kOpened);
+    for (const std::string &warning : OpenWarnings(library))
+        told += warning + "\n";
+    return told;
 }
 
 void WriteAll(int descriptor, const std::string &text)
@@ -65,6 +75,13 @@ std::string ReadAll(int descriptor)
     }
 }
 
+void TakeWarnings(const std::string &told, std::vector<std::string> *warnings)
+{
+    std::istringstream lines(told.substr(1));
+    for (std::string line; warnings != nullptr && std::getline(lines, line);)
+        warnings->push_back(line);
+}
+
 // Whether the process ended by itself.
 bool AwaitEnd(pid_t process)
 {
@@ -80,7 +97,8 @@ bool AwaitEnd(pid_t process)
 
 namespace vx {
 
-std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &options)
+std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &options,
+                               std::vector<std::string> *warnings)
 {
     const std::string path = LibraryBeside(program);
     int ends[2];
@@ -99,8 +117,13 @@ std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &op
         _exit(0);
     }
     writing.Close();
-    const std::string reason = ReadAll(reading.Get());
-    return AwaitEnd(process) ? reason : "the volume library ended unexpectedly";
+    std::string reason = ReadAll(reading.Get());
+    if (!AwaitEnd(process))
+        return "the volume library ended unexpectedly";
+    if (reason.empty() || reason.front() != kOpened)
+        return reason;
+    TakeWarnings(reason, warnings);
+    return "";
 }
 
 }  // namespace vx

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ObservedVolume.h"
 #import "Z5FileExplorerWapper.h"
@@ -27,10 +28,14 @@ public:
     bool Open(const std::string &volume, const std::string &unlockKind, const std::string &secret,
               std::string *error);
 
+    // What was noticed when it was opened, and did not prevent it; one line each.
+    const std::vector<std::string> &Warnings() const { return _warnings; }
+
     const ObservedVolume &Volume() const { return *_volume; }
     Z5FileExplorerWapper *Explorer() const { return _explorer; }
 
 private:
+    std::vector<std::string> _warnings;
     std::unique_ptr<ObservedVolume> _volume;
     Z5FileExplorerWapper *_explorer = nil;
 };

@@ -31,6 +31,18 @@ std::string FailureOf(const CBitlockerWrapper &library, int32_t status)
     return text;
 }
 
+std::vector<std::string> WarningsOf(const CBitlockerWrapper &library)
+{
+    void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
+    if (loaded == nullptr)
+        return {};
+    std::vector<std::string> warnings;
+    for (const std::string &warning : OpenWarnings(loaded))
+        warnings.push_back(TerminalText(warning));
+    dlclose(loaded);
+    return warnings;
+}
+
 }  // namespace
 
 bool VolumeSession::Open(const std::string &volume, const std::string &unlockKind,
@@ -53,6 +65,7 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
         *error = "cannot open " + name + ": the volume library gave no volume (status 0)";
         return false;
     }
+    _warnings = WarningsOf(library);
     _volume = std::make_unique<ObservedVolume>(*opened);
     _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];
     if (_explorer == nil)

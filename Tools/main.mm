@@ -78,6 +78,8 @@ int Run(Options options)
     vx::WipeSecret(&options.secret);
     if (!opened)
         return Fail(vx::kExitNotOpened, error);
+    for (const std::string &warning : session.Warnings())
+        fprintf(stderr, "volume-export: warning: %s\n", warning.c_str());
     if (options.action == Options::Action::kList)
         return vx::ListCommand(session, options).Run();
     return vx::ExportCommand(session, options, vx::Destination(options.destination)).Run();

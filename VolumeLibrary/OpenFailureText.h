@@ -1,4 +1,5 @@
-// What a program tells a person when the volume library did not open a volume.
+// What a program tells a person when the volume library did not open a volume, or opened it and
+// noticed damage.
 //
 // Threads: to be called on the thread that called the library's entry.
 #pragma once
@@ -7,7 +8,31 @@
 
 #include <dlfcn.h>
 
+#include <sstream>
 #include <string>
+#include <vector>
+
+// What the library adds to the status of the last opening; empty if nothing, or if it is an older
+// one. library: the handle of the loaded library.
+inline std::string OpenDetail(void *library)
+{
+    const auto lastError = reinterpret_cast<VolumeLibraryLastErrorFunction>(
+        dlsym(library, "volume_library_last_error"));
+    const char *detail = lastError == nullptr ? nullptr : lastError();
+    return detail == nullptr ? "" : detail;
+}
+
+// After a success: what was noticed, one line each.
+inline std::vector<std::string> OpenWarnings(void *library)
+{
+    std::vector<std::string> warnings;
+    std::istringstream lines(OpenDetail(library));
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty())
+            warnings.push_back(line);
+    }
+    return warnings;
+}
 
 // The status in words and what the library adds to it, in the order in which they make sense.
 inline std::string OpenFailureWords(int32_t status, const std::string &detail)
@@ -24,9 +49,6 @@ inline std::string OpenFailureWords(int32_t status, const std::string &detail)
 // "the startup key file /k.BEK: there is nothing at this path (status 3)"
 inline std::string OpenFailureText(void *library, int32_t status)
 {
-    const auto lastError = reinterpret_cast<VolumeLibraryLastErrorFunction>(
-        dlsym(library, "volume_library_last_error"));
-    const char *detail = lastError == nullptr ? nullptr : lastError();
-    return OpenFailureWords(status, detail == nullptr ? "" : detail) + " (status " +
-           std::to_string(status) + ")";
+    return OpenFailureWords(status, OpenDetail(library)) + " (status " + std::to_string(status) +
+           ")";
 }

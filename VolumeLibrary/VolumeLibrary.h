@@ -22,6 +22,7 @@ extern "C" __attribute__((visibility("default"))) int32_t
 open_bitlocker_device(const char *device, const char *unlockKind, const char *secret,
                       IVolume **volume) noexcept;
 
-// What the last opening on the calling thread had to say beyond its status; empty after a
-// success. Never null; stays as it is until the next opening on this thread.
+// What the last opening on the calling thread had to say beyond its status. After a success: what
+// was noticed and did not prevent it, a line each; empty if nothing. Never null; stays as it is
+// until the next opening on this thread.
 extern "C" __attribute__((visibility("default"))) const char *volume_library_last_error() noexcept;

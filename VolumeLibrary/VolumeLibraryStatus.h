@@ -13,10 +13,12 @@
 // A program may say more than the status does: VolumeLibraryLastErrorFunction, looked up under
 // the name "volume_library_last_error", answers with the details of the last opening on the same
 // thread, e.g. which group of a recovery password is mistyped, how the volume can be unlocked or
-// which volumes a disk has. English, UTF-8, without a full stop, empty if there is nothing to
-// add; it never contains a secret. An older library has no such function. Details that begin with
-// kStartupKeyFileDetail and then name the file say that the status is one of this file and not of
-// the volume; a person should be told them before the status.
+// which volumes a disk has. After a success it answers with what was noticed, a line each: that
+// the image ends early, that a part is missing, that a copy of the metadata is damaged. English,
+// UTF-8, without a full stop, empty if there is nothing to add; it never contains a secret. An
+// older library has no such function. Details that begin with kStartupKeyFileDetail and then name
+// the file say that the status is one of this file and not of the volume; a person should be told
+// them before the status.
 #pragma once
 
 #include <cstdint>

@@ -38,6 +38,20 @@ TEST(VolumeCheck, AVolumeThatDoesNotExistIsToldInWordsWithItsStatus)
     EXPECT_THAT(reason, HasSubstr("(status "));
 }
 
+TEST(VolumeCheck, WhatIsNoticedOfAVolumeThatOpensIsAWarning)
+{
+    const vx::TemporaryFolder folder;
+    const std::string disk = folder.Path() + "/disk.img";
+    const std::string make = "PATH=\"$PATH:/usr/sbin:/sbin\"; truncate -s 8M '" + disk +
+                             "' && mkfs.fat -F 12 '" + disk + "' >/dev/null && truncate -s 3M '" +
+                             disk + "'";
+    if (std::system(make.c_str()) != 0)
+        GTEST_SKIP() << "mkfs.fat is missing; see docs/building.md";
+    std::vector<std::string> warnings;
+    EXPECT_EQ(vx::WhyVolumeStaysShut(kExplorer, Options(disk), &warnings), "");
+    EXPECT_THAT(warnings, testing::ElementsAre(HasSubstr("ends 5 MiB before the volume does")));
+}
+
 TEST(VolumeCheck, TheSecretIsNotRepeated)
 {
     const vx::TemporaryFolder folder;

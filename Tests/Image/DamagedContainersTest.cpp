@@ -227,6 +227,7 @@ TEST_F(DamagedParts, BytesBehindAMissingPartCannotBeRead)
     ASSERT_EQ(unlink(image.At("p.002").c_str()), 0);
     const Opened opened = OpenImage(image.At("p.001"));
     ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+    EXPECT_EQ(opened.detail.rfind("its part p.002 is missing", 0), 0u) << opened.detail;
     EXPECT_EQ(ReadWholeFile(*opened.volume, u"/a"), std::nullopt);
     EXPECT_EQ(ReadWholeFile(*opened.volume, u"/b"), std::nullopt);
 }

@@ -1,7 +1,7 @@
 // Disks of which a sector cannot be read: the answer says so, and the other volumes keep their
 // numbers.
-#include "Image/ImageVolumeOpener.h"
 #include "Bitlocker/VolumeOpener.h"
+#include "Image/ImageVolumeOpener.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
 
@@ -36,8 +36,8 @@ protected:
                              const char *secret = "")
     {
         std::unique_ptr<OwnedVolume> volume;
-        const OpenError error = OpenImageContents({"disk", unlock, secret}, {disk, {}, {}}, number,
-                                                  &volume);
+        const OpenError error =
+            OpenImageContents({"disk", unlock, secret}, {disk, {}, {}}, number, &volume);
         detail = error.detail;
         EXPECT_EQ(volume == nullptr, static_cast<bool>(error));
         return error.status;

@@ -168,6 +168,50 @@ TEST_F(OpeningTest, OfASecondPartTheFirstOneIsAskedFor)
     EXPECT_EQ(OpenImage(image.At("part.003")).status, VolumeLibraryStatus::kSuccess);
 }
 
+TEST_F(OpeningTest, NothingIsNoticedOfAVolumeThatIsWhole)
+{
+    EXPECT_EQ(StatusOf("none", ""), VolumeLibraryStatus::kSuccess);
+    EXPECT_EQ(detail, "");
+    Encrypt();
+    EXPECT_EQ(StatusOf("password", "correct"), VolumeLibraryStatus::kSuccess);
+    EXPECT_EQ(detail, "");
+}
+
+TEST_F(OpeningTest, AnImageThatEndsBehindItsMetadataOpensWithAWarning)
+{
+    ASSERT_EQ(truncate(image.Path().c_str(), 5 << 20), 0);
+    EXPECT_EQ(StatusOf("none", ""), VolumeLibraryStatus::kSuccess);
+    EXPECT_NE(detail.find("ends 3 MiB before the volume does"), std::string::npos) << detail;
+    ASSERT_TRUE(image.MakeFat(8, "-F 12"));
+    Encrypt();
+    const size_t all = image.Folder().ReadFile("image").size();
+    ASSERT_EQ(truncate(image.Path().c_str(), static_cast<off_t>(all - 4096)), 0);
+    EXPECT_EQ(StatusOf("password", "correct"), VolumeLibraryStatus::kSuccess) << detail;
+    EXPECT_NE(detail.find("ends 4096 bytes before the volume does"), std::string::npos) << detail;
+}
+
+TEST_F(OpeningTest, ADamagedCopyOfTheMetadataIsAWarning)
+{
+    Encrypt();
+    std::string bytes = image.Folder().ReadFile("image");
+    const size_t copy = bytes.find("-FVE-FS-", 512);
+    ASSERT_NE(copy, std::string::npos);
+    image.Folder().WriteFile("image", bytes.replace(copy, 512, NoiseBytes(512, 8)));
+    EXPECT_EQ(StatusOf("password", "correct"), VolumeLibraryStatus::kSuccess);
+    EXPECT_NE(detail.find("the copy of the metadata at " + std::to_string(copy)), std::string::npos)
+        << detail;
+}
+
+TEST_F(OpeningTest, TheProgramPrintsALineForEachWarning)
+{
+    ASSERT_EQ(truncate(image.Path().c_str(), 5 << 20), 0);
+    ASSERT_TRUE(
+        RunShell(VX_TOOL " --list " + Quoted(image.Path()) + " 2>" + Quoted(image.At("errors"))));
+    EXPECT_EQ(image.Folder().ReadFile("errors"),
+              "volume-export: warning: the image or device ends 3 MiB before the volume does; "
+              "what lies there cannot be read\n");
+}
+
 TEST_F(OpeningTest, NothingIsWrittenToTheImage)
 {
     Encrypt();
