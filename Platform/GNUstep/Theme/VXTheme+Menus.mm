@@ -34,8 +34,8 @@ id initWithPadding(id view, SEL selector, NSRect frame)
         [NSMenuView class], @selector(initWithFrame:), reinterpret_cast<IMP>(initWithPadding)));
 }
 
-// The library gives the bar to every window that can be main. One that cannot be put aside waits for
-// an answer; the menu's commands have no place there.
+// The library gives the bar to every window that can be main. One that cannot be put aside waits
+// for an answer; the menu's commands have no place there.
 - (void)setMenu:(NSMenu *)menu forWindow:(NSWindow *)window
 {
     if (([window styleMask] & NSMiniaturizableWindowMask) != 0)
