@@ -4,6 +4,7 @@
 #include "ImageResources.h"
 #include "PacedDisplay.h"
 #include "RegisteredDefaults.h"
+#include "SubstituteFonts.h"
 #include "WindowClosing.h"
 #include "WorkspaceNotices.h"
 
@@ -75,6 +76,7 @@ NSString *information(NSString *key)
     vx::registerFonts();
     vx::installFolderOpening();
     vx::installPacedDisplay();
+    vx::installSubstituteFonts();
     vx::installWindowClosing();
     for (NSString *name in @[ @"folder", @"warning", @"success" ])
         vx::addDoubleSize(name);

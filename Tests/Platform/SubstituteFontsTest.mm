@@ -1,0 +1,65 @@
+// Characters that the interface's font does not have, in the language of whoever runs the test.
+#include "Drawing.h"
+
+using vxtest::Drawing;
+
+namespace {
+
+class SubstituteFonts : public testing::Test {
+protected:
+    ~SubstituteFonts() override { [m_pool release]; }
+
+private:
+    NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
+};
+
+NSTextField *label(NSString *text)
+{
+    NSTextField *made = [[[NSTextField alloc] initWithFrame:NSMakeRect(0, 0, 80, 24)] autorelease];
+    [made setBezeled:NO];
+    [made setEditable:NO];
+    [made setStringValue:text];
+    return made;
+}
+
+// The font of each character in which the text is laid out.
+void expectFontsHaveTheCharacters(NSString *text, NSFont *font)
+{
+    NSMutableAttributedString *laidOut = [[[NSMutableAttributedString alloc]
+        initWithString:text
+            attributes:[NSDictionary dictionaryWithObject:font forKey:NSFontAttributeName]]
+        autorelease];
+    [laidOut fixFontAttributeInRange:NSMakeRange(0, [text length])];
+    for (NSUInteger at = 0; at < [text length]; ++at) {
+        NSFont *taken = [laidOut attribute:NSFontAttributeName atIndex:at effectiveRange:nullptr];
+        EXPECT_TRUE([[taken coveredCharacterSet] characterIsMember:[text characterAtIndex:at]])
+            << "character " << at << " in " << [[taken fontName] UTF8String];
+        EXPECT_EQ([taken pointSize], [font pointSize]);
+    }
+}
+
+}  // namespace
+
+TEST_F(SubstituteFonts, AChineseTextIsNotDrawnAsQuestionMarks)
+{
+    const Drawing chinese(label(@"导出文件"));
+    const Drawing marks(label(@"????"));
+    EXPECT_FALSE(chinese.equals(marks));
+}
+
+TEST_F(SubstituteFonts, TwoChineseCharactersDoNotLookTheSame)
+{
+    const Drawing one(label(@"导"));
+    const Drawing other(label(@"件"));
+    EXPECT_FALSE(one.equals(other));
+}
+
+TEST_F(SubstituteFonts, EveryCharacterGetsAFontThatHasIt)
+{
+    expectFontsHaveTheCharacters(@"File 导出文件 ファイル 2", [NSFont systemFontOfSize:11]);
+}
+
+TEST_F(SubstituteFonts, EveryCharacterOfABoldTextGetsAFontThatHasIt)
+{
+    expectFontsHaveTheCharacters(@"File 导出文件 ファイル 2", [NSFont boldSystemFontOfSize:14]);
+}
