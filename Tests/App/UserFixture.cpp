@@ -105,6 +105,13 @@ void UserTest::activate(const std::string &id)
     run("timeout 20 xdotool windowactivate --sync " + id);
 }
 
+int UserTest::frontWindow()
+{
+    const std::string stacked = run("xprop -root _NET_CLIENT_LIST_STACKING");
+    const size_t last = stacked.rfind("0x");
+    return last == std::string::npos ? 0 : static_cast<int>(strtol(&stacked[last], nullptr, 16));
+}
+
 int UserTest::geometry(const std::string &id, const std::string &name)
 {
     const std::string line = run("xdotool getwindowgeometry --shell " + id + " | grep ^" + name);

@@ -31,6 +31,8 @@ protected:
     // focus.
     void startWindowManager();
     void activate(const std::string &id);
+    // The id of the window that lies in front of all that the manager keeps.
+    static int frontWindow();
     // The button in the title bar that the window manager draws.
     void clickCloseButton(const std::string &id);
 

@@ -147,6 +147,28 @@ TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }
 
+// What the window was at its start decides: a start in which it was a tool for a moment let it lie
+// over its panel for good, now and then.
+TEST_F(UserTest, ThePanelIsInFrontOfItsWindowAfterEachOfTwentyStarts)
+{
+    startWindowManager();
+    _volume.WriteFile("a.txt", "a");
+    for (int start = 0; start < 20; ++start) {
+        ChildProcess host(VOLUME_HOST, {_volume.Path()});
+        const std::string main = window("File Explorer");
+        const std::string panel = askForPanel(main, 58);
+        EXPECT_TRUE(Eventually([&] { return frontWindow() == atoi(panel.c_str()); }))
+            << "start " << start << ": " << frontWindow() << " is in front of " << panel;
+        EXPECT_NE(run("xprop -id " + main + " _NET_WM_WINDOW_TYPE").find("TYPE_NORMAL"),
+                  std::string::npos);
+        key("Escape");
+        EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+        activate(main);
+        key("alt+F4");
+        ASSERT_EQ(host.AwaitEnd(), 0);
+    }
+}
+
 TEST_F(UserTest, WithFourArgumentsAndNoHostListeningTheExplorerStillShowsItsWindow)
 {
     _volume.WriteFile("a.txt", "a");

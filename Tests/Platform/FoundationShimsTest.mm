@@ -98,6 +98,19 @@ TEST_F(FoundationShims, TheStatusLevelLiesAboveTheNormalLevel)
     EXPECT_EQ(kCGStatusWindowLevelKey, 9);
 }
 
+// Those with names become docks, tools, menus or dialogues to a window manager.
+TEST_F(FoundationShims, TheStatusLevelIsNoneThatMakesAWindowAnythingButAnOrdinaryOne)
+{
+    const CGWindowLevel level = CGWindowLevelForKey(kCGStatusWindowLevelKey);
+    for (const int named :
+         {NSDesktopWindowLevel, NSFloatingWindowLevel, NSSubmenuWindowLevel,
+          NSTornOffMenuWindowLevel, NSMainMenuWindowLevel, NSDockWindowLevel, NSStatusWindowLevel,
+          NSModalPanelWindowLevel, NSPopUpMenuWindowLevel, NSScreenSaverWindowLevel})
+        EXPECT_NE(level, named);
+    EXPECT_GT(level, NSFloatingWindowLevel);
+    EXPECT_LT(level, NSModalPanelWindowLevel) << "panels and alerts stay above";
+}
+
 TEST_F(FoundationShims, ABlockQueuedByAnotherThreadRunsOnTheMainThread)
 {
     const Flag onMain = newFlag();

@@ -14,9 +14,11 @@ CGWindowLevel CGWindowLevelForKey(CGWindowLevelKey key)
     case kCGMainMenuWindowLevelKey:
         return NSMainMenuWindowLevel;
     case kCGStatusWindowLevelKey:
-        // GNUstep's own status level makes a window a dock to window managers, which take its frame
-        // and its title away. A floating window stays above the ordinary ones and keeps both.
-        return NSFloatingWindowLevel;
+        // By GNUstep's own levels window managers are told what kind of window it is: a dock by the
+        // status level, a tool by the floating one. They may ask only when the window appears, and
+        // keep it above its own panels for good. A level without a name, below the menus, leaves
+        // it an ordinary window.
+        return NSMainMenuWindowLevel - 1;
     case kCGModalPanelWindowLevelKey:
         return NSModalPanelWindowLevel;
     case kCGPopUpMenuWindowLevelKey:
