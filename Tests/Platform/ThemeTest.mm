@@ -7,6 +7,10 @@
 
 using vxtest::Drawing;
 
+@interface NSMenuItemCell (LibraryOwn)
+- (NSString *)_keyEquivalentString;
+@end
+
 @interface NSAlert (Panel)
 - (void)_setupPanel;
 @end
@@ -243,6 +247,18 @@ TEST_F(Theme, ABarFromAnInterfaceFileIsOnViewWithoutBeingAnimated)
     Drawing(bar).expectColor(50, 10, 47, 123, 229);
     [bar setHidden:YES];
     EXPECT_TRUE([bar isHidden]);
+}
+
+TEST_F(Theme, AMenuNamesAKeyByItsCapitalLetter)
+{
+    NSMenuItem *item = [[[NSMenuItem alloc] initWithTitle:@"Export"
+                                                   action:nullptr
+                                            keyEquivalent:@"e"] autorelease];
+    NSMenuItemCell *cell = [[[NSMenuItemCell alloc] init] autorelease];
+    [cell setMenuItem:item];
+    EXPECT_STREQ([[cell _keyEquivalentString] UTF8String], "Ctrl+E");
+    [item setKeyEquivalent:@""];
+    EXPECT_STREQ([[cell _keyEquivalentString] UTF8String], "");
 }
 
 TEST_F(Theme, OnlyAWindowThatCanBePutAsideHasAMenuBar)

@@ -5,6 +5,10 @@
 #import "ThemeShapes.h"
 #import "VXTheme.h"
 
+@interface NSMenuItemCell (LibraryOwn)
+- (NSString *)_keyEquivalentString;
+@end
+
 namespace palette = vx::palette;
 namespace shapes = vx::shapes;
 
@@ -24,6 +28,20 @@ id initWithPadding(id view, SEL selector, NSRect frame)
     return view;
 }
 
+using KeyText = NSString *(*)(id, SEL);
+KeyText libraryKeyText = nullptr;
+
+// "Ctrl+E" for the library's "Ctrl+e": keys are called what is printed on them.
+NSString *keyTextWithCapital(id cell, SEL selector)
+{
+    NSString *text = libraryKeyText(cell, selector);
+    NSString *key = [[(NSMenuItemCell *)cell menuItem] keyEquivalent];
+    if ([key length] != 1 || ![text hasSuffix:key])
+        return text;
+    NSString *modifiers = [text substringToIndex:[text length] - 1];
+    return [modifiers stringByAppendingString:[key uppercaseString]];
+}
+
 }  // namespace
 
 @implementation VXTheme (Menus)
@@ -32,6 +50,9 @@ id initWithPadding(id view, SEL selector, NSRect frame)
 {
     libraryInit = reinterpret_cast<InitWithFrame>(vx::replaceMethod(
         [NSMenuView class], @selector(initWithFrame:), reinterpret_cast<IMP>(initWithPadding)));
+    libraryKeyText = reinterpret_cast<KeyText>(
+        vx::replaceMethod([NSMenuItemCell class], @selector(_keyEquivalentString),
+                          reinterpret_cast<IMP>(keyTextWithCapital)));
 }
 
 // The library gives the bar to every window that can be main. One that cannot be put aside waits
