@@ -23,8 +23,8 @@ NSFontDescriptor *descriptorWithFontName(id self, SEL selector, unichar characte
     NSString *name = [found objectForKey:NSFontNameAttribute];
     if (name == nil || ![[[NSFontManager sharedFontManager] availableFonts] containsObject:name])
         return nil;
-    return [found fontDescriptorByAddingAttributes:[NSDictionary
-                                                       dictionaryWithObject:name
+    return [found
+        fontDescriptorByAddingAttributes:[NSDictionary dictionaryWithObject:name
                                                                      forKey:NSFontFamilyAttribute]];
 }
 
@@ -32,9 +32,9 @@ NSFontDescriptor *descriptorWithFontName(id self, SEL selector, unichar characte
 
 void installSubstituteFonts()
 {
-    g_original = reinterpret_cast<Lookup>(replaceMethod(
-        [NSMutableAttributedString class], @selector(_substituteFontDescriptorFor:),
-        reinterpret_cast<IMP>(descriptorWithFontName)));
+    g_original = reinterpret_cast<Lookup>(
+        replaceMethod([NSMutableAttributedString class], @selector(_substituteFontDescriptorFor:),
+                      reinterpret_cast<IMP>(descriptorWithFontName)));
 }
 
 }  // namespace vx

@@ -27,8 +27,8 @@ void expectFontsHaveTheCharacters(NSString *text, NSFont *font)
 {
     NSMutableAttributedString *laidOut = [[[NSMutableAttributedString alloc]
         initWithString:text
-            attributes:[NSDictionary dictionaryWithObject:font forKey:NSFontAttributeName]]
-        autorelease];
+            attributes:[NSDictionary dictionaryWithObject:font
+                                                   forKey:NSFontAttributeName]] autorelease];
     [laidOut fixFontAttributeInRange:NSMakeRange(0, [text length])];
     for (NSUInteger at = 0; at < [text length]; ++at) {
         NSFont *taken = [laidOut attribute:NSFontAttributeName atIndex:at effectiveRange:nullptr];
