@@ -8,6 +8,9 @@ target_compile_options(vx_foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fbl
 if(APPLE)
   target_link_libraries(vx_foundation INTERFACE "-framework Foundation" "-framework CoreFoundation")
   target_link_libraries(vx_appkit INTERFACE "-framework AppKit" "-framework CoreGraphics")
+  # The alerts, sheets and constants that GNUstep has as well are deprecated here, not removed.
+  target_compile_options(vx_appkit INTERFACE
+    $<$<COMPILE_LANGUAGE:OBJCXX>:-Wno-deprecated-declarations>)
   return()
 endif()
 
