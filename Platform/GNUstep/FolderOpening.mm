@@ -80,9 +80,9 @@ BOOL openURL(id workspace, SEL selector, NSURL *url)
 {
     NSString *named =
         [[NSUserDefaults standardUserDefaults] stringForKey:@"GSWorkspaceApplication"];
-    if ([named length] == 0 && isFolder(url) &&
-        startDetached("xdg-open", [[url path] fileSystemRepresentation]))
-        return YES;
+    // Without a workspace application the library knows nobody who shows a folder, and complains.
+    if ([named length] == 0 && isFolder(url))
+        return startDetached("xdg-open", [[url path] fileSystemRepresentation]);
     return libraryOpenURL(workspace, selector, url);
 }
 

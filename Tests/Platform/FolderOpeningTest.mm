@@ -113,6 +113,18 @@ TEST_F(FolderOpening, NoShellLooksAtThePath)
     EXPECT_EQ(argument, folder);
 }
 
+TEST_F(FolderOpening, ADesktopWithoutAnOpenerIsToldInSilence)
+{
+    vx::installFolderOpening();
+    setenv("PATH", "/does/not/exist", 1);
+    NSString *path = [NSString stringWithUTF8String:m_folder.c_str()];
+    testing::internal::CaptureStderr();
+    const BOOL opened = [[NSWorkspace sharedWorkspace] openURL:[NSURL fileURLWithPath:path
+                                                                          isDirectory:YES]];
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_FALSE(opened);
+}
+
 TEST_F(FolderOpening, TheOpenerLeavesNoZombie)
 {
     ASSERT_TRUE(vx::startDetached("xdg-open", "/"));
