@@ -77,7 +77,7 @@ TEST_F(ExplorerTest, TheWindowIsMadeNoSmallerThanItsContentsNeed)
 {
     open();
     [window setFrame:NSMakeRect(100, 100, 50, 50) display:YES];
-    EXPECT_EQ(NSWidth([window frame]), 560);
+    EXPECT_EQ(NSWidth([window frame]), 610);
     // Where the menu lies in the window it takes its room from nobody.
     EXPECT_GE(NSHeight([[window contentView] frame]), 320);
     const NSRect button = [[controller btnExport] frame];
