@@ -37,7 +37,7 @@ inline std::vector<std::string> OpenWarnings(void *library)
 // The status in words and what the library adds to it, in the order in which they make sense.
 inline std::string OpenFailureWords(int32_t status, const std::string &detail)
 {
-    const std::string text = VolumeLibraryStatusText(status);
+    std::string text = VolumeLibraryStatusText(status);
     if (detail.empty())
         return text;
     const bool isAboutKeyFile = detail.rfind(kStartupKeyFileDetail, 0) == 0;
