@@ -140,12 +140,14 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [super setFrame:frame display:display animate:animate && [self isVisible]];
 }
 
-// The library would show the root folder, with the confirming button off. It centres a panel that
+// The library would show the root folder, with the confirming button off; it writes the folder
+// shown behind the caret, where a path that is typed would be added to it. It centres a panel that
 // is not up yet on the screen, so this one is put up first.
 - (void)beginSheetModalForWindow:(NSWindow *)window
                completionHandler:(GSSavePanelCompletionHandler)handler
 {
     [self _setupForDirectory:[self directory] file:@""];
+    [_form selectTextAtIndex:0];
     if (window != nil) {
         [self setFrameOrigin:centredOver(window, [self frame].size)];
         [self orderFront:self];

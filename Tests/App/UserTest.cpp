@@ -72,6 +72,27 @@ TEST_F(UserTest, SelectsAllAndExportsWithReturn)
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }
 
+TEST_F(UserTest, EveryPanelTakesTheTypedPathInPlaceOfTheFolderItShows)
+{
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    key("ctrl+a");
+    for (const char *name : {"first", "second", "third"}) {
+        const std::string folder = _destination.MakeFolder(name);
+        key("Return");
+        chooseFolder(folder);
+        EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), folder); })) << name;
+        EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+        focus(main);
+    }
+    key("ctrl+w");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
 TEST_F(UserTest, OpensAFolderWithTheArrowsAndExportsTheRowBelowIt)
 {
     _volume.WriteFile("Reports/one.txt", "1");
