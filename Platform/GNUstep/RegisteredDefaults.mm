@@ -60,6 +60,8 @@ void registerLook()
     // Scrollers at the right edge, where everybody looks for them.
     [look setObject:@"NSMacintoshInterfaceStyle" forKey:@"NSScrollViewInterfaceStyle"];
     [look setObject:@"YES" forKey:@"GSSuppressAppIcon"];
+    // The desktop shows minimised windows in its own way, not as the library's tiles.
+    [look setObject:@"NO" forKey:@"GSAppOwnsMiniwindow"];
     [look setObject:@"YES" forKey:@"GSScrollViewNoInnerBorder"];
     [look setObject:@"NO" forKey:@"GSBrowserUseBezels"];
     NSString *theme = themePath();

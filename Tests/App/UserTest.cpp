@@ -168,6 +168,44 @@ TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }
 
+TEST_F(UserTest, AMinimisedWindowLeavesNothingOnTheScreenAndComesBackAsItWas)
+{
+    startWindowManager();
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    // Of the whole program. The search breaks off when some other window goes while it looks.
+    const auto shown = [] {
+        std::string found;
+        EXPECT_TRUE(Eventually([&] {
+            found = run("{ xdotool search --onlyvisible --classname FileExplorer 2>&1; }");
+            return found.find("X Error") == std::string::npos;
+        }));
+        return found;
+    };
+    ASSERT_EQ(shown(), main + "\n");
+    const std::string place = run("xdotool getwindowgeometry " + main);
+    activate(main);
+    key("ctrl+m");
+    EXPECT_TRUE(Eventually([&] { return isGone("File Explorer"); }));
+    EXPECT_TRUE(Eventually([&] { return shown().empty(); })) << shown();
+    run("xdotool windowmap --sync " + main);
+    activate(main);
+    awaitDrawn(main);
+    EXPECT_EQ(shown(), main + "\n");
+    EXPECT_EQ(run("xdotool getwindowgeometry " + main), place);
+    // And it takes the keyboard again.
+    key("ctrl+a");
+    key("Return");
+    chooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    key("alt+F4");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
 // What the window was at its start decides: a start in which it was a tool for a moment let it lie
 // over its panel for good, now and then.
 TEST_F(UserTest, ThePanelIsInFrontOfItsWindowAfterEachOfFiveStarts)
