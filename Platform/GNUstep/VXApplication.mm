@@ -1,5 +1,7 @@
 #import "VXApplication.h"
 
+#import <GNUstepGUI/GSDisplayServer.h>
+
 #include "FolderOpening.h"
 #include "ImageResources.h"
 #include "PacedDisplay.h"
@@ -11,6 +13,10 @@
 @interface NSApplication (LibraryOwn)
 - (NSArray *)_openFiles;
 - (void)_lastWindowClosed;
+@end
+
+@interface GSDisplayServer (MouseOptions)
+- (void)mouseOptionsChanged:(NSNotification *)notification;
 @end
 
 #include <cstdlib>
@@ -44,6 +50,16 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
                               pressure:[event pressure]];
 }
 
+// The library would read the options on the first press of a button, and ask a service of the
+// desktop to tell it of changes; while it waits for the answer a short click's release overtakes
+// its press, and the button that was pressed is never let go. Once read they are not asked for.
+void readMouseOptions()
+{
+    GSDisplayServer *server = GSCurrentServer();
+    if ([server respondsToSelector:@selector(mouseOptionsChanged:)])
+        [server mouseOptionsChanged:nil];
+}
+
 NSString *localized(NSString *text)
 {
     return [[NSBundle mainBundle] localizedStringForKey:text value:text table:nil];
@@ -73,6 +89,7 @@ NSString *information(NSString *key)
     self = [super init];
     if (self == nil)
         return nil;
+    readMouseOptions();
     vx::registerFonts();
     vx::installFolderOpening();
     vx::installPacedDisplay();

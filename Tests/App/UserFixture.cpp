@@ -131,7 +131,7 @@ void UserTest::click(const std::string &id, int x, int y, const std::string &hel
     const std::string down = held.empty() ? "" : "keydown " + held + " ";
     const std::string up = held.empty() ? "" : " keyup " + held;
     run("xdotool mousemove --window " + id + " " + at + " sleep 0.3 " + down +
-        "mousedown 1 sleep 0.2 mouseup 1 sleep 0.3" + up);
+        "mousedown 1 sleep 0.05 mouseup 1 sleep 0.3" + up);
 }
 
 void UserTest::clickAbove(const std::string &id, int x, int bottom)
@@ -141,18 +141,13 @@ void UserTest::clickAbove(const std::string &id, int x, int bottom)
 
 std::string UserTest::askForPanel(const std::string &main, int y)
 {
-    constexpr int kAttempts = 3;
     awaitDrawn(main);
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        if (_manager != nullptr)
-            activate(main);
-        else
-            focus(main);
-        click(main, 100, y);
-        key("ctrl+e");
-        if (Eventually([&] { return !isGone("Open"); }, std::chrono::seconds(8)))
-            break;
-    }
+    if (_manager != nullptr)
+        activate(main);
+    else
+        focus(main);
+    click(main, 100, y);
+    key("ctrl+e");
     std::string panel = window("Open");
     awaitDrawn(panel);
     return panel;

@@ -39,14 +39,13 @@ protected:
     // "X=", "Y=", "WIDTH=" or "HEIGHT=" of a window, without its decorations.
     static int geometry(const std::string &id, const std::string &name);
 
-    // A mouse is slow: the library tracks it in a loop of its own.
+    // As short as a click of a quick hand.
     void click(const std::string &id, int x, int y, const std::string &held = "");
     // bottom: points above the window's lower edge.
     void clickAbove(const std::string &id, int x, int bottom);
     void key(const std::string &name) { run("xdotool sleep 0.3 key --delay 60 " + name); }
     void type(const std::string &text) { run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
-    // Selects the row at this height and exports it; returns the panel. Where a click came before
-    // the window had settled under its window manager, it is made again, as a user would.
+    // Selects the row at this height and exports it; returns the panel.
     std::string askForPanel(const std::string &main, int y);
     // Types the path into the panel and confirms it.
     void chooseFolder(const std::string &path);

@@ -228,6 +228,30 @@ TEST_F(UserTest, ThePanelIsInFrontOfItsWindowAfterEachOfFiveStarts)
     }
 }
 
+// A process reads what it needs to know of the mouse once.
+TEST_F(UserTest, AShortFirstClickOnExportAsksForTheFolderAfterEachOfFiveStarts)
+{
+    _volume.WriteFile("a.txt", "a");
+    for (int start = 0; start < 5; ++start) {
+        ChildProcess host(VOLUME_HOST, {_volume.Path()});
+        const std::string main = window("File Explorer");
+        awaitDrawn(main);
+        focus(main);
+        key("ctrl+a");
+        // No time between press and release: the library finds both at once.
+        run("xdotool sleep 0.3 mousemove --window " + main + " 820 558 mousedown 1 mouseup 1");
+        const std::string panel = window("Open");
+        ASSERT_NE(panel, "") << "start " << start;
+        awaitDrawn(panel);
+        focus(panel);
+        key("Escape");
+        EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+        focus(main);
+        key("ctrl+w");
+        ASSERT_EQ(host.AwaitEnd(), 0);
+    }
+}
+
 TEST_F(UserTest, WithFourArgumentsAndNoHostListeningTheExplorerStillShowsItsWindow)
 {
     _volume.WriteFile("a.txt", "a");
