@@ -20,15 +20,18 @@ Comparison Compare(int turns, const Measurement &ours, const Measurement &theirs
     std::vector<double> theirsSeen;
     std::vector<double> ratios;
     for (int turn = 0; turn <= turns; ++turn) {
-        const double first = ours();
-        const double second = theirs();
-        if (first < 0 || second <= 0)
+        const bool oursFirst = turn % 2 == 0;
+        const double first = oursFirst ? ours() : theirs();
+        const double second = oursFirst ? theirs() : ours();
+        const double ourValue = oursFirst ? first : second;
+        const double theirValue = oursFirst ? second : first;
+        if (ourValue < 0 || theirValue <= 0)
             return {false, 0, 0, 0};
         if (turn == 0)
             continue;
-        oursSeen.push_back(first);
-        theirsSeen.push_back(second);
-        ratios.push_back(first / second);
+        oursSeen.push_back(ourValue);
+        theirsSeen.push_back(theirValue);
+        ratios.push_back(ourValue / theirValue);
     }
     return {true, median(oursSeen), median(theirsSeen), median(ratios)};
 }

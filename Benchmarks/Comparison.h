@@ -1,4 +1,5 @@
-// Measures two things side by side, in turns, so that a slow minute of the machine hits both.
+// Measures two things side by side, in turns, so that a slow minute of the machine hits both. Each
+// comes first in every second turn: the later one may find memory that the earlier one warmed up.
 #pragma once
 
 #include <functional>
