@@ -11,6 +11,7 @@
 #include <atomic>
 #include <ctime>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -196,10 +197,9 @@ TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedWhileTheMouseIsTracked)
 
 TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorkerHasStopped)
 {
-    std::atomic<bool> mayGoOn{false};
-    work([&] {
-        while (!mayGoOn)
-            std::this_thread::yield();
+    std::promise<void> workerMayGoOn;
+    work([this, mayGoOn = workerMayGoOn.get_future().share()] {
+        mayGoOn.wait();
         report(10);
     });
     When([this] { return [[_progress window] isVisible]; },
@@ -208,7 +208,7 @@ TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorker
     EXPECT_FALSE([[_progress window] isVisible]);
     EXPECT_FALSE([_progress Continued]);
     EXPECT_FALSE(_workerEnded);
-    mayGoOn = true;
+    workerMayGoOn.set_value();
 }
 
 TEST_F(CopyingFileWindowTest, TheCancelButtonEndsTheSessionWith0)
