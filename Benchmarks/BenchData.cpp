@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ChildProcess.h"
+#include "FreeMemory.h"
 
 namespace {
 
@@ -150,5 +151,6 @@ std::string BenchData::freshDestination()
     std::string folder = _folder + "/copy";
     RunChild({"rm", "-rf", folder});
     sync();
+    FillFreeMemory(_folder);
     return folder;
 }

@@ -21,8 +21,8 @@ public:
     std::string likeADisk();       // 100 entries of many kinds, as at a disk's root
     std::string empty();
 
-    // A folder that does not exist, for a copy; what an earlier copy left there is removed, and
-    // what is still to be written to the disk is written.
+    // A folder that does not exist, for a copy; what an earlier copy left there is removed, what is
+    // still to be written to the disk is written, and free memory is filled.
     std::string freshDestination();
 
 private:

@@ -4,8 +4,10 @@
 //                                       bytes of resident growth per entry
 //   catalogue-probe plan FILES          plans an export of that many made-up files; prints
 //                                       files and seconds
-//   catalogue-probe export FOLDER DEST  exports everything; prints the bytes of memory above
-//                                       what was in use before the export, and its seconds
+//   catalogue-probe export FOLDER DEST [HOLES]
+//                                       exports everything; prints the bytes of memory above
+//                                       what was in use before the export, and its seconds;
+//                                       fills free memory first, by means of the folder HOLES
 
 #import <Foundation/Foundation.h>
 
@@ -15,6 +17,7 @@
 #include <cstring>
 
 #import "CBitlockerWrapper.h"
+#include "FreeMemory.h"
 #include "GeneratedVolume.h"
 #include "ResidentMemory.h"
 #import "SilentDelegate.h"
@@ -87,7 +90,7 @@ int plan(unsigned files)
     return 0;
 }
 
-int exportAll(const char *path, const char *destination)
+int exportAll(const char *path, const char *destination, const char *holes)
 {
     IVolume *volume = openFolder(path);
     Z5FileManager *engine = volume == nullptr ? nil : newPlan(volume);
@@ -95,6 +98,8 @@ int exportAll(const char *path, const char *destination)
         return fail("nothing to export");
     const int64_t before = ResidentBytesNow();
     SilentDelegate *delegate = [[SilentDelegate alloc] init];
+    if (holes != nullptr)
+        FillFreeMemory(holes);
     const Clock::time_point start = Clock::now();
     [engine copyTo:[NSString stringWithUTF8String:destination] withDelegate:delegate];
     [delegate waitForTheEnd];
@@ -111,9 +116,9 @@ int run(int argc, char **argv)
         return listRoot(argv[2]);
     if (argc == 3 && strcmp(argv[1], "plan") == 0)
         return plan(static_cast<unsigned>(strtoul(argv[2], nullptr, 10)));
-    if (argc == 4 && strcmp(argv[1], "export") == 0)
-        return exportAll(argv[2], argv[3]);
-    return fail("usage: catalogue-probe list FOLDER | plan FILES | export FOLDER DEST");
+    if ((argc == 4 || argc == 5) && strcmp(argv[1], "export") == 0)
+        return exportAll(argv[2], argv[3], argv[4]);
+    return fail("usage: catalogue-probe list FOLDER | plan FILES | export FOLDER DEST [HOLES]");
 }
 
 }  // namespace

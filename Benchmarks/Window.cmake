@@ -3,8 +3,13 @@
 include("${CMAKE_SOURCE_DIR}/FileExplorer/Resources/Bundle.cmake")
 include("${CMAKE_SOURCE_DIR}/Tests/Support/Display.cmake")
 
-add_executable(window-probe EXCLUDE_FROM_ALL CountedRows.mm GeneratedVolume.cpp WindowProbe.mm)
-target_link_libraries(window-probe PRIVATE explorer-app platform-gnustep vx_warnings)
+add_executable(window-probe EXCLUDE_FROM_ALL
+  CountedRows.mm
+  GeneratedVolume.cpp
+  WatchedProgress.mm
+  WindowProbe.mm)
+target_link_libraries(window-probe PRIVATE
+  explorer-app platform-gnustep volume-export-core free-memory vx_warnings)
 vx_bundle(window-probe NAME WindowProbe MAIN_NIB MainMenu INTERFACE_FILES
   "${CMAKE_SOURCE_DIR}/FileExplorer/Resources/Base/MainMenu.xib"
   "${CMAKE_SOURCE_DIR}/FileExplorer/Resources/Base/copyingFileWindow.xib")

@@ -4,10 +4,11 @@
 //   window-probe expand COUNT -     opens a folder of that many made-up entries in the tree
 //   window-probe rows COUNT -       the same on a bare tree whose data source only counts
 //   window-probe list COUNT -       lists such a folder without a tree
-//   window-probe export FOLDER DEST exports everything under the progress window
+//   window-probe export FOLDER DEST [HOLES]
+//                                   exports everything under the progress window; fills free
+//                                   memory first, by means of the folder HOLES
 #import "AppDelegate.h"
 #import "CBitlockerWrapper.h"
-#import "CopyingFileWindow.h"
 #import "TreeOutlineView.h"
 #import "Z5FileManager.h"
 
@@ -17,8 +18,10 @@
 #include <cstring>
 
 #import "CountedRows.h"
+#include "FreeMemory.h"
 #include "GeneratedVolume.h"
 #import "VXApplication.h"
+#import "WatchedProgress.h"
 
 namespace {
 
@@ -80,7 +83,7 @@ int list(unsigned count)
     return [entries count] == count ? 0 : fail("entries are missing");
 }
 
-int exportAll(const char *folder, const char *destination)
+int exportAll(const char *folder, const char *destination, const char *holes)
 {
     CBitlockerWrapper wrapper;
     IVolume *volume = nullptr;
@@ -92,11 +95,14 @@ int exportAll(const char *folder, const char *destination)
                                                             andExplorer:explorer] autorelease];
     if (engine == nil)
         return fail("nothing to export");
-    CopyingFileWindow *progress = [[[CopyingFileWindow alloc] init] autorelease];
+    WatchedProgress *progress = [[[WatchedProgress alloc] init] autorelease];
     NSWindow *window = [progress window];
+    if (holes != nullptr)
+        FillFreeMemory(holes);
     const Clock::time_point start = Clock::now();
     [engine copyTo:[NSString stringWithUTF8String:destination] withDelegate:progress];
     [NSApp runModalForWindow:window];
+    [progress waitForTheEnd];
     printf("%.6f\n", secondsSince(start));
     return 0;
 }
@@ -117,9 +123,9 @@ int run(int argc, char **argv)
         return rows(delegate, count);
     if (argc == 4 && strcmp(argv[1], "list") == 0)
         return list(count);
-    if (argc == 4 && strcmp(argv[1], "export") == 0)
-        return exportAll(argv[2], argv[3]);
-    return fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST");
+    if ((argc == 4 || argc == 5) && strcmp(argv[1], "export") == 0)
+        return exportAll(argv[2], argv[3], argv[4]);
+    return fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST [HOLES]");
 }
 
 }  // namespace
