@@ -29,7 +29,6 @@ bool readStep(const vx::UniqueFd &file, off_t start)
     return pread(file.Get(), buffer.data(), buffer.size(), start) > 0;
 }
 
-#ifdef _SC_AVPHYS_PAGES
 off_t memory(int which)
 {
     return static_cast<off_t>(sysconf(which)) * sysconf(_SC_PAGESIZE);
@@ -44,17 +43,6 @@ off_t freeMemory()
 {
     return memory(_SC_AVPHYS_PAGES);
 }
-#else
-off_t allMemory()
-{
-    return 0;
-}
-
-off_t freeMemory()
-{
-    return 0;
-}
-#endif
 
 }  // namespace
 
