@@ -1,6 +1,7 @@
 #include "Destination.h"
 
 #include "TerminalText.h"
+#include "Unicode.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -72,6 +73,14 @@ bool Destination::Prepare(bool *made, std::string *error)
     const std::unique_ptr<char, decltype(&free)> resolved(realpath(_path.c_str(), nullptr), &free);
     if (!resolved)
         return FailFor("cannot use the destination ", _path, error);
+    // The export engine takes no other paths; a link with a good name may lead to one.
+    if (!IsUtf8(resolved.get())) {
+        *error = "the destination " + TerminalText(_path) +
+                 " lies in a folder whose name is not valid UTF-8";
+        if (*made)
+            rmdir(_path.c_str());
+        return false;
+    }
     _path = resolved.get();
     return true;
 }

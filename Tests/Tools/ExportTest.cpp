@@ -117,6 +117,18 @@ TEST_F(Export, ADestinationThatIsAFileIsRefused)
     EXPECT_EQ(result.errors, "volume-export: the destination " + file + " is not a folder\n");
 }
 
+TEST_F(Export, ADestinationThatALinkPutsIntoAFolderWithABrokenNameIsRefused)
+{
+    _folder.WriteFile("volume/a.txt", "1");
+    const std::string broken = _folder.MakeFolder("caf\xE9");
+    const std::string link = _folder.MakeLink("link", broken);
+    const Result result = Run({"--to", link + "/new", _volume});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.errors, "volume-export: the destination " + link +
+                                 "/new lies in a folder whose name is not valid UTF-8\n");
+    EXPECT_NE(access((broken + "/new").c_str(), F_OK), 0) << "the new folder was left behind";
+}
+
 TEST_F(Export, TheVolumeItselfIsRefusedAsDestination)
 {
     _folder.WriteFile("volume/a.txt", "precious");
