@@ -47,7 +47,6 @@ private:
     std::string ReasonForCopy(const std::u16string &path, Z5BitLockerFile *file,
                               const std::string &copy, FileIdentity *identity);
     void NoteUnopened(Z5FindData *entry, const char *reason);
-    void NoteOverwritten(const FileIdentity &identity, Z5FindData *entry);
     void AddArrived(const FileIdentity &identity, Z5FindData *entry, int64_t size);
     bool WasStopped() const;
     bool Advance(int64_t bytes);

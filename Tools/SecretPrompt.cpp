@@ -54,8 +54,6 @@ private:
     struct sigaction _before[kSignalCount] = {};
 };
 
-constexpr int SilentTerminal::kSignals[];
-
 // Byte by byte, since what follows the line is not ours.
 bool ReadLine(std::string *line)
 {

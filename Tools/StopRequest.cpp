@@ -18,8 +18,6 @@ size_t noticeStart = 0;  // set before the handler is installed
 
 }  // namespace
 
-constexpr int StopRequest::kSignals[];
-
 StopRequest::StopRequest()
 {
     signalReceived = 0;
