@@ -36,7 +36,7 @@ int RunHost(const std::string &argv0, vx::HostOptions options)
     if (status != 0)
         return status;
     if (options.explorer.empty())
-        options.explorer = vx::ProgramFolder(argv0) + "/FileExplorer.app/FileExplorer";
+        options.explorer = vx::ProgramFolder(argv0) + "/" VX_EXPLORER;
     return vx::HostSession(events, kPaths).Run(options.explorer, options);
 }
 
