@@ -5,17 +5,27 @@ function(vx_bundle_apple target name main_nib interface_files)
   set(plist "${CMAKE_CURRENT_BINARY_DIR}/${target}-Info.plist")
   configure_file("${VX_RESOURCES_DIR}/Info.plist.in" "${plist}" @ONLY)
 
-  set(icon "${CMAKE_CURRENT_BINARY_DIR}/${target}/FileExplorer.icns")
+  # Not every generator makes the folder of what a command puts out.
+  set(made "${CMAKE_CURRENT_BINARY_DIR}/${target}")
+  file(MAKE_DIRECTORY "${made}")
+
+  set(icon "${made}/FileExplorer.icns")
+  set(iconset "${VX_RESOURCES_DIR}/Images/FileExplorer.iconset")
+  file(GLOB icon_sizes "${iconset}/*.png")
   add_custom_command(OUTPUT "${icon}"
-    COMMAND iconutil --convert icns --output "${icon}" "${VX_RESOURCES_DIR}/Images/FileExplorer.iconset"
+    COMMAND iconutil --convert icns --output "${icon}" "${iconset}"
+    DEPENDS ${icon_sizes}
     VERBATIM)
   file(GLOB images "${VX_RESOURCES_DIR}/Images/*.png")
   set(resources ${images} "${icon}")
 
   foreach(xib IN LISTS interface_files)
     get_filename_component(base "${xib}" NAME_WE)
-    set(nib "${CMAKE_CURRENT_BINARY_DIR}/${target}/${base}.nib")
-    add_custom_command(OUTPUT "${nib}" COMMAND ibtool --compile "${nib}" "${xib}" DEPENDS "${xib}" VERBATIM)
+    set(nib "${made}/${base}.nib")
+    add_custom_command(OUTPUT "${nib}"
+      COMMAND ibtool --minimum-deployment-target "${CMAKE_OSX_DEPLOYMENT_TARGET}" --compile "${nib}" "${xib}"
+      DEPENDS "${xib}"
+      VERBATIM)
     list(APPEND resources "${nib}")
   endforeach()
 
