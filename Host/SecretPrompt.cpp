@@ -2,8 +2,9 @@
 
 #include "EventPipe.h"
 
-#include <poll.h>
+#include <algorithm>
 #include <signal.h>
+#include <sys/select.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -80,14 +81,19 @@ int SecretPrompt::NextSignal()
 // False: a signal asked the program to end.
 bool SecretPrompt::AwaitInput()
 {
-    struct pollfd wanted[] = {{_terminal, POLLIN, 0}, {_events.GetDescriptor(), POLLIN, 0}};
+    // Not poll, which does not know terminals on macOS.
+    const int events = _events.GetDescriptor();
     for (;;) {
-        if (poll(wanted, 2, -1) <= 0)
+        fd_set wanted;
+        FD_ZERO(&wanted);
+        FD_SET(_terminal, &wanted);
+        FD_SET(events, &wanted);
+        if (select(std::max(_terminal, events) + 1, &wanted, nullptr, nullptr, nullptr) <= 0)
             continue;
         // The end of a child that was there before this program asks for nothing.
-        if ((wanted[1].revents & POLLIN) && (_signal = NextSignal()) != 0)
+        if (FD_ISSET(events, &wanted) && (_signal = NextSignal()) != 0)
             return false;
-        if (wanted[0].revents != 0)
+        if (FD_ISSET(_terminal, &wanted))
             return true;
     }
 }
