@@ -41,12 +41,21 @@ void note(Class owner, SEL selector, const char *step)
         reinterpret_cast<Function>(method_setImplementation(method, reinterpret_cast<IMP>(noting)));
 }
 
-// What the library gives to be hidden.
+// The library has none to give where the desktop draws it.
 NSButton *g_zoomButton = nil;
 
 id standInButton(id, SEL, NSWindowButton button)
 {
     return button == NSWindowZoomButton ? g_zoomButton : nil;
+}
+
+// For the rest of the process.
+void giveWindowsAZoomButton()
+{
+    g_zoomButton = [[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)];
+    method_setImplementation(
+        class_getInstanceMethod([NSWindow class], @selector(standardWindowButton:)),
+        reinterpret_cast<IMP>(standInButton));
 }
 
 class StartUp : public testing::Test {
@@ -146,15 +155,19 @@ TEST_F(StartUp, ANullVolumeWithStatus0IsNotShown)
     EXPECT_TRUE([[delegate window] isVisible]);
 }
 
+TEST_F(StartUp, TheZoomButtonIsHidden)
+{
+    giveWindowsAZoomButton();
+    ASSERT_FALSE([g_zoomButton isHidden]);
+    start();
+    EXPECT_TRUE([g_zoomButton isHidden]);
+}
+
 TEST_F(StartUp, TheStepsComeInTheirOrder)
 {
     note<0, void, id, SEL, NSString *, id>([NSNotificationCenter class],
                                            @selector(addObserver:selector:name:object:), "observe");
     library->opening = [] { g_steps.emplace_back("open"); };
-    g_zoomButton = [[[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)] autorelease];
-    method_setImplementation(
-        class_getInstanceMethod([NSWindow class], @selector(standardWindowButton:)),
-        reinterpret_cast<IMP>(standInButton));
     note<1, id, NSWindowButton>([NSWindow class], @selector(standardWindowButton:), "zoom button");
     note<2, BOOL, IVolume *>([Z5FileExplorer class], @selector(setVolumeObject:), "give");
     note<3, void>([TreeOutlineView class], @selector(viewDidMoveToWindow), "add");
@@ -162,7 +175,6 @@ TEST_F(StartUp, TheStepsComeInTheirOrder)
     note<5, void, id>([NSWindow class], @selector(makeKeyAndOrderFront:), "key");
     note<6, void, NSInteger>([NSWindow class], @selector(setLevel:), "raise");
     start();
-    EXPECT_TRUE([g_zoomButton isHidden]);
     // The window library observes notifications of its own meanwhile.
     const auto opened = std::find(g_steps.begin(), g_steps.end(), "open");
     ASSERT_NE(opened, g_steps.end());
