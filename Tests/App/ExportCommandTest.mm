@@ -168,9 +168,15 @@ TEST_F(ExportCommandTest, AfterAnExportTheExplorerComesToTheFrontAndThenTheDesti
     Method method =
         class_getInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:));
     const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(recordActivation));
+    // The window would otherwise be gone before it is looked at.
+    volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
     int atTheEnd = -1;
     choose(folder.Path());
-    When([] { return progress() != nil; }, [&atTheEnd] { atTheEnd = g_activations; });
+    When([this] { return workerStalls(); },
+         [this, &atTheEnd] {
+             atTheEnd = g_activations;
+             volume.release();
+         });
     [controller onClickedExport:nil];
     method_setImplementation(method, original);
     EXPECT_EQ(g_activationsBeforeOpening, atTheEnd + 1);
@@ -333,6 +339,8 @@ TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorke
     root().file(u"slow", 5 << 20);
     root().file(u"quick", std::string("quick"));
     volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
+    // So that the second window is still there when it is looked for.
+    volume.atCall(vx::VolumeOperation::OpenFile, 2, vx::Fault::Stall);
     open();
     select({0});
     choose(folder.MakeFolder("first"));
