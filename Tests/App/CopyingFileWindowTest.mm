@@ -72,7 +72,9 @@ protected:
 
     CopyingFileWindow *_progress = nil;
     std::thread _worker;
+    // What the worker writes lives here: the destructor waits for it, also when a test fails.
     std::atomic<bool> _workerEnded{false};
+    std::atomic<int> _served{0};
 };
 
 TEST_F(CopyingFileWindowTest, StartsWithAWhiteBackgroundTheInitializingTextAndAnEmptyBar)
@@ -102,11 +104,13 @@ TEST_F(CopyingFileWindowTest, TheRunStateIsWhatWasSet)
 
 TEST_F(CopyingFileWindowTest, AnAnnouncedFileIsNamedWithTheIconOfItsType)
 {
+    const int64_t before = time(nullptr);
     [_progress UpdateInformation:@"/Reports/a.pdf"];
     EXPECT_EQ(fileLine(), utf8(FileLineText(@"/Reports/a.pdf")));
     EXPECT_EQ([[_progress fileImage] image],
               [[NSWorkspace sharedWorkspace] iconForFileType:@"pdf"]);
-    EXPECT_NEAR(static_cast<double>(startTime()), static_cast<double>(time(nullptr)), 2);
+    EXPECT_GE(startTime(), before);
+    EXPECT_LE(startTime(), time(nullptr));
 }
 
 TEST_F(CopyingFileWindowTest, TheSamePathAnnouncedTwiceChangesNothingAndDoesNotRestartTheClock)
@@ -142,10 +146,8 @@ TEST_F(CopyingFileWindowTest, AReportMovesTheBarAndTheEstimateRunsFromTheCurrent
     setStartTime(time(nullptr) - 600);
     report(50);
     EXPECT_EQ([[_progress progressBar] doubleValue], 50.0);
-    EXPECT_EQ(progressLine().find(utf8(ProgressLineText(50, 600, 200))) == 0 ||
-                  progressLine() == utf8(ProgressLineText(50, 601, 200)),
-              true)
-        << progressLine();
+    // The text is the same for the rest of that minute.
+    EXPECT_EQ(progressLine(), utf8(ProgressLineText(50, 600, 200)));
 }
 
 TEST_F(CopyingFileWindowTest, AReportOfExactly100PercentEndsTheSessionWith0AndClosesTheWindow)
@@ -157,13 +159,9 @@ TEST_F(CopyingFileWindowTest, AReportOfExactly100PercentEndsTheSessionWith0AndCl
 
 TEST_F(CopyingFileWindowTest, AReportOf99PercentDoesNot)
 {
-    std::atomic<bool> reported{false};
-    work([&] {
-        report(99);
-        reported = true;
-    });
+    work([this] { report(99); });
     bool stillOpen = false;
-    When([&] { return reported.load(); },
+    When([this] { return _workerEnded.load(); },
          [&] {
              stillOpen =
                  [[_progress window] isVisible] && [NSApp modalWindow] == [_progress window];
@@ -175,16 +173,15 @@ TEST_F(CopyingFileWindowTest, AReportOf99PercentDoesNot)
 
 TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedInTheModalSession)
 {
-    int served = 0;
-    work([&] {
-        for (; served < 50; ++served) {
-            [_progress UpdateInformation:[NSString stringWithFormat:@"/%d", served]];
-            report(served);
+    work([this] {
+        for (; _served < 50; ++_served) {
+            [_progress UpdateInformation:[NSString stringWithFormat:@"/%d", _served.load()]];
+            report(_served);
         }
         report(100);
     });
     EXPECT_EQ(runModal(), 0);
-    EXPECT_EQ(served, 50);
+    EXPECT_EQ(_served, 50);
     EXPECT_EQ(fileLine(), utf8(FileLineText(@"/49")));
 }
 
