@@ -89,7 +89,7 @@ TEST_F(EndToEndTest, TheExplorerTakesAMessageOfTheHostAndGoesOn)
         ASSERT_TRUE(Eventually([] { return PipeFolder::Exists(kToExplorer); }));
         const RawReader beside(kToExplorer);
         // The explorer may take it between two looks; it has been sent by the end of the wait.
-        Eventually([&] { return beside.HasInput(); }, std::chrono::seconds(2));
+        Eventually([&] { return beside.HasInput(); });
         EXPECT_TRUE(Eventually([&] { return !beside.HasInput(); })) << "nobody took it";
         host.CloseInput();
         EXPECT_EQ(host.AwaitEnd(), 0);

@@ -150,7 +150,6 @@ TEST_F(CPipeConnectorTest, EmptyingTheSinkWaitsForACallUnderWayAndNoneFollows)
     });
     RawPeer peer(_folder);
     ASSERT_TRUE(peer.Write(Message(1, "one")));
-    ASSERT_TRUE(peer.Write(Message(1, "two")));
     entered.get_future().wait();
     auto emptied = std::async(std::launch::async, [&] {
         _connector->SetMsgHander(nullptr);
@@ -158,10 +157,11 @@ TEST_F(CPipeConnectorTest, EmptyingTheSinkWaitsForACallUnderWayAndNoneFollows)
     });
     mayLeave.set_value();
     EXPECT_TRUE(emptied.get()) << "the sink was given up while it was running";
-    // The second message is taken once there is a sink again, by that sink.
+    // A second message is taken once there is a sink again, by that sink.
+    ASSERT_TRUE(peer.Write(Message(1, "two")));
     RecordingSink other;
     _connector->SetMsgHander(&other);
-    ASSERT_TRUE(other.AwaitCount(1));
+    EXPECT_TRUE(other.AwaitCount(1));
     EXPECT_EQ(_sink.Count(), 1u);
     _connector->SetMsgHander(nullptr);
 }
@@ -208,6 +208,9 @@ TEST_F(CPipeConnectorTest, DeletePipeUnlinksBothFifosAndReturnsTheSecondResult)
 {
     RawPeer peer(_folder);
     Connect();
+    // A reader that has yet to open its end would make the FIFO anew.
+    ASSERT_TRUE(peer.Write(Message(1, "the reader has its end open")));
+    ASSERT_TRUE(_sink.AwaitCount(1));
     EXPECT_EQ(_connector->DeletePipe(), 0);
     EXPECT_FALSE(PipeFolder::Exists(_folder.ToClient()));
     EXPECT_FALSE(PipeFolder::Exists(_folder.ToServer()));

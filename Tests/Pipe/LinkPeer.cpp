@@ -73,14 +73,14 @@ int SendNotice(const Paths &paths)
     return Eventually([&] { return link.SendCmd_async(&kExplorerQuitNotice); }) ? 0 : 1;
 }
 
-// Exit status 3: the send returned false, before a tenth of a polling interval was over.
+// Exit status 3: the send returned false, and did not wait for a polling interval.
 int SendNoticeToNobody(const Paths &paths)
 {
     CPipeFileExplorerClientWrapper *link = CPipeFileExplorerClientWrapper::getInstance();
     link->initClient("nobody", paths.read, kReadFlags, paths.write, kWriteFlags);
     const auto begin = std::chrono::steady_clock::now();
     const bool sent = link->SendCmd_async(&kExplorerQuitNotice);
-    const bool delayed = std::chrono::steady_clock::now() - begin > vx::kPollInterval / 10;
+    const bool delayed = std::chrono::steady_clock::now() - begin >= vx::kPollInterval;
     return sent ? 1 : delayed ? 2 : 3;
 }
 

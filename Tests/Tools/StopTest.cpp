@@ -165,7 +165,8 @@ TEST_F(Progress, ElsewhereThereAreNoCarriageReturns)
     Release();
     EXPECT_EQ(run.Wait(), 0);
     EXPECT_TRUE(Lacks(run.Errors() + run.Output(), "\r"));
-    EXPECT_EQ(run.Errors(), "Exporting 3 files, 17.0 MiB, to " + _destination + "\n");
+    // Where it takes more than five seconds, lines of progress follow.
+    EXPECT_EQ(run.Errors().rfind("Exporting 3 files, 17.0 MiB, to " + _destination + "\n", 0), 0u);
 }
 
 }  // namespace
