@@ -101,11 +101,16 @@ protected:
 
 TEST_F(PacedDisplay, AWindowThatChangesAllTheTimeIsDrawnSixtyTimesASecondAtMost)
 {
-    const int before = m_view->_drawn;
-    const double seconds = changeForAWhile();
-    EXPECT_GT(m_view->_value, 60 * seconds + 2) << "not enough changes to tell";
+    // On a busy machine some whiles have too few changes to tell anything.
+    double most = 0;
+    int before = 0;
+    for (int attempt = 0; attempt < 20 && m_view->_value <= most; ++attempt) {
+        before = m_view->_drawn;
+        most = 60 * changeForAWhile() + 2;
+    }
+    ASSERT_GT(m_view->_value, most) << "never enough changes to tell";
     EXPECT_GT(m_view->_drawn, before);
-    EXPECT_LE(m_view->_drawn - before, 60 * seconds + 2);
+    EXPECT_LE(m_view->_drawn - before, most);
 }
 
 TEST_F(PacedDisplay, TheLastChangeIsShownThoughNothingElseHappens)

@@ -13,7 +13,7 @@
 namespace vxtest {
 namespace {
 
-constexpr int kAnswerTimeoutMs = 10000;
+constexpr int kAnswerTimeoutMs = 60000;
 
 struct Pipe {
     int ends[2] = {-1, -1};

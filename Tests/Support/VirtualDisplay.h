@@ -12,8 +12,8 @@ namespace vxtest {
 
 class VirtualDisplay {
 public:
-    // Starts the server and puts its name into DISPLAY. Null when it did not answer within ten
-    // seconds.
+    // Starts the server and puts its name into DISPLAY. Null when it did not answer within a
+    // minute.
     static std::unique_ptr<VirtualDisplay> start(const std::string &screen = "1280x900x24");
     ~VirtualDisplay();
     VirtualDisplay(const VirtualDisplay &) = delete;
