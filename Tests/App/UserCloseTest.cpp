@@ -18,19 +18,6 @@ protected:
         UserStallTest::SetUp();
         startWindowManager();
     }
-
-    static void expectNotice(ChildProcess &host)
-    {
-        EXPECT_EQ(host.AwaitEnd(), 0);
-        EXPECT_TRUE(noticeArrived(host)) << host.Output();
-    }
-
-    void closeAndExpectNotice(const std::string &main, ChildProcess &host)
-    {
-        activate(main);
-        key("alt+F4");
-        expectNotice(host);
-    }
 };
 
 TEST_F(UserCloseTest, TheMainWindowWithTheSheetUpEndsTheProgramWithTheNotice)
@@ -135,8 +122,7 @@ TEST_F(UserCloseTest, AnAlertIsGivenUpAndTheMainWindowBelowItStays)
 TEST_F(UserCloseTest, TheMainWindowDuringAListingEndsTheProgramWithTheNotice)
 {
     ChildProcess host(install(STAND_IN), {"stalling-listing", "none", _stall});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     activate(main);
     click(main, 9, 60);
     key("alt+F4");

@@ -13,15 +13,7 @@ namespace fs = std::filesystem;
 class UserEndTest : public UserTest {
 protected:
     // The program starts, shows its window, and closing that brings the notice.
-    void expectWindowAndNotice(ChildProcess &host)
-    {
-        const std::string main = window("File Explorer");
-        awaitDrawn(main);
-        focus(main);
-        key("ctrl+w");
-        EXPECT_EQ(host.AwaitEnd(), 0);
-        EXPECT_TRUE(noticeArrived(host)) << host.Output();
-    }
+    void expectWindowAndNotice(ChildProcess &host) { closeAndExpectNotice(drawnWindow(), host); }
 };
 
 TEST_F(UserEndTest, AMissingLibraryLeavesAnEmptyWindowAndClosingItSendsTheNotice)
@@ -44,22 +36,16 @@ TEST_F(UserEndTest, ANonZeroStatusLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 
 TEST_F(UserEndTest, ClosingThroughTheWindowManagerSendsTheNotice)
 {
-    ChildProcess manager("/usr/bin/openbox", {"--sm-disable"});
+    startWindowManager();
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
-    run("xdotool windowactivate --sync " + main);
-    key("alt+F4");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectWindowAndNotice(host);
 }
 
 TEST_F(UserEndTest, QuittingWithTheSheetUpEndsTheProgramWithTheNotice)
 {
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     click(main, 100, 58);
     focus(main);
     key("ctrl+e");
@@ -67,8 +53,7 @@ TEST_F(UserEndTest, QuittingWithTheSheetUpEndsTheProgramWithTheNotice)
     awaitDrawn(panel);
     focus(panel);
     key("ctrl+q");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserEndTest, AFolderWithoutWritePermissionIsRefusedAndTheProgramGoesOn)
@@ -83,8 +68,7 @@ TEST_F(UserEndTest, AFolderWithoutWritePermissionIsRefusedAndTheProgramGoesOn)
     run("chmod -R a+rX '" + volume + "' '" + _destination.Path() + "'");
     run("chmod -R a+rwX '" + _home.Path() + "' && chown -R nobody '" + _home.Path() + "'");
     ChildProcess host("/usr/bin/env", arguments);
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     click(main, 100, 58);
     focus(main);
     key("ctrl+e");
@@ -97,10 +81,7 @@ TEST_F(UserEndTest, AFolderWithoutWritePermissionIsRefusedAndTheProgramGoesOn)
     EXPECT_TRUE(Eventually([&] { return isGone("Alert"); }));
     EXPECT_TRUE(fs::is_empty(destination));
     EXPECT_FALSE(fs::exists(_home.At("opened")));
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    closeAndExpectNotice(main, host);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include "Eventually.h"
 #include "PrivateSettings.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -75,6 +77,13 @@ bool UserTest::isGone(const std::string &title)
         return found.find("X Error") == std::string::npos;
     }));
     return found.empty();
+}
+
+std::string UserTest::drawnWindow()
+{
+    std::string main = window("File Explorer");
+    awaitDrawn(main);
+    return main;
 }
 
 void UserTest::awaitDrawn(const std::string &id)
@@ -175,11 +184,23 @@ std::string UserTest::install(const std::string &library)
     return programs + "/volume-host";
 }
 
-bool UserTest::noticeArrived(const ChildProcess &host)
+// The host says so last; ahead of it the window library may grumble about the display.
+void UserTest::expectNotice(ChildProcess &host)
 {
-    const std::string output = host.Output(), notice = kNotice;
-    return output.size() >= notice.size() &&
-           output.compare(output.size() - notice.size(), notice.size(), notice) == 0;
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_THAT(host.Output(), testing::EndsWith(kNotice));
+}
+
+void UserTest::closeAndExpectNotice(const std::string &main, ChildProcess &host)
+{
+    if (_manager != nullptr) {
+        activate(main);
+        key("alt+F4");
+    } else {
+        focus(main);
+        key("ctrl+w");
+    }
+    expectNotice(host);
 }
 
 bool UserTest::sameTree(const std::string &from, const std::string &to)

@@ -22,6 +22,8 @@ protected:
     // The id of the visible window of that title, once there is one.
     std::string window(const std::string &title);
     bool isGone(const std::string &title);
+    // The main window, once it has drawn itself.
+    std::string drawnWindow();
     // Waits until the pixels of the window stand still, that is until it has drawn itself.
     void awaitDrawn(const std::string &id);
     // What a window manager does; where one runs it is asked with activate().
@@ -54,8 +56,9 @@ protected:
     // empty. Returns the host's path.
     std::string install(const std::string &library);
 
-    // The host says so last; ahead of it the window library may grumble about the display.
-    static bool noticeArrived(const ChildProcess &host);
+    // The program ends with its notice to the host: by itself, or when its window is closed.
+    static void expectNotice(ChildProcess &host);
+    void closeAndExpectNotice(const std::string &main, ChildProcess &host);
     static bool sameTree(const std::string &from, const std::string &to);
 
     std::unique_ptr<vxtest::VirtualDisplay> _display;

@@ -33,10 +33,7 @@ TEST_F(UserStallTest, CancelDuringASlowFileClosesTheWindowAtOnceAndALaterExportW
     }));
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
     EXPECT_EQ(fs::file_size(_partial), 8 * kMiB) << "the cancelled worker has stopped";
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserStallTest, TheKeyOfTheExportCommandDoesNotStartASecondExportDuringTheFirst)
@@ -59,23 +56,20 @@ TEST_F(UserStallTest, TheKeyOfTheExportCommandDoesNotStartASecondExportDuringThe
     awaitDrawn(panel);
     focus(panel);
     key("ctrl+q");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserStallTest, ClosingTheMainWindowDuringAListingEndsTheProgramWithTheNotice)
 {
     ChildProcess host(install(STAND_IN), {"stalling-listing", "none", _stall});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     click(main, 9, 60);
     focus(main);
     // The keys wait in the program's queue until the listing is over.
     key("ctrl+w");
     EXPECT_FALSE(host.HasEnded());
     EXPECT_TRUE(release());
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 }  // namespace

@@ -15,8 +15,7 @@ TEST_F(UserTest, SelectsFilesWithMouseAndShiftExportsThemAndClosesTheWindow)
     for (const char *name : {"a.txt", "b.txt", "c.txt"})
         _volume.WriteFile(name, std::string(100000, name[0]));
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     // Three rows of 20 points below the menu and the header.
     click(main, 100, 58);
     click(main, 100, 98, "shift");
@@ -26,10 +25,7 @@ TEST_F(UserTest, SelectsFilesWithMouseAndShiftExportsThemAndClosesTheWindow)
     EXPECT_TRUE(Eventually([&] { return fs::exists(_home.At("opened")); }));
     EXPECT_EQ(_home.ReadFile("opened"), destination + "\n");
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    closeAndExpectNotice(main, host);
     EXPECT_FALSE(fs::exists("/tmp/z5_btl_3"));
     EXPECT_FALSE(fs::exists("/tmp/z5_btl_4"));
 }
@@ -38,8 +34,7 @@ TEST_F(UserTest, OpensAFolderByItsTriangleAndExportsTheFileInsideWithTheKeyboard
 {
     _volume.WriteFile("Reports/summary.txt", "summary");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     click(main, 9, 60);
     click(main, 100, 78);
     focus(main);
@@ -49,8 +44,7 @@ TEST_F(UserTest, OpensAFolderByItsTriangleAndExportsTheFileInsideWithTheKeyboard
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
     focus(main);
     key("ctrl+q");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserTest, SelectsAllAndExportsWithReturn)
@@ -58,26 +52,21 @@ TEST_F(UserTest, SelectsAllAndExportsWithReturn)
     for (const char *name : {"a.txt", "b.txt", "Reports/c.txt"})
         _volume.WriteFile(name, name);
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     key("ctrl+a");
     key("Return");
     chooseFolder(destination);
     EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserTest, EveryPanelTakesTheTypedPathInPlaceOfTheFolderItShows)
 {
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     key("ctrl+a");
     for (const char *name : {"first", "second", "third"}) {
@@ -89,8 +78,7 @@ TEST_F(UserTest, EveryPanelTakesTheTypedPathInPlaceOfTheFolderItShows)
         focus(main);
     }
     key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserTest, OpensAFolderWithTheArrowsAndExportsTheRowBelowIt)
@@ -98,8 +86,7 @@ TEST_F(UserTest, OpensAFolderWithTheArrowsAndExportsTheRowBelowIt)
     _volume.WriteFile("Reports/one.txt", "1");
     _volume.WriteFile("Reports/two.txt", "2");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     click(main, 100, 58);
     focus(main);
     key("Right");
@@ -110,10 +97,7 @@ TEST_F(UserTest, OpensAFolderWithTheArrowsAndExportsTheRowBelowIt)
     EXPECT_TRUE(Eventually([&] { return fs::exists(destination + "/Reports"); }));
     const auto files = fs::directory_iterator(destination + "/Reports");
     EXPECT_EQ(std::distance(fs::begin(files), fs::end(files)), 1) << "one row, not the folder";
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserTest, TheNewWindowHasTheKeyboardUnderAWindowManager)
@@ -121,8 +105,7 @@ TEST_F(UserTest, TheNewWindowHasTheKeyboardUnderAWindowManager)
     startWindowManager();
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     EXPECT_TRUE(Eventually([&] { return run("xdotool getactivewindow") == main + "\n"; }));
     // No click and no activation: the keys go to the tree.
     key("ctrl+a");
@@ -131,8 +114,7 @@ TEST_F(UserTest, TheNewWindowHasTheKeyboardUnderAWindowManager)
     EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
     key("alt+F4");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
@@ -140,8 +122,7 @@ TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
     startWindowManager();
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     // Off the middle of the screen, where panels go by themselves.
     run("xdotool windowmove --sync " + main + " 60 40");
     const auto middle = [](const std::string &id) {
@@ -164,8 +145,7 @@ TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
     EXPECT_GE(heights[0], 450);
     EXPECT_EQ(heights[1], heights[0]);
     key("alt+F4");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserTest, AMinimisedWindowLeavesNothingOnTheScreenAndComesBackAsItWas)
@@ -173,8 +153,7 @@ TEST_F(UserTest, AMinimisedWindowLeavesNothingOnTheScreenAndComesBackAsItWas)
     startWindowManager();
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     // Of the whole program. The search breaks off when some other window goes while it looks.
     const auto shown = [] {
         std::string found;
@@ -202,8 +181,7 @@ TEST_F(UserTest, AMinimisedWindowLeavesNothingOnTheScreenAndComesBackAsItWas)
     EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
     key("alt+F4");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 // What the window was at its start decides: a start in which it was a tool for a moment let it lie
@@ -234,8 +212,7 @@ TEST_F(UserTest, AShortFirstClickOnExportAsksForTheFolderAfterEachOfFiveStarts)
     _volume.WriteFile("a.txt", "a");
     for (int start = 0; start < 5; ++start) {
         ChildProcess host(VOLUME_HOST, {_volume.Path()});
-        const std::string main = window("File Explorer");
-        awaitDrawn(main);
+        const std::string main = drawnWindow();
         focus(main);
         key("ctrl+a");
         // No time between press and release: the library finds both at once.
@@ -257,8 +234,7 @@ TEST_F(UserTest, WithFourArgumentsAndNoHostListeningTheExplorerStillShowsItsWind
     _volume.WriteFile("a.txt", "a");
     ChildProcess explorer(PROGRAMS "/FileExplorer.app/FileExplorer",
                           {_volume.Path(), "none", "", "fourth"});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     key("ctrl+w");
     EXPECT_EQ(explorer.AwaitEnd(), 0);
@@ -273,29 +249,21 @@ TEST_F(UserTest, AVolumeWhosePathIsNotAsciiOpensInEveryLocale)
     _volume.WriteFile("Bücher 日本/Süd.txt", "contents");
     setenv("LANG", "C", 1);
     ChildProcess host(VOLUME_HOST, {volume});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     key("ctrl+a");
     key("Return");
     chooseFolder(destination);
     EXPECT_TRUE(Eventually([&] { return sameTree(volume, destination); }));
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserTest, AVolumeThatDoesNotOpenStillShowsTheWindowAndClosingItSendsTheNotice)
 {
     ChildProcess host(VOLUME_HOST, {_volume.At("missing")});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
-    focus(main);
-    key("ctrl+w");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    const std::string main = drawnWindow();
+    closeAndExpectNotice(main, host);
 }
 
 }  // namespace

@@ -64,6 +64,23 @@ public:
         return false;
     }
 
+    bool isBlueAt(int x, int y) const
+    {
+        NSColor *color = at(x, y);
+        return [color blueComponent] > [color redComponent] + 0.2;
+    }
+
+    // Whether there is a pixel as dark as a text in that line.
+    bool isDarkInRow(int y) const
+    {
+        for (int x = 0; x < [_bitmap pixelsWide]; ++x) {
+            if ([at(x, y) greenComponent] < 0.5)
+                return true;
+        }
+        return false;
+    }
+
+    // Every pixel is the same.
     bool equals(const Drawing &other) const
     {
         return equals(other, NSMakeRect(0, 0, static_cast<CGFloat>([_bitmap pixelsWide]),
