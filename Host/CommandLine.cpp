@@ -36,7 +36,7 @@ constexpr char kHelp[] =
     "  4    the explorer could not be started, or there is no terminal to ask on\n"
     "  5    the explorer sent its quit notice but did not end, and was ended\n"
     "  6    the message of --send could not be sent\n"
-    "  128+N  interrupted by signal N; the explorer was ended\n";
+    "  128+N  interrupted by signal N; the explorer was ended, or never started\n";
 
 bool ParseCode(const std::string &text, std::optional<uint32_t> &code)
 {

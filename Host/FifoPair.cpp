@@ -44,4 +44,10 @@ std::string MakeFifoPair(const LinkPaths &paths)
     return error;
 }
 
+void RemoveFifoPair(const LinkPaths &paths)
+{
+    unlink(paths.read.c_str());
+    unlink(paths.write.c_str());
+}
+
 }  // namespace vx

@@ -18,4 +18,7 @@ struct LinkPaths {
 // Returns an empty text, or one line on what is in the way.
 std::string MakeFifoPair(const LinkPaths &paths);
 
+// For the maker of both, as long as nothing else removes them.
+void RemoveFifoPair(const LinkPaths &paths);
+
 }  // namespace vx

@@ -43,6 +43,11 @@ void Complain(const std::string &line)
     fprintf(stderr, "volume-host: %s\n", line.c_str());
 }
 
+std::string InterruptionText(int signal)
+{
+    return "interrupted by signal " + std::to_string(signal);
+}
+
 // The text of a message with a command code, known or not, and no payload.
 std::string MessageOf(uint32_t code)
 {
@@ -71,18 +76,31 @@ int HostSession::Run(const std::string &program, const HostOptions &options)
         return kLinkTaken;
     }
     // Before the connector's thread is there: the check makes a process of this one.
-    std::vector<std::string> warnings;
-    const std::string reason = WhyVolumeStaysShut(program, options, &warnings);
-    for (const std::string &warning : warnings)
-        Complain("warning: " + warning);
-    if (!reason.empty())
-        Complain(reason + "; the window will be empty");
+    if (!CheckVolume(program, options)) {
+        RemoveFifoPair(_paths);
+        Report(InterruptionText(_interruptedBy) + "; the explorer was not started");
+        return kInterruptedBase + _interruptedBy;
+    }
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
     _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
                           kWriteFlags);
     const int status = RunLinked(program, options);
     _server->removeConnector(kConnectorName);
     return status;
+}
+
+// False if it was interrupted: whoever did that knows why it came to nothing, and wants no window.
+bool HostSession::CheckVolume(const std::string &program, const HostOptions &options)
+{
+    std::vector<std::string> warnings;
+    const std::string reason = WhyVolumeStaysShut(program, options, &warnings);
+    if (Await([this] { return _interruptedBy != 0; }, Deadline::clock::now()))
+        return false;
+    for (const std::string &warning : warnings)
+        Complain("warning: " + warning);
+    if (!reason.empty())
+        Complain(reason + "; the window will be empty");
+    return true;
 }
 
 int HostSession::RunLinked(const std::string &program, const HostOptions &options)
@@ -146,7 +164,7 @@ int HostSession::FinishInterrupted()
 {
     const int signal = _interruptedBy;
     EndExplorer();
-    Report("interrupted by signal " + std::to_string(signal) + "; the explorer was ended");
+    Report(InterruptionText(signal) + "; the explorer was ended");
     return kInterruptedBase + signal;
 }
 

@@ -36,6 +36,7 @@ public:
     int Run(const std::string &program, const HostOptions &options);
 
 private:
+    bool CheckVolume(const std::string &program, const HostOptions &options);
     int RunLinked(const std::string &program, const HostOptions &options);
     bool Send(uint32_t code);
     int AwaitEnd();

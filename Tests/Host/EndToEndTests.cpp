@@ -5,6 +5,7 @@
 #include "LinkFixture.h"
 #include "PipeFolder.h"
 #include "RawPeer.h"
+#include "TemporaryFolder.h"
 #include "Terminal.h"
 
 #include <gtest/gtest.h>
@@ -146,6 +147,19 @@ TEST_P(InterruptionTest, ASignalEndsTheExplorerAndCleansUp)
 
 INSTANTIATE_TEST_SUITE_P(Signals, InterruptionTest,
                          testing::Values(SIGINT, SIGQUIT, SIGTERM, SIGHUP));
+
+TEST_F(EndToEndTest, CtrlCWhileTheVolumeIsTriedStartsNoExplorer)
+{
+    const vx::TemporaryFolder programs;
+    programs.MakeLink("libBitLockerWapper.dylib", INTERRUPTED_LIBRARY);
+    const std::string explorer = programs.MakeLink("Explorer.app/explorer", FAKE_EXPLORER);
+    ChildProcess host(VOLUME_HOST, {"--explorer", explorer, "wait:" + _file});
+    EXPECT_EQ(host.AwaitEnd(), 128 + SIGINT);
+    EXPECT_EQ(host.Output(),
+              "volume-host: interrupted by signal 2; the explorer was not started\n");
+    EXPECT_FALSE(PipeFolder::Exists(_file));
+    EXPECT_TRUE(NothingIsThere());
+}
 
 TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
 {
