@@ -66,6 +66,17 @@ TEST_F(Encrypted, AMissingStartupKeyFileIsNamedBeforeTheReason)
                                  _key + ": there is nothing at this path (status 3)\n");
 }
 
+TEST_F(Encrypted, AStartupKeyFileThatIsAFifoIsNotWaitedFor)
+{
+    MakeImage(8);
+    Encrypt("--password correct");
+    ASSERT_EQ(mkfifo(_key.c_str(), 0600), 0);
+    const Result result = ListWithKey();
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.errors, "volume-export: cannot open " + _image + ": the startup key file " +
+                                 _key + ": it could not be read (status 6)\n");
+}
+
 TEST_F(Encrypted, AStartupKeyFileThatMayNotBeReadIsNamedBeforeTheReason)
 {
     MakeImage(8);

@@ -5,6 +5,9 @@
 #include "MetadataEntries.h"
 #include "VolumeLibraryStatus.h"
 
+#include <cerrno>
+#include <sys/stat.h>
+
 namespace vx::bitlocker {
 
 namespace {
@@ -36,6 +39,12 @@ Error unreadable(Error error, const std::string &path)
 {
     error.detail = kStartupKeyFileDetail + path;
     return error;
+}
+
+bool isFifo(const std::string &path)
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 Result<StartupKeyFile> takeKey(const std::vector<MetadataEntry> &entries)
@@ -73,6 +82,9 @@ Result<StartupKeyFile> StartupKeyFile::parse(ByteView bytes)
 
 Result<StartupKeyFile> StartupKeyFile::read(const std::string &path)
 {
+    // A FIFO must not even be opened: that would wait for somebody to write.
+    if (isFifo(path))
+        return unreadable(systemError(ENOTSUP, "open"), path);
     Result<std::unique_ptr<FileByteSource>> file = FileByteSource::open(path);
     if (!file)
         return unreadable(file.error(), path);
