@@ -3,6 +3,8 @@
 #include "MethodReplacement.h"
 
 #import <AppKit/AppKit.h>
+
+#include <cerrno>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
@@ -21,19 +23,19 @@ class SpawnActions {
 public:
     SpawnActions()
     {
-        posix_spawn_file_actions_init(&m_actions);
-        posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_init(&_actions);
+        posix_spawn_file_actions_addopen(&_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&_actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&m_actions); }
+    ~SpawnActions() { posix_spawn_file_actions_destroy(&_actions); }
     SpawnActions(const SpawnActions &) = delete;
     SpawnActions &operator=(const SpawnActions &) = delete;
 
-    const posix_spawn_file_actions_t *get() const { return &m_actions; }
+    const posix_spawn_file_actions_t *get() const { return &_actions; }
 
 private:
-    posix_spawn_file_actions_t m_actions;
+    posix_spawn_file_actions_t _actions;
 };
 
 // The child leads a process group of its own, so that a signal to ours does not reach the file
@@ -44,19 +46,19 @@ public:
     {
         sigset_t none;
         sigemptyset(&none);
-        posix_spawnattr_init(&m_attributes);
-        posix_spawnattr_setpgroup(&m_attributes, 0);
-        posix_spawnattr_setsigmask(&m_attributes, &none);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
+        posix_spawnattr_init(&_attributes);
+        posix_spawnattr_setpgroup(&_attributes, 0);
+        posix_spawnattr_setsigmask(&_attributes, &none);
+        posix_spawnattr_setflags(&_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
     }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&m_attributes); }
+    ~SpawnAttributes() { posix_spawnattr_destroy(&_attributes); }
     SpawnAttributes(const SpawnAttributes &) = delete;
     SpawnAttributes &operator=(const SpawnAttributes &) = delete;
 
-    const posix_spawnattr_t *get() const { return &m_attributes; }
+    const posix_spawnattr_t *get() const { return &_attributes; }
 
 private:
-    posix_spawnattr_t m_attributes;
+    posix_spawnattr_t _attributes;
 };
 
 void reap(pid_t child)

@@ -10,6 +10,8 @@
 #include "WindowClosing.h"
 #include "WorkspaceNotices.h"
 
+#include <cstdlib>
+
 @interface NSApplication (LibraryOwn)
 - (NSArray *)_openFiles;
 - (void)_lastWindowClosed;
@@ -18,8 +20,6 @@
 @interface GSDisplayServer (MouseOptions)
 - (void)mouseOptionsChanged:(NSNotification *)notification;
 @end
-
-#include <cstdlib>
 
 namespace {
 
