@@ -56,6 +56,12 @@ CGFloat editorInset(NSCell *cell)
 struct Placement {
     CGFloat rowHeight;
     int iconTop;  // below the row's top
+
+    friend void PrintTo(const Placement &placement, std::ostream *out)
+    {
+        *out << "in a row of " << placement.rowHeight << " the icon lies " << placement.iconTop
+             << " below its top";
+    }
 };
 
 class IconPlacement : public testing::TestWithParam<Placement> {};
@@ -71,7 +77,10 @@ TEST_P(IconPlacement, TheIconsTopFollowsTheRowsHeight)
 }
 
 INSTANTIATE_TEST_SUITE_P(RowHeights, IconPlacement,
-                         testing::Values(Placement{17, 0}, Placement{20, 1}, Placement{24, 3}));
+                         testing::Values(Placement{17, 0}, Placement{20, 1}, Placement{24, 3}),
+                         [](const auto &each) {
+                             return "Of" + std::to_string(static_cast<int>(each.param.rowHeight));
+                         });
 
 TEST(ImageAndTextCell, InAnUnflippedViewTheIconLiesOnePointBelowTheCentre)
 {

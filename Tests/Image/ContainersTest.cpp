@@ -45,16 +45,22 @@ TEST_F(ContainersTest, AnE01ImageOpens)
     ExpectTreeIn(image.At("evidence.E01"), "password", "correct");
 }
 
-class EachQemuFormat : public ContainersTest,
-                       public testing::WithParamInterface<std::pair<const char *, const char *>> {};
+struct QemuFormat {
+    const char *name;
+    const char *extension;
+    const char *options;
+
+    friend void PrintTo(const QemuFormat &format, std::ostream *out) { *out << format.options; }
+};
+
+class EachQemuFormat : public ContainersTest, public testing::WithParamInterface<QemuFormat> {};
 
 TEST_P(EachQemuFormat, OpensPlainAndEncrypted)
 {
     VX_NEEDS("qemu-img");
-    const auto &[extension, options] = GetParam();
-    const std::string made = image.At(std::string("converted.") + extension);
-    const std::string convert = "qemu-img convert -f raw -O " + std::string(options) + " " +
-                                Quoted(image.Path()) + " " + Quoted(made);
+    const std::string made = image.At(std::string("converted.") + GetParam().extension);
+    const std::string convert = "qemu-img convert -f raw -O " + std::string(GetParam().options) +
+                                " " + Quoted(image.Path()) + " " + Quoted(made);
     ASSERT_TRUE(RunShell(convert));
     ExpectTreeIn(made);
     ASSERT_TRUE(image.Encrypt(kPassword));
@@ -64,9 +70,11 @@ TEST_P(EachQemuFormat, OpensPlainAndEncrypted)
 
 INSTANTIATE_TEST_SUITE_P(
     Containers, EachQemuFormat,
-    testing::Values(std::make_pair("vhd", "vpc -o subformat=dynamic,force_size=on"),
-                    std::make_pair("fixed.vhd", "vpc -o subformat=fixed,force_size=on"),
-                    std::make_pair("vmdk", "vmdk")));
+    testing::Values(QemuFormat{"VhdThatGrows", "vhd", "vpc -o subformat=dynamic,force_size=on"},
+                    QemuFormat{"VhdOfFixedSize", "vhd", "vpc -o subformat=fixed,force_size=on"},
+                    QemuFormat{"VmdkThatGrows", "vmdk", "vmdk -o subformat=monolithicSparse"},
+                    QemuFormat{"VmdkOfFixedSize", "vmdk", "vmdk -o subformat=monolithicFlat"}),
+    [](const auto &tested) { return std::string(tested.param.name); });
 
 TEST_F(ContainersTest, AQcowImageIsOfAKindThatIsNotSupported)
 {
@@ -161,7 +169,8 @@ TEST_P(EachLabel, ANumberThatNoVolumeHasIsAStatusOfItsOwn)
     EXPECT_EQ(OpenImage(image.Path() + "#2").status, VolumeLibraryStatus::kNoSuchVolume);
 }
 
-INSTANTIATE_TEST_SUITE_P(Containers, EachLabel, testing::Values("dos", "gpt"));
+INSTANTIATE_TEST_SUITE_P(Containers, EachLabel, testing::Values("dos", "gpt"),
+                         [](const auto &tested) { return std::string(tested.param); });
 
 TEST_F(DisksTest, VolumesInAnExtendedPartitionAreFound)
 {

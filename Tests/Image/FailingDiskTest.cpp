@@ -197,7 +197,8 @@ TEST_P(FailingTables, AVolumeThatTheImageNoLongerHasIsTruncated)
     EXPECT_EQ(Open(3), VolumeLibraryStatus::kImageTruncated) << detail;
 }
 
-INSTANTIATE_TEST_SUITE_P(FailingDisk, FailingTables, testing::Values("dos", "gpt"));
+INSTANTIATE_TEST_SUITE_P(FailingDisk, FailingTables, testing::Values("dos", "gpt"),
+                         [](const auto &tested) { return std::string(tested.param); });
 
 TEST_F(FailingDisk, AnExtendedPartitionThatCannotBeReadIsToldWithTheList)
 {

@@ -26,6 +26,11 @@ struct FatKind {
     const char *name;
     int mebibytes;
     const char *options;
+
+    friend void PrintTo(const FatKind &kind, std::ostream *out)
+    {
+        *out << kind.mebibytes << " MiB made with " << kind.options;
+    }
 };
 
 class EachFat : public testing::TestWithParam<FatKind> {};

@@ -67,7 +67,8 @@ TEST_P(SampleExport, BringsEveryFileOfTheManifestWithTheRecoveryPassword)
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleExport,
-                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"));
+                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"),
+                         SampleManifest::NameOfTest);
 
 }  // namespace
 }  // namespace vx

@@ -1,5 +1,6 @@
 #include "SampleManifest.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -39,6 +40,13 @@ SampleManifest SampleManifest::Read(const std::string &name)
             manifest.files[fields[5]] = fields[4];
     }
     return manifest;
+}
+
+std::string SampleManifest::NameOfTest(const testing::TestParamInfo<const char *> &tested)
+{
+    std::string name = tested.param;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
 }
 
 void SampleManifest::MendCutNames(const TestTree &found)

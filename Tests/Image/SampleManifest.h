@@ -14,6 +14,9 @@ struct SampleManifest {
     static SampleManifest Read(const std::string &name);
     static std::string PathOf(const std::string &name);
 
+    // The name of a test of one image, in letters that may stand there.
+    static std::string NameOfTest(const testing::TestParamInfo<const char *> &tested);
+
     // The program that listed the FAT volume has cut one name; takes the whole one from found.
     void MendCutNames(const TestTree &found);
 };

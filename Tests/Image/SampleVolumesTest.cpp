@@ -58,7 +58,8 @@ TEST_P(SampleVolume, ShowsEveryFileOfItsManifest)
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleVolume,
-                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"));
+                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"),
+                         SampleManifest::NameOfTest);
 
 // The kinds and secrets that open an image, as the library's entry takes them.
 std::vector<std::pair<const char *, std::string>> WaysToOpen(const std::string &name)
