@@ -244,16 +244,122 @@ TEST_F(DamagedParts, PartsWithLettersAndPartsFromZeroOnOpen)
     }
 }
 
-TEST_F(DamagedContainers, AVhdThatGrowsAndWasCutShortIsTruncated)
+class DamagedByQemu : public DamagedContainers {
+protected:
+    void SetUp() override
+    {
+        VX_NEEDS("qemu-img");
+        DamagedContainers::SetUp();
+    }
+
+    void Convert(const std::string &options, const std::string &name) const
+    {
+        ASSERT_TRUE(InFolder("qemu-img convert -f raw -O " + options + " image " + name));
+    }
+
+    size_t SizeOfFile(const std::string &name) const
+    {
+        return image.Folder().ReadFile(name).size();
+    }
+
+    // It opens with the warning; the file that lies in front of the cut reads whole and the other
+    // one, of which a part is missing, does not.
+    void ExpectOnlyTheLastFileFails(const std::string &name, const std::string &warning) const
+    {
+        const Opened opened = OpenImage(image.At(name));
+        ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+        EXPECT_NE(opened.detail.find(warning), std::string::npos) << opened.detail;
+        EXPECT_TRUE(ReadWholeFile(*opened.volume, u"/a") == contents);
+        EXPECT_EQ(ReadWholeFile(*opened.volume, u"/b"), std::nullopt);
+    }
+};
+
+constexpr const char *kVhdThatGrows = "vpc -o subformat=dynamic,force_size=on";
+constexpr const char *kVhdOfFixedSize = "vpc -o subformat=fixed,force_size=on";
+constexpr const char *kVmdkThatGrows = "vmdk -o subformat=monolithicSparse";
+constexpr const char *kVmdkOfFixedSize = "vmdk -o subformat=monolithicFlat";
+constexpr const char *kVmdkInParts = "vmdk -o subformat=twoGbMaxExtentSparse";
+constexpr const char *kPackedVmdk = "vmdk -o subformat=streamOptimized";
+
+TEST_F(DamagedByQemu, AVhdThatGrowsAndWasCutShortIsTruncated)
 {
-    VX_NEEDS("qemu-img");
-    ASSERT_TRUE(InFolder("qemu-img convert -f raw -O vpc -o subformat=dynamic,force_size=on image "
-                         "x.vhd"));
-    const size_t all = image.Folder().ReadFile("x.vhd").size();
-    for (const size_t bytes : {all - 512, all / 2, size_t{2000}, size_t{512}}) {
+    Convert(kVhdThatGrows, "x.vhd");
+    const size_t all = SizeOfFile("x.vhd");
+    for (const size_t bytes :
+         {all - 1, all - 512, all / 2, size_t{2000}, size_t{600}, size_t{512}}) {
         Cut("x.vhd", bytes);
         ExpectStatus("x.vhd", kCut, "the VHD image ends early");
     }
+}
+
+TEST_F(DamagedByQemu, AVhdOfFixedSizeThatWasCutShortOpensWithAWarning)
+{
+    Convert(kVhdOfFixedSize, "x.vhd");
+    Cut("x.vhd", 3500000);
+    ExpectOnlyTheLastFileFails("x.vhd", "ends 4 MiB before the volume does");
+    Cut("x.vhd", 600);
+    ExpectStatus("x.vhd", kCut, "only 600");
+}
+
+TEST_F(DamagedByQemu, AVmdkThatGrowsAndWasCutShortOpensWithAWarning)
+{
+    Convert(kVmdkThatGrows, "x.vmdk");
+    ExpectStatus("x.vmdk", VolumeLibraryStatus::kSuccess, "");
+    const size_t all = SizeOfFile("x.vmdk");
+    for (const size_t missing : {size_t{1}, size_t{512}, size_t{100000}}) {
+        Cut("x.vmdk", all - missing);
+        ExpectOnlyTheLastFileFails("x.vmdk", "x.vmdk ends early; " + std::to_string(missing) +
+                                                 " bytes of the disk cannot be read");
+    }
+}
+
+TEST_F(DamagedByQemu, AVmdkThatWasCutBeforeItsTablesEndIsTruncated)
+{
+    Convert(kVmdkThatGrows, "x.vmdk");
+    for (const size_t bytes : {13000, 2000, 600, 100}) {
+        Cut("x.vmdk", bytes);
+        ExpectStatus("x.vmdk", kCut, "x.vmdk ends early");
+    }
+}
+
+TEST_F(DamagedByQemu, APackedVmdkThatWasCutShortIsTruncated)
+{
+    Convert(kPackedVmdk, "x.vmdk");
+    ExpectStatus("x.vmdk", VolumeLibraryStatus::kSuccess, "");
+    const size_t all = SizeOfFile("x.vmdk");
+    for (const size_t bytes : {all - 100000, all / 2, size_t{100000}, size_t{2000}}) {
+        Cut("x.vmdk", bytes);
+        ExpectStatus("x.vmdk", kCut, "x.vmdk ends early");
+    }
+}
+
+TEST_F(DamagedByQemu, OfAVmdkInPartsTheOneThatIsCutShortIsNamed)
+{
+    Convert(kVmdkInParts, "x.vmdk");
+    Cut("x-s001.vmdk", SizeOfFile("x-s001.vmdk") - 512);
+    ExpectOnlyTheLastFileFails("x.vmdk",
+                               "x-s001.vmdk ends early; 512 bytes of the disk cannot be read");
+    Cut("x-s001.vmdk", 2000);
+    ExpectStatus("x.vmdk", kCut, "x-s001.vmdk ends early");
+    Convert(kVmdkOfFixedSize, "y.vmdk");
+    for (const size_t bytes : {size_t{(8 << 20) - 1}, size_t{5000000}, size_t{0}}) {
+        Cut("y-flat.vmdk", bytes);
+        ExpectStatus("y.vmdk", kCut, "y-flat.vmdk ends early");
+    }
+}
+
+TEST_F(DamagedByQemu, OfAVmdkInPartsTheOneThatIsMissingIsNamed)
+{
+    Convert(kVmdkInParts, "x.vmdk");
+    ASSERT_EQ(unlink(image.At("x-s001.vmdk").c_str()), 0);
+    ExpectStatus("x.vmdk", kCut, "its part x-s001.vmdk is missing");
+}
+
+TEST_F(DamagedByQemu, OfAVmdkInPartsTheOneThatMayNotBeReadIsNamed)
+{
+    Convert(kVmdkInParts, "x.vmdk");
+    ASSERT_TRUE(InFolder("chmod 755 . && chmod 644 x.vmdk && chmod 000 x-s001.vmdk"));
+    ExpectMayNotBeRead(image.At("x.vmdk"), "x-s001.vmdk");
 }
 
 }  // namespace

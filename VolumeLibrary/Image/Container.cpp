@@ -9,9 +9,11 @@
 #include "StatusFromDecryptor.h"
 #include "StatusFromErrno.h"
 #include "TskSource.h"
+#include "VmdkFiles.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <sys/stat.h>
 #include <tsk/libtsk.h>
 #include <vector>
@@ -104,19 +106,11 @@ bool HasVhdFooter(const bitlocker::ByteSource &source)
            !source.readAt(source.size() - foot.size(), foot.data(), foot.size()) && IsVhd(foot);
 }
 
-// A VHD image that grows has its footer at the front as well, with a checksum. An old one is a
-// byte shorter.
+// A VHD image that grows has its footer at the front as well, with a checksum.
 bool IsCutVhd(const bitlocker::ByteSource &source, const std::vector<uint8_t> &head)
 {
-    if (!HasSoundVhdFooter(head))
-        return false;
-    std::vector<uint8_t> foot(
-        static_cast<size_t>(std::min<uint64_t>(source.size(), 2 * kVhdFooterBytes)));
-    if (source.readAt(source.size() - foot.size(), foot.data(), foot.size()))
-        return false;
-    const std::string mark = "conectix";
-    return source.size() <= kVhdFooterBytes ||
-           std::search(foot.begin(), foot.end(), mark.begin(), mark.end()) == foot.end();
+    return HasSoundVhdFooter(head) &&
+           (source.size() < 2 * kVhdFooterBytes || !HasVhdFooter(source));
 }
 
 // The parts as far as they follow each other; of what comes after a gap nothing is read, since it
@@ -159,7 +153,12 @@ OpenError OpenByItsKind(const char *path, const Source &raw, Container *containe
         return OpenEwf(path, &container->source);
     if (IsCutVhd(*raw, head))
         return {VolumeLibraryStatus::kImageTruncated, "the VHD image ends early"};
-    if (const char *kind = HasVhdFooter(*raw) ? "VHD" : TskContainer(head))
+    const char *kind = HasVhdFooter(*raw) ? "VHD" : TskContainer(head);
+    if (kind != nullptr && std::strcmp(kind, "VMDK") == 0) {
+        if (OpenError error = CheckVmdkFiles(path, *raw, &container->notes))
+            return error;
+    }
+    if (kind != nullptr)
         return OpenThroughTsk(path, kind, &container->source);
     const auto names = PartNames::OfRaw(path);
     if (IsSplit(names))
