@@ -5,6 +5,8 @@
 namespace vx {
 namespace {
 
+constexpr Way kWay = {7, 8};
+
 std::shared_ptr<FolderMap> MapOf(const std::string &prefix, size_t count)
 {
     auto map = std::make_shared<FolderMap>();
@@ -41,13 +43,13 @@ TEST(FolderIndex, TheFolderUsedLeastRecentlyIsForgottenFirst)
 {
     FolderIndex index;
     const auto large = MapOf("x", FolderIndex::kMostEntries / 2);
-    index.Keep(1, large);
-    index.Keep(2, large);
-    EXPECT_TRUE(index.Find(1));
-    index.Keep(3, MapOf("y", 1));
-    EXPECT_TRUE(index.Find(1));
-    EXPECT_FALSE(index.Find(2));
-    EXPECT_TRUE(index.Find(3));
+    index.Keep(1, kWay, large);
+    index.Keep(2, kWay, large);
+    EXPECT_TRUE(index.Find(1, kWay));
+    index.Keep(3, kWay, MapOf("y", 1));
+    EXPECT_TRUE(index.Find(1, kWay));
+    EXPECT_FALSE(index.Find(2, kWay));
+    EXPECT_TRUE(index.Find(3, kWay));
 }
 
 TEST(FolderIndex, AFolderThatIsTooLargeIsNotKept)
@@ -56,18 +58,27 @@ TEST(FolderIndex, AFolderThatIsTooLargeIsNotKept)
     const auto map = MapOf("x", FolderIndex::kMostEntries + 1);
     EXPECT_FALSE(map->IsWhole());
     EXPECT_EQ(map->Size(), 0u);
-    index.Keep(1, map);
-    EXPECT_FALSE(index.Find(1));
+    index.Keep(1, kWay, map);
+    EXPECT_FALSE(index.Find(1, kWay));
+}
+
+TEST(FolderIndex, AFolderIsNotKnownByAnotherWay)
+{
+    FolderIndex index;
+    index.Keep(1, kWay, MapOf("x", 1));
+    EXPECT_FALSE(index.Find(1, {7, 9}));
+    EXPECT_FALSE(index.Find(1, {6, 8}));
+    EXPECT_TRUE(index.Find(1, kWay));
 }
 
 TEST(FolderIndex, NoMoreFoldersAreKeptThanItsLimit)
 {
     FolderIndex index;
     for (uint64_t place = 0; place <= FolderIndex::kMostFolders; ++place)
-        index.Keep(place, MapOf("x", 1));
-    EXPECT_FALSE(index.Find(0));
-    EXPECT_TRUE(index.Find(1));
-    EXPECT_TRUE(index.Find(FolderIndex::kMostFolders));
+        index.Keep(place, kWay, MapOf("x", 1));
+    EXPECT_FALSE(index.Find(0, kWay));
+    EXPECT_TRUE(index.Find(1, kWay));
+    EXPECT_TRUE(index.Find(FolderIndex::kMostFolders, kWay));
 }
 
 }  // namespace

@@ -95,6 +95,16 @@ Bytes Index(const std::vector<Bytes> &lines, size_t room)
     return index;
 }
 
+Bytes NameBytes(const std::u16string &name, uint64_t parent)
+{
+    Bytes bytes(66);
+    Put(&bytes, 0, parent, 8);
+    bytes[64] = static_cast<uint8_t>(name.size());
+    bytes[65] = 1;
+    Append(&bytes, Units(name));
+    return bytes;
+}
+
 Bytes Line(uint64_t record, const Bytes &key, uint16_t flags, int64_t blockBelow)
 {
     Bytes line(16);
@@ -179,13 +189,15 @@ Bytes NtfsWriter::Listed(NtfsType type, const std::u16string &name, uint64_t fir
     return line;
 }
 
-Bytes NtfsWriter::Name(uint64_t record, const std::u16string &name, int64_t blockBelow)
+Bytes NtfsWriter::OwnName(const std::u16string &name, uint64_t parent)
 {
-    Bytes key(66);
-    key[64] = static_cast<uint8_t>(name.size());
-    key[65] = 1;
-    Append(&key, Units(name));
-    return Line(record, key, 0, blockBelow);
+    return Resident(NtfsType::kFileName, NameBytes(name, parent));
+}
+
+Bytes NtfsWriter::Name(uint64_t record, const std::u16string &name, int64_t blockBelow,
+                       uint64_t parent)
+{
+    return Line(record, NameBytes(name, parent), 0, blockBelow);
 }
 
 Bytes NtfsWriter::Last(int64_t blockBelow)

@@ -48,8 +48,11 @@ public:
     // A line of a list of attributes.
     static Bytes Listed(NtfsType type, const std::u16string &name, uint64_t firstCluster,
                         uint64_t record);
-    // Lines of an index; blockBelow: negative for none.
-    static Bytes Name(uint64_t record, const std::u16string &name, int64_t blockBelow = -1);
+    // What the record of a file says of a name of it.
+    static Bytes OwnName(const std::u16string &name, uint64_t parent = kRoot);
+    // Lines of an index; blockBelow: negative for none; parent: the folder that it is of.
+    static Bytes Name(uint64_t record, const std::u16string &name, int64_t blockBelow = -1,
+                      uint64_t parent = kRoot);
     static Bytes Last(int64_t blockBelow = -1);
     // The attribute that an index begins with.
     static Bytes IndexRoot(const std::vector<Bytes> &lines);

@@ -73,12 +73,29 @@ std::optional<std::vector<Extent>> FatFileSystem::RunsOfFolder(const Node &folde
                              : _chain.Follow(node.firstCluster, node.size);
 }
 
-std::unique_ptr<FolderReader> FatFileSystem::OpenFolder(const Node &folder) const
+bool FatFileSystem::Claim(const Way &way, const std::vector<Extent> &runs) const
+{
+    std::vector<FatFolderOwners::Piece> pieces;
+    for (const Extent &run : runs) {
+        // The root of FAT12 and FAT16 lies before all clusters: in one that does not exist.
+        if (run.offset < _geometry.clustersOffset) {
+            pieces.push_back({0, 1});
+            continue;
+        }
+        const auto first = static_cast<uint32_t>((run.offset - _geometry.clustersOffset) /
+                                                 _geometry.clusterBytes);
+        const auto count = static_cast<uint32_t>(run.length / _geometry.clusterBytes);
+        pieces.push_back({first + 1, first + 1 + count});
+    }
+    return _owners.Claim(way, pieces);
+}
+
+std::unique_ptr<FolderReader> FatFileSystem::OpenFolder(const Node &folder, const Way &way) const
 {
     if (!FatNode::Unpack(folder).isFolder)
         return nullptr;
     auto runs = RunsOfFolder(folder);
-    if (!runs || runs->size() > kMostRunsOfTables)
+    if (!runs || runs->size() > kMostRunsOfTables || !Claim(way, *runs))
         return nullptr;
     FolderBytes bytes(_tables, std::move(*runs));
     if (_geometry.kind == FatGeometry::Kind::kExfat)

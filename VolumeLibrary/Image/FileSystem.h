@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace vx {
 
@@ -22,6 +23,21 @@ struct Node {
     uint64_t size = 0;  // these two as the file system needs them
     uint64_t written = 0;
 };
+
+// Which entry leads to a folder: one of this name in that parent. No entry leads to the root.
+struct Way {
+    uint64_t parent = 0;  // its place
+    uint64_t name = 0;    // HashOfName; 0 for the root
+
+    bool operator==(const Way &other) const
+    {
+        return parent == other.parent && name == other.name;
+    }
+};
+
+// Never 0. Where two names of one folder have the same hash the first is meant by both; a file
+// system that is not made to deceive has no such pair.
+uint64_t HashOfName(std::string_view name);
 
 struct FolderEntry {
     std::string name;
@@ -41,8 +57,9 @@ class FileSystem {
 public:
     virtual ~FileSystem() = default;
     virtual Node Root() const = 0;
-    // Null for what is no folder, or one that may not be followed.
-    virtual std::unique_ptr<FolderReader> OpenFolder(const Node &folder) const = 0;
+    // Null for what is no folder, one that may not be followed, or one to which another way leads:
+    // a folder opens by one way only, so that folders always form a tree.
+    virtual std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const = 0;
     // Null for what is no file, or one whose data lies elsewhere.
     virtual std::unique_ptr<VolumeFile> OpenFile(const Node &file) const = 0;
 };

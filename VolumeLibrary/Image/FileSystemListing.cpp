@@ -6,9 +6,9 @@
 
 namespace vx {
 
-FileSystemListing::FileSystemListing(FolderIndex *index, uint64_t folder,
+FileSystemListing::FileSystemListing(FolderIndex *index, uint64_t folder, const Way &way,
                                      std::unique_ptr<FolderReader> reader)
-    : _index(*index), _folder(folder), _reader(std::move(reader))
+    : _index(*index), _folder(folder), _way(way), _reader(std::move(reader))
 {
 }
 
@@ -16,10 +16,12 @@ VolumeListing::Step FileSystemListing::Next(VolumeFindData *record)
 {
     if (_map == nullptr)
         return Step::kEnd;
-    const Step step = Take();
-    if (step != Step::kEntry)
-        return step;
-    _reader->Describe(record);
+    do {
+        const Step step = Take();
+        if (step != Step::kEntry)
+            return step;
+        _reader->Describe(record);
+    } while ((record->attributes & kVolumeAttributeDirectory) != 0 && !IsFirstOfName());
     NameToUtf16(_entry.name.c_str(), record->name, std::size(record->name));
     return Step::kEntry;
 }
@@ -35,6 +37,15 @@ std::optional<Node> FileSystemListing::ReadToEnd(std::string_view name)
     return found;
 }
 
+bool FileSystemListing::IsFirstOfName()
+{
+    const uint64_t name = HashOfName(_entry.name);
+    if (_folderNames.Has(name))
+        return false;
+    _folderNames.Add(name);
+    return true;
+}
+
 VolumeListing::Step FileSystemListing::Take()
 {
     const Step step = _reader->Next(&_entry);
@@ -48,7 +59,7 @@ VolumeListing::Step FileSystemListing::Take()
 void FileSystemListing::Finish(bool isComplete)
 {
     _map->Seal(isComplete);
-    _index.Keep(_folder, std::move(_map));
+    _index.Keep(_folder, _way, std::move(_map));
 }
 
 }  // namespace vx

@@ -1,9 +1,13 @@
 // One pass over a folder of a file system: an open search. When it has come to the end, or to
 // what cannot be read, the names so far are handed to the index.
+//
+// A second folder of the same name is left out: its path leads to the first one, which would be
+// found twice, and so would all that lies below.
 // Ownership: borrows the index. Threads: one at a time.
 #pragma once
 
 #include "FolderIndex.h"
+#include "SortedRuns.h"
 #include "VolumeListing.h"
 
 namespace vx {
@@ -11,7 +15,8 @@ namespace vx {
 class FileSystemListing final : public VolumeListing {
 public:
     // index must outlive the listing.
-    FileSystemListing(FolderIndex *index, uint64_t folder, std::unique_ptr<FolderReader> reader);
+    FileSystemListing(FolderIndex *index, uint64_t folder, const Way &way,
+                      std::unique_ptr<FolderReader> reader);
 
     Step Next(VolumeFindData *record) override;
     // Reads all the names that can be read for the sake of one; nothing if it is not there.
@@ -19,12 +24,15 @@ public:
 
 private:
     Step Take();
+    bool IsFirstOfName();
     void Finish(bool isComplete);
 
     FolderIndex &_index;
     const uint64_t _folder;
+    const Way _way;
     const std::unique_ptr<FolderReader> _reader;
     FolderEntry _entry;
+    SortedRuns<uint64_t> _folderNames;  // hashes
     std::shared_ptr<FolderMap> _map = std::make_shared<FolderMap>();  // null after the end
 };
 

@@ -2,8 +2,6 @@
 
 #include "FileSystemListing.h"
 
-#include <algorithm>
-
 namespace vx {
 
 FileSystemVolume::FileSystemVolume(std::unique_ptr<FileSystem> fileSystem)
@@ -13,55 +11,49 @@ FileSystemVolume::FileSystemVolume(std::unique_ptr<FileSystem> fileSystem)
 
 std::unique_ptr<VolumeListing> FileSystemVolume::OpenListing(const VolumePath &folder)
 {
-    const std::optional<Node> node = Resolve(folder.Relative(), Wanted::kFolder);
-    if (!node)
+    const auto found = Resolve(folder.Relative());
+    if (!found)
         return nullptr;
-    auto reader = _fileSystem->OpenFolder(*node);
+    auto reader = _fileSystem->OpenFolder(found->node, found->way);
     if (!reader)
         return nullptr;
-    return std::make_unique<FileSystemListing>(&_index, node->place, std::move(reader));
+    return std::make_unique<FileSystemListing>(&_index, found->node.place, found->way,
+                                               std::move(reader));
 }
 
 std::unique_ptr<VolumeFile> FileSystemVolume::OpenVolumeFile(const VolumePath &file)
 {
-    const std::optional<Node> node = Resolve(file.Relative(), Wanted::kFile);
-    return node ? _fileSystem->OpenFile(*node) : nullptr;
+    const auto found = Resolve(file.Relative());
+    return found ? _fileSystem->OpenFile(found->node) : nullptr;
 }
 
-std::optional<Node> FileSystemVolume::Resolve(std::string_view relative, Wanted wanted)
+std::optional<FileSystemVolume::Found> FileSystemVolume::Resolve(std::string_view relative)
 {
-    Node node = _fileSystem->Root();
-    std::vector<uint64_t> ancestors;
-    const auto isAncestor = [&] {
-        return std::find(ancestors.begin(), ancestors.end(), node.place) != ancestors.end();
-    };
+    Found found = {_fileSystem->Root(), {}};
     while (!relative.empty()) {
-        if (isAncestor())
-            return std::nullopt;
-        ancestors.push_back(node.place);
         const size_t slash = relative.find('/');
-        const auto next = Find(node, relative.substr(0, slash));
+        const std::string_view name = relative.substr(0, slash);
+        const auto next = Find(found, name);
         if (!next)
             return std::nullopt;
-        node = *next;
+        found = {*next, {found.node.place, HashOfName(name)}};
         relative = slash == relative.npos ? std::string_view() : relative.substr(slash + 1);
     }
-    if (wanted == Wanted::kFolder && isAncestor())
-        return std::nullopt;
-    return node;
+    return found;
 }
 
-std::optional<Node> FileSystemVolume::Find(const Node &folder, std::string_view name)
+std::optional<Node> FileSystemVolume::Find(const Found &folder, std::string_view name)
 {
-    if (const auto known = _index.Find(folder.place)) {
+    const uint64_t place = folder.node.place;
+    if (const auto known = _index.Find(place, folder.way)) {
         const auto node = known->Find(name);
         if (node || known->IsComplete())
             return node;
     }
-    auto reader = _fileSystem->OpenFolder(folder);
+    auto reader = _fileSystem->OpenFolder(folder.node, folder.way);
     if (!reader)
         return std::nullopt;
-    return FileSystemListing(&_index, folder.place, std::move(reader)).ReadToEnd(name);
+    return FileSystemListing(&_index, place, folder.way, std::move(reader)).ReadToEnd(name);
 }
 
 }  // namespace vx

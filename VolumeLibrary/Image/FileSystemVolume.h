@@ -2,7 +2,7 @@
 //
 // A path is followed name by name through the folders' indexes (FolderIndex); a folder that is
 // not there yet, or no longer, is read once. Names are matched exactly as they are listed. A
-// folder that is its own ancestor is refused, so that a damaged tree cannot go in circles.
+// folder opens by one path only (FileSystem.h), so that a damaged tree cannot go in circles.
 // Ownership: owns the file system. Threads: any number at a time, each with handles of its own.
 #pragma once
 
@@ -20,10 +20,13 @@ protected:
     std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
 
 private:
-    enum class Wanted { kFolder, kFile };
+    struct Found {
+        Node node;
+        Way way;
+    };
 
-    std::optional<Node> Resolve(std::string_view relative, Wanted wanted);
-    std::optional<Node> Find(const Node &folder, std::string_view name);
+    std::optional<Found> Resolve(std::string_view relative);
+    std::optional<Node> Find(const Found &folder, std::string_view name);
 
     const std::unique_ptr<FileSystem> _fileSystem;
     FolderIndex _index;

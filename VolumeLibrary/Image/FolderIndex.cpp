@@ -1,18 +1,8 @@
 #include "FolderIndex.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace vx {
-namespace {
-
-uint64_t HashOf(std::string_view name)
-{
-    return std::hash<std::string_view>()(name);
-}
-
-}  // namespace
-
 void FolderMap::Add(std::string_view name, const Node &node)
 {
     if (_entries.size() == kMostEntries) {
@@ -20,7 +10,7 @@ void FolderMap::Add(std::string_view name, const Node &node)
         _isWhole = false;
     }
     if (_isWhole)
-        _entries.push_back({HashOf(name), node});
+        _entries.push_back({HashOfName(name), node});
 }
 
 void FolderMap::Seal(bool isComplete)
@@ -33,7 +23,7 @@ void FolderMap::Seal(bool isComplete)
 
 std::optional<Node> FolderMap::Find(std::string_view name) const
 {
-    const uint64_t hash = HashOf(name);
+    const uint64_t hash = HashOfName(name);
     const auto found =
         std::lower_bound(_entries.begin(), _entries.end(), hash,
                          [](const Entry &entry, uint64_t wanted) { return entry.hash < wanted; });
@@ -42,17 +32,17 @@ std::optional<Node> FolderMap::Find(std::string_view name) const
     return found->node;
 }
 
-std::shared_ptr<const FolderMap> FolderIndex::Find(uint64_t folder)
+std::shared_ptr<const FolderMap> FolderIndex::Find(uint64_t folder, const Way &way)
 {
     const MutexLock lock(_mutex);
     const auto known = _places.find(folder);
-    if (known == _places.end())
+    if (known == _places.end() || !(known->second->way == way))
         return nullptr;
     _folders.splice(_folders.begin(), _folders, known->second);
     return known->second->map;
 }
 
-void FolderIndex::Keep(uint64_t folder, std::shared_ptr<const FolderMap> map)
+void FolderIndex::Keep(uint64_t folder, const Way &way, std::shared_ptr<const FolderMap> map)
 {
     const MutexLock lock(_mutex);
     const auto known = _places.find(folder);
@@ -64,7 +54,7 @@ void FolderIndex::Keep(uint64_t folder, std::shared_ptr<const FolderMap> map)
            (_entries + map->Size() > kMostEntries || _folders.size() == kMostFolders))
         Forget(std::prev(_folders.end()));
     _entries += map->Size();
-    _folders.push_front({folder, std::move(map)});
+    _folders.push_front({folder, way, std::move(map)});
     _places.emplace(folder, _folders.begin());
 }
 

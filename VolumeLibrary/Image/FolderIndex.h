@@ -1,8 +1,7 @@
 // Which node has which name, of the folders that were read last, so that opening a file by its
 // path does not read the folders on the way again.
 //
-// Names are kept as 64-bit hashes, 32 bytes for each entry. Where two names of one folder have
-// the same hash the first is found; a file system that is not made to deceive has no such pair.
+// Names are kept as 64-bit hashes, 32 bytes for each entry.
 // Threads: any number at a time. Memory: kMostEntries; a larger folder is not kept at all, so
 // that opening a file of it reads the folder again.
 #pragma once
@@ -49,14 +48,15 @@ public:
     static constexpr size_t kMostEntries = FolderMap::kMostEntries;
     static constexpr size_t kMostFolders = 4096;
 
-    // Null if the folder is not known.
-    std::shared_ptr<const FolderMap> Find(uint64_t folder);
+    // folder: its place. Null if the folder is not known by this way.
+    std::shared_ptr<const FolderMap> Find(uint64_t folder, const Way &way);
     // Forgets the folders used least recently to make room.
-    void Keep(uint64_t folder, std::shared_ptr<const FolderMap> map);
+    void Keep(uint64_t folder, const Way &way, std::shared_ptr<const FolderMap> map);
 
 private:
     struct Folder {
         uint64_t place;
+        Way way;
         std::shared_ptr<const FolderMap> map;
     };
     using Folders = std::list<Folder>;

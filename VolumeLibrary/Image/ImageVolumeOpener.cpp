@@ -92,7 +92,7 @@ OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncr
 // A root that cannot be listed is of no use to anybody.
 bool HasRoot(const FileSystem &fileSystem)
 {
-    const auto root = fileSystem.OpenFolder(fileSystem.Root());
+    const auto root = fileSystem.OpenFolder(fileSystem.Root(), {});
     FolderEntry entry;
     return root && root->Next(&entry) != VolumeListing::Step::kError;
 }

@@ -33,10 +33,21 @@ Node NtfsFileSystem::Root() const
     return {kRootNumber, 0, 0};
 }
 
-std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder) const
+// A folder itself says in which one it lies, and under which name.
+bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const
+{
+    if (NtfsNumber(folder.place) == kRootNumber)
+        return way == Way{};
+    const auto own = FindOwnName(*_mft, _tables, record, NtfsNumber(folder.place));
+    return own && NtfsNumber(own->parent) == NtfsNumber(way.parent) &&
+           HashOfName(own->name) == way.name;
+}
+
+std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder, const Way &way) const
 {
     const auto record = _mft->Load(folder.place);
-    if (!record || !record->IsFolder() || !HoldsItsOwnData(*record))
+    if (!record || !record->IsFolder() || !HoldsItsOwnData(*record) ||
+        !IsWayTo(folder, *record, way))
         return nullptr;
     return NtfsFolder::Open(*_mft, _tables, *record, NtfsNumber(folder.place));
 }

@@ -19,12 +19,13 @@ public:
                           std::unique_ptr<FileSystem> *fileSystem);
 
     Node Root() const override;
-    std::unique_ptr<FolderReader> OpenFolder(const Node &folder) const override;
+    std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;
     std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
 
 private:
     NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume,
                    std::unique_ptr<NtfsMft> mft);
+    bool IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const;
     std::unique_ptr<VolumeFile> OpenStream(NtfsStream stream) const;
 
     const std::shared_ptr<const bitlocker::ByteSource> _volume;

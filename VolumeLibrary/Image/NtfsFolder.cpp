@@ -22,8 +22,8 @@ constexpr uint64_t kFirstOrdinary = 24;
 
 }  // namespace
 
-NtfsFolder::NtfsFolder(const NtfsMft &mft, const bitlocker::ByteSource &volume)
-    : _mft(mft), _volume(volume)
+NtfsFolder::NtfsFolder(const NtfsMft &mft, const bitlocker::ByteSource &volume, uint64_t number)
+    : _mft(mft), _volume(volume), _number(number)
 {
 }
 
@@ -31,14 +31,14 @@ std::unique_ptr<NtfsFolder> NtfsFolder::Open(const NtfsMft &mft,
                                              const bitlocker::ByteSource &volume,
                                              const NtfsRecord &folder, uint64_t number)
 {
-    std::unique_ptr<NtfsFolder> reader(new NtfsFolder(mft, volume));
-    return reader->Begin(folder, number) ? std::move(reader) : nullptr;
+    std::unique_ptr<NtfsFolder> reader(new NtfsFolder(mft, volume, number));
+    return reader->Begin(folder) ? std::move(reader) : nullptr;
 }
 
-bool NtfsFolder::Begin(const NtfsRecord &folder, uint64_t number)
+bool NtfsFolder::Begin(const NtfsRecord &folder)
 {
     NtfsStream root;
-    if (FindStream(_mft, _volume, folder, number, NtfsType::kIndexRoot, kIndexName, &root) !=
+    if (FindStream(_mft, _volume, folder, _number, NtfsType::kIndexRoot, kIndexName, &root) !=
             NtfsFound::kYes ||
         !root.isResident || root.bytes.size() < kRootHeaderAt)
         return false;
@@ -47,7 +47,7 @@ bool NtfsFolder::Begin(const NtfsRecord &folder, uint64_t number)
         return false;
     NtfsStream blocks;
     const NtfsFound found =
-        FindStream(_mft, _volume, folder, number, NtfsType::kIndexAllocation, kIndexName, &blocks);
+        FindStream(_mft, _volume, folder, _number, NtfsType::kIndexAllocation, kIndexName, &blocks);
     if (found == NtfsFound::kDamaged || blocks.isResident ||
         blocks.extents.runs.size() > kMostRunsOfTables)
         return false;
@@ -131,7 +131,8 @@ Step NtfsFolder::TakeEntry(FolderEntry *entry, bool *isShown)
     _hasGivenEntry = true;
     _file = _path.back().File();
     _name = std::move(*name);
-    *isShown = !_name.isShortName && NtfsNumber(_file) >= kFirstOrdinary && IsEntryName(_name.name);
+    *isShown = !_name.isShortName && NtfsNumber(_file) >= kFirstOrdinary &&
+               NtfsNumber(_name.parent) == _number && IsEntryName(_name.name);
     entry->name = _name.name;
     entry->node = {_file, 0, 0};
     return Step::kEntry;

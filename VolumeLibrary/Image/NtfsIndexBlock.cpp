@@ -67,15 +67,20 @@ NtfsReference NtfsIndexBlock::File() const
 
 std::optional<NtfsIndexName> NtfsIndexBlock::Name() const
 {
-    const bitlocker::ByteView key = bitlocker::ByteView(Entry(), Length())
-                                        .from(kEntryHeaderBytes)
-                                        .first(Little16(Entry() + 10));
+    return NtfsIndexName::Parse(bitlocker::ByteView(Entry(), Length())
+                                    .from(kEntryHeaderBytes)
+                                    .first(Little16(Entry() + 10)));
+}
+
+std::optional<NtfsIndexName> NtfsIndexName::Parse(bitlocker::ByteView key)
+{
     if (key.size < kNameAt)
         return std::nullopt;
     const size_t nameBytes = size_t{2} * key.data[64];
     if (nameBytes > key.size - kNameAt)
         return std::nullopt;
     NtfsIndexName name;
+    name.parent = Little64(key.data);
     name.name = Wtf8FromUtf16(key.from(kNameAt).first(nameBytes));
     name.isShortName = key.data[65] == kShortNames;
     name.created = Little64(key.data + 8);

@@ -12,10 +12,15 @@
 
 namespace vx {
 
-// What the index says of an entry; the file's own record knows better.
+// One of a file's names with what is stored beside it, as the index says; the file's own record
+// knows better.
 struct NtfsIndexName {
     static constexpr uint32_t kFolder = 0x10000000;
 
+    // Nothing if it is damaged.
+    static std::optional<NtfsIndexName> Parse(bitlocker::ByteView bytes);
+
+    NtfsReference parent = 0;  // the folder that has the file under this name
     std::string name;          // of Wtf8.h
     bool isShortName = false;  // a second name for programs of old
     uint64_t created = 0;      // the times: as in VolumeFindData

@@ -93,7 +93,7 @@ NtfsReference NtfsRecord::Base() const
 }
 
 std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view name,
-                                              uint64_t firstCluster) const
+                                              uint64_t firstCluster, size_t others) const
 {
     size_t offset = Little16(_bytes.data() + kAttributesAt);
     while (offset + kResidentBytes <= _bytes.size()) {
@@ -104,7 +104,7 @@ std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view
         if (Little32(at) == static_cast<uint32_t>(type)) {
             auto attribute = AttributeAt(offset, length);
             if (attribute && SameName(attribute->name, name) &&
-                attribute->firstCluster == firstCluster)
+                attribute->firstCluster == firstCluster && others-- == 0)
                 return attribute;
         }
         offset += length;

@@ -26,6 +26,7 @@ constexpr uint16_t NtfsSequence(NtfsReference reference)
 enum class NtfsType : uint32_t {
     kStandardInformation = 0x10,
     kAttributeList = 0x20,
+    kFileName = 0x30,
     kData = 0x80,
     kIndexRoot = 0x90,
     kIndexAllocation = 0xA0,
@@ -59,9 +60,10 @@ public:
     // The record that this one continues; 0 for one that stands for itself.
     NtfsReference Base() const;
 
-    // The attribute of this type and name whose first cluster is the given one.
+    // The attribute of this type and name whose first cluster is the given one; of several the
+    // one behind so many others.
     std::optional<NtfsAttribute> Find(NtfsType type, std::u16string_view name,
-                                      uint64_t firstCluster = 0) const;
+                                      uint64_t firstCluster = 0, size_t others = 0) const;
 
 private:
     explicit NtfsRecord(std::vector<uint8_t> bytes);

@@ -94,6 +94,18 @@ std::optional<NtfsRecord> LoadPart(const NtfsMft &mft, uint64_t number, const Li
     return belongs ? std::move(record) : std::nullopt;
 }
 
+std::optional<NtfsIndexName> LongNameIn(const NtfsRecord &record)
+{
+    for (size_t others = 0;; ++others) {
+        const auto attribute = record.Find(NtfsType::kFileName, {}, 0, others);
+        if (!attribute)
+            return std::nullopt;
+        auto name = NtfsIndexName::Parse(attribute->value);
+        if (attribute->isResident && name && !name->isShortName)
+            return name;
+    }
+}
+
 // Adds the part that the entry speaks of.
 bool TakeListed(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, const ListEntry &entry,
                 std::u16string_view name, NtfsStream *stream)
@@ -135,6 +147,28 @@ NtfsFound FindStream(const NtfsMft &mft, const bitlocker::ByteSource &volume,
         found = NtfsFound::kYes;
     }
     return found;
+}
+
+std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                                         const NtfsRecord &file, uint64_t number)
+{
+    if (auto name = LongNameIn(file))
+        return name;
+    const auto list = file.Find(NtfsType::kAttributeList, {});
+    const auto bytes = list ? ReadList(mft, volume, *list) : std::nullopt;
+    if (!bytes)
+        return std::nullopt;
+    bitlocker::ByteView left(*bytes);
+    ListEntry entry;
+    while (TakeEntry(&left, &entry)) {
+        const bool isOfOther =
+            entry.type == NtfsType::kFileName && NtfsNumber(entry.record) != number;
+        const auto record = isOfOther ? LoadPart(mft, number, entry) : std::nullopt;
+        auto name = record ? LongNameIn(*record) : std::nullopt;
+        if (name)
+            return name;
+    }
+    return std::nullopt;
 }
 
 uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsRecord &file,

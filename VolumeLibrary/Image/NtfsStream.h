@@ -1,6 +1,7 @@
 // One stream of a file: an attribute with all its parts, which may lie in several records.
 #pragma once
 
+#include "NtfsIndexBlock.h"
 #include "NtfsMft.h"
 
 namespace vx {
@@ -26,5 +27,10 @@ NtfsFound FindStream(const NtfsMft &mft, const bitlocker::ByteSource &volume,
 // Its size alone; 0 if there is none.
 uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, NtfsType type);
+
+// The long name in the file's own record, or in the first of its other ones that has any. A folder
+// has one long name.
+std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                                         const NtfsRecord &file, uint64_t number);
 
 }  // namespace vx

@@ -46,7 +46,9 @@ void PutFolders(NtfsWriter *ntfs)
                    {NtfsWriter::Name(27, u"in pieces"), NtfsWriter::Name(28, u"link"),
                     NtfsWriter::Name(29, u"with a hole"), NtfsWriter::Last()});
     ntfs->PutFolder(26,
-                    {NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"again"), NtfsWriter::Last()})});
+                    {NtfsWriter::OwnName(u"folder"),
+                     NtfsWriter::IndexRoot(
+                         {NtfsWriter::Name(24, u"again", -1, 26), NtfsWriter::Last()})});
 }
 
 void PutFiles(NtfsWriter *ntfs)
