@@ -1,69 +1,38 @@
-// exFAT: the entries are written here by hand into an image of mkfs.exfat, since nothing fills
-// one without the kernel's help.
-#include "ExfatSet.h"
-#include "Image/Little.h"
+// exFAT, in images that are filled by hand.
+#include "ExfatImage.h"
 #include "OpenSource.h"
+#include "PutNumber.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
 
 namespace vx {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-void Put(Bytes *bytes, size_t at, uint64_t value, size_t count)
-{
-    for (size_t i = 0; i < count; ++i)
-        (*bytes)[at + i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
 class ExfatTest : public testing::Test {
 protected:
     void SetUp() override
     {
         VX_NEEDS("mkfs.exfat");
-        const TestImage image{};
-        ASSERT_TRUE(image.MakeExfat(8));
-        const std::string made = image.Folder().ReadFile("image");
-        bytes.assign(made.begin(), made.end());
-        const unsigned sectorShift = bytes[108];
-        clusterBytes = size_t{1} << (sectorShift + bytes[109]);
-        table = size_t{Little32(&bytes[80])} << sectorShift;
-        heap = size_t{Little32(&bytes[88])} << sectorShift;
-        root = Little32(&bytes[96]);
+        const TestImage made{};
+        ASSERT_TRUE(made.MakeExfat(8));
+        image = std::make_unique<ExfatImage>(made.Folder().ReadFile("image"));
+        clusterBytes = image->clusterBytes;
+        root = image->root;
     }
 
-    size_t PlaceOf(uint32_t cluster) const { return heap + (cluster - 2) * clusterBytes; }
-
-    // Adds the set behind those that are in the folder already.
-    void Add(uint32_t folder, const ExfatEntry &entry)
-    {
-        size_t at = PlaceOf(folder);
-        while (bytes[at] != 0)
-            at += 32;
-        const Bytes set = ExfatSetOf(entry);
-        std::copy(set.begin(), set.end(), bytes.begin() + static_cast<long>(at));
-    }
-
-    void Write(uint32_t cluster, const std::string &contents)
-    {
-        std::copy(contents.begin(), contents.end(),
-                  bytes.begin() + static_cast<long>(PlaceOf(cluster)));
-    }
+    void Add(uint32_t folder, const ExfatEntry &entry) { image->Add(folder, entry); }
+    void Write(uint32_t cluster, const std::string &contents) { image->Write(cluster, contents); }
 
     // From begin to end nothing can be read.
     IVolume &Open(size_t begin = 0, size_t end = 0)
     {
-        volume = FatVolumeOf(
-            std::make_shared<SourceWithHole>(std::string(bytes.begin(), bytes.end()), begin, end));
+        volume = FatVolumeOf(std::make_shared<SourceWithHole>(image->Text(), begin, end));
         EXPECT_TRUE(volume);
         return *volume;
     }
 
-    Bytes bytes;
+    std::unique_ptr<ExfatImage> image;
     size_t clusterBytes = 0;
-    size_t table = 0;
-    size_t heap = 0;
     uint32_t root = 0;
     std::unique_ptr<OwnedVolume> volume;
 };
@@ -78,9 +47,7 @@ TEST_F(ExfatTest, FilesInARowAndInPiecesReadWhole)
     Write(200, contents.substr(0, clusterBytes));
     Write(300, contents.substr(clusterBytes, clusterBytes));
     Write(250, contents.substr(2 * clusterBytes));
-    Put(&bytes, table + 4 * 200, 300, 4);
-    Put(&bytes, table + 4 * 300, 250, 4);
-    Put(&bytes, table + 4 * 250, 0xFFFFFFFF, 4);
+    image->Chain({200, 300, 250});
     ExpectSameTree(ReadTree(Open()), {{"in a row, with a name of several parts: Отчёт", contents},
                                       {"in pieces", contents}});
 }
@@ -113,11 +80,11 @@ TEST_F(ExfatTest, DeletedAndDamagedSetsAreNotShown)
     Add(root, {u"deleted", 0x20, true, 0, 0, 0});
     Add(root, {u"damaged", 0x20, true, 0, 0, 0});
     Add(root, {u"kept", 0x20, true, 0, 0, 0});
-    const std::string all(bytes.begin(), bytes.end());
+    const std::string all = image->Text();
     const size_t kept = all.find(std::string("k\0e\0p\0t\0", 8)) - 66;
     for (size_t at : {kept - 192, kept - 160, kept - 128})
-        bytes[at] &= 0x7F;
-    bytes[kept - 90] ^= 1;
+        image->bytes[at] &= 0x7F;
+    image->bytes[kept - 90] ^= 1;
     EXPECT_EQ(SortedNames(Open(), u"/*"), std::vector<std::u16string>{u"kept"});
 }
 
@@ -151,14 +118,13 @@ TEST_F(ExfatTest, ASetWhoseCheckIsAsHighAsItCanBeOnTheWayIsShown)
 TEST_F(ExfatTest, AChainThatGoesInCirclesDoesNotOpen)
 {
     // Numbers that would let it go on for as many steps as there are clusters at all.
-    Put(&bytes, 84, 0x7FFFFFFF, 4);
-    Put(&bytes, 92, 0xFFFFFFF0, 4);
+    PutNumber(&image->bytes, 84, 0x7FFFFFFF, 4);
+    PutNumber(&image->bytes, 92, 0xFFFFFFF0, 4);
     Add(root, {u"circle", 0x20, false, 100, clusterBytes << 31, clusterBytes << 31});
-    Put(&bytes, table + 4 * 100, 200, 4);
-    Put(&bytes, table + 4 * 200, 150, 4);
-    Put(&bytes, table + 4 * 150, 200, 4);
+    image->Chain({100, 200, 150});
+    image->PutNext(150, 200);
     Add(root, {u"itself", 0x20, false, 300, clusterBytes << 31, clusterBytes << 31});
-    Put(&bytes, table + 4 * 300, 300, 4);
+    image->PutNext(300, 300);
     Add(root, {u"folder", 0x10, false, 300, clusterBytes << 10, clusterBytes << 10});
     IVolume &opened = Open();
     EXPECT_FALSE(Opens(opened, u"/circle"));
@@ -168,7 +134,7 @@ TEST_F(ExfatTest, AChainThatGoesInCirclesDoesNotOpen)
 
 TEST_F(ExfatTest, ARootThatGoesInCirclesIsNotListed)
 {
-    Put(&bytes, table + 4 * root, root, 4);
+    image->PutNext(root, root);
     EXPECT_FALSE(ListFolder(Open(), u"/*"));
 }
 
@@ -179,7 +145,7 @@ TEST_F(ExfatTest, ASectorOfAFileFailsTheReadsOfIt)
     Write(100, contents);
     Add(root, {u"good", 0x20, true, 200, 5, 5});
     Write(200, "whole");
-    const size_t bad = PlaceOf(101);
+    const size_t bad = image->PlaceOf(101);
     IVolume &opened = Open(bad, bad + 512);
     const VolumeHandle file = OpenForReading(opened, u"/bad");
     std::string part(clusterBytes, '\0');
@@ -204,7 +170,7 @@ TEST_F(ExfatTest, ASectorOfAFolderFailsThatFolder)
     Add(root, {u"fine", 0x10, true, 101, clusterBytes, clusterBytes});
     Add(101, {u"in it", 0x20, true, 200, 5, 5});
     Write(200, "whole");
-    IVolume &opened = Open(PlaceOf(100), PlaceOf(100) + 512);
+    IVolume &opened = Open(image->PlaceOf(100), image->PlaceOf(100) + 512);
     EXPECT_FALSE(ListFolder(opened, u"/bad/*"));
     EXPECT_FALSE(Opens(opened, u"/bad/in it"));
     EXPECT_EQ(ReadWholeFile(opened, u"/fine/in it"), "whole");

@@ -1,6 +1,5 @@
 // How much memory the opening of a hostile volume takes at most; asks the kernel, so Linux only.
-#include "ExfatSet.h"
-#include "Image/Little.h"
+#include "ExfatImage.h"
 #include "TestImage.h"
 
 #include <algorithm>
@@ -124,35 +123,53 @@ size_t CountEntries(IVolume &volume, const std::u16string &pattern)
 }
 
 // The largest folder whose names are kept, so that files open without reading it again.
-TEST_F(HostileMemory, AFolderOfAsManyFilesAsAreKeptTakesLittle)
+class HostileFolder : public HostileMemory {
+protected:
+    // attributes: of the entries.
+    void ExpectLittleForFolderOf(uint16_t attributes);
+
+    static constexpr size_t kEntries = 524288;
+};
+
+// The folder is listed twice, and then the last entry is looked for.
+void HostileFolder::ExpectLittleForFolderOf(uint16_t attributes)
 {
-    VX_NEEDS("mkfs.exfat");
-    constexpr size_t kFiles = 524288;
     constexpr uint32_t kFolder = 100;
-    ASSERT_TRUE(image.MakeExfat(80));
-    std::string bytes = image.Folder().ReadFile("image");
-    const auto *boot = reinterpret_cast<const uint8_t *>(bytes.data());
-    const size_t cluster = size_t{1} << (boot[108] + boot[109]);
-    const size_t heap = size_t{Little32(boot + 88)} << boot[108];
-    const auto put = [&](size_t at, const ExfatEntry &entry) {
-        const std::vector<uint8_t> set = ExfatSetOf(entry);
-        std::copy(set.begin(), set.end(), bytes.begin() + static_cast<long>(at));
-    };
     constexpr size_t kSetBytes = 96;
-    const uint64_t size = (kFiles * kSetBytes + cluster - 1) / cluster * cluster;
-    put(heap + (Little32(boot + 96) - 2) * cluster, {u"folder", 0x10, true, kFolder, size, size});
-    for (size_t i = 0; i < kFiles; ++i)
-        put(heap + (kFolder - 2) * cluster + i * kSetBytes,
-            {Utf16("file " + std::to_string(i)), 0x20, true, 0, 0, 0});
-    const std::string path = image.Folder().WriteFile("hostile", bytes);
-    bytes = {};
+    ASSERT_TRUE(image.MakeExfat(80));
+    auto made = std::make_unique<ExfatImage>(image.Folder().ReadFile("image"));
+    const size_t cluster = made->clusterBytes;
+    const uint64_t size = (kEntries * kSetBytes + cluster - 1) / cluster * cluster;
+    made->Add(made->root, {u"folder", 0x10, true, kFolder, size, size});
+    for (size_t i = 0; i < kEntries; ++i) {
+        const std::vector<uint8_t> set =
+            ExfatSetOf({Utf16("entry " + std::to_string(i)), attributes, true, 0, 0, 0});
+        std::copy(set.begin(), set.end(),
+                  made->bytes.begin() + static_cast<long>(made->PlaceOf(kFolder) + i * kSetBytes));
+    }
+    const std::string path = image.Folder().WriteFile("hostile", made->Text());
+    made.reset();
     ExpectLittle([&] {
         const Opened opened = OpenImage(path);
         ASSERT_TRUE(opened.volume) << opened.detail;
-        EXPECT_EQ(CountEntries(*opened.volume, u"/folder/*"), kFiles);
-        EXPECT_EQ(CountEntries(*opened.volume, u"/folder/*"), kFiles);
-        EXPECT_TRUE(Opens(*opened.volume, u"/folder/file 524287"));
+        EXPECT_EQ(CountEntries(*opened.volume, u"/folder/*"), kEntries);
+        EXPECT_EQ(CountEntries(*opened.volume, u"/folder/*"), kEntries);
+        const std::u16string last = u"/folder/" + Utf16("entry " + std::to_string(kEntries - 1));
+        EXPECT_TRUE(attributes == 0x10 ? ListFolder(*opened.volume, last + u"/*").has_value()
+                                       : Opens(*opened.volume, last));
     });
+}
+
+TEST_F(HostileFolder, OfAsManyFilesAsAreKeptTakesLittle)
+{
+    VX_NEEDS("mkfs.exfat");
+    ExpectLittleForFolderOf(0x20);
+}
+
+TEST_F(HostileFolder, OfAsManyFoldersAsAreKeptTakesLittle)
+{
+    VX_NEEDS("mkfs.exfat");
+    ExpectLittleForFolderOf(0x10);
 }
 
 }  // namespace

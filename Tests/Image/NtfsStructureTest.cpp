@@ -330,5 +330,87 @@ TEST_F(NtfsIndex, AFileListedBeforeTheDamageOpens)
     EXPECT_FALSE(Opens(opened, u"/c"));
 }
 
+// Folders and the names that their own records have.
+class NtfsOwnNames : public NtfsStructure {
+protected:
+    // The root shows the folder kFile by these names.
+    void PutRoot(const std::vector<std::u16string> &names)
+    {
+        std::vector<Bytes> lines;
+        for (const std::u16string &name : names)
+            lines.push_back(NtfsWriter::Name(kFile, name));
+        lines.push_back(NtfsWriter::Last());
+        ntfs.PutFolder(kRoot, {NtfsWriter::IndexRoot(lines)});
+    }
+
+    void PutFolder(const std::vector<Bytes> &ownNames)
+    {
+        ntfs.PutFolder(kFile, {NtfsWriter::Joined(ownNames),
+                               NtfsWriter::IndexRoot({NtfsWriter::Name(25, u"in it", -1, kFile),
+                                                      NtfsWriter::Last()})});
+        ntfs.PutFile(25, {NtfsWriter::Data("")});
+    }
+
+    static Bytes ShortName(const std::u16string &name)
+    {
+        constexpr size_t kNameSpaceAt = 24 + 65;
+        Bytes bytes = NtfsWriter::OwnName(name);
+        bytes.at(kNameSpaceAt) = 2;
+        return bytes;
+    }
+};
+
+TEST_F(NtfsOwnNames, AFolderOpensByTheFirstLongNameOfItsRecord)
+{
+    PutRoot({u"short", u"a", u"b"});
+    PutFolder({ShortName(u"short"), NtfsWriter::OwnName(u"a"), NtfsWriter::OwnName(u"b")});
+    EXPECT_TRUE(Opens(Open(), u"/a/in it"));
+    EXPECT_FALSE(Opens(*volume, u"/b/in it"));
+    EXPECT_FALSE(Opens(*volume, u"/short/in it"));
+}
+
+TEST_F(NtfsOwnNames, AFolderThatSaysItLiesInAnotherOneDoesNotOpen)
+{
+    PutRoot({u"a"});
+    PutFolder({NtfsWriter::OwnName(u"a", 26)});
+    EXPECT_EQ(SortedNames(Open(), u"/*"), std::vector<std::u16string>{u"a"});
+    EXPECT_FALSE(ListFolder(*volume, u"/a/*"));
+    PutFolder({});
+    EXPECT_FALSE(ListFolder(Open(), u"/a/*"));
+}
+
+TEST_F(NtfsOwnNames, ANameInAnotherRecordOfTheFolderCounts)
+{
+    PutRoot({u"a", u"b"});
+    PutFolder({NtfsWriter::Resident(
+        NtfsType::kAttributeList,
+        NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kFileName, {}, 0, kMore),
+                            NtfsWriter::Listed(NtfsType::kFileName, {}, 0, kMore + 1),
+                            NtfsWriter::Listed(NtfsType::kIndexRoot, u"$I30", 0, kFile)}))});
+    ntfs.PutFile(kMore, {ShortName(u"short")}, kFile);
+    ntfs.PutFile(kMore + 1, {NtfsWriter::OwnName(u"b")}, kFile);
+    EXPECT_TRUE(Opens(Open(), u"/b/in it"));
+    EXPECT_FALSE(ListFolder(*volume, u"/a/*"));
+    // Of a record that belongs to another file nothing is believed.
+    ntfs.PutFile(kMore + 1, {NtfsWriter::OwnName(u"b")}, kFile + 1);
+    EXPECT_FALSE(ListFolder(Open(), u"/b/*"));
+}
+
+TEST_F(NtfsOwnNames, BlocksThatTwoFoldersShareAreListedInOneOfThem)
+{
+    const Bytes blocks =
+        NtfsWriter::InRuns({NtfsType::kIndexAllocation, u"$I30", 0, kClusterBytes, {{kFree, 1}}});
+    ntfs.PutFolder(kRoot,
+                   {NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"a"), NtfsWriter::Name(25, u"b"),
+                                           NtfsWriter::Last()})});
+    for (const uint64_t folder : {24, 25})
+        ntfs.PutFolder(folder, {NtfsWriter::OwnName(folder == 24 ? u"a" : u"b"),
+                                NtfsWriter::IndexRoot({NtfsWriter::Last(0)}), blocks});
+    ntfs.PutBlock(kFree, 0, {NtfsWriter::Name(26, u"file", -1, 25), NtfsWriter::Last()});
+    EXPECT_EQ(SortedNames(Open(), u"/a/*"), std::vector<std::u16string>{});
+    EXPECT_TRUE(ListFolder(*volume, u"/a/*"));
+    EXPECT_EQ(SortedNames(*volume, u"/b/*"), std::vector<std::u16string>{u"file"});
+}
+
 }  // namespace
 }  // namespace vx

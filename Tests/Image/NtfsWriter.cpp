@@ -1,5 +1,7 @@
 #include "NtfsWriter.h"
 
+#include "PutNumber.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -10,12 +12,6 @@ using Bytes = NtfsWriter::Bytes;
 
 constexpr uint32_t kEnd = 0xFFFFFFFF;
 
-void Put(Bytes *bytes, size_t at, uint64_t value, size_t count)
-{
-    for (size_t i = 0; i < count; ++i)
-        bytes->at(at + i) = static_cast<uint8_t>(value >> (8 * i));
-}
-
 void Append(Bytes *bytes, const Bytes &more)
 {
     bytes->insert(bytes->end(), more.begin(), more.end());
@@ -25,7 +21,7 @@ Bytes Units(const std::u16string &text)
 {
     Bytes bytes(2 * text.size());
     for (size_t i = 0; i < text.size(); ++i)
-        Put(&bytes, 2 * i, text[i], 2);
+        PutNumber(&bytes, 2 * i, text[i], 2);
     return bytes;
 }
 
@@ -63,10 +59,10 @@ Bytes ListOfRuns(const std::vector<NtfsWriter::Run> &runs)
 Bytes Attribute(NtfsType type, bool isInRuns, const std::u16string &name, size_t header)
 {
     Bytes bytes(header);
-    Put(&bytes, 0, static_cast<uint32_t>(type), 4);
+    PutNumber(&bytes, 0, static_cast<uint32_t>(type), 4);
     bytes[8] = isInRuns ? 1 : 0;
     bytes[9] = static_cast<uint8_t>(name.size());
-    Put(&bytes, 10, header, 2);
+    PutNumber(&bytes, 10, header, 2);
     Append(&bytes, Units(name));
     Align(&bytes);
     return bytes;
@@ -75,7 +71,7 @@ Bytes Attribute(NtfsType type, bool isInRuns, const std::u16string &name, size_t
 void Finish(Bytes *attribute)
 {
     Align(attribute);
-    Put(attribute, 4, attribute->size(), 4);
+    PutNumber(attribute, 4, attribute->size(), 4);
 }
 
 Bytes StandardInformation()
@@ -89,16 +85,16 @@ Bytes Index(const std::vector<Bytes> &lines, size_t room)
     constexpr size_t kHeaderBytes = 16;
     Bytes index(kHeaderBytes + room);
     Append(&index, NtfsWriter::Joined(lines));
-    Put(&index, 0, kHeaderBytes + room, 4);
-    Put(&index, 4, index.size(), 4);
-    Put(&index, 8, index.size(), 4);
+    PutNumber(&index, 0, kHeaderBytes + room, 4);
+    PutNumber(&index, 4, index.size(), 4);
+    PutNumber(&index, 8, index.size(), 4);
     return index;
 }
 
 Bytes NameBytes(const std::u16string &name, uint64_t parent)
 {
     Bytes bytes(66);
-    Put(&bytes, 0, parent, 8);
+    PutNumber(&bytes, 0, parent, 8);
     bytes[64] = static_cast<uint8_t>(name.size());
     bytes[65] = 1;
     Append(&bytes, Units(name));
@@ -108,17 +104,17 @@ Bytes NameBytes(const std::u16string &name, uint64_t parent)
 Bytes Line(uint64_t record, const Bytes &key, uint16_t flags, int64_t blockBelow)
 {
     Bytes line(16);
-    Put(&line, 0, record, 8);
-    Put(&line, 10, key.size(), 2);
+    PutNumber(&line, 0, record, 8);
+    PutNumber(&line, 10, key.size(), 2);
     Append(&line, key);
     Align(&line);
     if (blockBelow >= 0) {
         line.resize(line.size() + 8);
-        Put(&line, line.size() - 8, static_cast<uint64_t>(blockBelow), 8);
+        PutNumber(&line, line.size() - 8, static_cast<uint64_t>(blockBelow), 8);
         flags |= 1;
     }
-    Put(&line, 8, line.size(), 2);
-    Put(&line, 12, flags, 2);
+    PutNumber(&line, 8, line.size(), 2);
+    PutNumber(&line, 12, flags, 2);
     return line;
 }
 
@@ -129,21 +125,21 @@ NtfsWriter::NtfsWriter(uint64_t clusters) : _image(clusters * kClusterBytes)
     constexpr size_t kSectorBytes = 512;
     constexpr uint8_t kPowerOf1024 = 0xF6;
     std::memcpy(_image.data() + 3, "NTFS    ", 8);
-    Put(&_image, 11, kSectorBytes, 2);
+    PutNumber(&_image, 11, kSectorBytes, 2);
     _image[13] = kClusterBytes / kSectorBytes;
-    Put(&_image, 40, clusters * kClusterBytes / kSectorBytes, 8);
-    Put(&_image, 48, kTable, 8);
+    PutNumber(&_image, 40, clusters * kClusterBytes / kSectorBytes, 8);
+    PutNumber(&_image, 48, kTable, 8);
     _image[64] = kPowerOf1024;
     _image[68] = kPowerOf1024;
-    Put(&_image, 510, 0xAA55, 2);
+    PutNumber(&_image, 510, 0xAA55, 2);
     PutFile(0, {InRuns({NtfsType::kData, {}, 0, kRecords * kClusterBytes, {{kTable, kRecords}}})});
 }
 
 Bytes NtfsWriter::Resident(NtfsType type, const Bytes &value, const std::u16string &name)
 {
     Bytes bytes = Attribute(type, false, name, 24);
-    Put(&bytes, 16, value.size(), 4);
-    Put(&bytes, 20, bytes.size(), 2);
+    PutNumber(&bytes, 16, value.size(), 4);
+    PutNumber(&bytes, 20, bytes.size(), 2);
     Append(&bytes, value);
     Finish(&bytes);
     return bytes;
@@ -155,14 +151,14 @@ Bytes NtfsWriter::InRuns(const Stream &stream)
     uint64_t clusters = 0;
     for (const Run &run : stream.runs)
         clusters += run.length;
-    Put(&bytes, 12, stream.flags, 2);
-    Put(&bytes, 16, stream.firstCluster, 8);
-    Put(&bytes, 24, stream.firstCluster + clusters - 1, 8);
-    Put(&bytes, 32, bytes.size(), 2);
-    Put(&bytes, 34, stream.compressionShift, 2);
-    Put(&bytes, 40, clusters * kClusterBytes, 8);
-    Put(&bytes, 48, stream.size, 8);
-    Put(&bytes, 56, stream.size, 8);
+    PutNumber(&bytes, 12, stream.flags, 2);
+    PutNumber(&bytes, 16, stream.firstCluster, 8);
+    PutNumber(&bytes, 24, stream.firstCluster + clusters - 1, 8);
+    PutNumber(&bytes, 32, bytes.size(), 2);
+    PutNumber(&bytes, 34, stream.compressionShift, 2);
+    PutNumber(&bytes, 40, clusters * kClusterBytes, 8);
+    PutNumber(&bytes, 48, stream.size, 8);
+    PutNumber(&bytes, 56, stream.size, 8);
     Append(&bytes, ListOfRuns(stream.runs));
     Finish(&bytes);
     return bytes;
@@ -180,12 +176,12 @@ Bytes NtfsWriter::Listed(NtfsType type, const std::u16string &name, uint64_t fir
     Bytes line(kHeaderBytes);
     Append(&line, Units(name));
     Align(&line);
-    Put(&line, 0, static_cast<uint32_t>(type), 4);
-    Put(&line, 4, line.size(), 2);
+    PutNumber(&line, 0, static_cast<uint32_t>(type), 4);
+    PutNumber(&line, 4, line.size(), 2);
     line[6] = static_cast<uint8_t>(name.size());
     line[7] = kHeaderBytes;
-    Put(&line, 8, firstCluster, 8);
-    Put(&line, 16, record, 8);
+    PutNumber(&line, 8, firstCluster, 8);
+    PutNumber(&line, 16, record, 8);
     return line;
 }
 
@@ -209,9 +205,9 @@ Bytes NtfsWriter::Last(int64_t blockBelow)
 Bytes NtfsWriter::IndexRoot(const std::vector<Bytes> &lines)
 {
     Bytes value(16);
-    Put(&value, 0, 0x30, 4);
-    Put(&value, 4, 1, 4);
-    Put(&value, 8, kClusterBytes, 4);
+    PutNumber(&value, 0, 0x30, 4);
+    PutNumber(&value, 4, 1, 4);
+    PutNumber(&value, 8, kClusterBytes, 4);
     value[12] = 1;
     Append(&value, Index(lines, 0));
     return Resident(NtfsType::kIndexRoot, value, u"$I30");
@@ -242,16 +238,16 @@ void NtfsWriter::PutRecord(uint64_t number, uint16_t flags, const std::vector<By
     constexpr size_t kAttributes = 56;
     Bytes record(kAttributes);
     std::memcpy(record.data(), "FILE", 4);
-    Put(&record, 16, 1, 2);
-    Put(&record, 20, kAttributes, 2);
-    Put(&record, 22, flags, 2);
-    Put(&record, 32, base, 8);
+    PutNumber(&record, 16, 1, 2);
+    PutNumber(&record, 20, kAttributes, 2);
+    PutNumber(&record, 22, flags, 2);
+    PutNumber(&record, 32, base, 8);
     if (base == 0)
         Append(&record, StandardInformation());
     Append(&record, Joined(attributes));
     const size_t end = record.size();
     record.resize(std::max(kClusterBytes, end + 4));  // at() notices one that is too full
-    Put(&record, end, kEnd, 4);
+    PutNumber(&record, end, kEnd, 4);
     PutWithFixups(kTable + number, std::move(record), kFixups);
 }
 
@@ -261,7 +257,7 @@ void NtfsWriter::PutBlock(uint64_t cluster, uint64_t number, const std::vector<B
     constexpr size_t kRoom = 8;  // for the fixups
     Bytes block(24);
     std::memcpy(block.data(), "INDX", 4);
-    Put(&block, 16, number, 8);
+    PutNumber(&block, 16, number, 8);
     Append(&block, Index(lines, kRoom));
     block.resize(std::max(kClusterBytes, block.size()));
     PutWithFixups(cluster, std::move(block), kFixups);
@@ -271,12 +267,12 @@ void NtfsWriter::PutWithFixups(uint64_t cluster, Bytes bytes, size_t fixups)
 {
     constexpr uint16_t kCheck = 0x0101;
     constexpr size_t kStride = 512;
-    Put(&bytes, 4, fixups, 2);
-    Put(&bytes, 6, kClusterBytes / kStride + 1, 2);
-    Put(&bytes, fixups, kCheck, 2);
+    PutNumber(&bytes, 4, fixups, 2);
+    PutNumber(&bytes, 6, kClusterBytes / kStride + 1, 2);
+    PutNumber(&bytes, fixups, kCheck, 2);
     for (size_t i = 1; i <= kClusterBytes / kStride; ++i) {
         std::memcpy(bytes.data() + fixups + 2 * i, bytes.data() + i * kStride - 2, 2);
-        Put(&bytes, i * kStride - 2, kCheck, 2);
+        PutNumber(&bytes, i * kStride - 2, kCheck, 2);
     }
     PutBytes(cluster, std::string(bytes.begin(), bytes.end()));
 }

@@ -82,8 +82,8 @@ bool FatFileSystem::Claim(const Way &way, const std::vector<Extent> &runs) const
             pieces.push_back({0, 1});
             continue;
         }
-        const auto first = static_cast<uint32_t>((run.offset - _geometry.clustersOffset) /
-                                                 _geometry.clusterBytes);
+        const auto first =
+            static_cast<uint32_t>((run.offset - _geometry.clustersOffset) / _geometry.clusterBytes);
         const auto count = static_cast<uint32_t>(run.length / _geometry.clusterBytes);
         pieces.push_back({first + 1, first + 1 + count});
     }

@@ -24,12 +24,11 @@ bool FatFolderOwners::Claim(const Way &way, const std::vector<Piece> &pieces)
 FatFolderOwners::Owner FatFolderOwners::OwnerOf(const Piece &piece, const Way &way) const
 {
     bool isThisWay = false;
-    const bool isAnother =
-        _owned.HasBelow({{piece.end, piece.end}, {}}, [&](const Owned &owned) {
-            const bool overlaps = owned.piece.end > piece.begin;
-            isThisWay = isThisWay || (overlaps && owned.way == way);
-            return overlaps && !(owned.way == way);
-        });
+    const bool isAnother = _owned.HasBelow({{piece.end, piece.end}, {}}, [&](const Owned &owned) {
+        const bool overlaps = owned.piece.end > piece.begin;
+        isThisWay = isThisWay || (overlaps && owned.way == way);
+        return overlaps && !(owned.way == way);
+    });
     if (isAnother)
         return Owner::kAnother;
     return isThisWay ? Owner::kThisWay : Owner::kNobody;

@@ -29,10 +29,7 @@ struct Way {
     uint64_t parent = 0;  // its place
     uint64_t name = 0;    // HashOfName; 0 for the root
 
-    bool operator==(const Way &other) const
-    {
-        return parent == other.parent && name == other.name;
-    }
+    bool operator==(const Way &other) const { return parent == other.parent && name == other.name; }
 };
 
 // Never 0. Where two names of one folder have the same hash the first is meant by both; a file

@@ -32,7 +32,7 @@ private:
     const Way _way;
     const std::unique_ptr<FolderReader> _reader;
     FolderEntry _entry;
-    SortedRuns<uint64_t> _folderNames;  // hashes
+    SortedRuns<uint64_t> _folderNames;                                // hashes
     std::shared_ptr<FolderMap> _map = std::make_shared<FolderMap>();  // null after the end
 };
 

@@ -30,7 +30,7 @@ private:
     const NtfsMft &_mft;
     const bitlocker::ByteSource &_volume;
     const uint64_t _number;  // of the folder
-    FileExtents _blocks;  // of the index, without its root
+    FileExtents _blocks;     // of the index, without its root
     uint32_t _blockBytes = 0;
     std::vector<NtfsIndexBlock> _path;  // from the root to the present block
     std::vector<bool> _visited;         // by the places of blocks in the index

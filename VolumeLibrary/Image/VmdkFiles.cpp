@@ -113,8 +113,8 @@ OpenError CheckVmdkFiles(const std::string &path, const bitlocker::ByteSource &i
 {
     const size_t name = path.rfind('/') + 1;  // 0 without any
     uint8_t head[4] = {};
-    if (bitlocker::Error error =
-            image.readAt(0, head, static_cast<size_t>(std::min<uint64_t>(sizeof head, image.size()))))
+    if (bitlocker::Error error = image.readAt(
+            0, head, static_cast<size_t>(std::min<uint64_t>(sizeof head, image.size()))))
         return FromDecryptor(error);
     if (IsVmdkThatGrows({head, sizeof head}))
         return CheckGrowing(path.substr(name), image, notes);

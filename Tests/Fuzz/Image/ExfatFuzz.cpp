@@ -4,6 +4,7 @@
 #include "DamagedSource.h"
 #include "ExfatSet.h"
 #include "Image/FatFileSystem.h"
+#include "PutNumber.h"
 #include "VisitVolume.h"
 
 #include <algorithm>
@@ -27,17 +28,11 @@ size_t PlaceOf(uint32_t cluster)
     return kHeap + (cluster - 2) * kCluster;
 }
 
-void Put(Bytes *bytes, size_t at, uint64_t value, size_t count)
-{
-    for (size_t i = 0; i < count; ++i)
-        bytes->at(at + i) = static_cast<uint8_t>(value >> (8 * i));
-}
-
 void Chain(Bytes *bytes, const std::vector<uint32_t> &clusters)
 {
     for (size_t i = 0; i < clusters.size(); ++i) {
         const uint32_t next = i + 1 < clusters.size() ? clusters[i + 1] : 0xFFFFFFFF;
-        Put(bytes, kTable + 4 * size_t{clusters[i]}, next, 4);
+        PutNumber(bytes, kTable + 4 * size_t{clusters[i]}, next, 4);
     }
 }
 
@@ -53,14 +48,14 @@ SoundImage MakeImage()
 {
     Bytes bytes(kHeap + kClusters * kCluster);
     std::memcpy(bytes.data() + 3, "EXFAT   ", 8);
-    Put(&bytes, 80, kTable / kCluster, 4);
-    Put(&bytes, 84, 4, 4);
-    Put(&bytes, 88, kHeap / kCluster, 4);
-    Put(&bytes, 92, kClusters, 4);
-    Put(&bytes, 96, kRootFolder, 4);
+    PutNumber(&bytes, 80, kTable / kCluster, 4);
+    PutNumber(&bytes, 84, 4, 4);
+    PutNumber(&bytes, 88, kHeap / kCluster, 4);
+    PutNumber(&bytes, 92, kClusters, 4);
+    PutNumber(&bytes, 96, kRootFolder, 4);
     bytes[108] = 9;
-    Put(&bytes, 510, 0xAA55, 2);
-    Put(&bytes, kTable, 0xFFFFFFF8, 4);
+    PutNumber(&bytes, 510, 0xAA55, 2);
+    PutNumber(&bytes, kTable, 0xFFFFFFF8, 4);
     Chain(&bytes, {kRootFolder, 3});
     Chain(&bytes, {20, 22, 21});
     Chain(&bytes, {5, 6});

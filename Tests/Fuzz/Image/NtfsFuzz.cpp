@@ -45,10 +45,9 @@ void PutFolders(NtfsWriter *ntfs)
     ntfs->PutBlock(kFree + 1, 1,
                    {NtfsWriter::Name(27, u"in pieces"), NtfsWriter::Name(28, u"link"),
                     NtfsWriter::Name(29, u"with a hole"), NtfsWriter::Last()});
-    ntfs->PutFolder(26,
-                    {NtfsWriter::OwnName(u"folder"),
-                     NtfsWriter::IndexRoot(
-                         {NtfsWriter::Name(24, u"again", -1, 26), NtfsWriter::Last()})});
+    ntfs->PutFolder(
+        26, {NtfsWriter::OwnName(u"folder"),
+             NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"again", -1, 26), NtfsWriter::Last()})});
 }
 
 void PutFiles(NtfsWriter *ntfs)
