@@ -54,8 +54,8 @@ enum class VolumeLibraryStatus : int32_t {
     kSeveralVolumes = 32,          // the disk holds several volumes and none was chosen
     kContainerNotSupported = 33,   // the image is of a kind that is not known
     kSecretNeeded = 34,            // encrypted, and "none" does not open it
-    kCancelled = 35,               // opening was given up before it was decided
-    kNoSuchVolume = 36,            // the disk has no volume of the chosen number
+    // 35 is not used.
+    kNoSuchVolume = 36,  // the disk has no volume of the chosen number
 };
 
 // The status in plain words: no capital at the start, no full stop, so that it can follow a
@@ -111,8 +111,6 @@ inline const char *VolumeLibraryStatusText(int32_t status)
         return "the kind of disk image is not supported";
     case VolumeLibraryStatus::kSecretNeeded:
         return "the volume is encrypted; a password, a recovery password or a key is needed";
-    case VolumeLibraryStatus::kCancelled:
-        return "opening the volume was given up";
     case VolumeLibraryStatus::kNoSuchVolume:
         return "the disk has no volume of this number";
     }

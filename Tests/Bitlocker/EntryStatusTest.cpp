@@ -3,9 +3,9 @@
 #include "Maker/VolumeMaker.h"
 #include "TestVolume.h"
 
-#include "Image/StatusFromDecryptor.h"
 #include "TemporaryFolder.h"
 #include "VolumeLibrary.h"
+#include "VolumeLibraryStatus.h"
 
 #include <gtest/gtest.h>
 
@@ -73,10 +73,15 @@ TEST_F(EntryStatusTest, AConversionThatStoppedWithoutABoundaryIsNotSupported)
     EXPECT_EQ(openWithPassword(), VolumeLibraryStatus::kConversionNotSupported);
 }
 
-// The entry has nobody who could give up; a caller of the decryptor may.
-TEST(StatusFromDecryptorTest, GivingUpIsAStatusOfItsOwn)
+TEST_F(EntryStatusTest, ADamagedMapOfAConversionIsAStatusOfItsOwnOnceTheSecretIsRight)
 {
-    EXPECT_EQ(FromDecryptor({Status::Cancelled, ""}).status, VolumeLibraryStatus::kCancelled);
+    maker::VolumeRecipe recipe = recipeWithPassword();
+    recipe.conversion.emplace();
+    make(recipe);
+    for (const uint64_t offset : plan.conversionOffsets)
+        image[offset + 24] ^= 1;
+    EXPECT_EQ(openWithPassword(), VolumeLibraryStatus::kConversionMapDamaged);
+    EXPECT_EQ(openWithPassword("wrong"), VolumeLibraryStatus::kWrongSecret);
 }
 
 }  // namespace

@@ -5,7 +5,12 @@
 
 namespace {
 
+using As = vx::FailAllocation::As;
+
+struct Defect {};
+
 constexpr long kNever = -1;
+thread_local As failureNow = As::kOutOfMemory;
 thread_local long untilFailure = kNever;
 thread_local bool happened = false;
 
@@ -21,7 +26,10 @@ bool MustFail()
 
 void *operator new(size_t size)
 {
-    void *memory = MustFail() ? nullptr : std::malloc(size);
+    const bool mustFail = MustFail();
+    if (mustFail && failureNow == As::kDefect)
+        throw Defect();
+    void *memory = mustFail ? nullptr : std::malloc(size);
     if (memory == nullptr)
         throw std::bad_alloc();
     return memory;
@@ -39,8 +47,9 @@ void operator delete(void *memory, size_t) noexcept
 
 namespace vx {
 
-FailAllocation::FailAllocation(long number)
+FailAllocation::FailAllocation(long number, As failure)
 {
+    failureNow = failure;
     happened = false;
     untilFailure = number;
 }

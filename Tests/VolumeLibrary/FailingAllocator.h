@@ -4,10 +4,12 @@
 namespace vx {
 
 // While it exists, the allocation of this thread with the given number, counted from 0, throws
-// std::bad_alloc; all others succeed. One at a time.
+// std::bad_alloc, or what no code expects; all others succeed. One at a time.
 class FailAllocation {
 public:
-    explicit FailAllocation(long number);
+    enum class As { kOutOfMemory, kDefect };
+
+    explicit FailAllocation(long number, As failure = As::kOutOfMemory);
     ~FailAllocation();
     FailAllocation(const FailAllocation &) = delete;
     FailAllocation &operator=(const FailAllocation &) = delete;

@@ -74,5 +74,15 @@ TEST_F(OutOfMemoryTest, TheEntryAnswersWithItsStatusAndANullVolume)
     });
 }
 
+TEST_F(OutOfMemoryTest, TheEntryAnswersToADefectOfItsOwnWithAStatusAndANullVolume)
+{
+    IVolume *opened = &volume;
+    const FailAllocation failing(0, FailAllocation::As::kDefect);
+    EXPECT_EQ(open_bitlocker_device(folder.Path().c_str(), "none", "", &opened),
+              static_cast<int32_t>(VolumeLibraryStatus::kInternalError));
+    EXPECT_EQ(opened, nullptr);
+    EXPECT_TRUE(failing.Happened());
+}
+
 }  // namespace
 }  // namespace vx

@@ -10,6 +10,7 @@ VolumeLibraryStatus StatusOf(const bitlocker::Error &error)
     using Of = bitlocker::Status;
     switch (error.status) {
     case Of::Ok:
+    case Of::Cancelled:  // nobody here raises the flag
         break;
     case Of::NotBitlocker:
         return VolumeLibraryStatus::kNotEncrypted;
@@ -35,8 +36,6 @@ VolumeLibraryStatus StatusOf(const bitlocker::Error &error)
         return VolumeLibraryStatus::kFileSystemDamaged;
     case Of::SystemError:
         return StatusFromErrno(error.systemError);
-    case Of::Cancelled:
-        return VolumeLibraryStatus::kCancelled;
     }
     return VolumeLibraryStatus::kInternalError;
 }
