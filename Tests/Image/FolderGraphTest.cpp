@@ -236,13 +236,12 @@ TEST_P(EachGraph, OfFoldersThatAllLeadToEachOtherEachIsListedOnce)
 
 INSTANTIATE_TEST_SUITE_P(
     FolderGraph, EachGraph,
-    testing::Values(
-        GraphKind{"Fat16", "mkfs.fat", [](const Graph &g) { return FatOf(g, "-F 16 -s 2"); },
-                  FatVolumeOf},
-        GraphKind{"Fat32", "mkfs.fat", [](const Graph &g) { return FatOf(g, "-F 32 -s 2"); },
-                  FatVolumeOf},
-        GraphKind{"Exfat", "mkfs.exfat", ExfatOf, FatVolumeOf},
-        GraphKind{"Ntfs", nullptr, NtfsOf, NtfsVolumeOf}),
+    testing::Values(GraphKind{"Fat16", "mkfs.fat",
+                              [](const Graph &g) { return FatOf(g, "-F 16 -s 2"); }, FatVolumeOf},
+                    GraphKind{"Fat32", "mkfs.fat",
+                              [](const Graph &g) { return FatOf(g, "-F 32 -s 2"); }, FatVolumeOf},
+                    GraphKind{"Exfat", "mkfs.exfat", ExfatOf, FatVolumeOf},
+                    GraphKind{"Ntfs", nullptr, NtfsOf, NtfsVolumeOf}),
     [](const auto &tested) { return std::string(tested.param.name); });
 
 TEST(FolderGraph, AnExportOfAVolumeThatMultipliesEnds)
@@ -300,8 +299,8 @@ TEST(FatFolderOwners, WhatIsClaimedByOneWayIsRefusedToAnother)
     FatFolderOwners owners;
     EXPECT_TRUE(owners.Claim({1, 1}, {{10, 12}, {20, 25}}));
     EXPECT_TRUE(owners.Claim({1, 1}, {{10, 12}, {20, 25}}));
-    for (const FatFolderOwners::Piece piece : {FatFolderOwners::Piece{10, 11}, {11, 12}, {9, 30},
-                                               {24, 26}, {19, 21}, {22, 23}}) {
+    for (const FatFolderOwners::Piece piece :
+         {FatFolderOwners::Piece{10, 11}, {11, 12}, {9, 30}, {24, 26}, {19, 21}, {22, 23}}) {
         EXPECT_FALSE(owners.Claim({1, 2}, {{100, 101}, piece})) << piece.begin;
         EXPECT_FALSE(owners.Claim({2, 1}, {piece})) << piece.begin;
     }

@@ -337,6 +337,7 @@ protected:
     void PutRoot(const std::vector<std::u16string> &names)
     {
         std::vector<Bytes> lines;
+        lines.reserve(names.size() + 1);
         for (const std::u16string &name : names)
             lines.push_back(NtfsWriter::Name(kFile, name));
         lines.push_back(NtfsWriter::Last());
