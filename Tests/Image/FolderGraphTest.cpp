@@ -181,7 +181,7 @@ protected:
     std::unique_ptr<OwnedVolume> volume;
 };
 
-constexpr size_t kMany = 100000;
+constexpr size_t kMany = 5000;
 
 TEST_P(EachGraph, EntriesThatLeadToOneFolderMultiplyNothing)
 {

@@ -55,13 +55,14 @@ private:
 
     void JoinLast()
     {
-        const Run last = std::move(_runs.back());
-        _runs.pop_back();
+        const Run &last = _runs.back();
+        Run &earlier = *std::prev(_runs.end(), 2);
         Run joined;
-        joined.reserve(_runs.back().size() + last.size());
-        std::merge(_runs.back().begin(), _runs.back().end(), last.begin(), last.end(),
+        joined.reserve(earlier.size() + last.size());
+        std::merge(earlier.begin(), earlier.end(), last.begin(), last.end(),
                    std::back_inserter(joined));
-        _runs.back() = std::move(joined);
+        earlier = std::move(joined);
+        _runs.pop_back();
     }
 
     std::vector<Run> _runs;
