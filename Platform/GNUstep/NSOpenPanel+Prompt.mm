@@ -1,8 +1,8 @@
 // The prompt of an open panel titles its confirming button, as on macOS; the library titles the
 // label before the name field with it. The panel is also freed of its two buttons for removable
 // media, which do nothing on a desktop of today. It opens on the folder it was left in, centred
-// over its window, and a folder whose path is typed can be confirmed. A category overrides the
-// library's methods for every open panel, with any theme.
+// over its window, says so if it is for folders alone, and a folder whose path is typed can be
+// confirmed. A category overrides the library's methods for every open panel, with any theme.
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
@@ -146,6 +146,8 @@ NSPoint centredOver(NSWindow *window, NSSize size)
 - (void)beginSheetModalForWindow:(NSWindow *)window
                completionHandler:(GSSavePanelCompletionHandler)handler
 {
+    if (![self canChooseFiles])
+        [self setTitle:localized(@"Choose a Folder")];
     [self _setupForDirectory:[self directory] file:@""];
     [_form selectTextAtIndex:0];
     if (window != nil) {

@@ -35,12 +35,12 @@ TEST_F(UserCloseTest, TheSheetIsCancelledByAKeyAndTheProgramGoesOn)
     const std::string main = window("File Explorer");
     askForPanel(main, 58);
     key("alt+F4");
-    EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+    EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
     EXPECT_FALSE(host.HasEnded());
     // As it does after any other way out of the sheet.
     askForPanel(main, 58);
     key("Escape");
-    EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+    EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
     closeAndExpectNotice(main, host);
 }
 

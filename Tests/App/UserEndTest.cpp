@@ -49,7 +49,7 @@ TEST_F(UserEndTest, QuittingWithTheSheetUpEndsTheProgramWithTheNotice)
     click(main, 100, 58);
     focus(main);
     key("ctrl+e");
-    const std::string panel = window("Open");
+    const std::string panel = window(kPanel);
     awaitDrawn(panel);
     focus(panel);
     key("ctrl+q");

@@ -157,14 +157,14 @@ std::string UserTest::askForPanel(const std::string &main, int y)
         focus(main);
     click(main, 100, y);
     key("ctrl+e");
-    std::string panel = window("Open");
+    std::string panel = window(kPanel);
     awaitDrawn(panel);
     return panel;
 }
 
 void UserTest::chooseFolder(const std::string &path)
 {
-    const std::string panel = window("Open");
+    const std::string panel = window(kPanel);
     awaitDrawn(panel);
     if (_manager == nullptr)
         focus(panel);
@@ -172,7 +172,7 @@ void UserTest::chooseFolder(const std::string &path)
     // takes the place of what it shows.
     type(path);
     key("Return");
-    EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+    EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
 }
 
 std::string UserTest::install(const std::string &library)

@@ -13,6 +13,9 @@
 
 class UserTest : public testing::Test {
 protected:
+    // The title of the panel in which a folder is chosen.
+    static constexpr char kPanel[] = "Choose a Folder";
+
     void SetUp() override;
     void TearDown() override;
 

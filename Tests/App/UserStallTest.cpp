@@ -44,15 +44,15 @@ TEST_F(UserStallTest, TheKeyOfTheExportCommandDoesNotStartASecondExportDuringThe
     focus(progress);
     key("ctrl+e");
     key("Return");
-    EXPECT_TRUE(isGone("Open"));
+    EXPECT_TRUE(isGone(kPanel));
     EXPECT_TRUE(release());
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
-    EXPECT_TRUE(isGone("Open")) << "nor after it";
+    EXPECT_TRUE(isGone(kPanel)) << "nor after it";
     EXPECT_EQ(fs::file_size(_partial), 12 * kMiB);
     // It is there again afterwards.
     focus(main);
     key("ctrl+e");
-    const std::string panel = window("Open");
+    const std::string panel = window(kPanel);
     awaitDrawn(panel);
     focus(panel);
     key("ctrl+q");

@@ -133,12 +133,12 @@ TEST_F(UserTest, ThePanelLiesOverItsWindowEveryTimeAndKeepsItsSize)
     int heights[2];
     for (int &height : heights) {
         key("Return");
-        const std::string panel = window("Open");
+        const std::string panel = window(kPanel);
         awaitDrawn(panel);
         EXPECT_NEAR(middle(panel), middle(main), 3);
         height = geometry(panel, "HEIGHT=");
         key("Escape");
-        EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+        EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
         activate(main);
     }
     EXPECT_LE(heights[0], 500) << "the decorations are a part of the 500 points";
@@ -199,7 +199,7 @@ TEST_F(UserTest, ThePanelIsInFrontOfItsWindowAfterEachOfFiveStarts)
         EXPECT_NE(run("xprop -id " + main + " _NET_WM_WINDOW_TYPE").find("TYPE_NORMAL"),
                   std::string::npos);
         key("Escape");
-        EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+        EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
         activate(main);
         key("alt+F4");
         ASSERT_EQ(host.AwaitEnd(), 0);
@@ -217,12 +217,12 @@ TEST_F(UserTest, AShortFirstClickOnExportAsksForTheFolderAfterEachOfFiveStarts)
         key("ctrl+a");
         // No time between press and release: the library finds both at once.
         run("xdotool sleep 0.3 mousemove --window " + main + " 820 558 mousedown 1 mouseup 1");
-        const std::string panel = window("Open");
+        const std::string panel = window(kPanel);
         ASSERT_NE(panel, "") << "start " << start;
         awaitDrawn(panel);
         focus(panel);
         key("Escape");
-        EXPECT_TRUE(Eventually([&] { return isGone("Open"); }));
+        EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
         focus(main);
         key("ctrl+w");
         ASSERT_EQ(host.AwaitEnd(), 0);
