@@ -4,6 +4,7 @@
 
 #include "FolderOpening.h"
 #include "ImageResources.h"
+#include "MenuTracking.h"
 #include "PacedDisplay.h"
 #include "RegisteredDefaults.h"
 #include "SubstituteFonts.h"
@@ -92,6 +93,7 @@ NSString *information(NSString *key)
     readMouseOptions();
     vx::registerFonts();
     vx::installFolderOpening();
+    vx::installMenuTracking();
     vx::installPacedDisplay();
     vx::installSubstituteFonts();
     vx::installWindowClosing();
@@ -103,6 +105,30 @@ NSString *information(NSString *key)
 - (void)sendEvent:(NSEvent *)event
 {
     [super sendEvent:withTheTablesModifiers(event)];
+}
+
+- (NSEvent *)nextEventMatchingMask:(NSUInteger)mask
+                         untilDate:(NSDate *)expiration
+                            inMode:(NSString *)mode
+                           dequeue:(BOOL)dequeue
+{
+    for (;;) {
+        NSEvent *event = [super nextEventMatchingMask:vx::maskWhileTracking(mask)
+                                            untilDate:expiration
+                                               inMode:mode
+                                              dequeue:dequeue];
+        if (event == nil || !dequeue)
+            return event;
+        event = vx::eventForTracking(event);
+        if (event != nil)
+            return event;
+    }
+}
+
+// The library would list the windows ahead of the menu's commands, the one in use with a cross. The
+// program has one that can be gone back to.
+- (void)setWindowsMenu:(NSMenu *)menu
+{
 }
 
 // Without a tile on the desktop, hidden windows could not be asked for again: they are minimised

@@ -1,0 +1,20 @@
+// How the bar of menus in a window answers while a menu is open: a click on another title opens that
+// title's menu, Escape closes what is open, and no other key goes to the window below. The library
+// closes on every click and leaves the keys for later.
+// Threads: main thread only.
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+namespace vx {
+
+void installMenuTracking();
+
+// The kinds of events to wait for instead of these; the same unless a menu of a bar is open.
+NSUInteger maskWhileTracking(NSUInteger mask);
+
+// What the tracking of the menus gets for the next event: the event itself, another one in its
+// place, or nil if it is to wait for the one after.
+NSEvent *eventForTracking(NSEvent *event);
+
+}  // namespace vx

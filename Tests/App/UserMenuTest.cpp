@@ -1,0 +1,105 @@
+// The menus in the window, and what the desktop is told of the program's windows.
+#include "Eventually.h"
+#include "UserFixture.h"
+
+#include <algorithm>
+
+namespace {
+
+// Where the titles of the menus lie.
+constexpr int kApplicationX = 50, kEditX = 118, kTitleY = 13;
+
+class UserMenuTest : public UserTest {
+protected:
+    // The ids of all windows of the program that are on the screen.
+    static std::string windows()
+    {
+        return run("xdotool search --onlyvisible --classname FileExplorer");
+    }
+    static long windowCount()
+    {
+        const std::string ids = windows();
+        return std::count(ids.begin(), ids.end(), '\n');
+    }
+    // How far right of the main window's left edge the open menu begins; -1 without a menu.
+    static int menuX(const std::string &main)
+    {
+        const std::string ids = windows();
+        for (size_t at = 0, end = 0; (end = ids.find('\n', at)) != std::string::npos; at = end + 1)
+            if (ids.substr(at, end - at) != main)
+                return geometry(ids.substr(at, end - at), "X=") - geometry(main, "X=");
+        return -1;
+    }
+    void end(const std::string &main, ChildProcess &host)
+    {
+        focus(main);
+        key("ctrl+w");
+        EXPECT_EQ(host.AwaitEnd(), 0);
+        EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    }
+};
+
+TEST_F(UserMenuTest, AClickOnAnotherTitleOpensThatTitlesMenu)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    click(main, kApplicationX, kTitleY);
+    EXPECT_TRUE(Eventually([&] { return menuX(main) >= 0 && menuX(main) < kApplicationX; }));
+    // A quick hand: no time between the pointer's coming and the click.
+    run("xdotool mousemove --window " + main + " " + std::to_string(kEditX) + " " +
+        std::to_string(kTitleY) + " mousedown 1 sleep 0.05 mouseup 1 sleep 0.5");
+    EXPECT_EQ(windowCount(), 2);
+    EXPECT_TRUE(Eventually([&] { return menuX(main) > kApplicationX; }));
+    // One on the title of the menu that is open closes it.
+    click(main, kEditX, kTitleY);
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 1; }));
+    end(main, host);
+}
+
+TEST_F(UserMenuTest, EscapeClosesAMenuAndNoOtherKeyReachesTheWindowBelow)
+{
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    key("ctrl+a");
+    click(main, kEditX, kTitleY);
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 2; }));
+    // In the tree this key exports.
+    key("Return");
+    EXPECT_EQ(windowCount(), 2);
+    key("Escape");
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 1; }));
+    EXPECT_FALSE(Eventually([&] { return windowCount() > 1; }, std::chrono::seconds(1)));
+    // Keys are the window's again.
+    key("Return");
+    const std::string panel = window(kPanel);
+    awaitDrawn(panel);
+    focus(panel);
+    key("Escape");
+    EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
+    end(main, host);
+}
+
+TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
+{
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    key("ctrl+a");
+    click(main, kApplicationX, kTitleY);
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 2; }));
+    // The second command, below About and a line.
+    click(main, kApplicationX, 68);
+    chooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    end(main, host);
+}
+
+}  // namespace
