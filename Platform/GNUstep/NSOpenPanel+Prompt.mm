@@ -152,6 +152,7 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [_form selectTextAtIndex:0];
     if (window != nil) {
         [self setFrameOrigin:centredOver(window, [self frame].size)];
+        [self setParentWindow:window];
         [self orderFront:self];
     }
     [window setAttachedSheet:self];

@@ -209,13 +209,30 @@ NSString *information(NSString *key)
                   inModes:@[ NSModalPanelRunLoopMode ]];
 }
 
+// The one that a modal window belongs to. The desktop keeps it in front of that, and minimises and
+// shows them together: apart, a minimised modal window would be out of reach and the program with
+// it, because no list of windows names it.
+- (NSWindow *)windowBelow:(NSWindow *)window
+{
+    NSWindow *const modal = [self modalWindow];
+    if (modal != nil && modal != window)
+        return modal;
+    for (NSWindow *other in [self windows])
+        if (other != window && [other isVisible] &&
+            ([other styleMask] & NSMiniaturizableWindowMask) != 0)
+            return other;
+    return nil;
+}
+
 - (NSInteger)runModalForWindow:(NSWindow *)window
 {
     // Sessions nest: the stop of an outer one may have been asked for already.
     const BOOL outerStopped = _stopped;
     const NSInteger outerCode = _stopCode;
     _stopped = NO;
+    [window setParentWindow:[self windowBelow:window]];
     const NSInteger code = [super runModalForWindow:window];
+    [window setParentWindow:nil];
     const NSInteger result = _stopped && code != NSRunAbortedResponse ? _stopCode : code;
     _stopped = outerStopped;
     _stopCode = outerCode;

@@ -102,4 +102,25 @@ TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
     end(main, host);
 }
 
+TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
+{
+    startWindowManager();
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    const std::string panel = askForPanel(main, 58);
+    run("xdotool windowminimize --sync " + panel);
+    EXPECT_TRUE(Eventually([&] { return isGone("File Explorer"); }));
+    EXPECT_TRUE(isGone(kPanel));
+    run("xdotool windowmap --sync " + main);
+    awaitDrawn(window(kPanel));
+    activate(panel);
+    key("Escape");
+    EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
+    activate(main);
+    key("alt+F4");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
 }  // namespace
