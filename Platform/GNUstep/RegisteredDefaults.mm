@@ -64,6 +64,10 @@ void registerLook()
     [look setObject:@"NO" forKey:@"GSAppOwnsMiniwindow"];
     [look setObject:@"YES" forKey:@"GSScrollViewNoInnerBorder"];
     [look setObject:@"NO" forKey:@"GSBrowserUseBezels"];
+    // The library tells the display how the program was started, for everybody to read. The
+    // arguments may hold a secret.
+    NSString *program = [[[NSProcessInfo processInfo] arguments] objectAtIndex:0];
+    [look setObject:[NSArray arrayWithObject:program] forKey:@"GSLaunchCommand"];
     NSString *theme = themePath();
     if (theme != nil)
         [look setObject:theme forKey:@"GSTheme"];

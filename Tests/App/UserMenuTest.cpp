@@ -123,4 +123,17 @@ TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
 }
 
+TEST_F(UserMenuTest, TheDisplayIsNotToldTheSecret)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path(), "none", "hush-hush"});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    const std::string told = run("for id in $(xwininfo -root -tree | grep -o '0x[0-9a-f]*'); do "
+                                 "xprop -id $id; done");
+    EXPECT_NE(told.find("File Explorer"), std::string::npos);
+    EXPECT_NE(told.find("WM_COMMAND"), std::string::npos);
+    EXPECT_EQ(told.find("hush-hush"), std::string::npos);
+    end(main, host);
+}
+
 }  // namespace
