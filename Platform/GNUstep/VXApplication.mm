@@ -7,6 +7,7 @@
 #include "MenuTracking.h"
 #include "PacedDisplay.h"
 #include "RegisteredDefaults.h"
+#include "StartMessages.h"
 #include "SubstituteFonts.h"
 #include "WindowClosing.h"
 #include "WorkspaceNotices.h"
@@ -87,6 +88,7 @@ NSString *information(NSString *key)
 
 - (id)init
 {
+    const vx::StartMessages messages;
     self = [super init];
     if (self == nil)
         return nil;

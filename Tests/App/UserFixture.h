@@ -59,7 +59,8 @@ protected:
     // empty. Returns the host's path.
     std::string install(const std::string &library);
 
-    // The program ends with its notice to the host: by itself, or when its window is closed.
+    // The program ends with its notice to the host, and says nothing else: by itself, or when its
+    // window is closed.
     static void expectNotice(ChildProcess &host);
     void closeAndExpectNotice(const std::string &main, ChildProcess &host);
     static bool sameTree(const std::string &from, const std::string &to);
