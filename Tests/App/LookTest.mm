@@ -180,6 +180,13 @@ TEST(ProgressWindow, ItsBarIsOnViewAndItsIconAsLargeAsItsPlace)
     [progress window];
     EXPECT_FALSE([[progress progressBar] isHidden]);
     EXPECT_EQ([[progress fileImage] imageScaling], NSImageScaleProportionallyUpOrDown);
+    // There is a drawing of just that size.
+    [progress updateInfoOnMain:@"/film.mp4"];
+    bool drawnForIt = false;
+    for (NSImageRep *drawing in [[[progress fileImage] image] representations])
+        drawnForIt |= [drawing pixelsWide] == NSInteger(NSWidth([[progress fileImage] frame])) &&
+                      [drawing size].width == NSWidth([[progress fileImage] frame]);
+    EXPECT_TRUE(drawnForIt);
     [progress close];
     [progress release];
 }
