@@ -1,7 +1,6 @@
-// How the bar of menus in a window answers while a menu is open: a click on another title opens that
-// title's menu, Escape closes what is open, and no other key goes to the window below. The library
-// closes on every click and leaves the keys for later.
-// Threads: main thread only.
+// How the bar of menus in a window answers while a menu is open: a click on another title opens
+// that title's menu, Escape closes what is open, and no other key goes to the window below. The
+// library closes on every click and leaves the keys for later. Threads: main thread only.
 #pragma once
 
 #import <AppKit/AppKit.h>

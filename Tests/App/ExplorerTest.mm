@@ -337,6 +337,11 @@ TEST_F(ExplorerTest, TheMenusHaveTheirCommands)
     for (NSString *title in @[ @"About", @"Export", @"Hide", @"Quit" ])
         EXPECT_NE([application itemWithTitle:title], nil) << [title UTF8String];
     EXPECT_EQ([[application itemWithTitle:@"Export"] target], controller);
+    // The window that is on view is not among them.
+    NSMenu *windows = [[menu itemAtIndex:2] submenu];
+    ASSERT_EQ([windows numberOfItems], 2);
+    EXPECT_STREQ([[[windows itemAtIndex:0] title] UTF8String], "Minimise");
+    EXPECT_STREQ([[[windows itemAtIndex:1] title] UTF8String], "Close");
 }
 
 }  // namespace

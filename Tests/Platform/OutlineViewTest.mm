@@ -79,8 +79,7 @@ protected:
     {
         m_source = [[TreeSource new] autorelease];
         m_source->_root = folder(@"root");
-        m_tree =
-            [[[NSOutlineView alloc] initWithFrame:NSMakeRect(0, 0, 200, 200)] autorelease];
+        m_tree = [[[NSOutlineView alloc] initWithFrame:NSMakeRect(0, 0, 200, 200)] autorelease];
         NSTableColumn *column = [[[NSTableColumn alloc] initWithIdentifier:@"name"] autorelease];
         [m_tree addTableColumn:column];
         [m_tree setOutlineTableColumn:column];
