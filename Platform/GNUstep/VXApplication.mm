@@ -2,6 +2,8 @@
 
 #import <GNUstepGUI/GSDisplayServer.h>
 
+#include <cstdlib>
+
 #include "FolderOpening.h"
 #include "ImageResources.h"
 #include "MenuTracking.h"
@@ -21,6 +23,14 @@
 
 @interface GSDisplayServer (MouseOptions)
 - (void)mouseOptionsChanged:(NSNotification *)notification;
+@end
+
+@interface NSWindow (ToolTips)
++ (id)_toolTipVisible;
+@end
+
+@interface NSObject (ToolTips)
+- (void)_endDisplay;
 @end
 
 namespace {
@@ -106,6 +116,9 @@ NSString *information(NSString *key)
 
 - (void)sendEvent:(NSEvent *)event
 {
+    // The library leaves it on view, also over the panel that the key asks for.
+    if ([event type] == NSKeyDown)
+        [[NSWindow _toolTipVisible] _endDisplay];
     [super sendEvent:withTheTablesModifiers(event)];
 }
 
