@@ -3,6 +3,7 @@
 #include "UserFixture.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
@@ -102,6 +103,20 @@ TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
     end(main, host);
 }
 
+TEST_F(UserMenuTest, AKeyTakesTheToolTipAway)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    run("xdotool mousemove --window " + main + " 700 558 sleep 0.3 mousemove --window " + main +
+        " 820 558 sleep 0.1 mousemove --window " + main + " 821 558");
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 2; }));
+    key("Home");
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 1; }));
+    end(main, host);
+}
+
 TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
 {
     startWindowManager();
@@ -121,6 +136,26 @@ TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
     key("alt+F4");
     EXPECT_EQ(host.AwaitEnd(), 0);
     EXPECT_TRUE(noticeArrived(host)) << host.Output();
+}
+
+TEST_F(UserMenuTest, TheDesktopIsToldWhichWindowAMessageBelongsTo)
+{
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = window("File Explorer");
+    awaitDrawn(main);
+    focus(main);
+    click(main, kApplicationX, kTitleY);
+    EXPECT_TRUE(Eventually([&] { return windowCount() == 2; }));
+    click(main, kApplicationX, 40);
+    const std::string message = window("Information");
+    const std::string owner = run("xprop -id " + message + " WM_TRANSIENT_FOR");
+    const size_t number = owner.find("0x");
+    ASSERT_NE(number, std::string::npos) << owner;
+    EXPECT_EQ(strtol(&owner[number], nullptr, 16), atol(main.c_str()));
+    focus(message);
+    key("Return");
+    EXPECT_TRUE(Eventually([&] { return isGone("Information"); }));
+    end(main, host);
 }
 
 TEST_F(UserMenuTest, TheDisplayIsNotToldTheSecret)
