@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <objc/runtime.h>
+
 namespace {
 
 using apptest::ButtonTitled;
@@ -16,6 +18,13 @@ using apptest::When;
 bool somethingIsModal()
 {
     return [NSApp modalWindow] != nil;
+}
+
+int g_activations = 0;
+
+void countActivation(id, SEL, BOOL ignoringOthers)
+{
+    g_activations += ignoringOthers ? 1 : 0;
 }
 
 // What is on the screen when the session runs; then "OK" is pressed.
@@ -56,6 +65,27 @@ TEST(Z5MessageBox, ASuccessShowsTheSuccessImage)
     EXPECT_TRUE(seen.title);
     EXPECT_TRUE(seen.text);
     EXPECT_TRUE(seen.image);
+}
+
+TEST(Z5MessageBox, ASuccessBringsTheApplicationToTheFrontFirstAndAWarningDoesNot)
+{
+    Method method =
+        class_getInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:));
+    const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(countActivation));
+    g_activations = 0;
+    int whenShown = -1;
+    const auto confirm = [&whenShown] {
+        whenShown = g_activations;
+        [ButtonTitled([NSApp modalWindow], @"OK") performClick:nil];
+    };
+    When(somethingIsModal, confirm);
+    [Z5MessageBox showWarningMessageBox:@"The text" withTitle:@"The title"];
+    EXPECT_EQ(whenShown, 0);
+    When(somethingIsModal, confirm);
+    [Z5MessageBox showSuccessMessageBox:@"The text" withTitle:@"The title"];
+    EXPECT_EQ(whenShown, 1);
+    EXPECT_EQ(g_activations, 1);
+    method_setImplementation(method, original);
 }
 
 TEST(Z5MessageBox, ATextContainingPercentIsInterpretedAsAFormat)

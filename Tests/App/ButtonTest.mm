@@ -67,20 +67,28 @@ TEST(ColorButtonCell, AReleasedButtonPaintsAmberAPressedOneDarkerAmber)
 
 TEST(ColorButtonCell, ItsFourCornersAreRoundedBy6Points)
 {
-    const Drawing drawing(amberButton(@""));
-    for (const int x : {0, 119}) {
-        for (const int y : {0, 31})
-            EXPECT_FALSE(drawing.isColor(x, y, 243, 183, 0)) << x << ", " << y;
+    for (const BOOL pressed : {NO, YES}) {
+        NSButton *button = amberButton(@"");
+        [[button cell] setHighlighted:pressed];
+        const Drawing drawing(button);
+        const int red = pressed ? 217 : 243, green = pressed ? 163 : 183;
+        // Along each edge the sixth pixel is not quite filled and the seventh is.
+        for (const bool right : {false, true}) {
+            for (const bool low : {false, true}) {
+                const auto filled = [&](int fromSide, int fromEdge) {
+                    return drawing.isColor(right ? 119 - fromSide : fromSide,
+                                           low ? 31 - fromEdge : fromEdge, red, green, 0);
+                };
+                EXPECT_FALSE(filled(0, 0));
+                EXPECT_FALSE(filled(5, 0));
+                EXPECT_TRUE(filled(6, 0));
+                EXPECT_FALSE(filled(0, 5));
+                EXPECT_TRUE(filled(0, 6));
+                EXPECT_FALSE(filled(1, 1));
+                EXPECT_TRUE(filled(2, 2));
+            }
+        }
     }
-    for (const int x : {7, 112}) {
-        drawing.expectColor(x, 1, 243, 183, 0);
-        drawing.expectColor(x, 30, 243, 183, 0);
-    }
-    drawing.expectColor(1, 7, 243, 183, 0);
-    drawing.expectColor(118, 24, 243, 183, 0);
-    // A circle of radius 6 leaves (1, 1) out and (2, 2) in.
-    EXPECT_FALSE(drawing.isColor(0, 1, 243, 183, 0));
-    drawing.expectColor(3, 3, 243, 183, 0);
 }
 
 class ButtonTitle : public testing::TestWithParam<bool> {};

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <objc/runtime.h>
+
 #include <atomic>
 #include <ctime>
 #include <functional>
@@ -90,6 +92,25 @@ TEST_F(CopyingFileWindowTest, StartsWithAWhiteBackgroundTheInitializingTextAndAn
     EXPECT_EQ([[_progress window] delegate], (id)_progress);
 }
 
+TEST_F(CopyingFileWindowTest, TheBarsAnimationIsStartedOnceItIsDeterminate)
+{
+    static int started, whileIndeterminate;
+    started = whileIndeterminate = 0;
+    Method method =
+        class_getInstanceMethod([NSProgressIndicator class], @selector(startAnimation:));
+    const IMP original =
+        method_setImplementation(method, reinterpret_cast<IMP>(+[](id bar, SEL, id) {
+                                     ++started;
+                                     whileIndeterminate += [bar isIndeterminate] ? 1 : 0;
+                                 }));
+    CopyingFileWindow *another = [[CopyingFileWindow alloc] init];
+    [another window];
+    method_setImplementation(method, original);
+    EXPECT_EQ(started, 1);
+    EXPECT_EQ(whileIndeterminate, 0);
+    [another release];
+}
+
 TEST_F(CopyingFileWindowTest, TheBarGoesFrom0To100)
 {
     EXPECT_EQ([[_progress progressBar] minValue], 0.0);
@@ -137,6 +158,17 @@ TEST_F(CopyingFileWindowTest, EmptyArgumentsAreIgnored)
     [_progress UpdateProgress:nil];
     report(50);
     EXPECT_EQ(progressLine(), before);
+}
+
+TEST_F(CopyingFileWindowTest, ATotalSizeIsShownWithTheNextReportOnly)
+{
+    [_progress UpdateTotalSize:[NSNumber numberWithDouble:8]];
+    report(50);
+    const std::string before = progressLine();
+    [_progress UpdateTotalSize:[NSNumber numberWithDouble:9]];
+    EXPECT_EQ(progressLine(), before);
+    report(50);
+    EXPECT_NE(progressLine(), before);
 }
 
 TEST_F(CopyingFileWindowTest, AReportMovesTheBarAndTheEstimateRunsFromTheCurrentFile)
@@ -206,6 +238,15 @@ TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorker
     EXPECT_FALSE([_progress Continued]);
     EXPECT_FALSE(_workerEnded);
     workerMayGoOn.set_value();
+}
+
+TEST_F(CopyingFileWindowTest, AReportAfterACancelClosesTheWindowAgainAndEndsItsSession)
+{
+    [_progress cancelClicked:nil];
+    // Somebody has put it up once more.
+    work([this] { report(10); });
+    EXPECT_EQ(runModal(), 0);
+    EXPECT_FALSE([[_progress window] isVisible]);
 }
 
 TEST_F(CopyingFileWindowTest, TheCancelButtonEndsTheSessionWith0)

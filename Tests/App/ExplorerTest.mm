@@ -271,6 +271,7 @@ TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
     root().folder(u"Folder.pdf");
     root().file(u"text.pdf", 1);
     root().file(u"README", 1);
+    root().file(u".pdf", 1);
     open();
     const auto icon = [this](NSInteger row) {
         ImageAndTextCell *cell = [[ImageAndTextCell new] autorelease];
@@ -286,6 +287,7 @@ TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
     EXPECT_EQ(icon(1), [workspace iconForFileType:@"pdf"]);
     EXPECT_EQ(icon(2), [workspace iconForFileType:@""]);
     EXPECT_NE(icon(2), nil);
+    EXPECT_EQ(icon(3), icon(1)) << "all that follows the last dot is the type";
 }
 
 TEST_F(ExplorerTest, SelectingRows5And2And9StoresTheirItemsInTheOrder2And5And9)
@@ -326,7 +328,16 @@ TEST_F(ExplorerTest, AwakingAgainSetsNothingUpAgain)
     select({0});
     [controller awakeFromNib];
     EXPECT_TRUE([[controller btnExport] isEnabled]);
-    EXPECT_TRUE([[tree() registeredDraggedTypes] containsObject:NSFilenamesPboardType]);
+}
+
+TEST_F(ExplorerTest, EveryAwakingRegistersTheTreeForTheNamesOfFiles)
+{
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(
+            [[tree() registeredDraggedTypes] isEqual:@[ (NSString *)NSFilenamesPboardType ]]);
+        [tree() unregisterDraggedTypes];
+        [controller awakeFromNib];
+    }
 }
 
 TEST_F(ExplorerTest, TheMenusHaveTheirCommands)

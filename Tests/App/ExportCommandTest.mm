@@ -16,9 +16,83 @@
 #include <optional>
 #include <string>
 
+// Takes the place of the panel that is kept and never shown: anything beyond its configuration it
+// does not understand.
+@interface KeptPanel : NSObject {
+@public
+    id _delegate;
+    BOOL _many, _folders, _files, _aliases;
+    int _number;
+}
+@end
+
+static int g_keptPanels = 0, g_madePanels = 0;
+
+@implementation KeptPanel
+
+- (id)init
+{
+    self = [super init];
+    ++g_keptPanels;
+    _number = ++g_madePanels;
+    _many = _files = YES;
+    return self;
+}
+
+- (void)dealloc
+{
+    --g_keptPanels;
+    [super dealloc];
+}
+
+- (void)setDelegate:(id)delegate
+{
+    _delegate = delegate;
+}
+
+- (void)setAllowsMultipleSelection:(BOOL)flag
+{
+    _many = flag;
+}
+
+- (void)setCanChooseDirectories:(BOOL)flag
+{
+    _folders = flag;
+}
+
+- (void)setCanChooseFiles:(BOOL)flag
+{
+    _files = flag;
+}
+
+- (void)setResolvesAliases:(BOOL)flag
+{
+    _aliases = flag;
+}
+
+@end
+
 namespace {
 
 using apptest::When;
+
+IMP g_openPanel = nullptr;
+int g_panelsAsked = 0;
+bool g_resolvesAliases = false;
+
+// Every second one is the one that is kept.
+id alternatingPanel(id type, SEL selector)
+{
+    if (++g_panelsAsked % 2 == 0)
+        return [[KeptPanel new] autorelease];
+    return reinterpret_cast<id (*)(id, SEL)>(g_openPanel)(type, selector);
+}
+
+// The library resolves them in any case and says so.
+void recordAliases(id, SEL, BOOL flag)
+{
+    g_resolvesAliases = flag;
+}
 
 std::string g_opened;
 int g_activations = 0, g_activationsBeforeOpening = 0;
@@ -122,16 +196,38 @@ TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsS
     root().file(u"a", 10);
     open();
     select({0});
-    When(panelHasGrown, [] {
+    Method method = class_getInstanceMethod([NSOpenPanel class], @selector(setResolvesAliases:));
+    const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(recordAliases));
+    g_resolvesAliases = false;
+    When(panelHasGrown, [this] {
         NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
         EXPECT_TRUE([panel canChooseDirectories]);
         EXPECT_FALSE([panel canChooseFiles]);
         EXPECT_FALSE([panel allowsMultipleSelection]);
-        EXPECT_TRUE([panel resolvesAliases]);
+        EXPECT_TRUE(g_resolvesAliases);
+        EXPECT_EQ([panel delegate], (id)controller);
         EXPECT_NE(apptest::ButtonTitled(panel, @"Save"), nil);
         [panel cancel:nil];
     });
     [controller onClickedExport:nil];
+    method_setImplementation(method, original);
+}
+
+TEST_F(ExportCommandTest, ThePanelLeavesTheScreenWhateverItsResult)
+{
+    root().file(u"a", 10);
+    open();
+    select({0});
+    NSOpenPanel *panel = nil;
+    When(panelIsUp, [&panel] {
+        panel = (NSOpenPanel *)[NSApp modalWindow];
+        // Neither of its buttons, which take it away themselves.
+        [NSApp stopModalWithCode:-7];
+    });
+    [controller onClickedExport:nil];
+    EXPECT_NE(panel, nil);
+    EXPECT_FALSE([panel isVisible]);
+    EXPECT_EQ([NSApp modalWindow], nil);
 }
 
 TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersists)
@@ -139,11 +235,39 @@ TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersist
     root().file(u"a", 10);
     open();
     select({0});
-    for (int i = 0; i < 2; ++i) {
-        When(panelIsUp, [] { [(NSOpenPanel *)[NSApp modalWindow] cancel:nil]; });
-        [controller onClickedExport:nil];
-        EXPECT_TRUE([[controller valueForKey:@"_openPanel"] isKindOfClass:[NSOpenPanel class]]);
+    Method method = class_getClassMethod([NSOpenPanel class], @selector(openPanel));
+    g_openPanel = method_setImplementation(method, reinterpret_cast<IMP>(alternatingPanel));
+    g_panelsAsked = g_madePanels = 0;
+    for (int click = 1; click <= 2; ++click) {
+        @autoreleasepool {
+            When(panelIsUp, [] { [(NSOpenPanel *)[NSApp modalWindow] cancel:nil]; });
+            [controller onClickedExport:nil];
+        }
+        KeptPanel *kept = [controller valueForKey:@"_openPanel"];
+        ASSERT_TRUE([kept isKindOfClass:[KeptPanel class]]);
+        EXPECT_EQ(g_panelsAsked, 2 * click);
+        EXPECT_EQ(g_keptPanels, 1) << "an earlier one is let go of";
+        EXPECT_EQ(kept->_delegate, (id)controller);
+        EXPECT_TRUE(!kept->_many && kept->_folders && !kept->_files && kept->_aliases);
+        EXPECT_EQ(kept->_number, click);
     }
+    method_setImplementation(method, g_openPanel);
+}
+
+TEST_F(ExportCommandTest, TheProgressWindowLiesInTheMiddleOfTheScreen)
+{
+    root().folder(u"Empty");
+    open();
+    select({0});
+    choose(folder.Path());
+    NSRect frame = NSZeroRect;
+    When([] { return progress() != nil; },
+         [&frame] {
+             frame = [[progress() window] frame];
+             [progress() cancelClicked:nil];
+         });
+    [controller onClickedExport:nil];
+    EXPECT_NEAR(NSMidX(frame), NSMidX([[NSScreen mainScreen] visibleFrame]), 2);
 }
 
 TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestinationIsOpened)

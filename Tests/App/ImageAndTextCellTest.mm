@@ -29,28 +29,31 @@ NSView *viewOf(NSCell *cell, CGFloat height, BOOL flipped = YES)
                                    flipped:flipped] autorelease];
 }
 
-// The distance of the editor from the left edge, in points, beyond that of a plain cell.
-CGFloat editorInset(NSCell *cell)
+enum class Opening { Edit, Select };
+
+// Where an editor of 200 points that is opened on the cell begins.
+CGFloat editorLeft(NSCell *cell, Opening opening)
 {
-    const auto editorX = [](NSCell *edited) {
-        NSView *view = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 200, 40)] autorelease];
-        NSTextView *editor =
-            [[[NSTextView alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)] autorelease];
-        [editor setFieldEditor:YES];
-        [edited setEditable:YES];
-        [edited setSelectable:YES];
-        [edited selectWithFrame:NSMakeRect(0, 0, 200, 20)
-                         inView:view
-                         editor:editor
-                       delegate:nil
-                          start:0
-                         length:0];
-        const CGFloat x = NSMinX([[editor superview] frame]);
-        [edited endEditing:editor];
-        return x;
-    };
+    NSView *view = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 200, 40)] autorelease];
+    NSTextView *editor = [[[NSTextView alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)] autorelease];
+    const NSRect frame = NSMakeRect(0, 0, 200, 20);
+    [editor setFieldEditor:YES];
+    [cell setEditable:YES];
+    [cell setSelectable:YES];
+    if (opening == Opening::Edit)
+        [cell editWithFrame:frame inView:view editor:editor delegate:nil event:nil];
+    else
+        [cell selectWithFrame:frame inView:view editor:editor delegate:nil start:0 length:0];
+    const CGFloat left = NSMinX([[editor superview] frame]);
+    [cell endEditing:editor];
+    return left;
+}
+
+// The distance of the editor from the left edge, in points, beyond that of a plain cell.
+CGFloat editorInset(NSCell *cell, Opening opening)
+{
     NSTextFieldCell *plain = [[[NSTextFieldCell alloc] initTextCell:@""] autorelease];
-    return editorX(cell) - editorX(plain);
+    return editorLeft(cell, opening) - editorLeft(plain, opening);
 }
 
 struct Placement {
@@ -111,12 +114,14 @@ TEST(ImageAndTextCell, A32PointImageIsDrawnAt16InAStripOf19WhileAnEditorStarts35
     drawing.expectColor(13, 28, 255, 0, 0);
     drawing.expectColor(28, 28, 255, 0, 0);
     drawing.expectColor(29, 28, 0, 255, 0);
-    EXPECT_EQ(editorInset(cell), 35);
+    EXPECT_EQ(editorInset(cell, Opening::Edit), 35);
+    EXPECT_EQ(editorInset(cell, Opening::Select), 35);
 }
 
 TEST(ImageAndTextCell, AnEditorOnACellWithoutAnImageStarts3PointsIn)
 {
-    EXPECT_EQ(editorInset(cellWithImage(nil)), 3);
+    EXPECT_EQ(editorInset(cellWithImage(nil), Opening::Edit), 3);
+    EXPECT_EQ(editorInset(cellWithImage(nil), Opening::Select), 3);
 }
 
 TEST(ImageAndTextCell, TheTextStarts19PointsIn)
