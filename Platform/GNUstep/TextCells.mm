@@ -1,6 +1,9 @@
 // Text in cells as macOS draws it: what does not fit ends in "…" where the library clips it, or
-// ends it in three full stops; and in a table it stands in the middle of its row, off the column's
-// edge and the icon. Categories for every cell, with any theme. Main thread.
+// ends it in three full stops; Hebrew and Arabic run from the right; and in a table it stands in
+// the middle of its row, off the column's edge and the icon. Categories for every cell, with any
+// theme. Main thread.
+#include "VisualOrder.h"
+
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
@@ -83,7 +86,7 @@ NSRect rectInRow(NSRect rect, CGFloat height)
         rect = rectInRow(rect, size.height);
     if ([self _shouldShortenStringForRect:rect size:size length:[text length]])
         text = [self _resizeAttributedString:text forRect:rect];
-    [text drawInRect:rect];
+    [vx::attributedInVisualOrder(text) drawInRect:rect];
 }
 
 @end
