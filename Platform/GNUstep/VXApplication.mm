@@ -2,8 +2,6 @@
 
 #import <GNUstepGUI/GSDisplayServer.h>
 
-#include <cstdlib>
-
 #include "FolderOpening.h"
 #include "ImageResources.h"
 #include "MenuTracking.h"
