@@ -31,13 +31,6 @@ protected:
                 return geometry(ids.substr(at, end - at), "X=") - geometry(main, "X=");
         return -1;
     }
-    void end(const std::string &main, ChildProcess &host)
-    {
-        focus(main);
-        key("ctrl+w");
-        EXPECT_EQ(host.AwaitEnd(), 0);
-        EXPECT_TRUE(noticeArrived(host)) << host.Output();
-    }
 };
 
 TEST_F(UserMenuTest, AClickOnAnotherTitleOpensThatTitlesMenu)
@@ -56,7 +49,7 @@ TEST_F(UserMenuTest, AClickOnAnotherTitleOpensThatTitlesMenu)
     // One on the title of the menu that is open closes it.
     click(main, kEditX, kTitleY);
     EXPECT_TRUE(Eventually([&] { return windowCount() == 1; }));
-    end(main, host);
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserMenuTest, EscapeClosesAMenuAndNoOtherKeyReachesTheWindowBelow)
@@ -82,7 +75,7 @@ TEST_F(UserMenuTest, EscapeClosesAMenuAndNoOtherKeyReachesTheWindowBelow)
     focus(panel);
     key("Escape");
     EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
-    end(main, host);
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
@@ -100,7 +93,7 @@ TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
     chooseFolder(destination);
     EXPECT_TRUE(Eventually([&] { return sameTree(_volume.Path(), destination); }));
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
-    end(main, host);
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserMenuTest, AKeyTakesTheToolTipAway)
@@ -114,7 +107,7 @@ TEST_F(UserMenuTest, AKeyTakesTheToolTipAway)
     EXPECT_TRUE(Eventually([&] { return windowCount() == 2; }));
     key("Home");
     EXPECT_TRUE(Eventually([&] { return windowCount() == 1; }));
-    end(main, host);
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
@@ -134,8 +127,7 @@ TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
     EXPECT_TRUE(Eventually([&] { return isGone(kPanel); }));
     activate(main);
     key("alt+F4");
-    EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_TRUE(noticeArrived(host)) << host.Output();
+    expectNotice(host);
 }
 
 TEST_F(UserMenuTest, TheDesktopIsToldWhichWindowAMessageBelongsTo)
@@ -155,7 +147,7 @@ TEST_F(UserMenuTest, TheDesktopIsToldWhichWindowAMessageBelongsTo)
     focus(message);
     key("Return");
     EXPECT_TRUE(Eventually([&] { return isGone("Information"); }));
-    end(main, host);
+    closeAndExpectNotice(main, host);
 }
 
 TEST_F(UserMenuTest, TheDisplayIsNotToldTheSecret)
@@ -168,7 +160,7 @@ TEST_F(UserMenuTest, TheDisplayIsNotToldTheSecret)
     EXPECT_NE(told.find("File Explorer"), std::string::npos);
     EXPECT_NE(told.find("WM_COMMAND"), std::string::npos);
     EXPECT_EQ(told.find("hush-hush"), std::string::npos);
-    end(main, host);
+    closeAndExpectNotice(main, host);
 }
 
 }  // namespace
