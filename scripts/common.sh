@@ -9,7 +9,7 @@ build_packages=(
     clang cmake ninja-build
     libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
     libssl-dev libtsk-dev libewf-dev dosfstools mtools
-    fonts-dejavu-core
+    fonts-dejavu-core libfribidi0
 )
 test_packages=(
     libgtest-dev libgmock-dev
