@@ -90,11 +90,30 @@ TEST_F(UserCloseTest, AnExportThatEndsWhileTheMainWindowIsMinimisedDoesNotEndThe
     ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
     const std::string main = startStallingExport();
     run("xdotool windowminimize --sync " + main);
-    EXPECT_TRUE(release());
+    // The desktop puts the progress window aside with it, and the export goes on.
     EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    EXPECT_FALSE(fs::exists(_home.At("opened")));
+    EXPECT_TRUE(release());
+    EXPECT_TRUE(Eventually([&] { return fs::exists(_home.At("opened")); }));
+    EXPECT_EQ(fs::file_size(_partial), 12 * kMiB);
     // The last window's end is looked at a moment later.
     EXPECT_FALSE(Eventually([&] { return host.HasEnded(); }, std::chrono::seconds(1)));
     run("xdotool windowmap --sync " + main);
+    closeAndExpectNotice(main, host);
+}
+
+TEST_F(UserCloseTest, TheProgressWindowComesBackWithTheMainWindow)
+{
+    ChildProcess host(install(STAND_IN), {"stalling", "none", _stall});
+    const std::string main = startStallingExport();
+    run("xdotool windowminimize --sync " + window("Export"));
+    EXPECT_TRUE(Eventually([&] { return isGone("File Explorer"); }));
+    run("xdotool windowmap --sync " + main);
+    awaitDrawn(window("Export"));
+    EXPECT_FALSE(fs::exists(_home.At("opened"))) << "its session has not ended";
+    EXPECT_TRUE(release());
+    EXPECT_TRUE(Eventually([&] { return isGone("Export"); }));
+    EXPECT_EQ(fs::file_size(_partial), 12 * kMiB);
     closeAndExpectNotice(main, host);
 }
 
