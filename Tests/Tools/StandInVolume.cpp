@@ -1,7 +1,9 @@
 #include "StandInVolume.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 #include <utility>
 
@@ -106,7 +108,12 @@ bool StandInVolume::CloseHandle(VolumeHandle file)
 void StandInVolume::Stall() const
 {
     const int stalled = open((_stallFolder + "/stalled").c_str(), O_WRONLY);
-    const int release = open((_stallFolder + "/release").c_str(), O_RDONLY);
+    // It waits in poll: ThreadSanitizer holds back a signal that comes while a thread waits in
+    // open.
+    const int release = open((_stallFolder + "/release").c_str(), O_RDONLY | O_NONBLOCK);
+    pollfd released = {release, POLLIN, 0};
+    while (poll(&released, 1, -1) < 0 && errno == EINTR)
+        continue;
     close(stalled);
     close(release);
 }
