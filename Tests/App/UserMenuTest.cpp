@@ -36,8 +36,7 @@ protected:
 TEST_F(UserMenuTest, AClickOnAnotherTitleOpensThatTitlesMenu)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     click(main, kApplicationX, kTitleY);
     EXPECT_TRUE(Eventually([&] { return menuX(main) >= 0 && menuX(main) < kApplicationX; }));
@@ -56,8 +55,7 @@ TEST_F(UserMenuTest, EscapeClosesAMenuAndNoOtherKeyReachesTheWindowBelow)
 {
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     key("ctrl+a");
     click(main, kEditX, kTitleY);
@@ -82,8 +80,7 @@ TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
 {
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     key("ctrl+a");
     click(main, kApplicationX, kTitleY);
@@ -99,8 +96,7 @@ TEST_F(UserMenuTest, APanelThatAMenusCommandPutsUpTakesItsOwnKeys)
 TEST_F(UserMenuTest, AKeyTakesTheToolTipAway)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     run("xdotool mousemove --window " + main + " 700 558 sleep 0.3 mousemove --window " + main +
         " 820 558 sleep 0.1 mousemove --window " + main + " 821 558");
@@ -133,8 +129,7 @@ TEST_F(UserMenuTest, TheDesktopKeepsAPanelAndItsWindowTogether)
 TEST_F(UserMenuTest, TheDesktopIsToldWhichWindowAMessageBelongsTo)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     focus(main);
     click(main, kApplicationX, kTitleY);
     EXPECT_TRUE(Eventually([&] { return windowCount() == 2; }));
@@ -153,8 +148,7 @@ TEST_F(UserMenuTest, TheDesktopIsToldWhichWindowAMessageBelongsTo)
 TEST_F(UserMenuTest, TheDisplayIsNotToldTheSecret)
 {
     ChildProcess host(VOLUME_HOST, {_volume.Path(), "none", "hush-hush"});
-    const std::string main = window("File Explorer");
-    awaitDrawn(main);
+    const std::string main = drawnWindow();
     const std::string told = run("for id in $(xwininfo -root -tree | grep -o '0x[0-9a-f]*'); do "
                                  "xprop -id $id; done");
     EXPECT_NE(told.find("File Explorer"), std::string::npos);
