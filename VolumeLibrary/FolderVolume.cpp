@@ -25,4 +25,9 @@ std::unique_ptr<VolumeFile> FolderVolume::OpenVolumeFile(const VolumePath &file)
     return opened ? std::make_unique<FolderFile>(std::move(opened)) : nullptr;
 }
 
+VolumeEntryReport FolderVolume::Describe(const VolumePath &)
+{
+    return {};
+}
+
 }  // namespace vx

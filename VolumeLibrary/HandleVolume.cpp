@@ -107,4 +107,32 @@ bool HandleVolume::CloseHandle(VolumeHandle file)
     return file != nullptr;
 }
 
+bool HandleVolume::DescribeEntry(const char16_t *path, VolumeEntryReport *report)
+{
+    return OrIfThrown(false, [&] {
+        const auto checked = VolumePath::FromFile(path);
+        if (!checked || report == nullptr)
+            return false;
+        *report = Describe(*checked);
+        return true;
+    });
+}
+
+bool HandleVolume::DescribeListing(VolumeHandle search, VolumeListingReport *report)
+{
+    if (search == nullptr || report == nullptr)
+        return false;
+    *report = static_cast<VolumeListing *>(search)->Report();
+    return true;
+}
+
+bool HandleVolume::VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context)
+{
+    if (file == nullptr || range == nullptr)
+        return false;
+    for (const ByteRange &unread : static_cast<VolumeFile *>(file)->UnreadRanges())
+        range(context, unread.offset, unread.length);
+    return true;
+}
+
 }  // namespace vx

@@ -36,10 +36,18 @@ public:
     bool QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high) final;
     bool CloseHandle(VolumeHandle file) final;
 
+    bool DescribeEntry(const char16_t *path, VolumeEntryReport *report) final;
+    bool DescribeListing(VolumeHandle search, VolumeListingReport *report) final;
+    bool VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context) final;
+    // A kind of volume that can tell says more.
+    bool IsGone() override { return false; }
+
 protected:
     // Each returns null if that is not possible, and may throw std::bad_alloc.
     virtual std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) = 0;
     virtual std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) = 0;
+    // What stands in the way of exporting what lies at the path.
+    virtual VolumeEntryReport Describe(const VolumePath &entry) = 0;
 };
 
 }  // namespace vx

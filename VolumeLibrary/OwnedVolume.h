@@ -1,14 +1,21 @@
-// The base of every kind of volume in this library: IVolume, and a destructor for its owner.
-// The destructor takes a place after the operations of IVolume and leaves theirs as they are.
+// The base of every kind of volume in this library: IVolume, a destructor for its owner, and what
+// the library's other functions answer about the volume (VolumeReport.h). These take places after
+// the operations of IVolume and leave theirs as they are.
 #pragma once
 
 #include "IVolume.h"
+#include "VolumeReport.h"
 
 namespace vx {
 
 class OwnedVolume : public IVolume {
 public:
     virtual ~OwnedVolume() = default;
+
+    virtual bool DescribeEntry(const char16_t *path, VolumeEntryReport *report) = 0;
+    virtual bool DescribeListing(VolumeHandle search, VolumeListingReport *report) = 0;
+    virtual bool VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context) = 0;
+    virtual bool IsGone() = 0;
 };
 
 }  // namespace vx

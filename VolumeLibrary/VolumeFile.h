@@ -5,8 +5,14 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace vx {
+
+struct ByteRange {
+    uint64_t offset = 0;
+    uint64_t length = 0;
+};
 
 class VolumeFile {
 public:
@@ -23,6 +29,8 @@ public:
     int64_t Position() const { return _position; }
     // The size at this moment; nothing if the system does not tell.
     virtual std::optional<int64_t> Size() const = 0;
+    // What could not be read so far, in the file's order.
+    const std::vector<ByteRange> &UnreadRanges() const { return _unread; }
 
 protected:
     // The same as Read at any place. position + count never overflows.
@@ -30,6 +38,7 @@ protected:
 
 private:
     int64_t _position = 0;
+    std::vector<ByteRange> _unread;
 };
 
 }  // namespace vx

@@ -22,6 +22,11 @@ IVolume *Keep(std::unique_ptr<OwnedVolume> volume)
     return kept.back().get();
 }
 
+OwnedVolume *Owned(IVolume *volume)
+{
+    return static_cast<OwnedVolume *>(volume);
+}
+
 // What the last opening on this thread had to say beyond its status.
 thread_local std::string lastDetail;
 
@@ -64,4 +69,27 @@ int32_t open_bitlocker_device(const char *device, const char *unlockKind, const 
 const char *volume_library_last_error() noexcept
 {
     return vx::lastDetail.c_str();
+}
+
+bool volume_library_describe_entry(IVolume *volume, const char16_t *path,
+                                   VolumeEntryReport *report) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->DescribeEntry(path, report);
+}
+
+bool volume_library_describe_listing(IVolume *volume, VolumeHandle search,
+                                     VolumeListingReport *report) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->DescribeListing(search, report);
+}
+
+bool volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRangeFunction range,
+                                  void *context) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->VisitUnreadRanges(file, range, context);
+}
+
+bool volume_library_is_gone(IVolume *volume) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->IsGone();
 }

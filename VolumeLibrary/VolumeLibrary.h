@@ -1,6 +1,7 @@
-// The library's entry and the text of its failures, the only symbols that it exports. Callers look
-// them up at run time by their names (see OpenBitlockerDeviceFunction in IVolume.h); the statuses,
-// the meaning of the three texts and the form of both functions are in VolumeLibraryStatus.h.
+// The library's entry, the text of its failures, and what it can say about an opened volume: the
+// only symbols that it exports. Callers look them up at run time by their names (see
+// OpenBitlockerDeviceFunction in IVolume.h); the statuses and the meaning of the three texts are in
+// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h.
 //
 // Ownership: an opened volume belongs to the library and stays until the process ends.
 // Threads: may be called on several threads. Nothing is thrown.
@@ -13,9 +14,9 @@
 // change nothing.
 #pragma once
 
-#include <cstdint>
+#include "VolumeReport.h"
 
-class IVolume;
+#include <cstdint>
 
 // volume receives the opened volume, or null together with a status other than 0.
 extern "C" __attribute__((visibility("default"))) int32_t
@@ -26,3 +27,18 @@ open_bitlocker_device(const char *device, const char *unlockKind, const char *se
 // was noticed and did not prevent it, a line each; empty if nothing. Never null; stays as it is
 // until the next opening on this thread.
 extern "C" __attribute__((visibility("default"))) const char *volume_library_last_error() noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_describe_entry(IVolume *volume, const char16_t *path,
+                              VolumeEntryReport *report) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_describe_listing(IVolume *volume, VolumeHandle search,
+                                VolumeListingReport *report) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRangeFunction range,
+                             void *context) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_is_gone(IVolume *volume) noexcept;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "IVolume.h"
+#include "VolumeReport.h"
 
 namespace vx {
 
@@ -13,6 +14,8 @@ public:
     virtual ~VolumeListing() = default;
     // kEntry: the record holds one more entry. Otherwise the record is left as it was.
     virtual Step Next(VolumeFindData *record) = 0;
+    // Of what has been read so far.
+    virtual VolumeListingReport Report() const { return {}; }
 };
 
 }  // namespace vx

@@ -29,7 +29,7 @@ struct VolumeFindData {
     uint64_t lastWriteTime;
     uint32_t sizeHigh;  // size in bytes: sizeHigh * 2^32 + sizeLow
     uint32_t sizeLow;
-    uint64_t reserved;
+    uint64_t reserved;   // low 32 bits: the tag of a reparse point, or 0, as in dwReserved0
     char16_t name[540];  // at most 539 units and a terminating zero
 };
 

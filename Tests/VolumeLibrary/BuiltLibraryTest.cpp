@@ -63,10 +63,14 @@ TEST(BuiltLibrary, ItsFileNameIsTheOneThatProgramsLookFor)
     EXPECT_EQ(path.substr(path.rfind('/')), "/libBitLockerWapper.dylib");
 }
 
-TEST(BuiltLibrary, ItExportsItsTwoFunctionsAndNothingElse)
+TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
 {
     const std::vector<std::string> expected = {VX_EXPORT_PREFIX "open_bitlocker_device",
-                                               VX_EXPORT_PREFIX "volume_library_last_error"};
+                                               VX_EXPORT_PREFIX "volume_library_describe_entry",
+                                               VX_EXPORT_PREFIX "volume_library_describe_listing",
+                                               VX_EXPORT_PREFIX "volume_library_is_gone",
+                                               VX_EXPORT_PREFIX "volume_library_last_error",
+                                               VX_EXPORT_PREFIX "volume_library_unread_ranges"};
     EXPECT_EQ(ExportedSymbols(), expected);
 }
 

@@ -48,6 +48,8 @@ public:
     virtual VolumeListing::Step Next(FolderEntry *entry) = 0;
     // Everything but the name of the entry that Next has given last.
     virtual void Describe(VolumeFindData *record) const = 0;
+    // Whether entries are missing among those that Next has given.
+    virtual VolumeListingReport Report() const { return {}; }
 };
 
 class FileSystem {
@@ -59,6 +61,8 @@ public:
     virtual std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const = 0;
     // Null for what is no file, or one whose data lies elsewhere.
     virtual std::unique_ptr<VolumeFile> OpenFile(const Node &file) const = 0;
+    // What stands in the way of exporting the entry; report is as it was made where nothing does.
+    virtual void Describe(const Node &, VolumeEntryReport *) const {}
 };
 
 }  // namespace vx

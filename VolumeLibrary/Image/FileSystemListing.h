@@ -19,6 +19,7 @@ public:
                       std::unique_ptr<FolderReader> reader);
 
     Step Next(VolumeFindData *record) override;
+    VolumeListingReport Report() const override { return _reader->Report(); }
     // Reads all the names that can be read for the sake of one; nothing if it is not there.
     std::optional<Node> ReadToEnd(std::string_view name);
 

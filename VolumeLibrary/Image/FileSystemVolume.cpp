@@ -27,6 +27,16 @@ std::unique_ptr<VolumeFile> FileSystemVolume::OpenVolumeFile(const VolumePath &f
     return found ? _fileSystem->OpenFile(found->node) : nullptr;
 }
 
+VolumeEntryReport FileSystemVolume::Describe(const VolumePath &entry)
+{
+    VolumeEntryReport report;
+    if (const auto found = Resolve(entry.Relative()))
+        _fileSystem->Describe(found->node, &report);
+    else
+        report.obstacle = VolumeObstacle::kNotThere;
+    return report;
+}
+
 std::optional<FileSystemVolume::Found> FileSystemVolume::Resolve(std::string_view relative)
 {
     Found found = {_fileSystem->Root(), {}};

@@ -18,6 +18,7 @@ public:
 protected:
     std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
     std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
+    VolumeEntryReport Describe(const VolumePath &entry) override;
 
 private:
     struct Found {

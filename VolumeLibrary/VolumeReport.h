@@ -1,0 +1,75 @@
+// What the volume library can say beyond IVolume: why an entry cannot be exported, whether a folder
+// was listed whole, which bytes of a file could not be read, whether the disk is still there. For
+// every program that loads the library; the header stands alone but for IVolume.h.
+//
+// Each function is optional: a program looks it up by its name and does without it where it is
+// missing. volume is always one that this library opened, and a handle one of its handles that is
+// still open.
+//
+// Threads: as the operations of IVolume; a handle is used by one thread at a time.
+// Errors: a function that returns bool answers false when it cannot say anything, for null pointers
+// too, and leaves what it was given as it was. Nothing is thrown.
+#pragma once
+
+#include "IVolume.h"
+
+// Why an entry's data cannot be had, or not all of it. The numbers never change their meaning.
+enum class VolumeObstacle : uint32_t {
+    kNone = 0,
+    kLink = 1,                 // a symbolic link, a junction or a mount point: it leads elsewhere
+    kPacked = 2,               // packed by Windows (compact /exe), a form that cannot be read
+    kOnlyInCloud = 3,          // a cloud drive's placeholder: the data is not on this disk
+    kDeduplicated = 4,         // its data lies in a store of Windows Server
+    kEncryptedFile = 5,        // encrypted by Windows on its own (EFS)
+    kUnknownReparsePoint = 6,  // a reparse point of another kind, without data of its own here
+    kDamaged = 7,              // what the disk says of it contradicts itself
+    kUnreadable = 8,           // blocks that it needs cannot be read
+    kDeviceGone = 9,           // the disk is not there any more
+    kSameName = 10,            // an earlier entry of its folder has the same name
+    kNoPermission = 11,        // a plain folder's entry that this user may not read
+    kNotThere = 12,            // nothing has this path
+    kOutOfMemory = 13,
+};
+
+// IO_REPARSE_TAG_SYMLINK, and the bit of every tag that stands for another name of something else
+// (Microsoft Learn, "Reparse Point Tags": name surrogate).
+constexpr uint32_t kReparseTagSymlink = 0xA000000C;
+constexpr uint32_t kReparseTagNameSurrogate = 0x20000000;
+
+struct VolumeEntryReport {
+    static constexpr uint32_t kTargetUnits = 4096;
+
+    VolumeObstacle obstacle = VolumeObstacle::kNone;
+    uint32_t reparseTag = 0;  // 0 without a reparse point
+    // Where a link leads, as the disk has it; zero-terminated UTF-16, cut if it is longer.
+    char16_t target[kTargetUnits] = {};
+};
+
+struct VolumeListingReport {
+    // False: entries are missing, for this reason.
+    bool isWhole = true;
+    VolumeObstacle reason = VolumeObstacle::kNone;
+    // At least so many are missing; 0 where that cannot be told.
+    uint64_t missingEntries = 0;
+    // So many of those that were listed were found although the folder's own record of them is
+    // damaged. They are whole; their folder is not.
+    uint64_t recoveredEntries = 0;
+};
+
+// Called for each range of a file, in the file's order, in bytes; ranges do not touch each other.
+using VolumeRangeFunction = void (*)(void *context, uint64_t offset, uint64_t length);
+
+// "volume_library_describe_entry". path: as for IVolume::OpenFile; of a file or a folder.
+using VolumeLibraryDescribeEntryFunction = bool (*)(IVolume *volume, const char16_t *path,
+                                                    VolumeEntryReport *report);
+// "volume_library_describe_listing". search: call it when FindNextFile has answered false and
+// before FindClose; before the end it speaks of what has been read so far.
+using VolumeLibraryDescribeListingFunction = bool (*)(IVolume *volume, VolumeHandle search,
+                                                      VolumeListingReport *report);
+// "volume_library_unread_ranges". Reports what could not be read through this handle so far and was
+// given as zeros.
+using VolumeLibraryUnreadRangesFunction = bool (*)(IVolume *volume, VolumeHandle file,
+                                                   VolumeRangeFunction range, void *context);
+// "volume_library_is_gone". Whether the disk or image went away; every operation fails at once then,
+// for as long as the volume is open.
+using VolumeLibraryIsGoneFunction = bool (*)(IVolume *volume);
