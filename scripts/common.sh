@@ -81,7 +81,7 @@ build() {
     cd "$root_folder" || exit 1
     if ! is_configured "$preset"; then
         say "configuring $preset"
-        logged "configuring" cmake --preset "$preset"
+        logged "configuring" cmake --preset "$preset" -DVX_WERROR="${VX_WERROR:-OFF}"
     fi
     if ninja -C "$folder" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
         return
