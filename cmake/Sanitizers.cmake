@@ -6,3 +6,11 @@ if(VX_SANITIZER)
     -O1 -gline-tables-only)
   add_link_options(-fsanitize=${VX_SANITIZER})
 endif()
+
+# VX_COVERAGE counts which lines and branches run; scripts/report-coverage reads the counts.
+option(VX_COVERAGE "Build with coverage counters" OFF)
+
+if(VX_COVERAGE)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
