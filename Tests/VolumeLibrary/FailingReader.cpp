@@ -1,0 +1,61 @@
+#include "FailingReader.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace vx {
+
+void FailingReader::FailAt(uint64_t place, int times)
+{
+    _transients.push_back({place, times});
+}
+
+char FailingReader::ByteAt(uint64_t place)
+{
+    return static_cast<char>(place * 2654435761u >> 13 | 1);
+}
+
+RawReader::Outcome FailingReader::ReadOnce(uint64_t offset, char *buffer, size_t count) const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    ++_reads;
+    if (_error != 0)
+        return {0, _error};
+    const uint64_t end = offset + count;
+    const uint64_t bad = FirstBad(offset, end);
+    for (uint64_t at = offset; at < std::min(bad, end); ++at)
+        buffer[at - offset] = ByteAt(at);
+    if (bad >= end)
+        return {count, 0};
+    ++_failedReads;
+    if (count <= CarefulReader::kSector)
+        ++_tries[bad / CarefulReader::kSector];
+    std::fill(buffer + (bad - offset), buffer + count, '!');  // as a failed read may leave it
+    return {_says == Says::kHowFar ? bad - offset : 0, EIO};
+}
+
+uint64_t FailingReader::FirstBad(uint64_t offset, uint64_t end) const
+{
+    uint64_t first = UINT64_MAX;
+    for (const ByteRange &bad : _bad) {
+        if (bad.offset < end && offset < bad.offset + bad.length)
+            first = std::min(first, std::max(offset, bad.offset));
+    }
+    for (Transient &transient : _transients) {
+        if (transient.times > 0 && offset <= transient.place && transient.place < end) {
+            --transient.times;
+            first = std::min(first, transient.place);
+        }
+    }
+    return first;
+}
+
+int FailingReader::MostTriesOfASector() const
+{
+    int most = 0;
+    for (const auto &[sector, tries] : _tries)
+        most = std::max(most, tries);
+    return most;
+}
+
+}  // namespace vx

@@ -1,0 +1,54 @@
+// A disk of any size that fails where it is told to and counts what is asked of it.
+#pragma once
+
+#include "CarefulReader.h"
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <vector>
+
+namespace vx {
+
+class FailingReader final : public RawReader {
+public:
+    // Whether a failed read says how far it came, as the system does, or nothing.
+    enum class Says { kHowFar, kNothing };
+
+    explicit FailingReader(Says says = Says::kHowFar) : _says(says) {}
+
+    // Reads that touch the range fail; the range is of whole sectors.
+    void MakeBad(uint64_t begin, uint64_t end) { _bad.push_back({begin, end - begin}); }
+    // The next reads that touch this place fail, and then no more.
+    void FailAt(uint64_t place, int times);
+    // From now on everything fails with this error.
+    void Go(int error) { _error = error; }
+
+    static char ByteAt(uint64_t place);
+
+    Outcome ReadOnce(uint64_t offset, char *buffer, size_t count) const override;
+
+    int Reads() const { return _reads; }
+    int FailedReads() const { return _failedReads; }
+    // The most often that a bad sector was tried alone.
+    int MostTriesOfASector() const;
+
+private:
+    struct Transient {
+        uint64_t place;
+        int times;
+    };
+
+    uint64_t FirstBad(uint64_t offset, uint64_t end) const;
+
+    const Says _says;
+    ByteRanges _bad;
+    int _error = 0;
+    mutable std::mutex _mutex;
+    mutable std::vector<Transient> _transients;
+    mutable std::map<uint64_t, int> _tries;
+    mutable std::atomic<int> _reads{0};
+    mutable std::atomic<int> _failedReads{0};
+};
+
+}  // namespace vx

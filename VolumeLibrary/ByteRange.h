@@ -1,0 +1,55 @@
+// A range of bytes of a disk or a file, and lists of such ranges in ascending order. Units: bytes.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace vx {
+
+struct ByteRange {
+    uint64_t offset = 0;
+    uint64_t length = 0;
+};
+
+using ByteRanges = std::vector<ByteRange>;
+
+// Adds a range that begins after all the others, or where the last one ends: that one grows then.
+inline void AddRange(uint64_t offset, uint64_t length, ByteRanges *ranges)
+{
+    if (length == 0)
+        return;
+    if (!ranges->empty() && ranges->back().offset + ranges->back().length == offset)
+        ranges->back().length += length;
+    else
+        ranges->push_back({offset, length});
+}
+
+// Leaves out what lies at end and beyond it.
+inline void CutRanges(uint64_t end, ByteRanges *ranges)
+{
+    while (!ranges->empty() && ranges->back().offset >= end)
+        ranges->pop_back();
+    if (!ranges->empty() && ranges->back().offset + ranges->back().length > end)
+        ranges->back().length = end - ranges->back().offset;
+}
+
+// Adds what lies within a part of the whole.
+inline void AddWithin(const ByteRanges &whole, const ByteRange &part, ByteRanges *ranges)
+{
+    for (const ByteRange &range : whole) {
+        const uint64_t begin = std::max(range.offset, part.offset);
+        const uint64_t end = std::min(range.offset + range.length, part.offset + part.length);
+        if (begin < end)
+            AddRange(begin, end - begin, ranges);
+    }
+}
+
+// Adds ranges of one place, which begins at from, as ranges of another, where it begins at to.
+inline void AddMoved(const ByteRanges &moved, uint64_t from, uint64_t to, ByteRanges *ranges)
+{
+    for (const ByteRange &range : moved)
+        AddRange(range.offset - from + to, range.length, ranges);
+}
+
+}  // namespace vx
