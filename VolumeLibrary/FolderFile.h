@@ -1,26 +1,40 @@
 // One open file of a folder volume.
-// Ownership: owns the descriptor. Threads: files do not share anything.
+//
+// A file that has become shorter since it was opened, or since its size was last asked for, cannot
+// be read where it has no more bytes.
+// Ownership: owns the descriptor, shares the folder's presence. Threads: files do not share
+// anything else.
 #pragma once
 
+#include "CarefulReader.h"
+#include "FolderPresence.h"
 #include "UniqueFd.h"
 #include "VolumeFile.h"
 
-#include <utility>
+#include <memory>
 
 namespace vx {
 
-class FolderFile final : public VolumeFile {
+class FolderFile final : public VolumeFile, private RawReader {
 public:
-    // file: open for reading.
-    explicit FolderFile(UniqueFd file) : _file(std::move(file)) {}
+    // file: open for reading. presence: of the folder that it lies in; may be null.
+    explicit FolderFile(UniqueFd file, std::shared_ptr<FolderPresence> presence = nullptr);
 
     std::optional<int64_t> Size() const override;
 
 protected:
-    bool ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done) override;
+    int64_t KnownSize() const override { return _knownSize; }
+    uint32_t ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread) override;
 
 private:
-    UniqueFd _file;
+    Outcome ReadOnce(uint64_t offset, char *buffer, size_t count) const override;
+    bool IsThere() const override;
+
+    const UniqueFd _file;
+    const std::shared_ptr<FolderPresence> _presence;
+    mutable int64_t _knownSize = 0;
+    mutable uint64_t _end = 0;  // where the last read found the file to end
+    const CarefulReader _reader;
 };
 
 }  // namespace vx

@@ -1,5 +1,7 @@
 #include "HandleVolume.h"
 
+#include <cstring>
+
 namespace vx {
 namespace {
 
@@ -31,7 +33,7 @@ VolumeHandle HandleVolume::FindFirstFile(const char16_t *pattern, VolumeFindData
 {
     return OrIfThrown<VolumeHandle>(nullptr, [&]() -> VolumeHandle {
         const auto path = VolumePath::FromPattern(pattern);
-        if (!path || record == nullptr)
+        if (!path || record == nullptr || IsGone())
             return nullptr;
         auto listing = OpenListing(*path);
         if (!listing || listing->Next(record) == VolumeListing::Step::kError)
@@ -44,9 +46,12 @@ bool HandleVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
 {
     if (search == nullptr || record == nullptr)
         return false;
-    return OrIfThrown(false, [&] {
-        return static_cast<VolumeListing *>(search)->Next(record) == VolumeListing::Step::kEntry;
-    });
+    auto *listing = static_cast<VolumeListing *>(search);
+    if (IsGone()) {
+        listing->Stop();
+        return false;
+    }
+    return OrIfThrown(false, [&] { return listing->Next(record) == VolumeListing::Step::kEntry; });
 }
 
 bool HandleVolume::FindClose(VolumeHandle search)
@@ -59,7 +64,7 @@ VolumeHandle HandleVolume::OpenFile(const char16_t *path, uint32_t, uint32_t, ui
 {
     return OrIfThrown<VolumeHandle>(nullptr, [&]() -> VolumeHandle {
         const auto checked = VolumePath::FromFile(path);
-        return checked ? OpenVolumeFile(*checked).release() : nullptr;
+        return checked && !IsGone() ? OpenVolumeFile(*checked).release() : nullptr;
     });
 }
 
@@ -67,10 +72,15 @@ bool HandleVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uin
 {
     if (done != nullptr)
         *done = 0;
-    if (file == nullptr || done == nullptr || (buffer == nullptr && count > 0))
+    if (buffer == nullptr && count > 0)
         return false;
-    return OrIfThrown(false,
-                      [&] { return static_cast<VolumeFile *>(file)->Read(buffer, count, done); });
+    if (file == nullptr || done == nullptr) {
+        if (count > 0)
+            std::memset(buffer, 0, count);
+        return false;
+    }
+    auto *opened = static_cast<VolumeFile *>(file);
+    return IsGone() ? opened->GiveUp(buffer, count, done) : opened->Read(buffer, count, done);
 }
 
 bool HandleVolume::WriteFile(VolumeHandle, const void *, uint32_t, uint32_t *done)
@@ -113,7 +123,10 @@ bool HandleVolume::DescribeEntry(const char16_t *path, VolumeEntryReport *report
         const auto checked = VolumePath::FromFile(path);
         if (!checked || report == nullptr)
             return false;
-        *report = Describe(*checked);
+        VolumeEntryReport described = IsGone() ? VolumeEntryReport() : Describe(*checked);
+        if (IsGone())
+            described.obstacle = VolumeObstacle::kDeviceGone;
+        *report = described;
         return true;
     });
 }
@@ -122,7 +135,12 @@ bool HandleVolume::DescribeListing(VolumeHandle search, VolumeListingReport *rep
 {
     if (search == nullptr || report == nullptr)
         return false;
-    *report = static_cast<VolumeListing *>(search)->Report();
+    const auto *listing = static_cast<VolumeListing *>(search);
+    *report = listing->Report();
+    if (listing->IsStopped() || (!report->isWhole && IsGone())) {
+        report->isWhole = false;
+        report->reason = VolumeObstacle::kDeviceGone;
+    }
     return true;
 }
 

@@ -4,7 +4,8 @@
 // Ownership: a handle is a VolumeListing or a VolumeFile, which FindClose or CloseHandle
 // deletes. Handles must be closed before the volume goes.
 // Threads: takes no lock; as many at a time as the kind of volume allows.
-// Errors: null or false, for null pointers too; nothing is thrown, also when memory runs out.
+// Errors: null or false, for null pointers too; nothing is thrown, also when memory runs out. Once
+// the disk is gone nothing is tried any more.
 #pragma once
 
 #include "OwnedVolume.h"
@@ -19,15 +20,15 @@ namespace vx {
 class HandleVolume : public OwnedVolume {
 public:
     VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) final;
-    // A folder that fails while it is listed ends there.
+    // A folder that fails while it is listed ends there; DescribeListing says so.
     bool FindNextFile(VolumeHandle search, VolumeFindData *record) final;
     bool FindClose(VolumeHandle search) final;
 
     // The three modes make no difference.
     VolumeHandle OpenFile(const char16_t *path, uint32_t mode1, uint32_t mode2,
                           uint32_t mode3) final;
-    // True with fewer bytes than count at the end of the file; false on an error, with done
-    // telling the bytes before it.
+    // True with fewer bytes than count at the end of the file. The buffer is always filled, see
+    // VolumeFile; done receives the bytes that were really read.
     bool ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done) final;
     // Always false, with nothing done.
     bool WriteFile(VolumeHandle file, const void *buffer, uint32_t count, uint32_t *done) final;

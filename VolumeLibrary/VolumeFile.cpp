@@ -1,19 +1,57 @@
 #include "VolumeFile.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace vx {
+namespace {
 
-bool VolumeFile::Read(void *buffer, uint32_t count, uint32_t *done)
+// The most that can be read at a position; no file goes further than positions do.
+uint32_t Bounded(uint32_t count, int64_t position)
 {
     constexpr int64_t kMaxPosition = std::numeric_limits<int64_t>::max();
-    const int64_t wanted = std::min<int64_t>(count, kMaxPosition - _position);
+    return static_cast<uint32_t>(std::min<int64_t>(count, kMaxPosition - position));
+}
+
+void Blank(char *buffer, uint32_t begin, uint32_t end)
+{
+    if (begin < end)  // a read of nothing may come without a buffer
+        std::memset(buffer + begin, 0, end - begin);
+}
+
+}  // namespace
+
+bool VolumeFile::Read(void *buffer, uint32_t count, uint32_t *done) noexcept
+{
+    auto *place = static_cast<char *>(buffer);
     *done = 0;
-    const bool good =
-        ReadAt(_position, static_cast<char *>(buffer), static_cast<uint32_t>(wanted), done);
-    _position += *done;
-    return good;
+    try {
+        ByteRanges unread;
+        const uint32_t length = ReadAt(_position, place, Bounded(count, _position), &unread);
+        Blank(place, length, count);
+        _position += length;
+        *done = length;
+        for (const ByteRange &range : unread) {
+            _unread.Add(range);
+            *done -= static_cast<uint32_t>(range.length);
+        }
+        return unread.empty();
+    } catch (...) {  // for want of memory; nobody knows how far it came
+        return GiveUp(buffer, count, done);
+    }
+}
+
+bool VolumeFile::GiveUp(void *buffer, uint32_t count, uint32_t *done) noexcept
+{
+    *done = 0;
+    Blank(static_cast<char *>(buffer), 0, count);
+    const int64_t left = std::max<int64_t>(0, KnownSize() - _position);
+    const int64_t lost = std::min<int64_t>(Bounded(count, _position), left);
+    if (lost > 0)
+        _unread.Add({static_cast<uint64_t>(_position), static_cast<uint64_t>(lost)});
+    _position += lost;
+    return false;
 }
 
 bool VolumeFile::Move(int64_t distance, uint32_t origin)

@@ -3,16 +3,13 @@
 // Positions and sizes are bytes; a position is never negative and may lie past the end.
 #pragma once
 
+#include "ByteRange.h"
+#include "LostRanges.h"
+
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace vx {
-
-struct ByteRange {
-    uint64_t offset = 0;
-    uint64_t length = 0;
-};
 
 class VolumeFile {
 public:
@@ -20,9 +17,13 @@ public:
 
     virtual ~VolumeFile() = default;
 
-    // Reads until count bytes are there or the file ends, and moves the position by what was
-    // read, which done receives. False only on an error of the disk.
-    bool Read(void *buffer, uint32_t count, uint32_t *done);
+    // Fills the whole buffer: with the file's bytes up to its end, and with zeros in place of what
+    // cannot be read and beyond the end. Moves the position by count, but not beyond the end. done
+    // receives how many bytes were really read. False if there are such that were not; the next
+    // read goes on behind them.
+    bool Read(void *buffer, uint32_t count, uint32_t *done) noexcept;
+    // The same for a file of which nothing can be read any more; nothing is tried.
+    bool GiveUp(void *buffer, uint32_t count, uint32_t *done) noexcept;
     // False, and nothing moves, for an unknown origin or a result that is negative or too large.
     bool Move(int64_t distance, uint32_t origin);
 
@@ -30,15 +31,19 @@ public:
     // The size at this moment; nothing if the system does not tell.
     virtual std::optional<int64_t> Size() const = 0;
     // What could not be read so far, in the file's order.
-    const std::vector<ByteRange> &UnreadRanges() const { return _unread; }
+    const ByteRanges &UnreadRanges() const { return _unread.All(); }
 
 protected:
-    // The same as Read at any place. position + count never overflows.
-    virtual bool ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done) = 0;
+    // How far the file goes, as far as that is known without asking for it.
+    virtual int64_t KnownSize() const = 0;
+    // Reads at any place; position + count never overflows. Returns how many of count bytes the
+    // file has there. Of those, what cannot be read is zeros, and is added to unread with its
+    // place in the file. May throw std::bad_alloc.
+    virtual uint32_t ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread) = 0;
 
 private:
     int64_t _position = 0;
-    std::vector<ByteRange> _unread;
+    LostRanges _unread;
 };
 
 }  // namespace vx

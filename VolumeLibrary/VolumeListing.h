@@ -16,6 +16,13 @@ public:
     virtual Step Next(VolumeFindData *record) = 0;
     // Of what has been read so far.
     virtual VolumeListingReport Report() const { return {}; }
+
+    // The disk is gone: there will be no more entries.
+    void Stop() { _isStopped = true; }
+    bool IsStopped() const { return _isStopped; }
+
+private:
+    bool _isStopped = false;
 };
 
 }  // namespace vx

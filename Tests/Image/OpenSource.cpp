@@ -9,9 +9,18 @@
 namespace vx {
 namespace {
 
-std::unique_ptr<OwnedVolume> VolumeOf(const OpenError &error, std::unique_ptr<FileSystem> opened)
+using Open = OpenError (*)(std::shared_ptr<const bitlocker::ByteSource> volume,
+                           std::unique_ptr<FileSystem> *fileSystem);
+
+std::unique_ptr<OwnedVolume> VolumeOf(const Source &source, Open open)
 {
-    return error ? nullptr : std::make_unique<FileSystemVolume>(std::move(opened));
+    const auto disk = std::make_shared<CarefulSource>(source);
+    std::unique_ptr<FileSystem> fileSystem;
+    if (open(disk, &fileSystem))
+        return nullptr;
+    auto volume = std::make_unique<FileSystemVolume>(std::move(fileSystem));
+    volume->SetDisk(disk);
+    return volume;
 }
 
 }  // namespace
@@ -24,16 +33,15 @@ Source SourceOf(const std::string &bytes)
 
 std::unique_ptr<OwnedVolume> NtfsVolumeOf(const Source &source)
 {
-    std::unique_ptr<FileSystem> fileSystem;
-    const OpenError error = NtfsFileSystem::Open(source, &fileSystem);
-    return VolumeOf(error, std::move(fileSystem));
+    return VolumeOf(source, [](auto disk, auto *opened) {
+        return NtfsFileSystem::Open(std::move(disk), opened);
+    });
 }
 
 std::unique_ptr<OwnedVolume> FatVolumeOf(const Source &source)
 {
-    std::unique_ptr<FileSystem> fileSystem;
-    const OpenError error = FatFileSystem::Open(source, &fileSystem);
-    return VolumeOf(error, std::move(fileSystem));
+    return VolumeOf(source,
+                    [](auto disk, auto *opened) { return FatFileSystem::Open(disk, opened); });
 }
 
 }  // namespace vx

@@ -289,6 +289,85 @@ TEST_F(FolderFileTest, AReadThatTheDiskRefusesFailsWithNothingDone)
     EXPECT_EQ(done, 0u);
 }
 
+// What a read leaves behind: its result, what it says was done, and the whole buffer.
+struct Left {
+    bool good;
+    uint32_t done;
+    std::string buffer;
+};
+
+Left ReadInto(IVolume &volume, VolumeHandle file, uint32_t count)
+{
+    Left left = {false, 0xFFFFFFFF, std::string(count, '?')};
+    left.good = volume.ReadFile(file, left.buffer.data(), count, &left.done);
+    return left;
+}
+
+std::vector<std::pair<uint64_t, uint64_t>> UnreadOf(OwnedVolume &volume, VolumeHandle file)
+{
+    std::vector<std::pair<uint64_t, uint64_t>> ranges;
+    EXPECT_TRUE(volume.VisitUnreadRanges(
+        file,
+        [](void *context, uint64_t offset, uint64_t length) {
+            static_cast<decltype(ranges) *>(context)->emplace_back(offset, length);
+        },
+        &ranges));
+    return ranges;
+}
+
+using Unread = std::vector<std::pair<uint64_t, uint64_t>>;
+
+TEST_F(FolderFileTest, BeyondTheEndTheBufferIsZeros)
+{
+    folder.WriteFile("file", "0123456789");
+    OpenedFile file(volume, u"/file");
+    const Left left = ReadInto(volume, file.Handle(), 16);
+    EXPECT_TRUE(left.good);
+    EXPECT_EQ(left.done, 10u);
+    EXPECT_EQ(left.buffer, "0123456789" + std::string(6, '\0'));
+    EXPECT_EQ(ReadInto(volume, file.Handle(), 3).buffer, std::string(3, '\0'));
+    EXPECT_EQ(UnreadOf(*owned, file.Handle()), Unread());
+}
+
+TEST_F(FolderFileTest, WhatAFileLosesWhileItIsReadIsZerosAndUnread)
+{
+    folder.WriteFile("file", std::string(1000, 'a'));
+    OpenedFile file(volume, u"/file");
+    EXPECT_EQ(file.Read(300), std::string(300, 'a'));
+    folder.WriteFile("file", std::string(400, 'b'));
+    const Left left = ReadInto(volume, file.Handle(), 500);
+    EXPECT_FALSE(left.good);
+    EXPECT_EQ(left.done, 100u);
+    EXPECT_EQ(left.buffer, std::string(100, 'b') + std::string(400, '\0'));
+    EXPECT_EQ(file.Move(0, kFromPosition), 800);
+    EXPECT_FALSE(ReadInto(volume, file.Handle(), 500).good);
+    EXPECT_EQ(file.Move(0, kFromPosition), 1000);
+    EXPECT_EQ(UnreadOf(*owned, file.Handle()), (Unread{{400, 600}}));
+    EXPECT_TRUE(ReadInto(volume, file.Handle(), 1).good);
+}
+
+TEST_F(FolderFileTest, AReadWithoutAHandleLeavesZeros)
+{
+    const Left left = ReadInto(volume, nullptr, 5);
+    EXPECT_FALSE(left.good);
+    EXPECT_EQ(left.done, 0u);
+    EXPECT_EQ(left.buffer, std::string(5, '\0'));
+}
+
+TEST_F(FolderFileTest, AFileThatCannotBeReadIsZerosAndUnread)
+{
+    FolderFile file(UniqueFd(open(folder.Path().c_str(), O_RDONLY | O_CLOEXEC)));
+    const auto size = static_cast<uint32_t>(*file.Size());
+    std::string buffer(size + 10, '?');
+    uint32_t done = 7;
+    EXPECT_FALSE(file.Read(buffer.data(), size + 10, &done));
+    EXPECT_EQ(done, 0u);
+    EXPECT_EQ(buffer, std::string(size + 10, '\0'));
+    EXPECT_EQ(file.Position(), size);
+    ASSERT_EQ(file.UnreadRanges().size(), 1u);
+    EXPECT_EQ(file.UnreadRanges()[0].length, size);
+}
+
 TEST_F(FolderFileTest, ASizeThatTheSystemDoesNotTellIsNone)
 {
     const FolderFile file{UniqueFd()};

@@ -1,6 +1,40 @@
 #include "ByteSource.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace vx::bitlocker {
+
+Error ByteSource::salvage(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const
+{
+    const uint64_t left = size() - std::min(size(), offset);
+    const auto inside = static_cast<size_t>(std::min<uint64_t>(count, left));
+    Error error = inside == 0 ? Error() : salvageInside(offset, buffer, inside, gaps);
+    if (inside == count)
+        return error;
+    std::memset(static_cast<char *>(buffer) + inside, 0, count - inside);
+    AddRange(offset + inside, count - inside, gaps);
+    return error ? error : checkRange(size(), offset, count);
+}
+
+Error ByteSource::salvageInside(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const
+{
+    Error error = readAt(offset, buffer, count);
+    if (!error)
+        return error;
+    const size_t good = std::min(error.bytesRead, count);
+    std::memset(static_cast<char *>(buffer) + good, 0, count - good);
+    AddRange(offset + good, count - good, gaps);
+    return error;
+}
+
+Error ByteSource::readBySalvage(uint64_t offset, void *buffer, size_t count) const
+{
+    if (Error error = checkRange(size(), offset, count))
+        return error;
+    ByteRanges gaps;
+    return count == 0 ? Error() : salvageInside(offset, buffer, count, &gaps);
+}
 
 Error ByteSource::checkRange(uint64_t size, uint64_t offset, size_t count)
 {

@@ -1,9 +1,10 @@
 // Bytes that are read at any place: a device, an image file, a partition of it, a buffer, or
 // the plaintext of an encrypted volume.
 //
-// Threads: readAt is called from several threads at once. Units: bytes.
+// Threads: the operations are called from several threads at once. Units: bytes.
 #pragma once
 
+#include "ByteRange.h"
 #include "Error.h"
 
 #include <cstddef>
@@ -20,8 +21,20 @@ public:
     // range does not end before size(), SystemError; the buffer's contents are then undefined.
     virtual Error readAt(uint64_t offset, void *buffer, size_t count) const = 0;
 
+    // Fills the whole buffer: what cannot be read is zeros, and gaps receives where in the source
+    // that is, in ascending order. The error is that of the first gap; none if there is none.
+    Error salvage(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const;
+
 protected:
-    // The error of a range that reaches behind the end, or none.
+    // The same for a range before size(). A source that knows no better gives what readAt has read
+    // before it failed, and nothing after that.
+    virtual Error salvageInside(uint64_t offset, void *buffer, size_t count,
+                                ByteRanges *gaps) const;
+
+    // readAt of a source whose readAt has nothing of its own.
+    Error readBySalvage(uint64_t offset, void *buffer, size_t count) const;
+
+    // The error of a range that reaches beyond the end, or none.
     static Error checkRange(uint64_t size, uint64_t offset, size_t count);
 };
 

@@ -23,91 +23,136 @@ DecryptedVolume::DecryptedVolume(std::shared_ptr<const ByteSource> source, Volum
 
 Error DecryptedVolume::readAt(uint64_t offset, void *buffer, size_t count) const
 {
-    if (Error error = checkRange(size(), offset, count))
-        return error;
-    std::unique_ptr<ReadLane> lane = _lanes.take();
-    if (lane == nullptr)
-        return systemError(ENOMEM, "decrypt");
-    const auto place = static_cast<uint8_t *>(buffer);
-    Error error = readPieces(*lane, offset, place, count);
-    _lanes.giveBack(std::move(lane));
-    if (!error)
-        applyPatches(offset, place, count);
+    return readBySalvage(offset, buffer, count);
+}
+
+Error DecryptedVolume::salvageInside(uint64_t offset, void *buffer, size_t count,
+                                     ByteRanges *gaps) const
+{
+    const Piece whole = {offset, static_cast<uint8_t *>(buffer), count};
+    ByteRanges unread;
+    Error error;
+    if (std::unique_ptr<ReadLane> lane = _lanes.take()) {
+        error = readPieces(*lane, whole, &unread);
+        _lanes.giveBack(std::move(lane));
+        applyPatches(offset, whole.place, count);
+    } else {
+        error = systemError(ENOMEM, "decrypt");
+        AddRange(offset, count, &unread);
+    }
+    for (const ByteRange &gap : unread)
+        std::memset(whole.place + (gap.offset - offset), 0, static_cast<size_t>(gap.length));
+    AddMoved(unread, 0, 0, gaps);
     return error;
 }
 
-Error DecryptedVolume::readPieces(ReadLane &lane, uint64_t offset, uint8_t *place,
-                                  size_t count) const
+Error DecryptedVolume::readPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const
 {
     const uint32_t sectorSize = _layout.sectorSize();
-    while (count > 0) {
-        const auto skip = static_cast<size_t>(offset % sectorSize);
-        const Extent extent = _layout.extentAt(offset - skip);
-        size_t piece = 0;
-        Error error;
-        if (skip > 0 || count < sectorSize) {
-            piece = std::min<size_t>(count, sectorSize - skip);
-            error = readPart(lane, extent, skip, place, piece);
-        } else {
-            piece =
-                static_cast<size_t>(std::min<uint64_t>(count - count % sectorSize, extent.length));
-            error = readSectors(lane, extent, place, piece);
-        }
-        if (error)
-            return error;
-        offset += piece;
-        place += piece;
-        count -= piece;
+    Error first;
+    while (whole.count > 0) {
+        const auto skip = static_cast<size_t>(whole.offset % sectorSize);
+        const Extent extent = _layout.extentAt(whole.offset - skip);
+        const bool isPart = skip > 0 || whole.count < sectorSize;
+        Piece piece = whole;
+        piece.count = isPart ? std::min<size_t>(whole.count, sectorSize - skip)
+                             : static_cast<size_t>(std::min<uint64_t>(
+                                   whole.count - whole.count % sectorSize, extent.length));
+        Error error =
+            isPart ? readPart(lane, extent, piece, gaps) : readSectors(lane, extent, piece, gaps);
+        if (error && !first)
+            first = std::move(error);
+        whole = {whole.offset + piece.count, whole.place + piece.count, whole.count - piece.count};
     }
-    return {};
+    return first;
 }
 
-Error DecryptedVolume::readPart(ReadLane &lane, const Extent &extent, size_t skip, uint8_t *place,
-                                size_t count) const
+Error DecryptedVolume::readPart(ReadLane &lane, const Extent &extent, const Piece &part,
+                                ByteRanges *gaps) const
 {
-    if (Error error = readSectors(lane, extent, lane.sector.data(), _layout.sectorSize()))
-        return error;
-    std::memcpy(place, lane.sector.data() + skip, count);
-    return {};
+    const auto skip = static_cast<size_t>(part.offset % _layout.sectorSize());
+    ByteRanges unread;
+    Error error = readSectors(
+        lane, extent, {part.offset - skip, lane.sector.data(), _layout.sectorSize()}, &unread);
+    std::memcpy(part.place, lane.sector.data() + skip, part.count);
+    AddWithin(unread, {part.offset, part.count}, gaps);
+    return error;
 }
 
-Error DecryptedVolume::readSectors(ReadLane &lane, const Extent &extent, uint8_t *place,
-                                   size_t count) const
+Error DecryptedVolume::readSectors(ReadLane &lane, const Extent &extent, const Piece &piece,
+                                   ByteRanges *gaps) const
 {
     switch (extent.kind) {
     case Extent::Kind::Zeros:
-        std::memset(place, 0, count);
+        std::memset(piece.place, 0, piece.count);
         return {};
-    case Extent::Kind::Plain:
-        return _source->readAt(extent.stored, place, count);
+    case Extent::Kind::Plain: {
+        ByteRanges stored;
+        Error error = _source->salvage(extent.stored, piece.place, piece.count, &stored);
+        AddMoved(stored, extent.stored, piece.offset, gaps);
+        return error;
+    }
     case Extent::Kind::Encrypted:
     case Extent::Kind::Interrupted:
-        return readEncrypted(lane, extent, place, count);
+        return readEncrypted(lane, extent, piece, gaps);
     case Extent::Kind::Unknown:
         break;
     }
+    AddRange(piece.offset, piece.count, gaps);
     return {Status::DamagedConversionMap,
             "it does not cover the place " + std::to_string(extent.stored)};
 }
 
-Error DecryptedVolume::readEncrypted(ReadLane &lane, const Extent &extent, uint8_t *place,
-                                     size_t count) const
+Error DecryptedVolume::readEncrypted(ReadLane &lane, const Extent &extent, const Piece &piece,
+                                     ByteRanges *gaps) const
 {
-    if (lane.cipher == nullptr)
+    if (lane.cipher == nullptr) {
+        AddRange(piece.offset, piece.count, gaps);
         return {Status::DamagedMetadata, "there are encrypted sectors but no key for them"};
-    Extent run = extent;
-    for (size_t done = 0; done < count; done += static_cast<size_t>(run.length)) {
-        run.stored = extent.stored + done;
-        run.length = std::min(count - done, SectorCipher::kLongestRun);
-        const auto length = static_cast<size_t>(run.length);
-        if (Error error = _source->readAt(run.stored, lane.stored.data(), length))
-            return error;
-        if (!lane.cipher->decrypt(run.stored, lane.stored.data(), place + done, length))
-            return systemError(ENOMEM, "decrypt");
-        if (run.kind == Extent::Kind::Interrupted)
-            keepPlainSectors(lane, run, place + done, length);
     }
-    return {};
+    Extent run = extent;
+    Error first;
+    for (size_t done = 0; done < piece.count; done += static_cast<size_t>(run.length)) {
+        run.stored = extent.stored + done;
+        run.length = std::min(piece.count - done, SectorCipher::kLongestRun);
+        Error error = readRun(
+            lane, run, {piece.offset + done, piece.place + done, static_cast<size_t>(run.length)},
+            gaps);
+        if (error && !first)
+            first = std::move(error);
+    }
+    return first;
+}
+
+// run: of the length of the piece, SectorCipher::kLongestRun at most.
+Error DecryptedVolume::readRun(ReadLane &lane, const Extent &run, const Piece &piece,
+                               ByteRanges *gaps) const
+{
+    ByteRanges stored;
+    Error error = _source->salvage(run.stored, lane.stored.data(), piece.count, &stored);
+    if (!lane.cipher->decrypt(run.stored, lane.stored.data(), piece.place, piece.count)) {
+        AddRange(piece.offset, piece.count, gaps);
+        return systemError(ENOMEM, "decrypt");
+    }
+    if (run.kind == Extent::Kind::Interrupted)
+        keepPlainSectors(lane, run, piece.place, piece.count);
+    addSectors(stored, run.stored, piece, gaps);
+    return error;
+}
+
+// The sectors of the piece that the gaps are part of; the piece is stored at begin.
+void DecryptedVolume::addSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
+                                 ByteRanges *gaps) const
+{
+    const uint32_t sectorSize = _layout.sectorSize();
+    uint64_t added = 0;
+    for (const ByteRange &gap : stored) {
+        const uint64_t from = gap.offset - begin;
+        const uint64_t first = std::max(added, from - from % sectorSize);
+        const uint64_t last = (from + gap.length - 1) / sectorSize * sectorSize;
+        added = std::max(added, last + sectorSize);
+        AddRange(piece.offset + first, added - first, gaps);
+    }
 }
 
 // Of a run in an interrupted chunk, all of which was decrypted: puts the sectors back that had

@@ -4,9 +4,9 @@
 // conversion left unencrypted is passed on as it is. Made by VolumeOpener.
 //
 // Threads: readAt from any number of threads at once; there is no common lock.
-// Errors of readAt: TruncatedImage for what lies behind the end of the image, SystemError as
+// Errors of readAt: TruncatedImage for what lies beyond the end of the image, SystemError as
 // the source gives it, DamagedConversionMap where no map says what a sector is. A failed read
-// concerns its own range only.
+// concerns its own range only. What the source cannot read costs the sectors that it is part of.
 #pragma once
 
 #include "ReadLanePool.h"
@@ -31,13 +31,29 @@ public:
     uint32_t sectorSize() const { return _layout.sectorSize(); }
     Error readAt(uint64_t offset, void *buffer, size_t count) const override;
 
+protected:
+    Error salvageInside(uint64_t offset, void *buffer, size_t count,
+                        ByteRanges *gaps) const override;
+
 private:
-    Error readPieces(ReadLane &lane, uint64_t offset, uint8_t *place, size_t count) const;
-    Error readPart(ReadLane &lane, const Extent &extent, size_t skip, uint8_t *place,
-                   size_t count) const;
-    // count: a multiple of the sector size.
-    Error readSectors(ReadLane &lane, const Extent &extent, uint8_t *place, size_t count) const;
-    Error readEncrypted(ReadLane &lane, const Extent &extent, uint8_t *place, size_t count) const;
+    // A range of the volume, and where its bytes go.
+    struct Piece {
+        uint64_t offset;
+        uint8_t *place;
+        size_t count;
+    };
+
+    // Each adds to gaps what it could not read, goes on after it and returns the first error.
+    Error readPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const;
+    Error readPart(ReadLane &lane, const Extent &extent, const Piece &part, ByteRanges *gaps) const;
+    // Whole sectors.
+    Error readSectors(ReadLane &lane, const Extent &extent, const Piece &piece,
+                      ByteRanges *gaps) const;
+    Error readEncrypted(ReadLane &lane, const Extent &extent, const Piece &piece,
+                        ByteRanges *gaps) const;
+    Error readRun(ReadLane &lane, const Extent &run, const Piece &piece, ByteRanges *gaps) const;
+    void addSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
+                    ByteRanges *gaps) const;
     void keepPlainSectors(ReadLane &lane, const Extent &extent, uint8_t *place, size_t count) const;
     void applyPatches(uint64_t offset, uint8_t *place, size_t count) const;
 

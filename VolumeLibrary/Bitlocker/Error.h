@@ -6,6 +6,7 @@
 // never contains a secret or a key.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -34,6 +35,8 @@ struct [[nodiscard]] Error {
     Status status = Status::Ok;
     std::string detail;
     int systemError = 0;  // errno, with Status::SystemError only
+    // Of a failed read: so many bytes of its buffer, at least, were read before it failed.
+    size_t bytesRead = 0;
 
     explicit operator bool() const { return status != Status::Ok; }
 };

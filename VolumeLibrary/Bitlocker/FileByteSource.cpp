@@ -34,19 +34,28 @@ Error FileByteSource::readAt(uint64_t offset, void *buffer, size_t count) const
     if (Error error = checkRange(_size, offset, count))
         return error;
     char *place = static_cast<char *>(buffer);
-    while (count > 0) {
-        const ssize_t done = ::pread(_descriptor, place, count, static_cast<off_t>(offset));
-        if (done < 0 && errno == EINTR)
+    for (size_t done = 0; done < count;) {
+        const uint64_t at = offset + done;
+        const ssize_t got =
+            ::pread(_descriptor, place + done, count - done, static_cast<off_t>(at));
+        if (got < 0 && errno == EINTR)
             continue;
-        if (done < 0)
-            return systemError(errno, "read at " + std::to_string(offset));
-        if (done == 0)  // the file became shorter since it was opened
-            return {Status::TruncatedImage, "the image ends at " + std::to_string(offset)};
-        place += done;
-        offset += static_cast<uint64_t>(done);
-        count -= static_cast<size_t>(done);
+        if (got <= 0) {
+            Error error = failure(got < 0 ? errno : 0, at);
+            error.bytesRead = done;
+            return error;
+        }
+        done += static_cast<size_t>(got);
     }
     return {};
+}
+
+// number: errno; 0 if the file became shorter since it was opened.
+Error FileByteSource::failure(int number, uint64_t offset)
+{
+    if (number != 0)
+        return systemError(number, "read at " + std::to_string(offset));
+    return {Status::TruncatedImage, "the image ends at " + std::to_string(offset)};
 }
 
 }  // namespace vx::bitlocker

@@ -21,6 +21,7 @@ public:
 
 private:
     explicit FileByteSource(int descriptor) : _descriptor(descriptor) {}
+    static Error failure(int number, uint64_t offset);
 
     const int _descriptor;
     uint64_t _size = 0;

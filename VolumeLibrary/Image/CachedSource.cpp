@@ -17,12 +17,12 @@ bitlocker::Error CachedSource::readAt(uint64_t offset, void *buffer, size_t coun
     while (count > 0) {
         if (offset >= size())  // the source says so itself
             return _source->readAt(offset, place, count);
-        const Block *block = nullptr;
-        if (Load(offset / kBlockBytes, &block))  // perhaps only another part of it is bad
-            return _source->readAt(offset, place, count);
+        const Block &block = Load(offset / kBlockBytes);
         const auto skip = static_cast<size_t>(offset % kBlockBytes);
-        const size_t piece = std::min(count, block->bytes.size() - skip);
-        std::memcpy(place, block->bytes.data() + skip, piece);
+        const size_t piece = std::min(count, block.bytes.size() - skip);
+        if (Lacks(block, offset, piece))
+            return _source->readAt(offset, place, count);
+        std::memcpy(place, block.bytes.data() + skip, piece);
         offset += piece;
         place += piece;
         count -= piece;
@@ -30,14 +30,20 @@ bitlocker::Error CachedSource::readAt(uint64_t offset, void *buffer, size_t coun
     return {};
 }
 
-bitlocker::Error CachedSource::Load(uint64_t number, const Block **found) const
+bool CachedSource::Lacks(const Block &block, uint64_t offset, size_t count)
+{
+    return std::any_of(block.gaps.begin(), block.gaps.end(), [&](const ByteRange &gap) {
+        return gap.offset < offset + count && offset < gap.offset + gap.length;
+    });
+}
+
+const CachedSource::Block &CachedSource::Load(uint64_t number) const
 {
     Block *oldest = &_blocks.front();
     for (Block &block : _blocks) {
         if (block.lastUse != 0 && block.number == number) {
             block.lastUse = ++_uses;
-            *found = &block;
-            return {};
+            return block;
         }
         if (block.lastUse < oldest->lastUse)
             oldest = &block;
@@ -45,13 +51,12 @@ bitlocker::Error CachedSource::Load(uint64_t number, const Block **found) const
     const uint64_t begin = number * kBlockBytes;
     const uint64_t left = _source->size() - begin;
     oldest->lastUse = 0;
+    oldest->gaps.clear();
     oldest->bytes.resize(static_cast<size_t>(std::min<uint64_t>(kBlockBytes, left)));
-    if (bitlocker::Error error = _source->readAt(begin, oldest->bytes.data(), oldest->bytes.size()))
-        return error;
+    (void)_source->salvage(begin, oldest->bytes.data(), oldest->bytes.size(), &oldest->gaps);
     oldest->number = number;
     oldest->lastUse = ++_uses;
-    *found = oldest;
-    return {};
+    return *oldest;
 }
 
 }  // namespace vx

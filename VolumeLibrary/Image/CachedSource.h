@@ -1,5 +1,6 @@
 // Small reads of a byte source out of a few large blocks that are kept: tables and folders,
-// never the contents of files.
+// never the contents of files. Of a block that cannot be read whole the rest is kept; what cannot
+// be read is asked of the source again, which remembers it.
 //
 // Ownership: shares the source. Threads: any number at a time; a block is read while the lock is
 // held, so that it is read once. Memory: kBlocks * kBlockBytes.
@@ -30,9 +31,11 @@ private:
         uint64_t number = 0;
         uint64_t lastUse = 0;  // 0: holds nothing
         std::vector<uint8_t> bytes;
+        ByteRanges gaps;  // with places in the source
     };
 
-    bitlocker::Error Load(uint64_t number, const Block **found) const VX_REQUIRES(_mutex);
+    const Block &Load(uint64_t number) const VX_REQUIRES(_mutex);
+    static bool Lacks(const Block &block, uint64_t offset, size_t count);
 
     const std::shared_ptr<const bitlocker::ByteSource> _source;
     mutable Mutex _mutex;

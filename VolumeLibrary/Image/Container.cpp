@@ -79,12 +79,11 @@ OpenError OpenThroughTsk(const char *path, const std::string &kind, Source *sour
     return {};
 }
 
-OpenError OpenEwf(const char *path, Source *source)
+OpenError OpenEwf(const char *path, Container *container)
 {
-    std::vector<std::string> files;
-    if (OpenError error = FindEwfSegments(path, &files))
+    if (OpenError error = FindEwfSegments(path, &container->files))
         return error;
-    return EwfSource::Open(files, source);
+    return EwfSource::Open(container->files, &container->source);
 }
 
 std::vector<uint8_t> HeadOf(const bitlocker::ByteSource &source)
@@ -130,6 +129,7 @@ OpenError OpenParts(const PartNames &names, Container *container)
             return {VolumeLibraryStatus::kImageTruncated,
                     "its part " + names.Name(number) + " ends early"};
         parts.push_back(std::move(part));
+        container->files.push_back(names.Path(number));
     }
     if (names.ExistsBehind(count))
         container->notes.push_back("its part " + names.Name(count + 1) +
@@ -150,7 +150,7 @@ OpenError OpenByItsKind(const char *path, const Source &raw, Container *containe
     if (const char *unsupported = UnsupportedContainer(head))
         return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + unsupported};
     if (IsEwf(head))
-        return OpenEwf(path, &container->source);
+        return OpenEwf(path, container);
     if (IsCutVhd(*raw, head))
         return {VolumeLibraryStatus::kImageTruncated, "the VHD image ends early"};
     const char *kind = HasVhdFooter(*raw) ? "VHD" : TskContainer(head);
@@ -179,9 +179,12 @@ OpenError OpenContainer(const char *path, Container *container)
     Source raw;
     if (OpenError error = OpenRaw(path, isDevice, &raw))
         return error;
-    if (!isDevice)
-        return OpenByItsKind(path, raw, container);
-    container->source = std::move(raw);
+    if (isDevice)
+        container->source = std::move(raw);
+    else if (OpenError error = OpenByItsKind(path, raw, container))
+        return error;
+    if (container->files.empty())
+        container->files.push_back(path);
     return {};
 }
 

@@ -20,6 +20,8 @@ struct Container {
     // If it seems to be a later part of an image: the name of the first one. It opens all the
     // same, since such a name proves nothing.
     std::string firstPart;
+    // What it is read from. A VMDK may name further files.
+    std::vector<std::string> files = {};
 };
 
 // container receives the contents when there is no error. Errors: kNotFound, kPermissionDenied

@@ -16,6 +16,47 @@ Runs::const_iterator RunAt(const Runs &runs, uint64_t position)
         [](const Extent &run, uint64_t wanted) { return run.position + run.length <= wanted; });
 }
 
+// A part of a file.
+struct Piece {
+    uint64_t position;
+    uint32_t count;
+};
+
+// Where on the volume a part of the run lies.
+uint64_t PlaceOf(const Extent &run, const Piece &piece)
+{
+    return run.offset + (piece.position - run.position);
+}
+
+// Calls visit(run, piece) for the pieces that make up the part, each of which lies in one run, or
+// in none: run is null then. False as soon as visit says so.
+template <typename Visit>
+bool VisitRuns(const Runs &runs, const Piece &part, Visit visit)
+{
+    const uint64_t end = part.position + part.count;
+    auto run = RunAt(runs, part.position);
+    for (uint64_t at = part.position; at < end;) {
+        const bool isIn = run != runs.end() && run->position <= at;
+        const uint64_t next = run == runs.end() ? end
+                              : isIn            ? run->position + run->length
+                                                : run->position;
+        const auto count = static_cast<uint32_t>(std::min(end, next) - at);
+        if (!visit(isIn ? &*run : nullptr, Piece{at, count}))
+            return false;
+        at += count;
+        if (isIn)
+            ++run;
+    }
+    return true;
+}
+
+// How many of count bytes at position were ever written.
+uint32_t WrittenOf(const FileExtents &extents, uint64_t position, uint32_t count)
+{
+    const uint64_t left = extents.initialised - std::min(extents.initialised, position);
+    return static_cast<uint32_t>(std::min<uint64_t>(count, left));
+}
+
 }  // namespace
 
 void AppendExtent(const Extent &extent, std::vector<Extent> *extents)
@@ -36,30 +77,41 @@ void AppendExtent(const Extent &extent, std::vector<Extent> *extents)
 bool ReadRuns(const bitlocker::ByteSource &source, const Runs &runs, uint64_t position,
               char *buffer, uint32_t count, uint32_t *done)
 {
-    const uint32_t before = *done;
-    auto run = RunAt(runs, position);
-    for (; *done - before < count; ++run) {
-        const uint64_t at = position + (*done - before);
-        if (run == runs.end() || run->position > at)
+    return VisitRuns(runs, {position, count}, [&](const Extent *run, const Piece &piece) {
+        if (run == nullptr)
             return false;
-        const uint64_t skip = at - run->position;
-        const auto piece =
-            static_cast<uint32_t>(std::min<uint64_t>(count - (*done - before), run->length - skip));
+        char *place = buffer + (piece.position - position);
         if (run->kind == Extent::Kind::kZeros)
-            std::memset(buffer, 0, piece);
-        else if (source.readAt(run->offset + skip, buffer, piece))
+            std::memset(place, 0, piece.count);
+        else if (source.readAt(PlaceOf(*run, piece), place, piece.count))
             return false;
-        buffer += piece;
-        *done += piece;
-    }
-    return true;
+        *done += piece.count;
+        return true;
+    });
+}
+
+void SalvageRuns(const bitlocker::ByteSource &source, const Runs &runs, uint64_t position,
+                 char *buffer, uint32_t count, ByteRanges *unread)
+{
+    VisitRuns(runs, {position, count}, [&](const Extent *run, const Piece &piece) {
+        char *place = buffer + (piece.position - position);
+        if (run != nullptr && run->kind == Extent::Kind::kStored) {
+            ByteRanges gaps;
+            (void)source.salvage(PlaceOf(*run, piece), place, piece.count, &gaps);
+            AddMoved(gaps, PlaceOf(*run, piece), piece.position, unread);
+            return true;
+        }
+        std::memset(place, 0, piece.count);
+        if (run == nullptr)
+            AddRange(piece.position, piece.count, unread);
+        return true;
+    });
 }
 
 bool ReadExtents(const bitlocker::ByteSource &source, const FileExtents &extents, uint64_t position,
                  char *buffer, uint32_t count, uint32_t *done)
 {
-    const uint64_t left = extents.initialised - std::min(extents.initialised, position);
-    const auto written = static_cast<uint32_t>(std::min<uint64_t>(count, left));
+    const uint32_t written = WrittenOf(extents, position, count);
     if (!ReadRuns(source, extents.runs, position, buffer, written, done))
         return false;
     if (written == count)  // perhaps nothing was asked for, into no buffer
@@ -67,6 +119,15 @@ bool ReadExtents(const bitlocker::ByteSource &source, const FileExtents &extents
     std::memset(buffer + written, 0, count - written);
     *done += count - written;
     return true;
+}
+
+void SalvageExtents(const bitlocker::ByteSource &source, const FileExtents &extents,
+                    uint64_t position, char *buffer, uint32_t count, ByteRanges *unread)
+{
+    const uint32_t written = WrittenOf(extents, position, count);
+    SalvageRuns(source, extents.runs, position, buffer, written, unread);
+    if (written < count)
+        std::memset(buffer + written, 0, count - written);
 }
 
 uint64_t StoredBytes(const Runs &runs, uint64_t position, uint64_t count)
@@ -83,13 +144,14 @@ uint64_t StoredBytes(const Runs &runs, uint64_t position, uint64_t count)
     return stored;
 }
 
-bool ExtentFile::ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done)
+uint32_t ExtentFile::ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread)
 {
     const auto at = static_cast<uint64_t>(position);
     if (at >= _extents.size)
-        return true;
+        return 0;
     const auto wanted = static_cast<uint32_t>(std::min<uint64_t>(count, _extents.size - at));
-    return ReadExtents(*_source, _extents, at, buffer, wanted, done);
+    SalvageExtents(*_source, _extents, at, buffer, wanted, unread);
+    return wanted;
 }
 
 }  // namespace vx

@@ -36,13 +36,21 @@ struct FileExtents {
     std::vector<Extent> runs;
 };
 
-// Reads count bytes at position out of the runs; false on an error, with done telling the bytes
-// before it.
+// Reads count bytes at position out of the runs, for what needs them all; false on an error, with
+// done telling the bytes before it.
 bool ReadRuns(const bitlocker::ByteSource &source, const std::vector<Extent> &runs,
               uint64_t position, char *buffer, uint32_t count, uint32_t *done);
 // The same for a file whose end may not have been written yet; all must lie before its size.
 bool ReadExtents(const bitlocker::ByteSource &source, const FileExtents &extents, uint64_t position,
                  char *buffer, uint32_t count, uint32_t *done);
+
+// Fills the whole buffer: what cannot be read, or is held by no run, is zeros and is added to
+// unread with its place in the file.
+void SalvageRuns(const bitlocker::ByteSource &source, const std::vector<Extent> &runs,
+                 uint64_t position, char *buffer, uint32_t count, ByteRanges *unread);
+// The same as ReadExtents.
+void SalvageExtents(const bitlocker::ByteSource &source, const FileExtents &extents,
+                    uint64_t position, char *buffer, uint32_t count, ByteRanges *unread);
 
 // How many of count bytes at position are stored, and not zeros.
 uint64_t StoredBytes(const std::vector<Extent> &runs, uint64_t position, uint64_t count);
@@ -57,7 +65,8 @@ public:
     std::optional<int64_t> Size() const override { return static_cast<int64_t>(_extents.size); }
 
 protected:
-    bool ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done) override;
+    int64_t KnownSize() const override { return static_cast<int64_t>(_extents.size); }
+    uint32_t ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread) override;
 
 private:
     const std::shared_ptr<const bitlocker::ByteSource> _source;

@@ -3,9 +3,11 @@
 // A path is followed name by name through the folders' indexes (FolderIndex); a folder that is
 // not there yet, or no longer, is read once. Names are matched exactly as they are listed. A
 // folder opens by one path only (FileSystem.h), so that a damaged tree cannot go in circles.
-// Ownership: owns the file system. Threads: any number at a time, each with handles of its own.
+// Ownership: owns the file system, shares the disk. Threads: any number at a time, each with
+// handles of its own.
 #pragma once
 
+#include "CarefulSource.h"
 #include "FolderIndex.h"
 #include "HandleVolume.h"
 
@@ -14,6 +16,10 @@ namespace vx {
 class FileSystemVolume final : public HandleVolume {
 public:
     explicit FileSystemVolume(std::unique_ptr<FileSystem> fileSystem);
+
+    // The disk that the volume lies on, which says whether it is still there.
+    void SetDisk(std::shared_ptr<const CarefulSource> disk) { _disk = std::move(disk); }
+    bool IsGone() override { return _disk != nullptr && _disk->IsGone(); }
 
 protected:
     std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
@@ -30,6 +36,7 @@ private:
     std::optional<Node> Find(const Found &folder, std::string_view name);
 
     const std::unique_ptr<FileSystem> _fileSystem;
+    std::shared_ptr<const CarefulSource> _disk;
     FolderIndex _index;
 };
 

@@ -1,6 +1,7 @@
 #include "ImageVolumeOpener.h"
 
 #include "Bitlocker/VolumeOpener.h"
+#include "CarefulSource.h"
 #include "Container.h"
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
@@ -137,7 +138,7 @@ struct Place {
 };
 
 OpenError OpenOne(const ImageRequest &request, const Place &place, Notes *notes,
-                  std::unique_ptr<OwnedVolume> *opened)
+                  std::unique_ptr<FileSystemVolume> *opened)
 {
     Source volume = place.volume;
     const auto outside = ProbeFileSystem(*volume);
@@ -211,7 +212,7 @@ OpenError NotChosen(const std::vector<Partition> &partitions, size_t number,
 // unread: why the first sector cannot be read, if it cannot.
 OpenError OpenDisk(const ImageRequest &request, const Container &disk, size_t number,
                    const bitlocker::Error &unread, Notes *notes,
-                   std::unique_ptr<OwnedVolume> *opened)
+                   std::unique_ptr<FileSystemVolume> *opened)
 {
     bitlocker::Error unreadTable;
     const std::vector<Partition> partitions = PartitionTable::Read(disk.source, &unreadTable);
@@ -229,7 +230,7 @@ OpenError OpenDisk(const ImageRequest &request, const Container &disk, size_t nu
 }
 
 OpenError OpenContents(const ImageRequest &request, const Container &container, size_t number,
-                       Notes *notes, std::unique_ptr<OwnedVolume> *volume)
+                       Notes *notes, std::unique_ptr<FileSystemVolume> *volume)
 {
     constexpr uint64_t kSectorBytes = 512;
     const uint64_t size = container.source->size();
@@ -268,9 +269,15 @@ OpenError OpenImageVolume(const ImageRequest &request, std::unique_ptr<OwnedVolu
 OpenError OpenImageContents(const ImageRequest &request, const Container &container, size_t number,
                             std::unique_ptr<OwnedVolume> *volume)
 {
+    const auto disk = std::make_shared<CarefulSource>(container.source, container.files);
+    Container careful = container;
+    careful.source = disk;
     Notes notes = container.notes;
-    if (OpenError error = OpenContents(request, container, number, &notes, volume))
+    std::unique_ptr<FileSystemVolume> opened;
+    if (OpenError error = OpenContents(request, careful, number, &notes, &opened))
         return error;
+    opened->SetDisk(disk);
+    *volume = std::move(opened);
     return {VolumeLibraryStatus::kSuccess, Lines(notes)};
 }
 

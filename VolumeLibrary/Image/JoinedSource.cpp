@@ -26,8 +26,10 @@ bitlocker::Error JoinedSource::readAt(uint64_t offset, void *buffer, size_t coun
         const uint64_t skip = offset - here.begin;
         const auto piece =
             static_cast<size_t>(std::min<uint64_t>(count, here.source->size() - skip));
-        if (bitlocker::Error error = here.source->readAt(skip, place, piece))
+        if (bitlocker::Error error = here.source->readAt(skip, place, piece)) {
+            error.bytesRead += static_cast<size_t>(place - static_cast<uint8_t *>(buffer));
             return error;
+        }
         offset += piece;
         place += piece;
         count -= piece;

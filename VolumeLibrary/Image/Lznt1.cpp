@@ -60,31 +60,38 @@ bool DecompressChunk(bitlocker::ByteView packed, uint8_t *chunk, size_t capacity
     return true;
 }
 
-}  // namespace
-
-bool DecompressLznt1(bitlocker::ByteView packed, uint8_t *bytes, size_t capacity)
+// A chunk, which may be stored as it is, without its header.
+bool TakeChunk(uint16_t header, bitlocker::ByteView chunk, uint8_t *bytes, size_t room)
 {
     constexpr uint16_t kIsPacked = 0x8000;
-    while (capacity > 0 && packed.size >= 2 && Little16(packed.data) != 0) {
+    if ((header & kIsPacked) != 0)
+        return DecompressChunk(chunk, bytes, room);
+    const size_t copied = std::min(room, chunk.size);
+    std::memcpy(bytes, chunk.data, copied);
+    std::memset(bytes + copied, 0, room - copied);
+    return true;
+}
+
+}  // namespace
+
+size_t DecompressLznt1(bitlocker::ByteView packed, bool isWhole, uint8_t *bytes, size_t capacity)
+{
+    size_t done = 0;
+    bool isGood = true;
+    while (done < capacity && packed.size >= 2 && Little16(packed.data) != 0) {
         const uint16_t header = Little16(packed.data);
         const size_t length = (header & 0xFFFu) + 1;
-        if (length > packed.size - 2)
-            return false;
-        const bitlocker::ByteView chunk = packed.from(2).first(length);
-        const size_t room = std::min(capacity, kChunkBytes);
-        if ((header & kIsPacked) == 0) {
-            const size_t copied = std::min(room, chunk.size);
-            std::memcpy(bytes, chunk.data, copied);
-            std::memset(bytes + copied, 0, room - copied);
-        } else if (!DecompressChunk(chunk, bytes, room)) {
-            return false;
-        }
-        bytes += room;
-        capacity -= room;
+        const size_t room = std::min(capacity - done, kChunkBytes);
+        isGood = length <= packed.size - 2 &&
+                 TakeChunk(header, packed.from(2).first(length), bytes + done, room);
+        if (!isGood)
+            break;
+        done += room;
         packed = packed.from(2 + length);
     }
-    std::memset(bytes, 0, capacity);
-    return true;
+    std::memset(bytes + done, 0, capacity - done);
+    const bool hasEnded = packed.size >= 2 || isWhole;  // with what marks the end, or all of it
+    return isGood && hasEnded ? capacity : done;
 }
 
 }  // namespace vx

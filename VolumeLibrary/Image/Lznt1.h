@@ -5,8 +5,9 @@
 
 namespace vx {
 
-// Decompresses a unit to exactly capacity bytes, what it does not hold being zeros. False if it
-// is damaged.
-bool DecompressLznt1(bitlocker::ByteView packed, uint8_t *bytes, size_t capacity);
+// Decompresses a unit to exactly capacity bytes, what it does not hold being zeros. Returns how
+// many of them are right: all, or those of the chunks before one that is damaged. isWhole: false if
+// packed is only what could be read of the unit's beginning; it then holds nothing of what follows.
+size_t DecompressLznt1(bitlocker::ByteView packed, bool isWhole, uint8_t *bytes, size_t capacity);
 
 }  // namespace vx

@@ -24,6 +24,10 @@ public:
     uint64_t size() const override { return _source->size(); }
     bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
 
+protected:
+    bitlocker::Error salvageInside(uint64_t offset, void *buffer, size_t count,
+                                   ByteRanges *gaps) const override;
+
 private:
     const std::shared_ptr<const bitlocker::ByteSource> _source;
 };

@@ -1,5 +1,5 @@
-// A range of a byte source, such as a partition of a disk. What lies behind the end of the
-// source reads as truncated.
+// A range of a byte source, such as a partition of a disk. What lies beyond the end of
+// the source reads as truncated.
 // Ownership: shares the source. Threads: as the source.
 #pragma once
 
@@ -21,6 +21,10 @@ public:
 
     uint64_t size() const override { return _size; }
     bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+
+protected:
+    bitlocker::Error salvageInside(uint64_t offset, void *buffer, size_t count,
+                                   ByteRanges *gaps) const override;
 
 private:
     const std::shared_ptr<const bitlocker::ByteSource> _source;

@@ -15,7 +15,8 @@ public:
     std::optional<int64_t> Size() const override { return static_cast<int64_t>(_bytes.size()); }
 
 protected:
-    bool ReadAt(int64_t position, char *buffer, uint32_t count, uint32_t *done) override;
+    int64_t KnownSize() const override { return static_cast<int64_t>(_bytes.size()); }
+    uint32_t ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread) override;
 
 private:
     const std::vector<uint8_t> _bytes;
