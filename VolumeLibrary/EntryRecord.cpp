@@ -2,6 +2,7 @@
 
 #include "FileTime.h"
 #include "NameMapping.h"
+#include "VolumeReport.h"
 
 #include <iterator>
 
@@ -39,7 +40,7 @@ void FillRecord(const char *name, const EntryStat &stat, EntryForm form, VolumeF
     record->lastWriteTime = FileTimeFromTimespec(stat.modified);
     record->sizeHigh = static_cast<uint32_t>(size >> 32);
     record->sizeLow = static_cast<uint32_t>(size);
-    record->reserved = 0;
+    record->reserved = form == EntryForm::kLink ? kReparseTagSymlink : 0;
     NameToUtf16(name, record->name, std::size(record->name));
 }
 

@@ -5,7 +5,8 @@
 //   0x2 hidden        the name begins with "."
 //   0x10 folder
 //   0x80 normal       a file with none of the others
-//   0x400 link        a symbolic link; everything else then describes what it leads to
+//   0x400 link        a symbolic link; everything else then describes what it leads to, and the
+//                     tag is that of a symbolic link
 #pragma once
 
 #include "EntryStat.h"

@@ -58,16 +58,27 @@ FolderListing::Step FolderListing::Next(VolumeFindData *record)
             return Step::kEntry;
         errno = 0;
     }
-    return errno == 0 ? Step::kEnd : Step::kError;
+    if (errno == 0)
+        return Step::kEnd;
+    Note(VolumeObstacle::kUnreadable);
+    return Step::kError;
+}
+
+void FolderListing::Note(VolumeObstacle reason)
+{
+    _root.Presence()->Check();
+    _report.isWhole = false;
+    _report.reason = reason;
 }
 
 // False for an entry that is not shown, one that vanished meanwhile included.
-bool FolderListing::Describe(const dirent &entry, VolumeFindData *record) const
+bool FolderListing::Describe(const dirent &entry, VolumeFindData *record)
 {
     EntryStat stat;
     if (!StatEntry(dirfd(_folder.get()), entry.d_name, &stat)) {
         if (errno == ENOENT)
             return false;
+        Note(errno == EACCES ? VolumeObstacle::kNoPermission : VolumeObstacle::kUnreadable);
         stat = StatFromType(entry);
     }
     const EntryForm form = S_ISLNK(stat.mode) ? EntryForm::kLink : EntryForm::kItself;

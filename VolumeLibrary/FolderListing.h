@@ -25,6 +25,9 @@ public:
     static std::unique_ptr<FolderListing> Open(const FolderRoot &root, const std::string &relative);
 
     Step Next(VolumeFindData *record) override;
+    // Not whole if the folder could not be read to its end, or if of an entry nothing but the name
+    // could be read.
+    VolumeListingReport Report() const override { return _report; }
 
 private:
     struct CloseFolder {
@@ -32,12 +35,14 @@ private:
     };
 
     FolderListing(const FolderRoot &root, const std::string &relative, DIR *folder);
-    bool Describe(const dirent &entry, VolumeFindData *record) const;
+    bool Describe(const dirent &entry, VolumeFindData *record);
+    void Note(VolumeObstacle reason);
     EntryStat DescribeLink(const char *name, const EntryStat &link) const;
 
     const FolderRoot &_root;
     const std::string _relative;
     const std::unique_ptr<DIR, CloseFolder> _folder;
+    VolumeListingReport _report;
 };
 
 }  // namespace vx

@@ -5,9 +5,11 @@
 #include "StatusFromErrno.h"
 #include "VolumePath.h"
 
+#include <climits>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <unistd.h>
 
 namespace vx {
 namespace {
@@ -49,6 +51,7 @@ VolumeLibraryStatus FolderRoot::Open(const char *path, std::optional<FolderRoot>
 
 FolderRoot::FolderRoot(UniqueFd folder, std::string path)
     : _folder(std::move(folder)),
+      _presence(std::make_shared<FolderPresence>(_folder.Get())),
       _path(std::move(path)),
       _prefix(_path == "/" ? _path : _path + '/')
 {
@@ -56,7 +59,7 @@ FolderRoot::FolderRoot(UniqueFd folder, std::string path)
 
 UniqueFd FolderRoot::OpenFolder(const std::string &relative) const
 {
-    return OpenBeneath(_folder.Get(), relative, kFolderFlags);
+    return Checked(OpenBeneath(_folder.Get(), relative, kFolderFlags));
 }
 
 UniqueFd FolderRoot::OpenFile(const std::string &relative) const
@@ -64,7 +67,15 @@ UniqueFd FolderRoot::OpenFile(const std::string &relative) const
     UniqueFd file = OpenBeneath(_folder.Get(), relative, kFileFlags);
     if (!file && errno == ELOOP)
         file = OpenLinkTarget(relative);
-    return IfRegularFile(std::move(file));
+    return IfRegularFile(Checked(std::move(file)));
+}
+
+// What was not opened is perhaps no more there, with everything else.
+UniqueFd FolderRoot::Checked(UniqueFd opened) const
+{
+    if (!opened)
+        _presence->Check();
+    return opened;
 }
 
 UniqueFd FolderRoot::OpenLinkTarget(const std::string &link) const
@@ -79,11 +90,27 @@ UniqueFd FolderRoot::OpenLinkTarget(const std::string &link) const
 bool FolderRoot::StatLinkTarget(const std::string &link, EntryStat *target) const
 {
     const auto path = LinkTarget(link);
-    if (!path)
-        return false;
-    const UniqueFd folder = OpenFolder(ParentOfRelative(*path));
-    const std::string name = path->empty() ? "." : NameOfRelative(*path);
-    return folder && StatEntry(folder.Get(), name.c_str(), target);
+    return path && Stat(*path, target);
+}
+
+bool FolderRoot::Stat(const std::string &relative, EntryStat *stat) const
+{
+    const UniqueFd folder = OpenFolder(ParentOfRelative(relative));
+    const std::string name = relative.empty() ? "." : NameOfRelative(relative);
+    return folder && StatEntry(folder.Get(), name.c_str(), stat);
+}
+
+std::optional<std::string> FolderRoot::TextOfLink(const std::string &link) const
+{
+    const UniqueFd folder = OpenFolder(ParentOfRelative(link));
+    std::string text(PATH_MAX, '\0');
+    const ssize_t length =
+        !folder ? -1
+                : readlinkat(folder.Get(), NameOfRelative(link).c_str(), text.data(), text.size());
+    if (length < 0)
+        return std::nullopt;
+    text.resize(static_cast<size_t>(length));
+    return text;
 }
 
 // Where the link leads at this moment, relative to this folder, if it does lead beneath it.

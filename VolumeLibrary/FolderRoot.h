@@ -9,9 +9,11 @@
 #pragma once
 
 #include "EntryStat.h"
+#include "FolderPresence.h"
 #include "UniqueFd.h"
 #include "VolumeLibraryStatus.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -27,15 +29,23 @@ public:
     // A regular file for reading, or the one in this folder that a link leads to; else none.
     // Never blocks, whatever the path leads to.
     UniqueFd OpenFile(const std::string &relative) const;
+    // Describes what lies there, a link itself; false, with errno telling why, if it cannot.
+    bool Stat(const std::string &relative, EntryStat *stat) const;
     // Describes what the link leads to; false if that is nothing, or not beneath this folder.
     bool StatLinkTarget(const std::string &link, EntryStat *target) const;
+    // Where the link says that it leads; nothing if it cannot be read.
+    std::optional<std::string> TextOfLink(const std::string &link) const;
+
+    const std::shared_ptr<FolderPresence> &Presence() const { return _presence; }
 
 private:
     FolderRoot(UniqueFd folder, std::string path);
     std::optional<std::string> LinkTarget(const std::string &link) const;
     UniqueFd OpenLinkTarget(const std::string &link) const;
+    UniqueFd Checked(UniqueFd opened) const;
 
     UniqueFd _folder;
+    std::shared_ptr<FolderPresence> _presence;
     std::string _path;    // canonical
     std::string _prefix;  // of all canonical paths beneath it: ends with "/"
 };

@@ -21,12 +21,16 @@ public:
 
     explicit FolderVolume(FolderRoot root) : _root(std::move(root)) {}
 
+    bool IsGone() override { return _root.Presence()->IsGone(); }
+
 protected:
     std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
     std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
     VolumeEntryReport Describe(const VolumePath &entry) override;
 
 private:
+    void DescribeLink(const std::string &link, VolumeEntryReport *report) const;
+
     FolderRoot _root;
 };
 

@@ -368,6 +368,36 @@ TEST_F(FolderFileTest, AFileThatCannotBeReadIsZerosAndUnread)
     EXPECT_EQ(file.UnreadRanges()[0].length, size);
 }
 
+TEST_F(FolderFileTest, AFolderThatIsRemovedIsGone)
+{
+    folder.WriteFile("sub/file", "0123456789");
+    const auto sub = OpenFolderVolume(folder.At("sub"));
+    VolumeFindData record = {};
+    const VolumeHandle file = OpenForReading(*sub, u"/file");
+    const VolumeHandle search = sub->FindFirstFile(u"/*", &record);
+    EXPECT_FALSE(Opens(*sub, u"/missing"));
+    EXPECT_FALSE(sub->IsGone());
+    ASSERT_EQ(unlink(folder.At("sub/file").c_str()), 0);
+    ASSERT_EQ(rmdir(folder.At("sub").c_str()), 0);
+    EXPECT_FALSE(Opens(*sub, u"/file"));
+    EXPECT_TRUE(sub->IsGone());
+    const Left left = ReadInto(*sub, file, 4);
+    EXPECT_FALSE(left.good);
+    EXPECT_EQ(left.buffer, std::string(4, '\0'));
+    EXPECT_EQ(UnreadOf(*sub, file), (Unread{{0, 4}}));
+    EXPECT_EQ(sub->FindFirstFile(u"/*", &record), nullptr);
+    EXPECT_FALSE(sub->FindNextFile(search, &record));
+    VolumeListingReport listing;
+    EXPECT_TRUE(sub->DescribeListing(search, &listing));
+    EXPECT_FALSE(listing.isWhole);
+    EXPECT_EQ(listing.reason, VolumeObstacle::kDeviceGone);
+    VolumeEntryReport entry;
+    EXPECT_TRUE(sub->DescribeEntry(u"/file", &entry));
+    EXPECT_EQ(entry.obstacle, VolumeObstacle::kDeviceGone);
+    sub->CloseHandle(file);
+    sub->FindClose(search);
+}
+
 TEST_F(FolderFileTest, ASizeThatTheSystemDoesNotTellIsNone)
 {
     const FolderFile file{UniqueFd()};
