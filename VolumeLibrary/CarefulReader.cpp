@@ -23,6 +23,12 @@ uint64_t Stride(uint64_t length)
     return std::clamp(SectorBelow(length / 8), kSector, CarefulReader::kLongestStride);
 }
 
+// Where a failed read probably stopped. What it says is not relied on.
+uint64_t EndOfGood(uint64_t at, uint64_t end, const RawReader::Outcome &outcome)
+{
+    return SectorBelow(at + std::min(outcome.done, end - at - 1));
+}
+
 }  // namespace
 
 struct CarefulReader::Request {
@@ -101,21 +107,24 @@ uint64_t CarefulReader::ReadStretch(uint64_t at, uint64_t end, Request *request)
     }
     const MutexLock lock(_examining);
     const bool isNews = !RunAt(at) && NextBegin(at) >= end;
-    const uint64_t good = std::max(at, SectorBelow(at + outcome.done));
-    return isNews ? ReadInPieces(good, end, request) : at;
+    return isNews ? ReadInPieces(at, end, EndOfGood(at, end, outcome), request) : at;
 }
 
-// Up to the first bad sector and including it.
-uint64_t CarefulReader::ReadInPieces(uint64_t at, uint64_t end, Request *request) const
+// Up to the first bad sector and including it. hint: up to where it is probably good.
+uint64_t CarefulReader::ReadInPieces(uint64_t at, uint64_t end, uint64_t hint,
+                                     Request *request) const
 {
     uint64_t piece = kSector;
     while (at < end && !IsGone()) {
-        const uint64_t to = std::min(end, SectorBelow(at) + piece);
+        const bool isHint = hint > at;
+        const uint64_t to = isHint ? hint : std::min(end, SectorBelow(at) + piece);
         const RawReader::Outcome outcome = ReadOnce(at, request->At(at), to - at);
-        if (outcome.error != 0 && piece == kSector)
+        const bool isGood = outcome.error == 0;
+        if (!isGood && to <= SectorBelow(at) + kSector)
             return IsGone() ? at : GiveUpSector(at, to, request);
-        at = outcome.error == 0 ? to : std::max(at, SectorBelow(at + outcome.done));
-        piece = outcome.error == 0 ? 2 * piece : kSector;
+        hint = isGood || isHint ? at : EndOfGood(at, to, outcome);
+        piece = isGood && !isHint ? 2 * piece : kSector;
+        at = isGood ? to : at;
     }
     return at;
 }
@@ -177,8 +186,7 @@ bool CarefulReader::IsReadable(uint64_t begin, uint64_t end) const
 
 RawReader::Outcome CarefulReader::ReadOnce(uint64_t offset, char *buffer, uint64_t count) const
 {
-    const RawReader::Outcome outcome =
-        _raw.ReadOnce(offset, buffer, static_cast<size_t>(count));
+    const RawReader::Outcome outcome = _raw.ReadOnce(offset, buffer, static_cast<size_t>(count));
     if (outcome.error == 0 || (!MeansGone(outcome.error) && _raw.IsThere()))
         return outcome;
     _isGone = true;

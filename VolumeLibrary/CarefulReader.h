@@ -1,14 +1,14 @@
 // Reads a disk or a file that may be failing: gets all that can be read without trying a bad place
 // twice, since a single failed read can take seconds.
 //
-// A failed read is repeated from where it stopped, in pieces that begin with one sector and double
-// as long as they succeed; so an error that goes away costs nothing. A sector that fails alone is
-// bad, and remembered. From there on the run of bad sectors is followed forwards: the longer it is,
-// the further ahead lies the next sector that is tried (an eighth of its length, 64 MiB at most),
-// and what lies between two bad ones is given up. At the first good sector the way back leads to
-// the exact end of the run, so a run of less than 8 KiB is exact sector by sector, and the ends of longer
-// ones are exact too. A run is followed no further than needed; it is gone on with when what follows
-// is wanted.
+// A failed read is repeated up to where it stopped, and from there in pieces that begin with one
+// sector and double as long as they succeed; so an error that goes away costs nothing. A sector
+// that fails alone is bad, and remembered. From there on the run of bad sectors is followed
+// forwards: the longer it is, the further ahead lies the next sector that is tried (an eighth of
+// its length, 64 MiB at most), and what lies between two bad ones is given up. At the first good
+// sector the way back leads to the exact end of the run, so a run of less than 8 KiB is exact
+// sector by sector, and the ends of longer ones are exact too. A run is followed no further than
+// needed; it is gone on with when what follows is wanted.
 //
 // Once the disk is gone, nothing is tried any more.
 //
@@ -30,7 +30,7 @@ namespace vx {
 class RawReader {
 public:
     struct Outcome {
-        uint64_t done = 0;  // with an error: so many bytes are there at least
+        uint64_t done = 0;  // with an error: how far it probably came
         int error = 0;      // of errno; 0: all was read
     };
 
@@ -66,7 +66,7 @@ private:
     bool Remember(const BadRun &run) const;
 
     uint64_t ReadStretch(uint64_t at, uint64_t end, Request *request) const;
-    uint64_t ReadInPieces(uint64_t at, uint64_t end, Request *request) const
+    uint64_t ReadInPieces(uint64_t at, uint64_t end, uint64_t hint, Request *request) const
         VX_REQUIRES(_examining);
     uint64_t GiveUpSector(uint64_t at, uint64_t end, Request *request) const
         VX_REQUIRES(_examining);

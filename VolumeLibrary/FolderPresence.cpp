@@ -33,8 +33,8 @@ bool FolderPresence::IsThere() const
     struct stat found;
     if (fstat(_folder, &found) != 0 || found.st_nlink == 0)
         return false;
-    const UniqueFd again(RetryInterrupted(
-        [&] { return openat(_folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    const UniqueFd again(
+        RetryInterrupted([&] { return openat(_folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     return again || SaysNothing(errno);
 }
 

@@ -1,7 +1,7 @@
 // The parts of one file that could not be read, in the file's order.
 //
-// Once there are kMost of them, or no memory for more, a further one makes its neighbour longer: the
-// list may then say too much, but never too little. Threads: one at a time. Units: bytes.
+// Once there are kMost of them, or no memory for more, a further one makes its neighbour longer:
+// the list may then say too much, but never too little. Threads: one at a time. Units: bytes.
 #pragma once
 
 #include "ByteRange.h"

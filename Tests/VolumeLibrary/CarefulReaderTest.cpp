@@ -71,11 +71,10 @@ TEST_P(FailingDisks, EachOfSeveralBadPlacesCostsNothingButItself)
     disk.MakeBad(3 * kSector, 4 * kSector);
     disk.MakeBad(kMiB, kMiB + 8 * kKiB);
     disk.MakeBad(4 * kMiB - kSector, 4 * kMiB);
-    EXPECT_EQ(ReadChecked(reader, 0, 4 * kMiB),
-              (ByteRanges{{0, kSector},
-                          {3 * kSector, kSector},
-                          {kMiB, 8 * kKiB},
-                          {4 * kMiB - kSector, kSector}}));
+    EXPECT_EQ(ReadChecked(reader, 0, 4 * kMiB), (ByteRanges{{0, kSector},
+                                                            {3 * kSector, kSector},
+                                                            {kMiB, 8 * kKiB},
+                                                            {4 * kMiB - kSector, kSector}}));
 }
 
 TEST_P(FailingDisks, APartOfABadSectorIsUnreadWhereItWasWanted)
@@ -125,10 +124,12 @@ TEST_P(FailingDisks, TheEndsOfALongRunAreExact)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(CarefulReader, FailingDisks, testing::Values(Says::kHowFar, Says::kNothing),
+INSTANTIATE_TEST_SUITE_P(CarefulReader, FailingDisks,
+                         testing::Values(Says::kHowFar, Says::kNothing, Says::kTooMuch),
                          [](const auto &tested) {
-                             return tested.param == Says::kHowFar ? "SayHowFarTheyCame"
-                                                                  : "SayNothing";
+                             return std::string(tested.param == Says::kHowFar    ? "Honest"
+                                                : tested.param == Says::kNothing ? "Silent"
+                                                                                 : "Boastful");
                          });
 
 TEST(CarefulReader, AnIsolatedBadSectorIsTouchedTwice)

@@ -31,6 +31,8 @@ RawReader::Outcome FailingReader::ReadOnce(uint64_t offset, char *buffer, size_t
     if (count <= CarefulReader::kSector)
         ++_tries[bad / CarefulReader::kSector];
     std::fill(buffer + (bad - offset), buffer + count, '!');  // as a failed read may leave it
+    if (_says == Says::kTooMuch)
+        return {count, EIO};
     return {_says == Says::kHowFar ? bad - offset : 0, EIO};
 }
 

@@ -12,8 +12,9 @@ namespace vx {
 
 class FailingReader final : public RawReader {
 public:
-    // Whether a failed read says how far it came, as the system does, or nothing.
-    enum class Says { kHowFar, kNothing };
+    // Whether a failed read says how far it came, as the system does, nothing, or
+    // more than is true.
+    enum class Says { kHowFar, kNothing, kTooMuch };
 
     explicit FailingReader(Says says = Says::kHowFar) : _says(says) {}
 

@@ -22,9 +22,8 @@ Error ByteSource::salvageInside(uint64_t offset, void *buffer, size_t count, Byt
     Error error = readAt(offset, buffer, count);
     if (!error)
         return error;
-    const size_t good = std::min(error.bytesRead, count);
-    std::memset(static_cast<char *>(buffer) + good, 0, count - good);
-    AddRange(offset + good, count - good, gaps);
+    std::memset(buffer, 0, count);
+    AddRange(offset, count, gaps);
     return error;
 }
 

@@ -26,8 +26,7 @@ public:
     Error salvage(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const;
 
 protected:
-    // The same for a range before size(). A source that knows no better gives what readAt has read
-    // before it failed, and nothing after that.
+    // The same for a range before size(). A source that knows no better gives all or nothing.
     virtual Error salvageInside(uint64_t offset, void *buffer, size_t count,
                                 ByteRanges *gaps) const;
 

@@ -35,7 +35,7 @@ struct [[nodiscard]] Error {
     Status status = Status::Ok;
     std::string detail;
     int systemError = 0;  // errno, with Status::SystemError only
-    // Of a failed read: so many bytes of its buffer, at least, were read before it failed.
+    // Of a failed read: how far it probably came, for who tries again in smaller pieces.
     size_t bytesRead = 0;
 
     explicit operator bool() const { return status != Status::Ok; }

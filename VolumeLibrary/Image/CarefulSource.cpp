@@ -29,8 +29,7 @@ Error CarefulSource::salvageInside(uint64_t offset, void *buffer, size_t count,
     return number == ENOMEM ? bitlocker::systemError(ENOMEM, "read") : _below.LastError();
 }
 
-RawReader::Outcome CarefulSource::Below::ReadOnce(uint64_t offset, char *buffer,
-                                                  size_t count) const
+RawReader::Outcome CarefulSource::Below::ReadOnce(uint64_t offset, char *buffer, size_t count) const
 {
     const Error error = source->readAt(offset, buffer, count);
     if (!error)

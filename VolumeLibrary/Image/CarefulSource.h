@@ -1,6 +1,6 @@
-// The contents of a disk or an image that may be failing: all that can be read of it, without trying
-// a bad place twice (CarefulReader.h). It lies below everything else, so that what one reader found
-// bad is known to all: files, folders and tables of every volume on the disk.
+// The contents of a disk or an image that may be failing: all that can be read of it, without
+// trying a bad place twice (CarefulReader.h). It lies below everything else, so that what one
+// reader found bad is known to all: files, folders and tables of every volume on the disk.
 //
 // Ownership: shares the source. Threads: any number at a time.
 // Errors: SystemError with ENODEV once the disk is gone; otherwise what the source said last of a

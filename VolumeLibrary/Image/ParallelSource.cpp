@@ -13,7 +13,7 @@ bitlocker::Error ParallelSource::readAt(uint64_t offset, void *buffer, size_t co
 bitlocker::Error ParallelSource::salvageInside(uint64_t offset, void *buffer, size_t count,
                                                ByteRanges *gaps) const
 {
-    if (count < kShortestSplit)
+    if (count < kShortestSplit || _isFailing.load(std::memory_order_relaxed))
         return _source->salvage(offset, buffer, count, gaps);
     // A multiple of every size of a sector.
     const size_t half = count / 2 / 4096 * 4096;
@@ -30,6 +30,8 @@ bitlocker::Error ParallelSource::salvageInside(uint64_t offset, void *buffer, si
     bitlocker::Error error = _source->salvage(offset, place, half, gaps);
     bitlocker::Error secondError = second.get();
     AddMoved(secondGaps, 0, 0, gaps);
+    if (error || secondError)
+        _isFailing.store(true, std::memory_order_relaxed);
     return error ? error : secondError;
 }
 

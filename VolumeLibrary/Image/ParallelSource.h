@@ -1,11 +1,12 @@
 // Reads long ranges of a byte source in two halves at the same time: decrypting takes longer than
-// reading what is to be decrypted.
-// Ownership: shares the source. Threads: any number at a time; a long read starts one of its own
-// and waits for it.
+// reading what is to be decrypted. Of a failing disk, where that is not so, everything is read in
+// one piece and in order: two readers in one bad area would try more of it. Ownership: shares the
+// source. Threads: any number at a time; a long read starts one of its own and waits for it.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -30,6 +31,7 @@ protected:
 
 private:
     const std::shared_ptr<const bitlocker::ByteSource> _source;
+    mutable std::atomic<bool> _isFailing{false};
 };
 
 }  // namespace vx
