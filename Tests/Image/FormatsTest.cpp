@@ -107,6 +107,27 @@ TEST(ExtentFile, WhatNoRunHoldsCannotBeRead)
     EXPECT_FALSE(ReadRuns(source, {}, 0, &byte, 1, &done));
 }
 
+TEST(ExtentFile, AHoleInTheListOfRunsIsZerosAndUnread)
+{
+    const auto source =
+        std::make_shared<bitlocker::MemoryByteSource>(std::vector<uint8_t>{'a', 'b', 'c', 'd'});
+    ExtentFile file(source, {10,
+                             10,
+                             {{1, 2, 0, Extent::Kind::kStored},
+                              {5, 2, 2, Extent::Kind::kStored},
+                              {8, 1, 0, Extent::Kind::kZeros}}});
+    std::string buffer(12, '?');
+    uint32_t done = 0;
+    EXPECT_FALSE(file.Read(buffer.data(), 12, &done));
+    EXPECT_EQ(buffer, std::string("\0ab\0\0cd\0\0\0\0\0", 12));
+    EXPECT_EQ(done, 5u);
+    EXPECT_EQ(file.Position(), 10);
+    ASSERT_EQ(file.UnreadRanges().size(), 4u);
+    EXPECT_EQ(file.UnreadRanges()[1].offset, 3u);
+    EXPECT_EQ(file.UnreadRanges()[1].length, 2u);
+    EXPECT_EQ(file.UnreadRanges()[3].offset, 9u);
+}
+
 TEST(ExtentFile, WhatWasNeverWrittenIsZeros)
 {
     const bitlocker::MemoryByteSource source({'a', 'b', 'c', 'd'});
