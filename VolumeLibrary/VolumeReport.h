@@ -70,6 +70,6 @@ using VolumeLibraryDescribeListingFunction = bool (*)(IVolume *volume, VolumeHan
 // given as zeros.
 using VolumeLibraryUnreadRangesFunction = bool (*)(IVolume *volume, VolumeHandle file,
                                                    VolumeRangeFunction range, void *context);
-// "volume_library_is_gone". Whether the disk or image went away; every operation fails at once then,
-// for as long as the volume is open.
+// "volume_library_is_gone". Whether the disk or image went away; every operation fails at once
+// then, for as long as the volume is open.
 using VolumeLibraryIsGoneFunction = bool (*)(IVolume *volume);

@@ -3,7 +3,6 @@
 #include "Bitlocker/FileByteSource.h"
 #include "ContainerKind.h"
 #include "EwfSegments.h"
-#include "EwfSource.h"
 #include "JoinedSource.h"
 #include "PartNames.h"
 #include "StatusFromDecryptor.h"
@@ -79,11 +78,31 @@ OpenError OpenThroughTsk(const char *path, const std::string &kind, Source *sour
     return {};
 }
 
+// What the parts do not hold, or did not when they were made.
+void NoteLost(const EwfLayout &layout, Container *container)
+{
+    const uint64_t held = layout.chunks * layout.chunkBytes;
+    if (held < layout.diskBytes)
+        container->notes.push_back(std::to_string(layout.diskBytes - held) +
+                                   " bytes of the disk are in no part of the E01 image and cannot "
+                                   "be read");
+    if (layout.lostSectors > 0)
+        container->notes.push_back(std::to_string(layout.lostSectors) +
+                                   " sectors could not be read when the E01 image was made; they "
+                                   "are zeros in it");
+}
+
 OpenError OpenEwf(const char *path, Container *container)
 {
-    if (OpenError error = FindEwfSegments(path, &container->files))
+    std::vector<EwfFile> files;
+    EwfLayout layout;
+    if (OpenError error = OpenEwfFiles(path, &files, &layout))
         return error;
-    return EwfSource::Open(container->files, &container->source);
+    NoteLost(layout, container);
+    for (const EwfFile &file : files)
+        container->files.push_back(file.path);
+    container->source = std::make_shared<EwfSource>(std::move(files), std::move(layout));
+    return {};
 }
 
 std::vector<uint8_t> HeadOf(const bitlocker::ByteSource &source)

@@ -1,8 +1,8 @@
 // Opens the file or device that holds a disk or a volume, for reading only.
 //
 // A block device and raw images are read directly, also those in several parts (named by the
-// first one: x.001, x.aa, ...). E01 images are read through libewf, VHD and VMDK images through
-// libtsk.
+// first one: x.001, x.aa, ...). E01 and S01 images are read by code of this folder
+// (EwfSource.h), VHD and VMDK images through libtsk.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"

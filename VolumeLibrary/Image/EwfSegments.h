@@ -1,6 +1,8 @@
-// The files that an E01 image consists of, and whether they are all there and complete.
+// The files that an E01 or S01 image consists of, and whether they are all there and complete.
 #pragma once
 
+#include "EwfLayout.h"
+#include "EwfSource.h"
 #include "OpenError.h"
 
 #include <string>
@@ -8,10 +10,11 @@
 
 namespace vx {
 
-// path: of the first file. files receives all of them, in order, when there is no error.
+// path: of the first file. files receives all of them, in order, and layout what they hold, when
+// there is no error. A file must be a regular one; only kMostOpen of FilePool are open at a time.
 // Errors, each with the file named: kImageTruncated if one is missing or ends early,
 // kPermissionDenied if one may not be read, kContainerNotSupported if path is that of a later one,
 // kReadFailed.
-OpenError FindEwfSegments(const std::string &path, std::vector<std::string> *files);
+OpenError OpenEwfFiles(const std::string &path, std::vector<EwfFile> *files, EwfLayout *layout);
 
 }  // namespace vx

@@ -1,90 +1,53 @@
 #include "EwfSource.h"
 
+#include "Little.h"
+#include "ZlibStream.h"
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <libewf.h>
+#include <utility>
 
 namespace vx {
 namespace {
 
-constexpr uint32_t kLargestChunk = uint32_t{64} << 20;
+constexpr size_t kEntryBytes = 4;
 constexpr size_t kChecksumBytes = 4;
 
-// What libewf wants to say; the result of its calls is enough here.
-class Complaint {
-public:
-    Complaint() = default;
-    ~Complaint() { libewf_error_free(&_error); }
-    Complaint(const Complaint &) = delete;
-    Complaint &operator=(const Complaint &) = delete;
+bitlocker::Error Damaged(const char *what)
+{
+    return {bitlocker::Status::SystemError, what, EIO};
+}
 
-    libewf_error_t **Place()
-    {
-        libewf_error_free(&_error);
-        return &_error;
-    }
-
-private:
-    libewf_error_t *_error = nullptr;
-};
+bitlocker::Error AtPlace(bitlocker::Error error, uint64_t offset, const std::string &file)
+{
+    if (error.status == bitlocker::Status::TruncatedImage)
+        error = Damaged("it ends early");
+    error.detail = "read at " + std::to_string(offset) + ": " + file + ": " + error.detail;
+    return error;
+}
 
 }  // namespace
 
-OpenError EwfSource::Open(const std::vector<std::string> &files,
-                          std::shared_ptr<const bitlocker::ByteSource> *source)
+EwfSource::EwfSource(std::vector<EwfFile> files, EwfLayout layout)
+    : _files(std::move(files)), _layout(std::move(layout)), _entries(_layout.tables.size())
 {
-    const std::shared_ptr<EwfSource> opened(new EwfSource);
-    if (!opened->Take(files))
-        return {VolumeLibraryStatus::kReadFailed,
-                "the E01 image is damaged, or one of its parts is missing or cannot be read"};
-    *source = opened;
-    return {};
-}
-
-bool EwfSource::Take(const std::vector<std::string> &files)
-{
-    Complaint complaint;
-    libewf_handle_t *handle = nullptr;
-    if (libewf_handle_initialize(&handle, complaint.Place()) != 1)
-        return false;
-    _handle.reset(handle);
-    std::vector<char *> names;
-    names.reserve(files.size());
-    for (const std::string &file : files)
-        names.push_back(const_cast<char *>(file.c_str()));
-    size64_t size = 0;
-    size32_t chunkBytes = 0;
-    if (libewf_handle_open(handle, names.data(), static_cast<int>(names.size()),
-                           libewf_get_access_flags_read(), complaint.Place()) != 1 ||
-        libewf_handle_get_media_size(handle, &size, complaint.Place()) != 1 ||
-        libewf_handle_get_chunk_size(handle, &chunkBytes, complaint.Place()) != 1)
-        return false;
-    _size = size;
-    _chunkBytes = chunkBytes;
-    return chunkBytes > 0 && chunkBytes <= kLargestChunk && size <= uint64_t{INT64_MAX};
-}
-
-void EwfSource::Close::operator()(void *handle) const
-{
-    Complaint complaint;
-    auto *closing = static_cast<libewf_handle_t *>(handle);
-    libewf_handle_close(closing, complaint.Place());
-    libewf_handle_free(&closing, complaint.Place());
 }
 
 bitlocker::Error EwfSource::readAt(uint64_t offset, void *buffer, size_t count) const
 {
-    if (bitlocker::Error error = checkRange(_size, offset, count))
+    if (bitlocker::Error error = checkRange(size(), offset, count))
         return error;
-    const MutexLock lock(_mutex);
     auto *place = static_cast<uint8_t *>(buffer);
     while (count > 0) {
-        if (bitlocker::Error error = Load(offset / _chunkBytes))
+        const uint64_t number = offset / _layout.chunkBytes;
+        const auto skip = static_cast<size_t>(offset % _layout.chunkBytes);
+        const size_t piece = std::min<size_t>(count, _layout.chunkBytes - skip);
+        bitlocker::Error error = piece == _layout.chunkBytes ? LoadChunk(number, place)
+                                                             : CopyPart(number, skip, place, piece);
+        if (error)
             return error;
-        const auto skip = static_cast<size_t>(offset % _chunkBytes);
-        const size_t piece = std::min<size_t>(count, _chunkBytes - skip);
-        std::memcpy(place, _chunk + skip, piece);
         offset += piece;
         place += piece;
         count -= piece;
@@ -92,43 +55,128 @@ bitlocker::Error EwfSource::readAt(uint64_t offset, void *buffer, size_t count) 
     return {};
 }
 
-// Reading whole chunks is the one way to hear of a wrong checksum: what reads ranges gives zeros
-// or noise for such a chunk, and no error.
-bitlocker::Error EwfSource::Load(uint64_t number) const
+bitlocker::Error EwfSource::CopyPart(uint64_t number, size_t skip, uint8_t *place,
+                                     size_t count) const
 {
-    if (number == _kept)
-        return {};
-    _kept = kNone;
-    _stored.resize(_chunkBytes + kChecksumBytes);
-    _unpacked.resize(_chunkBytes + kChecksumBytes);
-    Complaint complaint;
-    auto *handle = static_cast<libewf_handle_t *>(_handle.get());
-    const uint64_t begin = number * _chunkBytes;
-    bitlocker::Error bad = {
-        bitlocker::Status::SystemError,
-        "read at " + std::to_string(begin) + ": a part of the image is damaged or missing", EIO};
-    int8_t isCompressed = 0;
-    int8_t hasChecksum = 0;
-    uint32_t checksum = 0;
-    uint8_t checksumBytes[kChecksumBytes];
-    if (libewf_handle_seek_offset(handle, static_cast<off64_t>(begin), SEEK_SET,
-                                  complaint.Place()) < 0)
-        return bad;
-    const ssize_t stored =
-        libewf_handle_read_chunk(handle, _stored.data(), _stored.size(), &isCompressed,
-                                 checksumBytes, &checksum, &hasChecksum, complaint.Place());
-    if (stored <= 0)
-        return bad;
-    size_t unpacked = _chunkBytes;
-    const ssize_t length = libewf_handle_prepare_read_chunk(
-        handle, _stored.data(), static_cast<size_t>(stored), _unpacked.data(), &unpacked,
-        isCompressed, checksum, hasChecksum, complaint.Place());
-    if (length < 0 ||
-        static_cast<uint64_t>(length) < std::min<uint64_t>(_chunkBytes, _size - begin))
-        return bad;
-    _chunk = isCompressed != 0 ? _unpacked.data() : _stored.data();
-    _kept = number;
+    const MutexLock lock(_mutex);
+    if (number != _kept) {
+        _kept = kNone;
+        _chunk.resize(_layout.chunkBytes);
+        if (bitlocker::Error error = LoadChunk(number, _chunk.data()))
+            return error;
+        _kept = number;
+    }
+    std::memcpy(place, _chunk.data() + skip, count);
     return {};
+}
+
+bitlocker::Error EwfSource::LoadChunk(uint64_t number, uint8_t *place) const
+{
+    const uint64_t begin = number * _layout.chunkBytes;
+    if (number >= _layout.chunks)
+        return AtPlace(Damaged("no part of the image holds it"), begin, _files.back().name);
+    const auto after = std::upper_bound(
+        _layout.tables.begin(), _layout.tables.end(), number,
+        [](uint64_t chunk, const EwfTable &table) { return chunk < table.firstChunk; });
+    const EwfTable &table = *std::prev(after);
+    bitlocker::Error error = LoadListed(table, number, place);
+    return error ? AtPlace(std::move(error), begin, _files[table.file].name) : error;
+}
+
+bitlocker::Error EwfSource::LoadListed(const EwfTable &table, uint64_t number, uint8_t *place) const
+{
+    constexpr uint32_t kIsPacked = uint32_t{1} << 31;
+    const bitlocker::ByteSource &file = *_files[table.file].source;
+    uint64_t entriesAt = 0;
+    if (bitlocker::Error error = FindEntries(table, &entriesAt))
+        return error;
+    uint8_t bytes[kEntryBytes];
+    if (bitlocker::Error error =
+            file.readAt(entriesAt + (number - table.firstChunk) * kEntryBytes, bytes, sizeof bytes))
+        return error;
+    const uint32_t entry = Little32(bytes);
+    const uint32_t place31 = entry & ~kIsPacked;
+    if (table.base > file.size())
+        return Damaged("a table of it is damaged");
+    if (place31 == entry)
+        return LoadPlain(table, table.base + entry, number, place);
+    bitlocker::Error error = LoadPacked(table, table.base + place31, number, place);
+    if (!error || file.size() - table.base <= entry)
+        return error;
+    return LoadPlain(table, table.base + entry, number, place);
+}
+
+bitlocker::Error EwfSource::FindEntries(const EwfTable &table, uint64_t *entriesAt) const
+{
+    std::atomic<Entries> &which = _entries[static_cast<size_t>(&table - _layout.tables.data())];
+    if (which == Entries::kUnknown) {
+        bitlocker::Error error = CheckEntries(table, table.entriesAt);
+        if (!error)
+            which = Entries::kFirst;
+        else if (table.copyAt != 0 && !CheckEntries(table, table.copyAt))
+            which = Entries::kCopy;
+        else
+            return error;
+    }
+    *entriesAt = which == Entries::kFirst ? table.entriesAt : table.copyAt;
+    return {};
+}
+
+bitlocker::Error EwfSource::CheckEntries(const EwfTable &table, uint64_t at) const
+{
+    if (!_layout.hasChecksums)
+        return {};
+    std::array<uint8_t, size_t{16} << 10> bytes;
+    const bitlocker::ByteSource &file = *_files[table.file].source;
+    uint32_t sum = 1;
+    for (uint64_t left = uint64_t{table.count} * kEntryBytes; left > 0;) {
+        const auto piece = static_cast<size_t>(std::min<uint64_t>(left, bytes.size()));
+        if (bitlocker::Error error = file.readAt(at, bytes.data(), piece))
+            return error;
+        sum = Adler32({bytes.data(), piece}, sum);
+        at += piece;
+        left -= piece;
+    }
+    if (bitlocker::Error error = file.readAt(at, bytes.data(), kChecksumBytes))
+        return error;
+    return Little32(bytes.data()) == sum ? bitlocker::Error{} : Damaged("a table of it is damaged");
+}
+
+// A stream of blocks that hold nothing could go on for as long as the file.
+bitlocker::Error EwfSource::LoadPacked(const EwfTable &table, uint64_t at, uint64_t number,
+                                       uint8_t *place) const
+{
+    constexpr uint64_t kSlack = 1024;
+    const bitlocker::ByteSource &file = *_files[table.file].source;
+    const uint64_t end = std::min(file.size(), at + 2 * uint64_t{_layout.chunkBytes} + kSlack);
+    size_t done = 0;
+    if (bitlocker::Error error = UnpackZlib(file, {at, end}, place, _layout.chunkBytes, &done))
+        return error;
+    return done >= LengthOf(number) ? bitlocker::Error{} : Damaged("a chunk of it is too short");
+}
+
+// The last chunk is stored in full by some programs and by others as far as the disk goes.
+bitlocker::Error EwfSource::LoadPlain(const EwfTable &table, uint64_t at, uint64_t number,
+                                      uint8_t *place) const
+{
+    const bitlocker::ByteSource &file = *_files[table.file].source;
+    const size_t needed = LengthOf(number);
+    for (const size_t length : {needed, size_t{_layout.chunkBytes}}) {
+        uint8_t checksum[kChecksumBytes];
+        if (bitlocker::Error error = file.readAt(at, place, length))
+            return error;
+        if (bitlocker::Error error = file.readAt(at + length, checksum, sizeof checksum))
+            return error;
+        if (Adler32({place, length}) == Little32(checksum))
+            return {};
+    }
+    return Damaged("a chunk of it does not fit its checksum");
+}
+
+size_t EwfSource::LengthOf(uint64_t number) const
+{
+    const uint64_t left = _layout.diskBytes - number * _layout.chunkBytes;
+    return static_cast<size_t>(std::min<uint64_t>(left, _layout.chunkBytes));
 }
 
 }  // namespace vx

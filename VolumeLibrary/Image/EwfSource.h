@@ -1,49 +1,70 @@
-// The contents of an E01 image as a byte source. What was stored with a checksum that it does not
-// fit any more cannot be read, instead of reading as something else.
+// The contents of an E01 or S01 image as a byte source. A chunk that does not fit its checksum
+// cannot be read, instead of reading as something else; the others can.
 //
-// Ownership: owns the open image. Threads: any number at a time; they are let in one by one.
-// Memory: two chunks, of 32 KiB each in most images.
+// What is checked: a table of chunks is used once its entries fit their checksum (images of the
+// older kind have none), or those of its copy do; a chunk is read within its file, and unpacked
+// into room for one chunk, whatever the image says about its length. The Adler-32 of a chunk that
+// is not packed lies behind it; that of a packed one is part of its zlib stream.
+//
+// Some images have files of more than 2 GiB, in which an entry's highest bit is part of the place
+// of a chunk that is not packed. So that is tried where nothing packed is found, and decided by
+// the checksum.
+//
+// Ownership: shares the files. Threads: any number at a time; parts of chunks are handed out one by
+// one. Memory: one chunk, of 32 KiB in most images and 16 MiB at most, and a byte for each table.
+// Errors: SystemError with "read at" and the place on the disk, EIO for what is damaged, missing or
+// cut off, otherwise the errno of the file.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
-#include "OpenError.h"
+#include "EwfLayout.h"
 #include "ThreadSafety.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace vx {
 
+struct EwfFile {
+    std::string name;  // for messages
+    std::shared_ptr<const bitlocker::ByteSource> source;
+    std::string path = {};
+};
+
 class EwfSource final : public bitlocker::ByteSource {
 public:
-    // files: all of the image, in order. Errors: kReadFailed.
-    static OpenError Open(const std::vector<std::string> &files,
-                          std::shared_ptr<const bitlocker::ByteSource> *source);
+    // layout: of just these files.
+    EwfSource(std::vector<EwfFile> files, EwfLayout layout);
 
-    uint64_t size() const override { return _size; }
+    uint64_t size() const override { return _layout.diskBytes; }
     bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
 
 private:
-    struct Close {
-        void operator()(void *handle) const;
-    };
+    enum class Entries : uint8_t { kUnknown, kFirst, kCopy };
 
-    EwfSource() = default;
-    bool Take(const std::vector<std::string> &files);
-    // Makes the chunk the one that is kept.
-    bitlocker::Error Load(uint64_t number) const VX_REQUIRES(_mutex);
+    bitlocker::Error CopyPart(uint64_t number, size_t skip, uint8_t *place, size_t count) const;
+    // place has room for a whole chunk.
+    bitlocker::Error LoadChunk(uint64_t number, uint8_t *place) const;
+    bitlocker::Error LoadListed(const EwfTable &table, uint64_t number, uint8_t *place) const;
+    bitlocker::Error FindEntries(const EwfTable &table, uint64_t *entriesAt) const;
+    bitlocker::Error CheckEntries(const EwfTable &table, uint64_t at) const;
+    bitlocker::Error LoadPacked(const EwfTable &table, uint64_t at, uint64_t number,
+                                uint8_t *place) const;
+    bitlocker::Error LoadPlain(const EwfTable &table, uint64_t at, uint64_t number,
+                               uint8_t *place) const;
+    // How much of the disk the chunk holds.
+    size_t LengthOf(uint64_t number) const;
 
     static constexpr uint64_t kNone = ~uint64_t{0};
 
-    std::unique_ptr<void, Close> _handle;  // of libewf
-    uint64_t _size = 0;
-    uint32_t _chunkBytes = 0;
+    const std::vector<EwfFile> _files;
+    const EwfLayout _layout;
+    mutable std::vector<std::atomic<Entries>> _entries;  // of each table, which of its copies holds
     mutable Mutex _mutex;
     mutable uint64_t _kept VX_GUARDED_BY(_mutex) = kNone;
-    mutable const uint8_t *_chunk VX_GUARDED_BY(_mutex) = nullptr;
-    mutable std::vector<uint8_t> _stored VX_GUARDED_BY(_mutex);
-    mutable std::vector<uint8_t> _unpacked VX_GUARDED_BY(_mutex);
+    mutable std::vector<uint8_t> _chunk VX_GUARDED_BY(_mutex);
 };
 
 }  // namespace vx

@@ -1,0 +1,52 @@
+// The files of an image of many parts, of which only some are open at a time: there may be more
+// parts than a process may have open files.
+//
+// A file that was closed meanwhile is opened again when it is read, and must be the one that it
+// was: the same device, inode, size and time of the last write. Descriptors are closed when another
+// program is started.
+//
+// Ownership: each file keeps the pool. Threads: any number at a time.
+#pragma once
+
+#include "Bitlocker/ByteSource.h"
+#include "ThreadSafety.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+class FilePool : public std::enable_shared_from_this<FilePool> {
+public:
+    static constexpr size_t kMostOpen = 64;
+
+    static std::shared_ptr<FilePool> Make();
+
+    // A regular file of the image; what the path leads to must have been looked at before, since a
+    // FIFO would wait for somebody to write. Errors: SystemError with the errno of the call that
+    // failed. Reads of the file fail with ESTALE once it was exchanged, and as opening does.
+    bitlocker::Result<std::shared_ptr<const bitlocker::ByteSource>> Open(const std::string &path);
+
+private:
+    class File;
+    using Handle = std::shared_ptr<const bitlocker::ByteSource>;
+
+    // An open file, and whose it is.
+    struct Place {
+        const File *owner = nullptr;
+        Handle handle;
+        uint64_t lastUse = 0;
+    };
+
+    FilePool() = default;
+    Handle Find(const File *owner);
+    void Keep(const File *owner, Handle handle);
+    void Forget(const File *owner);
+
+    Mutex _mutex;
+    std::vector<Place> _places VX_GUARDED_BY(_mutex);
+    uint64_t _uses VX_GUARDED_BY(_mutex) = 0;
+};
+
+}  // namespace vx
