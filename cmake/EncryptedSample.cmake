@@ -6,7 +6,7 @@ set(VX_ENCRYPTED_SAMPLE_PASSWORD "sample")
 find_program(VX_MKFS_FAT mkfs.fat PATHS /usr/sbin /sbin)
 find_program(VX_MCOPY mcopy)
 if(NOT TARGET make-bitlocker-volume OR NOT VX_MKFS_FAT OR NOT VX_MCOPY)
-  message(STATUS "dosfstools, mtools, libcrypto, libtsk or zlib is missing: no encrypted sample"
+  message(STATUS "dosfstools, mtools, libcrypto or zlib is missing: no encrypted sample"
     " is made")
   return()
 endif()

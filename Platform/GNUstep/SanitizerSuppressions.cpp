@@ -1,11 +1,10 @@
 // What the sanitizers are to pass over in the libraries underneath a program. Part of every program
-// with Foundation or libtsk in a sanitizer build, and not of its environment, since a program of
-// tests also runs while it is built, to name its tests.
+// with Foundation in a sanitizer build, and not of its environment, since a program of tests also
+// runs while it is built, to name its tests.
 // - Leaks of what the Objective-C runtime and the base library allocate: tables and objects that
 //   they keep without a pointer that the leak checker can find. Objects of our own classes are
 //   among them; what our code allocates itself is all watched.
-// - Leaks of what the font library keeps, and of what libtsk and the libraries of its image formats
-//   do not give back.
+// - Leaks of what the font library keeps.
 // - The order of the base library's own locks, taken both ways while a thread is first made
 //   known to it. (Passing over every call from that library instead would also hide locks that
 //   the sanitizer then sees unlocked.)
@@ -27,12 +26,7 @@ extern "C" const char *__lsan_default_suppressions()
 {
     return "leak:libobjc.so\n"
            "leak:libgnustep-base.so\n"
-           "leak:libfontconfig.so\n"
-           "leak:libtsk.so\n"
-           "leak:libewf.so\n"
-           "leak:libvhdi.so\n"
-           "leak:libvmdk.so\n"
-           "leak:libafflib.so\n";
+           "leak:libfontconfig.so\n";
 }
 
 extern "C" const char *__tsan_default_suppressions()

@@ -7,14 +7,12 @@
 #include "PartNames.h"
 #include "StatusFromDecryptor.h"
 #include "StatusFromErrno.h"
-#include "TskSource.h"
-#include "VmdkFiles.h"
+#include "VhdImage.h"
+#include "VmdkImage.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <sys/stat.h>
-#include <tsk/libtsk.h>
 #include <vector>
 
 namespace vx {
@@ -58,26 +56,6 @@ OpenError OpenRaw(const char *path, bool isDevice, Source *source)
     return error;
 }
 
-TSK_IMG_TYPE_ENUM TypeOf(const std::string &kind)
-{
-    if (kind == "VHD")
-        return TSK_IMG_TYPE_VHD_VHD;
-    return kind == "VMDK" ? TSK_IMG_TYPE_VMDK_VMDK : TSK_IMG_TYPE_AFF_AFF;
-}
-
-OpenError OpenThroughTsk(const char *path, const std::string &kind, Source *source)
-{
-    TSK_IMG_INFO *image = tsk_img_open_utf8_sing(path, TypeOf(kind), 0);
-    if (image == nullptr) {
-        tsk_error_reset();
-        return {VolumeLibraryStatus::kReadFailed,
-                "the " + kind +
-                    " image is damaged, or one of its parts is missing or cannot be read"};
-    }
-    *source = std::make_shared<TskSource>(image);
-    return {};
-}
-
 // What the parts do not hold, or did not when they were made.
 void NoteLost(const EwfLayout &layout, Container *container)
 {
@@ -105,6 +83,17 @@ OpenError OpenEwf(const char *path, Container *container)
     return {};
 }
 
+// Of an image of either kind.
+template <typename Image>
+OpenError Take(OpenError error, Image image, Container *container)
+{
+    if (error)
+        return error;
+    container->source = std::move(image.disk);
+    container->notes = std::move(image.notes);
+    return {};
+}
+
 std::vector<uint8_t> HeadOf(const bitlocker::ByteSource &source)
 {
     std::vector<uint8_t> head(
@@ -112,23 +101,6 @@ std::vector<uint8_t> HeadOf(const bitlocker::ByteSource &source)
     if (source.readAt(0, head.data(), head.size()))
         head.clear();
     return head;
-}
-
-constexpr size_t kVhdFooterBytes = 512;
-
-// A VHD image of fixed size is a raw one with a footer.
-bool HasVhdFooter(const bitlocker::ByteSource &source)
-{
-    std::vector<uint8_t> foot(kVhdFooterBytes);
-    return source.size() >= foot.size() &&
-           !source.readAt(source.size() - foot.size(), foot.data(), foot.size()) && IsVhd(foot);
-}
-
-// A VHD image that grows has its footer at the front as well, with a checksum.
-bool IsCutVhd(const bitlocker::ByteSource &source, const std::vector<uint8_t> &head)
-{
-    return HasSoundVhdFooter(head) &&
-           (source.size() < 2 * kVhdFooterBytes || !HasVhdFooter(source));
 }
 
 // The parts as far as they follow each other; of what comes after a gap nothing is read, since it
@@ -170,15 +142,18 @@ OpenError OpenByItsKind(const char *path, const Source &raw, Container *containe
         return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + unsupported};
     if (IsEwf(head))
         return OpenEwf(path, container);
-    if (IsCutVhd(*raw, head))
-        return {VolumeLibraryStatus::kImageTruncated, "the VHD image ends early"};
-    const char *kind = HasVhdFooter(*raw) ? "VHD" : TskContainer(head);
-    if (kind != nullptr && std::strcmp(kind, "VMDK") == 0) {
-        if (OpenError error = CheckVmdkFiles(path, *raw, &container->notes))
-            return error;
+    if (IsVhdImage(*raw)) {
+        VhdImage image;
+        OpenError error = OpenVhd(raw, &image);
+        return Take(std::move(error), std::move(image), container);
     }
-    if (kind != nullptr)
-        return OpenThroughTsk(path, kind, &container->source);
+    if (IsVmdk(head)) {
+        VmdkImage image;
+        const std::string place = path;
+        OpenError error =
+            OpenVmdk(place.substr(place.rfind('/') + 1), raw, VmdkPartsBeside(place), &image);
+        return Take(std::move(error), std::move(image), container);
+    }
     const auto names = PartNames::OfRaw(path);
     if (IsSplit(names))
         return OpenParts(*names, container);

@@ -1,8 +1,9 @@
 // Opens the file or device that holds a disk or a volume, for reading only.
 //
 // A block device and raw images are read directly, also those in several parts (named by the
-// first one: x.001, x.aa, ...). E01 and S01 images are read by code of this folder
-// (EwfSource.h), VHD and VMDK images through libtsk.
+// first one: x.001, x.aa, ...). E01 and S01 (EwfSource.h), VHD (VhdImage.h) and VMDK images
+// (VmdkImage.h) are read by code of this folder, which trusts nothing that an image says; libraries
+// of others are left with zlib streams (ZlibStream.h).
 #pragma once
 
 #include "Bitlocker/ByteSource.h"

@@ -34,11 +34,9 @@ constexpr Signature kUnsupported[] = {
 constexpr Signature kEwf[] = {{0, "EVF\x09\x0D\x0A\xFF\x00"sv, "E01"}};
 constexpr Signature kVhd[] = {{0, "conectix"sv, "VHD"}};
 
-constexpr Signature kOfTsk[] = {
-    {0, "conectix"sv, "VHD"},
+constexpr Signature kVmdk[] = {
     {0, "KDMV"sv, "VMDK"},
     {0, "# Disk DescriptorFile"sv, "VMDK"},
-    {0, "AFF10\x0D\x0A\x00"sv, "AFF"},
 };
 
 bool Matches(const Signature &signature, bitlocker::ByteView head)
@@ -93,9 +91,9 @@ bool HasSoundVhdFooter(bitlocker::ByteView head)
     return stored == ~sum;
 }
 
-const char *TskContainer(bitlocker::ByteView head)
+bool IsVmdk(bitlocker::ByteView head)
 {
-    return NameIn(kOfTsk, head);
+    return NameIn(kVmdk, head) != nullptr;
 }
 
 }  // namespace vx

@@ -19,7 +19,7 @@ bool IsEwf(bitlocker::ByteView head);
 bool IsVhd(bitlocker::ByteView footer);
 bool HasSoundVhdFooter(bitlocker::ByteView head);
 
-// "VMDK", if the file is an image of a format of its own that libtsk reads; otherwise null.
-const char *TskContainer(bitlocker::ByteView head);
+// Whether it is a file that grows, or a text that names the files of an image.
+bool IsVmdk(bitlocker::ByteView head);
 
 }  // namespace vx

@@ -3,55 +3,23 @@
 #include "Little.h"
 
 #include <algorithm>
-#include <cstring>
-#include <optional>
 #include <vector>
 
 namespace vx {
 namespace {
 
-constexpr uint64_t kSector = 512;
-constexpr uint64_t kAtTheEnd = ~uint64_t{0};
-
-// All in sectors, but for entries.
-struct Header {
-    bool isPacked = false;
-    uint64_t capacity = 0;
-    uint64_t grain = 0;
-    uint64_t entries = 0;    // of a table
-    uint64_t directory = 0;  // where the list of tables lies; kAtTheEnd: a later header tells
-};
-
-std::optional<Header> ParseHeader(const uint8_t *bytes)
-{
-    constexpr uint64_t kMostSectors = uint64_t{1} << 42;
-    constexpr uint64_t kLargestGrain = uint64_t{1} << 16;
-    constexpr uint64_t kMostEntries = uint64_t{1} << 16;
-    constexpr uint32_t kPackedFlag = 1u << 16;
-    Header header;
-    header.isPacked = (Little32(bytes + 8) & kPackedFlag) != 0;
-    header.capacity = Little64(bytes + 12);
-    header.grain = Little64(bytes + 20);
-    header.entries = Little32(bytes + 44);
-    header.directory = Little64(bytes + 56);
-    const bool makesSense = IsVmdkThatGrows({bytes, kSector}) && header.capacity <= kMostSectors &&
-                            IsPowerOfTwo(header.grain) && header.grain <= kLargestGrain &&
-                            header.entries > 0 && header.entries <= kMostEntries &&
-                            header.directory > 0;
-    return makesSense ? std::optional(header) : std::nullopt;
-}
+constexpr uint64_t kSector = VmdkHeader::kSector;
 
 class Tables {
 public:
-    Tables(const bitlocker::ByteSource &file, VmdkShortfall *shortfall)
-        : _file(file), _shortfall(*shortfall)
+    Tables(const bitlocker::ByteSource &file, const VmdkHeader &header, VmdkShortfall *shortfall)
+        : _file(file), _shortfall(*shortfall), _header(header)
     {
     }
 
     bitlocker::Error Walk();
 
 private:
-    bitlocker::Error ReadHeader(uint64_t at);
     bitlocker::Error ReadNumbers(uint64_t sector, uint64_t count, std::vector<uint8_t> *bytes);
     bitlocker::Error WalkDirectory();
     bitlocker::Error WalkTable(uint64_t sector, uint64_t firstGrain);
@@ -60,19 +28,10 @@ private:
 
     const bitlocker::ByteSource &_file;
     VmdkShortfall &_shortfall;
-    std::optional<Header> _header;
+    const VmdkHeader &_header;
     uint64_t _bytesRead = 0;
     uint64_t _lastPacked = 0;  // the sector where the last packed piece of the file begins
 };
-
-bitlocker::Error Tables::ReadHeader(uint64_t at)
-{
-    uint8_t bytes[kSector];
-    if (bitlocker::Error error = _file.readAt(at, bytes, sizeof bytes))
-        return error;
-    _header = ParseHeader(bytes);
-    return {};
-}
 
 // Nothing is read if the numbers do not all lie in the file. No tables of a sound file are larger
 // than that in all; those of another one are left.
@@ -94,20 +53,7 @@ bitlocker::Error Tables::ReadNumbers(uint64_t sector, uint64_t count, std::vecto
 
 bitlocker::Error Tables::Walk()
 {
-    constexpr uint64_t kLastHeader = 2 * kSector;
-    _shortfall.isOfTables = _file.size() < kSector;
-    if (_shortfall.isOfTables)
-        return {};
-    if (bitlocker::Error error = ReadHeader(0))
-        return error;
-    if (_header && _header->directory == kAtTheEnd) {
-        if (bitlocker::Error error = ReadHeader(_file.size() - std::min(_file.size(), kLastHeader)))
-            return error;
-        _shortfall.isOfTables = !_header || _header->directory == kAtTheEnd;
-    }
-    if (!_header || _shortfall.isOfTables)
-        return {};
-    _shortfall.isPacked = _header->isPacked;
+    _shortfall.isPacked = _header.isPacked;
     if (bitlocker::Error error = WalkDirectory())
         return error;
     return CheckLastPacked();
@@ -116,13 +62,13 @@ bitlocker::Error Tables::Walk()
 bitlocker::Error Tables::WalkDirectory()
 {
     constexpr uint64_t kNumbersAtOnce = 4096;
-    const uint64_t ofTable = _header->grain * _header->entries;
-    const uint64_t tables = (_header->capacity + ofTable - 1) / ofTable;
+    const uint64_t ofTable = _header.grain * _header.entries;
+    const uint64_t tables = (_header.capacity + ofTable - 1) / ofTable;
     std::vector<uint8_t> numbers;
     for (uint64_t first = 0; first < tables; first += kNumbersAtOnce) {
         const uint64_t count = std::min(kNumbersAtOnce, tables - first);
         if (bitlocker::Error error =
-                ReadNumbers(_header->directory + first * 4 / kSector, count, &numbers))
+                ReadNumbers(_header.directory + first * 4 / kSector, count, &numbers))
             return error;
         if (numbers.empty())
             break;
@@ -130,7 +76,7 @@ bitlocker::Error Tables::WalkDirectory()
             const uint32_t sector = Little32(numbers.data() + 4 * i);
             if (sector == 0)  // nothing was written there yet
                 continue;
-            if (bitlocker::Error error = WalkTable(sector, (first + i) * _header->entries))
+            if (bitlocker::Error error = WalkTable(sector, (first + i) * _header.entries))
                 return error;
         }
     }
@@ -140,7 +86,7 @@ bitlocker::Error Tables::WalkDirectory()
 bitlocker::Error Tables::WalkTable(uint64_t sector, uint64_t firstGrain)
 {
     std::vector<uint8_t> numbers;
-    if (bitlocker::Error error = ReadNumbers(sector, _header->entries, &numbers))
+    if (bitlocker::Error error = ReadNumbers(sector, _header.entries, &numbers))
         return error;
     for (size_t i = 0; i < numbers.size() / 4; ++i)
         CheckGrain(Little32(numbers.data() + 4 * i), firstGrain + i);
@@ -150,14 +96,14 @@ bitlocker::Error Tables::WalkTable(uint64_t sector, uint64_t firstGrain)
 void Tables::CheckGrain(uint64_t sector, uint64_t number)
 {
     constexpr uint64_t kReadsAsZeros = 1;  // and 0 does so, too
-    const uint64_t before = number * _header->grain;
-    if (sector <= kReadsAsZeros || before >= _header->capacity)
+    const uint64_t before = number * _header.grain;
+    if (sector <= kReadsAsZeros || before >= _header.capacity)
         return;
-    if (_header->isPacked) {
+    if (_header.isPacked) {
         _lastPacked = std::max(_lastPacked, sector);
         return;
     }
-    const uint64_t stored = std::min(_header->grain, _header->capacity - before) * kSector;
+    const uint64_t stored = std::min(_header.grain, _header.capacity - before) * kSector;
     const uint64_t left = _file.size() - std::min(_file.size(), sector * kSector);
     _shortfall.missingBytes += stored - std::min(stored, left);
 }
@@ -176,21 +122,16 @@ bitlocker::Error Tables::CheckLastPacked()
         length += Little32(marker + 8);
     }
     if (left < length)
-        _shortfall.missingBytes = _header->grain * kSector;
+        _shortfall.missingBytes = _header.grain * kSector;
     return {};
 }
 
 }  // namespace
 
-bitlocker::Error FindVmdkShortfall(const bitlocker::ByteSource &file, VmdkShortfall *shortfall)
+bitlocker::Error FindVmdkShortfall(const bitlocker::ByteSource &file, const VmdkHeader &header,
+                                   VmdkShortfall *shortfall)
 {
-    return Tables(file, shortfall).Walk();
-}
-
-bool IsVmdkThatGrows(bitlocker::ByteView head)
-{
-    constexpr char kMark[] = {'K', 'D', 'M', 'V'};
-    return head.size >= sizeof kMark && std::memcmp(head.data, kMark, sizeof kMark) == 0;
+    return Tables(file, header, shortfall).Walk();
 }
 
 }  // namespace vx

@@ -1,10 +1,9 @@
 // The tables of a VMDK file that grows, which say where each piece ("grain") of the disk lies in
-// the file. libtsk takes a file that was cut short for a whole one as long as nobody reads what is
-// missing.
+// the file. They tell what a file that was cut short lacks before anybody reads it.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
-#include "Bitlocker/ByteView.h"
+#include "VmdkHeader.h"
 
 namespace vx {
 
@@ -14,12 +13,9 @@ struct VmdkShortfall {
     uint64_t missingBytes = 0;  // of the disk, behind the end of the file
 };
 
-// shortfall receives what the file lacks. Tables that make no sense are said to lack nothing: who
-// reads them says what is wrong. Each byte of the file is read once at most. Errors: those of the
-// file's reads.
-bitlocker::Error FindVmdkShortfall(const bitlocker::ByteSource &file, VmdkShortfall *shortfall);
-
-// Whether such a file begins like this.
-bool IsVmdkThatGrows(bitlocker::ByteView head);
+// shortfall receives what the file lacks, by the tables of the header's first directory. Each byte
+// of the file is read once at most. Errors: those of the file's reads.
+bitlocker::Error FindVmdkShortfall(const bitlocker::ByteSource &file, const VmdkHeader &header,
+                                   VmdkShortfall *shortfall);
 
 }  // namespace vx
