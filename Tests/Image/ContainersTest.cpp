@@ -87,6 +87,15 @@ TEST_F(ContainersTest, AQcowImageIsOfAKindThatIsNotSupported)
     EXPECT_EQ(opened.detail, "it is a QCOW image");
 }
 
+TEST_F(ContainersTest, AnAffImageIsOfAKindThatIsNotSupported)
+{
+    const std::string made =
+        image.Folder().WriteFile("x.aff", std::string("AFF10\r\n\0", 8) + NoiseBytes(100000, 1));
+    const Opened opened = OpenImage(made);
+    EXPECT_EQ(opened.status, VolumeLibraryStatus::kContainerNotSupported);
+    EXPECT_EQ(opened.detail, "it is an AFF image; convert it to E01 or to a raw image first");
+}
+
 TEST_F(ContainersTest, ACompressedImageSaysThatItMustBeUnpacked)
 {
     ASSERT_TRUE(RunShell("gzip -kf " + Quoted(image.Path())));

@@ -18,6 +18,7 @@ constexpr Signature kUnsupported[] = {
     {0, "vhdxfile"sv, "a VHDX image"},
     {0, "QFI\xFB"sv, "a QCOW image"},
     {64, "\x7F\x10\xDA\xBE"sv, "a VDI image"},
+    {0, "AFF10\x0D\x0A\x00"sv, "an AFF image; convert it to E01 or to a raw image first"},
     {0, "EVF2\x0D\x0A\x81\x00"sv, "an Ex01 image"},
     {0, "LEF2\x0D\x0A\x81\x00"sv, "an Lx01 image"},
     {0, "PK\x03\x04"sv, "a ZIP archive; unpack it first"},
