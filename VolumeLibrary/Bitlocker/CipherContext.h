@@ -1,4 +1,5 @@
-// Owner of one of libcrypto's cipher contexts, keyed once and used for whole blocks only.
+// Owner of one of libcrypto's cipher contexts, keyed once and used for whole blocks only, without
+// padding: what comes out is as long as what goes in.
 //
 // One thread at a time; clone() of an object that nobody else changes is safe from any thread.
 #pragma once
@@ -25,7 +26,7 @@ public:
     bool good() const { return _context != nullptr; }
     CipherContext clone() const;
 
-    // A multiple of 16 bytes; in and out may be the same. False: out is undefined.
+    // A multiple of 16 bytes, kLongestRun of SectorCipher at most; in and out may be the same. False: out is undefined.
     bool run(const uint8_t *in, uint8_t *out, size_t length);
     // The 16 bytes that precede the next block (CBC).
     bool setInitialVector(const uint8_t *vector);
