@@ -26,7 +26,8 @@ public:
     bool good() const { return _context != nullptr; }
     CipherContext clone() const;
 
-    // A multiple of 16 bytes, kLongestRun of SectorCipher at most; in and out may be the same. False: out is undefined.
+    // A multiple of 16 bytes, kLongestRun of SectorCipher at most; in and out may be the same.
+    // False: out is undefined.
     bool run(const uint8_t *in, uint8_t *out, size_t length);
     // The 16 bytes that precede the next block (CBC).
     bool setInitialVector(const uint8_t *vector);

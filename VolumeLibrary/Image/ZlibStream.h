@@ -19,9 +19,9 @@ struct PackedRange {
     uint64_t end;
 };
 
-// Unpacks the stream to place, which has room for so many bytes, less than 4 GiB; done receives how many came out.
-// Errors: those of the source; SystemError with EIO if the stream is damaged, does not end within
-// its range or needs more room, with ENOMEM without memory. place is then undefined.
+// Unpacks the stream to place, which has room for so many bytes, less than 4 GiB; done receives how
+// many came out. Errors: those of the source; SystemError with EIO if the stream is damaged, does
+// not end within its range or needs more room, with ENOMEM without memory. place is then undefined.
 bitlocker::Error UnpackZlib(const bitlocker::ByteSource &source, PackedRange range, uint8_t *place,
                             size_t room, size_t *done);
 

@@ -1,0 +1,120 @@
+// make-container-corpus FOLDER: writes the inputs from which the fuzz targets of disk images begin,
+// in one folder for each.
+#include "EwfWriter.h"
+#include "VhdWriter.h"
+#include "VmdkWriter.h"
+
+#include <fstream>
+#include <sys/stat.h>
+
+using namespace vx;
+
+namespace {
+
+constexpr size_t kSector = 512;
+
+std::string Disk(size_t sectors)
+{
+    std::string disk;
+    for (size_t at = 0; at < sectors * kSector; ++at)
+        disk.push_back(static_cast<char>(at % 7 * at / 500));
+    return disk;
+}
+
+// One target's inputs, with the byte at their end that asks for repair.
+class Inputs {
+public:
+    Inputs(const std::string &folder, const std::string &target) : _folder(folder + "/" + target)
+    {
+        ::mkdir(folder.c_str(), 0777);
+        ::mkdir(_folder.c_str(), 0777);
+    }
+
+    void Add(const std::string &image)
+    {
+        std::ofstream file(_folder + "/" + std::to_string(_count++), std::ios::binary);
+        file << image << '\x01';
+        _isGood = _isGood && file.flush().good();
+    }
+
+    bool IsGood() const { return _isGood; }
+
+private:
+    const std::string _folder;
+    int _count = 0;
+    bool _isGood = true;
+};
+
+bool WriteEwf(const std::string &folder, const std::string &target, EwfRecipe::Kind kind)
+{
+    Inputs inputs(folder, target);
+    for (const bool isPacked : {false, true}) {
+        EwfRecipe recipe = {kind, 1, isPacked};
+        EwfWriter writer(Disk(3), recipe);
+        inputs.Add(writer.Image());
+        writer.SetLost(2);
+        writer.DamageTable();
+        inputs.Add(writer.Image());
+        recipe.sectorsOfChunk = 2;
+        recipe.base = 100;
+        inputs.Add(EwfWriter(Disk(3), recipe).Image());
+    }
+    return inputs.IsGood();
+}
+
+bool WriteVhd(const std::string &folder)
+{
+    Inputs inputs(folder, "image-vhd-fuzz");
+    for (const uint32_t type : {2u, 3u, 4u}) {
+        VhdRecipe recipe;
+        recipe.type = type;
+        recipe.diskBytes = type == 2 ? 1024 : 3072;
+        recipe.blockBytes = 1024;
+        recipe.parentName = u"base.vhd";
+        if (type == 4)
+            recipe.locators = {{"W2ru", u".\\base.vhd"}};
+        VhdWriter writer(recipe);
+        writer.AddBlock(type == 2 ? "" : "\x80", Disk(2));
+        writer.AddNothing();
+        writer.AddBlock("\xC0", Disk(2));
+        inputs.Add(writer.Image());
+    }
+    // A block that more than a byte of bits describes.
+    VhdRecipe recipe;
+    recipe.diskBytes = recipe.blockBytes = 8192;
+    VhdWriter writer(recipe);
+    writer.AddBlock("\xFF\xF5", Disk(16));
+    inputs.Add(writer.Image());
+    return inputs.IsGood();
+}
+
+bool WriteVmdk(const std::string &folder)
+{
+    Inputs inputs(folder, "image-vmdk-fuzz");
+    const std::string text = "# Disk DescriptorFile\nCID=1\nparentCID=ffffffff\n";
+    for (const bool isPacked : {false, true}) {
+        VmdkWriter writer(isPacked);
+        writer.SetText(text + "parentFileNameHint=\"base.vmdk\"\n");
+        writer.AddNothing();
+        writer.AddGrain(Disk(8));
+        inputs.Add(writer.Image());
+        inputs.Add(text + "RW 16 SPARSE \"grows\"\nRW 2 ZERO\nRW 1 FLAT \"flat\" 2\n--\n" +
+                   writer.Image());
+    }
+    return inputs.IsGood();
+}
+
+}  // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        std::fputs("usage: make-container-corpus FOLDER\n", stderr);
+        return 2;
+    }
+    const std::string folder = argv[1];
+    const bool isGood = WriteEwf(folder, "image-e01-fuzz", EwfRecipe::Kind::kNew) &&
+                        WriteEwf(folder, "image-s01-fuzz", EwfRecipe::Kind::kOld) &&
+                        WriteVhd(folder) && WriteVmdk(folder);
+    return isGood ? 0 : 1;
+}

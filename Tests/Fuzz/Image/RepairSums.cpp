@@ -1,0 +1,170 @@
+#include "RepairSums.h"
+
+#include "Image/Big.h"
+#include "Image/Little.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <zlib.h>
+
+namespace vx {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr size_t kSector = 512;
+
+bool Holds(const Bytes &bytes, uint64_t at, uint64_t count)
+{
+    return at <= bytes.size() && count <= bytes.size() - at;
+}
+
+void PutLittle(Bytes *bytes, uint64_t at, uint32_t value)
+{
+    for (size_t i = 0; i < 4; ++i)
+        (*bytes)[at + i] = static_cast<uint8_t>(value >> 8 * i);
+}
+
+void PutBig(Bytes *bytes, uint64_t at, uint32_t value)
+{
+    for (size_t i = 0; i < 4; ++i)
+        (*bytes)[at + i] = static_cast<uint8_t>(value >> 8 * (3 - i));
+}
+
+// The Adler-32 of a range, behind it.
+void SumBehind(Bytes *bytes, uint64_t at, uint64_t count)
+{
+    if (Holds(*bytes, at, count + 4))
+        PutLittle(bytes, at + count,
+                  static_cast<uint32_t>(adler32_z(1, bytes->data() + at, count)));
+}
+
+// That of a zlib stream, whose end is found by unpacking it.
+void RepairStream(Bytes *bytes, uint64_t at)
+{
+    constexpr size_t kHeaderBytes = 2;
+    if (!Holds(*bytes, at, kHeaderBytes + 4))
+        return;
+    std::array<uint8_t, size_t{128} << 10> unpacked;
+    z_stream stream = {};
+    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK)
+        return;
+    stream.next_in = bytes->data() + at + kHeaderBytes;
+    stream.avail_in = static_cast<uInt>(bytes->size() - at - kHeaderBytes);
+    stream.next_out = unpacked.data();
+    stream.avail_out = static_cast<uInt>(unpacked.size());
+    const int result = inflate(&stream, Z_FINISH);
+    const uint64_t end = at + kHeaderBytes + stream.total_in;
+    const size_t count = stream.total_out;
+    inflateEnd(&stream);
+    if (result == Z_STREAM_END && Holds(*bytes, end, 4))
+        PutBig(bytes, end, static_cast<uint32_t>(adler32_z(1, unpacked.data(), count)));
+}
+
+// What the sections before say about the tables after them.
+struct EwfState {
+    uint64_t chunkBytes = 0;
+    bool hasSums = false;
+};
+
+void RepairChunks(Bytes *image, uint64_t table, uint64_t count, uint64_t chunkBytes)
+{
+    constexpr uint32_t kPacked = uint32_t{1} << 31;
+    const uint64_t base = Little64(image->data() + table + 8);
+    for (uint64_t number = 0; number < count; ++number) {
+        const uint32_t entry = Little32(image->data() + table + 24 + 4 * number);
+        const uint64_t at = base + (entry & ~kPacked);
+        if ((entry & kPacked) != 0)
+            RepairStream(image, at);
+        else
+            SumBehind(image, at, chunkBytes);
+    }
+}
+
+void RepairTable(Bytes *image, uint64_t at, const EwfState &state)
+{
+    constexpr uint64_t kMostEntries = 64;
+    if (!Holds(*image, at, 24))
+        return;
+    const uint64_t count = std::min<uint64_t>(Little32(image->data() + at), kMostEntries);
+    if (Holds(*image, at + 24, 4 * count)) {
+        RepairChunks(image, at, count, state.chunkBytes);
+        if (state.hasSums)
+            SumBehind(image, at + 24, 4 * count);
+    }
+    SumBehind(image, at, 20);
+}
+
+void RepairDisk(Bytes *image, uint64_t at, uint64_t count, EwfState *state)
+{
+    constexpr uint64_t kLong = 1052;
+    constexpr uint64_t kShort = 94;
+    if (!Holds(*image, at, kShort))
+        return;
+    state->hasSums = count >= kLong;
+    state->chunkBytes =
+        uint64_t{Little32(image->data() + at + 8)} * Little32(image->data() + at + 12);
+    SumBehind(image, at, (count >= kLong ? kLong : kShort) - 4);
+}
+
+void RepairFooter(Bytes *image, uint64_t at, size_t count, size_t sumAt)
+{
+    if (!Holds(*image, at, count))
+        return;
+    uint32_t sum = 0;
+    PutBig(image, at + sumAt, 0);
+    for (size_t i = 0; i < count; ++i)
+        sum += (*image)[at + i];
+    PutBig(image, at + sumAt, ~sum);
+}
+
+}  // namespace
+
+void RepairEwf(Bytes *image)
+{
+    constexpr uint64_t kHeader = 76;
+    constexpr int kMostSections = 100;
+    EwfState state;
+    uint64_t at = 13;
+    for (int section = 0; section < kMostSections && Holds(*image, at, kHeader); ++section) {
+        const auto *type = reinterpret_cast<const char *>(image->data() + at);
+        const uint64_t next = Little64(image->data() + at + 16);
+        const uint64_t data = at + kHeader;
+        const bool isDisk = std::strncmp(type, "volume", 16) == 0 ||
+                            std::strncmp(type, "disk", 16) == 0 ||
+                            std::strncmp(type, "data", 16) == 0;
+        if (isDisk)
+            RepairDisk(image, data, next - data, &state);
+        else if (std::strncmp(type, "table", 5) == 0)
+            RepairTable(image, data, state);
+        else if (std::strncmp(type, "error2", 16) == 0)
+            SumBehind(image, data, 516);
+        SumBehind(image, at, kHeader - 4);
+        if (next <= at)
+            return;
+        at = next;
+    }
+}
+
+void RepairVhd(Bytes *image)
+{
+    constexpr size_t kHeaderBytes = 1024;
+    if (image->size() < kSector)
+        return;
+    RepairFooter(image, Big64(image->data() + 16), kHeaderBytes, 36);
+    RepairFooter(image, 0, kSector, 64);
+    RepairFooter(image, image->size() - kSector, kSector, 64);
+}
+
+void RepairVmdk(Bytes *image)
+{
+    constexpr size_t kMarkerBytes = 12;
+    constexpr uint8_t kDeflate = 0x78;
+    for (size_t at = 0; Holds(*image, at, kMarkerBytes + 1); at += kSector) {
+        if ((*image)[at + kMarkerBytes] == kDeflate)
+            RepairStream(image, at + kMarkerBytes);
+    }
+}
+
+}  // namespace vx

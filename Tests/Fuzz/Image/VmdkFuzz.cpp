@@ -1,0 +1,54 @@
+// Fuzz target: VMDK images. Of an input the last byte says whether the checksums of packed grains
+// are repaired first; the rest is the image up to a line "--", and what each file that its text
+// names holds.
+#include "../HeapLimit.h"
+#include "../Require.h"
+#include "Bitlocker/MemoryByteSource.h"
+#include "Image/VmdkImage.h"
+#include "RepairSums.h"
+#include "VisitSource.h"
+
+#include <algorithm>
+#include <string_view>
+
+using namespace vx;
+
+namespace {
+
+using Source = std::shared_ptr<const bitlocker::ByteSource>;
+
+Source SourceOf(const uint8_t *data, size_t size, bool isRepaired)
+{
+    std::vector<uint8_t> bytes(data, data + size);
+    if (isRepaired)
+        RepairVmdk(&bytes);
+    return std::make_shared<bitlocker::MemoryByteSource>(std::move(bytes));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    constexpr std::string_view kMark = "\n--\n";
+    if (size == 0)
+        return 0;
+    --size;
+    const bool isRepaired = data[size] % 8 != 0;
+    const std::string_view all(reinterpret_cast<const char *>(data), size);
+    const size_t end = std::min(all.find(kMark), size);
+    const size_t next = std::min(size, end + kMark.size());
+    const Source file = SourceOf(data, end, isRepaired);
+    const Source part = SourceOf(data + next, size - next, isRepaired);
+    const HeapLimit limit;
+    VmdkImage image;
+    const auto openPart = [&](const std::string &name, Source *opened) {
+        Require(!name.empty(), "a part has a name");
+        *opened = part;
+        return OpenError{};
+    };
+    const OpenError error = OpenVmdk("x.vmdk", file, openPart, &image);
+    Require(!error == (image.disk != nullptr), "what opened has a disk");
+    if (image.disk != nullptr)
+        VisitSource(*image.disk);
+    return 0;
+}
