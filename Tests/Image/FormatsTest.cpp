@@ -77,12 +77,26 @@ TEST(NtfsRuns, WhatLiesOffTheVolumeOrHasNoLengthIsDamaged)
     }
 }
 
-TEST(NtfsRuns, AListThatDoesNotGoOnWhereTheLastOneEndsIsDamaged)
+TEST(NtfsRuns, AListThatBeginsBeforeTheLastOneEndsIsDamaged)
 {
     std::vector<Extent> runs;
     ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0}, 0, kGeometry, &runs));
-    EXPECT_FALSE(AppendRuns(Bytes{0x11, 2, 16, 0}, 3, kGeometry, &runs));
+    EXPECT_FALSE(AppendRuns(Bytes{0x11, 2, 16, 0}, 1, kGeometry, &runs));
     EXPECT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0}, 2, kGeometry, &runs));
+}
+
+TEST(NtfsRuns, AListThatBeginsFurtherOnLeavesAGap)
+{
+    std::vector<Extent> runs;
+    ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0}, 0, kGeometry, &runs));
+    ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 18, 0}, 3, kGeometry, &runs));
+    ASSERT_EQ(runs.size(), 2u);
+    EXPECT_EQ(runs[1].position, uint64_t{3} * kGeometry.clusterBytes);
+    EXPECT_TRUE(AreCovered(runs, 0, uint64_t{2} * kGeometry.clusterBytes));
+    EXPECT_FALSE(AreCovered(runs, 0, uint64_t{2} * kGeometry.clusterBytes + 1));
+    EXPECT_TRUE(AreCovered(runs, runs[1].position + 1, uint64_t{2} * kGeometry.clusterBytes - 1));
+    EXPECT_FALSE(AreCovered(runs, runs[1].position, uint64_t{2} * kGeometry.clusterBytes + 1));
+    EXPECT_TRUE(AreCovered(runs, 0, 0));
 }
 
 TEST(ExtentFile, AReadGoesAcrossRunsAndStopsAtAnError)

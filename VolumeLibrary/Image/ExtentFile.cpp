@@ -144,6 +144,17 @@ uint64_t StoredBytes(const Runs &runs, uint64_t position, uint64_t count)
     return stored;
 }
 
+bool AreCovered(const Runs &runs, uint64_t position, uint64_t count)
+{
+    const uint64_t end = position + count;
+    for (auto run = RunAt(runs, position); position < end; ++run) {
+        if (run == runs.end() || run->position > position)
+            return false;
+        position = run->position + run->length;
+    }
+    return true;
+}
+
 uint32_t ExtentFile::ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread)
 {
     const auto at = static_cast<uint64_t>(position);

@@ -55,6 +55,9 @@ void SalvageExtents(const bitlocker::ByteSource &source, const FileExtents &exte
 // How many of count bytes at position are stored, and not zeros.
 uint64_t StoredBytes(const std::vector<Extent> &runs, uint64_t position, uint64_t count);
 
+// Whether runs hold all of count bytes at position.
+bool AreCovered(const std::vector<Extent> &runs, uint64_t position, uint64_t count);
+
 class ExtentFile final : public VolumeFile {
 public:
     ExtentFile(std::shared_ptr<const bitlocker::ByteSource> source, FileExtents extents)

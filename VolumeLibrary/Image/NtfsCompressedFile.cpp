@@ -50,6 +50,9 @@ void NtfsCompressedFile::LoadUnit(uint64_t number)
 
 void NtfsCompressedFile::ReadUnit(uint64_t position)
 {
+    const uint64_t good = _extents.initialised - std::min(_extents.initialised, position);
+    if (!AreCovered(_extents.runs, position, std::min<uint64_t>(good, _unitBytes)))
+        return false;
     const auto stored = static_cast<uint32_t>(StoredBytes(_extents.runs, position, _unitBytes));
     if (stored > 0 && stored < _unitBytes)
         ReadPacked(position, stored);

@@ -65,6 +65,14 @@ OpenError ReadBoot(const bitlocker::ByteSource &source, BootFacts *facts)
     return {};
 }
 
+uint64_t CoveredBytes(const FileExtents &extents)
+{
+    uint64_t bytes = 0;
+    for (const Extent &run : extents.runs)
+        bytes += run.length;
+    return bytes;
+}
+
 }  // namespace
 
 NtfsMft::NtfsMft(Source source, const NtfsGeometry &geometry)
@@ -93,40 +101,46 @@ bool NtfsMft::FindTable(uint64_t offset)
     const uint64_t recordBytes = _geometry.recordBytes;
     const FileExtents front = {
         recordBytes, recordBytes, {{0, recordBytes, offset, Extent::Kind::kStored}}};
-    const auto first = Read(front, 0);
+    const auto first = Read(front, 0, nullptr);
     if (!first)
         return false;
     for (int round = 0; round < kMostRounds; ++round) {
         NtfsStream data;
-        const NtfsFound found = FindStream(*this, _source, *first, 0, NtfsType::kData, {}, &data);
-        const bool isLonger = data.extents.runs.size() > _table.runs.size();
+        FindStream(*this, _source, *first, 0, NtfsType::kData, {}, &data);
+        const bool isLonger = CoveredBytes(data.extents) > CoveredBytes(_table);
         if (data.extents.runs.size() > kMostRunsOfTables)
             return false;
         if (isLonger)
             _table = std::move(data.extents);
-        if (found != NtfsFound::kDamaged || !isLonger)
+        if (data.trouble == VolumeObstacle::kNone || !isLonger)
             break;
     }
     return !_table.runs.empty();
 }
 
-std::optional<NtfsRecord> NtfsMft::Read(const FileExtents &table, uint64_t position) const
+std::optional<NtfsRecord> NtfsMft::Read(const FileExtents &table, uint64_t position,
+                                        VolumeObstacle *trouble) const
 {
     std::vector<uint8_t> bytes(_geometry.recordBytes);
     uint32_t done = 0;
-    if (!ReadExtents(_source, table, position, reinterpret_cast<char *>(bytes.data()),
-                     _geometry.recordBytes, &done) ||
-        !ApplyNtfsFixups(&bytes))
+    const bool isRead =
+        ReadExtents(_source, table, position, reinterpret_cast<char *>(bytes.data()),
+                    _geometry.recordBytes, &done);
+    if (!isRead && trouble != nullptr)
+        *trouble = VolumeObstacle::kUnreadable;
+    if (!isRead || !ApplyNtfsFixups(&bytes))
         return std::nullopt;
     return NtfsRecord::Parse(std::move(bytes));
 }
 
-std::optional<NtfsRecord> NtfsMft::Load(NtfsReference reference) const
+std::optional<NtfsRecord> NtfsMft::Load(NtfsReference reference, VolumeObstacle *trouble) const
 {
+    if (trouble != nullptr)
+        *trouble = VolumeObstacle::kDamaged;
     const uint64_t number = NtfsNumber(reference);
     if (number >= _table.size / _geometry.recordBytes)
         return std::nullopt;
-    auto record = Read(_table, number * _geometry.recordBytes);
+    auto record = Read(_table, number * _geometry.recordBytes, trouble);
     const bool same =
         record && (NtfsSequence(reference) == 0 || record->Sequence() == NtfsSequence(reference));
     return same ? std::move(record) : std::nullopt;

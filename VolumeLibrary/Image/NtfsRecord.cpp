@@ -92,16 +92,37 @@ NtfsReference NtfsRecord::Base() const
     return Little64(_bytes.data() + kBaseAt);
 }
 
+size_t NtfsRecord::FirstOffset() const
+{
+    return Little16(_bytes.data() + kAttributesAt);
+}
+
+// 0 behind the last attribute, and where one does not lie in the record.
+size_t NtfsRecord::LengthAt(size_t offset) const
+{
+    if (offset + kResidentBytes > _bytes.size() || Little32(_bytes.data() + offset) == kEnd)
+        return 0;
+    const size_t length = Little32(_bytes.data() + offset + 4);
+    return length >= kResidentBytes && length <= _bytes.size() - offset ? length : 0;
+}
+
+bool NtfsRecord::IsWhole() const
+{
+    size_t offset = FirstOffset();
+    while (const size_t length = LengthAt(offset)) {
+        if (!AttributeAt(offset, length))
+            return false;
+        offset += length;
+    }
+    return offset + 4 <= _bytes.size() && Little32(_bytes.data() + offset) == kEnd;
+}
+
 std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view name,
                                               uint64_t firstCluster, size_t others) const
 {
-    size_t offset = Little16(_bytes.data() + kAttributesAt);
-    while (offset + kResidentBytes <= _bytes.size()) {
-        const uint8_t *at = _bytes.data() + offset;
-        const size_t length = Little32(at + 4);
-        if (Little32(at) == kEnd || length < kResidentBytes || length > _bytes.size() - offset)
-            break;
-        if (Little32(at) == static_cast<uint32_t>(type)) {
+    size_t offset = FirstOffset();
+    while (const size_t length = LengthAt(offset)) {
+        if (Little32(_bytes.data() + offset) == static_cast<uint32_t>(type)) {
             auto attribute = AttributeAt(offset, length);
             if (attribute && SameName(attribute->name, name) &&
                 attribute->firstCluster == firstCluster && others-- == 0)

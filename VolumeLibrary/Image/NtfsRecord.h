@@ -60,6 +60,8 @@ public:
     // The record that this one continues; 0 for one that stands for itself.
     NtfsReference Base() const;
 
+    // Whether every attribute can be read, up to the mark behind the last one.
+    bool IsWhole() const;
     // The attribute of this type and name whose first cluster is the given one; of several the
     // one behind so many others.
     std::optional<NtfsAttribute> Find(NtfsType type, std::u16string_view name,
@@ -67,6 +69,8 @@ public:
 
 private:
     explicit NtfsRecord(std::vector<uint8_t> bytes);
+    size_t FirstOffset() const;
+    size_t LengthAt(size_t offset) const;
     std::optional<NtfsAttribute> AttributeAt(size_t offset, size_t length) const;
 
     std::vector<uint8_t> _bytes;

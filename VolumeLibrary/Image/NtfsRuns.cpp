@@ -45,7 +45,7 @@ bool AppendRuns(bitlocker::ByteView list, uint64_t firstCluster, const NtfsGeome
                 std::vector<Extent> *runs)
 {
     const uint64_t end = runs->empty() ? 0 : runs->back().position + runs->back().length;
-    if (firstCluster > kMostClusters || firstCluster * geometry.clusterBytes != end)
+    if (firstCluster > kMostClusters || firstCluster * geometry.clusterBytes < end)
         return false;
     uint64_t position = firstCluster;
     int64_t cluster = 0;

@@ -13,7 +13,8 @@ struct NtfsGeometry {
 };
 
 // Appends the runs, of which the first begins at firstCluster of the stream, to those that are
-// already there. False if the list is damaged or does not go on where they end.
+// already there. False if the list is damaged, with the runs before the damage appended, or if it
+// begins before they end.
 bool AppendRuns(bitlocker::ByteView list, uint64_t firstCluster, const NtfsGeometry &geometry,
                 std::vector<Extent> *runs);
 

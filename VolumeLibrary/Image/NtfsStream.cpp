@@ -2,6 +2,7 @@
 
 #include "Little.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace vx {
@@ -22,14 +23,50 @@ bool TakeFirstPart(const NtfsAttribute &part, NtfsStream *stream)
     return part.size <= kLargestFile;
 }
 
+uint64_t EndOf(const std::vector<Extent> &runs)
+{
+    return runs.empty() ? 0 : runs.back().position + runs.back().length;
+}
+
+// False for a part that contradicts the ones before it: then none of them is to be believed.
 bool TakePart(const NtfsMft &mft, const NtfsAttribute &part, NtfsStream *stream)
 {
     if (part.firstCluster == 0 && !TakeFirstPart(part, stream))
         return false;
     if (part.isResident != stream->isResident)
         return false;
-    return part.isResident ||
-           AppendRuns(part.value, part.firstCluster, mft.Geometry(), &stream->extents.runs);
+    if (part.isResident)
+        return true;
+    std::vector<Extent> &runs = stream->extents.runs;
+    const uint64_t end = EndOf(runs);
+    uint64_t begin = 0;
+    if (__builtin_mul_overflow(part.firstCluster, uint64_t{mft.Geometry().clusterBytes}, &begin) ||
+        begin < end)
+        return false;
+    if (!AppendRuns(part.value, part.firstCluster, mft.Geometry(), &runs))
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return true;
+}
+
+NtfsFound NothingFound(NtfsStream *stream)
+{
+    stream->extents = {};
+    stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return NtfsFound::kDamaged;
+}
+
+// Runs that do not reach as far as the data does are part of a damaged list.
+NtfsFound Checked(NtfsStream *stream)
+{
+    const FileExtents &extents = stream->extents;
+    const uint64_t written = std::min(extents.initialised, extents.size);
+    if (stream->isResident || written == 0)
+        return NtfsFound::kYes;
+    if (extents.runs.empty())
+        return NothingFound(stream);
+    if (!AreCovered(extents.runs, 0, written))
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return NtfsFound::kYes;
 }
 
 // An entry of the list that says which record holds which attribute.
@@ -70,105 +107,152 @@ bool IsNamed(const ListEntry &entry, std::u16string_view name)
     return true;
 }
 
-std::optional<std::vector<uint8_t>>
-ReadList(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsAttribute &list)
+// Nothing if it cannot be read whole; trouble receives why.
+std::optional<std::vector<uint8_t>> ReadList(const NtfsMft &mft,
+                                             const bitlocker::ByteSource &volume,
+                                             const NtfsAttribute &list, VolumeObstacle *trouble)
 {
     NtfsStream stream;
-    if (list.size > kLargestList || !TakePart(mft, list, &stream))
+    if (list.size > kLargestList || !TakePart(mft, list, &stream)) {
+        *trouble = VolumeObstacle::kDamaged;
         return std::nullopt;
+    }
     if (stream.isResident)
         return std::move(stream.bytes);
     std::vector<uint8_t> bytes(static_cast<size_t>(stream.extents.size));
     uint32_t done = 0;
-    if (!ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
-                     static_cast<uint32_t>(bytes.size()), &done))
-        return std::nullopt;
-    return bytes;
+    if (ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
+                    static_cast<uint32_t>(bytes.size()), &done))
+        return bytes;
+    *trouble = VolumeObstacle::kUnreadable;
+    return std::nullopt;
+}
+
+// The same of the file's list; nothing, and no trouble, if it has none.
+std::optional<std::vector<uint8_t>> ReadListOf(const NtfsMft &mft,
+                                               const bitlocker::ByteSource &volume,
+                                               const NtfsRecord &file, VolumeObstacle *trouble)
+{
+    *trouble = VolumeObstacle::kNone;
+    const auto list = file.Find(NtfsType::kAttributeList, {});
+    return list ? ReadList(mft, volume, *list, trouble) : std::nullopt;
 }
 
 // Another record of the file, which holds the part that the entry speaks of.
-std::optional<NtfsRecord> LoadPart(const NtfsMft &mft, uint64_t number, const ListEntry &entry)
+std::optional<NtfsRecord> LoadPart(const NtfsMft &mft, uint64_t number, const ListEntry &entry,
+                                   VolumeObstacle *trouble = nullptr)
 {
-    auto record = mft.Load(entry.record);
+    auto record = mft.Load(entry.record, trouble);
     const bool belongs = record && NtfsNumber(record->Base()) == number;
     return belongs ? std::move(record) : std::nullopt;
 }
 
-std::optional<NtfsIndexName> LongNameIn(const NtfsRecord &record)
+// False if no more names are wanted.
+bool VisitNamesIn(const NtfsRecord &record, const std::function<bool(NtfsIndexName)> &visit)
 {
     for (size_t others = 0;; ++others) {
         const auto attribute = record.Find(NtfsType::kFileName, {}, 0, others);
         if (!attribute)
-            return std::nullopt;
+            return true;
         auto name = NtfsIndexName::Parse(attribute->value);
-        if (attribute->isResident && name && !name->isShortName)
-            return name;
+        if (attribute->isResident && name && !name->isShortName && !visit(std::move(*name)))
+            return false;
     }
 }
 
-// Adds the part that the entry speaks of.
+// Adds the part that the entry speaks of, or notes why it is missing. False as TakePart.
 bool TakeListed(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, const ListEntry &entry,
                 std::u16string_view name, NtfsStream *stream)
 {
+    VolumeObstacle trouble = VolumeObstacle::kDamaged;
     const bool isHere = NtfsNumber(entry.record) == number;
-    const auto other = isHere ? std::nullopt : LoadPart(mft, number, entry);
-    if (!isHere && !other)
-        return false;
-    const auto part = (isHere ? file : *other).Find(entry.type, name, entry.firstCluster);
-    return part && TakePart(mft, *part, stream);
+    const auto other = isHere ? std::nullopt : LoadPart(mft, number, entry, &trouble);
+    const NtfsRecord *record = isHere ? &file : other ? &*other : nullptr;
+    const auto part =
+        record != nullptr ? record->Find(entry.type, name, entry.firstCluster) : std::nullopt;
+    if (part)
+        return TakePart(mft, *part, stream);
+    stream->NoteTrouble(trouble);
+    return entry.firstCluster != 0;  // without the first part its size is not known
+}
+
+// The part that lies in the record which stands for the file.
+NtfsFound FindInRecord(const NtfsMft &mft, const NtfsRecord &file, NtfsType type,
+                       std::u16string_view name, NtfsStream *stream)
+{
+    const auto only = file.Find(type, name);
+    if (only)
+        return TakePart(mft, *only, stream) ? Checked(stream) : NothingFound(stream);
+    if (!file.IsWhole())
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return stream->trouble == VolumeObstacle::kNone ? NtfsFound::kNo : NtfsFound::kDamaged;
+}
+
+NtfsFound FindByList(const NtfsMft &mft, const NtfsRecord &file, uint64_t number,
+                     bitlocker::ByteView list, NtfsType type, std::u16string_view name,
+                     NtfsStream *stream)
+{
+    ListEntry entry;
+    bool isThere = false;
+    while (TakeEntry(&list, &entry)) {
+        if (entry.type != type || !IsNamed(entry, name))
+            continue;
+        const bool isFirstMissing = !isThere && entry.firstCluster != 0;
+        if (isFirstMissing || !TakeListed(mft, file, number, entry, name, stream))
+            return NothingFound(stream);
+        isThere = true;
+    }
+    if (list.size > 0)
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    if (isThere)
+        return Checked(stream);
+    return stream->trouble == VolumeObstacle::kNone ? NtfsFound::kNo : NtfsFound::kDamaged;
 }
 
 }  // namespace
+
+void NtfsStream::NoteTrouble(VolumeObstacle found)
+{
+    if (trouble == VolumeObstacle::kNone)
+        trouble = found;
+}
 
 NtfsFound FindStream(const NtfsMft &mft, const bitlocker::ByteSource &volume,
                      const NtfsRecord &file, uint64_t number, NtfsType type,
                      std::u16string_view name, NtfsStream *stream)
 {
-    const auto list = file.Find(NtfsType::kAttributeList, {});
-    if (!list) {
-        const auto only = file.Find(type, name);
-        if (!only)
-            return NtfsFound::kNo;
-        return TakePart(mft, *only, stream) ? NtfsFound::kYes : NtfsFound::kDamaged;
-    }
-    const auto bytes = ReadList(mft, volume, *list);
-    if (!bytes)
-        return NtfsFound::kDamaged;
-    bitlocker::ByteView left(*bytes);
-    ListEntry entry;
-    NtfsFound found = NtfsFound::kNo;
-    while (TakeEntry(&left, &entry)) {
-        if (entry.type != type || !IsNamed(entry, name))
-            continue;
-        if (found == NtfsFound::kNo && entry.firstCluster != 0)
-            return NtfsFound::kDamaged;
-        if (!TakeListed(mft, file, number, entry, name, stream))
-            return NtfsFound::kDamaged;
-        found = NtfsFound::kYes;
-    }
-    return found;
+    const auto list = ReadListOf(mft, volume, file, &stream->trouble);
+    return list ? FindByList(mft, file, number, *list, type, name, stream)
+                : FindInRecord(mft, file, type, name, stream);
 }
 
-std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const bitlocker::ByteSource &volume,
-                                         const NtfsRecord &file, uint64_t number)
+void VisitLongNames(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, const std::function<bool(NtfsIndexName)> &visit)
 {
-    if (auto name = LongNameIn(file))
-        return name;
-    const auto list = file.Find(NtfsType::kAttributeList, {});
-    const auto bytes = list ? ReadList(mft, volume, *list) : std::nullopt;
-    if (!bytes)
-        return std::nullopt;
-    bitlocker::ByteView left(*bytes);
+    if (!VisitNamesIn(file, visit))
+        return;
+    VolumeObstacle trouble;
+    const auto list = ReadListOf(mft, volume, file, &trouble);
+    bitlocker::ByteView left = list ? bitlocker::ByteView(*list) : bitlocker::ByteView();
     ListEntry entry;
     while (TakeEntry(&left, &entry)) {
         const bool isOfOther =
             entry.type == NtfsType::kFileName && NtfsNumber(entry.record) != number;
         const auto record = isOfOther ? LoadPart(mft, number, entry) : std::nullopt;
-        auto name = record ? LongNameIn(*record) : std::nullopt;
-        if (name)
-            return name;
+        if (record && !VisitNamesIn(*record, visit))
+            return;
     }
-    return std::nullopt;
+}
+
+std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                                         const NtfsRecord &file, uint64_t number)
+{
+    std::optional<NtfsIndexName> first;
+    VisitLongNames(mft, volume, file, number, [&first](NtfsIndexName name) {
+        first = std::move(name);
+        return false;
+    });
+    return first;
 }
 
 uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsRecord &file,
@@ -176,11 +260,9 @@ uint64_t StreamSize(const NtfsMft &mft, const bitlocker::ByteSource &volume, con
 {
     if (const auto first = file.Find(type, {}))
         return first->size;
-    const auto list = file.Find(NtfsType::kAttributeList, {});
-    const auto bytes = list ? ReadList(mft, volume, *list) : std::nullopt;
-    if (!bytes)
-        return 0;
-    bitlocker::ByteView left(*bytes);
+    VolumeObstacle trouble;
+    const auto list = ReadListOf(mft, volume, file, &trouble);
+    bitlocker::ByteView left = list ? bitlocker::ByteView(*list) : bitlocker::ByteView();
     ListEntry entry;
     while (TakeEntry(&left, &entry)) {
         if (entry.type != type || !IsNamed(entry, {}) || entry.firstCluster != 0)
