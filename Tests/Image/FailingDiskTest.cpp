@@ -2,6 +2,7 @@
 // numbers.
 #include "Bitlocker/VolumeOpener.h"
 #include "Image/ImageVolumeOpener.h"
+#include "Image/Little.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
 
@@ -99,8 +100,11 @@ TEST_F(FailingDisk, ATableOfFilesThatCannotBeReadIsAReadError)
     VX_NEEDS("mkntfs");
     ASSERT_TRUE(image.MakeNtfs(16, "-c 4096"));
     Take();
-    const auto number = static_cast<uint8_t>(disk->Bytes().at(48));
-    MakeBad(size_t{number} * 4096);
+    // From its first record to the mirror of that.
+    const size_t table = static_cast<uint8_t>(disk->Bytes().at(48));
+    const size_t mirror = Little16(reinterpret_cast<const uint8_t *>(&disk->Bytes().at(56)));
+    ASSERT_LT(table, mirror);
+    MakeBad(table * 4096, (mirror - table + 1) * 4096);
     EXPECT_EQ(Open(), kFailed) << detail;
 }
 
@@ -129,7 +133,9 @@ TEST_F(FailingDisk, OnlyTheSectorsThatAreMissingFromACutImageAreTruncated)
     disk = std::make_shared<SourceWithHole>(whole.substr(0, 8192));
     EXPECT_EQ(Open(), VolumeLibraryStatus::kImageTruncated) << detail;
     std::string damaged = whole;
-    damaged.replace(48, 8, std::string("\xF0\x0F\0\0\0\0\0\0", 8));
+    const std::string faraway("\xF0\x0F\0\0\0\0\0\0", 8);
+    damaged.replace(48, 8, faraway);
+    damaged.replace(damaged.size() - kSector + 48, 8, faraway);
     disk = std::make_shared<SourceWithHole>(damaged);
     EXPECT_EQ(Open(), VolumeLibraryStatus::kFileSystemDamaged) << detail;
 }

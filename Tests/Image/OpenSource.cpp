@@ -34,7 +34,8 @@ Source SourceOf(const std::string &bytes)
 std::unique_ptr<OwnedVolume> NtfsVolumeOf(const Source &source)
 {
     return VolumeOf(source, [](auto disk, auto *opened) {
-        return NtfsFileSystem::Open(std::move(disk), opened);
+        std::vector<std::string> notes;
+        return NtfsFileSystem::Open(std::move(disk), opened, &notes);
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "Bitlocker/VolumeOpener.h"
 #include "Little.h"
+#include "NtfsBoot.h"
 
 #include <cstring>
 
@@ -33,8 +34,11 @@ bool LooksLikeFat(const uint8_t *sector)
 bitlocker::Result<FileSystemKind> ProbeFileSystem(const bitlocker::ByteSource &volume)
 {
     uint8_t sector[kSectorBytes];
-    if (bitlocker::Error error = volume.readAt(0, sector, sizeof sector))
+    if (bitlocker::Error error = volume.readAt(0, sector, sizeof sector)) {
+        if (FindNtfsBackupBoot(volume))
+            return FileSystemKind::kNtfs;
         return error;
+    }
     if (bitlocker::VolumeOpener::recognises(volume))
         return FileSystemKind::kEncrypted;
     if (HasName(sector, "NTFS    "))
@@ -43,11 +47,15 @@ bitlocker::Result<FileSystemKind> ProbeFileSystem(const bitlocker::ByteSource &v
         return FileSystemKind::kExfat;
     if (HasName(sector, "ReFS"))
         return FileSystemKind::kRefs;
-    return LooksLikeFat(sector) ? FileSystemKind::kFat : FileSystemKind::kUnknown;
+    if (LooksLikeFat(sector))
+        return FileSystemKind::kFat;
+    return FindNtfsBackupBoot(volume) ? FileSystemKind::kNtfs : FileSystemKind::kUnknown;
 }
 
 uint64_t FileSystemBytes(const bitlocker::ByteSource &volume, FileSystemKind kind)
 {
+    if (kind == FileSystemKind::kNtfs)
+        return NtfsVolumeBytes(volume);
     uint8_t sector[kSectorBytes];
     uint64_t bytes = 0;
     if (volume.readAt(0, sector, sizeof sector))
@@ -57,10 +65,7 @@ uint64_t FileSystemBytes(const bitlocker::ByteSource &volume, FileSystemKind kin
         Little16(sector + 19) != 0 ? Little16(sector + 19) : Little32(sector + 32);
     if (kind == FileSystemKind::kFat)
         return sectors * sectorBytes;
-    const bool isNtfs = kind == FileSystemKind::kNtfs;
     const bool isExfat = kind == FileSystemKind::kExfat && sector[108] <= 12;
-    if (isNtfs && !__builtin_mul_overflow(Little64(sector + 40), sectorBytes, &bytes))
-        return bytes;
     if (isExfat &&
         !__builtin_mul_overflow(Little64(sector + 72), uint64_t{1} << sector[108], &bytes))
         return bytes;

@@ -1,4 +1,4 @@
-// What a volume holds, as far as its first sector tells.
+// What a volume holds, as far as its first sector tells, or the copy of it at the end.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"

@@ -69,12 +69,12 @@ OpenError Decrypt(const ImageRequest &request, Source *volume, Notes *notes)
     return {};
 }
 
-OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncrypted,
+OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncrypted, Notes *notes,
                          std::unique_ptr<FileSystem> *fileSystem)
 {
     switch (kind) {
     case FileSystemKind::kNtfs:
-        return NtfsFileSystem::Open(volume, fileSystem);
+        return NtfsFileSystem::Open(volume, fileSystem, notes);
     case FileSystemKind::kFat:
     case FileSystemKind::kExfat:
         return FatFileSystem::Open(volume, fileSystem);
@@ -98,10 +98,10 @@ bool HasRoot(const FileSystem &fileSystem)
     return root && root->Next(&entry) != VolumeListing::Step::kError;
 }
 
-OpenError OpenAndList(FileSystemKind kind, const Source &volume, bool wasEncrypted,
+OpenError OpenAndList(FileSystemKind kind, const Source &volume, bool wasEncrypted, Notes *notes,
                       std::unique_ptr<FileSystem> *fileSystem)
 {
-    if (OpenError error = OpenFileSystem(kind, volume, wasEncrypted, fileSystem))
+    if (OpenError error = OpenFileSystem(kind, volume, wasEncrypted, notes, fileSystem))
         return error;
     if (!HasRoot(**fileSystem))
         return {VolumeLibraryStatus::kFileSystemDamaged, "its root folder cannot be read"};
@@ -159,7 +159,7 @@ OpenError OpenOne(const ImageRequest &request, const Place &place, Notes *notes,
         notes->push_back(CutText(needed - place.stored));
     const auto noting = std::make_shared<NotingSource>(std::move(volume));
     std::unique_ptr<FileSystem> fileSystem;
-    if (OpenError error = OpenAndList(*kind, noting, isEncrypted, &fileSystem))
+    if (OpenError error = OpenAndList(*kind, noting, isEncrypted, notes, &fileSystem))
         return WithReadFailure(std::move(error), *noting, needed > place.stored);
     *opened = std::make_unique<FileSystemVolume>(std::move(fileSystem));
     return {};

@@ -14,9 +14,10 @@ namespace vx {
 
 class NtfsFileSystem final : public FileSystem {
 public:
-    // Errors: kFileSystemDamaged, kFileSystemNotSupported.
+    // notes receives a line for each copy that had to be used (NtfsMft.h). Errors:
+    // kFileSystemDamaged, kFileSystemNotSupported.
     static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> volume,
-                          std::unique_ptr<FileSystem> *fileSystem);
+                          std::unique_ptr<FileSystem> *fileSystem, std::vector<std::string> *notes);
 
     Node Root() const override;
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;

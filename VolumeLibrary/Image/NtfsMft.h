@@ -5,22 +5,26 @@
 #pragma once
 
 #include "CachedSource.h"
+#include "NtfsBoot.h"
 #include "NtfsRecord.h"
-#include "NtfsRuns.h"
-#include "OpenError.h"
 #include "VolumeReport.h"
+
+#include <string>
 
 namespace vx {
 
 class NtfsMft {
 public:
     // mft receives the table when there is no error. Errors: kFileSystemDamaged,
-    // kFileSystemNotSupported. A table of which only parts can be found opens; the records
-    // of the rest do not load.
+    // kFileSystemNotSupported. A table of which only parts can be found opens; the records of
+    // the rest do not load. notes receives a line for each copy that was used instead of what is
+    // damaged: that of the boot sector, and that of the table's first record.
     static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> source,
-                          std::unique_ptr<NtfsMft> *mft);
+                          std::unique_ptr<NtfsMft> *mft, std::vector<std::string> *notes);
 
     const NtfsGeometry &Geometry() const { return _geometry; }
+    // Where the records lie, one behind the other.
+    const FileExtents &Table() const { return _table; }
     // Nothing if the record is damaged, unused, or another one now has its number; trouble then
     // receives kUnreadable or kDamaged.
     std::optional<NtfsRecord> Load(NtfsReference reference,
@@ -29,9 +33,12 @@ public:
 private:
     NtfsMft(std::shared_ptr<const bitlocker::ByteSource> source, const NtfsGeometry &geometry);
 
+    static OpenError OpenBy(uint64_t bootOffset,
+                            const std::shared_ptr<const bitlocker::ByteSource> &source,
+                            std::unique_ptr<NtfsMft> *mft, std::vector<std::string> *notes);
     std::optional<NtfsRecord> Read(const FileExtents &table, uint64_t position,
                                    VolumeObstacle *trouble) const;
-    bool FindTable(uint64_t offset);
+    bool FindTable(const NtfsBoot &boot, uint64_t firstRecordAt);
 
     const CachedSource _source;
     const NtfsGeometry _geometry;

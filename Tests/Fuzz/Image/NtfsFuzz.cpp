@@ -99,8 +99,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     static const SoundImage image = MakeImage();
     const HeapLimit limit;
     std::unique_ptr<FileSystem> fileSystem;
+    std::vector<std::string> notes;
     if (!NtfsFileSystem::Open(std::make_shared<DamagedSource>(image, image.ChangesOf(data, size)),
-                              &fileSystem))
+                              &fileSystem, &notes))
         VisitVolume(std::move(fileSystem));
     return 0;
 }
