@@ -263,6 +263,12 @@ void NtfsWriter::PutBlock(uint64_t cluster, uint64_t number, const std::vector<B
     PutWithFixups(cluster, std::move(block), kFixups);
 }
 
+void NtfsWriter::SetAttributes(uint64_t record, uint32_t attributes)
+{
+    constexpr size_t kAttributesAt = 56 + 24 + 32;  // in the first attribute of the record
+    PutNumber(&_image, (kTable + record) * kClusterBytes + kAttributesAt, attributes, 4);
+}
+
 void NtfsWriter::PutWithFixups(uint64_t cluster, Bytes bytes, size_t fixups)
 {
     constexpr uint16_t kCheck = 0x0101;

@@ -65,6 +65,9 @@ public:
     void PutBlock(uint64_t cluster, uint64_t number, const std::vector<Bytes> &lines);
     void PutBytes(uint64_t cluster, const std::string &bytes);
 
+    // Attributes that are stored of a file or folder that was put.
+    void SetAttributes(uint64_t record, uint32_t attributes);
+
     const Bytes &Image() const { return _image; }
 
 private:

@@ -1,20 +1,12 @@
 #include "NtfsAttributes.h"
 
 #include "Little.h"
+#include "NtfsReparsePoint.h"
 
 namespace vx {
 namespace {
 
 constexpr uint32_t kAttributeNormal = 0x80;
-constexpr uint32_t kAttributeReparse = 0x400;
-constexpr uint32_t kAttributeOffline = 0x1000;
-constexpr uint32_t kAttributeRecallOnOpen = 0x40000;
-constexpr uint32_t kAttributeRecallOnRead = 0x400000;
-
-// Tags of reparse points: of a file in the cloud, which may be here as well.
-constexpr uint32_t kCloudTag = 0x9000001A;
-constexpr uint32_t kCloudVariants = 0x0000F000;
-
 // The standard information: three times and the attributes among others.
 bitlocker::ByteView StandardInformation(const NtfsRecord &file)
 {
@@ -43,7 +35,6 @@ void SetAttributes(uint32_t stored, bool isFolder, VolumeFindData *record)
     if (isFolder)
         stored |= kVolumeAttributeDirectory;
     record->attributes = stored != 0 ? stored : kAttributeNormal;
-    record->reserved = 0;
 }
 
 }  // namespace
@@ -57,6 +48,7 @@ void DescribeNtfsFile(const NtfsMft &mft, const bitlocker::ByteSource &volume,
     record->lastWriteTime = known ? Little64(information.data + 8) : 0;
     record->lastAccessTime = known ? Little64(information.data + 24) : 0;
     SetAttributes(StoredAttributes(file), file.IsFolder(), record);
+    record->reserved = NtfsReparsePoint::Read(mft, volume, file, number).Tag();
     SetSize(file.IsFolder() ? 0 : StreamSize(mft, volume, file, number, NtfsType::kData), record);
 }
 
@@ -67,19 +59,8 @@ void DescribeNtfsName(const NtfsIndexName &name, VolumeFindData *record)
     record->lastWriteTime = name.written;
     record->lastAccessTime = name.accessed;
     SetAttributes(name.flags, isFolder, record);
+    record->reserved = name.reparseTag;
     SetSize(isFolder ? 0 : name.size, record);
-}
-
-bool HoldsItsOwnData(const NtfsRecord &file)
-{
-    const uint32_t attributes = StoredAttributes(file);
-    if ((attributes & (kAttributeOffline | kAttributeRecallOnOpen | kAttributeRecallOnRead)) != 0)
-        return false;
-    if ((attributes & kAttributeReparse) == 0)
-        return true;
-    const auto point = file.Find(NtfsType::kReparsePoint, {});
-    return point && point->isResident && point->value.size >= 4 &&
-           (Little32(point->value.data) & ~kCloudVariants) == kCloudTag;
 }
 
 }  // namespace vx

@@ -1,7 +1,7 @@
 #include "NtfsFileSystem.h"
 
-#include "NtfsAttributes.h"
 #include "NtfsCompressedFile.h"
+#include "NtfsContents.h"
 #include "NtfsFolder.h"
 #include "ResidentFile.h"
 
@@ -47,31 +47,46 @@ bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const
 std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder, const Way &way) const
 {
     const auto record = _mft->Load(folder.place);
-    if (!record || !record->IsFolder() || !HoldsItsOwnData(*record) ||
-        !IsWayTo(folder, *record, way))
+    if (!record || !IsListed(folder, *record, way))
         return nullptr;
     return NtfsFolder::Open(*_mft, _tables, *record, NtfsNumber(folder.place));
 }
 
+bool NtfsFileSystem::IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const
+{
+    return record.IsFolder() && IsWayTo(folder, record, way) &&
+           !NtfsReparsePoint::Read(*_mft, _tables, record, NtfsNumber(folder.place))
+                .LeadsElsewhere();
+}
+
 std::unique_ptr<VolumeFile> NtfsFileSystem::OpenFile(const Node &file) const
 {
+    const uint64_t number = NtfsNumber(file.place);
     const auto record = _mft->Load(file.place);
-    if (!record || record->IsFolder() || !HoldsItsOwnData(*record))
+    if (!record || record->IsFolder())
         return nullptr;
-    NtfsStream data;
-    const NtfsFound found =
-        FindStream(*_mft, _tables, *record, NtfsNumber(file.place), NtfsType::kData, {}, &data);
-    if (found == NtfsFound::kDamaged)
-        return nullptr;
-    if (found == NtfsFound::kNo)
-        return std::make_unique<ResidentFile>(std::vector<uint8_t>());
-    return OpenStream(std::move(data));
+    const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
+    NtfsContents contents = FindContents(*_mft, _tables, *record, number, point);
+    return contents.canOpen ? OpenStream(std::move(contents.data)) : nullptr;
+}
+
+void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) const
+{
+    const uint64_t number = NtfsNumber(entry.place);
+    const auto record = _mft->Load(entry.place, &report->obstacle);
+    if (!record)
+        return;
+    const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
+    report->reparseTag = point.Tag();
+    point.CopyTarget(report->target, VolumeEntryReport::kTargetUnits);
+    if (!record->IsFolder())
+        report->obstacle = FindContents(*_mft, _tables, *record, number, point).obstacle;
+    else
+        report->obstacle = point.LeadsElsewhere() ? VolumeObstacle::kLink : VolumeObstacle::kNone;
 }
 
 std::unique_ptr<VolumeFile> NtfsFileSystem::OpenStream(NtfsStream stream) const
 {
-    if ((stream.flags & NtfsAttribute::kEncrypted) != 0)
-        return nullptr;
     if (stream.isResident)
         return std::make_unique<ResidentFile>(std::move(stream.bytes));
     if ((stream.flags & NtfsAttribute::kCompressed) == 0 || stream.compressionShift == 0)

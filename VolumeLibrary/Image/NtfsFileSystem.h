@@ -1,8 +1,9 @@
 // NTFS, for reading.
 //
 // Shown: every name of a file but the short ones, also several of one file. Not shown: streams
-// with names, the file system's own files, deleted files. What leads elsewhere, and files that
-// Windows has encrypted one by one, are shown but do not open.
+// with names, the file system's own files, deleted files. What leads elsewhere, and files whose
+// data is elsewhere or in a form that cannot be read, are shown but do not open, and Describe says
+// why. What a volume keeps twice is read from the copy where the first one is damaged.
 #pragma once
 
 #include "CachedSource.h"
@@ -22,11 +23,13 @@ public:
     Node Root() const override;
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;
     std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
+    void Describe(const Node &entry, VolumeEntryReport *report) const override;
 
 private:
     NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume,
                    std::unique_ptr<NtfsMft> mft);
     bool IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const;
+    bool IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const;
     std::unique_ptr<VolumeFile> OpenStream(NtfsStream stream) const;
 
     const std::shared_ptr<const bitlocker::ByteSource> _volume;

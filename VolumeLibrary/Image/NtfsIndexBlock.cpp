@@ -12,6 +12,8 @@ constexpr size_t kNameAt = 66;  // in the description of a name
 constexpr uint16_t kHasBlockBelow = 1;
 constexpr uint16_t kEndsBlock = 2;
 constexpr uint8_t kShortNames = 2;
+constexpr uint32_t kReparseAttribute = 0x400;
+constexpr uint32_t kExtendedAttributes = 0x40000;
 
 }  // namespace
 
@@ -88,6 +90,9 @@ std::optional<NtfsIndexName> NtfsIndexName::Parse(bitlocker::ByteView key)
     name.accessed = Little64(key.data + 32);
     name.size = Little64(key.data + 48);
     name.flags = Little32(key.data + 56);
+    // The same bytes hold the size of extended attributes, if there are any.
+    if ((name.flags & kReparseAttribute) != 0 && (name.flags & kExtendedAttributes) == 0)
+        name.reparseTag = Little32(key.data + 60);
     return name;
 }
 

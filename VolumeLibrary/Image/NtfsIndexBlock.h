@@ -28,6 +28,7 @@ struct NtfsIndexName {
     uint64_t written = 0;
     uint64_t size = 0;
     uint32_t flags = 0;  // attributes, and kFolder
+    uint32_t reparseTag = 0;
 };
 
 class NtfsIndexBlock {
