@@ -293,14 +293,14 @@ TEST_F(NtfsIndex, EveryLevelIsListedInOrder)
     EXPECT_EQ(names, u"abcde");
 }
 
-TEST_F(NtfsIndex, ABlockThatLeadsBackToItselfEndsTheListing)
+TEST_F(NtfsIndex, ABlockThatLeadsBackToItselfIsReadOnce)
 {
     PutRootOverBlocks(1, {NtfsWriter::Name(24, u"a"), NtfsWriter::Last(0)});
     ntfs.PutBlock(kFree, 0, {NtfsWriter::Name(25, u"b", 0), NtfsWriter::Last()});
-    EXPECT_EQ(SortedNames(Open(), u"/*"), std::vector<std::u16string>{u"a"});
+    EXPECT_EQ(SortedNames(Open(), u"/*"), (std::vector<std::u16string>{u"a", u"b"}));
 }
 
-TEST_F(NtfsIndex, BlocksThatMultiplyLevelByLevelEndTheListing)
+TEST_F(NtfsIndex, BlocksThatMultiplyLevelByLevelAreReadOnce)
 {
     constexpr uint64_t kLevels = 20;
     PutRootOverBlocks(kLevels, {NtfsWriter::Last(0)});
@@ -315,7 +315,7 @@ TEST_F(NtfsIndex, BlocksThatMultiplyLevelByLevelEndTheListing)
     EXPECT_LE(SortedNames(Open(), u"/*").size(), 7 * kLevels);
 }
 
-TEST_F(NtfsIndex, AFileListedBeforeTheDamageOpens)
+TEST_F(NtfsIndex, AFileOutsideTheDamageOpens)
 {
     PutRootOverBlocks(2, {NtfsWriter::Name(25, u"b", 0), NtfsWriter::Last(1)});
     ntfs.PutBlock(kFree, 0, {NtfsWriter::Name(24, u"a"), NtfsWriter::Last()});
@@ -408,8 +408,7 @@ TEST_F(NtfsOwnNames, BlocksThatTwoFoldersShareAreListedInOneOfThem)
         ntfs.PutFolder(folder, {NtfsWriter::OwnName(folder == 24 ? u"a" : u"b"),
                                 NtfsWriter::IndexRoot({NtfsWriter::Last(0)}), blocks});
     ntfs.PutBlock(kFree, 0, {NtfsWriter::Name(26, u"file", -1, 25), NtfsWriter::Last()});
-    EXPECT_EQ(SortedNames(Open(), u"/a/*"), std::vector<std::u16string>{});
-    EXPECT_TRUE(ListFolder(*volume, u"/a/*"));
+    EXPECT_FALSE(ListFolder(Open(), u"/a/*"));
     EXPECT_EQ(SortedNames(*volume, u"/b/*"), std::vector<std::u16string>{u"file"});
 }
 

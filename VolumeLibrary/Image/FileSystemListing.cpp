@@ -40,10 +40,22 @@ std::optional<Node> FileSystemListing::ReadToEnd(std::string_view name)
 bool FileSystemListing::IsFirstOfName()
 {
     const uint64_t name = HashOfName(_entry.name);
-    if (_folderNames.Has(name))
+    if (_folderNames.Has(name)) {
+        ++_sameNames;
         return false;
+    }
     _folderNames.Add(name);
     return true;
+}
+
+VolumeListingReport FileSystemListing::Report() const
+{
+    VolumeListingReport report = _reader->Report();
+    if (_sameNames > 0 && report.isWhole)
+        report.reason = VolumeObstacle::kSameName;
+    report.isWhole = report.isWhole && _sameNames == 0;
+    report.missingEntries += _sameNames;
+    return report;
 }
 
 VolumeListing::Step FileSystemListing::Take()
@@ -52,7 +64,7 @@ VolumeListing::Step FileSystemListing::Take()
     if (step == Step::kEntry)
         _map->Add(_entry.name, _entry.node);
     else
-        Finish(step == Step::kEnd);
+        Finish(step == Step::kEnd && _reader->Report().isWhole);
     return step;
 }
 

@@ -1,8 +1,8 @@
 // One pass over a folder of a file system: an open search. When it has come to the end, or to
 // what cannot be read, the names so far are handed to the index.
 //
-// A second folder of the same name is left out: its path leads to the first one, which would be
-// found twice, and so would all that lies below.
+// A second folder of the same name is left out, and reported as missing: its path leads to the
+// first one, which would be found twice, and so would all that lies below.
 // Ownership: borrows the index. Threads: one at a time.
 #pragma once
 
@@ -19,7 +19,7 @@ public:
                       std::unique_ptr<FolderReader> reader);
 
     Step Next(VolumeFindData *record) override;
-    VolumeListingReport Report() const override { return _reader->Report(); }
+    VolumeListingReport Report() const override;
     // Reads all the names that can be read for the sake of one; nothing if it is not there.
     std::optional<Node> ReadToEnd(std::string_view name);
 
@@ -33,6 +33,7 @@ private:
     const Way _way;
     const std::unique_ptr<FolderReader> _reader;
     FolderEntry _entry;
+    uint64_t _sameNames = 0;                                          // folders that were left out
     SortedRuns<uint64_t> _folderNames;                                // hashes
     std::shared_ptr<FolderMap> _map = std::make_shared<FolderMap>();  // null after the end
 };

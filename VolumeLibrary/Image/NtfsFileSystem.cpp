@@ -14,7 +14,7 @@ constexpr uint64_t kRootNumber = 5;
 
 NtfsFileSystem::NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume,
                                std::unique_ptr<NtfsMft> mft)
-    : _volume(volume), _tables(std::move(volume)), _mft(std::move(mft))
+    : _volume(volume), _tables(volume), _mft(std::move(mft)), _parents(std::move(volume), *_mft)
 {
 }
 
@@ -44,12 +44,19 @@ bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const
            HashOfName(own->name) == way.name;
 }
 
+// The root is found without its record too: its way is known.
 std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder, const Way &way) const
 {
-    const auto record = _mft->Load(folder.place);
-    if (!record || !IsListed(folder, *record, way))
+    const uint64_t number = NtfsNumber(folder.place);
+    VolumeObstacle trouble = VolumeObstacle::kNone;
+    const auto record = _mft->Load(folder.place, &trouble);
+    const bool isLostRoot = !record && number == kRootNumber && way == Way{};
+    if (!isLostRoot && (!record || !IsListed(folder, *record, way)))
         return nullptr;
-    return NtfsFolder::Open(*_mft, _tables, *record, NtfsNumber(folder.place));
+    const uint64_t sequence = record ? record->Sequence() : 0;
+    auto reader = std::make_unique<NtfsFolder>(*_mft, _tables, _parents, sequence << 48 | number);
+    reader->Begin(record ? &*record : nullptr, trouble);
+    return reader;
 }
 
 bool NtfsFileSystem::IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const
@@ -82,7 +89,16 @@ void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) cons
     if (!record->IsFolder())
         report->obstacle = FindContents(*_mft, _tables, *record, number, point).obstacle;
     else
-        report->obstacle = point.LeadsElsewhere() ? VolumeObstacle::kLink : VolumeObstacle::kNone;
+        report->obstacle =
+            point.LeadsElsewhere() ? VolumeObstacle::kLink : IndexTrouble(*record, number);
+}
+
+// What its listing would begin with.
+VolumeObstacle NtfsFileSystem::IndexTrouble(const NtfsRecord &folder, uint64_t number) const
+{
+    NtfsIndex index(*_mft, _tables);
+    index.Begin(folder, number);
+    return index.Trouble();
 }
 
 std::unique_ptr<VolumeFile> NtfsFileSystem::OpenStream(NtfsStream stream) const

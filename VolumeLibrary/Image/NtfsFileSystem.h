@@ -8,7 +8,7 @@
 
 #include "CachedSource.h"
 #include "FileSystem.h"
-#include "NtfsMft.h"
+#include "NtfsParents.h"
 #include "NtfsStream.h"
 
 namespace vx {
@@ -30,11 +30,13 @@ private:
                    std::unique_ptr<NtfsMft> mft);
     bool IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const;
     bool IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const;
+    VolumeObstacle IndexTrouble(const NtfsRecord &folder, uint64_t number) const;
     std::unique_ptr<VolumeFile> OpenStream(NtfsStream stream) const;
 
     const std::shared_ptr<const bitlocker::ByteSource> _volume;
     const CachedSource _tables;  // indexes and lists of attributes
     const std::unique_ptr<NtfsMft> _mft;
+    const NtfsParents _parents;
 };
 
 }  // namespace vx

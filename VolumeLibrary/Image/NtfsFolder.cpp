@@ -1,141 +1,78 @@
 #include "NtfsFolder.h"
 
-#include "Little.h"
 #include "NtfsAttributes.h"
-#include "NtfsFixups.h"
 #include "Wtf8.h"
 
-#include <cstring>
-
 namespace vx {
-namespace {
 
-using Step = VolumeListing::Step;
-
-constexpr char16_t kIndexName[] = u"$I30";
-constexpr size_t kRootHeaderAt = 16;
-constexpr size_t kBlockHeaderAt = 24;
-// An index of this depth holds more names than a disk.
-constexpr size_t kDeepest = 24;
-// The records below this number are the file system's own.
-constexpr uint64_t kFirstOrdinary = 24;
-
-}  // namespace
-
-NtfsFolder::NtfsFolder(const NtfsMft &mft, const bitlocker::ByteSource &volume, uint64_t number)
-    : _mft(mft), _volume(volume), _number(number)
+NtfsFolder::NtfsFolder(const NtfsMft &mft, const bitlocker::ByteSource &volume,
+                       const NtfsParents &parents, NtfsReference folder)
+    : _mft(mft), _volume(volume), _parents(parents), _folder(folder), _index(mft, volume)
 {
 }
 
-std::unique_ptr<NtfsFolder> NtfsFolder::Open(const NtfsMft &mft,
-                                             const bitlocker::ByteSource &volume,
-                                             const NtfsRecord &folder, uint64_t number)
+void NtfsFolder::Begin(const NtfsRecord *record, VolumeObstacle reason)
 {
-    std::unique_ptr<NtfsFolder> reader(new NtfsFolder(mft, volume, number));
-    return reader->Begin(folder) ? std::move(reader) : nullptr;
+    if (record != nullptr)
+        _index.Begin(*record, NtfsNumber(_folder));
+    else
+        _index.NoteTrouble(reason);
 }
 
-bool NtfsFolder::Begin(const NtfsRecord &folder)
+VolumeListing::Step NtfsFolder::Next(FolderEntry *entry)
 {
-    NtfsStream root;
-    if (FindStream(_mft, _volume, folder, _number, NtfsType::kIndexRoot, kIndexName, &root) !=
-            NtfsFound::kYes ||
-        !root.isResident || root.bytes.size() < kRootHeaderAt)
-        return false;
-    _blockBytes = Little32(root.bytes.data() + 8);
-    if (!IsPowerOfTwo(_blockBytes) || _blockBytes < 512 || _blockBytes > 65536)
-        return false;
-    NtfsStream blocks;
-    const NtfsFound found =
-        FindStream(_mft, _volume, folder, _number, NtfsType::kIndexAllocation, kIndexName, &blocks);
-    if (found == NtfsFound::kDamaged || blocks.isResident ||
-        blocks.extents.runs.size() > kMostRunsOfTables)
-        return false;
-    _blocks = std::move(blocks.extents);
-    auto top = NtfsIndexBlock::Parse(std::move(root.bytes), kRootHeaderAt);
-    if (!top)
-        return false;
-    _path.push_back(std::move(*top));
-    return true;
-}
-
-// No block lies below two entries. One that does would multiply what lies below it, level by
-// level.
-bool NtfsFolder::IsFirstVisit(uint64_t position)
-{
-    constexpr uint64_t kLeastBlock = 512;
-    constexpr uint64_t kMostPlaces = uint64_t{1} << 26;
-    const uint64_t place = position / kLeastBlock;
-    if (place >= kMostPlaces)
-        return false;
-    if (place >= _visited.size())
-        _visited.resize(static_cast<size_t>(place) + 1);
-    if (_visited[place])
-        return false;
-    _visited[place] = true;
-    return true;
-}
-
-bool NtfsFolder::Descend(uint64_t block)
-{
-    if (_path.size() == kDeepest)
-        return false;
-    const uint32_t clusterBytes = _mft.Geometry().clusterBytes;
-    const uint64_t unit = clusterBytes <= _blockBytes ? clusterBytes : 512;
-    uint64_t position = 0;
-    if (__builtin_mul_overflow(block, unit, &position) || position >= _blocks.size ||
-        _blocks.size - position < _blockBytes || !IsFirstVisit(position))
-        return false;
-    std::vector<uint8_t> bytes(_blockBytes);
-    uint32_t done = 0;
-    if (!ReadExtents(_volume, _blocks, position, reinterpret_cast<char *>(bytes.data()),
-                     _blockBytes, &done) ||
-        std::memcmp(bytes.data(), "INDX", 4) != 0 || !ApplyNtfsFixups(&bytes) ||
-        Little64(bytes.data() + 16) != block)
-        return false;
-    auto parsed = NtfsIndexBlock::Parse(std::move(bytes), kBlockHeaderAt);
-    if (!parsed)
-        return false;
-    _path.push_back(std::move(*parsed));
-    return true;
-}
-
-Step NtfsFolder::Next(FolderEntry *entry)
-{
-    while (!_path.empty()) {
-        if (_hasGivenEntry && !_path.back().Advance())
-            return Step::kError;
-        _hasGivenEntry = false;
-        if (const auto below = _path.back().TakeBlockBelow()) {
-            if (!Descend(*below))
-                return Step::kError;
-            continue;
-        }
-        if (_path.back().IsAtEnd()) {
-            _path.pop_back();
-            continue;
-        }
-        bool isShown = false;
-        const Step step = TakeEntry(entry, &isShown);
-        if (step == Step::kError || isShown)
-            return step;
+    const bool isThere = NextOfIndex() || NextLost();
+    if (isThere) {
+        entry->name = _name.name;
+        entry->node = {_file, 0, 0};
+        return VolumeListing::Step::kEntry;
     }
-    return Step::kEnd;
+    const bool isAllLost =
+        _index.Trouble() != VolumeObstacle::kNone && _listed.empty() && _recovered == 0;
+    return isAllLost ? VolumeListing::Step::kError : VolumeListing::Step::kEnd;
 }
 
-Step NtfsFolder::TakeEntry(FolderEntry *entry, bool *isShown)
+bool NtfsFolder::NextOfIndex()
 {
-    auto name = _path.back().Name();
-    if (!name)
-        return Step::kError;
-    _hasGivenEntry = true;
-    _file = _path.back().File();
-    _name = std::move(*name);
-    *isShown = !_name.isShortName && NtfsNumber(_file) >= kFirstOrdinary &&
-               NtfsNumber(_name.parent) == _number && IsEntryName(_name.name);
-    entry->name = _name.name;
-    entry->node = {_file, 0, 0};
-    return Step::kEntry;
+    while (_index.Next(&_file, &_name)) {
+        const bool isForeign = NtfsNumber(_name.parent) != NtfsNumber(_folder);
+        if (isForeign)  // where names of this folder should be
+            _index.NoteTrouble(VolumeObstacle::kDamaged);
+        if (isForeign || _name.isShortName || !IsShown())
+            continue;
+        _listed.push_back(NtfsLostNames::HashOf(_file, _name.name));
+        return true;
+    }
+    return false;
+}
+
+bool NtfsFolder::NextLost()
+{
+    if (_index.Trouble() == VolumeObstacle::kNone)
+        return false;
+    if (!_lost)
+        _lost.emplace(_mft, _volume, _parents, _folder, _listed);
+    while (_lost->Next(&_file, &_name)) {
+        if (!IsShown())
+            continue;
+        ++_recovered;
+        return true;
+    }
+    return false;
+}
+
+bool NtfsFolder::IsShown() const
+{
+    return NtfsNumber(_file) >= NtfsParents::kFirstOrdinary && IsEntryName(_name.name);
+}
+
+VolumeListingReport NtfsFolder::Report() const
+{
+    VolumeListingReport report;
+    report.reason = _index.Trouble();
+    report.isWhole = report.reason == VolumeObstacle::kNone;
+    report.recoveredEntries = _recovered;
+    return report;
 }
 
 void NtfsFolder::Describe(VolumeFindData *record) const
