@@ -50,37 +50,52 @@ void PutFolders(NtfsWriter *ntfs)
              NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"again", -1, 26), NtfsWriter::Last()})});
 }
 
+// A link with a target, and a file of a cloud drive that is partly here, whose point lies in runs.
+void PutReparsePoints(NtfsWriter *ntfs)
+{
+    const Bytes link = {3, 0, 0, 0xA0, 12, 0, 0, 0, 0, 0, 2, 0, 2, 0, 2, 0, 'x', 0, 'y', 0};
+    ntfs->PutFile(28, {NtfsWriter::OwnName(u"link"),
+                       NtfsWriter::Resident(NtfsType::kReparsePoint, link), NtfsWriter::Data("")});
+    ntfs->PutBytes(kFree + 21, std::string("\x1A\0\0\x90\0\0\0\0", 8));
+    ntfs->PutFile(
+        29, {NtfsWriter::OwnName(u"with a hole"),
+             NtfsWriter::InRuns(
+                 Stream{NtfsType::kData, {}, 0, 3 * kCluster, {{kFree + 11, 1}, {0, 2}}}),
+             NtfsWriter::InRuns(Stream{NtfsType::kReparsePoint, {}, 0, 8, {{kFree + 21, 1}}})});
+}
+
 void PutFiles(NtfsWriter *ntfs)
 {
-    ntfs->PutFile(24, {NtfsWriter::Data("small")});
+    ntfs->PutFile(24, {NtfsWriter::OwnName(u"a"), NtfsWriter::OwnName(u"again", 26),
+                       NtfsWriter::Data("small")});
     // Units of four clusters: one packed, one as it is, one of zeros.
     ntfs->PutBytes(kFree + 10, std::string("\x04\xB0\x04"
                                            "ab\x03\x10\x03\x30"
                                            "abcd",
                                            13));
     ntfs->PutBytes(kFree + 11, std::string(4 * kCluster, 'x'));
-    ntfs->PutFile(25, {NtfsWriter::InRuns(Stream{NtfsType::kData,
+    ntfs->PutFile(25, {NtfsWriter::OwnName(u"compressed"),
+                       NtfsWriter::InRuns(Stream{NtfsType::kData,
                                                  {},
                                                  0,
                                                  11 * kCluster,
                                                  {{kFree + 10, 1}, {0, 3}, {kFree + 11, 4}, {0, 4}},
                                                  1,
                                                  2})});
-    const Bytes list = NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kData, {}, 0, 40),
+    const Bytes list = NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kFileName, {}, 0, 40),
+                                           NtfsWriter::Listed(NtfsType::kData, {}, 0, 40),
                                            NtfsWriter::Listed(NtfsType::kData, {}, 2, 41)});
     ntfs->PutBytes(kFree + 20, std::string(list.begin(), list.end()));
     ntfs->PutFile(27, {NtfsWriter::InRuns(Stream{
                           NtfsType::kAttributeList, {}, 0, list.size(), {{kFree + 20, 1}}})});
     ntfs->PutFile(40,
-                  {NtfsWriter::InRuns(Stream{
-                      NtfsType::kData, {}, 0, 4 * kCluster, {{kFree + 14, 1}, {kFree + 12, 1}}})},
+                  {NtfsWriter::OwnName(u"in pieces"),
+                   NtfsWriter::InRuns(Stream{
+                       NtfsType::kData, {}, 0, 4 * kCluster, {{kFree + 14, 1}, {kFree + 12, 1}}})},
                   27);
     ntfs->PutFile(41, {NtfsWriter::InRuns(Stream{NtfsType::kData, {}, 2, 0, {{kFree + 11, 2}}})},
                   27);
-    ntfs->PutFile(28, {NtfsWriter::Resident(NtfsType::kReparsePoint, Bytes{3, 0, 0, 0xA0}),
-                       NtfsWriter::Data("")});
-    ntfs->PutFile(29, {NtfsWriter::InRuns(Stream{
-                          NtfsType::kData, {}, 0, 3 * kCluster, {{kFree + 11, 1}, {0, 2}}})});
+    PutReparsePoints(ntfs);
 }
 
 SoundImage MakeImage()

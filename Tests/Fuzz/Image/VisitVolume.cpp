@@ -13,7 +13,7 @@ constexpr int kDeepest = 4;
 
 class Visit {
 public:
-    explicit Visit(IVolume &volume) : _volume(volume) {}
+    explicit Visit(OwnedVolume &volume) : _volume(volume) {}
 
     void Folder(const std::u16string &folder, int depth)
     {
@@ -32,12 +32,18 @@ public:
                 Folder(path, depth + 1);
             more = _volume.FindNextFile(search, &record);
         }
+        VolumeListingReport report;
+        Require(_volume.DescribeListing(search, &report), "a listing has a report");
+        Require(report.isWhole == (report.reason == VolumeObstacle::kNone),
+                "a reason is given exactly where entries are missing");
         _volume.FindClose(search);
     }
 
 private:
     void File(const std::u16string &path)
     {
+        auto report = std::make_unique<VolumeEntryReport>();
+        Require(_volume.DescribeEntry(path.c_str(), report.get()), "an entry has a report");
         const VolumeHandle file = _volume.OpenFile(path.c_str(), 128, 3, 25);
         if (file == nullptr)
             return;
@@ -52,7 +58,7 @@ private:
         _volume.CloseHandle(file);
     }
 
-    IVolume &_volume;
+    OwnedVolume &_volume;
     int _steps = 100;
 };
 
