@@ -1,5 +1,6 @@
 // Folders of NTFS whose index is damaged: what it still gives is listed, and what it does not is
 // found by the files' own records.
+#include "Image/NtfsIndexBlock.h"
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
@@ -174,8 +175,7 @@ protected:
 
     void PutNamed(uint64_t record, const std::vector<Bytes> &names)
     {
-        ntfs.PutFile(record,
-                     {NtfsWriter::Joined(names), NtfsWriter::Data(std::to_string(record))});
+        ntfs.PutFile(record, {NtfsWriter::Joined(names), NtfsWriter::Data(std::to_string(record))});
     }
 
     static Bytes NameOf(const std::u16string &name, uint64_t parent, uint8_t nameSpace)
@@ -270,9 +270,8 @@ TEST_F(NtfsLost, FoldersThatSayTheyLieInEachOtherGoInNoCircles)
 {
     PutDamagedFolder(24, NtfsWriter::OwnName(u"a", 25), {});
     PutDamagedFolder(25, NtfsWriter::OwnName(u"b", 24), {});
-    PutDamagedFolder(26, NtfsWriter::Joined({NtfsWriter::OwnName(u"c"),
-                                             NtfsWriter::OwnName(u"d", 26)}),
-                     {});
+    PutDamagedFolder(
+        26, NtfsWriter::Joined({NtfsWriter::OwnName(u"c"), NtfsWriter::OwnName(u"d", 26)}), {});
     EXPECT_EQ(RootNames(), Names{u"c"});
     EXPECT_EQ(ListWithReport(*volume, u"/c").names, Names{u"d"});
     EXPECT_FALSE(ListWithReport(*volume, u"/c/d").isListed);
@@ -282,8 +281,8 @@ TEST_F(NtfsLost, FoldersThatSayTheyLieInEachOtherGoInNoCircles)
 TEST_F(NtfsLost, AFolderWithoutTheBeginningOfItsIndexIsFound)
 {
     PutNamed(24, {NtfsWriter::OwnName(u"file")});
-    for (const Bytes &rest : {Bytes(), NtfsWriter::Resident(NtfsType::kIndexRoot, Bytes(20),
-                                                            u"$I30")}) {
+    for (const Bytes &rest :
+         {Bytes(), NtfsWriter::Resident(NtfsType::kIndexRoot, Bytes(20), u"$I30")}) {
         ntfs.PutFolder(kRoot, {rest});
         EXPECT_EQ(RootNames(), Names{u"file"});
         EXPECT_FALSE(ListWithReport(*volume, u"").report.isWhole);
@@ -300,6 +299,46 @@ TEST_F(NtfsLost, TheRootIsFoundWithoutItsRecord)
     EXPECT_FALSE(root.report.isWhole);
     EXPECT_EQ(root.report.reason, VolumeObstacle::kDamaged);
     EXPECT_EQ(root.report.recoveredEntries, 1u);
+}
+
+TEST_F(NtfsLost, AFolderWhoseRecordIsLostIsListedInOnePlace)
+{
+    const auto folderName = [](const std::u16string &name, uint64_t parent) {
+        constexpr size_t kFlagsAt = 16 + 56;
+        Bytes line = NtfsWriter::Name(24, name, -1, parent);
+        PutNumber(&line, kFlagsAt, NtfsIndexName::kFolder, 4);
+        return line;
+    };
+    ntfs.PutFolder(kRoot,
+                   {NtfsWriter::IndexRoot({folderName(u"a", kRoot), folderName(u"b", kRoot),
+                                           NtfsWriter::Name(24, u"c"), NtfsWriter::Last()})});
+    ntfs.PutBytes(NtfsWriter::kTable + 24, std::string(kClusterBytes, 'x'));
+    PutNamed(25, {NtfsWriter::OwnName(u"file", 24)});
+    // A folder in it that leads back to it.
+    ntfs.PutFolder(26, {NtfsWriter::OwnName(u"in it", 24),
+                        NtfsWriter::IndexRoot({folderName(u"up", 26), NtfsWriter::Last()})});
+    EXPECT_EQ(ReadWholeFile(Open(), u"/a/file"), "25");
+    const ReportedListing a = ListWithReport(*volume, u"/a");
+    EXPECT_EQ(a.names, (Names{u"file", u"in it"}));
+    EXPECT_FALSE(a.report.isWhole);
+    EXPECT_EQ(a.report.reason, VolumeObstacle::kDamaged);
+    EXPECT_EQ(ListWithReport(*volume, u"/a/in it").names, Names{u"up"});
+    for (const char16_t *path : {u"/b", u"/c", u"/a/in it/up"})
+        EXPECT_FALSE(ListWithReport(*volume, path).isListed) << Utf8(path);
+    EXPECT_EQ(ObstacleOf(*volume, u"/a"), VolumeObstacle::kDamaged);
+}
+
+TEST_F(NtfsLost, ANumberThatAnotherFileHasNowIsNotThatOfALostFolder)
+{
+    constexpr uint64_t kSequence = uint64_t{2} << 48;  // every record has 1
+    Bytes line = NtfsWriter::Name(24 | kSequence, u"a");
+    PutNumber(&line, 16 + 56, NtfsIndexName::kFolder, 4);
+    ntfs.PutFolder(kRoot, {NtfsWriter::IndexRoot({line, NtfsWriter::Last()})});
+    ntfs.PutFolder(
+        24, {NtfsWriter::OwnName(u"other", 30), NtfsWriter::IndexRoot({NtfsWriter::Last()})});
+    PutNamed(25, {NtfsWriter::OwnName(u"file", 24)});
+    EXPECT_EQ(ListWithReport(Open(), u"").names, Names{u"a"});
+    EXPECT_FALSE(ListWithReport(*volume, u"/a").isListed);
 }
 
 TEST_F(NtfsLost, AFolderOfWhichNothingIsLeftCannotBeListed)
@@ -320,9 +359,9 @@ TEST_F(NtfsLost, ADamagedNameIsLeftOutAndTheOthersFollow)
 {
     Bytes damaged = NtfsWriter::Name(25, u"damaged");
     damaged.at(16 + 64) = 200;  // a name longer than its entry
-    ntfs.PutBlock(kFree + 99, 0,
-                  {NtfsWriter::Name(24, u"a"), damaged, NtfsWriter::Name(26, u"z"),
-                   NtfsWriter::Last()});
+    ntfs.PutBlock(
+        kFree + 99, 0,
+        {NtfsWriter::Name(24, u"a"), damaged, NtfsWriter::Name(26, u"z"), NtfsWriter::Last()});
     PutNamed(25, {NtfsWriter::OwnName(u"damaged")});
     const ReportedListing root = ListWithReport(Open(), u"");
     EXPECT_EQ(root.names, (Names{u"a", u"z", u"damaged"}));
@@ -332,9 +371,9 @@ TEST_F(NtfsLost, ADamagedNameIsLeftOutAndTheOthersFollow)
 
 TEST_F(NtfsLost, AFileWhoseRecordIsDamagedIsShownAndSaysWhyItDoesNotOpen)
 {
-    ntfs.PutFolder(kRoot, {NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"damaged"),
-                                                  NtfsWriter::Name(25, u"unreadable"),
-                                                  NtfsWriter::Last()})});
+    ntfs.PutFolder(
+        kRoot, {NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"damaged"),
+                                       NtfsWriter::Name(25, u"unreadable"), NtfsWriter::Last()})});
     ntfs.PutBytes(NtfsWriter::kTable + 24, std::string(kClusterBytes, 'x'));
     const size_t bad = (NtfsWriter::kTable + 25) * kClusterBytes;
     const auto opened = NtfsVolumeOf(std::make_shared<SourceWithHole>(
@@ -353,8 +392,8 @@ TEST_F(NtfsLost, ASecondFolderOfOneNameIsReportedMissing)
                    {NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"f"), NtfsWriter::Name(25, u"f"),
                                            NtfsWriter::Last()})});
     for (const uint64_t folder : {24, 25})
-        ntfs.PutFolder(folder, {NtfsWriter::OwnName(u"f"),
-                                NtfsWriter::IndexRoot({NtfsWriter::Last()})});
+        ntfs.PutFolder(folder,
+                       {NtfsWriter::OwnName(u"f"), NtfsWriter::IndexRoot({NtfsWriter::Last()})});
     const ReportedListing root = ListWithReport(Open(), u"");
     EXPECT_EQ(root.names, Names{u"f"});
     EXPECT_FALSE(root.report.isWhole);
@@ -385,8 +424,8 @@ TEST_F(NtfsLost, TheTableIsReadOnceForAllFolders)
     for (uint64_t folder = 24; folder < 24 + kFolders; ++folder)
         PutDamagedFolder(folder, NtfsWriter::OwnName(u"f" + Utf16(std::to_string(folder))), {});
     PutNamed(60, {NtfsWriter::OwnName(u"file", 24)});
-    const auto source = std::make_shared<CountingSource>(
-        SourceOf({ntfs.Image().begin(), ntfs.Image().end()}));
+    const auto source =
+        std::make_shared<CountingSource>(SourceOf({ntfs.Image().begin(), ntfs.Image().end()}));
     const auto opened = NtfsVolumeOf(source);
     EXPECT_EQ(ListWithReport(*opened, u"").names.size(), size_t{kFolders});
     source->bytes = 0;
@@ -406,11 +445,10 @@ TEST_F(NtfsLost, ATableThatNamesItsClustersAgainAndAgainIsReadAsLongAsTheVolume)
         runs.push_back({1, kClusters - 1});
         clusters += kClusters - 1;
     }
-    ntfs.PutFile(0,
-                 {NtfsWriter::InRuns({NtfsType::kData, {}, 0, clusters * kClusterBytes, runs})});
+    ntfs.PutFile(0, {NtfsWriter::InRuns({NtfsType::kData, {}, 0, clusters * kClusterBytes, runs})});
     PutNamed(24, {NtfsWriter::OwnName(u"file")});
-    const auto source = std::make_shared<CountingSource>(
-        SourceOf({ntfs.Image().begin(), ntfs.Image().end()}));
+    const auto source =
+        std::make_shared<CountingSource>(SourceOf({ntfs.Image().begin(), ntfs.Image().end()}));
     const auto opened = NtfsVolumeOf(source);
     ASSERT_TRUE(opened);
     source->bytes = 0;

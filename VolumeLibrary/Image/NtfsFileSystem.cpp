@@ -44,19 +44,28 @@ bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const
            HashOfName(own->name) == way.name;
 }
 
-// The root is found without its record too: its way is known.
+// Without its record a folder is listed by what the records of its files say.
 std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder, const Way &way) const
 {
     const uint64_t number = NtfsNumber(folder.place);
     VolumeObstacle trouble = VolumeObstacle::kNone;
     const auto record = _mft->Load(folder.place, &trouble);
-    const bool isLostRoot = !record && number == kRootNumber && way == Way{};
-    if (!isLostRoot && (!record || !IsListed(folder, *record, way)))
+    if (record ? !IsListed(folder, *record, way) : !IsLostFolder(folder, way))
         return nullptr;
-    const uint64_t sequence = record ? record->Sequence() : 0;
-    auto reader = std::make_unique<NtfsFolder>(*_mft, _tables, _parents, sequence << 48 | number);
+    const NtfsReference known = record ? uint64_t{record->Sequence()} << 48 | number : folder.place;
+    auto reader = std::make_unique<NtfsFolder>(*_mft, _tables, _parents, known);
     reader->Begin(record ? &*record : nullptr, trouble);
     return reader;
+}
+
+// A number that another file has now is not that of a lost folder.
+bool NtfsFileSystem::IsLostFolder(const Node &folder, const Way &way) const
+{
+    const uint64_t number = NtfsNumber(folder.place);
+    if (number == kRootNumber)
+        return way == Way{};
+    return folder.size == NtfsFolder::kIsFolder && !_mft->Load(number) &&
+           _claims.Claim(number, way);
 }
 
 bool NtfsFileSystem::IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const

@@ -8,6 +8,7 @@
 
 #include "CachedSource.h"
 #include "FileSystem.h"
+#include "NtfsFolderClaims.h"
 #include "NtfsParents.h"
 #include "NtfsStream.h"
 
@@ -29,6 +30,7 @@ private:
     NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume,
                    std::unique_ptr<NtfsMft> mft);
     bool IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const;
+    bool IsLostFolder(const Node &folder, const Way &way) const;
     bool IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const;
     VolumeObstacle IndexTrouble(const NtfsRecord &folder, uint64_t number) const;
     std::unique_ptr<VolumeFile> OpenStream(NtfsStream stream) const;
@@ -37,6 +39,7 @@ private:
     const CachedSource _tables;  // indexes and lists of attributes
     const std::unique_ptr<NtfsMft> _mft;
     const NtfsParents _parents;
+    const NtfsFolderClaims _claims;
 };
 
 }  // namespace vx

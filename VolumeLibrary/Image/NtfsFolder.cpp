@@ -24,7 +24,7 @@ VolumeListing::Step NtfsFolder::Next(FolderEntry *entry)
     const bool isThere = NextOfIndex() || NextLost();
     if (isThere) {
         entry->name = _name.name;
-        entry->node = {_file, 0, 0};
+        entry->node = {_file, (_name.flags & NtfsIndexName::kFolder) != 0 ? kIsFolder : 0, 0};
         return VolumeListing::Step::kEntry;
     }
     const bool isAllLost =

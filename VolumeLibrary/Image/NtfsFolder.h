@@ -14,6 +14,9 @@ namespace vx {
 
 class NtfsFolder final : public FolderReader {
 public:
+    // The size in the node of what the index calls a folder; 0 in other nodes.
+    static constexpr uint64_t kIsFolder = 1;
+
     // All that is borrowed must outlive the reader. folder: its sequence is 0 if it is not known.
     NtfsFolder(const NtfsMft &mft, const bitlocker::ByteSource &volume, const NtfsParents &parents,
                NtfsReference folder);

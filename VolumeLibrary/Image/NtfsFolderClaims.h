@@ -1,0 +1,26 @@
+// By which way each folder opens whose own record is lost, so that it cannot say so itself: by the
+// one that was used first, as long as the volume is open. So folders stay a tree.
+//
+// Threads: any number at a time. Memory: kMostFolders; more than that do not open.
+#pragma once
+
+#include "FileSystem.h"
+#include "ThreadSafety.h"
+
+#include <map>
+
+namespace vx {
+
+class NtfsFolderClaims {
+public:
+    static constexpr size_t kMostFolders = size_t{1} << 16;
+
+    // folder: the number of its record. False if it was claimed by another way.
+    bool Claim(uint64_t folder, const Way &way) const;
+
+private:
+    mutable Mutex _mutex;
+    mutable std::map<uint64_t, Way> _ways VX_GUARDED_BY(_mutex);
+};
+
+}  // namespace vx
