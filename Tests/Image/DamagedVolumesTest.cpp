@@ -60,39 +60,6 @@ TEST_F(DamagedFat, AFolderThatIsItsOwnParentIsRefused)
     EXPECT_FALSE(Opens(*volume, u"/A/B/file"));
 }
 
-TEST_F(DamagedFat, AChainThatGoesInCirclesIsRefused)
-{
-    std::string bytes = FatBytes({{"FILE", NoiseBytes(4096, 1)}, {"other", "other"}});
-    const size_t entry = bytes.find("FILE       ");
-    ASSERT_NE(entry, bytes.npos);
-    // A folder now, whose first cluster follows itself.
-    const unsigned cluster = static_cast<uint8_t>(bytes[entry + 26]);
-    bytes[entry + 11] = 0x10;
-    const size_t at = 512 + cluster * 3 / 2;
-    if (cluster % 2 == 0) {
-        bytes[at] = static_cast<char>(cluster);
-        bytes[at + 1] = static_cast<char>(bytes[at + 1] & 0xF0);
-    } else {
-        bytes[at] = static_cast<char>((bytes[at] & 0x0F) | (cluster & 0xF) << 4);
-        bytes[at + 1] = static_cast<char>(cluster >> 4);
-    }
-    const auto volume = FatVolumeOf(SourceOf(bytes));
-    ASSERT_TRUE(volume);
-    EXPECT_FALSE(ListFolder(*volume, u"/FILE/*"));
-    EXPECT_EQ(ReadWholeFile(*volume, u"/other"), "other");
-}
-
-TEST_F(DamagedFat, ASizeThatLiesDoesNotOpen)
-{
-    std::string bytes = FatBytes({{"FILE", "short"}});
-    const size_t entry = bytes.find("FILE       ");
-    ASSERT_NE(entry, bytes.npos);
-    bytes.replace(entry + 28, 4, "\xFF\xFF\xFF\xFF");
-    const auto volume = FatVolumeOf(SourceOf(bytes));
-    ASSERT_TRUE(volume);
-    EXPECT_FALSE(Opens(*volume, u"/FILE"));
-}
-
 // Changes some bytes, mostly where the tables are.
 std::string Mutated(std::string bytes, unsigned seed, size_t tables)
 {

@@ -1,6 +1,7 @@
 // Disks of which a sector cannot be read: the answer says so, and the other volumes keep their
 // numbers.
 #include "Bitlocker/VolumeOpener.h"
+#include "FatImage.h"
 #include "Image/ImageVolumeOpener.h"
 #include "Image/Little.h"
 #include "SourceWithHole.h"
@@ -67,7 +68,7 @@ TEST_F(FailingDisk, AnAllocationTableThatCannotBeReadIsAReadError)
 {
     MakeFat();
     Take();
-    MakeBad(kSector, 8 * kSector);
+    MakeBad(kSector, 130 * kSector);  // both copies
     EXPECT_EQ(Open(), kFailed) << detail;
     EXPECT_NE(detail.find("bad sector"), std::string::npos) << detail;
 }
@@ -76,10 +77,8 @@ TEST_F(FailingDisk, ARootFolderThatCannotBeReadIsAReadError)
 {
     MakeFat();
     Take();
-    // Of the volume's only file.
-    const size_t name = disk->Bytes().find("A          ");
-    ASSERT_NE(name, std::string::npos);
-    MakeBad(name / kSector * kSector);
+    const FatImage fat(disk->Bytes());
+    MakeBad(fat.geometry.rootOffset, fat.geometry.rootBytes);
     EXPECT_EQ(Open(), kFailed) << detail;
 }
 
@@ -88,8 +87,9 @@ TEST_F(FailingDisk, ABadSectorNearADamagedTableMakesItNoReadError)
     MakeFat();
     std::string bytes = image.Folder().ReadFile("image");
     const std::string bad = NoiseBytes(4096, 9);
-    for (size_t at = kSector; at < 16 * kSector; at += bad.size())
-        bytes.replace(at, bad.size(), bad);
+    const FatGeometry fat = FatImage(bytes).geometry;
+    for (unsigned copy = 0; copy < fat.tableCopies; ++copy)
+        bytes.replace(fat.tableOffset + copy * fat.tableBytes, bad.size(), bad);
     disk = std::make_shared<SourceWithHole>(std::move(bytes));
     MakeBad(20 * kSector);
     EXPECT_EQ(Open(), VolumeLibraryStatus::kFileSystemDamaged) << detail;

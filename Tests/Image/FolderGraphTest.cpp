@@ -82,8 +82,8 @@ std::string FatOf(const Graph &graph, const std::string &options)
     EXPECT_TRUE(made.MakeFat(40, options));
     const std::string text = made.Folder().ReadFile("image");
     FatGeometry geometry;
-    EXPECT_FALSE(ReadFatGeometry(*SourceOf(text), &geometry));
     Bytes bytes(text.begin(), text.end());
+    EXPECT_TRUE(TakeFatGeometry(bytes.data(), &geometry));
     const bool is32 = geometry.kind == FatGeometry::Kind::k32;
     const auto clusterOf = [&](int folder) {
         return folder == 0 ? geometry.rootCluster : kFirst + static_cast<uint32_t>(folder);

@@ -41,8 +41,10 @@ std::unique_ptr<OwnedVolume> NtfsVolumeOf(const Source &source)
 
 std::unique_ptr<OwnedVolume> FatVolumeOf(const Source &source)
 {
-    return VolumeOf(source,
-                    [](auto disk, auto *opened) { return FatFileSystem::Open(disk, opened); });
+    return VolumeOf(source, [](auto disk, auto *opened) {
+        std::vector<std::string> notes;
+        return FatFileSystem::Open(disk, &notes, opened);
+    });
 }
 
 }  // namespace vx

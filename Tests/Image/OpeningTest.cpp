@@ -1,4 +1,5 @@
 // What opening an image answers, row by row of the statuses.
+#include "FatImage.h"
 #include "TestImage.h"
 
 #include <sys/stat.h>
@@ -143,7 +144,9 @@ TEST_F(OpeningTest, AFileSystemThatIsKnownByNameOnlyIsNotSupported)
 TEST_F(OpeningTest, AnAllocationTableOfNoiseIsADamagedFileSystem)
 {
     std::string bytes = image.Folder().ReadFile("image");
-    bytes.replace(512, 4096, NoiseBytes(4096, 9));
+    const FatGeometry fat = FatImage(bytes).geometry;
+    for (unsigned copy = 0; copy < fat.tableCopies; ++copy)
+        bytes.replace(fat.tableOffset + copy * fat.tableBytes, 4096, NoiseBytes(4096, 9));
     image.Folder().WriteFile("image", bytes);
     EXPECT_EQ(StatusOf("none", ""), VolumeLibraryStatus::kFileSystemDamaged);
 }

@@ -1,4 +1,6 @@
 // A sector that cannot be read fails the reads that need it, and nothing else.
+#include "FatImage.h"
+#include "Listed.h"
 #include "OpenSource.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
@@ -123,21 +125,29 @@ TEST_F(ReadErrorsOfFat, ASectorOfAFolderFailsThatFolder)
     EXPECT_EQ(ReadWholeFile(*volume, u"/bad"), contents);
 }
 
-TEST_F(ReadErrorsOfFat, ASectorOfTheTableFailsTheFilesThatNeedIt)
+TEST_F(ReadErrorsOfFat, ASectorOfBothTablesEndsTheFilesThatNeedIt)
 {
     // Four bytes of the table for every cluster; "bad" has more of them than a sector holds.
     const TestImage wide{};
     const std::string large = NoiseBytes(300 * kSector, 7);
     ASSERT_TRUE(wide.MakeFat(40, "-F 32 -s 1 -R 32"));
     ASSERT_TRUE(wide.FillFat({{"a", "first"}, {"large", large}}));
-    constexpr size_t kTable = 32 * kSector;
-    const auto damaged = std::make_shared<SourceWithHole>(wide.Folder().ReadFile("image"),
-                                                          kTable + kSector, kTable + 2 * kSector);
+    const FatImage fat(wide.Folder().ReadFile("image"));
+    // From the second sector of the first table up to that of the second table.
+    const size_t begin = fat.geometry.tableOffset + kSector;
+    const auto damaged = std::make_shared<SourceWithHole>(
+        fat.bytes, begin, begin + fat.geometry.tableBytes + kSector);
     const auto volume = FatVolumeOf(damaged);
     ASSERT_TRUE(volume);
     EXPECT_EQ(SortedNames(*volume, u"/*"), (std::vector<std::u16string>{u"a", u"large"}));
     EXPECT_EQ(ReadWholeFile(*volume, u"/a"), "first");
-    EXPECT_FALSE(Opens(*volume, u"/large"));
+    // The last entry of the first sector leads to cluster 128.
+    const size_t known = 129 - fat.FirstClusterOf("LARGE      ");
+    const auto read = ReadToBreak(*volume, u"/large", kSector);
+    ASSERT_TRUE(read);
+    EXPECT_FALSE(read->isWhole);
+    EXPECT_TRUE(read->bytes == large.substr(0, known * kSector));
+    EXPECT_EQ(ObstacleOf(*volume, u"/large"), VolumeObstacle::kUnreadable);
 }
 
 class ReadErrorsOfNtfs : public ReadErrors {

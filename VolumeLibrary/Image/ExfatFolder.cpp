@@ -5,16 +5,20 @@
 #include "Little.h"
 #include "Wtf8.h"
 
+#include <algorithm>
+
 namespace vx {
 namespace {
 
 using Step = VolumeListing::Step;
 
-constexpr uint8_t kEnd = 0;
 constexpr uint8_t kFile = 0x85;
 constexpr uint8_t kStream = 0xC0;
 constexpr uint8_t kName = 0xC1;
 constexpr uint8_t kBelongsToFile = 0xC0;  // the two highest bits of what follows a file
+constexpr uint8_t kIsInUse = 0x80;
+constexpr uint8_t kMayBeUnknown = 0x20;
+constexpr size_t kMostEntries = 256;
 constexpr size_t kNameBytes = 30;
 constexpr uint8_t kHasNoChain = 0x02;
 constexpr uint16_t kAttributes = 0x37;
@@ -28,41 +32,56 @@ Step ExfatFolder::Next(FolderEntry *entry)
         const Step step = TakeSet();
         if (step != Step::kEntry)
             return step;
-        if (IsSetGood() && TakeFile(entry))
+        if (ShowSet(entry))
             return Step::kEntry;
     }
 }
 
-// A file and the entries that follow and belong to it.
+// A file and all entries that follow and could belong to it, up to a gap.
 Step ExfatFolder::TakeSet()
 {
     _set.clear();
     for (;;) {
-        if (!_hasNext) {
-            const FolderBytes::Step step = _bytes.Next(&_next);
-            if (step == FolderBytes::Step::kError)
-                return Step::kError;
-            if (step == FolderBytes::Step::kEnd || _next[0] == kEnd)
-                return _set.empty() ? Step::kEnd : Step::kEntry;
-        }
-        _hasNext = true;
-        const bool continues = !_set.empty() && (_next[0] & kBelongsToFile) == kBelongsToFile;
-        if (!_set.empty() && !continues)
+        const FolderBytes::Step step = _hasNext ? FolderBytes::Step::kEntry : _bytes.Next(&_next);
+        if (step == FolderBytes::Step::kError)
+            return Step::kError;
+        if (step == FolderBytes::Step::kEnd)
+            return _set.empty() ? Step::kEnd : Step::kEntry;
+        _hasNext = step == FolderBytes::Step::kEntry;
+        const bool belongs = _hasNext && (_next[0] & kBelongsToFile) == kBelongsToFile;
+        if (!_set.empty() && (!belongs || _set.size() == kMostEntries))
             return Step::kEntry;
-        _hasNext = false;
-        if (continues || _next[0] == kFile)
+        const bool begins = _hasNext && _next[0] == kFile;
+        if (begins)
+            _isSetBeyondEnd = _bytes.IsBeyondEnd();
+        if (begins || !_set.empty())
             _set.push_back(_next);
-        if (!_set.empty() && _set.size() == size_t{_set[0][1]} + 1)
-            return Step::kEntry;
+        else if (_hasNext)
+            TakeOther();
+        _hasNext = false;
     }
 }
 
-bool ExfatFolder::IsSetGood() const
+// An entry that begins no file and belongs to none: one of the volume's own, a deleted one, or a
+// sign of damage.
+void ExfatFolder::TakeOther()
 {
-    if (_set.size() < 3 || _set.size() != size_t{_set[0][1]} + 1 || _set[1][0] != kStream)
+    constexpr uint8_t kKnown[] = {0x81, 0x82, 0x83};  // allocation, upper case, label
+    const bool isInUse = (_next[0] & kIsInUse) != 0;
+    const bool isPart = (_next[0] & kBelongsToFile) == kBelongsToFile;
+    const bool isKnown = std::count(std::begin(kKnown), std::end(kKnown), _next[0]) != 0 ||
+                         (!isPart && (_next[0] & kMayBeUnknown) != 0);
+    if (isInUse && !isKnown)
+        _bytes.Damage().Lose();
+}
+
+bool ExfatFolder::FitsChecksum() const
+{
+    const size_t count = StatedEntries();
+    if (count < 3 || _set.size() < count || _set[1][0] != kStream)
         return false;
     uint16_t sum = 0;
-    for (size_t i = 0; i < _set.size(); ++i) {
+    for (size_t i = 0; i < count; ++i) {
         for (size_t at = 0; at < FolderBytes::kEntryBytes; ++at) {
             if (i != 0 || (at != 2 && at != 3))
                 sum = static_cast<uint16_t>((sum >> 1 | (sum & 1u) << 15) + _set[i][at]);
@@ -71,9 +90,30 @@ bool ExfatFolder::IsSetGood() const
     return sum == Little16(_set[0].data() + 2);
 }
 
+bool ExfatFolder::ShowSet(FolderEntry *entry)
+{
+    FolderDamage &damage = _bytes.Damage();
+    _isSetGood = FitsChecksum();
+    const bool hasMore = _isSetGood && _set.size() > StatedEntries();
+    if (_isSetGood)
+        _set.resize(StatedEntries());
+    const bool isShown = TakeFile(entry);
+    if (!isShown)
+        damage.Lose();
+    else if (!_isSetGood || _isSetBeyondEnd)
+        damage.Recover();
+    else
+        damage.Resume();
+    if (hasMore)  // they belong to a file of which the first entry is damaged
+        damage.Lose();
+    return isShown;
+}
+
 // False for an entry that is not shown.
 bool ExfatFolder::TakeFile(FolderEntry *entry) const
 {
+    if (_set.size() < 3 || _set[1][0] != kStream)
+        return false;
     const uint8_t *stream = _set[1].data();
     std::vector<uint8_t> units;
     for (size_t i = 2; i < _set.size() && _set[i][0] == kName; ++i)
@@ -86,10 +126,11 @@ bool ExfatFolder::TakeFile(FolderEntry *entry) const
     node.isFolder = (_set[0][4] & kVolumeAttributeDirectory) != 0;
     node.isContiguous = (stream[1] & kHasNoChain) != 0;
     node.firstCluster = Little32(stream + 20);
-    node.size = Little64(stream + 24);
+    node.isDoubtful = !_isSetGood;
+    node.size = std::min(Little64(stream + 24), FatNode::kMostBytes);
     node.written = Little64(stream + 8);
     entry->node = node.Pack();
-    return node.size <= FatNode::kMostBytes && IsEntryName(entry->name);
+    return IsEntryName(entry->name);
 }
 
 void ExfatFolder::Describe(VolumeFindData *record) const
@@ -97,7 +138,7 @@ void ExfatFolder::Describe(VolumeFindData *record) const
     const uint8_t *file = _set[0].data();
     const uint32_t attributes = Little16(file + 4) & kAttributes;
     const bool isFolder = (attributes & kVolumeAttributeDirectory) != 0;
-    const uint64_t size = isFolder ? 0 : Little64(_set[1].data() + 24);
+    const uint64_t size = isFolder ? 0 : std::min(Little64(_set[1].data() + 24), _mostBytes);
     record->attributes = attributes != 0 ? attributes : kAttributeNormal;
     record->creationTime = FileTimeFromExfat(Little32(file + 8), file[20], file[22]);
     record->lastWriteTime = FileTimeFromExfat(Little32(file + 12), file[21], file[23]);

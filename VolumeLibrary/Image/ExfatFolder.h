@@ -1,6 +1,12 @@
 // Reads a folder of exFAT: sets of entries, each a file, its stream and its name. Left out are
-// deleted sets and those whose check does not hold.
+// deleted sets.
+//
+// A set whose checksum does not hold is shown if its parts make a name and a place, and reported;
+// so is a set after an entry that says that none follows. Parts that belong to no set, and sets of
+// which nothing can be made, are reported as missing.
+// The size of a file is never shown as more than the volume holds.
 // The node is that of FatFolder.h.
+// Format: Microsoft, "exFAT file system specification".
 #pragma once
 
 #include "FileSystem.h"
@@ -10,20 +16,31 @@ namespace vx {
 
 class ExfatFolder final : public FolderReader {
 public:
-    explicit ExfatFolder(FolderBytes bytes) : _bytes(std::move(bytes)) {}
+    // mostBytes: what the volume holds.
+    ExfatFolder(FolderBytes bytes, uint64_t mostBytes)
+        : _bytes(std::move(bytes)), _mostBytes(mostBytes)
+    {
+    }
 
     VolumeListing::Step Next(FolderEntry *entry) override;
     void Describe(VolumeFindData *record) const override;
+    VolumeListingReport Report() const override { return _bytes.Damage().Report(); }
 
 private:
     VolumeListing::Step TakeSet();
-    bool IsSetGood() const;
+    void TakeOther();
+    bool FitsChecksum() const;
+    bool ShowSet(FolderEntry *entry);
     bool TakeFile(FolderEntry *entry) const;
+    size_t StatedEntries() const { return size_t{_set[0][1]} + 1; }
 
     FolderBytes _bytes;
+    const uint64_t _mostBytes;
     FolderBytes::Entry _next = {};
     bool _hasNext = false;  // _next was read and belongs to no set yet
     std::vector<FolderBytes::Entry> _set;
+    bool _isSetBeyondEnd = false;
+    bool _isSetGood = false;
 };
 
 }  // namespace vx

@@ -2,10 +2,13 @@
 
 #include "Little.h"
 
+#include <algorithm>
+#include <iterator>
+#include <map>
+
 namespace vx {
 namespace {
 
-constexpr uint32_t kFirstCluster = 2;
 // No file needs more; each takes 32 bytes of memory.
 constexpr size_t kMostRuns = size_t{1} << 19;
 
@@ -30,6 +33,24 @@ private:
     uint64_t _next = 1;
 };
 
+// Leaves each cluster of a chain once: the runs end where one comes that was there before.
+void CutAtFirstRepeat(std::vector<Extent> *runs)
+{
+    std::map<uint64_t, uint64_t> used;  // beginnings and ends on the volume, apart from each other
+    for (size_t i = 0; i < runs->size(); ++i) {
+        Extent &run = (*runs)[i];
+        auto next = used.upper_bound(run.offset);
+        if (next != used.begin() && std::prev(next)->second > run.offset)
+            --next;
+        if (next != used.end() && next->first < run.offset + run.length) {
+            run.length = std::max(next->first, run.offset) - run.offset;
+            runs->resize(run.length > 0 ? i + 1 : i);
+            return;
+        }
+        used.emplace(run.offset, run.offset + run.length);
+    }
+}
+
 uint32_t MaskOf(FatGeometry::Kind kind)
 {
     switch (kind) {
@@ -47,14 +68,84 @@ uint32_t MaskOf(FatGeometry::Kind kind)
 
 }  // namespace
 
+// One way along a chain.
+class FatChain::Walk {
+public:
+    Walk(const FatChain &chain, unsigned copy, uint32_t firstCluster)
+        : _chain(chain), _copy(copy), _cluster(firstCluster)
+    {
+    }
+
+    // Takes the cluster where it is and goes on to the next one; false where the chain breaks.
+    bool Take();
+    // Nothing can be said of a next cluster that cannot be read.
+    bool MayBeAtEnd() const { return !_cluster || _chain.IsEnd(*_cluster); }
+    bool IsAtEnd() const { return _cluster && _chain.IsEnd(*_cluster); }
+    uint64_t Bytes() const { return _bytes; }
+    bool Break(VolumeObstacle obstacle);
+    FatRuns Found();
+
+private:
+    bool IsOfAnotherChain(uint32_t cluster) const;
+    uint32_t After(uint32_t cluster) const;
+
+    const FatChain &_chain;
+    const unsigned _copy;
+    std::optional<uint32_t> _cluster;  // nothing if the table cannot be read there
+    uint32_t _previous = 0;
+    uint64_t _bytes = 0;
+    CircleCheck _circle;
+    FatRuns _found;
+};
+
+bool FatChain::Walk::Break(VolumeObstacle obstacle)
+{
+    _found.obstacle = obstacle;
+    return false;
+}
+
+// A chain that is whole cannot have gone in circles.
+FatRuns FatChain::Walk::Found()
+{
+    if (_found.obstacle != VolumeObstacle::kNone)
+        CutAtFirstRepeat(&_found.runs);
+    return std::move(_found);
+}
+
+bool FatChain::Walk::Take()
+{
+    if (!_cluster)
+        return Break(VolumeObstacle::kUnreadable);
+    if (!_chain.IsOnVolume(*_cluster) || IsOfAnotherChain(*_cluster) ||
+        _circle.HasComeBackTo(*_cluster))
+        return Break(VolumeObstacle::kDamaged);
+    if (_found.runs.size() == kMostRuns)
+        return Break(VolumeObstacle::kOutOfMemory);
+    AppendExtent(_chain.ExtentOf(*_cluster, _bytes), &_found.runs);
+    _bytes += _chain._geometry.clusterBytes;
+    _previous = *_cluster;
+    _cluster = _chain.NextOf(*_cluster, _copy);
+    return true;
+}
+
+// Of two clusters that lead to one the cluster right in front of it has it. exFAT leaves entries of
+// deleted files as they are, so there this cannot be told.
+bool FatChain::Walk::IsOfAnotherChain(uint32_t cluster) const
+{
+    const bool isJump = _bytes > 0 && cluster != _previous + 1;
+    if (!isJump || _chain._geometry.kind == FatGeometry::Kind::kExfat)
+        return false;
+    return After(cluster - 1) == cluster;
+}
+
+uint32_t FatChain::Walk::After(uint32_t cluster) const
+{
+    return _chain.IsOnVolume(cluster) ? _chain.NextOf(cluster, _copy).value_or(0) : 0;
+}
+
 FatChain::FatChain(const CachedSource &tables, const FatGeometry &geometry)
     : _tables(tables), _geometry(geometry)
 {
-}
-
-bool FatChain::IsOnVolume(uint32_t cluster) const
-{
-    return cluster >= kFirstCluster && cluster <= _geometry.lastCluster;
 }
 
 bool FatChain::IsEnd(uint32_t entry) const
@@ -65,80 +156,108 @@ bool FatChain::IsEnd(uint32_t entry) const
 
 Extent FatChain::ExtentOf(uint32_t cluster, uint64_t position) const
 {
-    const uint64_t index = cluster - kFirstCluster;
+    const uint64_t index = cluster - FatGeometry::kFirstCluster;
     return {position, _geometry.clusterBytes,
             _geometry.clustersOffset + index * _geometry.clusterBytes, Extent::Kind::kStored};
 }
 
-std::optional<uint32_t> FatChain::EntryOf(uint32_t cluster) const
+std::optional<uint32_t> FatChain::EntryOf(uint32_t cluster, unsigned copy) const
 {
     uint8_t bytes[4] = {};
     const FatGeometry::Kind kind = _geometry.kind;
     const bool is12 = kind == FatGeometry::Kind::k12;
     const bool isShort = is12 || kind == FatGeometry::Kind::k16;
+    const uint64_t table = _geometry.tableOffset + copy * _geometry.tableBytes;
     const uint64_t offset = is12 ? cluster + cluster / 2 : uint64_t{cluster} * (isShort ? 2 : 4);
-    if (_tables.readAt(_geometry.tableOffset + offset, bytes, isShort ? 2 : 4))
+    if (_tables.readAt(table + offset, bytes, isShort ? 2 : 4))
         return std::nullopt;
     if (is12)
         return cluster % 2 == 0 ? Little16(bytes) & 0xFFFu : Little16(bytes) >> 4u;
     return Little32(bytes) & MaskOf(kind);
 }
 
-std::optional<std::vector<Extent>> FatChain::Follow(uint32_t firstCluster, uint64_t size) const
+// What follows the cluster according to this copy of the table, or to another one if this one
+// cannot be read or makes no sense there.
+std::optional<uint32_t> FatChain::NextOf(uint32_t cluster, unsigned copy) const
 {
-    std::vector<Extent> runs;
-    if (size / _geometry.clusterBytes > _geometry.lastCluster)
-        return std::nullopt;
-    CircleCheck circle;
-    uint32_t cluster = firstCluster;
-    for (uint64_t position = 0; position < size; position += _geometry.clusterBytes) {
-        if (!IsOnVolume(cluster) || circle.HasComeBackTo(cluster) || runs.size() == kMostRuns)
-            return std::nullopt;
-        AppendExtent(ExtentOf(cluster, position), &runs);
-        if (size - position <= _geometry.clusterBytes)
+    std::optional<uint32_t> found;
+    for (unsigned i = 0; i < _geometry.tableCopies; ++i) {
+        const auto entry = EntryOf(cluster, (copy + i) % _geometry.tableCopies);
+        if (entry && (IsOnVolume(*entry) || IsEnd(*entry)))
+            return entry;
+        if (!found)
+            found = entry;
+    }
+    return found;
+}
+
+template <typename Following>
+FatRuns FatChain::BestOfCopies(Following following) const
+{
+    FatRuns best = following(0);
+    for (unsigned copy = 1; copy < _geometry.tableCopies; ++copy) {
+        if (best.obstacle == VolumeObstacle::kNone)
             break;
-        const auto next = EntryOf(cluster);
-        if (!next)
-            return std::nullopt;
-        cluster = *next;
+        FatRuns other = following(copy);
+        if (other.obstacle == VolumeObstacle::kNone || other.Bytes() > best.Bytes())
+            best = std::move(other);
     }
-    return runs;
+    return best;
 }
 
-std::optional<std::vector<Extent>> FatChain::FollowToEnd(uint32_t firstCluster, uint64_t most) const
+FatRuns FatChain::Follow(uint32_t firstCluster, uint64_t size) const
 {
-    std::vector<Extent> runs;
-    uint32_t cluster = firstCluster;
-    for (uint64_t position = 0; !IsEnd(cluster); position += _geometry.clusterBytes) {
-        if (!IsOnVolume(cluster) || position >= most)
-            return std::nullopt;
-        AppendExtent(ExtentOf(cluster, position), &runs);
-        const auto next = EntryOf(cluster);
-        if (!next)
-            return std::nullopt;
-        cluster = *next;
-    }
-    return runs;
+    if (size == 0 && (firstCluster == 0 || _geometry.kind == FatGeometry::Kind::kExfat))
+        return {};
+    return BestOfCopies([&](unsigned copy) { return FollowIn(copy, firstCluster, size); });
 }
 
-std::optional<std::vector<Extent>> FatChain::Contiguous(uint32_t firstCluster, uint64_t size) const
+FatRuns FatChain::FollowIn(unsigned copy, uint32_t firstCluster, uint64_t size) const
 {
-    std::vector<Extent> runs;
+    Walk walk(*this, copy, firstCluster);
+    while (walk.Bytes() < size) {
+        if (!walk.Take())
+            return walk.Found();
+    }
+    if (!walk.MayBeAtEnd())
+        walk.Break(VolumeObstacle::kDamaged);
+    return walk.Found();
+}
+
+FatRuns FatChain::FollowToEnd(uint32_t firstCluster, uint64_t most) const
+{
+    return BestOfCopies([&](unsigned copy) { return FollowToEndIn(copy, firstCluster, most); });
+}
+
+FatRuns FatChain::FollowToEndIn(unsigned copy, uint32_t firstCluster, uint64_t most) const
+{
+    Walk walk(*this, copy, firstCluster);
+    while (walk.Take() && !walk.IsAtEnd()) {
+        if (walk.Bytes() >= most) {
+            walk.Break(VolumeObstacle::kDamaged);
+            break;
+        }
+    }
+    return walk.Found();
+}
+
+FatRuns FatChain::Contiguous(uint32_t firstCluster, uint64_t size) const
+{
     if (size == 0)
-        return runs;
-    const uint64_t clusters = (size - 1) / _geometry.clusterBytes + 1;
-    if (!IsOnVolume(firstCluster) || clusters > _geometry.lastCluster - firstCluster + 1)
-        return std::nullopt;
+        return {};
+    if (!IsOnVolume(firstCluster))
+        return {{}, VolumeObstacle::kDamaged};
+    const uint64_t wanted = (size - 1) / _geometry.clusterBytes + 1;
+    const uint64_t there = _geometry.lastCluster - firstCluster + 1;
     Extent run = ExtentOf(firstCluster, 0);
-    run.length = clusters * _geometry.clusterBytes;
-    runs.push_back(run);
-    return runs;
+    run.length = std::min(wanted, there) * _geometry.clusterBytes;
+    return {{run}, wanted > there ? VolumeObstacle::kDamaged : VolumeObstacle::kNone};
 }
 
-bool FatChain::IsTableGood(uint8_t media) const
+bool FatChain::IsTableGood(unsigned copy) const
 {
-    const auto first = EntryOf(0);
-    return first && (*first & 0xFF) == media && (*first | 0xFF) == MaskOf(_geometry.kind);
+    const auto first = EntryOf(0, copy);
+    return first && (*first & 0xFF) == _geometry.media && (*first | 0xFF) == MaskOf(_geometry.kind);
 }
 
 }  // namespace vx

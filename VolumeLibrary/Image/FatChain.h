@@ -1,35 +1,57 @@
 // The clusters of a FAT or exFAT volume: where they lie, and which follows which.
 //
+// A chain is followed as far as it makes sense: up to an entry that is free, bad, off the volume or
+// unreadable, to a cluster that the chain has had before, or to one in the middle of another chain.
+// Where a table has copies, one that is better takes the place of an entry that is not, and of a
+// whole chain.
 // Threads: any number at a time. Units: sectors and clusters as named, otherwise bytes.
+// Format: Microsoft, "FAT32 File System Specification" and "exFAT file system specification".
 #pragma once
 
 #include "CachedSource.h"
 #include "ExtentFile.h"
 #include "FatGeometry.h"
+#include "VolumeReport.h"
 
 #include <optional>
 
 namespace vx {
+
+// Where a file or folder lies, as far as that can be told.
+struct FatRuns {
+    std::vector<Extent> runs;
+    // Not kNone: the runs end too early, or the chain does not end where the size does.
+    VolumeObstacle obstacle = VolumeObstacle::kNone;
+
+    uint64_t Bytes() const { return runs.empty() ? 0 : runs.back().position + runs.back().length; }
+};
 
 class FatChain {
 public:
     // tables must outlive the object.
     FatChain(const CachedSource &tables, const FatGeometry &geometry);
 
-    // The runs of a file. size: bytes; what lies behind is not looked at. Nothing if the chain
-    // ends before, leads off the volume, goes in circles or consists of too many runs.
-    std::optional<std::vector<Extent>> Follow(uint32_t firstCluster, uint64_t size) const;
+    // The runs of a file. size: bytes.
+    FatRuns Follow(uint32_t firstCluster, uint64_t size) const;
     // The same for a folder, which only its chain tells the size of; at most most bytes.
-    std::optional<std::vector<Extent>> FollowToEnd(uint32_t firstCluster, uint64_t most) const;
+    FatRuns FollowToEnd(uint32_t firstCluster, uint64_t most) const;
     // The runs of a file whose clusters follow each other without a chain.
-    std::optional<std::vector<Extent>> Contiguous(uint32_t firstCluster, uint64_t size) const;
+    FatRuns Contiguous(uint32_t firstCluster, uint64_t size) const;
 
-    // Whether the first entry of the table is what every volume has there.
-    bool IsTableGood(uint8_t media) const;
+    // Whether the first entry of a copy of the table is what every volume has there.
+    bool IsTableGood(unsigned copy) const;
 
 private:
-    std::optional<uint32_t> EntryOf(uint32_t cluster) const;
-    bool IsOnVolume(uint32_t cluster) const;
+    class Walk;
+
+    FatRuns FollowIn(unsigned copy, uint32_t firstCluster, uint64_t size) const;
+    FatRuns FollowToEndIn(unsigned copy, uint32_t firstCluster, uint64_t most) const;
+    template <typename Following>
+    FatRuns BestOfCopies(Following following) const;
+
+    std::optional<uint32_t> EntryOf(uint32_t cluster, unsigned copy) const;
+    std::optional<uint32_t> NextOf(uint32_t cluster, unsigned copy) const;
+    bool IsOnVolume(uint32_t cluster) const { return _geometry.IsOnVolume(cluster); }
     bool IsEnd(uint32_t entry) const;
     Extent ExtentOf(uint32_t cluster, uint64_t position) const;
 

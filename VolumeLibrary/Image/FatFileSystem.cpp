@@ -10,17 +10,6 @@ namespace {
 // The largest folders that the formats allow.
 constexpr uint64_t kLargestFatFolder = uint64_t{2} << 20;
 constexpr uint64_t kLargestExfatFolder = uint64_t{256} << 20;
-constexpr size_t kMediaAt = 21;
-constexpr uint8_t kExfatMedia = 0xF8;
-
-bool HasGoodTable(const bitlocker::ByteSource &volume, const FatGeometry &geometry,
-                  const FatChain &chain)
-{
-    uint8_t media = kExfatMedia;
-    if (geometry.kind != FatGeometry::Kind::kExfat && volume.readAt(kMediaAt, &media, 1))
-        return false;
-    return chain.IsTableGood(media);
-}
 
 }  // namespace
 
@@ -31,15 +20,38 @@ FatFileSystem::FatFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume
 }
 
 OpenError FatFileSystem::Open(const std::shared_ptr<const bitlocker::ByteSource> &volume,
+                              std::vector<std::string> *notes,
                               std::unique_ptr<FileSystem> *fileSystem)
 {
+    uint8_t sector[512];
+    if (volume->readAt(0, sector, sizeof sector))
+        return {VolumeLibraryStatus::kFileSystemDamaged, "its first sector cannot be read"};
     FatGeometry geometry;
-    if (OpenError error = ReadFatGeometry(*volume, &geometry))
-        return error;
+    if (!TakeFatGeometry(sector, &geometry))
+        return {VolumeLibraryStatus::kFileSystemDamaged, "its first sector makes no sense"};
     std::unique_ptr<FatFileSystem> opened(new FatFileSystem(volume, geometry));
-    if (!HasGoodTable(*volume, geometry, opened->_chain))
-        return {VolumeLibraryStatus::kFileSystemDamaged, "its allocation table is damaged"};
+    std::vector<std::string> found;
+    if (OpenError error = opened->CheckTable(&found))
+        return error;
+    notes->insert(notes->end(), found.begin(), found.end());
     *fileSystem = std::move(opened);
+    return {};
+}
+
+// That of exFAT is not needed for most files, and nothing else would be taken for exFAT.
+OpenError FatFileSystem::CheckTable(std::vector<std::string> *notes) const
+{
+    if (_chain.IsTableGood(0))
+        return {};
+    for (unsigned copy = 1; copy < _geometry.tableCopies; ++copy) {
+        if (_chain.IsTableGood(copy)) {
+            notes->emplace_back("its first allocation table is damaged; the copy of it is used");
+            return {};
+        }
+    }
+    if (_geometry.kind != FatGeometry::Kind::kExfat)
+        return {VolumeLibraryStatus::kFileSystemDamaged, "its allocation table is damaged"};
+    notes->emplace_back("its allocation table is damaged; files in pieces may be incomplete");
     return {};
 }
 
@@ -57,20 +69,39 @@ bool FatFileSystem::IsRoot(const Node &folder) const
     return folder.place == root.place && folder.size == root.size;
 }
 
-std::optional<std::vector<Extent>> FatFileSystem::RunsOfFolder(const Node &folder) const
+uint64_t FatFileSystem::SizeOf(const FatNode &file) const
+{
+    return std::min(file.size, _geometry.MostBytes());
+}
+
+FatRuns FatFileSystem::RunsOfFile(const FatNode &file) const
+{
+    FatRuns found = file.isContiguous ? _chain.Contiguous(file.firstCluster, SizeOf(file))
+                                      : _chain.Follow(file.firstCluster, SizeOf(file));
+    if (file.size > SizeOf(file))
+        found.obstacle = VolumeObstacle::kDamaged;
+    return found;
+}
+
+FatRuns FatFileSystem::RunsOfFolder(const Node &folder) const
 {
     const FatNode node = FatNode::Unpack(folder);
     const bool isExfat = _geometry.kind == FatGeometry::Kind::kExfat;
     if (IsRoot(folder) && _geometry.rootCluster == 0)
-        return std::vector<Extent>{
-            {0, _geometry.rootBytes, _geometry.rootOffset, Extent::Kind::kStored}};
+        return {{{0, _geometry.rootBytes, _geometry.rootOffset, Extent::Kind::kStored}}};
+    FatRuns found;
     if (!isExfat || IsRoot(folder))
-        return _chain.FollowToEnd(node.firstCluster,
-                                  isExfat ? kLargestExfatFolder : kLargestFatFolder);
-    if (node.size > kLargestExfatFolder)
-        return std::nullopt;
-    return node.isContiguous ? _chain.Contiguous(node.firstCluster, node.size)
-                             : _chain.Follow(node.firstCluster, node.size);
+        found = _chain.FollowToEnd(node.firstCluster,
+                                   isExfat ? kLargestExfatFolder : kLargestFatFolder);
+    else if (node.size <= kLargestExfatFolder)
+        found = RunsOfFile(node);
+    else
+        return {{}, VolumeObstacle::kDamaged};
+    if (found.runs.size() > kMostRunsOfTables) {
+        found.runs.resize(kMostRunsOfTables);
+        found.obstacle = VolumeObstacle::kOutOfMemory;
+    }
+    return found;
 }
 
 bool FatFileSystem::Claim(const Way &way, const std::vector<Extent> &runs) const
@@ -94,13 +125,14 @@ std::unique_ptr<FolderReader> FatFileSystem::OpenFolder(const Node &folder, cons
 {
     if (!FatNode::Unpack(folder).isFolder)
         return nullptr;
-    auto runs = RunsOfFolder(folder);
-    if (!runs || runs->size() > kMostRunsOfTables || !Claim(way, *runs))
+    FatRuns found = RunsOfFolder(folder);
+    const bool isLost = found.runs.empty() && found.obstacle != VolumeObstacle::kNone;
+    if (isLost || !Claim(way, found.runs))
         return nullptr;
-    FolderBytes bytes(_tables, std::move(*runs));
+    FolderBytes bytes(_tables, std::move(found));
     if (_geometry.kind == FatGeometry::Kind::kExfat)
-        return std::make_unique<ExfatFolder>(std::move(bytes));
-    return std::make_unique<FatFolder>(std::move(bytes));
+        return std::make_unique<ExfatFolder>(std::move(bytes), _geometry.MostBytes());
+    return std::make_unique<FatFolder>(std::move(bytes), _geometry, IsRoot(folder));
 }
 
 std::unique_ptr<VolumeFile> FatFileSystem::OpenFile(const Node &file) const
@@ -108,12 +140,20 @@ std::unique_ptr<VolumeFile> FatFileSystem::OpenFile(const Node &file) const
     const FatNode node = FatNode::Unpack(file);
     if (node.isFolder)
         return nullptr;
-    auto runs = node.isContiguous ? _chain.Contiguous(node.firstCluster, node.size)
-                                  : _chain.Follow(node.firstCluster, node.size);
-    if (!runs)
+    FatRuns found = RunsOfFile(node);
+    const uint64_t size = SizeOf(node);
+    if (found.runs.empty() && size > 0)
         return nullptr;
     return std::make_unique<ExtentFile>(
-        _volume, FileExtents{node.size, std::min(node.written, node.size), std::move(*runs)});
+        _volume, FileExtents{size, std::min(node.written, size), std::move(found.runs)});
+}
+
+void FatFileSystem::Describe(const Node &node, VolumeEntryReport *report) const
+{
+    const FatNode unpacked = FatNode::Unpack(node);
+    report->obstacle = (unpacked.isFolder ? RunsOfFolder(node) : RunsOfFile(unpacked)).obstacle;
+    if (report->obstacle == VolumeObstacle::kNone && unpacked.isDoubtful)
+        report->obstacle = VolumeObstacle::kDamaged;
 }
 
 }  // namespace vx

@@ -1,7 +1,8 @@
 // FAT12, FAT16, FAT32 and exFAT, for reading.
 //
 // FatGeometry tells which of them a volume is; folders and files are read by FatFolder,
-// ExfatFolder and FatChain.
+// ExfatFolder and FatChain. What lies on a broken chain of clusters opens and lists as far as the
+// chain goes; the rest of a file lies in no run and cannot be read.
 // Threads: any number at a time; unchanging but for what CachedSource and FatFolderOwners keep.
 #pragma once
 
@@ -11,22 +12,29 @@
 #include "FileSystem.h"
 #include "OpenError.h"
 
+#include <string>
+#include <vector>
+
 namespace vx {
 
 class FatFileSystem final : public FileSystem {
 public:
-    // Errors: kFileSystemDamaged.
+    // notes: receives what is damaged and could be done without. Errors: kFileSystemDamaged.
     static OpenError Open(const std::shared_ptr<const bitlocker::ByteSource> &volume,
-                          std::unique_ptr<FileSystem> *fileSystem);
+                          std::vector<std::string> *notes, std::unique_ptr<FileSystem> *fileSystem);
 
     Node Root() const override;
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;
     std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
+    void Describe(const Node &node, VolumeEntryReport *report) const override;
 
 private:
     FatFileSystem(std::shared_ptr<const bitlocker::ByteSource> volume, const FatGeometry &geometry);
     bool IsRoot(const Node &folder) const;
-    std::optional<std::vector<Extent>> RunsOfFolder(const Node &folder) const;
+    OpenError CheckTable(std::vector<std::string> *notes) const;
+    uint64_t SizeOf(const FatNode &file) const;
+    FatRuns RunsOfFile(const FatNode &file) const;
+    FatRuns RunsOfFolder(const Node &folder) const;
     bool Claim(const Way &way, const std::vector<Extent> &runs) const;
 
     const std::shared_ptr<const bitlocker::ByteSource> _volume;

@@ -1,10 +1,12 @@
 #include "FatFolder.h"
 
+#include "FatEntryCheck.h"
 #include "FatTime.h"
 #include "Little.h"
 #include "Utf8.h"
 #include "Wtf8.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -13,7 +15,6 @@ namespace {
 
 using Step = VolumeListing::Step;
 
-constexpr uint8_t kEnd = 0;
 constexpr uint8_t kDeleted = 0xE5;
 constexpr uint8_t kStandsForE5 = 0x05;
 constexpr uint8_t kVolumeLabel = 0x08;
@@ -30,6 +31,7 @@ constexpr uint32_t kAttributeNormal = 0x80;
 
 constexpr uint64_t kFolderBit = uint64_t{1} << 63;
 constexpr uint64_t kContiguousBit = uint64_t{1} << 62;
+constexpr uint64_t kDoubtfulBit = uint64_t{1} << 61;
 
 uint8_t CheckOf(const uint8_t *shortName)
 {
@@ -91,6 +93,12 @@ std::string ShortName(const FolderBytes::Entry &entry)
     return ending.empty() ? name : name + '.' + ending;
 }
 
+bool IsDots(const FolderBytes::Entry &entry)
+{
+    return std::memcmp(entry.data(), ".          ", kShortBytes) == 0 ||
+           std::memcmp(entry.data(), "..         ", kShortBytes) == 0;
+}
+
 // The units before the zero that ends a name which does not fill its last part.
 bitlocker::ByteView UnitsOf(const std::vector<uint8_t> &units)
 {
@@ -104,7 +112,9 @@ bitlocker::ByteView UnitsOf(const std::vector<uint8_t> &units)
 
 Node FatNode::Pack() const
 {
-    return {firstCluster, size | (isFolder ? kFolderBit : 0) | (isContiguous ? kContiguousBit : 0),
+    return {firstCluster,
+            size | (isFolder ? kFolderBit : 0) | (isContiguous ? kContiguousBit : 0) |
+                (isDoubtful ? kDoubtfulBit : 0),
             written};
 }
 
@@ -112,21 +122,28 @@ FatNode FatNode::Unpack(const Node &node)
 {
     FatNode unpacked;
     unpacked.firstCluster = static_cast<uint32_t>(node.place);
-    unpacked.size = node.size & ~(kFolderBit | kContiguousBit);
+    unpacked.size = node.size & ~(kFolderBit | kContiguousBit | kDoubtfulBit);
     unpacked.written = node.written;
     unpacked.isFolder = (node.size & kFolderBit) != 0;
     unpacked.isContiguous = (node.size & kContiguousBit) != 0;
+    unpacked.isDoubtful = (node.size & kDoubtfulBit) != 0;
     return unpacked;
 }
 
 Step FatFolder::Next(FolderEntry *entry)
 {
     for (;;) {
-        const FolderBytes::Step step = _bytes.Next(&_entry);
-        if (step == FolderBytes::Step::kError)
+        switch (NextEntry()) {
+        case FolderBytes::Step::kError:
             return Step::kError;
-        if (step == FolderBytes::Step::kEnd || _entry[0] == kEnd)
+        case FolderBytes::Step::kEnd:
             return Step::kEnd;
+        case FolderBytes::Step::kGap:
+            TakeGap();
+            continue;
+        case FolderBytes::Step::kEntry:
+            break;
+        }
         if (_entry[0] == kDeleted) {
             _longName.reset();
         } else if ((_entry[11] & kAttributes) == kLongNamePart) {
@@ -138,6 +155,26 @@ Step FatFolder::Next(FolderEntry *entry)
                 return Step::kEntry;
         }
     }
+}
+
+// All folders but the root begin with "."; one that seems empty has lost what it held.
+FolderBytes::Step FatFolder::NextEntry()
+{
+    const FolderBytes::Step step = _bytes.Next(&_entry);
+    if (!_isRoot && !_hasBegun && _bytes.IsBeyondEnd())
+        _bytes.Damage().Note(VolumeObstacle::kDamaged);
+    _hasBegun = true;
+    return step;
+}
+
+// The entry that a long name has come for lies in the gap, unless so much of the name is to follow
+// that it fills the gap.
+void FatFolder::TakeGap()
+{
+    constexpr unsigned kEntriesOfGap = FolderBytes::kSectorBytes / FolderBytes::kEntryBytes;
+    if (_longName && _longName->next < kEntriesOfGap)
+        _bytes.Damage().Lose();
+    _longName.reset();
 }
 
 void FatFolder::TakeNamePart()
@@ -165,19 +202,61 @@ void FatFolder::TakeNamePart()
 // False for an entry that is not shown.
 bool FatFolder::TakeFile(FolderEntry *entry)
 {
-    if ((_entry[11] & kVolumeLabel) != 0)
+    if ((_entry[11] & kVolumeLabel) != 0) {
+        TakeLabel();
         return false;
-    const bool hasLongName =
-        _longName && _longName->next == 0 && _longName->check == CheckOf(_entry.data());
-    entry->name = hasLongName ? Wtf8FromUtf16(UnitsOf(_longName->units)) : ShortName(_entry);
+    }
+    if (IsDots(_entry) || !IsPlausible())
+        return false;
+    entry->name = NameOfEntry();
     FatNode node;
     node.isFolder = (_entry[11] & kVolumeAttributeDirectory) != 0;
-    node.firstCluster =
-        Little16(_entry.data() + 26) | static_cast<uint32_t>(Little16(_entry.data() + 20)) << 16;
+    node.firstCluster = FirstClusterOf(_entry, _geometry.kind);
     node.size = node.isFolder ? 0 : Little32(_entry.data() + 28);
     node.written = node.size;
     entry->node = node.Pack();
-    return IsEntryName(entry->name);
+    if (!IsEntryName(entry->name)) {
+        _bytes.Damage().Lose();
+        return false;
+    }
+    return true;
+}
+
+// A label has no size: this is a file of which the attributes are damaged.
+void FatFolder::TakeLabel()
+{
+    if (Little32(_entry.data() + 28) != 0 && !_bytes.IsBeyondEnd())
+        _bytes.Damage().Lose();
+}
+
+// One odd field is no reason to leave out a file, but amid damage it is. What lies beyond the end
+// of a folder and is none is left from an earlier use.
+bool FatFolder::IsPlausible()
+{
+    FolderDamage &damage = _bytes.Damage();
+    const bool isBeyondEnd = _bytes.IsBeyondEnd();
+    const int oddities = HasControlsInName(_entry) ? 2 : OdditiesOf(_entry, _geometry);
+    const int allowed = isBeyondEnd || damage.IsLosing() ? 0 : 1;
+    if (oddities > allowed) {
+        if (!isBeyondEnd)
+            damage.Lose();
+        return false;
+    }
+    if (isBeyondEnd)
+        damage.Recover();
+    else
+        damage.Resume();
+    return true;
+}
+
+std::string FatFolder::NameOfEntry() const
+{
+    if (_longName && _longName->next == 0 && _longName->check == CheckOf(_entry.data())) {
+        std::string name = Wtf8FromUtf16(UnitsOf(_longName->units));
+        if (IsEntryName(name))
+            return name;
+    }
+    return ShortName(_entry);
 }
 
 void FatFolder::Describe(VolumeFindData *record) const
@@ -190,7 +269,10 @@ void FatFolder::Describe(VolumeFindData *record) const
     record->lastAccessTime = FileTimeFromFat(Little16(at + 18), 0, 0);
     record->lastWriteTime = FileTimeFromFat(Little16(at + 24), Little16(at + 22), 0);
     record->sizeHigh = 0;
-    record->sizeLow = isFolder ? 0 : Little32(at + 28);
+    record->sizeLow =
+        isFolder
+            ? 0
+            : static_cast<uint32_t>(std::min<uint64_t>(Little32(at + 28), _geometry.MostBytes()));
     record->reserved = 0;
 }
 

@@ -1,8 +1,10 @@
 // Reads a folder of FAT12, FAT16 or FAT32. Left out are deleted entries, volume labels, "." and
-// "..". An entry without a long name is shown by its short one, in small letters where the disk
-// says so.
+// "..". An entry without a whole long name is shown by its short one, in small letters where the
+// disk says so.
 //
-// A node's place is the first cluster; its size holds two flags in the highest bits.
+// What is no entry by all that can be told of it is left out and reported, as damage is that lies
+// around it (FolderBytes.h). The size of a file is never shown as more than the volume holds.
+// A node's place is the first cluster; its size holds three flags in the highest bits.
 #pragma once
 
 #include "FileSystem.h"
@@ -19,6 +21,7 @@ struct FatNode {
     uint64_t written = 0;  // what follows reads as zeros
     bool isFolder = false;
     bool isContiguous = false;  // exFAT: there is no chain
+    bool isDoubtful = false;    // exFAT: its entries do not fit their checksum
 
     static constexpr uint64_t kMostBytes = uint64_t{1} << 60;
 
@@ -28,10 +31,15 @@ struct FatNode {
 
 class FatFolder final : public FolderReader {
 public:
-    explicit FatFolder(FolderBytes bytes) : _bytes(std::move(bytes)) {}
+    // geometry must outlive the object.
+    FatFolder(FolderBytes bytes, const FatGeometry &geometry, bool isRoot)
+        : _bytes(std::move(bytes)), _geometry(geometry), _isRoot(isRoot)
+    {
+    }
 
     VolumeListing::Step Next(FolderEntry *entry) override;
     void Describe(VolumeFindData *record) const override;
+    VolumeListingReport Report() const override { return _bytes.Damage().Report(); }
 
 private:
     // The parts of a long name, which come in front of the entry, the last part first.
@@ -41,10 +49,18 @@ private:
         unsigned next;  // the number of the part that is to follow; 0: it is whole
     };
 
+    FolderBytes::Step NextEntry();
+    void TakeGap();
     void TakeNamePart();
     bool TakeFile(FolderEntry *entry);
+    void TakeLabel();
+    bool IsPlausible();
+    std::string NameOfEntry() const;
 
     FolderBytes _bytes;
+    const FatGeometry &_geometry;
+    const bool _isRoot;
+    bool _hasBegun = false;
     FolderBytes::Entry _entry = {};
     std::optional<LongName> _longName;
 };

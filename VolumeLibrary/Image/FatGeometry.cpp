@@ -10,15 +10,10 @@ namespace {
 
 using Kind = FatGeometry::Kind;
 
-constexpr uint32_t kFirstCluster = 2;
 constexpr uint64_t kMostClusters = 0xFFFFFFF4;
 constexpr uint64_t kLargestCluster = uint64_t{32} << 20;
 constexpr uint32_t kEntryBytes = 32;
-
-OpenError Damaged(const char *what)
-{
-    return {VolumeLibraryStatus::kFileSystemDamaged, what};
-}
+constexpr uint8_t kExfatMedia = 0xF8;
 
 // Only FAT32 leaves the small field for the size of its table empty; of the other two, FAT12 is
 // the one with so few clusters.
@@ -28,6 +23,13 @@ Kind KindOfFat(const uint8_t *sector, uint64_t clusters)
     if (Little16(sector + 22) == 0)
         return Kind::k32;
     return clusters < kFewestOfFat16 ? Kind::k12 : Kind::k16;
+}
+
+// FAT32 may keep one copy of its table only up to date, exFAT does so.
+void ChooseTable(uint64_t active, FatGeometry *geometry)
+{
+    geometry->tableOffset += active * geometry->tableBytes;
+    geometry->tableCopies = 1;
 }
 
 bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
@@ -41,7 +43,8 @@ bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
         Little16(sector + 19) != 0 ? Little16(sector + 19) : Little32(sector + 32);
     const uint64_t tableSectors =
         Little16(sector + 22) != 0 ? Little16(sector + 22) : Little32(sector + 36);
-    if (!IsPowerOfTwo(sectorBytes) || !IsPowerOfTwo(clusterSectors) || sectorBytes < 512)
+    if (!IsPowerOfTwo(sectorBytes) || !IsPowerOfTwo(clusterSectors) || sectorBytes < 512 ||
+        tables == 0)
         return false;
     const uint64_t rootSector = reserved + tables * tableSectors;
     const uint64_t firstSector = rootSector + (rootBytes + sectorBytes - 1) / sectorBytes;
@@ -50,12 +53,20 @@ bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
     geometry->clusterBytes = static_cast<uint32_t>(clusterSectors * sectorBytes);
     geometry->tableOffset = reserved * sectorBytes;
     geometry->tableBytes = tableSectors * sectorBytes;
+    geometry->tableCopies = static_cast<unsigned>(tables);
+    geometry->media = sector[21];
     geometry->clustersOffset = firstSector * sectorBytes;
     geometry->clusters = (sectors - firstSector) / clusterSectors;
     geometry->rootOffset = rootSector * sectorBytes;
     geometry->rootBytes = static_cast<uint32_t>(rootBytes);
     geometry->kind = KindOfFat(sector, geometry->clusters);
-    geometry->rootCluster = geometry->kind == Kind::k32 ? Little32(sector + 44) : 0;
+    if (geometry->kind != Kind::k32)
+        return true;
+    constexpr unsigned kIsNotMirrored = 0x80;
+    const unsigned flags = Little16(sector + 40);
+    geometry->rootCluster = Little32(sector + 44);
+    if ((flags & kIsNotMirrored) != 0 && (flags & 0xF) < tables)
+        ChooseTable(flags & 0xF, geometry);
     return true;
 }
 
@@ -72,6 +83,9 @@ bool TakeExfat(const uint8_t *sector, FatGeometry *geometry)
     geometry->clustersOffset = uint64_t{Little32(sector + 88)} << sectorShift;
     geometry->clusters = Little32(sector + 92);
     geometry->rootCluster = Little32(sector + 96);
+    geometry->media = kExfatMedia;
+    const bool isSecondActive = sector[110] == 2 && (sector[106] & 1) != 0;
+    ChooseTable(isSecondActive ? 1 : 0, geometry);
     return true;
 }
 
@@ -97,22 +111,20 @@ uint64_t ClustersOfTable(const FatGeometry &geometry)
 
 }  // namespace
 
-OpenError ReadFatGeometry(const bitlocker::ByteSource &volume, FatGeometry *geometry)
+bool TakeFatGeometry(const uint8_t *sector, FatGeometry *geometry)
 {
-    uint8_t sector[512];
-    if (volume.readAt(0, sector, sizeof sector))
-        return Damaged("its first sector cannot be read");
+    *geometry = {};
     const bool isExfat = std::memcmp(sector + 3, "EXFAT   ", 8) == 0;
     const bool good = isExfat ? TakeExfat(sector, geometry) : TakeFat(sector, geometry);
     if (!good || !HasRoot(*geometry) || geometry->clusters == 0 ||
         geometry->clusterBytes > kLargestCluster)
-        return Damaged("its first sector makes no sense");
-    const uint64_t end =
-        std::min({geometry->clusters + kFirstCluster, ClustersOfTable(*geometry), kMostClusters});
-    if (end <= kFirstCluster)
-        return Damaged("its allocation table is too small");
+        return false;
+    const uint64_t end = std::min({geometry->clusters + FatGeometry::kFirstCluster,
+                                   ClustersOfTable(*geometry), kMostClusters});
+    if (end <= FatGeometry::kFirstCluster)
+        return false;
     geometry->lastCluster = static_cast<uint32_t>(end - 1);
-    return {};
+    return true;
 }
 
 }  // namespace vx

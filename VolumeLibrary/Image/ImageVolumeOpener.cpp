@@ -77,7 +77,7 @@ OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncr
         return NtfsFileSystem::Open(volume, fileSystem, notes);
     case FileSystemKind::kFat:
     case FileSystemKind::kExfat:
-        return FatFileSystem::Open(volume, fileSystem);
+        return FatFileSystem::Open(volume, notes, fileSystem);
     case FileSystemKind::kRefs:
         return {VolumeLibraryStatus::kFileSystemNotSupported, "it is ReFS"};
     case FileSystemKind::kEncrypted:

@@ -100,8 +100,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     SoundImage::Changes changes = image.ChangesOf(data + 1, size - 1);
     if (data[0] % 2 == 0)
         RenewChecks(image, &changes);
+    std::vector<std::string> notes;
     std::unique_ptr<FileSystem> fileSystem;
-    if (!FatFileSystem::Open(std::make_shared<DamagedSource>(image, std::move(changes)),
+    if (!FatFileSystem::Open(std::make_shared<DamagedSource>(image, std::move(changes)), &notes,
                              &fileSystem))
         VisitVolume(std::move(fileSystem));
     return 0;

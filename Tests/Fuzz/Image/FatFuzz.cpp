@@ -33,9 +33,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     const HeapLimit limit;
     const SoundImage &image = images[data[0] % images.size()];
+    std::vector<std::string> notes;
     std::unique_ptr<FileSystem> fileSystem;
     if (!FatFileSystem::Open(
-            std::make_shared<DamagedSource>(image, image.ChangesOf(data + 1, size - 1)),
+            std::make_shared<DamagedSource>(image, image.ChangesOf(data + 1, size - 1)), &notes,
             &fileSystem))
         VisitVolume(std::move(fileSystem));
     return 0;

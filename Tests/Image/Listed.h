@@ -1,0 +1,32 @@
+// A folder as it is listed, with what the volume says of that: whether it is whole, and what stands
+// in the way of an entry.
+#pragma once
+
+#include "OwnedVolume.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+struct Listed {
+    std::vector<std::u16string> names;  // sorted
+    VolumeListingReport report;
+};
+
+// Nothing if the folder cannot be listed.
+std::optional<Listed> ListAndReport(OwnedVolume &volume, const std::u16string &pattern);
+
+VolumeObstacle ObstacleOf(OwnedVolume &volume, const std::u16string &path);
+
+// The first bytes of a file, up to what cannot be read; whether all of it could be.
+struct ReadPrefix {
+    std::string bytes;
+    bool isWhole = false;
+};
+
+// Reads the file in pieces of this size; nothing if it does not open.
+std::optional<ReadPrefix> ReadToBreak(IVolume &volume, const std::u16string &path, uint32_t piece);
+
+}  // namespace vx
