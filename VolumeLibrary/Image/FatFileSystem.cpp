@@ -1,6 +1,7 @@
 #include "FatFileSystem.h"
 
 #include "ExfatFolder.h"
+#include "FatBoot.h"
 
 #include <algorithm>
 
@@ -23,14 +24,13 @@ OpenError FatFileSystem::Open(const std::shared_ptr<const bitlocker::ByteSource>
                               std::vector<std::string> *notes,
                               std::unique_ptr<FileSystem> *fileSystem)
 {
-    uint8_t sector[512];
-    if (volume->readAt(0, sector, sizeof sector))
-        return {VolumeLibraryStatus::kFileSystemDamaged, "its first sector cannot be read"};
-    FatGeometry geometry;
-    if (!TakeFatGeometry(sector, &geometry))
-        return {VolumeLibraryStatus::kFileSystemDamaged, "its first sector makes no sense"};
-    std::unique_ptr<FatFileSystem> opened(new FatFileSystem(volume, geometry));
+    FatBoot boot;
+    if (OpenError error = FindFatBoot(*volume, &boot))
+        return error;
+    std::unique_ptr<FatFileSystem> opened(new FatFileSystem(volume, boot.geometry));
     std::vector<std::string> found;
+    if (!boot.note.empty())
+        found.push_back(std::move(boot.note));
     if (OpenError error = opened->CheckTable(&found))
         return error;
     notes->insert(notes->end(), found.begin(), found.end());

@@ -1,6 +1,6 @@
 // FAT12, FAT16, FAT32 and exFAT, for reading.
 //
-// FatGeometry tells which of them a volume is; folders and files are read by FatFolder,
+// FatBoot and FatGeometry tell which of them a volume is; folders and files are read by FatFolder,
 // ExfatFolder and FatChain. What lies on a broken chain of clusters opens and lists as far as the
 // chain goes; the rest of a file lies in no run and cannot be read.
 // Threads: any number at a time; unchanging but for what CachedSource and FatFolderOwners keep.

@@ -1,6 +1,7 @@
 #include "FileSystemKind.h"
 
 #include "Bitlocker/VolumeOpener.h"
+#include "FatBoot.h"
 #include "Little.h"
 #include "NtfsBoot.h"
 
@@ -29,14 +30,26 @@ bool LooksLikeFat(const uint8_t *sector)
            (sector[21] == 0xF0 || sector[21] >= 0xF8);
 }
 
+// By the copy of a first sector that is damaged or cannot be read.
+FileSystemKind ByBackup(const bitlocker::ByteSource &volume)
+{
+    if (FindNtfsBackupBoot(volume))
+        return FileSystemKind::kNtfs;
+    const auto backup = FindFatBackupBoot(volume);
+    if (!backup)
+        return FileSystemKind::kUnknown;
+    return backup->IsExfat() ? FileSystemKind::kExfat : FileSystemKind::kFat;
+}
+
 }  // namespace
 
 bitlocker::Result<FileSystemKind> ProbeFileSystem(const bitlocker::ByteSource &volume)
 {
     uint8_t sector[kSectorBytes];
     if (bitlocker::Error error = volume.readAt(0, sector, sizeof sector)) {
-        if (FindNtfsBackupBoot(volume))
-            return FileSystemKind::kNtfs;
+        const FileSystemKind kind = ByBackup(volume);
+        if (kind != FileSystemKind::kUnknown)
+            return kind;
         return error;
     }
     if (bitlocker::VolumeOpener::recognises(volume))
@@ -47,29 +60,17 @@ bitlocker::Result<FileSystemKind> ProbeFileSystem(const bitlocker::ByteSource &v
         return FileSystemKind::kExfat;
     if (HasName(sector, "ReFS"))
         return FileSystemKind::kRefs;
-    if (LooksLikeFat(sector))
-        return FileSystemKind::kFat;
-    return FindNtfsBackupBoot(volume) ? FileSystemKind::kNtfs : FileSystemKind::kUnknown;
+    return LooksLikeFat(sector) ? FileSystemKind::kFat : ByBackup(volume);
 }
 
 uint64_t FileSystemBytes(const bitlocker::ByteSource &volume, FileSystemKind kind)
 {
     if (kind == FileSystemKind::kNtfs)
         return NtfsVolumeBytes(volume);
-    uint8_t sector[kSectorBytes];
-    uint64_t bytes = 0;
-    if (volume.readAt(0, sector, sizeof sector))
+    FatBoot boot;
+    if (kind != FileSystemKind::kFat && kind != FileSystemKind::kExfat)
         return 0;
-    const uint64_t sectorBytes = Little16(sector + 11);
-    const uint64_t sectors =
-        Little16(sector + 19) != 0 ? Little16(sector + 19) : Little32(sector + 32);
-    if (kind == FileSystemKind::kFat)
-        return sectors * sectorBytes;
-    const bool isExfat = kind == FileSystemKind::kExfat && sector[108] <= 12;
-    if (isExfat &&
-        !__builtin_mul_overflow(Little64(sector + 72), uint64_t{1} << sector[108], &bytes))
-        return bytes;
-    return 0;
+    return FindFatBoot(volume, &boot) ? 0 : boot.StatedBytes();
 }
 
 const char *FileSystemName(FileSystemKind kind)

@@ -27,8 +27,6 @@ public:
                         std::end(record.name),
                     "a name ends");
             const std::u16string path = folder + u"/" + record.name;
-            VolumeEntryReport report;
-            _volume.DescribeEntry(path.c_str(), &report);
             File(path);
             if (depth < kDeepest && (record.attributes & kVolumeAttributeDirectory) != 0)
                 Folder(path, depth + 1);
