@@ -70,6 +70,9 @@ ConversionMapReader::ConversionMapReader(const ByteSource &source, uint32_t sect
 
 Result<std::vector<uint8_t>> ConversionMapReader::readBytes(uint64_t offset, size_t count)
 {
+    if (count > kMostRead - _read)
+        return damage("it is too large");
+    _read += count;
     std::vector<uint8_t> bytes(count);
     Error error = _source.readAt(offset, bytes.data(), count);
     if (error.status == Status::TruncatedImage)
@@ -108,7 +111,16 @@ Result<ConversionMapReader::Information> ConversionMapReader::readInformation(ui
     ByteReader blocks(*whole, kInformationHeader);
     for (size_t region = 0; region < regions; ++region)
         information.blocks.push_back(blocks.u64());
+    if (namesBlockTwice(information))
+        return damage("a block is named for two regions");
     return information;
+}
+
+bool ConversionMapReader::namesBlockTwice(const Information &information)
+{
+    std::vector<uint64_t> blocks = information.blocks;
+    std::sort(blocks.begin(), blocks.end());
+    return std::adjacent_find(blocks.begin(), blocks.end()) != blocks.end();
 }
 
 // The newer of the two records counts.

@@ -1,6 +1,8 @@
 // Reads the conversion map from a volume and checks every part of it.
 //
-// Nothing is guessed: a part that is damaged makes the whole map damaged.
+// Nothing is guessed: a part that is damaged makes the whole map damaged. A map that names one
+// block for several regions, or would have more read for it than any map is long, is damaged as
+// well: otherwise a few sectors could keep the reader busy for minutes.
 #pragma once
 
 #include "ByteView.h"
@@ -12,6 +14,8 @@ class ConversionMapReader {
 public:
     // More than this is not taken into memory for one volume.
     static constexpr size_t kMostMemory = 16 * 1024 * 1024;
+    // Nor is more than this read; a volume of 16 TiB needs about 40 MiB.
+    static constexpr size_t kMostRead = 128 * 1024 * 1024;
 
     // source must outlive the reader.
     ConversionMapReader(const ByteSource &source, uint32_t sectorSize);
@@ -40,10 +44,12 @@ private:
     Error addInterrupted(const LogSlot &slot, ConversionMap::Region &region) const;
     Result<std::vector<uint8_t>> readBytes(uint64_t offset, size_t count);
     Error checkOrder(std::vector<ConversionMap::Region> &regions) const;
+    static bool namesBlockTwice(const Information &information);
 
     const ByteSource &_source;
     const uint32_t _sectorSize;
     size_t _memory = 0;
+    size_t _read = 0;
 };
 
 }  // namespace vx::bitlocker
