@@ -6,7 +6,6 @@ namespace vx::bitlocker {
 
 namespace {
 
-constexpr char32_t kInvalid = 0xffffffff;
 constexpr char32_t kReplacement = 0xfffd;
 
 bool isSurrogate(char32_t value)
@@ -26,24 +25,23 @@ size_t sequenceLength(unsigned char first)
     return first >= 0xf0 && first <= 0xf4 ? 4 : 0;
 }
 
-// Takes one character off the front of the text.
-char32_t takeCharacter(std::string_view &text)
+// The character at the front of the text, whose length is put into length.
+char32_t characterAt(std::string_view text, size_t &length)
 {
     static constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     static constexpr unsigned kFirstBits[] = {0, 0x7f, 0x1f, 0x0f, 0x07};
-    const size_t length = sequenceLength(static_cast<unsigned char>(text[0]));
+    length = sequenceLength(static_cast<unsigned char>(text[0]));
     if (length == 0 || length > text.size())
-        return kInvalid;
+        return kInvalidCharacter;
     char32_t value = static_cast<unsigned char>(text[0]) & kFirstBits[length];
     for (size_t i = 1; i < length; ++i) {
         const auto next = static_cast<unsigned char>(text[i]);
         if ((next & 0xc0) != 0x80)
-            return kInvalid;
+            return kInvalidCharacter;
         value = value << 6 | (next & 0x3f);
     }
     if (value < kSmallest[length] || value > 0x10ffff || isSurrogate(value))
-        return kInvalid;
-    text.remove_prefix(length);
+        return kInvalidCharacter;
     return value;
 }
 
@@ -82,13 +80,21 @@ char32_t takeUnits(ByteReader &reader)
 
 }  // namespace
 
+char32_t takeUtf8Character(std::string_view &text)
+{
+    size_t length = 0;
+    const char32_t value = characterAt(text, length);
+    text.remove_prefix(value == kInvalidCharacter ? 1 : length);
+    return value;
+}
+
 std::optional<KeyMaterial> utf16FromUtf8(std::string_view text)
 {
     KeyMaterial units(text.size() * 2);  // never longer: one byte gives one unit at most
     uint8_t *place = units.data();
     while (!text.empty()) {
-        const char32_t value = takeCharacter(text);
-        if (value == kInvalid)
+        const char32_t value = takeUtf8Character(text);
+        if (value == kInvalidCharacter)
             return std::nullopt;
         if (value < 0x10000) {
             putUnit(place, value);

@@ -1,0 +1,43 @@
+// The groups of a recovery password, and what is wrong with them.
+//
+// Every group is looked at, so that a person who copies the paper once more knows all the places.
+// Ownership: the signs are borrowed while it is made. One thread.
+#pragma once
+
+#include "Error.h"
+#include "KeyMaterial.h"
+
+#include <string_view>
+#include <vector>
+
+namespace vx::bitlocker {
+
+class RecoveryPasswordGroups {
+public:
+    // Stand in the signs for what is no digit.
+    static constexpr char kSeparator = ' ';
+    static constexpr char kOther = '?';
+
+    // signs: digits, kSeparator and kOther.
+    explicit RecoveryPasswordGroups(ByteView signs);
+
+    // The 16 bytes. Errors: MalformedSecret. To be called once.
+    Result<KeyMaterial> key();
+
+private:
+    void takeRun(std::string_view run);
+    void takeGroup(std::string_view digits);
+    void blame(std::vector<size_t> &groups, size_t group);
+    std::string complaint() const;
+
+    KeyMaterial _key;
+    size_t _digits = 0;
+    size_t _groups = 0;
+    bool _isCountable = true;  // false: which digits make a group cannot be told
+    // Numbers of groups, from 1 on.
+    std::vector<size_t> _mistyped;
+    std::vector<size_t> _ofWrongLength;
+    std::vector<size_t> _notOfDigits;
+};
+
+}  // namespace vx::bitlocker
