@@ -47,9 +47,12 @@ TEST_F(EntryStatusTest, OnlyAChipAndASmartCardAreNotSupportedAndNamed)
     maker::VolumeRecipe recipe;
     recipe.protectors = {ProtectorRecipe::ofKind(ProtectorKind::TpmAndPin),
                          ProtectorRecipe::ofKind(ProtectorKind::SmartCard)};
+    recipe.protectors[0].identifier = Guid{{0x4d, 0x3c, 0x2b, 0x1a}};
+    recipe.protectors[1].identifier = Guid{{0x8b, 0x7a, 0x6f, 0x5e}};
     make(recipe);
     EXPECT_EQ(openWithPassword(), VolumeLibraryStatus::kProtectorNotSupported);
-    EXPECT_EQ(detail, "the volume has: TPM and PIN, smart card");
+    EXPECT_EQ(detail,
+              "the volume has: TPM and PIN (Key ID 1A2B3C4D), smart card (Key ID 5E6F7A8B)");
 }
 
 TEST_F(EntryStatusTest, AnUnknownMethodIsNotSupportedOnceTheSecretIsRight)

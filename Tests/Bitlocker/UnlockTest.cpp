@@ -129,26 +129,90 @@ TEST(UnlockTest, AWrongSecretIsToldFromAMissingProtector)
     EXPECT_EQ(statusOf(volume.open(Secret::none())), Status::NoProtectorOfKind);
 }
 
-TEST(UnlockTest, AMissingProtectorNamesTheKindsThatArePresent)
+const Guid kFirstKey{{0x4d, 0x3c, 0x2b, 0x1a, 0x22, 0x11, 0x44, 0x33, 0x55, 0x66, 0x77}};
+const Guid kSecondKey{{0x8b, 0x7a, 0x6f, 0x5e}};
+const Guid kThirdKey{{0x04, 0x03, 0x02, 0x01}};
+
+maker::VolumeRecipe withKeyIds(std::vector<ProtectorRecipe> protectors)
 {
-    const TestVolume volume(recipeWith(
-        {ProtectorRecipe::recovery(kRecovery), ProtectorRecipe::ofKind(ProtectorKind::TpmAndPin)}));
-    const Result<OpenedVolume> opened = volume.openWithPassword();
-    ASSERT_EQ(statusOf(opened), Status::NoProtectorOfKind);
-    EXPECT_TRUE(contains(opened.error().detail, "recovery password, TPM and PIN"))
-        << opened.error().detail;
+    const Guid identifiers[] = {kFirstKey, kSecondKey, kThirdKey};
+    for (size_t i = 0; i < protectors.size(); ++i)
+        protectors[i].identifier = identifiers[i];
+    return recipeWith(std::move(protectors));
+}
+
+// The identifiers are those that Windows shows and that stand on the printed page.
+TEST(UnlockTest, ASecretThatFailsOrIsMissingNamesEveryProtectorByItsKeyId)
+{
+    const TestVolume volume(
+        withKeyIds({ProtectorRecipe::recovery(kRecovery), ProtectorRecipe::recovery(kOtherRecovery),
+                    ProtectorRecipe::ofKind(ProtectorKind::TpmAndPin)}));
+    const std::string list = "the volume has: recovery password (Key ID 1A2B3C4D), "
+                             "recovery password (Key ID 5E6F7A8B), TPM and PIN (Key ID 01020304)";
+    const Result<OpenedVolume> missing = volume.open(Secret::none());
+    ASSERT_EQ(statusOf(missing), Status::NoProtectorOfKind);
+    EXPECT_EQ(missing.error().detail, list);
+    EXPECT_EQ(volume.openWithPassword().error().detail, list);
+    const Result<OpenedVolume> wrong =
+        volume.openWithRecovery("000022-000022-000033-720885-111111-222222-333333-444444");
+    ASSERT_EQ(statusOf(wrong), Status::WrongSecret);
+    EXPECT_EQ(wrong.error().detail, list);
 }
 
 TEST(UnlockTest, OnlyTpmSmartCardOrUnknownProtectorsAreUnsupportedAndNamed)
 {
     const TestVolume volume(
-        recipeWith({ProtectorRecipe::ofKind(ProtectorKind::Tpm),
+        withKeyIds({ProtectorRecipe::ofKind(ProtectorKind::Tpm),
                     ProtectorRecipe::ofKind(ProtectorKind::SmartCard),
                     ProtectorRecipe::ofKind(static_cast<ProtectorKind>(0x4000))}));
     const Result<OpenedVolume> opened = volume.openWithPassword();
     ASSERT_EQ(statusOf(opened), Status::UnsupportedProtector);
-    EXPECT_TRUE(contains(opened.error().detail, "TPM, smart card, unknown kind 0x4000"))
-        << opened.error().detail;
+    EXPECT_EQ(opened.error().detail, "the volume has: TPM (Key ID 1A2B3C4D), "
+                                     "smart card (Key ID 5E6F7A8B), "
+                                     "unknown kind 0x4000 (Key ID 01020304)");
+}
+
+TEST(UnlockTest, AStartupKeyOfAnotherVolumeIsToldFromTheOneThatIsWanted)
+{
+    const TestVolume volume(
+        withKeyIds({ProtectorRecipe::startupKey(kFirstKey), ProtectorRecipe::password(kPassword),
+                    ProtectorRecipe::startupKey(kThirdKey)}));
+    const Result<OpenedVolume> opened = volume.open(startupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
+    ASSERT_EQ(statusOf(opened), Status::WrongSecret);
+    EXPECT_EQ(opened.error().detail,
+              "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, and this volume wants "
+              "1A2B3C4D-1122-3344-5566-770000000000.BEK or "
+              "01020304-0000-0000-0000-000000000000.BEK; the volume has: startup key (Key ID "
+              "1A2B3C4D), password (Key ID 5E6F7A8B), startup key (Key ID 01020304)");
+}
+
+TEST(UnlockTest, AStartupKeyWhoseKeyIsAnotherOneIsNotTakenForOneOfAnotherVolume)
+{
+    std::vector<uint8_t> file = maker::makeStartupKeyFile(kFirstKey);
+    file.back() ^= 1;
+    const TestVolume volume(withKeyIds({ProtectorRecipe::startupKey(kFirstKey)}));
+    const Result<OpenedVolume> opened = volume.open(*Secret::startupKey(file));
+    ASSERT_EQ(statusOf(opened), Status::WrongSecret);
+    EXPECT_EQ(opened.error().detail,
+              "the key file is the one of this volume, 1A2B3C4D-1122-3344-5566-770000000000.BEK, "
+              "but the key in it is another one; the volume has: startup key (Key ID 1A2B3C4D)");
+}
+
+TEST(UnlockTest, AStartupKeyThatOpensOnlyTogetherWithTheTpmIsNamedAsSuch)
+{
+    const TestVolume volume(withKeyIds({ProtectorRecipe::startupKey(kFirstKey),
+                                        ProtectorRecipe::ofKind(ProtectorKind::TpmAndStartupKey)}));
+    const std::string detail = volume.open(startupKey(kSecondKey)).error().detail;
+    EXPECT_TRUE(contains(detail, "the key file is the one for TPM and startup key together; "))
+        << detail;
+}
+
+TEST(UnlockTest, OfAVolumeThatClaimsHundredsOfProtectorsTheRestIsCounted)
+{
+    const TestVolume volume(
+        recipeWith(std::vector<ProtectorRecipe>(200, ProtectorRecipe::ofKind(ProtectorKind::Tpm))));
+    const std::string detail = volume.openWithPassword().error().detail;
+    EXPECT_TRUE(contains(detail, ") and 176 more")) << detail;
 }
 
 TEST(UnlockTest, AnyKindWithTheTpmBitNeedsTheTpm)

@@ -16,4 +16,12 @@ std::string Guid::text() const
     return text;
 }
 
+std::string Guid::capitals() const
+{
+    std::string capitals = text();
+    for (char &digit : capitals)
+        digit = digit >= 'a' && digit <= 'f' ? static_cast<char>(digit - 'a' + 'A') : digit;
+    return capitals;
+}
+
 }  // namespace vx::bitlocker

@@ -12,6 +12,10 @@ struct Guid {
 
     // The usual form in small letters: 4967d63b-2e29-4ad8-8399-f6a339e3d001
     std::string text() const;
+    // The same in capitals, as in the name of a startup key file.
+    std::string capitals() const;
+    // The first eight digits in capitals, by which Windows names a key: 4967D63B
+    std::string keyId() const { return capitals().substr(0, 8); }
 
     bool operator==(const Guid &other) const { return bytes == other.bytes; }
     bool operator!=(const Guid &other) const { return bytes != other.bytes; }

@@ -103,4 +103,25 @@ std::string protectorKindNames(const std::vector<Protector> &protectors)
     return text.empty() ? "none" : text;
 }
 
+std::string protectorList(const std::vector<Protector> &protectors)
+{
+    std::vector<Guid> listed;
+    std::string text;
+    size_t others = 0;
+    for (const Protector &protector : protectors) {
+        if (std::find(listed.begin(), listed.end(), protector.identifier) != listed.end())
+            continue;
+        listed.push_back(protector.identifier);
+        if (listed.size() > kMostNamed) {
+            ++others;
+            continue;
+        }
+        text += (text.empty() ? "" : ", ") + protectorKindName(protector.kind) + " (Key ID " +
+                protector.identifier.keyId() + ")";
+    }
+    if (others > 0)
+        text += " and " + std::to_string(others) + " more";
+    return text.empty() ? "none" : text;
+}
+
 }  // namespace vx::bitlocker

@@ -41,5 +41,10 @@ std::string protectorKindName(ProtectorKind kind);
 bool isSupported(ProtectorKind kind);
 // The names of all kinds present, each once: "password, recovery password"; "none".
 std::string protectorKindNames(const std::vector<Protector> &protectors);
+// Every protector, each once, so that a person finds the paper or the file that belongs to it:
+// "recovery password (Key ID 1A2B3C4D), startup key (Key ID 5E6F7A8B)"; "none". Of a volume that
+// claims more than kMostNamed the others are counted.
+constexpr size_t kMostNamed = 24;
+std::string protectorList(const std::vector<Protector> &protectors);
 
 }  // namespace vx::bitlocker

@@ -29,6 +29,44 @@ bool isDigestRight(const MetadataBlock &copy, ByteView masterKey)
            CRYPTO_memcmp(digest->data(), copy.digest.data(), copy.digest.size()) == 0;
 }
 
+// "1A2B3C4D-....BEK", as Windows names the file of a startup key.
+std::string keyFileName(const Guid &protector)
+{
+    return protector.capitals() + ".BEK";
+}
+
+// The files of the startup keys present, each once: "1A2B....BEK or 5E6F....BEK".
+std::string wantedKeyFiles(const std::vector<Protector> &present)
+{
+    std::vector<std::string> names;
+    for (const Protector &protector : present) {
+        const std::string name = keyFileName(protector.identifier);
+        if (protector.kind == ProtectorKind::ExternalKey && names.size() < kMostNamed &&
+            std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
+    }
+    std::string text;
+    for (const std::string &name : names)
+        text += (text.empty() ? "" : " or ") + name;
+    return text;
+}
+
+// What a startup key that does not open the volume is of.
+std::string aboutKeyFile(const Secret &secret, const std::vector<Protector> &present)
+{
+    const auto meant =
+        std::find_if(present.begin(), present.end(), [&](const Protector &protector) {
+            return protector.identifier == secret.protector();
+        });
+    const std::string given = keyFileName(secret.protector());
+    if (meant != present.end() && meant->kind != ProtectorKind::ExternalKey)
+        return "the key file is the one for " + protectorKindName(meant->kind) + " together; ";
+    if (meant != present.end())
+        return "the key file is the one of this volume, " + given +
+               ", but the key in it is another one; ";
+    return "the key file is " + given + ", and this volume wants " + wantedKeyFiles(present) + "; ";
+}
+
 }  // namespace
 
 Unlocker::Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher &stretcher,
@@ -117,11 +155,13 @@ Error Unlocker::refusal(const Secret &secret) const
     std::vector<Protector> present;
     for (const MetadataBlock &copy : _copies)
         present.insert(present.end(), copy.protectors.begin(), copy.protectors.end());
-    const std::string names = "the volume has: " + protectorKindNames(present);
+    const std::string names = "the volume has: " + protectorList(present);
     const auto fits = [&](const Protector &protector) { return protector.kind == secret.kind(); };
     const auto supported = [](const Protector &protector) { return isSupported(protector.kind); };
     if (std::any_of(present.begin(), present.end(), fits))
-        return {Status::WrongSecret, names};
+        return {Status::WrongSecret,
+                (secret.kind() == ProtectorKind::ExternalKey ? aboutKeyFile(secret, present) : "") +
+                    names};
     if (!present.empty() && std::none_of(present.begin(), present.end(), supported))
         return {Status::UnsupportedProtector, names};
     return {Status::NoProtectorOfKind, names};

@@ -33,7 +33,9 @@ public:
              const CancelFlag *cancel);
 
     // Errors: NoProtectorOfKind, UnsupportedProtector, WrongSecret, UnsupportedMethod,
-    // DamagedMetadata (the sector key cannot be had although the secret is right), Cancelled.
+    // DamagedMetadata (the sector key cannot be had although the secret is right), Cancelled. The
+    // detail of the first three names every protector and, with a startup key of another volume,
+    // the key files that this one wants.
     Result<UnlockedKey> unlock(const Secret &secret);
 
 private:
