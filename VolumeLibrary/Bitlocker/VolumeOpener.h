@@ -51,6 +51,11 @@ public:
     // Whether the first 512 bytes are those of a BitLocker volume. Cheap.
     static bool recognises(const ByteSource &source);
 
+    // Computer, label and date as the system noted them, UTF-8, from the first copy of the
+    // metadata that is sound where the boot sector names it; empty if there is none. Cheap: reads
+    // three copies at most and searches nothing.
+    static std::string describe(const ByteSource &source);
+
     // cancel: another thread may raise it; may be null. Errors: every Status but
     // DamagedFileSystem.
     Result<OpenedVolume> open(std::shared_ptr<const ByteSource> source, const Secret &secret,

@@ -1,0 +1,176 @@
+#include "VolumeLabel.h"
+
+#include "Bitlocker/VolumeOpener.h"
+#include "FatGeometry.h"
+#include "Little.h"
+#include "NtfsFixups.h"
+#include "Utf8.h"
+#include "Wtf8.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace vx {
+namespace {
+
+using bitlocker::ByteSource;
+using bitlocker::ByteView;
+
+constexpr size_t kSectorBytes = 512;
+constexpr size_t kMostFolderBytes = 64 * 1024;
+constexpr size_t kEntryBytes = 32;
+
+// Empty if not all of them can be read.
+std::vector<uint8_t> ReadBytes(const ByteSource &volume, uint64_t at, size_t count)
+{
+    std::vector<uint8_t> bytes(count);
+    if (volume.readAt(at, bytes.data(), count))
+        bytes.clear();
+    return bytes;
+}
+
+// --- NTFS
+
+// A number that is a count of clusters, or if negative the logarithm of a size in bytes.
+uint64_t RecordBytes(const uint8_t *sector, uint64_t clusterBytes)
+{
+    const auto stored = static_cast<int8_t>(sector[64]);
+    if (stored >= 0)
+        return static_cast<uint64_t>(stored) * clusterBytes;
+    return stored > -32 ? uint64_t{1} << -stored : 0;
+}
+
+// The record of the file $Volume. Record 3 lies in the first extent of the table on any volume.
+std::vector<uint8_t> ReadVolumeRecord(const ByteSource &volume)
+{
+    constexpr uint64_t kNumber = 3;
+    constexpr uint64_t kLargestRecord = 64 * 1024;
+    const std::vector<uint8_t> sector = ReadBytes(volume, 0, kSectorBytes);
+    uint64_t table = 0;
+    if (sector.empty())
+        return {};
+    const uint64_t clusterBytes = uint64_t{Little16(&sector[11])} * sector[13];
+    const uint64_t recordBytes = RecordBytes(sector.data(), clusterBytes);
+    if (__builtin_mul_overflow(Little64(&sector[48]), clusterBytes, &table) ||
+        table > volume.size() || recordBytes < kSectorBytes || recordBytes > kLargestRecord)
+        return {};
+    std::vector<uint8_t> record =
+        ReadBytes(volume, table + kNumber * recordBytes, static_cast<size_t>(recordBytes));
+    if (record.empty() || std::memcmp(record.data(), "FILE", 4) != 0 || !ApplyNtfsFixups(&record))
+        return {};
+    return record;
+}
+
+std::string NtfsLabel(const ByteSource &volume)
+{
+    constexpr uint32_t kVolumeName = 0x60;
+    constexpr size_t kAttributeHeader = 24;
+    const std::vector<uint8_t> record = ReadVolumeRecord(volume);
+    size_t at = record.empty() ? 0 : Little16(&record[20]);
+    while (at + kAttributeHeader <= record.size()) {
+        const size_t length = Little32(&record[at + 4]);
+        if (length < kAttributeHeader || length > record.size() - at)
+            return {};
+        const ByteView attribute(&record[at], length);
+        const bool isResident = attribute.data[8] == 0;
+        if (Little32(attribute.data) == kVolumeName && isResident)
+            return Wtf8FromUtf16(
+                attribute.from(Little16(attribute.data + 20)).first(Little32(attribute.data + 16)));
+        at += length;
+    }
+    return {};
+}
+
+// --- FAT and exFAT
+
+// The root folder, or as much of it as lies at its beginning.
+std::vector<uint8_t> ReadRoot(const ByteSource &volume, const FatGeometry &geometry)
+{
+    if (geometry.rootCluster == 0)
+        return ReadBytes(volume, geometry.rootOffset,
+                         std::min<size_t>(geometry.rootBytes, kMostFolderBytes));
+    if (geometry.rootCluster < 2 || geometry.rootCluster > geometry.lastCluster)
+        return {};
+    const uint64_t cluster = geometry.rootCluster - 2;
+    return ReadBytes(volume, geometry.clustersOffset + cluster * geometry.clusterBytes,
+                     std::min<size_t>(geometry.clusterBytes, kMostFolderBytes));
+}
+
+// Eleven bytes, filled up with blanks. What lies beyond ASCII depends on the computer that wrote
+// it.
+std::string TextOfFatLabel(const uint8_t *bytes)
+{
+    constexpr size_t kLabelBytes = 11;
+    constexpr char32_t kReplacement = 0xFFFD;
+    std::string text;
+    for (size_t i = 0; i < kLabelBytes; ++i)
+        AppendUtf8(bytes[i] < 0x80 ? bytes[i] : kReplacement, &text);
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text == "NO NAME" ? "" : text;
+}
+
+std::string LabelInFatRoot(const std::vector<uint8_t> &root)
+{
+    constexpr uint8_t kDeleted = 0xE5;
+    constexpr uint8_t kIsLabel = 0x08;
+    constexpr uint8_t kTellsKind = 0x1F;  // a part of a long name has more of these bits
+    for (size_t at = 0; at + kEntryBytes <= root.size() && root[at] != 0; at += kEntryBytes) {
+        if (root[at] != kDeleted && (root[at + 11] & kTellsKind) == kIsLabel)
+            return TextOfFatLabel(&root[at]);
+    }
+    return {};
+}
+
+std::string LabelInFatBootSector(const ByteSource &volume, FatGeometry::Kind kind)
+{
+    constexpr uint8_t kHasLabel = 0x29;
+    const std::vector<uint8_t> sector = ReadBytes(volume, 0, kSectorBytes);
+    const size_t mark = kind == FatGeometry::Kind::k32 ? 66 : 38;
+    return sector.empty() || sector[mark] != kHasLabel ? "" : TextOfFatLabel(&sector[mark + 5]);
+}
+
+std::string LabelInExfatRoot(const std::vector<uint8_t> &root)
+{
+    constexpr uint8_t kLabel = 0x83;
+    constexpr size_t kMostUnits = 11;
+    for (size_t at = 0; at + kEntryBytes <= root.size() && root[at] != 0; at += kEntryBytes) {
+        if (root[at] == kLabel && root[at + 1] <= kMostUnits)
+            return Wtf8FromUtf16({&root[at + 2], size_t{2} * root[at + 1]});
+    }
+    return {};
+}
+
+std::string FatLabel(const ByteSource &volume)
+{
+    FatGeometry geometry;
+    if (ReadFatGeometry(volume, &geometry))
+        return {};
+    const std::vector<uint8_t> root = ReadRoot(volume, geometry);
+    if (geometry.kind == FatGeometry::Kind::kExfat)
+        return LabelInExfatRoot(root);
+    const std::string label = LabelInFatRoot(root);
+    return label.empty() ? LabelInFatBootSector(volume, geometry.kind) : label;
+}
+
+}  // namespace
+
+std::string VolumeLabel(const ByteSource &volume, FileSystemKind kind)
+{
+    switch (kind) {
+    case FileSystemKind::kNtfs:
+        return NtfsLabel(volume);
+    case FileSystemKind::kFat:
+    case FileSystemKind::kExfat:
+        return FatLabel(volume);
+    case FileSystemKind::kEncrypted:
+        return bitlocker::VolumeOpener::describe(volume);
+    case FileSystemKind::kRefs:
+    case FileSystemKind::kUnknown:
+    case FileSystemKind::kUnreadable:
+        break;
+    }
+    return {};
+}
+
+}  // namespace vx
