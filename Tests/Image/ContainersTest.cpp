@@ -84,7 +84,8 @@ TEST_F(ContainersTest, AQcowImageIsOfAKindThatIsNotSupported)
         RunShell("qemu-img convert -O qcow2 -f raw " + Quoted(image.Path()) + " " + Quoted(made)));
     const Opened opened = OpenImage(made);
     EXPECT_EQ(opened.status, VolumeLibraryStatus::kContainerNotSupported);
-    EXPECT_EQ(opened.detail, "it is a QCOW image");
+    EXPECT_EQ(opened.detail,
+              "it is a QCOW image: convert it to a raw image first, with qemu-img convert -O raw");
 }
 
 TEST_F(ContainersTest, AnAffImageIsOfAKindThatIsNotSupported)
@@ -101,7 +102,7 @@ TEST_F(ContainersTest, ACompressedImageSaysThatItMustBeUnpacked)
     ASSERT_TRUE(RunShell("gzip -kf " + Quoted(image.Path())));
     const Opened opened = OpenImage(image.At("image.gz"));
     EXPECT_EQ(opened.status, VolumeLibraryStatus::kContainerNotSupported);
-    EXPECT_EQ(opened.detail, "it is compressed with gzip; unpack it first");
+    EXPECT_EQ(opened.detail, "it is a file compressed with gzip: unpack it first");
 }
 
 TEST_F(ContainersTest, ADamagedImageOfAKnownKindSaysSo)

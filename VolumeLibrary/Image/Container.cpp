@@ -138,8 +138,8 @@ bool IsSplit(const std::optional<PartNames> &names)
 OpenError OpenByItsKind(const char *path, const Source &raw, Container *container)
 {
     const std::vector<uint8_t> head = HeadOf(*raw);
-    if (const char *unsupported = UnsupportedContainer(head))
-        return {VolumeLibraryStatus::kContainerNotSupported, std::string("it is ") + unsupported};
+    if (const KnownContents *unsupported = UnsupportedContainer(head))
+        return {VolumeLibraryStatus::kContainerNotSupported, unsupported->Sentence()};
     if (IsEwf(head))
         return OpenEwf(path, container);
     if (IsVhdImage(*raw)) {

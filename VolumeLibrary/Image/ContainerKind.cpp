@@ -14,24 +14,6 @@ struct Signature {
 
 using namespace std::string_view_literals;
 
-constexpr Signature kUnsupported[] = {
-    {0, "vhdxfile"sv, "a VHDX image"},
-    {0, "QFI\xFB"sv, "a QCOW image"},
-    {64, "\x7F\x10\xDA\xBE"sv, "a VDI image"},
-    {0, "AFF10\x0D\x0A\x00"sv, "an AFF image; convert it to E01 or to a raw image first"},
-    {0, "EVF2\x0D\x0A\x81\x00"sv, "an Ex01 image"},
-    {0, "LEF2\x0D\x0A\x81\x00"sv, "an Lx01 image"},
-    {0, "PK\x03\x04"sv, "a ZIP archive; unpack it first"},
-    {0,
-     "\xFD"
-     "7zXZ\x00"sv,
-     "compressed with xz; unpack it first"},
-    {0, "\x1F\x8B\x08"sv, "compressed with gzip; unpack it first"},
-    {0, "BZh"sv, "compressed with bzip2; unpack it first"},
-    {0, "\x28\xB5\x2F\xFD"sv, "compressed with zstd; unpack it first"},
-    {0, "7z\xBC\xAF\x27\x1C"sv, "a 7z archive; unpack it first"},
-};
-
 constexpr Signature kEwf[] = {{0, "EVF\x09\x0D\x0A\xFF\x00"sv, "E01"}};
 constexpr Signature kVhd[] = {{0, "conectix"sv, "VHD"}};
 
@@ -59,9 +41,11 @@ const char *NameIn(const Signature (&signatures)[kCount], bitlocker::ByteView he
 
 }  // namespace
 
-const char *UnsupportedContainer(bitlocker::ByteView head)
+const KnownContents *UnsupportedContainer(bitlocker::ByteView head)
 {
-    return NameIn(kUnsupported, head);
+    const bool isBootSector =
+        head.size >= kContainerProbeBytes && head.data[510] == 0x55 && head.data[511] == 0xAA;
+    return isBootSector ? nullptr : KnownContents::FindContainer(head);
 }
 
 bool IsEwf(bitlocker::ByteView head)

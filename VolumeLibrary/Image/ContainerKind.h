@@ -2,15 +2,16 @@
 #pragma once
 
 #include "Bitlocker/ByteView.h"
+#include "KnownContents.h"
 
 namespace vx {
 
 constexpr size_t kContainerProbeBytes = 512;
 
-// What cannot be read, so that it is not taken for a raw image without a file system:
-// "a VHDX image"; null for everything else. head: the first kContainerProbeBytes, or fewer if
-// the file is shorter.
-const char *UnsupportedContainer(bitlocker::ByteView head);
+// What cannot be read, so that it is not taken for a raw image without a file system; null for
+// everything else. head: the first kContainerProbeBytes, or fewer if the file is shorter. What
+// begins with a boot sector is looked into first, whatever else it resembles.
+const KnownContents *UnsupportedContainer(bitlocker::ByteView head);
 
 bool IsEwf(bitlocker::ByteView head);
 
