@@ -138,7 +138,7 @@ TEST_F(OpeningTest, AFileSystemThatIsKnownByNameOnlyIsNotSupported)
     sectors.replace(3, 4, "ReFS");
     image.Folder().WriteFile("image", sectors);
     EXPECT_EQ(StatusOf("none", ""), VolumeLibraryStatus::kFileSystemNotSupported);
-    EXPECT_EQ(detail, "it is ReFS");
+    EXPECT_EQ(detail, "it is a ReFS file system: open it on a Windows computer");
 }
 
 TEST_F(OpeningTest, AnAllocationTableOfNoiseIsADamagedFileSystem)

@@ -1,98 +1,64 @@
 #include "GptPartitions.h"
 
-#include "Little.h"
-#include "Wtf8.h"
+#include "GptTable.h"
 
-#include <algorithm>
-#include <cstring>
+#include <utility>
 
 namespace vx {
 namespace {
 
-constexpr uint32_t kMostEntries = 1024;
-constexpr uint32_t kEntryBytes = 128;
-constexpr uint32_t kLargestEntry = 4096;
-
-bool IsUsed(const uint8_t *entry)
+// The backup is the last sector of the disk; of an image that is longer than its disk, where the
+// first table says.
+GptTable ReadBackup(const bitlocker::ByteSource &disk, uint64_t sectorBytes, const GptTable &first)
 {
-    constexpr size_t kTypeBytes = 16;
-    return std::any_of(entry, entry + kTypeBytes, [](uint8_t byte) { return byte != 0; });
+    const uint64_t sectors = disk.size() / sectorBytes;
+    GptTable backup = GptTable::Read(disk, sectorBytes, sectors > 1 ? sectors - 1 : sectors);
+    if (backup.isInItsPlace || first.otherSector <= 1)
+        return backup;
+    return GptTable::Read(disk, sectorBytes, first.otherSector);
 }
 
-std::string NameOf(const uint8_t *entry)
+int Faults(const GptTable &table)
 {
-    constexpr size_t kNameAt = 56;
-    size_t end = kNameAt;
-    while (end < kEntryBytes && Little16(entry + end) != 0)
-        end += 2;
-    return Wtf8FromUtf16({entry + kNameAt, end - kNameAt});
+    return (table.isInItsPlace ? 0 : 1) + (table.isHeaderRight ? 0 : 1) +
+           (table.areEntriesRight ? 0 : 1);
 }
 
-bool TakePlace(const uint8_t *entry, PartitionPlace *place)
+std::string NoteOfBackup(const GptTable &first, const GptTable &backup)
 {
-    const uint64_t first = Little64(entry + 32);
-    const uint64_t last = Little64(entry + 40);
-    if (!IsUsed(entry) || last < first || last - first == ~uint64_t{0})
-        return false;
-    *place = {first, last - first + 1, NameOf(entry)};
-    return true;
+    const std::string why = first.unread ? "cannot be read" : "is damaged";
+    const std::string used = backup.IsSound() ? "" : ", whose checksums are wrong,";
+    return "the first table of partitions " + why + "; its backup at the end of the disk" + used +
+           " was used";
 }
 
-// Whether the bytes are there. A table that leads off the disk is damaged, and not unreadable.
-bool Read(const bitlocker::ByteSource &disk, uint64_t at, void *bytes, size_t count,
-          bitlocker::Error *unread)
+GptPartitions Take(GptTable table, bool isBackup, std::string note)
 {
-    bitlocker::Error error = disk.readAt(at, bytes, count);
-    if (!error)
-        return true;
-    if (error.status == bitlocker::Status::SystemError)
-        *unread = std::move(error);
-    return false;
-}
-
-// False if there is no header, or a damaged one.
-bool ReadTable(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t headerAt,
-               std::vector<PartitionPlace> *places, bitlocker::Error *unread)
-{
-    uint8_t header[92];
-    if (!Read(disk, headerAt, header, sizeof header, unread) ||
-        std::memcmp(header, "EFI PART", 8) != 0)
-        return false;
-    uint64_t at = 0;
-    const uint32_t count = Little32(header + 80);
-    const uint32_t stride = Little32(header + 84);
-    if (__builtin_mul_overflow(Little64(header + 72), sectorBytes, &at) || count > kMostEntries ||
-        stride < kEntryBytes || stride > kLargestEntry)
-        return false;
-    for (uint32_t i = 0; i < count; ++i) {
-        uint8_t entry[kEntryBytes];
-        uint64_t offset = 0;
-        if (__builtin_add_overflow(at, uint64_t{i} * stride, &offset) ||
-            !Read(disk, offset, entry, sizeof entry, unread))
-            return false;
-        PartitionPlace place;
-        if (TakePlace(entry, &place))
-            places->push_back(std::move(place));
-    }
-    return true;
+    return {std::move(table.places), std::move(note), isBackup, std::move(table.unread)};
 }
 
 }  // namespace
 
-std::vector<PartitionPlace> ReadGptPartitions(const bitlocker::ByteSource &disk,
-                                              uint64_t sectorBytes, bitlocker::Error *unread)
+GptPartitions GptPartitions::Read(const bitlocker::ByteSource &disk, uint64_t sectorBytes)
 {
-    std::vector<PartitionPlace> places;
-    bitlocker::Error error;
-    if (ReadTable(disk, sectorBytes, sectorBytes, &places, &error))
-        return places;
-    places.clear();
-    const uint64_t lastSector = disk.size() / sectorBytes - 1;
-    if (disk.size() >= 2 * sectorBytes &&
-        ReadTable(disk, sectorBytes, lastSector * sectorBytes, &places, &error))
-        return places;
-    *unread = std::move(error);
-    return {};
+    GptTable first = GptTable::Read(disk, sectorBytes, 1);
+    if (first.IsSound())
+        return Take(std::move(first), false, "");
+    GptTable backup = ReadBackup(disk, sectorBytes, first);
+    // What lies at the end by chance, such as the backup of a disk inside an image, is none.
+    const bool hasBackup = backup.isFound && backup.isInItsPlace;
+    if (hasBackup && (!first.isFound || Faults(backup) < Faults(first))) {
+        std::string note = NoteOfBackup(first, backup);
+        return Take(std::move(backup), true, std::move(note));
+    }
+    if (first.isFound)
+        return Take(std::move(first), false,
+                    "the table of partitions is damaged, and there is no sound backup of it; it "
+                    "was used all the same");
+    first.places.clear();
+    if (!first.unread)
+        first.unread = std::move(backup.unread);
+    return Take(std::move(first), false, "");
 }
 
 }  // namespace vx

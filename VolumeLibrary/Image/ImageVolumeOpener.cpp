@@ -5,6 +5,7 @@
 #include "Container.h"
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
+#include "KnownContents.h"
 #include "NotingSource.h"
 #include "NtfsFileSystem.h"
 #include "ParallelSource.h"
@@ -17,7 +18,10 @@
 namespace vx {
 namespace {
 
-constexpr const char *kNothingKnown = "there is no NTFS, FAT or exFAT and no encrypted volume";
+constexpr const char *kNothingKnown =
+    "there is no NTFS, FAT or exFAT, no encrypted volume and nothing else that is known";
+constexpr const char *kNothingUnlocked =
+    "it was unlocked, but there is no NTFS, FAT or exFAT in it";
 
 using Source = std::shared_ptr<const bitlocker::ByteSource>;
 using bitlocker::Result;
@@ -69,6 +73,23 @@ OpenError Decrypt(const ImageRequest &request, Source *volume, Notes *notes)
     return {};
 }
 
+// What no file system that opens is in.
+OpenError NothingThatOpens(const bitlocker::ByteSource &source, bool wasEncrypted)
+{
+    using Form = KnownContents::Form;
+    const KnownContents *known = KnownContents::Find(source);
+    const VolumeLibraryStatus unknown = wasEncrypted ? VolumeLibraryStatus::kFileSystemDamaged
+                                                     : VolumeLibraryStatus::kFileSystemNotSupported;
+    if (known == nullptr)
+        return {unknown, wasEncrypted ? kNothingUnlocked : kNothingKnown};
+    const std::string sentence = (wasEncrypted ? "it was unlocked, but " : "") + known->Sentence();
+    if (known->form == Form::kBlank)
+        return {unknown, sentence};
+    return {known->form == Form::kContainer ? VolumeLibraryStatus::kContainerNotSupported
+                                            : VolumeLibraryStatus::kFileSystemNotSupported,
+            sentence};
+}
+
 OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncrypted, Notes *notes,
                          std::unique_ptr<FileSystem> *fileSystem)
 {
@@ -79,15 +100,14 @@ OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncr
     case FileSystemKind::kExfat:
         return FatFileSystem::Open(volume, notes, fileSystem);
     case FileSystemKind::kRefs:
-        return {VolumeLibraryStatus::kFileSystemNotSupported, "it is ReFS"};
+        return {VolumeLibraryStatus::kFileSystemNotSupported,
+                "it is a ReFS file system: open it on a Windows computer"};
     case FileSystemKind::kEncrypted:
     case FileSystemKind::kUnknown:
     case FileSystemKind::kUnreadable:
         break;
     }
-    return {wasEncrypted ? VolumeLibraryStatus::kFileSystemDamaged
-                         : VolumeLibraryStatus::kFileSystemNotSupported,
-            kNothingKnown};
+    return NothingThatOpens(*volume, wasEncrypted);
 }
 
 // A root that cannot be listed is of no use to anybody.
@@ -184,29 +204,53 @@ std::vector<Partition>::const_iterator Choose(const std::vector<Partition> &part
     return isOnly ? only : partitions.end();
 }
 
-OpenError NothingFound(const bitlocker::Error &unread, const std::string &firstPart)
+OpenError NothingFound(const Container &disk, const PartitionTable &table,
+                       const bitlocker::Error &unread)
 {
-    if (unread)
-        return FromDecryptor(unread);
-    if (!firstPart.empty())
+    if (unread || table.unread)
+        return FromDecryptor(unread ? unread : table.unread);
+    if (!disk.firstPart.empty())
         return {VolumeLibraryStatus::kContainerNotSupported,
-                "it seems to be a later part of an image; give the first one, " + firstPart};
-    return {VolumeLibraryStatus::kFileSystemNotSupported, kNothingKnown};
+                "it seems to be a later part of an image; give the first one, " + disk.firstPart};
+    OpenError whole = NothingThatOpens(*disk.source, false);
+    const std::string others = table.DescribeOthers(disk.source);
+    if (whole.detail == kNothingKnown && !others.empty())
+        whole.detail = "it holds " + others;
+    return whole;
 }
 
-OpenError NotChosen(const std::vector<Partition> &partitions, size_t number,
-                    const bitlocker::Error &unread)
+OpenError NotChosen(const PartitionTable &table, const PartitionTable::Source &disk, size_t number)
 {
-    std::string list = PartitionTable::Describe(partitions);
-    if (number == 0 && unread.status == bitlocker::Status::SystemError)
+    std::string list = table.DescribeVolumes(disk);
+    const std::string others = table.DescribeOthers(disk);
+    if (!others.empty())
+        list += "; without a number, since it does not open here: " + others;
+    if (number == 0 && table.unread.status == bitlocker::Status::SystemError)
         list += "; there may be more, since part of the table of partitions cannot be read";
+    if (!table.note.empty())
+        list += "; " + table.note;
     if (number == 0)
         return {VolumeLibraryStatus::kSeveralVolumes, std::move(list)};
-    if (!unread)
+    if (!table.unread)
         return {VolumeLibraryStatus::kNoSuchVolume, std::move(list)};
-    OpenError error = FromDecryptor(unread);
+    OpenError error = FromDecryptor(table.unread);
     error.detail += "; there are " + list;
     return error;
+}
+
+// The pieces of a volume that are elsewhere would be read as if they were here.
+OpenError CheckPieces(const Partition &partition, const Source &volume, Notes *notes)
+{
+    const auto kind = ProbeFileSystem(*volume);
+    if (partition.use != PartitionUse::kDynamicDisk || !kind)
+        return {};
+    if (FileSystemBytes(*volume, *kind) > partition.size)
+        return {VolumeLibraryStatus::kFileSystemNotSupported,
+                "it is a volume of a Windows dynamic disk that goes on elsewhere: attach all of "
+                "its disks to a Windows computer"};
+    notes->push_back("it is a volume of a Windows dynamic disk; if it is made of several pieces, "
+                     "its files are wrong");
+    return {};
 }
 
 // unread: why the first sector cannot be read, if it cannot.
@@ -214,19 +258,27 @@ OpenError OpenDisk(const ImageRequest &request, const Container &disk, size_t nu
                    const bitlocker::Error &unread, Notes *notes,
                    std::unique_ptr<FileSystemVolume> *opened)
 {
-    bitlocker::Error unreadTable;
-    const std::vector<Partition> partitions = PartitionTable::Read(disk.source, &unreadTable);
-    if (partitions.empty())
-        return NothingFound(unread ? unread : unreadTable, disk.firstPart);
-    const bool mayLack = unreadTable.status == bitlocker::Status::SystemError;
-    const auto chosen = number == 0 && mayLack ? partitions.end()
-                                               : Choose(partitions, number, IsUnlocking(request));
-    if (chosen == partitions.end())
-        return NotChosen(partitions, number, unreadTable);
-    if (unreadTable.status == bitlocker::Status::TruncatedImage)
-        notes->push_back("the image or device ends early: " + unreadTable.detail);
+    const PartitionTable table = PartitionTable::Read(disk.source);
+    if (table.volumes.empty())
+        return NothingFound(disk, table, unread);
+    const bool mayLack = table.unread.status == bitlocker::Status::SystemError;
+    const auto chosen = number == 0 && mayLack
+                            ? table.volumes.end()
+                            : Choose(table.volumes, number, IsUnlocking(request));
+    if (chosen == table.volumes.end())
+        return NotChosen(table, disk.source, number);
+    if (table.unread.status == bitlocker::Status::TruncatedImage)
+        notes->push_back("the image or device ends early: " + table.unread.detail);
+    if (!table.note.empty())
+        notes->push_back(table.note);
+    const std::string others = number == 0 ? table.DescribeOthers(disk.source) : "";
+    if (!others.empty())
+        notes->push_back("the disk also holds " + others);
+    const Source volume = chosen->In(disk.source);
+    if (OpenError error = CheckPieces(*chosen, volume, notes))
+        return error;
     const uint64_t stored = std::min(chosen->size, disk.source->size() - chosen->offset);
-    return OpenOne(request, {chosen->In(disk.source), stored}, notes, opened);
+    return OpenOne(request, {volume, stored}, notes, opened);
 }
 
 OpenError OpenContents(const ImageRequest &request, const Container &container, size_t number,

@@ -12,6 +12,7 @@ namespace {
 constexpr size_t kMostLinks = 256;
 constexpr uint8_t kEmpty = 0;
 constexpr uint8_t kProtectsGpt = 0xEE;
+constexpr uint8_t kDynamicDisk = 0x42;
 
 struct TableEntry {
     uint8_t type = kEmpty;
@@ -22,6 +23,10 @@ struct TableEntry {
     bool IsVolume() const
     {
         return type != kEmpty && type != kProtectsGpt && !IsExtended() && sectors > 0;
+    }
+    PartitionUse Use() const
+    {
+        return type == kDynamicDisk ? PartitionUse::kDynamicDisk : PartitionUse::kOrdinary;
     }
 };
 using Entries = std::array<TableEntry, 4>;
@@ -50,7 +55,7 @@ void AddVolumes(const Entries &entries, uint64_t base, std::vector<PartitionPlac
 {
     for (const TableEntry &entry : entries) {
         if (entry.IsVolume())
-            places->push_back({base + entry.firstSector, entry.sectors, {}});
+            places->push_back({base + entry.firstSector, entry.sectors, {}, entry.Use()});
     }
 }
 
@@ -78,19 +83,19 @@ void AddChain(const bitlocker::ByteSource &disk, uint64_t sectorBytes, uint64_t 
 
 }  // namespace
 
-std::vector<PartitionPlace> ReadMbrPartitions(const bitlocker::ByteSource &disk,
-                                              uint64_t sectorBytes, bitlocker::Error *unread)
+MbrPartitions MbrPartitions::Read(const bitlocker::ByteSource &disk, uint64_t sectorBytes)
 {
-    std::vector<PartitionPlace> places;
-    const auto entries = ReadEntries(disk, 0, unread);
+    MbrPartitions found;
+    const auto entries = ReadEntries(disk, 0, &found.unread);
     if (!entries)
-        return places;
-    AddVolumes(*entries, 0, &places);
+        return found;
+    AddVolumes(*entries, 0, &found.places);
     for (const TableEntry &entry : *entries) {
+        found.protectsGpt = found.protectsGpt || entry.type == kProtectsGpt;
         if (entry.IsExtended())
-            AddChain(disk, sectorBytes, entry.firstSector, &places, unread);
+            AddChain(disk, sectorBytes, entry.firstSector, &found.places, &found.unread);
     }
-    return places;
+    return found;
 }
 
 }  // namespace vx

@@ -8,10 +8,14 @@
 
 namespace vx {
 
-// sectorBytes: what the table counts in. Empty if there is no such table. A chain of extended
-// partitions ends where it is damaged, comes back to itself or has more links than any disk.
-// unread: receives why not, if a table could not be read.
-std::vector<PartitionPlace> ReadMbrPartitions(const bitlocker::ByteSource &disk,
-                                              uint64_t sectorBytes, bitlocker::Error *unread);
+struct MbrPartitions {
+    std::vector<PartitionPlace> places;  // empty if there is no such table
+    bool protectsGpt = false;            // it says that a GUID table is the one to read
+    bitlocker::Error unread;             // why a table could not be read; or none
+
+    // sectorBytes: what the table counts in. A chain of extended partitions ends where it is
+    // damaged, comes back to itself or has more links than any disk.
+    static MbrPartitions Read(const bitlocker::ByteSource &disk, uint64_t sectorBytes);
+};
 
 }  // namespace vx

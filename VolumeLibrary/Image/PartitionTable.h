@@ -1,12 +1,13 @@
 // The volumes of a disk with an MBR or a GPT, in the order in which they lie on it.
 //
-// Only partitions that hold something this library can tell are listed: encrypted volumes and
-// known file systems. One whose first sector cannot be read could be such a one and is listed as
-// well, so that the others keep their numbers.
+// Only partitions that hold something this library can tell are numbered: encrypted volumes and
+// known file systems. One whose first sector cannot be read could be such a one and is numbered as
+// well, so that the others keep their numbers. The rest is kept for messages.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
 #include "FileSystemKind.h"
+#include "PartitionPlace.h"
 
 #include <memory>
 #include <string>
@@ -19,21 +20,31 @@ struct Partition {
     uint64_t size = 0;    // bytes
     FileSystemKind kind = FileSystemKind::kUnknown;
     std::string name;  // what the table says of it, UTF-8; may be empty
+    PartitionUse use = PartitionUse::kOrdinary;
 
     std::shared_ptr<const bitlocker::ByteSource>
     In(std::shared_ptr<const bitlocker::ByteSource> disk) const;
 };
 
-class PartitionTable {
-public:
-    // Empty if there is no table, or a damaged one. unread: if there may be more partitions than
-    // those, receives why: SystemError where a table could not be read, TruncatedImage where one
-    // begins behind the end of the disk.
-    static std::vector<Partition> Read(const std::shared_ptr<const bitlocker::ByteSource> &disk,
-                                       bitlocker::Error *unread);
+struct PartitionTable {
+    using Source = std::shared_ptr<const bitlocker::ByteSource>;
 
-    // "1: encrypted, 60.0 GiB (Basic data partition); 2: ..."
-    static std::string Describe(const std::vector<Partition> &partitions);
+    std::vector<Partition> volumes;  // the n-th one has the number n + 1
+    std::vector<Partition> others;   // kUnknown, all of them
+    std::string note;                // what was noticed about the table, for a person; may be empty
+    // If there may be more volumes than those, why: SystemError where a table could not be read,
+    // TruncatedImage where a partition begins beyond the end of the disk.
+    bitlocker::Error unread;
+
+    // Empty if there is no table, or one of which nothing makes sense.
+    static PartitionTable Read(const Source &disk);
+
+    // "1: NTFS "Data", 60.0 GiB (Basic data partition); 2: encrypted, 40.0 GiB, "LAPTOP C:
+    // 1/2/2026"". Reads the labels.
+    std::string DescribeVolumes(const Source &disk) const;
+    // Those of the others that hold something known: "a LUKS volume, 40.0 GiB: open it with
+    // cryptsetup; ...". Empty if there is none. Reads them.
+    std::string DescribeOthers(const Source &disk) const;
 };
 
 }  // namespace vx
