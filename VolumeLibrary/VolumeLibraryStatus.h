@@ -50,7 +50,7 @@ enum class VolumeLibraryStatus : int32_t {
     kConversionNotSupported = 28,  // encryption or decryption stopped in an unreadable state
     kImageTruncated = 29,          // the device ends before the volume does
     kFileSystemDamaged = 30,       // unlocked, but the file system cannot be read
-    kFileSystemNotSupported = 31,  // unlocked, but the file system is not known
+    kFileSystemNotSupported = 31,  // what the disk or the unlocked volume holds does not open
     kSeveralVolumes = 32,          // the disk holds several volumes and none was chosen
     kContainerNotSupported = 33,   // the image is of a kind that is not known
     kSecretNeeded = 34,            // encrypted, and "none" does not open it
