@@ -150,21 +150,45 @@ TEST_F(DiskList, AVolumeOfADynamicDiskThatIsLongerThanItsPartitionDoesNotOpen)
 
 // --- Damaged tables
 
-TEST_F(DiskList, AVolumeThatWasFoundByTheBackupOfTheTableOpensWithAWarning)
+class DiskWithBackup : public DiskList {
+protected:
+    // Each of the volumes has 4 MiB and a place in both tables, of which the first is damaged if
+    // isDamaged.
+    Opened OpenWith(size_t volumes, bool isDamaged)
+    {
+        const size_t last = disk.Bytes().size() / kSector - 1;
+        disk.PutMbr(0, 0, 0xEE, 1, static_cast<uint32_t>(last));
+        for (size_t i = 0; i < volumes; ++i) {
+            const size_t sector = (1 + 5 * i) * kSectorsOfMiB;
+            disk.PutText(sector * kSector, MakeFat(""));
+            for (const size_t entries : {size_t{2}, last - 1})
+                disk.PutGptEntry(entries * kSector + 128 * i, sector,
+                                 sector + 4 * kSectorsOfMiB - 1);
+        }
+        disk.PutGpt({1, last, 2});
+        disk.PutGpt({last, 1, last - 1});
+        if (isDamaged)
+            disk.Put(2 * kSector + 32, 5, 8);
+        return Open();
+    }
+};
+
+constexpr const char *kBackupNote =
+    "the first table of partitions is damaged; its backup at the end of the disk was used";
+
+TEST_F(DiskWithBackup, AVolumeThatWasFoundByTheBackupOpensWithAWarning)
 {
-    disk.PutMbr(0, 0, 0xEE, 1, 1000);
-    const size_t last = disk.Bytes().size() / kSector - 1;
-    disk.PutText(kSectorsOfMiB * kSector, MakeFat(""));
-    for (const size_t entries : {size_t{2}, last - 1})
-        disk.PutGptEntry(entries * kSector, kSectorsOfMiB, 5 * kSectorsOfMiB - 1);
-    disk.PutGpt({1, last, 2});
-    disk.PutGpt({last, 1, last - 1});
-    EXPECT_EQ(Open().detail, "");
-    disk.Put(2 * kSector + 32, 5, 8);
-    const Opened opened = Open();
+    EXPECT_EQ(OpenWith(1, false).detail, "");
+    const Opened opened = OpenWith(1, true);
     EXPECT_EQ(opened.status, Status::kSuccess);
-    EXPECT_EQ(opened.detail, "the first table of partitions is damaged; its backup at the end of "
-                             "the disk was used");
+    EXPECT_EQ(opened.detail, kBackupNote);
+}
+
+TEST_F(DiskWithBackup, AListThatWasReadFromTheBackupSaysSo)
+{
+    const Opened opened = OpenWith(2, true);
+    EXPECT_EQ(opened.status, Status::kSeveralVolumes);
+    EXPECT_EQ(opened.detail, std::string("1: FAT, 4 MiB; 2: FAT, 4 MiB; ") + kBackupNote);
 }
 
 }  // namespace

@@ -182,6 +182,7 @@ TEST(GptPartitions, ABackupThatDoesNotLieWhereItSaysIsNone)
     Disk disk;
     disk.PutText(0, std::string(4 * DiskWriter::kSector, '\0'));
     disk.Bytes().insert(0, DiskWriter::kSector, '\0');
+    disk.PutVolume(160);  // where the backup would lead
     EXPECT_TRUE(Read(disk).volumes.empty());
 }
 
