@@ -182,7 +182,8 @@ TEST(GptPartitions, ABackupThatDoesNotLieWhereItSaysIsNone)
     Disk disk;
     disk.PutText(0, std::string(4 * DiskWriter::kSector, '\0'));
     disk.Bytes().insert(0, DiskWriter::kSector, '\0');
-    disk.PutVolume(160);  // where the backup would lead
+    disk.PutGptEntry(disk.At(disk.last - 1), 160, 170);  // where it would lead
+    disk.PutVolume(160);
     EXPECT_TRUE(Read(disk).volumes.empty());
 }
 
