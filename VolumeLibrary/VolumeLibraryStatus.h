@@ -12,7 +12,7 @@
 //
 // A program may say more than the status does: VolumeLibraryLastErrorFunction, looked up under
 // the name "volume_library_last_error", answers with the details of the last opening on the same
-// thread, e.g. which group of a recovery password is mistyped, how the volume can be unlocked or
+// thread, e.g. which groups of a recovery key are mistyped, how the volume can be unlocked or
 // which volumes a disk has. After a success it answers with what was noticed, a line each: that
 // the image ends early, that a part is missing, that a copy of the metadata is damaged. English,
 // UTF-8, without a full stop, empty if there is nothing to add; it never contains a secret. An

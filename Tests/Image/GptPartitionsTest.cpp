@@ -206,7 +206,7 @@ TEST(GptPartitions, ItIsPreferredToTheMbrAndItsNamesAreTold)
     disk.PutVolume(40);
     disk.PutVolume(50);
     disk.PutMbr(0, 0, 0xEE, 1, 99);
-    disk.PutGptEntry(2 * DiskWriter::kSector, 50, 59, "Second");
+    disk.PutGptEntry(2 * DiskWriter::kSector, 50, 59, "Sec\x9Bond");
     disk.PutGptEntry(2 * DiskWriter::kSector + 128, 40, 49, "First\033[31m");
     disk.PutGpt({});
     const PartitionTable table = Read(disk);
