@@ -35,7 +35,7 @@ std::unique_ptr<OwnedVolume> NtfsVolumeOf(const Source &source)
 {
     return VolumeOf(source, [](auto disk, auto *opened) {
         std::vector<std::string> notes;
-        return NtfsFileSystem::Open(std::move(disk), opened, &notes);
+        return NtfsFileSystem::Open(std::move(disk), &notes, opened);
     });
 }
 

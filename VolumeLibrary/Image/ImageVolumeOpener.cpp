@@ -95,7 +95,7 @@ OpenError OpenFileSystem(FileSystemKind kind, const Source &volume, bool wasEncr
 {
     switch (kind) {
     case FileSystemKind::kNtfs:
-        return NtfsFileSystem::Open(volume, fileSystem, notes);
+        return NtfsFileSystem::Open(volume, notes, fileSystem);
     case FileSystemKind::kFat:
     case FileSystemKind::kExfat:
         return FatFileSystem::Open(volume, notes, fileSystem);

@@ -19,8 +19,8 @@ NtfsFileSystem::NtfsFileSystem(std::shared_ptr<const bitlocker::ByteSource> volu
 }
 
 OpenError NtfsFileSystem::Open(std::shared_ptr<const bitlocker::ByteSource> volume,
-                               std::unique_ptr<FileSystem> *fileSystem,
-                               std::vector<std::string> *notes)
+                               std::vector<std::string> *notes,
+                               std::unique_ptr<FileSystem> *fileSystem)
 {
     std::unique_ptr<NtfsMft> mft;
     if (OpenError error = NtfsMft::Open(volume, &mft, notes))

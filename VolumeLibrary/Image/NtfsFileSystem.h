@@ -19,7 +19,7 @@ public:
     // notes receives a line for each copy that had to be used (NtfsMft.h). Errors:
     // kFileSystemDamaged, kFileSystemNotSupported.
     static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> volume,
-                          std::unique_ptr<FileSystem> *fileSystem, std::vector<std::string> *notes);
+                          std::vector<std::string> *notes, std::unique_ptr<FileSystem> *fileSystem);
 
     Node Root() const override;
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;

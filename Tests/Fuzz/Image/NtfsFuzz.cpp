@@ -116,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     std::unique_ptr<FileSystem> fileSystem;
     std::vector<std::string> notes;
     if (!NtfsFileSystem::Open(std::make_shared<DamagedSource>(image, image.ChangesOf(data, size)),
-                              &fileSystem, &notes))
+                              &notes, &fileSystem))
         VisitVolume(std::move(fileSystem));
     return 0;
 }
