@@ -167,7 +167,8 @@ const KnownContents *KnownContents::FindContainer(bitlocker::ByteView head)
         if (signature.contents.form != Form::kContainer || signature.offset < 0)
             return false;
         const bitlocker::ByteView found = head.from(static_cast<size_t>(signature.offset));
-        return found.size >= signature.bytes.size() && Matches(signature.bytes, found.data);
+        return found.data != nullptr && found.size >= signature.bytes.size() &&
+               Matches(signature.bytes, found.data);
     };
     const auto found = std::find_if(std::begin(kSignatures), std::end(kSignatures), isIn);
     return found != std::end(kSignatures) ? &found->contents : nullptr;
