@@ -17,6 +17,7 @@ constexpr uint8_t kExtended = 0x05;
 std::vector<uint64_t> SectorsOf(const std::vector<Partition> &partitions)
 {
     std::vector<uint64_t> sectors;
+    sectors.reserve(partitions.size());
     for (const Partition &partition : partitions)
         sectors.push_back(partition.offset / kSector);
     return sectors;
