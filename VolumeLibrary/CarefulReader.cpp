@@ -187,7 +187,7 @@ bool CarefulReader::IsReadable(uint64_t begin, uint64_t end) const
 RawReader::Outcome CarefulReader::ReadOnce(uint64_t offset, char *buffer, uint64_t count) const
 {
     const RawReader::Outcome outcome = _raw.ReadOnce(offset, buffer, static_cast<size_t>(count));
-    if (outcome.error == 0 || (!MeansGone(outcome.error) && _raw.IsThere()))
+    if (outcome.error == 0 || (_raw.IsThere() && !MeansGone(outcome.error)))
         return outcome;
     _isGone = true;
     _hasFaults = true;

@@ -31,14 +31,13 @@ uint32_t FolderFile::ReadAt(int64_t position, char *buffer, uint32_t count, Byte
     const auto expected = static_cast<uint32_t>(std::min<uint64_t>(count, known));
     _end = kNoEnd;
     const bool failed = _reader.Read(at, buffer, count, unread) != 0;
-    if (failed && expected > 0) {
-        CutRanges(at + expected, unread);
-        return expected;
-    }
-    const auto length = static_cast<uint32_t>(std::min<uint64_t>(count, std::max(_end, at) - at));
-    if (length >= expected)
+    const uint64_t end = std::max(_end, at);
+    const auto length = static_cast<uint32_t>(std::min<uint64_t>(count, end - at));
+    if (expected == 0 || (length >= expected && !failed))
         return length;
-    AddRange(at + length, expected - length, unread);
+    const uint64_t found = std::min(end, at + expected);
+    CutRanges(found, unread);
+    AddRange(found, at + expected - found, unread);
     return expected;
 }
 

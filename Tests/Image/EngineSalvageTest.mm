@@ -9,7 +9,8 @@
 
 #include <unistd.h>
 
-// A sink at whose fourth report of progress, the first of the second file, that file becomes shorter.
+// A sink at whose fourth report of progress, the first of the second file, that file becomes
+// shorter.
 @interface ShrinkingDelegate : RecordingDelegate {
     NSString *_path;
     int _reports;

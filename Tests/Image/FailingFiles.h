@@ -1,5 +1,5 @@
-// Files of which parts cannot be read, whoever in this process opens and reads them: for the libraries
-// that open images by themselves. Takes the place of the system's read and pread.
+// Files of which parts cannot be read, whoever in this process opens and reads them: for the
+// libraries that open images by themselves. Takes the place of the system's read and pread.
 // Threads: faults are made while nobody reads.
 #pragma once
 

@@ -17,7 +17,8 @@ uint64_t FailingSource::FirstBad(uint64_t begin, uint64_t end) const
     const std::lock_guard<std::mutex> lock(_mutex);
     uint64_t first = end;
     for (BadPlace &bad : _bad) {
-        if (bad.times == 0 || bad.range.offset >= end || begin >= bad.range.offset + bad.range.length)
+        if (bad.times == 0 || bad.range.offset >= end ||
+            begin >= bad.range.offset + bad.range.length)
             continue;
         first = std::min(first, std::max(begin, bad.range.offset));
         bad.times -= bad.times > 0 ? 1 : 0;

@@ -15,11 +15,11 @@ constexpr uint64_t kMiB = 1024 * kKiB;
 struct Format {
     const char *name;
     const char *program;
-    const char *make;    // in the folder of the image
-    const char *opened;  // what is opened
-    const char *pattern; // which files hold the disk's bytes
-    uint64_t together;   // bytes that are lost together at most
-    bool isReadAhead;    // by the library that knows the format, whatever is asked of it
+    const char *make;     // in the folder of the image
+    const char *opened;   // what is opened
+    const char *pattern;  // which files hold the disk's bytes
+    uint64_t together;    // bytes that are lost together at most
+    bool isReadAhead;     // by the library that knows the format, whatever is asked of it
 };
 
 struct Case {
@@ -89,8 +89,8 @@ protected:
 TEST_P(SalvageOfImage, ABadSectorCostsWhatLiesTogetherWithIt)
 {
     const bool isEncrypted = GetParam().isEncrypted;
-    const Opened opened = OpenImage(image.At(GetParam().format.opened),
-                                    isEncrypted ? "password" : "none", "correct");
+    const Opened opened =
+        OpenImage(image.At(GetParam().format.opened), isEncrypted ? "password" : "none", "correct");
     ASSERT_TRUE(opened.volume) << opened.detail;
     const uint64_t sector = (place + 5 * kMiB + 7 * kKiB) / 512 * 512;
     MakeBad(sector);
@@ -111,8 +111,8 @@ const Format kFormats[] = {
     {"E01", "ewfacquirestream", "ewfacquirestream -q -t evidence < image && rm image",
      "evidence.E01", "evidence.*", 32 * kKiB, false},
     {"VhdThatGrows", "qemu-img",
-     "qemu-img convert -f raw -O vpc -o subformat=dynamic,force_size=on image made.vhd",
-     "made.vhd", "made.vhd", 512, true},
+     "qemu-img convert -f raw -O vpc -o subformat=dynamic,force_size=on image made.vhd", "made.vhd",
+     "made.vhd", 512, true},
     {"VhdOfFixedSize", "qemu-img",
      "qemu-img convert -f raw -O vpc -o subformat=fixed,force_size=on image made.vhd", "made.vhd",
      "made.vhd", 512, false},

@@ -17,8 +17,8 @@ constexpr uint64_t kMiB = 1024 * kKiB;
 struct Kind {
     const char *name;
     bool (*make)(const TestImage &image, const TestTree &tree);
-    const char *encryption;   // options of the maker; null: none
-    uint64_t cipherSector;    // 1 without a cipher
+    const char *encryption;  // options of the maker; null: none
+    uint64_t cipherSector;   // 1 without a cipher
 
     friend void PrintTo(const Kind &kind, std::ostream *out) { *out << kind.name; }
 };
@@ -41,8 +41,7 @@ bool MakeExfat(const TestImage &image, const TestTree &tree)
     ExfatImage exfat(image.Folder().ReadFile("image"));
     uint32_t next = 100;
     for (const auto &[name, contents] : tree) {
-        exfat.Add(exfat.root,
-                  {Utf16(name), 0x20, true, next, contents.size(), contents.size()});
+        exfat.Add(exfat.root, {Utf16(name), 0x20, true, next, contents.size(), contents.size()});
         exfat.Write(next, contents);
         next += static_cast<uint32_t>(contents.size() / exfat.clusterBytes) + 1;
     }
@@ -129,8 +128,7 @@ TEST_P(SalvageOfDisk, EachOfSeveralBadSectorsCostsNothingElse)
     MakeBad(0, 512);
     MakeBad(4 * kMiB - 512, 1024);
     MakeBad(6 * kMiB + 1536, 512);
-    const Lost lost = {LossOf(0, 512), LossOf(4 * kMiB - 512, 1024),
-                       LossOf(6 * kMiB + 1536, 512)};
+    const Lost lost = {LossOf(0, 512), LossOf(4 * kMiB - 512, 1024), LossOf(6 * kMiB + 1536, 512)};
     ExpectLost(Salvage(*volume, u"/a"), contents, lost);
     ExpectLost(Salvage(*volume, u"/a", 10000), contents, lost);
     ExpectLost(Salvage(*volume, u"/b"), other, {});
@@ -172,7 +170,8 @@ TEST_P(SalvageOfDisk, ADiskThatGoesAwayFailsEverythingAtOnce)
     disk->FailWith(ENXIO);
     std::string buffer(5 * kMiB, '?');
     uint32_t done = 7;
-    EXPECT_FALSE(volume->ReadFile(file, buffer.data(), static_cast<uint32_t>(buffer.size()), &done));
+    EXPECT_FALSE(
+        volume->ReadFile(file, buffer.data(), static_cast<uint32_t>(buffer.size()), &done));
     EXPECT_EQ(done, 0u);
     EXPECT_EQ(buffer.find_first_not_of('\0'), std::string::npos);
     EXPECT_TRUE(volume->IsGone());

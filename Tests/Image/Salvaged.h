@@ -1,5 +1,5 @@
-// A file read as an export reads it, chunk after chunk whatever a read answers, and what is known of
-// it afterwards.
+// A file read as an export reads it, chunk after chunk whatever a read answers, and what is known
+// of it afterwards.
 #pragma once
 
 #include "OwnedVolume.h"

@@ -234,6 +234,7 @@ TEST(CarefulReader, ADiskThatGoesAwayIsNotTriedAgain)
     EXPECT_TRUE(reader.IsGone());
     EXPECT_EQ(ReadChecked(reader, 0, kMiB), (ByteRanges{{0, kMiB}}));
     EXPECT_EQ(disk.Reads(), 1);
+    EXPECT_EQ(disk.Questions(), 1);  // who has other things there learns of it
 }
 
 TEST(CarefulReader, WantOfMemoryBelowSaysNothingAboutTheDisk)

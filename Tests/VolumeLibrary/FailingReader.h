@@ -29,7 +29,15 @@ public:
 
     Outcome ReadOnce(uint64_t offset, char *buffer, size_t count) const override;
 
+    bool IsThere() const override
+    {
+        ++_questions;
+        return true;
+    }
+
     int Reads() const { return _reads; }
+    // How often it was asked whether it is still there.
+    int Questions() const { return _questions; }
     int FailedReads() const { return _failedReads; }
     // The most often that a bad sector was tried alone.
     int MostTriesOfASector() const;
@@ -49,6 +57,7 @@ private:
     mutable std::vector<Transient> _transients;
     mutable std::map<uint64_t, int> _tries;
     mutable std::atomic<int> _reads{0};
+    mutable std::atomic<int> _questions{0};
     mutable std::atomic<int> _failedReads{0};
 };
 
