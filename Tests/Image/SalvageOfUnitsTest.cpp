@@ -91,9 +91,24 @@ TEST_F(SalvageOfUnits, ABadPlaceBehindTheEndOfTheChunksCostsNothing)
 
 TEST_F(SalvageOfUnits, AUnitThatNoRunHoldsIsUnreadAndNotAHole)
 {
+    const uint64_t packed = Packed(chunks).size();
     auto file = Open({{0, kUnit, 0, Extent::Kind::kStored},
-                      {kUnit, Packed(chunks).size(), kUnit, Extent::Kind::kStored}});
+                      {kUnit, packed, kUnit, Extent::Kind::kStored},
+                      {kUnit + packed, kUnit - packed, 0, Extent::Kind::kZeros}});
     ExpectLost(&file, {2 * kUnit, kUnit});
+}
+
+TEST_F(SalvageOfUnits, AUnitOfWhichARunIsMissingIsNotTakenForACompressedOne)
+{
+    auto file = Open(
+        {{0, kUnit / 2, 0, Extent::Kind::kStored}, {kUnit, 2 * kUnit, 0, Extent::Kind::kZeros}});
+    std::string buffer(3 * kUnit, '?');
+    uint32_t done = 0;
+    EXPECT_FALSE(file.Read(buffer.data(), 3 * kUnit, &done));
+    EXPECT_EQ(done, 2 * kUnit);
+    EXPECT_EQ(buffer, std::string(3 * kUnit, '\0'));
+    ASSERT_EQ(file.UnreadRanges().size(), 1u);
+    EXPECT_EQ(file.UnreadRanges()[0].length, kUnit);
 }
 
 }  // namespace

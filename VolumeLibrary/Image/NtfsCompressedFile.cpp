@@ -51,8 +51,12 @@ void NtfsCompressedFile::LoadUnit(uint64_t number)
 void NtfsCompressedFile::ReadUnit(uint64_t position)
 {
     const uint64_t good = _extents.initialised - std::min(_extents.initialised, position);
-    if (!AreCovered(_extents.runs, position, std::min<uint64_t>(good, _unitBytes)))
-        return false;
+    if (!AreCovered(_extents.runs, position, std::min<uint64_t>(good, _unitBytes))) {
+        // Nobody knows whether what is left of it is compressed.
+        std::memset(_unit.data(), 0, _unit.size());
+        AddRange(position, _unitBytes, &_unread);
+        return;
+    }
     const auto stored = static_cast<uint32_t>(StoredBytes(_extents.runs, position, _unitBytes));
     if (stored > 0 && stored < _unitBytes)
         ReadPacked(position, stored);
