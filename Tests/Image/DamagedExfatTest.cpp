@@ -108,8 +108,8 @@ protected:
     // What is listed and what is missing of the names is all; nothing else is listed.
     void ExpectAllButSome(const Names &names, const Listed &listed, size_t most)
     {
-        EXPECT_TRUE(std::includes(names.begin(), names.end(), listed.names.begin(),
-                                  listed.names.end()));
+        EXPECT_TRUE(
+            std::includes(names.begin(), names.end(), listed.names.begin(), listed.names.end()));
         const size_t missing = names.size() - listed.names.size();
         EXPECT_LE(missing, most);
         EXPECT_EQ(listed.report.isWhole, missing == 0 && listed.report.recoveredEntries == 0);
@@ -269,6 +269,12 @@ TEST_F(DamagedExfat, NoFileIsLongerThanTheVolume)
         const uint64_t most = Little32(&image->bytes[92]) * uint64_t{clusterBytes};
         EXPECT_EQ(SizeOf(EntryNamed(Open(), u"/*", name)), most);
         EXPECT_EQ(ReadToBreak(*volume, u"/" + name, 512)->bytes.size(), 2 * clusterBytes);
+        const VolumeHandle file = OpenForReading(*volume, u"/" + name);
+        uint32_t low = 0;
+        uint32_t high = 0;
+        EXPECT_TRUE(volume->QueryFileSize(file, &low, &high));
+        volume->CloseHandle(file);
+        EXPECT_EQ(uint64_t{high} << 32 | low, most);
         EXPECT_EQ(ObstacleOf(*volume, u"/" + name), VolumeObstacle::kDamaged);
     }
 }

@@ -202,8 +202,7 @@ TEST_F(FatFolders, AnEntryWithOneOddFieldIsShown)
         Open();
         EXPECT_EQ(List().names, names) << at;
         EXPECT_TRUE(List().report.isWhole) << at;
-        EXPECT_EQ(ReadWholeFile(*volume, u"/FOLDER/" + order[0]),
-                  "contents of " + Utf8(order[0]));
+        EXPECT_EQ(ReadWholeFile(*volume, u"/FOLDER/" + order[0]), "contents of " + Utf8(order[0]));
         image->bytes = before;
     }
 }
@@ -244,7 +243,8 @@ TEST_F(FatFolders, AFolderOfTwoEqualNamesListsBothFilesAndOpensTheFirst)
     image = std::make_unique<FatImage>(made.Folder().ReadFile("image"));
     const size_t first = image->EntryAt("FIRST      ");
     const size_t other = image->EntryAt("OTHER      ");
-    image->bytes.replace(std::max(first, other), 11, image->bytes.substr(std::min(first, other), 11));
+    image->bytes.replace(std::max(first, other), 11,
+                         image->bytes.substr(std::min(first, other), 11));
     Open();
     const Names listed = List(u"/*").names;
     ASSERT_EQ(listed.size(), 2u);
@@ -278,8 +278,9 @@ TEST_F(FatFolders, AnotherReaderFindsTheSameAfterDamage)
     const TestImage copy{};
     copy.Folder().WriteFile("image", deleted);
     copy.Folder().MakeFolder("out");
-    ASSERT_TRUE(RunShell("cd " + Quoted(copy.At("out")) +
-                         " && LC_ALL=C.UTF-8 MTOOLS_SKIP_CHECK=1 mcopy -i ../image '::FOLDER/*' ."));
+    ASSERT_TRUE(
+        RunShell("cd " + Quoted(copy.At("out")) +
+                 " && LC_ALL=C.UTF-8 MTOOLS_SKIP_CHECK=1 mcopy -i ../image '::FOLDER/*' ."));
     Open(sector, sector + kSector);
     const Listed listed = List();
     EXPECT_FALSE(listed.names.empty());
