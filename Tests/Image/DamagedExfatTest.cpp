@@ -192,7 +192,7 @@ TEST_F(DamagedExfat, NoBitOfASetIsChangedUnnoticed)
 
 TEST_F(DamagedExfat, AFolderGoesOnAfterASectorThatCannotBeRead)
 {
-    const Names names = AddMany(60);
+    const Names names = AddMany(36);
     const size_t begin = image->PlaceOf(kMany);
     for (size_t at = begin; at < EndOf(kMany); at += kSector) {
         Open(at, at + kSector);
@@ -207,7 +207,7 @@ TEST_F(DamagedExfat, AFolderGoesOnAfterASectorThatCannotBeRead)
 
 TEST_F(DamagedExfat, AFolderGoesOnAfterASectorOfZerosOrNoise)
 {
-    const Names names = AddMany(60);
+    const Names names = AddMany(36);
     const auto intact = image->bytes;
     // What comes after zeros in the last sector cannot be told from the end.
     const size_t begin = image->PlaceOf(kMany);
