@@ -84,7 +84,7 @@ TEST_F(EwfImage, AChunkThatSaysThatItIsHugeFailsAlone)
     EwfWriter writer(disk, {EwfRecipe::Kind::kNew, 1, true});
     writer.Chunks()[3] = EwfWriter::Packed(NoiseBytes(7000000, 1));
     ExpectOnlyUnreadable(Open(Write(writer)), {3});
-    writer.Chunks()[3] = EwfWriter::Packed(std::string(50000000, 'x'));
+    writer.Chunks()[3] = EwfWriter::Packed(std::string(8000000, 'x'));
     ExpectOnlyUnreadable(Open(Write(writer)), {3});
 }
 
@@ -284,7 +284,21 @@ protected:
         ASSERT_EQ(access(folder.At("e.E70").c_str(), R_OK), 0);
     }
 
-    const std::string raw = NoiseBytes(size_t{70} << 20, 3);
+    // Noise, each piece of it with its own number.
+    static std::string Numbered(size_t mebibytes)
+    {
+        constexpr size_t kPiece = size_t{32} << 10;
+        std::string all = NoiseBytes(kPiece, 3);
+        all.reserve(mebibytes << 20);
+        for (size_t piece = 1; piece < (mebibytes << 20) / kPiece; ++piece) {
+            const std::string number = std::to_string(piece);
+            all.append(all, 0, kPiece);
+            all.replace(piece * kPiece, number.size(), number);
+        }
+        return all;
+    }
+
+    const std::string raw = Numbered(70);
 };
 
 int OpenFiles()

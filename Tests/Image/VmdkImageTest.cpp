@@ -37,6 +37,11 @@ protected:
                lines + "\n\n# The Disk Data Base\n#DDB\n";
     }
 
+    static std::string Extent(const std::string &kind, const std::string &name)
+    {
+        return "RW 8 " + kind + " \"" + name + "\" 0";
+    }
+
     void ExpectFails(const std::string &image, VolumeLibraryStatus status,
                      const std::string &detail) const
     {
@@ -175,9 +180,10 @@ TEST_F(VmdkImages, WhatIsNoOrdinaryFileIsRefusedWithoutOpeningIt)
     ASSERT_EQ(symlink("file", folder.At("link").c_str()), 0);
     ASSERT_EQ(mkdir(folder.At("folder").c_str(), 0700), 0);
     for (const std::string name : {"fifo", "device", "link", "folder"}) {
-        for (const std::string kind : {"FLAT", "SPARSE"})
-            ExpectFails(Text("RW 8 " + kind + " \"" + name + "\" 0"), kRefused,
-                        "its part " + name + " is a link or no ordinary file, and is not read");
+        const std::string refusal =
+            "its part " + name + " is a link or no ordinary file, and is not read";
+        ExpectFails(Text(Extent("FLAT", name)), kRefused, refusal);
+        ExpectFails(Text(Extent("SPARSE", name)), kRefused, refusal);
     }
 }
 
@@ -187,7 +193,7 @@ TEST_F(VmdkImages, WhatLiesElsewhereIsRefused)
     for (const std::string &name :
          {std::string("/dev/zero"), std::string("/etc/passwd"), std::string("../file"),
           folder.At("file"), std::string(".."), std::string("\\\\.\\PhysicalDrive0")})
-        ExpectFails(Text("RW 8 FLAT \"" + name + "\" 0"), kRefused,
+        ExpectFails(Text(Extent("FLAT", name)), kRefused,
                     "its part " + name +
                         " lies elsewhere, and only files beside the image are read");
 }

@@ -28,7 +28,7 @@ NtfsMft::NtfsMft(Source source, const NtfsGeometry &geometry)
 {
 }
 
-OpenError NtfsMft::Open(Source source, std::unique_ptr<NtfsMft> *mft,
+OpenError NtfsMft::Open(const Source &source, std::unique_ptr<NtfsMft> *mft,
                         std::vector<std::string> *notes)
 {
     OpenError error = OpenBy(0, source, mft, notes);

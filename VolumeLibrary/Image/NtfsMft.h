@@ -19,7 +19,7 @@ public:
     // kFileSystemNotSupported. A table of which only parts can be found opens; the records of
     // the rest do not load. notes receives a line for each copy that was used instead of what is
     // damaged: that of the boot sector, and that of the table's first record.
-    static OpenError Open(std::shared_ptr<const bitlocker::ByteSource> source,
+    static OpenError Open(const std::shared_ptr<const bitlocker::ByteSource> &source,
                           std::unique_ptr<NtfsMft> *mft, std::vector<std::string> *notes);
 
     const NtfsGeometry &Geometry() const { return _geometry; }

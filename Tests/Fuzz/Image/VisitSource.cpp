@@ -36,8 +36,9 @@ void VisitSource(const bitlocker::ByteSource &source)
 {
     constexpr uint64_t kSizes[] = {1, 512, 700, 4096, 70000};
     constexpr uint64_t kSteps = 4;
-    constexpr uint64_t kLong = 5 << 20;
-    ReadTwice(source, 512, kLong);
+    constexpr uint64_t kLong = 3 << 20;
+    if (source.size() <= kLong)
+        ReadTwice(source, 0, source.size());
     for (const uint64_t count : kSizes) {
         for (uint64_t step = 0; step <= kSteps; ++step)
             ReadTwice(source, source.size() / kSteps * step, count);
