@@ -1,7 +1,7 @@
 #include "VolumeLabel.h"
 
 #include "Bitlocker/VolumeOpener.h"
-#include "FatGeometry.h"
+#include "FatBoot.h"
 #include "Little.h"
 #include "NtfsFixups.h"
 #include "Utf8.h"
@@ -122,12 +122,11 @@ std::string LabelInFatRoot(const std::vector<uint8_t> &root)
     return {};
 }
 
-std::string LabelInFatBootSector(const ByteSource &volume, FatGeometry::Kind kind)
+std::string LabelInFatBootSector(const FatBoot &boot)
 {
     constexpr uint8_t kHasLabel = 0x29;
-    const std::vector<uint8_t> sector = ReadBytes(volume, 0, kSectorBytes);
-    const size_t mark = kind == FatGeometry::Kind::k32 ? 66 : 38;
-    return sector.empty() || sector[mark] != kHasLabel ? "" : TextOfFatLabel(&sector[mark + 5]);
+    const size_t mark = boot.geometry.kind == FatGeometry::Kind::k32 ? 66 : 38;
+    return boot.sector[mark] != kHasLabel ? "" : TextOfFatLabel(&boot.sector[mark + 5]);
 }
 
 std::string LabelInExfatRoot(const std::vector<uint8_t> &root)
@@ -143,14 +142,15 @@ std::string LabelInExfatRoot(const std::vector<uint8_t> &root)
 
 std::string FatLabel(const ByteSource &volume)
 {
-    FatGeometry geometry;
-    if (ReadFatGeometry(volume, &geometry))
+    FatBoot boot;
+    if (FindFatBoot(volume, &boot))
         return {};
+    const FatGeometry &geometry = boot.geometry;
     const std::vector<uint8_t> root = ReadRoot(volume, geometry);
     if (geometry.kind == FatGeometry::Kind::kExfat)
         return LabelInExfatRoot(root);
     const std::string label = LabelInFatRoot(root);
-    return label.empty() ? LabelInFatBootSector(volume, geometry.kind) : label;
+    return label.empty() ? LabelInFatBootSector(boot) : label;
 }
 
 }  // namespace
