@@ -1,6 +1,6 @@
 // An opened volume with its catalogue, for as long as the program runs.
 //
-// Ownership: owns the observer and the catalogue; the volume belongs to the volume library.
+// Ownership: owns the observer, the reports and the catalogue; the volume belongs to the volume library.
 // Threads: opened on the main thread.
 #pragma once
 
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ObservedVolume.h"
+#include "VolumeReports.h"
 #import "Z5FileExplorerWapper.h"
 
 namespace vx {
@@ -32,10 +33,12 @@ public:
     const std::vector<std::string> &Warnings() const { return _warnings; }
 
     const ObservedVolume &Volume() const { return *_volume; }
+    const VolumeReports &Reports() const { return *_reports; }
     Z5FileExplorerWapper *Explorer() const { return _explorer; }
 
 private:
     std::vector<std::string> _warnings;
+    std::unique_ptr<VolumeReports> _reports;
     std::unique_ptr<ObservedVolume> _volume;
     Z5FileExplorerWapper *_explorer = nil;
 };

@@ -31,6 +31,16 @@ std::string FailureOf(const CBitlockerWrapper &library, int32_t status)
     return text;
 }
 
+// The library stays loaded without this handle, as long as the process runs.
+std::unique_ptr<VolumeReports> ReportsOf(const CBitlockerWrapper &library, IVolume &volume)
+{
+    void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
+    auto reports = std::make_unique<VolumeReports>(loaded, volume);
+    if (loaded != nullptr)
+        dlclose(loaded);
+    return reports;
+}
+
 std::vector<std::string> WarningsOf(const CBitlockerWrapper &library)
 {
     void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
@@ -66,6 +76,7 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
         return false;
     }
     _warnings = WarningsOf(library);
+    _reports = ReportsOf(library, *opened);
     _volume = std::make_unique<ObservedVolume>(*opened);
     _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];
     if (_explorer == nil)

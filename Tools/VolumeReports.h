@@ -1,0 +1,45 @@
+// What the volume library can say beyond IVolume, as VolumeReport.h has it, for one opened volume.
+//
+// Every function of the library is optional: a report that the library cannot give leaves what it
+// was given as it was and answers false.
+// Ownership: borrows the volume; the library stays loaded for as long as the process runs.
+// Threads: as the operations of IVolume.
+#pragma once
+
+#include "VolumeReport.h"
+
+#include <string>
+#include <vector>
+
+namespace vx {
+
+// Bytes of a file: from offset, so many.
+struct ByteRange {
+    uint64_t offset;
+    uint64_t length;
+};
+
+class VolumeReports {
+public:
+    // library: the handle of the loaded library; null for none, and then nothing is known. volume:
+    // as the library gave it, not one that passes its calls on.
+    VolumeReports(void *library, IVolume &volume);
+
+    // path: a volume path.
+    bool DescribeEntry(const std::u16string &path, VolumeEntryReport *report) const;
+    // search: an open one; after FindNextFile has answered false.
+    bool DescribeListing(VolumeHandle search, VolumeListingReport *report) const;
+    // What could not be read through this open file so far, in the file's order.
+    std::vector<ByteRange> UnreadRanges(VolumeHandle file) const;
+    // Whether the disk or image went away.
+    bool IsGone() const;
+
+private:
+    IVolume &_volume;
+    const VolumeLibraryDescribeEntryFunction _describeEntry;
+    const VolumeLibraryDescribeListingFunction _describeListing;
+    const VolumeLibraryUnreadRangesFunction _unreadRanges;
+    const VolumeLibraryIsGoneFunction _isGone;
+};
+
+}  // namespace vx
