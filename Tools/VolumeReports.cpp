@@ -20,12 +20,12 @@ void AddRange(void *ranges, uint64_t offset, uint64_t length)
 
 VolumeReports::VolumeReports(void *library, IVolume &volume)
     : _volume(volume),
-      _describeEntry(FunctionOf<VolumeLibraryDescribeEntryFunction>(
-          library, "volume_library_describe_entry")),
+      _describeEntry(
+          FunctionOf<VolumeLibraryDescribeEntryFunction>(library, "volume_library_describe_entry")),
       _describeListing(FunctionOf<VolumeLibraryDescribeListingFunction>(
           library, "volume_library_describe_listing")),
-      _unreadRanges(FunctionOf<VolumeLibraryUnreadRangesFunction>(library,
-                                                                  "volume_library_unread_ranges")),
+      _unreadRanges(
+          FunctionOf<VolumeLibraryUnreadRangesFunction>(library, "volume_library_unread_ranges")),
       _isGone(FunctionOf<VolumeLibraryIsGoneFunction>(library, "volume_library_is_gone"))
 {
 }

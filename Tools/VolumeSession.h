@@ -1,7 +1,7 @@
 // An opened volume with its catalogue, for as long as the program runs.
 //
-// Ownership: owns the observer, the reports and the catalogue; the volume belongs to the volume library.
-// Threads: opened on the main thread.
+// Ownership: owns the observer, the reports and the catalogue; the volume belongs to the volume
+// library. Threads: opened on the main thread.
 #pragma once
 
 #import <Foundation/Foundation.h>
