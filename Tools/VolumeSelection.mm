@@ -38,7 +38,8 @@ bool IsCovered(Z5FindData *entry, NSSet *selected)
 bool FindEntry(Z5FileExplorerWapper *explorer, const std::string &path, Z5FindData **entry,
                std::string *error)
 {
-    NSString *text = [NSString stringWithUTF8String:path.c_str()];
+    // Behind a slash, a U+FEFF that the path begins with is part of a name and not a mark.
+    NSString *text = [NSString stringWithUTF8String:("/" + path).c_str()];
     if (text == nil)
         return FailAt("not valid UTF-8: ", path, error);
     *entry = nil;

@@ -4,7 +4,8 @@
 // Ownership: a folder owns its children and every child its parent, so the tree is never freed;
 // the catalogue lives as long as the process.
 // Threads: made on the main thread, read on any. An entry is a snapshot of its record and is
-// not updated again, but for the children, which it gains once.
+// not updated again, but for the children, which it gains once. What a property hands out stays
+// usable for its caller, whatever the entry is given afterwards.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -30,12 +31,12 @@
 // The last write time in the user's locale and time zone: "March 5, 2024 at 9:07 AM"
 @property (atomic, retain) NSString *strModifiedDateTime;
 // "1.50 KB"; set by setFileSize:.
-@property (atomic, readonly) NSString *strFileSize;
+@property (atomic, retain, readonly) NSString *strFileSize;
 // In bytes; negative if the volume reports a size of 2^63 bytes or more.
 @property (readonly) int64_t nFileSize;
 @property BOOL bDirectory;
 // The enclosing folder; nil for an entry of the root folder.
-@property (readonly) Z5FindData *parentNode;
+@property (atomic, retain, readonly) Z5FindData *parentNode;
 // The children in the volume's order; nil until the folder was listed, empty if it is empty.
 @property (atomic, retain) NSMutableArray *subFileData;
 

@@ -3,7 +3,8 @@
 #import "CDateText.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
+#include <string>
 
 namespace {
 
@@ -41,6 +42,11 @@ size_t utf16Length(const char16_t *units)
     return units == nullptr ? 0 : std::char_traits<char16_t>::length(units);
 }
 
+@interface Z5FindData ()
+@property (atomic, retain, readwrite, setter=keepSizeText:) NSString *strFileSize;
+@property (atomic, retain, readwrite, setter=keepParent:) Z5FindData *parentNode;
+@end
+
 @implementation Z5FindData
 
 @synthesize strFileName = _strFileName;
@@ -54,8 +60,9 @@ size_t utf16Length(const char16_t *units)
 - (void)setFileSize:(int64_t)size
 {
     _nFileSize = size;
-    [_strFileSize release];
-    _strFileSize = newSizeText(size);
+    NSString *text = newSizeText(size);
+    [self keepSizeText:text];
+    [text release];
 }
 
 - (id)initWithFindData:(const VolumeFindData *)record
@@ -67,10 +74,11 @@ size_t utf16Length(const char16_t *units)
         [self release];
         return nil;
     }
-    // Record and machine have the same byte order, so the units need no conversion.
-    _strFileName =
-        [[NSString alloc] initWithCharacters:reinterpret_cast<const unichar *>(record->name)
-                                      length:nameLength(*record)];
+    // With the byte order named: characters without one may begin with a byte-order mark, which a
+    // name that begins with U+FEFF or U+FFFE must not be taken for.
+    _strFileName = [[NSString alloc] initWithBytes:record->name
+                                            length:nameLength(*record) * sizeof(char16_t)
+                                          encoding:NSUTF16LittleEndianStringEncoding];
     _strModifiedDateTime = [[Z5FindData FormatFileTimeToString:record->lastWriteTime] retain];
     _bDirectory = (record->attributes & kVolumeAttributeDirectory) != 0;
     [self setFileSize:static_cast<int64_t>(uint64_t(record->sizeHigh) << 32 | record->sizeLow)];
@@ -89,11 +97,8 @@ size_t utf16Length(const char16_t *units)
 
 - (void)setParentNode:(Z5FindData *)parent
 {
-    if (parent == self)
-        return;
-    [parent retain];
-    [_parent release];
-    _parent = parent;
+    if (parent != self)
+        [self keepParent:parent];
 }
 
 - (std::vector<NSString *>)namesUpwards
@@ -111,9 +116,10 @@ size_t utf16Length(const char16_t *units)
 
 + (NSString *)fileExtention:(NSString *)name
 {
-    const char *text = [name UTF8String];
-    const char *dot = text == nullptr ? nullptr : strrchr(text, '.');
-    return dot == nullptr ? @"" : [NSString stringWithUTF8String:dot + 1];
+    if (name == nil)
+        return @"";
+    const NSRange dot = [name rangeOfString:@"." options:NSBackwardsSearch | NSLiteralSearch];
+    return dot.length == 0 ? @"" : [name substringFromIndex:NSMaxRange(dot)];
 }
 
 @end

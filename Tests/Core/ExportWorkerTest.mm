@@ -2,6 +2,7 @@
 #import "ExportTest.h"
 
 #include <cstring>
+#include <map>
 
 #include "OrdinaryUser.h"
 
@@ -66,6 +67,19 @@ TEST_F(ExportWorker, EveryBackslashOfAVolumePathBecomesASlash)
     EXPECT_TRUE(exists("a/b/c/d/e"));
     EXPECT_EQ([delegate paths], (Strings{"/a\\b/c/d\\e", "/x/y"}));
     EXPECT_EQ(volume.calls(VolumeOperation::OpenFile)[0].path, u"/a\\b/c/d\\e");
+}
+
+TEST_F(ExportWorker, NamesThatBeginWithAByteOrderMarkAreExportedUnderTheirOwn)
+{
+    std::map<std::string, ScriptedEntry *> files;
+    files["ab"] = &root().file(u"ab", 10);
+    files["\ufeffab"] = &root().file(u"\ufeffab", 11);
+    files["\ufffeab"] = &root().file(u"\ufffeab", 12);
+    files["\ufeffd/\ufeffe"] = &root().folder(u"\ufeffd").file(u"\ufeffe", 13);
+    ASSERT_TRUE(run());
+    for (const auto &[path, entry] : files)
+        EXPECT_EQ(exported(path), entry->read(0, entry->size())) << path;
+    EXPECT_EQ([delegate percents].back(), 100);
 }
 
 TEST_F(ExportWorker, EachFileIsAnnouncedThenSizedThenCopied)

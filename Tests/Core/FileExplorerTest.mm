@@ -190,6 +190,15 @@ TEST_F(FileExplorer, APatternIsUtf16WhateverTheScript)
     EXPECT_EQ(volume.calls(VolumeOperation::FindFirstFile).back().path, u"/Дом \U0001F600/家/*");
 }
 
+TEST_F(FileExplorer, APatternKeepsUnitsThatLookLikeByteOrderMarks)
+{
+    root().folder(u"\ufeffa").folder(u"\ufffeb").file(u"c");
+    open();
+    Z5FindData *inner = [[explorer findFiles:[[explorer rootDirectory] lastObject]] lastObject];
+    EXPECT_EQ(Names([explorer findFiles:inner]), (Strings{"c"}));
+    EXPECT_EQ(volume.calls(VolumeOperation::FindFirstFile).back().path, u"/\ufeffa/\ufffeb/*");
+}
+
 TEST_F(FileExplorer, FullPathOfARootEntryNamedDataGivesSlashDataAndWithTheFilterAStarBelow)
 {
     root().folder(u"Data");

@@ -1,4 +1,5 @@
 #import "CoreTest.h"
+#import "Utf16Text.h"
 
 #include <limits>
 
@@ -17,7 +18,36 @@ std::string extension(NSString *name)
     return Utf8([Z5FindData fileExtention:name]);
 }
 
+std::vector<std::u16string> NamesOf(const std::vector<std::u16string> &names)
+{
+    std::vector<std::u16string> decoded;
+    for (const std::u16string &name : names)
+        decoded.push_back(Utf16Text([EntryOf(RecordOf(name)) strFileName]));
+    return decoded;
+}
+
 }  // namespace
+
+// An entry that notes when nobody holds it any more.
+@interface NotedEntry : Z5FindData {
+    BOOL *_isGone;
+}
+- (id)initWithFlag:(BOOL *)isGone;
+@end
+
+@implementation NotedEntry
+- (id)initWithFlag:(BOOL *)isGone
+{
+    self = [super init];
+    _isGone = isGone;
+    return self;
+}
+- (void)dealloc
+{
+    *_isGone = YES;
+    [super dealloc];
+}
+@end
 
 TEST(FindData, ANullRecordGivesNil)
 {
@@ -88,6 +118,20 @@ TEST(FindData, NothingAfterTheFirstZeroUnitBelongsToTheName)
     EXPECT_EQ(Utf8([EntryOf(record) strFileName]), "a l");
 }
 
+TEST(FindData, AUnitThatLooksLikeAByteOrderMarkBelongsToTheName)
+{
+    const std::vector<std::u16string> names = {u"\ufeffab",      u"\ufffeab", u"a\ufeffb",
+                                               u"\ufeff",        u"\ufffe",   u"\ufeff\ufeff",
+                                               u"\ufeff日本.txt"};
+    EXPECT_EQ(NamesOf(names), names);
+}
+
+TEST(FindData, ANameWithASurrogateThatHasNoPartnerIsNil)
+{
+    EXPECT_EQ([EntryOf(RecordOf(std::u16string{u'a', 0xd800})) strFileName], nil);
+    EXPECT_EQ([EntryOf(RecordOf(std::u16string{0xfeff, 0xdc00})) strFileName], nil);
+}
+
 TEST(FindData, ANegativeSizeShowsAsANegativeCountOfByte)
 {
     Z5FindData *entry = EntryOf(RecordOf(u"a", 0x20, ~uint64_t(0)));
@@ -146,12 +190,27 @@ TEST(FindData, ANewSizeReplacesTheText)
     EXPECT_EQ(Utf8([entry strFileSize]), "2.00 KB");
 }
 
+TEST(FindData, ASizeTextThatSomebodyHoldsOutlivesTheNextSize)
+{
+    Z5FindData *entry = EntryOf(RecordOf(u"a", 0x20, 5));
+    NSString *before = [entry strFileSize];
+    EXPECT_GE([before retainCount], 2u);
+    [entry setFileSize:2048];
+    EXPECT_EQ(Utf8(before), "5 byte");
+}
+
 TEST(FindData, TheSuffixIsWhatFollowsTheLastDot)
 {
     EXPECT_EQ(extension(@"archive.tar.gz"), "gz");
     EXPECT_EQ(extension(@".profile"), "profile");
     EXPECT_EQ(extension(@"A.TxT "), "TxT ");
     EXPECT_EQ(extension(@"日本.文書"), "文書");
+}
+
+TEST(FindData, ASuffixKeepsAUnitThatLooksLikeAByteOrderMark)
+{
+    NSString *name = [EntryOf(RecordOf(u"a.\ufefftxt")) strFileName];
+    EXPECT_EQ(extension(name), "\ufefftxt");
 }
 
 TEST(FindData, ANameThatEndsWithADotGivesAnEmptySuffix)
@@ -189,6 +248,34 @@ TEST(FindData, SetParentNodeWithTheEntryItselfLeavesThePreviousParentInPlace)
     [entry setParentNode:parent];
     [entry setParentNode:entry];
     EXPECT_EQ([entry parentNode], parent);
+}
+
+TEST(FindData, SetParentNodeWithTheParentItHasAlreadyKeepsThatParentAlive)
+{
+    BOOL isGone = NO;
+    NotedEntry *parent = [[NotedEntry alloc] initWithFlag:&isGone];
+    Z5FindData *entry = [[Z5FindData alloc] init];
+    [entry setParentNode:parent];
+    [parent release];
+    [entry setParentNode:parent];
+    EXPECT_FALSE(isGone);
+    [entry release];
+    EXPECT_TRUE(isGone);
+}
+
+TEST(FindData, AParentThatSomebodyHoldsOutlivesItsReplacement)
+{
+    BOOL isGone = NO;
+    @autoreleasepool {
+        NotedEntry *parent = [[NotedEntry alloc] initWithFlag:&isGone];
+        Z5FindData *entry = [[[Z5FindData alloc] init] autorelease];
+        [entry setParentNode:parent];
+        [parent release];
+        EXPECT_NE([entry parentNode], nil);
+        [entry setParentNode:nil];
+        EXPECT_FALSE(isGone);
+    }
+    EXPECT_TRUE(isGone);
 }
 
 TEST(FindData, SetParentNodeReplacesAParentAndClearsItWithNil)

@@ -70,6 +70,14 @@ TEST_F(List, APathMayLackItsFirstSlashAndHaveOneAtTheEnd)
         EXPECT_EQ(PathsIn(Run({"--list", _volume, path}).output), expected) << path;
 }
 
+TEST_F(List, ANameThatBeginsWithAByteOrderMarkIsNotTheOneWithoutIt)
+{
+    _folder.WriteFile("volume/\ufeffa.txt", "marked");
+    for (const char *path : {"\ufeffa.txt", "/\ufeffa.txt"})
+        EXPECT_EQ(PathsIn(Run({"--list", _volume, path}).output), Paths{"/\\ufeffa.txt"});
+    EXPECT_EQ(PathsIn(Run({"--list", _volume, "a.txt"}).output), Paths{"/a.txt"});
+}
+
 TEST_F(List, ASlashIsTheRoot)
 {
     EXPECT_EQ(PathsIn(Run({"--list", _volume, "/"}).output).size(), 3u);
