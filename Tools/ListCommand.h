@@ -2,12 +2,18 @@
 //
 // A row is type, size, date and path, in columns of fixed width without tabs. type is "file",
 // "folder" or "link"; a link's size and date are those of what it leads to, if that is on the
-// volume. Rows go to standard output as they are found, what is wrong to standard error.
+// volume. EntryJson.h has the objects. Rows go to standard output as they are found, what is wrong
+// to standard error. Nothing more is read once nobody reads the rows.
+// Folders are read from the volume anew, not from the catalogue, which does not keep all of a
+// record; what was printed is not kept.
 // Threads: main.
 #pragma once
 
+#include "EntryJson.h"
 #include "Options.h"
 #import "VolumeSession.h"
+
+#include <vector>
 
 namespace vx {
 
@@ -19,18 +25,36 @@ public:
     int Run();
 
 private:
+    // A folder whose entries are being printed.
+    struct Level {
+        size_t pathLength;  // of _path
+        std::vector<FolderRecord> records;
+        size_t next = 0;
+    };
+
     void ListPath(const std::string &path);
-    void ListEntries(NSArray *entries);
-    void PrintEntry(Z5FindData *entry) const;
-    void PrintRow(Z5FindData *entry) const;
-    void PrintJson(Z5FindData *entry) const;
-    const char *TypeOf(Z5FindData *entry) const;
+    void ListFile(const std::u16string &path);
+    void ListFolder(const std::u16string &path);
+    void ListEntries(std::vector<FolderRecord> records);
+    void ListEntry(const FolderRecord &record);
+    bool IsEntered(const FolderRecord &record) const;
+    std::optional<FolderRecords> Read(const std::u16string &path) const;
+
+    void Print(const ListedEntry &entry);
+    void PrintRow(const ListedEntry &entry);
+    void PrintJson(ListedEntry entry);
+    void NoteListing(const VolumeListingReport &report, const std::u16string &path);
+    void NoteOutput();
+    bool IsOutputLost() const { return _outputError != 0; }
     void Fail(const std::string &message);
 
     const VolumeSession &_session;
     const Options &_options;
     const bool _isTerminal;
     const size_t _dateColumns;
+    std::u16string _path;  // of what is being printed
+    std::vector<Level> _levels;
+    int _outputError = 0;  // an errno
     bool _hasFailed = false;
 };
 

@@ -1,27 +1,34 @@
 #import "ListCommand.h"
 
-#import "CatalogueWalk.h"
 #import "EntryText.h"
 #include "ExitStatus.h"
-#include "JsonText.h"
+#include "NumberText.h"
 #include "TerminalText.h"
+#include "Unicode.h"
 #import "Utf16Text.h"
 #import "VolumeSelection.h"
 
 #include <cerrno>
 #include <cinttypes>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <unistd.h>
+#include <utility>
 
 namespace vx {
 namespace {
 
+std::string DateText(uint64_t fileTime)
+{
+    return TerminalText(Utf16Text([Z5FindData FormatFileTimeToString:fileTime]));
+}
+
 // Wide enough for the date of a long month's name; a longer text only shifts its own row.
 size_t WidestDate()
 {
-    constexpr uint64_t kSeptember302020 = 132459588000000000;  // 23:00 UTC
-    return ColumnsOf(TerminalText(Utf16Text([Z5FindData FormatFileTimeToString:kSeptember302020])));
+    constexpr uint64_t kSeptember302020 = 132459588000000000;  // 17:00 UTC
+    return ColumnsOf(DateText(kSeptember302020));
 }
 
 // text, then blanks up to the width.
@@ -29,6 +36,34 @@ std::string Padded(std::string text, size_t width)
 {
     const size_t columns = ColumnsOf(text);
     return columns < width ? text.append(width - columns, ' ') : text;
+}
+
+std::string RoundedSize(int64_t size)
+{
+    Z5FindData *entry = [[[Z5FindData alloc] init] autorelease];
+    [entry setFileSize:size];
+    return [[entry strFileSize] UTF8String];
+}
+
+std::string ShownFolder(const std::u16string &path)
+{
+    return TerminalText(path.empty() ? std::u16string(u"/") : path);
+}
+
+std::string IncompleteText(const VolumeListingReport &report)
+{
+    const auto missing = static_cast<int64_t>(report.missingEntries);
+    if (missing == 0)
+        return "this folder is incomplete: entries are missing: ";
+    return "this folder is incomplete: at least " +
+           CountText(missing, "entry is missing: ", "entries are missing: ");
+}
+
+std::string RecoveredText(const VolumeListingReport &report)
+{
+    return "this folder is damaged: " +
+           CountText(static_cast<int64_t>(report.recoveredEntries), "entry was", "entries were") +
+           " found all the same: ";
 }
 
 }  // namespace
@@ -45,80 +80,167 @@ int ListCommand::Run()
 {
     if (_options.paths.empty())
         ListPath("/");
-    for (const std::string &path : _options.paths)
-        ListPath(path);
-    if (fflush(stdout) != 0 || ferror(stdout) != 0)
-        Fail(std::string("cannot write the list: ") + strerror(errno));
+    for (const std::string &path : _options.paths) {
+        if (!IsOutputLost())
+            ListPath(path);
+    }
+    errno = 0;
+    fflush(stdout);
+    NoteOutput();
+    // Whoever read the rows has seen enough.
+    if (_outputError == EPIPE)
+        return kExitSignalBase + SIGPIPE;
+    if (IsOutputLost())
+        Fail(std::string("cannot write the list: ") + strerror(_outputError));
     return _hasFailed ? kExitIncomplete : kExitSuccess;
 }
 
 void ListCommand::ListPath(const std::string &path)
 {
-    Z5FileExplorerWapper *explorer = _session.Explorer();
     Z5FindData *entry = nil;
     std::string error;
-    if (!FindEntry(explorer, path, &entry, &error))
+    if (!FindEntry(_session.Explorer(), path, &entry, &error))
         return Fail(error);
-    if (entry == nil)
-        return ListEntries([explorer rootDirectory]);
-    if (![entry bDirectory])
-        return ListEntries([NSArray arrayWithObject:entry]);
-    NSArray *children = [explorer findFiles:entry];
-    if (children != nil)
-        return ListEntries(children);
-    const bool isLink = _session.Volume().IsLink(VolumePathOf(entry));
-    Fail((isLink ? "a link to a folder is not followed: " : "this folder cannot be listed: ") +
-         ShownPathOf(entry));
+    const std::u16string volumePath = VolumePathOf(entry);
+    if (entry == nil || [entry bDirectory])
+        ListFolder(volumePath);
+    else
+        ListFile(volumePath);
 }
 
-void ListCommand::ListEntries(NSArray *entries)
+void ListCommand::ListFile(const std::u16string &path)
 {
-    if (!_options.recursive) {
-        for (Z5FindData *entry in entries)
-            PrintEntry(entry);
+    const size_t slash = path.rfind(u'/');
+    const std::u16string name = path.substr(slash + 1);
+    std::optional<FolderRecords> folder = Read(path.substr(0, slash));
+    if (folder) {
+        for (FolderRecord &record : folder->records) {
+            if (record.name != name || record.IsFolder())
+                continue;
+            _path = path.substr(0, slash);
+            std::vector<FolderRecord> found;
+            found.push_back(std::move(record));
+            return ListEntries(std::move(found));
+        }
+    }
+    Fail("not on the volume: " + TerminalText(path));
+}
+
+void ListCommand::ListFolder(const std::u16string &path)
+{
+    std::optional<FolderRecords> folder = Read(path);
+    if (!folder) {
+        const bool isLink = _session.Volume().IsLink(path);
+        return Fail(
+            (isLink ? "a link to a folder is not followed: " : "this folder cannot be listed: ") +
+            ShownFolder(path));
+    }
+    _path = path;
+    ListEntries(std::move(folder->records));
+    if (IsOutputLost())
         return;
+    if (_options.json && !folder->report.isWhole) {
+        printf("%s\n", ListingJson(path, folder->report).c_str());
+        NoteOutput();
     }
-    WalkCatalogue(_session.Explorer(), entries, [this](Z5FindData *entry, bool isUnlistable) {
-        PrintEntry(entry);
-        if (isUnlistable && !_session.Volume().IsLink(VolumePathOf(entry)))
-            Fail("this folder cannot be listed: " + ShownPathOf(entry));
-    });
+    NoteListing(folder->report, path);
 }
 
-void ListCommand::PrintEntry(Z5FindData *entry) const
+// The folders that hold the one being printed wait on a stack of ours: a volume may nest them
+// deeper than the thread's stack goes.
+void ListCommand::ListEntries(std::vector<FolderRecord> records)
 {
-    @autoreleasepool {
-        if (_options.json)
-            PrintJson(entry);
-        else
-            PrintRow(entry);
+    _levels.clear();
+    _levels.push_back({_path.size(), std::move(records)});
+    while (!_levels.empty() && !IsOutputLost()) {
+        Level &level = _levels.back();
+        _path.resize(level.pathLength);
+        if (level.next == level.records.size()) {
+            _levels.pop_back();
+            continue;
+        }
+        const FolderRecord record = std::move(level.records[level.next++]);
+        _path.append(u"/").append(record.name);
+        @autoreleasepool {
+            ListEntry(record);
+        }
     }
 }
 
-void ListCommand::PrintRow(Z5FindData *entry) const
+void ListCommand::ListEntry(const FolderRecord &record)
 {
+    ListedEntry entry{record, _path, IsUtf16(record.name), {}, {}, true};
+    std::optional<FolderRecords> inside;
+    const bool isWanted = _options.recursive && record.IsFolder() && !record.IsSelfOrParent();
+    if (isWanted) {
+        inside = IsEntered(record) ? Read(_path) : std::nullopt;
+        entry.isListable = inside.has_value();
+        entry.listing = inside ? inside->report : VolumeListingReport{false};
+    }
+    Print(entry);
+    if (!isWanted || IsOutputLost())
+        return;
+    if (inside) {
+        NoteListing(inside->report, _path);
+        _levels.push_back({_path.size(), std::move(inside->records)});
+    } else if (!record.IsLink()) {
+        Fail("this folder cannot be listed: " + TerminalText(_path));
+    }
+}
+
+// As the catalogue has it: what it does not enter is not exported either.
+bool ListCommand::IsEntered(const FolderRecord &record) const
+{
+    return !record.name.empty() && IsUtf16(record.name);
+}
+
+std::optional<FolderRecords> ListCommand::Read(const std::u16string &path) const
+{
+    return ReadFolder(*[_session.Explorer() getVolObject], _session.Reports(), path);
+}
+
+void ListCommand::Print(const ListedEntry &entry)
+{
+    if (_options.json)
+        PrintJson(entry);
+    else
+        PrintRow(entry);
+    NoteOutput();
+}
+
+void ListCommand::PrintRow(const ListedEntry &entry)
+{
+    const FolderRecord &record = entry.record;
     char size[32] = "";
     if (!_isTerminal)
-        snprintf(size, sizeof(size), "%15" PRId64, [entry nFileSize]);
-    else if (![entry bDirectory])
-        snprintf(size, sizeof(size), "%s", [[entry strFileSize] UTF8String]);
-    const std::string date = TerminalText(Utf16Text([entry strModifiedDateTime]));
-    printf("%-6s  %11s  %s  %s\n", TypeOf(entry), size, Padded(date, _dateColumns).c_str(),
-           ShownPathOf(entry).c_str());
+        snprintf(size, sizeof(size), "%15" PRId64, record.size);
+    else if (!record.IsFolder())
+        snprintf(size, sizeof(size), "%s", RoundedSize(record.size).c_str());
+    printf("%-6s  %11s  %s  %s\n", TypeName(record), size,
+           Padded(DateText(record.modified), _dateColumns).c_str(),
+           TerminalText(entry.path).c_str());
 }
 
-void ListCommand::PrintJson(Z5FindData *entry) const
+void ListCommand::PrintJson(ListedEntry entry)
 {
-    printf("{\"type\":\"%s\",\"path\":%s,\"size\":%" PRId64 ",\"modified\":%s}\n", TypeOf(entry),
-           JsonText(VolumePathOf(entry)).c_str(), [entry nFileSize],
-           JsonText(Utf16Text([entry strModifiedDateTime])).c_str());
+    // A library that cannot say more leaves it at what the record says.
+    if (!_session.Reports().DescribeEntry(entry.path, &entry.report) && entry.record.IsLink())
+        entry.report.obstacle = VolumeObstacle::kLink;
+    printf("%s\n", EntryJson(entry).c_str());
 }
 
-const char *ListCommand::TypeOf(Z5FindData *entry) const
+void ListCommand::NoteListing(const VolumeListingReport &report, const std::u16string &path)
 {
-    if (_session.Volume().IsLink(VolumePathOf(entry)))
-        return "link";
-    return [entry bDirectory] ? "folder" : "file";
+    if (!report.isWhole)
+        Fail(IncompleteText(report) + ShownFolder(path));
+    else if (report.recoveredEntries > 0)
+        Fail(RecoveredText(report) + ShownFolder(path));
+}
+
+void ListCommand::NoteOutput()
+{
+    if (_outputError == 0 && ferror(stdout) != 0)
+        _outputError = errno != 0 ? errno : EIO;
 }
 
 // Rows come first, so that messages stand where they belong.
@@ -126,6 +248,7 @@ void ListCommand::Fail(const std::string &message)
 {
     _hasFailed = true;
     fflush(stdout);
+    NoteOutput();
     fprintf(stderr, "volume-export: %s\n", message.c_str());
 }
 

@@ -44,6 +44,17 @@ char32_t NextCharacter(std::u16string_view text, size_t *position)
     return 0x10000 + ((char32_t(unit) - 0xd800) << 10) + (char32_t(trailing) - 0xdc00);
 }
 
+bool IsUtf16(std::u16string_view text)
+{
+    for (size_t at = 0; at < text.size(); ++at) {
+        if (IsTrailing(text[at]))
+            return false;
+        if (IsLeading(text[at]) && (++at == text.size() || !IsTrailing(text[at])))
+            return false;
+    }
+    return true;
+}
+
 void AppendUtf8(char32_t character, std::string *text)
 {
     const auto append = [text](char32_t byte) { text->push_back(static_cast<char>(byte)); };

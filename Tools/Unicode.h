@@ -13,6 +13,9 @@ constexpr char32_t kReplacementCharacter = 0xfffd;
 // The character at *position, which moves behind it and must be below text.size().
 char32_t NextCharacter(std::u16string_view text, size_t *position);
 
+// Whether every surrogate has its partner.
+bool IsUtf16(std::u16string_view text);
+
 // character: none of the surrogates.
 void AppendUtf8(char32_t character, std::string *text);
 

@@ -26,8 +26,8 @@ Listing
                         bytes elsewhere. Backslashes and control characters in names are
                         escaped: \\, \n, \x1b, \u202e
   --recursive           all that lies below, too
-  --json                one JSON object on each line, with type, path, size (in bytes) and
-                        modified (the date as this machine's language writes it)
+  --json                one JSON object on each line: path, size in bytes, times in UTC,
+                        attributes, whether it can be exported and if not, why
 
 Exporting
   --to DEST             export to the folder DEST, made if only it is missing. /a/b.txt
@@ -43,10 +43,11 @@ ends the program at once. Progress goes to standard error, the summary to standa
 
 Exit status
   0    all is listed, or all files have arrived
-  1    something is missing; the messages name it
+  1    something is missing, or a folder is damaged; the messages name it
   2    wrong use, or DEST cannot be used
   3    the volume did not open
-  128+ stopped by a signal, e.g. 130 by Ctrl-C, with files missing
+  128+ stopped by a signal, e.g. 130 by Ctrl-C, with files missing, or 141 when nobody
+       read the list to its end
 )";
 
 const char kVersionText[] = "volume-export " VX_VERSION "\n";

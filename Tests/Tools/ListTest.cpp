@@ -120,27 +120,6 @@ TEST_F(List, AHostileNameCannotDriveTheTerminalOrEndARow)
     EXPECT_TRUE(Lacks(result.output, "\x1b"));
 }
 
-TEST_F(List, JsonIsOneObjectOnEachLine)
-{
-    const Result result = Run({"--list", "--json", _volume, "/a.txt", "/B\u00fccher"});
-    std::istringstream lines(result.output);
-    std::string first;
-    std::string second;
-    std::getline(lines, first);
-    std::getline(lines, second);
-    EXPECT_EQ(first.find("{\"type\":\"file\",\"path\":\"/a.txt\",\"size\":5,\"modified\":\""), 0u);
-    EXPECT_EQ(first.substr(first.size() - 2), "\"}");
-    EXPECT_EQ(
-        second.find("{\"type\":\"folder\",\"path\":\"/B\u00fccher/\u65e5\u672c\",\"size\":0,"), 0u);
-}
-
-TEST_F(List, JsonEscapesWhatAHostileNameHolds)
-{
-    const Result result = RunWith(kStandIn, {"--list", "--json", "hostile"});
-    EXPECT_TRUE(Holds(result.output, "\"path\":\"/evil\\u001b]0;owned\\u0007\\u000d\\u000a"));
-    EXPECT_TRUE(Holds(result.output, "\"path\":\"/a\\\\..\\\\..\\\\escaped2\""));
-}
-
 TEST_F(List, LinksAreNamedAndNotFollowed)
 {
     _folder.MakeLink("volume/out", "/etc");
@@ -155,6 +134,39 @@ TEST_F(List, AFolderThatCannotBeListedIsAnError)
     const Result result = RunWith(kStandIn, {"--list", "--recursive", "failing"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.errors, "volume-export: this folder cannot be listed: /closed\n");
+}
+
+TEST_F(List, AFolderThatWasNotListedWholeIsAnError)
+{
+    const Result result = RunWith(VX_REPORTING, {"--list", "--recursive", "holes"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(PathsIn(result.output), (Paths{"/few", "/few/a", "/found", "/found/b", "/some"}));
+    EXPECT_EQ(result.errors,
+              "volume-export: this folder is incomplete: at least 1,500 entries are missing: /few\n"
+              "volume-export: this folder is damaged: 2 entries were found all the same: /found\n"
+              "volume-export: this folder is incomplete: entries are missing: /some\n"
+              "volume-export: this folder is incomplete: at least 1 entry is missing: /\n");
+}
+
+TEST_F(List, AFolderThatIsNotEnteredIsNoError)
+{
+    const Result result = RunWith(VX_REPORTING, {"--list", "holes", "/found/b"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+}
+
+// Who reads on comes to a folder that never answers.
+TEST_F(List, ItEndsWithoutAWordWhenNobodyReadsItAnyMore)
+{
+    const std::string tool = CopyOfTool(VX_REPORTING);
+    for (const char *handling : {"", "trap '' PIPE; "}) {
+        ToolRun run("/bin/sh", {"-c",
+                                std::string(handling) + "{ \"$0\" --list --recursive many; "
+                                                        "echo \"$?\" >&2; } | head -n 1",
+                                tool});
+        EXPECT_EQ(run.Wait(), 0);
+        EXPECT_EQ(run.Errors(), "141\n") << handling;
+    }
 }
 
 TEST_F(List, ANamedLinkToAFolderIsAnErrorOfItsOwn)

@@ -23,6 +23,11 @@ const StandInEntry *StandInVolume::EntryAt(const std::u16string &path) const
     return nullptr;
 }
 
+std::u16string StandInVolume::FolderOf(VolumeHandle search)
+{
+    return static_cast<Search *>(search)->folder;
+}
+
 VolumeHandle StandInVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
 {
     std::u16string folder(pattern);
@@ -46,7 +51,10 @@ bool StandInVolume::FindNextFile(VolumeHandle handle, VolumeFindData *record)
             continue;
         *record = {};
         record->attributes = entry.attributes != 0 ? entry.attributes : 0x80;
-        record->lastWriteTime = 132459588000000000;
+        record->creationTime = entry.created;
+        record->lastAccessTime = entry.accessed;
+        record->lastWriteTime = entry.modified;
+        record->reserved = entry.reparseTag;
         record->sizeLow = entry.listedSize;
         std::copy(entry.name.begin(), entry.name.end(), record->name);
         return true;

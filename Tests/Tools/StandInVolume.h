@@ -18,7 +18,11 @@ struct StandInEntry {
     uint32_t attributes = 0;
     uint32_t listedSize = 0;  // in bytes
     uint32_t size = 0;        // when opened
-    bool opens = true;        // a folder: can be listed
+    uint32_t reparseTag = 0;
+    uint64_t created = 0;  // the three times: 100 ns since 1601
+    uint64_t accessed = 0;
+    uint64_t modified = 132459588000000000;
+    bool opens = true;  // a folder: can be listed
     bool readsFail = false;
     bool changes = false;        // each time it is opened
     int stallsAtRead = 0;        // which read waits, from 1; 0 for none
@@ -31,6 +35,9 @@ public:
     // "release" for reading, and goes on when the test has opened the other ends.
     StandInVolume(std::vector<StandInEntry> entries, std::string stallFolder);
     ~StandInVolume() = default;
+
+    // Of an open search: the folder's volume path.
+    static std::u16string FolderOf(VolumeHandle search);
 
     VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override;
     bool FindNextFile(VolumeHandle search, VolumeFindData *record) override;

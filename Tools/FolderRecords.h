@@ -1,0 +1,38 @@
+// What a volume reports of a folder, in full: the catalogue keeps only what the window shows.
+#pragma once
+
+#include "VolumeReports.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+struct FolderRecord {
+    std::u16string name;
+    uint32_t attributes = 0;
+    uint32_t reparseTag = 0;  // 0 without a reparse point, and where the volume does not tell
+    uint64_t created = 0;     // the three times: 100 ns since 1601-01-01 00:00 UTC; 0 for none
+    uint64_t accessed = 0;
+    uint64_t modified = 0;
+    int64_t size = 0;  // in bytes
+
+    bool IsFolder() const;
+    // Whether it leads elsewhere; other reparse points stand for data of their own.
+    bool IsLink() const;
+    // Whether the name is "." or "..": nothing is missed when such a folder is not entered.
+    bool IsSelfOrParent() const;
+};
+
+struct FolderRecords {
+    std::vector<FolderRecord> records;  // in the volume's order
+    VolumeListingReport report;
+};
+
+// path: the folder's volume path, empty for the root. Nothing if it cannot be listed.
+// Threads: as the operations of IVolume.
+std::optional<FolderRecords> ReadFolder(IVolume &volume, const VolumeReports &reports,
+                                        const std::u16string &path);
+
+}  // namespace vx
