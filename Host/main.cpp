@@ -4,6 +4,7 @@
 #include "ProgramFolder.h"
 #include "SecretPrompt.h"
 #include "SignalWatch.h"
+#include "StandardDescriptors.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -44,6 +45,8 @@ int RunHost(const std::string &argv0, vx::HostOptions options)
 
 int main(int argc, char *argv[])
 {
+    if (!vx::HoldStandardDescriptors())
+        return vx::kNotStarted;
     const vx::CommandLine line = vx::ParseCommandLine({argv + 1, argv + argc});
     if (!line.error.empty()) {
         fprintf(stderr, "volume-host: %s\n%s", line.error.c_str(), vx::UsageText());

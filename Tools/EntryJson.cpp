@@ -11,17 +11,28 @@ namespace {
 
 // Microsoft Learn, "File Attribute Constants"; on disk 0x40000 marks extended attributes.
 constexpr const char *kAttributeNames[] = {
-    "read-only",     "hidden",
-    "system",        nullptr,
-    "folder",        "archive",
-    "device",        "normal",
-    "temporary",     "sparse",
-    "reparse-point", "compressed",
-    "offline",       "not-indexed",
-    "encrypted",     "integrity-stream",
-    "virtual",       "no-scrub-data",
-    "extended-attributes", "pinned",
-    "unpinned",      nullptr,
+    "read-only",
+    "hidden",
+    "system",
+    nullptr,
+    "folder",
+    "archive",
+    "device",
+    "normal",
+    "temporary",
+    "sparse",
+    "reparse-point",
+    "compressed",
+    "offline",
+    "not-indexed",
+    "encrypted",
+    "integrity-stream",
+    "virtual",
+    "no-scrub-data",
+    "extended-attributes",
+    "pinned",
+    "unpinned",
+    nullptr,
     "recall-on-data-access",
 };
 
@@ -34,10 +45,17 @@ struct TagName {
 constexpr uint32_t kCloudTag = 0x9000001A;
 constexpr uint32_t kCloudMask = 0xFFFF0FFF;
 constexpr TagName kTagNames[] = {
-    {kReparseTagSymlink, "symlink"}, {0xA0000003, "mount-point"}, {0x80000017, "packed"},
-    {0x80000013, "deduplicated"},    {0x8000001B, "app-link"},    {0xA000001D, "linux-symlink"},
-    {0x80000018, "container"},       {0x9000001C, "projected"},   {0x8000001E, "storage-sync"},
-    {0xC0000004, "hsm"},             {0x80000006, "hsm"},
+    {kReparseTagSymlink, "symlink"},
+    {0xA0000003, "mount-point"},
+    {0x80000017, "packed"},
+    {0x80000013, "deduplicated"},
+    {0x8000001B, "app-link"},
+    {0xA000001D, "linux-symlink"},
+    {0x80000018, "container"},
+    {0x9000001C, "projected"},
+    {0x8000001E, "storage-sync"},
+    {0xC0000004, "hsm"},
+    {0x80000006, "hsm"},
 };
 
 std::string Quoted(const char *word)
@@ -48,10 +66,20 @@ std::string Quoted(const char *word)
 const char *ReasonName(VolumeObstacle obstacle)
 {
     constexpr const char *kNames[] = {
-        nullptr,         "link",          "packed",     "only-in-cloud", "deduplicated",
-        "encrypted",     "unknown-reparse-point",
-        "damaged",       "unreadable",    "device-gone", "same-name",    "no-permission",
-        "not-there",     "out-of-memory",
+        nullptr,
+        "link",
+        "packed",
+        "only-in-cloud",
+        "deduplicated",
+        "encrypted",
+        "unknown-reparse-point",
+        "damaged",
+        "unreadable",
+        "device-gone",
+        "same-name",
+        "no-permission",
+        "not-there",
+        "out-of-memory",
     };
     const auto number = static_cast<size_t>(obstacle);
     return number < std::size(kNames) ? kNames[number] : "other";

@@ -13,6 +13,7 @@
 #import "ListCommand.h"
 #include "Options.h"
 #include "SecretPrompt.h"
+#include "StandardDescriptors.h"
 #include "TerminalText.h"
 #include "Unicode.h"
 #include "UsageText.h"
@@ -89,6 +90,8 @@ int Run(Options options)
 
 int main(int argc, char **argv)
 {
+    if (!vx::HoldStandardDescriptors())
+        return vx::kExitIncomplete;
     std::string error;
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (!AreAllUtf8(arguments))

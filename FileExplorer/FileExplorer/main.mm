@@ -4,6 +4,7 @@
 #import <AppKit/AppKit.h>
 
 #include "CPipeFileExplorerClientWrapper.h"
+#include "StandardDescriptors.h"
 
 #include <fcntl.h>
 
@@ -21,7 +22,7 @@ constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 
 int main(int argc, const char *argv[])
 {
-    if (argc != kArgumentCount)
+    if (argc != kArgumentCount || !vx::HoldStandardDescriptors())
         return 0;
     // The explorer goes on whether or not the link could be set up.
     CPipeFileExplorerClientWrapper::getInstance()->initClient(kConnectorName, kReadPipe, kReadFlags,

@@ -65,6 +65,17 @@ protected:
         return text.str();
     }
 
+    // The descriptors that this process hands on to every child, which the host can only hand on
+    // too; the standard ones are among them.
+    static std::string HandedOn()
+    {
+        std::string handedOn;
+        for (int descriptor = 0; descriptor < 1024; ++descriptor)
+            if (const int flags = fcntl(descriptor, F_GETFD); flags != -1 && !(flags & FD_CLOEXEC))
+                handedOn += std::to_string(descriptor) + " ";
+        return handedOn;
+    }
+
     bool IsRunning(const std::string &pid) const { return kill(std::stoi(pid), 0) == 0; }
 
     PipeFolder _folder;
@@ -79,6 +90,15 @@ TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
     host.CloseInput();
     EXPECT_EQ(host.AwaitEnd(), 0);
     EXPECT_EQ(host.Output(), "volume-host: the explorer sent its quit notice\n");
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, WithoutStandardDescriptorsNothingElseTakesTheirPlaces)
+{
+    ChildProcess host("/bin/sh", {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", VOLUME_HOST,
+                                  "--explorer", FAKE_EXPLORER, "descriptors:" + _file});
+    EXPECT_EQ(Told(), HandedOn());
+    EXPECT_EQ(host.AwaitEnd(), 1);
     EXPECT_TRUE(NothingIsThere());
 }
 
@@ -209,13 +229,8 @@ TEST_F(EndToEndTest, AnExplorerThatOutlivedItsHostIsNotTakenForTheNextOnes)
 
 TEST_F(EndToEndTest, TheExplorerInheritsNoDescriptorOfTheHost)
 {
-    // Those that this process hands on to every child, which the host can only hand on too.
-    std::string handedOn;
-    for (int descriptor = 0; descriptor < 1024; ++descriptor)
-        if (const int flags = fcntl(descriptor, F_GETFD); flags != -1 && !(flags & FD_CLOEXEC))
-            handedOn += std::to_string(descriptor) + " ";
     ChildProcess host = Host("descriptors");
-    EXPECT_EQ(Told(), handedOn);
+    EXPECT_EQ(Told(), HandedOn());
     host.AwaitEnd();
 }
 

@@ -76,8 +76,7 @@ TEST_F(JsonList, AFolderSaysWhetherItWasListedWhole)
 
 TEST_F(JsonList, AFolderThatCannotBeListedForNoKnownReasonSaysThat)
 {
-    const Result result =
-        RunWith(kStandIn, {"--list", "--json", "--recursive", "failing"});
+    const Result result = RunWith(kStandIn, {"--list", "--json", "--recursive", "failing"});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(Holds(LineOf(result.output, "/closed"),
                       "\"exportable\":false,\"reason\":\"not-listable\""));
@@ -119,8 +118,8 @@ TEST_F(JsonList, AReparsePointWithDataOfItsOwnIsNoLink)
 
 TEST_F(JsonList, ANameThatIsNoTextCannotBeExported)
 {
-    EXPECT_TRUE(Holds(LineOf(Kinds().output, "/bad\ufffd"),
-                      "\"exportable\":false,\"reason\":\"name\""));
+    EXPECT_TRUE(
+        Holds(LineOf(Kinds().output, "/bad\ufffd"), "\"exportable\":false,\"reason\":\"name\""));
 }
 
 TEST_F(JsonList, WithoutReportsALinkIsStillALink)

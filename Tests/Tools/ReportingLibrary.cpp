@@ -54,9 +54,8 @@ std::vector<StandInEntry> TreeOfEveryKind()
 
 std::vector<StandInEntry> TreeWithHoles()
 {
-    return {Entry(u"", u"few", kFolder),     Entry(u"/few", u"a", 0x20),
-            Entry(u"", u"found", kFolder),   Entry(u"/found", u"b", 0x20),
-            Entry(u"", u"some", kFolder)};
+    return {Entry(u"", u"few", kFolder), Entry(u"/few", u"a", 0x20), Entry(u"", u"found", kFolder),
+            Entry(u"/found", u"b", 0x20), Entry(u"", u"some", kFolder)};
 }
 
 // More rows than a pipe holds, and then a folder that nobody gets past.
