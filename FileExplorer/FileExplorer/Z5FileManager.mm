@@ -129,10 +129,19 @@ void releaseOnMainThread(id object)
     _threadCopyFile = [[NSThread alloc] initWithTarget:self
                                               selector:@selector(copyToInThread:)
                                                 object:destination];
-    if (_threadCopyFile == nil)
-        return NO;
-    [_threadCopyFile start];
-    return YES;
+    return [self startThread];
+}
+
+// Foundation throws where the system has no thread to give, and would throw again if the thread
+// that did not start were let go of. It is left as it is, and keeps the engine.
+- (BOOL)startThread
+{
+    @try {
+        [_threadCopyFile start];
+    } @catch (NSException *) {
+        _threadCopyFile = nil;
+    }
+    return _threadCopyFile != nil;
 }
 
 - (BOOL)copyToInThread:(NSString *)destination

@@ -5,12 +5,12 @@
 #import <AppKit/AppKit.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace vx {
@@ -61,12 +61,22 @@ private:
     posix_spawnattr_t _attributes;
 };
 
+void *awaitEnd(void *child)
+{
+    const auto pid = static_cast<pid_t>(reinterpret_cast<intptr_t>(child));
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return nullptr;
+}
+
+// Where the system has no thread to give, the child that has ended is left until this process ends.
+// A std::thread would throw then, which nobody can catch in a source of this language.
 void reap(pid_t child)
 {
-    std::thread([child] {
-        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }).detach();
+    pthread_t waiting;
+    void *const argument = reinterpret_cast<void *>(static_cast<intptr_t>(child));
+    if (pthread_create(&waiting, nullptr, awaitEnd, argument) == 0)
+        pthread_detach(waiting);
 }
 
 BOOL isFolder(NSURL *url)
