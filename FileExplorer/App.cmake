@@ -25,7 +25,8 @@ set(VX_INTERFACE_FILES
   "${CMAKE_CURRENT_LIST_DIR}/Resources/Base/copyingFileWindow.xib")
 
 add_executable(file-explorer FileExplorer/main.mm)
-target_link_libraries(file-explorer PRIVATE explorer-app platform-gnustep vx_warnings)
+target_link_libraries(file-explorer
+  PRIVATE explorer-app platform-foundation platform-gnustep vx_warnings)
 vx_bundle(file-explorer MAIN_NIB MainMenu INTERFACE_FILES ${VX_INTERFACE_FILES})
 
 # Beside the volume library and the host, which look for each other there.
