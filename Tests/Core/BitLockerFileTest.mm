@@ -188,6 +188,16 @@ TEST_F(BitLockerFile, ReadingFillsTheBufferAndMovesThePosition)
     EXPECT_EQ([file tellg], 32);
 }
 
+TEST_F(BitLockerFile, ReadingNoBytesAsksTheVolumeAllTheSame)
+{
+    root().file(u"a", 64);
+    ASSERT_NE(openPath(@"/a"), nil);
+    EXPECT_TRUE([file readFile:buffer ofsize:0]);
+    volume.atCall(VolumeOperation::ReadFile, 2, Fault::Fail);
+    EXPECT_FALSE([file readFile:buffer ofsize:0]);
+    EXPECT_EQ(volume.count(VolumeOperation::ReadFile), 2u);
+}
+
 TEST_F(BitLockerFile, AFalseReadIsAFailure)
 {
     root().file(u"a", 64);

@@ -122,6 +122,23 @@ TEST_F(ExportPlan, PlanningReadsFoldersNotListedBeforeOnTheCallersThread)
     EXPECT_EQ(volume.count(VolumeOperation::OpenFile), 0u);
 }
 
+TEST_F(ExportPlan, AFolderWhosePathIsLongerThan260UnitsIsExported)
+{
+    ScriptedEntry &folder = root().folder(std::u16string(200, u'n')).folder(std::u16string(200, u'm'));
+    folder.file(u"a", 3);
+    ASSERT_TRUE(run());
+    EXPECT_EQ(sizeOf(std::string(200, 'n') + "/" + std::string(200, 'm') + "/a"), 3);
+}
+
+TEST_F(ExportPlan, AFolderWhoseNameBeginsWithADotIsExported)
+{
+    root().folder(u".hidden").folder(u"..").file(u"lost", 3);
+    root().folder(u".profile").folder(u"..more").folder(u"...").file(u".a", 3);
+    ASSERT_TRUE(run());
+    EXPECT_EQ([delegate paths], (Strings{"/.profile/..more/.../.a"}));
+    EXPECT_EQ(sizeOf(".profile/..more/.../.a"), 3);
+}
+
 TEST_F(ExportPlan, AFolderListedBeforeIsNotReadAgain)
 {
     root().folder(u"a").file(u"b", 1);

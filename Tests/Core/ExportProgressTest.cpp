@@ -23,6 +23,13 @@ TEST(ExportPercent, IsTruncatedTowardZero)
     EXPECT_EQ(ExportPercent(-1, 3), -33);
 }
 
+// 0.29 times 100 is a little less than 29.
+TEST(ExportPercent, IsTheQuotientTimes100)
+{
+    EXPECT_EQ(ExportPercent(29, 100), 28);
+    EXPECT_EQ(ExportPercent(29 * (int64_t(1) << 40), 100 * (int64_t(1) << 40)), 28);
+}
+
 TEST(ExportPercent, CanPass100)
 {
     EXPECT_EQ(ExportPercent(5, 4), 125);

@@ -106,6 +106,23 @@ TEST_F(FileExplorer, ListingAFolderTwiceCallsTheVolumeOnceAndReturnsTheSameArray
     EXPECT_EQ(volume.calls().size(), calls);
 }
 
+TEST_F(FileExplorer, TheChildrenAreKeptBeforeTheListingIsClosed)
+{
+    root().folder(u"a").file(u"b");
+    open();
+    Z5FindData *folder = at({"a"});
+    volume.atCall(VolumeOperation::FindClose, 2, Fault::Stall);
+    std::thread lister([&] {
+        @autoreleasepool {
+            [explorer findFiles:folder];
+        }
+    });
+    EXPECT_TRUE(volume.awaitStall());
+    EXPECT_EQ(Names([folder subFileData]), (Strings{"b"}));
+    volume.release();
+    lister.join();
+}
+
 TEST_F(FileExplorer, FindFilesWithNilListsTheRootFromTheVolumeOnEveryCall)
 {
     root().file(u"a");
