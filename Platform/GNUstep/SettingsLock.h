@@ -4,7 +4,8 @@
 // lies ahead of the clock.
 //
 // A program that links this looks at the lock when it is loaded, before the library does.
-// Threads: any; waits by looking again. Errors: a lock that cannot be removed is left to the library.
+// Threads: any; waits by looking again. Errors: a lock that cannot be removed is left to the
+// library.
 #pragma once
 
 #include <ctime>

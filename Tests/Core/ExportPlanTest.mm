@@ -124,7 +124,8 @@ TEST_F(ExportPlan, PlanningReadsFoldersNotListedBeforeOnTheCallersThread)
 
 TEST_F(ExportPlan, AFolderWhosePathIsLongerThan260UnitsIsExported)
 {
-    ScriptedEntry &folder = root().folder(std::u16string(200, u'n')).folder(std::u16string(200, u'm'));
+    ScriptedEntry &folder =
+        root().folder(std::u16string(200, u'n')).folder(std::u16string(200, u'm'));
     folder.file(u"a", 3);
     ASSERT_TRUE(run());
     EXPECT_EQ(sizeOf(std::string(200, 'n') + "/" + std::string(200, 'm') + "/a"), 3);
