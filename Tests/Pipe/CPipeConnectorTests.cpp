@@ -204,6 +204,19 @@ TEST_F(CPipeConnectorTest, ClosePipeEndsTheReading)
     EXPECT_EQ(open(_folder.ToClient().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC), -1);
 }
 
+TEST_F(CPipeConnectorTest, TheResultOfDeletePipeIsThatOfTheWriteEndAlone)
+{
+    RawPeer peer(_folder);
+    Connect();
+    ASSERT_TRUE(peer.Write(Message(1, "the reader has its end open")));
+    ASSERT_TRUE(_sink.AwaitCount(1));
+    ASSERT_EQ(unlink(_folder.ToClient().c_str()), 0);
+    EXPECT_EQ(_connector->DeletePipe(), 0);
+    ASSERT_EQ(mkfifo(_folder.ToClient().c_str(), 0600), 0);
+    EXPECT_EQ(_connector->DeletePipe(), -1);
+    EXPECT_FALSE(PipeFolder::Exists(_folder.ToClient()));
+}
+
 TEST_F(CPipeConnectorTest, DeletePipeUnlinksBothFifosAndReturnsTheSecondResult)
 {
     RawPeer peer(_folder);

@@ -140,6 +140,18 @@ TEST(CPipeDataWrapperTest, AnEnvelopeMayBeFilledFromItsOwnRecord)
     EXPECT_EQ(envelope.getCommandDataWrapper()->length, 13u);
 }
 
+TEST(CPipeDataWrapperTest, ASecondRecordLeavesNothingOfTheFirst)
+{
+    CPipeDataWrapper envelope;
+    const CCommandDataWrapper<char> longer = {CMD_EXPLORER_QUIT, 0, 13, 'p'};
+    ASSERT_TRUE(envelope.InitializeWithCmdDataWrapper(&longer));
+    ASSERT_EQ(envelope.getMessage()[12], 'p');
+    const CCommandDataWrapper<char> shorter = {static_cast<COMMAND_TYPE>(5), 0, 12, 'q'};
+    ASSERT_TRUE(envelope.InitializeWithCmdDataWrapper(&shorter));
+    for (size_t at = 12; at < 513; ++at)
+        ASSERT_EQ(envelope.getMessage()[at], '\0') << at;
+}
+
 TEST(CPipeDataWrapperTest, DestroyingAnEnvelopeThatWasNeverInitialisedFreesNothing)
 {
     const auto envelope = std::make_unique<CPipeDataWrapper>();

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <future>
 #include <memory>
 #include <unistd.h>
 
@@ -39,6 +41,17 @@ protected:
     {
         return !PipeFolder::Exists(_folder.At(prefix + "-in")) &&
                !PipeFolder::Exists(_folder.At(prefix + "-out"));
+    }
+
+    // One message, once somebody reads the FIFO.
+    static void WriteTo(const std::string &path)
+    {
+        int writer = -1;
+        ASSERT_TRUE(
+            Eventually([&] { return (writer = open(path.c_str(), O_WRONLY | O_NONBLOCK)) != -1; }));
+        const _MSG_DATA_PACKAGE message = Message(1, "text");
+        EXPECT_EQ(write(writer, &message, sizeof(message)), ssize_t(sizeof(message)));
+        close(writer);
     }
 
     PipeFolder _folder;
@@ -105,6 +118,46 @@ TEST_F(RegistryTest, RemoveAllConnectorRemovesEveryPairOfFifos)
     EXPECT_TRUE(NeitherExists("1"));
     EXPECT_TRUE(NeitherExists("2"));
     EXPECT_EQ(_server->getConnector("one"), nullptr);
+}
+
+// The sink holds the second connector's thread up, and with it whoever removes that connector.
+TEST_F(RegistryTest, ConnectorsAreRemovedInTheOrderOfTheirNames)
+{
+    std::promise<void> mayGoOn;
+    _sink.OnMessage([wait = mayGoOn.get_future().share()](const auto &) { wait.wait(); });
+    ASSERT_TRUE(AddToServer("b", "2"));
+    ASSERT_TRUE(AddToServer("a", "1"));
+    ASSERT_TRUE(AddToServer("c", "3"));
+    ASSERT_TRUE(Eventually([this] { return BothExist("1") && BothExist("2") && BothExist("3"); }));
+    WriteTo(_folder.At("2-in"));
+    ASSERT_TRUE(_sink.AwaitCount(1));
+    auto removal = std::async(std::launch::async, [this] { _server->removeAllConnector(); });
+    EXPECT_TRUE(Eventually([this] { return NeitherExists("1"); }));
+    EXPECT_TRUE(BothExist("3"));
+    mayGoOn.set_value();
+    removal.wait();
+    EXPECT_TRUE(NeitherExists("2"));
+    EXPECT_TRUE(NeitherExists("3"));
+}
+
+TEST_F(RegistryTest, AConnectorThatIsRefusedGetsNoSink)
+{
+    RecordingSink other;
+    CPipeServer server(&_sink);
+    ASSERT_TRUE(server.AddConnector(new CPipeConnector("one", kFast)));
+    CPipeConnector refused("one", kFast);
+    const std::string in = _folder.At("in");
+    ASSERT_TRUE(
+        refused.initPipeConnection(in.c_str(), kReadFlags, _folder.At("out").c_str(), kWriteFlags));
+    EXPECT_FALSE(server.AddConnector(&refused));
+    ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(in); }));
+    const RawReader beside(in);
+    WriteTo(in);
+    ASSERT_TRUE(Eventually([&] { return !beside.HasInput(); }));
+    refused.SetMsgHander(&other);
+    EXPECT_TRUE(other.AwaitCount(1));
+    EXPECT_EQ(_sink.Count(), 0u);
+    refused.SetMsgHander(nullptr);
 }
 
 TEST_F(RegistryTest, DeletingTheServerRemovesEveryPairOfFifos)
