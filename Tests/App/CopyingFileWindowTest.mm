@@ -240,6 +240,25 @@ TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorker
     workerMayGoOn.set_value();
 }
 
+TEST_F(CopyingFileWindowTest, ACancelIsNotedBeforeTheWindowCloses)
+{
+    static CopyingFileWindow *window;
+    static int closings, whileContinued;
+    window = _progress;
+    closings = whileContinued = 0;
+    Method method = class_getInstanceMethod([CopyingFileWindow class], @selector(windowWillClose:));
+    const IMP original =
+        method_setImplementation(method, reinterpret_cast<IMP>(+[](id, SEL, NSNotification *) {
+                                     ++closings;
+                                     whileContinued += [window Continued] ? 1 : 0;
+                                 }));
+    [[_progress window] orderFront:nil];
+    [_progress cancelClicked:nil];
+    method_setImplementation(method, original);
+    EXPECT_EQ(closings, 1);
+    EXPECT_EQ(whileContinued, 0);
+}
+
 TEST_F(CopyingFileWindowTest, AReportAfterACancelClosesTheWindowAgainAndEndsItsSession)
 {
     [_progress cancelClicked:nil];

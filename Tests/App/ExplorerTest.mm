@@ -251,6 +251,25 @@ TEST_F(ExplorerTest, AColumnOfAnotherTitleShowsEmptyStrings)
     EXPECT_EQ(text(0, @"file name"), "");
 }
 
+TEST_F(ExplorerTest, ATitleInOtherLettersIsAnotherTitle)
+{
+    root().file(u"b", 1536);
+    open();
+    for (NSString *title in @[ @"File Name", @"Date Modified", @"Size" ]) {
+        NSTableColumn *titled = column(title);
+        ImageAndTextCell *cell = [[ImageAndTextCell new] autorelease];
+        for (NSString *other in @[ [title lowercaseString], [title uppercaseString] ]) {
+            [[titled headerCell] setStringValue:other];
+            EXPECT_EQ(text(0, other), "") << [other UTF8String];
+            [(id)controller outlineView:tree()
+                        willDisplayCell:cell
+                         forTableColumn:titled
+                                   item:[tree() itemAtRow:0]];
+            EXPECT_EQ([cell image], nil) << [other UTF8String];
+        }
+    }
+}
+
 TEST_F(ExplorerTest, AnItemThatIsNotAnEntryHasNoChildrenNoTextAndIsNotExpandable)
 {
     open();
@@ -328,6 +347,13 @@ TEST_F(ExplorerTest, AwakingAgainSetsNothingUpAgain)
     select({0});
     [controller awakeFromNib];
     EXPECT_TRUE([[controller btnExport] isEnabled]);
+}
+
+TEST_F(ExplorerTest, TheSetUpTurnsTheReorderingOfColumnsOff)
+{
+    [tree() setAllowsColumnReordering:YES];
+    EXPECT_TRUE([controller finishInitialize]);
+    EXPECT_FALSE([tree() allowsColumnReordering]);
 }
 
 TEST_F(ExplorerTest, EveryAwakingRegistersTheTreeForTheNamesOfFiles)
