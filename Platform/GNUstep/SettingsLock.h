@@ -21,6 +21,9 @@ bool isLockStale(timespec made, timespec now);
 // others kept taking it.
 void awaitLock(const std::string &path);
 
+// Does so for the library's own lock, unless the program's arguments hold more than ASCII.
+void awaitSettingsLockAtStart();
+
 // Where the library has its lock.
 std::string settingsLockPath();
 

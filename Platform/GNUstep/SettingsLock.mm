@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <sys/stat.h>
 #include <thread>
 
@@ -26,7 +27,32 @@ timespec wallClock()
     return now;
 }
 
+// Foundation cannot start in a process whose arguments are not UTF-8, which the program says
+// itself.
+bool areArgumentsPlain()
+{
+    std::ifstream arguments("/proc/self/cmdline", std::ios::binary);
+    for (char byte; arguments.get(byte);) {
+        if (static_cast<unsigned char>(byte) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+void awaitSettingsLock()
+{
+    NSAutoreleasePool *pool = [NSAutoreleasePool new];
+    awaitLock(settingsLockPath());
+    [pool release];
+}
+
 }  // namespace
+
+void awaitSettingsLockAtStart()
+{
+    if (areArgumentsPlain())
+        awaitSettingsLock();
+}
 
 bool isLockStale(timespec made, timespec now)
 {
@@ -64,9 +90,7 @@ std::string settingsLockPath()
 
 + (void)load
 {
-    NSAutoreleasePool *pool = [NSAutoreleasePool new];
-    vx::awaitLock(vx::settingsLockPath());
-    [pool release];
+    vx::awaitSettingsLockAtStart();
 }
 
 @end
