@@ -24,13 +24,6 @@ std::optional<Listed> ListAndReport(OwnedVolume &volume, const std::u16string &p
     return listed;
 }
 
-VolumeObstacle ObstacleOf(OwnedVolume &volume, const std::u16string &path)
-{
-    VolumeEntryReport report;
-    EXPECT_TRUE(volume.DescribeEntry(path.c_str(), &report));
-    return report.obstacle;
-}
-
 std::optional<ReadPrefix> ReadToBreak(IVolume &volume, const std::u16string &path, uint32_t piece)
 {
     const VolumeHandle file = OpenForReading(volume, path);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "OwnedVolume.h"
+#include "VolumeReports.h"
 
 #include <optional>
 #include <string>
@@ -17,8 +18,6 @@ struct Listed {
 
 // Nothing if the folder cannot be listed.
 std::optional<Listed> ListAndReport(OwnedVolume &volume, const std::u16string &pattern);
-
-VolumeObstacle ObstacleOf(OwnedVolume &volume, const std::u16string &path);
 
 // The first bytes of a file, up to what cannot be read; whether all of it could be.
 struct ReadPrefix {
