@@ -2,8 +2,9 @@
 // it is made, and copies them on a worker thread when it is told where to.
 //
 // Destinations mirror the volume: /a/b/c.txt exported into /x becomes /x/a/b/c.txt, with every
-// backslash of the volume path read as "/". Existing files are overwritten; dates and
-// attributes are not carried over.
+// backslash of the volume path read as "/". Existing files are overwritten (LocalFileOpening.h says
+// which are not); dates and attributes are not carried over. A sink may do the placing itself, and
+// hear how each file ended: ExportPlacing.h.
 // Ownership: keeps the catalogue, the planned entries and the sink; the worker thread keeps the
 // engine until it ends.
 // Threads: made and started on the main thread; what is marked so below runs on the worker.

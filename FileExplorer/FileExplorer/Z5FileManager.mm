@@ -1,31 +1,37 @@
 #import "Z5FileManager.h"
 
 #import "ExportPath.h"
+#import "ExportPlacing.h"
 #import "Z5BitLockerFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <new>
 #include <vector>
 
 #include "ExportProgress.h"
+#include "LocalFileOpening.h"
 
 namespace {
 
 // Bytes of the copy buffer, of a chunk, and so the step of the progress.
 constexpr int64_t kChunkSize = 4194304;
 
-struct CloseFile {
-    void operator()(FILE *file) const { fclose(file); }
-};
-using LocalFile = std::unique_ptr<FILE, CloseFile>;
-
 // An array of entries that is being walked.
 struct Walk {
     NSArray *entries;
     NSUInteger next;
 };
+
+// The first failure is the one that explains the others.
+void noteWriteError(ExportOutcome *outcome)
+{
+    if (outcome->end == ExportEnd::kNotWritten)
+        return;
+    outcome->end = ExportEnd::kNotWritten;
+    outcome->error = errno;
+}
 
 bool mayEnter(Z5FindData *folder)
 {
@@ -184,11 +190,12 @@ void releaseOnMainThread(id object)
 {
     NSString *path = [Z5FileExplorerWapper fullPath:entry withfilter:nil];
     if (path == nil)
-        return YES;
-    NSString *folder = LocalPathFromVolumePath([Z5FileExplorerWapper parentPath:entry]);
+        return [self skip:entry because:ExportEnd::kNoPath];
     NSString *file = LocalPathFromVolumePath(path);
-    if (PathClimbs(file) || ![Z5FileManager makeDirectory:destination withSource:folder])
-        return YES;
+    if (PathClimbs(file))
+        return [self skip:entry because:ExportEnd::kLeavesDestination];
+    if (![self makeFolderFor:entry below:destination])
+        return [self skip:entry because:ExportEnd::kNoFolder];
 
     const double mebibytes = static_cast<double>(_nTotalCopySize) * (1.0 / 1024) * (1.0 / 1024);
     [_uiDelegate performSelector:@selector(UpdateInformation:) withObject:path];
@@ -200,49 +207,107 @@ void releaseOnMainThread(id object)
     return YES;
 }
 
+// The sink, if it places files itself.
+- (id<ExportPlacing>)placing
+{
+    const BOOL places = [_uiDelegate respondsToSelector:@selector(entry:endedWith:)];
+    return places ? static_cast<id<ExportPlacing>>(_uiDelegate) : nil;
+}
+
+- (BOOL)skip:(Z5FindData *)entry because:(ExportEnd)reason
+{
+    ExportOutcome outcome;
+    outcome.end = reason;
+    [[self placing] entry:entry endedWith:outcome];
+    return YES;
+}
+
+- (BOOL)makeFolderFor:(Z5FindData *)entry below:(NSString *)destination
+{
+    id<ExportPlacing> placing = [self placing];
+    if (placing != nil)
+        return [placing makeFolderFor:entry];
+    NSString *folder = LocalPathFromVolumePath([Z5FileExplorerWapper parentPath:entry]);
+    return [Z5FileManager makeDirectory:destination withSource:folder];
+}
+
 - (BOOL)copyOneFile:(Z5FindData *)entry withDest:(NSString *)destination
 {
     if (entry == nil || destination == nil)
         return NO;
+    ExportOutcome outcome;
+    const BOOL copied = [self copy:entry to:destination outcome:&outcome];
+    [[self placing] entry:entry endedWith:outcome];
+    return copied;
+}
+
+- (BOOL)copy:(Z5FindData *)entry to:(NSString *)destination outcome:(ExportOutcome *)outcome
+{
+    outcome->end = ExportEnd::kNoMemory;
     // Zeroed: a chunk that cannot be read is written as the buffer stands.
     if (_innerBuffer == nullptr)
         _innerBuffer = new (std::nothrow) unsigned char[kChunkSize]();
+    if (_innerBuffer == nullptr)
+        return NO;
+    outcome->end = ExportEnd::kNoPath;
     NSString *path = [Z5FileExplorerWapper fullPath:entry withfilter:nil];
-    if (_innerBuffer == nullptr || path == nil)
+    if (path == nil)
         return NO;
 
+    outcome->end = ExportEnd::kNotOpened;
     Z5BitLockerFile *source =
         [[Z5BitLockerFile alloc] initWithFile:path andVol:[_fileExplorerWapper getVolObject]];
     if (source == nil)
         return NO;
-    const BOOL copied = [self copyFrom:source to:destination];
-    [source release];
-    return copied;
-}
-
-- (BOOL)copyFrom:(Z5BitLockerFile *)source to:(NSString *)destination
-{
     [source seekFile:0];
-    const char *path = [destination cStringUsingEncoding:NSUTF8StringEncoding];
-    const LocalFile local(path == nullptr ? nullptr : fopen(path, "w"));
-    if (local == nullptr)
-        return NO;
-    // A chunk is in the file when it is reported; the window may close on that report.
-    setvbuf(local.get(), nullptr, _IONBF, 0);
-    fseek(local.get(), 0, SEEK_SET);
-    [self copyChunksFrom:source into:local.get()];
-    return YES;
+    FILE *local = [self openFileFor:entry at:destination];
+    outcome->end = local == nullptr ? ExportEnd::kNoLocalFile : ExportEnd::kCopied;
+    if (local != nullptr)
+        [self copyFrom:source into:local outcome:outcome];
+    [source release];
+    return local != nullptr;
 }
 
-// Bytes that could not be read or written count as copied: the export is silent about them.
-- (void)copyChunksFrom:(Z5BitLockerFile *)source into:(FILE *)local
+- (FILE *)openFileFor:(Z5FindData *)entry at:(NSString *)destination
 {
-    int64_t remaining = [source getFileSize];
-    while (remaining > 0 && [_uiDelegate Continued]) {
+    id<ExportPlacing> placing = [self placing];
+    if (placing != nil)
+        return [placing openFileFor:entry];
+    const char *path = [destination cStringUsingEncoding:NSUTF8StringEncoding];
+    return path == nullptr ? nullptr : OpenLocalFile(path);
+}
+
+// Closes the local file.
+- (void)copyFrom:(Z5BitLockerFile *)source into:(FILE *)local outcome:(ExportOutcome *)outcome
+{
+    // A chunk is in the file when it is reported; the window may close on that report.
+    setvbuf(local, nullptr, _IONBF, 0);
+    fseek(local, 0, SEEK_SET);
+    [self copyChunksFrom:source into:local outcome:outcome];
+    if (fclose(local) != 0)
+        noteWriteError(outcome);
+}
+
+// Bytes that could not be read or written count as copied: the export is silent about them. Only a
+// sink that hears of a failed write is spared the rest of the file.
+- (void)copyChunksFrom:(Z5BitLockerFile *)source into:(FILE *)local outcome:(ExportOutcome *)outcome
+{
+    const BOOL endsAtFailure = [self placing] != nil;
+    outcome->size = [source getFileSize];
+    int64_t remaining = outcome->size;
+    while (remaining > 0) {
+        if (![_uiDelegate Continued]) {
+            outcome->end = ExportEnd::kStopped;
+            return;
+        }
         const int64_t count = std::min(remaining, kChunkSize);
         [source readFile:_innerBuffer ofsize:count];
-        (void)fwrite(_innerBuffer, 1, static_cast<size_t>(count), local);
+        if (fwrite(_innerBuffer, 1, static_cast<size_t>(count), local) != size_t(count))
+            noteWriteError(outcome);
+        if (endsAtFailure && outcome->end == ExportEnd::kNotWritten)
+            return;
         remaining -= count;
+        outcome->copied += count;
         [self updateProgress:count];
     }
 }

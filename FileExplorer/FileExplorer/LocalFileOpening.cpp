@@ -1,0 +1,155 @@
+#include "LocalFileOpening.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kWriting = O_WRONLY | O_NOFOLLOW | O_CLOEXEC;
+constexpr mode_t kAnyone = 0666;  // less what the process's mask takes away
+
+// Another program may exchange what stands there between two looks at it.
+constexpr int kAttempts = 4;
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { closedir(folder); }
+};
+
+bool IsOpenAs(int descriptor, const struct stat &file)
+{
+    struct stat open;
+    return fstat(descriptor, &open) == 0 && open.st_dev == file.st_dev &&
+           open.st_ino == file.st_ino;
+}
+
+// Where the system does not list the open descriptors, all that there may be are tried.
+bool IsOpenAsAny(const struct stat &file, int except)
+{
+    const int end = static_cast<int>(sysconf(_SC_OPEN_MAX));
+    for (int descriptor = 0; descriptor < end; ++descriptor) {
+        if (descriptor != except && IsOpenAs(descriptor, file))
+            return true;
+    }
+    return false;
+}
+
+LocalTarget Refuse(int error)
+{
+    errno = error;
+    return LocalTarget::kRefused;
+}
+
+LocalTarget LookAtLink(int folder, const char *name)
+{
+    struct stat end;
+    if (fstatat(folder, name, &end, 0) == 0 && S_ISDIR(end.st_mode))
+        return Refuse(EISDIR);
+    return LocalTarget::kOtherName;
+}
+
+LocalTarget LookAtFile(int folder, const char *name, const struct stat &found)
+{
+    if (IsOpenInThisProcess(found))
+        return Refuse(EBUSY);
+    if (found.st_nlink == 1)
+        return LocalTarget::kFile;
+    // What may not be written may not be replaced either.
+    if (faccessat(folder, name, W_OK, AT_EACCESS) != 0)
+        return LocalTarget::kRefused;
+    return LocalTarget::kOtherName;
+}
+
+int CloseWith(int file, int error)
+{
+    close(file);
+    errno = error;
+    return -1;
+}
+
+// What was seen under the name may have been exchanged since: only what is open now is certain.
+int EmptyLocalFile(const char *path)
+{
+    const int file = open(path, kWriting | O_NONBLOCK);
+    if (file < 0)
+        return -1;
+    struct stat opened;
+    if (fstat(file, &opened) != 0)
+        return CloseWith(file, errno);
+    if (!S_ISREG(opened.st_mode) || opened.st_nlink != 1 || IsOpenInThisProcess(opened, file))
+        return CloseWith(file, EEXIST);
+    if (ftruncate(file, 0) != 0)
+        return CloseWith(file, errno);
+    fcntl(file, F_SETFL, fcntl(file, F_GETFL) & ~O_NONBLOCK);
+    return file;
+}
+
+int OpenOnce(const char *path)
+{
+    struct stat found;
+    switch (LookAtLocalTarget(AT_FDCWD, path, &found)) {
+    case LocalTarget::kNothing:
+        return CreateLocalFile(AT_FDCWD, path);
+    case LocalTarget::kFile:
+        return EmptyLocalFile(path);
+    case LocalTarget::kOtherName:
+        return unlink(path) == 0 ? CreateLocalFile(AT_FDCWD, path) : -1;
+    case LocalTarget::kRefused:
+        break;
+    }
+    return -1;
+}
+
+bool WasExchanged(int error)
+{
+    return error == EEXIST || error == ENOENT || error == ELOOP;
+}
+
+}  // namespace
+
+bool IsOpenInThisProcess(const struct stat &file, int except)
+{
+    const std::unique_ptr<DIR, CloseFolder> descriptors(opendir("/dev/fd"));
+    if (descriptors == nullptr)
+        return IsOpenAsAny(file, except);
+    while (const dirent *entry = readdir(descriptors.get())) {
+        if (entry->d_name[0] == '.')
+            continue;
+        const int descriptor = atoi(entry->d_name);
+        if (descriptor != except && IsOpenAs(descriptor, file))
+            return true;
+    }
+    return false;
+}
+
+LocalTarget LookAtLocalTarget(int folder, const char *name, struct stat *found)
+{
+    if (fstatat(folder, name, found, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? LocalTarget::kNothing : LocalTarget::kRefused;
+    if (S_ISLNK(found->st_mode))
+        return LookAtLink(folder, name);
+    if (S_ISDIR(found->st_mode))
+        return Refuse(EISDIR);
+    return S_ISREG(found->st_mode) ? LookAtFile(folder, name, *found) : Refuse(ENXIO);
+}
+
+int CreateLocalFile(int folder, const char *name)
+{
+    return openat(folder, name, kWriting | O_CREAT | O_EXCL, kAnyone);
+}
+
+FILE *OpenLocalFile(const char *path)
+{
+    int file = OpenOnce(path);
+    for (int i = 1; i < kAttempts && file < 0 && WasExchanged(errno); ++i)
+        file = OpenOnce(path);
+    if (file < 0)
+        return nullptr;
+    FILE *stream = fdopen(file, "w");
+    if (stream == nullptr)
+        CloseWith(file, errno);
+    return stream;
+}

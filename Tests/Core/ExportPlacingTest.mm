@@ -1,0 +1,272 @@
+// A sink that places the files itself and hears how each one ended; and the engine on a plain
+// folder that is its own destination.
+#import "ExportTest.h"
+
+#import "ExportPlacing.h"
+
+#include <objc/runtime.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+// Places every file in one folder, under the name and a suffix.
+@interface PlacingDelegate : RecordingDelegate <ExportPlacing> {
+@public
+    std::string _folder;
+    std::string _withoutFolder;  // the name of an entry
+    std::string _withoutFile;
+    std::vector<std::string> _ends;
+    std::vector<ExportOutcome> _outcomes;
+}
+@end
+
+@implementation PlacingDelegate
+
+- (BOOL)makeFolderFor:(Z5FindData *)entry
+{
+    return Utf8([entry strFileName]) != _withoutFolder;
+}
+
+- (FILE *)openFileFor:(Z5FindData *)entry
+{
+    const std::string name = Utf8([entry strFileName]);
+    return name == _withoutFile ? nullptr : fopen((_folder + "/" + name + ".placed").c_str(), "w");
+}
+
+- (void)entry:(Z5FindData *)entry endedWith:(const ExportOutcome &)outcome
+{
+    _ends.push_back(Utf8([entry strFileName]));
+    _outcomes.push_back(outcome);
+}
+
+@end
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr uint64_t kChunk = 4194304;
+
+class ExportPlacing : public ExportTest {
+protected:
+    ExportPlacing() { placing->_folder = folder.Path(); }
+    void TearDown() override
+    {
+        [placing release];
+        ExportTest::TearDown();
+    }
+
+    bool runPlacing()
+    {
+        if (engine == nil)
+            plan();
+        [engine copyTo:Text(folder.At("unused")) withDelegate:placing];
+        return finish();
+    }
+    std::vector<ExportEnd> ends() const
+    {
+        std::vector<ExportEnd> all;
+        for (const ExportOutcome &outcome : placing->_outcomes)
+            all.push_back(outcome.end);
+        return all;
+    }
+
+    PlacingDelegate *placing = [[PlacingDelegate alloc] init];
+};
+
+using Ends = std::vector<ExportEnd>;
+
+}  // namespace
+
+TEST_F(ExportPlacing, TheSinkOpensTheFilesAndTheEngineMakesNothingItself)
+{
+    ScriptedEntry &entry = root().folder(u"f").file(u"a", 2 * kChunk);
+    ASSERT_TRUE(runPlacing());
+    EXPECT_TRUE(exported("a.placed") == entry.read(0, 2 * kChunk));
+    EXPECT_FALSE(exists("unused"));
+    EXPECT_EQ(ends(), (Ends{ExportEnd::kCopied}));
+    EXPECT_EQ(placing->_outcomes[0].size, int64_t(2 * kChunk));
+    EXPECT_EQ(placing->_outcomes[0].copied, int64_t(2 * kChunk));
+}
+
+TEST_F(ExportPlacing, EveryEntryHasItsEndInTheOrderOfThePlan)
+{
+    for (const char16_t *name : {u"good", u"no folder", u"no file", u"no source", u".."})
+        root().file(name, 1);
+    placing->_withoutFolder = "no folder";
+    placing->_withoutFile = "no file";
+    volume.atCall(VolumeOperation::OpenFile, 3, Fault::Fail);
+    ASSERT_TRUE(runPlacing());
+    EXPECT_EQ(placing->_ends, (Strings{"good", "no folder", "no file", "no source", ".."}));
+    EXPECT_EQ(ends(),
+              (Ends{ExportEnd::kCopied, ExportEnd::kNoFolder, ExportEnd::kNoLocalFile,
+                    ExportEnd::kNotOpened, ExportEnd::kLeavesDestination}));
+}
+
+TEST_F(ExportPlacing, TheSinkHearsWhatItWouldHearWithoutPlacing)
+{
+    root().file(u"a", kChunk + 1);
+    ASSERT_TRUE(runPlacing());
+    EXPECT_EQ([placing operations], "Continued UpdateInformation: UpdateTotalSize: GetState"
+                                    " Continued UpdateProgress: Continued UpdateProgress:");
+}
+
+TEST_F(ExportPlacing, AStopInsideAFileIsItsEndAndWhatFollowsHasNone)
+{
+    root().file(u"a", 3 * kChunk);
+    root().file(u"b", 1);
+    [placing cancelAfter:2];
+    ASSERT_TRUE(runPlacing());
+    EXPECT_EQ(ends(), (Ends{ExportEnd::kStopped}));
+    EXPECT_EQ(placing->_outcomes[0].copied, int64_t(kChunk));
+}
+
+TEST_F(ExportPlacing, AWriteThatFailsEndsTheFileWithItsErrorAndTheNextOneFollows)
+{
+    root().file(u"a", 3 * kChunk);
+    root().file(u"b", 1);
+    void (*handler)(int) = signal(SIGXFSZ, SIG_IGN);
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    rlimit limit = before;
+    limit.rlim_cur = kChunk;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const bool ran = runPlacing();
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, handler);
+    ASSERT_TRUE(ran);
+    EXPECT_EQ(ends(), (Ends{ExportEnd::kNotWritten, ExportEnd::kCopied}));
+    EXPECT_EQ(placing->_outcomes[0].error, EFBIG);
+    EXPECT_EQ(placing->_outcomes[0].copied, int64_t(kChunk));
+    EXPECT_EQ(volume.count(VolumeOperation::ReadFile), 3u) << "the rest was read for nothing";
+}
+
+TEST_F(ExportPlacing, ASinkWithoutThePlacingGetsTheEnginesOwn)
+{
+    root().folder(u"f").file(u"a", 1);
+    ASSERT_TRUE(run());
+    EXPECT_EQ(sizeOf("f/a"), 1);
+}
+
+namespace {
+
+IMP g_start = nullptr;
+
+void FailToStart(id, SEL)
+{
+    [NSException raise:NSInternalInconsistencyException format:@"no thread"];
+}
+
+// While it lives, the system has no thread to give.
+class NoThreads {
+public:
+    NoThreads() { g_start = method_setImplementation(start(), reinterpret_cast<IMP>(FailToStart)); }
+    ~NoThreads() { method_setImplementation(start(), g_start); }
+    NoThreads(const NoThreads &) = delete;
+    NoThreads &operator=(const NoThreads &) = delete;
+
+private:
+    static Method start() { return class_getInstanceMethod([NSThread class], @selector(start)); }
+};
+
+}  // namespace
+
+TEST_F(ExportPlacing, AThreadThatCannotBeMadeIsAFailureOfTheStart)
+{
+    root().file(u"a", 1);
+    plan();
+    {
+        const NoThreads none;
+        EXPECT_FALSE(start());
+    }
+    ASSERT_TRUE(run());
+    EXPECT_EQ(sizeOf("a"), 1);
+}
+
+namespace {
+
+// A volume that is a plain folder: its files are open in this process while they are read.
+class FolderOfFiles final : public IVolume {
+public:
+    explicit FolderOfFiles(std::string path) : _path(std::move(path)) {}
+    ~FolderOfFiles() = default;
+
+    VolumeHandle FindFirstFile(const char16_t *, VolumeFindData *record) override
+    {
+        *record = RecordOf(u"a", 0x20, 8);
+        return this;
+    }
+    bool FindNextFile(VolumeHandle, VolumeFindData *) override { return false; }
+    bool FindClose(VolumeHandle) override { return true; }
+    VolumeHandle OpenFile(const char16_t *, uint32_t, uint32_t, uint32_t) override
+    {
+        return fopen((_path + "/a").c_str(), "r");
+    }
+    bool ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done) override
+    {
+        *done = static_cast<uint32_t>(fread(buffer, 1, count, static_cast<FILE *>(file)));
+        return *done == count;
+    }
+    bool WriteFile(VolumeHandle, const void *, uint32_t, uint32_t *) override { return false; }
+    bool SetFilePosition(VolumeHandle, uint32_t *, uint32_t *, uint32_t) override { return true; }
+    bool QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high) override
+    {
+        struct stat found = {};
+        fstat(fileno(static_cast<FILE *>(file)), &found);
+        *low = static_cast<uint32_t>(found.st_size);
+        *high = 0;
+        return true;
+    }
+    bool CloseHandle(VolumeHandle file) override { return fclose(static_cast<FILE *>(file)) == 0; }
+
+private:
+    const std::string _path;
+};
+
+class OwnFolder : public ExportTest {
+protected:
+    OwnFolder() { folder.WriteFile("volume/a", "precious"); }
+    bool runInto(const std::string &name)
+    {
+        explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:&own];
+        planEntries([explorer rootDirectory]);
+        [engine copyTo:Text(folder.At(name)) withDelegate:delegate];
+        return finish();
+    }
+
+    FolderOfFiles own{folder.At("volume")};
+};
+
+}  // namespace
+
+TEST_F(OwnFolder, AVolumesOwnFolderAsDestinationKeepsEveryFile)
+{
+    ASSERT_TRUE(runInto("volume"));
+    EXPECT_EQ(exported("volume/a"), "precious");
+}
+
+TEST_F(OwnFolder, ALinkInTheDestinationThatLeadsBackToTheSourceKeepsTheSource)
+{
+    folder.MakeLink("to/a", folder.At("volume/a"));
+    ASSERT_TRUE(runInto("to"));
+    EXPECT_EQ(exported("volume/a"), "precious");
+    EXPECT_EQ(exported("to/a"), "precious");
+}
+
+TEST_F(OwnFolder, AHardLinkInTheDestinationThatIsTheSourceKeepsTheSource)
+{
+    folder.MakeFolder("to");
+    ASSERT_EQ(link(folder.At("volume/a").c_str(), folder.At("to/a").c_str()), 0);
+    ASSERT_TRUE(runInto("to"));
+    EXPECT_EQ(exported("volume/a"), "precious");
+}
+
+TEST_F(OwnFolder, AFifoInTheDestinationDoesNotHangTheExport)
+{
+    folder.MakeFolder("to");
+    ASSERT_EQ(mkfifo(folder.At("to/a").c_str(), 0600), 0);
+    ASSERT_TRUE(runInto("to"));
+    EXPECT_TRUE([delegate percents].empty());
+}
