@@ -7,14 +7,28 @@ namespace vx {
 namespace {
 
 // Microsoft Learn, "File Attribute Constants": FILE_ATTRIBUTE_REPARSE_POINT
-constexpr uint32_t kAttributeLink = 0x400;
+constexpr uint32_t kAttributeReparsePoint = 0x400;
 
 }  // namespace
 
 bool ObservedVolume::IsLink(const std::u16string &path) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _links.count(path) != 0;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        if (_links.count(path) != 0)
+            return true;
+        if (_untagged.count(path) == 0)
+            return false;
+    }
+    VolumeEntryReport report;
+    return !_reports.DescribeEntry(path, &report);
+}
+
+VolumeObstacle ObservedVolume::ObstacleOf(const std::u16string &path) const
+{
+    VolumeEntryReport report;
+    _reports.DescribeEntry(path, &report);
+    return report.obstacle;
 }
 
 bool ObservedVolume::ReadFailed(const std::u16string &path) const
@@ -23,13 +37,43 @@ bool ObservedVolume::ReadFailed(const std::u16string &path) const
     return _failed.count(path) != 0;
 }
 
+std::vector<ByteRange> ObservedVolume::UnreadRangesOf(const std::u16string &path) const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    const auto unread = _unread.find(path);
+    return unread == _unread.end() ? std::vector<ByteRange>() : unread->second;
+}
+
+bool ObservedVolume::ListingFailed(const std::u16string &path) const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _unlistable.count(path) != 0;
+}
+
+VolumeListingReport ObservedVolume::ListingOf(const std::u16string &path) const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    const auto damaged = _damagedListings.find(path);
+    return damaged == _damagedListings.end() ? VolumeListingReport() : damaged->second;
+}
+
+bool ObservedVolume::IsGone() const
+{
+    return _hasFailed && _reports.IsGone();
+}
+
 VolumeHandle ObservedVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
 {
-    VolumeHandle search = _volume.FindFirstFile(pattern, record);
-    if (search == nullptr)
-        return nullptr;
     std::u16string folder(pattern);
     folder.pop_back();  // the "*"
+    VolumeHandle search = _volume.FindFirstFile(pattern, record);
+    if (search == nullptr) {
+        folder.pop_back();
+        _hasFailed = true;
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _unlistable.insert(std::move(folder));
+        return nullptr;
+    }
     {
         const std::lock_guard<std::mutex> lock(_mutex);
         _folders[search] = std::move(folder);
@@ -43,6 +87,8 @@ bool ObservedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
     const bool found = _volume.FindNextFile(search, record);
     if (found)
         NoteEntry(search, *record);
+    else
+        NoteListing(search);
     return found;
 }
 
@@ -59,8 +105,10 @@ VolumeHandle ObservedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint
                                       uint32_t mode3)
 {
     VolumeHandle file = _volume.OpenFile(path, mode1, mode2, mode3);
-    if (file == nullptr)
+    if (file == nullptr) {
+        _hasFailed = true;
         return nullptr;
+    }
     const std::lock_guard<std::mutex> lock(_mutex);
     _files[file] = path;
     return file;
@@ -96,6 +144,7 @@ bool ObservedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *h
 
 bool ObservedVolume::CloseHandle(VolumeHandle file)
 {
+    NoteUnread(file);
     {
         const std::lock_guard<std::mutex> lock(_mutex);
         _files.erase(file);
@@ -105,17 +154,44 @@ bool ObservedVolume::CloseHandle(VolumeHandle file)
 
 void ObservedVolume::NoteEntry(VolumeHandle search, const VolumeFindData &record)
 {
-    if ((record.attributes & kAttributeLink) == 0)
+    const auto tag = static_cast<uint32_t>(record.reserved);
+    const bool isLink = (tag & kReparseTagNameSurrogate) != 0;
+    if (!isLink && (tag != 0 || (record.attributes & kAttributeReparsePoint) == 0))
         return;
     const char16_t *end = std::find(std::begin(record.name), std::end(record.name), u'\0');
     const std::lock_guard<std::mutex> lock(_mutex);
-    _links.insert(_folders[search] + std::u16string(std::begin(record.name), end));
+    (isLink ? _links : _untagged)
+        .insert(_folders[search] + std::u16string(std::begin(record.name), end));
+}
+
+void ObservedVolume::NoteListing(VolumeHandle search)
+{
+    VolumeListingReport report;
+    _reports.DescribeListing(search, &report);
+    if (report.isWhole && report.recoveredEntries == 0)
+        return;
+    _hasFailed = true;
+    const std::lock_guard<std::mutex> lock(_mutex);
+    std::u16string folder = _folders[search];
+    folder.pop_back();  // the "/"
+    _damagedListings.insert({std::move(folder), report});
 }
 
 void ObservedVolume::NoteFailure(VolumeHandle file)
 {
+    _hasFailed = true;
     const std::lock_guard<std::mutex> lock(_mutex);
     _failed.insert(_files[file]);
+}
+
+void ObservedVolume::NoteUnread(VolumeHandle file)
+{
+    std::vector<ByteRange> unread = _reports.UnreadRanges(file);
+    if (unread.empty())
+        return;
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _failed.insert(_files[file]);
+    _unread[_files[file]] = std::move(unread);
 }
 
 }  // namespace vx

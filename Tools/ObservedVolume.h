@@ -1,31 +1,49 @@
 // A volume that passes everything on to another one and remembers what the catalogue and the
-// export engine keep silent about: links, reads that failed, sizes that could not be told.
+// export engine keep silent about: links, folders that are not whole, reads that failed, sizes that
+// could not be told, and whether the disk is still there.
 //
-// Ownership: borrows the other volume, which must outlive it.
+// Ownership: borrows the other volume and its reports, which must outlive it.
 // Threads: as the other volume allows; what is remembered is guarded by a lock.
-// Paths: volume paths in UTF-16, as the volume was given them.
+// Paths: volume paths in UTF-16, as the volume was given them; the root is an empty text.
 #pragma once
 
 #include "IVolume.h"
+#include "VolumeReports.h"
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace vx {
 
 class ObservedVolume final : public IVolume {
 public:
-    explicit ObservedVolume(IVolume &volume) : _volume(volume) {}
+    ObservedVolume(IVolume &volume, const VolumeReports &reports)
+        : _volume(volume), _reports(reports)
+    {
+    }
     ~ObservedVolume() = default;
     ObservedVolume(const ObservedVolume &) = delete;
     ObservedVolume &operator=(const ObservedVolume &) = delete;
 
-    // Whether the entry was listed with the mark of a link.
+    // Whether the entry was listed with the mark of a link. A reparse point without a tag is one
+    // only where the library cannot say more of it.
     bool IsLink(const std::u16string &path) const;
+    // Why the entry's data cannot be had; asks the library.
+    VolumeObstacle ObstacleOf(const std::u16string &path) const;
     // Whether, at any time, part of the file could not be read or its size could not be told.
     bool ReadFailed(const std::u16string &path) const;
+    // What the reads of the file could not read, as of its last closing.
+    std::vector<ByteRange> UnreadRangesOf(const std::u16string &path) const;
+    // Whether, at any time, the folder could not be listed.
+    bool ListingFailed(const std::u16string &path) const;
+    // What its first listing had to say.
+    VolumeListingReport ListingOf(const std::u16string &path) const;
+    // Whether the disk went away. Asks the library, once something has failed.
+    bool IsGone() const;
 
     VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override;
     bool FindNextFile(VolumeHandle search, VolumeFindData *record) override;
@@ -41,14 +59,22 @@ public:
 
 private:
     void NoteEntry(VolumeHandle search, const VolumeFindData &record);
+    void NoteListing(VolumeHandle search);
     void NoteFailure(VolumeHandle file);
+    void NoteUnread(VolumeHandle file);
 
     IVolume &_volume;
+    const VolumeReports &_reports;
     mutable std::mutex _mutex;
     std::unordered_map<VolumeHandle, std::u16string> _folders;  // of searches: ends with "/"
     std::unordered_map<VolumeHandle, std::u16string> _files;    // open ones
     std::unordered_set<std::u16string> _links;
+    std::unordered_set<std::u16string> _untagged;  // reparse points
     std::unordered_set<std::u16string> _failed;
+    std::unordered_set<std::u16string> _unlistable;
+    std::unordered_map<std::u16string, VolumeListingReport> _damagedListings;
+    std::unordered_map<std::u16string, std::vector<ByteRange>> _unread;
+    std::atomic<bool> _hasFailed{false};
 };
 
 }  // namespace vx

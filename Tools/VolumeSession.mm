@@ -77,7 +77,7 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
     }
     _warnings = WarningsOf(library);
     _reports = ReportsOf(library, *opened);
-    _volume = std::make_unique<ObservedVolume>(*opened);
+    _volume = std::make_unique<ObservedVolume>(*opened, *_reports);
     _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];
     if (_explorer == nil)
         *error = "cannot open " + name + ": its root folder cannot be listed";
