@@ -5,7 +5,8 @@
 // exported, or the image that it lies in. A FIFO, a socket or a device is not even opened.
 //
 // Ownership: what is returned belongs to the caller. Threads: any.
-// Errors: errno, as of open; EBUSY for a file that this process has open, ENXIO for what is no file.
+// Errors: errno, as of open; EBUSY for a file that this process has open, ENXIO for what is no
+// file.
 #pragma once
 
 #include <cstdio>

@@ -302,10 +302,13 @@ void releaseOnMainThread(id object)
         }
         const int64_t count = std::min(remaining, kChunkSize);
         [source readFile:_innerBuffer ofsize:count];
-        if (fwrite(_innerBuffer, 1, static_cast<size_t>(count), local) != size_t(count))
+        const size_t written = fwrite(_innerBuffer, 1, static_cast<size_t>(count), local);
+        if (written != static_cast<size_t>(count))
             noteWriteError(outcome);
-        if (endsAtFailure && outcome->end == ExportEnd::kNotWritten)
+        if (endsAtFailure && outcome->end == ExportEnd::kNotWritten) {
+            outcome->copied += static_cast<int64_t>(written);
             return;
+        }
         remaining -= count;
         outcome->copied += count;
         [self updateProgress:count];
