@@ -1,21 +1,18 @@
-// Looks afterwards whether each planned file has arrived, since the export engine is silent:
-// it must exist where it belongs, with the size that the volume reports when it is opened, not
-// have been overwritten by another one, and not have been read with errors. On request both
-// sides are read again and compared.
+// Looks afterwards whether each planned file has arrived: what the arrivals know of it, whether its
+// copy lies where it was put, with the size that it had on the volume, and on request whether both
+// sides hold the same bytes. Of the folders it says which could not be listed, or not whole.
 //
-// Ownership: borrows the session, the entries and the report. Threads: main.
+// Ownership: borrows all that it is made with. Threads: main.
 #pragma once
 
 #import <Foundation/Foundation.h>
 
-#include <ctime>
-#include <map>
 #include <string>
-#include <unordered_set>
 
+#include "Arrivals.h"
+#include "DestinationTree.h"
 #include "ExportReport.h"
 #include "FileComparison.h"
-#include "LocalFile.h"
 #include "ProgressLine.h"
 #import "VolumeSession.h"
 
@@ -24,45 +21,45 @@ namespace vx {
 class ArrivalCheck {
 public:
     struct Settings {
-        std::string destination;
-        time_t started = 0;  // of the export, by this machine's clock
         bool verifies = false;
-        bool mayBeStopped = false;  // by a StopRequest; not if that has stopped the export
+        // By a StopRequest, and a comparison by a disk that goes away; not if the export was
+        // stopped.
+        bool mayBeStopped = false;
     };
 
     // selected: what the user named; a link among them that cannot be followed is a failure.
-    ArrivalCheck(const VolumeSession &session, NSArray *selected, Settings settings,
-                 ProgressLine &line, ExportReport *report);
+    ArrivalCheck(const VolumeSession &session, NSArray *selected, DestinationTree &tree,
+                 Settings settings, ProgressLine &line, ExportReport *report);
 
-    // Adds the folders that could not be listed below the entries.
+    // Adds the folders below the entries that could not be listed, or are not whole.
     void CheckFolders();
 
-    // Checks the first count entries of the plan, each path once; the last one is told as partly
-    // copied, should it be incomplete and the report's wasStopped hold.
-    void CheckFiles(NSArray *plan, NSUInteger count);
+    // Adds what became of the plan; what the arrivals do not know was not copied.
+    void CheckFiles(NSArray *plan, const std::vector<Arrival> &arrivals);
 
 private:
-    void CheckFile(Z5FindData *entry, bool mayBePartial);
-    void CheckCopy(Z5FindData *entry, Z5BitLockerFile *file, bool mayBePartial);
-    std::string ReasonForCopy(const std::u16string &path, Z5BitLockerFile *file,
-                              const std::string &copy, FileIdentity *identity);
-    void NoteUnopened(Z5FindData *entry, const char *reason);
-    void AddArrived(const FileIdentity &identity, Z5FindData *entry, int64_t size);
+    void CheckFolder(Z5FindData *folder, bool isUnlistable);
+    void CheckListing(const std::u16string &path, const std::string &shownPath);
+    void CheckFile(const Arrival &arrival);
+    void CheckArrived(const Arrival &arrival);
+    void CheckDamaged(const Arrival &arrival);
+    std::string Difference(const Arrival &arrival, FileComparison::Unread unread);
+    std::string DifferenceFrom(const Arrival &arrival, int copy, FileComparison::Unread unread);
+    void CountUnreached(NSArray *plan, const std::vector<Arrival> &arrivals);
+    void NoteUnopened(Z5FindData *entry, VolumeObstacle obstacle, const std::string &reason);
+    void Fail(Z5FindData *entry, const std::string &reason);
+    bool IsNamed(Z5FindData *entry) const;
     bool WasStopped() const;
     bool Advance(int64_t bytes);
 
     const VolumeSession &_session;
     NSArray *const _selected;
+    DestinationTree &_tree;
     const Settings _settings;
     ProgressLine &_line;
     ExportReport &_report;
     FileComparison _comparison;
-    std::unordered_set<std::u16string> _checked;
-    struct Arrived {
-        Z5FindData *entry;
-        int64_t size;
-    };
-    std::map<FileIdentity, Arrived> _arrived;
+    std::unordered_set<std::u16string> _folders;
     std::string _current;
     int64_t _doneBytes = 0;
 };

@@ -2,36 +2,41 @@
 
 #import "CatalogueWalk.h"
 #import "EntryText.h"
-#import "ExportPath.h"
+#include "ObstacleText.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
 
-#include <utility>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace vx {
 namespace {
 
-NSString *LocalPathOf(Z5FindData *entry)
+constexpr char kSameName[] = "an earlier folder in its place has the same name";
+
+std::string WithDetail(const std::string &reason, const std::string &detail)
 {
-    return LocalPathFromVolumePath([Z5FileExplorerWapper fullPath:entry withfilter:nil]);
+    return detail.empty() ? reason : reason + ": " + detail;
 }
 
-// The reason, with what may explain it.
-std::string Explained(const std::string &reason, Z5FindData *entry)
+// "a/b" → "b", and "a" in folder
+std::string SplitPath(const std::string &path, std::string *folder)
 {
-    NSCharacterSet *separators = [NSCharacterSet characterSetWithCharactersInString:@"\\/"];
-    if (reason.empty() || [[entry strFileName] rangeOfCharacterFromSet:separators].length == 0)
-        return reason;
-    return reason + " (its name holds \"\\\" or \"/\", which separates folders here)";
+    const size_t slash = path.rfind('/');
+    *folder = slash == std::string::npos ? "" : path.substr(0, slash);
+    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
 
-ArrivalCheck::ArrivalCheck(const VolumeSession &session, NSArray *selected, Settings settings,
-                           ProgressLine &line, ExportReport *report)
+ArrivalCheck::ArrivalCheck(const VolumeSession &session, NSArray *selected, DestinationTree &tree,
+                           Settings settings, ProgressLine &line, ExportReport *report)
     : _session(session),
       _selected(selected),
-      _settings(std::move(settings)),
+      _tree(tree),
+      _settings(settings),
       _line(line),
       _report(*report)
 {
@@ -39,108 +44,179 @@ ArrivalCheck::ArrivalCheck(const VolumeSession &session, NSArray *selected, Sett
 
 void ArrivalCheck::CheckFolders()
 {
+    if (_selected == [_session.Explorer() rootDirectory])
+        CheckListing(u"", "/");
     WalkCatalogue(_session.Explorer(), _selected, [this](Z5FindData *entry, bool isUnlistable) {
-        if (isUnlistable)
-            NoteUnopened(entry, "this folder cannot be listed");
+        if ([entry bDirectory])
+            CheckFolder(entry, isUnlistable);
     });
 }
 
-void ArrivalCheck::CheckFiles(NSArray *plan, NSUInteger count)
+void ArrivalCheck::CheckFolder(Z5FindData *folder, bool isUnlistable)
 {
-    for (NSUInteger i = 0; i < count; ++i) {
+    if (IsSelfOrParent(folder))
+        return;
+    const std::u16string path = VolumePathOf(folder);
+    if (!path.empty() && !_folders.insert(path).second)
+        return Fail(folder, kSameName);
+    // What failed once may be listed now, too late for the plan.
+    if (isUnlistable || _session.Volume().ListingFailed(path))
+        NoteUnopened(folder, _session.Volume().ObstacleOf(path), "this folder cannot be listed");
+    else
+        CheckListing(path, ShownPathOf(folder));
+}
+
+void ArrivalCheck::CheckListing(const std::u16string &path, const std::string &shownPath)
+{
+    const VolumeListingReport listing = _session.Volume().ListingOf(path);
+    if (listing.isWhole && listing.recoveredEntries == 0)
+        return;
+    ++_report.damagedFolders;
+    _report.failures.push_back({shownPath, ListingText(listing)});
+}
+
+void ArrivalCheck::CheckFiles(NSArray *plan, const std::vector<Arrival> &arrivals)
+{
+    CountUnreached(plan, arrivals);
+    for (size_t i = 0; i < arrivals.size(); ++i) {
         if (WasStopped()) {
-            _report.notCheckedFiles += static_cast<int64_t>(count - i);
+            _report.notCheckedFiles += static_cast<int64_t>(arrivals.size() - i);
             return;
         }
         @autoreleasepool {
-            CheckFile([plan objectAtIndex:i], _report.wasStopped && i + 1 == count);
+            CheckFile(arrivals[i]);
         }
     }
 }
 
-void ArrivalCheck::CheckFile(Z5FindData *entry, bool mayBePartial)
+// A folder that could be listed only the second time is in the plan and was not copied.
+void ArrivalCheck::CountUnreached(NSArray *plan, const std::vector<Arrival> &arrivals)
 {
-    const std::u16string path = VolumePathOf(entry);
-    _current = ShownPathOf(entry);
-    if (path.empty())
-        return NoteUnopened(entry, "its name is no valid text");
-    if (!_checked.insert(path).second)
+    std::unordered_set<void *> reached;
+    for (const Arrival &arrival : arrivals)
+        reached.insert(arrival.entry);
+    for (Z5FindData *entry in plan) {
+        if (reached.count(entry) != 0)
+            continue;
+        if (_report.stop != ExportReport::Stop::kNone)
+            ++_report.notCopiedFiles;
+        else
+            Fail(entry, "it was not copied");
+    }
+}
+
+void ArrivalCheck::CheckFile(const Arrival &arrival)
+{
+    _current = ShownPathOf(arrival.entry);
+    switch (arrival.state) {
+    case Arrival::State::kArrived:
+        return CheckArrived(arrival);
+    case Arrival::State::kDamaged:
+        return CheckDamaged(arrival);
+    case Arrival::State::kUnopened:
+        return NoteUnopened(arrival.entry, arrival.obstacle, "the volume cannot open it");
+    case Arrival::State::kUnfinished:
+        _report.unfinished.push_back({_current, arrival.reason});
         return;
-    if (PathClimbs(LocalPathOf(entry)))
-        return NoteUnopened(entry, "its path would lead out of the destination");
-    Z5BitLockerFile *file =
-        [[[Z5BitLockerFile alloc] initWithFile:[Z5FileExplorerWapper fullPath:entry withfilter:nil]
-                                        andVol:[_session.Explorer() getVolObject]] autorelease];
-    if (file == nil)
-        return NoteUnopened(entry, "the volume cannot open it");
-    CheckCopy(entry, file, mayBePartial);
+    case Arrival::State::kFailed:
+        Fail(arrival.entry, arrival.reason);
+    }
 }
 
-void ArrivalCheck::CheckCopy(Z5FindData *entry, Z5BitLockerFile *file, bool mayBePartial)
+void ArrivalCheck::CheckArrived(const Arrival &arrival)
 {
-    const char *local = [LocalPathOf(entry) UTF8String];
-    FileIdentity identity = {0, 0};
-    const std::string reason =
-        local == nullptr
-            ? "its name cannot be written on this machine"
-            : ReasonForCopy(VolumePathOf(entry), file, _settings.destination + local, &identity);
-    if (reason.empty() && WasStopped())
+    const std::string reason = Difference(arrival, FileComparison::Unread::kIsFailure);
+    // A disk that is gone says nothing about the copy.
+    if (WasStopped() && (reason.empty() || _session.Volume().IsGone())) {
         ++_report.notCheckedFiles;
-    else if (reason.empty())
-        AddArrived(identity, entry, [file getFileSize]);
-    else
-        (mayBePartial ? _report.partial : _report.failures)
-            .push_back({_current, Explained(reason, entry)});
+        return;
+    }
+    if (!reason.empty())
+        return Fail(arrival.entry, reason);
+    ++_report.arrivedFiles;
+    _report.arrivedBytes += arrival.size;
+    if (arrival.isChanged)
+        _report.renamed.push_back({_current, TerminalText(arrival.path)});
 }
 
-std::string ArrivalCheck::ReasonForCopy(const std::u16string &path, Z5BitLockerFile *file,
-                                        const std::string &copy, FileIdentity *identity)
+void ArrivalCheck::CheckDamaged(const Arrival &arrival)
 {
-    const int64_t size = [file getFileSize];
-    std::string reason = ReasonNotArrived(copy, size, _settings.started, identity);
+    const std::string more = Difference(arrival, FileComparison::Unread::kIsZero);
+    Fail(arrival.entry, more.empty() ? arrival.reason : arrival.reason + "; " + more);
+    if (arrival.isChanged)
+        _report.renamed.push_back({_current, TerminalText(arrival.path)});
+}
+
+// Between the copy and what it should be; empty if there is none.
+std::string ArrivalCheck::Difference(const Arrival &arrival, FileComparison::Unread unread)
+{
+    std::string folderPath;
+    std::string reason;
+    int error = 0;
+    const std::string name = SplitPath(arrival.path, &folderPath);
+    const int folder = _tree.Enter(folderPath, DestinationTree::Missing::kFail, &reason, &error);
+    if (folder < 0)
+        return reason;
+    reason = ReasonNotThere(folder, name, arrival.size);
     if (!reason.empty())
         return reason;
-    if (_session.Volume().ReadFailed(path))
-        return "the volume could not read all of it; the copy is damaged";
-    const auto advance = [this](int64_t bytes) { return Advance(bytes); };
-    if (_settings.verifies)
-        return _comparison.Difference(file, size, copy, advance);
-    advance(size);
-    return "";
+    if (!_settings.verifies) {
+        Advance(arrival.size);
+        return "";
+    }
+    const int copy = openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (copy < 0)
+        return std::string("the copy cannot be read again: ") + strerror(errno);
+    reason = DifferenceFrom(arrival, copy, unread);
+    close(copy);
+    return reason;
+}
+
+std::string ArrivalCheck::DifferenceFrom(const Arrival &arrival, int copy,
+                                         FileComparison::Unread unread)
+{
+    Z5BitLockerFile *file = [[[Z5BitLockerFile alloc]
+        initWithFile:[Z5FileExplorerWapper fullPath:arrival.entry withfilter:nil]
+              andVol:[_session.Explorer() getVolObject]] autorelease];
+    if (file == nil)
+        return "the volume cannot open it again";
+    return _comparison.Difference(file, arrival.size, copy, unread,
+                                  [this](int64_t bytes) { return Advance(bytes); });
 }
 
 // A link leads to a folder, to nothing or out of the volume; it is missed only if it was named.
-void ArrivalCheck::NoteUnopened(Z5FindData *entry, const char *reason)
+void ArrivalCheck::NoteUnopened(Z5FindData *entry, VolumeObstacle obstacle,
+                                const std::string &reason)
 {
-    const bool isNamed = [_selected indexOfObjectIdenticalTo:entry] != NSNotFound &&
-                         _selected != [_session.Explorer() rootDirectory];
-    if (!_session.Volume().IsLink(VolumePathOf(entry)))
-        _report.failures.push_back({ShownPathOf(entry), reason});
-    else if (isNamed)
-        _report.failures.push_back({ShownPathOf(entry), "this link is not followed"});
+    const std::string path = ShownPathOf(entry);
+    const bool isLink =
+        obstacle == VolumeObstacle::kLink ||
+        (obstacle == VolumeObstacle::kNone && _session.Volume().IsLink(VolumePathOf(entry)));
+    if (IsCounted(obstacle))
+        _report.counted[{obstacle, [entry bDirectory] == YES}].push_back(path);
+    else if (isLink && !IsNamed(entry))
+        _report.links.push_back(path);
+    else if (isLink)
+        Fail(entry, "this link is not followed");
     else
-        _report.links.push_back(ShownPathOf(entry));
+        Fail(entry, WithDetail(reason, ObstacleText(obstacle)));
 }
 
-// Two paths of the volume can meet in one file here: "a\b" and "a/b", or "A" and "a".
-void ArrivalCheck::AddArrived(const FileIdentity &identity, Z5FindData *entry, int64_t size)
+void ArrivalCheck::Fail(Z5FindData *entry, const std::string &reason)
 {
-    ++_report.arrivedFiles;
-    _report.arrivedBytes += size;
-    const auto added = _arrived.insert({identity, {entry, size}});
-    if (added.second)
-        return;
-    Arrived &earlier = added.first->second;
-    --_report.arrivedFiles;
-    _report.arrivedBytes -= earlier.size;
-    _report.failures.push_back(
-        {ShownPathOf(earlier.entry), "overwritten by " + ShownPathOf(entry)});
-    earlier = {entry, size};
+    _report.failures.push_back({ShownPathOf(entry), reason});
+}
+
+bool ArrivalCheck::IsNamed(Z5FindData *entry) const
+{
+    return [_selected indexOfObjectIdenticalTo:entry] != NSNotFound &&
+           _selected != [_session.Explorer() rootDirectory];
 }
 
 bool ArrivalCheck::WasStopped() const
 {
-    return _settings.mayBeStopped && StopRequest::Signal() != 0;
+    return _settings.mayBeStopped &&
+           (StopRequest::Signal() != 0 || (_settings.verifies && _session.Volume().IsGone()));
 }
 
 bool ArrivalCheck::Advance(int64_t bytes)

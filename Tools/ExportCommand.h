@@ -4,9 +4,11 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
+#include <string>
 
+#include "Arrivals.h"
 #include "Destination.h"
+#include "DestinationTree.h"
 #include "ExportReport.h"
 #include "Options.h"
 #import "VolumeSession.h"
@@ -29,14 +31,17 @@ private:
         int64_t bytes = 0;
     };
 
-    void Export(NSArray *selected);
-    // The number of files that the worker came to.
-    NSUInteger Copy(const Plan &plan);
-    void Check(const Plan &plan, NSArray *selected, NSUInteger count, time_t started);
+    Plan MakePlan(NSArray *selected) const;
+    bool HasRoom(const Plan &plan, std::string *error) const;
+    void Export(NSArray *selected, const Plan &plan);
+    void Copy(const Plan &plan, Arrivals *arrivals);
+    void Check(const Plan &plan, NSArray *selected, const Arrivals &arrivals);
+    int Status() const;
 
     const VolumeSession &_session;
     const Options &_options;
     Destination _destination;
+    DestinationTree _tree;
     ExportReport _report;
     int _signal = 0;
 };

@@ -3,15 +3,20 @@
 #import "ArrivalCheck.h"
 #include "ExitStatus.h"
 #import "ExportProgressDelegate.h"
+#import "LocalNames.h"
 #include "NumberText.h"
 #include "ProgressLine.h"
+#import "RoomCheck.h"
+#include "SourceFiles.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
 #import "VolumeSelection.h"
 #import "Z5FileManager.h"
 
-#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <unistd.h>
 #include <utility>
 
@@ -50,86 +55,122 @@ public:
 
 ExportCommand::ExportCommand(const VolumeSession &session, const Options &options,
                              Destination destination)
-    : _session(session), _options(options), _destination(std::move(destination))
+    : _session(session),
+      _options(options),
+      _destination(std::move(destination)),
+      _tree(options.volume)
 {
 }
 
 int ExportCommand::Run()
 {
     std::string error;
+    // A file that grows beyond a limit is a write that fails, and no end without a report.
+    signal(SIGXFSZ, SIG_IGN);
     NSArray *selected = SelectEntries(_session.Explorer(), _options.paths, &error);
     if (selected == nil)
         return FailWith(kExitIncomplete, error + " (nothing was exported)");
     bool made = false;
     if (!_destination.Prepare(&made, &error))
         return FailWith(kExitUsage, error);
+    const std::string &folder = _destination.Path();
+    if (!_tree.Open(folder))
+        return FailWith(kExitUsage, "cannot use the destination " + TerminalText(folder) + ": " +
+                                        strerror(errno));
+    const Plan plan = MakePlan(selected);
+    if (!_options.skipsSpaceCheck && !HasRoom(plan, &error)) {
+        if (made)
+            rmdir(folder.c_str());
+        return FailWith(kExitUsage, error);
+    }
     if (made)
-        fprintf(stderr, "Made the folder %s\n", TerminalText(_destination.Path()).c_str());
-    _report.destination = _destination.Path();
-    Export(selected);
+        fprintf(stderr, "Made the folder %s\n", TerminalText(folder).c_str());
+    _report.destination = folder;
+    Export(selected, plan);
     PrintReport(_report, _options.verbose, stdout);
     if (fflush(stdout) != 0 || ferror(stdout) != 0)
         return FailWith(kExitIncomplete, "cannot write the summary");
-    if (_report.IsComplete())
-        return kExitSuccess;
-    return _report.wasStopped ? kExitSignalBase + _signal : kExitIncomplete;
+    return Status();
 }
 
-void ExportCommand::Export(NSArray *selected)
+int ExportCommand::Status() const
 {
+    if (_report.IsComplete())
+        return kExitSuccess;
+    const bool wasStopped = _report.stop == ExportReport::Stop::kSignal;
+    return wasStopped ? kExitSignalBase + _signal : kExitIncomplete;
+}
+
+ExportCommand::Plan ExportCommand::MakePlan(NSArray *selected) const
+{
+    const PlanningNotice notice;
     Plan plan;
-    {
-        const PlanningNotice notice;
-        plan.engine = [[[Z5FileManager alloc] initWithSourceFiles:selected
-                                                      andExplorer:_session.Explorer()] autorelease];
-        plan.files = [plan.engine getAllFiles:selected withSize:&plan.bytes];
-    }
+    plan.engine = [[[Z5FileManager alloc] initWithSourceFiles:selected
+                                                  andExplorer:_session.Explorer()] autorelease];
+    plan.files = [plan.engine getAllFiles:selected withSize:&plan.bytes];
+    return plan;
+}
+
+bool ExportCommand::HasRoom(const Plan &plan, std::string *error) const
+{
+    LocalNames names(_session.Explorer(), _tree.LongestName());
+    return RoomCheck(_session, _tree, names).HasRoomFor(plan.files, _destination.Path(), error);
+}
+
+void ExportCommand::Export(NSArray *selected, const Plan &plan)
+{
     fprintf(stderr, "Exporting %s, %s, to %s\n",
             CountText(static_cast<int64_t>([plan.files count]), "file", "files").c_str(),
             SizeText(plan.bytes).c_str(), TerminalText(_report.destination).c_str());
+    const bool hasKey = _options.unlockKind == "startup-key";
+    const SourceFiles sources(_options.volume, hasKey ? _options.secret : "");
+    LocalNames names(_session.Explorer(), _tree.LongestName());
+    Arrivals arrivals(_session, _tree, names, sources, _options.verbose);
     // Until here a signal ends the program at once: nothing has been written.
     const StopRequest stops;
-    const time_t started = time(nullptr);
-    const NSUInteger reached = plan.engine == nil ? 0 : Copy(plan);
-    Check(plan, selected, reached, started);
+    if (plan.engine != nil)
+        Copy(plan, &arrivals);
+    Check(plan, selected, arrivals);
     _signal = StopRequest::Signal();
 }
 
-NSUInteger ExportCommand::Copy(const Plan &plan)
+void ExportCommand::Copy(const Plan &plan, Arrivals *arrivals)
 {
     const auto start = ProgressLine::Clock::now();
     ProgressLine line("Copying", stderr, plan.bytes, start);
     ExportProgressDelegate *sink =
-        [[[ExportProgressDelegate alloc] initWithPlan:plan.files line:&line] autorelease];
+        [[[ExportProgressDelegate alloc] initWithArrivals:arrivals line:&line] autorelease];
     NSString *folder = [NSString stringWithUTF8String:_destination.Path().c_str()];
     if (![plan.engine copyTo:folder withDelegate:sink])
-        return [plan.files count];  // all will be found missing
+        return;  // all will be found missing
     [sink waitForWorker];
     _report.copySeconds = SecondsSince(start);
-    _report.wasStopped = [sink wasStopped];
-    const NSUInteger count = [plan.files count];
-    const NSUInteger reached = _report.wasStopped ? std::min([sink reachedCount], count) : count;
-    _report.notCopiedFiles = static_cast<int64_t>(count - reached);
-    return reached;
+    if (arrivals->StoppedBy() != Arrivals::Stop::kNone)
+        _report.stop = arrivals->StoppedBy() == Arrivals::Stop::kDiskFull
+                           ? ExportReport::Stop::kDiskFull
+                           : ExportReport::Stop::kDiskGone;
+    else if ([sink wasStopped])
+        _report.stop = ExportReport::Stop::kSignal;
 }
 
-void ExportCommand::Check(const Plan &plan, NSArray *selected, NSUInteger count, time_t started)
+void ExportCommand::Check(const Plan &plan, NSArray *selected, const Arrivals &arrivals)
 {
+    const bool wasStopped = _report.stop != ExportReport::Stop::kNone;
     ArrivalCheck::Settings settings;
-    settings.destination = _destination.Path();
-    settings.started = started;
-    // Who stops an export does not wait for a comparison.
-    settings.verifies = _options.verify && !_report.wasStopped;
-    settings.mayBeStopped = !_report.wasStopped;
+    // Who stops an export does not wait for a comparison, and a disk that is gone has none.
+    settings.verifies = _options.verify && !wasStopped;
+    settings.mayBeStopped = !wasStopped;
 
     const auto start = ProgressLine::Clock::now();
     ProgressLine line(settings.verifies ? "Comparing" : "Checking", stderr, plan.bytes, start);
-    ArrivalCheck check(_session, selected, settings, line, &_report);
+    ArrivalCheck check(_session, selected, _tree, settings, line, &_report);
     check.CheckFolders();
-    check.CheckFiles(plan.files, count);
+    check.CheckFiles(plan.files, arrivals.All());
     _report.checkSeconds = SecondsSince(start);
     _report.isVerified = settings.verifies && _report.notCheckedFiles == 0;
-    _report.wasStopped = _report.wasStopped || _report.notCheckedFiles > 0;
+    if (_report.notCheckedFiles > 0)
+        _report.stop = StopRequest::Signal() != 0 ? ExportReport::Stop::kSignal
+                                                  : ExportReport::Stop::kDiskGone;
 }
 
 }  // namespace vx

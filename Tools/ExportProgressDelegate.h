@@ -1,7 +1,7 @@
-// The sink of an export on the command line: follows the planned files, draws the progress and
-// passes on a request to stop.
+// The sink of an export on the command line: follows the planned files, draws the progress, passes
+// on a request to stop, and has the files placed by the arrivals.
 //
-// Ownership: retains the plan, borrows the line, which must outlive the export.
+// Ownership: borrows the arrivals and the line, which must outlive the export.
 // Threads: the sink's operations on the worker thread; the queries once the worker has ended.
 #pragma once
 
@@ -9,33 +9,31 @@
 
 #include <cstdint>
 
+#import "ExportPlacing.h"
 #import "ExportWorkerEnd.h"
-#import "ExportingUIDelegate.h"
 
 namespace vx {
+class Arrivals;
 class ProgressLine;
 }
 
-@interface ExportProgressDelegate : NSObject <ExportingUIDelegate> {
-    NSArray *_plan;
+@interface ExportProgressDelegate : NSObject <ExportPlacing> {
+    vx::Arrivals *_arrivals;
     vx::ProgressLine *_line;
     ExportWorkerEnd *_workerEnd;
-    NSUInteger _next;
+    Z5FindData *_current;
     int64_t _doneBytes;
     int64_t _fileBytes;
     int32_t _state;
     BOOL _wasStopped;
 }
 
-// plan: the entries that the engine copies, in its order.
-- (id)initWithPlan:(NSArray *)plan line:(vx::ProgressLine *)line;
+- (id)initWithArrivals:(vx::Arrivals *)arrivals line:(vx::ProgressLine *)line;
 
 // Returns when the worker thread has done its last work.
 - (void)waitForWorker;
 
-// How many entries of the plan the worker had come to.
-- (NSUInteger)reachedCount;
-// Whether the worker was told to stop; what it had come to last may be incomplete.
+// Whether the worker was told to stop before the end.
 - (BOOL)wasStopped;
 
 @end

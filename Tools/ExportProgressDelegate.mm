@@ -1,10 +1,10 @@
 #import "ExportProgressDelegate.h"
 
+#include "Arrivals.h"
 #import "EntryText.h"
 #import "ExportProgress.h"
 #include "ProgressLine.h"
 #include "StopRequest.h"
-#import "Z5FileExplorerWapper.h"
 
 #include <algorithm>
 
@@ -17,12 +17,12 @@ constexpr int64_t kChunkSize = 4194304;
 
 @implementation ExportProgressDelegate
 
-- (id)initWithPlan:(NSArray *)plan line:(vx::ProgressLine *)line
+- (id)initWithArrivals:(vx::Arrivals *)arrivals line:(vx::ProgressLine *)line
 {
     self = [super init];
     if (self == nil)
         return nil;
-    _plan = [plan retain];
+    _arrivals = arrivals;
     _line = line;
     _workerEnd = [[ExportWorkerEnd alloc] init];
     _state = kExportStateRunning;
@@ -32,7 +32,6 @@ constexpr int64_t kChunkSize = 4194304;
 - (void)dealloc
 {
     [_workerEnd release];
-    [_plan release];
     [super dealloc];
 }
 
@@ -41,38 +40,38 @@ constexpr int64_t kChunkSize = 4194304;
     [_workerEnd wait];
 }
 
-- (NSUInteger)reachedCount
-{
-    return _next;
-}
-
 - (BOOL)wasStopped
 {
     return _wasStopped;
 }
 
-- (void)UpdateInformation:(NSString *)path
+- (BOOL)makeFolderFor:(Z5FindData *)entry
+{
+    _current = entry;
+    return _arrivals->MakeFolder(entry);
+}
+
+- (FILE *)openFileFor:(Z5FindData *)entry
+{
+    return _arrivals->Open(entry);
+}
+
+- (void)entry:(Z5FindData *)entry endedWith:(const ExportOutcome &)outcome
 {
     _doneBytes = AddSizes(_doneBytes, _fileBytes);
     _fileBytes = 0;
-    // Files that the engine skipped were not announced.
-    while (_next < [_plan count] && ![self isNext:path])
-        ++_next;
-    ++_next;
-    [self show];
+    _arrivals->End(entry, outcome);
 }
 
-- (BOOL)isNext:(NSString *)path
+- (void)UpdateInformation:(NSString *)path
 {
-    NSString *next = [Z5FileExplorerWapper fullPath:[_plan objectAtIndex:_next] withfilter:nil];
-    return [next isEqualToString:path];
+    [self show];
 }
 
 // Called after each chunk. The percent is too coarse for a large export, so bytes are counted.
 - (void)UpdateProgress:(NSNumber *)percent
 {
-    const int64_t size = [[self current] nFileSize];
-    _fileBytes = std::min(size, AddSizes(_fileBytes, kChunkSize));
+    _fileBytes = std::min([_current nFileSize], AddSizes(_fileBytes, kChunkSize));
     [self show];
 }
 
@@ -83,7 +82,7 @@ constexpr int64_t kChunkSize = 4194304;
 - (BOOL)Continued
 {
     [_workerEnd noteWorker];
-    if (vx::StopRequest::Signal() == 0)
+    if (vx::StopRequest::Signal() == 0 && !_arrivals->MustStop())
         return YES;
     _wasStopped = YES;
     return NO;
@@ -99,17 +98,12 @@ constexpr int64_t kChunkSize = 4194304;
     __atomic_store_n(&_state, state, __ATOMIC_RELAXED);
 }
 
-- (Z5FindData *)current
-{
-    return _next == 0 || _next > [_plan count] ? nil : [_plan objectAtIndex:_next - 1];
-}
-
 - (void)show
 {
     const auto now = vx::ProgressLine::Clock::now();
     // Paths are not made for lines that nobody sees.
     if (_line->IsDue(now))
-        _line->Show(AddSizes(_doneBytes, _fileBytes), vx::ShownPathOf([self current]), now);
+        _line->Show(AddSizes(_doneBytes, _fileBytes), vx::ShownPathOf(_current), now);
 }
 
 @end

@@ -1,10 +1,21 @@
 #include "ExportReport.h"
 
 #include "NumberText.h"
+#include "ObstacleText.h"
 #include "TerminalText.h"
+
+#include <algorithm>
 
 namespace vx {
 namespace {
+
+// Names of copies that are shown without being asked for.
+constexpr size_t kFewRenamed = 20;
+
+int64_t CountOf(size_t count)
+{
+    return static_cast<int64_t>(count);
+}
 
 // "1.2 GiB (1,288,490,188 bytes)"; small sizes are exact as they are.
 std::string BothSizes(int64_t bytes)
@@ -32,38 +43,85 @@ void PrintArrived(const ExportReport &report, FILE *stream)
         fprintf(stream, "Read again and compared in %.1f s: equal.\n", report.checkSeconds);
 }
 
+const char *TextOfStop(ExportReport::Stop stop)
+{
+    switch (stop) {
+    case ExportReport::Stop::kDiskFull:
+        return "Stopped, since the disk is full; what is complete stays.\n";
+    case ExportReport::Stop::kDiskGone:
+        return "Stopped, since the disk is gone; what had arrived stays.\n";
+    default:
+        return "Stopped before the end; what is complete stays.\n";
+    }
+}
+
 void PrintStopped(const ExportReport &report, FILE *stream)
 {
-    if (!report.wasStopped)
+    if (report.stop == ExportReport::Stop::kNone)
         return;
-    fprintf(stream, "Stopped before the end; what is complete stays.\n");
-    for (const ExportReport::Failure &partial : report.partial)
-        fprintf(stream, "Partly copied: %s: %s\n", partial.path.c_str(), partial.reason.c_str());
+    fputs(TextOfStop(report.stop), stream);
+    for (const ExportReport::Failure &unfinished : report.unfinished)
+        fprintf(stream, "Not kept, since it is incomplete: %s: %s\n", unfinished.path.c_str(),
+                unfinished.reason.c_str());
     if (report.notCopiedFiles > 0)
         fprintf(stream, "Not copied: %s\n", FilesText(report.notCopiedFiles).c_str());
     if (report.notCheckedFiles > 0)
         fprintf(stream, "Copied, but not checked: %s\n", FilesText(report.notCheckedFiles).c_str());
 }
 
-void PrintLinks(const ExportReport &report, bool namesLinks, FILE *stream)
+void PrintRenamed(const ExportReport &report, bool verbose, FILE *stream)
+{
+    if (report.renamed.empty())
+        return;
+    const size_t count = report.renamed.size();
+    const size_t shown = verbose ? count : std::min(count, kFewRenamed);
+    fprintf(stream, "Arrived under another name: %s%s\n", FilesText(CountOf(count)).c_str(),
+            shown < count ? " (--verbose names them all)" : "");
+    for (size_t i = 0; i < shown; ++i)
+        fprintf(stream, "  %s: as %s\n", report.renamed[i].path.c_str(),
+                report.renamed[i].copy.c_str());
+}
+
+void PrintLinks(const ExportReport &report, bool verbose, FILE *stream)
 {
     if (report.links.empty())
         return;
     fprintf(stream, "Links not followed: %s (to a folder, to nothing, or out of the volume%s\n",
-            GroupedText(static_cast<int64_t>(report.links.size())).c_str(),
-            namesLinks ? "):" : "; --verbose names them)");
-    if (!namesLinks)
+            GroupedText(CountOf(report.links.size())).c_str(),
+            verbose ? "):" : "; --verbose names them)");
+    if (!verbose)
         return;
     for (const std::string &link : report.links)
         fprintf(stream, "  %s\n", link.c_str());
 }
 
-void PrintFailures(const ExportReport &report, FILE *stream)
+void PrintCounted(const ExportReport &report, bool verbose, FILE *stream)
 {
-    if (report.failures.empty())
+    for (const auto &kind : report.counted) {
+        const std::vector<std::string> &paths = kind.second;
+        fprintf(stream, "  %s%s\n",
+                CountedText(kind.first.first, kind.first.second, CountOf(paths.size())).c_str(),
+                verbose ? ":" : " (--verbose names them)");
+        if (!verbose)
+            continue;
+        for (const std::string &path : paths)
+            fprintf(stream, "    %s\n", path.c_str());
+    }
+    if (report.damagedFolders > 0)
+        fprintf(stream, "  %s damaged: what could be read of %s was exported\n",
+                CountText(report.damagedFolders, "folder is", "folders are").c_str(),
+                report.damagedFolders == 1 ? "it" : "them");
+}
+
+void PrintFailures(const ExportReport &report, bool verbose, FILE *stream)
+{
+    size_t count = report.failures.size();
+    for (const auto &kind : report.counted)
+        count += kind.second.size();
+    if (count == 0)
         return;
-    fprintf(stream, "Failed: %s\n",
-            GroupedText(static_cast<int64_t>(report.failures.size())).c_str());
+    fprintf(stream, "Failed: %s\n", GroupedText(CountOf(count)).c_str());
+    PrintCounted(report, verbose, stream);
     for (const ExportReport::Failure &failure : report.failures)
         fprintf(stream, "  %s: %s\n", failure.path.c_str(), failure.reason.c_str());
 }
@@ -72,14 +130,15 @@ void PrintFailures(const ExportReport &report, FILE *stream)
 
 bool ExportReport::IsComplete() const
 {
-    return failures.empty() && partial.empty() && notCopiedFiles == 0 && notCheckedFiles == 0;
+    return failures.empty() && counted.empty() && stop == Stop::kNone;
 }
 
-void PrintReport(const ExportReport &report, bool namesLinks, FILE *stream)
+void PrintReport(const ExportReport &report, bool verbose, FILE *stream)
 {
     PrintArrived(report, stream);
-    PrintLinks(report, namesLinks, stream);
-    PrintFailures(report, stream);
+    PrintRenamed(report, verbose, stream);
+    PrintLinks(report, verbose, stream);
+    PrintFailures(report, verbose, stream);
     PrintStopped(report, stream);
 }
 

@@ -3,8 +3,12 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "VolumeReports.h"
 
 namespace vx {
 
@@ -13,24 +17,35 @@ struct ExportReport {
         std::string path;    // as it may be shown
         std::string reason;  // follows a colon
     };
+    struct Renamed {
+        std::string path;  // on the volume, as it may be shown
+        std::string copy;  // relative to the destination, as it may be shown
+    };
+    // Of what is counted in one line: why, and whether folders are meant.
+    using Kind = std::pair<VolumeObstacle, bool>;
+
+    enum class Stop { kNone, kSignal, kDiskFull, kDiskGone };
 
     std::string destination;
     int64_t arrivedFiles = 0;
     int64_t arrivedBytes = 0;
     double copySeconds = 0;
     double checkSeconds = 0;
-    bool isVerified = false;         // everything that arrived was compared
-    std::vector<Failure> failures;   // in the volume's order
-    std::vector<std::string> links;  // not followed, as they may be shown
-    bool wasStopped = false;
-    std::vector<Failure> partial;  // what was being copied when it stopped: one or none
-    int64_t notCopiedFiles = 0;    // that the stopped export did not come to
-    int64_t notCheckedFiles = 0;   // that a stopped check did not come to
+    bool isVerified = false;                           // everything that arrived was compared
+    std::vector<Failure> failures;                     // in the volume's order, folders first
+    std::map<Kind, std::vector<std::string>> counted;  // failures as well, as they may be shown
+    int64_t damagedFolders = 0;                        // each is one of the failures, too
+    std::vector<std::string> links;                    // not followed, as they may be shown
+    std::vector<Renamed> renamed;                      // arrived under another name
+    Stop stop = Stop::kNone;
+    std::vector<Failure> unfinished;  // what was being copied when it stopped: one or none
+    int64_t notCopiedFiles = 0;       // that the stopped export did not come to
+    int64_t notCheckedFiles = 0;      // that a stopped check did not come to
 
     bool IsComplete() const;
 };
 
-// names the links that were not followed if namesLinks.
-void PrintReport(const ExportReport &report, bool namesLinks, FILE *stream);
+// verbose: names all that is only counted otherwise.
+void PrintReport(const ExportReport &report, bool verbose, FILE *stream);
 
 }  // namespace vx

@@ -4,42 +4,61 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
+#include <unistd.h>
 
 namespace vx {
 namespace {
 
-struct CloseFile {
-    void operator()(FILE *file) const { fclose(file); }
-};
+bool ReadPiece(int file, int64_t position, char *bytes, size_t count)
+{
+    for (size_t done = 0; done < count;) {
+        const ssize_t got =
+            pread(file, bytes + done, count - done, static_cast<off_t>(position + int64_t(done)));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return false;
+        done += static_cast<size_t>(got);
+    }
+    return true;
+}
 
 }  // namespace
 
 FileComparison::FileComparison() : _original(kPieceSize), _copy(kPieceSize) {}
 
-std::string FileComparison::Difference(Z5BitLockerFile *file, int64_t size, const std::string &copy,
+std::string FileComparison::Difference(Z5BitLockerFile *file, int64_t size, int copy, Unread unread,
                                        const PieceCompared &compared)
 {
-    const std::unique_ptr<FILE, CloseFile> local(fopen(copy.c_str(), "r"));
-    if (local == nullptr)
-        return std::string("the copy cannot be read again: ") + strerror(errno);
     if (![file seekFile:0])
         return "the volume cannot read it again";
     for (int64_t position = 0; position < size;) {
         const int64_t count = std::min(size - position, kPieceSize);
-        const auto bytes = static_cast<size_t>(count);
-        if (![file readFile:_original.data() ofsize:count])
-            return "the volume cannot read it again";
-        if (fread(_copy.data(), 1, bytes, local.get()) != bytes)
-            return "the copy cannot be read again";
-        if (memcmp(_original.data(), _copy.data(), bytes) != 0)
-            return "the copy differs within 1 MiB after byte " + GroupedText(position);
+        const std::string reason =
+            DifferenceAt(file, position, static_cast<size_t>(count), copy, unread);
+        if (!reason.empty())
+            return reason;
         position += count;
         if (!compared(count))
             break;
     }
+    return "";
+}
+
+std::string FileComparison::DifferenceAt(Z5BitLockerFile *file, int64_t position, size_t count,
+                                         int copy, Unread unread)
+{
+    std::fill(_original.begin(), _original.end(), '\0');
+    if (![file readFile:_original.data() ofsize:int64_t(count)]) {
+        if (unread == Unread::kIsFailure)
+            return "the volume cannot read it again";
+        [file seekFile:position + int64_t(count)];
+    }
+    if (!ReadPiece(copy, position, _copy.data(), count))
+        return "the copy cannot be read again";
+    if (memcmp(_original.data(), _copy.data(), count) != 0)
+        return "the copy differs within 1 MiB after byte " + GroupedText(position);
     return "";
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <string>
 #include <utility>
 
@@ -11,10 +10,7 @@ namespace vx {
 // What tells two files of this machine apart, whatever their names.
 using FileIdentity = std::pair<uint64_t, uint64_t>;
 
-// Why the file at path is not the copy of size bytes that an export, begun at started by this
-// machine's clock, should have written there; empty if it is. identity receives the file's own
-// if it exists.
-std::string ReasonNotArrived(const std::string &path, int64_t size, time_t started,
-                             FileIdentity *identity);
+// Why the file of that name in an open folder is not one of size bytes; empty if it is.
+std::string ReasonNotThere(int folder, const std::string &name, int64_t size);
 
 }  // namespace vx

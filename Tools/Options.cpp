@@ -72,6 +72,8 @@ private:
             return &_options.verify;
         if (argument == "--verbose")
             return &_options.verbose;
+        if (argument == "--no-space-check")
+            return &_options.skipsSpaceCheck;
         return nullptr;
     }
 
@@ -127,6 +129,8 @@ private:
             return Fail("--recursive and --json go with --list only");
         if (_hasList && (_options.verify || _options.verbose))
             return Fail("--verify and --verbose go with --to only");
+        if (_hasList && _options.skipsSpaceCheck)
+            return Fail("--no-space-check goes with --to only");
         _options.action = _hasList ? Options::Action::kList : Options::Action::kExport;
         return true;
     }

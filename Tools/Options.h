@@ -20,8 +20,9 @@ struct Options {
     std::string destination;         // kExport only, as given
     bool recursive = false;          // kList only, as is the next
     bool json = false;               //
-    bool verify = false;             // kExport only, as is the next
+    bool verify = false;             // kExport only, as are the next two
     bool verbose = false;            //
+    bool skipsSpaceCheck = false;    //
     std::vector<std::string> paths;  // as given; none means the root
 };
 

@@ -100,9 +100,8 @@ TEST_F(ExportPlacing, EveryEntryHasItsEndInTheOrderOfThePlan)
     volume.atCall(VolumeOperation::OpenFile, 3, Fault::Fail);
     ASSERT_TRUE(runPlacing());
     EXPECT_EQ(placing->_ends, (Strings{"good", "no folder", "no file", "no source", ".."}));
-    EXPECT_EQ(ends(),
-              (Ends{ExportEnd::kCopied, ExportEnd::kNoFolder, ExportEnd::kNoLocalFile,
-                    ExportEnd::kNotOpened, ExportEnd::kLeavesDestination}));
+    EXPECT_EQ(ends(), (Ends{ExportEnd::kCopied, ExportEnd::kNoFolder, ExportEnd::kNoLocalFile,
+                            ExportEnd::kNotOpened, ExportEnd::kLeavesDestination}));
 }
 
 TEST_F(ExportPlacing, TheSinkHearsWhatItWouldHearWithoutPlacing)

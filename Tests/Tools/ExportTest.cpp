@@ -209,17 +209,22 @@ TEST_F(Export, AFolderThatCannotBeMadeIsAFailureWithItsReason)
     _folder.MakeLink("destination/a", "nowhere");
     const Result result = ExportAll();
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "  /a/b/c: its folder could not be made\n"));
+    EXPECT_TRUE(Holds(result.output,
+                      "  /a/b/c: a link that leads nowhere stands where its folder should be\n"));
 }
 
-TEST_F(Export, AShortWriteIsAFailureWithBothSizes)
+TEST_F(Export, AFileBeyondALimitIsAFailureWithBothSizesAndNothingOfItStays)
 {
     _folder.WriteFile("volume/large", std::string(200000, 'x'));
+    _folder.WriteFile("volume/small", "1");
     ToolRun::Settings limited;
     limited.fileSizeLimit = 131072;
     const Result result = Run({"--to", _destination, _volume}, limited);
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "  /large: incomplete: 131,072 of 200,000 bytes arrived\n"));
+    EXPECT_TRUE(Holds(result.output,
+                      "  /large: could not be written after 131,072 of 200,000 bytes: "
+                      "File too large\n"));
+    EXPECT_EQ(FilesBelow(_destination), (Files{{"small", "1"}}));
 }
 
 TEST_F(Export, AnOlderFileThatCannotBeOverwrittenIsAFailureThoughItsSizeFits)
@@ -276,12 +281,14 @@ TEST_F(Export, NothingIsEverWrittenOutsideTheDestination)
     EXPECT_TRUE(Lacks(result.output + result.errors, "\x1b"));
 }
 
-TEST_F(Export, AFileThatAnotherOneOverwroteIsAFailure)
+TEST_F(Export, AFileThatWouldTakeThePlaceOfAnEarlierOneIsAFailureAndTheEarlierOneStays)
 {
     const Result result = RunWith(kStandIn, {"--to", _destination, "colliding"});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(Holds(result.output, "Exported 1 file, 5 bytes, to "));
-    EXPECT_TRUE(Holds(result.output, "  /a/b: overwritten by /a\\\\b\n"));
+    EXPECT_TRUE(
+        Holds(result.output, "  /a\\\\b: its place is taken by /a/b, which has arrived there"));
+    EXPECT_EQ(FilesBelow(_destination).size(), 1u);
 }
 
 TEST_F(Export, VerifyComparesEverythingAgain)

@@ -35,6 +35,8 @@ VolumeHandle StandInVolume::FindFirstFile(const char16_t *pattern, VolumeFindDat
     const StandInEntry *entry = EntryAt(folder);
     if (!folder.empty() && (entry == nullptr || !entry->opens))
         return nullptr;
+    if (_isGone || (entry != nullptr && _failedListings[folder]++ < entry->listingsThatFail))
+        return nullptr;
     if (entry != nullptr && entry->listingStalls)
         Stall();
     auto *search = new Search{folder, 0};
@@ -56,6 +58,7 @@ bool StandInVolume::FindNextFile(VolumeHandle handle, VolumeFindData *record)
         record->lastWriteTime = entry.modified;
         record->reserved = entry.reparseTag;
         record->sizeLow = entry.listedSize;
+        record->reserved = entry.reparseTag;
         std::copy(entry.name.begin(), entry.name.end(), record->name);
         return true;
     }
@@ -71,10 +74,10 @@ bool StandInVolume::FindClose(VolumeHandle search)
 VolumeHandle StandInVolume::OpenFile(const char16_t *path, uint32_t, uint32_t, uint32_t)
 {
     const StandInEntry *entry = EntryAt(path);
-    if (entry == nullptr || !entry->opens || (entry->attributes & 0x10) != 0)
+    if (_isGone || entry == nullptr || !entry->opens || (entry->attributes & 0x10) != 0)
         return nullptr;
     const unsigned char seed = entry->changes ? ++_opened : 0;
-    return new File{entry, 0, 0, seed};
+    return new File{entry, 0, 0, seed, 0};
 }
 
 bool StandInVolume::ReadFile(VolumeHandle handle, void *buffer, uint32_t count, uint32_t *done)
@@ -82,15 +85,36 @@ bool StandInVolume::ReadFile(VolumeHandle handle, void *buffer, uint32_t count, 
     auto *file = static_cast<File *>(handle);
     if (++file->reads == file->entry->stallsAtRead)
         Stall();
+    if (file->reads == file->entry->goesAtRead)
+        _isGone = true;
     *done = 0;
-    if (file->entry->readsFail)
+    if (_isGone || file->entry->readsFail)
         return false;
     *done = std::min(count, file->entry->size - file->position);
     auto *bytes = static_cast<unsigned char *>(buffer);
     for (uint32_t i = 0; i < *done; ++i)
         bytes[i] = static_cast<unsigned char>((file->position + i) * 7 + file->seed);
+    const bool isWhole = BlankUnread(*file, *done, bytes);
     file->position += *done;
-    return true;
+    file->readTo = std::max(file->readTo, file->position);
+    if (!isWhole)
+        --*done;
+    return isWhole;
+}
+
+// False if some of the bytes just read cannot be read.
+bool StandInVolume::BlankUnread(const File &file, uint32_t count, unsigned char *bytes)
+{
+    bool isWhole = true;
+    for (const auto &range : file.entry->unread) {
+        const uint32_t start = std::max(range.first, file.position);
+        const uint32_t end = std::min(range.first + range.second, file.position + count);
+        if (start >= end)
+            continue;
+        std::fill(bytes + (start - file.position), bytes + (end - file.position), 0);
+        isWhole = false;
+    }
+    return isWhole;
 }
 
 bool StandInVolume::SetFilePosition(VolumeHandle handle, uint32_t *low, uint32_t *high, uint32_t)
@@ -110,6 +134,38 @@ bool StandInVolume::QueryFileSize(VolumeHandle handle, uint32_t *low, uint32_t *
 bool StandInVolume::CloseHandle(VolumeHandle file)
 {
     delete static_cast<File *>(file);
+    return true;
+}
+
+bool StandInVolume::DescribeEntry(const char16_t *path, VolumeEntryReport *report) const
+{
+    const StandInEntry *entry = EntryAt(path);
+    if (entry == nullptr)
+        return false;
+    report->obstacle = entry->obstacle;
+    report->reparseTag = entry->reparseTag;
+    return true;
+}
+
+bool StandInVolume::DescribeListing(VolumeHandle search, VolumeListingReport *report) const
+{
+    const StandInEntry *entry = EntryAt(static_cast<Search *>(search)->folder);
+    if (entry == nullptr)
+        return false;
+    report->missingEntries = entry->missingEntries;
+    report->recoveredEntries = entry->recoveredEntries;
+    report->isWhole = entry->missingEntries == 0;
+    return true;
+}
+
+bool StandInVolume::ReportUnread(VolumeHandle handle, VolumeRangeFunction range,
+                                 void *context) const
+{
+    const auto *file = static_cast<File *>(handle);
+    for (const auto &unread : file->entry->unread) {
+        if (unread.first < file->readTo)
+            range(context, unread.first, unread.second);
+    }
     return true;
 }
 

@@ -1,13 +1,16 @@
 // A volume made of a table, for what real folders do not do: files that do not open, stall, fail
-// or change while they are read, folders that cannot be listed, names that try to escape.
+// or change while they are read, folders that cannot be listed, names that try to escape, disks
+// with bad places and disks that go away.
 //
 // Threads: one lists while another reads. Handles are the table's own.
 #pragma once
 
-#include "IVolume.h"
+#include "VolumeReport.h"
 
-#include <list>
+#include <atomic>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vx {
@@ -27,6 +30,14 @@ struct StandInEntry {
     bool changes = false;        // each time it is opened
     int stallsAtRead = 0;        // which read waits, from 1; 0 for none
     bool listingStalls = false;  // a folder
+    int listingsThatFail = 0;    // a folder: so many, and then it is listed
+    uint32_t reparseTag = 0;
+    VolumeObstacle obstacle = VolumeObstacle::kNone;
+    uint64_t missingEntries = 0;  // a folder
+    uint64_t recoveredEntries = 0;
+    // Given as zeros: offset and length, in bytes and in order.
+    std::vector<std::pair<uint32_t, uint32_t>> unread;
+    int goesAtRead = 0;  // at which read the disk goes away, from 1
 };
 
 class StandInVolume final : public IVolume {
@@ -50,6 +61,11 @@ public:
     bool QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high) override;
     bool CloseHandle(VolumeHandle file) override;
 
+    bool DescribeEntry(const char16_t *path, VolumeEntryReport *report) const;
+    bool DescribeListing(VolumeHandle search, VolumeListingReport *report) const;
+    bool ReportUnread(VolumeHandle file, VolumeRangeFunction range, void *context) const;
+    bool IsGone() const { return _isGone; }
+
 private:
     struct Search {
         std::u16string folder;
@@ -60,14 +76,18 @@ private:
         uint32_t position = 0;
         int reads = 0;
         unsigned char seed = 0;
+        uint32_t readTo = 0;  // the end of what was read so far
     };
 
     const StandInEntry *EntryAt(const std::u16string &path) const;
+    static bool BlankUnread(const File &file, uint32_t count, unsigned char *bytes);
     void Stall() const;
 
     const std::vector<StandInEntry> _entries;
     const std::string _stallFolder;
     unsigned char _opened = 0;
+    std::atomic<bool> _isGone{false};
+    std::map<std::u16string, int> _failedListings;
 };
 
 }  // namespace vx

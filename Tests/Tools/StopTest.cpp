@@ -45,27 +45,39 @@ TEST_F(Stop, CtrlCLeavesWhatIsCompleteAndSaysSo)
     ToolRun run(CopyOfTool(kStandIn), StallingExport());
     EXPECT_EQ(StopBy(SIGINT, &run), 128 + SIGINT);
     const auto files = FilesBelow(_destination);
-    EXPECT_EQ(files.size(), 2u);
+    EXPECT_EQ(files.size(), 1u);
     EXPECT_EQ(files.at("one.bin").size(), 5 * kMiB);
     EXPECT_TRUE(Holds(run.Output(), "Exported 1 file, 5.0 MiB (5,242,880 bytes), to "));
     EXPECT_TRUE(Holds(run.Output(), "Stopped before the end; what is complete stays.\n"));
 }
 
-TEST_F(Stop, ThePartialFileIsNamedAndTheRestCounted)
+TEST_F(Stop, ThePartialFileIsNamedAndNotKeptAndTheRestCounted)
 {
     ToolRun run(CopyOfTool(kStandIn), StallingExport());
     StopBy(SIGINT, &run);
-    EXPECT_EQ(FilesBelow(_destination).at("two.bin").size(), 8 * kMiB);
-    EXPECT_TRUE(Holds(run.Output(), "Partly copied: /two.bin: incomplete: 8,388,608 of "
-                                    "12,582,912 bytes arrived\nNot copied: 1 file\n"));
+    EXPECT_TRUE(Holds(run.Output(), "Not kept, since it is incomplete: /two.bin: 8,388,608 of "
+                                    "12,582,912 bytes had been copied\nNot copied: 1 file\n"));
     EXPECT_TRUE(Lacks(run.Output(), "Failed"));
+}
+
+TEST_F(Stop, WhatStoodInThePlaceOfThePartialFileAndOfTheRestStays)
+{
+    for (const char *name : {"one.bin", "two.bin", "three.bin"})
+        _folder.WriteFile(std::string("destination/") + name, "old");
+    ToolRun run(CopyOfTool(kStandIn), StallingExport());
+    StopBy(SIGINT, &run);
+    const auto files = FilesBelow(_destination);
+    EXPECT_EQ(files.size(), 3u);
+    EXPECT_EQ(files.at("one.bin").size(), 5 * kMiB);
+    EXPECT_EQ(files.at("two.bin"), "old");
+    EXPECT_EQ(files.at("three.bin"), "old");
 }
 
 TEST_F(Stop, TheOtherEndingSignalsStopInTheSameWay)
 {
     ToolRun run(CopyOfTool(kStandIn), StallingExport());
     EXPECT_EQ(StopBy(SIGTERM, &run), 128 + SIGTERM);
-    EXPECT_TRUE(Holds(run.Output(), "Partly copied: /two.bin"));
+    EXPECT_TRUE(Holds(run.Output(), "Not kept, since it is incomplete: /two.bin"));
 }
 
 TEST_F(Stop, ASecondCtrlCEndsAtOnce)
@@ -125,7 +137,7 @@ TEST_F(Stop, OnATerminalCtrlCIsTyped)
     run.AwaitText("Ctrl-C again ends at once");
     Release();
     EXPECT_EQ(run.Wait(), 128 + SIGINT);
-    EXPECT_TRUE(Holds(run.Output(), "Partly copied: /two.bin"));
+    EXPECT_TRUE(Holds(run.Output(), "Not kept, since it is incomplete: /two.bin"));
 }
 
 class Progress : public Stop {

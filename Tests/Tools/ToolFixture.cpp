@@ -44,6 +44,7 @@ void AddFiles(const std::string &folder, const std::string &prefix,
 
 const std::string ToolTest::kTool = VX_TOOL;
 const std::string ToolTest::kStandIn = VX_STAND_IN;
+const std::string ToolTest::kOlderStandIn = VX_OLDER_STAND_IN;
 const std::string ToolTest::kEntryless = VX_ENTRYLESS;
 
 ToolTest::Result ToolTest::Run(const Arguments &arguments, const ToolRun::Settings &settings)
@@ -74,9 +75,9 @@ std::string ToolTest::CopyOfTool(const std::string &library)
     return tool;
 }
 
-std::map<std::string, std::string> ToolTest::FilesBelow(const std::string &folder)
+ToolTest::Files ToolTest::FilesBelow(const std::string &folder)
 {
-    std::map<std::string, std::string> files;
+    Files files;
     AddFiles(folder, "", &files);
     return files;
 }

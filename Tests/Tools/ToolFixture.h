@@ -20,6 +20,7 @@ protected:
         std::string errors;
     };
     using Arguments = std::vector<std::string>;
+    using Files = std::map<std::string, std::string>;
 
     // The built program with the volume library beside it.
     Result Run(const Arguments &arguments, const ToolRun::Settings &settings = {});
@@ -29,15 +30,16 @@ protected:
     std::string CopyOfTool(const std::string &library);
 
     // By path relative to the folder; the contents of all regular files, links not followed.
-    static std::map<std::string, std::string> FilesBelow(const std::string &folder);
+    static Files FilesBelow(const std::string &folder);
 
     static const std::string kTool;
     static const std::string kStandIn;
+    static const std::string kOlderStandIn;  // without the functions of VolumeReport.h
     static const std::string kEntryless;
 
     TemporaryFolder _folder;
     const std::string _volume = _folder.MakeFolder("volume");
-    const std::string _destination = _folder.MakeFolder("destination");
+    std::string _destination = _folder.MakeFolder("destination");
 };
 
 // Whether text contains part; the texts are shown if not.

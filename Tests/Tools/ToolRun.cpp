@@ -33,7 +33,6 @@ void Require(bool done, const char *what)
     if (settings.fileSizeLimit != 0) {
         const rlimit limit = {settings.fileSizeLimit, settings.fileSizeLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
-        signal(SIGXFSZ, SIG_IGN);
     }
     rlimit core = {};
     if (settings.mayDumpCore && getrlimit(RLIMIT_CORE, &core) == 0) {

@@ -1,0 +1,105 @@
+// Destinations whose disk has no room, or runs out of it.
+#include "ToolFixture.h"
+
+#include <cstdlib>
+
+namespace vx {
+namespace {
+
+constexpr size_t kMiB = 1 << 20;
+
+class FullDisk : public ToolTest {
+protected:
+    // told: bytes that seem to be free, room: bytes that can be written; empty for as they are.
+    Result ExportWith(const std::string &told, const std::string &room, Arguments more)
+    {
+        std::vector<std::string> arguments = {"LD_PRELOAD=" VX_FULL_DISK};
+        if (!told.empty())
+            arguments.push_back("VX_FREE_BYTES=" + told);
+        if (!room.empty())
+            arguments.push_back("VX_ROOM_BYTES=" + room);
+        // The leak checker of a sanitizer build looks for itself in other places.
+        arguments.push_back("ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0");
+        arguments.push_back(CopyOfTool(kStandIn));
+        more.insert(more.begin(), {"--to", _destination});
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        ToolRun run("/usr/bin/env", arguments);
+        const int status = run.Wait();
+        return {status, run.Output(), run.Errors()};
+    }
+};
+
+TEST_F(FullDisk, APlanThatHasNoRoomIsRefusedBeforeAnythingIsWritten)
+{
+    _folder.WriteFile("destination/other.bin", "old");
+    const Result result = ExportWith("8388608", "", {"large"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.errors,
+              "volume-export: not enough room on the disk of " + _destination +
+                  ": the export needs 15.0 MiB (15,728,640 bytes), and 8.0 MiB (8,388,608 bytes) "
+                  "are free; nothing was exported. With --no-space-check it is exported as far as "
+                  "it fits\n");
+    EXPECT_EQ(FilesBelow(_destination), (Files{{"other.bin", "old"}}));
+}
+
+TEST_F(FullDisk, WithoutTheCheckItIsExportedAsFarAsItFits)
+{
+    const Result result = ExportWith("8388608", "", {"large", "--no-space-check"});
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(FilesBelow(_destination).size(), 3u);
+}
+
+TEST_F(FullDisk, ARefusedExportLeavesNoNewFolderBehind)
+{
+    _destination += "/new";
+    EXPECT_EQ(ExportWith("8388608", "", {"large"}).status, 2);
+    EXPECT_NE(access(_destination.c_str(), F_OK), 0);
+}
+
+// Each of the three gives its room back when its new copy is complete: 5 MiB at a time.
+TEST_F(FullDisk, FilesThatAreReplacedNeedRoomForOneAtATime)
+{
+    for (const char *name : {"one.bin", "two.bin", "three.bin"})
+        _folder.WriteFile(std::string("destination/") + name, std::string(5 * kMiB, 'o'));
+    EXPECT_EQ(ExportWith("4194304", "", {"large"}).status, 2);
+    EXPECT_EQ(ExportWith("6291456", "", {"large"}).status, 0);
+}
+
+TEST_F(FullDisk, WhatTheVolumeKeepsBackNeedsNoRoom)
+{
+    EXPECT_EQ(ExportWith("16384", "", {"obstacles"}).status, 1);
+    EXPECT_EQ(_folder.ReadFile("destination/here.txt").size(), 5u);
+}
+
+TEST_F(FullDisk, ADiskThatRunsFullStopsTheExportAndNothingIncompleteStays)
+{
+    for (const char *name : {"two.bin", "three.bin"})
+        _folder.WriteFile(std::string("destination/") + name, "old");
+    const Result result = ExportWith("", "7340032", {"large"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "Exported 1 file, 5.0 MiB"));
+    EXPECT_TRUE(Holds(result.output, "  /two.bin: could not be written after 2,097,152 of "
+                                     "5,242,880 bytes: the disk is full\n"));
+    EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is full; what is complete stays.\n"
+                                     "Not copied: 1 file\n"));
+    const Files files = FilesBelow(_destination);
+    EXPECT_EQ(files.size(), 3u);
+    EXPECT_EQ(files.at("one.bin").size(), 5 * kMiB);
+    EXPECT_EQ(files.at("two.bin"), "old");
+    EXPECT_EQ(files.at("three.bin"), "old");
+}
+
+TEST_F(FullDisk, AFileThatGrowsBeyondTheLimitOfTheProcessEndsWithAReport)
+{
+    ToolRun::Settings limited;
+    limited.fileSizeLimit = 3 * kMiB;
+    const Result result = RunWith(kStandIn, {"--to", _destination, "large"}, limited);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "Failed: 3\n"));
+    EXPECT_TRUE(Holds(result.output, "  /three.bin: could not be written after 3,145,728 of "
+                                     "5,242,880 bytes: File too large\n"));
+    EXPECT_TRUE(FilesBelow(_destination).empty());
+}
+
+}  // namespace
+}  // namespace vx

@@ -1,0 +1,160 @@
+#include "DestinationTree.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vx {
+namespace {
+
+constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr size_t kUsualLongestName = 255;
+
+// Folders above another one, at most; beyond it something is wrong with them.
+constexpr int kMostFolders = 65536;
+
+// No error of the system's: a link leads into what is exported.
+constexpr int kLeadsBack = -1;
+
+FileIdentity IdentityOf(const struct stat &file)
+{
+    return {static_cast<uint64_t>(file.st_dev), static_cast<uint64_t>(file.st_ino)};
+}
+
+std::string ReasonFor(int error)
+{
+    if (error == kLeadsBack)
+        return "its folder leads back into the folder that is exported";
+    if (error == ENOTDIR)
+        return "a file of this machine stands where its folder should be";
+    if (error == ELOOP)
+        return "a link that leads nowhere stands where its folder should be";
+    return std::string("its folder could not be made: ") + strerror(error);
+}
+
+}  // namespace
+
+DestinationTree::DestinationTree(const std::string &source)
+{
+    struct stat found;
+    _hasSource = !source.empty() && stat(source.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+    if (_hasSource)
+        _source = IdentityOf(found);
+}
+
+DestinationTree::~DestinationTree()
+{
+    Keep(-1, "");
+    if (_root >= 0)
+        close(_root);
+}
+
+bool DestinationTree::Open(const std::string &path)
+{
+    _root = open(path.c_str(), kFolder);
+    return _root >= 0;
+}
+
+size_t DestinationTree::LongestName() const
+{
+    const long longest = fpathconf(_root, _PC_NAME_MAX);
+    return longest > 0 ? static_cast<size_t>(longest) : kUsualLongestName;
+}
+
+void DestinationTree::Keep(int folder, const std::string &path)
+{
+    if (_folder >= 0)
+        close(_folder);
+    _folder = folder;
+    _path = path;
+}
+
+int DestinationTree::Enter(const std::string &path, Missing missing, std::string *reason,
+                           int *error)
+{
+    if (path.empty())
+        return _root;
+    if (_folder >= 0 && path == _path)
+        return _folder;
+    // The way down begins at the last folder if that lies on it.
+    const bool isBelow = _folder >= 0 && path.compare(0, _path.size() + 1, _path + "/") == 0;
+    int folder = isBelow ? dup(_folder) : dup(_root);
+    size_t start = isBelow ? _path.size() + 1 : 0;
+    while (folder >= 0 && start <= path.size()) {
+        const size_t end = std::min(path.find('/', start), path.size());
+        const int next = EnterBelow(folder, path.substr(start, end - start), missing);
+        const int failure = errno;
+        close(folder);
+        errno = failure;
+        folder = next;
+        start = end + 1;
+    }
+    if (folder < 0) {
+        *error = errno;
+        *reason = ReasonFor(errno);
+        return -1;
+    }
+    Keep(folder, path);
+    return folder;
+}
+
+int DestinationTree::EnterBelow(int folder, const std::string &name, Missing missing)
+{
+    int entered = openat(folder, name.c_str(), kFolder | O_NOFOLLOW);
+    if (entered < 0 && errno == ENOENT && missing == Missing::kMake &&
+        (mkdirat(folder, name.c_str(), 0777) == 0 || errno == EEXIST))
+        entered = openat(folder, name.c_str(), kFolder | O_NOFOLLOW);
+    if (entered >= 0 || (errno != ENOTDIR && errno != ELOOP))
+        return entered;
+    return FollowLink(folder, name);
+}
+
+int DestinationTree::FollowLink(int folder, const std::string &name)
+{
+    struct stat found;
+    if (fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
+        return -1;
+    if (!S_ISLNK(found.st_mode)) {
+        errno = ENOTDIR;
+        return -1;
+    }
+    const int entered = openat(folder, name.c_str(), kFolder);
+    if (entered < 0 && errno == ENOENT)
+        errno = ELOOP;
+    if (entered < 0 || !LeadsIntoSource(entered))
+        return entered;
+    close(entered);
+    errno = kLeadsBack;
+    return -1;
+}
+
+// Goes up from the folder until the source, the destination or the top is met.
+bool DestinationTree::LeadsIntoSource(int folder) const
+{
+    struct stat root;
+    if (!_hasSource || fstat(_root, &root) != 0)
+        return false;
+    FileIdentity below = {0, 0};
+    int node = dup(folder);
+    bool leads = false;
+    for (int i = 0; node >= 0 && i < kMostFolders; ++i) {
+        struct stat found;
+        if (fstat(node, &found) != 0)
+            break;
+        const FileIdentity identity = IdentityOf(found);
+        leads = identity == _source;
+        if (leads || identity == below || identity == IdentityOf(root))
+            break;
+        below = identity;
+        const int above = openat(node, "..", kFolder);
+        close(node);
+        node = above;
+    }
+    if (node >= 0)
+        close(node);
+    return leads;
+}
+
+}  // namespace vx

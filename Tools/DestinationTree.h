@@ -1,0 +1,50 @@
+// The folders below the destination of an export. Each is reached from the one above it, name by
+// name, so that a path may be longer than the system takes in one piece.
+//
+// A link in the place of a folder is followed, unless it leads into what is exported.
+//
+// Ownership: owns its descriptors. Threads: one at a time.
+// Errors: a reason in words, ready to follow a colon.
+#pragma once
+
+#include "LocalFile.h"
+
+#include <string>
+
+namespace vx {
+
+class DestinationTree {
+public:
+    // source: the plain folder that is exported; empty if it is none.
+    explicit DestinationTree(const std::string &source);
+    ~DestinationTree();
+    DestinationTree(const DestinationTree &) = delete;
+    DestinationTree &operator=(const DestinationTree &) = delete;
+
+    // path: absolute. False: errno.
+    bool Open(const std::string &path);
+
+    enum class Missing { kMake, kFail };
+    // The folder at a path below the destination, "a/b", or the destination itself for "". Open until
+    // the next call; -1: reason says why, and error receives errno.
+    int Enter(const std::string &path, Missing missing, std::string *reason, int *error);
+
+    // The destination itself.
+    int Root() const { return _root; }
+    // Bytes that a name in it may have.
+    size_t LongestName() const;
+
+private:
+    int EnterBelow(int folder, const std::string &name, Missing missing);
+    int FollowLink(int folder, const std::string &name);
+    bool LeadsIntoSource(int folder) const;
+    void Keep(int folder, const std::string &path);
+
+    FileIdentity _source = {0, 0};
+    bool _hasSource = false;
+    int _root = -1;
+    int _folder = -1;  // the one that was entered last, unless that is the root
+    std::string _path;
+};
+
+}  // namespace vx

@@ -1,0 +1,36 @@
+// Whether what is exported has room on the disk of the destination.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vx {
+
+// How much the disk has to take while files arrive one after the other. A file takes whole blocks,
+// and what it replaces is given back only when it is complete.
+class RoomCount {
+public:
+    // blockSize: of the destination's disk, in bytes.
+    explicit RoomCount(uint64_t blockSize) : _blockSize(blockSize) {}
+
+    // size: of the file that arrives, replaced: what the disk gives back then, both in bytes.
+    void Add(int64_t size, int64_t replaced);
+
+    // The most that is taken at any time, in bytes.
+    uint64_t Peak() const { return _peak; }
+
+private:
+    const uint64_t _blockSize;
+    int64_t _taken = 0;
+    uint64_t _peak = 0;
+};
+
+struct DiskSpace {
+    uint64_t blockSize = 0;
+    uint64_t freeBytes = 0;  // for this user
+};
+
+// Of the disk of an open folder. False: the system does not say.
+bool LookAtSpace(int folder, DiskSpace *space);
+
+}  // namespace vx

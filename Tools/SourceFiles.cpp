@@ -1,0 +1,144 @@
+#include "SourceFiles.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <dirent.h>
+#include <fstream>
+#include <memory>
+#include <unistd.h>
+
+namespace vx {
+namespace {
+
+// A descriptor is a text that begins so; the names of the parts stand in quotation marks.
+constexpr char kDescriptorStart = '#';
+constexpr size_t kLongestDescriptor = 65536;
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { closedir(folder); }
+};
+using Folder = std::unique_ptr<DIR, CloseFolder>;
+
+bool IsFile(const std::string &path)
+{
+    struct stat found;
+    return stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
+}
+
+// "disk.E01#2" → "disk.E01", unless there is a file of the whole name.
+std::string ImageOf(const std::string &volume)
+{
+    const size_t mark = volume.rfind('#');
+    return IsFile(volume) || mark == std::string::npos ? volume : volume.substr(0, mark);
+}
+
+// "/a/disk.E01" → "/a/", "disk.E01" → "./"
+std::string FolderOf(const std::string &path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
+
+struct NameParts {
+    std::string stem;
+    std::string extension;  // without its "."
+};
+
+// "/a/disk.E01" → "disk", "E01"
+NameParts PartsOf(const std::string &path)
+{
+    const size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const size_t dot = name.rfind('.');
+    if (dot == std::string::npos || dot == 0)
+        return {name, ""};
+    return {name.substr(0, dot), name.substr(dot + 1)};
+}
+
+// "E01" and "EAA", "001" and "002"
+bool AreOfOneSeries(const std::string &first, const std::string &other)
+{
+    if (first.empty() || other.size() != first.size() || isdigit(first.back()) == 0)
+        return false;
+    const bool isNumber = isdigit(first[0]) != 0;
+    return isNumber ? isdigit(other[0]) != 0 : tolower(first[0]) == tolower(other[0]);
+}
+
+// "disk.E01" and "disk.E02", "disk.vmdk" and "disk-s001.vmdk"
+bool IsPartOf(const NameParts &image, const NameParts &other)
+{
+    if (other.stem == image.stem)
+        return AreOfOneSeries(image.extension, other.extension);
+    return other.extension == image.extension && other.stem.rfind(image.stem + "-", 0) == 0;
+}
+
+}  // namespace
+
+SourceFiles::SourceFiles(const std::string &volume, const std::string &key)
+{
+    const std::string image = ImageOf(volume);
+    if (IsFile(image)) {
+        AddFile(image);
+        AddParts(image);
+        AddNamedBy(image);
+    }
+    AddFile(key);
+    AddOpenFiles();
+}
+
+void SourceFiles::AddFile(const std::string &path)
+{
+    struct stat found;
+    if (stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode))
+        _files.insert({static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)});
+}
+
+void SourceFiles::AddParts(const std::string &image)
+{
+    const NameParts parts = PartsOf(image);
+    const Folder folder(opendir(FolderOf(image).c_str()));
+    while (const dirent *entry = folder == nullptr ? nullptr : readdir(folder.get())) {
+        if (IsPartOf(parts, PartsOf(entry->d_name)))
+            AddFile(FolderOf(image) + entry->d_name);
+    }
+}
+
+void SourceFiles::AddNamedBy(const std::string &descriptor)
+{
+    std::ifstream file(descriptor, std::ios::binary);
+    std::string text(kLongestDescriptor, '\0');
+    file.read(&text[0], kLongestDescriptor);
+    text.resize(static_cast<size_t>(file.gcount()));
+    if (text.empty() || text[0] != kDescriptorStart)
+        return;
+    size_t start = text.find('"');
+    while (start != std::string::npos) {
+        const size_t end = text.find('"', start + 1);
+        if (end == std::string::npos)
+            return;
+        const std::string name = text.substr(start + 1, end - start - 1);
+        if (!name.empty() && name.find('\n') == std::string::npos)
+            AddFile(name[0] == '/' ? name : FolderOf(descriptor) + name);
+        start = text.find('"', end + 1);
+    }
+}
+
+void SourceFiles::AddOpenFiles()
+{
+    const Folder descriptors(opendir("/dev/fd"));
+    while (const dirent *entry = descriptors == nullptr ? nullptr : readdir(descriptors.get())) {
+        struct stat found;
+        if (entry->d_name[0] != '.' && fstat(atoi(entry->d_name), &found) == 0 &&
+            S_ISREG(found.st_mode))
+            _files.insert(
+                {static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)});
+    }
+}
+
+bool SourceFiles::Holds(const struct stat &file) const
+{
+    return _files.count({static_cast<uint64_t>(file.st_dev), static_cast<uint64_t>(file.st_ino)}) !=
+           0;
+}
+
+}  // namespace vx

@@ -1,0 +1,35 @@
+// The files of this machine that the opened volume lies in. No export may replace them, and it is
+// not enough to look at what is open: of an image in many parts a library keeps some closed until
+// they are needed.
+//
+// Known are all files that the process has open when this is made; those beside the image that are
+// named as its parts ("disk.E02", "disk-s001.vmdk"); those that its descriptor names; and the file
+// of a startup key.
+// Threads: one at a time.
+#pragma once
+
+#include "LocalFile.h"
+
+#include <set>
+#include <string>
+#include <sys/stat.h>
+
+namespace vx {
+
+class SourceFiles {
+public:
+    // volume: as it was opened, "disk.E01#2" too. key: a startup key's path, or empty.
+    SourceFiles(const std::string &volume, const std::string &key);
+
+    bool Holds(const struct stat &file) const;
+
+private:
+    void AddFile(const std::string &path);
+    void AddOpenFiles();
+    void AddParts(const std::string &image);
+    void AddNamedBy(const std::string &descriptor);
+
+    std::set<FileIdentity> _files;
+};
+
+}  // namespace vx
