@@ -1,8 +1,8 @@
 // Puts the files of one export into the destination, and knows of each how it ended.
 //
-// A file arrives under a hidden name and takes its place when it is complete; what stood there stays
-// until then. A copy that is not whole replaces nothing: where something stands it is put beside
-// that. Nothing takes the place of a file that this export has put there, or that it reads.
+// A file arrives under a hidden name and takes its place when it is complete; what stood there
+// stays until then. A copy that is not whole replaces nothing: where something stands it is put
+// beside that. Nothing takes the place of a file that this export has put there, or that it reads.
 //
 // Ownership: borrows all that it is made with; entries belong to the plan.
 // Threads: the export's worker; the queries once that has ended.
@@ -49,7 +49,10 @@ public:
 
     Arrivals(const VolumeSession &session, DestinationTree &tree, LocalNames &names,
              const SourceFiles &sources, bool namesAllRanges)
-        : _session(session), _tree(tree), _names(names), _sources(sources),
+        : _session(session),
+          _tree(tree),
+          _names(names),
+          _sources(sources),
           _namesAllRanges(namesAllRanges)
     {
     }

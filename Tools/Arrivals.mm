@@ -233,8 +233,7 @@ void Arrivals::DeliverDamaged(Arrival *arrival)
         return;
     }
     struct stat found;
-    const bool isFree =
-        LookAtLocalTarget(_folder, _name.c_str(), &found) == LocalTarget::kNothing;
+    const bool isFree = LookAtLocalTarget(_folder, _name.c_str(), &found) == LocalTarget::kNothing;
     std::string name;
     if (!isFree)
         name = _file.DeliverAsDamaged();

@@ -20,8 +20,8 @@ public:
     ArrivingFile(const ArrivingFile &) = delete;
     ArrivingFile &operator=(const ArrivingFile &) = delete;
 
-    // Creates the partial file. folder: an open one. longest: bytes of a name. replaced: what stands
-    // in its place, or null; the new file gets its owner, as far as that is allowed, and its
+    // Creates the partial file. folder: an open one. longest: bytes of a name. replaced: what
+    // stands in its place, or null; the new file gets its owner, as far as that is allowed, and its
     // permissions. Null if it could not be created; the caller closes the stream.
     FILE *Create(int folder, const std::string &name, size_t longest, const struct stat *replaced);
 

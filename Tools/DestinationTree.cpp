@@ -1,5 +1,8 @@
 #include "DestinationTree.h"
 
+#include "LocalFileOpening.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -11,9 +14,6 @@ namespace {
 
 constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr size_t kUsualLongestName = 255;
-
-// Folders above another one, at most; beyond it something is wrong with them.
-constexpr int kMostFolders = 65536;
 
 // No error of the system's: a link leads into what is exported.
 constexpr int kLeadsBack = -1;
@@ -106,9 +106,11 @@ int DestinationTree::EnterBelow(int folder, const std::string &name, Missing mis
     if (entered < 0 && errno == ENOENT && missing == Missing::kMake &&
         (mkdirat(folder, name.c_str(), 0777) == 0 || errno == EEXIST))
         entered = openat(folder, name.c_str(), kFolder | O_NOFOLLOW);
-    if (entered >= 0 || (errno != ENOTDIR && errno != ELOOP))
-        return entered;
-    return FollowLink(folder, name);
+    if (entered >= 0) {
+        struct stat found;
+        return Checked(entered, fstat(entered, &found) == 0 && IsSource(found));
+    }
+    return errno == ENOTDIR || errno == ELOOP ? FollowLink(folder, name) : -1;
 }
 
 int DestinationTree::FollowLink(int folder, const std::string &name)
@@ -123,38 +125,32 @@ int DestinationTree::FollowLink(int folder, const std::string &name)
     const int entered = openat(folder, name.c_str(), kFolder);
     if (entered < 0 && errno == ENOENT)
         errno = ELOOP;
-    if (entered < 0 || !LeadsIntoSource(entered))
-        return entered;
-    close(entered);
+    return entered < 0 ? -1 : Checked(entered, LeadsIntoSource(entered));
+}
+
+// The open folder; -1, with the folder closed, if it leads back.
+int DestinationTree::Checked(int folder, bool leadsBack) const
+{
+    if (!leadsBack)
+        return folder;
+    close(folder);
     errno = kLeadsBack;
     return -1;
 }
 
-// Goes up from the folder until the source, the destination or the top is met.
+bool DestinationTree::IsSource(const struct stat &folder) const
+{
+    return _hasSource && IdentityOf(folder) == _source;
+}
+
+// Whether the source is met on the way up, before the destination is.
 bool DestinationTree::LeadsIntoSource(int folder) const
 {
     struct stat root;
     if (!_hasSource || fstat(_root, &root) != 0)
         return false;
-    FileIdentity below = {0, 0};
-    int node = dup(folder);
-    bool leads = false;
-    for (int i = 0; node >= 0 && i < kMostFolders; ++i) {
-        struct stat found;
-        if (fstat(node, &found) != 0)
-            break;
-        const FileIdentity identity = IdentityOf(found);
-        leads = identity == _source;
-        if (leads || identity == below || identity == IdentityOf(root))
-            break;
-        below = identity;
-        const int above = openat(node, "..", kFolder);
-        close(node);
-        node = above;
-    }
-    if (node >= 0)
-        close(node);
-    return leads;
+    return IsAnyFolderAbove(dup(folder), root,
+                            [this](int, const struct stat &found) { return IsSource(found); });
 }
 
 }  // namespace vx

@@ -1,7 +1,8 @@
 // The folders below the destination of an export. Each is reached from the one above it, name by
 // name, so that a path may be longer than the system takes in one piece.
 //
-// A link in the place of a folder is followed, unless it leads into what is exported.
+// A link in the place of a folder is followed, unless it leads into what is exported. Nothing is
+// entered by way of what is exported itself, unless the destination lies in it.
 //
 // Ownership: owns its descriptors. Threads: one at a time.
 // Errors: a reason in words, ready to follow a colon.
@@ -10,6 +11,7 @@
 #include "LocalFile.h"
 
 #include <string>
+#include <sys/stat.h>
 
 namespace vx {
 
@@ -25,8 +27,8 @@ public:
     bool Open(const std::string &path);
 
     enum class Missing { kMake, kFail };
-    // The folder at a path below the destination, "a/b", or the destination itself for "". Open until
-    // the next call; -1: reason says why, and error receives errno.
+    // The folder at a path below the destination, "a/b", or the destination itself for "". Open
+    // until the next call; -1: reason says why, and error receives errno.
     int Enter(const std::string &path, Missing missing, std::string *reason, int *error);
 
     // The destination itself.
@@ -37,7 +39,9 @@ public:
 private:
     int EnterBelow(int folder, const std::string &name, Missing missing);
     int FollowLink(int folder, const std::string &name);
+    bool IsSource(const struct stat &folder) const;
     bool LeadsIntoSource(int folder) const;
+    int Checked(int folder, bool leadsBack) const;
     void Keep(int folder, const std::string &path);
 
     FileIdentity _source = {0, 0};

@@ -5,8 +5,8 @@ namespace vx {
 
 enum ExitStatus : int {
     kExitSuccess = 0,
-    kExitIncomplete = 1,    // something is missing: a path, a folder's listing, an exported file
-    kExitUsage = 2,         // wrong command line, or a destination that cannot be used
+    kExitIncomplete = 1,    // something is missing: a path, part of a folder or of a file
+    kExitUsage = 2,         // wrong command line, or a destination that cannot be used or is full
     kExitNotOpened = 3,     // the volume did not open
     kExitSignalBase = 128,  // stopped by a signal: this and the signal's number
 };

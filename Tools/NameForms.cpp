@@ -26,7 +26,8 @@ std::string Cut(const std::string &text, size_t length)
 size_t StartOfExtension(const std::string &name)
 {
     const size_t dot = name.rfind('.');
-    const bool isOne = dot != std::string::npos && dot > 0 && name.size() - dot <= kLongestExtension;
+    const bool isOne =
+        dot != std::string::npos && dot > 0 && name.size() - dot <= kLongestExtension;
     return isOne ? dot : name.size();
 }
 

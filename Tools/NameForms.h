@@ -8,8 +8,8 @@
 namespace vx {
 
 // The name with a mark before its extension, cut before the mark until it has no more than longest
-// bytes: "letter.txt", "~1" → "letter~1.txt". What begins with the last "." is the extension, unless
-// it is the whole name or too long for one.
+// bytes: "letter.txt", "~1" → "letter~1.txt". What begins with the last "." is the extension,
+// unless it is the whole name or too long for one.
 std::string MarkedName(const std::string &name, const std::string &mark, size_t longest);
 
 // ".NAME.partial"; the number tells more of them apart: ".NAME.2.partial"

@@ -51,8 +51,8 @@ std::string CountedText(VolumeObstacle obstacle, bool areFolders, int64_t count)
         words.replace(theirs, 5, "its");
     if (count == 1 && words.rfind("reparse points", 0) == 0)
         words.replace(0, 14, "a reparse point");
-    const std::string counted = areFolders ? CountText(count, "folder", "folders")
-                                           : CountText(count, "file", "files");
+    const std::string counted =
+        areFolders ? CountText(count, "folder", "folders") : CountText(count, "file", "files");
     return counted + (count == 1 ? " is " : " are ") + words;
 }
 
@@ -88,10 +88,10 @@ std::string UnreadText(const std::vector<ByteRange> &unread, bool namesAll)
     for (size_t i = 0; i < shown; ++i)
         text += (i == 0 ? "" : ", ") + RangeText(unread[i]);
     if (shown < unread.size())
-        text += " and " +
-                CountText(static_cast<int64_t>(unread.size() - shown), "more range",
-                          "more ranges") +
-                " (" + CountText(static_cast<int64_t>(bytes), "byte", "bytes") + " in all)";
+        text +=
+            " and " +
+            CountText(static_cast<int64_t>(unread.size() - shown), "more range", "more ranges") +
+            " (" + CountText(static_cast<int64_t>(bytes), "byte", "bytes") + " in all)";
     return text + " could not be read and " + (bytes == 1 ? "is" : "are") + " zero";
 }
 

@@ -40,9 +40,8 @@ std::string Folded(const std::string &whole)
     }
     @autoreleasepool {
         NSString *text = [NSString stringWithUTF8String:path.c_str()];
-        const char *lower =
-            [[[[text decomposedStringWithCanonicalMapping] uppercaseString] lowercaseString]
-                UTF8String];
+        const char *lower = [[[[text decomposedStringWithCanonicalMapping] uppercaseString]
+            lowercaseString] UTF8String];
         return lower == nullptr ? path : lower;
     }
 }
@@ -65,8 +64,9 @@ std::optional<size_t> PlacedFiles::At(int root, const std::string &path,
     for (auto placed = alike.first; placed != alike.second; ++placed) {
         struct stat other;
         const bool isSame = placed->second.path == path;
-        if (isSame || (fstatat(root, placed->second.path.c_str(), &other, AT_SYMLINK_NOFOLLOW) == 0 &&
-                       IdentityOf(other) == IdentityOf(found)))
+        if (isSame ||
+            (fstatat(root, placed->second.path.c_str(), &other, AT_SYMLINK_NOFOLLOW) == 0 &&
+             IdentityOf(other) == IdentityOf(found)))
             return placed->second.arrival;
     }
     return std::nullopt;

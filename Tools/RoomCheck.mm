@@ -16,8 +16,7 @@ constexpr int64_t kStatBlock = 512;
 std::string RoomText(uint64_t bytes)
 {
     const auto count = static_cast<int64_t>(bytes);
-    return bytes < 1024 ? SizeText(count)
-                        : SizeText(count) + " (" + GroupedText(count) + " bytes)";
+    return bytes < 1024 ? SizeText(count) : SizeText(count) + " (" + GroupedText(count) + " bytes)";
 }
 
 }  // namespace
@@ -76,9 +75,9 @@ int64_t RoomCheck::GivenBackFor(Z5FindData *entry)
     bool isChanged = false;
     const std::string path = _names.PathOf(entry, &isChanged);
     struct stat found;
-    const bool isReplaced =
-        !path.empty() && fstatat(_tree.Root(), path.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISREG(found.st_mode) && found.st_nlink == 1;
+    const bool isReplaced = !path.empty() &&
+                            fstatat(_tree.Root(), path.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+                            S_ISREG(found.st_mode) && found.st_nlink == 1;
     return isReplaced ? found.st_blocks * kStatBlock : 0;
 }
 

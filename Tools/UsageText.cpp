@@ -2,8 +2,8 @@
 
 #define VX_USAGE                                                                                   \
     "Usage: volume-export --list [--recursive] [--json] VOLUME [--unlock KIND SECRET] [PATH...]\n" \
-    "       volume-export --to DEST [--verify] [--verbose] VOLUME [--unlock KIND SECRET] "         \
-    "[PATH...]\n"
+    "       volume-export --to DEST [--verify] [--verbose] [--no-space-check] VOLUME\n"            \
+    "                     [--unlock KIND SECRET] [PATH...]\n"
 
 namespace vx {
 
@@ -31,11 +31,14 @@ Listing
 
 Exporting
   --to DEST             export to the folder DEST, made if only it is missing. /a/b.txt
-                        becomes DEST/a/b.txt. Existing files are overwritten; dates and
-                        permissions are not kept; folders without files are not made.
+                        becomes DEST/a/b.txt. A file that is there already is replaced when
+                        its new copy is complete; dates and permissions are not kept;
+                        folders without files are not made.
   --verify              read everything again afterwards, and compare
-  --verbose             name the links that were not followed: links to folders, and those
-                        that lead to nothing or out of the volume
+  --verbose             name all that is only counted otherwise: links that were not
+                        followed, files that are packed or in the cloud, every range of a
+                        file that could not be read
+  --no-space-check      begin even if not everything has room, and export what fits
 Ctrl-C stops an export after at most 4 MiB more and leaves what is complete; a second one
 ends the program at once. Progress goes to standard error, the summary to standard output.
 
@@ -43,8 +46,8 @@ ends the program at once. Progress goes to standard error, the summary to standa
 
 Exit status
   0    all is listed, or all files have arrived
-  1    something is missing, or a folder is damaged; the messages name it
-  2    wrong use, or DEST cannot be used
+  1    something is missing or damaged; the messages name it
+  2    wrong use, or DEST cannot be used, or has no room
   3    the volume did not open
   128+ stopped by a signal, e.g. 130 by Ctrl-C, with files missing, or 141 when nobody
        read the list to its end

@@ -5,12 +5,17 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <string>
 #include <unistd.h>
 
 namespace {
 
 constexpr int kWriting = O_WRONLY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr mode_t kAnyone = 0666;  // less what the process's mask takes away
+
+// Folders above another one, at most; beyond it something is wrong with them.
+constexpr int kMostFolders = 65536;
 
 // Another program may exchange what stands there between two looks at it.
 constexpr int kAttempts = 4;
@@ -19,11 +24,15 @@ struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
 };
 
+bool IsSame(const struct stat &first, const struct stat &other)
+{
+    return first.st_dev == other.st_dev && first.st_ino == other.st_ino;
+}
+
 bool IsOpenAs(int descriptor, const struct stat &file)
 {
     struct stat open;
-    return fstat(descriptor, &open) == 0 && open.st_dev == file.st_dev &&
-           open.st_ino == file.st_ino;
+    return fstat(descriptor, &open) == 0 && IsSame(open, file);
 }
 
 // Where the system does not list the open descriptors, all that there may be are tried.
@@ -152,4 +161,33 @@ FILE *OpenLocalFile(const char *path)
     if (stream == nullptr)
         CloseWith(file, errno);
     return stream;
+}
+
+bool LiesInOpenFolder(const char *path, const char *destination)
+{
+    struct stat file;
+    struct stat last;
+    if (lstat(path, &file) != 0 || !S_ISREG(file.st_mode) || stat(destination, &last) != 0)
+        return false;
+    const std::string folder(path, std::string(path).rfind('/') + 1);
+    return IsAnyFolderAbove(
+        open(folder.c_str(), kFolder), last,
+        [](int node, const struct stat &found) { return IsOpenInThisProcess(found, node); });
+}
+
+bool IsAnyFolderAbove(int folder, const struct stat &last, const FolderQuestion &question)
+{
+    struct stat below = {};
+    bool isOne = false;
+    int node = folder;
+    for (int i = 0; node >= 0 && i < kMostFolders; ++i) {
+        struct stat found;
+        const bool isEnd = fstat(node, &found) != 0 || IsSame(found, last) || IsSame(found, below);
+        isOne = !isEnd && question(node, found);
+        const int above = isEnd || isOne ? -1 : openat(node, "..", kFolder);
+        close(node);
+        node = above;
+        below = found;
+    }
+    return isOne;
 }

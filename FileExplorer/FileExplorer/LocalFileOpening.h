@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <sys/stat.h>
 
 // What stands where a file is to be written.
@@ -33,3 +34,13 @@ FILE *OpenLocalFile(const char *path);
 
 // Whether a descriptor of this process, except aside, is open on the file.
 bool IsOpenInThisProcess(const struct stat &file, int except = -1);
+
+// Whether an existing file lies in a folder that this process has open, as it has that of a plain
+// folder that is exported, and is reached from the destination by a link or because that folder
+// lies in it. A destination within such a folder is no such case.
+bool LiesInOpenFolder(const char *path, const char *destination);
+
+// Goes up from an open folder, itself included, and asks about each by its descriptor; true at the
+// first yes, false when the last one or the top is met. Closes the folder.
+using FolderQuestion = std::function<bool(int folder, const struct stat &found)>;
+bool IsAnyFolderAbove(int folder, const struct stat &last, const FolderQuestion &question);

@@ -203,7 +203,9 @@ void releaseOnMainThread(id object)
                       withObject:[NSNumber numberWithDouble:mebibytes]];
     if ([_uiDelegate GetState] == kExportStateStop)
         return NO;
-    [self copyOneFile:entry withDest:[destination stringByAppendingString:file]];
+    NSString *local = [destination stringByAppendingString:file];
+    if ([self placing] != nil || !LiesInOpenFolder([local UTF8String], [destination UTF8String]))
+        [self copyOneFile:entry withDest:local];
     return YES;
 }
 

@@ -186,22 +186,35 @@ TEST_F(ExportPlacing, AThreadThatCannotBeMadeIsAFailureOfTheStart)
 
 namespace {
 
-// A volume that is a plain folder: its files are open in this process while they are read.
+// A volume that is a plain folder with two files: it is open in this process, as its files are
+// while they are read.
 class FolderOfFiles final : public IVolume {
 public:
-    explicit FolderOfFiles(std::string path) : _path(std::move(path)) {}
-    ~FolderOfFiles() = default;
-
-    VolumeHandle FindFirstFile(const char16_t *, VolumeFindData *record) override
+    explicit FolderOfFiles(std::string path)
+        : _path(std::move(path)), _folder(open(_path.c_str(), O_RDONLY | O_DIRECTORY))
     {
-        *record = RecordOf(u"a", 0x20, 8);
+    }
+    ~FolderOfFiles() { close(_folder); }
+    FolderOfFiles(const FolderOfFiles &) = delete;
+    FolderOfFiles &operator=(const FolderOfFiles &) = delete;
+
+    VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override
+    {
+        const bool isRoot = std::u16string(pattern) == u"/*";
+        *record = isRoot ? RecordOf(u"volume", kVolumeAttributeDirectory) : RecordOf(u"a");
+        _next = isRoot ? 0 : 1;
         return this;
     }
-    bool FindNextFile(VolumeHandle, VolumeFindData *) override { return false; }
-    bool FindClose(VolumeHandle) override { return true; }
-    VolumeHandle OpenFile(const char16_t *, uint32_t, uint32_t, uint32_t) override
+    bool FindNextFile(VolumeHandle, VolumeFindData *record) override
     {
-        return fopen((_path + "/a").c_str(), "r");
+        *record = RecordOf(u"a");
+        return _next++ == 0;
+    }
+    bool FindClose(VolumeHandle) override { return true; }
+    VolumeHandle OpenFile(const char16_t *path, uint32_t, uint32_t, uint32_t) override
+    {
+        const std::u16string units(path);
+        return fopen((_path + std::string(units.begin(), units.end())).c_str(), "r");
     }
     bool ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done) override
     {
@@ -222,11 +235,17 @@ public:
 
 private:
     const std::string _path;
+    const int _folder;
+    int _next = 0;
 };
 
 class OwnFolder : public ExportTest {
 protected:
-    OwnFolder() { folder.WriteFile("volume/a", "precious"); }
+    OwnFolder()
+    {
+        folder.WriteFile("volume/a", "precious");
+        folder.WriteFile("volume/volume/a", "another");
+    }
     bool runInto(const std::string &name)
     {
         explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:&own];
@@ -235,7 +254,7 @@ protected:
         return finish();
     }
 
-    FolderOfFiles own{folder.At("volume")};
+    FolderOfFiles own{folder.MakeFolder("volume")};
 };
 
 }  // namespace
@@ -244,6 +263,32 @@ TEST_F(OwnFolder, AVolumesOwnFolderAsDestinationKeepsEveryFile)
 {
     ASSERT_TRUE(runInto("volume"));
     EXPECT_EQ(exported("volume/a"), "precious");
+    EXPECT_EQ(exported("volume/volume/a"), "another");
+}
+
+TEST_F(OwnFolder, TheFolderThatHoldsTheVolumeAsDestinationKeepsEveryFile)
+{
+    ASSERT_TRUE(runInto("."));
+    EXPECT_EQ(exported("volume/a"), "precious");
+    EXPECT_EQ(exported("volume/volume/a"), "another");
+    EXPECT_EQ(exported("a"), "precious");
+}
+
+TEST_F(OwnFolder, ALinkedFolderThatLeadsToOtherFilesOfTheVolumeKeepsThem)
+{
+    folder.MakeFolder("to");
+    folder.MakeLink("to/volume", folder.At("volume"));
+    ASSERT_TRUE(runInto("to"));
+    EXPECT_EQ(exported("volume/a"), "precious");
+    EXPECT_EQ(exported("volume/volume/a"), "another");
+}
+
+TEST_F(OwnFolder, ADestinationInTheVolumesFolderIsWrittenAndOverwritten)
+{
+    folder.WriteFile("volume/out/a", "old");
+    ASSERT_TRUE(runInto("volume/out"));
+    EXPECT_EQ(exported("volume/out/a"), "precious");
+    EXPECT_EQ(exported("volume/out/volume/a"), "another");
 }
 
 TEST_F(OwnFolder, ALinkInTheDestinationThatLeadsBackToTheSourceKeepsTheSource)
@@ -267,5 +312,5 @@ TEST_F(OwnFolder, AFifoInTheDestinationDoesNotHangTheExport)
     folder.MakeFolder("to");
     ASSERT_EQ(mkfifo(folder.At("to/a").c_str(), 0600), 0);
     ASSERT_TRUE(runInto("to"));
-    EXPECT_TRUE([delegate percents].empty());
+    EXPECT_EQ(exported("to/volume/a"), "another");
 }

@@ -83,9 +83,9 @@ TEST_F(Damage, AnOlderLibraryStillTellsThatAFileIsDamaged)
 {
     const Result result = RunWith(kOlderStandIn, {"--to", _destination, "unread"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(
-        result.output,
-        "  /damaged.bin: the volume could not read all of it; the copy is damaged\n"));
+    EXPECT_TRUE(
+        Holds(result.output,
+              "  /damaged.bin: the volume could not read all of it; the copy is damaged\n"));
     EXPECT_EQ(FilesBelow(_destination).size(), 3u);
 }
 

@@ -36,7 +36,8 @@ TEST_F(Destined, AHardLinkToTheSourceIsRefusedAndTheSourceStays)
     ASSERT_EQ(link(source.c_str(), _folder.At("destination/a.txt").c_str()), 0);
     const Result result = ExportAll();
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "  /a.txt: a file that this export reads stands in its place"));
+    EXPECT_TRUE(
+        Holds(result.output, "  /a.txt: a file that this export reads stands in its place"));
     EXPECT_EQ(_folder.ReadFile("volume/a.txt"), "precious");
 }
 
@@ -51,6 +52,20 @@ TEST_F(Destined, ALinkedFolderThatLeadsBackToTheSourceIsNotEntered)
                                      "exported\n"));
     EXPECT_EQ(_folder.ReadFile("volume/y/a.txt"), "from y");
     EXPECT_EQ(_folder.ReadFile("destination/y/a.txt"), "from y");
+}
+
+// The folder "volume" of the volume would arrive in the folder that is exported.
+TEST_F(Destined, AFolderThatHoldsTheVolumeAsDestinationKeepsEveryFile)
+{
+    _folder.WriteFile("volume/a.txt", "original");
+    _folder.WriteFile("volume/volume/a.txt", "another");
+    _destination = _folder.Path();
+    const Result result = ExportAll();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "  /volume/a.txt: its folder leads back into the folder that "
+                                     "is exported\n"));
+    EXPECT_EQ(_folder.ReadFile("volume/a.txt"), "original");
+    EXPECT_EQ(_folder.ReadFile("a.txt"), "original");
 }
 
 TEST_F(Destined, ALinkedFolderElsewhereIsUsedAsAFolder)

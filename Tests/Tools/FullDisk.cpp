@@ -42,7 +42,7 @@ extern "C" __attribute__((visibility("default"))) int fstatvfs(int file, struct 
 }
 
 extern "C" __attribute__((visibility("default"))) size_t fwrite(const void *bytes, size_t size,
-                                                                 size_t count, FILE *stream)
+                                                                size_t count, FILE *stream)
 {
     using Function = size_t (*)(const void *, size_t, size_t, FILE *);
     static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fwrite"));

@@ -13,7 +13,10 @@ namespace {
 
 class Names : public ToolTest {
 protected:
-    Result Export(const std::string &volume) { return RunWith(kStandIn, {"--to", _destination, volume}); }
+    Result Export(const std::string &volume)
+    {
+        return RunWith(kStandIn, {"--to", _destination, volume});
+    }
 
     static std::string Repeated(const std::string &text, size_t count)
     {
@@ -28,9 +31,8 @@ TEST_F(Names, AnEntryWithTheNameOfAnEarlierOneIsAFailure)
 {
     const Result result = Export("duplicate");
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(
-        result.output,
-        "Failed: 1\n  /a.txt: an earlier entry of its folder has the same name\n"));
+    EXPECT_TRUE(Holds(result.output,
+                      "Failed: 1\n  /a.txt: an earlier entry of its folder has the same name\n"));
     EXPECT_TRUE(Holds(result.output, "Exported 3 files, 13 bytes"));
 }
 
@@ -119,7 +121,8 @@ TEST_F(Names, OfTwoFilesThatMeetTheFirstStaysAndTheSecondNamesIt)
     _folder.MakeLink("destination/a", "A");
     const Result result = Export("meeting");
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "  /a/x: its place is taken by /A/x, which has arrived there"));
+    EXPECT_TRUE(
+        Holds(result.output, "  /a/x: its place is taken by /A/x, which has arrived there"));
     EXPECT_EQ(_folder.ReadFile("destination/A/x").size(), 5u);
 }
 
@@ -187,7 +190,8 @@ TEST(NameForms, ANameIsCutBetweenCharactersBeforeTheMark)
 
 TEST(NameForms, AnEndThatIsTooLongIsNoExtension)
 {
-    EXPECT_EQ(MarkedName("a." + std::string(50, 'x'), "~1", 20), "a." + std::string(16, 'x') + "~1");
+    EXPECT_EQ(MarkedName("a." + std::string(50, 'x'), "~1", 20),
+              "a." + std::string(16, 'x') + "~1");
 }
 
 TEST(NameForms, APartialFileIsHiddenAndADamagedOneSaysSo)

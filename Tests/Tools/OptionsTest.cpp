@@ -47,6 +47,8 @@ TEST(Options, OptionsMayStandAnywhere)
     EXPECT_EQ(options.destination, "/d");
     EXPECT_TRUE(options.verify);
     EXPECT_TRUE(options.verbose);
+    EXPECT_FALSE(options.skipsSpaceCheck);
+    EXPECT_TRUE(Parsed({"/v", "--to", "/d", "--no-space-check"}).skipsSpaceCheck);
     EXPECT_THAT(options.paths, ElementsAre("/a", "/b"));
 }
 
@@ -94,6 +96,8 @@ TEST(Options, EachMistakeIsNamed)
     EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--json"}),
               "--recursive and --json go with --list only");
     EXPECT_EQ(ErrorOf({"/v", "--list", "--verify"}), "--verify and --verbose go with --to only");
+    EXPECT_EQ(ErrorOf({"/v", "--list", "--no-space-check"}),
+              "--no-space-check goes with --to only");
 }
 
 }  // namespace

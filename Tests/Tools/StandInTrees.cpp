@@ -241,8 +241,12 @@ std::vector<StandInEntry> DamagedFolderTree()
     partial.missingEntries = 3;
     StandInEntry recovered = Folder(u"", u"recovered");
     recovered.recoveredEntries = 1;
-    return {partial, File(u"/partial", u"a.txt", 5), recovered, File(u"/recovered", u"b.txt", 7),
-            Folder(u"", u"whole"), File(u"/whole", u"c.txt", 9)};
+    return {partial,
+            File(u"/partial", u"a.txt", 5),
+            recovered,
+            File(u"/recovered", u"b.txt", 7),
+            Folder(u"", u"whole"),
+            File(u"/whole", u"c.txt", 9)};
 }
 
 std::vector<StandInEntry> LateListingTree()
