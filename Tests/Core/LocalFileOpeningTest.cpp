@@ -6,7 +6,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <memory>
+#include <list>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -91,9 +91,9 @@ TEST_F(LocalFileOpening, AFileThatTheProcessReadsUnderAnotherNameIsRefused)
 TEST_F(LocalFileOpening, AFileIsFoundAmongAnyNumberOfDescriptors)
 {
     folder.WriteFile("other", "x");
-    std::vector<std::unique_ptr<Open>> others;
+    std::list<Open> others;
     for (int i = 0; i < 100; ++i)
-        others.push_back(std::make_unique<Open>(folder.At("other"), O_RDONLY));
+        others.emplace_back(folder.At("other"), O_RDONLY);
     const Open reader(folder.WriteFile("a", "precious"), O_RDONLY);
     EXPECT_FALSE(write("a"));
     EXPECT_EQ(folder.ReadFile("a"), "precious");

@@ -134,7 +134,7 @@ protected:
         stat(_folder.At("A/x").c_str(), &_found);
         _root = open(_folder.Path().c_str(), O_RDONLY | O_DIRECTORY);
     }
-    ~Placed() override { close(_root); }
+    void TearDown() override { close(_root); }
 
     struct stat _found = {};
     int _root = -1;
