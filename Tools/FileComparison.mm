@@ -35,8 +35,7 @@ std::string FileComparison::Difference(Z5BitLockerFile *file, int64_t size, int 
         return "the volume cannot read it again";
     for (int64_t position = 0; position < size;) {
         const int64_t count = std::min(size - position, kPieceSize);
-        const std::string reason =
-            DifferenceAt(file, position, static_cast<size_t>(count), copy, unread);
+        std::string reason = DifferenceAt(file, position, static_cast<size_t>(count), copy, unread);
         if (!reason.empty())
             return reason;
         position += count;

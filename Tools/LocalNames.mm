@@ -105,10 +105,13 @@ std::string LocalNames::NameFor(Z5FindData *entry, const std::string &folder,
 std::string LocalNames::FreeName(Z5FindData *entry, const std::string &folder,
                                  const std::string &name)
 {
-    unsigned &number = _numbers[folder + "/" + MarkedName(name, "", _longestName / 2)];
+    const std::string place = folder + "/";
+    unsigned &number = _numbers[place + MarkedName(name, "", _longestName / 2)];
     while (true) {
         std::string candidate = Numbered(name, ++number, _longestName);
-        if (!IsTakenOnVolume(entry, candidate) && _given.insert(folder + "/" + candidate).second)
+        std::string path = place;
+        path += candidate;
+        if (!IsTakenOnVolume(entry, candidate) && _given.insert(path).second)
             return candidate;
     }
 }
