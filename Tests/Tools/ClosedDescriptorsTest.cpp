@@ -52,7 +52,7 @@ TEST_F(ClosedDescriptors, AMessageIsNotWrittenIntoTheFileThatIsBeingExported)
         poll(nullptr, 0, 1);
     }
     EXPECT_EQ(run.Wait(), -SIGINT);
-    const std::string partial = FilesBelow(_destination).at("two.bin");
+    const std::string partial = FilesBelow(_destination).at(".two.bin.partial");
     EXPECT_EQ(partial.size(), size_t(4) << 20);
     EXPECT_EQ(partial.find("Ctrl-C"), std::string::npos);
 }

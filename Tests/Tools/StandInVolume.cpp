@@ -56,7 +56,6 @@ bool StandInVolume::FindNextFile(VolumeHandle handle, VolumeFindData *record)
         record->creationTime = entry.created;
         record->lastAccessTime = entry.accessed;
         record->lastWriteTime = entry.modified;
-        record->reserved = entry.reparseTag;
         record->sizeLow = entry.listedSize;
         record->reserved = entry.reparseTag;
         std::copy(entry.name.begin(), entry.name.end(), record->name);

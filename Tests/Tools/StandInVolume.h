@@ -31,7 +31,6 @@ struct StandInEntry {
     int stallsAtRead = 0;        // which read waits, from 1; 0 for none
     bool listingStalls = false;  // a folder
     int listingsThatFail = 0;    // a folder: so many, and then it is listed
-    uint32_t reparseTag = 0;
     VolumeObstacle obstacle = VolumeObstacle::kNone;
     uint64_t missingEntries = 0;  // a folder
     uint64_t recoveredEntries = 0;
