@@ -94,7 +94,9 @@ TEST_F(ContainersTest, AnAffImageIsOfAKindThatIsNotSupported)
         image.Folder().WriteFile("x.aff", std::string("AFF10\r\n\0", 8) + NoiseBytes(100000, 1));
     const Opened opened = OpenImage(made);
     EXPECT_EQ(opened.status, VolumeLibraryStatus::kContainerNotSupported);
-    EXPECT_EQ(opened.detail, "it is an AFF image; convert it to E01 or to a raw image first");
+    EXPECT_EQ(opened.detail,
+              "it is an AFF image: export its disk as E01 or as a raw image with the program that "
+              "made it");
 }
 
 TEST_F(ContainersTest, ACompressedImageSaysThatItMustBeUnpacked)

@@ -64,6 +64,7 @@ constexpr Signature kSignatures[] = {
     {0, "vhdxfile"sv, {Form::kContainer, "a VHDX image", kConvert}},
     {0, "QFI\xFB"sv, {Form::kContainer, "a QCOW image", kConvert}},
     {64, "\x7F\x10\xDA\xBE"sv, {Form::kContainer, "a VDI image", kConvert}},
+    {0, "AFF10\x0D\x0A\x00"sv, {Form::kContainer, "an AFF image", kForensicConvert}},
     {0, "EVF2\x0D\x0A\x81\x00"sv, {Form::kContainer, "an Ex01 image", kForensicConvert}},
     {0,
      "LVF\x09\x0D\x0A\xFF\x00"sv,
