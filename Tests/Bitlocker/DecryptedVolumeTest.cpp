@@ -134,7 +134,7 @@ TEST(DecryptedVolumeTest, ATruncatedImageOpensAndFailsOnlyBehindItsEnd)
     EXPECT_TRUE(opened->facts.truncated);
     EXPECT_EQ(opened->volume->size(), size);
     EXPECT_EQ(readBytes(*opened->volume, 0, 1000), ByteView(volume.plain).first(1000).copy());
-    uint8_t sector[512];
+    uint8_t sector[513];
     EXPECT_FALSE(opened->volume->readAt(0x50000 - 512, sector, 512));
     EXPECT_EQ(opened->volume->readAt(0x50000, sector, 1).status, Status::TruncatedImage);
     EXPECT_EQ(opened->volume->readAt(0x50000 - 512, sector, 513).status, Status::TruncatedImage);
