@@ -3,7 +3,7 @@
 #include "FileSystemImage.h"
 #include "FolderSnapshot.h"
 
-#include <algorithm>
+#include <cstring>
 #include <string_view>
 
 namespace vx {
@@ -51,15 +51,19 @@ void ContainerMap::FindSectors(const std::string &raw, const std::string &bytes,
     }
 }
 
-// A chunk begins behind the one before it, or not far from there.
+// The chunks follow each other.
 void ContainerMap::FindChunks(const std::string &raw, const std::string &bytes, size_t part)
 {
     size_t from = 0;
     for (size_t at = 0; at < raw.size(); at += kChunkBytes) {
         const auto chunk = std::string_view(raw).substr(at, kChunkBytes);
-        const size_t found = IsZero(chunk) ? std::string::npos : bytes.find(chunk, from);
-        if (found == std::string::npos)
+        // Faster than std::string's search, by far, where there is much that is alike.
+        const void *place = IsZero(chunk) ? nullptr
+                                          : memmem(bytes.data() + from, bytes.size() - from,
+                                                   chunk.data(), chunk.size());
+        if (place == nullptr)
             continue;
+        const auto found = static_cast<size_t>(static_cast<const char *>(place) - bytes.data());
         from = found + chunk.size();
         for (size_t in = 0; in + kSectorBytes <= chunk.size(); in += kSectorBytes)
             _spots.emplace(at + in, Spot{part, found + in, found + in + kSectorBytes});

@@ -76,6 +76,7 @@ const std::vector<Condition> &AllConditions()
 {
     static const std::vector<Condition> all = [] {
         std::vector<Condition> conditions;
+        conditions.reserve(kNames.size());
         for (const auto &[condition, name] : kNames)
             conditions.push_back(condition);
         return conditions;

@@ -19,8 +19,9 @@ protected:
     int Run(const std::string &line)
     {
         plan.Save(folder.At("faults"), {disk}, folder.At("log"));
+        const std::string faultyCalls = "LD_PRELOAD=" VX_FAULTY_CALLS;
         ToolRun run("/usr/bin/env",
-                    {"LD_PRELOAD=" VX_FAULTY_CALLS, "VX_FAULTS=" + folder.At("faults"),
+                    {faultyCalls, "VX_FAULTS=" + folder.At("faults"),
                      "ASAN_OPTIONS=verify_asan_link_order=0", "/bin/sh", "-c",
                      "cd " + Quoted(folder.Path()) + " && " + line});
         const int status = run.Wait();

@@ -100,22 +100,22 @@ FileSystemImage::FileSystemImage(Kind kind, bool withNames)
 // The files wait under numbers: this machine may not have names that long.
 void FileSystemImage::MakeNtfs()
 {
-    std::string fill = ":";
+    std::stringstream fill;
+    fill << ":";
     for (const RescueFile &file : _tree) {
         const std::string from =
             _image.Folder().WriteFile("tree/" + std::to_string(file.number), file.Contents());
         const std::string to = Quoted(file.path.substr(1));
-        const std::string folder = Quoted("." + file.path.substr(0, file.path.rfind('/')));
-        fill += " && mkdir -p " + folder;
+        fill << " && mkdir -p " << Quoted("." + file.path.substr(0, file.path.rfind('/')));
         if (file.kind == RescueFile::Kind::kCompressed)
-            fill +=
-                " && : > " + to + " && setfattr -h -v 0x00000800 -n system.ntfs_attrib_be " + to;
+            fill << " && : > " << to << " && setfattr -h -v 0x00000800 -n system.ntfs_attrib_be "
+                 << to;
         if (file.kind == RescueFile::Kind::kSparse)
-            fill += " && cp --sparse=always " + from + " " + to;
+            fill << " && cp --sparse=always " << from << " " << to;
         else
-            fill += " && cat " + from + " > " + to;
+            fill << " && cat " << from << " > " << to;
     }
-    Require(_image.MakeNtfs(40, "-c 4096") && _image.RunInNtfs(fill) &&
+    Require(_image.MakeNtfs(40, "-c 4096") && _image.RunInNtfs(fill.str()) &&
                 RunShell("rm -r " + Quoted(_image.At("tree"))),
             "an NTFS image");
 }

@@ -48,7 +48,7 @@ void FolderSnapshot::Take(const std::string &folder, const std::string &below)
     const std::unique_ptr<DIR, CloseFolder> open(opendir((folder + below).c_str()));
     while (const dirent *entry = open == nullptr ? nullptr : readdir(open.get())) {
         const std::string name = entry->d_name;
-        const std::string path = below + "/" + name;
+        const std::string path = std::string(below).append("/").append(name);
         struct stat found = {};
         if (name == "." || name == ".." || lstat((folder + path).c_str(), &found) != 0)
             continue;

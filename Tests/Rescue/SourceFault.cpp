@@ -159,6 +159,7 @@ const std::vector<SourceFault> &AllSourceFaults()
 {
     static const std::vector<SourceFault> all = [] {
         std::vector<SourceFault> faults;
+        faults.reserve(kNames.size());
         for (const auto &[fault, name] : kNames)
             faults.push_back(fault);
         return faults;
