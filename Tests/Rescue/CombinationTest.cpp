@@ -28,7 +28,7 @@ protected:
             GTEST_SKIP() << "such a destination cannot be mounted here";
         const auto effect = AimAt(scene.Volume(), GetParam().fault, &plan);
         ASSERT_TRUE(effect) << "the volume has no such place";
-        plan.Save(scene.At("faults"), scene.Volume().parts, scene.At("log"));
+        plan.Save(scene.At("faults"), DiskOf(scene.Volume()), scene.At("log"));
 
         Evidence evidence;
         evidence.before = FolderSnapshot(scene.Destination());
@@ -41,6 +41,15 @@ protected:
     }
 
 private:
+    // A folder goes with its files.
+    static std::vector<std::string> DiskOf(const RescueVolume &volume)
+    {
+        std::vector<std::string> files = volume.parts;
+        if (volume.isFolder)
+            files.push_back(volume.path);
+        return files;
+    }
+
     static bool Speaks() { return GetParam().program != Program::kWindow; }
 
     void RunProgram(const DestinationScene &scene, Evidence *evidence)
@@ -83,9 +92,11 @@ private:
         evidence->speaks = Speaks();
         evidence->lost = effect.lost;
         evidence->mayLoseAny = effect.mayLoseAny;
-        evidence->isGone = effect.isGone;
+        // A destination can fail before the disk is asked.
+        const bool isGone = effect.isGone && !FaultPlan::ReadLog(scene.At("log")).empty();
+        evidence->isGone = isGone;
         evidence->destinationFails = scene.Fails();
-        evidence->stops = effect.isGone || scene.IsFull();
+        evidence->stops = isGone || scene.IsFull();
         evidence->writesAreLost = scene.LosesWrites();
         evidence->ignoresCase = scene.IgnoresCase();
         evidence->readsAll = effect.badSectors == 0 && !effect.isGone && !scene.Fails() &&

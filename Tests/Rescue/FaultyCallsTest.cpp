@@ -20,10 +20,9 @@ protected:
     {
         plan.Save(folder.At("faults"), {disk}, folder.At("log"));
         const std::string faultyCalls = "LD_PRELOAD=" VX_FAULTY_CALLS;
-        ToolRun run("/usr/bin/env",
-                    {faultyCalls, "VX_FAULTS=" + folder.At("faults"),
-                     "ASAN_OPTIONS=verify_asan_link_order=0", "/bin/sh", "-c",
-                     "cd " + Quoted(folder.Path()) + " && " + line});
+        ToolRun run("/usr/bin/env", {faultyCalls, "VX_FAULTS=" + folder.At("faults"),
+                                     "ASAN_OPTIONS=verify_asan_link_order=0", "/bin/sh", "-c",
+                                     "cd " + Quoted(folder.Path()) + " && " + line});
         const int status = run.Wait();
         output = run.Output();
         errors = run.Errors();

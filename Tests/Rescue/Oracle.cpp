@@ -133,7 +133,7 @@ Oracle::Arrival Oracle::ArrivalOf(const RescueFile &file)
     if (IsFile(now) && now->bytes == expected)
         return Arrival::kWhole;
     if (now == nullptr || (before != nullptr && *now == *before))
-        return IsArrivedElsewhere(file) ? Arrival::kWhole : Arrival::kAbsent;
+        return ArrivalElsewhere(file);
     if (!IsFile(now)) {
         if (before != nullptr || !S_ISDIR(now->kind))
             Say(file.path + " became something that is no file");
@@ -150,17 +150,35 @@ Oracle::Arrival Oracle::ArrivalOf(const RescueFile &file)
     return JudgeBytes(file, now->bytes);
 }
 
-// Under a name that the messages give, for one that the destination cannot have.
-bool Oracle::IsArrivedElsewhere(const RescueFile &file) const
+// Under a name that the messages give: one that is not whole, or whose name the destination cannot
+// have.
+Oracle::Arrival Oracle::ArrivalElsewhere(const RescueFile &file)
 {
-    const Messages messages(_evidence.messages);
+    const std::string &expected = _evidence.volume->contents[file.number - 1];
     for (const auto &[path, entry] : _after) {
-        if (_landings.count(path) == 0 && IsFile(&entry) && file.size > 0 &&
-            entry.bytes == _evidence.volume->contents[file.number - 1] &&
-            messages.Hold(NameOf(path)))
-            return true;
+        if (file.size == 0 || !IsCopyBeside(file, path))
+            continue;
+        _copiesBeside.insert(path);
+        if (entry.bytes == expected)
+            return Arrival::kWhole;
+        return entry.bytes.size() == expected.size() ? Arrival::kZeroWhereLost : Arrival::kPartial;
     }
-    return false;
+    return Arrival::kAbsent;
+}
+
+bool Oracle::IsCopyBeside(const RescueFile &file, const std::string &path) const
+{
+    const SnapshotEntry &entry = _after.at(path);
+    const std::string stem = Lower(NameOf(file.path).substr(0, 4));
+    const std::string name = Lower(NameOf(path));
+    const size_t size = _evidence.volume->contents[file.number - 1].size();
+    const bool hasSize =
+        entry.bytes.size() == size || (MayFallShort() && entry.bytes.size() < size);
+    return _landings.count(path) == 0 && _before.count(path) == 0 &&
+           _copiesBeside.count(path) == 0 && IsFile(&entry) &&
+           name.compare(0, stem.size(), stem) == 0 && hasSize &&
+           Messages(Lower(_evidence.messages)).Hold(name) &&
+           FirstWrong(file, entry.bytes) == entry.bytes.size();
 }
 
 bool Oracle::MayBeZero(const RescueFile &file, uint64_t at) const
@@ -171,6 +189,21 @@ bool Oracle::MayBeZero(const RescueFile &file, uint64_t at) const
     return lost != _evidence.lost.end() && lost->second.Holds(at);
 }
 
+size_t Oracle::FirstWrong(const RescueFile &file, const std::string &got) const
+{
+    const std::string &expected = _evidence.volume->contents[file.number - 1];
+    for (size_t at = 0; at < got.size(); ++at) {
+        if (got[at] == expected[at] || (got[at] == '\0' && MayBeZero(file, at)))
+            continue;
+        const size_t block = at / kMarkBytes * kMarkBytes;
+        const auto mark = MarkIn(std::string_view(got).substr(block));
+        if (!_evidence.writesAreLost || !mark || mark->file != file.number)
+            return at;
+        at = block + kMarkBytes - 1;
+    }
+    return got.size();
+}
+
 Oracle::Arrival Oracle::JudgeBytes(const RescueFile &file, const std::string &got)
 {
     const std::string &expected = _evidence.volume->contents[file.number - 1];
@@ -179,17 +212,9 @@ Oracle::Arrival Oracle::JudgeBytes(const RescueFile &file, const std::string &go
             std::to_string(expected.size()));
         return Arrival::kPartial;
     }
-    for (size_t at = 0; at < got.size(); ++at) {
-        if (got[at] == expected[at] || (got[at] == '\0' && MayBeZero(file, at)))
-            continue;
-        const size_t block = at / kMarkBytes * kMarkBytes;
-        const auto mark = MarkIn(std::string_view(got).substr(block));
-        const bool isOwn = mark && mark->file == file.number;
-        if (_evidence.writesAreLost && isOwn) {
-            at = block + kMarkBytes - 1;
-            continue;
-        }
-        Say(file.path + ": byte " + std::to_string(at) + " " + OriginOf(got, at));
+    const size_t wrong = FirstWrong(file, got);
+    if (wrong < got.size()) {
+        Say(file.path + ": byte " + std::to_string(wrong) + " " + OriginOf(got, wrong));
         return Arrival::kPartial;
     }
     if (got.size() == expected.size())
@@ -268,11 +293,8 @@ void Oracle::JudgeOthers()
             Say((now == nullptr ? "destroyed: " : "changed: ") + path + " in the destination");
     }
     for (const auto &[path, entry] : _after) {
-        if (_before.count(path) != 0 || _landings.count(path) != 0 || S_ISDIR(entry.kind))
-            continue;
-        const auto &all = _evidence.volume->contents;
-        const bool isCopy = std::find(all.begin(), all.end(), entry.bytes) != all.end();
-        if (!isCopy || !Messages(_evidence.messages).Hold(NameOf(path)))
+        if (_before.count(path) == 0 && _landings.count(path) == 0 && !S_ISDIR(entry.kind) &&
+            _copiesBeside.count(path) == 0)
             Say("invented: " + path);
     }
 }

@@ -6,6 +6,9 @@
 // The window's engine says nothing, by design, so of it only the bytes are judged, and what it
 // wrote into files that it was told to write is its own.
 //
+// A file that is not whole may lie beside its place under a name that the messages give, so that
+// what stands in its place stays.
+//
 // Once the disk is gone or the destination is full, at most one file is left that is not whole: the
 // rest is not made.
 //
@@ -18,6 +21,7 @@
 #include "RescueVolume.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,7 +70,11 @@ private:
     void JudgeOthers();
     void JudgeUnnamed();
     void JudgeStop();
-    bool IsArrivedElsewhere(const RescueFile &file) const;
+    // Of a file that is not at its place.
+    Arrival ArrivalElsewhere(const RescueFile &file);
+    bool IsCopyBeside(const RescueFile &file, const std::string &path) const;
+    // Where the bytes are neither right nor zero where they may be; their count if nowhere.
+    size_t FirstWrong(const RescueFile &file, const std::string &got) const;
     bool MayBeZero(const RescueFile &file, uint64_t at) const;
     bool MayFallShort() const;
     bool ArrivedNothing() const;
@@ -79,6 +87,7 @@ private:
     std::map<std::string, SnapshotEntry> _before;
     std::map<std::string, SnapshotEntry> _after;
     std::map<std::string, int> _landings;
+    std::set<std::string> _copiesBeside;
     size_t _partialFiles = 0;
     size_t _unnamedFiles = 0;
     std::string _firstUnnamed;

@@ -270,11 +270,24 @@ TEST_F(RescueOracle, NoticesAFileOfNoName)
 TEST_F(RescueOracle, LetsAFileWithAnotherNamePassThatTheMessagesGive)
 {
     evidence.after.Entries().erase("/a.bin");
-    Put("/a~1.bin", volume.contents[0]);
-    evidence.messages += "the name of /a.bin was shortened to a~1.bin\n";
+    Put("/a.bi~1.bin", volume.contents[0]);
+    evidence.messages += "the name of /a.bin was shortened to a.bi~1.bin\n";
     ExpectNothing();
     evidence.messages = "";
-    ExpectViolation("invented: /a~1.bin");
+    ExpectViolation("invented: /a.bi~1.bin");
+}
+
+TEST_F(RescueOracle, LetsADamagedCopyPassBesideWhatStandsInItsPlace)
+{
+    Put(&evidence.before, "/a.bin", "old");
+    evidence.after.Entries()["/a.bin"] = evidence.before.Entries()["/a.bin"];
+    evidence.lost[1].Add(512, 1024);
+    std::string damaged = volume.contents[0];
+    Put("/a.bin (damaged)", damaged.replace(512, 512, 512, '\0'));
+    Fail("  /a.bin: could not be read; the copy is a.bin (damaged)\n");
+    ExpectNothing();
+    BytesOf("/a.bin (damaged)")[1024] = '\0';
+    ExpectViolation("invented: /a.bin (damaged)");
 }
 
 TEST_F(RescueOracle, NoticesAnExistingFileThatIsGone)
