@@ -256,7 +256,10 @@ ssize_t FaultRules::Writable(int file, size_t count)
 
 int FaultRules::ErrorOfPath(const std::string &path) const
 {
-    const auto is = [&](const Image &image) { return image.path == path; };
+    // A folder may be opened anew through itself.
+    const auto is = [&](const Image &image) {
+        return path == image.path || path == image.path + "/.";
+    };
     return _isGone && std::any_of(_images.begin(), _images.end(), is) ? ENOENT : 0;
 }
 
