@@ -1,7 +1,9 @@
 // E01 and S01 images: what the acquiring program writes in each of its formats, and what nobody
 // but an attacker does.
 #include "EwfWriter.h"
+#include "FailingSource.h"
 #include "Image/Container.h"
+#include "Image/EwfSource.h"
 #include "TestImage.h"
 
 #include <algorithm>
@@ -77,6 +79,68 @@ TEST_F(EwfImage, EveryKindReadsAsItsDisk)
             }
         }
     }
+}
+
+// The image of a disk on a file that fails.
+class EwfOnFailingFile : public EwfImage {
+protected:
+    EwfOnFailingFile() { EXPECT_FALSE(MakeSource()); }
+
+    OpenError MakeSource()
+    {
+        EwfLayoutReader reader;
+        EwfLayout layout;
+        EwfEnding ending;
+        if (OpenError error = reader.Add(*file, "e.E01", &ending))
+            return error;
+        if (OpenError error = reader.Finish(&layout))
+            return error;
+        source = std::make_shared<EwfSource>(std::vector<EwfFile>{{"e.E01", file}}, layout);
+        return {};
+    }
+
+    // How many of the reads of the disk's first sector gave it.
+    int GoodReads(int reads) const
+    {
+        int good = 0;
+        char sector[kSector];
+        for (int i = 0; i < reads; ++i) {
+            if (!source->readAt(0, sector, sizeof sector))
+                good += std::equal(sector, sector + kSector, disk.begin()) ? 1 : 0;
+        }
+        return good;
+    }
+
+    const std::shared_ptr<FailingSource> file =
+        std::make_shared<FailingSource>(EwfWriter(disk, {EwfRecipe::Kind::kNew, 4, false}).Image());
+    std::shared_ptr<EwfSource> source;
+};
+
+TEST_F(EwfOnFailingFile, AChunkThatCannotBeReadIsGivenUpAfterFourTries)
+{
+    file->MakeBad(file->Bytes().find(disk.substr(0, kSector)), kSector);
+    EXPECT_EQ(GoodReads(100), 0);
+    EXPECT_LE(file->FailedReads(), 4);
+    EXPECT_GE(file->FailedReads(), 1);
+}
+
+TEST_F(EwfOnFailingFile, AnErrorThatPassesIsTriedAgain)
+{
+    file->MakeBad(file->Bytes().find(disk.substr(0, kSector)), kSector, 2);
+    EXPECT_EQ(GoodReads(3), 1);
+}
+
+TEST_F(EwfOnFailingFile, ATableThatCannotBeReadIsGivenUpAfterFourTries)
+{
+    const size_t firstTable = file->Bytes().find("table");
+    const size_t copy = file->Bytes().find("table2");
+    ASSERT_NE(copy, std::string::npos);
+    constexpr size_t kHeaders = 76 + 24;
+    file->MakeBad(firstTable + kHeaders, 4);
+    file->MakeBad(copy + kHeaders, 4);
+    EXPECT_EQ(GoodReads(100), 0);
+    EXPECT_LE(file->FailedReads(), 2 * 4);
+    EXPECT_GE(file->FailedReads(), 2);
 }
 
 TEST_F(EwfImage, AChunkThatSaysThatItIsHugeFailsAlone)

@@ -31,7 +31,10 @@ bitlocker::Error AtPlace(bitlocker::Error error, uint64_t offset, const std::str
 }  // namespace
 
 EwfSource::EwfSource(std::vector<EwfFile> files, EwfLayout layout)
-    : _files(std::move(files)), _layout(std::move(layout)), _entries(_layout.tables.size())
+    : _files(std::move(files)),
+      _layout(std::move(layout)),
+      _entries(_layout.tables.size()),
+      _tableFailures(_layout.tables.size())
 {
 }
 
@@ -72,6 +75,31 @@ bitlocker::Error EwfSource::CopyPart(uint64_t number, size_t skip, uint8_t *plac
 
 bitlocker::Error EwfSource::LoadChunk(uint64_t number, uint8_t *place) const
 {
+    bitlocker::Error error = TryChunk(number, place);
+    if (error)
+        CountFailure(number);
+    return error;
+}
+
+bool EwfSource::IsGivenUp(uint64_t number) const
+{
+    const MutexLock lock(_failuresMutex);
+    const auto counted = _failures.find(number);
+    return counted != _failures.end() && counted->second >= kMostTries;
+}
+
+void EwfSource::CountFailure(uint64_t number) const
+{
+    const MutexLock lock(_failuresMutex);
+    const auto counted = _failures.find(number);
+    if (counted == _failures.end() && _failures.size() < kMostCounted)
+        _failures.emplace(number, uint8_t{1});
+    else if (counted != _failures.end() && counted->second < kMostTries)
+        ++counted->second;
+}
+
+bitlocker::Error EwfSource::TryChunk(uint64_t number, uint8_t *place) const
+{
     const uint64_t begin = number * _layout.chunkBytes;
     if (number >= _layout.chunks)
         return AtPlace(Damaged("no part of the image holds it"), begin, _files.back().name);
@@ -79,6 +107,8 @@ bitlocker::Error EwfSource::LoadChunk(uint64_t number, uint8_t *place) const
         _layout.tables.begin(), _layout.tables.end(), number,
         [](uint64_t chunk, const EwfTable &table) { return chunk < table.firstChunk; });
     const EwfTable &table = *std::prev(after);
+    if (IsGivenUp(number))
+        return AtPlace(Damaged("a chunk of it cannot be read"), begin, _files[table.file].name);
     bitlocker::Error error = LoadListed(table, number, place);
     return error ? AtPlace(std::move(error), begin, _files[table.file].name) : error;
 }
@@ -108,15 +138,21 @@ bitlocker::Error EwfSource::LoadListed(const EwfTable &table, uint64_t number, u
 
 bitlocker::Error EwfSource::FindEntries(const EwfTable &table, uint64_t *entriesAt) const
 {
-    std::atomic<Entries> &which = _entries[static_cast<size_t>(&table - _layout.tables.data())];
+    const auto index = static_cast<size_t>(&table - _layout.tables.data());
+    std::atomic<Entries> &which = _entries[index];
+    if (which == Entries::kLost)
+        return Damaged("a table of it cannot be read");
     if (which == Entries::kUnknown) {
         bitlocker::Error error = CheckEntries(table, table.entriesAt);
         if (!error)
             which = Entries::kFirst;
         else if (table.copyAt != 0 && !CheckEntries(table, table.copyAt))
             which = Entries::kCopy;
-        else
+        else {
+            if (++_tableFailures[index] >= kMostTries)
+                which = Entries::kLost;
             return error;
+        }
     }
     *entriesAt = which == Entries::kFirst ? table.entriesAt : table.copyAt;
     return {};

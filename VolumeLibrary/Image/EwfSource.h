@@ -23,6 +23,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace vx {
@@ -42,11 +43,20 @@ public:
     bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
 
 private:
-    enum class Entries : uint8_t { kUnknown, kFirst, kCopy };
+    enum class Entries : uint8_t { kUnknown, kFirst, kCopy, kLost };
+
+    // What reads around a bad place asks for each sector of a chunk. A passing error is healed by
+    // these tries; after that the chunk, or a table, fails without being read.
+    static constexpr uint8_t kMostTries = 4;
+    // Chunks whose failures are counted: a few megabytes at most.
+    static constexpr size_t kMostCounted = size_t{1} << 16;
 
     bitlocker::Error CopyPart(uint64_t number, size_t skip, uint8_t *place, size_t count) const;
     // place has room for a whole chunk.
     bitlocker::Error LoadChunk(uint64_t number, uint8_t *place) const;
+    bitlocker::Error TryChunk(uint64_t number, uint8_t *place) const;
+    bool IsGivenUp(uint64_t number) const;
+    void CountFailure(uint64_t number) const;
     bitlocker::Error LoadListed(const EwfTable &table, uint64_t number, uint8_t *place) const;
     bitlocker::Error FindEntries(const EwfTable &table, uint64_t *entriesAt) const;
     bitlocker::Error CheckEntries(const EwfTable &table, uint64_t at) const;
@@ -62,6 +72,9 @@ private:
     const std::vector<EwfFile> _files;
     const EwfLayout _layout;
     mutable std::vector<std::atomic<Entries>> _entries;  // of each table, which of its copies holds
+    mutable std::vector<std::atomic<uint8_t>> _tableFailures;
+    mutable Mutex _failuresMutex;
+    mutable std::unordered_map<uint64_t, uint8_t> _failures VX_GUARDED_BY(_failuresMutex);
     mutable Mutex _mutex;
     mutable uint64_t _kept VX_GUARDED_BY(_mutex) = kNone;
     mutable std::vector<uint8_t> _chunk VX_GUARDED_BY(_mutex);
