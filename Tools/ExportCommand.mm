@@ -3,6 +3,7 @@
 #import "ArrivalCheck.h"
 #include "ExitStatus.h"
 #import "ExportProgressDelegate.h"
+#include "FileSizeLimit.h"
 #import "LocalNames.h"
 #include "NumberText.h"
 #include "ProgressLine.h"
@@ -14,7 +15,6 @@
 #import "Z5FileManager.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <unistd.h>
@@ -65,8 +65,7 @@ ExportCommand::ExportCommand(const VolumeSession &session, const Options &option
 int ExportCommand::Run()
 {
     std::string error;
-    // A file that grows beyond a limit is a write that fails, and no end without a report.
-    signal(SIGXFSZ, SIG_IGN);
+    FailWritesBeyondFileSizeLimit();
     NSArray *selected = SelectEntries(_session.Explorer(), _options.paths, &error);
     if (selected == nil)
         return FailWith(kExitIncomplete, error + " (nothing was exported)");

@@ -4,6 +4,7 @@
 #import <AppKit/AppKit.h>
 
 #include "CPipeFileExplorerClientWrapper.h"
+#include "FileSizeLimit.h"
 #include "StandardDescriptors.h"
 
 #include <fcntl.h>
@@ -24,6 +25,7 @@ int main(int argc, const char *argv[])
 {
     if (argc != kArgumentCount || !vx::HoldStandardDescriptors())
         return 0;
+    vx::FailWritesBeyondFileSizeLimit();
     // The explorer goes on whether or not the link could be set up.
     CPipeFileExplorerClientWrapper::getInstance()->initClient(kConnectorName, kReadPipe, kReadFlags,
                                                               kWritePipe, kWriteFlags);

@@ -5,6 +5,7 @@
 #import <Foundation/Foundation.h>
 
 #import "CBitlockerWrapper.h"
+#include "FileSizeLimit.h"
 #import "Z5FileExplorerWapper.h"
 #import "Z5FileManager.h"
 
@@ -106,6 +107,7 @@ int main(int argc, char **argv)
 {
     if (argc != 5)
         return 2;
+    vx::FailWritesBeyondFileSizeLimit();
     @autoreleasepool {
         CBitlockerWrapper wrapper;
         IVolume *volume = nullptr;
