@@ -255,6 +255,40 @@ TEST_F(EwfImage, SectorsThatWereLostWhenItWasMadeAreSaid)
               "7 sectors could not be read when the E01 image was made; they are zeros in it");
 }
 
+TEST_F(EwfImage, ASectorThatWasLostCannotBeReadIfItIsZeros)
+{
+    for (const uint32_t sectors : {1, 3, 64}) {
+        std::string image = disk;
+        image.replace(2 * kSector, kSector, kSector, '\0');
+        image.replace(5 * kSector, 256, 256, '\0');
+        image.replace(9 * kSector, kSector, kSector, '\0');
+        EwfWriter writer(image, {EwfRecipe::Kind::kNew, sectors});
+        writer.SetLost(7);
+        const Container container = Open(Write(writer));
+        ASSERT_NE(container.source, nullptr);
+        for (size_t number = 0; number < disk.size() / kSector; ++number) {
+            const auto read = Read(container, number * kSector, kSector);
+            EXPECT_EQ(read.has_value(), number != 2) << number;
+            EXPECT_EQ(read.value_or(image.substr(number * kSector, kSector)),
+                      image.substr(number * kSector, kSector));
+        }
+        EXPECT_TRUE(Read(container, 5 * kSector + 16, 64) == std::string(64, '\0'));
+        std::string error;
+        EXPECT_EQ(Read(container, 0, disk.size(), &error), std::nullopt);
+        EXPECT_EQ(error, "read at 1024: e.E01: it could not be read when the image was made");
+        EXPECT_EQ(Read(container, 2 * kSector + 500, 40), std::nullopt);
+    }
+}
+
+TEST_F(EwfImage, ALongListOfLostSectorsBeyondTheDiskIsNoTrouble)
+{
+    EwfWriter writer(disk);
+    writer.SetLost(0xFFFFFFFF);
+    const Container container = Open(Write(writer));
+    ASSERT_NE(container.source, nullptr);
+    EXPECT_TRUE(Read(container, 0, disk.size()) == disk);
+}
+
 TEST_F(EwfImage, ADiskOfImpossibleSizesDoesNotOpen)
 {
     const auto expectDamaged = [&](const EwfWriter &writer) {

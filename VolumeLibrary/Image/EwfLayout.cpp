@@ -127,6 +127,7 @@ bool EwfLayoutReader::SetDisk(const uint8_t *description, size_t bytes)
     if (chunkBytes == 0 || chunkBytes > kLargestChunk || sectors > kMostBytes / sectorBytes)
         return false;
     _layout.chunkBytes = static_cast<uint32_t>(chunkBytes);
+    _layout.sectorBytes = static_cast<uint32_t>(sectorBytes);
     _layout.diskBytes = sectors * sectorBytes;
     return true;
 }
@@ -167,18 +168,17 @@ OpenError EwfLayoutReader::TakeTable(const bitlocker::ByteSource &file, const Se
     return {};
 }
 
-// The list of sectors is only told: what it says has no bearing on where anything lies.
+// In sectors for now, since the size of one may come later.
 OpenError EwfLayoutReader::TakeLost(const bitlocker::ByteSource &file, const Section &section)
 {
     constexpr size_t kHeaderBytes = 520;
     constexpr size_t kLostBytes = 8;
-    constexpr uint32_t kMostLost = 1u << 16;
     uint8_t header[kHeaderBytes];
     if (section.Bytes() < sizeof header)
         return {};
     if (bitlocker::Error error = file.readAt(section.begin, header, sizeof header))
         return FromDecryptor(error);
-    const uint32_t count = std::min(Little32(header), kMostLost);
+    const uint32_t count = std::min<uint32_t>(Little32(header), kMostLost);
     if (!HasChecksum(header, sizeof header) ||
         (section.Bytes() - sizeof header) / kLostBytes < count)
         return {};
@@ -186,9 +186,29 @@ OpenError EwfLayoutReader::TakeLost(const bitlocker::ByteSource &file, const Sec
     if (bitlocker::Error error =
             file.readAt(section.begin + sizeof header, lost.data(), lost.size()))
         return FromDecryptor(error);
-    for (size_t at = 0; at < lost.size(); at += kLostBytes)
-        _layout.lostSectors += Little32(lost.data() + at + 4);
+    for (size_t at = 0; at < lost.size(); at += kLostBytes) {
+        const uint32_t sectors = Little32(lost.data() + at + 4);
+        _layout.lostSectors += sectors;
+        if (sectors > 0 && _layout.lost.size() < kMostLost)
+            _layout.lost.push_back({Little32(lost.data() + at), sectors});
+    }
     return {};
+}
+
+// Puts the lost sectors in order, in bytes, each once and none beyond the end of the disk.
+void EwfLayoutReader::JoinLost()
+{
+    ByteRanges sectors;
+    sectors.swap(_layout.lost);
+    std::sort(sectors.begin(), sectors.end(),
+              [](const ByteRange &a, const ByteRange &b) { return a.offset < b.offset; });
+    uint64_t end = 0;
+    for (const ByteRange &range : sectors) {
+        const uint64_t begin = std::max(end, range.offset * _layout.sectorBytes);
+        end = std::max(end, (range.offset + range.length) * _layout.sectorBytes);
+        AddRange(begin, end - std::min(begin, end), &_layout.lost);
+    }
+    CutRanges(_layout.diskBytes, &_layout.lost);
 }
 
 OpenError EwfLayoutReader::Finish(EwfLayout *layout)
@@ -196,6 +216,7 @@ OpenError EwfLayoutReader::Finish(EwfLayout *layout)
     if (_layout.chunkBytes == 0)
         return {VolumeLibraryStatus::kReadFailed,
                 "the E01 image is damaged: nothing says how large its disk is"};
+    JoinLost();
     *layout = std::move(_layout);
     return {};
 }

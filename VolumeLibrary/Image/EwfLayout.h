@@ -7,7 +7,8 @@
 //
 // What is checked: every section begins behind the one before and within its file; a table lies in
 // its section; numbers are multiplied without overflow. The entries of the tables are not read
-// here. Memory: 48 bytes for a table, of which there may be kMostTables.
+// here. Memory: 48 bytes for a table, of which there may be kMostTables, and 1 MiB for the list of
+// lost sectors.
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
@@ -36,6 +37,10 @@ struct EwfLayout {
     std::vector<EwfTable> tables;  // in the order of their chunks
     uint64_t chunks = 0;           // in all of them
     uint64_t lostSectors = 0;      // that could not be read when the image was made
+    uint32_t sectorBytes = 0;
+    // The lost sectors in bytes of the disk, in ascending order, apart from each other; of the
+    // entries of an image's lists the first kMostLost.
+    ByteRanges lost;
 };
 
 // What the last section of a file says about the next file.
@@ -45,6 +50,7 @@ class EwfLayoutReader {
 public:
     static constexpr size_t kMostTables = size_t{1} << 18;
     static constexpr uint32_t kLargestChunk = uint32_t{16} << 20;
+    static constexpr size_t kMostLost = size_t{1} << 16;
 
     // The next file of the image; name is for messages. Errors: kImageTruncated if it ends early,
     // kReadFailed.
@@ -63,6 +69,7 @@ private:
                         const std::string &name);
     OpenError TakeLost(const bitlocker::ByteSource &file, const Section &section);
     bool SetDisk(const uint8_t *description, size_t bytes);
+    void JoinLost();
 
     EwfLayout _layout;
     uint32_t _files = 0;

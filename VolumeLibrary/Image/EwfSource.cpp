@@ -42,7 +42,13 @@ bitlocker::Error EwfSource::readAt(uint64_t offset, void *buffer, size_t count) 
 {
     if (bitlocker::Error error = checkRange(size(), offset, count))
         return error;
-    auto *place = static_cast<uint8_t *>(buffer);
+    if (bitlocker::Error error = ReadChunks(offset, static_cast<uint8_t *>(buffer), count))
+        return error;
+    return CheckLost(offset, count);
+}
+
+bitlocker::Error EwfSource::ReadChunks(uint64_t offset, uint8_t *place, size_t count) const
+{
     while (count > 0) {
         const uint64_t number = offset / _layout.chunkBytes;
         const auto skip = static_cast<size_t>(offset % _layout.chunkBytes);
@@ -54,6 +60,29 @@ bitlocker::Error EwfSource::readAt(uint64_t offset, void *buffer, size_t count) 
         offset += piece;
         place += piece;
         count -= piece;
+    }
+    return {};
+}
+
+// Whole sectors are looked at, since part of one may well be zeros.
+bitlocker::Error EwfSource::CheckLost(uint64_t offset, size_t count) const
+{
+    const uint64_t sectorBytes = _layout.sectorBytes;
+    auto range = std::lower_bound(
+        _layout.lost.begin(), _layout.lost.end(), offset,
+        [](const ByteRange &lost, uint64_t wanted) { return lost.offset + lost.length <= wanted; });
+    std::vector<uint8_t> sector;
+    for (; range != _layout.lost.end() && range->offset < offset + count; ++range) {
+        const uint64_t end = std::min(range->offset + range->length, offset + count);
+        uint64_t at = std::max(range->offset, offset / sectorBytes * sectorBytes);
+        for (; at < end; at += sectorBytes) {
+            sector.resize(static_cast<size_t>(sectorBytes));
+            if (bitlocker::Error error = ReadChunks(at, sector.data(), sector.size()))
+                return error;
+            if (std::all_of(sector.begin(), sector.end(), [](uint8_t byte) { return byte == 0; }))
+                return AtPlace(Damaged("it could not be read when the image was made"), at,
+                               _files.front().name);
+        }
     }
     return {};
 }

@@ -10,6 +10,9 @@
 // of a chunk that is not packed. So that is tried where nothing packed is found, and decided by
 // the checksum.
 //
+// A sector that could not be read when the image was made, and is nothing but zeros in it, cannot
+// be read here either: nobody knows what it held.
+//
 // Ownership: shares the files. Threads: any number at a time; parts of chunks are handed out one by
 // one. Memory: one chunk, of 32 KiB in most images and 16 MiB at most, and a byte for each table.
 // Errors: SystemError with "read at" and the place on the disk, EIO for what is damaged, missing or
@@ -51,6 +54,8 @@ private:
     // Chunks whose failures are counted: a few megabytes at most.
     static constexpr size_t kMostCounted = size_t{1} << 16;
 
+    bitlocker::Error ReadChunks(uint64_t offset, uint8_t *place, size_t count) const;
+    bitlocker::Error CheckLost(uint64_t offset, size_t count) const;
     bitlocker::Error CopyPart(uint64_t number, size_t skip, uint8_t *place, size_t count) const;
     // place has room for a whole chunk.
     bitlocker::Error LoadChunk(uint64_t number, uint8_t *place) const;
