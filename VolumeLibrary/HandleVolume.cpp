@@ -47,11 +47,16 @@ bool HandleVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
     if (search == nullptr || record == nullptr)
         return false;
     auto *listing = static_cast<VolumeListing *>(search);
-    if (IsGone()) {
-        listing->Stop();
+    if (IsGone())
+        listing->Stop(VolumeObstacle::kDeviceGone);
+    if (listing->StopReason() != VolumeObstacle::kNone)
+        return false;
+    try {
+        return listing->Next(record) == VolumeListing::Step::kEntry;
+    } catch (...) {  // for want of memory; the entry that it came to is missing
+        listing->Stop(VolumeObstacle::kOutOfMemory);
         return false;
     }
-    return OrIfThrown(false, [&] { return listing->Next(record) == VolumeListing::Step::kEntry; });
 }
 
 bool HandleVolume::FindClose(VolumeHandle search)
@@ -137,9 +142,12 @@ bool HandleVolume::DescribeListing(VolumeHandle search, VolumeListingReport *rep
         return false;
     const auto *listing = static_cast<VolumeListing *>(search);
     *report = listing->Report();
-    if (listing->IsStopped() || (!report->isWhole && IsGone())) {
+    VolumeObstacle reason = listing->StopReason();
+    if (!report->isWhole && IsGone())
+        reason = VolumeObstacle::kDeviceGone;
+    if (reason != VolumeObstacle::kNone) {
         report->isWhole = false;
-        report->reason = VolumeObstacle::kDeviceGone;
+        report->reason = reason;
     }
     return true;
 }

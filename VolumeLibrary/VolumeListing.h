@@ -17,12 +17,13 @@ public:
     // Of what has been read so far.
     virtual VolumeListingReport Report() const { return {}; }
 
-    // The disk is gone: there will be no more entries.
-    void Stop() { _isStopped = true; }
-    bool IsStopped() const { return _isStopped; }
+    // There will be no more entries, for this reason, although there may be more in the folder.
+    void Stop(VolumeObstacle reason) { _stopReason = reason; }
+    // kNone: it was not stopped.
+    VolumeObstacle StopReason() const { return _stopReason; }
 
 private:
-    bool _isStopped = false;
+    VolumeObstacle _stopReason = VolumeObstacle::kNone;
 };
 
 }  // namespace vx

@@ -34,15 +34,23 @@ TEST_F(OutOfMemoryTest, AListingThatCannotBeBegunGivesNull)
     });
 }
 
-TEST_F(OutOfMemoryTest, AListingThatCannotGoOnEnds)
+TEST_F(OutOfMemoryTest, AListingThatCannotGoOnEndsAndIsReportedAsIncomplete)
 {
-    folder.MakeLink("a-link-with-a-long-name-1", "missing");
-    folder.MakeLink("a-link-with-a-long-name-2", "missing");
+    for (const char *name :
+         {"a-link-with-a-long-name-1", "a-link-with-a-long-name-2", "a-link-with-a-long-name-3"})
+        folder.MakeLink(name, "missing");
     VolumeFindData record = {};
     const VolumeHandle search = volume.FindFirstFile(u"/*", &record);
-    const FailAllocation failing(0);
+    {
+        const FailAllocation failing(0);
+        EXPECT_FALSE(volume.FindNextFile(search, &record));
+        EXPECT_TRUE(failing.Happened());
+    }
     EXPECT_FALSE(volume.FindNextFile(search, &record));
-    EXPECT_TRUE(failing.Happened());
+    VolumeListingReport report;
+    EXPECT_TRUE(volume_library_describe_listing(&volume, search, &report));
+    EXPECT_FALSE(report.isWhole);
+    EXPECT_EQ(report.reason, VolumeObstacle::kOutOfMemory);
     volume.FindClose(search);
 }
 
