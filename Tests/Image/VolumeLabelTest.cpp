@@ -35,6 +35,18 @@ TEST_F(VolumeLabels, OfNtfsItIsThatOfItsFileOfTheVolume)
     EXPECT_EQ(Label(), "");
 }
 
+TEST_F(VolumeLabels, OfNtfsItIsFoundWithLargeClustersAndWithoutTheBootSector)
+{
+    VX_NEEDS("mkntfs");
+    for (const char *options : {"-L LABEL -c 4096", "-L LABEL -c 262144"}) {
+        ASSERT_TRUE(image.MakeNtfs(64, options));
+        std::string bytes = image.Folder().ReadFile("image");
+        EXPECT_EQ(LabelOf(bytes), "LABEL") << options;
+        bytes.replace(0, kSector, kSector, '\0');
+        EXPECT_EQ(VolumeLabel(*SourceOf(bytes), FileSystemKind::kNtfs), "LABEL") << options;
+    }
+}
+
 TEST_F(VolumeLabels, OfEachFatItIsThatOfTheRootFolder)
 {
     VX_NEEDS("mkfs.fat");

@@ -27,6 +27,7 @@ enum class NtfsType : uint32_t {
     kStandardInformation = 0x10,
     kAttributeList = 0x20,
     kFileName = 0x30,
+    kVolumeName = 0x60,
     kData = 0x80,
     kIndexRoot = 0x90,
     kIndexAllocation = 0xA0,
@@ -43,7 +44,7 @@ struct NtfsAttribute {
     bool isResident = false;
     bitlocker::ByteView value;  // resident: the bytes; otherwise the list of runs
     // Of those that are not resident:
-    uint64_t firstCluster = 0;  // in the stream; sizes are only told where this is 0
+    uint64_t firstCluster = 0;  // in the stream; sizes are only given where this is 0
     unsigned compressionShift = 0;
     uint64_t size = 0;  // bytes
     uint64_t initialised = 0;
@@ -60,10 +61,10 @@ public:
     // The record that this one continues; 0 for one that stands for itself.
     NtfsReference Base() const;
 
-    // Whether every attribute can be read, up to the mark behind the last one.
+    // Whether every attribute can be read, up to the mark after the last one.
     bool IsWhole() const;
     // The attribute of this type and name whose first cluster is the given one; of several the
-    // one behind so many others.
+    // one after so many others.
     std::optional<NtfsAttribute> Find(NtfsType type, std::u16string_view name,
                                       uint64_t firstCluster = 0, size_t others = 0) const;
 

@@ -3,21 +3,22 @@
 #include "Bitlocker/VolumeOpener.h"
 #include "FatBoot.h"
 #include "Little.h"
+#include "NtfsBoot.h"
 #include "NtfsFixups.h"
+#include "NtfsRecord.h"
 #include "Utf8.h"
 #include "Wtf8.h"
 
 #include <algorithm>
-#include <cstring>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace vx {
 namespace {
 
 using bitlocker::ByteSource;
-using bitlocker::ByteView;
 
-constexpr size_t kSectorBytes = 512;
 constexpr size_t kMostFolderBytes = 64 * 1024;
 constexpr size_t kEntryBytes = 32;
 
@@ -32,54 +33,30 @@ std::vector<uint8_t> ReadBytes(const ByteSource &volume, uint64_t at, size_t cou
 
 // --- NTFS
 
-// A number that is a count of clusters, or if negative the logarithm of a size in bytes.
-uint64_t RecordBytes(const uint8_t *sector, uint64_t clusterBytes)
-{
-    const auto stored = static_cast<int8_t>(sector[64]);
-    if (stored >= 0)
-        return static_cast<uint64_t>(stored) * clusterBytes;
-    return stored > -32 ? uint64_t{1} << -stored : 0;
-}
-
-// The record of the file $Volume. Record 3 lies in the first extent of the table on any volume.
-std::vector<uint8_t> ReadVolumeRecord(const ByteSource &volume)
+// The record of the file $Volume, by the boot sector at the offset. It lies in the first extent of
+// the table on any volume.
+std::optional<NtfsRecord> ReadVolumeRecord(const ByteSource &volume, uint64_t bootOffset)
 {
     constexpr uint64_t kNumber = 3;
-    constexpr uint64_t kLargestRecord = 64 * 1024;
-    const std::vector<uint8_t> sector = ReadBytes(volume, 0, kSectorBytes);
-    uint64_t table = 0;
-    if (sector.empty())
-        return {};
-    const uint64_t clusterBytes = uint64_t{Little16(&sector[11])} * sector[13];
-    const uint64_t recordBytes = RecordBytes(sector.data(), clusterBytes);
-    if (__builtin_mul_overflow(Little64(&sector[48]), clusterBytes, &table) ||
-        table > volume.size() || recordBytes < kSectorBytes || recordBytes > kLargestRecord)
-        return {};
+    NtfsBoot boot;
+    if (ReadNtfsBoot(volume, bootOffset, &boot))
+        return std::nullopt;
+    const size_t recordBytes = boot.geometry.recordBytes;
     std::vector<uint8_t> record =
-        ReadBytes(volume, table + kNumber * recordBytes, static_cast<size_t>(recordBytes));
-    if (record.empty() || std::memcmp(record.data(), "FILE", 4) != 0 || !ApplyNtfsFixups(&record))
-        return {};
-    return record;
+        ReadBytes(volume, boot.mftOffset + kNumber * recordBytes, recordBytes);
+    if (record.empty() || !ApplyNtfsFixups(&record))
+        return std::nullopt;
+    return NtfsRecord::Parse(std::move(record));
 }
 
 std::string NtfsLabel(const ByteSource &volume)
 {
-    constexpr uint32_t kVolumeName = 0x60;
-    constexpr size_t kAttributeHeader = 24;
-    const std::vector<uint8_t> record = ReadVolumeRecord(volume);
-    size_t at = record.empty() ? 0 : Little16(&record[20]);
-    while (at + kAttributeHeader <= record.size()) {
-        const size_t length = Little32(&record[at + 4]);
-        if (length < kAttributeHeader || length > record.size() - at)
-            return {};
-        const ByteView attribute(&record[at], length);
-        const bool isResident = attribute.data[8] == 0;
-        if (Little32(attribute.data) == kVolumeName && isResident)
-            return Wtf8FromUtf16(
-                attribute.from(Little16(attribute.data + 20)).first(Little32(attribute.data + 16)));
-        at += length;
-    }
-    return {};
+    auto record = ReadVolumeRecord(volume, 0);
+    const auto backup = record ? std::nullopt : FindNtfsBackupBoot(volume);
+    if (backup)
+        record = ReadVolumeRecord(volume, *backup);
+    const auto name = record ? record->Find(NtfsType::kVolumeName, {}) : std::nullopt;
+    return name && name->isResident ? Wtf8FromUtf16(name->value) : "";
 }
 
 // --- FAT and exFAT
