@@ -9,7 +9,7 @@
 namespace vx {
 namespace {
 
-// Names that other runs may have left behind.
+// Names that other runs may have left.
 constexpr unsigned kMostNumbers = 10000;
 
 constexpr mode_t kPermissions = 0777;
@@ -39,7 +39,7 @@ FILE *ArrivingFile::Create(int folder, const std::string &name, size_t longest,
         TakeAfter(file, *replaced);
     struct stat made;
     if (fstat(file, &made) == 0)
-        _identity = {static_cast<uint64_t>(made.st_dev), static_cast<uint64_t>(made.st_ino)};
+        _identity = IdentityOf(made);
     FILE *stream = fdopen(file, "w");
     if (stream == nullptr)
         close(file);

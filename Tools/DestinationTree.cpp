@@ -18,11 +18,6 @@ constexpr size_t kUsualLongestName = 255;
 // No error of the system's: a link leads into what is exported.
 constexpr int kLeadsBack = -1;
 
-FileIdentity IdentityOf(const struct stat &file)
-{
-    return {static_cast<uint64_t>(file.st_dev), static_cast<uint64_t>(file.st_ino)};
-}
-
 std::string ReasonFor(int error)
 {
     if (error == kLeadsBack)

@@ -17,14 +17,6 @@ int64_t CountOf(size_t count)
     return static_cast<int64_t>(count);
 }
 
-// "1.2 GiB (1,288,490,188 bytes)"; small sizes are exact as they are.
-std::string BothSizes(int64_t bytes)
-{
-    if (bytes < 1024)
-        return SizeText(bytes);
-    return SizeText(bytes) + " (" + GroupedText(bytes) + " bytes)";
-}
-
 std::string FilesText(int64_t count)
 {
     return CountText(count, "file", "files");
@@ -33,7 +25,7 @@ std::string FilesText(int64_t count)
 void PrintArrived(const ExportReport &report, FILE *stream)
 {
     fprintf(stream, "Exported %s, %s, to %s in %.1f s", FilesText(report.arrivedFiles).c_str(),
-            BothSizes(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str(),
+            ExactSizeText(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str(),
             report.copySeconds);
     // The speed of an instant says nothing.
     if (report.copySeconds >= 0.1)

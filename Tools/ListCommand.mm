@@ -2,7 +2,7 @@
 
 #import "EntryText.h"
 #include "ExitStatus.h"
-#include "NumberText.h"
+#include "ObstacleText.h"
 #include "TerminalText.h"
 #include "Unicode.h"
 #import "Utf16Text.h"
@@ -48,22 +48,6 @@ std::string RoundedSize(int64_t size)
 std::string ShownFolder(const std::u16string &path)
 {
     return TerminalText(path.empty() ? std::u16string(u"/") : path);
-}
-
-std::string IncompleteText(const VolumeListingReport &report)
-{
-    const auto missing = static_cast<int64_t>(report.missingEntries);
-    if (missing == 0)
-        return "this folder is incomplete: entries are missing: ";
-    return "this folder is incomplete: at least " +
-           CountText(missing, "entry is missing: ", "entries are missing: ");
-}
-
-std::string RecoveredText(const VolumeListingReport &report)
-{
-    return "this folder is damaged: " +
-           CountText(static_cast<int64_t>(report.recoveredEntries), "entry was", "entries were") +
-           " found all the same: ";
 }
 
 }  // namespace
@@ -231,10 +215,8 @@ void ListCommand::PrintJson(ListedEntry entry)
 
 void ListCommand::NoteListing(const VolumeListingReport &report, const std::u16string &path)
 {
-    if (!report.isWhole)
-        Fail(IncompleteText(report) + ShownFolder(path));
-    else if (report.recoveredEntries > 0)
-        Fail(RecoveredText(report) + ShownFolder(path));
+    if (!report.isWhole || report.recoveredEntries > 0)
+        Fail(ListingText(report) + ": " + ShownFolder(path));
 }
 
 void ListCommand::NoteOutput()

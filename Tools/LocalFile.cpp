@@ -5,9 +5,13 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 
 namespace vx {
+
+FileIdentity IdentityOf(const struct stat &file)
+{
+    return {static_cast<uint64_t>(file.st_dev), static_cast<uint64_t>(file.st_ino)};
+}
 
 std::string ReasonNotThere(int folder, const std::string &name, int64_t size)
 {

@@ -44,6 +44,11 @@ std::string SizeText(int64_t bytes)
     return Formatted("%.1f %s", size, *unit);
 }
 
+std::string ExactSizeText(int64_t bytes)
+{
+    return bytes < 1024 ? SizeText(bytes) : SizeText(bytes) + " (" + GroupedText(bytes) + " bytes)";
+}
+
 std::string CountText(int64_t count, const char *one, const char *many)
 {
     return GroupedText(count) + " " + (count == 1 ? one : many);

@@ -12,6 +12,9 @@ std::string GroupedText(int64_t number);
 // Binary units: 512 → "512 bytes", 1536 → "1.5 KiB", 5 * 2^30 → "5.0 GiB"
 std::string SizeText(int64_t bytes);
 
+// "1.2 GiB (1,288,490,189 bytes)"; small sizes are exact as they are.
+std::string ExactSizeText(int64_t bytes);
+
 // 1 → "1 file", 2000 → "2,000 files"
 std::string CountText(int64_t count, const char *one, const char *many);
 

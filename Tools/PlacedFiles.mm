@@ -9,11 +9,6 @@
 namespace vx {
 namespace {
 
-FileIdentity IdentityOf(const struct stat &file)
-{
-    return {static_cast<uint64_t>(file.st_dev), static_cast<uint64_t>(file.st_ino)};
-}
-
 // Without the dots and blanks at the ends of names, which some file systems leave out.
 std::string Trimmed(const std::string &path)
 {

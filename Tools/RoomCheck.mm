@@ -13,12 +13,6 @@ namespace {
 // st_blocks counts in these, whatever the file system's own blocks are.
 constexpr int64_t kStatBlock = 512;
 
-std::string RoomText(uint64_t bytes)
-{
-    const auto count = static_cast<int64_t>(bytes);
-    return bytes < 1024 ? SizeText(count) : SizeText(count) + " (" + GroupedText(count) + " bytes)";
-}
-
 }  // namespace
 
 bool RoomCheck::HasRoomFor(NSArray *files, const std::string &shownFolder, std::string *error)
@@ -30,7 +24,8 @@ bool RoomCheck::HasRoomFor(NSArray *files, const std::string &shownFolder, std::
     if (need <= space.freeBytes)
         return true;
     *error = "not enough room on the disk of " + TerminalText(shownFolder) + ": the export needs " +
-             RoomText(need) + ", and " + RoomText(space.freeBytes) +
+             ExactSizeText(static_cast<int64_t>(need)) + ", and " +
+             ExactSizeText(static_cast<int64_t>(space.freeBytes)) +
              " are free; nothing was exported. With --no-space-check it is exported as far as it "
              "fits";
     return false;

@@ -90,7 +90,7 @@ void SourceFiles::AddFile(const std::string &path)
 {
     struct stat found;
     if (stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode))
-        _files.insert({static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)});
+        _files.insert(IdentityOf(found));
 }
 
 void SourceFiles::AddParts(const std::string &image)
@@ -130,15 +130,13 @@ void SourceFiles::AddOpenFiles()
         struct stat found;
         if (entry->d_name[0] != '.' && fstat(atoi(entry->d_name), &found) == 0 &&
             S_ISREG(found.st_mode))
-            _files.insert(
-                {static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)});
+            _files.insert(IdentityOf(found));
     }
 }
 
 bool SourceFiles::Holds(const struct stat &file) const
 {
-    return _files.count({static_cast<uint64_t>(file.st_dev), static_cast<uint64_t>(file.st_ino)}) !=
-           0;
+    return _files.count(IdentityOf(file)) != 0;
 }
 
 }  // namespace vx

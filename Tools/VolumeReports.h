@@ -6,18 +6,13 @@
 // Threads: as the operations of IVolume.
 #pragma once
 
+#include "ByteRange.h"
 #include "VolumeReport.h"
 
 #include <string>
 #include <vector>
 
 namespace vx {
-
-// Bytes of a file: from offset, so many.
-struct ByteRange {
-    uint64_t offset;
-    uint64_t length;
-};
 
 class VolumeReports {
 public:

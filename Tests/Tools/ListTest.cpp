@@ -141,11 +141,12 @@ TEST_F(List, AFolderThatWasNotListedWholeIsAnError)
     const Result result = RunWith(VX_REPORTING, {"--list", "--recursive", "holes"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(PathsIn(result.output), (Paths{"/few", "/few/a", "/found", "/found/b", "/some"}));
-    EXPECT_EQ(result.errors,
-              "volume-export: this folder is incomplete: at least 1,500 entries are missing: /few\n"
-              "volume-export: this folder is damaged: 2 entries were found all the same: /found\n"
-              "volume-export: this folder is incomplete: entries are missing: /some\n"
-              "volume-export: this folder is incomplete: at least 1 entry is missing: /\n");
+    EXPECT_EQ(
+        result.errors,
+        "volume-export: this folder is incomplete: at least 1,500 entries are missing: /few\n"
+        "volume-export: this folder is damaged: 2 entries were found by other records of the disk: /found\n"
+        "volume-export: this folder is incomplete: entries are missing: /some\n"
+        "volume-export: this folder is incomplete: at least 1 entry is missing: /\n");
 }
 
 TEST_F(List, AFolderThatIsNotEnteredIsNoError)
