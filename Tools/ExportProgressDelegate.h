@@ -33,7 +33,7 @@ class ProgressLine;
 // Returns when the worker thread has done its last work.
 - (void)waitForWorker;
 
-// Whether the worker was told to stop before the end.
+// Whether the worker was asked to stop before the end.
 - (BOOL)wasStopped;
 
 @end

@@ -1,4 +1,4 @@
-// What came of an export, and how it is told.
+// What came of an export, and how it is reported. Threads: one at a time.
 #pragma once
 
 #include <cstdint>

@@ -136,10 +136,10 @@ bool ObservedVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t 
 
 bool ObservedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high)
 {
-    const bool told = _volume.QueryFileSize(file, low, high);
-    if (!told)
+    const bool isKnown = _volume.QueryFileSize(file, low, high);
+    if (!isKnown)
         NoteFailure(file);
-    return told;
+    return isKnown;
 }
 
 bool ObservedVolume::CloseHandle(VolumeHandle file)

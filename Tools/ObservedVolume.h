@@ -1,6 +1,6 @@
 // A volume that passes everything on to another one and remembers what the catalogue and the
 // export engine keep silent about: links, folders that are not whole, reads that failed, sizes that
-// could not be told, and whether the disk is still there.
+// are not known, and whether the disk is still there.
 //
 // Ownership: borrows the other volume and its reports, which must outlive it.
 // Threads: as the other volume allows; what is remembered is guarded by a lock.
@@ -34,7 +34,7 @@ public:
     bool IsLink(const std::u16string &path) const;
     // Why the entry's data cannot be had; asks the library.
     VolumeObstacle ObstacleOf(const std::u16string &path) const;
-    // Whether, at any time, part of the file could not be read or its size could not be told.
+    // Whether, at any time, part of the file could not be read or its size is not known.
     bool ReadFailed(const std::u16string &path) const;
     // What the reads of the file could not read, as of its last closing.
     std::vector<ByteRange> UnreadRangesOf(const std::u16string &path) const;

@@ -155,11 +155,11 @@ void CarefulReader::GoOn(const BadRun &run) const
     }
     const uint64_t last = std::min(SectorBelow(_size - 1), NextBegin(run.end) - kSector);
     const uint64_t tried = std::min(run.end + Stride(run.end - run.begin) - kSector, last);
-    const uint64_t behind = std::min(tried + kSector, _size);
-    if (IsReadable(tried, behind))
+    const uint64_t after = std::min(tried + kSector, _size);
+    if (IsReadable(tried, after))
         Remember({run.begin, EndOfRun(run.end, tried), false});
     else if (!IsGone())
-        Remember({run.begin, behind, true});
+        Remember({run.begin, after, true});
 }
 
 // Where a run ends of which bad is the known end, and good is no more part of it.

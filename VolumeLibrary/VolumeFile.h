@@ -20,7 +20,7 @@ public:
     // Fills the whole buffer: with the file's bytes up to its end, and with zeros in place of what
     // cannot be read and beyond the end. Moves the position by count, but not beyond the end. done
     // receives how many bytes were really read. False if there are such that were not; the next
-    // read goes on behind them.
+    // read goes on after them.
     bool Read(void *buffer, uint32_t count, uint32_t *done) noexcept;
     // The same for a file of which nothing can be read any more; nothing is tried.
     bool GiveUp(void *buffer, uint32_t count, uint32_t *done) noexcept;

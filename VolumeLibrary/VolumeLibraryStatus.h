@@ -46,7 +46,7 @@ enum class VolumeLibraryStatus : int32_t {
     kProtectorNotSupported = 24,   // only protectors that this library cannot use
     kNoProtectorOfThisKind = 25,   // no protector takes the given kind of secret
     kMethodNotSupported = 26,      // an encryption method that is not known
-    kConversionMapDamaged = 27,    // which part is encrypted cannot be told
+    kConversionMapDamaged = 27,    // which part is encrypted is not known
     kConversionNotSupported = 28,  // encryption or decryption stopped in an unreadable state
     kImageTruncated = 29,          // the device ends before the volume does
     kFileSystemDamaged = 30,       // unlocked, but the file system cannot be read

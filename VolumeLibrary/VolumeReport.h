@@ -49,7 +49,7 @@ struct VolumeListingReport {
     // False: entries are missing, for this reason.
     bool isWhole = true;
     VolumeObstacle reason = VolumeObstacle::kNone;
-    // At least so many are missing; 0 where that cannot be told.
+    // At least so many are missing; 0 where that is not known.
     uint64_t missingEntries = 0;
     // So many of those that were listed were found although the folder's own record of them is
     // damaged. They are whole; their folder is not.

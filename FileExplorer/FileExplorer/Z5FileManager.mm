@@ -168,7 +168,7 @@ void releaseOnMainThread(id object)
 }
 
 // Not every platform's thread drops its target when it ends: engine and thread would keep each
-// other for ever. Left to the main thread, which made the reference.
+// other without end. Left to the main thread, which made the reference.
 - (void)letGoOfThread
 {
     if ([NSThread currentThread] == _threadCopyFile)

@@ -76,7 +76,7 @@ Result<std::vector<uint8_t>> ConversionMapReader::readBytes(uint64_t offset, siz
     std::vector<uint8_t> bytes(count);
     Error error = _source.readAt(offset, bytes.data(), count);
     if (error.status == Status::TruncatedImage)
-        return damage("a part of it lies behind the end of the image");
+        return damage("a part of it lies beyond the end of the image");
     if (error)
         return error;
     return bytes;

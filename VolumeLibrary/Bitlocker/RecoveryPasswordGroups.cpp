@@ -70,7 +70,7 @@ void RecoveryPasswordGroups::blame(std::vector<size_t> &groups, size_t group)
         groups.push_back(group);
 }
 
-// Which group is short or long can be told only where the run is meant to be one.
+// Which group is short or long is known only where the run is meant to be one.
 void RecoveryPasswordGroups::takeRun(std::string_view run)
 {
     const size_t other = run.find(kOther);

@@ -1,4 +1,4 @@
-// Kinds of image files, told by their first bytes.
+// Kinds of image files, recognised by their first bytes.
 #pragma once
 
 #include "Bitlocker/ByteView.h"

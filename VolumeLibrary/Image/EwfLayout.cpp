@@ -132,7 +132,7 @@ bool EwfLayoutReader::SetDisk(const uint8_t *description, size_t bytes)
     return true;
 }
 
-// A second table behind another one is its copy, and takes its place if that one is damaged.
+// A second table after another one is its copy, and takes its place if that one is damaged.
 OpenError EwfLayoutReader::TakeTable(const bitlocker::ByteSource &file, const Section &section,
                                      const std::string &name)
 {

@@ -5,7 +5,7 @@
 // disk and the tables of chunks. The images of the older kind, S01 among them, describe the disk in
 // 94 bytes instead of 1052 and have no checksum for the entries of a table.
 //
-// What is checked: every section begins behind the one before and within its file; a table lies in
+// What is checked: every section begins after the one before and within its file; a table lies in
 // its section; numbers are multiplied without overflow. The entries of the tables are not read
 // here. Memory: 48 bytes for a table, of which there may be kMostTables, and 1 MiB for the list of
 // lost sectors.
@@ -33,7 +33,7 @@ struct EwfTable {
 struct EwfLayout {
     uint64_t diskBytes = 0;
     uint32_t chunkBytes = 0;
-    bool hasChecksums = false;     // behind the entries of the tables
+    bool hasChecksums = false;     // after the entries of the tables
     std::vector<EwfTable> tables;  // in the order of their chunks
     uint64_t chunks = 0;           // in all of them
     uint64_t lostSectors = 0;      // that could not be read when the image was made

@@ -4,7 +4,7 @@
 // What is checked: a table of chunks is used once its entries fit their checksum (images of the
 // older kind have none), or those of its copy do; a chunk is read within its file, and unpacked
 // into room for one chunk, whatever the image says about its length. The Adler-32 of a chunk that
-// is not packed lies behind it; that of a packed one is part of its zlib stream.
+// is not packed lies after it; that of a packed one is part of its zlib stream.
 //
 // Some images have files of more than 2 GiB, in which an entry's highest bit is part of the place
 // of a chunk that is not packed. So that is tried where nothing packed is found, and decided by

@@ -129,7 +129,7 @@ bool FatChain::Walk::Take()
 }
 
 // Of two clusters that lead to one the cluster right in front of it has it. exFAT leaves entries of
-// deleted files as they are, so there this cannot be told.
+// deleted files as they are, so there this is not known.
 bool FatChain::Walk::IsOfAnotherChain(uint32_t cluster) const
 {
     const bool isJump = _bytes > 0 && cluster != _previous + 1;

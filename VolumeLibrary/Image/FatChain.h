@@ -17,7 +17,7 @@
 
 namespace vx {
 
-// Where a file or folder lies, as far as that can be told.
+// Where a file or folder lies, as far as that is known.
 struct FatRuns {
     std::vector<Extent> runs;
     // Not kNone: the runs end too early, or the chain does not end where the size does.

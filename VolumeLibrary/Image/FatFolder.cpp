@@ -41,7 +41,7 @@ uint8_t CheckOf(const uint8_t *shortName)
     return sum;
 }
 
-// The upper half of the code page that DOS used in the West; other ones cannot be told apart.
+// The upper half of the code page that DOS used in the West; other ones look the same.
 constexpr char16_t kCodePage437[] =
     u"\u00C7\u00FC\u00E9\u00E2\u00E4\u00E0\u00E5\u00E7\u00EA\u00EB\u00E8\u00EF\u00EE\u00EC\u00C4"
     u"\u00C5\u00C9\u00E6\u00C6\u00F4\u00F6\u00F2\u00FB\u00F9\u00FF\u00D6\u00DC\u00A2\u00A3\u00A5"

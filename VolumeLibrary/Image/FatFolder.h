@@ -2,7 +2,7 @@
 // "..". An entry without a whole long name is shown by its short one, in small letters where the
 // disk says so.
 //
-// What is no entry by all that can be told of it is left out and reported, as damage is that lies
+// What is no entry by all that is known of it is left out and reported, as damage is that lies
 // around it (FolderBytes.h). The size of a file is never shown as more than the volume holds.
 // A node's place is the first cluster; its size holds three flags in the highest bits.
 #pragma once

@@ -51,12 +51,12 @@ Result<Secret> SecretOf(const ImageRequest &request)
 // Without a secret nothing was wrong with the one that was given.
 OpenError FromUnlocking(const bitlocker::Error &error, bool isUnlocking)
 {
-    OpenError told = FromDecryptor(error);
-    const bool wantsSecret = told.status == VolumeLibraryStatus::kNoProtectorOfThisKind ||
-                             told.status == VolumeLibraryStatus::kWrongSecret;
+    OpenError translated = FromDecryptor(error);
+    const bool wantsSecret = translated.status == VolumeLibraryStatus::kNoProtectorOfThisKind ||
+                             translated.status == VolumeLibraryStatus::kWrongSecret;
     if (!isUnlocking && wantsSecret)
-        told.status = VolumeLibraryStatus::kSecretNeeded;
-    return told;
+        translated.status = VolumeLibraryStatus::kSecretNeeded;
+    return translated;
 }
 
 OpenError Decrypt(const ImageRequest &request, Source *volume, Notes *notes)
@@ -137,7 +137,7 @@ std::string CutText(uint64_t missingBytes)
            " before the volume does; what lies there cannot be read";
 }
 
-// What looks like damage was perhaps only not read. What lies behind the end of a volume that is
+// What looks like damage was perhaps only not read. What lies beyond the end of a volume that is
 // complete, though, was looked for there because of damage.
 OpenError WithReadFailure(OpenError error, const NotingSource &volume, bool isCut)
 {
@@ -146,9 +146,9 @@ OpenError WithReadFailure(OpenError error, const NotingSource &volume, bool isCu
                           (failure.status == bitlocker::Status::TruncatedImage && isCut);
     if (error.status != VolumeLibraryStatus::kFileSystemDamaged || !explains)
         return error;
-    OpenError told = FromDecryptor(failure);
-    told.detail = error.detail + ": " + told.detail;
-    return told;
+    OpenError translated = FromDecryptor(failure);
+    translated.detail = error.detail + ": " + translated.detail;
+    return translated;
 }
 
 // A volume, and how many of its bytes the disk or image has.
@@ -185,7 +185,7 @@ OpenError OpenOne(const ImageRequest &request, const Place &place, Notes *notes,
     return {};
 }
 
-// The one that is meant; the end of the list if that cannot be told. A secret can only be meant
+// The one that is meant; the end of the list if that is not known. A secret can only be meant
 // for an encrypted one, or for one of which nothing is known since it cannot be read.
 std::vector<Partition>::const_iterator Choose(const std::vector<Partition> &partitions,
                                               size_t number, bool isUnlocking)

@@ -13,7 +13,7 @@
 namespace vx {
 
 struct ImageRequest {
-    // A path; "#" and a number behind it choose one of the volumes of a disk, unless something
+    // A path; "#" and a number after it choose one of the volumes of a disk, unless something
     // has that name.
     std::string device;
     UnlockKind unlock;

@@ -1,15 +1,16 @@
-// What a disk, a volume or an image holds that this library does not open, so that a person is
-// told its name and the next step. Consulted after everything that opens was looked for.
+// What a disk, a volume or an image holds that this library does not open: its name, and the
+// next step for a person. Consulted after everything that opens was looked for.
 //
 // A kind is recognised by bytes at a fixed place. They are documented publicly: LUKS, "On-Disk
 // Format Specification" 1.2 and LUKS2; ext2 to 4, XFS, swap and md, the documentation of the
 // Linux kernel; Btrfs, "On-disk Format"; LVM2, lvm(8) and its label; HFS Plus, Apple Technical
 // Note 1150; APFS, "Apple File System Reference"; ISO 9660, ECMA-119; UDF, ECMA-167; dynamic
-// disks, the PRIVHEAD of the Logical Disk Manager as the Linux kernel describes it; ReFS is told
-// by FileSystemKind. tar, POSIX.1 ustar; ZIP, APPNOTE; gzip, RFC 1952; zstd, RFC 8878; xz, bzip2,
-// 7z, RAR and LZ4, the notes on their formats; VHDX, [MS-VHDX]; QCOW and VDI, the documentation
-// of QEMU; WIM, Microsoft's "Windows Imaging File Format"; AFF4, "AFF4 Standard" 1.0; L01, Lx01
-// and Ex01, the "Expert Witness Compression Format" papers; dmg, the trailer "koly" of UDIF.
+// disks, the PRIVHEAD of the Logical Disk Manager as the Linux kernel describes it; ReFS is
+// recognised by FileSystemKind. tar, POSIX.1 ustar; ZIP, APPNOTE; gzip, RFC 1952; zstd, RFC 8878;
+// xz, bzip2, 7z, RAR and LZ4, the notes on their formats; VHDX, [MS-VHDX]; QCOW and VDI, the
+// documentation of QEMU; WIM, Microsoft's "Windows Imaging File Format"; AFF4, "AFF4 Standard" 1.0;
+// L01, Lx01 and Ex01, the "Expert Witness Compression Format" papers; dmg, the trailer "koly" of
+// UDIF.
 //
 // Threads: any. Errors: what cannot be read is not recognised.
 #pragma once
@@ -45,7 +46,7 @@ struct KnownContents {
     static const KnownContents *FindContainer(bitlocker::ByteView head);
 };
 
-// Of partitions that are told by their type and not by what they hold.
+// Of partitions that are recognised by their type and not by what they hold.
 extern const KnownContents kPartOfDynamicDisk;
 extern const KnownContents kPartOfStorageSpaces;
 

@@ -65,7 +65,7 @@ OpenError ReadGeometry(const uint8_t *sector, NtfsGeometry *geometry)
     return {};
 }
 
-// A copy lies behind the sectors that it counts, so that one of another volume on the same disk is
+// A copy lies after the sectors that it counts, so that one of another volume on the same disk is
 // not taken for it.
 bool IsBackupAt(uint64_t place, const uint8_t *sector)
 {

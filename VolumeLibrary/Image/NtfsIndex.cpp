@@ -119,7 +119,7 @@ void NtfsIndex::Descend(uint64_t block)
     NoteTrouble(VolumeObstacle::kDamaged);
 }
 
-// Goes to the next entry that stands for a file; false behind the last one.
+// Goes to the next entry that stands for a file; false after the last one.
 bool NtfsIndex::StepToEntry()
 {
     while (!_path.empty()) {

@@ -44,7 +44,7 @@ public:
     NtfsReference File() const;
     // Nothing if the entry is damaged.
     std::optional<NtfsIndexName> Name() const;
-    // False if there is no good entry behind the present one.
+    // False if there is no good entry after the present one.
     bool Advance();
 
 private:

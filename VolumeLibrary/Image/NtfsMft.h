@@ -23,7 +23,7 @@ public:
                           std::unique_ptr<NtfsMft> *mft, std::vector<std::string> *notes);
 
     const NtfsGeometry &Geometry() const { return _geometry; }
-    // Where the records lie, one behind the other.
+    // Where the records lie, one after the other.
     const FileExtents &Table() const { return _table; }
     // Nothing if the record is damaged, unused, or another one now has its number; trouble then
     // receives kUnreadable or kDamaged.

@@ -97,7 +97,7 @@ size_t NtfsRecord::FirstOffset() const
     return Little16(_bytes.data() + kAttributesAt);
 }
 
-// 0 behind the last attribute, and where one does not lie in the record.
+// 0 after the last attribute, and where one does not lie in the record.
 size_t NtfsRecord::LengthAt(size_t offset) const
 {
     if (offset + kResidentBytes > _bytes.size() || Little32(_bytes.data() + offset) == kEnd)

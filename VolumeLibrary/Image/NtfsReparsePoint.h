@@ -30,7 +30,7 @@ public:
     // Whether a file of this kind may be empty, and nothing is missing then.
     bool MayBeEmpty() const;
     // Where a link leads, as the disk has it: zero-terminated, cut to the capacity in units;
-    // empty if that is not told.
+    // empty if that is not known.
     void CopyTarget(char16_t *target, size_t capacity) const;
 
 private:

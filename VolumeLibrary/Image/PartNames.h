@@ -27,7 +27,7 @@ public:
 
     // How many of them there are without a gap, from the first one on.
     size_t CountWithoutGap() const;
-    // Whether there is one behind the gap that follows number parts.
+    // Whether there is one after the gap that follows number parts.
     bool ExistsBehind(size_t number) const;
 
 private:

@@ -10,7 +10,7 @@ namespace vx {
 struct VmdkShortfall {
     bool isOfTables = false;    // the file ends before its tables do
     bool isPacked = false;      // its pieces are compressed
-    uint64_t missingBytes = 0;  // of the disk, behind the end of the file
+    uint64_t missingBytes = 0;  // of the disk, beyond the end of the file
 };
 
 // shortfall receives what the file lacks, by the tables of the header's first directory. Each byte
