@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <list>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 
 #include "OrdinaryUser.h"
@@ -209,4 +211,26 @@ TEST_F(LocalFileOpening, TheDescriptorIsNotHandedToOtherPrograms)
         EXPECT_EQ(fcntl(fileno(file), F_GETFL) & O_NONBLOCK, 0);
         fclose(file);
     }
+}
+
+// What stands there when it is looked at need not be what is opened then.
+TEST_F(LocalFileOpening, AFileThatTheProcessReadsStaysThoughItIsExchangedForAnotherOne)
+{
+    constexpr int kTimes = 4000;
+    const Open reading(folder.WriteFile("read", "original"), O_RDONLY);
+    folder.WriteFile("a", "old");
+    std::atomic<bool> isOver{false};
+    std::thread exchanging([&] {
+        while (!isOver) {
+            link(folder.At("read").c_str(), folder.At("name").c_str());
+            rename(folder.At("name").c_str(), folder.At("a").c_str());
+            folder.WriteFile("ordinary", "old");
+            rename(folder.At("ordinary").c_str(), folder.At("a").c_str());
+        }
+    });
+    for (int i = 0; i < kTimes && folder.ReadFile("read") == "original"; ++i)
+        write("a");
+    isOver = true;
+    exchanging.join();
+    EXPECT_EQ(folder.ReadFile("read"), "original");
 }

@@ -1,5 +1,6 @@
 // Folders of NTFS whose index is damaged: what it still gives is listed, and what it does not is
 // found by the files' own records.
+#include "CountingSource.h"
 #include "Image/NtfsIndexBlock.h"
 #include "NtfsWriter.h"
 #include "OpenSource.h"
@@ -401,23 +402,6 @@ TEST_F(NtfsLost, ASecondFolderOfOneNameIsReportedMissing)
     EXPECT_EQ(root.report.missingEntries, 1u);
 }
 
-// Counts the bytes that are read.
-class CountingSource final : public bitlocker::ByteSource {
-public:
-    explicit CountingSource(Source source) : _source(std::move(source)) {}
-    uint64_t size() const override { return _source->size(); }
-    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override
-    {
-        bytes += count;
-        return _source->readAt(offset, buffer, count);
-    }
-
-    mutable uint64_t bytes = 0;
-
-private:
-    const Source _source;
-};
-
 TEST_F(NtfsLost, TheTableIsReadOnceForAllFolders)
 {
     constexpr uint64_t kFolders = 30;
@@ -428,11 +412,11 @@ TEST_F(NtfsLost, TheTableIsReadOnceForAllFolders)
         std::make_shared<CountingSource>(SourceOf({ntfs.Image().begin(), ntfs.Image().end()}));
     const auto opened = NtfsVolumeOf(source);
     EXPECT_EQ(ListWithReport(*opened, u"").names.size(), size_t{kFolders});
-    source->bytes = 0;
+    source->TakeBytes();
     EXPECT_EQ(ListWithReport(*opened, u"/f24").names, Names{u"file"});
     for (uint64_t folder = 25; folder < 24 + kFolders; ++folder)
         EXPECT_FALSE(ListWithReport(*opened, u"/f" + Utf16(std::to_string(folder))).isListed);
-    EXPECT_LE(source->bytes, NtfsWriter::kRecords * kClusterBytes);
+    EXPECT_LE(source->TakeBytes(), NtfsWriter::kRecords * kClusterBytes);
 }
 
 TEST_F(NtfsLost, ATableThatNamesItsClustersAgainAndAgainIsReadAsLongAsTheVolume)
@@ -451,9 +435,9 @@ TEST_F(NtfsLost, ATableThatNamesItsClustersAgainAndAgainIsReadAsLongAsTheVolume)
         std::make_shared<CountingSource>(SourceOf({ntfs.Image().begin(), ntfs.Image().end()}));
     const auto opened = NtfsVolumeOf(source);
     ASSERT_TRUE(opened);
-    source->bytes = 0;
+    source->TakeBytes();
     EXPECT_EQ(ListWithReport(*opened, u"").names, Names{u"file"});
-    EXPECT_LT(source->bytes, 3 * kClusters * kClusterBytes);
+    EXPECT_LT(source->TakeBytes(), 3 * kClusters * kClusterBytes);
 }
 
 }  // namespace

@@ -1,38 +1,15 @@
 // What a volume reads of its source: each folder once, however often its files are opened. The
 // folders are larger together than the blocks that are kept in memory, so that a second pass
 // over one of them would show.
+#include "CountingSource.h"
 #include "OpenSource.h"
 #include "TestImage.h"
 
 #include "Bitlocker/FileByteSource.h"
 #include "Image/CachedSource.h"
 
-#include <atomic>
-
 namespace vx {
 namespace {
-
-class CountingSource final : public bitlocker::ByteSource {
-public:
-    explicit CountingSource(std::unique_ptr<bitlocker::ByteSource> source)
-        : _source(std::move(source))
-    {
-    }
-
-    uint64_t size() const override { return _source->size(); }
-    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override
-    {
-        _bytes += count;
-        return _source->readAt(offset, buffer, count);
-    }
-
-    // Since the last call.
-    uint64_t TakeBytes() const { return _bytes.exchange(0); }
-
-private:
-    const std::unique_ptr<bitlocker::ByteSource> _source;
-    mutable std::atomic<uint64_t> _bytes{0};
-};
 
 class ReadCount : public testing::Test {
 protected:
