@@ -103,6 +103,44 @@ TEST_F(Damage, ADiskThatIsGoneStopsTheExportAndLeavesNoFileOfZeros)
     EXPECT_EQ(FilesBelow(_destination), (Files{{"one.bin", Content(10)}, {"three.bin", "old"}}));
 }
 
+TEST_F(Damage, OfADiskThatGoesAwayInTheOnlyReadOfAFileNothingIsDelivered)
+{
+    for (const char *old : {"", "old"}) {
+        if (*old != '\0')
+            _folder.WriteFile("destination/two.bin", old);
+        const Result result = Export("gone-in-small-file");
+        EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(Holds(result.output,
+                          "Stopped, since the disk is gone; what had arrived stays.\n"
+                          "Not kept, since it is incomplete: /two.bin: the rest of it could not be "
+                          "read\n"
+                          "Not copied: 1 file\n"));
+        Files expected = {{"one.bin", Content(10)}};
+        if (*old != '\0')
+            expected["two.bin"] = old;
+        EXPECT_EQ(FilesBelow(_destination), expected);
+    }
+}
+
+TEST_F(Damage, AReadThatGivesTooLittleWithSuccessIsAFailure)
+{
+    const Result result = Export("lacking");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(
+        Holds(result.output,
+              "  /lacking.bin: the volume could not read all of it; the copy is damaged\n"));
+}
+
+TEST_F(Damage, AFileOfAnImpossibleSizeReplacesNothing)
+{
+    _folder.WriteFile("destination/impossible.bin", "old");
+    const Result result = Export("impossible-size");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "  /impossible.bin: the volume gives no valid size for it\n"));
+    EXPECT_EQ(FilesBelow(_destination),
+              (Files{{"impossible.bin", "old"}, {"good.txt", Content(5)}}));
+}
+
 TEST_F(Damage, ADiskThatGoesAwayWhileCopiesAreComparedEndsTheComparison)
 {
     const Result result = Export("gone-later", {"--verify"});

@@ -267,6 +267,27 @@ std::vector<StandInEntry> LargeTree()
             File(u"", u"three.bin", 5 * kMiB)};
 }
 
+std::vector<StandInEntry> GoneInSmallFileTree()
+{
+    StandInEntry gone = File(u"", u"two.bin", 5000);
+    gone.goesAtRead = 1;
+    return {File(u"", u"one.bin", 10), gone, File(u"", u"three.bin", 5)};
+}
+
+std::vector<StandInEntry> ImpossibleSizeTree()
+{
+    StandInEntry impossible = File(u"", u"impossible.bin", 5);
+    impossible.sizeHigh = 0x80000000;
+    return {impossible, File(u"", u"good.txt", 5)};
+}
+
+std::vector<StandInEntry> LackingTree()
+{
+    StandInEntry lacking = File(u"", u"lacking.bin", 5);
+    lacking.lacks = 1;
+    return {lacking, File(u"", u"good.txt", 5)};
+}
+
 std::vector<StandInEntry> OpenedTree()
 {
     return {File(u"", u"opened.txt", 5)};
@@ -296,6 +317,9 @@ constexpr NamedTree kTrees[] = {{"stalling", StallingTree},
                                 {"riddled", RiddledTree},
                                 {"gone", GoneTree},
                                 {"gone-later", GoneLaterTree},
+                                {"gone-in-small-file", GoneInSmallFileTree},
+                                {"impossible-size", ImpossibleSizeTree},
+                                {"lacking", LackingTree},
                                 {"obstacles", ObstacleTree},
                                 {"untagged", UntaggedTree},
                                 {"damaged-folders", DamagedFolderTree},

@@ -90,6 +90,7 @@ bool StandInVolume::ReadFile(VolumeHandle handle, void *buffer, uint32_t count, 
     if (_isGone || file->entry->readsFail)
         return false;
     *done = std::min(count, file->entry->size - file->position);
+    *done -= std::min(*done, file->entry->lacks);
     auto *bytes = static_cast<unsigned char *>(buffer);
     for (uint32_t i = 0; i < *done; ++i)
         bytes[i] = static_cast<unsigned char>((file->position + i) * 7 + file->seed);
@@ -126,7 +127,7 @@ bool StandInVolume::SetFilePosition(VolumeHandle handle, uint32_t *low, uint32_t
 bool StandInVolume::QueryFileSize(VolumeHandle handle, uint32_t *low, uint32_t *high)
 {
     *low = static_cast<File *>(handle)->entry->size;
-    *high = 0;
+    *high = static_cast<File *>(handle)->entry->sizeHigh;
     return true;
 }
 

@@ -21,12 +21,14 @@ struct StandInEntry {
     uint32_t attributes = 0;
     uint32_t listedSize = 0;  // in bytes
     uint32_t size = 0;        // when opened
+    uint32_t sizeHigh = 0;    // the upper half of what is then said of it
     uint32_t reparseTag = 0;
     uint64_t created = 0;  // the three times: 100 ns since 1601
     uint64_t accessed = 0;
     uint64_t modified = 132459588000000000;
     bool opens = true;  // a folder: can be listed
     bool readsFail = false;
+    uint32_t lacks = 0;          // bytes that each read gives too few, with success
     bool changes = false;        // each time it is opened
     int stallsAtRead = 0;        // which read waits, from 1; 0 for none
     bool listingStalls = false;  // a folder
