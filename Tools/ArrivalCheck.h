@@ -43,6 +43,7 @@ private:
     void CheckFile(const Arrival &arrival);
     void CheckArrived(const Arrival &arrival);
     void CheckDamaged(const Arrival &arrival);
+    void NoteName(const Arrival &arrival);
     std::string Difference(const Arrival &arrival, FileComparison::Unread unread);
     std::string DifferenceFrom(const Arrival &arrival, int copy, FileComparison::Unread unread);
     void CountUnreached(NSArray *plan, const std::vector<Arrival> &arrivals);

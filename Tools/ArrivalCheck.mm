@@ -78,13 +78,9 @@ void ArrivalCheck::CheckListing(const std::u16string &path, const std::string &s
 void ArrivalCheck::CheckFiles(NSArray *plan, const std::vector<Arrival> &arrivals)
 {
     CountUnreached(plan, arrivals);
-    for (size_t i = 0; i < arrivals.size(); ++i) {
-        if (WasStopped()) {
-            _report.notCheckedFiles += static_cast<int64_t>(arrivals.size() - i);
-            return;
-        }
+    for (const Arrival &arrival : arrivals) {
         @autoreleasepool {
-            CheckFile(arrivals[i]);
+            CheckFile(arrival);
         }
     }
 }
@@ -99,7 +95,7 @@ void ArrivalCheck::CountUnreached(NSArray *plan, const std::vector<Arrival> &arr
         if (reached.count(entry) != 0)
             continue;
         if (_report.stop != ExportReport::Stop::kNone)
-            ++_report.notCopiedFiles;
+            _report.notCopied.push_back(ShownPathOf(entry));
         else
             Fail(entry, "it was not copied");
     }
@@ -125,24 +121,30 @@ void ArrivalCheck::CheckFile(const Arrival &arrival)
 
 void ArrivalCheck::CheckArrived(const Arrival &arrival)
 {
-    const std::string reason = Difference(arrival, FileComparison::Unread::kIsFailure);
+    const std::string reason =
+        WasStopped() ? "" : Difference(arrival, FileComparison::Unread::kIsFailure);
     // A disk that is gone says nothing about the copy.
     if (WasStopped() && (reason.empty() || _session.Volume().IsGone())) {
-        ++_report.notCheckedFiles;
-        return;
+        _report.notChecked.push_back(_current);
+        return NoteName(arrival);
     }
     if (!reason.empty())
         return Fail(arrival.entry, reason);
     ++_report.arrivedFiles;
     _report.arrivedBytes += arrival.size;
-    if (arrival.isChanged)
-        _report.renamed.push_back({_current, TerminalText(arrival.path)});
+    NoteName(arrival);
 }
 
 void ArrivalCheck::CheckDamaged(const Arrival &arrival)
 {
-    const std::string more = Difference(arrival, FileComparison::Unread::kIsZero);
+    const std::string more =
+        WasStopped() ? "" : Difference(arrival, FileComparison::Unread::kIsZero);
     Fail(arrival.entry, more.empty() ? arrival.reason : arrival.reason + "; " + more);
+    NoteName(arrival);
+}
+
+void ArrivalCheck::NoteName(const Arrival &arrival)
+{
     if (arrival.isChanged)
         _report.renamed.push_back({_current, TerminalText(arrival.path)});
 }

@@ -166,8 +166,8 @@ void ExportCommand::Check(const Plan &plan, NSArray *selected, const Arrivals &a
     check.CheckFolders();
     check.CheckFiles(plan.files, arrivals.All());
     _report.checkSeconds = SecondsSince(start);
-    _report.isVerified = settings.verifies && _report.notCheckedFiles == 0;
-    if (_report.notCheckedFiles > 0)
+    _report.isVerified = settings.verifies && _report.notChecked.empty();
+    if (!_report.notChecked.empty())
         _report.stop = StopRequest::Signal() != 0 ? ExportReport::Stop::kSignal
                                                   : ExportReport::Stop::kDiskGone;
 }

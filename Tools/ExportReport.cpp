@@ -47,7 +47,20 @@ const char *TextOfStop(ExportReport::Stop stop)
     }
 }
 
-void PrintStopped(const ExportReport &report, FILE *stream)
+void PrintCountedFiles(const char *what, const std::vector<std::string> &paths, bool verbose,
+                       FILE *stream)
+{
+    if (paths.empty())
+        return;
+    fprintf(stream, "%s: %s%s\n", what, FilesText(CountOf(paths.size())).c_str(),
+            verbose ? ":" : " (--verbose names them)");
+    if (!verbose)
+        return;
+    for (const std::string &path : paths)
+        fprintf(stream, "  %s\n", path.c_str());
+}
+
+void PrintStopped(const ExportReport &report, bool verbose, FILE *stream)
 {
     if (report.stop == ExportReport::Stop::kNone)
         return;
@@ -55,10 +68,8 @@ void PrintStopped(const ExportReport &report, FILE *stream)
     for (const ExportReport::Failure &unfinished : report.unfinished)
         fprintf(stream, "Not kept, since it is incomplete: %s: %s\n", unfinished.path.c_str(),
                 unfinished.reason.c_str());
-    if (report.notCopiedFiles > 0)
-        fprintf(stream, "Not copied: %s\n", FilesText(report.notCopiedFiles).c_str());
-    if (report.notCheckedFiles > 0)
-        fprintf(stream, "Copied, but not checked: %s\n", FilesText(report.notCheckedFiles).c_str());
+    PrintCountedFiles("Not copied", report.notCopied, verbose, stream);
+    PrintCountedFiles("Copied, but not checked", report.notChecked, verbose, stream);
 }
 
 void PrintRenamed(const ExportReport &report, bool verbose, FILE *stream)
@@ -131,7 +142,7 @@ void PrintReport(const ExportReport &report, bool verbose, FILE *stream)
     PrintRenamed(report, verbose, stream);
     PrintLinks(report, verbose, stream);
     PrintFailures(report, verbose, stream);
-    PrintStopped(report, stream);
+    PrintStopped(report, verbose, stream);
 }
 
 }  // namespace vx

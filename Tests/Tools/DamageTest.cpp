@@ -99,7 +99,7 @@ TEST_F(Damage, ADiskThatIsGoneStopsTheExportAndLeavesNoFileOfZeros)
                       "Stopped, since the disk is gone; what had arrived stays.\n"
                       "Not kept, since it is incomplete: /two.bin: 8,388,608 of 12,582,912 bytes "
                       "had been copied\n"
-                      "Not copied: 2 files\n"));
+                      "Not copied: 2 files (--verbose names them)\n"));
     EXPECT_EQ(FilesBelow(_destination), (Files{{"one.bin", Content(10)}, {"three.bin", "old"}}));
 }
 
@@ -141,14 +141,31 @@ TEST_F(Damage, AFileOfAnImpossibleSizeReplacesNothing)
               (Files{{"impossible.bin", "old"}, {"good.txt", Content(5)}}));
 }
 
+TEST_F(Damage, VerboseNamesTheFilesThatAStoppedExportDidNotComeTo)
+{
+    EXPECT_TRUE(Holds(Export("gone", {"--verbose"}).output,
+                      "Not copied: 2 files:\n  /three.bin\n  /four.bin\n"));
+}
+
 TEST_F(Damage, ADiskThatGoesAwayWhileCopiesAreComparedEndsTheComparison)
 {
     const Result result = Export("gone-later", {"--verify"});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is gone; what had arrived stays.\n"
-                                     "Copied, but not checked: 2 files\n"));
+                                     "Copied, but not checked: 2 files (--verbose names "
+                                     "them)\n"));
     EXPECT_TRUE(Lacks(result.output, "Failed"));
     EXPECT_TRUE(Lacks(result.output, "equal"));
+}
+
+TEST_F(Damage, ADamagedCopyIsNamedEvenIfTheComparisonStopsBeforeIt)
+{
+    const Result result = Export("gone-before-damaged", {"--verify", "--verbose"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "  /damaged.bin: bytes 4096 to 4607 could not be read and "
+                                     "are zero\n"));
+    EXPECT_TRUE(Holds(result.output, "Copied, but not checked: 2 files:\n  /two.bin\n"
+                                     "  /three.bin\n"));
 }
 
 TEST_F(Damage, WhatCannotBeHadIsCountedInALineForEachReason)

@@ -209,6 +209,16 @@ std::vector<StandInEntry> GoneLaterTree()
     return {File(u"", u"one.bin", 10), second, File(u"", u"three.bin", 10)};
 }
 
+// As before, and of a further file the copy lacks a range.
+std::vector<StandInEntry> GoneBeforeDamagedTree()
+{
+    std::vector<StandInEntry> entries = GoneLaterTree();
+    StandInEntry damaged = File(u"", u"damaged.bin", kMiB);
+    damaged.unread = {{4096, 512}};
+    entries.push_back(damaged);
+    return entries;
+}
+
 std::vector<StandInEntry> ObstacleTree()
 {
     StandInEntry here = File(u"", u"here.txt", 5);
@@ -320,6 +330,7 @@ constexpr NamedTree kTrees[] = {{"stalling", StallingTree},
                                 {"gone-in-small-file", GoneInSmallFileTree},
                                 {"impossible-size", ImpossibleSizeTree},
                                 {"lacking", LackingTree},
+                                {"gone-before-damaged", GoneBeforeDamagedTree},
                                 {"obstacles", ObstacleTree},
                                 {"untagged", UntaggedTree},
                                 {"damaged-folders", DamagedFolderTree},

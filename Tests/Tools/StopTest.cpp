@@ -55,8 +55,10 @@ TEST_F(Stop, ThePartialFileIsNamedAndNotKeptAndTheRestCounted)
 {
     ToolRun run(CopyOfTool(kStandIn), StallingExport());
     StopBy(SIGINT, &run);
-    EXPECT_TRUE(Holds(run.Output(), "Not kept, since it is incomplete: /two.bin: 8,388,608 of "
-                                    "12,582,912 bytes had been copied\nNot copied: 1 file\n"));
+    EXPECT_TRUE(Holds(run.Output(),
+                      "Not kept, since it is incomplete: /two.bin: 8,388,608 of "
+                      "12,582,912 bytes had been copied\nNot copied: 1 file (--verbose "
+                      "names them)\n"));
     EXPECT_TRUE(Lacks(run.Output(), "Failed"));
 }
 
@@ -115,7 +117,7 @@ TEST_F(Stop, AComparisonIsStoppedToo)
                                        "--unlock", "none", _stall});
     EXPECT_EQ(StopBy(SIGINT, &run), 128 + SIGINT);
     EXPECT_EQ(FilesBelow(_destination).size(), 2u);
-    EXPECT_TRUE(Holds(run.Output(), "Copied, but not checked: 2 files\n"));
+    EXPECT_TRUE(Holds(run.Output(), "Copied, but not checked: 2 files (--verbose names them)\n"));
     EXPECT_TRUE(Lacks(run.Output(), "equal"));
 }
 
