@@ -159,7 +159,10 @@ void ListCommand::ListEntry(const FolderRecord &record)
     if (isWanted) {
         inside = IsEntered(record) ? Read(_path) : std::nullopt;
         entry.isListable = inside.has_value();
-        entry.listing = inside ? inside->report : VolumeListingReport{false};
+        if (inside)
+            entry.listing = inside->report;
+        else if (!record.IsLink())
+            entry.listing = VolumeListingReport{false};
     }
     Print(entry);
     if (!isWanted || IsOutputLost())

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sstream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace vx {
 namespace {
@@ -58,6 +59,16 @@ TEST_F(JsonList, AFileHasItsTimesAndAttributes)
               "\"attributes\":33,\"attributeNames\":[\"read-only\",\"archive\"],"
               "\"reparse\":null,\"target\":null,"
               "\"exportable\":true,\"reason\":null,\"listing\":null}");
+}
+
+TEST_F(JsonList, ALinkToAFolderHasNoListing)
+{
+    _folder.MakeFolder("volume/inside");
+    ASSERT_EQ(symlink("..", (_volume + "/inside/up").c_str()), 0);
+    const Result result = Run({"--list", "--json", "--recursive", _volume});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(Holds(LineOf(result.output, "/inside/up"),
+                      "\"exportable\":false,\"reason\":\"link\",\"listing\":null}"));
 }
 
 TEST_F(JsonList, AFolderSaysWhetherItWasListedWhole)
