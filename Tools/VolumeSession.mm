@@ -41,14 +41,15 @@ std::unique_ptr<VolumeReports> ReportsOf(const CBitlockerWrapper &library, IVolu
     return reports;
 }
 
-std::vector<std::string> WarningsOf(const CBitlockerWrapper &library)
+// Each begins with the shown name of the volume, which the library's words refer to.
+std::vector<std::string> WarningsOf(const CBitlockerWrapper &library, const std::string &name)
 {
     void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
     if (loaded == nullptr)
         return {};
     std::vector<std::string> warnings;
     for (const std::string &warning : OpenWarnings(loaded))
-        warnings.push_back(TerminalText(warning));
+        warnings.push_back(name + ": " + TerminalText(warning));
     dlclose(loaded);
     return warnings;
 }
@@ -75,7 +76,7 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
         *error = "cannot open " + name + ": the volume library gave no volume (status 0)";
         return false;
     }
-    _warnings = WarningsOf(library);
+    _warnings = WarningsOf(library, name);
     _reports = ReportsOf(library, *opened);
     _volume = std::make_unique<ObservedVolume>(*opened, *_reports);
     _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];

@@ -211,8 +211,9 @@ TEST_F(OpeningTest, TheProgramPrintsALineForEachWarning)
     ASSERT_TRUE(
         RunShell(VX_TOOL " --list " + Quoted(image.Path()) + " 2>" + Quoted(image.At("errors"))));
     EXPECT_EQ(image.Folder().ReadFile("errors"),
-              "volume-export: warning: the image or device ends 3 MiB before the volume does; "
-              "what lies there cannot be read\n");
+              "volume-export: warning: " + image.Path() +
+                  ": the image or device ends 3 MiB before the volume does; "
+                  "what lies there cannot be read\n");
 }
 
 TEST_F(OpeningTest, NothingIsWrittenToTheImage)
