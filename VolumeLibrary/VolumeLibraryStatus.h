@@ -106,7 +106,7 @@ inline const char *VolumeLibraryStatusText(int32_t status)
     case VolumeLibraryStatus::kFileSystemNotSupported:
         return "the file system of the volume is not supported";
     case VolumeLibraryStatus::kSeveralVolumes:
-        return "the disk holds several volumes; choose one";
+        return "the disk holds several volumes; choose one with # and its number after the path";
     case VolumeLibraryStatus::kContainerNotSupported:
         return "the kind of disk image is not supported";
     case VolumeLibraryStatus::kSecretNeeded:

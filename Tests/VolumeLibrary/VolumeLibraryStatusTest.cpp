@@ -43,6 +43,13 @@ TEST(VolumeLibraryStatus, EveryTextCanFollowAColon)
     }
 }
 
+TEST(VolumeLibraryStatus, OfSeveralVolumesItSaysHowOneIsChosen)
+{
+    EXPECT_STREQ(
+        VolumeLibraryStatusText(static_cast<int32_t>(VolumeLibraryStatus::kSeveralVolumes)),
+        "the disk holds several volumes; choose one with # and its number after the path");
+}
+
 TEST(VolumeLibraryStatus, AnUnknownNumberHasATextToo)
 {
     EXPECT_STREQ(VolumeLibraryStatusText(12345),
