@@ -103,7 +103,7 @@ std::string ListingText(const VolumeListingReport &listing)
                          "entries were") +
                " found by other records of the disk";
     if (listing.missingEntries == 0)
-        return "this folder is incomplete: entries are missing";
+        return "this folder is damaged: entries may be missing";
     return "this folder is incomplete: at least " +
            CountText(static_cast<int64_t>(listing.missingEntries), "entry is", "entries are") +
            " missing";

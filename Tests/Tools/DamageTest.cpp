@@ -229,6 +229,13 @@ TEST_F(Damage, AFolderThatIsNotWholeIsAFailureWithWhatIsMissing)
     EXPECT_EQ(FilesBelow(_destination).size(), 3u);
 }
 
+TEST_F(Damage, OfAFolderThatLostNothingCertainEntriesMayBeMissing)
+{
+    const Result result = RunWith(VX_REPORTING, {"--to", _destination, "holes"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "  /some: this folder is damaged: entries may be missing\n"));
+}
+
 TEST_F(Damage, AFolderThatWasNotAskedForIsNotMissed)
 {
     EXPECT_EQ(Export("damaged-folders", {"/whole"}).status, 0);

@@ -145,7 +145,7 @@ TEST_F(List, AFolderThatWasNotListedWholeIsAnError)
         result.errors,
         "volume-export: this folder is incomplete: at least 1,500 entries are missing: /few\n"
         "volume-export: this folder is damaged: 2 entries were found by other records of the disk: /found\n"
-        "volume-export: this folder is incomplete: entries are missing: /some\n"
+        "volume-export: this folder is damaged: entries may be missing: /some\n"
         "volume-export: this folder is incomplete: at least 1 entry is missing: /\n");
 }
 
