@@ -11,7 +11,7 @@
 namespace vx {
 
 // path: of the first file. files receives all of them, in order, and layout what they hold, when
-// there is no error. A file must be a regular one; only kMostOpen of FilePool are open at a time.
+// there is no error. A file must be a regular one; only some are open at a time (FilePool.h).
 // Errors, each with the file named: kImageTruncated if one is missing or ends early,
 // kPermissionDenied if one may not be read, kContainerNotSupported if path is that of a later one,
 // kReadFailed.

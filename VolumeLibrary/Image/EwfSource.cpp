@@ -178,8 +178,10 @@ bitlocker::Error EwfSource::FindEntries(const EwfTable &table, uint64_t *entries
         else if (table.copyAt != 0 && !CheckEntries(table, table.copyAt))
             which = Entries::kCopy;
         else {
+            // Another thread may have read it meanwhile.
+            Entries unknown = Entries::kUnknown;
             if (++_tableFailures[index] >= kMostTries)
-                which = Entries::kLost;
+                which.compare_exchange_strong(unknown, Entries::kLost);
             return error;
         }
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <utility>
 
@@ -31,6 +32,15 @@ bitlocker::Error Identify(const std::string &path, Identity *identity)
         return bitlocker::systemError(errno, "open " + path);
     *identity = {found.st_dev, found.st_ino, found.st_size, found.st_mtime};
     return {};
+}
+
+size_t HalfOfTheDescriptors()
+{
+    rlimit limit = {};
+    constexpr rlim_t kEnough = 1 << 16;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return 0;
+    return static_cast<size_t>(std::min(limit.rlim_cur, kEnough) / 2);
 }
 
 }  // namespace
@@ -97,6 +107,8 @@ std::shared_ptr<FilePool> FilePool::Make()
     return std::shared_ptr<FilePool>(new FilePool);
 }
 
+FilePool::FilePool() : _mostOpen(std::max(kLeastOpen, HalfOfTheDescriptors())) {}
+
 bitlocker::Result<std::shared_ptr<const bitlocker::ByteSource>>
 FilePool::Open(const std::string &path)
 {
@@ -121,7 +133,7 @@ FilePool::Handle FilePool::Find(const File *owner)
 void FilePool::Keep(const File *owner, Handle handle)
 {
     const MutexLock lock(_mutex);
-    if (_places.size() < kMostOpen) {
+    if (_places.size() < _mostOpen) {
         _places.push_back({owner, std::move(handle), ++_uses});
         return;
     }

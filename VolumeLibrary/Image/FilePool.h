@@ -1,5 +1,6 @@
 // The files of an image of many parts, of which only some are open at a time: there may be more
-// parts than a process may have open files.
+// parts than a process may have open files. Half of those may be parts, and kLeastOpen in any case.
+// A part that is open cannot be taken for the target of an export in the same process.
 //
 // A file that was closed meanwhile is opened again when it is read, and must be the one that it
 // was: the same device, inode, size and time of the last write. Descriptors are closed when another
@@ -19,7 +20,7 @@ namespace vx {
 
 class FilePool : public std::enable_shared_from_this<FilePool> {
 public:
-    static constexpr size_t kMostOpen = 64;
+    static constexpr size_t kLeastOpen = 16;
 
     static std::shared_ptr<FilePool> Make();
 
@@ -39,11 +40,12 @@ private:
         uint64_t lastUse = 0;
     };
 
-    FilePool() = default;
+    FilePool();
     Handle Find(const File *owner);
     void Keep(const File *owner, Handle handle);
     void Forget(const File *owner);
 
+    const size_t _mostOpen;
     Mutex _mutex;
     std::vector<Place> _places VX_GUARDED_BY(_mutex);
     uint64_t _uses VX_GUARDED_BY(_mutex) = 0;

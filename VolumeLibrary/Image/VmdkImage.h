@@ -6,8 +6,8 @@
 // named once only. A snapshot is refused with the name of its parent, since what it does not hold
 // itself would read as zeros.
 //
-// Memory: of the text 1 MiB at most, and 4096 extents. At most kMostOpen of FilePool files are open
-// at a time.
+// Memory: of the text 1 MiB at most, and 4096 extents. Of its files only some are open at a time
+// (FilePool.h).
 #pragma once
 
 #include "Bitlocker/ByteSource.h"
