@@ -132,6 +132,8 @@ void ArrivalCheck::CheckArrived(const Arrival &arrival)
         return Fail(arrival.entry, reason);
     ++_report.arrivedFiles;
     _report.arrivedBytes += arrival.size;
+    if (_report.stop == ExportReport::Stop::kDiskGone)
+        _report.arrived.push_back(_current);
     NoteName(arrival);
 }
 

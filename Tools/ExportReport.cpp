@@ -47,13 +47,21 @@ const char *TextOfStop(ExportReport::Stop stop)
     }
 }
 
+// Follows the count of what is named only by --verbose.
+const char *EndOfCount(size_t count, bool verbose)
+{
+    if (verbose)
+        return ":";
+    return count == 1 ? " (--verbose names it)" : " (--verbose names them)";
+}
+
 void PrintCountedFiles(const char *what, const std::vector<std::string> &paths, bool verbose,
                        FILE *stream)
 {
     if (paths.empty())
         return;
     fprintf(stream, "%s: %s%s\n", what, FilesText(CountOf(paths.size())).c_str(),
-            verbose ? ":" : " (--verbose names them)");
+            EndOfCount(paths.size(), verbose));
     if (!verbose)
         return;
     for (const std::string &path : paths)
@@ -65,6 +73,8 @@ void PrintStopped(const ExportReport &report, bool verbose, FILE *stream)
     if (report.stop == ExportReport::Stop::kNone)
         return;
     fputs(TextOfStop(report.stop), stream);
+    // Nobody can look at the disk again to see what it had.
+    PrintCountedFiles("Arrived", report.arrived, true, stream);
     for (const ExportReport::Failure &unfinished : report.unfinished)
         fprintf(stream, "Not kept, since it is incomplete: %s: %s\n", unfinished.path.c_str(),
                 unfinished.reason.c_str());
@@ -104,7 +114,7 @@ void PrintCounted(const ExportReport &report, bool verbose, FILE *stream)
         const std::vector<std::string> &paths = kind.second;
         fprintf(stream, "  %s%s\n",
                 CountedText(kind.first.first, kind.first.second, CountOf(paths.size())).c_str(),
-                verbose ? ":" : " (--verbose names them)");
+                EndOfCount(paths.size(), verbose));
         if (!verbose)
             continue;
         for (const std::string &path : paths)

@@ -38,6 +38,7 @@ struct ExportReport {
     std::vector<std::string> links;                    // not followed, as they may be shown
     std::vector<Renamed> renamed;                      // arrived under another name
     Stop stop = Stop::kNone;
+    std::vector<std::string> arrived;     // named where the disk went away, as shown
     std::vector<Failure> unfinished;      // what was being copied when it stopped: one or none
     std::vector<std::string> notCopied;   // that the stopped export did not come to, as shown
     std::vector<std::string> notChecked;  // that a stopped check did not come to, as shown

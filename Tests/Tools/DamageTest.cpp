@@ -97,6 +97,8 @@ TEST_F(Damage, ADiskThatIsGoneStopsTheExportAndLeavesNoFileOfZeros)
     EXPECT_TRUE(Holds(result.output, "Exported 1 file, 10 bytes"));
     EXPECT_TRUE(Holds(result.output,
                       "Stopped, since the disk is gone; what had arrived stays.\n"
+                      "Arrived: 1 file:\n"
+                      "  /one.bin\n"
                       "Not kept, since it is incomplete: /two.bin: 8,388,608 of 12,582,912 bytes "
                       "had been copied\n"
                       "Not copied: 2 files (--verbose names them)\n"));
@@ -112,9 +114,11 @@ TEST_F(Damage, OfADiskThatGoesAwayInTheOnlyReadOfAFileNothingIsDelivered)
         EXPECT_EQ(result.status, 1);
         EXPECT_TRUE(Holds(result.output,
                           "Stopped, since the disk is gone; what had arrived stays.\n"
+                          "Arrived: 1 file:\n"
+                          "  /one.bin\n"
                           "Not kept, since it is incomplete: /two.bin: the rest of it could not be "
                           "read\n"
-                          "Not copied: 1 file\n"));
+                          "Not copied: 1 file (--verbose names it)\n"));
         Files expected = {{"one.bin", Content(10)}};
         if (*old != '\0')
             expected["two.bin"] = old;
@@ -176,10 +180,10 @@ TEST_F(Damage, WhatCannotBeHadIsCountedInALineForEachReason)
                       "Failed: 7\n"
                       "  2 files are packed by Windows and cannot be read yet (--verbose names "
                       "them)\n"
-                      "  1 file is only in the cloud (--verbose names them)\n"
-                      "  1 folder is only in the cloud (--verbose names them)\n"
+                      "  1 file is only in the cloud (--verbose names it)\n"
+                      "  1 folder is only in the cloud (--verbose names it)\n"
                       "  1 file is encrypted by Windows on its own (EFS) and cannot be read "
-                      "(--verbose names them)\n"
+                      "(--verbose names it)\n"
                       "  /closed.txt: the volume cannot open it\n"
                       "  /contradictory.txt: what the disk says of it contradicts itself; the copy "
                       "is damaged\n"));

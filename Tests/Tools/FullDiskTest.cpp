@@ -81,7 +81,7 @@ TEST_F(FullDisk, ADiskThatRunsFullStopsTheExportAndNothingIncompleteStays)
     EXPECT_TRUE(Holds(result.output, "  /two.bin: could not be written after 2,097,152 of "
                                      "5,242,880 bytes: the disk is full\n"));
     EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is full; what is complete stays.\n"
-                                     "Not copied: 1 file (--verbose names them)\n"));
+                                     "Not copied: 1 file (--verbose names it)\n"));
     const Files files = FilesBelow(_destination);
     EXPECT_EQ(files.size(), 3u);
     EXPECT_EQ(files.at("one.bin").size(), 5 * kMiB);

@@ -58,7 +58,7 @@ TEST_F(Stop, ThePartialFileIsNamedAndNotKeptAndTheRestCounted)
     EXPECT_TRUE(Holds(run.Output(),
                       "Not kept, since it is incomplete: /two.bin: 8,388,608 of "
                       "12,582,912 bytes had been copied\nNot copied: 1 file (--verbose "
-                      "names them)\n"));
+                      "names it)\n"));
     EXPECT_TRUE(Lacks(run.Output(), "Failed"));
 }
 
