@@ -21,6 +21,7 @@ constexpr uint8_t kVolumeLabel = 0x08;
 constexpr uint8_t kLongNamePart = 0x0F;
 constexpr uint8_t kAttributes = 0x3F;
 constexpr uint8_t kLastPart = 0x40;
+constexpr unsigned kPartNumber = 0x1F;
 constexpr unsigned kMostParts = 20;
 constexpr size_t kPartBytes = 26;
 constexpr size_t kShortBytes = 11;
@@ -137,6 +138,7 @@ Step FatFolder::Next(FolderEntry *entry)
         case FolderBytes::Step::kError:
             return Step::kError;
         case FolderBytes::Step::kEnd:
+            TakeEnd();
             return Step::kEnd;
         case FolderBytes::Step::kGap:
             TakeGap();
@@ -145,12 +147,12 @@ Step FatFolder::Next(FolderEntry *entry)
             break;
         }
         if (_entry[0] == kDeleted) {
-            _longName.reset();
+            DropName();
         } else if ((_entry[11] & kAttributes) == kLongNamePart) {
             TakeNamePart();
         } else {
             const bool isShown = TakeFile(entry);
-            _longName.reset();
+            DropName();
             if (isShown)
                 return Step::kEntry;
         }
@@ -172,31 +174,63 @@ FolderBytes::Step FatFolder::NextEntry()
 void FatFolder::TakeGap()
 {
     constexpr unsigned kEntriesOfGap = FolderBytes::kSectorBytes / FolderBytes::kEntryBytes;
-    if (_longName && _longName->next < kEntriesOfGap)
+    if (_longName && !_isNameBeyondEnd && _longName->next < kEntriesOfGap)
         _bytes.Damage().Lose();
+    DropName();
+}
+
+// The entry that the last long name has come for is missing.
+void FatFolder::TakeEnd()
+{
+    if (HasNameParts() && !_isNameBeyondEnd)
+        _bytes.Damage().Lose();
+    DropName();
+}
+
+void FatFolder::DropName()
+{
     _longName.reset();
+    _isNameTorn = false;
+}
+
+void FatFolder::TearName()
+{
+    _longName.reset();
+    _isNameTorn = true;
+}
+
+// Whether more of the name that has begun is to follow, and this part may belong to it.
+bool FatFolder::IsAmidName() const
+{
+    return _longName && _longName->next != 0 && _longName->check == _entry[13];
 }
 
 void FatFolder::TakeNamePart()
 {
-    const unsigned number = _entry[0] & 0x1F;
-    if ((_entry[0] & kLastPart) != 0) {
-        _longName.reset();
-        if (number == 0 || number > kMostParts)
-            return;
-        _longName = LongName{std::vector<uint8_t>(number * kPartBytes), _entry[13], number};
-    }
+    const unsigned number = _entry[0] & kPartNumber;
+    const bool begins = (_entry[0] & kLastPart) != 0;
+    if (begins && !IsAmidName())
+        BeginName(number);
+    else if (begins || !IsAmidName() || number != _longName->next)
+        TearName();
+    _isNameBeyondEnd = _bytes.IsBeyondEnd();
     if (!_longName)
         return;
-    if (number == 0 || number != _longName->next || _entry[13] != _longName->check) {
-        _longName.reset();
-        return;
-    }
     uint8_t *part = _longName->units.data() + (number - 1) * kPartBytes;
     std::memcpy(part, _entry.data() + 1, 10);
     std::memcpy(part + 10, _entry.data() + 14, 12);
     std::memcpy(part + 22, _entry.data() + 28, 4);
     --_longName->next;
+}
+
+// The entry of a name that came before is missing.
+void FatFolder::BeginName(unsigned parts)
+{
+    TakeEnd();
+    if (parts == 0 || parts > kMostParts)
+        TearName();
+    else
+        _longName = LongName{std::vector<uint8_t>(parts * kPartBytes), _entry[13], parts};
 }
 
 // False for an entry that is not shown.
@@ -208,24 +242,30 @@ bool FatFolder::TakeFile(FolderEntry *entry)
     }
     if (IsDots(_entry) || !IsPlausible())
         return false;
-    entry->name = NameOfEntry();
+    const auto longName = LongNameOfEntry();
+    entry->name = longName.value_or(ShortName(_entry));
     FatNode node;
     node.isFolder = (_entry[11] & kVolumeAttributeDirectory) != 0;
     node.firstCluster = FirstClusterOf(_entry, _geometry.kind);
     node.size = node.isFolder ? 0 : Little32(_entry.data() + 28);
     node.written = node.size;
     entry->node = node.Pack();
-    if (!IsEntryName(entry->name)) {
-        _bytes.Damage().Lose();
-        return false;
-    }
-    return true;
+    FolderDamage &damage = _bytes.Damage();
+    const bool isShown = IsEntryName(entry->name);
+    if (!isShown)
+        damage.Lose();
+    else if (_bytes.IsBeyondEnd() || (HasNameParts() && !longName))
+        damage.Recover();
+    else
+        damage.Resume();
+    return isShown;
 }
 
-// A label has no size: this is a file of which the attributes are damaged.
+// A label has no size and no long name: this is a file of which the attributes are damaged.
 void FatFolder::TakeLabel()
 {
-    if (Little32(_entry.data() + 28) != 0 && !_bytes.IsBeyondEnd())
+    const bool isFile = HasNameParts() || Little32(_entry.data() + 28) != 0;
+    if (isFile && !_bytes.IsBeyondEnd())
         _bytes.Damage().Lose();
 }
 
@@ -242,21 +282,15 @@ bool FatFolder::IsPlausible()
             damage.Lose();
         return false;
     }
-    if (isBeyondEnd)
-        damage.Recover();
-    else
-        damage.Resume();
     return true;
 }
 
-std::string FatFolder::NameOfEntry() const
+std::optional<std::string> FatFolder::LongNameOfEntry() const
 {
-    if (_longName && _longName->next == 0 && _longName->check == CheckOf(_entry.data())) {
-        std::string name = Wtf8FromUtf16(UnitsOf(_longName->units));
-        if (IsEntryName(name))
-            return name;
-    }
-    return ShortName(_entry);
+    if (!_longName || _longName->next != 0 || _longName->check != CheckOf(_entry.data()))
+        return std::nullopt;
+    std::string name = Wtf8FromUtf16(UnitsOf(_longName->units));
+    return IsEntryName(name) ? std::optional(std::move(name)) : std::nullopt;
 }
 
 void FatFolder::Describe(VolumeFindData *record) const

@@ -1,9 +1,11 @@
 // Reads a folder of FAT12, FAT16 or FAT32. Left out are deleted entries, volume labels, "." and
-// "..". An entry without a whole long name is shown by its short one, in small letters where the
+// "..". An entry without a long name is shown by its short one, in small letters where the
 // disk says so.
 //
 // What is no entry by all that is known of it is left out and reported, as damage is that lies
-// around it (FolderBytes.h). The size of a file is never shown as more than the volume holds.
+// around it (FolderBytes.h). An entry whose long name is damaged is shown by its short one, and
+// reported; parts of a long name that belong to no entry are reported as a missing one, unless a
+// deleted entry follows them. The size of a file is never shown as more than the volume holds.
 // A node's place is the first cluster; its size holds three flags in the highest bits.
 #pragma once
 
@@ -51,11 +53,17 @@ private:
 
     FolderBytes::Step NextEntry();
     void TakeGap();
+    void TakeEnd();
+    void DropName();
     void TakeNamePart();
+    void BeginName(unsigned parts);
+    void TearName();
+    bool IsAmidName() const;
     bool TakeFile(FolderEntry *entry);
     void TakeLabel();
     bool IsPlausible();
-    std::string NameOfEntry() const;
+    std::optional<std::string> LongNameOfEntry() const;
+    bool HasNameParts() const { return _longName || _isNameTorn; }
 
     FolderBytes _bytes;
     const FatGeometry &_geometry;
@@ -63,6 +71,8 @@ private:
     bool _hasBegun = false;
     FolderBytes::Entry _entry = {};
     std::optional<LongName> _longName;
+    bool _isNameTorn = false;       // parts came that make no name
+    bool _isNameBeyondEnd = false;  // an entry that says that none follows came before its parts
 };
 
 }  // namespace vx
