@@ -12,6 +12,9 @@ namespace {
 
 using Step = VolumeListing::Step;
 
+constexpr uint8_t kAllocation = 0x81;
+constexpr uint8_t kUpperCase = 0x82;
+constexpr uint8_t kLabel = 0x83;
 constexpr uint8_t kFile = 0x85;
 constexpr uint8_t kStream = 0xC0;
 constexpr uint8_t kName = 0xC1;
@@ -46,7 +49,7 @@ Step ExfatFolder::TakeSet()
         if (step == FolderBytes::Step::kError)
             return Step::kError;
         if (step == FolderBytes::Step::kEnd)
-            return _set.empty() ? Step::kEnd : Step::kEntry;
+            return TakeEnd();
         _hasNext = step == FolderBytes::Step::kEntry;
         const bool belongs = _hasNext && (_next[0] & kBelongsToFile) == kBelongsToFile;
         if (!_set.empty() && (!belongs || _set.size() == kMostEntries))
@@ -66,13 +69,24 @@ Step ExfatFolder::TakeSet()
 // sign of damage.
 void ExfatFolder::TakeOther()
 {
-    constexpr uint8_t kKnown[] = {0x81, 0x82, 0x83};  // allocation, upper case, label
+    constexpr uint8_t kKnown[] = {kAllocation, kUpperCase, kLabel};
     const bool isInUse = (_next[0] & kIsInUse) != 0;
     const bool isPart = (_next[0] & kBelongsToFile) == kBelongsToFile;
     const bool isKnown = std::count(std::begin(kKnown), std::end(kKnown), _next[0]) != 0 ||
                          (!isPart && (_next[0] & kMayBeUnknown) != 0);
     if (isInUse && !isKnown)
         _bytes.Damage().Lose();
+    _hasAllocation = _hasAllocation || _next[0] == kAllocation;
+    _hasUpperCase = _hasUpperCase || _next[0] == kUpperCase;
+}
+
+Step ExfatFolder::TakeEnd()
+{
+    if (!_set.empty())
+        return Step::kEntry;
+    if (_isRoot && (!_hasAllocation || !_hasUpperCase))
+        _bytes.Damage().Note(VolumeObstacle::kDamaged);
+    return Step::kEnd;
 }
 
 bool ExfatFolder::FitsChecksum() const

@@ -4,6 +4,9 @@
 // A set whose checksum does not hold is shown if its parts make a name and a place, and reported;
 // so is a set after an entry that says that none follows. Parts that belong to no set, and sets of
 // which nothing can be made, are reported as missing.
+// A root without the two entries that every root has, those of the allocation bitmap and of the
+// upper case table, is reported as damaged.
+//
 // The size of a file is never shown as more than the volume holds.
 // The node is that of FatFolder.h.
 // Format: Microsoft, "exFAT file system specification".
@@ -17,8 +20,8 @@ namespace vx {
 class ExfatFolder final : public FolderReader {
 public:
     // mostBytes: what the volume holds.
-    ExfatFolder(FolderBytes bytes, uint64_t mostBytes)
-        : _bytes(std::move(bytes)), _mostBytes(mostBytes)
+    ExfatFolder(FolderBytes bytes, uint64_t mostBytes, bool isRoot)
+        : _bytes(std::move(bytes)), _mostBytes(mostBytes), _isRoot(isRoot)
     {
     }
 
@@ -29,6 +32,7 @@ public:
 private:
     VolumeListing::Step TakeSet();
     void TakeOther();
+    VolumeListing::Step TakeEnd();
     bool FitsChecksum() const;
     bool ShowSet(FolderEntry *entry);
     bool TakeFile(FolderEntry *entry) const;
@@ -36,6 +40,9 @@ private:
 
     FolderBytes _bytes;
     const uint64_t _mostBytes;
+    const bool _isRoot;
+    bool _hasAllocation = false;
+    bool _hasUpperCase = false;
     FolderBytes::Entry _next = {};
     bool _hasNext = false;  // _next was read and belongs to no set yet
     std::vector<FolderBytes::Entry> _set;

@@ -11,6 +11,7 @@ namespace {
 
 // No file needs more; each takes 32 bytes of memory.
 constexpr size_t kMostRuns = size_t{1} << 19;
+constexpr uint64_t kMostSearchedBytes = uint64_t{16} << 20;
 
 // Notices that a chain goes in circles, at the latest when it has done so three times: compares
 // each cluster with one that was met before, and takes a later one each time the way doubles.
@@ -49,6 +50,20 @@ void CutAtFirstRepeat(std::vector<Extent> *runs)
         }
         used.emplace(run.offset, run.offset + run.length);
     }
+}
+
+unsigned BitsOf(FatGeometry::Kind kind)
+{
+    switch (kind) {
+    case FatGeometry::Kind::k12:
+        return 12;
+    case FatGeometry::Kind::k16:
+        return 16;
+    case FatGeometry::Kind::k32:
+    case FatGeometry::Kind::kExfat:
+        break;
+    }
+    return 32;
 }
 
 uint32_t MaskOf(FatGeometry::Kind kind)
@@ -252,6 +267,39 @@ FatRuns FatChain::Contiguous(uint32_t firstCluster, uint64_t size) const
     Extent run = ExtentOf(firstCluster, 0);
     run.length = std::min(wanted, there) * _geometry.clusterBytes;
     return {{run}, wanted > there ? VolumeObstacle::kDamaged : VolumeObstacle::kNone};
+}
+
+// A copy that is damaged or cannot be read says nothing.
+std::optional<bool> FatChain::HasOthersThan(const std::vector<Extent> &own) const
+{
+    std::optional<bool> found;
+    for (unsigned copy = 0; copy < _geometry.tableCopies; ++copy) {
+        const auto here = IsTableGood(copy) ? HasOthersIn(copy, own) : std::nullopt;
+        if (here.value_or(false))
+            return true;
+        if (here)
+            found = here;
+    }
+    return found;
+}
+
+std::optional<bool> FatChain::HasOthersIn(unsigned copy, const std::vector<Extent> &own) const
+{
+    const uint64_t clusters =
+        kMostSearchedBytes / _geometry.tableCopies * 8 / BitsOf(_geometry.kind);
+    const uint64_t end = std::min<uint64_t>(clusters, uint64_t{_geometry.lastCluster} + 1);
+    for (uint32_t cluster = FatGeometry::kFirstCluster; cluster < end; ++cluster) {
+        const auto entry = EntryOf(cluster, copy);
+        if (!entry)
+            return std::nullopt;
+        const bool isInUse = IsOnVolume(*entry) || IsEnd(*entry);
+        const uint64_t place = ExtentOf(cluster, 0).offset;
+        if (isInUse && std::none_of(own.begin(), own.end(), [place](const Extent &run) {
+                return place >= run.offset && place - run.offset < run.length;
+            }))
+            return true;
+    }
+    return false;
 }
 
 bool FatChain::IsTableGood(unsigned copy) const

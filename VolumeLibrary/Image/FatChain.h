@@ -38,6 +38,10 @@ public:
     // The runs of a file whose clusters follow each other without a chain.
     FatRuns Contiguous(uint32_t firstCluster, uint64_t size) const;
 
+    // Whether clusters other than these are in use, as far as the first 16 MiB of the table say;
+    // nothing if they cannot be read.
+    std::optional<bool> HasOthersThan(const std::vector<Extent> &own) const;
+
     // Whether the first entry of a copy of the table is what every volume has there.
     bool IsTableGood(unsigned copy) const;
 
@@ -49,6 +53,7 @@ private:
     template <typename Following>
     FatRuns BestOfCopies(Following following) const;
 
+    std::optional<bool> HasOthersIn(unsigned copy, const std::vector<Extent> &own) const;
     std::optional<uint32_t> EntryOf(uint32_t cluster, unsigned copy) const;
     std::optional<uint32_t> NextOf(uint32_t cluster, unsigned copy) const;
     bool IsOnVolume(uint32_t cluster) const { return _geometry.IsOnVolume(cluster); }

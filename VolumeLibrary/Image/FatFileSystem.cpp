@@ -121,6 +121,25 @@ bool FatFileSystem::Claim(const Way &way, const std::vector<Extent> &runs) const
     return _owners.Claim(way, pieces);
 }
 
+// What says that a root has lost its entries. Looked up once, and in the table only if nothing was
+// ever in the root as it is now: not even a label, or a file that is deleted.
+VolumeObstacle FatFileSystem::ObstacleOfRoot(const FatRuns &runs) const
+{
+    const MutexLock lock(_mutex);
+    if (_obstacleOfRoot)
+        return *_obstacleOfRoot;
+    _obstacleOfRoot = VolumeObstacle::kNone;
+    uint8_t first = 0;
+    if (_tables.readAt(runs.runs.front().offset, &first, 1) || first != 0)
+        return *_obstacleOfRoot;
+    const auto hasOthers = _chain.HasOthersThan(runs.runs);
+    if (!hasOthers)
+        _obstacleOfRoot = VolumeObstacle::kUnreadable;
+    else if (*hasOthers)
+        _obstacleOfRoot = VolumeObstacle::kDamaged;
+    return *_obstacleOfRoot;
+}
+
 std::unique_ptr<FolderReader> FatFileSystem::OpenFolder(const Node &folder, const Way &way) const
 {
     if (!FatNode::Unpack(folder).isFolder)
@@ -129,10 +148,15 @@ std::unique_ptr<FolderReader> FatFileSystem::OpenFolder(const Node &folder, cons
     const bool isLost = found.runs.empty() && found.obstacle != VolumeObstacle::kNone;
     if (isLost || !Claim(way, found.runs))
         return nullptr;
+    const bool isRoot = IsRoot(folder);
+    const bool isExfat = _geometry.kind == FatGeometry::Kind::kExfat;
+    const auto obstacle = isRoot && !isExfat ? ObstacleOfRoot(found) : VolumeObstacle::kNone;
     FolderBytes bytes(_tables, std::move(found));
-    if (_geometry.kind == FatGeometry::Kind::kExfat)
-        return std::make_unique<ExfatFolder>(std::move(bytes), _geometry.MostBytes());
-    return std::make_unique<FatFolder>(std::move(bytes), _geometry, IsRoot(folder));
+    if (obstacle != VolumeObstacle::kNone)
+        bytes.Damage().Note(obstacle);
+    if (isExfat)
+        return std::make_unique<ExfatFolder>(std::move(bytes), _geometry.MostBytes(), isRoot);
+    return std::make_unique<FatFolder>(std::move(bytes), _geometry, isRoot);
 }
 
 std::unique_ptr<VolumeFile> FatFileSystem::OpenFile(const Node &file) const

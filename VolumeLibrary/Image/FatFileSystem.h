@@ -3,7 +3,9 @@
 // FatBoot and FatGeometry tell which of them a volume is; folders and files are read by FatFolder,
 // ExfatFolder and FatChain. What lies on a broken chain of clusters opens and lists as far as the
 // chain goes; the rest of a file lies in no run and cannot be read.
-// Threads: any number at a time; unchanging but for what CachedSource and FatFolderOwners keep.
+// A root of FAT that seems empty while clusters are in use has lost what it held.
+// Threads: any number at a time; unchanging but for what CachedSource and FatFolderOwners keep, and
+// what is known of the root.
 #pragma once
 
 #include "FatChain.h"
@@ -11,7 +13,9 @@
 #include "FatFolderOwners.h"
 #include "FileSystem.h"
 #include "OpenError.h"
+#include "ThreadSafety.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +39,7 @@ private:
     uint64_t SizeOf(const FatNode &file) const;
     FatRuns RunsOfFile(const FatNode &file) const;
     FatRuns RunsOfFolder(const Node &folder) const;
+    VolumeObstacle ObstacleOfRoot(const FatRuns &runs) const;
     bool Claim(const Way &way, const std::vector<Extent> &runs) const;
 
     const std::shared_ptr<const bitlocker::ByteSource> _volume;
@@ -42,6 +47,8 @@ private:
     const CachedSource _tables;  // the table and the folders
     const FatChain _chain;
     mutable FatFolderOwners _owners;
+    mutable Mutex _mutex;
+    mutable std::optional<VolumeObstacle> _obstacleOfRoot VX_GUARDED_BY(_mutex);
 };
 
 }  // namespace vx
