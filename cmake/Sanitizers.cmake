@@ -7,6 +7,11 @@ if(VX_SANITIZER)
   add_link_options(-fsanitize=${VX_SANITIZER})
 endif()
 
+if(VX_SANITIZER MATCHES address)
+  add_library(sanitizer-defaults OBJECT "${CMAKE_CURRENT_LIST_DIR}/SanitizerDefaults.cpp")
+  link_libraries("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:sanitizer-defaults>")
+endif()
+
 # VX_COVERAGE counts which lines and branches run; scripts/report-coverage reads the counts.
 option(VX_COVERAGE "Build with coverage counters" OFF)
 

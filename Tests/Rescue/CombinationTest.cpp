@@ -55,16 +55,13 @@ private:
     void RunProgram(const DestinationScene &scene, Evidence *evidence)
     {
         const std::string faultyCalls = "LD_PRELOAD=" VX_FAULTY_CALLS;
-        // The search for leaks fails by itself now and then; other suites look for them.
-        const std::string sanitizer =
-            "ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0:exitcode=77";
         std::vector<std::string> words = {"-s",
                                           "KILL",
                                           kDeadlineSeconds,
                                           "env",
                                           faultyCalls,
                                           "VX_FAULTS=" + scene.At("faults"),
-                                          sanitizer,
+                                          "ASAN_OPTIONS=verify_asan_link_order=0:exitcode=77",
                                           "UBSAN_OPTIONS=exitcode=77"};
         for (const std::string &word : CommandOf(scene))
             words.push_back(word);
