@@ -26,14 +26,14 @@ BackgroundProcess::BackgroundProcess(const std::vector<std::string> &command)
 
 BackgroundProcess::~BackgroundProcess()
 {
-    if (!runs())
+    if (!Runs())
         return;
     kill(_id, SIGKILL);
     while (waitpid(_id, nullptr, 0) < 0 && errno == EINTR) {
     }
 }
 
-bool BackgroundProcess::runs()
+bool BackgroundProcess::Runs()
 {
     if (_id > 0 && waitpid(_id, nullptr, WNOHANG) == _id)
         _id = -1;

@@ -14,7 +14,7 @@ public:
     BackgroundProcess &operator=(const BackgroundProcess &) = delete;
 
     // False as well when it could not be started.
-    bool runs();
+    bool Runs();
 
 private:
     pid_t _id = -1;

@@ -17,7 +17,7 @@
 namespace {
 
 // Whether the row kept its limit.
-bool print(const Row &row)
+bool Print(const Row &row)
 {
     const RowResult result = row.measure();
     if (!result.leftOut.empty()) {
@@ -45,7 +45,7 @@ int main(int argc, char **argv)
         return 2;
     }
     BenchData data(argv[2]);
-    if (!data.made()) {
+    if (!data.Made()) {
         fprintf(stderr, "volume-bench: no folder can be made in %s\n", argv[2]);
         return 2;
     }
@@ -61,7 +61,7 @@ int main(int argc, char **argv)
         "| What | Ours | Against | Figure | At most | Kept |\n| --- | --- | --- | --- | --- | --- |\n");
     for (const Row &row : rows) {
         if (row.what.find(word) != std::string::npos)
-            kept = print(row) && kept;
+            kept = Print(row) && kept;
     }
     return kept ? 0 : 1;
 }

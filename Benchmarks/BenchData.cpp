@@ -22,7 +22,7 @@ struct CloseFile {
 
 constexpr unsigned kSeed = 20240229;  // any; the same data in every run
 
-std::vector<char> noise(size_t size)
+std::vector<char> Noise(size_t size)
 {
     std::mt19937 generator(kSeed);
     std::vector<char> bytes(size);
@@ -31,7 +31,7 @@ std::vector<char> noise(size_t size)
     return bytes;
 }
 
-bool writeFile(const std::string &path, const std::vector<char> &block, long long blocks)
+bool WriteFile(const std::string &path, const std::vector<char> &block, long long blocks)
 {
     const std::unique_ptr<FILE, CloseFile> file(fopen(path.c_str(), "w"));
     if (file == nullptr)
@@ -43,13 +43,13 @@ bool writeFile(const std::string &path, const std::vector<char> &block, long lon
     return fflush(file.get()) == 0;
 }
 
-bool setModified(const std::string &path, time_t seconds)
+bool SetModified(const std::string &path, time_t seconds)
 {
     const timespec times[2] = {{seconds, 0}, {seconds, 0}};
     return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
 }
 
-std::string numbered(const char *format, unsigned number)
+std::string Numbered(const char *format, unsigned number)
 {
     char text[64];
     snprintf(text, sizeof(text), format, number);
@@ -67,60 +67,60 @@ BenchData::BenchData(const std::string &parent)
 
 BenchData::~BenchData()
 {
-    if (made())
+    if (Made())
         RunChild({"rm", "-rf", _folder});
 }
 
-bool BenchData::makeFolder(const std::string &folder) const
+bool BenchData::MakeFolder(const std::string &folder) const
 {
-    return made() && mkdir(folder.c_str(), 0777) == 0;
+    return Made() && mkdir(folder.c_str(), 0777) == 0;
 }
 
-std::string BenchData::oneLargeFile()
+std::string BenchData::OneLargeFile()
 {
     std::string folder = _folder + "/large";
-    if (!makeFolder(folder))
+    if (!MakeFolder(folder))
         return errno == EEXIST ? folder : "";
-    const std::vector<char> block = noise(size_t(1) << 20);
-    return writeFile(folder + "/file.bin", block, kLargeFileBytes >> 20) ? folder : "";
+    const std::vector<char> block = Noise(size_t(1) << 20);
+    return WriteFile(folder + "/file.bin", block, kLargeFileBytes >> 20) ? folder : "";
 }
 
-std::string BenchData::manySmallFiles()
+std::string BenchData::ManySmallFiles()
 {
     std::string folder = _folder + "/small";
-    if (!makeFolder(folder))
+    if (!MakeFolder(folder))
         return errno == EEXIST ? folder : "";
-    const std::vector<char> block = noise(4096);
+    const std::vector<char> block = Noise(4096);
     for (unsigned i = 0; i < 200; ++i) {
-        const std::string inner = folder + numbered("/folder %03u", i);
-        if (!makeFolder(inner))
+        const std::string inner = folder + Numbered("/folder %03u", i);
+        if (!MakeFolder(inner))
             return "";
         for (unsigned j = 0; j < 100; ++j) {
-            if (!writeFile(inner + numbered("/file %03u.bin", j), block, 1))
+            if (!WriteFile(inner + Numbered("/file %03u.bin", j), block, 1))
                 return "";
         }
     }
     return folder;
 }
 
-std::string BenchData::manyEntries()
+std::string BenchData::ManyEntries()
 {
     std::string folder = _folder + "/entries";
-    if (!makeFolder(folder))
+    if (!MakeFolder(folder))
         return errno == EEXIST ? folder : "";
     std::mt19937 generator(kSeed);
     std::uniform_int_distribution<time_t> times(1500000000, 1700000000);
     std::uniform_int_distribution<off_t> sizes(0, 50000000);
     for (unsigned i = 0; i < 100000; ++i) {
-        const std::string path = folder + numbered("/document %06u.txt", i);
-        if (!writeFile(path, {}, 0) || truncate(path.c_str(), sizes(generator)) != 0 ||
-            !setModified(path, times(generator)))
+        const std::string path = folder + Numbered("/document %06u.txt", i);
+        if (!WriteFile(path, {}, 0) || truncate(path.c_str(), sizes(generator)) != 0 ||
+            !SetModified(path, times(generator)))
             return "";
     }
     return folder;
 }
 
-std::string BenchData::likeADisk()
+std::string BenchData::LikeADisk()
 {
     constexpr const char *kNames[] = {
         "/folder %03u",     "/letter %03u.docx", "/note %03u.txt",   "/photo %03u.jpg",
@@ -128,25 +128,25 @@ std::string BenchData::likeADisk()
         "/table %03u.xlsx", "/unknown %03u",
     };
     std::string folder = _folder + "/disk";
-    if (!makeFolder(folder))
+    if (!MakeFolder(folder))
         return errno == EEXIST ? folder : "";
     for (unsigned i = 0; i < 10; ++i) {
         for (const char *name : kNames) {
-            const std::string path = folder + numbered(name, i);
-            if (name == kNames[0] ? !makeFolder(path) : !writeFile(path, {}, 0))
+            const std::string path = folder + Numbered(name, i);
+            if (name == kNames[0] ? !MakeFolder(path) : !WriteFile(path, {}, 0))
                 return "";
         }
     }
     return folder;
 }
 
-std::string BenchData::empty()
+std::string BenchData::Empty()
 {
     std::string folder = _folder + "/empty";
-    return makeFolder(folder) || errno == EEXIST ? folder : "";
+    return MakeFolder(folder) || errno == EEXIST ? folder : "";
 }
 
-std::string BenchData::freshDestination()
+std::string BenchData::FreshDestination()
 {
     std::string folder = _folder + "/copy";
     RunChild({"rm", "-rf", folder});

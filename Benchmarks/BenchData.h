@@ -11,22 +11,22 @@ public:
     BenchData(const BenchData &) = delete;
     BenchData &operator=(const BenchData &) = delete;
 
-    bool made() const { return !_folder.empty(); }
-    const std::string &folder() const { return _folder; }
+    bool Made() const { return !_folder.empty(); }
+    const std::string &Folder() const { return _folder; }
 
     // Each makes its folder at the first call. An empty text: it could not be made.
-    std::string oneLargeFile();    // one file of 2 GiB
-    std::string manySmallFiles();  // 20,000 files of 4 KiB in 200 folders
-    std::string manyEntries();     // 100,000 sparse files of many sizes and times
-    std::string likeADisk();       // 100 entries of many kinds, as at a disk's root
-    std::string empty();
+    std::string OneLargeFile();    // one file of 2 GiB
+    std::string ManySmallFiles();  // 20,000 files of 4 KiB in 200 folders
+    std::string ManyEntries();     // 100,000 sparse files of many sizes and times
+    std::string LikeADisk();       // 100 entries of many kinds, as at a disk's root
+    std::string Empty();
 
     // A folder that does not exist, for a copy; what an earlier copy left there is removed, what is
     // still to be written to the disk is written, and free memory is filled.
-    std::string freshDestination();
+    std::string FreshDestination();
 
 private:
-    bool makeFolder(const std::string &folder) const;
+    bool MakeFolder(const std::string &folder) const;
 
     std::string _folder;
 };

@@ -29,18 +29,18 @@ using Clock = std::chrono::steady_clock;
 
 constexpr uint64_t kAnyFileTime = 132000000000000000;  // in 2019
 
-double secondsSince(Clock::time_point start)
+double SecondsSince(Clock::time_point start)
 {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-int fail(const char *what)
+int Fail(const char *what)
 {
     fprintf(stderr, "catalogue-probe: %s\n", what);
     return 1;
 }
 
-IVolume *openFolder(const char *path)
+IVolume *OpenFolder(const char *path)
 {
     CBitlockerWrapper wrapper;
     IVolume *volume = nullptr;
@@ -49,27 +49,27 @@ IVolume *openFolder(const char *path)
     return called && status == 0 ? volume : nullptr;
 }
 
-int listRoot(const char *path)
+int ListRoot(const char *path)
 {
-    IVolume *volume = openFolder(path);
+    IVolume *volume = OpenFolder(path);
     if (volume == nullptr)
-        return fail("the volume does not open");
+        return Fail("the volume does not open");
     const Clock::time_point start = Clock::now();
     // The first date loads the platform's tables, once in a process.
     [Z5FindData FormatFileTimeToString:kAnyFileTime];
     const int64_t before = ResidentBytesNow();
     Z5FileExplorerWapper *explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:volume];
-    const double seconds = secondsSince(start);
+    const double seconds = SecondsSince(start);
     const NSUInteger count = [[explorer rootDirectory] count];
     if (count == 0)
-        return fail("the folder is empty");
+        return Fail("the folder is empty");
     printf("%lu %.6f %.1f\n", static_cast<unsigned long>(count), seconds,
            static_cast<double>(ResidentBytesNow() - before) / static_cast<double>(count));
     [explorer release];
     return 0;
 }
 
-Z5FileManager *newPlan(IVolume *volume)
+Z5FileManager *NewPlan(IVolume *volume)
 {
     Z5FileExplorerWapper *explorer =
         [[[Z5FileExplorerWapper alloc] initWithVolumeObject:volume] autorelease];
@@ -77,25 +77,25 @@ Z5FileManager *newPlan(IVolume *volume)
                                           andExplorer:explorer];
 }
 
-int plan(unsigned files)
+int Plan(unsigned files)
 {
     constexpr unsigned kFilesPerFolder = 100;
     GeneratedVolume volume(files / kFilesPerFolder, kFilesPerFolder);
     const Clock::time_point start = Clock::now();
-    Z5FileManager *engine = newPlan(&volume);
+    Z5FileManager *engine = NewPlan(&volume);
     if (engine == nil)
-        return fail("nothing was planned");
-    printf("%u %.6f\n", files, secondsSince(start));
+        return Fail("nothing was planned");
+    printf("%u %.6f\n", files, SecondsSince(start));
     [engine release];
     return 0;
 }
 
-int exportAll(const char *path, const char *destination, const char *holes)
+int ExportAll(const char *path, const char *destination, const char *holes)
 {
-    IVolume *volume = openFolder(path);
-    Z5FileManager *engine = volume == nullptr ? nil : newPlan(volume);
+    IVolume *volume = OpenFolder(path);
+    Z5FileManager *engine = volume == nullptr ? nil : NewPlan(volume);
     if (engine == nil)
-        return fail("nothing to export");
+        return Fail("nothing to export");
     const int64_t before = ResidentBytesNow();
     SilentDelegate *delegate = [[SilentDelegate alloc] init];
     if (holes != nullptr)
@@ -103,22 +103,22 @@ int exportAll(const char *path, const char *destination, const char *holes)
     const Clock::time_point start = Clock::now();
     [engine copyTo:[NSString stringWithUTF8String:destination] withDelegate:delegate];
     [delegate waitForTheEnd];
-    const double seconds = secondsSince(start);
+    const double seconds = SecondsSince(start);
     printf("%lld %.6f\n", static_cast<long long>(ResidentBytesAtMost() - before), seconds);
     [delegate release];
     [engine release];
     return 0;
 }
 
-int run(int argc, char **argv)
+int Run(int argc, char **argv)
 {
     if (argc == 3 && strcmp(argv[1], "list") == 0)
-        return listRoot(argv[2]);
+        return ListRoot(argv[2]);
     if (argc == 3 && strcmp(argv[1], "plan") == 0)
-        return plan(static_cast<unsigned>(strtoul(argv[2], nullptr, 10)));
+        return Plan(static_cast<unsigned>(strtoul(argv[2], nullptr, 10)));
     if ((argc == 4 || argc == 5) && strcmp(argv[1], "export") == 0)
-        return exportAll(argv[2], argv[3], argv[4]);
-    return fail("usage: catalogue-probe list FOLDER | plan FILES | export FOLDER DEST [HOLES]");
+        return ExportAll(argv[2], argv[3], argv[4]);
+    return Fail("usage: catalogue-probe list FOLDER | plan FILES | export FOLDER DEST [HOLES]");
 }
 
 }  // namespace
@@ -126,6 +126,6 @@ int run(int argc, char **argv)
 int main(int argc, char **argv)
 {
     @autoreleasepool {
-        return run(argc, argv);
+        return Run(argc, argv);
     }
 }

@@ -12,7 +12,7 @@ extern char **environ;
 
 namespace {
 
-std::string readAll(int descriptor)
+std::string ReadAll(int descriptor)
 {
     std::string text;
     std::array<char, 4096> buffer;
@@ -26,7 +26,7 @@ std::string readAll(int descriptor)
     }
 }
 
-bool endedWell(pid_t child)
+bool EndedWell(pid_t child)
 {
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {
@@ -60,9 +60,9 @@ ChildResult RunChild(const std::vector<std::string> &arguments)
     const int error = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
-    ChildResult result = {false, 0, error == 0 ? readAll(ends[0]) : ""};
+    ChildResult result = {false, 0, error == 0 ? ReadAll(ends[0]) : ""};
     close(ends[0]);
-    result.succeeded = error == 0 && endedWell(child);
+    result.succeeded = error == 0 && EndedWell(child);
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;

@@ -5,7 +5,7 @@
 
 namespace {
 
-double median(std::vector<double> values)
+double Median(std::vector<double> values)
 {
     std::sort(values.begin(), values.end());
     const size_t middle = values.size() / 2;
@@ -33,5 +33,5 @@ Comparison Compare(int turns, const Measurement &ours, const Measurement &theirs
         theirsSeen.push_back(theirValue);
         ratios.push_back(ourValue / theirValue);
     }
-    return {true, median(oursSeen), median(theirsSeen), median(ratios)};
+    return {true, Median(oursSeen), Median(theirsSeen), Median(ratios)};
 }

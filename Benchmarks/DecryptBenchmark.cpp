@@ -5,9 +5,9 @@
 // a slow moment of the machine hits both. A row without a limit shows what another one consists of
 // or what the machine allows. MIB is the size of the test file (1024), which is made in the
 // temporary folder and lies in the page cache while it is read.
-#include "Bitlocker/DecryptedVolume.h"
-#include "Bitlocker/FileByteSource.h"
-#include "Bitlocker/KeyStretcher.h"
+#include "DecryptedVolume.h"
+#include "FileByteSource.h"
+#include "KeyStretcher.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,6 +20,7 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace vx;
 using namespace vx::bitlocker;
 
 namespace {
@@ -31,14 +32,14 @@ constexpr uint32_t kSectorSize = 512;
 constexpr int kRepeats = 5;
 constexpr int kQuarters = 4;
 
-double secondsOf(const std::function<void()> &work)
+double SecondsOf(const std::function<void()> &work)
 {
     const auto begin = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-double median(std::vector<double> values)
+double Median(std::vector<double> values)
 {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
@@ -49,23 +50,23 @@ using Work = std::function<void(int quarter)>;
 // The seconds that all four quarters took, for each repeat.
 using Times = std::vector<double>;
 
-std::vector<Times> measureInTurns(const std::vector<Work> &works)
+std::vector<Times> MeasureInTurns(const std::vector<Work> &works)
 {
     std::vector<Times> times(works.size(), Times(kRepeats));
     for (int repeat = 0; repeat < kRepeats; ++repeat)
         for (int quarter = 0; quarter < kQuarters; ++quarter)
             for (size_t i = 0; i < works.size(); ++i)
-                times[i][repeat] += secondsOf([&] { works[i](quarter); });
+                times[i][repeat] += SecondsOf([&] { works[i](quarter); });
     return times;
 }
 
 // How many times as fast the first is.
-double speedRatio(const Times &ours, const Times &theirs)
+double SpeedRatio(const Times &ours, const Times &theirs)
 {
     std::vector<double> ratios;
     for (size_t i = 0; i < ours.size(); ++i)
         ratios.push_back(theirs[i] / ours[i]);
-    return median(ratios);
+    return Median(ratios);
 }
 
 // A file of noise that is gone when the benchmark is.
@@ -93,14 +94,14 @@ public:
     NoiseFile(const NoiseFile &) = delete;
     NoiseFile &operator=(const NoiseFile &) = delete;
 
-    std::shared_ptr<const ByteSource> open() const
+    std::shared_ptr<const ByteSource> Open() const
     {
-        Result<std::unique_ptr<FileByteSource>> file = FileByteSource::open(_path);
+        Result<std::unique_ptr<FileByteSource>> file = FileByteSource::Open(_path);
         if (!file)
-            throw std::runtime_error(describe(file.error()));
+            throw std::runtime_error(file.Failure().detail);
         return std::move(*file);
     }
-    uint64_t size() const { return _size; }
+    uint64_t Size() const { return _size; }
 
 private:
     std::string _path;
@@ -111,14 +112,14 @@ private:
 class ReadySource : public ByteSource {
 public:
     explicit ReadySource(uint64_t size) : _size(size) {}
-    uint64_t size() const override { return _size; }
-    Error readAt(uint64_t, void *, size_t) const override { return {}; }
+    uint64_t Size() const override { return _size; }
+    Error ReadAt(uint64_t, void *, size_t) const override { return {}; }
 
 private:
     const uint64_t _size;
 };
 
-std::vector<uint8_t> someKey(size_t size)
+std::vector<uint8_t> SomeKey(size_t size)
 {
     std::vector<uint8_t> key(size);
     for (size_t i = 0; i < size; ++i)
@@ -127,67 +128,67 @@ std::vector<uint8_t> someKey(size_t size)
 }
 
 // A volume that is encrypted from its first byte to its last.
-std::unique_ptr<DecryptedVolume> makeVolume(const std::shared_ptr<const ByteSource> &source,
+std::unique_ptr<DecryptedVolume> MakeVolume(const std::shared_ptr<const ByteSource> &source,
                                             Method method)
 {
     MetadataBlock block;
     block.version = 2;
-    block.encryptedSize = source->size();
+    block.encryptedSize = source->Size();
     block.copies.fill(UINT64_MAX);
-    VolumeLayout layout(block, kSectorSize, source->size(), std::nullopt);
+    VolumeLayout layout(block, kSectorSize, source->Size(), std::nullopt);
     return std::make_unique<DecryptedVolume>(
         source, std::move(layout),
-        makeSectorCipher(method, someKey(sectorKeySize(method)), kSectorSize),
+        MakeSectorCipher(method, SomeKey(SectorKeySize(method)), kSectorSize),
         std::vector<DecryptedVolume::Patch>());
 }
 
 // Where a quarter of count things begins.
-uint64_t beginOf(uint64_t count, int quarter)
+uint64_t BeginOf(uint64_t count, int quarter)
 {
     return count * static_cast<uint64_t>(quarter) / kQuarters;
 }
 
-void readRange(const DecryptedVolume &volume, uint64_t begin, uint64_t end, uint8_t *buffer)
+void ReadRange(const DecryptedVolume &volume, uint64_t begin, uint64_t end, uint8_t *buffer)
 {
     for (uint64_t offset = begin; offset < end; offset += kRead)
-        if (volume.readAt(offset, buffer, std::min<uint64_t>(kRead, end - offset)))
+        if (volume.ReadAt(offset, buffer, std::min<uint64_t>(kRead, end - offset)))
             throw std::runtime_error("a read failed");
 }
 
 // ahead: by how many quarters, so that two threads read different ones.
-Work reading(const DecryptedVolume &volume, int ahead = 0)
+Work Reading(const DecryptedVolume &volume, int ahead = 0)
 {
     return [&volume, ahead, buffer = std::vector<uint8_t>(kRead)](int quarter) mutable {
         const int place = (quarter + ahead) % kQuarters;
-        readRange(volume, beginOf(volume.size(), place), beginOf(volume.size(), place + 1),
+        ReadRange(volume, BeginOf(volume.Size(), place), BeginOf(volume.Size(), place + 1),
                   buffer.data());
     };
 }
 
 // As `openssl speed -evp NAME -bytes 512 -decrypt` drives libcrypto: one context, set up once, and
 // one call for each block.
-class PlainCipher {
+class BareCipher {
 public:
-    explicit PlainCipher(const EVP_CIPHER *cipher)
+    explicit BareCipher(const EVP_CIPHER *cipher)
     {
         const std::vector<uint8_t> key =
-            someKey(static_cast<size_t>(EVP_CIPHER_key_length(cipher)));
+            SomeKey(static_cast<size_t>(EVP_CIPHER_key_length(cipher)));
         const uint8_t vector[16] = {1};
         if (EVP_DecryptInit_ex(_context.get(), cipher, nullptr, key.data(), vector) != 1 ||
             EVP_CIPHER_CTX_set_padding(_context.get(), 0) != 1)
             throw std::runtime_error("libcrypto refused");
     }
 
-    void decryptInPlace(uint8_t *data, size_t size)
+    void DecryptInPlace(uint8_t *data, size_t size)
     {
         int done = 0;
         if (EVP_DecryptUpdate(_context.get(), data, &done, data, static_cast<int>(size)) != 1)
             throw std::runtime_error("libcrypto refused");
     }
-    void decryptBlocks(uint64_t bytes)
+    void DecryptBlocks(uint64_t bytes)
     {
         for (uint64_t done = 0; done < bytes; done += kBlock)
-            decryptInPlace(_block.data(), kBlock);
+            DecryptInPlace(_block.data(), kBlock);
     }
 
 private:
@@ -196,31 +197,31 @@ private:
     std::vector<uint8_t> _block = std::vector<uint8_t>(kBlock);
 };
 
-Work plainCipher(const EVP_CIPHER *cipher, uint64_t bytes)
+Work PlainCipher(const EVP_CIPHER *cipher, uint64_t bytes)
 {
-    return [bytes, plain = std::make_shared<PlainCipher>(cipher)](int) {
-        plain->decryptBlocks(bytes / kQuarters);
+    return [bytes, plain = std::make_shared<BareCipher>(cipher)](int) {
+        plain->DecryptBlocks(bytes / kQuarters);
     };
 }
 
 // What no reader through libcrypto can be faster than: the file, piece by piece, decrypted as if it
 // were one message.
-Work readAndPlainCipher(const std::shared_ptr<const ByteSource> &source, const EVP_CIPHER *cipher)
+Work ReadAndPlainCipher(const std::shared_ptr<const ByteSource> &source, const EVP_CIPHER *cipher)
 {
-    return [source, plain = std::make_shared<PlainCipher>(cipher),
+    return [source, plain = std::make_shared<BareCipher>(cipher),
             piece = std::vector<uint8_t>(SectorCipher::kLongestRun)](int quarter) mutable {
-        const uint64_t end = beginOf(source->size(), quarter + 1);
-        for (uint64_t at = beginOf(source->size(), quarter); at < end; at += piece.size()) {
+        const uint64_t end = BeginOf(source->Size(), quarter + 1);
+        for (uint64_t at = BeginOf(source->Size(), quarter); at < end; at += piece.size()) {
             const size_t size = std::min<uint64_t>(piece.size(), end - at);
-            if (source->readAt(at, piece.data(), size))
+            if (source->ReadAt(at, piece.data(), size))
                 throw std::runtime_error("a read failed");
-            plain->decryptInPlace(piece.data(), size);
+            plain->DecryptInPlace(piece.data(), size);
         }
     };
 }
 
 // Both at the same time.
-Work together(Work first, Work second)
+Work Together(Work first, Work second)
 {
     return [first = std::move(first), second = std::move(second)](int quarter) {
         std::thread other([&] { first(quarter); });
@@ -229,14 +230,14 @@ Work together(Work first, Work second)
     };
 }
 
-void stretchKey()
+void StretchKey()
 {
-    if (!KeyStretcher().stretch(someKey(32), Salt{}, nullptr))
+    if (!KeyStretcher().Stretch(SomeKey(32), Salt{}, nullptr))
         throw std::runtime_error("stretching failed");
 }
 
 // As many hashes of as many bytes, each of which contains the one before.
-void hashBare()
+void HashBare()
 {
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
                                                                     EVP_MD_CTX_free);
@@ -257,21 +258,21 @@ public:
         std::puts("| --- | --- | --- | --- | --- | --- |");
     }
 
-    bool allKept() const { return _allKept; }
-    void add(const std::string &what, const std::string &ours, const std::string &theirs,
+    bool AllKept() const { return _allKept; }
+    void Add(const std::string &what, const std::string &ours, const std::string &theirs,
              double figure, const char *limit, bool kept)
     {
-        add(what, ours, theirs, figure, limit, kept ? "yes" : "no");
+        Add(what, ours, theirs, figure, limit, kept ? "yes" : "no");
         _allKept = _allKept && kept;
     }
-    void addWithoutLimit(const std::string &what, const std::string &ours,
+    void AddWithoutLimit(const std::string &what, const std::string &ours,
                          const std::string &theirs, double figure)
     {
-        add(what, ours, theirs, figure, "", "-");
+        Add(what, ours, theirs, figure, "", "-");
     }
 
 private:
-    static void add(const std::string &what, const std::string &ours, const std::string &theirs,
+    static void Add(const std::string &what, const std::string &ours, const std::string &theirs,
                     double figure, const char *limit, const char *kept)
     {
         std::printf("| %s | %s | %s | %.2f | %s | %s |\n", what.c_str(), ours.c_str(),
@@ -282,14 +283,14 @@ private:
     bool _allKept = true;
 };
 
-std::string inMegabytes(double bytes, const Times &times)
+std::string InMegabytes(double bytes, const Times &times)
 {
-    return std::to_string(std::lround(bytes / median(times) / 1e6)) + " MB/s";
+    return std::to_string(std::lround(bytes / Median(times) / 1e6)) + " MB/s";
 }
 
-std::string inMilliseconds(const Times &times)
+std::string InMilliseconds(const Times &times)
 {
-    return std::to_string(std::lround(1000 * median(times))) + " ms";
+    return std::to_string(std::lround(1000 * Median(times))) + " ms";
 }
 
 struct MethodRow {
@@ -300,59 +301,59 @@ struct MethodRow {
     double orSpeed;     // bytes per second that will do at any ratio
 };
 
-void measureMethod(Table &table, const MethodRow &row, const NoiseFile &file)
+void MeasureMethod(Table &table, const MethodRow &row, const NoiseFile &file)
 {
-    const std::unique_ptr<DecryptedVolume> fromFile = makeVolume(file.open(), row.method);
+    const std::unique_ptr<DecryptedVolume> fromFile = MakeVolume(file.Open(), row.method);
     const std::unique_ptr<DecryptedVolume> alone =
-        makeVolume(std::make_shared<ReadySource>(file.size()), row.method);
+        MakeVolume(std::make_shared<ReadySource>(file.Size()), row.method);
     const std::vector<Times> times =
-        measureInTurns({reading(*alone), reading(*fromFile), plainCipher(row.cipher, file.size())});
-    const auto bytes = static_cast<double>(file.size());
-    const std::string name = methodName(row.method);
-    const std::string libcrypto = inMegabytes(bytes, times[2]);
-    const double ratio = speedRatio(times[1], times[2]);
-    table.addWithoutLimit(name + ", decryption alone / libcrypto at 512 bytes",
-                          inMegabytes(bytes, times[0]), libcrypto, speedRatio(times[0], times[2]));
+        MeasureInTurns({Reading(*alone), Reading(*fromFile), PlainCipher(row.cipher, file.Size())});
+    const auto bytes = static_cast<double>(file.Size());
+    const std::string name = MethodName(row.method);
+    const std::string libcrypto = InMegabytes(bytes, times[2]);
+    const double ratio = SpeedRatio(times[1], times[2]);
+    table.AddWithoutLimit(name + ", decryption alone / libcrypto at 512 bytes",
+                          InMegabytes(bytes, times[0]), libcrypto, SpeedRatio(times[0], times[2]));
     const std::string what = name + ", read from the page cache / libcrypto at 512 bytes";
-    const std::string ours = inMegabytes(bytes, times[1]);
+    const std::string ours = InMegabytes(bytes, times[1]);
     if (*row.limit == 0)
-        table.addWithoutLimit(what, ours, libcrypto, ratio);
+        table.AddWithoutLimit(what, ours, libcrypto, ratio);
     else
-        table.add(what, ours, libcrypto, ratio, row.limit,
-                  ratio >= row.atLeast || bytes / median(times[1]) >= row.orSpeed);
+        table.Add(what, ours, libcrypto, ratio, row.limit,
+                  ratio >= row.atLeast || bytes / Median(times[1]) >= row.orSpeed);
 }
 
-void measureBareReading(Table &table, const NoiseFile &file)
+void MeasureBareReading(Table &table, const NoiseFile &file)
 {
     const std::vector<Times> times =
-        measureInTurns({readAndPlainCipher(file.open(), EVP_aes_128_cbc()),
-                        plainCipher(EVP_aes_128_cbc(), file.size())});
-    const auto bytes = static_cast<double>(file.size());
-    table.addWithoutLimit(
+        MeasureInTurns({ReadAndPlainCipher(file.Open(), EVP_aes_128_cbc()),
+                        PlainCipher(EVP_aes_128_cbc(), file.Size())});
+    const auto bytes = static_cast<double>(file.Size());
+    table.AddWithoutLimit(
         "the machine: AES-128-CBC, bare reads and libcrypto / libcrypto at 512 bytes",
-        inMegabytes(bytes, times[0]), inMegabytes(bytes, times[1]), speedRatio(times[0], times[1]));
+        InMegabytes(bytes, times[0]), InMegabytes(bytes, times[1]), SpeedRatio(times[0], times[1]));
 }
 
 // Two threads do twice the work of one.
-void measureThreads(Table &table, const NoiseFile &file)
+void MeasureThreads(Table &table, const NoiseFile &file)
 {
-    const std::unique_ptr<DecryptedVolume> volume = makeVolume(file.open(), Method::Aes128Xts);
-    const Work one = reading(*volume);
-    const Work two = together(one, reading(*volume, kQuarters / 2));
-    const Work plainOne = plainCipher(EVP_aes_128_xts(), file.size());
-    const Work plainTwo = together(plainOne, plainCipher(EVP_aes_128_xts(), file.size()));
-    const std::vector<Times> times = measureInTurns({two, one, plainTwo, plainOne});
-    const auto bytes = static_cast<double>(file.size());
-    const double ours = 2 * speedRatio(times[0], times[1]);
-    table.addWithoutLimit("the machine: libcrypto in two threads / in one",
-                          inMegabytes(2 * bytes, times[2]), inMegabytes(bytes, times[3]),
-                          2 * speedRatio(times[2], times[3]));
-    table.add("AES-128-XTS, two threads / one", inMegabytes(2 * bytes, times[0]),
-              inMegabytes(bytes, times[1]), ours, "at least 1.7", ours >= 1.7);
+    const std::unique_ptr<DecryptedVolume> volume = MakeVolume(file.Open(), Method::kAes128Xts);
+    const Work one = Reading(*volume);
+    const Work two = Together(one, Reading(*volume, kQuarters / 2));
+    const Work plainOne = PlainCipher(EVP_aes_128_xts(), file.Size());
+    const Work plainTwo = Together(plainOne, PlainCipher(EVP_aes_128_xts(), file.Size()));
+    const std::vector<Times> times = MeasureInTurns({two, one, plainTwo, plainOne});
+    const auto bytes = static_cast<double>(file.Size());
+    const double ours = 2 * SpeedRatio(times[0], times[1]);
+    table.AddWithoutLimit("the machine: libcrypto in two threads / in one",
+                          InMegabytes(2 * bytes, times[2]), InMegabytes(bytes, times[3]),
+                          2 * SpeedRatio(times[2], times[3]));
+    table.Add("AES-128-XTS, two threads / one", InMegabytes(2 * bytes, times[0]),
+              InMegabytes(bytes, times[1]), ours, "at least 1.7", ours >= 1.7);
 }
 
 // Work that cannot be divided.
-Work once(void (*whole)())
+Work Once(void (*whole)())
 {
     return [whole](int quarter) {
         if (quarter == 0)
@@ -360,34 +361,34 @@ Work once(void (*whole)())
     };
 }
 
-void measureStretching(Table &table)
+void MeasureStretching(Table &table)
 {
-    const std::vector<Times> times = measureInTurns({once(stretchKey), once(hashBare)});
-    const double figure = speedRatio(times[1], times[0]);
-    table.add("key stretching, time / bare rounds in libcrypto", inMilliseconds(times[0]),
-              inMilliseconds(times[1]), figure, "at most 1.3", figure <= 1.3);
+    const std::vector<Times> times = MeasureInTurns({Once(StretchKey), Once(HashBare)});
+    const double figure = SpeedRatio(times[1], times[0]);
+    table.Add("key stretching, time / bare rounds in libcrypto", InMilliseconds(times[0]),
+              InMilliseconds(times[1]), figure, "at most 1.3", figure <= 1.3);
 }
 
 // Whether all limits were kept.
-bool measureAll(size_t mebibytes)
+bool MeasureAll(size_t mebibytes)
 {
     constexpr double kNoSpeed = HUGE_VAL;
     const NoiseFile file(mebibytes);
     const MethodRow rows[] = {
-        {Method::Aes128Xts, EVP_aes_128_xts(), "at least 0.8", 0.8, kNoSpeed},
-        {Method::Aes256Xts, EVP_aes_256_xts(), "at least 0.8", 0.8, kNoSpeed},
-        {Method::Aes128Cbc, EVP_aes_128_cbc(), "at least 0.8", 0.8, kNoSpeed},
-        {Method::Aes256Cbc, EVP_aes_256_cbc(), "", 0, kNoSpeed},
-        {Method::Aes128Elephant, EVP_aes_128_cbc(), "at least 250 MB/s or 0.1", 0.1, 250e6},
-        {Method::Aes256Elephant, EVP_aes_256_cbc(), "at least 250 MB/s or 0.1", 0.1, 250e6},
+        {Method::kAes128Xts, EVP_aes_128_xts(), "at least 0.8", 0.8, kNoSpeed},
+        {Method::kAes256Xts, EVP_aes_256_xts(), "at least 0.8", 0.8, kNoSpeed},
+        {Method::kAes128Cbc, EVP_aes_128_cbc(), "at least 0.8", 0.8, kNoSpeed},
+        {Method::kAes256Cbc, EVP_aes_256_cbc(), "", 0, kNoSpeed},
+        {Method::kAes128Elephant, EVP_aes_128_cbc(), "at least 250 MB/s or 0.1", 0.1, 250e6},
+        {Method::kAes256Elephant, EVP_aes_256_cbc(), "at least 250 MB/s or 0.1", 0.1, 250e6},
     };
     Table table;
     for (const MethodRow &row : rows)
-        measureMethod(table, row, file);
-    measureBareReading(table, file);
-    measureThreads(table, file);
-    measureStretching(table);
-    return table.allKept();
+        MeasureMethod(table, row, file);
+    MeasureBareReading(table, file);
+    MeasureThreads(table, file);
+    MeasureStretching(table);
+    return table.AllKept();
 }
 
 }  // namespace
@@ -400,7 +401,7 @@ int main(int argc, char **argv)
         return 2;
     }
     try {
-        return measureAll(mebibytes) ? 0 : 1;
+        return MeasureAll(mebibytes) ? 0 : 1;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "decrypt-benchmark: %s\n", error.what());
         return 1;

@@ -20,7 +20,7 @@ constexpr unsigned char kViewable = 2;
 constexpr uint16_t kLargestIcon = 200;  // pixels
 
 template <class Number>
-Number at(const std::vector<unsigned char> &bytes, size_t place)
+Number At(const std::vector<unsigned char> &bytes, size_t place)
 {
     Number number = 0;
     if (place + sizeof(number) <= bytes.size())
@@ -29,33 +29,33 @@ Number at(const std::vector<unsigned char> &bytes, size_t place)
 }
 
 template <class Number>
-void append(std::vector<unsigned char> &bytes, Number number)
+void Append(std::vector<unsigned char> &bytes, Number number)
 {
     const size_t place = bytes.size();
     bytes.resize(place + sizeof(number));
     memcpy(bytes.data() + place, &number, sizeof(number));
 }
 
-std::vector<unsigned char> request(unsigned char operation, unsigned char detail, uint16_t words,
+std::vector<unsigned char> Request(unsigned char operation, unsigned char detail, uint16_t words,
                                    uint32_t window)
 {
     std::vector<unsigned char> bytes = {operation, detail};
-    append(bytes, words);
-    append(bytes, window);
+    Append(bytes, words);
+    Append(bytes, window);
     return bytes;
 }
 
-uint64_t fingerprint(const std::vector<unsigned char> &bytes, size_t start)
+uint64_t Fingerprint(const std::vector<unsigned char> &bytes, size_t start)
 {
     uint64_t sum = 0x9e3779b97f4a7c15;
     for (size_t place = start; place + sizeof(uint64_t) <= bytes.size(); place += sizeof(uint64_t))
-        sum = (sum ^ at<uint64_t>(bytes, place)) * 0x100000001b3;
+        sum = (sum ^ At<uint64_t>(bytes, place)) * 0x100000001b3;
     return sum == 0 ? 1 : sum;
 }
 
 }  // namespace
 
-std::unique_ptr<DisplayClient> DisplayClient::connectTo(const std::string &display)
+std::unique_ptr<DisplayClient> DisplayClient::ConnectTo(const std::string &display)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -68,7 +68,7 @@ std::unique_ptr<DisplayClient> DisplayClient::connectTo(const std::string &displ
         return nullptr;
     std::unique_ptr<DisplayClient> client(new DisplayClient(connection));
     if (connect(connection, reinterpret_cast<sockaddr *>(&address), sizeof(address)) != 0 ||
-        !client->begin())
+        !client->Begin())
         return nullptr;
     return client;
 }
@@ -78,31 +78,31 @@ DisplayClient::~DisplayClient()
     close(_connection);
 }
 
-uint64_t DisplayClient::picture()
+uint64_t DisplayClient::Picture()
 {
-    const Window window = largestWindow();
+    const Window window = LargestWindow();
     if (window.id == 0)
         return 0;
-    Bytes image = request(kGetImage, kWholePixels, 5, window.id);
-    append<uint32_t>(image, 0);
-    append(image, window.width);
-    append(image, window.height);
-    append<uint32_t>(image, UINT32_MAX);
-    const Bytes answer = ask(image);
-    return answer.empty() ? 0 : fingerprint(answer, kAnswerHead);
+    Bytes image = Request(kGetImage, kWholePixels, 5, window.id);
+    Append<uint32_t>(image, 0);
+    Append(image, window.width);
+    Append(image, window.height);
+    Append<uint32_t>(image, UINT32_MAX);
+    const Bytes answer = Ask(image);
+    return answer.empty() ? 0 : Fingerprint(answer, kAnswerHead);
 }
 
-DisplayClient::Window DisplayClient::largestWindow()
+DisplayClient::Window DisplayClient::LargestWindow()
 {
-    const Bytes tree = ask(request(kQueryTree, 0, 2, _root));
+    const Bytes tree = Ask(Request(kQueryTree, 0, 2, _root));
     Window largest;
-    for (size_t i = 0; i < at<uint16_t>(tree, 16); ++i) {
-        const uint32_t id = at<uint32_t>(tree, kAnswerHead + i * sizeof(uint32_t));
-        const Bytes attributes = ask(request(kGetWindowAttributes, 0, 2, id));
-        if (at<unsigned char>(attributes, 26) != kViewable)
+    for (size_t i = 0; i < At<uint16_t>(tree, 16); ++i) {
+        const uint32_t id = At<uint32_t>(tree, kAnswerHead + i * sizeof(uint32_t));
+        const Bytes attributes = Ask(Request(kGetWindowAttributes, 0, 2, id));
+        if (At<unsigned char>(attributes, 26) != kViewable)
             continue;
-        const Bytes geometry = ask(request(kGetGeometry, 0, 2, id));
-        const Window window = {id, at<uint16_t>(geometry, 16), at<uint16_t>(geometry, 18)};
+        const Bytes geometry = Ask(Request(kGetGeometry, 0, 2, id));
+        const Window window = {id, At<uint16_t>(geometry, 16), At<uint16_t>(geometry, 18)};
         if (window.height > kLargestIcon &&
             window.width * window.height > largest.width * largest.height)
             largest = window;
@@ -110,26 +110,26 @@ DisplayClient::Window DisplayClient::largestWindow()
     return largest;
 }
 
-bool DisplayClient::begin()
+bool DisplayClient::Begin()
 {
     const uint16_t one = 1;
     const bool littleEndian = *reinterpret_cast<const unsigned char *>(&one) == 1;
     Bytes greeting = {static_cast<unsigned char>(littleEndian ? 'l' : 'B'), 0};
-    append<uint16_t>(greeting, 11);
+    Append<uint16_t>(greeting, 11);
     greeting.resize(12);
     Bytes head(8);
-    if (!send(greeting) || !receive(head.data(), head.size()) || head[0] != 1)
+    if (!Send(greeting) || !Receive(head.data(), head.size()) || head[0] != 1)
         return false;
-    Bytes setup(size_t(4) * at<uint16_t>(head, 6));
-    if (!receive(setup.data(), setup.size()) || setup.size() < kAnswerHead)
+    Bytes setup(size_t(4) * At<uint16_t>(head, 6));
+    if (!Receive(setup.data(), setup.size()) || setup.size() < kAnswerHead)
         return false;
-    const size_t vendor = (at<uint16_t>(setup, 16) + size_t(3)) & ~size_t(3);
+    const size_t vendor = (At<uint16_t>(setup, 16) + size_t(3)) & ~size_t(3);
     const size_t formats = size_t(8) * setup[21];
-    _root = at<uint32_t>(setup, kAnswerHead + vendor + formats);
+    _root = At<uint32_t>(setup, kAnswerHead + vendor + formats);
     return _root != 0;
 }
 
-bool DisplayClient::send(const Bytes &request)
+bool DisplayClient::Send(const Bytes &request)
 {
     size_t done = 0;
     while (done < request.size()) {
@@ -144,7 +144,7 @@ bool DisplayClient::send(const Bytes &request)
     return true;
 }
 
-bool DisplayClient::receive(unsigned char *bytes, size_t count)
+bool DisplayClient::Receive(unsigned char *bytes, size_t count)
 {
     while (count > 0) {
         const ssize_t got = read(_connection, bytes, count);
@@ -158,18 +158,18 @@ bool DisplayClient::receive(unsigned char *bytes, size_t count)
     return true;
 }
 
-DisplayClient::Bytes DisplayClient::ask(const Bytes &request)
+DisplayClient::Bytes DisplayClient::Ask(const Bytes &request)
 {
     constexpr unsigned char kError = 0, kAnswer = 1;
     Bytes answer(kAnswerHead);
-    if (!send(request))
+    if (!Send(request))
         return {};
     // Some events come to every client, asked for or not.
     do {
-        if (!receive(answer.data(), kAnswerHead) || answer[0] == kError)
+        if (!Receive(answer.data(), kAnswerHead) || answer[0] == kError)
             return {};
     } while (answer[0] != kAnswer);
-    const size_t more = size_t(4) * at<uint32_t>(answer, 4);
+    const size_t more = size_t(4) * At<uint32_t>(answer, 4);
     answer.resize(kAnswerHead + more);
-    return receive(answer.data() + kAnswerHead, more) ? answer : Bytes();
+    return Receive(answer.data() + kAnswerHead, more) ? answer : Bytes();
 }

@@ -13,14 +13,14 @@ class DisplayClient {
 public:
     // display: ":7", a server on this machine that asks for no authorisation. Null when it does not
     // answer.
-    static std::unique_ptr<DisplayClient> connectTo(const std::string &display);
+    static std::unique_ptr<DisplayClient> ConnectTo(const std::string &display);
     ~DisplayClient();
     DisplayClient(const DisplayClient &) = delete;
     DisplayClient &operator=(const DisplayClient &) = delete;
 
     // Stands for every pixel of the largest window that is mapped and no icon; 0 when there is
     // none.
-    uint64_t picture();
+    uint64_t Picture();
 
 private:
     using Bytes = std::vector<unsigned char>;
@@ -31,12 +31,12 @@ private:
     };
 
     explicit DisplayClient(int connection) : _connection(connection) {}
-    bool send(const Bytes &request);
-    bool receive(unsigned char *bytes, size_t count);
-    bool begin();
+    bool Send(const Bytes &request);
+    bool Receive(unsigned char *bytes, size_t count);
+    bool Begin();
     // The answer, with what follows its first 32 bytes; empty: an error.
-    Bytes ask(const Bytes &request);
-    Window largestWindow();
+    Bytes Ask(const Bytes &request);
+    Window LargestWindow();
 
     int _connection;
     uint32_t _root = 0;

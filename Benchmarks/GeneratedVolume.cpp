@@ -15,7 +15,7 @@ struct Listing {
 constexpr uint64_t kFirstTime = 131000000000000000;  // in 2016
 constexpr uint64_t kTimeStep = 7919ULL * 10000000;
 
-void writeEntry(const Listing &listing, VolumeFindData &record)
+void WriteEntry(const Listing &listing, VolumeFindData &record)
 {
     char name[32];
     const int length =
@@ -38,7 +38,7 @@ VolumeHandle GeneratedVolume::FindFirstFile(const char16_t *pattern, VolumeFindD
 {
     const bool root = pattern[1] == u'*';
     auto listing = std::make_unique<Listing>(Listing{root, 0, root ? _folders : _filesPerFolder});
-    writeEntry(*listing, *record);
+    WriteEntry(*listing, *record);
     return listing.release();
 }
 
@@ -47,7 +47,7 @@ bool GeneratedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
     Listing &listing = *static_cast<Listing *>(search);
     if (++listing.next >= listing.end)
         return false;
-    writeEntry(listing, *record);
+    WriteEntry(listing, *record);
     return true;
 }
 

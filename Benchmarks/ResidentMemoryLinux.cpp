@@ -6,7 +6,7 @@
 namespace {
 
 // A line of /proc/self/status, which counts in KiB: "VmHWM:     1234 kB"
-int64_t statusBytes(const std::string &key)
+int64_t StatusBytes(const std::string &key)
 {
     std::ifstream status("/proc/self/status");
     std::string name;
@@ -23,10 +23,10 @@ int64_t statusBytes(const std::string &key)
 
 int64_t ResidentBytesNow()
 {
-    return statusBytes("VmRSS");
+    return StatusBytes("VmRSS");
 }
 
 int64_t ResidentBytesAtMost()
 {
-    return statusBytes("VmHWM");
+    return StatusBytes("VmHWM");
 }

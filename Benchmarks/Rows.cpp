@@ -9,68 +9,68 @@
 
 namespace {
 
-std::string inSeconds(double seconds)
+std::string InSeconds(double seconds)
 {
     char text[32];
     snprintf(text, sizeof(text), "%.3f s", seconds);
     return text;
 }
 
-std::string inMebibytes(double bytes)
+std::string InMebibytes(double bytes)
 {
     char text[32];
     snprintf(text, sizeof(text), "%.1f MiB", bytes / (1 << 20));
     return text;
 }
 
-double secondsOf(const std::vector<std::string> &command)
+double SecondsOf(const std::vector<std::string> &command)
 {
     const ChildResult result = RunChild(command);
     return result.succeeded ? result.seconds : -1;
 }
 
-RowResult exportAgainstCopy(const BenchSetting &setting, const std::string &folder,
+RowResult ExportAgainstCopy(const BenchSetting &setting, const std::string &folder,
                             const std::string &tool)
 {
     const std::string program = setting.programs + "/" + tool;
     const Comparison comparison = Compare(
         setting.turns,
         [&] {
-            const std::string copy = setting.data.freshDestination();
+            const std::string copy = setting.data.FreshDestination();
             return tool == "volume-export"
-                       ? secondsOf({program, folder, "--to", copy})
-                       : secondsOf({"sh", "-c", R"(mkdir "$3" && exec "$1" export "$2" "$3")", "sh",
+                       ? SecondsOf({program, folder, "--to", copy})
+                       : SecondsOf({"sh", "-c", R"(mkdir "$3" && exec "$1" export "$2" "$3")", "sh",
                                     program, folder, copy});
         },
         [&] {
-            return secondsOf({"cp", "-r", folder, setting.data.freshDestination()});
+            return SecondsOf({"cp", "-r", folder, setting.data.FreshDestination()});
         });
     return RatioOf(comparison);
 }
 
-RowResult listingAgainstLs(const BenchSetting &setting)
+RowResult ListingAgainstLs(const BenchSetting &setting)
 {
-    const std::string folder = setting.data.manyEntries();
+    const std::string folder = setting.data.ManyEntries();
     const std::string program = setting.programs + "/catalogue-probe";
     return RatioOf(Compare(
         setting.turns,
         [&] {
-            return secondsOf({program, "list", folder});
+            return SecondsOf({program, "list", folder});
         },
         [&] {
-            return secondsOf({"ls", "-l", folder});
+            return SecondsOf({"ls", "-l", folder});
         }));
 }
 
-RowResult memoryPerEntry(const BenchSetting &setting)
+RowResult MemoryPerEntry(const BenchSetting &setting)
 {
-    const std::string folder = setting.data.manyEntries();
+    const std::string folder = setting.data.ManyEntries();
     const double bytes =
         PrintedNumber(RunChild({setting.programs + "/catalogue-probe", "list", folder}), 2);
     return {bytes >= 0, std::to_string(static_cast<int>(bytes)) + " bytes", "-", bytes};
 }
 
-RowResult planningTenTimes(const BenchSetting &setting)
+RowResult PlanningTenTimes(const BenchSetting &setting)
 {
     const std::string program = setting.programs + "/catalogue-probe";
     const auto plan = [&](const char *files) {
@@ -79,21 +79,21 @@ RowResult planningTenTimes(const BenchSetting &setting)
     return RatioOf(Compare(setting.turns, plan("200000"), plan("20000")));
 }
 
-RowResult exportMemory(const BenchSetting &setting)
+RowResult ExportMemory(const BenchSetting &setting)
 {
-    const std::string folder = setting.data.oneLargeFile();
-    const std::string copy = setting.data.freshDestination();
+    const std::string folder = setting.data.OneLargeFile();
+    const std::string copy = setting.data.FreshDestination();
     RunChild({"mkdir", copy});
     const double bytes =
         PrintedNumber(RunChild({setting.programs + "/catalogue-probe", "export", folder, copy}), 0);
-    return {bytes >= 0, inMebibytes(bytes), "-", bytes / (1 << 20)};
+    return {bytes >= 0, InMebibytes(bytes), "-", bytes / (1 << 20)};
 }
 
 }  // namespace
 
 RowResult RatioOf(const Comparison &comparison)
 {
-    return {comparison.succeeded, inSeconds(comparison.ours), inSeconds(comparison.theirs),
+    return {comparison.succeeded, InSeconds(comparison.ours), InSeconds(comparison.theirs),
             comparison.ratio};
 }
 
@@ -109,10 +109,10 @@ double PrintedNumber(const ChildResult &result, int place)
 std::vector<Row> BenchRows(const BenchSetting &setting)
 {
     const auto large = [=](const char *tool) {
-        return [=] { return exportAgainstCopy(setting, setting.data.oneLargeFile(), tool); };
+        return [=] { return ExportAgainstCopy(setting, setting.data.OneLargeFile(), tool); };
     };
     const auto small = [=](const char *tool) {
-        return [=] { return exportAgainstCopy(setting, setting.data.manySmallFiles(), tool); };
+        return [=] { return ExportAgainstCopy(setting, setting.data.ManySmallFiles(), tool); };
     };
     std::vector<Row> rows = {
         {"2 GiB file, engine / cp", 1.10, large("catalogue-probe")},
@@ -120,10 +120,10 @@ std::vector<Row> BenchRows(const BenchSetting &setting)
         {"20,000 files of 4 KiB, engine / cp -r", 1.5, small("catalogue-probe")},
         {"20,000 files of 4 KiB, volume-export with its check / cp -r", 1.5,
          small("volume-export")},
-        {"100,000 entries listed / ls -l", 1.0, [=] { return listingAgainstLs(setting); }},
-        {"memory of an entry, bytes", 400, [=] { return memoryPerEntry(setting); }},
-        {"planning 200,000 files / 20,000 files", 12, [=] { return planningTenTimes(setting); }},
-        {"memory of a 2 GiB export, MiB", 16, [=] { return exportMemory(setting); }},
+        {"100,000 entries listed / ls -l", 1.0, [=] { return ListingAgainstLs(setting); }},
+        {"memory of an entry, bytes", 400, [=] { return MemoryPerEntry(setting); }},
+        {"planning 200,000 files / 20,000 files", 12, [=] { return PlanningTenTimes(setting); }},
+        {"memory of a 2 GiB export, MiB", 16, [=] { return ExportMemory(setting); }},
     };
 #ifdef VX_BENCH_WINDOW
     for (const Row &row : WindowRows(setting))

@@ -17,10 +17,10 @@ constexpr std::chrono::seconds kRest(2);  // unchanged for so long: at rest
 constexpr milliseconds kBetweenLooks(4);
 
 // The server takes a dead program's window down in its own time.
-bool waitForEmptyDisplay(DisplayClient &display)
+bool WaitForEmptyDisplay(DisplayClient &display)
 {
     const Clock::time_point start = Clock::now();
-    while (display.picture() != 0) {
+    while (display.Picture() != 0) {
         if (Clock::now() - start > kPatience)
             return false;
         std::this_thread::sleep_for(kBetweenLooks);
@@ -28,24 +28,24 @@ bool waitForEmptyDisplay(DisplayClient &display)
     return true;
 }
 
-void complain(BackgroundProcess &process, const char *expected)
+void Complain(BackgroundProcess &process, const char *expected)
 {
     fprintf(stderr, "volume-bench: the program %s before its window %s\n",
-            process.runs() ? "ran out of time" : "ended", expected);
+            process.Runs() ? "ran out of time" : "ended", expected);
 }
 
 }  // namespace
 
 uint64_t RestingPicture(const std::vector<std::string> &command, DisplayClient &display)
 {
-    if (!waitForEmptyDisplay(display))
+    if (!WaitForEmptyDisplay(display))
         return 0;
     const Clock::time_point start = Clock::now();
     BackgroundProcess process(command);
     uint64_t seen = 0;
     Clock::time_point since = start;
-    while (process.runs() && Clock::now() - start < kPatience) {
-        const uint64_t now = display.picture();
+    while (process.Runs() && Clock::now() - start < kPatience) {
+        const uint64_t now = display.Picture();
         if (now != seen)
             since = Clock::now();
         seen = now;
@@ -53,20 +53,20 @@ uint64_t RestingPicture(const std::vector<std::string> &command, DisplayClient &
             return seen;
         std::this_thread::sleep_for(kBetweenLooks);
     }
-    return complain(process, "came to rest"), 0;
+    return Complain(process, "came to rest"), 0;
 }
 
 double SecondsUntilShown(const std::vector<std::string> &command, DisplayClient &display,
                          uint64_t picture)
 {
-    if (picture == 0 || !waitForEmptyDisplay(display))
+    if (picture == 0 || !WaitForEmptyDisplay(display))
         return -1;
     const Clock::time_point start = Clock::now();
     BackgroundProcess process(command);
-    while (process.runs() && Clock::now() - start < kPatience) {
-        if (display.picture() == picture)
+    while (process.Runs() && Clock::now() - start < kPatience) {
+        if (display.Picture() == picture)
             return std::chrono::duration<double>(Clock::now() - start).count();
         std::this_thread::sleep_for(kBetweenLooks);
     }
-    return complain(process, "showed what it showed before"), -1;
+    return Complain(process, "showed what it showed before"), -1;
 }

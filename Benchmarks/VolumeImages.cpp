@@ -30,7 +30,7 @@ rmdir "$mount"
 mv "$1.part" "$1"
 )";
 
-bool has(const std::string &program)
+bool Has(const std::string &program)
 {
     return RunChild({"sh", "-c", kPath + ("command -v " + program)}).succeeded;
 }
@@ -42,21 +42,21 @@ VolumeImages::VolumeImages(BenchData &data, std::string programs)
 {
 }
 
-std::string VolumeImages::whyNone() const
+std::string VolumeImages::WhyNone() const
 {
     if (access((_programs + "/make-bitlocker-volume").c_str(), X_OK) != 0)
         return "make-bitlocker-volume was not built";
     for (const char *program : {"mkntfs", "ntfs-3g"}) {
-        if (!has(program))
+        if (!Has(program))
             return std::string("the program ") + program + " is missing";
     }
     return access("/dev/fuse", R_OK | W_OK) == 0 ? "" : "/dev/fuse may not be used";
 }
 
-VolumeImages::Pair VolumeImages::make(const std::string &name, const std::string &size,
+VolumeImages::Pair VolumeImages::Make(const std::string &name, const std::string &size,
                                       const std::string &from, const std::string &fill) const
 {
-    const std::string image = _data.folder() + "/" + name;
+    const std::string image = _data.Folder() + "/" + name;
     Pair pair = {image, image + ".encrypted"};
     if (access(image.c_str(), R_OK) == 0)
         return pair;
@@ -66,13 +66,13 @@ VolumeImages::Pair VolumeImages::make(const std::string &name, const std::string
     return result.succeeded ? pair : Pair{};
 }
 
-VolumeImages::Pair VolumeImages::oneLargeFile() const
+VolumeImages::Pair VolumeImages::OneLargeFile() const
 {
-    return make("large.ntfs", "1200M", _data.oneLargeFile(),
+    return Make("large.ntfs", "1200M", _data.OneLargeFile(),
                 R"(head -c 1073741824 "$from/file.bin" > file.bin)");
 }
 
-VolumeImages::Pair VolumeImages::manySmallFiles() const
+VolumeImages::Pair VolumeImages::ManySmallFiles() const
 {
-    return make("small.ntfs", "300M", _data.manySmallFiles(), R"(cp -r "$from/." .)");
+    return Make("small.ntfs", "300M", _data.ManySmallFiles(), R"(cp -r "$from/." .)");
 }

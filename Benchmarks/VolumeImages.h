@@ -14,19 +14,19 @@ public:
     static constexpr const char *kPassword = "benchmark";
 
     // Why no image can be made on this machine; empty: it can.
-    std::string whyNone() const;
+    std::string WhyNone() const;
 
     struct Pair {
         std::string plain;
         std::string encrypted;
-        bool made() const { return !plain.empty(); }
+        bool Made() const { return !plain.empty(); }
     };
     // Each makes its images at the first call.
-    Pair oneLargeFile() const;    // one file of 1 GiB
-    Pair manySmallFiles() const;  // BenchData's tree of small files
+    Pair OneLargeFile() const;    // one file of 1 GiB
+    Pair ManySmallFiles() const;  // BenchData's tree of small files
 
 private:
-    Pair make(const std::string &name, const std::string &size, const std::string &from,
+    Pair Make(const std::string &name, const std::string &size, const std::string &from,
               const std::string &fill) const;
 
     BenchData &_data;

@@ -10,7 +10,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-std::string inSeconds(double seconds)
+std::string InSeconds(double seconds)
 {
     char text[32];
     snprintf(text, sizeof(text), "%.3f s", seconds);
@@ -18,47 +18,47 @@ std::string inSeconds(double seconds)
 }
 
 // How long volume-export takes for a whole volume; unlocking: the options for it.
-double secondsOfExport(const BenchSetting &setting, const std::string &volume,
+double SecondsOfExport(const BenchSetting &setting, const std::string &volume,
                        const Words &unlocking)
 {
     Words command = {setting.programs + "/volume-export", volume, "--to",
-                     setting.data.freshDestination()};
+                     setting.data.FreshDestination()};
     command.insert(command.end(), unlocking.begin(), unlocking.end());
     const ChildResult result = RunChild(command);
     return result.succeeded ? result.seconds : -1;
 }
 
-RowResult encryptedAgainst(const BenchSetting &setting, const VolumeImages::Pair &images,
+RowResult EncryptedAgainst(const BenchSetting &setting, const VolumeImages::Pair &images,
                            const std::string &other)
 {
-    if (!images.made() || other.empty())
+    if (!images.Made() || other.empty())
         return {false, "", "", 0};
     const Comparison comparison = Compare(
         setting.turns,
         [&] {
-            return secondsOfExport(setting, images.encrypted,
+            return SecondsOfExport(setting, images.encrypted,
                                    {"--unlock", "password", VolumeImages::kPassword});
         },
-        [&] { return secondsOfExport(setting, other, {}); });
-    return {comparison.succeeded, inSeconds(comparison.ours), inSeconds(comparison.theirs),
+        [&] { return SecondsOfExport(setting, other, {}); });
+    return {comparison.succeeded, InSeconds(comparison.ours), InSeconds(comparison.theirs),
             comparison.ratio};
 }
 
-RowResult largeFile(const BenchSetting &setting)
+RowResult LargeFile(const BenchSetting &setting)
 {
     const VolumeImages images(setting.data, setting.programs);
-    if (std::string reason = images.whyNone(); !reason.empty())
+    if (std::string reason = images.WhyNone(); !reason.empty())
         return {true, "", "", 0, reason};
-    const VolumeImages::Pair pair = images.oneLargeFile();
-    return encryptedAgainst(setting, pair, pair.plain);
+    const VolumeImages::Pair pair = images.OneLargeFile();
+    return EncryptedAgainst(setting, pair, pair.plain);
 }
 
-RowResult smallFiles(const BenchSetting &setting)
+RowResult SmallFiles(const BenchSetting &setting)
 {
     const VolumeImages images(setting.data, setting.programs);
-    if (std::string reason = images.whyNone(); !reason.empty())
+    if (std::string reason = images.WhyNone(); !reason.empty())
         return {true, "", "", 0, reason};
-    return encryptedAgainst(setting, images.manySmallFiles(), setting.data.manySmallFiles());
+    return EncryptedAgainst(setting, images.ManySmallFiles(), setting.data.ManySmallFiles());
 }
 
 }  // namespace
@@ -67,8 +67,8 @@ std::vector<Row> VolumeRows(const BenchSetting &setting)
 {
     // At least 0.6 of the speed is at most 1/0.6 of the time.
     return {
-        {"1 GiB file, encrypted NTFS image / plain one", 1.67, [=] { return largeFile(setting); }},
+        {"1 GiB file, encrypted NTFS image / plain one", 1.67, [=] { return LargeFile(setting); }},
         {"20,000 files of 4 KiB, encrypted NTFS image / plain folder", 3,
-         [=] { return smallFiles(setting); }},
+         [=] { return SmallFiles(setting); }},
     };
 }

@@ -27,63 +27,63 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double secondsSince(Clock::time_point start)
+double SecondsSince(Clock::time_point start)
 {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-int fail(const char *what)
+int Fail(const char *what)
 {
     fprintf(stderr, "window-probe: %s\n", what);
     return 1;
 }
 
 // Opens the first row and draws what is then to be seen.
-int openFirstRow(NSOutlineView *tree, NSInteger expected)
+int OpenFirstRow(NSOutlineView *tree, NSInteger expected)
 {
     [[tree window] makeKeyAndOrderFront:nil];
     [[tree window] display];
     const Clock::time_point start = Clock::now();
     [tree expandItem:[tree itemAtRow:0]];
     [tree display];
-    const double seconds = secondsSince(start);
+    const double seconds = SecondsSince(start);
     if ([tree numberOfRows] != expected)
-        return fail("the rows did not appear");
+        return Fail("the rows did not appear");
     printf("%.6f\n", seconds);
     return 0;
 }
 
-int expand(AppDelegate *delegate, unsigned count)
+int Expand(AppDelegate *delegate, unsigned count)
 {
     GeneratedVolume volume(1, count);
     [[delegate FileExplorerController] setVolumeObject:&volume];
     [[[delegate window] contentView] addSubview:[delegate FileExplorerView]];
-    return openFirstRow([[delegate FileExplorerController] outlineView],
+    return OpenFirstRow([[delegate FileExplorerController] outlineView],
                         1 + static_cast<NSInteger>(count));
 }
 
-int rows(AppDelegate *delegate, unsigned count)
+int Rows(AppDelegate *delegate, unsigned count)
 {
     NSOutlineView *tree = [[delegate FileExplorerController] outlineView];
     CountedRows *source = [[[CountedRows alloc] initWithCount:count] autorelease];
     [tree setDelegate:nil];
     [tree setDataSource:(id)source];
     [[[delegate window] contentView] addSubview:[delegate FileExplorerView]];
-    return openFirstRow(tree, 1 + static_cast<NSInteger>(count));
+    return OpenFirstRow(tree, 1 + static_cast<NSInteger>(count));
 }
 
-int list(unsigned count)
+int List(unsigned count)
 {
     GeneratedVolume volume(1, count);
     Z5FileExplorerWapper *explorer =
         [[[Z5FileExplorerWapper alloc] initWithVolumeObject:&volume] autorelease];
     const Clock::time_point start = Clock::now();
     NSArray *entries = [explorer findFiles:[[explorer rootDirectory] objectAtIndex:0]];
-    printf("%.6f\n", secondsSince(start));
-    return [entries count] == count ? 0 : fail("entries are missing");
+    printf("%.6f\n", SecondsSince(start));
+    return [entries count] == count ? 0 : Fail("entries are missing");
 }
 
-int exportAll(const char *folder, const char *destination, const char *holes)
+int ExportAll(const char *folder, const char *destination, const char *holes)
 {
     CBitlockerWrapper wrapper;
     IVolume *volume = nullptr;
@@ -94,7 +94,7 @@ int exportAll(const char *folder, const char *destination, const char *holes)
     Z5FileManager *engine = [[[Z5FileManager alloc] initWithSourceFiles:[explorer rootDirectory]
                                                             andExplorer:explorer] autorelease];
     if (engine == nil)
-        return fail("nothing to export");
+        return Fail("nothing to export");
     WatchedProgress *progress = [[[WatchedProgress alloc] init] autorelease];
     NSWindow *window = [progress window];
     if (holes != nullptr)
@@ -103,29 +103,29 @@ int exportAll(const char *folder, const char *destination, const char *holes)
     [engine copyTo:[NSString stringWithUTF8String:destination] withDelegate:progress];
     [NSApp runModalForWindow:window];
     [progress waitForTheEnd];
-    printf("%.6f\n", secondsSince(start));
+    printf("%.6f\n", SecondsSince(start));
     return 0;
 }
 
 // The application's delegate, made with the interface file, opens the first argument as a volume;
 // the name of a job is none.
-int run(int argc, char **argv)
+int Run(int argc, char **argv)
 {
     [VXApplication sharedApplication];
     [NSApp finishLaunching];
     if (![NSBundle loadNibNamed:@"MainMenu" owner:NSApp])
-        return fail("the main window does not load");
+        return Fail("the main window does not load");
     AppDelegate *delegate = (AppDelegate *)[NSApp delegate];
     const unsigned count = argc > 2 ? static_cast<unsigned>(strtoul(argv[2], nullptr, 10)) : 0;
     if (argc == 4 && strcmp(argv[1], "expand") == 0)
-        return expand(delegate, count);
+        return Expand(delegate, count);
     if (argc == 4 && strcmp(argv[1], "rows") == 0)
-        return rows(delegate, count);
+        return Rows(delegate, count);
     if (argc == 4 && strcmp(argv[1], "list") == 0)
-        return list(count);
+        return List(count);
     if ((argc == 4 || argc == 5) && strcmp(argv[1], "export") == 0)
-        return exportAll(argv[2], argv[3], argv[4]);
-    return fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST [HOLES]");
+        return ExportAll(argv[2], argv[3], argv[4]);
+    return Fail("usage: window-probe expand|rows|list COUNT - | export FOLDER DEST [HOLES]");
 }
 
 }  // namespace
@@ -133,6 +133,6 @@ int run(int argc, char **argv)
 int main(int argc, char **argv)
 {
     @autoreleasepool {
-        return run(argc, argv);
+        return Run(argc, argv);
     }
 }

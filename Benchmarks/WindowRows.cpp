@@ -19,14 +19,14 @@ constexpr char kEntries[] = "20000";
 // Every measurement has a display and a home of its own.
 class Desktop {
 public:
-    Desktop() : _display(vxtest::VirtualDisplay::start())
+    Desktop() : _display(vxtest::VirtualDisplay::Start())
     {
         setenv("HOME", _home.Path().c_str(), 1);
     }
-    bool started() const { return _display != nullptr; }
-    std::unique_ptr<DisplayClient> client() const
+    bool Started() const { return _display != nullptr; }
+    std::unique_ptr<DisplayClient> Client() const
     {
-        return started() ? DisplayClient::connectTo(_display->name()) : nullptr;
+        return Started() ? DisplayClient::ConnectTo(_display->Name()) : nullptr;
     }
 
 private:
@@ -38,7 +38,7 @@ private:
 // measured explorer leaves of them goes with the object.
 class LinkFiles {
 public:
-    LinkFiles() : _inUse(exists(kPaths[0]) || exists(kPaths[1])) {}
+    LinkFiles() : _inUse(Exists(kPaths[0]) || Exists(kPaths[1])) {}
     ~LinkFiles()
     {
         for (const char *path : kPaths)
@@ -48,56 +48,56 @@ public:
     LinkFiles(const LinkFiles &) = delete;
     LinkFiles &operator=(const LinkFiles &) = delete;
 
-    bool inUse() const { return _inUse; }
+    bool InUse() const { return _inUse; }
 
 private:
     static constexpr const char *kPaths[] = {"/tmp/z5_btl_3", "/tmp/z5_btl_4"};
-    static bool exists(const char *path) { return access(path, F_OK) == 0; }
+    static bool Exists(const char *path) { return access(path, F_OK) == 0; }
 
     bool _inUse;
 };
 
-double probe(const BenchSetting &setting, const std::vector<std::string> &job)
+double Probe(const BenchSetting &setting, const std::vector<std::string> &job)
 {
     std::vector<std::string> command = {setting.programs + "/WindowProbe.app/WindowProbe"};
     command.insert(command.end(), job.begin(), job.end());
     return PrintedNumber(RunChild(command), 0);
 }
 
-RowResult openingAFolder(const BenchSetting &setting)
+RowResult OpeningAFolder(const BenchSetting &setting)
 {
     const Desktop desktop;
-    if (!desktop.started())
+    if (!desktop.Started())
         return {};
     return RatioOf(Compare(
         setting.turns,
         [&] {
-            return probe(setting, {"expand", kEntries, "-"});
+            return Probe(setting, {"expand", kEntries, "-"});
         },
         [&] {
-            const double listing = probe(setting, {"list", kEntries, "-"});
-            const double rows = probe(setting, {"rows", kEntries, "-"});
+            const double listing = Probe(setting, {"list", kEntries, "-"});
+            const double rows = Probe(setting, {"rows", kEntries, "-"});
             return listing < 0 || rows < 0 ? -1 : listing + rows;
         }));
 }
 
-RowResult exportingInTheWindow(const BenchSetting &setting, const std::string &folder)
+RowResult ExportingInTheWindow(const BenchSetting &setting, const std::string &folder)
 {
     const Desktop desktop;
-    if (!desktop.started())
+    if (!desktop.Started())
         return {};
     const auto freshCopy = [&] {
-        std::string copy = setting.data.freshDestination();
+        std::string copy = setting.data.FreshDestination();
         RunChild({"mkdir", copy});
         return copy;
     };
     // Each fills free memory itself, since a program with a window takes longer to start, and some
     // is free again by then.
-    const std::string &holes = setting.data.folder();
+    const std::string &holes = setting.data.Folder();
     return RatioOf(Compare(
         setting.turns,
         [&] {
-            return probe(setting, {"export", folder, freshCopy(), holes});
+            return Probe(setting, {"export", folder, freshCopy(), holes});
         },
         [&] {
             return PrintedNumber(RunChild({setting.programs + "/catalogue-probe", "export", folder,
@@ -106,26 +106,26 @@ RowResult exportingInTheWindow(const BenchSetting &setting, const std::string &f
         }));
 }
 
-RowResult starting(const BenchSetting &setting)
+RowResult Starting(const BenchSetting &setting)
 {
     const Desktop desktop;
-    const std::unique_ptr<DisplayClient> display = desktop.client();
+    const std::unique_ptr<DisplayClient> display = desktop.Client();
     if (display == nullptr)
         return {};
     // Running beforehand, as on a GNUstep desktop: the empty program would start it and wait.
     const BackgroundProcess notifications({"gdnc", "--no-fork"});
     const LinkFiles link;
-    if (link.inUse())
+    if (link.InUse())
         return {false, "", "", 0, "an explorer is running, or has left its FIFOs in /tmp"};
     const auto explorer = [&](const std::string &folder) {
         return std::vector<std::string>{setting.programs + "/FileExplorer.app/FileExplorer", folder,
                                         "none", "", "x"};
     };
-    const std::vector<std::string> ours = explorer(setting.data.likeADisk());
+    const std::vector<std::string> ours = explorer(setting.data.LikeADisk());
     const std::vector<std::string> theirs = {setting.programs + "/empty-window"};
     const uint64_t ourPicture = RestingPicture(ours, *display);
     const uint64_t theirPicture = RestingPicture(theirs, *display);
-    if (ourPicture == RestingPicture(explorer(setting.data.empty()), *display)) {
+    if (ourPicture == RestingPicture(explorer(setting.data.Empty()), *display)) {
         fprintf(stderr, "volume-bench: the window does not show the root\n");
         return {};
     }
@@ -140,12 +140,12 @@ std::vector<Row> WindowRows(const BenchSetting &setting)
 {
     return {
         {"window: 20,000 entries opened / listed and rows alone", 1.5,
-         [=] { return openingAFolder(setting); }},
+         [=] { return OpeningAFolder(setting); }},
         {"window: 20,000 files of 4 KiB / without a window", 2.0,
-         [=] { return exportingInTheWindow(setting, setting.data.manySmallFiles()); }},
+         [=] { return ExportingInTheWindow(setting, setting.data.ManySmallFiles()); }},
         {"window: 2 GiB file / without a window", 1.1,
-         [=] { return exportingInTheWindow(setting, setting.data.oneLargeFile()); }},
+         [=] { return ExportingInTheWindow(setting, setting.data.OneLargeFile()); }},
         {"window: started with the root listed / an empty window", 1.3,
-         [=] { return starting(setting); }},
+         [=] { return Starting(setting); }},
     };
 }

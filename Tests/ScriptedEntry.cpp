@@ -26,7 +26,7 @@ ScriptedEntry::ScriptedEntry(Arena &arena, std::u16string name, uint32_t attribu
 {
 }
 
-ScriptedEntry &ScriptedEntry::add(std::u16string name, uint32_t attributes)
+ScriptedEntry &ScriptedEntry::Add(std::u16string name, uint32_t attributes)
 {
     ScriptedEntry &entry = _arena.emplace_back(_arena, std::move(name), attributes);
     _children.push_back(&entry);
@@ -36,63 +36,63 @@ ScriptedEntry &ScriptedEntry::add(std::u16string name, uint32_t attributes)
     return entry;
 }
 
-ScriptedEntry &ScriptedEntry::folder(std::u16string name)
+ScriptedEntry &ScriptedEntry::Folder(std::u16string name)
 {
-    return add(std::move(name), kVolumeAttributeDirectory);
+    return Add(std::move(name), kVolumeAttributeDirectory);
 }
 
-ScriptedEntry &ScriptedEntry::file(std::u16string name, uint64_t size)
+ScriptedEntry &ScriptedEntry::File(std::u16string name, uint64_t size)
 {
-    ScriptedEntry &entry = add(std::move(name), kAttributeArchive);
+    ScriptedEntry &entry = Add(std::move(name), kAttributeArchive);
     entry._size = size;
     return entry;
 }
 
-ScriptedEntry &ScriptedEntry::file(std::u16string name, std::string contents)
+ScriptedEntry &ScriptedEntry::File(std::u16string name, std::string contents)
 {
-    ScriptedEntry &entry = add(std::move(name), kAttributeArchive);
+    ScriptedEntry &entry = Add(std::move(name), kAttributeArchive);
     entry._contents = std::move(contents);
     return entry;
 }
 
-ScriptedEntry &ScriptedEntry::attributes(uint32_t value)
+ScriptedEntry &ScriptedEntry::Attributes(uint32_t value)
 {
     _attributes = value;
     return *this;
 }
 
-ScriptedEntry &ScriptedEntry::modified(uint64_t fileTime)
+ScriptedEntry &ScriptedEntry::Modified(uint64_t fileTime)
 {
     _modified = fileTime;
     return *this;
 }
 
-ScriptedEntry &ScriptedEntry::catalogueSize(uint64_t bytes)
+ScriptedEntry &ScriptedEntry::CatalogueSize(uint64_t bytes)
 {
     _catalogueSize = bytes;
     return *this;
 }
 
-ScriptedEntry &ScriptedEntry::queriedSize(uint64_t bytes)
+ScriptedEntry &ScriptedEntry::QueriedSize(uint64_t bytes)
 {
     _queriedSize = bytes;
     return *this;
 }
 
-ScriptedEntry &ScriptedEntry::unterminated()
+ScriptedEntry &ScriptedEntry::Unterminated()
 {
     _unterminated = true;
     return *this;
 }
 
-ScriptedEntry &ScriptedEntry::endless()
+ScriptedEntry &ScriptedEntry::Endless()
 {
     _endless = true;
     _children.push_back(this);
     return *this;
 }
 
-std::u16string ScriptedEntry::recordName() const
+std::u16string ScriptedEntry::RecordName() const
 {
     const size_t room = std::size(VolumeFindData().name);
     std::u16string name = _name.substr(0, _unterminated ? room : room - 1);
@@ -100,20 +100,20 @@ std::u16string ScriptedEntry::recordName() const
     return name;
 }
 
-void ScriptedEntry::fill(VolumeFindData &record) const
+void ScriptedEntry::Fill(VolumeFindData &record) const
 {
-    const uint64_t bytes = _catalogueSize.value_or(size());
+    const uint64_t bytes = _catalogueSize.value_or(Size());
     record.attributes = _attributes;
     record.creationTime = _modified;
     record.lastAccessTime = _modified;
     record.lastWriteTime = _modified;
     record.sizeHigh = static_cast<uint32_t>(bytes >> 32);
     record.sizeLow = static_cast<uint32_t>(bytes);
-    const std::u16string name = recordName();
+    const std::u16string name = RecordName();
     std::copy(name.begin(), name.end(), record.name);
 }
 
-void ScriptedEntry::read(uint64_t offset, void *buffer, size_t count) const
+void ScriptedEntry::Read(uint64_t offset, void *buffer, size_t count) const
 {
     auto *bytes = static_cast<unsigned char *>(buffer);
     if (_contents) {
@@ -132,15 +132,15 @@ void ScriptedEntry::read(uint64_t offset, void *buffer, size_t count) const
     }
 }
 
-std::string ScriptedEntry::read(uint64_t offset, size_t count) const
+std::string ScriptedEntry::Read(uint64_t offset, size_t count) const
 {
     std::string bytes(count, '\0');
-    read(offset, &bytes[0], count);
+    Read(offset, &bytes[0], count);
     return bytes;
 }
 
 // The child whose name stands at start, after which a "/" or the end of the path follows.
-ScriptedEntry *ScriptedEntry::childAt(const std::u16string &path, size_t start, size_t &end) const
+ScriptedEntry *ScriptedEntry::ChildAt(const std::u16string &path, size_t start, size_t &end) const
 {
     end = std::min(path.find(u'/', start), path.size());
     const auto known = _byName.find(path.substr(start, end - start));
@@ -155,14 +155,14 @@ ScriptedEntry *ScriptedEntry::childAt(const std::u16string &path, size_t start, 
     return nullptr;
 }
 
-ScriptedEntry *ScriptedEntry::find(const std::u16string &path)
+ScriptedEntry *ScriptedEntry::Find(const std::u16string &path)
 {
     ScriptedEntry *entry = this;
     size_t at = 0;
     while (entry != nullptr && at < path.size() && !entry->_endless) {
         if (path[at] != u'/')
             return nullptr;
-        entry = entry->childAt(path, at + 1, at);
+        entry = entry->ChildAt(path, at + 1, at);
     }
     return entry;
 }

@@ -34,41 +34,41 @@ public:
 
     // Each adds a child and returns it. Names are taken as they are, hostile ones included; of
     // two children of one name the path leads to the first. size: bytes of generated content.
-    ScriptedEntry &folder(std::u16string name);
-    ScriptedEntry &file(std::u16string name, uint64_t size = 0);
-    ScriptedEntry &file(std::u16string name, std::string contents);
+    ScriptedEntry &Folder(std::u16string name);
+    ScriptedEntry &File(std::u16string name, uint64_t size = 0);
+    ScriptedEntry &File(std::u16string name, std::string contents);
 
-    ScriptedEntry &attributes(uint32_t value);
-    ScriptedEntry &modified(uint64_t fileTime);
+    ScriptedEntry &Attributes(uint32_t value);
+    ScriptedEntry &Modified(uint64_t fileTime);
     // The size in the record; a file's true size if not set.
-    ScriptedEntry &catalogueSize(uint64_t bytes);
+    ScriptedEntry &CatalogueSize(uint64_t bytes);
     // The size that QueryFileSize gives; a file's true size if not set.
-    ScriptedEntry &queriedSize(uint64_t bytes);
+    ScriptedEntry &QueriedSize(uint64_t bytes);
     // The name fills the record's 540 units, with no zero after it: the name, then u'x'.
-    ScriptedEntry &unterminated();
+    ScriptedEntry &Unterminated();
     // The folder is its own only child, so that its paths never end.
-    ScriptedEntry &endless();
+    ScriptedEntry &Endless();
 
-    const std::u16string &name() const { return _name; }
-    uint64_t size() const { return _contents ? _contents->size() : _size; }
-    uint64_t sizeOfHandle() const { return _queriedSize.value_or(size()); }
-    bool isFolder() const { return (_attributes & kVolumeAttributeDirectory) != 0; }
-    const std::vector<ScriptedEntry *> &children() const { return _children; }
+    const std::u16string &Name() const { return _name; }
+    uint64_t Size() const { return _contents ? _contents->size() : _size; }
+    uint64_t SizeOfHandle() const { return _queriedSize.value_or(Size()); }
+    bool IsFolder() const { return (_attributes & kVolumeAttributeDirectory) != 0; }
+    const std::vector<ScriptedEntry *> &Children() const { return _children; }
 
     // Writes the record as a library does: every field, and the name with its zero; the units
     // after it stay as they are.
-    void fill(VolumeFindData &record) const;
+    void Fill(VolumeFindData &record) const;
     // The content from an offset on; offset + count is not above size().
-    void read(uint64_t offset, void *buffer, size_t count) const;
-    std::string read(uint64_t offset, size_t count) const;
+    void Read(uint64_t offset, void *buffer, size_t count) const;
+    std::string Read(uint64_t offset, size_t count) const;
 
     // The entry at a path below this folder, null if there is none: u"" is the folder itself.
-    ScriptedEntry *find(const std::u16string &path);
+    ScriptedEntry *Find(const std::u16string &path);
 
 private:
-    ScriptedEntry &add(std::u16string name, uint32_t attributes);
-    ScriptedEntry *childAt(const std::u16string &path, size_t start, size_t &end) const;
-    std::u16string recordName() const;
+    ScriptedEntry &Add(std::u16string name, uint32_t attributes);
+    ScriptedEntry *ChildAt(const std::u16string &path, size_t start, size_t &end) const;
+    std::u16string RecordName() const;
 
     Arena &_arena;
     std::u16string _name;

@@ -25,9 +25,9 @@ uint64_t joined(uint32_t low, uint32_t high)
 // A 64-bit output in two halves, as the fault would have it.
 void give(uint64_t value, std::optional<Fault> fault, uint32_t *low, uint32_t *high)
 {
-    if (fault == Fault::Garbage)
+    if (fault == Fault::kGarbage)
         value = kGarbageWord;
-    if (fault == Fault::Lie)
+    if (fault == Fault::kLie)
         ++value;
     *low = static_cast<uint32_t>(value);
     *high = static_cast<uint32_t>(value >> 32);
@@ -35,7 +35,7 @@ void give(uint64_t value, std::optional<Fault> fault, uint32_t *low, uint32_t *h
 
 uint32_t transferred(uint32_t possible, std::optional<Fault> fault)
 {
-    return fault == Fault::Shorten ? possible / 2 : possible;
+    return fault == Fault::kShorten ? possible / 2 : possible;
 }
 
 }  // namespace
@@ -47,38 +47,38 @@ ScriptedVolume::ScriptedVolume()
 
 ScriptedVolume::~ScriptedVolume() = default;
 
-void ScriptedVolume::atCall(VolumeOperation operation, size_t nth, Fault fault)
+void ScriptedVolume::AtCall(VolumeOperation operation, size_t nth, Fault fault)
 {
     const Lock lock(_mutex);
     _faults[operation][nth] = fault;
 }
 
-void ScriptedVolume::fromCall(VolumeOperation operation, size_t nth, Fault fault)
+void ScriptedVolume::FromCall(VolumeOperation operation, size_t nth, Fault fault)
 {
     const Lock lock(_mutex);
     _lastingFaults[operation] = {nth, fault};
 }
 
-bool ScriptedVolume::awaitStall(Milliseconds deadline)
+bool ScriptedVolume::AwaitStall(Milliseconds deadline)
 {
     Lock lock(_mutex);
     return _changed.wait_for(lock, deadline, [this] { return _stalls; });
 }
 
-void ScriptedVolume::release()
+void ScriptedVolume::Release()
 {
     const Lock lock(_mutex);
     _released = true;
     _changed.notify_all();
 }
 
-std::vector<VolumeCall> ScriptedVolume::calls() const
+std::vector<VolumeCall> ScriptedVolume::Calls() const
 {
     const Lock lock(_mutex);
     return _calls;
 }
 
-std::vector<VolumeCall> ScriptedVolume::calls(VolumeOperation operation) const
+std::vector<VolumeCall> ScriptedVolume::Calls(VolumeOperation operation) const
 {
     const Lock lock(_mutex);
     std::vector<VolumeCall> found;
@@ -89,47 +89,47 @@ std::vector<VolumeCall> ScriptedVolume::calls(VolumeOperation operation) const
     return found;
 }
 
-size_t ScriptedVolume::count(VolumeOperation operation) const
+size_t ScriptedVolume::Count(VolumeOperation operation) const
 {
     const Lock lock(_mutex);
     const auto counted = _counted.find(operation);
     return counted == _counted.end() ? 0 : counted->second;
 }
 
-void ScriptedVolume::forgetCalls()
+void ScriptedVolume::ForgetCalls()
 {
     const Lock lock(_mutex);
     _calls.clear();
     _counted.clear();
 }
 
-void ScriptedVolume::keepNoCalls()
+void ScriptedVolume::KeepNoCalls()
 {
     const Lock lock(_mutex);
     _keepsCalls = false;
 }
 
-size_t ScriptedVolume::openHandles() const
+size_t ScriptedVolume::OpenHandles() const
 {
     const Lock lock(_mutex);
     return static_cast<size_t>(std::count_if(_handles.begin(), _handles.end(),
                                              [](auto &each) { return each.second->closed == 0; }));
 }
 
-size_t ScriptedVolume::handlesClosedTwice() const
+size_t ScriptedVolume::HandlesClosedTwice() const
 {
     const Lock lock(_mutex);
     return static_cast<size_t>(std::count_if(_handles.begin(), _handles.end(),
                                              [](auto &each) { return each.second->closed > 1; }));
 }
 
-size_t ScriptedVolume::callsWithBadHandle() const
+size_t ScriptedVolume::CallsWithBadHandle() const
 {
     const Lock lock(_mutex);
     return _badHandles;
 }
 
-std::optional<Fault> ScriptedVolume::faultOf(VolumeOperation operation, size_t nth) const
+std::optional<Fault> ScriptedVolume::FaultOf(VolumeOperation operation, size_t nth) const
 {
     const auto once = _faults.find(operation);
     if (once != _faults.end()) {
@@ -144,21 +144,21 @@ std::optional<Fault> ScriptedVolume::faultOf(VolumeOperation operation, size_t n
 }
 
 // Every call begins here: it is recorded, and stalls if it is to stall.
-std::optional<Fault> ScriptedVolume::arrive(Lock &lock, VolumeCall call)
+std::optional<Fault> ScriptedVolume::Arrive(Lock &lock, VolumeCall call)
 {
     call.thread = std::this_thread::get_id();
     const size_t nth = ++_arrived[call.operation];
     ++_counted[call.operation];
-    const std::optional<Fault> fault = faultOf(call.operation, nth);
+    const std::optional<Fault> fault = FaultOf(call.operation, nth);
     if (_keepsCalls)
         _calls.push_back(std::move(call));
-    if (fault != Fault::Stall)
+    if (fault != Fault::kStall)
         return fault;
-    stall(lock);
+    Stall(lock);
     return std::nullopt;
 }
 
-void ScriptedVolume::stall(Lock &lock)
+void ScriptedVolume::Stall(Lock &lock)
 {
     _stalls = true;
     _changed.notify_all();
@@ -167,7 +167,7 @@ void ScriptedVolume::stall(Lock &lock)
 }
 
 // The handle as the volume knows it; null, and counted, if it may not be used.
-ScriptedVolume::Handle *ScriptedVolume::used(VolumeHandle handle)
+ScriptedVolume::Handle *ScriptedVolume::Used(VolumeHandle handle)
 {
     const auto known = _handles.find(handle);
     if (known != _handles.end() && known->second->closed == 0)
@@ -176,7 +176,7 @@ ScriptedVolume::Handle *ScriptedVolume::used(VolumeHandle handle)
     return nullptr;
 }
 
-ScriptedVolume::Handle &ScriptedVolume::opened(ScriptedEntry *entry)
+ScriptedVolume::Handle &ScriptedVolume::Opened(ScriptedEntry *entry)
 {
     auto handle = std::make_unique<Handle>();
     handle->entry = entry;
@@ -185,27 +185,27 @@ ScriptedVolume::Handle &ScriptedVolume::opened(ScriptedEntry *entry)
     return kept;
 }
 
-bool ScriptedVolume::report(Handle &search, VolumeFindData *record, std::optional<Fault> fault)
+bool ScriptedVolume::Report(Handle &search, VolumeFindData *record, std::optional<Fault> fault)
 {
-    const auto &children = search.entry->children();
+    const auto &children = search.entry->Children();
     if (search.next >= children.size())
         return false;
     const ScriptedEntry &entry = *children[search.next++];
-    if (fault == Fault::Garbage)
+    if (fault == Fault::kGarbage)
         memset(static_cast<void *>(record), kGarbage, sizeof(*record));
     else
-        entry.fill(*record);
+        entry.Fill(*record);
     return true;
 }
 
 // A listing mostly goes on below the last one, and in a deep nest the way from the root is long.
-ScriptedEntry *ScriptedVolume::folderAt(const std::u16string &path)
+ScriptedEntry *ScriptedVolume::FolderAt(const std::u16string &path)
 {
     const std::u16string way = _lastPath + u'/';
     const bool below = _lastFolder != nullptr && path.compare(0, way.size(), way) == 0;
     ScriptedEntry *entry =
-        below ? _lastFolder->find(path.substr(_lastPath.size())) : root().find(path);
-    if (entry == nullptr || !entry->isFolder())
+        below ? _lastFolder->Find(path.substr(_lastPath.size())) : Root().Find(path);
+    if (entry == nullptr || !entry->IsFolder())
         return nullptr;
     _lastPath = path;
     _lastFolder = entry;
@@ -216,21 +216,21 @@ VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindDa
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::FindFirstFile;
+    call.operation = VolumeOperation::kFindFirstFile;
     call.path = pattern;
     call.buffer = record;
     call.recordWasZero = isZero(*record);
     std::u16string folder = call.path;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
 
-    if (fault == Fault::Fail || folder.size() < 2 || folder.substr(folder.size() - 2) != u"/*")
+    if (fault == Fault::kFail || folder.size() < 2 || folder.substr(folder.size() - 2) != u"/*")
         return nullptr;
     folder.resize(folder.size() - 2);
-    ScriptedEntry *entry = folderAt(folder);
+    ScriptedEntry *entry = FolderAt(folder);
     if (entry == nullptr)
         return nullptr;
-    Handle &handle = opened(entry);
-    report(handle, record, fault);
+    Handle &handle = Opened(entry);
+    Report(handle, record, fault);
     return &handle;
 }
 
@@ -238,39 +238,39 @@ bool ScriptedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::FindNextFile;
+    call.operation = VolumeOperation::kFindNextFile;
     call.handle = search;
     call.buffer = record;
     call.recordWasZero = isZero(*record);
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
-    Handle *known = used(search);
-    return known != nullptr && fault != Fault::Fail && report(*known, record, fault);
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    Handle *known = Used(search);
+    return known != nullptr && fault != Fault::kFail && Report(*known, record, fault);
 }
 
-bool ScriptedVolume::close(VolumeOperation operation, VolumeHandle handle)
+bool ScriptedVolume::Close(VolumeOperation operation, VolumeHandle handle)
 {
     Lock lock(_mutex);
     VolumeCall call;
     call.operation = operation;
     call.handle = handle;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
     const auto known = _handles.find(handle);
     if (known == _handles.end()) {
         ++_badHandles;
         return false;
     }
     ++known->second->closed;
-    return fault != Fault::Fail;
+    return fault != Fault::kFail;
 }
 
 bool ScriptedVolume::FindClose(VolumeHandle search)
 {
-    return close(VolumeOperation::FindClose, search);
+    return Close(VolumeOperation::kFindClose, search);
 }
 
 bool ScriptedVolume::CloseHandle(VolumeHandle file)
 {
-    return close(VolumeOperation::CloseHandle, file);
+    return Close(VolumeOperation::kCloseHandle, file);
 }
 
 VolumeHandle ScriptedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint32_t mode2,
@@ -278,44 +278,44 @@ VolumeHandle ScriptedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::OpenFile;
+    call.operation = VolumeOperation::kOpenFile;
     call.path = path;
     call.modes = {mode1, mode2, mode3};
     const std::u16string name = call.path;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
 
-    ScriptedEntry *entry = fault == Fault::Fail ? nullptr : root().find(name);
-    if (entry == nullptr || entry->isFolder())
+    ScriptedEntry *entry = fault == Fault::kFail ? nullptr : Root().Find(name);
+    if (entry == nullptr || entry->IsFolder())
         return nullptr;
-    return &opened(entry);
+    return &Opened(entry);
 }
 
 bool ScriptedVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done)
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::ReadFile;
+    call.operation = VolumeOperation::kReadFile;
     call.handle = file;
     call.buffer = buffer;
     call.count = count;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
-    Handle *known = used(file);
-    if (known == nullptr || fault == Fault::Fail)
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    Handle *known = Used(file);
+    if (known == nullptr || fault == Fault::kFail)
         return false;
-    if (fault == Fault::Garbage) {
+    if (fault == Fault::kGarbage) {
         memset(buffer, kGarbage, count);
         known->position += count;
         *done = count;
         return true;
     }
     const ScriptedEntry &entry = *known->entry;
-    const uint64_t start = std::min(known->position, entry.size());
+    const uint64_t start = std::min(known->position, entry.Size());
     const uint32_t read =
-        transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry.size() - start)), fault);
+        transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry.Size() - start)), fault);
     known->position += read;
-    *done = fault == Fault::Lie ? read + 1 : read;
+    *done = fault == Fault::kLie ? read + 1 : read;
     lock.unlock();
-    entry.read(start, buffer, read);
+    entry.Read(start, buffer, read);
     return true;
 }
 
@@ -324,17 +324,17 @@ bool ScriptedVolume::WriteFile(VolumeHandle file, const void *buffer, uint32_t c
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::WriteFile;
+    call.operation = VolumeOperation::kWriteFile;
     call.handle = file;
     call.buffer = buffer;
     call.count = count;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
-    Handle *known = used(file);
-    if (known == nullptr || fault == Fault::Fail)
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    Handle *known = Used(file);
+    if (known == nullptr || fault == Fault::kFail)
         return false;
     const uint32_t written = transferred(count, fault);
     known->position += written;
-    *done = fault == Fault::Lie ? written + 1 : written;
+    *done = fault == Fault::kLie ? written + 1 : written;
     return true;
 }
 
@@ -343,13 +343,13 @@ bool ScriptedVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t 
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::SetFilePosition;
+    call.operation = VolumeOperation::kSetFilePosition;
     call.handle = file;
     call.distance = static_cast<int64_t>(joined(*low, *high));
     call.origin = origin;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
-    Handle *known = used(file);
-    if (known == nullptr || fault == Fault::Fail)
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    Handle *known = Used(file);
+    if (known == nullptr || fault == Fault::kFail)
         return false;
     known->position = joined(*low, *high) + (origin == 1 ? known->position : 0);
     give(known->position, fault, low, high);
@@ -360,20 +360,20 @@ bool ScriptedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *h
 {
     Lock lock(_mutex);
     VolumeCall call;
-    call.operation = VolumeOperation::QueryFileSize;
+    call.operation = VolumeOperation::kQueryFileSize;
     call.handle = file;
-    const std::optional<Fault> fault = arrive(lock, std::move(call));
-    Handle *known = used(file);
-    if (known == nullptr || fault == Fault::Fail)
+    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    Handle *known = Used(file);
+    if (known == nullptr || fault == Fault::kFail)
         return false;
-    give(known->entry->sizeOfHandle(), fault, low, high);
+    give(known->entry->SizeOfHandle(), fault, low, high);
     return true;
 }
 
 void ScriptedVolume::Reserved1()
 {
     Lock lock(_mutex);
-    arrive(lock, VolumeCall());
+    Arrive(lock, VolumeCall());
 }
 
 void ScriptedVolume::Reserved2()

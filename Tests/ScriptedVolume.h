@@ -36,29 +36,29 @@
 namespace vx {
 
 enum class VolumeOperation {
-    FindFirstFile,
-    FindNextFile,
-    FindClose,
-    OpenFile,
-    ReadFile,
-    WriteFile,
-    SetFilePosition,
-    QueryFileSize,
-    CloseHandle,
-    Reserved,  // any of the five that nobody calls
+    kFindFirstFile,
+    kFindNextFile,
+    kFindClose,
+    kOpenFile,
+    kReadFile,
+    kWriteFile,
+    kSetFilePosition,
+    kQueryFileSize,
+    kCloseHandle,
+    kReserved,  // any of the five that nobody calls
 };
 
 enum class Fault {
-    Fail,     // null or false; no output is touched and nothing moves
-    Shorten,  // ReadFile, WriteFile: success with half of the count
-    Garbage,  // success, every output byte 0xa5; ReadFile says that it did the whole count
-    Lie,      // success; the count, the position or the size given back is one too large
-    Stall,    // waits for release(), then does as it should
+    kFail,     // null or false; no output is touched and nothing moves
+    kShorten,  // ReadFile, WriteFile: success with half of the count
+    kGarbage,  // success, every output byte 0xa5; ReadFile says that it did the whole count
+    kLie,      // success; the count, the position or the size given back is one too large
+    kStall,    // waits for release(), then does as it should
 };
 
 // One call, in the order of arrival; what an operation does not have stays zero or empty.
 struct VolumeCall {
-    VolumeOperation operation = VolumeOperation::Reserved;
+    VolumeOperation operation = VolumeOperation::kReserved;
     std::thread::id thread;
     VolumeHandle handle = nullptr;  // as given
     std::u16string path;            // the pattern or the path
@@ -80,30 +80,30 @@ public:
     ScriptedVolume(const ScriptedVolume &) = delete;
     ScriptedVolume &operator=(const ScriptedVolume &) = delete;
 
-    ScriptedEntry &root() { return _entries.front(); }
+    ScriptedEntry &Root() { return _entries.front(); }
 
     // nth counts the calls of one operation from 1.
-    void atCall(VolumeOperation operation, size_t nth, Fault fault);
-    void fromCall(VolumeOperation operation, size_t nth, Fault fault);
+    void AtCall(VolumeOperation operation, size_t nth, Fault fault);
+    void FromCall(VolumeOperation operation, size_t nth, Fault fault);
 
     // Waits until a call stalls; false if none did in time.
-    bool awaitStall(Milliseconds deadline = kDeadline);
+    bool AwaitStall(Milliseconds deadline = kDeadline);
     // Lets the call that stalls, and all that would stall later, go on. A call that nobody
     // releases goes on by itself after the deadline.
-    void release();
+    void Release();
 
-    std::vector<VolumeCall> calls() const;
-    std::vector<VolumeCall> calls(VolumeOperation operation) const;
+    std::vector<VolumeCall> Calls() const;
+    std::vector<VolumeCall> Calls(VolumeOperation operation) const;
     // Calls since the start or since forgetCalls().
-    size_t count(VolumeOperation operation) const;
-    void forgetCalls();
+    size_t Count(VolumeOperation operation) const;
+    void ForgetCalls();
     // From now on calls are only counted: a very deep tree has more path text than memory.
-    void keepNoCalls();
+    void KeepNoCalls();
     // Handles returned and not yet closed; handles closed more than once.
-    size_t openHandles() const;
-    size_t handlesClosedTwice() const;
+    size_t OpenHandles() const;
+    size_t HandlesClosedTwice() const;
     // Calls with a handle that the volume had not returned, or that was closed before.
-    size_t callsWithBadHandle() const;
+    size_t CallsWithBadHandle() const;
 
     void Reserved1() override;
     void Reserved2() override;
@@ -131,14 +131,14 @@ private:
     };
     using Lock = std::unique_lock<std::mutex>;
 
-    std::optional<Fault> arrive(Lock &lock, VolumeCall call);
-    std::optional<Fault> faultOf(VolumeOperation operation, size_t nth) const;
-    void stall(Lock &lock);
-    Handle *used(VolumeHandle handle);
-    Handle &opened(ScriptedEntry *entry);
-    ScriptedEntry *folderAt(const std::u16string &path);
-    bool close(VolumeOperation operation, VolumeHandle handle);
-    static bool report(Handle &search, VolumeFindData *record, std::optional<Fault> fault);
+    std::optional<Fault> Arrive(Lock &lock, VolumeCall call);
+    std::optional<Fault> FaultOf(VolumeOperation operation, size_t nth) const;
+    void Stall(Lock &lock);
+    Handle *Used(VolumeHandle handle);
+    Handle &Opened(ScriptedEntry *entry);
+    ScriptedEntry *FolderAt(const std::u16string &path);
+    bool Close(VolumeOperation operation, VolumeHandle handle);
+    static bool Report(Handle &search, VolumeFindData *record, std::optional<Fault> fault);
 
     mutable std::mutex _mutex;
     std::condition_variable _changed;

@@ -19,11 +19,11 @@ protected:
     ExplorerTest(const ExplorerTest &) = delete;
     ExplorerTest &operator=(const ExplorerTest &) = delete;
 
-    vx::ScriptedEntry &root() { return volume.root(); }
+    vx::ScriptedEntry &root() { return volume.Root(); }
     // Shows the volume; called after the test has built its tree.
     void open();
     NSOutlineView *tree() { return [controller outlineView]; }
-    size_t listings() { return volume.count(vx::VolumeOperation::FindFirstFile); }
+    size_t listings() { return volume.Count(vx::VolumeOperation::kFindFirstFile); }
     NSTableColumn *column(NSString *title);
     std::string text(NSInteger row, NSString *title);
     void select(const std::vector<NSUInteger> &rows);

@@ -127,8 +127,8 @@ TEST_F(ExplorerTest, AColumnIsAsWideAsTheMouseDrawsTheEdgeOfItsHeader)
 
 TEST_F(ExplorerTest, TheRightArrowExpandsTheSelectedFolderAndTheLeftArrowCollapsesIt)
 {
-    root().folder(u"A").file(u"inside", 1);
-    root().file(u"b", 1);
+    root().Folder(u"A").File(u"inside", 1);
+    root().File(u"b", 1);
     open();
     select({0});
     press(NSRightArrowFunctionKey);
@@ -141,8 +141,8 @@ TEST_F(ExplorerTest, TheRightArrowExpandsTheSelectedFolderAndTheLeftArrowCollaps
 
 TEST_F(ExplorerTest, SelectAllSelectsEveryRowThatIsShown)
 {
-    root().folder(u"A").file(u"hidden", 1);
-    root().file(u"b", 1);
+    root().Folder(u"A").File(u"hidden", 1);
+    root().File(u"b", 1);
     open();
     press('a', NSCommandKeyMask);
     EXPECT_THAT(selected(), ElementsAre("A", "b"));
@@ -151,7 +151,7 @@ TEST_F(ExplorerTest, SelectAllSelectsEveryRowThatIsShown)
 
 TEST_F(ExplorerTest, CopyGoesToTheTextThatHasTheKeyboardAndTheTreeHasNone)
 {
-    root().file(u"b", 1);
+    root().File(u"b", 1);
     open();
     id copy = [[[[NSApp mainMenu] itemAtIndex:1] submenu] itemWithTitle:@"Copy"];
     EXPECT_EQ([copy target], nil);
@@ -171,7 +171,7 @@ TEST_F(ExplorerTest, AVolumeWhoseRootListIsEmptyShowsAnEmptyTreeAndExportStaysDi
 
 TEST_F(ExplorerTest, AVolumeWhoseRootCannotBeListedShowsAnEmptyTree)
 {
-    volume.fromCall(vx::VolumeOperation::FindFirstFile, 1, vx::Fault::Fail);
+    volume.FromCall(vx::VolumeOperation::kFindFirstFile, 1, vx::Fault::kFail);
     EXPECT_FALSE([controller setVolumeObject:&volume]);
     [[window contentView] addSubview:[delegate FileExplorerView]];
     EXPECT_EQ([tree() numberOfRows], 0);
@@ -179,8 +179,8 @@ TEST_F(ExplorerTest, AVolumeWhoseRootCannotBeListedShowsAnEmptyTree)
 
 TEST_F(ExplorerTest, TheFirstDisplayAlreadySeesTheRootList)
 {
-    root().folder(u"A");
-    root().file(u"b", 3);
+    root().Folder(u"A");
+    root().File(u"b", 3);
     open();
     EXPECT_EQ([tree() numberOfRows], 2);
     EXPECT_EQ(listings(), 1u);
@@ -188,7 +188,7 @@ TEST_F(ExplorerTest, TheFirstDisplayAlreadySeesTheRootList)
 
 TEST_F(ExplorerTest, ExpandingAnEmptyFolderShowsNoRowsUnderItAndTheTriangleStays)
 {
-    root().folder(u"Empty");
+    root().Folder(u"Empty");
     open();
     [tree() expandItem:[tree() itemAtRow:0]];
     EXPECT_EQ([tree() numberOfRows], 1);
@@ -197,9 +197,9 @@ TEST_F(ExplorerTest, ExpandingAnEmptyFolderShowsNoRowsUnderItAndTheTriangleStays
 
 TEST_F(ExplorerTest, ExpandingCollapsingAndExpandingAgainReadsTheVolumeOnlyTheFirstTime)
 {
-    root().folder(u"A").file(u"inside", 1);
+    root().Folder(u"A").File(u"inside", 1);
     open();
-    volume.forgetCalls();
+    volume.ForgetCalls();
     id folder = [tree() itemAtRow:0];
     [tree() expandItem:folder];
     EXPECT_EQ(listings(), 1u);
@@ -212,10 +212,10 @@ TEST_F(ExplorerTest, ExpandingCollapsingAndExpandingAgainReadsTheVolumeOnlyTheFi
 
 TEST_F(ExplorerTest, AFolderThatCouldNotBeListedIsReadAgain)
 {
-    root().folder(u"A").file(u"inside", 1);
+    root().Folder(u"A").File(u"inside", 1);
     open();
-    volume.forgetCalls();
-    volume.atCall(vx::VolumeOperation::FindFirstFile, 2, vx::Fault::Fail);
+    volume.ForgetCalls();
+    volume.AtCall(vx::VolumeOperation::kFindFirstFile, 2, vx::Fault::kFail);
     id folder = [tree() itemAtRow:0];
     [tree() expandItem:folder];
     [tree() collapseItem:folder];
@@ -227,8 +227,8 @@ TEST_F(ExplorerTest, AFolderThatCouldNotBeListedIsReadAgain)
 
 TEST_F(ExplorerTest, AFolderRowShowsItsNameAndDateAndAFileRowItsSizeAsWell)
 {
-    root().folder(u"A");
-    root().file(u"b", 1536);
+    root().Folder(u"A");
+    root().File(u"b", 1536);
     open();
     NSString *date = [Z5FindData FormatFileTimeToString:vx::kScriptedTime];
     EXPECT_EQ(text(0, @"File Name"), "A");
@@ -243,7 +243,7 @@ TEST_F(ExplorerTest, AFolderRowShowsItsNameAndDateAndAFileRowItsSizeAsWell)
 
 TEST_F(ExplorerTest, AColumnOfAnotherTitleShowsEmptyStrings)
 {
-    root().file(u"b", 1536);
+    root().File(u"b", 1536);
     open();
     [[column(@"Size") headerCell] setStringValue:@"Größe"];
     EXPECT_EQ(text(0, @"Größe"), "");
@@ -253,7 +253,7 @@ TEST_F(ExplorerTest, AColumnOfAnotherTitleShowsEmptyStrings)
 
 TEST_F(ExplorerTest, ATitleInOtherLettersIsAnotherTitle)
 {
-    root().file(u"b", 1536);
+    root().File(u"b", 1536);
     open();
     for (NSString *title in @[ @"File Name", @"Date Modified", @"Size" ]) {
         NSTableColumn *titled = column(title);
@@ -287,10 +287,10 @@ TEST_F(ExplorerTest, AnItemThatIsNotAnEntryHasNoChildrenNoTextAndIsNotExpandable
 
 TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
 {
-    root().folder(u"Folder.pdf");
-    root().file(u"text.pdf", 1);
-    root().file(u"README", 1);
-    root().file(u".pdf", 1);
+    root().Folder(u"Folder.pdf");
+    root().File(u"text.pdf", 1);
+    root().File(u"README", 1);
+    root().File(u".pdf", 1);
     open();
     const auto icon = [this](NSInteger row) {
         ImageAndTextCell *cell = [[ImageAndTextCell new] autorelease];
@@ -312,7 +312,7 @@ TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
 TEST_F(ExplorerTest, SelectingRows5And2And9StoresTheirItemsInTheOrder2And5And9)
 {
     for (char16_t name = u'0'; name <= u'9'; ++name)
-        root().file(std::u16string(1, name), 1);
+        root().File(std::u16string(1, name), 1);
     open();
     select({5, 2, 9});
     EXPECT_THAT(selected(), ElementsAre("2", "5", "9"));
@@ -321,7 +321,7 @@ TEST_F(ExplorerTest, SelectingRows5And2And9StoresTheirItemsInTheOrder2And5And9)
 
 TEST_F(ExplorerTest, ClearingTheSelectionEmptiesTheListAndDisablesExport)
 {
-    root().file(u"a", 1);
+    root().File(u"a", 1);
     open();
     select({0});
     id list = [controller valueForKey:@"_selectedFiles"];
@@ -333,7 +333,7 @@ TEST_F(ExplorerTest, ClearingTheSelectionEmptiesTheListAndDisablesExport)
 
 TEST_F(ExplorerTest, AFolderAndAnItemInsideItMayBeSelectedTogether)
 {
-    root().folder(u"A").file(u"inside", 1);
+    root().Folder(u"A").File(u"inside", 1);
     open();
     [tree() expandItem:[tree() itemAtRow:0]];
     [tree() selectAll:nil];
@@ -342,7 +342,7 @@ TEST_F(ExplorerTest, AFolderAndAnItemInsideItMayBeSelectedTogether)
 
 TEST_F(ExplorerTest, AwakingAgainSetsNothingUpAgain)
 {
-    root().file(u"a", 1);
+    root().File(u"a", 1);
     open();
     select({0});
     [controller awakeFromNib];

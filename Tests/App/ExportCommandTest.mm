@@ -120,7 +120,7 @@ protected:
     ~ExportCommandTest() override
     {
         // A worker outlives its window by the closing of its file, and needs the volume for it.
-        EXPECT_TRUE(apptest::ServeUntil([this] { return volume.openHandles() == 0; }));
+        EXPECT_TRUE(apptest::ServeUntil([this] { return volume.OpenHandles() == 0; }));
         method_setImplementation(class_getInstanceMethod([NSWorkspace class], @selector(openURL:)),
                                  _opener);
     }
@@ -156,7 +156,7 @@ protected:
     // Asked without a wait: the worker needs the main thread on its way there.
     bool workerStalls()
     {
-        return progress() != nil && volume.awaitStall(vx::ScriptedVolume::Milliseconds(0));
+        return progress() != nil && volume.AwaitStall(vx::ScriptedVolume::Milliseconds(0));
     }
     // The window ends with the last chunk, and the worker closes the local file right after.
     bool holds(const std::string &file, const std::string &contents)
@@ -172,7 +172,7 @@ private:
 
 TEST_F(ExportCommandTest, CancellingThePanelLeavesNoWindowNoAlertAndNoFilesBehind)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     const auto visibleWindows = [] {
@@ -186,14 +186,14 @@ TEST_F(ExportCommandTest, CancellingThePanelLeavesNoWindowNoAlertAndNoFilesBehin
     [controller onClickedExport:nil];
     EXPECT_EQ([NSApp modalWindow], nil);
     EXPECT_EQ(visibleWindows(), before);
-    EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(volume.Count(vx::VolumeOperation::kOpenFile), 0u);
     EXPECT_EQ(g_opened, "");
     EXPECT_EQ(selected(), std::vector<std::string>{"a"});
 }
 
 TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsSave)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     Method method = class_getInstanceMethod([NSOpenPanel class], @selector(setResolvesAliases:));
@@ -215,7 +215,7 @@ TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsS
 
 TEST_F(ExportCommandTest, ThePanelLeavesTheScreenWhateverItsResult)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     NSOpenPanel *panel = nil;
@@ -232,7 +232,7 @@ TEST_F(ExportCommandTest, ThePanelLeavesTheScreenWhateverItsResult)
 
 TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersists)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     Method method = class_getClassMethod([NSOpenPanel class], @selector(openPanel));
@@ -256,7 +256,7 @@ TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersist
 
 TEST_F(ExportCommandTest, TheProgressWindowLiesInTheMiddleOfTheScreen)
 {
-    root().folder(u"Empty");
+    root().Folder(u"Empty");
     open();
     select({0});
     choose(folder.Path());
@@ -272,8 +272,8 @@ TEST_F(ExportCommandTest, TheProgressWindowLiesInTheMiddleOfTheScreen)
 
 TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestinationIsOpened)
 {
-    root().folder(u"Reports").folder(u"2019").file(u"a.txt", std::string("contents"));
-    root().file(u"b.txt", std::string("more"));
+    root().Folder(u"Reports").Folder(u"2019").File(u"a.txt", std::string("contents"));
+    root().File(u"b.txt", std::string("more"));
     open();
     [tree() selectAll:nil];
     choose(folder.Path());
@@ -286,20 +286,20 @@ TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestin
 
 TEST_F(ExportCommandTest, AfterAnExportTheExplorerComesToTheFrontAndThenTheDestinationIsOpened)
 {
-    root().file(u"a", std::string("a"));
+    root().File(u"a", std::string("a"));
     open();
     select({0});
     Method method =
         class_getInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:));
     const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(recordActivation));
     // The window would otherwise be gone before it is looked at.
-    volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
+    volume.AtCall(vx::VolumeOperation::kReadFile, 1, vx::Fault::kStall);
     int atTheEnd = -1;
     choose(folder.Path());
     When([this] { return workerStalls(); },
          [this, &atTheEnd] {
              atTheEnd = g_activations;
-             volume.release();
+             volume.Release();
          });
     [controller onClickedExport:nil];
     method_setImplementation(method, original);
@@ -309,8 +309,8 @@ TEST_F(ExportCommandTest, AfterAnExportTheExplorerComesToTheFrontAndThenTheDesti
 
 TEST_F(ExportCommandTest, WhatIsExportedWasSelectedAtTheClickAndNotLater)
 {
-    root().file(u"first", std::string("1"));
-    root().file(u"second", std::string("2"));
+    root().File(u"first", std::string("1"));
+    root().File(u"second", std::string("2"));
     open();
     select({0});
     When(panelIsUp, [this] {
@@ -327,8 +327,8 @@ TEST_F(ExportCommandTest, WhatIsExportedWasSelectedAtTheClickAndNotLater)
 
 TEST_F(ExportCommandTest, TwoExportsInARowEachCopyWhatIsSelectedThen)
 {
-    root().file(u"one", std::string("1"));
-    root().file(u"two", std::string("2"));
+    root().File(u"one", std::string("1"));
+    root().File(u"two", std::string("2"));
     open();
     for (const char *name : {"one", "two"}) {
         select({strcmp(name, "one") == 0 ? 0u : 1u});
@@ -344,7 +344,7 @@ TEST_F(ExportCommandTest, TwoExportsInARowEachCopyWhatIsSelectedThen)
 
 TEST_F(ExportCommandTest, ReturnExportsWhatIsSelectedAndNothingOtherwise)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     [window makeKeyAndOrderFront:nil];
     press('\r');
@@ -361,7 +361,7 @@ TEST_F(ExportCommandTest, ReturnExportsWhatIsSelectedAndNothingOtherwise)
 
 TEST_F(ExportCommandTest, ThePanelLiesOverTheMiddleOfItsWindow)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     [window setFrame:NSMakeRect(300, 60, 900, 620) display:YES];
@@ -382,7 +382,7 @@ TEST_F(ExportCommandTest, ThePanelLiesOverTheMiddleOfItsWindow)
 
 TEST_F(ExportCommandTest, ThePanelStaysOnTheScreenWhenItsWindowLiesAtTheEdge)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     [window setFrameOrigin:NSMakePoint(1000, -250)];
@@ -399,7 +399,7 @@ TEST_F(ExportCommandTest, ThePanelStaysOnTheScreenWhenItsWindowLiesAtTheEdge)
 
 TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAndNothingIsCopied)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     const std::string locked = folder.MakeFolder("locked");
@@ -425,14 +425,14 @@ TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAn
     });
     [controller onClickedExport:nil];
     EXPECT_EQ(alerts, 1);
-    EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(volume.Count(vx::VolumeOperation::kOpenFile), 0u);
     EXPECT_EQ(g_opened, "");
     EXPECT_EQ(selected(), std::vector<std::string>{"a"});
 }
 
 TEST_F(ExportCommandTest, ADestinationThatHasGoneBringsTheAlertOnceAndNothingIsCopied)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     const std::string gone = folder.MakeFolder("gone");
@@ -454,36 +454,36 @@ TEST_F(ExportCommandTest, ADestinationThatHasGoneBringsTheAlertOnceAndNothingIsC
     });
     [controller onClickedExport:nil];
     EXPECT_EQ(alerts, 1);
-    EXPECT_EQ(volume.count(vx::VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(volume.Count(vx::VolumeOperation::kOpenFile), 0u);
     EXPECT_EQ(g_opened, "");
 }
 
 TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorkerStillEnds)
 {
-    root().file(u"slow", 5 << 20);
-    root().file(u"quick", std::string("quick"));
-    volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
+    root().File(u"slow", 5 << 20);
+    root().File(u"quick", std::string("quick"));
+    volume.AtCall(vx::VolumeOperation::kReadFile, 1, vx::Fault::kStall);
     // So that the second window is still there when it is looked for.
-    volume.atCall(vx::VolumeOperation::OpenFile, 2, vx::Fault::Stall);
+    volume.AtCall(vx::VolumeOperation::kOpenFile, 2, vx::Fault::kStall);
     open();
     select({0});
     choose(folder.MakeFolder("first"));
     When([this] { return workerStalls(); }, [] { [progress() cancelClicked:nil]; });
     [controller onClickedExport:nil];
-    EXPECT_EQ(volume.count(vx::VolumeOperation::CloseHandle), 0u) << "the worker still reads";
+    EXPECT_EQ(volume.Count(vx::VolumeOperation::kCloseHandle), 0u) << "the worker still reads";
 
     select({1});
     choose(folder.MakeFolder("second"));
-    When([] { return progress() != nil; }, [this] { volume.release(); });
+    When([] { return progress() != nil; }, [this] { volume.Release(); });
     [controller onClickedExport:nil];
     EXPECT_TRUE(holds("second/quick", "quick"));
-    EXPECT_TRUE(apptest::ServeUntil([this] { return volume.openHandles() == 0; }));
+    EXPECT_TRUE(apptest::ServeUntil([this] { return volume.OpenHandles() == 0; }));
 }
 
 TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLast)
 {
-    root().file(u"slow", 5 << 20);
-    volume.atCall(vx::VolumeOperation::ReadFile, 1, vx::Fault::Stall);
+    root().File(u"slow", 5 << 20);
+    volume.AtCall(vx::VolumeOperation::kReadFile, 1, vx::Fault::kStall);
     open();
     select({0});
     choose(folder.Path());
@@ -501,14 +501,14 @@ TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLa
         [controller onClickedExport:nil];
     }
     EXPECT_FALSE(deallocatedOnMain) << "the worker still holds it";
-    volume.release();
+    volume.Release();
     EXPECT_TRUE(apptest::ServeUntil([] { return deallocatedOnMain; }));
     method_setImplementation(method, original);
 }
 
 TEST_F(ExportCommandTest, TheMenusCommandFollowsTheButtonAndRestsDuringAnExport)
 {
-    root().folder(u"Empty");
+    root().Folder(u"Empty");
     open();
     id item = [[[[NSApp mainMenu] itemAtIndex:0] submenu] itemWithTitle:@"Export"];
     EXPECT_FALSE([(id)controller validateMenuItem:item]);
@@ -528,7 +528,7 @@ TEST_F(ExportCommandTest, TheMenusCommandFollowsTheButtonAndRestsDuringAnExport)
 
 TEST_F(ExportCommandTest, AfterAnExportThatEndsWithAnotherCodeTheDestinationIsNotOpened)
 {
-    root().folder(u"Empty");
+    root().Folder(u"Empty");
     open();
     select({0});
     choose(folder.Path());
@@ -543,7 +543,7 @@ TEST_F(ExportCommandTest, AfterAnExportThatEndsWithAnotherCodeTheDestinationIsNo
 
 TEST_F(ExportCommandTest, ASelectionWithoutFilesLeavesTheWindowOpenUntilItIsCancelled)
 {
-    root().folder(u"Empty");
+    root().Folder(u"Empty");
     open();
     select({0});
     choose(folder.Path());

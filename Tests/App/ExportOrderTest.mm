@@ -67,7 +67,7 @@ bool progressIsUp()
 
 TEST_F(ExplorerTest, TheProgressWindowIsCentredBeforeTheWorkerIsStarted)
 {
-    root().file(u"a", 10);
+    root().File(u"a", 10);
     open();
     select({0});
     g_order.clear();

@@ -163,7 +163,7 @@ TEST_F(ExplorerTest, ALevelOfTheTreeIsIndentedByMoreThanAnIcon)
 
 TEST_F(ExplorerTest, AColumnsTitleStandsAboveItsTexts)
 {
-    root().file(u"a.txt", 10);
+    root().File(u"a.txt", 10);
     open();
     const NSInteger index = [tree() columnWithIdentifier:@"modified"];
     NSCell *title = [[[tree() tableColumns] objectAtIndex:NSUInteger(index)] headerCell];

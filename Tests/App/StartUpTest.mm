@@ -122,8 +122,8 @@ TEST_F(StartUp, EmptyArgumentsReachTheLibraryAsEmptyTexts)
 
 TEST_F(StartUp, AVolumeThatOpensIsShownWithItsRoot)
 {
-    volume.root().folder(u"A");
-    volume.root().file(u"b", 1);
+    volume.Root().Folder(u"A");
+    volume.Root().File(u"b", 1);
     start();
     EXPECT_TRUE(showsTree());
     EXPECT_EQ([[[delegate FileExplorerController] outlineView] numberOfRows], 2);
@@ -132,7 +132,7 @@ TEST_F(StartUp, AVolumeThatOpensIsShownWithItsRoot)
 
 TEST_F(StartUp, TheViewIsAddedAlsoWhenTheRootCannotBeListed)
 {
-    volume.fromCall(vx::VolumeOperation::FindFirstFile, 1, vx::Fault::Fail);
+    volume.FromCall(vx::VolumeOperation::kFindFirstFile, 1, vx::Fault::kFail);
     start();
     EXPECT_TRUE(showsTree());
     EXPECT_EQ([[[delegate FileExplorerController] outlineView] numberOfRows], 0);
@@ -144,7 +144,7 @@ TEST_F(StartUp, AVolumeWithAStatusOtherThan0IsNotShown)
     start();
     EXPECT_FALSE(showsTree());
     EXPECT_TRUE([[delegate window] isVisible]);
-    EXPECT_EQ(volume.count(vx::VolumeOperation::FindFirstFile), 0u);
+    EXPECT_EQ(volume.Count(vx::VolumeOperation::kFindFirstFile), 0u);
 }
 
 TEST_F(StartUp, ANullVolumeWithStatus0IsNotShown)

@@ -35,9 +35,9 @@ std::string UserTest::run(const std::string &command)
 
 void UserTest::SetUp()
 {
-    _display = vxtest::VirtualDisplay::start();
+    _display = vxtest::VirtualDisplay::Start();
     ASSERT_NE(_display, nullptr);
-    vxtest::liveIn(_home.Path());
+    vxtest::LiveIn(_home.Path());
     setenv("LANG", "en_US.UTF-8", 1);
     setenv("LANGUAGE", "en", 1);
     // The destination is opened with this; a desktop has its own.

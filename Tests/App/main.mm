@@ -17,11 +17,11 @@ int main(int argc, char **argv)
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
     const vx::TemporaryFolder home;
-    vxtest::liveIn(home.Path());
+    vxtest::LiveIn(home.Path());
     setenv("LANG", "en_US.UTF-8", 1);
     setenv("LANGUAGE", "en", 1);
     setenv("TZ", "UTC", 1);
-    const auto display = vxtest::VirtualDisplay::start();
+    const auto display = vxtest::VirtualDisplay::Start();
     if (display == nullptr) {
         std::cerr << "Xvfb did not start\n";
         return 1;

@@ -1,7 +1,7 @@
 // A byte source that fails where it is told to.
 #pragma once
 
-#include "Bitlocker/MemoryByteSource.h"
+#include "MemoryByteSource.h"
 
 #include <cerrno>
 
@@ -14,11 +14,11 @@ public:
     {
     }
 
-    Error readAt(uint64_t offset, void *buffer, size_t count) const override
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override
     {
         if (offset <= _badOffset && _badOffset - offset < count)
-            return systemError(EIO, "read");
-        return MemoryByteSource::readAt(offset, buffer, count);
+            return SystemError(EIO, "read");
+        return MemoryByteSource::ReadAt(offset, buffer, count);
     }
 
 private:

@@ -1,9 +1,9 @@
 // Conversion maps that are made to keep their reader busy, measured by what is read for them.
 #include "Maker/ByteWriter.h"
 
-#include "Bitlocker/ConversionMapReader.h"
-#include "Bitlocker/Crc32.h"
-#include "Bitlocker/MemoryByteSource.h"
+#include "ConversionMapReader.h"
+#include "Crc32.h"
+#include "MemoryByteSource.h"
 
 #include <gtest/gtest.h>
 
@@ -25,78 +25,78 @@ class CountingSource : public MemoryByteSource {
 public:
     using MemoryByteSource::MemoryByteSource;
 
-    Error readAt(uint64_t offset, void *buffer, size_t count) const override
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override
     {
         _read += count;
-        return MemoryByteSource::readAt(offset, buffer, count);
+        return MemoryByteSource::ReadAt(offset, buffer, count);
     }
 
-    uint64_t bytesRead() const { return _read; }
+    uint64_t BytesRead() const { return _read; }
 
 private:
     mutable uint64_t _read = 0;
 };
 
-void setChecksum(std::vector<uint8_t> &bytes, size_t field)
+void SetChecksum(std::vector<uint8_t> &bytes, size_t field)
 {
-    maker::putU32(bytes, field, crc32WithoutField(bytes, field));
+    maker::PutU32(bytes, field, Crc32WithoutField(bytes, field));
 }
 
-std::vector<uint8_t> information(const std::vector<uint64_t> &blocks)
+std::vector<uint8_t> Information(const std::vector<uint64_t> &blocks)
 {
     ByteWriter writer;
-    writer.text("FVE-EOW", true).u16(0x38).u16(static_cast<uint16_t>(0x38 + 8 * blocks.size()));
-    writer.u32(kSector).u32(kSector).u32(kChunk).u32(2 * kSlot).u32(kSlot);
-    writer.u32(static_cast<uint32_t>(blocks.size())).u32(0).u64(0).u64(0);
+    writer.Text("FVE-EOW", true).U16(0x38).U16(static_cast<uint16_t>(0x38 + 8 * blocks.size()));
+    writer.U32(kSector).U32(kSector).U32(kChunk).U32(2 * kSlot).U32(kSlot);
+    writer.U32(static_cast<uint32_t>(blocks.size())).U32(0).U64(0).U64(0);
     for (const uint64_t block : blocks)
-        writer.u64(block);
-    std::vector<uint8_t> bytes = writer.result();
-    setChecksum(bytes, 36);
+        writer.U64(block);
+    std::vector<uint8_t> bytes = writer.Result();
+    SetChecksum(bytes, 36);
     return bytes;
 }
 
-std::vector<uint8_t> record()
+std::vector<uint8_t> Record()
 {
     ByteWriter writer;
-    writer.text("FVE-EOWBR", true).u16(0x24).u32(kSector).u32(1).u64(1).u32(1).u32(0).pad(kSector);
-    std::vector<uint8_t> bytes = writer.result();
-    setChecksum(bytes, 32);
+    writer.Text("FVE-EOWBR", true).U16(0x24).U32(kSector).U32(1).U64(1).U32(1).U32(0).Pad(kSector);
+    std::vector<uint8_t> bytes = writer.Result();
+    SetChecksum(bytes, 32);
     return bytes;
 }
 
 // A region of one chunk, whose log is the one that all regions share.
-std::vector<uint8_t> block(uint32_t number)
+std::vector<uint8_t> Block(uint32_t number)
 {
     ByteWriter writer;
-    writer.text("FVE-EOWBM", true).u16(0x3c).u32(kBlock).u32(number);
-    writer.u64(uint64_t{number} * kChunk).u64(kChunk).u64(kLogAt);
-    writer.u32(kSector).u32(2 * kSector).u32(kSector).u32(0).pad(kSector);
-    std::vector<uint8_t> bytes = writer.result();
-    setChecksum(bytes, 56);
-    return ByteWriter().bytes(bytes).bytes(record()).bytes(record()).result();
+    writer.Text("FVE-EOWBM", true).U16(0x3c).U32(kBlock).U32(number);
+    writer.U64(uint64_t{number} * kChunk).U64(kChunk).U64(kLogAt);
+    writer.U32(kSector).U32(2 * kSector).U32(kSector).U32(0).Pad(kSector);
+    std::vector<uint8_t> bytes = writer.Result();
+    SetChecksum(bytes, 56);
+    return ByteWriter().Bytes(bytes).Bytes(Record()).Bytes(Record()).Result();
 }
 
-std::vector<uint8_t> slot()
+std::vector<uint8_t> Slot()
 {
     ByteWriter record;
-    record.u16(0x20).u16(1).u64(1).u64(0).u32(0).u32(Crc32().value());
-    record.u32(Crc32().add(record.result()).value());
-    return ByteWriter().bytes(record.result()).pad(kSlot).result();
+    record.U16(0x20).U16(1).U64(1).U64(0).U32(0).U32(Crc32().Value());
+    record.U32(Crc32().Add(record.Result()).Value());
+    return ByteWriter().Bytes(record.Result()).Pad(kSlot).Result();
 }
 
-CountingSource imageWith(const std::vector<uint64_t> &blocks)
+CountingSource ImageWith(const std::vector<uint64_t> &blocks)
 {
     std::vector<uint8_t> image(kLogAt + kSector + 2 * kSlot);
-    maker::putBytes(image, kInformationAt, information(blocks));
+    maker::PutBytes(image, kInformationAt, Information(blocks));
     for (uint32_t number = 0; number < kMostRegions; ++number)
-        maker::putBytes(image, kBlocksAt + number * kBlock, block(number));
-    maker::putBytes(image, kLogAt, ByteWriter().text("OLRDHEVF2", true).result());
-    maker::putBytes(image, kLogAt + kSector, slot());
-    maker::putBytes(image, kLogAt + kSector + kSlot, slot());
+        maker::PutBytes(image, kBlocksAt + number * kBlock, Block(number));
+    maker::PutBytes(image, kLogAt, ByteWriter().Text("OLRDHEVF2", true).Result());
+    maker::PutBytes(image, kLogAt + kSector, Slot());
+    maker::PutBytes(image, kLogAt + kSector + kSlot, Slot());
     return CountingSource(std::move(image));
 }
 
-std::vector<uint64_t> blocks(size_t count)
+std::vector<uint64_t> Blocks(size_t count)
 {
     std::vector<uint64_t> places;
     for (size_t number = 0; number < count; ++number)
@@ -104,46 +104,46 @@ std::vector<uint64_t> blocks(size_t count)
     return places;
 }
 
-Result<ConversionMap> readMap(const CountingSource &image)
+Result<ConversionMap> ReadMap(const CountingSource &image)
 {
-    return ConversionMapReader(image, kSector).read({kInformationAt, 0});
+    return ConversionMapReader(image, kSector).Read({kInformationAt, 0});
 }
 
 TEST(HostileMapTest, RegionsWithBlocksOfTheirOwnAreRead)
 {
-    const CountingSource image = imageWith(blocks(3));
-    const Result<ConversionMap> map = readMap(image);
-    ASSERT_TRUE(map) << describe(map.error());
-    EXPECT_EQ(map->runAt(2 * kChunk).state, ConversionMap::State::Plain);
-    EXPECT_EQ(map->runAt(3 * kChunk).state, ConversionMap::State::Unknown);
+    const CountingSource image = ImageWith(Blocks(3));
+    const Result<ConversionMap> map = ReadMap(image);
+    ASSERT_TRUE(map) << map.Failure().detail;
+    EXPECT_EQ(map->RunAt(2 * kChunk).state, ConversionMap::State::kPlain);
+    EXPECT_EQ(map->RunAt(3 * kChunk).state, ConversionMap::State::kUnknown);
 }
 
 TEST(HostileMapTest, ABlockThatIsNamedForEveryRegionIsRefusedBeforeItIsRead)
 {
-    const CountingSource image = imageWith(std::vector<uint64_t>(kMostRegions, kBlocksAt));
-    const Result<ConversionMap> map = readMap(image);
+    const CountingSource image = ImageWith(std::vector<uint64_t>(kMostRegions, kBlocksAt));
+    const Result<ConversionMap> map = ReadMap(image);
     ASSERT_FALSE(map);
-    EXPECT_EQ(map.error().detail, "a block is named for two regions");
-    EXPECT_LT(image.bytesRead(), 0x20000U);
+    EXPECT_EQ(map.Failure().detail, "a block is named for two regions");
+    EXPECT_LT(image.BytesRead(), 0x20000U);
 }
 
 TEST(HostileMapTest, ABlockThatIsNamedTwiceAmongOthersIsRefused)
 {
-    std::vector<uint64_t> places = blocks(5);
+    std::vector<uint64_t> places = Blocks(5);
     places.push_back(places[1]);
-    const Result<ConversionMap> map = readMap(imageWith(places));
+    const Result<ConversionMap> map = ReadMap(ImageWith(places));
     ASSERT_FALSE(map);
-    EXPECT_EQ(map.error().detail, "a block is named for two regions");
+    EXPECT_EQ(map.Failure().detail, "a block is named for two regions");
 }
 
 // Each of them would have its 8 MiB of log read.
 TEST(HostileMapTest, ManyBlocksThatShareALogAreNotReadToTheirEnd)
 {
-    const CountingSource image = imageWith(blocks(kMostRegions));
-    const Result<ConversionMap> map = readMap(image);
+    const CountingSource image = ImageWith(Blocks(kMostRegions));
+    const Result<ConversionMap> map = ReadMap(image);
     ASSERT_FALSE(map);
-    EXPECT_EQ(map.error().detail, "it is too large");
-    EXPECT_LE(image.bytesRead(), ConversionMapReader::kMostRead);
+    EXPECT_EQ(map.Failure().detail, "it is too large");
+    EXPECT_LE(image.BytesRead(), ConversionMapReader::kMostRead);
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 #include "Maker/MadeUpBytes.h"
 #include "TestVolume.h"
 
-#include "Bitlocker/CoreDumps.h"
-#include "Bitlocker/FileByteSource.h"
+#include "CoreDumps.h"
+#include "FileByteSource.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ struct Range {
 
 // The writable mappings of this process that can hold a variable; a sanitizer's own ones are
 // far larger.
-std::vector<Range> writableMappings()
+std::vector<Range> WritableMappings()
 {
     constexpr uint64_t kLargest = 64ULL << 20;
     std::vector<Range> ranges;
@@ -46,7 +46,7 @@ std::vector<Range> writableMappings()
 }
 
 // The mask is put on for the comparison only: the buffers of the search are searched too.
-bool isKey(const uint8_t *place, const std::vector<uint8_t> &masked)
+bool IsKey(const uint8_t *place, const std::vector<uint8_t> &masked)
 {
     for (size_t i = 0; i < kKeySize; ++i)
         if ((place[i] ^ kMask) != masked[i])
@@ -56,7 +56,7 @@ bool isKey(const uint8_t *place, const std::vector<uint8_t> &masked)
 
 // How often the bytes stand in the memory of this process. masked: with kMask over each, so
 // that they do not stand there for being asked.
-int countInMemory(const std::vector<uint8_t> &masked)
+int CountInMemory(const std::vector<uint8_t> &masked)
 {
     int count = 0;
     // Opening a volume took it away, and with it an ordinary user's access to his own memory file.
@@ -64,12 +64,12 @@ int countInMemory(const std::vector<uint8_t> &masked)
     const int memory = ::open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
     EXPECT_GE(memory, 0);
     std::vector<uint8_t> page(64 * 1024);
-    for (const Range &range : writableMappings()) {
+    for (const Range &range : WritableMappings()) {
         for (uint64_t at = range.begin; at < range.end; at += page.size() - kKeySize) {
             const size_t wanted = std::min<uint64_t>(page.size(), range.end - at);
             const ssize_t got = ::pread(memory, page.data(), wanted, static_cast<off_t>(at));
             for (ssize_t i = 0; i + static_cast<ssize_t>(kKeySize) <= got; ++i)
-                count += isKey(page.data() + i, masked);
+                count += IsKey(page.data() + i, masked);
         }
     }
     ::close(memory);
@@ -78,15 +78,15 @@ int countInMemory(const std::vector<uint8_t> &masked)
 
 // Makes a volume in another process, whose memory does not matter, and brings back its master
 // key under the mask.
-std::vector<uint8_t> makeVolumeElsewhere(const std::string &path)
+std::vector<uint8_t> MakeVolumeElsewhere(const std::string &path)
 {
     int ends[2];
     EXPECT_EQ(::pipe(ends), 0);
     const pid_t child = ::fork();
     if (child == 0) {
-        const TestVolume volume(recipeWithPassword(), 64 * 1024);
-        maker::FileSink(path).write(0, volume.image);
-        std::vector<uint8_t> key = maker::MadeUpBytes(1).bytes("master key", kKeySize);
+        const TestVolume volume(RecipeWithPassword(), 64 * 1024);
+        maker::FileSink(path).Write(0, volume.image);
+        std::vector<uint8_t> key = maker::MadeUpBytes(1).Bytes("master key", kKeySize);
         for (uint8_t &byte : key)
             byte ^= kMask;
         ::_exit(::write(ends[1], key.data(), key.size()) == static_cast<ssize_t>(kKeySize) ? 0 : 1);
@@ -108,7 +108,7 @@ TEST(KeyMemoryTest, TheSearchFindsAKeyThatIsThere)
     std::vector<uint8_t> masked = key;
     for (uint8_t &byte : masked)
         byte ^= kMask;
-    EXPECT_GE(countInMemory(masked), 1);
+    EXPECT_GE(CountInMemory(masked), 1);
     EXPECT_EQ(key[5], 0x77);  // keeps it alive
 }
 
@@ -116,13 +116,13 @@ TEST(KeyMemoryTest, TheMasterKeyIsGoneOnceTheVolumeIsOpen)
 {
     char path[] = "/tmp/key-memory-XXXXXX";
     ::close(::mkstemp(path));
-    const std::vector<uint8_t> masked = makeVolumeElsewhere(path);
+    const std::vector<uint8_t> masked = MakeVolumeElsewhere(path);
     const Result<OpenedVolume> opened =
         VolumeOpener(KeyStretcher(kFewRounds))
-            .open(std::move(*FileByteSource::open(path)), *Secret::password(kPassword));
+            .Open(std::move(*FileByteSource::Open(path)), *Secret::FromPassword(kPassword));
     ::unlink(path);
-    ASSERT_TRUE(opened) << describe(opened.error());
-    EXPECT_EQ(countInMemory(masked), 0);
+    ASSERT_TRUE(opened) << opened.Failure().detail;
+    EXPECT_EQ(CountInMemory(masked), 0);
 }
 
 TEST(KeyMemoryTest, KeyMaterialIsLeftOutOfCoreDumps)
@@ -130,21 +130,21 @@ TEST(KeyMemoryTest, KeyMaterialIsLeftOutOfCoreDumps)
     const KeyMaterial key(kKeySize);
     char wanted[32];
     std::snprintf(wanted, sizeof wanted, "%llx-",
-                  static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(key.data())));
+                  static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(key.Data())));
     std::ifstream maps("/proc/self/smaps");
     std::string line;
     while (std::getline(maps, line) && line.rfind(wanted, 0) != 0)
         continue;
     while (std::getline(maps, line) && line.rfind("VmFlags:", 0) != 0)
         continue;
-    EXPECT_TRUE(contains(line + " ", " dd ")) << line;
+    EXPECT_TRUE(Contains(line + " ", " dd ")) << line;
 }
 
 TEST(KeyMemoryTest, CoreDumpsOfTheWholeProcessCanBeForbidden)
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        forbidCoreDumps();
+        ForbidCoreDumps();
         ::_exit(::prctl(PR_GET_DUMPABLE));
     }
     int status = -1;
@@ -157,9 +157,9 @@ TEST(KeyMemoryTest, OpeningAVolumeForbidsCoreDumpsAlsoIfItDoesNotOpen)
     for (const char *password : {kPassword, "wrong"}) {
         const pid_t child = ::fork();
         if (child == 0) {
-            const TestVolume volume(recipeWithPassword(), 64 * 1024);
+            const TestVolume volume(RecipeWithPassword(), 64 * 1024);
             const bool before = ::prctl(PR_GET_DUMPABLE) != 0;
-            (void)volume.openWithPassword(password);
+            (void)volume.OpenWithPassword(password);
             ::_exit(before && ::prctl(PR_GET_DUMPABLE) == 0 ? 0 : 1);
         }
         int status = -1;
@@ -173,13 +173,13 @@ TEST(KeyMemoryTest, KeyMaterialMovesAndLeavesNothingBehind)
     const std::vector<uint8_t> bytes(kKeySize, 7);
     KeyMaterial first{ByteView(bytes)};
     KeyMaterial second(std::move(first));
-    EXPECT_EQ(second.view().copy(), bytes);
+    EXPECT_EQ(second.View().Copy(), bytes);
     KeyMaterial third;
     third = std::move(second);
-    EXPECT_EQ(third.view().copy(), bytes);
-    third.wipe();
-    EXPECT_TRUE(third.empty());
-    EXPECT_EQ(third.data(), nullptr);
+    EXPECT_EQ(third.View().Copy(), bytes);
+    third.Wipe();
+    EXPECT_TRUE(third.Empty());
+    EXPECT_EQ(third.Data(), nullptr);
 }
 
 }  // namespace

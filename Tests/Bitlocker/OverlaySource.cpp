@@ -2,11 +2,11 @@
 
 namespace vx::bitlocker {
 
-Error OverlaySource::readAt(uint64_t offset, void *buffer, size_t count) const
+Error OverlaySource::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
-    if (Error error = checkRange(size(), offset, count))
+    if (Error error = CheckRange(Size(), offset, count))
         return error;
-    if (Error error = _below->readAt(offset, buffer, count))
+    if (Error error = _below->ReadAt(offset, buffer, count))
         return error;
     for (const auto &[begin, bytes] : _changed)
         for (size_t i = 0; i < bytes.size(); ++i)

@@ -1,7 +1,7 @@
 // Another source with some bytes changed or its end cut off; the other stays as it is.
 #pragma once
 
-#include "Bitlocker/ByteSource.h"
+#include "ByteSource.h"
 
 #include <map>
 #include <memory>
@@ -13,11 +13,11 @@ class OverlaySource : public ByteSource {
 public:
     explicit OverlaySource(std::shared_ptr<const ByteSource> below) : _below(std::move(below)) {}
 
-    void put(uint64_t offset, std::vector<uint8_t> bytes) { _changed[offset] = std::move(bytes); }
-    void cut(uint64_t size) { _size = size; }
+    void Put(uint64_t offset, std::vector<uint8_t> bytes) { _changed[offset] = std::move(bytes); }
+    void Cut(uint64_t size) { _size = size; }
 
-    uint64_t size() const override { return std::min(_size, _below->size()); }
-    Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+    uint64_t Size() const override { return std::min(_size, _below->Size()); }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
 
 private:
     const std::shared_ptr<const ByteSource> _below;

@@ -13,23 +13,23 @@ namespace {
 
 constexpr char kArchive[] = "unlock-images.tar.xz";
 
-bool exists(const std::string &path)
+bool Exists(const std::string &path)
 {
     return ::access(path.c_str(), R_OK) == 0;
 }
 
-void run(const std::string &command)
+void Run(const std::string &command)
 {
     if (std::system(command.c_str()) != 0)
         throw std::runtime_error(command);
 }
 
-std::string shellQuoted(const std::string &path)
+std::string ShellQuoted(const std::string &path)
 {
     return "'" + path + "'";
 }
 
-std::string makeTemporaryFolder()
+std::string MakeTemporaryFolder()
 {
     const char *parent = std::getenv("TMPDIR");
     std::string path = std::string(parent != nullptr ? parent : "/tmp") + "/sample-images-XXXXXX";
@@ -38,13 +38,13 @@ std::string makeTemporaryFolder()
     return path;
 }
 
-std::string sampleFolder()
+std::string SampleFolder()
 {
     const char *other = std::getenv("VX_SAMPLE_IMAGES");
     return other != nullptr ? other : std::string(VX_SOURCE_DIR) + "/../shared/samples";
 }
 
-std::vector<std::string> allMatches(const std::string &text, const std::string &pattern)
+std::vector<std::string> AllMatches(const std::string &text, const std::string &pattern)
 {
     const std::regex regex(pattern);
     std::vector<std::string> found;
@@ -55,49 +55,49 @@ std::vector<std::string> allMatches(const std::string &text, const std::string &
 
 }  // namespace
 
-std::vector<Secret> SampleImage::secrets(const std::string &folder) const
+std::vector<Secret> SampleImage::Secrets(const std::string &folder) const
 {
     std::vector<Secret> all;
     for (const std::string &text : passwords)
-        all.push_back(std::move(*Secret::password(text)));
+        all.push_back(std::move(*Secret::FromPassword(text)));
     for (const std::string &text : recoveryPasswords)
-        all.push_back(std::move(*Secret::recoveryPassword(text)));
+        all.push_back(std::move(*Secret::FromRecoveryPassword(text)));
     if (!keyFile.empty())
-        all.push_back(std::move(*Secret::startupKeyFile(folder + "/" + keyFile)));
+        all.push_back(std::move(*Secret::FromStartupKeyFile(folder + "/" + keyFile)));
     if (all.empty())
-        all.push_back(Secret::none());
+        all.push_back(Secret::None());
     return all;
 }
 
-SampleImages &SampleImages::shared()
+SampleImages &SampleImages::Shared()
 {
     static SampleImages images;
     return images;
 }
 
-SampleImages::SampleImages() : _samples(sampleFolder())
+SampleImages::SampleImages() : _samples(SampleFolder())
 {
-    if (exists(_samples + "/README.md"))
-        readTables();
+    if (Exists(_samples + "/README.md"))
+        ReadTables();
 }
 
 SampleImages::~SampleImages()
 {
     if (!_temporary.empty())
-        (void)std::system(("rm -rf " + shellQuoted(_temporary)).c_str());
+        (void)std::system(("rm -rf " + ShellQuoted(_temporary)).c_str());
 }
 
-void SampleImages::readSecrets(const std::string &name, const std::string &row)
+void SampleImages::ReadSecrets(const std::string &name, const std::string &row)
 {
     SampleImage &image = _images[name];
-    image.passwords = allMatches(row, "password `([^`]+)`");
-    image.recoveryPasswords = allMatches(row, "recovery `([^`]+)`");
-    const std::vector<std::string> files = allMatches(row, "`([-0-9A-F]+\\.BEK)`");
+    image.passwords = AllMatches(row, "password `([^`]+)`");
+    image.recoveryPasswords = AllMatches(row, "recovery `([^`]+)`");
+    const std::vector<std::string> files = AllMatches(row, "`([-0-9A-F]+\\.BEK)`");
     image.keyFile = files.empty() ? "" : files.front();
 }
 
 // Rows of two kinds: name, method, secrets, ...; and name, length, hash, hash of the plaintext.
-void SampleImages::readTables()
+void SampleImages::ReadTables()
 {
     const std::regex secrets("\\| `([-\\w]+?)(?:\\.img)?` \\| [^|]*AES[^|]* \\|(.*)");
     const std::regex hashes(
@@ -108,42 +108,42 @@ void SampleImages::readTables()
         if (std::regex_match(line, match, hashes))
             _images[match[1]].plainHash = match[2];
         else if (std::regex_match(line, match, secrets))
-            readSecrets(match[1], match[2]);
+            ReadSecrets(match[1], match[2]);
     }
 }
 
-std::string SampleImages::packedPath(const std::string &name) const
+std::string SampleImages::PackedPath(const std::string &name) const
 {
     const std::string own = _samples + "/" + name + ".img.xz";
     return name.rfind("bitlk-", 0) == 0 ? _samples + "/" + kArchive : own;
 }
 
-std::string SampleImages::path(const std::string &name) const
+std::string SampleImages::Path(const std::string &name) const
 {
-    return (name.rfind("bitlk-", 0) == 0 ? folder() : _temporary) + "/" + name + ".img";
+    return (name.rfind("bitlk-", 0) == 0 ? Folder() : _temporary) + "/" + name + ".img";
 }
 
-std::string SampleImages::prepare(const std::string &name)
+std::string SampleImages::Prepare(const std::string &name)
 {
-    for (const std::string &needed : {_samples + "/README.md", packedPath(name)})
-        if (!exists(needed))
+    for (const std::string &needed : {_samples + "/README.md", PackedPath(name)})
+        if (!Exists(needed))
             return needed;
     if (_temporary.empty())
-        _temporary = makeTemporaryFolder();
-    if (exists(path(name)))
+        _temporary = MakeTemporaryFolder();
+    if (Exists(Path(name)))
         return "";
     if (name.rfind("bitlk-", 0) == 0)
-        run("tar -xJf " + shellQuoted(packedPath(name)) + " -C " + shellQuoted(_temporary));
+        Run("tar -xJf " + ShellQuoted(PackedPath(name)) + " -C " + ShellQuoted(_temporary));
     else
-        run("xz -dkc " + shellQuoted(packedPath(name)) + " > " + shellQuoted(path(name)));
-    return exists(path(name)) ? "" : path(name);
+        Run("xz -dkc " + ShellQuoted(PackedPath(name)) + " > " + ShellQuoted(Path(name)));
+    return Exists(Path(name)) ? "" : Path(name);
 }
 
-std::shared_ptr<const ByteSource> SampleImages::source(const std::string &name) const
+std::shared_ptr<const ByteSource> SampleImages::Source(const std::string &name) const
 {
-    Result<std::unique_ptr<FileByteSource>> file = FileByteSource::open(path(name));
+    Result<std::unique_ptr<FileByteSource>> file = FileByteSource::Open(Path(name));
     if (!file)
-        throw std::runtime_error(describe(file.error()));
+        throw std::runtime_error(file.Failure().detail);
     return std::move(*file);
 }
 

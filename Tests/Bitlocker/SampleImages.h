@@ -6,8 +6,8 @@
 // a temporary folder that is removed at the end.
 #pragma once
 
-#include "Bitlocker/FileByteSource.h"
-#include "Bitlocker/Secret.h"
+#include "FileByteSource.h"
+#include "Secret.h"
 
 #include <map>
 #include <string>
@@ -22,32 +22,32 @@ struct SampleImage {
     std::string keyFile;  // its name, without folder; empty for none
 
     // All secrets; at least none().
-    std::vector<Secret> secrets(const std::string &folder) const;
+    std::vector<Secret> Secrets(const std::string &folder) const;
 };
 
 class SampleImages {
 public:
-    static SampleImages &shared();
+    static SampleImages &Shared();
     ~SampleImages();
     SampleImages(const SampleImages &) = delete;
     SampleImages &operator=(const SampleImages &) = delete;
 
     // Unpacks what is not yet unpacked. Returns the file that is missing, or nothing.
-    std::string prepare(const std::string &name);
+    std::string Prepare(const std::string &name);
 
-    const std::map<std::string, SampleImage> &images() const { return _images; }
-    const SampleImage &image(const std::string &name) const { return _images.at(name); }
+    const std::map<std::string, SampleImage> &Images() const { return _images; }
+    const SampleImage &Image(const std::string &name) const { return _images.at(name); }
     // Where the header-only images and the key files are.
-    std::string folder() const { return _temporary + "/bitlk-images"; }
+    std::string Folder() const { return _temporary + "/bitlk-images"; }
     // Of an image that was prepared.
-    std::string path(const std::string &name) const;
-    std::shared_ptr<const ByteSource> source(const std::string &name) const;
+    std::string Path(const std::string &name) const;
+    std::shared_ptr<const ByteSource> Source(const std::string &name) const;
 
 private:
     SampleImages();
-    void readTables();
-    void readSecrets(const std::string &name, const std::string &row);
-    std::string packedPath(const std::string &name) const;
+    void ReadTables();
+    void ReadSecrets(const std::string &name, const std::string &row);
+    std::string PackedPath(const std::string &name) const;
 
     const std::string _samples;
     std::string _temporary;

@@ -3,11 +3,12 @@
 #include "Maker/StartupKeyFileWriter.h"
 #include "TestVolume.h"
 
-#include "Bitlocker/KeyStretcher.h"
-#include "Bitlocker/RecoveryPassword.h"
-#include "Bitlocker/Sha256.h"
-#include "Bitlocker/StartupKeyFile.h"
-#include "Bitlocker/Utf16.h"
+#include "KeyStretcher.h"
+#include "PasswordText.h"
+#include "RecoveryPassword.h"
+#include "Sha256.h"
+#include "StartupKeyFile.h"
+#include "Utf16.h"
 
 #include <gtest/gtest.h>
 
@@ -18,26 +19,26 @@ namespace {
 
 // --- Recovery password
 
-std::vector<uint8_t> recoveryBytes(const std::string &text)
+std::vector<uint8_t> RecoveryBytes(const std::string &text)
 {
-    const Result<KeyMaterial> key = parseRecoveryPassword(text);
-    return key ? key->view().copy() : std::vector<uint8_t>();
+    const Result<KeyMaterial> key = ParseRecoveryPassword(text);
+    return key ? key->View().Copy() : std::vector<uint8_t>();
 }
 
-std::string recoveryError(const std::string &text)
+std::string RecoveryError(const std::string &text)
 {
-    const Result<KeyMaterial> key = parseRecoveryPassword(text);
+    const Result<KeyMaterial> key = ParseRecoveryPassword(text);
     if (key)
         return "accepted";
-    EXPECT_EQ(key.error().status, Status::MalformedSecret);
-    return key.error().detail;
+    EXPECT_EQ(key.Failure().status, Status::kMalformedSecret);
+    return key.Failure().detail;
 }
 
 TEST(RecoveryPasswordTest, EachGroupGivesAQuotientInOrder)
 {
     const std::vector<uint8_t> expected = {1,    0,    2,    0,    3,    0,    0xff, 0xff,
                                            0x75, 0x27, 0xea, 0x4e, 0x5f, 0x76, 0xd4, 0x9d};
-    EXPECT_EQ(recoveryBytes(kRecovery), expected);
+    EXPECT_EQ(RecoveryBytes(kRecovery), expected);
 }
 
 TEST(RecoveryPasswordTest, DashesSpacesOrNothingStandBetweenTheGroups)
@@ -50,13 +51,13 @@ TEST(RecoveryPasswordTest, DashesSpacesOrNothingStandBetweenTheGroups)
         else
             c = ' ';
     }
-    EXPECT_EQ(recoveryBytes(spaces), recoveryBytes(kRecovery));
-    EXPECT_EQ(recoveryBytes(nothing), recoveryBytes(kRecovery));
-    EXPECT_EQ(recoveryBytes(" " + spaces + "\n"), recoveryBytes(kRecovery));
+    EXPECT_EQ(RecoveryBytes(spaces), RecoveryBytes(kRecovery));
+    EXPECT_EQ(RecoveryBytes(nothing), RecoveryBytes(kRecovery));
+    EXPECT_EQ(RecoveryBytes(" " + spaces + "\n"), RecoveryBytes(kRecovery));
 }
 
 // kRecovery with something else between its groups.
-std::string recoveryWith(const std::string &separator)
+std::string RecoveryWith(const std::string &separator)
 {
     std::string text;
     for (const char *c = kRecovery; *c != 0; ++c)
@@ -70,9 +71,9 @@ TEST(RecoveryPasswordTest, DashesAndBlanksOfWordProcessorsStandBetweenTheGroups)
          {"\u2013", "\u2014", "\u2011",   "\u2010", "\u2212", "\u00a0", "\u202f",
           "\u00ad", "\uff0d", " \u2013 ", " - ",    "-\r\n",  "\u3000", "\u2003",
           "\u200e", "\u301c", "\u30fc",   "\ufe63", "\u2e3a", "\u2028"})
-        EXPECT_EQ(recoveryBytes(recoveryWith(separator)), recoveryBytes(kRecovery)) << separator;
-    EXPECT_EQ(recoveryBytes(std::string("\ufeff") + kRecovery + "\u00a0"),
-              recoveryBytes(kRecovery));
+        EXPECT_EQ(RecoveryBytes(RecoveryWith(separator)), RecoveryBytes(kRecovery)) << separator;
+    EXPECT_EQ(RecoveryBytes(std::string("\ufeff") + kRecovery + "\u00a0"),
+              RecoveryBytes(kRecovery));
 }
 
 TEST(RecoveryPasswordTest, FullWidthDigitsAreDigits)
@@ -81,85 +82,85 @@ TEST(RecoveryPasswordTest, FullWidthDigitsAreDigits)
     for (const char *c = kRecovery; *c != 0; ++c)
         wide += *c == '-' ? std::string("\uff0d")
                           : std::string("\xef\xbc") + static_cast<char>(0x90 + (*c - '0'));
-    EXPECT_EQ(recoveryBytes(wide), recoveryBytes(kRecovery));
+    EXPECT_EQ(RecoveryBytes(wide), RecoveryBytes(kRecovery));
 }
 
 TEST(RecoveryPasswordTest, OtherCharactersBetweenTheGroupsAreNoDigits)
 {
     for (const char *other : {".", "\u2022", "\xe2\x80", "\xff"})
-        EXPECT_EQ(recoveryError(recoveryWith(other)), "group 2 holds something that is no digit")
+        EXPECT_EQ(RecoveryError(RecoveryWith(other)), "group 2 holds something that is no digit")
             << other;
 }
 
 TEST(RecoveryPasswordTest, WithoutDashesTheNumberOfDigitsIsTold)
 {
-    const std::string digits = recoveryWith("");
-    EXPECT_EQ(recoveryError(digits.substr(1)), "there are 47 digits instead of 48");
-    EXPECT_EQ(recoveryError(digits.substr(0, 47)), "there are 47 digits instead of 48");
-    EXPECT_EQ(recoveryError(digits + "1"), "there are 49 digits instead of 48");
-    EXPECT_EQ(recoveryError(digits.substr(0, 24) + " " + digits.substr(25)),
+    const std::string digits = RecoveryWith("");
+    EXPECT_EQ(RecoveryError(digits.substr(1)), "there are 47 digits instead of 48");
+    EXPECT_EQ(RecoveryError(digits.substr(0, 47)), "there are 47 digits instead of 48");
+    EXPECT_EQ(RecoveryError(digits + "1"), "there are 49 digits instead of 48");
+    EXPECT_EQ(RecoveryError(digits.substr(0, 24) + " " + digits.substr(25)),
               "there are 47 digits instead of 48");
-    EXPECT_EQ(recoveryError("12345"), "there are 5 digits instead of 48");
+    EXPECT_EQ(RecoveryError("12345"), "there are 5 digits instead of 48");
 }
 
 TEST(RecoveryPasswordTest, AGroupThatIsNoMultipleOfElevenIsNamed)
 {
-    EXPECT_EQ(recoveryError("000011-000022-000034-720885-111111-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("000011-000022-000034-720885-111111-222222-333333-444444"),
               "group 3 is mistyped");
-    EXPECT_EQ(recoveryError("000011-000022-000033-720885-111111-222222-333333-444445"),
+    EXPECT_EQ(RecoveryError("000011-000022-000033-720885-111111-222222-333333-444445"),
               "group 8 is mistyped");
-    EXPECT_EQ(recoveryError("000012000022000033720885111111222222333333444444"),
+    EXPECT_EQ(RecoveryError("000012000022000033720885111111222222333333444444"),
               "group 1 is mistyped");
 }
 
 TEST(RecoveryPasswordTest, EveryGroupThatIsMistypedIsNamed)
 {
-    EXPECT_EQ(recoveryError("000011-000022-000034-720885-111111-222222-333334-444444"),
+    EXPECT_EQ(RecoveryError("000011-000022-000034-720885-111111-222222-333334-444444"),
               "groups 3 and 7 are mistyped");
-    EXPECT_EQ(recoveryError("000012 000023 000033 720885 111111 222222 333334 444444"),
+    EXPECT_EQ(RecoveryError("000012 000023 000033 720885 111111 222222 333334 444444"),
               "groups 1, 2 and 7 are mistyped");
-    EXPECT_EQ(recoveryError("000012000022000033720885111111222222333333444445"),
+    EXPECT_EQ(RecoveryError("000012000022000033720885111111222222333333444445"),
               "groups 1 and 8 are mistyped");
 }
 
 TEST(RecoveryPasswordTest, AGroupOfMoreThanSixteenBitsIsNamed)
 {
-    EXPECT_EQ(recoveryError("720896-000022-000033-720885-111111-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("720896-000022-000033-720885-111111-222222-333333-444444"),
               "group 1 is mistyped");
 }
 
 TEST(RecoveryPasswordTest, AGroupOfFiveOrSevenDigitsIsNamed)
 {
-    EXPECT_EQ(recoveryError("000011-00022-000033-720885-111111-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("000011-00022-000033-720885-111111-222222-333333-444444"),
               "group 2 does not have six digits");
-    EXPECT_EQ(recoveryError("000011-000022-0000330-720885-11111-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("000011-000022-0000330-720885-11111-222222-333333-444444"),
               "groups 3 and 5 do not have six digits");
 }
 
 TEST(RecoveryPasswordTest, AGroupWithALetterIsNamed)
 {
-    EXPECT_EQ(recoveryError("000011-000022-000033-720885-11111l-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("000011-000022-000033-720885-11111l-222222-333333-444444"),
               "group 5 holds something that is no digit");
-    EXPECT_EQ(recoveryError("OOOO11-000022-000033-720885-11111l-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("OOOO11-000022-000033-720885-11111l-222222-333333-444444"),
               "groups 1 and 5 hold something that is no digit");
 }
 
 TEST(RecoveryPasswordTest, DifferentMistakesAreNamedTogether)
 {
-    EXPECT_EQ(recoveryError("000012-00022-000033-72088x-111111-222222-333333-444444"),
+    EXPECT_EQ(RecoveryError("000012-00022-000033-72088x-111111-222222-333333-444444"),
               "group 1 is mistyped; group 2 does not have six digits; "
               "group 4 holds something that is no digit");
 }
 
 TEST(RecoveryPasswordTest, OneSevenOrNineGroupsAreRefused)
 {
-    EXPECT_EQ(recoveryError("000011"), "there is 1 group of digits instead of 8");
-    EXPECT_EQ(recoveryError("1"), "there is 1 digit instead of 48");
-    EXPECT_EQ(recoveryError("000011-000022-000034-720885-111111-222222-333333"),
+    EXPECT_EQ(RecoveryError("000011"), "there is 1 group of digits instead of 8");
+    EXPECT_EQ(RecoveryError("1"), "there is 1 digit instead of 48");
+    EXPECT_EQ(RecoveryError("000011-000022-000034-720885-111111-222222-333333"),
               "there are 7 groups of digits instead of 8; group 3 is mistyped");
-    EXPECT_EQ(recoveryError(std::string(kRecovery) + "-000011"),
+    EXPECT_EQ(RecoveryError(std::string(kRecovery) + "-000011"),
               "there are more than 8 groups of digits");
-    EXPECT_EQ(recoveryError(""), "there are 0 groups of digits instead of 8");
+    EXPECT_EQ(RecoveryError(""), "there are 0 groups of digits instead of 8");
 }
 
 TEST(RecoveryPasswordTest, OfAnEndlessTextNoMoreThanEightGroupsAreNamed)
@@ -167,75 +168,75 @@ TEST(RecoveryPasswordTest, OfAnEndlessTextNoMoreThanEightGroupsAreNamed)
     std::string text;
     for (int i = 0; i < 10000; ++i)
         text += "000012-1-x-";
-    EXPECT_LT(recoveryError(text).size(), 250U);
+    EXPECT_LT(RecoveryError(text).size(), 250U);
 }
 
 // --- Password
 
-std::vector<uint8_t> utf16(const std::string &text)
+std::vector<uint8_t> Utf16(const std::string &text)
 {
-    const std::optional<KeyMaterial> units = utf16FromUtf8(text);
-    return units ? units->view().copy() : std::vector<uint8_t>{0xbd};
+    const std::optional<KeyMaterial> units = Utf16FromUtf8(text);
+    return units ? units->View().Copy() : std::vector<uint8_t>{0xbd};
 }
 
 TEST(PasswordTest, ANonAsciiCharacterBecomesOneUnit)
 {
-    EXPECT_EQ(utf16("a\u00a3"), (std::vector<uint8_t>{'a', 0, 0xa3, 0}));
-    EXPECT_EQ(utf16("\u0416\u65e5"), (std::vector<uint8_t>{0x16, 0x04, 0xe5, 0x65}));
+    EXPECT_EQ(Utf16("a\u00a3"), (std::vector<uint8_t>{'a', 0, 0xa3, 0}));
+    EXPECT_EQ(Utf16("\u0416\u65e5"), (std::vector<uint8_t>{0x16, 0x04, 0xe5, 0x65}));
 }
 
 TEST(PasswordTest, ACharacterOutsideTheBasicPlaneBecomesASurrogatePair)
 {
-    EXPECT_EQ(utf16("\U0001F600"), (std::vector<uint8_t>{0x3d, 0xd8, 0x00, 0xde}));
+    EXPECT_EQ(Utf16("\U0001F600"), (std::vector<uint8_t>{0x3d, 0xd8, 0x00, 0xde}));
 }
 
 TEST(PasswordTest, NothingIsTrimmedOrNormalised)
 {
-    EXPECT_EQ(utf16(" e\u0301 "), (std::vector<uint8_t>{' ', 0, 'e', 0, 0x01, 0x03, ' ', 0}));
+    EXPECT_EQ(Utf16(" e\u0301 "), (std::vector<uint8_t>{' ', 0, 'e', 0, 0x01, 0x03, ' ', 0}));
 }
 
 TEST(PasswordTest, TextThatIsNotUtf8IsMalformed)
 {
     for (const char *text :
          {"\xff", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "a\x80"}) {
-        const Result<Secret> secret = Secret::password(text);
+        const Result<Secret> secret = Secret::FromPassword(text);
         ASSERT_FALSE(secret) << text;
-        EXPECT_EQ(secret.error().status, Status::MalformedSecret);
+        EXPECT_EQ(secret.Failure().status, Status::kMalformedSecret);
     }
 }
 
 TEST(Utf16Test, ADescriptionIsReadUpToItsZeroAndALoneSurrogateIsReplaced)
 {
     const std::vector<uint8_t> bytes = {0x3d, 0xd8, 0x00, 0xde, 0x3d, 0xd8, 'x', 0, 0, 0, 'y', 0};
-    EXPECT_EQ(utf8FromUtf16(bytes), "\U0001F600\ufffdx");
+    EXPECT_EQ(Utf8FromUtf16(bytes), "\U0001F600\ufffdx");
 }
 
 // --- Stretching
 
 TEST(KeyStretcherTest, EachRoundHashesTheLastHashTheFirstTheSaltAndTheCount)
 {
-    const Sha256Digest first = sha256({});
+    const Sha256Digest first = Sha256({});
     Salt salt;
     salt.fill(0x42);
     std::vector<uint8_t> message(88);
-    maker::putBytes(message, 32, {first.data(), first.size()});
-    maker::putBytes(message, 64, {salt.data(), salt.size()});
+    maker::PutBytes(message, 32, {first.data(), first.size()});
+    maker::PutBytes(message, 64, {salt.data(), salt.size()});
     for (uint64_t count = 0; count < 1000; ++count) {
-        maker::putU64(message, 80, count);
-        const Sha256Digest last = sha256(message);
-        maker::putBytes(message, 0, {last.data(), last.size()});
+        maker::PutU64(message, 80, count);
+        const Sha256Digest last = Sha256(message);
+        maker::PutBytes(message, 0, {last.data(), last.size()});
     }
     const Result<KeyMaterial> key =
-        KeyStretcher(1000).stretch({first.data(), first.size()}, salt, nullptr);
+        KeyStretcher(1000).Stretch({first.data(), first.size()}, salt, nullptr);
     ASSERT_TRUE(key);
-    EXPECT_EQ(key->view().copy(), ByteView(message).first(32).copy());
+    EXPECT_EQ(key->View().Copy(), ByteView(message).First(32).Copy());
 }
 
 TEST(KeyStretcherTest, TheFormatsNumberOfRoundsIsTheDefault)
 {
-    const Sha256Digest hash = sha256({});
+    const Sha256Digest hash = Sha256({});
     const auto stretched = [&](const KeyStretcher &stretcher) {
-        return stretcher.stretch({hash.data(), hash.size()}, Salt{}, nullptr)->view().copy();
+        return stretcher.Stretch({hash.data(), hash.size()}, Salt{}, nullptr)->View().Copy();
     };
     EXPECT_EQ(stretched(KeyStretcher()), stretched(KeyStretcher(1048576)));
 }
@@ -245,67 +246,67 @@ TEST(KeyStretcherTest, ARaisedFlagEndsIt)
     const CancelFlag cancel(true);
     const Sha256Digest hash{};
     const Result<KeyMaterial> key =
-        KeyStretcher(UINT64_MAX).stretch({hash.data(), hash.size()}, Salt{}, &cancel);
+        KeyStretcher(UINT64_MAX).Stretch({hash.data(), hash.size()}, Salt{}, &cancel);
     ASSERT_FALSE(key);
-    EXPECT_EQ(key.error().status, Status::Cancelled);
+    EXPECT_EQ(key.Failure().status, Status::kCancelled);
 }
 
 // --- Startup key file
 
-const Guid kProtector = maker::MadeUpBytes(5).guid("a protector");
+const Guid kProtector = maker::MadeUpBytes(5).GuidOf("a protector");
 
 TEST(StartupKeyFileTest, TheKeyAndItsProtectorAreFoundInBothForms)
 {
     for (bool windows11 : {false, true}) {
         const Result<StartupKeyFile> file =
-            StartupKeyFile::parse(maker::makeStartupKeyFile(kProtector, windows11));
-        ASSERT_TRUE(file) << file.error().detail;
+            StartupKeyFile::Parse(maker::MakeStartupKeyFile(kProtector, windows11));
+        ASSERT_TRUE(file) << file.Failure().detail;
         EXPECT_EQ(file->identifier, kProtector);
-        EXPECT_EQ(file->key.view().copy(), maker::startupKeyOf(kProtector));
+        EXPECT_EQ(file->key.View().Copy(), maker::StartupKeyOf(kProtector));
     }
 }
 
 TEST(StartupKeyFileTest, BytesBehindTheStatedSizeAreLeftAlone)
 {
-    std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector);
+    std::vector<uint8_t> bytes = maker::MakeStartupKeyFile(kProtector);
     bytes.resize(bytes.size() + 100, 0xff);
-    EXPECT_TRUE(StartupKeyFile::parse(bytes));
+    EXPECT_TRUE(StartupKeyFile::Parse(bytes));
 }
 
 TEST(StartupKeyFileTest, AFileThatIsCutAnywhereIsMalformed)
 {
-    const std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector, true);
+    const std::vector<uint8_t> bytes = maker::MakeStartupKeyFile(kProtector, true);
     for (size_t size = 0; size < bytes.size(); ++size) {
-        const Result<StartupKeyFile> file = StartupKeyFile::parse(ByteView(bytes).first(size));
+        const Result<StartupKeyFile> file = StartupKeyFile::Parse(ByteView(bytes).First(size));
         ASSERT_FALSE(file) << size;
-        EXPECT_EQ(file.error().status, Status::MalformedSecret);
+        EXPECT_EQ(file.Failure().status, Status::kMalformedSecret);
     }
 }
 
 TEST(StartupKeyFileTest, AnotherVersionOrHeaderSizeIsMalformed)
 {
     for (size_t field : {4, 8}) {
-        std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector);
+        std::vector<uint8_t> bytes = maker::MakeStartupKeyFile(kProtector);
         bytes[field] += 1;
-        EXPECT_FALSE(StartupKeyFile::parse(bytes)) << field;
+        EXPECT_FALSE(StartupKeyFile::Parse(bytes)) << field;
     }
 }
 
 TEST(StartupKeyFileTest, AFileWithoutAKeyOf32BytesIsMalformed)
 {
-    std::vector<uint8_t> bytes = maker::makeStartupKeyFile(kProtector);
+    std::vector<uint8_t> bytes = maker::MakeStartupKeyFile(kProtector);
     bytes[bytes.size() - 40] = 2;  // the value type of the key: now a text
-    const Result<StartupKeyFile> file = StartupKeyFile::parse(bytes);
+    const Result<StartupKeyFile> file = StartupKeyFile::Parse(bytes);
     ASSERT_FALSE(file);
-    EXPECT_TRUE(contains(file.error().detail, "no key"));
+    EXPECT_TRUE(Contains(file.Failure().detail, "no key"));
 }
 
 TEST(StartupKeyFileTest, AMissingFileIsAnErrorOfTheSystem)
 {
-    const Result<Secret> secret = Secret::startupKeyFile("/nonexistent/key.BEK");
+    const Result<Secret> secret = Secret::FromStartupKeyFile("/nonexistent/key.BEK");
     ASSERT_FALSE(secret);
-    EXPECT_EQ(secret.error().status, Status::SystemError);
-    EXPECT_EQ(secret.error().systemError, ENOENT);
+    EXPECT_EQ(secret.Failure().status, Status::kSystemError);
+    EXPECT_EQ(secret.Failure().systemError, ENOENT);
 }
 
 }  // namespace

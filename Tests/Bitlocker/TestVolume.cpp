@@ -4,7 +4,7 @@
 
 namespace vx::bitlocker {
 
-std::vector<uint8_t> makePlainImage(size_t size, uint32_t sectorSize)
+std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize)
 {
     std::vector<uint8_t> image(size);
     uint32_t state = 12345;
@@ -12,66 +12,66 @@ std::vector<uint8_t> makePlainImage(size_t size, uint32_t sectorSize)
         state = state * 1664525 + 1013904223;
         byte = static_cast<uint8_t>(state >> 24);
     }
-    maker::putBytes(image, 0, std::vector<uint8_t>{0xeb, 0x52, 0x90});
-    maker::putBytes(image, 3, maker::ByteWriter().text("NTFS    ").result());
-    maker::putU16(image, 11, static_cast<uint16_t>(sectorSize));
+    maker::PutBytes(image, 0, std::vector<uint8_t>{0xeb, 0x52, 0x90});
+    maker::PutBytes(image, 3, maker::ByteWriter().Text("NTFS    ").Result());
+    maker::PutU16(image, 11, static_cast<uint16_t>(sectorSize));
     image[13] = 8;
-    maker::putU64(image, 56, 2);
-    maker::putU16(image, 510, 0xaa55);
+    maker::PutU64(image, 56, 2);
+    maker::PutU16(image, 510, 0xaa55);
     return image;
 }
 
-maker::VolumeRecipe recipeWithPassword()
+maker::VolumeRecipe RecipeWithPassword()
 {
     maker::VolumeRecipe recipe;
-    recipe.protectors = {maker::ProtectorRecipe::password(kPassword)};
+    recipe.protectors = {maker::ProtectorRecipe::Password(kPassword)};
     return recipe;
 }
 
 TestVolume::TestVolume(maker::VolumeRecipe recipe, size_t plainSize)
-    : plain(makePlainImage(plainSize, recipe.sectorSize))
+    : plain(MakePlainImage(plainSize, recipe.sectorSize))
 {
     recipe.rounds = kFewRounds;
     maker::MemorySink sink;
-    plan = maker::VolumeMaker(std::move(recipe)).make(MemoryByteSource(plain), sink);
-    image = std::move(sink.bytes());
+    plan = maker::VolumeMaker(std::move(recipe)).Make(MemoryByteSource(plain), sink);
+    image = std::move(sink.Bytes());
 }
 
-Result<OpenedVolume> TestVolume::open(const Secret &secret) const
+Result<OpenedVolume> TestVolume::Open(const Secret &secret) const
 {
     return VolumeOpener(KeyStretcher(kFewRounds))
-        .open(std::make_shared<MemoryByteSource>(image), secret);
+        .Open(std::make_shared<MemoryByteSource>(image), secret);
 }
 
-Result<OpenedVolume> TestVolume::openWithPassword(const std::string &password) const
+Result<OpenedVolume> TestVolume::OpenWithPassword(const std::string &password) const
 {
-    return open(*Secret::password(password));
+    return Open(*Secret::FromPassword(password));
 }
 
-Result<OpenedVolume> TestVolume::openWithRecovery(const std::string &password) const
+Result<OpenedVolume> TestVolume::OpenWithRecovery(const std::string &password) const
 {
-    return open(*Secret::recoveryPassword(password));
+    return Open(*Secret::FromRecoveryPassword(password));
 }
 
-std::vector<uint8_t> readBytes(const ByteSource &source, uint64_t offset, size_t count)
+std::vector<uint8_t> ReadBytes(const ByteSource &source, uint64_t offset, size_t count)
 {
     std::vector<uint8_t> bytes(count);
-    if (source.readAt(offset, bytes.data(), count))
+    if (source.ReadAt(offset, bytes.data(), count))
         bytes.clear();
     return bytes;
 }
 
-bool holdsPlain(const Result<OpenedVolume> &opened, const TestVolume &volume)
+bool HoldsPlain(const Result<OpenedVolume> &opened, const TestVolume &volume)
 {
-    return opened && readBytes(*opened->volume, 0, volume.plain.size()) == volume.plain;
+    return opened && ReadBytes(*opened->volume, 0, volume.plain.size()) == volume.plain;
 }
 
-Status statusOf(const Result<OpenedVolume> &opened)
+Status StatusOf(const Result<OpenedVolume> &opened)
 {
-    return opened ? Status::Ok : opened.error().status;
+    return opened ? Status::kOk : opened.Failure().status;
 }
 
-bool contains(const std::string &text, const std::string &part)
+bool Contains(const std::string &text, const std::string &part)
 {
     return text.find(part) != std::string::npos;
 }

@@ -3,8 +3,8 @@
 
 #include "Maker/VolumeMaker.h"
 
-#include "Bitlocker/MemoryByteSource.h"
-#include "Bitlocker/VolumeOpener.h"
+#include "MemoryByteSource.h"
+#include "VolumeOpener.h"
 
 namespace vx::bitlocker {
 
@@ -15,10 +15,10 @@ constexpr char kOtherRecovery[] = "111111-222222-333333-444444-555555-666666-000
 
 // Bytes that differ from sector to sector, behind an NTFS boot sector that says sectorSize.
 // size: a multiple of the sector size.
-std::vector<uint8_t> makePlainImage(size_t size, uint32_t sectorSize = 512);
+std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize = 512);
 
 // One password protector, kPassword.
-maker::VolumeRecipe recipeWithPassword();
+maker::VolumeRecipe RecipeWithPassword();
 
 struct TestVolume {
     std::vector<uint8_t> plain;
@@ -28,17 +28,17 @@ struct TestVolume {
     // 1 MiB of plain contents by default. The recipe's rounds are replaced by kFewRounds.
     explicit TestVolume(maker::VolumeRecipe recipe, size_t plainSize = 1024 * 1024);
 
-    Result<OpenedVolume> open(const Secret &secret) const;
-    Result<OpenedVolume> openWithPassword(const std::string &password = kPassword) const;
-    Result<OpenedVolume> openWithRecovery(const std::string &password) const;
+    Result<OpenedVolume> Open(const Secret &secret) const;
+    Result<OpenedVolume> OpenWithPassword(const std::string &password = kPassword) const;
+    Result<OpenedVolume> OpenWithRecovery(const std::string &password) const;
 };
 
 // What the volume holds from offset on, or no bytes when reading fails.
-std::vector<uint8_t> readBytes(const ByteSource &source, uint64_t offset, size_t count);
+std::vector<uint8_t> ReadBytes(const ByteSource &source, uint64_t offset, size_t count);
 // Whether the volume opened and holds the plain image from its first byte on.
-bool holdsPlain(const Result<OpenedVolume> &opened, const TestVolume &volume);
+bool HoldsPlain(const Result<OpenedVolume> &opened, const TestVolume &volume);
 // The status of a failed opening, Ok for one that succeeded.
-Status statusOf(const Result<OpenedVolume> &opened);
-bool contains(const std::string &text, const std::string &part);
+Status StatusOf(const Result<OpenedVolume> &opened);
+bool Contains(const std::string &text, const std::string &part);
 
 }  // namespace vx::bitlocker

@@ -13,173 +13,173 @@ namespace {
 
 using maker::ProtectorRecipe;
 
-maker::VolumeRecipe recipeWith(std::vector<ProtectorRecipe> protectors)
+maker::VolumeRecipe RecipeWith(std::vector<ProtectorRecipe> protectors)
 {
     maker::VolumeRecipe recipe;
     recipe.protectors = std::move(protectors);
     return recipe;
 }
 
-const Guid kStartupProtector = maker::MadeUpBytes(1).guid("startup");
-const Guid kOtherProtector = maker::MadeUpBytes(1).guid("other");
+const Guid kStartupProtector = maker::MadeUpBytes(1).GuidOf("startup");
+const Guid kOtherProtector = maker::MadeUpBytes(1).GuidOf("other");
 
-Secret startupKey(const Guid &protector)
+Secret StartupKey(const Guid &protector)
 {
-    return std::move(*Secret::startupKey(maker::makeStartupKeyFile(protector)));
+    return std::move(*Secret::FromStartupKey(maker::MakeStartupKeyFile(protector)));
 }
 
 TEST(UnlockTest, APasswordOpens)
 {
-    const TestVolume volume(recipeWithPassword());
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword(), volume));
+    const TestVolume volume(RecipeWithPassword());
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword(), volume));
 }
 
 TEST(UnlockTest, ANonAsciiPasswordOpensAndItsLatin1ReadingDoesNot)
 {
-    const TestVolume volume(recipeWith({ProtectorRecipe::password("na\u00efve\u00a3\U0001F600")}));
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword("na\u00efve\u00a3\U0001F600"), volume));
-    EXPECT_EQ(statusOf(volume.openWithPassword("na\u00c3\u00afve\u00c2\u00a3")),
-              Status::WrongSecret);
+    const TestVolume volume(RecipeWith({ProtectorRecipe::Password("na\u00efve\u00a3\U0001F600")}));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword("na\u00efve\u00a3\U0001F600"), volume));
+    EXPECT_EQ(StatusOf(volume.OpenWithPassword("na\u00c3\u00afve\u00c2\u00a3")),
+              Status::kWrongSecret);
 }
 
 TEST(UnlockTest, ARecoveryPasswordOpens)
 {
-    const TestVolume volume(recipeWith({ProtectorRecipe::recovery(kRecovery)}));
-    EXPECT_TRUE(holdsPlain(volume.openWithRecovery(kRecovery), volume));
+    const TestVolume volume(RecipeWith({ProtectorRecipe::Recovery(kRecovery)}));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithRecovery(kRecovery), volume));
 }
 
 TEST(UnlockTest, AStartupKeyOpens)
 {
-    const TestVolume volume(recipeWith({ProtectorRecipe::startupKey(kStartupProtector)}));
-    EXPECT_TRUE(holdsPlain(volume.open(startupKey(kStartupProtector)), volume));
+    const TestVolume volume(RecipeWith({ProtectorRecipe::StartupKey(kStartupProtector)}));
+    EXPECT_TRUE(HoldsPlain(volume.Open(StartupKey(kStartupProtector)), volume));
 }
 
 TEST(UnlockTest, AStartupKeyWhoseProtectorHasAnotherIdentifierIsTriedToo)
 {
-    std::vector<uint8_t> file = maker::makeStartupKeyFile(kStartupProtector);
-    maker::putBytes(file, 56, {kOtherProtector.bytes.data(), 16});
-    const TestVolume volume(recipeWith({ProtectorRecipe::startupKey(kStartupProtector)}));
-    EXPECT_TRUE(holdsPlain(volume.open(*Secret::startupKey(file)), volume));
+    std::vector<uint8_t> file = maker::MakeStartupKeyFile(kStartupProtector);
+    maker::PutBytes(file, 56, {kOtherProtector.bytes.data(), 16});
+    const TestVolume volume(RecipeWith({ProtectorRecipe::StartupKey(kStartupProtector)}));
+    EXPECT_TRUE(HoldsPlain(volume.Open(*Secret::FromStartupKey(file)), volume));
 }
 
 TEST(UnlockTest, AClearKeyOpensWithoutASecret)
 {
-    const TestVolume volume(recipeWith({ProtectorRecipe::clearKey()}));
-    EXPECT_TRUE(holdsPlain(volume.open(Secret::none()), volume));
+    const TestVolume volume(RecipeWith({ProtectorRecipe::ClearKey()}));
+    EXPECT_TRUE(HoldsPlain(volume.Open(Secret::None()), volume));
 }
 
 TEST(UnlockTest, ASecretChangesNothingOnASuspendedVolume)
 {
-    const TestVolume volume(recipeWith({ProtectorRecipe::clearKey()}));
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword("anything"), volume));
+    const TestVolume volume(RecipeWith({ProtectorRecipe::ClearKey()}));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword("anything"), volume));
 }
 
 TEST(UnlockTest, ADamagedClearKeyLeavesThePasswordToOpen)
 {
     maker::VolumeRecipe recipe =
-        recipeWith({ProtectorRecipe::clearKey(), ProtectorRecipe::password(kPassword)});
+        RecipeWith({ProtectorRecipe::ClearKey(), ProtectorRecipe::Password(kPassword)});
     recipe.protectors[0].damaged = true;
     const TestVolume volume(recipe);
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword(), volume));
-    EXPECT_EQ(statusOf(volume.open(Secret::none())), Status::WrongSecret);
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword(), volume));
+    EXPECT_EQ(StatusOf(volume.Open(Secret::None())), Status::kWrongSecret);
 }
 
 TEST(UnlockTest, EveryProtectorOfTheKindIsTried)
 {
-    const TestVolume volume(recipeWith(
-        {ProtectorRecipe::recovery(kRecovery), ProtectorRecipe::password("first"),
-         ProtectorRecipe::recovery(kOtherRecovery), ProtectorRecipe::password("second")}));
-    EXPECT_TRUE(holdsPlain(volume.openWithRecovery(kRecovery), volume));
-    EXPECT_TRUE(holdsPlain(volume.openWithRecovery(kOtherRecovery), volume));
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword("second"), volume));
+    const TestVolume volume(RecipeWith(
+        {ProtectorRecipe::Recovery(kRecovery), ProtectorRecipe::Password("first"),
+         ProtectorRecipe::Recovery(kOtherRecovery), ProtectorRecipe::Password("second")}));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithRecovery(kRecovery), volume));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithRecovery(kOtherRecovery), volume));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword("second"), volume));
 }
 
 TEST(UnlockTest, TheSectorKeyMayStandBeforeTheProtectors)
 {
-    maker::VolumeRecipe recipe = recipeWithPassword();
+    maker::VolumeRecipe recipe = RecipeWithPassword();
     recipe.sectorKeyFirst = true;
     const TestVolume volume(recipe);
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword(), volume));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword(), volume));
 }
 
 TEST(UnlockTest, AnUnknownPropertyIsSkipped)
 {
-    maker::VolumeRecipe recipe = recipeWithPassword();
+    maker::VolumeRecipe recipe = RecipeWithPassword();
     recipe.protectors[0].withUnknownProperty = true;
     const TestVolume volume(recipe);
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword(), volume));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword(), volume));
 }
 
 TEST(UnlockTest, MetadataLongerThan8KiBIsRead)
 {
-    maker::VolumeRecipe recipe = recipeWithPassword();
+    maker::VolumeRecipe recipe = RecipeWithPassword();
     recipe.padding = 25000;
     const TestVolume volume(recipe);
-    EXPECT_TRUE(holdsPlain(volume.openWithPassword(), volume));
+    EXPECT_TRUE(HoldsPlain(volume.OpenWithPassword(), volume));
 }
 
 TEST(UnlockTest, AWrongSecretIsToldFromAMissingProtector)
 {
-    const TestVolume volume(recipeWith(
-        {ProtectorRecipe::password(kPassword), ProtectorRecipe::startupKey(kStartupProtector)}));
-    EXPECT_EQ(statusOf(volume.openWithPassword("correct hors")), Status::WrongSecret);
-    EXPECT_EQ(statusOf(volume.openWithPassword("")), Status::WrongSecret);
-    EXPECT_EQ(statusOf(volume.open(startupKey(kOtherProtector))), Status::WrongSecret);
-    EXPECT_EQ(statusOf(volume.openWithRecovery(kRecovery)), Status::NoProtectorOfKind);
-    EXPECT_EQ(statusOf(volume.open(Secret::none())), Status::NoProtectorOfKind);
+    const TestVolume volume(RecipeWith(
+        {ProtectorRecipe::Password(kPassword), ProtectorRecipe::StartupKey(kStartupProtector)}));
+    EXPECT_EQ(StatusOf(volume.OpenWithPassword("correct hors")), Status::kWrongSecret);
+    EXPECT_EQ(StatusOf(volume.OpenWithPassword("")), Status::kWrongSecret);
+    EXPECT_EQ(StatusOf(volume.Open(StartupKey(kOtherProtector))), Status::kWrongSecret);
+    EXPECT_EQ(StatusOf(volume.OpenWithRecovery(kRecovery)), Status::kNoProtectorOfKind);
+    EXPECT_EQ(StatusOf(volume.Open(Secret::None())), Status::kNoProtectorOfKind);
 }
 
 const Guid kFirstKey{{0x4d, 0x3c, 0x2b, 0x1a, 0x22, 0x11, 0x44, 0x33, 0x55, 0x66, 0x77}};
 const Guid kSecondKey{{0x8b, 0x7a, 0x6f, 0x5e}};
 const Guid kThirdKey{{0x04, 0x03, 0x02, 0x01}};
 
-maker::VolumeRecipe withKeyIds(std::vector<ProtectorRecipe> protectors)
+maker::VolumeRecipe WithKeyIds(std::vector<ProtectorRecipe> protectors)
 {
     const Guid identifiers[] = {kFirstKey, kSecondKey, kThirdKey};
     for (size_t i = 0; i < protectors.size(); ++i)
         protectors[i].identifier = identifiers[i];
-    return recipeWith(std::move(protectors));
+    return RecipeWith(std::move(protectors));
 }
 
 // The identifiers are those that Windows shows and that stand on the printed page.
 TEST(UnlockTest, ASecretThatFailsOrIsMissingNamesEveryProtectorByItsKeyId)
 {
     const TestVolume volume(
-        withKeyIds({ProtectorRecipe::recovery(kRecovery), ProtectorRecipe::recovery(kOtherRecovery),
-                    ProtectorRecipe::ofKind(ProtectorKind::TpmAndPin)}));
+        WithKeyIds({ProtectorRecipe::Recovery(kRecovery), ProtectorRecipe::Recovery(kOtherRecovery),
+                    ProtectorRecipe::OfKind(ProtectorKind::kTpmAndPin)}));
     const std::string list = "the volume has: recovery password (Key ID 1A2B3C4D), "
                              "recovery password (Key ID 5E6F7A8B), TPM and PIN (Key ID 01020304)";
-    const Result<OpenedVolume> missing = volume.open(Secret::none());
-    ASSERT_EQ(statusOf(missing), Status::NoProtectorOfKind);
-    EXPECT_EQ(missing.error().detail, list);
-    EXPECT_EQ(volume.openWithPassword().error().detail, list);
+    const Result<OpenedVolume> missing = volume.Open(Secret::None());
+    ASSERT_EQ(StatusOf(missing), Status::kNoProtectorOfKind);
+    EXPECT_EQ(missing.Failure().detail, list);
+    EXPECT_EQ(volume.OpenWithPassword().Failure().detail, list);
     const Result<OpenedVolume> wrong =
-        volume.openWithRecovery("000022-000022-000033-720885-111111-222222-333333-444444");
-    ASSERT_EQ(statusOf(wrong), Status::WrongSecret);
-    EXPECT_EQ(wrong.error().detail, list);
+        volume.OpenWithRecovery("000022-000022-000033-720885-111111-222222-333333-444444");
+    ASSERT_EQ(StatusOf(wrong), Status::kWrongSecret);
+    EXPECT_EQ(wrong.Failure().detail, list);
 }
 
 TEST(UnlockTest, OnlyTpmSmartCardOrUnknownProtectorsAreUnsupportedAndNamed)
 {
     const TestVolume volume(
-        withKeyIds({ProtectorRecipe::ofKind(ProtectorKind::Tpm),
-                    ProtectorRecipe::ofKind(ProtectorKind::SmartCard),
-                    ProtectorRecipe::ofKind(static_cast<ProtectorKind>(0x4000))}));
-    const Result<OpenedVolume> opened = volume.openWithPassword();
-    ASSERT_EQ(statusOf(opened), Status::UnsupportedProtector);
-    EXPECT_EQ(opened.error().detail, "the volume has: TPM (Key ID 1A2B3C4D), "
-                                     "smart card (Key ID 5E6F7A8B), "
-                                     "unknown kind 0x4000 (Key ID 01020304)");
+        WithKeyIds({ProtectorRecipe::OfKind(ProtectorKind::kTpm),
+                    ProtectorRecipe::OfKind(ProtectorKind::kSmartCard),
+                    ProtectorRecipe::OfKind(static_cast<ProtectorKind>(0x4000))}));
+    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    ASSERT_EQ(StatusOf(opened), Status::kUnsupportedProtector);
+    EXPECT_EQ(opened.Failure().detail, "the volume has: TPM (Key ID 1A2B3C4D), "
+                                       "smart card (Key ID 5E6F7A8B), "
+                                       "unknown kind 0x4000 (Key ID 01020304)");
 }
 
 TEST(UnlockTest, AStartupKeyOfAnotherVolumeIsToldFromTheOneThatIsWanted)
 {
     const TestVolume volume(
-        withKeyIds({ProtectorRecipe::startupKey(kFirstKey), ProtectorRecipe::password(kPassword),
-                    ProtectorRecipe::startupKey(kThirdKey)}));
-    const Result<OpenedVolume> opened = volume.open(startupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
-    ASSERT_EQ(statusOf(opened), Status::WrongSecret);
-    EXPECT_EQ(opened.error().detail,
+        WithKeyIds({ProtectorRecipe::StartupKey(kFirstKey), ProtectorRecipe::Password(kPassword),
+                    ProtectorRecipe::StartupKey(kThirdKey)}));
+    const Result<OpenedVolume> opened = volume.Open(StartupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
+    ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
+    EXPECT_EQ(opened.Failure().detail,
               "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, and this volume wants "
               "1A2B3C4D-1122-3344-5566-770000000000.BEK or "
               "01020304-0000-0000-0000-000000000000.BEK; the volume has: startup key (Key ID "
@@ -188,76 +188,77 @@ TEST(UnlockTest, AStartupKeyOfAnotherVolumeIsToldFromTheOneThatIsWanted)
 
 TEST(UnlockTest, AStartupKeyWhoseKeyIsAnotherOneIsNotTakenForOneOfAnotherVolume)
 {
-    std::vector<uint8_t> file = maker::makeStartupKeyFile(kFirstKey);
+    std::vector<uint8_t> file = maker::MakeStartupKeyFile(kFirstKey);
     file.back() ^= 1;
-    const TestVolume volume(withKeyIds({ProtectorRecipe::startupKey(kFirstKey)}));
-    const Result<OpenedVolume> opened = volume.open(*Secret::startupKey(file));
-    ASSERT_EQ(statusOf(opened), Status::WrongSecret);
-    EXPECT_EQ(opened.error().detail,
+    const TestVolume volume(WithKeyIds({ProtectorRecipe::StartupKey(kFirstKey)}));
+    const Result<OpenedVolume> opened = volume.Open(*Secret::FromStartupKey(file));
+    ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
+    EXPECT_EQ(opened.Failure().detail,
               "the key file is the one of this volume, 1A2B3C4D-1122-3344-5566-770000000000.BEK, "
               "but the key in it is another one; the volume has: startup key (Key ID 1A2B3C4D)");
 }
 
 TEST(UnlockTest, AStartupKeyThatOpensOnlyTogetherWithTheTpmIsNamedAsSuch)
 {
-    const TestVolume volume(withKeyIds({ProtectorRecipe::startupKey(kFirstKey),
-                                        ProtectorRecipe::ofKind(ProtectorKind::TpmAndStartupKey)}));
-    const std::string detail = volume.open(startupKey(kSecondKey)).error().detail;
-    EXPECT_TRUE(contains(detail, "the key file is the one for TPM and startup key together; "))
+    const TestVolume volume(
+        WithKeyIds({ProtectorRecipe::StartupKey(kFirstKey),
+                    ProtectorRecipe::OfKind(ProtectorKind::kTpmAndStartupKey)}));
+    const std::string detail = volume.Open(StartupKey(kSecondKey)).Failure().detail;
+    EXPECT_TRUE(Contains(detail, "the key file is the one for TPM and startup key together; "))
         << detail;
 }
 
 TEST(UnlockTest, OfAVolumeThatClaimsHundredsOfProtectorsTheRestIsCounted)
 {
-    const TestVolume volume(
-        recipeWith(std::vector<ProtectorRecipe>(200, ProtectorRecipe::ofKind(ProtectorKind::Tpm))));
-    const std::string detail = volume.openWithPassword().error().detail;
-    EXPECT_TRUE(contains(detail, ") and 176 more")) << detail;
+    const TestVolume volume(RecipeWith(
+        std::vector<ProtectorRecipe>(200, ProtectorRecipe::OfKind(ProtectorKind::kTpm))));
+    const std::string detail = volume.OpenWithPassword().Failure().detail;
+    EXPECT_TRUE(Contains(detail, ") and 176 more")) << detail;
 }
 
 TEST(UnlockTest, AnyKindWithTheTpmBitNeedsTheTpm)
 {
-    EXPECT_EQ(protectorKindName(ProtectorKind::Tpm), "TPM");
-    EXPECT_EQ(protectorKindName(ProtectorKind::TpmAndStartupKey), "TPM and startup key");
-    EXPECT_EQ(protectorKindName(ProtectorKind::TpmPinAndStartupKey), "TPM, PIN and startup key");
-    EXPECT_EQ(protectorKindName(static_cast<ProtectorKind>(0x4100)), "TPM and others");
+    EXPECT_EQ(ProtectorKindName(ProtectorKind::kTpm), "TPM");
+    EXPECT_EQ(ProtectorKindName(ProtectorKind::kTpmAndStartupKey), "TPM and startup key");
+    EXPECT_EQ(ProtectorKindName(ProtectorKind::kTpmPinAndStartupKey), "TPM, PIN and startup key");
+    EXPECT_EQ(ProtectorKindName(static_cast<ProtectorKind>(0x4100)), "TPM and others");
 }
 
 TEST(UnlockTest, AnUnknownMethodIsUnsupportedOnceTheSecretIsRight)
 {
-    TestVolume volume(recipeWithPassword());
+    TestVolume volume(RecipeWithPassword());
     for (uint64_t copy : volume.plan.copies) {
-        maker::putU16(volume.image, copy + 64 + 36, 0x8006);
-        maker::renewChecksum(volume.image, copy);
+        maker::PutU16(volume.image, copy + 64 + 36, 0x8006);
+        maker::RenewChecksum(volume.image, copy);
     }
-    EXPECT_EQ(statusOf(volume.openWithPassword()), Status::UnsupportedMethod);
-    EXPECT_EQ(statusOf(volume.openWithPassword("wrong")), Status::WrongSecret);
+    EXPECT_EQ(StatusOf(volume.OpenWithPassword()), Status::kUnsupportedMethod);
+    EXPECT_EQ(StatusOf(volume.OpenWithPassword("wrong")), Status::kWrongSecret);
 }
 
 // Otherwise a volume that claims hundreds of protectors would keep its reader for minutes.
 TEST(UnlockTest, ASecretIsStretchedForThirtyTwoSaltsAndNoMore)
 {
-    std::vector<ProtectorRecipe> protectors(31, ProtectorRecipe::password("other"));
-    protectors.push_back(ProtectorRecipe::password(kPassword));
-    const TestVolume last(recipeWith(protectors));
-    EXPECT_TRUE(holdsPlain(last.openWithPassword(), last));
-    protectors.insert(protectors.begin(), ProtectorRecipe::password("other"));
-    const TestVolume tooMany(recipeWith(protectors));
-    EXPECT_EQ(statusOf(tooMany.openWithPassword()), Status::WrongSecret);
+    std::vector<ProtectorRecipe> protectors(31, ProtectorRecipe::Password("other"));
+    protectors.push_back(ProtectorRecipe::Password(kPassword));
+    const TestVolume last(RecipeWith(protectors));
+    EXPECT_TRUE(HoldsPlain(last.OpenWithPassword(), last));
+    protectors.insert(protectors.begin(), ProtectorRecipe::Password("other"));
+    const TestVolume tooMany(RecipeWith(protectors));
+    EXPECT_EQ(StatusOf(tooMany.OpenWithPassword()), Status::kWrongSecret);
 }
 
 TEST(UnlockTest, AnotherThreadCancelsIt)
 {
-    const TestVolume volume(recipeWithPassword());
+    const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<MemoryByteSource>(volume.image);
     CancelFlag cancel(false);
     std::future<Status> status = std::async(std::launch::async, [&] {
-        return statusOf(VolumeOpener(KeyStretcher(UINT64_MAX))
-                            .open(source, *Secret::password(kPassword), &cancel));
+        return StatusOf(VolumeOpener(KeyStretcher(UINT64_MAX))
+                            .Open(source, *Secret::FromPassword(kPassword), &cancel));
     });
     cancel = true;
     ASSERT_EQ(status.wait_for(std::chrono::seconds(20)), std::future_status::ready);
-    EXPECT_EQ(status.get(), Status::Cancelled);
+    EXPECT_EQ(status.get(), Status::kCancelled);
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ protected:
 TEST_F(BitLockerFile, AnInitialiserWithANilPathReturnsNilWithoutCallingTheVolume)
 {
     EXPECT_EQ(openPath(nil), nil);
-    EXPECT_TRUE(volume.calls().empty());
+    EXPECT_TRUE(volume.Calls().empty());
 }
 
 TEST_F(BitLockerFile, AnInitialiserWithANullVolumeReturnsNil)
@@ -43,56 +43,56 @@ TEST_F(BitLockerFile, AnInitialiserWithANullVolumeReturnsNil)
 TEST_F(BitLockerFile, AnInitialiserReturnsNilWhenTheOpenFails)
 {
     EXPECT_EQ(openPath(@"/missing"), nil);
-    EXPECT_EQ(volume.count(VolumeOperation::OpenFile), 1u);
-    EXPECT_EQ(volume.count(VolumeOperation::CloseHandle), 0u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 1u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kCloseHandle), 0u);
 }
 
 TEST_F(BitLockerFile, OpeningPassesThePathAsUtf16AndTheThreeModes)
 {
-    root().folder(u"Дом").file(u"\U0001F600.txt", 1);
+    Root().Folder(u"Дом").File(u"\U0001F600.txt", 1);
     ASSERT_NE(openPath(@"/Дом/😀.txt"), nil);
-    const auto opened = volume.calls(VolumeOperation::OpenFile);
+    const auto opened = volume.Calls(VolumeOperation::kOpenFile);
     ASSERT_EQ(opened.size(), 1u);
     EXPECT_EQ(opened[0].path, u"/Дом/\U0001F600.txt");
     EXPECT_EQ(opened[0].modes, (std::array<uint32_t, 3>{128, 3, 25}));
-    EXPECT_EQ(volume.calls().size(), 1u);
+    EXPECT_EQ(volume.Calls().size(), 1u);
 }
 
 TEST_F(BitLockerFile, DestructionClosesTheHandleOnce)
 {
-    root().file(u"a", 1);
+    Root().File(u"a", 1);
     ASSERT_NE(openPath(@"/a"), nil);
-    EXPECT_EQ(volume.openHandles(), 1u);
+    EXPECT_EQ(volume.OpenHandles(), 1u);
     [file release];
     file = nil;
-    EXPECT_EQ(volume.openHandles(), 0u);
-    EXPECT_EQ(volume.count(VolumeOperation::CloseHandle), 1u);
+    EXPECT_EQ(volume.OpenHandles(), 0u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kCloseHandle), 1u);
 }
 
 TEST_F(BitLockerFile, AFileClosedExplicitlyIsClosedASecondTimeWhenItIsDestroyed)
 {
-    root().file(u"a", 1);
+    Root().File(u"a", 1);
     ASSERT_NE(openPath(@"/a"), nil);
     [file closeFile];
     [file release];
     file = nil;
-    EXPECT_EQ(volume.count(VolumeOperation::CloseHandle), 2u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kCloseHandle), 2u);
 }
 
 TEST_F(BitLockerFile, AHandleAlreadyHeldIsOverwrittenWithoutBeingClosed)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 2);
+    Root().File(u"a", 1);
+    Root().File(u"b", 2);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file openFile:@"/b"]);
     EXPECT_EQ([file getFileSize], 2);
-    EXPECT_EQ(volume.openHandles(), 2u);
-    EXPECT_EQ(volume.count(VolumeOperation::CloseHandle), 0u);
+    EXPECT_EQ(volume.OpenHandles(), 2u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kCloseHandle), 0u);
 }
 
 TEST_F(BitLockerFile, AFailedSecondOpenKeepsTheHandleAlreadyHeld)
 {
-    root().file(u"a", 7);
+    Root().File(u"a", 7);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file openFile:@"/missing"]);
     EXPECT_EQ([file getFileSize], 7);
@@ -112,10 +112,10 @@ TEST_F(BitLockerFile, AnObjectWithoutAVolumeFailsEveryOperationQuietly)
 
 TEST_F(BitLockerFile, SeekingPassesBothHalvesFromTheStart)
 {
-    root().file(u"a", 16);
+    Root().File(u"a", 16);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file seekFile:5 * kGiB + 3]);
-    const auto moved = volume.calls(VolumeOperation::SetFilePosition);
+    const auto moved = volume.Calls(VolumeOperation::kSetFilePosition);
     ASSERT_EQ(moved.size(), 1u);
     EXPECT_EQ(moved[0].distance, 5 * kGiB + 3);
     EXPECT_EQ(moved[0].origin, 0u);
@@ -123,34 +123,34 @@ TEST_F(BitLockerFile, SeekingPassesBothHalvesFromTheStart)
 
 TEST_F(BitLockerFile, SeekFileToAPositionPastTheEndSucceedsIfTheVolumeWritesThatPositionBack)
 {
-    root().file(u"a", 16);
+    Root().File(u"a", 16);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file seekFile:1000]);
 }
 
 TEST_F(BitLockerFile, SeekFileFailsIfTheVolumeWritesAnotherPositionBack)
 {
-    root().file(u"a", 16);
-    volume.atCall(VolumeOperation::SetFilePosition, 1, Fault::Lie);
+    Root().File(u"a", 16);
+    volume.AtCall(VolumeOperation::kSetFilePosition, 1, Fault::kLie);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file seekFile:1000]);
 }
 
 TEST_F(BitLockerFile, SeekFileDoesNotLookAtTheVolumesOwnResult)
 {
-    root().file(u"a", 16);
-    volume.atCall(VolumeOperation::SetFilePosition, 1, Fault::Fail);
+    Root().File(u"a", 16);
+    volume.AtCall(VolumeOperation::kSetFilePosition, 1, Fault::kFail);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file seekFile:9]);  // the halves stand as they were asked for
 }
 
 TEST_F(BitLockerFile, TellgAsksForDistanceZeroFromTheCurrentPosition)
 {
-    root().file(u"a", 16);
+    Root().File(u"a", 16);
     ASSERT_NE(openPath(@"/a"), nil);
     ASSERT_TRUE([file seekFile:6 * kGiB + 1]);
     EXPECT_EQ([file tellg], 6 * kGiB + 1);
-    const auto moved = volume.calls(VolumeOperation::SetFilePosition);
+    const auto moved = volume.Calls(VolumeOperation::kSetFilePosition);
     ASSERT_EQ(moved.size(), 2u);
     EXPECT_EQ(moved[1].distance, 0);
     EXPECT_EQ(moved[1].origin, 1u);
@@ -158,111 +158,111 @@ TEST_F(BitLockerFile, TellgAsksForDistanceZeroFromTheCurrentPosition)
 
 TEST_F(BitLockerFile, GetFileSizeOfAFileOf5GiBReturns5Times2To30)
 {
-    root().file(u"big", static_cast<uint64_t>(5 * kGiB));
+    Root().File(u"big", static_cast<uint64_t>(5 * kGiB));
     ASSERT_NE(openPath(@"/big"), nil);
     EXPECT_EQ([file getFileSize], 5 * kGiB);
 }
 
 TEST_F(BitLockerFile, GetFileSizeIsZeroWhenTheVolumeWritesNothing)
 {
-    root().file(u"a", 16);
-    volume.atCall(VolumeOperation::QueryFileSize, 1, Fault::Fail);
+    Root().File(u"a", 16);
+    volume.AtCall(VolumeOperation::kQueryFileSize, 1, Fault::kFail);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_EQ([file getFileSize], 0);
 }
 
 TEST_F(BitLockerFile, ASizeWithItsTopBitSetIsNegative)
 {
-    root().file(u"a").queriedSize(~uint64_t(0));
+    Root().File(u"a").QueriedSize(~uint64_t(0));
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_EQ([file getFileSize], -1);
 }
 
 TEST_F(BitLockerFile, ReadingFillsTheBufferAndMovesThePosition)
 {
-    ScriptedEntry &entry = root().file(u"a", 64);
+    ScriptedEntry &entry = Root().File(u"a", 64);
     ASSERT_NE(openPath(@"/a"), nil);
     ASSERT_TRUE([file seekFile:8]);
     EXPECT_TRUE([file readFile:buffer ofsize:24]);
-    EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), 24), entry.read(8, 24));
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), 24), entry.Read(8, 24));
     EXPECT_EQ([file tellg], 32);
 }
 
 TEST_F(BitLockerFile, ReadingNoBytesAsksTheVolumeAllTheSame)
 {
-    root().file(u"a", 64);
+    Root().File(u"a", 64);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file readFile:buffer ofsize:0]);
-    volume.atCall(VolumeOperation::ReadFile, 2, Fault::Fail);
+    volume.AtCall(VolumeOperation::kReadFile, 2, Fault::kFail);
     EXPECT_FALSE([file readFile:buffer ofsize:0]);
-    EXPECT_EQ(volume.count(VolumeOperation::ReadFile), 2u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 2u);
 }
 
 TEST_F(BitLockerFile, AFalseReadIsAFailure)
 {
-    root().file(u"a", 64);
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Fail);
+    Root().File(u"a", 64);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kFail);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:8]);
 }
 
 TEST_F(BitLockerFile, AShortReadIsAFailureThoughTheBytesStayInTheBuffer)
 {
-    ScriptedEntry &entry = root().file(u"a", 64);
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Shorten);
+    ScriptedEntry &entry = Root().File(u"a", 64);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kShorten);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:16]);
-    EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), 8), entry.read(0, 8));
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), 8), entry.Read(0, 8));
     EXPECT_EQ(buffer[8], 0);
 }
 
 TEST_F(BitLockerFile, ADoneCountAboveTheCountIsAFailure)
 {
-    root().file(u"a", 64);
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Lie);
+    Root().File(u"a", 64);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kLie);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:16]);
 }
 
 TEST_F(BitLockerFile, ReadingIntoANullBufferFailsWithoutCallingTheVolume)
 {
-    root().file(u"a", 64);
+    Root().File(u"a", 64);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:nullptr ofsize:8]);
     EXPECT_FALSE([file writeFile:nullptr ofsize:8]);
-    EXPECT_EQ(volume.count(VolumeOperation::ReadFile), 0u);
-    EXPECT_EQ(volume.count(VolumeOperation::WriteFile), 0u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 0u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kWriteFile), 0u);
 }
 
 TEST_F(BitLockerFile, ACountOf2To31BytesOrMoreCanNeverSucceed)
 {
     // WriteFile of the scripted volume says that it did the whole count, and reads no buffer.
-    root().file(u"a", 64);
+    Root().File(u"a", 64);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file writeFile:buffer ofsize:kTwoTo31 - 1]);
     EXPECT_FALSE([file writeFile:buffer ofsize:kTwoTo31]);
     EXPECT_FALSE([file writeFile:buffer ofsize:kTwoTo32 - 1]);
     EXPECT_FALSE([file writeFile:buffer ofsize:kTwoTo32 + 5]);
     EXPECT_FALSE([file readFile:buffer ofsize:kTwoTo32 + 5]);
-    EXPECT_EQ(volume.calls(VolumeOperation::WriteFile)[1].count, 0x80000000u);
-    EXPECT_EQ(volume.calls(VolumeOperation::WriteFile)[3].count, 5u);
-    EXPECT_EQ(volume.calls(VolumeOperation::ReadFile)[0].count, 5u);
+    EXPECT_EQ(volume.Calls(VolumeOperation::kWriteFile)[1].count, 0x80000000u);
+    EXPECT_EQ(volume.Calls(VolumeOperation::kWriteFile)[3].count, 5u);
+    EXPECT_EQ(volume.Calls(VolumeOperation::kReadFile)[0].count, 5u);
 }
 
 TEST_F(BitLockerFile, ACountOfExactly2To32IsPassedToTheVolumeAsZero)
 {
-    root().file(u"a", 64);
+    Root().File(u"a", 64);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:kTwoTo32]);
-    EXPECT_EQ(volume.calls(VolumeOperation::ReadFile)[0].count, 0u);
+    EXPECT_EQ(volume.Calls(VolumeOperation::kReadFile)[0].count, 0u);
 }
 
 TEST_F(BitLockerFile, WritingPassesTheBufferAndTheCount)
 {
-    root().file(u"a", 64);
+    Root().File(u"a", 64);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_TRUE([file writeFile:buffer ofsize:12]);
-    const auto written = volume.calls(VolumeOperation::WriteFile);
+    const auto written = volume.Calls(VolumeOperation::kWriteFile);
     ASSERT_EQ(written.size(), 1u);
     EXPECT_EQ(written[0].buffer, static_cast<const void *>(buffer));
     EXPECT_EQ(written[0].count, 12u);
@@ -270,9 +270,9 @@ TEST_F(BitLockerFile, WritingPassesTheBufferAndTheCount)
 
 TEST_F(BitLockerFile, AShortWriteIsAFailure)
 {
-    root().file(u"a", 64);
-    volume.atCall(VolumeOperation::WriteFile, 1, Fault::Shorten);
-    volume.atCall(VolumeOperation::WriteFile, 2, Fault::Fail);
+    Root().File(u"a", 64);
+    volume.AtCall(VolumeOperation::kWriteFile, 1, Fault::kShorten);
+    volume.AtCall(VolumeOperation::kWriteFile, 2, Fault::kFail);
     ASSERT_NE(openPath(@"/a"), nil);
     EXPECT_FALSE([file writeFile:buffer ofsize:12]);
     EXPECT_FALSE([file writeFile:buffer ofsize:12]);

@@ -40,22 +40,22 @@ protected:
     // An engine that has a delegate: an export of nothing but an empty file has gone before.
     void prepare()
     {
-        ScriptedEntry &first = root().file(u"first");
-        first.catalogueSize(kTotal);
-        open();
-        planEntries(@[ at({"first"}) ]);
-        ASSERT_TRUE(run());
-        volume.forgetCalls();
+        ScriptedEntry &first = Root().File(u"first");
+        first.CatalogueSize(kTotal);
+        Open();
+        PlanEntries(@[ At({"first"}) ]);
+        ASSERT_TRUE(Run());
+        volume.ForgetCalls();
     }
     bool copy(const std::string &name) { return copyTo(name, folder.At(name)); }
     bool copyTo(const std::string &name, const std::string &path)
     {
-        return [engine copyOneFile:at({name}) withDest:Text(path)];
+        return [engine copyOneFile:At({name}) withDest:Text(path)];
     }
     std::vector<uint32_t> chunks() const
     {
         std::vector<uint32_t> counts;
-        for (const vx::VolumeCall &call : volume.calls(VolumeOperation::ReadFile))
+        for (const vx::VolumeCall &call : volume.Calls(VolumeOperation::kReadFile))
             counts.push_back(call.count);
         return counts;
     }
@@ -69,81 +69,81 @@ using Counts = std::vector<uint32_t>;
 
 TEST_F(CopyOneFile, ANilArgumentIsAFailure)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     prepare();
     EXPECT_FALSE([engine copyOneFile:nil withDest:Text(folder.At("a"))]);
-    EXPECT_FALSE([engine copyOneFile:at({"a"}) withDest:nil]);
-    EXPECT_TRUE(volume.calls().empty());
-    EXPECT_FALSE(exists("a"));
+    EXPECT_FALSE([engine copyOneFile:At({"a"}) withDest:nil]);
+    EXPECT_TRUE(volume.Calls().empty());
+    EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(CopyOneFile, AnEntryWithoutAVolumePathIsAFailure)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     prepare();
-    Z5FindData *nameless = at({"a"});
+    Z5FindData *nameless = At({"a"});
     [nameless setStrFileName:nil];
     EXPECT_FALSE([engine copyOneFile:nameless withDest:Text(folder.At("a"))]);
-    EXPECT_FALSE(exists("a"));
+    EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(CopyOneFile, AFileIsOpenedSoughtToItsStartSizedReadAndClosed)
 {
-    ScriptedEntry &entry = root().file(u"a", kFew);
+    ScriptedEntry &entry = Root().File(u"a", kFew);
     prepare();
     ASSERT_TRUE(copy("a"));
     std::vector<VolumeOperation> operations;
-    for (const vx::VolumeCall &call : volume.calls())
+    for (const vx::VolumeCall &call : volume.Calls())
         operations.push_back(call.operation);
     EXPECT_EQ(operations, (std::vector<VolumeOperation>{
-                              VolumeOperation::OpenFile, VolumeOperation::SetFilePosition,
-                              VolumeOperation::QueryFileSize, VolumeOperation::ReadFile,
-                              VolumeOperation::CloseHandle}));
-    EXPECT_EQ(volume.calls(VolumeOperation::SetFilePosition)[0].distance, 0);
-    EXPECT_EQ(volume.calls(VolumeOperation::SetFilePosition)[0].origin, 0u);
-    EXPECT_EQ(exported("a"), entry.read(0, kFew));
-    EXPECT_EQ(volume.openHandles(), 0u);
-    EXPECT_EQ(volume.handlesClosedTwice(), 0u);
+                              VolumeOperation::kOpenFile, VolumeOperation::kSetFilePosition,
+                              VolumeOperation::kQueryFileSize, VolumeOperation::kReadFile,
+                              VolumeOperation::kCloseHandle}));
+    EXPECT_EQ(volume.Calls(VolumeOperation::kSetFilePosition)[0].distance, 0);
+    EXPECT_EQ(volume.Calls(VolumeOperation::kSetFilePosition)[0].origin, 0u);
+    EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
+    EXPECT_EQ(volume.OpenHandles(), 0u);
+    EXPECT_EQ(volume.HandlesClosedTwice(), 0u);
 }
 
 TEST_F(CopyOneFile, AFileOfExactly4194304BytesIsCopiedInOneChunk)
 {
-    ScriptedEntry &entry = root().file(u"a", kChunk);
+    ScriptedEntry &entry = Root().File(u"a", kChunk);
     prepare();
     ASSERT_TRUE(copy("a"));
     EXPECT_EQ(chunks(), (Counts{4194304}));
     EXPECT_EQ([delegate percents], (std::vector<int>{1}));
-    EXPECT_TRUE(exported("a") == entry.read(0, kChunk));
+    EXPECT_TRUE(Exported("a") == entry.Read(0, kChunk));
 }
 
 TEST_F(CopyOneFile, AFileOf4194305BytesIsCopiedInTwoChunksOf4194304And1Bytes)
 {
-    ScriptedEntry &entry = root().file(u"a", kChunk + 1);
+    ScriptedEntry &entry = Root().File(u"a", kChunk + 1);
     prepare();
     ASSERT_TRUE(copy("a"));
     EXPECT_EQ(chunks(), (Counts{4194304, 1}));
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 1}));
-    EXPECT_TRUE(exported("a") == entry.read(0, kChunk + 1));
+    EXPECT_TRUE(Exported("a") == entry.Read(0, kChunk + 1));
 }
 
 TEST_F(CopyOneFile, ALargerFileTakesOneReportPerChunk)
 {
-    ScriptedEntry &entry = root().file(u"a", 3 * kChunk + 5);
+    ScriptedEntry &entry = Root().File(u"a", 3 * kChunk + 5);
     prepare();
     ASSERT_TRUE(copy("a"));
     EXPECT_EQ(chunks(), (Counts{4194304, 4194304, 4194304, 5}));
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2, 3, 3}));
-    EXPECT_TRUE(exported("a") == entry.read(0, 3 * kChunk + 5));
+    EXPECT_TRUE(Exported("a") == entry.Read(0, 3 * kChunk + 5));
 }
 
 TEST_F(CopyOneFile, EveryChunkOfEveryFileIsReadIntoTheSameBuffer)
 {
-    root().file(u"a", 2 * kChunk);
-    root().file(u"b", kFew);
+    Root().File(u"a", 2 * kChunk);
+    Root().File(u"b", kFew);
     prepare();
     ASSERT_TRUE(copy("a"));
     ASSERT_TRUE(copy("b"));
-    const auto reads = volume.calls(VolumeOperation::ReadFile);
+    const auto reads = volume.Calls(VolumeOperation::kReadFile);
     ASSERT_EQ(reads.size(), 3u);
     EXPECT_EQ(reads[0].buffer, reads[1].buffer);
     EXPECT_EQ(reads[0].buffer, reads[2].buffer);
@@ -154,17 +154,17 @@ TEST_F(CopyOneFile, EveryChunkOfEveryFileIsReadIntoTheSameBuffer)
 TEST_F(CopyOneFile, AnEngineThatIsReleasedFreesItsBuffer)
 {
     constexpr size_t kEngines = 250;
-    root().file(u"a", kFew);
-    open();
+    Root().File(u"a", kFew);
+    Open();
     for (size_t i = 0; i < kEngines; ++i) {
         @autoreleasepool {
             [engine release];
-            ASSERT_NE(plan(), nil);
+            ASSERT_NE(Plan(), nil);
             object_setInstanceVariable(engine, "_uiDelegate", [delegate retain]);
             ASSERT_TRUE(copy("a"));
         }
     }
-    const auto reads = volume.calls(VolumeOperation::ReadFile);
+    const auto reads = volume.Calls(VolumeOperation::kReadFile);
     ASSERT_EQ(reads.size(), kEngines);
     std::set<const void *> buffers;
     for (const vx::VolumeCall &read : reads)
@@ -174,57 +174,57 @@ TEST_F(CopyOneFile, AnEngineThatIsReleasedFreesItsBuffer)
 
 TEST_F(CopyOneFile, AnEmptyFileIsCreatedEmptyAtItsDestinationAndProducesNoProgressReport)
 {
-    root().file(u"a");
+    Root().File(u"a");
     prepare();
     ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(sizeOf("a"), 0);
+    EXPECT_EQ(SizeOf("a"), 0);
     EXPECT_TRUE(chunks().empty());
     EXPECT_TRUE([delegate percents].empty());
 }
 
 TEST_F(CopyOneFile, AnExistingLocalFileOfTheSameNameIsOverwrittenWithoutAsking)
 {
-    ScriptedEntry &entry = root().file(u"a", kFew);
+    ScriptedEntry &entry = Root().File(u"a", kFew);
     folder.WriteFile("a", std::string(1000, 'o'));
     prepare();
     ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(exported("a"), entry.read(0, kFew));
+    EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
 }
 
 TEST_F(CopyOneFile, TheVolumesOwnSizeIsCopiedNotTheCatalogues)
 {
-    root().file(u"longer", kFew).catalogueSize(3);
-    root().file(u"shorter", kFew).catalogueSize(300);
+    Root().File(u"longer", kFew).CatalogueSize(3);
+    Root().File(u"shorter", kFew).CatalogueSize(300);
     prepare();
     ASSERT_TRUE(copy("longer"));
     ASSERT_TRUE(copy("shorter"));
-    EXPECT_EQ(sizeOf("longer"), static_cast<long long>(kFew));
-    EXPECT_EQ(sizeOf("shorter"), static_cast<long long>(kFew));
+    EXPECT_EQ(SizeOf("longer"), static_cast<long long>(kFew));
+    EXPECT_EQ(SizeOf("shorter"), static_cast<long long>(kFew));
 }
 
 TEST_F(CopyOneFile, WhenTheSourceCannotBeOpenedThereIsNoLocalFile)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     prepare();
-    volume.fromCall(VolumeOperation::OpenFile, 1, Fault::Fail);
+    volume.FromCall(VolumeOperation::kOpenFile, 1, Fault::kFail);
     EXPECT_FALSE(copy("a"));
-    EXPECT_FALSE(exists("a"));
+    EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(CopyOneFile, WhenTheLocalFileCannotBeCreatedTheSourceIsClosed)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     prepare();
     EXPECT_FALSE(copyTo("a", folder.At("missing/a")));
-    EXPECT_EQ(volume.count(VolumeOperation::OpenFile), 1u);
-    EXPECT_EQ(volume.count(VolumeOperation::ReadFile), 0u);
-    EXPECT_EQ(volume.openHandles(), 0u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 1u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 0u);
+    EXPECT_EQ(volume.OpenHandles(), 0u);
     EXPECT_TRUE([delegate percents].empty());
 }
 
 TEST_F(CopyOneFile, AFolderInTheFilesPlaceIsAFailure)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     folder.MakeFolder("a");
     prepare();
     EXPECT_FALSE(copy("a"));
@@ -232,48 +232,48 @@ TEST_F(CopyOneFile, AFolderInTheFilesPlaceIsAFailure)
 
 TEST_F(CopyOneFile, AReadThatFailsWritesTheChunkAllTheSameWithWhatThePreviousOneLeft)
 {
-    ScriptedEntry &entry = root().file(u"a", 2 * kChunk);
+    ScriptedEntry &entry = Root().File(u"a", 2 * kChunk);
     prepare();
-    volume.atCall(VolumeOperation::ReadFile, 2, Fault::Fail);
+    volume.AtCall(VolumeOperation::kReadFile, 2, Fault::kFail);
     ASSERT_TRUE(copy("a"));
-    const std::string chunk = entry.read(0, kChunk);
-    EXPECT_TRUE(exported("a") == chunk + chunk);
+    const std::string chunk = entry.Read(0, kChunk);
+    EXPECT_TRUE(Exported("a") == chunk + chunk);
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2}));
 }
 
 TEST_F(CopyOneFile, AFirstReadThatFailsWritesZeros)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     prepare();
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Fail);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kFail);
     ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(exported("a"), std::string(kFew, '\0'));
+    EXPECT_EQ(Exported("a"), std::string(kFew, '\0'));
 }
 
 TEST_F(CopyOneFile, AReadThatReturnsFewerBytesIsIgnored)
 {
-    ScriptedEntry &entry = root().file(u"a", 2 * kChunk);
+    ScriptedEntry &entry = Root().File(u"a", 2 * kChunk);
     prepare();
-    volume.atCall(VolumeOperation::ReadFile, 2, Fault::Shorten);
+    volume.AtCall(VolumeOperation::kReadFile, 2, Fault::kShorten);
     ASSERT_TRUE(copy("a"));
     const std::string expected =
-        entry.read(0, kChunk) + entry.read(kChunk, kChunk / 2) + entry.read(kChunk / 2, kChunk / 2);
-    EXPECT_TRUE(exported("a") == expected);
+        entry.Read(0, kChunk) + entry.Read(kChunk, kChunk / 2) + entry.Read(kChunk / 2, kChunk / 2);
+    EXPECT_TRUE(Exported("a") == expected);
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2}));
 }
 
 TEST_F(CopyOneFile, AReadThatClaimsMoreThanItWasAskedForIsIgnored)
 {
-    ScriptedEntry &entry = root().file(u"a", kFew);
+    ScriptedEntry &entry = Root().File(u"a", kFew);
     prepare();
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Lie);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kLie);
     ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(exported("a"), entry.read(0, kFew));
+    EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
 }
 
 TEST_F(CopyOneFile, AWriteThatFailsIsIgnoredAndCountedAsCopied)
 {
-    root().file(u"a", 3 * kChunk);
+    Root().File(u"a", 3 * kChunk);
     prepare();
     bool copied = false;
     {
@@ -283,30 +283,30 @@ TEST_F(CopyOneFile, AWriteThatFailsIsIgnoredAndCountedAsCopied)
     EXPECT_TRUE(copied);
     EXPECT_EQ(chunks().size(), 3u);
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2, 3}));
-    EXPECT_EQ(sizeOf("a"), static_cast<long long>(kChunk));
+    EXPECT_EQ(SizeOf("a"), static_cast<long long>(kChunk));
 }
 
 TEST_F(CopyOneFile, ASeekThatFailsIsIgnored)
 {
-    ScriptedEntry &entry = root().file(u"a", kFew);
+    ScriptedEntry &entry = Root().File(u"a", kFew);
     prepare();
-    volume.fromCall(VolumeOperation::SetFilePosition, 1, Fault::Fail);
+    volume.FromCall(VolumeOperation::kSetFilePosition, 1, Fault::kFail);
     ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(exported("a"), entry.read(0, kFew));
+    EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
 }
 
 TEST_F(CopyOneFile, ASizeThatCannotBeQueriedLeavesAnEmptyFile)
 {
-    root().file(u"a", kFew);
+    Root().File(u"a", kFew);
     prepare();
-    volume.fromCall(VolumeOperation::QueryFileSize, 1, Fault::Fail);
+    volume.FromCall(VolumeOperation::kQueryFileSize, 1, Fault::kFail);
     ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(sizeOf("a"), 0);
+    EXPECT_EQ(SizeOf("a"), 0);
 }
 
 TEST_F(CopyOneFile, ContinuedIsAskedBeforeEveryChunk)
 {
-    root().file(u"a", 2 * kChunk);
+    Root().File(u"a", 2 * kChunk);
     prepare();
     const std::string before = [delegate operations];
     ASSERT_TRUE(copy("a"));
@@ -316,17 +316,17 @@ TEST_F(CopyOneFile, ContinuedIsAskedBeforeEveryChunk)
 
 TEST_F(CopyOneFile, ACancelledCopyStillReturnsTrueAndKeepsThePartialFile)
 {
-    ScriptedEntry &entry = root().file(u"a", 3 * kChunk);
+    ScriptedEntry &entry = Root().File(u"a", 3 * kChunk);
     prepare();
     [delegate cancelAfter:2];
     EXPECT_TRUE(copy("a"));
-    EXPECT_TRUE(exported("a") == entry.read(0, 2 * kChunk));
-    EXPECT_EQ(volume.openHandles(), 0u);
+    EXPECT_TRUE(Exported("a") == entry.Read(0, 2 * kChunk));
+    EXPECT_EQ(volume.OpenHandles(), 0u);
 }
 
 TEST_F(CopyOneFile, TheCopyHasTheProcesssDefaultPermissionsAndTheCurrentTime)
 {
-    root().file(u"a", kFew).attributes(0x21).modified(vx::kScriptedTime);
+    Root().File(u"a", kFew).Attributes(0x21).Modified(vx::kScriptedTime);
     prepare();
     const mode_t mask = umask(027);
     const time_t before = time(nullptr);
@@ -340,8 +340,8 @@ TEST_F(CopyOneFile, TheCopyHasTheProcesssDefaultPermissionsAndTheCurrentTime)
 
 TEST_F(CopyOneFile, TheLocalPathIsUtf8)
 {
-    ScriptedEntry &entry = root().file(u"a", kFew);
+    ScriptedEntry &entry = Root().File(u"a", kFew);
     prepare();
     ASSERT_TRUE(copyTo("a", folder.At("報告 😀.txt")));
-    EXPECT_EQ(exported("報告 😀.txt"), entry.read(0, kFew));
+    EXPECT_EQ(Exported("報告 😀.txt"), entry.Read(0, kFew));
 }

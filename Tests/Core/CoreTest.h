@@ -32,10 +32,10 @@ class CoreTest : public ::testing::Test {
 protected:
     void TearDown() override;
 
-    ScriptedEntry &root() { return volume.root(); }
-    Z5FileExplorerWapper *open();
+    ScriptedEntry &Root() { return volume.Root(); }
+    Z5FileExplorerWapper *Open();
     // The entry at names below the root, listing the folders on the way.
-    Z5FindData *at(const std::vector<std::string> &names);
+    Z5FindData *At(const std::vector<std::string> &names);
 
     vx::ScriptedVolume volume;
     Z5FileExplorerWapper *explorer = nil;

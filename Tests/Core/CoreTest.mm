@@ -51,17 +51,17 @@ Z5FindData *EntryOf(const VolumeFindData &record)
 
 void CoreTest::TearDown()
 {
-    volume.release();
+    volume.Release();
     [explorer release];
 }
 
-Z5FileExplorerWapper *CoreTest::open()
+Z5FileExplorerWapper *CoreTest::Open()
 {
     explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:&volume];
     return explorer;
 }
 
-Z5FindData *CoreTest::at(const std::vector<std::string> &names)
+Z5FindData *CoreTest::At(const std::vector<std::string> &names)
 {
     Z5FindData *entry = nil;
     NSArray *entries = [explorer rootDirectory];

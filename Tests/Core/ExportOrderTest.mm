@@ -96,23 +96,23 @@ protected:
 
 TEST_F(ExportOrder, AChunkIsInTheFileWhenItIsReported)
 {
-    root().file(u"a", 2 * kChunk + 1);
+    Root().File(u"a", 2 * kChunk + 1);
     std::vector<long long> sizes;
-    watcher->_atProgress = [&] { sizes.push_back(sizeOf("a")); };
-    ASSERT_TRUE(run());
+    watcher->_atProgress = [&] { sizes.push_back(SizeOf("a")); };
+    ASSERT_TRUE(Run());
     EXPECT_EQ(sizes, (std::vector<long long>{kChunk, 2 * kChunk, 2 * kChunk + 1}));
 }
 
 TEST_F(ExportOrder, WhatAFileLeavesToThePoolIsGoneBeforeTheNextFile)
 {
     for (const char16_t *name : {u"a", u"b", u"c"})
-        root().file(name, 1);
+        Root().File(name, 1);
     std::vector<int> remains;
     watcher->_atFile = [&] {
         remains.push_back(g_remains);
         [[[Remains alloc] init] autorelease];
     };
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ(remains, (std::vector<int>{0, 0, 0}));
 }
 
@@ -120,7 +120,7 @@ TEST_F(ExportOrder, WhatAFileLeavesToThePoolIsGoneBeforeTheNextFile)
 TEST_F(ExportOrder, OneBufferServesEveryFile)
 {
     for (const char16_t *name : {u"a", u"b", u"c"})
-        root().file(name, 1);
+        Root().File(name, 1);
     std::vector<unsigned char *> buffers;
     std::vector<bool> marked;
     watcher->_atFile = [&] {
@@ -131,7 +131,7 @@ TEST_F(ExportOrder, OneBufferServesEveryFile)
         marked.push_back(current[kChunk - 1] == kMark);
         current[kChunk - 1] = kMark;
     };
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     ASSERT_EQ(buffers.size(), 3u);
     EXPECT_EQ(buffers[0], nullptr);
     EXPECT_EQ(buffers[1], buffers[2]);
@@ -140,34 +140,34 @@ TEST_F(ExportOrder, OneBufferServesEveryFile)
 
 TEST_F(ExportOrder, TheLocalFileIsClosedBeforeTheVolumesFile)
 {
-    root().file(u"a", 1);
-    volume.atCall(VolumeOperation::CloseHandle, 1, Fault::Stall);
-    plan();
+    Root().File(u"a", 1);
+    volume.AtCall(VolumeOperation::kCloseHandle, 1, Fault::kStall);
+    Plan();
     const int before = nextDescriptor();
-    ASSERT_TRUE(start());
-    ASSERT_TRUE(volume.awaitStall());
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(volume.AwaitStall());
     EXPECT_EQ(nextDescriptor(), before);
-    volume.release();
-    ASSERT_TRUE(finish());
+    volume.Release();
+    ASSERT_TRUE(Finish());
 }
 
 TEST_F(ExportOrder, ACancelInsideAFileEndsTheExportWhenItIsAskedForTheNextTime)
 {
-    root().file(u"a", 3 * kChunk);
-    root().file(u"b", 1);
+    Root().File(u"a", 3 * kChunk);
+    Root().File(u"b", 1);
     [delegate cancelAfter:2];
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate operations], "Continued UpdateInformation: UpdateTotalSize: GetState"
                                      " Continued UpdateProgress: Continued Continued");
 }
 
 TEST_F(ExportOrder, NothingOfAnExportIsLeftWhenItHasEnded)
 {
-    root().file(u"a", 1);
-    open();
+    Root().File(u"a", 1);
+    Open();
     const NSUInteger explorers = [explorer retainCount];
     @autoreleasepool {
-        ASSERT_TRUE(run());
+        ASSERT_TRUE(Run());
         [engine release];
         engine = nil;
     }

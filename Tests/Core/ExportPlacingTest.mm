@@ -61,9 +61,9 @@ protected:
     bool runPlacing()
     {
         if (engine == nil)
-            plan();
+            Plan();
         [engine copyTo:Text(folder.At("unused")) withDelegate:placing];
-        return finish();
+        return Finish();
     }
     std::vector<ExportEnd> ends() const
     {
@@ -82,10 +82,10 @@ using Ends = std::vector<ExportEnd>;
 
 TEST_F(ExportPlacing, TheSinkOpensTheFilesAndTheEngineMakesNothingItself)
 {
-    ScriptedEntry &entry = root().folder(u"f").file(u"a", 2 * kChunk);
+    ScriptedEntry &entry = Root().Folder(u"f").File(u"a", 2 * kChunk);
     ASSERT_TRUE(runPlacing());
-    EXPECT_TRUE(exported("a.placed") == entry.read(0, 2 * kChunk));
-    EXPECT_FALSE(exists("unused"));
+    EXPECT_TRUE(Exported("a.placed") == entry.Read(0, 2 * kChunk));
+    EXPECT_FALSE(Exists("unused"));
     EXPECT_EQ(ends(), (Ends{ExportEnd::kCopied}));
     EXPECT_EQ(placing->_outcomes[0].size, int64_t(2 * kChunk));
     EXPECT_EQ(placing->_outcomes[0].copied, int64_t(2 * kChunk));
@@ -94,10 +94,10 @@ TEST_F(ExportPlacing, TheSinkOpensTheFilesAndTheEngineMakesNothingItself)
 TEST_F(ExportPlacing, EveryEntryHasItsEndInTheOrderOfThePlan)
 {
     for (const char16_t *name : {u"good", u"no folder", u"no file", u"no source", u".."})
-        root().file(name, 1);
+        Root().File(name, 1);
     placing->_withoutFolder = "no folder";
     placing->_withoutFile = "no file";
-    volume.atCall(VolumeOperation::OpenFile, 3, Fault::Fail);
+    volume.AtCall(VolumeOperation::kOpenFile, 3, Fault::kFail);
     ASSERT_TRUE(runPlacing());
     EXPECT_EQ(placing->_ends, (Strings{"good", "no folder", "no file", "no source", ".."}));
     EXPECT_EQ(ends(), (Ends{ExportEnd::kCopied, ExportEnd::kNoFolder, ExportEnd::kNoLocalFile,
@@ -106,7 +106,7 @@ TEST_F(ExportPlacing, EveryEntryHasItsEndInTheOrderOfThePlan)
 
 TEST_F(ExportPlacing, TheSinkHearsWhatItWouldHearWithoutPlacing)
 {
-    root().file(u"a", kChunk + 1);
+    Root().File(u"a", kChunk + 1);
     ASSERT_TRUE(runPlacing());
     EXPECT_EQ([placing operations], "Continued UpdateInformation: UpdateTotalSize: GetState"
                                     " Continued UpdateProgress: Continued UpdateProgress:");
@@ -114,8 +114,8 @@ TEST_F(ExportPlacing, TheSinkHearsWhatItWouldHearWithoutPlacing)
 
 TEST_F(ExportPlacing, AStopInsideAFileIsItsEndAndWhatFollowsHasNone)
 {
-    root().file(u"a", 3 * kChunk);
-    root().file(u"b", 1);
+    Root().File(u"a", 3 * kChunk);
+    Root().File(u"b", 1);
     [placing cancelAfter:2];
     ASSERT_TRUE(runPlacing());
     EXPECT_EQ(ends(), (Ends{ExportEnd::kStopped}));
@@ -124,8 +124,8 @@ TEST_F(ExportPlacing, AStopInsideAFileIsItsEndAndWhatFollowsHasNone)
 
 TEST_F(ExportPlacing, AWriteThatFailsEndsTheFileWithItsErrorAndTheNextOneFollows)
 {
-    root().file(u"a", 3 * kChunk);
-    root().file(u"b", 1);
+    Root().File(u"a", 3 * kChunk);
+    Root().File(u"b", 1);
     void (*handler)(int) = signal(SIGXFSZ, SIG_IGN);
     rlimit before = {};
     getrlimit(RLIMIT_FSIZE, &before);
@@ -139,14 +139,14 @@ TEST_F(ExportPlacing, AWriteThatFailsEndsTheFileWithItsErrorAndTheNextOneFollows
     EXPECT_EQ(ends(), (Ends{ExportEnd::kNotWritten, ExportEnd::kCopied}));
     EXPECT_EQ(placing->_outcomes[0].error, EFBIG);
     EXPECT_EQ(placing->_outcomes[0].copied, int64_t(kChunk));
-    EXPECT_EQ(volume.count(VolumeOperation::ReadFile), 3u) << "the rest was read for nothing";
+    EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 3u) << "the rest was read for nothing";
 }
 
 TEST_F(ExportPlacing, ASinkWithoutThePlacingGetsTheEnginesOwn)
 {
-    root().folder(u"f").file(u"a", 1);
-    ASSERT_TRUE(run());
-    EXPECT_EQ(sizeOf("f/a"), 1);
+    Root().Folder(u"f").File(u"a", 1);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(SizeOf("f/a"), 1);
 }
 
 namespace {
@@ -174,14 +174,14 @@ private:
 
 TEST_F(ExportPlacing, AThreadThatCannotBeMadeIsAFailureOfTheStart)
 {
-    root().file(u"a", 1);
-    plan();
+    Root().File(u"a", 1);
+    Plan();
     {
         const NoThreads none;
-        EXPECT_FALSE(start());
+        EXPECT_FALSE(Start());
     }
-    ASSERT_TRUE(run());
-    EXPECT_EQ(sizeOf("a"), 1);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(SizeOf("a"), 1);
 }
 
 namespace {
@@ -249,9 +249,9 @@ protected:
     bool runInto(const std::string &name)
     {
         explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:&own];
-        planEntries([explorer rootDirectory]);
+        PlanEntries([explorer rootDirectory]);
         [engine copyTo:Text(folder.At(name)) withDelegate:delegate];
-        return finish();
+        return Finish();
     }
 
     FolderOfFiles own{folder.MakeFolder("volume")};
@@ -262,16 +262,16 @@ protected:
 TEST_F(OwnFolder, AVolumesOwnFolderAsDestinationKeepsEveryFile)
 {
     ASSERT_TRUE(runInto("volume"));
-    EXPECT_EQ(exported("volume/a"), "precious");
-    EXPECT_EQ(exported("volume/volume/a"), "another");
+    EXPECT_EQ(Exported("volume/a"), "precious");
+    EXPECT_EQ(Exported("volume/volume/a"), "another");
 }
 
 TEST_F(OwnFolder, TheFolderThatHoldsTheVolumeAsDestinationKeepsEveryFile)
 {
     ASSERT_TRUE(runInto("."));
-    EXPECT_EQ(exported("volume/a"), "precious");
-    EXPECT_EQ(exported("volume/volume/a"), "another");
-    EXPECT_EQ(exported("a"), "precious");
+    EXPECT_EQ(Exported("volume/a"), "precious");
+    EXPECT_EQ(Exported("volume/volume/a"), "another");
+    EXPECT_EQ(Exported("a"), "precious");
 }
 
 TEST_F(OwnFolder, ALinkedFolderThatLeadsToOtherFilesOfTheVolumeKeepsThem)
@@ -279,24 +279,24 @@ TEST_F(OwnFolder, ALinkedFolderThatLeadsToOtherFilesOfTheVolumeKeepsThem)
     folder.MakeFolder("to");
     folder.MakeLink("to/volume", folder.At("volume"));
     ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(exported("volume/a"), "precious");
-    EXPECT_EQ(exported("volume/volume/a"), "another");
+    EXPECT_EQ(Exported("volume/a"), "precious");
+    EXPECT_EQ(Exported("volume/volume/a"), "another");
 }
 
 TEST_F(OwnFolder, ADestinationInTheVolumesFolderIsWrittenAndOverwritten)
 {
     folder.WriteFile("volume/out/a", "old");
     ASSERT_TRUE(runInto("volume/out"));
-    EXPECT_EQ(exported("volume/out/a"), "precious");
-    EXPECT_EQ(exported("volume/out/volume/a"), "another");
+    EXPECT_EQ(Exported("volume/out/a"), "precious");
+    EXPECT_EQ(Exported("volume/out/volume/a"), "another");
 }
 
 TEST_F(OwnFolder, ALinkInTheDestinationThatLeadsBackToTheSourceKeepsTheSource)
 {
     folder.MakeLink("to/a", folder.At("volume/a"));
     ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(exported("volume/a"), "precious");
-    EXPECT_EQ(exported("to/a"), "precious");
+    EXPECT_EQ(Exported("volume/a"), "precious");
+    EXPECT_EQ(Exported("to/a"), "precious");
 }
 
 TEST_F(OwnFolder, AHardLinkInTheDestinationThatIsTheSourceKeepsTheSource)
@@ -304,7 +304,7 @@ TEST_F(OwnFolder, AHardLinkInTheDestinationThatIsTheSourceKeepsTheSource)
     folder.MakeFolder("to");
     ASSERT_EQ(link(folder.At("volume/a").c_str(), folder.At("to/a").c_str()), 0);
     ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(exported("volume/a"), "precious");
+    EXPECT_EQ(Exported("volume/a"), "precious");
 }
 
 TEST_F(OwnFolder, AFifoInTheDestinationDoesNotHangTheExport)
@@ -312,5 +312,5 @@ TEST_F(OwnFolder, AFifoInTheDestinationDoesNotHangTheExport)
     folder.MakeFolder("to");
     ASSERT_EQ(mkfifo(folder.At("to/a").c_str(), 0600), 0);
     ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(exported("to/volume/a"), "another");
+    EXPECT_EQ(Exported("to/volume/a"), "another");
 }

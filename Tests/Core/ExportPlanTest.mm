@@ -10,35 +10,35 @@ class ExportPlan : public ExportTest {};
 
 TEST_F(ExportPlan, ANilSelectionGivesNoEngine)
 {
-    root().file(u"a");
-    open();
-    EXPECT_EQ(planEntries(nil), nil);
+    Root().File(u"a");
+    Open();
+    EXPECT_EQ(PlanEntries(nil), nil);
 }
 
 TEST_F(ExportPlan, ANilExplorerGivesNoEngine)
 {
-    root().file(u"a");
-    NSArray *selection = [open() rootDirectory];
+    Root().File(u"a");
+    NSArray *selection = [Open() rootDirectory];
     EXPECT_EQ([[Z5FileManager alloc] initWithSourceFiles:selection andExplorer:nil], nil);
 }
 
 TEST_F(ExportPlan, AnEmptySelectionGivesNoEngine)
 {
-    open();
-    EXPECT_EQ(planEntries([NSArray array]), nil);
+    Open();
+    EXPECT_EQ(PlanEntries([NSArray array]), nil);
 }
 
 TEST_F(ExportPlan, ASelectionOfOnlyEmptyFoldersYieldsNoEngine)
 {
-    root().folder(u"a");
-    root().folder(u"b").folder(u"c").folder(u"d");
-    EXPECT_EQ(plan(), nil);
+    Root().Folder(u"a");
+    Root().Folder(u"b").Folder(u"c").Folder(u"d");
+    EXPECT_EQ(Plan(), nil);
 }
 
 TEST_F(ExportPlan, NoEntriesExpandToNilNotToAnEmptyArray)
 {
-    root().file(u"a");
-    ASSERT_NE(plan(), nil);
+    Root().File(u"a");
+    ASSERT_NE(Plan(), nil);
     int64_t size = 0;
     EXPECT_EQ([engine getAllFiles:nil withSize:&size], nil);
     EXPECT_EQ([engine getAllFiles:[NSArray array] withSize:&size], nil);
@@ -46,14 +46,14 @@ TEST_F(ExportPlan, NoEntriesExpandToNilNotToAnEmptyArray)
 
 TEST_F(ExportPlan, FoldersAreReplacedInPlaceByTheirFilesDepthFirst)
 {
-    root().file(u"z");
-    ScriptedEntry &folder = root().folder(u"f");
-    folder.file(u"3");
-    folder.folder(u"deep").folder(u"deeper").file(u"2");
-    folder.file(u"1");
-    root().folder(u"empty");
-    root().file(u"a");
-    ASSERT_NE(plan(), nil);
+    Root().File(u"z");
+    ScriptedEntry &folder = Root().Folder(u"f");
+    folder.File(u"3");
+    folder.Folder(u"deep").Folder(u"deeper").File(u"2");
+    folder.File(u"1");
+    Root().Folder(u"empty");
+    Root().File(u"a");
+    ASSERT_NE(Plan(), nil);
     int64_t size = 0;
     NSArray *files = [engine getAllFiles:[explorer rootDirectory] withSize:&size];
     EXPECT_EQ(Names(files), (Strings{"z", "3", "2", "1", "a"}));
@@ -61,19 +61,19 @@ TEST_F(ExportPlan, FoldersAreReplacedInPlaceByTheirFilesDepthFirst)
 
 TEST_F(ExportPlan, TheSelectionsOrderIsTheCopyOrder)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 1);
-    root().file(u"c", 1);
-    plan({"c", "a", "b"});
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    Root().File(u"b", 1);
+    Root().File(u"c", 1);
+    Plan({"c", "a", "b"});
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/c", "/a", "/b"}));
 }
 
 TEST_F(ExportPlan, SizesAreAddedToTheAccumulator)
 {
-    root().file(u"a", 10);
-    root().folder(u"f").file(u"b", uint64_t(5) << 30);
-    ASSERT_NE(plan(), nil);
+    Root().File(u"a", 10);
+    Root().Folder(u"f").File(u"b", uint64_t(5) << 30);
+    ASSERT_NE(Plan(), nil);
     int64_t size = 7;
     [engine getAllFiles:[explorer rootDirectory] withSize:&size];
     EXPECT_EQ(size, 17 + (int64_t(5) << 30));
@@ -82,10 +82,10 @@ TEST_F(ExportPlan, SizesAreAddedToTheAccumulator)
 TEST_F(ExportPlan,
        ASelectionThatHoldsAFolderAndAFileInsideItListsThatFileTwiceAndCountsItsSizeTwice)
 {
-    root().folder(u"f").file(u"a", 1 << 20);
-    open();
-    planEntries(@[ at({"f"}), at({"f", "a"}) ]);
-    ASSERT_TRUE(run());
+    Root().Folder(u"f").File(u"a", 1 << 20);
+    Open();
+    PlanEntries(@[ At({"f"}), At({"f", "a"}) ]);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/f/a", "/f/a"}));
     EXPECT_EQ([delegate totals], (std::vector<double>{2, 2}));
     EXPECT_EQ([delegate percents], (std::vector<int>{50, 100}));
@@ -93,121 +93,121 @@ TEST_F(ExportPlan,
 
 TEST_F(ExportPlan, FilesOfSize0AreInTheListAndCount0TowardTheTotal)
 {
-    root().file(u"empty");
-    root().file(u"full", 512 << 10);
-    ASSERT_TRUE(run());
+    Root().File(u"empty");
+    Root().File(u"full", 512 << 10);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/empty", "/full"}));
     EXPECT_EQ([delegate totals], (std::vector<double>{0.5, 0.5}));
 }
 
 TEST_F(ExportPlan, ASelectionOfOnlyEmptyFilesGivesAnEngineWhoseTotalIs0)
 {
-    root().file(u"a");
-    root().file(u"b");
-    ASSERT_NE(plan(), nil);
-    ASSERT_TRUE(run());
+    Root().File(u"a");
+    Root().File(u"b");
+    ASSERT_NE(Plan(), nil);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate totals], (std::vector<double>{0, 0}));
-    EXPECT_EQ(sizeOf("a"), 0);
-    EXPECT_EQ(sizeOf("b"), 0);
+    EXPECT_EQ(SizeOf("a"), 0);
+    EXPECT_EQ(SizeOf("b"), 0);
 }
 
 TEST_F(ExportPlan, PlanningReadsFoldersNotListedBeforeOnTheCallersThread)
 {
-    root().folder(u"a").folder(u"b").file(u"c", 1);
-    ASSERT_NE(plan(), nil);
-    const auto listed = volume.calls(VolumeOperation::FindFirstFile);
+    Root().Folder(u"a").Folder(u"b").File(u"c", 1);
+    ASSERT_NE(Plan(), nil);
+    const auto listed = volume.Calls(VolumeOperation::kFindFirstFile);
     ASSERT_EQ(listed.size(), 3u);
     for (const vx::VolumeCall &call : listed)
         EXPECT_EQ(call.thread, std::this_thread::get_id());
-    EXPECT_EQ(volume.count(VolumeOperation::OpenFile), 0u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 0u);
 }
 
 TEST_F(ExportPlan, AFolderWhosePathIsLongerThan260UnitsIsExported)
 {
     ScriptedEntry &folder =
-        root().folder(std::u16string(200, u'n')).folder(std::u16string(200, u'm'));
-    folder.file(u"a", 3);
-    ASSERT_TRUE(run());
-    EXPECT_EQ(sizeOf(std::string(200, 'n') + "/" + std::string(200, 'm') + "/a"), 3);
+        Root().Folder(std::u16string(200, u'n')).Folder(std::u16string(200, u'm'));
+    folder.File(u"a", 3);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(SizeOf(std::string(200, 'n') + "/" + std::string(200, 'm') + "/a"), 3);
 }
 
 TEST_F(ExportPlan, AFolderWhoseNameBeginsWithADotIsExported)
 {
-    root().folder(u".hidden").folder(u"..").file(u"lost", 3);
-    root().folder(u".profile").folder(u"..more").folder(u"...").file(u".a", 3);
-    ASSERT_TRUE(run());
+    Root().Folder(u".hidden").Folder(u"..").File(u"lost", 3);
+    Root().Folder(u".profile").Folder(u"..more").Folder(u"...").File(u".a", 3);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/.profile/..more/.../.a"}));
-    EXPECT_EQ(sizeOf(".profile/..more/.../.a"), 3);
+    EXPECT_EQ(SizeOf(".profile/..more/.../.a"), 3);
 }
 
 TEST_F(ExportPlan, AFolderListedBeforeIsNotReadAgain)
 {
-    root().folder(u"a").file(u"b", 1);
-    open();
-    [explorer findFiles:at({"a"})];
-    const size_t before = volume.calls().size();
-    ASSERT_NE(plan(), nil);
-    EXPECT_EQ(volume.calls().size(), before);
+    Root().Folder(u"a").File(u"b", 1);
+    Open();
+    [explorer findFiles:At({"a"})];
+    const size_t before = volume.Calls().size();
+    ASSERT_NE(Plan(), nil);
+    EXPECT_EQ(volume.Calls().size(), before);
 }
 
 TEST_F(ExportPlan, AFolderWhoseListingFailsContributesNothing)
 {
-    root().folder(u"broken").file(u"lost", 4);
-    root().file(u"kept", 4);
-    volume.atCall(VolumeOperation::FindFirstFile, 2, Fault::Fail);
-    ASSERT_TRUE(run());
+    Root().Folder(u"broken").File(u"lost", 4);
+    Root().File(u"kept", 4);
+    volume.AtCall(VolumeOperation::kFindFirstFile, 2, Fault::kFail);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/kept"}));
     EXPECT_EQ([delegate percents], (std::vector<int>{100}));
 }
 
 TEST_F(ExportPlan, AFolderThatHoldsNoFileIsNeverCreatedAtTheDestination)
 {
-    root().folder(u"empty").folder(u"inner");
-    root().folder(u"full").file(u"a", 1);
-    ASSERT_TRUE(run());
-    EXPECT_FALSE(exists("empty"));
-    EXPECT_TRUE(exists("full/a"));
+    Root().Folder(u"empty").Folder(u"inner");
+    Root().Folder(u"full").File(u"a", 1);
+    ASSERT_TRUE(Run());
+    EXPECT_FALSE(Exists("empty"));
+    EXPECT_TRUE(Exists("full/a"));
 }
 
 TEST_F(ExportPlan, TheListNeverChangesAfterwards)
 {
-    root().folder(u"f").file(u"a", 1);
-    ASSERT_NE(plan(), nil);
-    [at({"f", "a"}) setFileSize:1 << 20];
-    root().file(u"new", 1);
-    ASSERT_TRUE(run());
+    Root().Folder(u"f").File(u"a", 1);
+    ASSERT_NE(Plan(), nil);
+    [At({"f", "a"}) setFileSize:1 << 20];
+    Root().File(u"new", 1);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/f/a"}));
     EXPECT_EQ([delegate totals], (std::vector<double>{1.0 / 1024 / 1024}));
 }
 
 TEST_F(ExportPlan, TheEngineKeepsTheCatalogue)
 {
-    root().file(u"a", 3);
-    ASSERT_NE(plan(), nil);
+    Root().File(u"a", 3);
+    ASSERT_NE(Plan(), nil);
     [explorer release];
     explorer = nil;
-    ASSERT_TRUE(run());
-    EXPECT_EQ(sizeOf("a"), 3);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(SizeOf("a"), 3);
 }
 
 TEST_F(ExportPlan, APlanThatFailsLetsGoOfTheCatalogue)
 {
-    root().folder(u"empty");
-    open();
+    Root().Folder(u"empty");
+    Open();
     const NSUInteger before = [explorer retainCount];
     @autoreleasepool {
-        EXPECT_EQ(plan({"empty"}), nil);
+        EXPECT_EQ(Plan({"empty"}), nil);
     }
     EXPECT_EQ([explorer retainCount], before);
 }
 
 TEST_F(ExportPlan, AnEngineThatIsReleasedLetsGoOfTheCatalogue)
 {
-    root().file(u"a", 3);
-    open();
+    Root().File(u"a", 3);
+    Open();
     const NSUInteger before = [explorer retainCount];
     @autoreleasepool {
-        ASSERT_NE(plan(), nil);
+        ASSERT_NE(Plan(), nil);
         [engine release];
         engine = nil;
     }

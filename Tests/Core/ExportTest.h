@@ -29,19 +29,19 @@ protected:
     void TearDown() override;
 
     // Plans the export of these entries of the root, or of the whole root.
-    Z5FileManager *plan(const std::vector<std::string> &names = {});
-    Z5FileManager *planEntries(NSArray *selection);
+    Z5FileManager *Plan(const std::vector<std::string> &names = {});
+    Z5FileManager *PlanEntries(NSArray *selection);
     // Starts the worker on the destination, with plan() if there is no engine yet.
-    bool start();
+    bool Start();
     // Waits for the worker's end; the engine's volume calls are over then.
-    bool finish();
+    bool Finish();
     // Both: true once the export has ended.
-    bool run() { return start() && finish(); }
+    bool Run() { return Start() && Finish(); }
 
-    std::string destination() const { return folder.Path(); }
-    std::string exported(const std::string &path) const { return folder.ReadFile(path); }
-    bool exists(const std::string &path) const;
-    long long sizeOf(const std::string &path) const;
+    std::string Destination() const { return folder.Path(); }
+    std::string Exported(const std::string &path) const { return folder.ReadFile(path); }
+    bool Exists(const std::string &path) const;
+    long long SizeOf(const std::string &path) const;
 
     vx::TemporaryFolder folder;
     RecordingDelegate *delegate = nil;

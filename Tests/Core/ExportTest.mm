@@ -53,43 +53,43 @@ void ExportTest::TearDown()
     CoreTest::TearDown();
 }
 
-Z5FileManager *ExportTest::plan(const std::vector<std::string> &names)
+Z5FileManager *ExportTest::Plan(const std::vector<std::string> &names)
 {
     if (explorer == nil)
-        open();
+        Open();
     if (names.empty())
-        return planEntries([explorer rootDirectory]);
+        return PlanEntries([explorer rootDirectory]);
     NSMutableArray *selection = [NSMutableArray array];
     for (const std::string &name : names)
         [selection addObject:Named([explorer rootDirectory], name)];
-    return planEntries(selection);
+    return PlanEntries(selection);
 }
 
-Z5FileManager *ExportTest::planEntries(NSArray *selection)
+Z5FileManager *ExportTest::PlanEntries(NSArray *selection)
 {
     engine = [[Z5FileManager alloc] initWithSourceFiles:selection andExplorer:explorer];
     return engine;
 }
 
-bool ExportTest::start()
+bool ExportTest::Start()
 {
     if (engine == nil)
-        plan();
-    return [engine copyTo:Text(destination()) withDelegate:delegate];
+        Plan();
+    return [engine copyTo:Text(Destination()) withDelegate:delegate];
 }
 
-bool ExportTest::finish()
+bool ExportTest::Finish()
 {
     return [_ends awaitOne];
 }
 
-bool ExportTest::exists(const std::string &path) const
+bool ExportTest::Exists(const std::string &path) const
 {
     struct stat status = {};
     return lstat(folder.At(path).c_str(), &status) == 0;
 }
 
-long long ExportTest::sizeOf(const std::string &path) const
+long long ExportTest::SizeOf(const std::string &path) const
 {
     struct stat status = {};
     return stat(folder.At(path).c_str(), &status) == 0 ? status.st_size : -1;

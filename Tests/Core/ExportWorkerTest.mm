@@ -26,67 +26,67 @@ std::u16string Units(const std::string &text)
 
 TEST_F(ExportWorker, ExportingMirrorsTheFullPathFromTheVolumesRoot)
 {
-    ScriptedEntry &entry = root().folder(u"a").folder(u"b").file(u"c.txt", 100);
-    open();
-    planEntries(@[ at({"a", "b", "c.txt"}) ]);
-    ASSERT_TRUE(run());
-    EXPECT_EQ(exported("a/b/c.txt"), entry.read(0, 100));
+    ScriptedEntry &entry = Root().Folder(u"a").Folder(u"b").File(u"c.txt", 100);
+    Open();
+    PlanEntries(@[ At({"a", "b", "c.txt"}) ]);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(Exported("a/b/c.txt"), entry.Read(0, 100));
 }
 
 TEST_F(ExportWorker, AFileAtTheVolumesRootLandsInTheDestinationItself)
 {
-    ScriptedEntry &entry = root().file(u"a", 100);
-    ASSERT_TRUE(run());
-    EXPECT_EQ(exported("a"), entry.read(0, 100));
+    ScriptedEntry &entry = Root().File(u"a", 100);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(Exported("a"), entry.Read(0, 100));
 }
 
 // Nothing of the file system's root is written: the folder asked for below it exists.
 TEST_F(ExportWorker, ExportingIntoTheFileSystemRootGivesTwoSlashesWhichTheFileSystemAccepts)
 {
     const std::string path = folder.At("a.txt");
-    ScriptedEntry *entry = &root();
+    ScriptedEntry *entry = &Root();
     size_t start = 1;
     for (size_t end = path.find('/', start); end != std::string::npos;
          end = path.find('/', start)) {
-        entry = &entry->folder(Units(path.substr(start, end - start)));
+        entry = &entry->Folder(Units(path.substr(start, end - start)));
         start = end + 1;
     }
-    ScriptedEntry &file = entry->file(Units(path.substr(start)), 10);
-    ASSERT_NE(plan(), nil);
+    ScriptedEntry &file = entry->File(Units(path.substr(start)), 10);
+    ASSERT_NE(Plan(), nil);
     [engine copyTo:@"/" withDelegate:delegate];
-    ASSERT_TRUE(finish());
-    EXPECT_EQ(exported("a.txt"), file.read(0, 10));
+    ASSERT_TRUE(Finish());
+    EXPECT_EQ(Exported("a.txt"), file.Read(0, 10));
 }
 
 TEST_F(ExportWorker, EveryBackslashOfAVolumePathBecomesASlash)
 {
-    root().folder(u"a\\b").folder(u"c").file(u"d\\e", 1);
-    root().folder(u"x").file(u"y", 1);
+    Root().Folder(u"a\\b").Folder(u"c").File(u"d\\e", 1);
+    Root().Folder(u"x").File(u"y", 1);
     folder.MakeFolder("a/b/c/d");
-    ASSERT_TRUE(run());
-    EXPECT_TRUE(exists("a/b/c/d/e"));
+    ASSERT_TRUE(Run());
+    EXPECT_TRUE(Exists("a/b/c/d/e"));
     EXPECT_EQ([delegate paths], (Strings{"/a\\b/c/d\\e", "/x/y"}));
-    EXPECT_EQ(volume.calls(VolumeOperation::OpenFile)[0].path, u"/a\\b/c/d\\e");
+    EXPECT_EQ(volume.Calls(VolumeOperation::kOpenFile)[0].path, u"/a\\b/c/d\\e");
 }
 
 TEST_F(ExportWorker, NamesThatBeginWithAByteOrderMarkAreExportedUnderTheirOwn)
 {
     std::map<std::string, ScriptedEntry *> files;
-    files["ab"] = &root().file(u"ab", 10);
-    files["\ufeffab"] = &root().file(u"\ufeffab", 11);
-    files["\ufffeab"] = &root().file(u"\ufffeab", 12);
-    files["\ufeffd/\ufeffe"] = &root().folder(u"\ufeffd").file(u"\ufeffe", 13);
-    ASSERT_TRUE(run());
+    files["ab"] = &Root().File(u"ab", 10);
+    files["\ufeffab"] = &Root().File(u"\ufeffab", 11);
+    files["\ufffeab"] = &Root().File(u"\ufffeab", 12);
+    files["\ufeffd/\ufeffe"] = &Root().Folder(u"\ufeffd").File(u"\ufeffe", 13);
+    ASSERT_TRUE(Run());
     for (const auto &[path, entry] : files)
-        EXPECT_EQ(exported(path), entry->read(0, entry->size())) << path;
+        EXPECT_EQ(Exported(path), entry->Read(0, entry->Size())) << path;
     EXPECT_EQ([delegate percents].back(), 100);
 }
 
 TEST_F(ExportWorker, EachFileIsAnnouncedThenSizedThenCopied)
 {
-    root().file(u"a", kChunk + 1);
-    root().file(u"b", 1);
-    ASSERT_TRUE(run());
+    Root().File(u"a", kChunk + 1);
+    Root().File(u"b", 1);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate operations], "Continued UpdateInformation: UpdateTotalSize: GetState"
                                      " Continued UpdateProgress: Continued UpdateProgress:"
                                      " Continued UpdateInformation: UpdateTotalSize: GetState"
@@ -95,16 +95,16 @@ TEST_F(ExportWorker, EachFileIsAnnouncedThenSizedThenCopied)
 
 TEST_F(ExportWorker, NothingIsSentAtTheEnd)
 {
-    root().file(u"empty");
-    ASSERT_TRUE(run());
+    Root().File(u"empty");
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate operations], "Continued UpdateInformation: UpdateTotalSize: GetState");
 }
 
 TEST_F(ExportWorker, EveryCallOfTheDelegateComesFromTheOneWorkerThread)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 1);
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    Root().File(u"b", 1);
+    ASSERT_TRUE(Run());
     const auto calls = [delegate calls];
     ASSERT_FALSE(calls.empty());
     EXPECT_NE(calls[0].thread, std::this_thread::get_id());
@@ -114,47 +114,47 @@ TEST_F(ExportWorker, EveryCallOfTheDelegateComesFromTheOneWorkerThread)
 
 TEST_F(ExportWorker, FilesAreOpenedAndReadOnTheWorkerThread)
 {
-    root().file(u"a", 1);
-    plan();
-    volume.forgetCalls();
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    Plan();
+    volume.ForgetCalls();
+    ASSERT_TRUE(Run());
     const auto worker = [delegate calls][0].thread;
-    EXPECT_EQ(volume.calls().size(), 5u);
-    for (const vx::VolumeCall &call : volume.calls())
+    EXPECT_EQ(volume.Calls().size(), 5u);
+    for (const vx::VolumeCall &call : volume.Calls())
         EXPECT_EQ(call.thread, worker);
 }
 
 TEST_F(ExportWorker, CopyToReturnsAtOnce)
 {
-    root().file(u"a", 1);
-    volume.atCall(VolumeOperation::OpenFile, 1, Fault::Stall);
-    ASSERT_TRUE(start());
-    ASSERT_TRUE(volume.awaitStall());
-    volume.release();
-    ASSERT_TRUE(finish());
-    EXPECT_EQ(sizeOf("a"), 1);
+    Root().File(u"a", 1);
+    volume.AtCall(VolumeOperation::kOpenFile, 1, Fault::kStall);
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(volume.AwaitStall());
+    volume.Release();
+    ASSERT_TRUE(Finish());
+    EXPECT_EQ(SizeOf("a"), 1);
 }
 
 TEST_F(ExportWorker, TheThreadKeepsTheEngineTheSinkAndThePathAliveUntilItEnds)
 {
-    root().file(u"a", 1);
-    volume.atCall(VolumeOperation::OpenFile, 1, Fault::Stall);
+    Root().File(u"a", 1);
+    volume.AtCall(VolumeOperation::kOpenFile, 1, Fault::kStall);
     @autoreleasepool {
-        ASSERT_TRUE(start());
+        ASSERT_TRUE(Start());
     }
-    ASSERT_TRUE(volume.awaitStall());
+    ASSERT_TRUE(volume.AwaitStall());
     [engine release];
     engine = nil;
-    volume.release();
-    ASSERT_TRUE(finish());
-    EXPECT_EQ(sizeOf("a"), 1);
+    volume.Release();
+    ASSERT_TRUE(Finish());
+    EXPECT_EQ(SizeOf("a"), 1);
     EXPECT_EQ([delegate percents], (Percents{100}));
 }
 
 TEST_F(ExportWorker, ThePercentIsAnIntegerAndTheTotalADouble)
 {
-    root().file(u"a", 1);
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    ASSERT_TRUE(Run());
     for (const DelegateCall &call : [delegate calls]) {
         if (call.operation == "UpdateProgress:")
             EXPECT_EQ(call.type, @encode(int));
@@ -165,256 +165,256 @@ TEST_F(ExportWorker, ThePercentIsAnIntegerAndTheTotalADouble)
 
 TEST_F(ExportWorker, TheTotalIsInMiBAndTheSameBeforeEveryFile)
 {
-    root().file(u"a", kMiB);
-    root().file(u"b", kMiB / 2);
-    ASSERT_TRUE(run());
+    Root().File(u"a", kMiB);
+    Root().File(u"b", kMiB / 2);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate totals], (std::vector<double>{1.5, 1.5}));
 }
 
 TEST_F(ExportWorker, ThePercentIsTruncatedAndRunsOverAllFiles)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 1);
-    root().file(u"c", 1);
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    Root().File(u"b", 1);
+    Root().File(u"c", 1);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate percents], (Percents{33, 66, 100}));
 }
 
 TEST_F(ExportWorker, WhenTheVolumeReportsAFileLargerThanTheCatalogueDidThePercentCanPass100)
 {
-    root().file(u"a", 2 * kChunk).catalogueSize(kChunk);
-    root().file(u"b", kChunk);
-    ASSERT_TRUE(run());
+    Root().File(u"a", 2 * kChunk).CatalogueSize(kChunk);
+    Root().File(u"b", kChunk);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate percents], (Percents{50, 100, 150}));
-    EXPECT_EQ(sizeOf("b"), static_cast<long long>(kChunk));
+    EXPECT_EQ(SizeOf("b"), static_cast<long long>(kChunk));
 }
 
 TEST_F(ExportWorker, ANilDestinationRootReturnsAtOnce)
 {
-    root().file(u"a", 1);
-    ASSERT_NE(plan(), nil);
-    volume.forgetCalls();
+    Root().File(u"a", 1);
+    ASSERT_NE(Plan(), nil);
+    volume.ForgetCalls();
     EXPECT_FALSE([engine copyToInThread:nil]);
     EXPECT_TRUE([engine copyTo:nil withDelegate:delegate]);
-    ASSERT_TRUE(finish());
+    ASSERT_TRUE(Finish());
     EXPECT_TRUE([delegate calls].empty());
-    EXPECT_TRUE(volume.calls().empty());
+    EXPECT_TRUE(volume.Calls().empty());
 }
 
 TEST_F(ExportWorker, TheLoopReturnsTrueAlsoWhenItWasCancelled)
 {
-    root().file(u"a", 1);
-    plan();
+    Root().File(u"a", 1);
+    Plan();
     [delegate cancel];
-    ASSERT_TRUE(run());
-    EXPECT_TRUE([engine copyToInThread:Text(destination())]);
-    EXPECT_FALSE(exists("a"));
+    ASSERT_TRUE(Run());
+    EXPECT_TRUE([engine copyToInThread:Text(Destination())]);
+    EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(ExportWorker, NoVolumePathForAnEntryTheEntryIsSkipped)
 {
-    root().file(u"nameless", 1);
-    root().file(u"b", 1);
-    plan();
-    [at({"nameless"}) setStrFileName:nil];
-    ASSERT_TRUE(run());
+    Root().File(u"nameless", 1);
+    Root().File(u"b", 1);
+    Plan();
+    [At({"nameless"}) setStrFileName:nil];
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/b"}));
     EXPECT_EQ([delegate percents], (Percents{50}));
 }
 
 TEST_F(ExportWorker, AFileWhoseFolderCannotBeCreatedIsSkippedWithoutItsNameEverBeingShown)
 {
-    root().folder(u"a").folder(u"b").file(u"c", 1);
-    root().file(u"d", 1);
+    Root().Folder(u"a").Folder(u"b").File(u"c", 1);
+    Root().File(u"d", 1);
     folder.WriteFile("a", "a plain file");
-    plan();
-    volume.forgetCalls();
-    ASSERT_TRUE(run());
+    Plan();
+    volume.ForgetCalls();
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/d"}));
     EXPECT_EQ([delegate percents], (Percents{50}));
-    EXPECT_EQ(volume.count(VolumeOperation::OpenFile), 1u);
+    EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 1u);
 }
 
 TEST_F(ExportWorker, WhenAPlainFileStandsInTheFoldersPlaceEachCopyBeneathItFailsAtTheLocalFile)
 {
-    root().folder(u"a").file(u"b", 1);
-    root().folder(u"a2").file(u"c", 1);
+    Root().Folder(u"a").File(u"b", 1);
+    Root().Folder(u"a2").File(u"c", 1);
     folder.WriteFile("a", "a plain file");
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/a/b", "/a2/c"}));
     EXPECT_EQ([delegate percents], (Percents{50}));
-    EXPECT_EQ(exported("a"), "a plain file");
-    EXPECT_EQ(volume.openHandles(), 0u);
+    EXPECT_EQ(Exported("a"), "a plain file");
+    EXPECT_EQ(volume.OpenHandles(), 0u);
 }
 
 TEST_F(ExportWorker, AMissingDestinationIsMade)
 {
-    root().file(u"a", 1);
-    plan();
+    Root().File(u"a", 1);
+    Plan();
     [engine copyTo:Text(folder.At("new/place")) withDelegate:delegate];
-    ASSERT_TRUE(finish());
-    EXPECT_EQ(sizeOf("new/place/a"), 1);
+    ASSERT_TRUE(Finish());
+    EXPECT_EQ(SizeOf("new/place/a"), 1);
 }
 
 TEST_F(ExportWorker, ADestinationThatIsAPlainFileGetsNothing)
 {
-    root().file(u"a", 1);
-    root().folder(u"f").file(u"b", 1);
+    Root().File(u"a", 1);
+    Root().Folder(u"f").File(u"b", 1);
     folder.WriteFile("plain", "kept");
-    plan();
+    Plan();
     [engine copyTo:Text(folder.At("plain")) withDelegate:delegate];
-    ASSERT_TRUE(finish());
-    EXPECT_EQ(exported("plain"), "kept");
+    ASSERT_TRUE(Finish());
+    EXPECT_EQ(Exported("plain"), "kept");
     EXPECT_EQ([delegate paths], (Strings{"/a"}));  // its folder, the plain file, exists
     EXPECT_TRUE([delegate percents].empty());
 }
 
 TEST_F(ExportWorker, ADestinationWithoutPermissionGetsNothingAndStopsNothing)
 {
-    root().file(u"a", 1);
-    root().folder(u"f").file(u"b", 1);
-    root().file(u"c", 1);
+    Root().File(u"a", 1);
+    Root().Folder(u"f").File(u"b", 1);
+    Root().File(u"c", 1);
     folder.MakeFolder("locked");
     chmod(folder.At("locked").c_str(), 0555);
-    chmod(destination().c_str(), 0755);
-    plan();
+    chmod(Destination().c_str(), 0755);
+    Plan();
     {
         const OrdinaryUser user;
         [engine copyTo:Text(folder.At("locked")) withDelegate:delegate];
-        ASSERT_TRUE(finish());
+        ASSERT_TRUE(Finish());
     }
     EXPECT_EQ([delegate paths], (Strings{"/a", "/c"}));
     EXPECT_TRUE([delegate percents].empty());
-    EXPECT_FALSE(exists("locked/a"));
+    EXPECT_FALSE(Exists("locked/a"));
     chmod(folder.At("locked").c_str(), 0755);
 }
 
 TEST_F(ExportWorker, WhenTheSourceCannotBeOpenedTheNextFileFollowsAndItsBytesNeverCount)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 1);
-    volume.atCall(VolumeOperation::OpenFile, 1, Fault::Fail);
-    ASSERT_TRUE(run());
-    EXPECT_FALSE(exists("a"));
-    EXPECT_TRUE(exists("b"));
+    Root().File(u"a", 1);
+    Root().File(u"b", 1);
+    volume.AtCall(VolumeOperation::kOpenFile, 1, Fault::kFail);
+    ASSERT_TRUE(Run());
+    EXPECT_FALSE(Exists("a"));
+    EXPECT_TRUE(Exists("b"));
     EXPECT_EQ([delegate paths], (Strings{"/a", "/b"}));
     EXPECT_EQ([delegate percents], (Percents{50}));
 }
 
 TEST_F(ExportWorker, WhenTheLocalFileCannotBeCreatedTheNextFileFollowsAndItsBytesNeverCount)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 1);
+    Root().File(u"a", 1);
+    Root().File(u"b", 1);
     folder.MakeFolder("a");
-    ASSERT_TRUE(run());
-    EXPECT_TRUE(exists("b"));
+    ASSERT_TRUE(Run());
+    EXPECT_TRUE(Exists("b"));
     EXPECT_EQ([delegate percents], (Percents{50}));
 }
 
 TEST_F(ExportWorker, AReadThatFailsIsCountedAsCopied)
 {
-    root().file(u"a", 1);
-    root().file(u"b", 1);
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Fail);
-    ASSERT_TRUE(run());
-    EXPECT_EQ(exported("a"), std::string(1, '\0'));
+    Root().File(u"a", 1);
+    Root().File(u"b", 1);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kFail);
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(Exported("a"), std::string(1, '\0'));
     EXPECT_EQ([delegate percents], (Percents{50, 100}));
 }
 
 TEST_F(ExportWorker, AGetStateOf2StopsBeforeTheFileIsCopiedButAfterItWasAnnounced)
 {
-    root().file(u"a", 1);
-    root().folder(u"f").file(u"b", 1);
-    root().file(u"c", 1);
+    Root().File(u"a", 1);
+    Root().Folder(u"f").File(u"b", 1);
+    Root().File(u"c", 1);
     [delegate stopAfter:1];
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate paths], (Strings{"/a", "/f/b"}));
-    EXPECT_TRUE(exists("a"));
-    EXPECT_TRUE(exists("f"));
-    EXPECT_FALSE(exists("f/b"));
-    EXPECT_FALSE(exists("c"));
-    EXPECT_EQ(volume.count(VolumeOperation::OpenFile), 1u);
+    EXPECT_TRUE(Exists("a"));
+    EXPECT_TRUE(Exists("f"));
+    EXPECT_FALSE(Exists("f/b"));
+    EXPECT_FALSE(Exists("c"));
+    EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 1u);
 }
 
 TEST_F(ExportWorker, AnyOtherStateGoesOn)
 {
-    root().file(u"a", 1);
+    Root().File(u"a", 1);
     [delegate SetState:3];
-    ASSERT_TRUE(run());
-    EXPECT_TRUE(exists("a"));
+    ASSERT_TRUE(Run());
+    EXPECT_TRUE(Exists("a"));
 }
 
 TEST_F(ExportWorker, AnExportCancelledBeforeItsStartDoesNothing)
 {
-    root().folder(u"f").file(u"a", 1);
+    Root().Folder(u"f").File(u"a", 1);
     [delegate cancel];
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate operations], "Continued");
-    EXPECT_FALSE(exists("f"));
+    EXPECT_FALSE(Exists("f"));
 }
 
 TEST_F(ExportWorker, ACancelDuringTheThirdOfFiveFilesLeaves1And2Complete3PartialAnd4And5Absent)
 {
     std::vector<ScriptedEntry *> files;
     for (const char16_t *name : {u"1", u"2", u"3", u"4", u"5"})
-        files.push_back(&root().file(name, 3 * kChunk));
-    volume.atCall(VolumeOperation::ReadFile, 8, Fault::Stall);  // the second chunk of the third
-    ASSERT_TRUE(start());
-    ASSERT_TRUE(volume.awaitStall());
+        files.push_back(&Root().File(name, 3 * kChunk));
+    volume.AtCall(VolumeOperation::kReadFile, 8, Fault::kStall);  // the second chunk of the third
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(volume.AwaitStall());
     [delegate cancel];
-    volume.release();
-    ASSERT_TRUE(finish());
+    volume.Release();
+    ASSERT_TRUE(Finish());
 
-    EXPECT_TRUE(exported("1") == files[0]->read(0, 3 * kChunk));
-    EXPECT_TRUE(exported("2") == files[1]->read(0, 3 * kChunk));
-    EXPECT_TRUE(exported("3") == files[2]->read(0, 2 * kChunk));
-    EXPECT_FALSE(exists("4"));
-    EXPECT_FALSE(exists("5"));
+    EXPECT_TRUE(Exported("1") == files[0]->Read(0, 3 * kChunk));
+    EXPECT_TRUE(Exported("2") == files[1]->Read(0, 3 * kChunk));
+    EXPECT_TRUE(Exported("3") == files[2]->Read(0, 2 * kChunk));
+    EXPECT_FALSE(Exists("4"));
+    EXPECT_FALSE(Exists("5"));
     EXPECT_EQ([delegate paths], (Strings{"/1", "/2", "/3"}));
-    EXPECT_EQ(volume.openHandles(), 0u);
+    EXPECT_EQ(volume.OpenHandles(), 0u);
 }
 
 TEST_F(ExportWorker, ACancelInTheLastChunkOfAFileLeavesThatFileComplete)
 {
-    ScriptedEntry &first = root().file(u"a", kChunk);
-    root().file(u"b", 1);
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Stall);
-    ASSERT_TRUE(start());
-    ASSERT_TRUE(volume.awaitStall());
+    ScriptedEntry &first = Root().File(u"a", kChunk);
+    Root().File(u"b", 1);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kStall);
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(volume.AwaitStall());
     [delegate cancel];
-    volume.release();
-    ASSERT_TRUE(finish());
-    EXPECT_TRUE(exported("a") == first.read(0, kChunk));
-    EXPECT_FALSE(exists("b"));
+    volume.Release();
+    ASSERT_TRUE(Finish());
+    EXPECT_TRUE(Exported("a") == first.Read(0, kChunk));
+    EXPECT_FALSE(Exists("b"));
 }
 
 TEST_F(ExportWorker, AFolderIsListedOnTheMainThreadWhileTheWorkerReads)
 {
-    root().file(u"a", 2 * kChunk);
-    root().folder(u"f").file(u"b", 1);
-    open();
-    planEntries(@[ at({"a"}) ]);
-    volume.atCall(VolumeOperation::ReadFile, 1, Fault::Stall);
-    ASSERT_TRUE(start());
-    ASSERT_TRUE(volume.awaitStall());
-    EXPECT_EQ(Names([explorer findFiles:at({"f"})]), (Strings{"b"}));
-    volume.release();
-    ASSERT_TRUE(finish());
-    EXPECT_EQ(sizeOf("a"), static_cast<long long>(2 * kChunk));
+    Root().File(u"a", 2 * kChunk);
+    Root().Folder(u"f").File(u"b", 1);
+    Open();
+    PlanEntries(@[ At({"a"}) ]);
+    volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kStall);
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(volume.AwaitStall());
+    EXPECT_EQ(Names([explorer findFiles:At({"f"})]), (Strings{"b"}));
+    volume.Release();
+    ASSERT_TRUE(Finish());
+    EXPECT_EQ(SizeOf("a"), static_cast<long long>(2 * kChunk));
 }
 
 TEST_F(ExportWorker, ASecondExportOfOneEngineCountsOnFromTheFirst)
 {
-    root().file(u"a", 1);
-    ASSERT_TRUE(run());
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    ASSERT_TRUE(Run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate percents], (Percents{100, 200}));
 }
 
 TEST_F(ExportWorker, TheWorkerNeverSetsTheState)
 {
-    root().file(u"a", 1);
-    ASSERT_TRUE(run());
+    Root().File(u"a", 1);
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate operations].find("SetState:"), std::string::npos);
 }
 
@@ -423,16 +423,16 @@ TEST_F(ExportWorker, ManySmallFilesArriveWhole)
     constexpr size_t kFiles = 500;
     std::vector<ScriptedEntry *> folders;
     for (const char16_t *name : {u"a", u"b", u"c", u"d", u"e"})
-        folders.push_back(&root().folder(name));
+        folders.push_back(&Root().Folder(name));
     std::vector<ScriptedEntry *> files;
     for (size_t i = 0; i < kFiles; ++i) {
         const std::string name = std::to_string(i);
-        files.push_back(&folders[i % 5]->file(std::u16string(name.begin(), name.end()), i));
+        files.push_back(&folders[i % 5]->File(std::u16string(name.begin(), name.end()), i));
     }
-    ASSERT_TRUE(run());
+    ASSERT_TRUE(Run());
     EXPECT_EQ([delegate percents].back(), 100);
     for (size_t i = 0; i < kFiles; ++i) {
         const std::string name = std::string(1, char('a' + i % 5)) + "/" + std::to_string(i);
-        EXPECT_EQ(exported(name), files[i]->read(0, i)) << name;
+        EXPECT_EQ(Exported(name), files[i]->Read(0, i)) << name;
     }
 }

@@ -7,7 +7,7 @@ class MakeDirectory : public ExportTest {
 protected:
     bool make(const std::string &relative)
     {
-        return [Z5FileManager makeDirectory:Text(destination()) withSource:Text(relative)];
+        return [Z5FileManager makeDirectory:Text(Destination()) withSource:Text(relative)];
     }
     bool isFolder(const std::string &path) const
     {
@@ -21,7 +21,7 @@ protected:
 TEST_F(MakeDirectory, ANilArgumentIsAFailure)
 {
     EXPECT_FALSE([Z5FileManager makeDirectory:nil withSource:@"/a"]);
-    EXPECT_FALSE([Z5FileManager makeDirectory:Text(destination()) withSource:nil]);
+    EXPECT_FALSE([Z5FileManager makeDirectory:Text(Destination()) withSource:nil]);
 }
 
 TEST_F(MakeDirectory, FoldersOnTheWayAreMade)
@@ -34,7 +34,7 @@ TEST_F(MakeDirectory, AnExistingFolderIsReused)
 {
     folder.WriteFile("a/kept", "x");
     EXPECT_TRUE(make("/a"));
-    EXPECT_EQ(exported("a/kept"), "x");
+    EXPECT_EQ(Exported("a/kept"), "x");
 }
 
 TEST_F(MakeDirectory, AnEmptyFolderPathChecksTheDestinationRootItselfAndSucceedsWhenItExists)
@@ -59,7 +59,7 @@ TEST_F(MakeDirectory, WhenAPlainFileAlreadyStandsWhereAFolderIsNeededItReportsSu
 {
     folder.WriteFile("a", "plain");
     EXPECT_TRUE(make("/a"));
-    EXPECT_EQ(exported("a"), "plain");
+    EXPECT_EQ(Exported("a"), "plain");
 }
 
 TEST_F(MakeDirectory, AFolderBelowAPlainFileIsAFailure)
@@ -72,14 +72,14 @@ TEST_F(MakeDirectory, AFolderThatMayNotBeMadeIsAFailure)
 {
     folder.MakeFolder("locked");
     chmod(folder.At("locked").c_str(), 0555);
-    chmod(destination().c_str(), 0755);
+    chmod(Destination().c_str(), 0755);
     bool made = true;
     {
         const OrdinaryUser user;
         made = make("/locked/a");
     }
     EXPECT_FALSE(made);
-    EXPECT_FALSE(exists("locked/a"));
+    EXPECT_FALSE(Exists("locked/a"));
     chmod(folder.At("locked").c_str(), 0755);
 }
 

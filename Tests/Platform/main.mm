@@ -16,8 +16,8 @@ int main(int argc, char **argv)
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
     const vx::TemporaryFolder home;
-    vxtest::liveIn(home.Path());
-    const auto display = vxtest::VirtualDisplay::start();
+    vxtest::LiveIn(home.Path());
+    const auto display = vxtest::VirtualDisplay::Start();
     if (display == nullptr) {
         std::cerr << "Xvfb did not start\n";
         return 1;

@@ -5,7 +5,7 @@
 
 namespace vxtest {
 
-void liveIn(const std::string &folder)
+void LiveIn(const std::string &folder)
 {
     const std::string configuration = folder + "/GNUstep.conf";
     // The last of two settings of one name counts.

@@ -9,6 +9,6 @@ namespace vxtest {
 
 // Home and settings of this process and its children lie in the folder from now on. Call it before
 // the first use of the window library.
-void liveIn(const std::string &folder);
+void LiveIn(const std::string &folder);
 
 }  // namespace vxtest

@@ -17,8 +17,8 @@ constexpr int kAnswerTimeoutMs = 60000;
 
 struct Pipe {
     int ends[2] = {-1, -1};
-    bool open() { return pipe2(ends, O_CLOEXEC) == 0; }
-    void closeEnd(int which)
+    bool Open() { return pipe2(ends, O_CLOEXEC) == 0; }
+    void CloseEnd(int which)
     {
         if (ends[which] >= 0)
             close(ends[which]);
@@ -26,13 +26,13 @@ struct Pipe {
     }
     ~Pipe()
     {
-        closeEnd(0);
-        closeEnd(1);
+        CloseEnd(0);
+        CloseEnd(1);
     }
 };
 
 // The server writes the number that it took, and a line end, to the descriptor.
-[[noreturn]] void becomeServer(int descriptor, const char *screen)
+[[noreturn]] void BecomeServer(int descriptor, const char *screen)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     fcntl(descriptor, F_SETFD, 0);
@@ -46,7 +46,7 @@ struct Pipe {
 }
 
 // The digits up to the line end; empty when the server ended or was too slow.
-std::string readNumber(int descriptor)
+std::string ReadNumber(int descriptor)
 {
     std::string number;
     pollfd waiting{descriptor, POLLIN, 0};
@@ -60,7 +60,7 @@ std::string readNumber(int descriptor)
     }
 }
 
-void stop(pid_t server)
+void Stop(pid_t server)
 {
     kill(server, SIGTERM);
     while (waitpid(server, nullptr, 0) < 0 && errno == EINTR) {
@@ -69,20 +69,20 @@ void stop(pid_t server)
 
 }  // namespace
 
-std::unique_ptr<VirtualDisplay> VirtualDisplay::start(const std::string &screen)
+std::unique_ptr<VirtualDisplay> VirtualDisplay::Start(const std::string &screen)
 {
     Pipe answer;
-    if (!answer.open())
+    if (!answer.Open())
         return nullptr;
     const pid_t server = fork();
     if (server < 0)
         return nullptr;
     if (server == 0)
-        becomeServer(answer.ends[1], screen.c_str());
-    answer.closeEnd(1);
-    const std::string number = readNumber(answer.ends[0]);
+        BecomeServer(answer.ends[1], screen.c_str());
+    answer.CloseEnd(1);
+    const std::string number = ReadNumber(answer.ends[0]);
     if (number.empty()) {
-        stop(server);
+        Stop(server);
         return nullptr;
     }
     setenv("DISPLAY", (":" + number).c_str(), 1);
@@ -96,7 +96,7 @@ VirtualDisplay::VirtualDisplay(pid_t server, std::string name)
 
 VirtualDisplay::~VirtualDisplay()
 {
-    stop(m_server);
+    Stop(m_server);
 }
 
 }  // namespace vxtest

@@ -14,13 +14,13 @@ class VirtualDisplay {
 public:
     // Starts the server and puts its name into DISPLAY. Null when it did not answer within a
     // minute.
-    static std::unique_ptr<VirtualDisplay> start(const std::string &screen = "1280x900x24");
+    static std::unique_ptr<VirtualDisplay> Start(const std::string &screen = "1280x900x24");
     ~VirtualDisplay();
     VirtualDisplay(const VirtualDisplay &) = delete;
     VirtualDisplay &operator=(const VirtualDisplay &) = delete;
 
     // For example ":7".
-    const std::string &name() const { return m_name; }
+    const std::string &Name() const { return m_name; }
 
 private:
     VirtualDisplay(pid_t server, std::string name);

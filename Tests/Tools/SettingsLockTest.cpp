@@ -13,7 +13,7 @@ namespace {
 // The program's settings lie in the test's folder.
 class SettingsLock : public ToolTest {
 protected:
-    SettingsLock() { vxtest::liveIn(_folder.Path()); }
+    SettingsLock() { vxtest::LiveIn(_folder.Path()); }
     ~SettingsLock() override
     {
         setenv("HOME", _home.c_str(), 1);

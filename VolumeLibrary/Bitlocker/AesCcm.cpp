@@ -11,7 +11,7 @@ constexpr size_t kKeySize = 32;
 
 }  // namespace
 
-std::optional<KeyMaterial> aesCcmUnwrap(ByteView key, const WrappedKey &wrapped)
+std::optional<KeyMaterial> AesCcmUnwrap(ByteView key, const WrappedKey &wrapped)
 {
     if (key.size != kKeySize || wrapped.ciphertext.empty())
         return std::nullopt;
@@ -28,7 +28,7 @@ std::optional<KeyMaterial> aesCcmUnwrap(ByteView key, const WrappedKey &wrapped)
         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, static_cast<int>(mac.size()),
                             mac.data()) > 0 &&
         EVP_DecryptInit_ex(context.get(), nullptr, nullptr, key.data, wrapped.nonce.data()) > 0 &&
-        EVP_DecryptUpdate(context.get(), plain.data(), &done, wrapped.ciphertext.data(),
+        EVP_DecryptUpdate(context.get(), plain.Data(), &done, wrapped.ciphertext.data(),
                           static_cast<int>(wrapped.ciphertext.size())) > 0;
     if (!good)
         return std::nullopt;

@@ -11,6 +11,6 @@
 namespace vx::bitlocker {
 
 // The plaintext, or none if the tag does not fit (wrong key or damaged bytes).
-std::optional<KeyMaterial> aesCcmUnwrap(ByteView key, const WrappedKey &wrapped);
+std::optional<KeyMaterial> AesCcmUnwrap(ByteView key, const WrappedKey &wrapped);
 
 }  // namespace vx::bitlocker

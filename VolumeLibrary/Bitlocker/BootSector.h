@@ -12,15 +12,15 @@
 namespace vx::bitlocker {
 
 enum class Layout {
-    Vista,     // Windows Vista: metadata version 1, nothing relocated
-    Windows7,  // Windows 7 and later
-    ToGo,      // BitLocker To Go on a FAT volume
+    kVista,     // Windows Vista: metadata version 1, nothing relocated
+    kWindows7,  // Windows 7 and later
+    kToGo,      // BitLocker To Go on a FAT volume
 };
 
 struct BootSector {
     static constexpr size_t kSize = 512;
 
-    Layout layout = Layout::Windows7;
+    Layout layout = Layout::kWindows7;
     bool converting = false;  // a conversion map is in force
     // 512, 1024, 2048 or 4096; 0 when the sector does not say.
     uint32_t sectorSize = 0;
@@ -30,10 +30,10 @@ struct BootSector {
     std::array<uint64_t, 2> conversionOffsets{};
 
     // Errors: NotBitlocker.
-    static Result<BootSector> parse(ByteView bytes);
+    static Result<BootSector> Parse(ByteView bytes);
 };
 
 // Whether bytes per sector, as a boot sector says it, can be believed.
-bool isSectorSize(uint32_t bytes);
+bool IsSectorSize(uint32_t bytes);
 
 }  // namespace vx::bitlocker

@@ -7,7 +7,7 @@ namespace vx::bitlocker {
 
 using CancelFlag = std::atomic<bool>;
 
-inline bool isCancelled(const CancelFlag *flag)
+inline bool IsCancelled(const CancelFlag *flag)
 {
     return flag != nullptr && flag->load(std::memory_order_relaxed);
 }

@@ -12,11 +12,11 @@ class CbcCipher : public SectorCipher {
 public:
     CbcCipher(ByteView key, uint32_t sectorSize);
 
-    bool good() const { return _vectors.good() && _sectors.good(); }
-    std::unique_ptr<SectorCipher> clone() const override;
-    bool decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) override;
+    bool Good() const { return _vectors.Good() && _sectors.Good(); }
+    std::unique_ptr<SectorCipher> Clone() const override;
+    bool Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) override;
     // The same with its own type.
-    std::unique_ptr<CbcCipher> cloneCbc() const;
+    std::unique_ptr<CbcCipher> CloneCbc() const;
 
 private:
     CbcCipher(CipherContext vectors, CipherContext sectors, uint32_t sectorSize);

@@ -13,7 +13,7 @@ namespace vx::bitlocker {
 
 class CipherContext {
 public:
-    enum class Mode { EcbEncrypt, EcbDecrypt, CbcDecrypt };
+    enum class Mode { kEcbEncrypt, kEcbDecrypt, kCbcDecrypt };
 
     // key: 16 or 32 bytes, not kept in this form.
     CipherContext(Mode mode, ByteView key);
@@ -23,14 +23,14 @@ public:
     ~CipherContext() = default;
 
     // False when libcrypto refused, for want of memory for example; every call then fails.
-    bool good() const { return _context != nullptr; }
-    CipherContext clone() const;
+    bool Good() const { return _context != nullptr; }
+    CipherContext Clone() const;
 
     // A multiple of 16 bytes, kLongestRun of SectorCipher at most; in and out may be the same.
     // False: out is undefined.
-    bool run(const uint8_t *in, uint8_t *out, size_t length);
+    bool Run(const uint8_t *in, uint8_t *out, size_t length);
     // The 16 bytes that precede the next block (CBC).
-    bool setInitialVector(const uint8_t *vector);
+    bool SetInitialVector(const uint8_t *vector);
 
 private:
     struct Free {

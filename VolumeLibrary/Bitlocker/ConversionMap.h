@@ -21,23 +21,23 @@ public:
         std::vector<uint8_t> saved;  // 16 bytes for each sector
     };
 
-    enum class State { Plain, Encrypted, Interrupted, Unknown };
+    enum class State { kPlain, kEncrypted, kInterrupted, kUnknown };
 
     struct Run {
-        State state = State::Unknown;
+        State state = State::kUnknown;
         uint64_t end = 0;                         // the state holds up to here
         const InterruptedChunk *chunk = nullptr;  // with Interrupted only
     };
 
     // offsets: of the copies of the conversion information. Errors: DamagedConversionMap (also
     // when the image ends before a part of the map), SystemError.
-    static Result<ConversionMap> load(const ByteSource &source, std::array<uint64_t, 2> offsets,
+    static Result<ConversionMap> Load(const ByteSource &source, std::array<uint64_t, 2> offsets,
                                       uint32_t sectorSize);
 
     // Unknown for a place that no region covers.
-    Run runAt(uint64_t offset) const;
+    Run RunAt(uint64_t offset) const;
     // Whether nothing at all is encrypted.
-    bool isAllPlain() const;
+    bool IsAllPlain() const;
 
 private:
     friend class ConversionMapReader;
@@ -49,9 +49,9 @@ private:
         std::vector<uint8_t> bits;
         std::vector<InterruptedChunk> interrupted;  // one at most
 
-        uint64_t chunkCount() const { return (length + chunkSize - 1) / chunkSize; }
-        bool bit(uint64_t chunk) const { return (bits[chunk / 8] >> (chunk % 8) & 1) != 0; }
-        uint64_t endOfSame(uint64_t chunk) const;
+        uint64_t ChunkCount() const { return (length + chunkSize - 1) / chunkSize; }
+        bool Bit(uint64_t chunk) const { return (bits[chunk / 8] >> (chunk % 8) & 1) != 0; }
+        uint64_t EndOfSame(uint64_t chunk) const;
     };
 
     std::vector<Region> _regions;  // by offset, not overlapping

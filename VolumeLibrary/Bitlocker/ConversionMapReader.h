@@ -20,7 +20,7 @@ public:
     // source must outlive the reader.
     ConversionMapReader(const ByteSource &source, uint32_t sectorSize);
 
-    Result<ConversionMap> read(std::array<uint64_t, 2> offsets);
+    Result<ConversionMap> Read(std::array<uint64_t, 2> offsets);
 
 private:
     // The parts of the conversion information that count.
@@ -36,15 +36,15 @@ private:
         std::vector<uint8_t> saved;
     };
 
-    Result<Information> readInformation(uint64_t offset);
-    Result<ConversionMap::Region> readRegion(const Information &information, uint64_t block);
-    Error readBits(ByteView block, ConversionMap::Region &region);
-    Error readLog(const Information &information, uint64_t log, ConversionMap::Region &region);
-    Error readSlot(const Information &information, uint64_t offset, std::vector<LogSlot> &slots);
-    Error addInterrupted(const LogSlot &slot, ConversionMap::Region &region) const;
-    Result<std::vector<uint8_t>> readBytes(uint64_t offset, size_t count);
-    Error checkOrder(std::vector<ConversionMap::Region> &regions) const;
-    static bool namesBlockTwice(const Information &information);
+    Result<Information> ReadInformation(uint64_t offset);
+    Result<ConversionMap::Region> ReadRegion(const Information &information, uint64_t block);
+    Error ReadBits(ByteView block, ConversionMap::Region &region);
+    Error ReadLog(const Information &information, uint64_t log, ConversionMap::Region &region);
+    Error ReadSlot(const Information &information, uint64_t offset, std::vector<LogSlot> &slots);
+    Error AddInterrupted(const LogSlot &slot, ConversionMap::Region &region) const;
+    Result<std::vector<uint8_t>> ReadBytes(uint64_t offset, size_t count);
+    Error CheckOrder(std::vector<ConversionMap::Region> &regions) const;
+    static bool NamesBlockTwice(const Information &information);
 
     const ByteSource &_source;
     const uint32_t _sectorSize;

@@ -21,23 +21,23 @@ DecryptedVolume::DecryptedVolume(std::shared_ptr<const ByteSource> source, Volum
 {
 }
 
-Error DecryptedVolume::readAt(uint64_t offset, void *buffer, size_t count) const
+Error DecryptedVolume::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
-    return readBySalvage(offset, buffer, count);
+    return ReadBySalvage(offset, buffer, count);
 }
 
-Error DecryptedVolume::salvageInside(uint64_t offset, void *buffer, size_t count,
+Error DecryptedVolume::SalvageInside(uint64_t offset, void *buffer, size_t count,
                                      ByteRanges *gaps) const
 {
     const Piece whole = {offset, static_cast<uint8_t *>(buffer), count};
     ByteRanges unread;
     Error error;
-    if (std::unique_ptr<ReadLane> lane = _lanes.take()) {
-        error = readPieces(*lane, whole, &unread);
-        _lanes.giveBack(std::move(lane));
-        applyPatches(offset, whole.place, count);
+    if (std::unique_ptr<ReadLane> lane = _lanes.Take()) {
+        error = ReadPieces(*lane, whole, &unread);
+        _lanes.GiveBack(std::move(lane));
+        ApplyPatches(offset, whole.place, count);
     } else {
-        error = systemError(ENOMEM, "decrypt");
+        error = SystemError(ENOMEM, "decrypt");
         AddRange(offset, count, &unread);
     }
     for (const ByteRange &gap : unread)
@@ -46,20 +46,20 @@ Error DecryptedVolume::salvageInside(uint64_t offset, void *buffer, size_t count
     return error;
 }
 
-Error DecryptedVolume::readPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const
+Error DecryptedVolume::ReadPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const
 {
-    const uint32_t sectorSize = _layout.sectorSize();
+    const uint32_t sectorSize = _layout.SectorSize();
     Error first;
     while (whole.count > 0) {
         const auto skip = static_cast<size_t>(whole.offset % sectorSize);
-        const Extent extent = _layout.extentAt(whole.offset - skip);
+        const Extent extent = _layout.ExtentAt(whole.offset - skip);
         const bool isPart = skip > 0 || whole.count < sectorSize;
         Piece piece = whole;
         piece.count = isPart ? std::min<size_t>(whole.count, sectorSize - skip)
                              : static_cast<size_t>(std::min<uint64_t>(
                                    whole.count - whole.count % sectorSize, extent.length));
         Error error =
-            isPart ? readPart(lane, extent, piece, gaps) : readSectors(lane, extent, piece, gaps);
+            isPart ? ReadPart(lane, extent, piece, gaps) : ReadSectors(lane, extent, piece, gaps);
         if (error && !first)
             first = std::move(error);
         whole = {whole.offset + piece.count, whole.place + piece.count, whole.count - piece.count};
@@ -67,55 +67,55 @@ Error DecryptedVolume::readPieces(ReadLane &lane, Piece whole, ByteRanges *gaps)
     return first;
 }
 
-Error DecryptedVolume::readPart(ReadLane &lane, const Extent &extent, const Piece &part,
+Error DecryptedVolume::ReadPart(ReadLane &lane, const Extent &extent, const Piece &part,
                                 ByteRanges *gaps) const
 {
-    const auto skip = static_cast<size_t>(part.offset % _layout.sectorSize());
+    const auto skip = static_cast<size_t>(part.offset % _layout.SectorSize());
     ByteRanges unread;
-    Error error = readSectors(
-        lane, extent, {part.offset - skip, lane.sector.data(), _layout.sectorSize()}, &unread);
-    std::memcpy(part.place, lane.sector.data() + skip, part.count);
+    Error error = ReadSectors(
+        lane, extent, {part.offset - skip, lane.sector.Data(), _layout.SectorSize()}, &unread);
+    std::memcpy(part.place, lane.sector.Data() + skip, part.count);
     AddWithin(unread, {part.offset, part.count}, gaps);
     return error;
 }
 
-Error DecryptedVolume::readSectors(ReadLane &lane, const Extent &extent, const Piece &piece,
+Error DecryptedVolume::ReadSectors(ReadLane &lane, const Extent &extent, const Piece &piece,
                                    ByteRanges *gaps) const
 {
     switch (extent.kind) {
-    case Extent::Kind::Zeros:
+    case Extent::Kind::kZeros:
         std::memset(piece.place, 0, piece.count);
         return {};
-    case Extent::Kind::Plain: {
+    case Extent::Kind::kPlain: {
         ByteRanges stored;
-        Error error = _source->salvage(extent.stored, piece.place, piece.count, &stored);
+        Error error = _source->Salvage(extent.stored, piece.place, piece.count, &stored);
         AddMoved(stored, extent.stored, piece.offset, gaps);
         return error;
     }
-    case Extent::Kind::Encrypted:
-    case Extent::Kind::Interrupted:
-        return readEncrypted(lane, extent, piece, gaps);
-    case Extent::Kind::Unknown:
+    case Extent::Kind::kEncrypted:
+    case Extent::Kind::kInterrupted:
+        return ReadEncrypted(lane, extent, piece, gaps);
+    case Extent::Kind::kUnknown:
         break;
     }
     AddRange(piece.offset, piece.count, gaps);
-    return {Status::DamagedConversionMap,
+    return {Status::kDamagedConversionMap,
             "it does not cover the place " + std::to_string(extent.stored)};
 }
 
-Error DecryptedVolume::readEncrypted(ReadLane &lane, const Extent &extent, const Piece &piece,
+Error DecryptedVolume::ReadEncrypted(ReadLane &lane, const Extent &extent, const Piece &piece,
                                      ByteRanges *gaps) const
 {
     if (lane.cipher == nullptr) {
         AddRange(piece.offset, piece.count, gaps);
-        return {Status::DamagedMetadata, "there are encrypted sectors but no key for them"};
+        return {Status::kDamagedMetadata, "there are encrypted sectors but no key for them"};
     }
     Extent run = extent;
     Error first;
     for (size_t done = 0; done < piece.count; done += static_cast<size_t>(run.length)) {
         run.stored = extent.stored + done;
         run.length = std::min(piece.count - done, SectorCipher::kLongestRun);
-        Error error = readRun(
+        Error error = ReadRun(
             lane, run, {piece.offset + done, piece.place + done, static_cast<size_t>(run.length)},
             gaps);
         if (error && !first)
@@ -125,26 +125,26 @@ Error DecryptedVolume::readEncrypted(ReadLane &lane, const Extent &extent, const
 }
 
 // run: of the length of the piece, SectorCipher::kLongestRun at most.
-Error DecryptedVolume::readRun(ReadLane &lane, const Extent &run, const Piece &piece,
+Error DecryptedVolume::ReadRun(ReadLane &lane, const Extent &run, const Piece &piece,
                                ByteRanges *gaps) const
 {
     ByteRanges stored;
-    Error error = _source->salvage(run.stored, lane.stored.data(), piece.count, &stored);
-    if (!lane.cipher->decrypt(run.stored, lane.stored.data(), piece.place, piece.count)) {
+    Error error = _source->Salvage(run.stored, lane.stored.Data(), piece.count, &stored);
+    if (!lane.cipher->Decrypt(run.stored, lane.stored.Data(), piece.place, piece.count)) {
         AddRange(piece.offset, piece.count, gaps);
-        return systemError(ENOMEM, "decrypt");
+        return SystemError(ENOMEM, "decrypt");
     }
-    if (run.kind == Extent::Kind::Interrupted)
-        keepPlainSectors(lane, run, piece.place, piece.count);
-    addSectors(stored, run.stored, piece, gaps);
+    if (run.kind == Extent::Kind::kInterrupted)
+        KeepPlainSectors(lane, run, piece.place, piece.count);
+    AddSectors(stored, run.stored, piece, gaps);
     return error;
 }
 
 // The sectors of the piece that the gaps are part of; the piece is stored at begin.
-void DecryptedVolume::addSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
+void DecryptedVolume::AddSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
                                  ByteRanges *gaps) const
 {
-    const uint32_t sectorSize = _layout.sectorSize();
+    const uint32_t sectorSize = _layout.SectorSize();
     uint64_t added = 0;
     for (const ByteRange &gap : stored) {
         const uint64_t from = gap.offset - begin;
@@ -157,20 +157,20 @@ void DecryptedVolume::addSectors(const ByteRanges &stored, uint64_t begin, const
 
 // Of a run in an interrupted chunk, all of which was decrypted: puts the sectors back that had
 // not been encrypted.
-void DecryptedVolume::keepPlainSectors(ReadLane &lane, const Extent &extent, uint8_t *place,
+void DecryptedVolume::KeepPlainSectors(ReadLane &lane, const Extent &extent, uint8_t *place,
                                        size_t count) const
 {
-    const uint32_t sectorSize = _layout.sectorSize();
+    const uint32_t sectorSize = _layout.SectorSize();
     const uint64_t first = (extent.stored - extent.chunk->offset) / sectorSize;
     for (size_t at = 0; at < count; at += sectorSize) {
         const uint8_t *saved = extent.chunk->saved.data() + (first + at / sectorSize) * kSavedBytes;
-        const uint8_t *stored = lane.stored.data() + at;
+        const uint8_t *stored = lane.stored.Data() + at;
         if (std::memcmp(saved, stored, kSavedBytes) != 0)
             std::memcpy(place + at, stored, sectorSize);
     }
 }
 
-void DecryptedVolume::applyPatches(uint64_t offset, uint8_t *place, size_t count) const
+void DecryptedVolume::ApplyPatches(uint64_t offset, uint8_t *place, size_t count) const
 {
     for (const Patch &patch : _patches)
         for (size_t i = 0; i < patch.bytes.size(); ++i)

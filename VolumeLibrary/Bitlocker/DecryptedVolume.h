@@ -27,12 +27,12 @@ public:
                     std::unique_ptr<SectorCipher> cipher, std::vector<Patch> patches);
 
     // A multiple of sectorSize(). A truncated image keeps the size that the volume had.
-    uint64_t size() const override { return _layout.size(); }
-    uint32_t sectorSize() const { return _layout.sectorSize(); }
-    Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+    uint64_t Size() const override { return _layout.Size(); }
+    uint32_t SectorSize() const { return _layout.SectorSize(); }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
 
 protected:
-    Error salvageInside(uint64_t offset, void *buffer, size_t count,
+    Error SalvageInside(uint64_t offset, void *buffer, size_t count,
                         ByteRanges *gaps) const override;
 
 private:
@@ -44,18 +44,18 @@ private:
     };
 
     // Each adds to gaps what it could not read, goes on after it and returns the first error.
-    Error readPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const;
-    Error readPart(ReadLane &lane, const Extent &extent, const Piece &part, ByteRanges *gaps) const;
+    Error ReadPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const;
+    Error ReadPart(ReadLane &lane, const Extent &extent, const Piece &part, ByteRanges *gaps) const;
     // Whole sectors.
-    Error readSectors(ReadLane &lane, const Extent &extent, const Piece &piece,
+    Error ReadSectors(ReadLane &lane, const Extent &extent, const Piece &piece,
                       ByteRanges *gaps) const;
-    Error readEncrypted(ReadLane &lane, const Extent &extent, const Piece &piece,
+    Error ReadEncrypted(ReadLane &lane, const Extent &extent, const Piece &piece,
                         ByteRanges *gaps) const;
-    Error readRun(ReadLane &lane, const Extent &run, const Piece &piece, ByteRanges *gaps) const;
-    void addSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
+    Error ReadRun(ReadLane &lane, const Extent &run, const Piece &piece, ByteRanges *gaps) const;
+    void AddSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
                     ByteRanges *gaps) const;
-    void keepPlainSectors(ReadLane &lane, const Extent &extent, uint8_t *place, size_t count) const;
-    void applyPatches(uint64_t offset, uint8_t *place, size_t count) const;
+    void KeepPlainSectors(ReadLane &lane, const Extent &extent, uint8_t *place, size_t count) const;
+    void ApplyPatches(uint64_t offset, uint8_t *place, size_t count) const;
 
     const std::shared_ptr<const ByteSource> _source;
     const VolumeLayout _layout;

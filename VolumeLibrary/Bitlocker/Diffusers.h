@@ -9,7 +9,7 @@
 
 namespace vx::bitlocker {
 
-void undoDiffuserB(uint32_t *words, size_t count);
-void undoDiffuserA(uint32_t *words, size_t count);
+void UndoDiffuserB(uint32_t *words, size_t count);
+void UndoDiffuserA(uint32_t *words, size_t count);
 
 }  // namespace vx::bitlocker

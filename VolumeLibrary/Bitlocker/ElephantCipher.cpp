@@ -17,7 +17,7 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "words are taken as the
 
 ElephantCipher::ElephantCipher(ByteView key, ByteView tweakKey, uint32_t sectorSize)
     : ElephantCipher(std::make_unique<CbcCipher>(key, sectorSize),
-                     CipherContext(CipherContext::Mode::EcbEncrypt, tweakKey), sectorSize)
+                     CipherContext(CipherContext::Mode::kEcbEncrypt, tweakKey), sectorSize)
 {
 }
 
@@ -31,35 +31,35 @@ ElephantCipher::ElephantCipher(std::unique_ptr<CbcCipher> cbc, CipherContext twe
 {
 }
 
-std::unique_ptr<SectorCipher> ElephantCipher::clone() const
+std::unique_ptr<SectorCipher> ElephantCipher::Clone() const
 {
     std::unique_ptr<ElephantCipher> copy(
-        new ElephantCipher(_cbc->cloneCbc(), _tweak.clone(), _sectorSize));
-    return copy->good() ? std::move(copy) : nullptr;
+        new ElephantCipher(_cbc->CloneCbc(), _tweak.Clone(), _sectorSize));
+    return copy->Good() ? std::move(copy) : nullptr;
 }
 
-void ElephantCipher::finishSector(uint8_t *sector, const uint8_t *sectorKey)
+void ElephantCipher::FinishSector(uint8_t *sector, const uint8_t *sectorKey)
 {
     std::memcpy(_words.data(), sector, _sectorSize);
-    undoDiffuserB(_words.data(), _words.size());
-    undoDiffuserA(_words.data(), _words.size());
+    UndoDiffuserB(_words.data(), _words.size());
+    UndoDiffuserA(_words.data(), _words.size());
     std::memcpy(sector, _words.data(), _sectorSize);
     for (size_t at = 0; at < _sectorSize; at += kSectorKey) {
-        xorBlock(sector + at, sectorKey);
-        xorBlock(sector + at + kAesBlock, sectorKey + kAesBlock);
+        XorBlock(sector + at, sectorKey);
+        XorBlock(sector + at + kAesBlock, sectorKey + kAesBlock);
     }
 }
 
-bool ElephantCipher::decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length)
+bool ElephantCipher::Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length)
 {
     const size_t count = length / _sectorSize;
     uint8_t *keys = _sectorKeys.data();
-    putSectorNumbers(keys, count, kSectorKey, offset, _sectorSize);
-    putSectorNumbers(keys + kAesBlock, count, kSectorKey, offset, _sectorSize, kSecondHalf);
-    if (!_tweak.run(keys, keys, count * kSectorKey) || !_cbc->decrypt(offset, in, out, length))
+    PutSectorNumbers(keys, count, kSectorKey, offset, _sectorSize);
+    PutSectorNumbers(keys + kAesBlock, count, kSectorKey, offset, _sectorSize, kSecondHalf);
+    if (!_tweak.Run(keys, keys, count * kSectorKey) || !_cbc->Decrypt(offset, in, out, length))
         return false;
     for (size_t k = 0; k < count; ++k)
-        finishSector(out + k * _sectorSize, keys + k * kSectorKey);
+        FinishSector(out + k * _sectorSize, keys + k * kSectorKey);
     return true;
 }
 

@@ -10,13 +10,13 @@ public:
     // key, tweakKey: both of 16 or both of 32 bytes.
     ElephantCipher(ByteView key, ByteView tweakKey, uint32_t sectorSize);
 
-    bool good() const { return _cbc != nullptr && _cbc->good() && _tweak.good(); }
-    std::unique_ptr<SectorCipher> clone() const override;
-    bool decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) override;
+    bool Good() const { return _cbc != nullptr && _cbc->Good() && _tweak.Good(); }
+    std::unique_ptr<SectorCipher> Clone() const override;
+    bool Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) override;
 
 private:
     ElephantCipher(std::unique_ptr<CbcCipher> cbc, CipherContext tweak, uint32_t sectorSize);
-    void finishSector(uint8_t *sector, const uint8_t *sectorKey);
+    void FinishSector(uint8_t *sector, const uint8_t *sectorKey);
 
     std::unique_ptr<CbcCipher> _cbc;
     CipherContext _tweak;  // makes the sector keys

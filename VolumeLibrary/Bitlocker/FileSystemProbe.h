@@ -7,8 +7,8 @@
 namespace vx::bitlocker {
 
 // sector: 512 bytes at least.
-bool looksLikeFileSystem(ByteView sector);
+bool LooksLikeFileSystem(ByteView sector);
 // Bytes per sector as the file system says them; 0 if it does not.
-uint32_t statedSectorSize(ByteView sector);
+uint32_t StatedSectorSize(ByteView sector);
 
 }  // namespace vx::bitlocker

@@ -12,7 +12,7 @@ KeyMaterial::KeyMaterial(size_t size) : _size(size)
 {
     if (size == 0)
         return;
-    _data = static_cast<uint8_t *>(allocateProtectedMemory(size));
+    _data = static_cast<uint8_t *>(AllocateProtectedMemory(size));
     if (_data == nullptr)
         throw std::bad_alloc();
 }
@@ -35,10 +35,10 @@ KeyMaterial &KeyMaterial::operator=(KeyMaterial &&other) noexcept
     return *this;
 }
 
-void KeyMaterial::wipe()
+void KeyMaterial::Wipe()
 {
     if (_data != nullptr)
-        releaseProtectedMemory(_data, _size);
+        ReleaseProtectedMemory(_data, _size);
     _data = nullptr;
     _size = 0;
 }

@@ -13,19 +13,19 @@ public:
     // size bytes of zeros. Throws std::bad_alloc like any container.
     explicit KeyMaterial(size_t size);
     explicit KeyMaterial(ByteView bytes);
-    ~KeyMaterial() { wipe(); }
+    ~KeyMaterial() { Wipe(); }
     KeyMaterial(KeyMaterial &&other) noexcept;
     KeyMaterial &operator=(KeyMaterial &&other) noexcept;
     KeyMaterial(const KeyMaterial &) = delete;
     KeyMaterial &operator=(const KeyMaterial &) = delete;
 
-    uint8_t *data() { return _data; }
-    const uint8_t *data() const { return _data; }
-    size_t size() const { return _size; }
-    bool empty() const { return _size == 0; }
-    ByteView view() const { return {_data, _size}; }
+    uint8_t *Data() { return _data; }
+    const uint8_t *Data() const { return _data; }
+    size_t Size() const { return _size; }
+    bool Empty() const { return _size == 0; }
+    ByteView View() const { return {_data, _size}; }
     // Wipes and gives back the bytes now.
-    void wipe();
+    void Wipe();
 
 private:
     uint8_t *_data = nullptr;

@@ -20,26 +20,26 @@ constexpr size_t kMessageSize = kCountAt + 8;
 constexpr size_t kPaddedSize = 2 * SHA256_CBLOCK;
 constexpr uint64_t kRoundsPerLook = 4096;
 
-void putLittleEndian(uint8_t *place, uint64_t value)
+void PutLittleEndian(uint8_t *place, uint64_t value)
 {
     for (int i = 0; i < 8; ++i)
         place[i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
-void putBigEndian(uint8_t *place, uint32_t value)
+void PutBigEndian(uint8_t *place, uint32_t value)
 {
     for (int i = 0; i < 4; ++i)
         place[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
 }
 
 // last (32), first (32), salt (16), count (8), then the padding of SHA-256.
-KeyMaterial paddedMessage(ByteView hash, const Salt &salt)
+KeyMaterial PaddedMessage(ByteView hash, const Salt &salt)
 {
     KeyMaterial message(kPaddedSize);
-    std::memcpy(message.data() + kDigestSize, hash.data, kDigestSize);
-    std::memcpy(message.data() + kSaltAt, salt.data(), salt.size());
-    message.data()[kMessageSize] = 0x80;
-    putBigEndian(message.data() + kPaddedSize - 4, kMessageSize * 8);
+    std::memcpy(message.Data() + kDigestSize, hash.data, kDigestSize);
+    std::memcpy(message.Data() + kSaltAt, salt.data(), salt.size());
+    message.Data()[kMessageSize] = 0x80;
+    PutBigEndian(message.Data() + kPaddedSize - 4, kMessageSize * 8);
     return message;
 }
 
@@ -54,31 +54,31 @@ struct WipedState {
 };
 
 // One round: the digest of the message takes the place of the one before.
-void runRound(const SHA256_CTX &start, SHA256_CTX &state, uint8_t *message)
+void RunRound(const SHA256_CTX &start, SHA256_CTX &state, uint8_t *message)
 {
     std::memcpy(state.h, start.h, sizeof state.h);
     SHA256_Transform(&state, message);
     SHA256_Transform(&state, message + SHA256_CBLOCK);
     for (size_t word = 0; word < kDigestSize / 4; ++word)
-        putBigEndian(message + 4 * word, state.h[word]);
+        PutBigEndian(message + 4 * word, state.h[word]);
 }
 
 }  // namespace
 
-Result<KeyMaterial> KeyStretcher::stretch(ByteView hash, const Salt &salt,
+Result<KeyMaterial> KeyStretcher::Stretch(ByteView hash, const Salt &salt,
                                           const CancelFlag *cancel) const
 {
-    KeyMaterial message = paddedMessage(hash, salt);
+    KeyMaterial message = PaddedMessage(hash, salt);
     SHA256_CTX start;
     SHA256_Init(&start);
     WipedState state(start);
     for (uint64_t round = 0; round < _rounds; ++round) {
-        if (round % kRoundsPerLook == 0 && isCancelled(cancel))
-            return Error{Status::Cancelled, ""};
-        putLittleEndian(message.data() + kCountAt, round);
-        runRound(start, state.context, message.data());
+        if (round % kRoundsPerLook == 0 && IsCancelled(cancel))
+            return Error{Status::kCancelled, ""};
+        PutLittleEndian(message.Data() + kCountAt, round);
+        RunRound(start, state.context, message.Data());
     }
-    return KeyMaterial(message.view().first(kDigestSize));
+    return KeyMaterial(message.View().First(kDigestSize));
 }
 
 }  // namespace vx::bitlocker

@@ -19,7 +19,7 @@ public:
 
     // The key of 32 bytes. hash: 32 bytes. Takes up to a second of one core; looks at the flag
     // about every millisecond. Errors: Cancelled.
-    Result<KeyMaterial> stretch(ByteView hash, const Salt &salt, const CancelFlag *cancel) const;
+    Result<KeyMaterial> Stretch(ByteView hash, const Salt &salt, const CancelFlag *cancel) const;
 
 private:
     uint64_t _rounds;

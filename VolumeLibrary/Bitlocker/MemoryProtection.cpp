@@ -7,18 +7,18 @@
 
 namespace vx::bitlocker {
 
-void *allocateProtectedMemory(size_t size)
+void *AllocateProtectedMemory(size_t size)
 {
     void *memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
     if (memory == MAP_FAILED)
         return nullptr;
     // Refusal is no failure: the limit on locked memory may be zero.
     (void)::mlock(memory, size);
-    leaveOutOfCoreDumps(memory, size);
+    LeaveOutOfCoreDumps(memory, size);
     return memory;
 }
 
-void releaseProtectedMemory(void *memory, size_t size)
+void ReleaseProtectedMemory(void *memory, size_t size)
 {
     OPENSSL_cleanse(memory, size);
     ::munmap(memory, size);  // unlocks it too

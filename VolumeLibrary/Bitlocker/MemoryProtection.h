@@ -7,8 +7,8 @@
 namespace vx::bitlocker {
 
 // Zeros, on pages of their own. Null when there is no memory. size: in bytes, not 0.
-void *allocateProtectedMemory(size_t size);
+void *AllocateProtectedMemory(size_t size);
 // Wipes and returns them. size: as allocated.
-void releaseProtectedMemory(void *memory, size_t size);
+void ReleaseProtectedMemory(void *memory, size_t size);
 
 }  // namespace vx::bitlocker

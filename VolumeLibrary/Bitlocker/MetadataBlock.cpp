@@ -17,29 +17,29 @@ constexpr size_t kMetadataHeaderSize = 48;
 constexpr size_t kCopiesAt = 32;
 constexpr size_t kValidationHeaderSize = 8;
 
-Error damage(const std::string &detail)
+Error Damage(const std::string &detail)
 {
-    return {Status::DamagedMetadata, detail};
+    return {Status::kDamagedMetadata, detail};
 }
 
 // The covered length, which the two versions count in different units.
-size_t coveredLength(uint16_t stored, uint16_t version)
+size_t CoveredLength(uint16_t stored, uint16_t version)
 {
     return version == 1 ? stored : static_cast<size_t>(stored) * 16;
 }
 
-void parseBlockHeader(ByteView area, MetadataBlock &block)
+void ParseBlockHeader(ByteView area, MetadataBlock &block)
 {
     ByteReader reader(area, 10);
-    block.version = reader.u16();
-    block.state = reader.u16();
-    block.nextState = reader.u16();
-    const uint64_t encryptedSize = reader.u64();
-    reader.skip(4);
-    const uint32_t relocatedSectors = reader.u32();
+    block.version = reader.U16();
+    block.state = reader.U16();
+    block.nextState = reader.U16();
+    const uint64_t encryptedSize = reader.U64();
+    reader.Skip(4);
+    const uint32_t relocatedSectors = reader.U32();
     for (uint64_t &copy : block.copies)
-        copy = reader.u64();
-    const uint64_t last = reader.u64();
+        copy = reader.U64();
+    const uint64_t last = reader.U64();
     if (block.version == 1) {
         block.mirrorCluster = last;
         return;
@@ -50,116 +50,116 @@ void parseBlockHeader(ByteView area, MetadataBlock &block)
 }
 
 // Returns the length of the metadata: this header and the entries.
-Result<size_t> parseMetadataHeader(ByteView covered, MetadataBlock &block)
+Result<size_t> ParseMetadataHeader(ByteView covered, MetadataBlock &block)
 {
     ByteReader reader(covered, MetadataBlock::kHeaderSize);
-    const size_t size = reader.u32();
-    reader.skip(4);
-    const uint32_t headerSize = reader.u32();
-    const size_t sizeAgain = reader.u32();
-    block.volume = reader.guid();
-    block.nonceCounter = reader.u32();
-    block.method = reader.u16();
-    if (!reader.good() || headerSize != kMetadataHeaderSize || size != sizeAgain)
-        return damage("the header of the metadata is damaged");
+    const size_t size = reader.U32();
+    reader.Skip(4);
+    const uint32_t headerSize = reader.U32();
+    const size_t sizeAgain = reader.U32();
+    block.volume = reader.TakeGuid();
+    block.nonceCounter = reader.U32();
+    block.method = reader.U16();
+    if (!reader.Good() || headerSize != kMetadataHeaderSize || size != sizeAgain)
+        return Damage("the header of the metadata is damaged");
     if (size < kMetadataHeaderSize || size > covered.size - MetadataBlock::kHeaderSize)
-        return damage("the size of the metadata is impossible");
+        return Damage("the size of the metadata is impossible");
     return size;
 }
 
-MetadataBlock::VolumeHeader parseVolumeHeader(ByteView data)
+MetadataBlock::VolumeHeader ParseVolumeHeader(ByteView data)
 {
     ByteReader reader(data);
     MetadataBlock::VolumeHeader header;
-    header.offset = reader.u64();
-    header.length = reader.u64();
-    const uint32_t sectorSize = ByteReader(data, 44).u32();
-    header.sectorSize = isSectorSize(sectorSize) ? sectorSize : 0;
+    header.offset = reader.U64();
+    header.length = reader.U64();
+    const uint32_t sectorSize = ByteReader(data, 44).U32();
+    header.sectorSize = IsSectorSize(sectorSize) ? sectorSize : 0;
     return header;
 }
 
-void takeEntry(MetadataBlock &block, const MetadataEntry &entry)
+void TakeEntry(MetadataBlock &block, const MetadataEntry &entry)
 {
-    if (entry.type == EntryType::Protector && entry.valueType == ValueType::Protector)
-        block.protectors.push_back(Protector::parse(entry));
-    if (entry.type == EntryType::WrappedSectorKey && entry.valueType == ValueType::Wrapped &&
+    if (entry.type == EntryType::kProtector && entry.valueType == ValueType::kProtector)
+        block.protectors.push_back(Protector::Parse(entry));
+    if (entry.type == EntryType::kWrappedSectorKey && entry.valueType == ValueType::kWrapped &&
         !block.wrappedSectorKey)
-        block.wrappedSectorKey = WrappedKey::parse(entry.data);
-    if (entry.type == EntryType::VolumeHeader && entry.valueType == ValueType::OffsetAndSize &&
+        block.wrappedSectorKey = WrappedKey::Parse(entry.data);
+    if (entry.type == EntryType::kVolumeHeader && entry.valueType == ValueType::kOffsetAndSize &&
         entry.data.size >= 16)
-        block.volumeHeader = parseVolumeHeader(entry.data);
-    if (entry.type == EntryType::Description && entry.valueType == ValueType::Text)
-        block.description = utf8FromUtf16(entry.data);
+        block.volumeHeader = ParseVolumeHeader(entry.data);
+    if (entry.type == EntryType::kDescription && entry.valueType == ValueType::kText)
+        block.description = Utf8FromUtf16(entry.data);
 }
 
 // The validation block's digest. A block without one passes: its checksum was right.
-void parseDigest(ByteView validation, MetadataBlock &block)
+void ParseDigest(ByteView validation, MetadataBlock &block)
 {
     const Result<std::vector<MetadataEntry>> entries =
-        parseEntries(validation.from(kValidationHeaderSize));
+        ParseEntries(validation.From(kValidationHeaderSize));
     if (!entries || entries->empty())
         return;
     const MetadataEntry &entry = entries->front();
-    if (entry.valueType == ValueType::Wrapped)
-        block.wrappedDigest = WrappedKey::parse(entry.data);
-    if (entry.valueType == ValueType::Key)
-        block.plainDigest = entry.data.from(4).copy();
+    if (entry.valueType == ValueType::kWrapped)
+        block.wrappedDigest = WrappedKey::Parse(entry.data);
+    if (entry.valueType == ValueType::kKey)
+        block.plainDigest = entry.data.From(4).Copy();
 }
 
-Error checkChecksum(ByteView covered, ByteView validation)
+Error CheckChecksum(ByteView covered, ByteView validation)
 {
-    if (ByteReader(validation, 4).u32() != Crc32().add(covered).value())
-        return damage("the checksum is wrong");
+    if (ByteReader(validation, 4).U32() != Crc32().Add(covered).Value())
+        return Damage("the checksum is wrong");
     return {};
 }
 
 }  // namespace
 
-uint16_t MetadataBlock::versionOf(ByteView area)
+uint16_t MetadataBlock::VersionOf(ByteView area)
 {
     if (area.size < kHeaderSize || std::memcmp(area.data, kSignature, 8) != 0)
         return 0;
-    const uint16_t version = ByteReader(area, 10).u16();
+    const uint16_t version = ByteReader(area, 10).U16();
     return version == 1 || version == 2 ? version : 0;
 }
 
-std::vector<uint64_t> MetadataBlock::namedCopies(ByteView area)
+std::vector<uint64_t> MetadataBlock::NamedCopies(ByteView area)
 {
-    if (versionOf(area) == 0)
+    if (VersionOf(area) == 0)
         return {};
     ByteReader reader(area, kCopiesAt);
-    return {reader.u64(), reader.u64(), reader.u64()};
+    return {reader.U64(), reader.U64(), reader.U64()};
 }
 
-Result<MetadataBlock> MetadataBlock::parse(ByteView area, uint64_t offset)
+Result<MetadataBlock> MetadataBlock::Parse(ByteView area, uint64_t offset)
 {
-    if (versionOf(area) == 0)
-        return damage("no signature or an unknown version");
+    if (VersionOf(area) == 0)
+        return Damage("no signature or an unknown version");
     MetadataBlock block;
     block.offset = offset;
-    parseBlockHeader(area, block);
-    area = area.first(block.areaSize());
-    const size_t length = coveredLength(ByteReader(area, 8).u16(), block.version);
+    ParseBlockHeader(area, block);
+    area = area.First(block.AreaSize());
+    const size_t length = CoveredLength(ByteReader(area, 8).U16(), block.version);
     if (length < kHeaderSize + kMetadataHeaderSize || length + kValidationHeaderSize > area.size)
-        return damage("the covered length is impossible");
-    const ByteView covered = area.first(length);
-    const ByteView validation = area.from(length);
-    Result<size_t> size = parseMetadataHeader(covered, block);
+        return Damage("the covered length is impossible");
+    const ByteView covered = area.First(length);
+    const ByteView validation = area.From(length);
+    Result<size_t> size = ParseMetadataHeader(covered, block);
     if (!size)
-        return size.error();
+        return size.Failure();
     if (std::find(block.copies.begin(), block.copies.end(), offset) == block.copies.end())
-        return damage("it is not where it says it is");
-    if (Error error = checkChecksum(covered, validation))
+        return Damage("it is not where it says it is");
+    if (Error error = CheckChecksum(covered, validation))
         return error;
-    const ByteView entryBytes = covered.first(kHeaderSize + *size);
+    const ByteView entryBytes = covered.First(kHeaderSize + *size);
     Result<std::vector<MetadataEntry>> entries =
-        parseEntries(entryBytes.from(kHeaderSize + kMetadataHeaderSize));
+        ParseEntries(entryBytes.From(kHeaderSize + kMetadataHeaderSize));
     if (!entries)
-        return entries.error();
+        return entries.Failure();
     for (const MetadataEntry &entry : *entries)
-        takeEntry(block, entry);
-    block.digest = sha256(covered);
-    parseDigest(validation, block);
+        TakeEntry(block, entry);
+    block.digest = Sha256(covered);
+    ParseDigest(validation, block);
     return block;
 }
 

@@ -44,17 +44,17 @@ struct MetadataBlock {
     std::optional<WrappedKey> wrappedDigest;
     std::vector<uint8_t> plainDigest;  // instead, on a decrypted volume
 
-    size_t areaSize() const { return version == 1 ? kVistaAreaSize : kAreaSize; }
+    size_t AreaSize() const { return version == 1 ? kVistaAreaSize : kAreaSize; }
 
     // area: the bytes from the copy's beginning to the end of its area, or of the image if
     // that comes sooner. Errors: DamagedMetadata with the rule that is broken.
-    static Result<MetadataBlock> parse(ByteView area, uint64_t offset);
+    static Result<MetadataBlock> Parse(ByteView area, uint64_t offset);
 
     // The offsets that a block names, if it has the signature at least, whether or not it is
     // damaged otherwise; else none.
-    static std::vector<uint64_t> namedCopies(ByteView area);
+    static std::vector<uint64_t> NamedCopies(ByteView area);
     // The version if the signature is right and the version known, else 0.
-    static uint16_t versionOf(ByteView area);
+    static uint16_t VersionOf(ByteView area);
 };
 
 }  // namespace vx::bitlocker

@@ -8,67 +8,67 @@ namespace {
 
 constexpr size_t kHeaderSize = 8;
 
-Error damage(const std::string &detail)
+Error Damage(const std::string &detail)
 {
-    return {Status::DamagedMetadata, detail};
+    return {Status::kDamagedMetadata, detail};
 }
 
 // Where the nested array begins in a value's data, or 0 for a value without one.
-size_t nestedArrayAt(ValueType type)
+size_t NestedArrayAt(ValueType type)
 {
     switch (type) {
-    case ValueType::StretchKey:
+    case ValueType::kStretchKey:
         return 20;
-    case ValueType::UseKey:
+    case ValueType::kUseKey:
         return 4;
-    case ValueType::Protector:
+    case ValueType::kProtector:
         return 28;
-    case ValueType::ExternalKey:
+    case ValueType::kExternalKey:
         return 24;
     default:
         return 0;
     }
 }
 
-Error checkNested(const MetadataEntry &entry, int depth)
+Error CheckNested(const MetadataEntry &entry, int depth)
 {
-    const size_t begin = nestedArrayAt(entry.valueType);
+    const size_t begin = NestedArrayAt(entry.valueType);
     if (entry.data.size < begin)
-        return damage("an entry is too short for its value");
+        return Damage("an entry is too short for its value");
     if (begin == 0 || entry.data.size == begin)
         return {};
     if (depth == kDeepestNesting)
-        return damage("entries are nested too deep");
-    Result<std::vector<MetadataEntry>> nested = parseEntries(entry.nested(), depth + 1);
-    return nested ? Error() : nested.error();
+        return Damage("entries are nested too deep");
+    Result<std::vector<MetadataEntry>> nested = ParseEntries(entry.Nested(), depth + 1);
+    return nested ? Error() : nested.Failure();
 }
 
 }  // namespace
 
-ByteView MetadataEntry::nested() const
+ByteView MetadataEntry::Nested() const
 {
-    const size_t begin = nestedArrayAt(valueType);
-    return begin == 0 ? ByteView() : data.from(begin);
+    const size_t begin = NestedArrayAt(valueType);
+    return begin == 0 ? ByteView() : data.From(begin);
 }
 
-Result<std::vector<MetadataEntry>> parseEntries(ByteView bytes, int depth)
+Result<std::vector<MetadataEntry>> ParseEntries(ByteView bytes, int depth)
 {
     std::vector<MetadataEntry> entries;
     while (bytes.size >= kHeaderSize) {
         ByteReader reader(bytes);
-        const size_t size = reader.u16();
+        const size_t size = reader.U16();
         if (size == 0)
             break;
         if (size < kHeaderSize || size > bytes.size)
-            return damage("an entry has the impossible size " + std::to_string(size));
+            return Damage("an entry has the impossible size " + std::to_string(size));
         MetadataEntry entry;
-        entry.type = static_cast<EntryType>(reader.u16());
-        entry.valueType = static_cast<ValueType>(reader.u16());
-        entry.data = bytes.first(size).from(kHeaderSize);
-        if (Error error = checkNested(entry, depth))
+        entry.type = static_cast<EntryType>(reader.U16());
+        entry.valueType = static_cast<ValueType>(reader.U16());
+        entry.data = bytes.First(size).From(kHeaderSize);
+        if (Error error = CheckNested(entry, depth))
             return error;
         entries.push_back(entry);
-        bytes = bytes.from(size);
+        bytes = bytes.From(size);
     }
     return entries;
 }

@@ -11,32 +11,32 @@
 namespace vx::bitlocker {
 
 enum class EntryType : uint16_t {
-    Property = 0x0000,
-    Protector = 0x0002,
-    WrappedSectorKey = 0x0003,
-    ExternalKey = 0x0006,
-    Description = 0x0007,
-    VolumeHeader = 0x000f,
+    kProperty = 0x0000,
+    kProtector = 0x0002,
+    kWrappedSectorKey = 0x0003,
+    kExternalKey = 0x0006,
+    kDescription = 0x0007,
+    kVolumeHeader = 0x000f,
 };
 
 enum class ValueType : uint16_t {
-    Key = 0x0001,
-    Text = 0x0002,
-    StretchKey = 0x0003,
-    UseKey = 0x0004,
-    Wrapped = 0x0005,
-    Protector = 0x0008,
-    ExternalKey = 0x0009,
-    OffsetAndSize = 0x000f,
+    kKey = 0x0001,
+    kText = 0x0002,
+    kStretchKey = 0x0003,
+    kUseKey = 0x0004,
+    kWrapped = 0x0005,
+    kProtector = 0x0008,
+    kExternalKey = 0x0009,
+    kOffsetAndSize = 0x000f,
 };
 
 struct MetadataEntry {
-    EntryType type = EntryType::Property;
-    ValueType valueType = ValueType::Key;
+    EntryType type = EntryType::kProperty;
+    ValueType valueType = ValueType::kKey;
     ByteView data;  // behind the eight bytes of the entry's header
 
     // The nested array; empty for values that have none.
-    ByteView nested() const;
+    ByteView Nested() const;
 };
 
 // Arrays may nest so deep; more is damage.
@@ -46,6 +46,6 @@ constexpr int kDeepestNesting = 3;
 // parsed without failing. depth: of this array, 1 for the outermost.
 // Errors: DamagedMetadata for an entry that is too short, reaches behind the end or nests too
 // deep.
-Result<std::vector<MetadataEntry>> parseEntries(ByteView bytes, int depth = 1);
+Result<std::vector<MetadataEntry>> ParseEntries(ByteView bytes, int depth = 1);
 
 }  // namespace vx::bitlocker

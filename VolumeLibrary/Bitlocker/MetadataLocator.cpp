@@ -13,14 +13,14 @@ constexpr size_t kSearchPiece = 1024 * 1024;
 constexpr size_t kSearchStep = 512;
 
 // Whether the place of the relocated sectors can be computed with at all.
-bool isRelocationPossible(const MetadataBlock &block)
+bool IsRelocationPossible(const MetadataBlock &block)
 {
     static constexpr uint64_t kLargestSector = 4096;
     const uint64_t longest = block.relocatedSectors * kLargestSector;
     return block.relocationOffset <= UINT64_MAX - longest;
 }
 
-bool agreesWithBlock(const MetadataBlock &block, uint32_t sectorSize)
+bool AgreesWithBlock(const MetadataBlock &block, uint32_t sectorSize)
 {
     const uint64_t length = static_cast<uint64_t>(block.relocatedSectors) * sectorSize;
     return !block.volumeHeader || (block.volumeHeader->offset == block.relocationOffset &&
@@ -34,123 +34,123 @@ MetadataLocator::MetadataLocator(const ByteSource &source, const BootSector &boo
     : _source(source),
       _boot(boot),
       _cancel(cancel),
-      _areaSize(boot.layout == Layout::Vista ? MetadataBlock::kVistaAreaSize
+      _areaSize(boot.layout == Layout::kVista ? MetadataBlock::kVistaAreaSize
                                              : MetadataBlock::kAreaSize)
 {
 }
 
-Error MetadataLocator::readArea(uint64_t offset, std::vector<uint8_t> &area) const
+Error MetadataLocator::ReadArea(uint64_t offset, std::vector<uint8_t> &area) const
 {
-    if (offset >= _source.size())
-        return {Status::TruncatedImage, "it lies behind the end"};
-    area.resize(static_cast<size_t>(std::min<uint64_t>(_areaSize, _source.size() - offset)));
-    return _source.readAt(offset, area.data(), area.size());
+    if (offset >= _source.Size())
+        return {Status::kTruncatedImage, "it lies behind the end"};
+    area.resize(static_cast<size_t>(std::min<uint64_t>(_areaSize, _source.Size() - offset)));
+    return _source.ReadAt(offset, area.data(), area.size());
 }
 
-Result<MetadataBlock> MetadataLocator::parseChecked(ByteView area, uint64_t offset) const
+Result<MetadataBlock> MetadataLocator::ParseChecked(ByteView area, uint64_t offset) const
 {
-    Result<MetadataBlock> block = MetadataBlock::parse(area, offset);
+    Result<MetadataBlock> block = MetadataBlock::Parse(area, offset);
     if (!block)
         return block;
-    if ((block->version == 1) != (_boot.layout == Layout::Vista))
-        return Error{Status::DamagedMetadata, "its version does not fit the boot sector"};
-    if (!isRelocationPossible(*block))
-        return Error{Status::DamagedMetadata, "it puts the relocated sectors nowhere"};
+    if ((block->version == 1) != (_boot.layout == Layout::kVista))
+        return Error{Status::kDamagedMetadata, "its version does not fit the boot sector"};
+    if (!IsRelocationPossible(*block))
+        return Error{Status::kDamagedMetadata, "it puts the relocated sectors nowhere"};
     const uint32_t sectorSize = _boot.sectorSize != 0 || !block->volumeHeader
                                     ? _boot.sectorSize
                                     : block->volumeHeader->sectorSize;
-    if (block->version == 2 && !agreesWithBlock(*block, sectorSize))
-        return Error{Status::DamagedMetadata, "it contradicts itself about the relocated sectors"};
+    if (block->version == 2 && !AgreesWithBlock(*block, sectorSize))
+        return Error{Status::kDamagedMetadata, "it contradicts itself about the relocated sectors"};
     return block;
 }
 
-void MetadataLocator::addCandidates(const std::vector<uint64_t> &offsets)
+void MetadataLocator::AddCandidates(const std::vector<uint64_t> &offsets)
 {
     for (uint64_t offset : offsets)
         if (offset != 0 && _seen.size() < kMostCandidates && _seen.insert(offset).second)
             _candidates.push_back(offset);
 }
 
-void MetadataLocator::tryCopy(uint64_t offset)
+void MetadataLocator::TryCopy(uint64_t offset)
 {
     const auto warn = [&](const Error &error) {
         _copies.warnings.push_back("the copy of the metadata at " + std::to_string(offset) +
                                    " cannot be used: " + error.detail);
     };
     std::vector<uint8_t> area;
-    if (Error error = readArea(offset, area)) {
-        if (error.status != Status::TruncatedImage) {
+    if (Error error = ReadArea(offset, area)) {
+        if (error.status != Status::kTruncatedImage) {
             _readError = error;
             _allBehindEnd = false;
         }
         return warn(error);
     }
-    addCandidates(MetadataBlock::namedCopies(area));
-    Result<MetadataBlock> block = parseChecked(area, offset);
+    AddCandidates(MetadataBlock::NamedCopies(area));
+    Result<MetadataBlock> block = ParseChecked(area, offset);
     if (block) {
         _allBehindEnd = false;
         _copies.usable.push_back(std::move(*block));
         return;
     }
     _allBehindEnd = _allBehindEnd && area.size() < _areaSize;
-    warn(block.error());
+    warn(block.Failure());
 }
 
 // A last resort. Only what says that it is where it is gets its checksum computed, so that a
 // volume full of signatures costs no more than one that has none.
-void MetadataLocator::searchPiece(ByteView piece, uint64_t begin)
+void MetadataLocator::SearchPiece(ByteView piece, uint64_t begin)
 {
     for (size_t at = 0; at + MetadataBlock::kHeaderSize <= piece.size; at += kSearchStep) {
-        const std::vector<uint64_t> named = MetadataBlock::namedCopies(piece.from(at));
+        const std::vector<uint64_t> named = MetadataBlock::NamedCopies(piece.From(at));
         if (std::find(named.begin(), named.end(), begin + at) != named.end())
-            addCandidates({begin + at});
+            AddCandidates({begin + at});
     }
 }
 
-Error MetadataLocator::search()
+Error MetadataLocator::Search()
 {
     std::vector<uint8_t> piece(kSearchPiece);
-    const uint64_t end = std::min(_source.size(), kSearchLimit);
+    const uint64_t end = std::min(_source.Size(), kSearchLimit);
     for (uint64_t begin = 0; begin < end; begin += kSearchPiece) {
-        if (isCancelled(_cancel))
-            return {Status::Cancelled, ""};
+        if (IsCancelled(_cancel))
+            return {Status::kCancelled, ""};
         const auto count = static_cast<size_t>(std::min<uint64_t>(kSearchPiece, end - begin));
-        if (!_source.readAt(begin, piece.data(), count))
-            searchPiece(ByteView(piece.data(), count), begin);
+        if (!_source.ReadAt(begin, piece.data(), count))
+            SearchPiece(ByteView(piece.data(), count), begin);
     }
     return {};
 }
 
-Error MetadataLocator::failure() const
+Error MetadataLocator::Failure() const
 {
     if (_readError)
         return _readError;
     if (_allBehindEnd)
-        return {Status::TruncatedImage, "it ends before the metadata"};
-    return {Status::DamagedMetadata, "none of its copies can be used"};
+        return {Status::kTruncatedImage, "it ends before the metadata"};
+    return {Status::kDamagedMetadata, "none of its copies can be used"};
 }
 
-void MetadataLocator::tryCandidates()
+void MetadataLocator::TryCandidates()
 {
     for (; !_candidates.empty(); _candidates.pop_front())
-        tryCopy(_candidates.front());
+        TryCopy(_candidates.front());
 }
 
-Result<MetadataCopies> MetadataLocator::locate()
+Result<MetadataCopies> MetadataLocator::Locate()
 {
     const std::vector<uint64_t> &offsets = _boot.metadataOffsets;
     if (std::find(offsets.begin(), offsets.end(), 0) != offsets.end())
         _copies.warnings.push_back("the boot sector does not name every copy of the metadata");
-    addCandidates(offsets);
+    AddCandidates(offsets);
     _allBehindEnd = !_candidates.empty();
-    tryCandidates();
+    TryCandidates();
     if (_copies.usable.empty() && !_allBehindEnd) {
-        if (Error error = search())
+        if (Error error = Search())
             return error;
-        tryCandidates();
+        TryCandidates();
     }
     if (_copies.usable.empty())
-        return failure();
+        return Failure();
     std::stable_sort(_copies.usable.begin(), _copies.usable.end(),
                      [](const MetadataBlock &a, const MetadataBlock &b) {
                          return a.nonceCounter > b.nonceCounter;

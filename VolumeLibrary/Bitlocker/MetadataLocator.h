@@ -29,17 +29,17 @@ public:
 
     // Errors: DamagedMetadata; TruncatedImage if every copy lies behind the end; SystemError if
     // no copy could be read for that reason; Cancelled.
-    Result<MetadataCopies> locate();
+    Result<MetadataCopies> Locate();
 
 private:
-    void tryCandidates();
-    void tryCopy(uint64_t offset);
-    void addCandidates(const std::vector<uint64_t> &offsets);
-    Error readArea(uint64_t offset, std::vector<uint8_t> &area) const;
-    Result<MetadataBlock> parseChecked(ByteView area, uint64_t offset) const;
-    Error search();
-    void searchPiece(ByteView piece, uint64_t begin);
-    Error failure() const;
+    void TryCandidates();
+    void TryCopy(uint64_t offset);
+    void AddCandidates(const std::vector<uint64_t> &offsets);
+    Error ReadArea(uint64_t offset, std::vector<uint8_t> &area) const;
+    Result<MetadataBlock> ParseChecked(ByteView area, uint64_t offset) const;
+    Error Search();
+    void SearchPiece(ByteView piece, uint64_t begin);
+    Error Failure() const;
 
     const ByteSource &_source;
     const BootSector &_boot;

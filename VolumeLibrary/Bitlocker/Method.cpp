@@ -4,40 +4,40 @@
 
 namespace vx::bitlocker {
 
-size_t sectorKeySize(Method method)
+size_t SectorKeySize(Method method)
 {
     switch (method) {
-    case Method::Aes128Cbc:
+    case Method::kAes128Cbc:
         return 16;
-    case Method::Aes256Cbc:
-    case Method::Aes128Xts:
+    case Method::kAes256Cbc:
+    case Method::kAes128Xts:
         return 32;
-    case Method::Aes128Elephant:
-    case Method::Aes256Elephant:
-    case Method::Aes256Xts:
+    case Method::kAes128Elephant:
+    case Method::kAes256Elephant:
+    case Method::kAes256Xts:
         return 64;
-    case Method::None:
+    case Method::kNone:
         break;
     }
     return 0;
 }
 
-std::string methodName(Method method)
+std::string MethodName(Method method)
 {
     switch (method) {
-    case Method::None:
+    case Method::kNone:
         return "none";
-    case Method::Aes128Elephant:
+    case Method::kAes128Elephant:
         return "AES-128-CBC with Elephant diffuser";
-    case Method::Aes256Elephant:
+    case Method::kAes256Elephant:
         return "AES-256-CBC with Elephant diffuser";
-    case Method::Aes128Cbc:
+    case Method::kAes128Cbc:
         return "AES-128-CBC";
-    case Method::Aes256Cbc:
+    case Method::kAes256Cbc:
         return "AES-256-CBC";
-    case Method::Aes128Xts:
+    case Method::kAes128Xts:
         return "AES-128-XTS";
-    case Method::Aes256Xts:
+    case Method::kAes256Xts:
         return "AES-256-XTS";
     }
     char text[32];

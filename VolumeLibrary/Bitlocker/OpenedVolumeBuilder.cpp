@@ -13,12 +13,12 @@ constexpr uint16_t kStateEncrypted = 4;
 constexpr uint16_t kStateDecrypted = 1;
 constexpr uint64_t kMirrorClusterAt = 56;
 
-bool isInState(const MetadataBlock &copy, uint16_t state)
+bool IsInState(const MetadataBlock &copy, uint16_t state)
 {
     return copy.state == state && copy.nextState == state;
 }
 
-std::vector<DecryptedVolume::Patch> patchesFor(const MetadataBlock &copy)
+std::vector<DecryptedVolume::Patch> PatchesFor(const MetadataBlock &copy)
 {
     if (copy.version != 1)
         return {};
@@ -29,13 +29,13 @@ std::vector<DecryptedVolume::Patch> patchesFor(const MetadataBlock &copy)
     return {name, mirror};
 }
 
-bool isPlausible(const DecryptedVolume &volume)
+bool IsPlausible(const DecryptedVolume &volume)
 {
     uint8_t sector[BootSector::kSize];
-    return !volume.readAt(0, sector, sizeof sector) &&
-           looksLikeFileSystem({sector, sizeof sector}) &&
-           (statedSectorSize({sector, sizeof sector}) == 0 ||
-            statedSectorSize({sector, sizeof sector}) == volume.sectorSize());
+    return !volume.ReadAt(0, sector, sizeof sector) &&
+           LooksLikeFileSystem({sector, sizeof sector}) &&
+           (StatedSectorSize({sector, sizeof sector}) == 0 ||
+            StatedSectorSize({sector, sizeof sector}) == volume.SectorSize());
 }
 
 }  // namespace
@@ -46,48 +46,48 @@ OpenedVolumeBuilder::OpenedVolumeBuilder(std::shared_ptr<const ByteSource> sourc
 {
 }
 
-Error OpenedVolumeBuilder::readMetadata()
+Error OpenedVolumeBuilder::ReadMetadata()
 {
     std::vector<uint8_t> sector(BootSector::kSize);
-    if (_source->size() < sector.size())
-        return {Status::NotBitlocker, "shorter than one sector"};
-    if (Error error = _source->readAt(0, sector.data(), sector.size()))
+    if (_source->Size() < sector.size())
+        return {Status::kNotBitlocker, "shorter than one sector"};
+    if (Error error = _source->ReadAt(0, sector.data(), sector.size()))
         return error;
-    Result<BootSector> boot = BootSector::parse(sector);
+    Result<BootSector> boot = BootSector::Parse(sector);
     if (!boot)
-        return boot.error();
+        return boot.Failure();
     _boot = *boot;
-    Result<MetadataCopies> copies = MetadataLocator(*_source, _boot, _cancel).locate();
+    Result<MetadataCopies> copies = MetadataLocator(*_source, _boot, _cancel).Locate();
     if (!copies)
-        return copies.error();
+        return copies.Failure();
     _copies = std::move(*copies);
     return {};
 }
 
-void OpenedVolumeBuilder::loadMap()
+void OpenedVolumeBuilder::LoadMap()
 {
     if (!_boot.converting)
         return;
     Result<ConversionMap> map =
-        ConversionMap::load(*_source, _boot.conversionOffsets, sectorSizes().front());
+        ConversionMap::Load(*_source, _boot.conversionOffsets, SectorSizes().front());
     if (map)
         _map = std::move(*map);
     else
-        _mapError = map.error();
+        _mapError = map.Failure();
 }
 
-bool OpenedVolumeBuilder::needsNoKey() const
+bool OpenedVolumeBuilder::NeedsNoKey() const
 {
     const MetadataBlock &copy = _copies.usable.front();
     if (copy.version == 1)
         return false;
     if (_map)
-        return _map->isAllPlain();
-    return copy.encryptedSize == 0 && (!_boot.converting || isInState(copy, kStateDecrypted));
+        return _map->IsAllPlain();
+    return copy.encryptedSize == 0 && (!_boot.converting || IsInState(copy, kStateDecrypted));
 }
 
 // The first copy whose digest is right, as far as it can be checked without a key.
-UnlockedKey OpenedVolumeBuilder::withoutKey() const
+UnlockedKey OpenedVolumeBuilder::WithoutKey() const
 {
     const auto isSound = [](const MetadataBlock &copy) {
         return copy.plainDigest.empty() ||
@@ -102,27 +102,27 @@ UnlockedKey OpenedVolumeBuilder::withoutKey() const
     return key;
 }
 
-Error OpenedVolumeBuilder::unlock(const Secret &secret)
+Error OpenedVolumeBuilder::Unlock(const Secret &secret)
 {
-    if (needsNoKey()) {
-        _key = withoutKey();
+    if (NeedsNoKey()) {
+        _key = WithoutKey();
         return {};
     }
-    Result<UnlockedKey> key = Unlocker(_copies.usable, _stretcher, _cancel).unlock(secret);
+    Result<UnlockedKey> key = Unlocker(_copies.usable, _stretcher, _cancel).Unlock(secret);
     if (!key)
-        return key.error();
+        return key.Failure();
     _key = std::move(*key);
     return {};
 }
 
-Error OpenedVolumeBuilder::checkReadable() const
+Error OpenedVolumeBuilder::CheckReadable() const
 {
-    if (_boot.layout == Layout::Vista && !isInState(*_key.copy, kStateEncrypted))
-        return {Status::UnfinishedConversion, "Windows Vista notes no boundary"};
-    return needsNoKey() ? Error() : _mapError;
+    if (_boot.layout == Layout::kVista && !IsInState(*_key.copy, kStateEncrypted))
+        return {Status::kUnfinishedConversion, "Windows Vista notes no boundary"};
+    return NeedsNoKey() ? Error() : _mapError;
 }
 
-std::vector<uint32_t> OpenedVolumeBuilder::sectorSizes() const
+std::vector<uint32_t> OpenedVolumeBuilder::SectorSizes() const
 {
     if (_boot.sectorSize != 0)
         return {_boot.sectorSize};
@@ -132,86 +132,86 @@ std::vector<uint32_t> OpenedVolumeBuilder::sectorSizes() const
     return {512, 4096, 1024, 2048};
 }
 
-uint64_t OpenedVolumeBuilder::volumeSize(uint32_t sectorSize) const
+uint64_t OpenedVolumeBuilder::VolumeSize(uint32_t sectorSize) const
 {
     const uint64_t stored = _key.copy->version == 1 ? 0 : _key.copy->encryptedSize;
-    const uint64_t size = std::max(_source->size(), stored);
+    const uint64_t size = std::max(_source->Size(), stored);
     return size - size % sectorSize;
 }
 
-Result<OpenedVolumeBuilder::VolumePointer> OpenedVolumeBuilder::makeVolume(uint32_t sectorSize,
+Result<OpenedVolumeBuilder::VolumePointer> OpenedVolumeBuilder::MakeVolume(uint32_t sectorSize,
                                                                            bool flipRelocated) const
 {
     std::unique_ptr<SectorCipher> cipher;
-    if (!_key.sectorKey.empty()) {
-        cipher = makeSectorCipher(_key.method, _key.sectorKey.view(), sectorSize);
+    if (!_key.sectorKey.Empty()) {
+        cipher = MakeSectorCipher(_key.method, _key.sectorKey.View(), sectorSize);
         if (cipher == nullptr)
-            return Error{Status::UnsupportedMethod, methodName(_key.method)};
+            return Error{Status::kUnsupportedMethod, MethodName(_key.method)};
     }
-    VolumeLayout layout(*_key.copy, sectorSize, volumeSize(sectorSize), _map);
+    VolumeLayout layout(*_key.copy, sectorSize, VolumeSize(sectorSize), _map);
     if (flipRelocated)
-        layout.flipRelocated();
+        layout.FlipRelocated();
     return VolumePointer(std::make_shared<DecryptedVolume>(
-        _source, std::move(layout), std::move(cipher), patchesFor(*_key.copy)));
+        _source, std::move(layout), std::move(cipher), PatchesFor(*_key.copy)));
 }
 
 // Two things may have to be guessed: the sector size if nothing says it, and whether a stopped
 // conversion had reached the relocated sectors. The first sector shows whether a guess was
 // right; when none is, the first one stands.
-Result<OpenedVolume> OpenedVolumeBuilder::build() const
+Result<OpenedVolume> OpenedVolumeBuilder::Build() const
 {
     VolumePointer likeliest;
-    const bool partly = _key.copy->encryptedSize < _source->size() || _map.has_value();
-    const bool mayFlip = partly && _key.copy->relocatedSectors > 0 && !_key.sectorKey.empty();
-    for (uint32_t sectorSize : sectorSizes()) {
+    const bool partly = _key.copy->encryptedSize < _source->Size() || _map.has_value();
+    const bool mayFlip = partly && _key.copy->relocatedSectors > 0 && !_key.sectorKey.Empty();
+    for (uint32_t sectorSize : SectorSizes()) {
         for (bool flip : {false, true}) {
             if (flip && !mayFlip)
                 continue;
-            Result<VolumePointer> volume = makeVolume(sectorSize, flip);
+            Result<VolumePointer> volume = MakeVolume(sectorSize, flip);
             if (!volume)
-                return volume.error();
-            if (isPlausible(**volume))
-                return OpenedVolume{*volume, facts(**volume, true)};
+                return volume.Failure();
+            if (IsPlausible(**volume))
+                return OpenedVolume{*volume, Facts(**volume, true)};
             if (likeliest == nullptr)
                 likeliest = *volume;
         }
     }
-    return OpenedVolume{likeliest, facts(*likeliest, false)};
+    return OpenedVolume{likeliest, Facts(*likeliest, false)};
 }
 
-VolumeFacts OpenedVolumeBuilder::facts(const DecryptedVolume &volume,
+VolumeFacts OpenedVolumeBuilder::Facts(const DecryptedVolume &volume,
                                        bool looksLikeFileSystem) const
 {
     const MetadataBlock &copy = *_key.copy;
     VolumeFacts facts;
     facts.layout = _boot.layout;
     facts.method = _key.method;
-    facts.sectorSize = volume.sectorSize();
+    facts.sectorSize = volume.SectorSize();
     facts.encryptedSize = copy.encryptedSize;
     facts.state = copy.state;
     facts.nextState = copy.nextState;
     facts.identifier = copy.volume;
     facts.description = copy.description;
     facts.metadataOffset = copy.offset;
-    facts.protectors = protectorKindNames(copy.protectors);
+    facts.protectors = ProtectorKindNames(copy.protectors);
     facts.converting = _boot.converting;
-    facts.truncated = volume.size() > _source->size();
+    facts.truncated = volume.Size() > _source->Size();
     facts.looksLikeFileSystem = looksLikeFileSystem;
     facts.warnings = _copies.warnings;
     facts.warnings.insert(facts.warnings.end(), _key.warnings.begin(), _key.warnings.end());
     return facts;
 }
 
-Result<OpenedVolume> OpenedVolumeBuilder::open(const Secret &secret)
+Result<OpenedVolume> OpenedVolumeBuilder::Open(const Secret &secret)
 {
-    if (Error error = readMetadata())
+    if (Error error = ReadMetadata())
         return error;
-    loadMap();
-    if (Error error = unlock(secret))
+    LoadMap();
+    if (Error error = Unlock(secret))
         return error;
-    if (Error error = checkReadable())
+    if (Error error = CheckReadable())
         return error;
-    return build();
+    return Build();
 }
 
 }  // namespace vx::bitlocker

@@ -12,23 +12,23 @@ public:
     OpenedVolumeBuilder(std::shared_ptr<const ByteSource> source, const KeyStretcher &stretcher,
                         const CancelFlag *cancel);
 
-    Result<OpenedVolume> open(const Secret &secret);
+    Result<OpenedVolume> Open(const Secret &secret);
 
 private:
     using VolumePointer = std::shared_ptr<const DecryptedVolume>;
 
-    Error readMetadata();
-    void loadMap();
-    Error unlock(const Secret &secret);
-    bool needsNoKey() const;
-    UnlockedKey withoutKey() const;
-    Error checkReadable() const;
-    Result<OpenedVolume> build() const;
-    Result<VolumePointer> makeVolume(uint32_t sectorSize, bool flipRelocated) const;
+    Error ReadMetadata();
+    void LoadMap();
+    Error Unlock(const Secret &secret);
+    bool NeedsNoKey() const;
+    UnlockedKey WithoutKey() const;
+    Error CheckReadable() const;
+    Result<OpenedVolume> Build() const;
+    Result<VolumePointer> MakeVolume(uint32_t sectorSize, bool flipRelocated) const;
     // The sizes to try, the likeliest first.
-    std::vector<uint32_t> sectorSizes() const;
-    uint64_t volumeSize(uint32_t sectorSize) const;
-    VolumeFacts facts(const DecryptedVolume &volume, bool looksLikeFileSystem) const;
+    std::vector<uint32_t> SectorSizes() const;
+    uint64_t VolumeSize(uint32_t sectorSize) const;
+    VolumeFacts Facts(const DecryptedVolume &volume, bool looksLikeFileSystem) const;
 
     const std::shared_ptr<const ByteSource> _source;
     const KeyStretcher &_stretcher;

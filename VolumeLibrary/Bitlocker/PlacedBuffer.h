@@ -15,16 +15,16 @@ class PlacedBuffer {
 public:
     // distance: in bytes, a multiple of 64 less than 4096. Throws std::bad_alloc.
     PlacedBuffer(size_t size, size_t distance)
-        : _memory(new uint8_t[size + distance + kPage]), _data(placed(_memory.get()) + distance)
+        : _memory(new uint8_t[size + distance + kPage]), _data(Placed(_memory.get()) + distance)
     {
     }
 
-    uint8_t *data() { return _data; }
+    uint8_t *Data() { return _data; }
 
 private:
     static constexpr size_t kPage = 4096;
 
-    static uint8_t *placed(uint8_t *memory)
+    static uint8_t *Placed(uint8_t *memory)
     {
         return memory + (kPage - reinterpret_cast<uintptr_t>(memory) % kPage);
     }

@@ -11,31 +11,31 @@ namespace {
 
 constexpr uint16_t kNeedsTpm = 0x0100;
 
-void takeProperty(Protector &protector, const MetadataEntry &property)
+void TakeProperty(Protector &protector, const MetadataEntry &property)
 {
     ByteReader reader(property.data);
-    reader.skip(4);  // the kind of the key or of the stretching
-    if (property.valueType == ValueType::Wrapped && !protector.wrappedMasterKey)
-        protector.wrappedMasterKey = WrappedKey::parse(property.data);
-    if (property.valueType == ValueType::Key && protector.clearKey.empty())
-        protector.clearKey = reader.rest().copy();
-    if (property.valueType == ValueType::StretchKey && !protector.salt) {
-        const ByteView bytes = reader.bytes(Salt().size());
+    reader.Skip(4);  // the kind of the key or of the stretching
+    if (property.valueType == ValueType::kWrapped && !protector.wrappedMasterKey)
+        protector.wrappedMasterKey = WrappedKey::Parse(property.data);
+    if (property.valueType == ValueType::kKey && protector.clearKey.empty())
+        protector.clearKey = reader.Rest().Copy();
+    if (property.valueType == ValueType::kStretchKey && !protector.salt) {
+        const ByteView bytes = reader.Bytes(Salt().size());
         protector.salt.emplace();
         std::copy(bytes.data, bytes.data + bytes.size, protector.salt->begin());
     }
 }
 
-std::string tpmKindName(ProtectorKind kind)
+std::string TpmKindName(ProtectorKind kind)
 {
     switch (kind) {
-    case ProtectorKind::Tpm:
+    case ProtectorKind::kTpm:
         return "TPM";
-    case ProtectorKind::TpmAndPin:
+    case ProtectorKind::kTpmAndPin:
         return "TPM and PIN";
-    case ProtectorKind::TpmAndStartupKey:
+    case ProtectorKind::kTpmAndStartupKey:
         return "TPM and startup key";
-    case ProtectorKind::TpmPinAndStartupKey:
+    case ProtectorKind::kTpmPinAndStartupKey:
         return "TPM, PIN and startup key";
     default:
         return "TPM and others";
@@ -44,33 +44,33 @@ std::string tpmKindName(ProtectorKind kind)
 
 }  // namespace
 
-Protector Protector::parse(const MetadataEntry &entry)
+Protector Protector::Parse(const MetadataEntry &entry)
 {
     Protector protector;
     ByteReader reader(entry.data);
-    protector.identifier = reader.guid();
-    reader.skip(8 + 2);  // time of the last change, zeros
-    protector.kind = static_cast<ProtectorKind>(reader.u16());
-    const Result<std::vector<MetadataEntry>> properties = parseEntries(entry.nested(), 2);
+    protector.identifier = reader.TakeGuid();
+    reader.Skip(8 + 2);  // time of the last change, zeros
+    protector.kind = static_cast<ProtectorKind>(reader.U16());
+    const Result<std::vector<MetadataEntry>> properties = ParseEntries(entry.Nested(), 2);
     if (!properties)
         return protector;
     for (const MetadataEntry &property : *properties)
-        takeProperty(protector, property);
+        TakeProperty(protector, property);
     return protector;
 }
 
-std::string protectorKindName(ProtectorKind kind)
+std::string ProtectorKindName(ProtectorKind kind)
 {
     switch (kind) {
-    case ProtectorKind::ClearKey:
+    case ProtectorKind::kClearKey:
         return "clear key";
-    case ProtectorKind::ExternalKey:
+    case ProtectorKind::kExternalKey:
         return "startup key";
-    case ProtectorKind::RecoveryPassword:
+    case ProtectorKind::kRecoveryPassword:
         return "recovery password";
-    case ProtectorKind::SmartCard:
+    case ProtectorKind::kSmartCard:
         return "smart card";
-    case ProtectorKind::Password:
+    case ProtectorKind::kPassword:
         return "password";
     default:
         break;
@@ -80,20 +80,20 @@ std::string protectorKindName(ProtectorKind kind)
     std::snprintf(text, sizeof text, " 0x%04x", number);
     if ((number & kNeedsTpm) == 0)
         return std::string("unknown kind") + text;
-    return tpmKindName(kind);
+    return TpmKindName(kind);
 }
 
-bool isSupported(ProtectorKind kind)
+bool IsSupported(ProtectorKind kind)
 {
-    return kind == ProtectorKind::ClearKey || kind == ProtectorKind::ExternalKey ||
-           kind == ProtectorKind::RecoveryPassword || kind == ProtectorKind::Password;
+    return kind == ProtectorKind::kClearKey || kind == ProtectorKind::kExternalKey ||
+           kind == ProtectorKind::kRecoveryPassword || kind == ProtectorKind::kPassword;
 }
 
-std::string protectorKindNames(const std::vector<Protector> &protectors)
+std::string ProtectorKindNames(const std::vector<Protector> &protectors)
 {
     std::vector<std::string> names;
     for (const Protector &protector : protectors) {
-        const std::string name = protectorKindName(protector.kind);
+        const std::string name = ProtectorKindName(protector.kind);
         if (std::find(names.begin(), names.end(), name) == names.end())
             names.push_back(name);
     }
@@ -103,7 +103,7 @@ std::string protectorKindNames(const std::vector<Protector> &protectors)
     return text.empty() ? "none" : text;
 }
 
-std::string protectorList(const std::vector<Protector> &protectors)
+std::string ProtectorList(const std::vector<Protector> &protectors)
 {
     std::vector<Guid> listed;
     std::string text;
@@ -116,8 +116,8 @@ std::string protectorList(const std::vector<Protector> &protectors)
             ++others;
             continue;
         }
-        text += (text.empty() ? "" : ", ") + protectorKindName(protector.kind) + " (Key ID " +
-                protector.identifier.keyId() + ")";
+        text += (text.empty() ? "" : ", ") + ProtectorKindName(protector.kind) + " (Key ID " +
+                protector.identifier.KeyId() + ")";
     }
     if (others > 0)
         text += " and " + std::to_string(others) + " more";

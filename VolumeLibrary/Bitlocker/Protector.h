@@ -11,40 +11,40 @@
 namespace vx::bitlocker {
 
 enum class ProtectorKind : uint16_t {
-    ClearKey = 0x0000,
-    Tpm = 0x0100,
-    ExternalKey = 0x0200,  // startup key, recovery key file, automatic unlocking
-    TpmAndStartupKey = 0x0300,
-    TpmAndPin = 0x0500,
-    TpmPinAndStartupKey = 0x0700,
-    RecoveryPassword = 0x0800,
-    SmartCard = 0x1000,
-    Password = 0x2000,
+    kClearKey = 0x0000,
+    kTpm = 0x0100,
+    kExternalKey = 0x0200,  // startup key, recovery key file, automatic unlocking
+    kTpmAndStartupKey = 0x0300,
+    kTpmAndPin = 0x0500,
+    kTpmPinAndStartupKey = 0x0700,
+    kRecoveryPassword = 0x0800,
+    kSmartCard = 0x1000,
+    kPassword = 0x2000,
 };
 
 using Salt = std::array<uint8_t, 16>;
 
 struct Protector {
     Guid identifier;
-    ProtectorKind kind = ProtectorKind::ClearKey;  // any number, not only the named ones
+    ProtectorKind kind = ProtectorKind::kClearKey;  // any number, not only the named ones
     std::optional<WrappedKey> wrappedMasterKey;
     std::vector<uint8_t> clearKey;  // of a clear-key protector; it lies open on the disk
     std::optional<Salt> salt;       // of a password or recovery password
 
     // entry: of value type Protector, as parseEntries gives it.
-    static Protector parse(const MetadataEntry &entry);
+    static Protector Parse(const MetadataEntry &entry);
 };
 
 // "password", "TPM and PIN", "unknown kind 0x4000"
-std::string protectorKindName(ProtectorKind kind);
+std::string ProtectorKindName(ProtectorKind kind);
 // Whether this library can use a protector of the kind.
-bool isSupported(ProtectorKind kind);
+bool IsSupported(ProtectorKind kind);
 // The names of all kinds present, each once: "password, recovery password"; "none".
-std::string protectorKindNames(const std::vector<Protector> &protectors);
+std::string ProtectorKindNames(const std::vector<Protector> &protectors);
 // Every protector, each once, so that a person finds the paper or the file that belongs to it:
 // "recovery password (Key ID 1A2B3C4D), startup key (Key ID 5E6F7A8B)"; "none". Of a volume that
 // claims more than kMostNamed the others are counted.
 constexpr size_t kMostNamed = 24;
-std::string protectorList(const std::vector<Protector> &protectors);
+std::string ProtectorList(const std::vector<Protector> &protectors);
 
 }  // namespace vx::bitlocker

@@ -28,7 +28,7 @@ ReadLanePool::~ReadLanePool()
         delete slot.load();
 }
 
-std::unique_ptr<ReadLane> ReadLanePool::take()
+std::unique_ptr<ReadLane> ReadLanePool::Take()
 {
     for (std::atomic<ReadLane *> &slot : _idle) {
         if (slot.load(std::memory_order_relaxed) == nullptr)
@@ -38,11 +38,11 @@ std::unique_ptr<ReadLane> ReadLanePool::take()
     }
     if (_prototype == nullptr)
         return std::make_unique<ReadLane>(nullptr);
-    std::unique_ptr<SectorCipher> cipher = _prototype->clone();
+    std::unique_ptr<SectorCipher> cipher = _prototype->Clone();
     return cipher == nullptr ? nullptr : std::make_unique<ReadLane>(std::move(cipher));
 }
 
-void ReadLanePool::giveBack(std::unique_ptr<ReadLane> lane)
+void ReadLanePool::GiveBack(std::unique_ptr<ReadLane> lane)
 {
     for (std::atomic<ReadLane *> &slot : _idle) {
         ReadLane *none = nullptr;

@@ -29,8 +29,8 @@ public:
     ReadLanePool &operator=(const ReadLanePool &) = delete;
 
     // Null when there is no memory.
-    std::unique_ptr<ReadLane> take();
-    void giveBack(std::unique_ptr<ReadLane> lane);
+    std::unique_ptr<ReadLane> Take();
+    void GiveBack(std::unique_ptr<ReadLane> lane);
 
 private:
     static constexpr size_t kKept = 8;

@@ -28,33 +28,33 @@ constexpr Range kSeparators[] = {
     {0xfe58, 0xfe58}, {0xfe63, 0xfe63}, {0xfeff, 0xfeff}, {0xff0d, 0xff0d}, {0xff70, 0xff70},
 };
 
-bool isSeparator(char32_t character)
+bool IsSeparator(char32_t character)
 {
     return std::any_of(std::begin(kSeparators), std::end(kSeparators), [&](const Range &range) {
         return character >= range.first && character <= range.last;
     });
 }
 
-char plainSign(char32_t character)
+char PlainSign(char32_t character)
 {
     constexpr char32_t kFullWidthZero = 0xff10;
     if (character >= '0' && character <= '9')
         return static_cast<char>(character);
     if (character >= kFullWidthZero && character < kFullWidthZero + 10)
         return static_cast<char>('0' + (character - kFullWidthZero));
-    return isSeparator(character) ? RecoveryPasswordGroups::kSeparator
+    return IsSeparator(character) ? RecoveryPasswordGroups::kSeparator
                                   : RecoveryPasswordGroups::kOther;
 }
 
 }  // namespace
 
-Result<KeyMaterial> parseRecoveryPassword(std::string_view text)
+Result<KeyMaterial> ParseRecoveryPassword(std::string_view text)
 {
     KeyMaterial plain(text.size());  // never longer: one byte gives one sign at most
     size_t length = 0;
     while (!text.empty())
-        plain.data()[length++] = static_cast<uint8_t>(plainSign(takeUtf8Character(text)));
-    return RecoveryPasswordGroups(plain.view().first(length)).key();
+        plain.Data()[length++] = static_cast<uint8_t>(PlainSign(TakeUtf8Character(text)));
+    return RecoveryPasswordGroups(plain.View().First(length)).Key();
 }
 
 }  // namespace vx::bitlocker

@@ -12,6 +12,6 @@ namespace vx::bitlocker {
 // the groups there may be dashes and blanks of any kind, or nothing. Errors: MalformedSecret; the
 // detail names every group that is wrong, from 1 on, or the number of digits where no group is
 // known: "groups 3 and 7 are mistyped", "there are 47 digits instead of 48". It never repeats them.
-Result<KeyMaterial> parseRecoveryPassword(std::string_view text);
+Result<KeyMaterial> ParseRecoveryPassword(std::string_view text);
 
 }  // namespace vx::bitlocker

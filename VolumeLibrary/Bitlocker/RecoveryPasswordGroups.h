@@ -22,13 +22,13 @@ public:
     explicit RecoveryPasswordGroups(ByteView signs);
 
     // The 16 bytes. Errors: MalformedSecret. To be called once.
-    Result<KeyMaterial> key();
+    Result<KeyMaterial> Key();
 
 private:
-    void takeRun(std::string_view run);
-    void takeGroup(std::string_view digits);
-    void blame(std::vector<size_t> &groups, size_t group);
-    std::string complaint() const;
+    void TakeRun(std::string_view run);
+    void TakeGroup(std::string_view digits);
+    void Blame(std::vector<size_t> &groups, size_t group);
+    std::string Complaint() const;
 
     KeyMaterial _key;
     size_t _digits = 0;

@@ -1,61 +1,61 @@
 #include "Secret.h"
 
+#include "PasswordText.h"
 #include "RecoveryPassword.h"
 #include "Sha256.h"
 #include "StartupKeyFile.h"
-#include "Utf16.h"
 
 namespace vx::bitlocker {
 
 namespace {
 
-KeyMaterial hashOf(ByteView bytes)
+KeyMaterial HashOf(ByteView bytes)
 {
     KeyMaterial digest(sizeof(Sha256Digest));
-    sha256(bytes, digest.data());
+    Sha256(bytes, digest.Data());
     return digest;
 }
 
 }  // namespace
 
-Result<Secret> Secret::password(std::string_view utf8)
+Result<Secret> Secret::FromPassword(std::string_view utf8)
 {
-    const std::optional<KeyMaterial> units = utf16FromUtf8(utf8);
+    const std::optional<KeyMaterial> units = Utf16FromUtf8(utf8);
     if (!units)
-        return Error{Status::MalformedSecret, "the password is not valid UTF-8"};
-    return Secret(ProtectorKind::Password, hashOf(hashOf(units->view()).view()));
+        return Error{Status::kMalformedSecret, "the password is not valid UTF-8"};
+    return Secret(ProtectorKind::kPassword, HashOf(HashOf(units->View()).View()));
 }
 
-Result<Secret> Secret::recoveryPassword(std::string_view text)
+Result<Secret> Secret::FromRecoveryPassword(std::string_view text)
 {
-    const Result<KeyMaterial> bytes = parseRecoveryPassword(text);
+    const Result<KeyMaterial> bytes = ParseRecoveryPassword(text);
     if (!bytes)
-        return bytes.error();
-    return Secret(ProtectorKind::RecoveryPassword, hashOf(bytes->view()));
+        return bytes.Failure();
+    return Secret(ProtectorKind::kRecoveryPassword, HashOf(bytes->View()));
 }
 
-Result<Secret> Secret::startupKey(ByteView file)
+Result<Secret> Secret::FromStartupKey(ByteView file)
 {
-    return fromKeyFile(StartupKeyFile::parse(file));
+    return FromParsed(StartupKeyFile::Parse(file));
 }
 
-Result<Secret> Secret::startupKeyFile(const std::string &path)
+Result<Secret> Secret::FromStartupKeyFile(const std::string &path)
 {
-    return fromKeyFile(StartupKeyFile::read(path));
+    return FromParsed(StartupKeyFile::Read(path));
 }
 
-Result<Secret> Secret::fromKeyFile(Result<StartupKeyFile> file)
+Result<Secret> Secret::FromParsed(Result<StartupKeyFile> file)
 {
     if (!file)
-        return file.error();
-    Secret secret(ProtectorKind::ExternalKey, std::move(file->key));
+        return file.Failure();
+    Secret secret(ProtectorKind::kExternalKey, std::move(file->key));
     secret._protector = file->identifier;
     return secret;
 }
 
-bool Secret::isStretched() const
+bool Secret::IsStretched() const
 {
-    return _kind == ProtectorKind::Password || _kind == ProtectorKind::RecoveryPassword;
+    return _kind == ProtectorKind::kPassword || _kind == ProtectorKind::kRecoveryPassword;
 }
 
 }  // namespace vx::bitlocker

@@ -17,31 +17,31 @@ struct StartupKeyFile;
 class Secret {
 public:
     // Nothing: opens suspended (clear key) and decrypted volumes.
-    static Secret none() { return Secret(); }
+    static Secret None() { return Secret(); }
     // Any UTF-8 text, as it was typed. Errors: MalformedSecret.
-    static Result<Secret> password(std::string_view utf8);
+    static Result<Secret> FromPassword(std::string_view utf8);
     // 48 digits with or without dashes or spaces, of any kind. Errors: MalformedSecret with the
     // group.
-    static Result<Secret> recoveryPassword(std::string_view text);
+    static Result<Secret> FromRecoveryPassword(std::string_view text);
     // The contents of a startup key file. Errors: MalformedSecret.
-    static Result<Secret> startupKey(ByteView file);
+    static Result<Secret> FromStartupKey(ByteView file);
     // The path of one. Errors: MalformedSecret, SystemError.
-    static Result<Secret> startupKeyFile(const std::string &path);
+    static Result<Secret> FromStartupKeyFile(const std::string &path);
 
     // The protectors it fits; ClearKey for none().
-    ProtectorKind kind() const { return _kind; }
-    bool isStretched() const;
+    ProtectorKind Kind() const { return _kind; }
+    bool IsStretched() const;
     // 32 bytes: what is stretched, or the key itself for a startup key.
-    ByteView key() const { return _key.view(); }
+    ByteView Key() const { return _key.View(); }
     // The protector that a startup key names.
-    const Guid &protector() const { return _protector; }
+    const Guid &Protector() const { return _protector; }
 
 private:
     Secret() = default;
-    static Result<Secret> fromKeyFile(Result<StartupKeyFile> file);
+    static Result<Secret> FromParsed(Result<StartupKeyFile> file);
     Secret(ProtectorKind kind, KeyMaterial key) : _kind(kind), _key(std::move(key)) {}
 
-    ProtectorKind _kind = ProtectorKind::ClearKey;
+    ProtectorKind _kind = ProtectorKind::kClearKey;
     KeyMaterial _key;
     Guid _protector;
 };

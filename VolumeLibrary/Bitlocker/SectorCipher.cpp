@@ -11,32 +11,32 @@ namespace {
 constexpr size_t kDiffuserTweakKeyAt = 32;
 
 template <typename Cipher>
-std::unique_ptr<SectorCipher> ifGood(std::unique_ptr<Cipher> cipher)
+std::unique_ptr<SectorCipher> IfGood(std::unique_ptr<Cipher> cipher)
 {
-    return cipher->good() ? std::move(cipher) : nullptr;
+    return cipher->Good() ? std::move(cipher) : nullptr;
 }
 
 }  // namespace
 
-std::unique_ptr<SectorCipher> makeSectorCipher(Method method, ByteView key, uint32_t sectorSize)
+std::unique_ptr<SectorCipher> MakeSectorCipher(Method method, ByteView key, uint32_t sectorSize)
 {
-    if (key.size == 0 || key.size != sectorKeySize(method))
+    if (key.size == 0 || key.size != SectorKeySize(method))
         return nullptr;
     switch (method) {
-    case Method::Aes128Cbc:
-    case Method::Aes256Cbc:
-        return ifGood(std::make_unique<CbcCipher>(key, sectorSize));
-    case Method::Aes128Elephant:
-    case Method::Aes256Elephant: {
-        const size_t size = method == Method::Aes128Elephant ? 16 : 32;
-        const ByteView tweakKey = key.from(kDiffuserTweakKeyAt).first(size);
-        return ifGood(std::make_unique<ElephantCipher>(key.first(size), tweakKey, sectorSize));
+    case Method::kAes128Cbc:
+    case Method::kAes256Cbc:
+        return IfGood(std::make_unique<CbcCipher>(key, sectorSize));
+    case Method::kAes128Elephant:
+    case Method::kAes256Elephant: {
+        const size_t size = method == Method::kAes128Elephant ? 16 : 32;
+        const ByteView tweakKey = key.From(kDiffuserTweakKeyAt).First(size);
+        return IfGood(std::make_unique<ElephantCipher>(key.First(size), tweakKey, sectorSize));
     }
-    case Method::Aes128Xts:
-    case Method::Aes256Xts:
-        return ifGood(std::make_unique<XtsCipher>(key.first(key.size / 2), key.from(key.size / 2),
+    case Method::kAes128Xts:
+    case Method::kAes256Xts:
+        return IfGood(std::make_unique<XtsCipher>(key.First(key.size / 2), key.From(key.size / 2),
                                                   sectorSize));
-    case Method::None:
+    case Method::kNone:
         break;
     }
     return nullptr;

@@ -19,14 +19,14 @@ public:
 
     virtual ~SectorCipher() = default;
     // Null when there is no memory. Safe while nobody decrypts with this object.
-    virtual std::unique_ptr<SectorCipher> clone() const = 0;
+    virtual std::unique_ptr<SectorCipher> Clone() const = 0;
     // offset: where the first sector is stored in the volume. length: a multiple of the sector
     // size, kLongestRun at most. in and out do not overlap. False: libcrypto refused.
-    virtual bool decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) = 0;
+    virtual bool Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) = 0;
 };
 
 // key: the stored sector key, sectorKeySize(method) bytes. sectorSize: 512 to 4096.
 // Null for an unknown method, a key of another length, or when libcrypto refused.
-std::unique_ptr<SectorCipher> makeSectorCipher(Method method, ByteView key, uint32_t sectorSize);
+std::unique_ptr<SectorCipher> MakeSectorCipher(Method method, ByteView key, uint32_t sectorSize);
 
 }  // namespace vx::bitlocker

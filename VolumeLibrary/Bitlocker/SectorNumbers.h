@@ -12,11 +12,11 @@ constexpr size_t kAesBlock = 16;
 
 // Writes count blocks, stride bytes apart: first, first + step, first + 2 * step, ...
 // The top byte of each block is mark.
-void putSectorNumbers(uint8_t *blocks, size_t count, size_t stride, uint64_t first, uint64_t step,
+void PutSectorNumbers(uint8_t *blocks, size_t count, size_t stride, uint64_t first, uint64_t step,
                       uint8_t mark = 0);
 
 // target[i] ^= other[i]. Here, because a call for each sector can be measured.
-inline void xorBlock(uint8_t *target, const uint8_t *other)
+inline void XorBlock(uint8_t *target, const uint8_t *other)
 {
     uint64_t a[2];
     uint64_t b[2];

@@ -5,14 +5,14 @@
 
 namespace vx::bitlocker {
 
-Sha256Digest sha256(ByteView bytes)
+Sha256Digest Sha256(ByteView bytes)
 {
     Sha256Digest digest;
-    sha256(bytes, digest.data());
+    Sha256(bytes, digest.data());
     return digest;
 }
 
-void sha256(ByteView bytes, uint8_t *digest)
+void Sha256(ByteView bytes, uint8_t *digest)
 {
     // Hashing in memory fails for want of memory only.
     if (EVP_Digest(bytes.data, bytes.size, digest, nullptr, EVP_sha256(), nullptr) != 1)

@@ -9,8 +9,8 @@ namespace vx::bitlocker {
 
 using Sha256Digest = std::array<uint8_t, 32>;
 
-Sha256Digest sha256(ByteView bytes);
+Sha256Digest Sha256(ByteView bytes);
 // The same for secrets: the digest goes straight to 32 bytes of the caller's.
-void sha256(ByteView bytes, uint8_t *digest);
+void Sha256(ByteView bytes, uint8_t *digest);
 
 }  // namespace vx::bitlocker

@@ -10,6 +10,8 @@
 namespace vx::bitlocker {
 
 struct StartupKeyFile {
+    // What the detail of an error begins with when the file, not the volume, cannot be read.
+    static constexpr char kDetail[] = "the startup key file ";
     // No such file is longer; more is not read.
     static constexpr size_t kLargest = 64 * 1024;
 
@@ -17,9 +19,9 @@ struct StartupKeyFile {
     KeyMaterial key;  // 32 bytes
 
     // Errors: MalformedSecret.
-    static Result<StartupKeyFile> parse(ByteView bytes);
+    static Result<StartupKeyFile> Parse(ByteView bytes);
     // Errors: MalformedSecret, SystemError.
-    static Result<StartupKeyFile> read(const std::string &path);
+    static Result<StartupKeyFile> Read(const std::string &path);
 };
 
 }  // namespace vx::bitlocker

@@ -8,40 +8,40 @@ namespace vx::bitlocker {
 namespace {
 
 // The protectors of a kind in stored order, but the one that a startup key names first.
-std::vector<const Protector *> protectorsFor(const MetadataBlock &copy, const Secret &secret)
+std::vector<const Protector *> ProtectorsFor(const MetadataBlock &copy, const Secret &secret)
 {
     std::vector<const Protector *> found;
     for (const Protector &protector : copy.protectors)
-        if (protector.kind == secret.kind())
+        if (protector.kind == secret.Kind())
             found.push_back(&protector);
     std::stable_partition(found.begin(), found.end(), [&](const Protector *protector) {
-        return protector->identifier == secret.protector();
+        return protector->identifier == secret.Protector();
     });
     return found;
 }
 
-bool isDigestRight(const MetadataBlock &copy, ByteView masterKey)
+bool IsDigestRight(const MetadataBlock &copy, ByteView masterKey)
 {
     if (!copy.wrappedDigest)
         return true;
-    const std::optional<KeyMaterial> digest = copy.wrappedDigest->unwrap(masterKey);
-    return digest && digest->size() == copy.digest.size() &&
-           CRYPTO_memcmp(digest->data(), copy.digest.data(), copy.digest.size()) == 0;
+    const std::optional<KeyMaterial> digest = copy.wrappedDigest->Unwrap(masterKey);
+    return digest && digest->Size() == copy.digest.size() &&
+           CRYPTO_memcmp(digest->Data(), copy.digest.data(), copy.digest.size()) == 0;
 }
 
 // "1A2B3C4D-....BEK", as Windows names the file of a startup key.
-std::string keyFileName(const Guid &protector)
+std::string KeyFileName(const Guid &protector)
 {
-    return protector.capitals() + ".BEK";
+    return protector.Capitals() + ".BEK";
 }
 
 // The files of the startup keys present, each once: "1A2B....BEK or 5E6F....BEK".
-std::string wantedKeyFiles(const std::vector<Protector> &present)
+std::string WantedKeyFiles(const std::vector<Protector> &present)
 {
     std::vector<std::string> names;
     for (const Protector &protector : present) {
-        const std::string name = keyFileName(protector.identifier);
-        if (protector.kind == ProtectorKind::ExternalKey && names.size() < kMostNamed &&
+        const std::string name = KeyFileName(protector.identifier);
+        if (protector.kind == ProtectorKind::kExternalKey && names.size() < kMostNamed &&
             std::find(names.begin(), names.end(), name) == names.end())
             names.push_back(name);
     }
@@ -52,19 +52,19 @@ std::string wantedKeyFiles(const std::vector<Protector> &present)
 }
 
 // What a startup key that does not open the volume is of.
-std::string aboutKeyFile(const Secret &secret, const std::vector<Protector> &present)
+std::string AboutKeyFile(const Secret &secret, const std::vector<Protector> &present)
 {
     const auto meant =
         std::find_if(present.begin(), present.end(), [&](const Protector &protector) {
-            return protector.identifier == secret.protector();
+            return protector.identifier == secret.Protector();
         });
-    const std::string given = keyFileName(secret.protector());
-    if (meant != present.end() && meant->kind != ProtectorKind::ExternalKey)
-        return "the key file is the one for " + protectorKindName(meant->kind) + " together; ";
+    const std::string given = KeyFileName(secret.Protector());
+    if (meant != present.end() && meant->kind != ProtectorKind::kExternalKey)
+        return "the key file is the one for " + ProtectorKindName(meant->kind) + " together; ";
     if (meant != present.end())
         return "the key file is the one of this volume, " + given +
                ", but the key in it is another one; ";
-    return "the key file is " + given + ", and this volume wants " + wantedKeyFiles(present) + "; ";
+    return "the key file is " + given + ", and this volume wants " + WantedKeyFiles(present) + "; ";
 }
 
 }  // namespace
@@ -76,61 +76,61 @@ Unlocker::Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher 
 }
 
 // Empty when cancelled or when too much was stretched already.
-ByteView Unlocker::stretched(const Secret &secret, const Salt &salt)
+ByteView Unlocker::Stretched(const Secret &secret, const Salt &salt)
 {
     const auto known = _stretched.find(salt);
     if (known != _stretched.end())
-        return known->second.view();
+        return known->second.View();
     if (_stretched.size() == kMostStretchings)
         return {};
-    Result<KeyMaterial> key = _stretcher.stretch(secret.key(), salt, _cancel);
+    Result<KeyMaterial> key = _stretcher.Stretch(secret.Key(), salt, _cancel);
     if (!key)
         return {};
-    return _stretched.emplace(salt, std::move(*key)).first->second.view();
+    return _stretched.emplace(salt, std::move(*key)).first->second.View();
 }
 
-std::optional<KeyMaterial> Unlocker::openWith(const Protector &protector, const Secret &secret)
+std::optional<KeyMaterial> Unlocker::OpenWith(const Protector &protector, const Secret &secret)
 {
     if (!protector.wrappedMasterKey)
         return std::nullopt;
-    if (protector.kind == ProtectorKind::ClearKey)
-        return protector.wrappedMasterKey->unwrap(protector.clearKey);
-    if (!secret.isStretched())
-        return protector.wrappedMasterKey->unwrap(secret.key());
+    if (protector.kind == ProtectorKind::kClearKey)
+        return protector.wrappedMasterKey->Unwrap(protector.clearKey);
+    if (!secret.IsStretched())
+        return protector.wrappedMasterKey->Unwrap(secret.Key());
     if (!protector.salt)
         return std::nullopt;
-    return protector.wrappedMasterKey->unwrap(stretched(secret, *protector.salt));
+    return protector.wrappedMasterKey->Unwrap(Stretched(secret, *protector.salt));
 }
 
-std::optional<KeyMaterial> Unlocker::findMasterKey(const MetadataBlock &copy, const Secret &secret)
+std::optional<KeyMaterial> Unlocker::FindMasterKey(const MetadataBlock &copy, const Secret &secret)
 {
-    for (const Protector *protector : protectorsFor(copy, secret)) {
-        if (isCancelled(_cancel))
+    for (const Protector *protector : ProtectorsFor(copy, secret)) {
+        if (IsCancelled(_cancel))
             return std::nullopt;
-        if (std::optional<KeyMaterial> key = openWith(*protector, secret))
+        if (std::optional<KeyMaterial> key = OpenWith(*protector, secret))
             return key;
     }
     return std::nullopt;
 }
 
-Result<KeyMaterial> Unlocker::sectorKeyOf(const MetadataBlock &copy, ByteView masterKey)
+Result<KeyMaterial> Unlocker::SectorKeyOf(const MetadataBlock &copy, ByteView masterKey)
 {
-    const auto damage = [](const char *detail) { return Error{Status::DamagedMetadata, detail}; };
-    const size_t size = sectorKeySize(static_cast<Method>(copy.method));
+    const auto damage = [](const char *detail) { return Error{Status::kDamagedMetadata, detail}; };
+    const size_t size = SectorKeySize(static_cast<Method>(copy.method));
     if (size == 0)
-        return Error{Status::UnsupportedMethod, methodName(static_cast<Method>(copy.method))};
+        return Error{Status::kUnsupportedMethod, MethodName(static_cast<Method>(copy.method))};
     if (!copy.wrappedSectorKey)
         return damage("it holds no key for the sectors");
-    std::optional<KeyMaterial> key = copy.wrappedSectorKey->unwrap(masterKey);
-    if (!key || key->size() != size)
+    std::optional<KeyMaterial> key = copy.wrappedSectorKey->Unwrap(masterKey);
+    if (!key || key->Size() != size)
         return damage("its key for the sectors is damaged");
-    if (!isDigestRight(copy, masterKey))
+    if (!IsDigestRight(copy, masterKey))
         return damage("its digest is wrong");
     return std::move(*key);
 }
 
 // first is tried before the other copies.
-Result<UnlockedKey> Unlocker::takeSectorKey(ByteView masterKey, const MetadataBlock &first)
+Result<UnlockedKey> Unlocker::TakeSectorKey(ByteView masterKey, const MetadataBlock &first)
 {
     std::vector<const MetadataBlock *> order = {&first};
     for (const MetadataBlock &copy : _copies)
@@ -138,48 +138,48 @@ Result<UnlockedKey> Unlocker::takeSectorKey(ByteView masterKey, const MetadataBl
             order.push_back(&copy);
     Error failure;
     for (const MetadataBlock *copy : order) {
-        Result<KeyMaterial> key = sectorKeyOf(*copy, masterKey);
+        Result<KeyMaterial> key = SectorKeyOf(*copy, masterKey);
         if (key)
             return UnlockedKey{std::move(*key), copy, static_cast<Method>(copy->method),
                                std::move(_warnings)};
-        if (!failure || key.error().status == Status::DamagedMetadata)
-            failure = key.error();
+        if (!failure || key.Failure().status == Status::kDamagedMetadata)
+            failure = key.Failure();
         _warnings.push_back("the copy of the metadata at " + std::to_string(copy->offset) +
-                            " cannot be used: " + key.error().detail);
+                            " cannot be used: " + key.Failure().detail);
     }
     return failure;
 }
 
-Error Unlocker::refusal(const Secret &secret) const
+Error Unlocker::Refusal(const Secret &secret) const
 {
     std::vector<Protector> present;
     for (const MetadataBlock &copy : _copies)
         present.insert(present.end(), copy.protectors.begin(), copy.protectors.end());
-    const std::string names = "the volume has: " + protectorList(present);
-    const auto fits = [&](const Protector &protector) { return protector.kind == secret.kind(); };
-    const auto supported = [](const Protector &protector) { return isSupported(protector.kind); };
+    const std::string names = "the volume has: " + ProtectorList(present);
+    const auto fits = [&](const Protector &protector) { return protector.kind == secret.Kind(); };
+    const auto supported = [](const Protector &protector) { return IsSupported(protector.kind); };
     if (std::any_of(present.begin(), present.end(), fits))
-        return {Status::WrongSecret,
-                (secret.kind() == ProtectorKind::ExternalKey ? aboutKeyFile(secret, present) : "") +
+        return {Status::kWrongSecret,
+                (secret.Kind() == ProtectorKind::kExternalKey ? AboutKeyFile(secret, present) : "") +
                     names};
     if (!present.empty() && std::none_of(present.begin(), present.end(), supported))
-        return {Status::UnsupportedProtector, names};
-    return {Status::NoProtectorOfKind, names};
+        return {Status::kUnsupportedProtector, names};
+    return {Status::kNoProtectorOfKind, names};
 }
 
-Result<UnlockedKey> Unlocker::unlock(const Secret &secret)
+Result<UnlockedKey> Unlocker::Unlock(const Secret &secret)
 {
-    const Secret clearKey = Secret::none();
+    const Secret clearKey = Secret::None();
     for (const Secret *tried : {&clearKey, &secret}) {
         for (const MetadataBlock &copy : _copies) {
-            const std::optional<KeyMaterial> masterKey = findMasterKey(copy, *tried);
+            const std::optional<KeyMaterial> masterKey = FindMasterKey(copy, *tried);
             if (masterKey)
-                return takeSectorKey(masterKey->view(), copy);
+                return TakeSectorKey(masterKey->View(), copy);
         }
     }
-    if (isCancelled(_cancel))
-        return Error{Status::Cancelled, ""};
-    return refusal(secret);
+    if (IsCancelled(_cancel))
+        return Error{Status::kCancelled, ""};
+    return Refusal(secret);
 }
 
 }  // namespace vx::bitlocker

@@ -18,7 +18,7 @@ namespace vx::bitlocker {
 struct UnlockedKey {
     KeyMaterial sectorKey;
     const MetadataBlock *copy = nullptr;  // the copy of the metadata that it came from
-    Method method = Method::None;
+    Method method = Method::kNone;
     std::vector<std::string> warnings;
 };
 
@@ -36,15 +36,15 @@ public:
     // DamagedMetadata (the sector key cannot be had although the secret is right), Cancelled. The
     // detail of the first three names every protector and, with a startup key of another volume,
     // the key files that this one wants.
-    Result<UnlockedKey> unlock(const Secret &secret);
+    Result<UnlockedKey> Unlock(const Secret &secret);
 
 private:
-    std::optional<KeyMaterial> findMasterKey(const MetadataBlock &copy, const Secret &secret);
-    std::optional<KeyMaterial> openWith(const Protector &protector, const Secret &secret);
-    ByteView stretched(const Secret &secret, const Salt &salt);
-    Result<UnlockedKey> takeSectorKey(ByteView masterKey, const MetadataBlock &first);
-    Result<KeyMaterial> sectorKeyOf(const MetadataBlock &copy, ByteView masterKey);
-    Error refusal(const Secret &secret) const;
+    std::optional<KeyMaterial> FindMasterKey(const MetadataBlock &copy, const Secret &secret);
+    std::optional<KeyMaterial> OpenWith(const Protector &protector, const Secret &secret);
+    ByteView Stretched(const Secret &secret, const Salt &salt);
+    Result<UnlockedKey> TakeSectorKey(ByteView masterKey, const MetadataBlock &first);
+    Result<KeyMaterial> SectorKeyOf(const MetadataBlock &copy, ByteView masterKey);
+    Error Refusal(const Secret &secret) const;
 
     const std::vector<MetadataBlock> &_copies;
     const KeyStretcher &_stretcher;

@@ -6,19 +6,19 @@ namespace vx::bitlocker {
 
 namespace {
 
-Extent::Kind kindOf(ConversionMap::State state)
+Extent::Kind KindOf(ConversionMap::State state)
 {
     switch (state) {
-    case ConversionMap::State::Plain:
-        return Extent::Kind::Plain;
-    case ConversionMap::State::Encrypted:
-        return Extent::Kind::Encrypted;
-    case ConversionMap::State::Interrupted:
-        return Extent::Kind::Interrupted;
-    case ConversionMap::State::Unknown:
+    case ConversionMap::State::kPlain:
+        return Extent::Kind::kPlain;
+    case ConversionMap::State::kEncrypted:
+        return Extent::Kind::kEncrypted;
+    case ConversionMap::State::kInterrupted:
+        return Extent::Kind::kInterrupted;
+    case ConversionMap::State::kUnknown:
         break;
     }
-    return Extent::Kind::Unknown;
+    return Extent::Kind::kUnknown;
 }
 
 }  // namespace
@@ -34,11 +34,11 @@ VolumeLayout::VolumeLayout(const MetadataBlock &block, uint32_t sectorSize, uint
       _map(std::move(map))
 {
     for (uint64_t copy : block.copies)
-        hide(copy, block.areaSize());
-    hide(_relocationOffset, _relocatedLength);
+        Hide(copy, block.AreaSize());
+    Hide(_relocationOffset, _relocatedLength);
 }
 
-uint64_t VolumeLayout::roundedUp(uint64_t offset) const
+uint64_t VolumeLayout::RoundedUp(uint64_t offset) const
 {
     const uint64_t over = offset % _sectorSize;
     if (over == 0)
@@ -47,50 +47,50 @@ uint64_t VolumeLayout::roundedUp(uint64_t offset) const
 }
 
 // A sector is hidden if its first byte is.
-void VolumeLayout::hide(uint64_t begin, uint64_t length)
+void VolumeLayout::Hide(uint64_t begin, uint64_t length)
 {
     const uint64_t end = begin > UINT64_MAX - length ? UINT64_MAX : begin + length;
     if (length > 0 && begin < _size)
-        _hidden.push_back({roundedUp(begin), roundedUp(end)});
+        _hidden.push_back({RoundedUp(begin), RoundedUp(end)});
 }
 
 // Sets the kind of an extent from where it is stored, and shortens it to where that holds.
-void VolumeLayout::applyState(Extent &extent) const
+void VolumeLayout::ApplyState(Extent &extent) const
 {
     if (_map) {
-        const ConversionMap::Run run = _map->runAt(extent.stored);
-        extent.kind = kindOf(run.state);
+        const ConversionMap::Run run = _map->RunAt(extent.stored);
+        extent.kind = KindOf(run.state);
         extent.chunk = run.chunk;
-        extent.length = std::min(extent.length, roundedUp(run.end - extent.stored));
+        extent.length = std::min(extent.length, RoundedUp(run.end - extent.stored));
         return;
     }
-    extent.kind = extent.stored < _encryptedSize ? Extent::Kind::Encrypted : Extent::Kind::Plain;
-    if (extent.kind == Extent::Kind::Encrypted)
-        extent.length = std::min(extent.length, roundedUp(_encryptedSize - extent.stored));
+    extent.kind = extent.stored < _encryptedSize ? Extent::Kind::kEncrypted : Extent::Kind::kPlain;
+    if (extent.kind == Extent::Kind::kEncrypted)
+        extent.length = std::min(extent.length, RoundedUp(_encryptedSize - extent.stored));
 }
 
-Extent VolumeLayout::extentAt(uint64_t offset) const
+Extent VolumeLayout::ExtentAt(uint64_t offset) const
 {
     uint64_t end = _size;
     for (const Range &hidden : _hidden) {
         if (offset >= hidden.begin && offset < hidden.end)
-            return {Extent::Kind::Zeros, offset, std::min(hidden.end, _size) - offset};
+            return {Extent::Kind::kZeros, offset, std::min(hidden.end, _size) - offset};
         if (hidden.begin > offset)
             end = std::min(end, hidden.begin);
     }
     const uint64_t plainEnd = _vista ? kVistaPlainSectors * _sectorSize : 0;
     if (offset < plainEnd)
-        return {Extent::Kind::Plain, offset, std::min(end, plainEnd) - offset};
+        return {Extent::Kind::kPlain, offset, std::min(end, plainEnd) - offset};
     const bool relocated = offset < _relocatedLength;
     if (relocated)
         end = std::min(end, _relocatedLength);
-    Extent extent = {Extent::Kind::Plain, offset + (relocated ? _relocationOffset : 0),
+    Extent extent = {Extent::Kind::kPlain, offset + (relocated ? _relocationOffset : 0),
                      end - offset};
-    applyState(extent);
-    if (relocated && _relocatedFlipped && extent.kind == Extent::Kind::Plain)
-        extent.kind = Extent::Kind::Encrypted;
-    else if (relocated && _relocatedFlipped && extent.kind == Extent::Kind::Encrypted)
-        extent.kind = Extent::Kind::Plain;
+    ApplyState(extent);
+    if (relocated && _relocatedFlipped && extent.kind == Extent::Kind::kPlain)
+        extent.kind = Extent::Kind::kEncrypted;
+    else if (relocated && _relocatedFlipped && extent.kind == Extent::Kind::kEncrypted)
+        extent.kind = Extent::Kind::kPlain;
     return extent;
 }
 

@@ -13,14 +13,14 @@ namespace vx::bitlocker {
 
 struct Extent {
     enum class Kind {
-        Zeros,        // hidden: the decryptor's own data lies there
-        Plain,        // stored as it is
-        Encrypted,    // stored encrypted
-        Interrupted,  // each sector on its own, see ConversionMap
-        Unknown,      // nobody knows
+        kZeros,        // hidden: the decryptor's own data lies there
+        kPlain,        // stored as it is
+        kEncrypted,    // stored encrypted
+        kInterrupted,  // each sector on its own, see ConversionMap
+        kUnknown,      // nobody knows
     };
 
-    Kind kind = Kind::Zeros;
+    Kind kind = Kind::kZeros;
     uint64_t stored = 0;  // where the first sector is stored
     uint64_t length = 0;  // a multiple of the sector size, never 0
     const ConversionMap::InterruptedChunk *chunk = nullptr;  // with Interrupted only
@@ -35,13 +35,13 @@ public:
     VolumeLayout(const MetadataBlock &block, uint32_t sectorSize, uint64_t size,
                  std::optional<ConversionMap> map);
 
-    uint32_t sectorSize() const { return _sectorSize; }
-    uint64_t size() const { return _size; }
+    uint32_t SectorSize() const { return _sectorSize; }
+    uint64_t Size() const { return _size; }
     // offset: a multiple of the sector size, less than size().
-    Extent extentAt(uint64_t offset) const;
+    Extent ExtentAt(uint64_t offset) const;
 
     // Takes the relocated sectors for encrypted if they should be plain, and the other way.
-    void flipRelocated() { _relocatedFlipped = !_relocatedFlipped; }
+    void FlipRelocated() { _relocatedFlipped = !_relocatedFlipped; }
 
 private:
     struct Range {
@@ -49,9 +49,9 @@ private:
         uint64_t end = 0;
     };
 
-    void hide(uint64_t begin, uint64_t length);
-    void applyState(Extent &extent) const;
-    uint64_t roundedUp(uint64_t offset) const;
+    void Hide(uint64_t begin, uint64_t length);
+    void ApplyState(Extent &extent) const;
+    uint64_t RoundedUp(uint64_t offset) const;
 
     bool _vista;
     uint32_t _sectorSize;

@@ -7,41 +7,41 @@
 
 namespace vx::bitlocker {
 
-bool VolumeOpener::recognises(const ByteSource &source)
+bool VolumeOpener::Recognises(const ByteSource &source)
 {
     uint8_t sector[BootSector::kSize];
-    if (source.size() < sizeof sector || source.readAt(0, sector, sizeof sector))
+    if (source.Size() < sizeof sector || source.ReadAt(0, sector, sizeof sector))
         return false;
-    const Result<BootSector> boot = BootSector::parse({sector, sizeof sector});
-    return boot || boot.error().status != Status::NotBitlocker;
+    const Result<BootSector> boot = BootSector::Parse({sector, sizeof sector});
+    return boot || boot.Failure().status != Status::kNotBitlocker;
 }
 
-std::string VolumeOpener::describe(const ByteSource &source)
+std::string VolumeOpener::Describe(const ByteSource &source)
 {
     uint8_t sector[BootSector::kSize];
-    if (source.size() < sizeof sector || source.readAt(0, sector, sizeof sector))
+    if (source.Size() < sizeof sector || source.ReadAt(0, sector, sizeof sector))
         return {};
-    const Result<BootSector> boot = BootSector::parse({sector, sizeof sector});
+    const Result<BootSector> boot = BootSector::Parse({sector, sizeof sector});
     if (!boot)
         return {};
     for (const uint64_t offset : boot->metadataOffsets) {
-        if (offset >= source.size())
+        if (offset >= source.Size())
             continue;
         std::vector<uint8_t> area(static_cast<size_t>(
-            std::min<uint64_t>(MetadataBlock::kAreaSize, source.size() - offset)));
-        if (source.readAt(offset, area.data(), area.size()))
+            std::min<uint64_t>(MetadataBlock::kAreaSize, source.Size() - offset)));
+        if (source.ReadAt(offset, area.data(), area.size()))
             continue;
-        if (const Result<MetadataBlock> block = MetadataBlock::parse(area, offset))
+        if (const Result<MetadataBlock> block = MetadataBlock::Parse(area, offset))
             return block->description;
     }
     return {};
 }
 
-Result<OpenedVolume> VolumeOpener::open(std::shared_ptr<const ByteSource> source,
+Result<OpenedVolume> VolumeOpener::Open(std::shared_ptr<const ByteSource> source,
                                         const Secret &secret, const CancelFlag *cancel) const
 {
-    forbidCoreDumps();
-    return OpenedVolumeBuilder(std::move(source), _stretcher, cancel).open(secret);
+    ForbidCoreDumps();
+    return OpenedVolumeBuilder(std::move(source), _stretcher, cancel).Open(secret);
 }
 
 }  // namespace vx::bitlocker

@@ -20,8 +20,8 @@ namespace vx::bitlocker {
 
 // What is known about an opened volume besides its contents.
 struct VolumeFacts {
-    Layout layout = Layout::Windows7;
-    Method method = Method::None;
+    Layout layout = Layout::kWindows7;
+    Method method = Method::kNone;
     uint32_t sectorSize = 0;
     uint64_t encryptedSize = 0;  // 0 for Vista, which does not store it
     uint16_t state = 0;
@@ -49,16 +49,16 @@ public:
     explicit VolumeOpener(KeyStretcher stretcher = KeyStretcher()) : _stretcher(stretcher) {}
 
     // Whether the first 512 bytes are those of a BitLocker volume. Cheap.
-    static bool recognises(const ByteSource &source);
+    static bool Recognises(const ByteSource &source);
 
     // Computer, label and date as the system noted them, UTF-8, from the first copy of the
     // metadata that is sound where the boot sector names it; empty if there is none. Cheap: reads
     // three copies at most and searches nothing.
-    static std::string describe(const ByteSource &source);
+    static std::string Describe(const ByteSource &source);
 
     // cancel: another thread may raise it; may be null. Errors: every Status but
     // DamagedFileSystem.
-    Result<OpenedVolume> open(std::shared_ptr<const ByteSource> source, const Secret &secret,
+    Result<OpenedVolume> Open(std::shared_ptr<const ByteSource> source, const Secret &secret,
                               const CancelFlag *cancel = nullptr) const;
 
 private:

@@ -16,11 +16,11 @@ struct WrappedKey {
     std::vector<uint8_t> ciphertext;
 
     // From the data of an entry with wrapped data; none if that is too short.
-    static std::optional<WrappedKey> parse(ByteView data);
+    static std::optional<WrappedKey> Parse(ByteView data);
 
     // The key inside. None if the 32 bytes of unwrappingKey are the wrong key, if the stored
     // bytes are damaged or if what comes out is no key.
-    std::optional<KeyMaterial> unwrap(ByteView unwrappingKey) const;
+    std::optional<KeyMaterial> Unwrap(ByteView unwrappingKey) const;
 };
 
 }  // namespace vx::bitlocker

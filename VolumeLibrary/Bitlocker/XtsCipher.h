@@ -18,13 +18,13 @@ public:
     // dataKey, tweakKey: both of 16 or both of 32 bytes.
     XtsCipher(ByteView dataKey, ByteView tweakKey, uint32_t sectorSize);
 
-    bool good() const { return _tweak.good() && _data.good(); }
-    std::unique_ptr<SectorCipher> clone() const override;
-    bool decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) override;
+    bool Good() const { return _tweak.Good() && _data.Good(); }
+    std::unique_ptr<SectorCipher> Clone() const override;
+    bool Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) override;
 
 private:
     XtsCipher(CipherContext tweak, CipherContext data, uint32_t sectorSize);
-    bool decryptPiece(const uint8_t *sectorTweaks, const uint8_t *in, uint8_t *out, size_t length);
+    bool DecryptPiece(const uint8_t *sectorTweaks, const uint8_t *in, uint8_t *out, size_t length);
 
     CipherContext _tweak;
     CipherContext _data;

@@ -21,37 +21,37 @@ class XtsTweakSteps {
 public:
     // As in XtsTweaks. A row is made of eight tweaks at once, so that the step to the next row is
     // one by whole bytes.
-    static VX_INLINED void apply(const uint8_t *first, size_t sectorSize, const uint8_t *in,
+    static VX_INLINED void Apply(const uint8_t *first, size_t sectorSize, const uint8_t *in,
                                  uint8_t *tweaks, uint8_t *masked, size_t length)
     {
         for (size_t sector = 0; sector < length; sector += sectorSize, first += kBlock) {
             Vector row[kVectors];
             for (size_t k = 0; k < kVectors; ++k)
-                begin(row[k], first, k * kBlocks, Halves());
+                Begin(row[k], first, k * kBlocks, Halves());
             for (size_t at = sector; at < sector + sectorSize; at += kXtsRow) {
                 if (at > sector)
                     for (Vector &tweak : row)
-                        timesX8(tweak, Bytes());
+                        TimesX8(tweak, Bytes());
                 for (size_t k = 0; k < kVectors; ++k) {
                     Vector data;
-                    load(data, in + at + k * kWidth);
+                    Load(data, in + at + k * kWidth);
                     data ^= row[k];
-                    store(tweaks + at + k * kWidth, row[k]);
-                    store(masked + at + k * kWidth, data);
+                    Store(tweaks + at + k * kWidth, row[k]);
+                    Store(masked + at + k * kWidth, data);
                 }
             }
         }
     }
 
-    static VX_INLINED void remove(const uint8_t *tweaks, uint8_t *data, size_t length)
+    static VX_INLINED void Remove(const uint8_t *tweaks, uint8_t *data, size_t length)
     {
         for (size_t at = 0; at < length; at += kWidth) {
             Vector value;
             Vector tweak;
-            load(value, data + at);
-            load(tweak, tweaks + at);
+            Load(value, data + at);
+            Load(tweak, tweaks + at);
             value ^= tweak;
-            store(data + at, value);
+            Store(data + at, value);
         }
     }
 
@@ -69,19 +69,19 @@ private:
 
     static_assert(kXtsRow / kBlock == 8, "timesX8 leads from one row to the next");
 
-    static VX_INLINED void load(Vector &value, const uint8_t *place)
+    static VX_INLINED void Load(Vector &value, const uint8_t *place)
     {
         std::memcpy(&value, place, sizeof value);
     }
 
-    static VX_INLINED void store(uint8_t *place, const Vector &value)
+    static VX_INLINED void Store(uint8_t *place, const Vector &value)
     {
         std::memcpy(place, &value, sizeof value);
     }
 
     // The tweaks first * x^power, first * x^(power + 1), ... The powers are less than 8.
     template <size_t... kHalf>
-    static VX_INLINED void begin(Vector &tweak, const uint8_t *first, uint64_t power,
+    static VX_INLINED void Begin(Vector &tweak, const uint8_t *first, uint64_t power,
                                  std::index_sequence<kHalf...>)
     {
         uint64_t halves[2];
@@ -92,13 +92,13 @@ private:
         tweak <<= powers;
         const Vector zeros = {};
         tweak ^= __builtin_shufflevector(out, zeros, (kHalf % 2 == 0 ? kHalves : kHalf - 1)...);
-        reduce(tweak,
+        Reduce(tweak,
                __builtin_shufflevector(out, zeros, (kHalf % 2 == 0 ? kHalf + 1 : kHalves)...));
     }
 
     // By moving whole bytes.
     template <size_t... kByte>
-    static VX_INLINED void timesX8(Vector &tweak, std::index_sequence<kByte...>)
+    static VX_INLINED void TimesX8(Vector &tweak, std::index_sequence<kByte...>)
     {
         const ByteVector zeros = {};
         const auto bytes = reinterpret_cast<ByteVector>(tweak);
@@ -106,11 +106,11 @@ private:
             bytes, zeros, (kByte % kBlock == 0 ? kByte + kBlock - 1 : kWidth)...));
         tweak = reinterpret_cast<Vector>(
             __builtin_shufflevector(bytes, zeros, (kByte % kBlock == 0 ? kWidth : kByte - 1)...));
-        reduce(tweak, out);
+        Reduce(tweak, out);
     }
 
     // What falls out at the top is multiplied by x^7 + x^2 + x + 1.
-    static VX_INLINED void reduce(Vector &tweak, const Vector &out)
+    static VX_INLINED void Reduce(Vector &tweak, const Vector &out)
     {
         tweak ^= out ^ (out << 1) ^ (out << 2) ^ (out << 7);
     }

@@ -6,35 +6,35 @@ namespace vx::bitlocker {
 
 namespace {
 
-void apply(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
+void Apply(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
            uint8_t *masked, size_t length)
 {
-    XtsTweakSteps<16>::apply(first, sectorSize, in, tweaks, masked, length);
+    XtsTweakSteps<16>::Apply(first, sectorSize, in, tweaks, masked, length);
 }
 
-void remove(const uint8_t *tweaks, uint8_t *data, size_t length)
+void Remove(const uint8_t *tweaks, uint8_t *data, size_t length)
 {
-    XtsTweakSteps<16>::remove(tweaks, data, length);
+    XtsTweakSteps<16>::Remove(tweaks, data, length);
 }
 
-XtsTweaks fastest()
+XtsTweaks Fastest()
 {
-    for (const XtsTweaks &wide : wideXtsTweaks())
+    for (const XtsTweaks &wide : WideXtsTweaks())
         if (wide.supported)
             return wide;
-    return plainXtsTweaks();
+    return PlainXtsTweaks();
 }
 
 }  // namespace
 
-XtsTweaks plainXtsTweaks()
+XtsTweaks PlainXtsTweaks()
 {
-    return {"plain", true, apply, remove};
+    return {"plain", true, Apply, Remove};
 }
 
-const XtsTweaks &bestXtsTweaks()
+const XtsTweaks &BestXtsTweaks()
 {
-    static const XtsTweaks best = fastest();
+    static const XtsTweaks best = Fastest();
     return best;
 }
 

@@ -27,10 +27,10 @@ struct XtsTweaks {
 };
 
 // For any processor.
-XtsTweaks plainXtsTweaks();
+XtsTweaks PlainXtsTweaks();
 // What this kind of processor can have beyond that, the fastest first.
-std::vector<XtsTweaks> wideXtsTweaks();
+std::vector<XtsTweaks> WideXtsTweaks();
 // The fastest that is supported.
-const XtsTweaks &bestXtsTweaks();
+const XtsTweaks &BestXtsTweaks();
 
 }  // namespace vx::bitlocker

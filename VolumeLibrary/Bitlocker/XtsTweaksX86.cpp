@@ -10,43 +10,43 @@ namespace {
 #define VX_AVX2 __attribute__((target("avx2")))
 #define VX_AVX512 __attribute__((target("avx512f,avx512bw")))
 
-VX_AVX2 void apply32(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
+VX_AVX2 void Apply32(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
                      uint8_t *masked, size_t length)
 {
-    XtsTweakSteps<32>::apply(first, sectorSize, in, tweaks, masked, length);
+    XtsTweakSteps<32>::Apply(first, sectorSize, in, tweaks, masked, length);
 }
 
-VX_AVX2 void remove32(const uint8_t *tweaks, uint8_t *data, size_t length)
+VX_AVX2 void Remove32(const uint8_t *tweaks, uint8_t *data, size_t length)
 {
-    XtsTweakSteps<32>::remove(tweaks, data, length);
+    XtsTweakSteps<32>::Remove(tweaks, data, length);
 }
 
-VX_AVX512 void apply64(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
+VX_AVX512 void Apply64(const uint8_t *first, size_t sectorSize, const uint8_t *in, uint8_t *tweaks,
                        uint8_t *masked, size_t length)
 {
-    XtsTweakSteps<64>::apply(first, sectorSize, in, tweaks, masked, length);
+    XtsTweakSteps<64>::Apply(first, sectorSize, in, tweaks, masked, length);
 }
 
-VX_AVX512 void remove64(const uint8_t *tweaks, uint8_t *data, size_t length)
+VX_AVX512 void Remove64(const uint8_t *tweaks, uint8_t *data, size_t length)
 {
-    XtsTweakSteps<64>::remove(tweaks, data, length);
+    XtsTweakSteps<64>::Remove(tweaks, data, length);
 }
 
-bool hasAvx2()
+bool HasAvx2()
 {
     return __builtin_cpu_supports("avx2") != 0;
 }
 
-bool hasAvx512()
+bool HasAvx512()
 {
     return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0;
 }
 
 }  // namespace
 
-std::vector<XtsTweaks> wideXtsTweaks()
+std::vector<XtsTweaks> WideXtsTweaks()
 {
-    return {{"AVX-512", hasAvx512(), apply64, remove64}, {"AVX2", hasAvx2(), apply32, remove32}};
+    return {{"AVX-512", HasAvx512(), Apply64, Remove64}, {"AVX2", HasAvx2(), Apply32, Remove32}};
 }
 
 }  // namespace vx::bitlocker

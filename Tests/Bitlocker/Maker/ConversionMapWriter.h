@@ -5,7 +5,7 @@
 
 #include "VolumePlan.h"
 
-#include "Bitlocker/ByteView.h"
+#include "ByteView.h"
 
 namespace vx::bitlocker::maker {
 
@@ -15,12 +15,12 @@ public:
     ConversionMapWriter(const VolumeRecipe &recipe, const VolumePlan &plan);
 
     // Whether the sector stored at offset is encrypted.
-    bool isEncrypted(uint64_t offset) const;
-    std::vector<uint8_t> information() const;
-    std::vector<uint8_t> bitmaps() const;
+    bool IsEncrypted(uint64_t offset) const;
+    std::vector<uint8_t> Information() const;
+    std::vector<uint8_t> Bitmaps() const;
     // saved: the first 16 bytes of every sector of the interrupted chunk in its encrypted form;
     // empty when there is none.
-    std::vector<uint8_t> logs(ByteView saved) const;
+    std::vector<uint8_t> Logs(ByteView saved) const;
 
 private:
     struct Region {
@@ -28,12 +28,12 @@ private:
         uint64_t length = 0;
     };
 
-    Region region(size_t index) const;
-    size_t regionOf(uint64_t offset) const;
-    std::vector<uint8_t> bitmapBlock(size_t index) const;
-    std::vector<uint8_t> record(size_t index, uint64_t sequence, bool stale) const;
-    std::vector<uint8_t> log(size_t index, ByteView saved) const;
-    std::vector<uint8_t> slot(uint64_t sequence, uint64_t chunk, ByteView saved) const;
+    Region RegionAt(size_t index) const;
+    size_t RegionOf(uint64_t offset) const;
+    std::vector<uint8_t> BitmapBlock(size_t index) const;
+    std::vector<uint8_t> Record(size_t index, uint64_t sequence, bool stale) const;
+    std::vector<uint8_t> Log(size_t index, ByteView saved) const;
+    std::vector<uint8_t> Slot(uint64_t sequence, uint64_t chunk, ByteView saved) const;
 
     const VolumeRecipe &_recipe;
     const VolumePlan &_plan;

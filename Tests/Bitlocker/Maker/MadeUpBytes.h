@@ -2,7 +2,7 @@
 // so that a volume can be made again.
 #pragma once
 
-#include "Bitlocker/Guid.h"
+#include "Guid.h"
 
 #include <string>
 #include <vector>
@@ -13,14 +13,14 @@ class MadeUpBytes {
 public:
     explicit MadeUpBytes(uint32_t seed) : _seed(seed) {}
 
-    std::vector<uint8_t> bytes(const std::string &label, size_t count) const;
-    Guid guid(const std::string &label) const;
+    std::vector<uint8_t> Bytes(const std::string &label, size_t count) const;
+    Guid GuidOf(const std::string &label) const;
 
 private:
     uint32_t _seed;
 };
 
 // The 32 bytes of the startup key for a protector.
-std::vector<uint8_t> startupKeyOf(const Guid &protector);
+std::vector<uint8_t> StartupKeyOf(const Guid &protector);
 
 }  // namespace vx::bitlocker::maker

@@ -7,30 +7,31 @@
 #include "StartupKeyFileWriter.h"
 #include "VolumeMaker.h"
 
-#include "Bitlocker/FileByteSource.h"
+#include "FileByteSource.h"
 
 #include <cstdio>
 #include <exception>
 #include <map>
 
+using namespace vx;
 using namespace vx::bitlocker;
 using namespace vx::bitlocker::maker;
 
 namespace {
 
 const std::map<std::string, Method> kMethods = {
-    {"xts128", Method::Aes128Xts},           {"xts256", Method::Aes256Xts},
-    {"cbc128", Method::Aes128Cbc},           {"cbc256", Method::Aes256Cbc},
-    {"elephant128", Method::Aes128Elephant}, {"elephant256", Method::Aes256Elephant},
+    {"xts128", Method::kAes128Xts},           {"xts256", Method::kAes256Xts},
+    {"cbc128", Method::kAes128Cbc},           {"cbc256", Method::kAes256Cbc},
+    {"elephant128", Method::kAes128Elephant}, {"elephant256", Method::kAes256Elephant},
 };
 
 const std::map<std::string, Layout> kLayouts = {
-    {"vista", Layout::Vista},
-    {"windows7", Layout::Windows7},
-    {"togo", Layout::ToGo},
+    {"vista", Layout::kVista},
+    {"windows7", Layout::kWindows7},
+    {"togo", Layout::kToGo},
 };
 
-int usage()
+int Usage()
 {
     std::fputs("usage: make-bitlocker-volume PLAIN OUT [--method xts128|xts256|cbc128|cbc256|"
                "elephant128|elephant256]\n"
@@ -43,25 +44,25 @@ int usage()
 const std::map<std::string, uint32_t> kSectorSizes = {
     {"512", 512}, {"1024", 1024}, {"2048", 2048}, {"4096", 4096}};
 
-ProtectorRecipe startupKeyIn(const std::string &path)
+ProtectorRecipe StartupKeyIn(const std::string &path)
 {
-    const Guid protector = MadeUpBytes(1).guid("startup key");
-    FileSink(path).write(0, makeStartupKeyFile(protector));
-    return ProtectorRecipe::startupKey(protector);
+    const Guid protector = MadeUpBytes(1).GuidOf("startup key");
+    FileSink(path).Write(0, MakeStartupKeyFile(protector));
+    return ProtectorRecipe::StartupKey(protector);
 }
 
-bool takeOption(VolumeRecipe &recipe, const std::string &name, const std::string &value)
+bool TakeOption(VolumeRecipe &recipe, const std::string &name, const std::string &value)
 {
     if (name == "--method" && kMethods.count(value) != 0)
         recipe.method = kMethods.at(value);
     else if (name == "--layout" && kLayouts.count(value) != 0)
         recipe.layout = kLayouts.at(value);
     else if (name == "--password")
-        recipe.protectors.push_back(ProtectorRecipe::password(value));
+        recipe.protectors.push_back(ProtectorRecipe::Password(value));
     else if (name == "--recovery")
-        recipe.protectors.push_back(ProtectorRecipe::recovery(value));
+        recipe.protectors.push_back(ProtectorRecipe::Recovery(value));
     else if (name == "--startup-key")
-        recipe.protectors.push_back(startupKeyIn(value));
+        recipe.protectors.push_back(StartupKeyIn(value));
     else if (name == "--sector-size" && kSectorSizes.count(value) != 0)
         recipe.sectorSize = kSectorSizes.at(value);
     else
@@ -69,12 +70,12 @@ bool takeOption(VolumeRecipe &recipe, const std::string &name, const std::string
     return true;
 }
 
-bool takeOptions(VolumeRecipe &recipe, const std::vector<std::string> &words)
+bool TakeOptions(VolumeRecipe &recipe, const std::vector<std::string> &words)
 {
     for (size_t at = 0; at < words.size(); ++at) {
         if (words[at] == "--clear-key")
-            recipe.protectors.push_back(ProtectorRecipe::clearKey());
-        else if (at + 1 == words.size() || !takeOption(recipe, words[at], words[at + 1]))
+            recipe.protectors.push_back(ProtectorRecipe::ClearKey());
+        else if (at + 1 == words.size() || !TakeOption(recipe, words[at], words[at + 1]))
             return false;
         else
             ++at;
@@ -87,15 +88,15 @@ bool takeOptions(VolumeRecipe &recipe, const std::vector<std::string> &words)
 int main(int argc, char **argv)
 try {
     VolumeRecipe recipe;
-    if (argc < 3 || !takeOptions(recipe, {argv + 3, argv + argc}))
-        return usage();
-    Result<std::unique_ptr<FileByteSource>> plain = FileByteSource::open(argv[1]);
+    if (argc < 3 || !TakeOptions(recipe, {argv + 3, argv + argc}))
+        return Usage();
+    Result<std::unique_ptr<FileByteSource>> plain = FileByteSource::Open(argv[1]);
     if (!plain) {
-        std::fprintf(stderr, "%s\n", describe(plain.error()).c_str());
+        std::fprintf(stderr, "%s\n", plain.Failure().detail.c_str());
         return 1;
     }
     FileSink sink(argv[2]);
-    VolumeMaker(recipe).make(**plain, sink);
+    VolumeMaker(recipe).Make(**plain, sink);
     return 0;
 } catch (const std::exception &error) {
     std::fprintf(stderr, "%s\n", error.what());

@@ -4,11 +4,11 @@
 #include "Entries.h"
 #include "KeyWrapper.h"
 
-#include "Bitlocker/ByteReader.h"
-#include "Bitlocker/Crc32.h"
-#include "Bitlocker/MetadataBlock.h"
-#include "Bitlocker/Secret.h"
-#include "Bitlocker/Utf16.h"
+#include "ByteReader.h"
+#include "Crc32.h"
+#include "MetadataBlock.h"
+#include "PasswordText.h"
+#include "Secret.h"
 
 #include <stdexcept>
 
@@ -20,16 +20,16 @@ constexpr uint16_t kMasterKeyKind = 0x2003;
 constexpr uint16_t kDigestKind = 0x2005;
 
 template <typename T>
-T orThrow(Result<T> result)
+T OrThrow(Result<T> result)
 {
     if (!result)
-        throw std::runtime_error(describe(result.error()));
+        throw std::runtime_error(result.Failure().detail);
     return std::move(*result);
 }
 
-std::vector<uint8_t> stretchedKey(const Secret &secret, const Salt &salt, uint64_t rounds)
+std::vector<uint8_t> StretchedKey(const Secret &secret, const Salt &salt, uint64_t rounds)
 {
-    return orThrow(KeyStretcher(rounds).stretch(secret.key(), salt, nullptr)).view().copy();
+    return OrThrow(KeyStretcher(rounds).Stretch(secret.Key(), salt, nullptr)).View().Copy();
 }
 
 // The key of a protector and the property that says how to get it.
@@ -38,37 +38,37 @@ struct ProtectorKey {
     std::vector<uint8_t> property;
 };
 
-ProtectorKey makeStretched(const Secret &secret, const std::vector<uint8_t> &saltBytes,
+ProtectorKey MakeStretched(const Secret &secret, const std::vector<uint8_t> &saltBytes,
                            uint64_t rounds)
 {
     Salt salt;
     std::copy(saltBytes.begin(), saltBytes.end(), salt.begin());
-    const uint32_t kind = secret.kind() == ProtectorKind::Password ? 0x1001 : 0x1000;
+    const uint32_t kind = secret.Kind() == ProtectorKind::kPassword ? 0x1001 : 0x1000;
     // A copy of the stretched key under the master key follows on real volumes; nobody needs it.
-    const std::vector<uint8_t> inner = makeEntry(0x0013, 0x0005, std::vector<uint8_t>(72, 0x5a));
-    return {stretchedKey(secret, salt, rounds),
-            makeEntry(0, 3, ByteWriter().u32(kind).bytes(saltBytes).bytes(inner).result())};
+    const std::vector<uint8_t> inner = MakeEntry(0x0013, 0x0005, std::vector<uint8_t>(72, 0x5a));
+    return {StretchedKey(secret, salt, rounds),
+            MakeEntry(0, 3, ByteWriter().U32(kind).Bytes(saltBytes).Bytes(inner).Result())};
 }
 
-ProtectorKey makeProtectorKey(const ProtectorRecipe &recipe, const Guid &identifier,
+ProtectorKey MakeProtectorKey(const ProtectorRecipe &recipe, const Guid &identifier,
                               const MadeUpBytes &madeUp, const std::string &label, uint64_t rounds)
 {
     switch (recipe.kind) {
-    case ProtectorKind::Password:
-        return makeStretched(orThrow(Secret::password(recipe.secret)),
-                             madeUp.bytes(label + " salt", sizeof(Salt)), rounds);
-    case ProtectorKind::RecoveryPassword:
-        return makeStretched(orThrow(Secret::recoveryPassword(recipe.secret)),
-                             madeUp.bytes(label + " salt", sizeof(Salt)), rounds);
-    case ProtectorKind::ExternalKey:
-        return {startupKeyOf(identifier), makeEntry(0, 4, ByteWriter().u32(0x2002).result())};
+    case ProtectorKind::kPassword:
+        return MakeStretched(OrThrow(Secret::FromPassword(recipe.secret)),
+                             madeUp.Bytes(label + " salt", sizeof(Salt)), rounds);
+    case ProtectorKind::kRecoveryPassword:
+        return MakeStretched(OrThrow(Secret::FromRecoveryPassword(recipe.secret)),
+                             madeUp.Bytes(label + " salt", sizeof(Salt)), rounds);
+    case ProtectorKind::kExternalKey:
+        return {StartupKeyOf(identifier), MakeEntry(0, 4, ByteWriter().U32(0x2002).Result())};
     default:
         break;
     }
-    const std::vector<uint8_t> key = madeUp.bytes(label + " key", 32);
-    if (recipe.kind == ProtectorKind::ClearKey)
-        return {key, makeKeyEntry(0x2000, key)};
-    return {key, makeEntry(0, 6, std::vector<uint8_t>(40, 0x33))};
+    const std::vector<uint8_t> key = madeUp.Bytes(label + " key", 32);
+    if (recipe.kind == ProtectorKind::kClearKey)
+        return {key, MakeKeyEntry(0x2000, key)};
+    return {key, MakeEntry(0, 6, std::vector<uint8_t>(40, 0x33))};
 }
 
 }  // namespace
@@ -79,127 +79,127 @@ MetadataWriter::MetadataWriter(const VolumeRecipe &recipe, const VolumePlan &pla
       _plan(plan),
       _mirrorCluster(mirrorCluster),
       _madeUp(recipe.seed),
-      _masterKey(_madeUp.bytes("master key", 32)),
-      _entries(entries())
+      _masterKey(_madeUp.Bytes("master key", 32)),
+      _entries(Entries())
 {
 }
 
-std::vector<uint8_t> MetadataWriter::sectorKey() const
+std::vector<uint8_t> MetadataWriter::SectorKey() const
 {
-    return _madeUp.bytes("sector key", sectorKeySize(_recipe.method));
+    return _madeUp.Bytes("sector key", SectorKeySize(_recipe.method));
 }
 
-std::vector<uint8_t> MetadataWriter::nonce() const
+std::vector<uint8_t> MetadataWriter::Nonce() const
 {
-    return ByteWriter().u64(kSomeTime).u32(_nonces++).result();
+    return ByteWriter().U64(kSomeTime).U32(_nonces++).Result();
 }
 
-std::vector<uint8_t> MetadataWriter::protectorEntry(const ProtectorRecipe &protector,
+std::vector<uint8_t> MetadataWriter::ProtectorEntry(const ProtectorRecipe &protector,
                                                     size_t index) const
 {
     const std::string label = "protector " + std::to_string(index);
     const Guid identifier =
-        protector.identifier == Guid() ? _madeUp.guid(label) : protector.identifier;
+        protector.identifier == Guid() ? _madeUp.GuidOf(label) : protector.identifier;
     const ProtectorKey key =
-        makeProtectorKey(protector, identifier, _madeUp, label, _recipe.rounds);
-    std::vector<uint8_t> wrapped = wrapKey(key.key, nonce(), kMasterKeyKind, _masterKey);
+        MakeProtectorKey(protector, identifier, _madeUp, label, _recipe.rounds);
+    std::vector<uint8_t> wrapped = WrapKey(key.key, Nonce(), kMasterKeyKind, _masterKey);
     if (protector.damaged)
         wrapped.back() ^= 1;
     ByteWriter data;
-    data.guid(identifier).u64(kSomeTime).u16(0).u16(static_cast<uint16_t>(protector.kind));
+    data.Guid(identifier).U64(kSomeTime).U16(0).U16(static_cast<uint16_t>(protector.kind));
     if (protector.withUnknownProperty)
-        data.bytes(makeEntry(0, 0x15, std::vector<uint8_t>(20, 0x11)));
-    data.bytes(key.property).bytes(makeEntry(0, 5, wrapped));
-    return makeEntry(2, 8, data.result());
+        data.Bytes(MakeEntry(0, 0x15, std::vector<uint8_t>(20, 0x11)));
+    data.Bytes(key.property).Bytes(MakeEntry(0, 5, wrapped));
+    return MakeEntry(2, 8, data.Result());
 }
 
-std::vector<uint8_t> MetadataWriter::headerEntry() const
+std::vector<uint8_t> MetadataWriter::HeaderEntry() const
 {
     const uint64_t length = static_cast<uint64_t>(_plan.relocatedSectors) * _recipe.sectorSize;
     ByteWriter data;
-    data.u64(_plan.relocationOffset).u64(length);
-    if (_recipe.headerEntry == VolumeRecipe::HeaderEntry::Long) {
-        data.u16(5).u16(0x4c).u32(0).u64(0x0a).zeros(12);
-        data.u32(_recipe.sectorSize).u32(_recipe.sectorSize).u32(10).u32(0).u32(22000);
-        data.u32(2).u32(0).u32(0x02010110).u64(0).u64(0);
+    data.U64(_plan.relocationOffset).U64(length);
+    if (_recipe.headerEntry == VolumeRecipe::HeaderEntry::kLong) {
+        data.U16(5).U16(0x4c).U32(0).U64(0x0a).Zeros(12);
+        data.U32(_recipe.sectorSize).U32(_recipe.sectorSize).U32(10).U32(0).U32(22000);
+        data.U32(2).U32(0).U32(0x02010110).U64(0).U64(0);
     }
-    return makeEntry(0x000f, 0x000f, data.result());
+    return MakeEntry(0x000f, 0x000f, data.Result());
 }
 
-std::vector<uint8_t> MetadataWriter::entries() const
+std::vector<uint8_t> MetadataWriter::Entries() const
 {
-    const std::vector<uint8_t> key = sectorKey();
+    const std::vector<uint8_t> key = SectorKey();
     const std::vector<uint8_t> sectorKeyEntry =
         key.empty()
             ? std::vector<uint8_t>()
-            : makeEntry(3, 5,
-                        wrapKey(_masterKey, nonce(), static_cast<uint16_t>(_recipe.method), key));
+            : MakeEntry(3, 5,
+                        WrapKey(_masterKey, Nonce(), static_cast<uint16_t>(_recipe.method), key));
     ByteWriter all;
     if (_recipe.padding > 0)
-        all.bytes(makeEntry(4, 7, std::vector<uint8_t>(_recipe.padding)));
-    const std::optional<KeyMaterial> text = utf16FromUtf8(_recipe.description);
-    all.bytes(makeEntry(7, 2, ByteWriter().bytes(text->view()).u16(0).result()));
+        all.Bytes(MakeEntry(4, 7, std::vector<uint8_t>(_recipe.padding)));
+    const std::optional<KeyMaterial> text = Utf16FromUtf8(_recipe.description);
+    all.Bytes(MakeEntry(7, 2, ByteWriter().Bytes(text->View()).U16(0).Result()));
     if (_recipe.sectorKeyFirst || _recipe.protectors.empty())
-        all.bytes(sectorKeyEntry);
+        all.Bytes(sectorKeyEntry);
     for (size_t index = 0; index < _recipe.protectors.size(); ++index) {
-        all.bytes(protectorEntry(_recipe.protectors[index], index));
+        all.Bytes(ProtectorEntry(_recipe.protectors[index], index));
         if (index == 0 && !_recipe.sectorKeyFirst)
-            all.bytes(sectorKeyEntry);
+            all.Bytes(sectorKeyEntry);
     }
-    if (_recipe.layout != Layout::Vista && _recipe.headerEntry != VolumeRecipe::HeaderEntry::None)
-        all.bytes(headerEntry());
-    return all.result();
+    if (_recipe.layout != Layout::kVista && _recipe.headerEntry != VolumeRecipe::HeaderEntry::kNone)
+        all.Bytes(HeaderEntry());
+    return all.Result();
 }
 
-std::vector<uint8_t> MetadataWriter::blockHeader(size_t covered) const
+std::vector<uint8_t> MetadataWriter::BlockHeader(size_t covered) const
 {
-    const bool vista = _recipe.layout == Layout::Vista;
+    const bool vista = _recipe.layout == Layout::kVista;
     ByteWriter header;
-    header.text("-FVE-FS-").u16(static_cast<uint16_t>(vista ? covered : covered / 16));
-    header.u16(vista ? 1 : 2).u16(_recipe.state).u16(_recipe.nextState);
-    header.u64(_plan.encryptedSize).u32(0).u32(_plan.relocatedSectors);
+    header.Text("-FVE-FS-").U16(static_cast<uint16_t>(vista ? covered : covered / 16));
+    header.U16(vista ? 1 : 2).U16(_recipe.state).U16(_recipe.nextState);
+    header.U64(_plan.encryptedSize).U32(0).U32(_plan.relocatedSectors);
     for (uint64_t copy : _plan.copies)
-        header.u64(copy);
-    return header.u64(vista ? _mirrorCluster : _plan.relocationOffset).result();
+        header.U64(copy);
+    return header.U64(vista ? _mirrorCluster : _plan.relocationOffset).Result();
 }
 
-std::vector<uint8_t> MetadataWriter::validation(ByteView covered) const
+std::vector<uint8_t> MetadataWriter::Validation(ByteView covered) const
 {
-    const Sha256Digest digest = sha256(covered);
+    const Sha256Digest digest = Sha256(covered);
     const ByteView bytes(digest.data(), digest.size());
     ByteWriter block;
-    block.u16(static_cast<uint16_t>(_plan.areaSize - covered.size));
-    block.u16(_recipe.layout == Layout::Vista ? 1 : 2).u32(Crc32().add(covered).value());
+    block.U16(static_cast<uint16_t>(_plan.areaSize - covered.size));
+    block.U16(_recipe.layout == Layout::kVista ? 1 : 2).U32(Crc32().Add(covered).Value());
     if (_recipe.protectors.empty())
-        return block.bytes(makeKeyEntry(kDigestKind, bytes)).result();
-    const std::vector<uint8_t> wrapped = wrapKey(_masterKey, nonce(), kDigestKind, bytes);
-    return block.bytes(makeEntry(0, 5, wrapped)).result();
+        return block.Bytes(MakeKeyEntry(kDigestKind, bytes)).Result();
+    const std::vector<uint8_t> wrapped = WrapKey(_masterKey, Nonce(), kDigestKind, bytes);
+    return block.Bytes(MakeEntry(0, 5, wrapped)).Result();
 }
 
-std::vector<uint8_t> MetadataWriter::area(size_t copy) const
+std::vector<uint8_t> MetadataWriter::Area(size_t copy) const
 {
     const auto size = static_cast<uint32_t>(48 + _entries.size());
     const size_t covered = (64 + size + 15) / 16 * 16;
     ByteWriter area;
-    area.bytes(blockHeader(covered));
-    area.u32(size).u32(1).u32(48).u32(size).guid(_madeUp.guid("volume"));
-    area.u32(_recipe.nonceCounters[copy]).u16(static_cast<uint16_t>(_recipe.method));
-    area.u16(0).u64(kSomeTime).bytes(_entries).pad(16);
-    const std::vector<uint8_t> check = validation(area.result());
-    area.bytes(check);
-    if (area.size() > _plan.areaSize)
+    area.Bytes(BlockHeader(covered));
+    area.U32(size).U32(1).U32(48).U32(size).Guid(_madeUp.GuidOf("volume"));
+    area.U32(_recipe.nonceCounters[copy]).U16(static_cast<uint16_t>(_recipe.method));
+    area.U16(0).U64(kSomeTime).Bytes(_entries).Pad(16);
+    const std::vector<uint8_t> check = Validation(area.Result());
+    area.Bytes(check);
+    if (area.Size() > _plan.areaSize)
         throw std::runtime_error("the metadata does not fit its area");
-    return area.zeros(_plan.areaSize - area.size()).result();
+    return area.Zeros(_plan.areaSize - area.Size()).Result();
 }
 
-void renewChecksum(std::vector<uint8_t> &image, uint64_t copy)
+void RenewChecksum(std::vector<uint8_t> &image, uint64_t copy)
 {
-    const ByteView block = ByteView(image).from(static_cast<size_t>(copy));
+    const ByteView block = ByteView(image).From(static_cast<size_t>(copy));
     ByteReader reader(block, 8);
-    const size_t stored = reader.u16();
-    const size_t covered = reader.u16() == 1 ? stored : stored * 16;
-    putU32(image, static_cast<size_t>(copy) + covered + 4,
-           Crc32().add(block.first(covered)).value());
+    const size_t stored = reader.U16();
+    const size_t covered = reader.U16() == 1 ? stored : stored * 16;
+    PutU32(image, static_cast<size_t>(copy) + covered + 4,
+           Crc32().Add(block.First(covered)).Value());
 }
 
 }  // namespace vx::bitlocker::maker

@@ -14,17 +14,17 @@ public:
     MetadataWriter(const VolumeRecipe &recipe, const VolumePlan &plan, uint64_t mirrorCluster);
 
     // The whole area of the copy 0, 1 or 2.
-    std::vector<uint8_t> area(size_t copy) const;
+    std::vector<uint8_t> Area(size_t copy) const;
     // As it is stored.
-    std::vector<uint8_t> sectorKey() const;
+    std::vector<uint8_t> SectorKey() const;
 
 private:
-    std::vector<uint8_t> entries() const;
-    std::vector<uint8_t> protectorEntry(const ProtectorRecipe &protector, size_t index) const;
-    std::vector<uint8_t> headerEntry() const;
-    std::vector<uint8_t> blockHeader(size_t covered) const;
-    std::vector<uint8_t> validation(ByteView covered) const;
-    std::vector<uint8_t> nonce() const;
+    std::vector<uint8_t> Entries() const;
+    std::vector<uint8_t> ProtectorEntry(const ProtectorRecipe &protector, size_t index) const;
+    std::vector<uint8_t> HeaderEntry() const;
+    std::vector<uint8_t> BlockHeader(size_t covered) const;
+    std::vector<uint8_t> Validation(ByteView covered) const;
+    std::vector<uint8_t> Nonce() const;
 
     const VolumeRecipe &_recipe;
     const VolumePlan &_plan;
@@ -36,6 +36,6 @@ private:
 };
 
 // Corrects the checksum (not the digest) of a copy that was changed on purpose.
-void renewChecksum(std::vector<uint8_t> &image, uint64_t copy);
+void RenewChecksum(std::vector<uint8_t> &image, uint64_t copy);
 
 }  // namespace vx::bitlocker::maker

@@ -2,8 +2,8 @@
 // which works on many at once.
 #pragma once
 
-#include "Bitlocker/ByteView.h"
-#include "Bitlocker/Method.h"
+#include "ByteView.h"
+#include "Method.h"
 
 namespace vx::bitlocker::maker {
 
@@ -13,12 +13,12 @@ public:
     SectorEncryptor(Method method, std::vector<uint8_t> key, uint32_t sectorSize);
 
     // Encrypts one sector in place. offset: where it will be stored.
-    void encrypt(uint64_t offset, uint8_t *sector) const;
+    void Encrypt(uint64_t offset, uint8_t *sector) const;
 
 private:
-    void encryptXts(uint64_t offset, uint8_t *sector) const;
-    void encryptCbc(uint64_t offset, uint8_t *sector, size_t keySize) const;
-    void diffuse(uint64_t offset, uint8_t *sector, size_t keySize) const;
+    void EncryptXts(uint64_t offset, uint8_t *sector) const;
+    void EncryptCbc(uint64_t offset, uint8_t *sector, size_t keySize) const;
+    void Diffuse(uint64_t offset, uint8_t *sector, size_t keySize) const;
 
     const Method _method;
     const std::vector<uint8_t> _key;
@@ -26,7 +26,7 @@ private:
 };
 
 // The diffusers in the direction of encryption, in place.
-void diffuserA(uint32_t *words, size_t count);
-void diffuserB(uint32_t *words, size_t count);
+void DiffuserA(uint32_t *words, size_t count);
+void DiffuserB(uint32_t *words, size_t count);
 
 }  // namespace vx::bitlocker::maker

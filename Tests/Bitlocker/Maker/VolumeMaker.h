@@ -7,7 +7,7 @@
 #include "MetadataWriter.h"
 #include "VolumeSink.h"
 
-#include "Bitlocker/ByteSource.h"
+#include "ByteSource.h"
 
 #include <memory>
 
@@ -22,7 +22,7 @@ public:
 
     // plain: its size is a multiple of the sector size; for Vista it begins with an NTFS boot
     // sector. Throws std::runtime_error when something cannot be done.
-    VolumePlan make(const ByteSource &plain, VolumeSink &sink) const;
+    VolumePlan Make(const ByteSource &plain, VolumeSink &sink) const;
 
 private:
     class Run;

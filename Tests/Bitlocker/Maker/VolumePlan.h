@@ -19,7 +19,7 @@ struct VolumePlan {
     uint64_t logsOffset = 0;
 
     // Errors are impossible; the plain size must be a multiple of the sector size.
-    static VolumePlan make(const VolumeRecipe &recipe, uint64_t plainSize);
+    static VolumePlan Make(const VolumeRecipe &recipe, uint64_t plainSize);
 };
 
 // Sizes of the parts of a conversion map.
@@ -27,7 +27,7 @@ constexpr uint64_t kRecordLength = 512;
 constexpr uint64_t kBitmapBlockLength = 3 * kRecordLength;
 constexpr size_t kRegions = 3;
 
-uint32_t slotLength(const VolumeRecipe &recipe);
-uint64_t logLength(const VolumeRecipe &recipe);
+uint32_t SlotLength(const VolumeRecipe &recipe);
+uint64_t LogLength(const VolumeRecipe &recipe);
 
 }  // namespace vx::bitlocker::maker

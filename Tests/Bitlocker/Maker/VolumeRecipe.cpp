@@ -2,33 +2,33 @@
 
 namespace vx::bitlocker::maker {
 
-ProtectorRecipe ProtectorRecipe::password(const std::string &text)
+ProtectorRecipe ProtectorRecipe::Password(const std::string &text)
 {
     ProtectorRecipe recipe;
     recipe.secret = text;
     return recipe;
 }
 
-ProtectorRecipe ProtectorRecipe::recovery(const std::string &text)
+ProtectorRecipe ProtectorRecipe::Recovery(const std::string &text)
 {
-    ProtectorRecipe recipe = ofKind(ProtectorKind::RecoveryPassword);
+    ProtectorRecipe recipe = OfKind(ProtectorKind::kRecoveryPassword);
     recipe.secret = text;
     return recipe;
 }
 
-ProtectorRecipe ProtectorRecipe::clearKey()
+ProtectorRecipe ProtectorRecipe::ClearKey()
 {
-    return ofKind(ProtectorKind::ClearKey);
+    return OfKind(ProtectorKind::kClearKey);
 }
 
-ProtectorRecipe ProtectorRecipe::startupKey(const Guid &identifier)
+ProtectorRecipe ProtectorRecipe::StartupKey(const Guid &identifier)
 {
-    ProtectorRecipe recipe = ofKind(ProtectorKind::ExternalKey);
+    ProtectorRecipe recipe = OfKind(ProtectorKind::kExternalKey);
     recipe.identifier = identifier;
     return recipe;
 }
 
-ProtectorRecipe ProtectorRecipe::ofKind(ProtectorKind kind)
+ProtectorRecipe ProtectorRecipe::OfKind(ProtectorKind kind)
 {
     ProtectorRecipe recipe;
     recipe.kind = kind;

@@ -2,10 +2,10 @@
 // Windows 10 writes it.
 #pragma once
 
-#include "Bitlocker/BootSector.h"
-#include "Bitlocker/KeyStretcher.h"
-#include "Bitlocker/Method.h"
-#include "Bitlocker/Protector.h"
+#include "BootSector.h"
+#include "KeyStretcher.h"
+#include "Method.h"
+#include "Protector.h"
 
 #include <functional>
 #include <optional>
@@ -15,18 +15,18 @@
 namespace vx::bitlocker::maker {
 
 struct ProtectorRecipe {
-    ProtectorKind kind = ProtectorKind::Password;
+    ProtectorKind kind = ProtectorKind::kPassword;
     std::string secret;                // password or recovery password
     Guid identifier;                   // zeros: made up
     bool withUnknownProperty = false;  // an unknown property before the ones that count
     bool damaged = false;              // its wrapped key does not authenticate
 
-    static ProtectorRecipe password(const std::string &text);
-    static ProtectorRecipe recovery(const std::string &text);
-    static ProtectorRecipe clearKey();
+    static ProtectorRecipe Password(const std::string &text);
+    static ProtectorRecipe Recovery(const std::string &text);
+    static ProtectorRecipe ClearKey();
     // The key is startupKeyOf(identifier).
-    static ProtectorRecipe startupKey(const Guid &identifier);
-    static ProtectorRecipe ofKind(ProtectorKind kind);
+    static ProtectorRecipe StartupKey(const Guid &identifier);
+    static ProtectorRecipe OfKind(ProtectorKind kind);
 };
 
 // A conversion that a map describes.
@@ -41,14 +41,14 @@ struct ConversionRecipe {
 };
 
 struct VolumeRecipe {
-    enum class HeaderEntry { None, Short, Long };
+    enum class HeaderEntry { kNone, kShort, kLong };
 
-    Layout layout = Layout::Windows7;
-    Method method = Method::Aes128Xts;
+    Layout layout = Layout::kWindows7;
+    Method method = Method::kAes128Xts;
     uint32_t sectorSize = 512;
     bool sectorSizeInBootSector = true;
     uint32_t relocatedSectors = 0;  // 0: 8192 bytes; ignored for Vista
-    HeaderEntry headerEntry = HeaderEntry::Long;
+    HeaderEntry headerEntry = HeaderEntry::kLong;
     bool sectorKeyFirst = false;  // before the protectors, else behind the first
     size_t padding = 0;           // bytes of an unknown entry in front of all others
     std::vector<ProtectorRecipe> protectors;

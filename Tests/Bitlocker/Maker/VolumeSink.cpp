@@ -12,23 +12,23 @@ namespace vx::bitlocker::maker {
 
 namespace {
 
-[[noreturn]] void fail(const std::string &what)
+[[noreturn]] void Fail(const std::string &what)
 {
     throw std::runtime_error(what + ": " + std::strerror(errno));
 }
 
 }  // namespace
 
-void MemorySink::write(uint64_t offset, ByteView bytes)
+void MemorySink::Write(uint64_t offset, ByteView bytes)
 {
-    putBytes(_bytes, static_cast<size_t>(offset), bytes);
+    PutBytes(_bytes, static_cast<size_t>(offset), bytes);
 }
 
 FileSink::FileSink(const std::string &path)
     : _descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666))
 {
     if (_descriptor < 0)
-        fail(path);
+        Fail(path);
 }
 
 FileSink::~FileSink()
@@ -36,7 +36,7 @@ FileSink::~FileSink()
     ::close(_descriptor);
 }
 
-void FileSink::write(uint64_t offset, ByteView bytes)
+void FileSink::Write(uint64_t offset, ByteView bytes)
 {
     while (bytes.size > 0) {
         const ssize_t done =
@@ -44,9 +44,9 @@ void FileSink::write(uint64_t offset, ByteView bytes)
         if (done < 0 && errno == EINTR)
             continue;
         if (done <= 0)
-            fail("write");
+            Fail("write");
         offset += static_cast<uint64_t>(done);
-        bytes = bytes.from(static_cast<size_t>(done));
+        bytes = bytes.From(static_cast<size_t>(done));
     }
 }
 

@@ -1,7 +1,7 @@
 // Where a volume that is made goes: a buffer or a file.
 #pragma once
 
-#include "Bitlocker/ByteView.h"
+#include "ByteView.h"
 
 #include <string>
 
@@ -11,13 +11,13 @@ class VolumeSink {
 public:
     virtual ~VolumeSink() = default;
     // Throws std::runtime_error when it fails.
-    virtual void write(uint64_t offset, ByteView bytes) = 0;
+    virtual void Write(uint64_t offset, ByteView bytes) = 0;
 };
 
 class MemorySink : public VolumeSink {
 public:
-    void write(uint64_t offset, ByteView bytes) override;
-    std::vector<uint8_t> &bytes() { return _bytes; }
+    void Write(uint64_t offset, ByteView bytes) override;
+    std::vector<uint8_t> &Bytes() { return _bytes; }
 
 private:
     std::vector<uint8_t> _bytes;
@@ -31,7 +31,7 @@ public:
     FileSink(const FileSink &) = delete;
     FileSink &operator=(const FileSink &) = delete;
 
-    void write(uint64_t offset, ByteView bytes) override;
+    void Write(uint64_t offset, ByteView bytes) override;
 
 private:
     int _descriptor;

@@ -6,13 +6,14 @@
 #include "../HeapLimit.h"
 #include "FuzzVolumes.h"
 
-#include "Bitlocker/ByteReader.h"
-#include "Bitlocker/MemoryByteSource.h"
-#include "Bitlocker/VolumeOpener.h"
+#include "ByteReader.h"
 #include "Maker/MetadataWriter.h"
+#include "MemoryByteSource.h"
+#include "VolumeOpener.h"
 
 #include <cstdlib>
 
+using namespace vx;
 using namespace vx::bitlocker;
 
 namespace {
@@ -21,39 +22,39 @@ constexpr uint8_t kRenewChecksums = 1;
 constexpr uint8_t kNoSecret = 2;
 constexpr size_t kCutUnit = 4096;
 
-bool canRenew(const std::vector<uint8_t> &image, uint64_t copy)
+bool CanRenew(const std::vector<uint8_t> &image, uint64_t copy)
 {
     ByteReader reader(image, static_cast<size_t>(copy) + 8);
-    const size_t stored = reader.u16();
-    const size_t covered = reader.u16() == 1 ? stored : stored * 16;
-    return reader.good() && copy + covered + 8 <= image.size();
+    const size_t stored = reader.U16();
+    const size_t covered = reader.U16() == 1 ? stored : stored * 16;
+    return reader.Good() && copy + covered + 8 <= image.size();
 }
 
-std::vector<uint8_t> damaged(const FuzzVolume &volume, ByteReader &reader, uint8_t flags,
+std::vector<uint8_t> Damaged(const FuzzVolume &volume, ByteReader &reader, uint8_t flags,
                              size_t cut)
 {
     std::vector<uint8_t> image = volume.image;
     if (cut != 0 && cut * kCutUnit < image.size())
         image.resize(cut * kCutUnit);
-    while (reader.left() >= 4) {
-        const size_t place = volume.places[reader.u8() % volume.places.size()] + reader.u16();
-        const uint8_t value = reader.u8();
+    while (reader.Left() >= 4) {
+        const size_t place = volume.places[reader.U8() % volume.places.size()] + reader.U16();
+        const uint8_t value = reader.U8();
         if (place < image.size())
             image[place] = value;
     }
     for (uint64_t copy : volume.plan.copies)
-        if ((flags & kRenewChecksums) != 0 && canRenew(image, copy))
-            maker::renewChecksum(image, copy);
+        if ((flags & kRenewChecksums) != 0 && CanRenew(image, copy))
+            maker::RenewChecksum(image, copy);
     return image;
 }
 
 // Reading may fail with a status and must do no more than that.
-void readSome(const DecryptedVolume &volume)
+void ReadSome(const DecryptedVolume &volume)
 {
     uint8_t buffer[1500];
-    const uint64_t size = volume.size();
+    const uint64_t size = volume.Size();
     for (uint64_t offset : {uint64_t{0}, uint64_t{511}, size / 4, size / 2, size - size / 3}) {
-        const Error error = volume.readAt(offset, buffer, sizeof buffer);
+        const Error error = volume.ReadAt(offset, buffer, sizeof buffer);
         if (error && error.detail.empty())
             std::abort();
     }
@@ -63,20 +64,20 @@ void readSome(const DecryptedVolume &volume)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const std::vector<FuzzVolume> volumes = makeFuzzVolumes();
-    static const Result<Secret> password = Secret::password(kFuzzPassword);
+    static const std::vector<FuzzVolume> volumes = MakeFuzzVolumes();
+    static const Result<Secret> password = Secret::FromPassword(kFuzzPassword);
     const vx::HeapLimit limit;
     ByteReader reader({data, size});
-    const FuzzVolume &volume = volumes[reader.u8() % volumes.size()];
-    const uint8_t flags = reader.u8();
-    const size_t cut = reader.u16();
-    const auto source = std::make_shared<MemoryByteSource>(damaged(volume, reader, flags, cut));
-    const Secret none = Secret::none();
+    const FuzzVolume &volume = volumes[reader.U8() % volumes.size()];
+    const uint8_t flags = reader.U8();
+    const size_t cut = reader.U16();
+    const auto source = std::make_shared<MemoryByteSource>(Damaged(volume, reader, flags, cut));
+    const Secret none = Secret::None();
     const Result<OpenedVolume> opened =
-        VolumeOpener(KeyStretcher(1)).open(source, flags & kNoSecret ? none : *password);
+        VolumeOpener(KeyStretcher(1)).Open(source, flags & kNoSecret ? none : *password);
     if (opened)
-        readSome(*opened->volume);
-    else if (opened.error().status == Status::Ok)
+        ReadSome(*opened->volume);
+    else if (opened.Failure().status == Status::kOk)
         std::abort();
     return 0;
 }

@@ -3,7 +3,7 @@
 #include "Maker/ByteWriter.h"
 #include "Maker/VolumeMaker.h"
 
-#include "Bitlocker/MemoryByteSource.h"
+#include "MemoryByteSource.h"
 
 namespace vx::bitlocker {
 
@@ -11,23 +11,23 @@ namespace {
 
 constexpr size_t kPlainSize = 64 * 1024;
 
-std::vector<uint8_t> plainImage()
+std::vector<uint8_t> PlainImage()
 {
     std::vector<uint8_t> image(kPlainSize);
-    maker::putBytes(image, 3, maker::ByteWriter().text("NTFS    ").u16(512).result());
+    maker::PutBytes(image, 3, maker::ByteWriter().Text("NTFS    ").U16(512).Result());
     image[13] = 8;
-    maker::putU16(image, 510, 0xaa55);
+    maker::PutU16(image, 510, 0xaa55);
     return image;
 }
 
-FuzzVolume makeVolume(maker::VolumeRecipe recipe)
+FuzzVolume MakeVolume(maker::VolumeRecipe recipe)
 {
     recipe.rounds = 1;
-    recipe.protectors.push_back(maker::ProtectorRecipe::password(kFuzzPassword));
+    recipe.protectors.push_back(maker::ProtectorRecipe::Password(kFuzzPassword));
     maker::MemorySink sink;
     FuzzVolume volume;
-    volume.plan = maker::VolumeMaker(recipe).make(MemoryByteSource(plainImage()), sink);
-    volume.image = std::move(sink.bytes());
+    volume.plan = maker::VolumeMaker(recipe).Make(MemoryByteSource(PlainImage()), sink);
+    volume.image = std::move(sink.Bytes());
     volume.places = {0};
     for (uint64_t copy : volume.plan.copies)
         volume.places.push_back(copy);
@@ -38,7 +38,7 @@ FuzzVolume makeVolume(maker::VolumeRecipe recipe)
     return volume;
 }
 
-maker::VolumeRecipe withLayout(Layout layout, Method method)
+maker::VolumeRecipe WithLayout(Layout layout, Method method)
 {
     maker::VolumeRecipe recipe;
     recipe.layout = layout;
@@ -46,7 +46,7 @@ maker::VolumeRecipe withLayout(Layout layout, Method method)
     return recipe;
 }
 
-maker::VolumeRecipe converting()
+maker::VolumeRecipe Converting()
 {
     maker::VolumeRecipe recipe;
     recipe.conversion.emplace();
@@ -57,16 +57,16 @@ maker::VolumeRecipe converting()
 
 }  // namespace
 
-std::vector<FuzzVolume> makeFuzzVolumes()
+std::vector<FuzzVolume> MakeFuzzVolumes()
 {
-    maker::VolumeRecipe suspended = withLayout(Layout::Windows7, Method::Aes128Elephant);
-    suspended.protectors.push_back(maker::ProtectorRecipe::clearKey());
+    maker::VolumeRecipe suspended = WithLayout(Layout::kWindows7, Method::kAes128Elephant);
+    suspended.protectors.push_back(maker::ProtectorRecipe::ClearKey());
     return {
-        makeVolume(withLayout(Layout::Windows7, Method::Aes128Xts)),
-        makeVolume(withLayout(Layout::Vista, Method::Aes256Cbc)),
-        makeVolume(withLayout(Layout::ToGo, Method::Aes256Xts)),
-        makeVolume(suspended),
-        makeVolume(converting()),
+        MakeVolume(WithLayout(Layout::kWindows7, Method::kAes128Xts)),
+        MakeVolume(WithLayout(Layout::kVista, Method::kAes256Cbc)),
+        MakeVolume(WithLayout(Layout::kToGo, Method::kAes256Xts)),
+        MakeVolume(suspended),
+        MakeVolume(Converting()),
     };
 }
 

@@ -13,6 +13,6 @@ struct FuzzVolume {
     std::vector<size_t> places;  // where damage is interesting
 };
 
-std::vector<FuzzVolume> makeFuzzVolumes();
+std::vector<FuzzVolume> MakeFuzzVolumes();
 
 }  // namespace vx::bitlocker

@@ -42,9 +42,9 @@ DamagedSource::DamagedSource(const SoundImage &image, SoundImage::Changes change
 {
 }
 
-bitlocker::Error DamagedSource::readAt(uint64_t offset, void *buffer, size_t count) const
+Error DamagedSource::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
-    if (bitlocker::Error error = checkRange(size(), offset, count))
+    if (Error error = CheckRange(Size(), offset, count))
         return error;
     std::memcpy(buffer, _image.data() + offset, count);
     auto change = _changes.lower_bound(offset);

@@ -4,7 +4,7 @@
 // of the image that are not empty; the highest bit says that it counts from the change before.
 #pragma once
 
-#include "Bitlocker/ByteSource.h"
+#include "ByteSource.h"
 
 #include <map>
 #include <vector>
@@ -24,12 +24,12 @@ private:
     std::vector<uint64_t> _sectors;  // the offsets of those that are not empty
 };
 
-class DamagedSource final : public bitlocker::ByteSource {
+class DamagedSource final : public ByteSource {
 public:
     DamagedSource(const SoundImage &image, SoundImage::Changes changes);
 
-    uint64_t size() const override { return _image.size(); }
-    bitlocker::Error readAt(uint64_t offset, void *buffer, size_t count) const override;
+    uint64_t Size() const override { return _image.size(); }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
 
 private:
     const std::vector<uint8_t> &_image;

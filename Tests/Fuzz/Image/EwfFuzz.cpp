@@ -1,8 +1,8 @@
 // Fuzz target: E01 and S01 images of one file. Of an input the last byte says whether the checksums
 // are repaired first; the rest is the image.
 #include "../HeapLimit.h"
-#include "Bitlocker/MemoryByteSource.h"
-#include "Image/EwfSource.h"
+#include "EwfSource.h"
+#include "MemoryByteSource.h"
 #include "RepairSums.h"
 #include "VisitSource.h"
 
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (data[size - 1] % 8 != 0)
         RepairEwf(&image);
     const HeapLimit limit;
-    const auto file = std::make_shared<bitlocker::MemoryByteSource>(std::move(image));
+    const auto file = std::make_shared<MemoryByteSource>(std::move(image));
     EwfLayoutReader reader;
     EwfLayout layout;
     EwfEnding ending = EwfEnding::kIsLast;

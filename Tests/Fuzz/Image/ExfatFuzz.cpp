@@ -3,7 +3,7 @@
 #include "../HeapLimit.h"
 #include "DamagedSource.h"
 #include "ExfatSet.h"
-#include "Image/FatFileSystem.h"
+#include "FatFileSystem.h"
 #include "PutNumber.h"
 #include "VisitVolume.h"
 
@@ -78,7 +78,7 @@ void RenewChecks(const SoundImage &image, SoundImage::Changes *changes)
     constexpr size_t kEntry = 32;
     const size_t begin = PlaceOf(kRootFolder);
     Bytes entries(kFolders * kCluster);
-    (void)DamagedSource(image, *changes).readAt(begin, entries.data(), entries.size());
+    (void)DamagedSource(image, *changes).ReadAt(begin, entries.data(), entries.size());
     for (size_t at = 0; at < entries.size(); at += kEntry) {
         const size_t count = (size_t{1} + entries[at + 1]) * kEntry;
         if (entries[at] != 0x85 || count > entries.size() - at)
@@ -101,9 +101,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (data[0] % 2 == 0)
         RenewChecks(image, &changes);
     std::vector<std::string> notes;
-    std::unique_ptr<FileSystem> fileSystem;
-    if (!FatFileSystem::Open(std::make_shared<DamagedSource>(image, std::move(changes)), &notes,
-                             &fileSystem))
-        VisitVolume(std::move(fileSystem));
+    auto fileSystem =
+        FatFileSystem::Open(std::make_shared<DamagedSource>(image, std::move(changes)), &notes);
+    if (fileSystem)
+        VisitVolume(std::move(*fileSystem));
     return 0;
 }

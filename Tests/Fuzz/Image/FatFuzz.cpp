@@ -2,7 +2,7 @@
 // its changes follow (DamagedSource.h).
 #include "../HeapLimit.h"
 #include "DamagedSource.h"
-#include "Image/FatFileSystem.h"
+#include "FatFileSystem.h"
 #include "VisitVolume.h"
 
 #include <fstream>
@@ -34,10 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const HeapLimit limit;
     const SoundImage &image = images[data[0] % images.size()];
     std::vector<std::string> notes;
-    std::unique_ptr<FileSystem> fileSystem;
-    if (!FatFileSystem::Open(
-            std::make_shared<DamagedSource>(image, image.ChangesOf(data + 1, size - 1)), &notes,
-            &fileSystem))
-        VisitVolume(std::move(fileSystem));
+    auto fileSystem = FatFileSystem::Open(
+        std::make_shared<DamagedSource>(image, image.ChangesOf(data + 1, size - 1)), &notes);
+    if (fileSystem)
+        VisitVolume(std::move(*fileSystem));
     return 0;
 }

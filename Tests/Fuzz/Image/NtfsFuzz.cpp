@@ -2,7 +2,7 @@
 // (DamagedSource.h).
 #include "../HeapLimit.h"
 #include "DamagedSource.h"
-#include "Image/NtfsFileSystem.h"
+#include "NtfsFileSystem.h"
 #include "NtfsWriter.h"
 #include "VisitVolume.h"
 
@@ -113,10 +113,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const SoundImage image = MakeImage();
     const HeapLimit limit;
-    std::unique_ptr<FileSystem> fileSystem;
     std::vector<std::string> notes;
-    if (!NtfsFileSystem::Open(std::make_shared<DamagedSource>(image, image.ChangesOf(data, size)),
-                              &notes, &fileSystem))
-        VisitVolume(std::move(fileSystem));
+    auto fileSystem = NtfsFileSystem::Open(
+        std::make_shared<DamagedSource>(image, image.ChangesOf(data, size)), &notes);
+    if (fileSystem)
+        VisitVolume(std::move(*fileSystem));
     return 0;
 }

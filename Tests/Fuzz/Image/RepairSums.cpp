@@ -1,7 +1,7 @@
 #include "RepairSums.h"
 
-#include "Image/Big.h"
-#include "Image/Little.h"
+#include "Big.h"
+#include "Little.h"
 
 #include <algorithm>
 #include <array>

@@ -2,9 +2,9 @@
 // the rest is the image.
 #include "../HeapLimit.h"
 #include "../Require.h"
-#include "Bitlocker/MemoryByteSource.h"
-#include "Image/VhdImage.h"
+#include "MemoryByteSource.h"
 #include "RepairSums.h"
+#include "VhdImage.h"
 #include "VisitSource.h"
 
 using namespace vx;
@@ -17,11 +17,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (data[size - 1] % 8 != 0)
         RepairVhd(&bytes);
     const HeapLimit limit;
-    const auto file = std::make_shared<bitlocker::MemoryByteSource>(std::move(bytes));
+    const auto file = std::make_shared<MemoryByteSource>(std::move(bytes));
     VhdImage image;
     if (!IsVhdImage(*file))
         return 0;
-    const OpenError error = OpenVhd(file, &image);
+    const Error error = OpenVhd(file, &image);
     Require(!error == (image.disk != nullptr), "what opened has a disk");
     if (image.disk != nullptr)
         VisitSource(*image.disk);

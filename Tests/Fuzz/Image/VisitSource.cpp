@@ -12,16 +12,16 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 
 // In a buffer of just this size, so that a byte too many is noticed.
-std::optional<Bytes> Read(const bitlocker::ByteSource &source, uint64_t offset, uint64_t count)
+std::optional<Bytes> Read(const ByteSource &source, uint64_t offset, uint64_t count)
 {
-    const uint64_t left = source.size() - std::min(source.size(), offset);
+    const uint64_t left = source.Size() - std::min(source.Size(), offset);
     Bytes bytes(static_cast<size_t>(std::min(count, left)));
-    const bitlocker::Error error = source.readAt(offset, bytes.data(), bytes.size());
+    const Error error = source.ReadAt(offset, bytes.data(), bytes.size());
     Require(!error || !error.detail.empty(), "a failure has a text");
     return error ? std::nullopt : std::optional(std::move(bytes));
 }
 
-void ReadTwice(const bitlocker::ByteSource &source, uint64_t offset, uint64_t count)
+void ReadTwice(const ByteSource &source, uint64_t offset, uint64_t count)
 {
     const auto all = Read(source, offset, count);
     const auto half = Read(source, offset, count / 2);
@@ -32,18 +32,18 @@ void ReadTwice(const bitlocker::ByteSource &source, uint64_t offset, uint64_t co
 
 }  // namespace
 
-void VisitSource(const bitlocker::ByteSource &source)
+void VisitSource(const ByteSource &source)
 {
     constexpr uint64_t kSizes[] = {1, 512, 700, 4096, 70000};
     constexpr uint64_t kSteps = 4;
     constexpr uint64_t kLong = 3 << 20;
-    if (source.size() <= kLong)
-        ReadTwice(source, 0, source.size());
+    if (source.Size() <= kLong)
+        ReadTwice(source, 0, source.Size());
     for (const uint64_t count : kSizes) {
         for (uint64_t step = 0; step <= kSteps; ++step)
-            ReadTwice(source, source.size() / kSteps * step, count);
+            ReadTwice(source, source.Size() / kSteps * step, count);
         ReadTwice(source, count, count);
-        ReadTwice(source, source.size() - std::min(source.size(), count), count);
+        ReadTwice(source, source.Size() - std::min(source.Size(), count), count);
     }
 }
 

@@ -1,7 +1,7 @@
 #include "VisitVolume.h"
 
 #include "../Require.h"
-#include "Image/FileSystemVolume.h"
+#include "FileSystemVolume.h"
 
 #include <algorithm>
 #include <string>

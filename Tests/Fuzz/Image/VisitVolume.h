@@ -1,7 +1,7 @@
 // Does with a file system what a user could do with its volume, up to a number of steps.
 #pragma once
 
-#include "Image/FileSystem.h"
+#include "FileSystem.h"
 
 #include <memory>
 

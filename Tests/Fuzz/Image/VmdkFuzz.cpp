@@ -3,10 +3,10 @@
 // names holds.
 #include "../HeapLimit.h"
 #include "../Require.h"
-#include "Bitlocker/MemoryByteSource.h"
-#include "Image/VmdkImage.h"
+#include "MemoryByteSource.h"
 #include "RepairSums.h"
 #include "VisitSource.h"
+#include "VmdkImage.h"
 
 #include <algorithm>
 #include <string_view>
@@ -15,14 +15,14 @@ using namespace vx;
 
 namespace {
 
-using Source = std::shared_ptr<const bitlocker::ByteSource>;
+using Source = std::shared_ptr<const ByteSource>;
 
 Source SourceOf(const uint8_t *data, size_t size, bool isRepaired)
 {
     std::vector<uint8_t> bytes(data, data + size);
     if (isRepaired)
         RepairVmdk(&bytes);
-    return std::make_shared<bitlocker::MemoryByteSource>(std::move(bytes));
+    return std::make_shared<MemoryByteSource>(std::move(bytes));
 }
 
 }  // namespace
@@ -44,9 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const auto openPart = [&](const std::string &name, Source *opened) {
         Require(!name.empty(), "a part has a name");
         *opened = part;
-        return OpenError{};
+        return Error{};
     };
-    const OpenError error = OpenVmdk("x.vmdk", file, openPart, &image);
+    const Error error = OpenVmdk("x.vmdk", file, openPart, &image);
     Require(!error == (image.disk != nullptr), "what opened has a disk");
     if (image.disk != nullptr)
         VisitSource(*image.disk);

@@ -1,0 +1,198 @@
+// VHD images, as programs write them and as an attacker would.
+#include "OpenAt.h"
+#include "TestImage.h"
+#include "VhdWriter.h"
+
+namespace vx {
+namespace {
+
+constexpr size_t kBlock = 4096;
+constexpr Status kDamaged = Status::kDamagedContainer;
+
+class VhdImages : public testing::Test {
+protected:
+    // Three blocks, of which the one in the middle is not stored.
+    VhdWriter Growing(VhdRecipe recipe = {}) const
+    {
+        recipe.diskBytes = 3 * kBlock;
+        VhdWriter writer(std::move(recipe));
+        writer.AddBlock("\xFF", first);
+        writer.AddNothing();
+        writer.AddBlock("\x5F", last);
+        return writer;
+    }
+
+    Container Open(const std::string &image) const
+    {
+        Container container;
+        const std::string path = folder.WriteFile("x.vhd", image);
+        const Error error = OpenAt(path, &container);
+        EXPECT_EQ(error.status, Status::kOk) << error.detail;
+        return container;
+    }
+
+    void ExpectFails(const std::string &image, Status status, const std::string &detail) const
+    {
+        Container container;
+        const std::string path = folder.WriteFile("x.vhd", image);
+        const Error error = OpenAt(path, &container);
+        EXPECT_EQ(error.status, status);
+        EXPECT_EQ(error.detail, detail);
+    }
+
+    static std::string Read(const Container &container, uint64_t offset, size_t count)
+    {
+        std::string bytes(count, '\0');
+        const Error error = container.source->ReadAt(offset, bytes.data(), count);
+        return error ? "failed: " + error.detail : bytes;
+    }
+
+    const std::string first = NoiseBytes(kBlock, 1);
+    const std::string last = NoiseBytes(kBlock, 2);
+    const TemporaryFolder folder{};
+};
+
+TEST_F(VhdImages, WhatIsNotStoredIsZeros)
+{
+    const Container container = Open(Growing().Image());
+    ASSERT_NE(container.source, nullptr);
+    std::string expected = first + std::string(kBlock, '\0') + last;
+    // Of the last block the sectors 0 and 2 have no bit.
+    expected.replace(2 * kBlock, 512, 512, '\0');
+    expected.replace(2 * kBlock + 1024, 512, 512, '\0');
+    ASSERT_EQ(container.source->Size(), expected.size());
+    EXPECT_TRUE(Read(container, 0, expected.size()) == expected);
+    for (size_t at = 0; at + 700 < expected.size(); at += 100)
+        EXPECT_TRUE(Read(container, at, 700) == expected.substr(at, 700)) << at;
+}
+
+TEST_F(VhdImages, ADifferencingOneNamesItsParent)
+{
+    const auto refusal = [](const std::string &parent) {
+        return "it is a differencing VHD; its parent is " + parent +
+               ", and both must be merged into one image first";
+    };
+    VhdRecipe recipe;
+    recipe.type = 4;
+    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer, refusal("not named"));
+    recipe.parentName = u"b\u00E4se.vhd";
+    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer, refusal("b\u00E4se.vhd"));
+    recipe.locators = {{"W2ru", u".\\folder\\base.vhd"}};
+    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer,
+                refusal(".\\folder\\base.vhd"));
+    recipe.locators.emplace_back("W2ku", u"C:\\b\u001B[31mase.vhd");
+    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer,
+                refusal("C:\\b?[31mase.vhd"));
+}
+
+TEST_F(VhdImages, TheFirstFooterTakesThePlaceOfTheLast)
+{
+    std::string image = Growing().Image();
+    image[image.size() - 300] ^= 1;
+    const Container container = Open(image);
+    ASSERT_NE(container.source, nullptr);
+    EXPECT_TRUE(Read(container, 0, kBlock) == first);
+    ASSERT_EQ(container.notes.size(), 1u);
+    EXPECT_EQ(container.notes[0], "the footer of the VHD image is damaged; its copy is used");
+}
+
+TEST_F(VhdImages, OfFixedSizeTheDiskIsReadWithoutASoundFooter)
+{
+    VhdRecipe recipe;
+    recipe.type = 2;
+    recipe.diskBytes = kBlock;
+    VhdWriter writer(recipe);
+    writer.AddBlock("", first);
+    std::string image = writer.Image();
+    EXPECT_TRUE(Open(image).notes.empty());
+    image[image.size() - 300] ^= 1;
+    const Container container = Open(image);
+    ASSERT_NE(container.source, nullptr);
+    EXPECT_TRUE(Read(container, 0, kBlock) == first);
+    ASSERT_EQ(container.notes.size(), 1u);
+    EXPECT_EQ(container.notes[0], "the footer of the VHD image is damaged");
+}
+
+TEST_F(VhdImages, OneOfFixedSizeThatPromisesMoreSaysSo)
+{
+    VhdRecipe recipe;
+    recipe.type = 2;
+    recipe.diskBytes = 5000;
+    VhdWriter writer(recipe);
+    writer.AddBlock("", first);
+    const Container container = Open(writer.Image());
+    ASSERT_NE(container.source, nullptr);
+    EXPECT_EQ(container.source->Size(), kBlock);
+    ASSERT_EQ(container.notes.size(), 1u);
+    EXPECT_EQ(container.notes[0], "the VHD image says that it holds 5000 bytes and holds 4096");
+}
+
+TEST_F(VhdImages, AnEntryThatLeadsOutOfTheFileFailsAlone)
+{
+    VhdWriter writer = Growing();
+    writer.SetEntry(1, 0xFFFFFFFE);
+    const Container container = Open(writer.Image());
+    ASSERT_NE(container.source, nullptr);
+    EXPECT_TRUE(Read(container, 0, kBlock) == first);
+    EXPECT_EQ(Read(container, kBlock + 100, 50),
+              "failed: read at 4196: the VHD image ends before this place");
+}
+
+TEST_F(VhdImages, ADiskThatIsLargerThanItsTableFailsBehindIt)
+{
+    VhdRecipe recipe;
+    recipe.entries = 1;
+    const Container container = Open(Growing(recipe).Image());
+    ASSERT_NE(container.source, nullptr);
+    EXPECT_TRUE(Read(container, 0, kBlock) == first);
+    EXPECT_EQ(Read(container, kBlock, 50),
+              "failed: read at 4096: the table of the VHD image ends before this place");
+}
+
+TEST_F(VhdImages, ATableThatLiesOutsideOfTheFileIsTruncated)
+{
+    VhdRecipe recipe;
+    recipe.entries = 0xFFFFFFFF;
+    ExpectFails(Growing(recipe).Image(), Status::kTruncatedImage, "the VHD image ends early");
+    recipe.entries = 3;
+    recipe.tableAt = ~uint64_t{0} - 5;
+    ExpectFails(Growing(recipe).Image(), Status::kTruncatedImage, "the VHD image ends early");
+}
+
+TEST_F(VhdImages, AHeaderThatMakesNoSenseIsDamage)
+{
+    const std::string detail =
+        "the VHD image is damaged, or one of its parts is missing or cannot be read";
+    for (const uint32_t blockBytes : {0u, 256u, 5000u, 0x80000000u}) {
+        VhdRecipe recipe;
+        recipe.blockBytes = blockBytes;
+        ExpectFails(Growing(recipe).Image(), kDamaged, detail);
+    }
+    std::string image = Growing().Image();
+    image[512 + 900] ^= 1;
+    ExpectFails(image, kDamaged, detail);
+    VhdRecipe recipe;
+    recipe.type = 9;
+    ExpectFails(Growing(recipe).Image(), kDamaged, detail);
+}
+
+TEST_F(VhdImages, OneThatAnotherProgramWroteReadsAsItsDisk)
+{
+    VX_NEEDS("qemu-img");
+    std::string raw = NoiseBytes(3000000, 3);
+    raw.resize(12 << 20);
+    raw.replace(9 << 20, 100000, NoiseBytes(100000, 4));
+    folder.WriteFile("raw", raw);
+    for (const char *kind : {"dynamic", "fixed"}) {
+        ASSERT_TRUE(RunShell("cd " + Quoted(folder.At("")) +
+                             " && qemu-img convert -f raw -O vpc -o force_size=on,subformat=" +
+                             kind + " raw x.vhd"));
+        Container container;
+        ASSERT_FALSE(OpenAt(folder.At("x.vhd"), &container)) << kind;
+        ASSERT_EQ(container.source->Size(), raw.size());
+        EXPECT_TRUE(Read(container, 0, raw.size()) == raw) << kind;
+    }
+}
+
+}  // namespace
+}  // namespace vx

@@ -1,0 +1,106 @@
+// Volumes that Windows encrypted (see SampleImages.h), through the library's entry: every file
+// that the manifests list, byte for byte.
+#include "SampleImages.h"
+#include "SampleManifest.h"
+
+#include <openssl/sha.h>
+
+namespace vx {
+namespace {
+
+using bitlocker::SampleImages;
+
+std::string HashOf(const std::string &bytes)
+{
+    unsigned char digest[SHA256_DIGEST_LENGTH];
+    SHA256(reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size(), digest);
+    std::string text;
+    for (const unsigned char byte : digest) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", byte);
+        text += digits;
+    }
+    return text;
+}
+
+TestTree HashesOf(const TestTree &tree)
+{
+    TestTree hashes;
+    for (const auto &[path, contents] : tree) {
+        if (path.back() != '/')
+            hashes[path] = HashOf(contents);
+    }
+    return hashes;
+}
+
+class SampleVolume : public testing::TestWithParam<const char *> {};
+
+TEST_P(SampleVolume, ShowsEveryFileOfItsManifest)
+{
+    SampleImages &samples = SampleImages::Shared();
+    const std::string name = GetParam();
+    const std::string missing = samples.Prepare(name);
+    if (!missing.empty())
+        GTEST_SKIP() << missing << " is missing";
+    const std::string path = samples.Path(name);
+    SampleManifest manifest = SampleManifest::Read(name);
+    if (manifest.files.empty())
+        GTEST_SKIP() << SampleManifest::PathOf(name) << " is missing";
+    const auto &image = samples.Image(name);
+    ASSERT_FALSE(image.passwords.empty());
+    const Opened opened = OpenImage(path, "password", image.passwords[0].c_str());
+    ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+    const TestTree found = HashesOf(ReadTree(*opened.volume));
+    manifest.MendCutNames(found);
+    ExpectSameTree(found, manifest.files);
+    EXPECT_EQ(OpenImage(path, "recovery", image.recoveryPasswords.at(0).c_str()).status,
+              VolumeLibraryStatus::kSuccess);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, SampleVolume,
+                         testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"),
+                         SampleManifest::NameOfTest);
+
+// The kinds and secrets that open an image, as the library's entry takes them.
+std::vector<std::pair<const char *, std::string>> WaysToOpen(const std::string &name)
+{
+    SampleImages &samples = SampleImages::Shared();
+    const auto &image = samples.Image(name);
+    std::vector<std::pair<const char *, std::string>> ways;
+    for (const std::string &password : image.passwords)
+        ways.emplace_back("password", password);
+    for (const std::string &recovery : image.recoveryPasswords)
+        ways.emplace_back("recovery", recovery);
+    if (!image.keyFile.empty())
+        ways.emplace_back("startup-key", samples.Folder() + "/" + image.keyFile);
+    if (ways.empty())
+        ways.emplace_back("none", "");
+    return ways;
+}
+
+// Nothing but the head of the file system is left in these.
+TEST(SampleVolumes, HeaderOnlyImagesEndInADamagedFileSystemOrMapWithEverySecret)
+{
+    SampleImages &samples = SampleImages::Shared();
+    int tried = 0;
+    for (const auto &[name, image] : samples.Images()) {
+        if (name.rfind("bitlk-", 0) != 0)
+            continue;
+        const std::string missing = samples.Prepare(name);
+        if (!missing.empty())
+            GTEST_SKIP() << missing << " is missing";
+        const auto expected = image.plainHash.empty() ? VolumeLibraryStatus::kConversionMapDamaged
+                                                      : VolumeLibraryStatus::kFileSystemDamaged;
+        for (const auto &[kind, secret] : WaysToOpen(name)) {
+            const Opened opened = OpenImage(samples.Path(name), kind, secret.c_str());
+            EXPECT_EQ(opened.status, expected) << name << " by " << kind << ": " << opened.detail;
+        }
+        ++tried;
+    }
+    if (tried == 0)
+        GTEST_SKIP() << "../shared/samples/README.md is missing";
+    EXPECT_EQ(tried, 21);
+}
+
+}  // namespace
+}  // namespace vx

@@ -1,0 +1,89 @@
+#include "FatImage.h"
+
+#include "Little.h"
+
+#include <gtest/gtest.h>
+#include <utility>
+
+namespace vx {
+namespace {
+
+using Kind = FatGeometry::Kind;
+
+const uint8_t *At(const std::string &bytes, size_t at)
+{
+    return reinterpret_cast<const uint8_t *>(bytes.data()) + at;
+}
+
+}  // namespace
+
+FatImage::FatImage(std::string made) : bytes(std::move(made))
+{
+    EXPECT_TRUE(TakeFatGeometry(At(bytes, 0), &geometry));
+}
+
+size_t FatImage::PlaceOf(uint32_t cluster) const
+{
+    return geometry.clustersOffset +
+           size_t{cluster - FatGeometry::kFirstCluster} * geometry.clusterBytes;
+}
+
+size_t FatImage::EntryAt(const std::string &shortName) const
+{
+    size_t at = bytes.find(shortName);
+    while (at != bytes.npos && at % 32 != 0)
+        at = bytes.find(shortName, at + 1);
+    EXPECT_NE(at, bytes.npos) << shortName;
+    return at;
+}
+
+uint32_t FatImage::FirstClusterOf(const std::string &shortName) const
+{
+    const uint8_t *entry = At(bytes, EntryAt(shortName));
+    return Little16(entry + 26) | static_cast<uint32_t>(Little16(entry + 20)) << 16;
+}
+
+size_t FatImage::TableAt(uint32_t cluster, unsigned copy) const
+{
+    const size_t table = geometry.tableOffset + copy * geometry.tableBytes;
+    if (geometry.kind == Kind::k12)
+        return table + cluster + cluster / 2;
+    return table + size_t{cluster} * (geometry.kind == Kind::k16 ? 2 : 4);
+}
+
+uint32_t FatImage::NextOf(uint32_t cluster) const
+{
+    const uint8_t *at = At(bytes, TableAt(cluster, 0));
+    if (geometry.kind == Kind::k12)
+        return cluster % 2 == 0 ? Little16(at) & 0xFFFu : Little16(at) >> 4u;
+    return geometry.kind == Kind::k16 ? Little16(at) : Little32(at);
+}
+
+std::vector<uint32_t> FatImage::ChainOf(const std::string &shortName) const
+{
+    std::vector<uint32_t> chain;
+    for (uint32_t at = FirstClusterOf(shortName); geometry.IsOnVolume(at); at = NextOf(at))
+        chain.push_back(at);
+    return chain;
+}
+
+void FatImage::PutNext(uint32_t cluster, uint32_t next, unsigned copy)
+{
+    const size_t at = TableAt(cluster, copy);
+    const bool isOdd = cluster % 2 != 0;
+    uint32_t value = next;
+    if (geometry.kind == Kind::k12) {
+        const uint32_t pair = Little16(At(bytes, at));
+        value = isOdd ? (pair & 0xF) | next << 4 : (pair & 0xF000) | (next & 0xFFF);
+    }
+    for (size_t i = 0; i < (geometry.kind == Kind::k32 ? 4 : 2); ++i)
+        bytes.at(at + i) = static_cast<char>(value >> (8 * i));
+}
+
+void FatImage::PutNext(uint32_t cluster, uint32_t next)
+{
+    for (unsigned copy = 0; copy < geometry.tableCopies; ++copy)
+        PutNext(cluster, next, copy);
+}
+
+}  // namespace vx

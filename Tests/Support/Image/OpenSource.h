@@ -1,0 +1,20 @@
+// Volumes over bytes in memory, for images that a test damages.
+#pragma once
+
+#include "ByteSource.h"
+#include "OwnedVolume.h"
+
+#include <memory>
+#include <string>
+
+namespace vx {
+
+using Source = std::shared_ptr<const ByteSource>;
+
+Source SourceOf(const std::string &bytes);
+
+// The volume of the file system in the source, or null if that does not open.
+std::unique_ptr<OwnedVolume> NtfsVolumeOf(const Source &source);
+std::unique_ptr<OwnedVolume> FatVolumeOf(const Source &source);
+
+}  // namespace vx

@@ -1,0 +1,13 @@
+// Tells a disk or an image in which nothing is: only zeros, or only bytes of 0xFF.
+#pragma once
+
+#include "KnownContents.h"
+
+namespace vx {
+
+// Null if something else is in it, or if a part of what is looked at cannot be read. Up to 64 MiB
+// are read as a whole; of more, the first MiB, the last one and 256 places between them, so that a
+// large disk takes no time.
+const KnownContents *FindBlankContents(const ByteSource &source);
+
+}  // namespace vx

@@ -1,0 +1,79 @@
+// Where the pieces ("chunks") of a disk lie in the files of an E01 or S01 image.
+//
+// Format: "Expert Witness Compression Format (EWF)" by Joachim Metz, published with libewf. A file
+// is a chain of sections; each has a header with an Adler-32, and so have the description of the
+// disk and the tables of chunks. The images of the older kind, S01 among them, describe the disk in
+// 94 bytes instead of 1052 and have no checksum for the entries of a table.
+//
+// What is checked: every section begins after the one before and within its file; a table lies in
+// its section; numbers are multiplied without overflow. The entries of the tables are not read
+// here. Memory: 48 bytes for a table, of which there may be kMostTables, and 1 MiB for the list of
+// lost sectors.
+#pragma once
+
+#include "ByteSource.h"
+#include "Error.h"
+
+#include <string>
+#include <vector>
+
+namespace vx {
+
+// The entries of a run of chunks: 32 bits for each, the place in the file relative to base; the
+// highest bit says that the chunk is packed.
+struct EwfTable {
+    uint32_t file = 0;   // its number in the list of files, from 0 on
+    uint32_t count = 0;  // entries
+    uint64_t firstChunk = 0;
+    uint64_t entriesAt = 0;
+    uint64_t copyAt = 0;  // the entries of a copy of the table; 0: there is none
+    uint64_t base = 0;
+};
+
+struct EwfLayout {
+    uint64_t diskBytes = 0;
+    uint32_t chunkBytes = 0;
+    bool hasChecksums = false;     // after the entries of the tables
+    std::vector<EwfTable> tables;  // in the order of their chunks
+    uint64_t chunks = 0;           // in all of them
+    uint64_t lostSectors = 0;      // that could not be read when the image was made
+    uint32_t sectorBytes = 0;
+    // The lost sectors in bytes of the disk, in ascending order, apart from each other; of the
+    // entries of an image's lists the first kMostLost.
+    ByteRanges lost;
+};
+
+// What the last section of a file says about the next file.
+enum class EwfEnding { kMoreFollow, kIsLast };
+
+class EwfLayoutReader {
+public:
+    static constexpr size_t kMostTables = size_t{1} << 18;
+    static constexpr uint32_t kLargestChunk = uint32_t{16} << 20;
+    static constexpr size_t kMostLost = size_t{1} << 16;
+
+    // The next file of the image; name is for messages. Errors: kImageTruncated if it ends early,
+    // kReadFailed.
+    Error Add(const ByteSource &file, const std::string &name, EwfEnding *ending);
+
+    // After the last file. Errors: kReadFailed if nothing says how large the disk is.
+    Error Finish(EwfLayout *layout);
+
+private:
+    struct Section;
+
+    Error TakeSection(const ByteSource &file, const Section &section, const std::string &name);
+    Error TakeDisk(const ByteSource &file, const Section &section);
+    Error TakeTable(const ByteSource &file, const Section &section, const std::string &name);
+    Error TakeLost(const ByteSource &file, const Section &section);
+    bool SetDisk(const uint8_t *description, size_t bytes);
+    void JoinLost();
+
+    EwfLayout _layout;
+    uint32_t _files = 0;
+    size_t _sections = 0;
+    bool _lacksTable = false;  // the one before could not be used
+    bool _mayBeCopy = false;   // the section before was a table
+};
+
+}  // namespace vx

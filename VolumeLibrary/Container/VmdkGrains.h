@@ -1,0 +1,53 @@
+// The disk in a VMDK file that grows: a directory names tables, and these name the pieces
+// ("grains") of the disk, packed or not. What no table names is zeros.
+//
+// What is checked: every number is looked up where the header says that it lies, within the file;
+// nothing is allocated by a number of the file, but for one packed grain of 2 MiB at most. A packed
+// grain must say that it is the one which is looked for, and is unpacked into room for one grain.
+// If a table cannot be read, its copy is.
+//
+// Ownership: shares the file. Threads: any number at a time; parts of packed grains are handed out
+// one by one. Errors: SystemError with "read at" and the place in this file's part of the disk, EIO
+// for what is damaged or lies beyond the end of the file, otherwise the errno of the file.
+#pragma once
+
+#include "ByteSource.h"
+#include "ThreadSafety.h"
+#include "VmdkHeader.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace vx {
+
+class VmdkGrains final : public ByteSource {
+public:
+    VmdkGrains(std::shared_ptr<const ByteSource> file, const VmdkHeader &header)
+        : _file(std::move(file)), _header(header)
+    {
+    }
+
+    uint64_t Size() const override { return _header.capacity * VmdkHeader::kSector; }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
+
+private:
+    static constexpr uint64_t kNone = ~uint64_t{0};
+
+    uint64_t GrainBytes() const { return _header.grain * VmdkHeader::kSector; }
+    Error ReadInGrain(uint64_t offset, uint8_t *place, size_t count) const;
+    Error FindGrain(uint64_t number, uint32_t *sector) const;
+    Error FindIn(uint64_t directory, uint64_t number, uint32_t *sector) const;
+    Error ReadNumber(uint64_t sector, uint64_t index, uint32_t *number) const;
+    Error CopyPacked(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const;
+    // place has room for a whole grain.
+    Error Unpack(uint32_t sector, uint64_t number, uint8_t *place) const;
+
+    const std::shared_ptr<const ByteSource> _file;
+    const VmdkHeader _header;
+    mutable Mutex _mutex;
+    mutable uint64_t _kept VX_GUARDED_BY(_mutex) = kNone;
+    mutable std::vector<uint8_t> _grain VX_GUARDED_BY(_mutex);
+};
+
+}  // namespace vx

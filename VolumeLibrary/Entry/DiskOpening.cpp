@@ -1,0 +1,298 @@
+#include "DiskOpening.h"
+
+#include "CarefulSource.h"
+#include "Container.h"
+#include "DiskVolumes.h"
+#include "FatFileSystem.h"
+#include "FileSystemVolume.h"
+#include "KnownContents.h"
+#include "NotingSource.h"
+#include "NtfsFileSystem.h"
+#include "ParallelSource.h"
+#include "VolumeChoice.h"
+#include "VolumeOpener.h"
+
+#include <algorithm>
+
+namespace vx {
+namespace {
+
+using bitlocker::Secret;
+using Source = std::shared_ptr<const ByteSource>;
+
+constexpr const char *kNothingKnown =
+    "there is no NTFS, FAT or exFAT, no encrypted volume and nothing else that is known";
+constexpr const char *kNothingUnlocked =
+    "it was unlocked, but there is no NTFS, FAT or exFAT in it";
+
+Result<Secret> SecretOf(const Unlocking &unlocking)
+{
+    switch (unlocking.kind) {
+    case UnlockKind::kPassword:
+        return Secret::FromPassword(unlocking.secret);
+    case UnlockKind::kRecovery:
+        return Secret::FromRecoveryPassword(unlocking.secret);
+    case UnlockKind::kStartupKey:
+        return Secret::FromStartupKeyFile(unlocking.secret);
+    case UnlockKind::kNone:
+        break;
+    }
+    return Secret::None();
+}
+
+std::string CutText(uint64_t missingBytes)
+{
+    constexpr uint64_t kMiB = uint64_t{1} << 20;
+    const std::string amount = missingBytes < kMiB ? std::to_string(missingBytes) + " bytes"
+                                                   : std::to_string(missingBytes / kMiB) + " MiB";
+    return "the image or device ends " + amount +
+           " before the volume does; what lies there cannot be read";
+}
+
+// A root that cannot be listed is of no use to anybody.
+bool HasRoot(const FileSystem &fileSystem)
+{
+    const auto root = fileSystem.OpenFolder(fileSystem.Root(), {});
+    FolderEntry entry;
+    return root && root->Next(&entry) != VolumeListing::Step::kError;
+}
+
+class Opening {
+public:
+    Opening(const Container &container, const Unlocking &unlocking)
+        : _unlocking(unlocking),
+          _disk(std::make_shared<CarefulSource>(container.source, container.files)),
+          _firstPart(container.firstPart),
+          _notes(container.notes)
+    {
+    }
+
+    Result<OpenedVolume> Open(size_t number)
+    {
+        const Result<Place> place = FindVolume(number);
+        if (!place)
+            return place.Failure();
+        const Result<Source> plain = Unlock(place->volume);
+        if (!plain)
+            return plain.Failure();
+        auto fileSystem = OpenFileSystem(*plain, place->stored);
+        if (!fileSystem)
+            return fileSystem.Failure();
+        auto volume = std::make_unique<FileSystemVolume>(std::move(*fileSystem));
+        volume->SetDisk(_disk);
+        return OpenedVolume{std::move(volume), std::move(_notes)};
+    }
+
+private:
+    // A volume, and how many of its bytes the disk or image has.
+    struct Place {
+        Source volume;
+        uint64_t stored;
+    };
+
+    bool IsUnlocking() const { return _unlocking.kind != UnlockKind::kNone; }
+
+    // The disk as a whole, or one of its partitions.
+    Result<Place> FindVolume(size_t number)
+    {
+        constexpr uint64_t kSectorBytes = 512;
+        const uint64_t size = _disk->Size();
+        if (size < kSectorBytes)
+            return Error{Status::kTruncatedImage,
+                         size == 0 ? "it is empty" : "it is shorter than a sector"};
+        const auto kind = ProbeFileSystem(*_disk);
+        if (!kind)
+            return FindPartition(number, kind.Failure());
+        if (*kind == FileSystemKind::kUnknown)
+            return FindPartition(number, {});
+        if (number > 1)
+            return Error{Status::kNoSuchVolume, "it is one volume, without partitions"};
+        return Place{_disk, size};
+    }
+
+    // unread: why the first sector cannot be read, if it cannot.
+    Result<Place> FindPartition(size_t number, const Error &unread)
+    {
+        const DiskVolumes table = DiskVolumes::Read(_disk);
+        if (table.volumes.empty())
+            return NothingFound(table, unread);
+        const DiskVolume *chosen = table.Choose(number, IsUnlocking());
+        if (chosen == nullptr)
+            return table.NotChosen(_disk, number);
+        if (table.unread.status == Status::kTruncatedImage)
+            _notes.push_back("the image or device ends early: " + table.unread.detail);
+        if (!table.note.empty())
+            _notes.push_back(table.note);
+        const std::string others = number == 0 ? table.DescribeOthers(_disk) : "";
+        if (!others.empty())
+            _notes.push_back("the disk also holds " + others);
+        const Source volume = chosen->In(_disk);
+        if (Error error = CheckPieces(*chosen, volume))
+            return error;
+        return Place{volume, std::min(chosen->size, _disk->Size() - chosen->offset)};
+    }
+
+    Error NothingFound(const DiskVolumes &table, const Error &unread) const
+    {
+        if (unread || table.unread)
+            return unread ? unread : table.unread;
+        if (!_firstPart.empty())
+            return {Status::kUnsupportedContainer,
+                    "it seems to be a later part of an image; give the first one, " + _firstPart};
+        Error whole = NothingThatOpens(*_disk);
+        const std::string others = table.DescribeOthers(_disk);
+        if (whole.detail == kNothingKnown && !others.empty())
+            whole.detail = "it holds " + others;
+        return whole;
+    }
+
+    // The pieces of a volume that are elsewhere would be read as if they were here.
+    Error CheckPieces(const DiskVolume &partition, const Source &volume)
+    {
+        const auto kind = ProbeFileSystem(*volume);
+        if (partition.use != PartitionUse::kDynamicDisk || !kind)
+            return {};
+        if (FileSystemBytes(*volume, *kind) > partition.size)
+            return {Status::kUnsupportedFileSystem,
+                    "it is a volume of a Windows dynamic disk that goes on elsewhere: attach all "
+                    "of its disks to a Windows computer"};
+        _notes.push_back("it is a volume of a Windows dynamic disk; if it is made of several "
+                         "pieces, its files are wrong");
+        return {};
+    }
+
+    // The plaintext of an encrypted volume; another one as it is.
+    Result<Source> Unlock(const Source &volume)
+    {
+        const auto kind = ProbeFileSystem(*volume);
+        if (!kind)
+            return kind.Failure();
+        _wasEncrypted = *kind == FileSystemKind::kEncrypted;
+        if (_wasEncrypted)
+            return Decrypt(volume);
+        if (IsUnlocking())
+            return Error{Status::kNotBitlocker, "open it with \"none\""};
+        return volume;
+    }
+
+    Result<Source> Decrypt(const Source &volume)
+    {
+        const Result<Secret> secret = SecretOf(_unlocking);
+        if (!secret)
+            return secret.Failure();
+        auto opened = bitlocker::VolumeOpener().Open(volume, *secret);
+        if (!opened)
+            return WithoutSecret(opened.Failure());
+        const std::vector<std::string> &warnings = opened->facts.warnings;
+        _notes.insert(_notes.end(), warnings.begin(), warnings.end());
+        return Source(std::make_shared<ParallelSource>(opened->volume));
+    }
+
+    // Where no secret was given, nothing was wrong with the one that was.
+    Error WithoutSecret(Error error) const
+    {
+        const bool wantsSecret =
+            error.status == Status::kNoProtectorOfKind || error.status == Status::kWrongSecret;
+        if (!IsUnlocking() && wantsSecret)
+            error.status = Status::kSecretNeeded;
+        return error;
+    }
+
+    // stored: the bytes of the volume that there are.
+    Result<std::unique_ptr<FileSystem>> OpenFileSystem(const Source &volume, uint64_t stored)
+    {
+        const auto kind = ProbeFileSystem(*volume);
+        if (!kind)
+            return kind.Failure();
+        const uint64_t needed = std::max(volume->Size(), FileSystemBytes(*volume, *kind));
+        const bool isCut = needed > stored;
+        if (isCut)
+            _notes.push_back(CutText(needed - stored));
+        const auto noting = std::make_shared<NotingSource>(volume);
+        auto fileSystem = OpenByKind(*kind, noting);
+        if (!fileSystem)
+            return WithReadFailure(fileSystem.Failure(), *noting, isCut);
+        if (!HasRoot(**fileSystem))
+            return WithReadFailure({Status::kDamagedFileSystem, "its root folder cannot be read"},
+                                   *noting, isCut);
+        return fileSystem;
+    }
+
+    Result<std::unique_ptr<FileSystem>> OpenByKind(FileSystemKind kind, const Source &volume)
+    {
+        switch (kind) {
+        case FileSystemKind::kNtfs:
+            return NtfsFileSystem::Open(volume, &_notes);
+        case FileSystemKind::kFat:
+        case FileSystemKind::kExfat:
+            return FatFileSystem::Open(volume, &_notes);
+        case FileSystemKind::kRefs:
+            return Error{Status::kUnsupportedFileSystem,
+                         "it is a ReFS file system: open it on a Windows computer"};
+        case FileSystemKind::kEncrypted:
+        case FileSystemKind::kUnknown:
+        case FileSystemKind::kUnreadable:
+            break;
+        }
+        return NothingThatOpens(*volume);
+    }
+
+    // What looks like damage was perhaps only not read. What lies beyond the end of a volume that
+    // is complete, though, was looked for there because of damage.
+    static Error WithReadFailure(Error error, const NotingSource &volume, bool isCut)
+    {
+        Error failure = volume.Failure();
+        const bool explains = failure.status == Status::kSystemError ||
+                              (failure.status == Status::kTruncatedImage && isCut);
+        if (error.status != Status::kDamagedFileSystem || !explains)
+            return error;
+        failure.detail = error.detail + ": " + failure.detail;
+        return failure;
+    }
+
+    // What a source holds in which no file system is that opens.
+    Error NothingThatOpens(const ByteSource &source) const
+    {
+        const KnownContents *known = KnownContents::Find(source);
+        const Status unknown =
+            _wasEncrypted ? Status::kDamagedFileSystem : Status::kUnsupportedFileSystem;
+        if (known == nullptr)
+            return {unknown, _wasEncrypted ? kNothingUnlocked : kNothingKnown};
+        const std::string sentence =
+            (_wasEncrypted ? "it was unlocked, but " : "") + known->Sentence();
+        switch (known->form) {
+        case KnownContents::Form::kContainer:
+            return {Status::kUnsupportedContainer, sentence};
+        case KnownContents::Form::kVolume:
+            return {Status::kUnsupportedFileSystem, sentence};
+        case KnownContents::Form::kBlank:
+            break;
+        }
+        return {unknown, sentence};
+    }
+
+    const Unlocking _unlocking;
+    const std::shared_ptr<const CarefulSource> _disk;
+    const std::string _firstPart;
+    std::vector<std::string> _notes;
+    bool _wasEncrypted = false;
+};
+
+}  // namespace
+
+Result<OpenedVolume> OpenDisk(const std::string &device, const Unlocking &unlocking)
+{
+    const VolumeChoice choice = VolumeChoice::Parse(device);
+    const auto container = OpenContainer(choice.path);
+    if (!container)
+        return container.Failure();
+    return OpenDiskContents(*container, choice.number, unlocking);
+}
+
+Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
+                                      const Unlocking &unlocking)
+{
+    return Opening(container, unlocking).Open(number);
+}
+
+}  // namespace vx

@@ -1,0 +1,156 @@
+#include "DiskVolumes.h"
+
+#include "KnownContents.h"
+#include "VolumeLabel.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
+namespace vx {
+namespace {
+
+using Source = DiskVolumes::Source;
+
+constexpr size_t kMostPartitions = 256;
+constexpr size_t kMostDescribed = 16;
+
+FileSystemKind KindOf(const Partition &partition, const Source &disk)
+{
+    const auto kind = ProbeFileSystem(*partition.In(disk));
+    return kind ? *kind : FileSystemKind::kUnreadable;
+}
+
+void SortByOffset(std::vector<DiskVolume> *volumes)
+{
+    std::stable_sort(volumes->begin(), volumes->end(),
+                     [](const DiskVolume &a, const DiskVolume &b) { return a.offset < b.offset; });
+}
+
+// By what the partitions of a table hold.
+DiskVolumes VolumesOf(const Source &disk, PartitionTable table)
+{
+    DiskVolumes found;
+    found.unread = std::move(table.unread);
+    found.note = std::move(table.note);
+    for (Partition &partition : table.partitions) {
+        DiskVolume volume = {std::move(partition)};
+        volume.kind = KindOf(volume, disk);
+        const bool isOther = volume.kind == FileSystemKind::kUnknown;
+        std::vector<DiskVolume> *list = isOther ? &found.others : &found.volumes;
+        if (list->size() < kMostPartitions)
+            list->push_back(std::move(volume));
+    }
+    SortByOffset(&found.volumes);
+    SortByOffset(&found.others);
+    return found;
+}
+
+std::string SizeText(uint64_t bytes)
+{
+    constexpr uint64_t kMiB = uint64_t{1} << 20;
+    char text[32];
+    if (bytes < 1024 * kMiB)
+        std::snprintf(text, sizeof text, "%" PRIu64 " MiB", bytes / kMiB);
+    else
+        std::snprintf(text, sizeof text, "%.1f GiB", static_cast<double>(bytes) / (1024.0 * kMiB));
+    return text;
+}
+
+// An encrypted volume keeps its label to itself; what the system noted about it is in its place.
+std::string DescribeVolume(const DiskVolume &volume, const Source &disk)
+{
+    const std::string label = WithoutControls(VolumeLabel(*volume.In(disk), volume.kind));
+    const std::string quoted = label.empty() ? "" : "\"" + label + "\"";
+    std::string text = FileSystemName(volume.kind);
+    if (volume.kind == FileSystemKind::kEncrypted)
+        text += ", " + SizeText(volume.size) + (label.empty() ? "" : ", " + quoted);
+    else
+        text += (label.empty() ? "" : " " + quoted) + ", " + SizeText(volume.size);
+    return volume.name.empty() ? text : text + " (" + volume.name + ")";
+}
+
+// Null for what is unknown or, as reserved partitions are, blank.
+const KnownContents *ContentsOf(const Partition &partition, const Source &disk)
+{
+    if (partition.use == PartitionUse::kStorageSpaces)
+        return &kPartOfStorageSpaces;
+    if (const KnownContents *known = KnownContents::FindMarked(*partition.In(disk)))
+        return known;
+    return partition.use == PartitionUse::kDynamicDisk ? &kPartOfDynamicDisk : nullptr;
+}
+
+}  // namespace
+
+DiskVolumes DiskVolumes::Read(const Source &disk)
+{
+    DiskVolumes best;
+    for (const uint64_t sectorBytes : {512, 4096}) {
+        for (PartitionTable &table : PartitionTable::ReadAll(*disk, sectorBytes)) {
+            DiskVolumes found = VolumesOf(disk, std::move(table));
+            if (!found.volumes.empty())
+                return found;
+            if (best.unread)
+                found.unread = best.unread;
+            if (best.others.empty())
+                best = std::move(found);
+        }
+    }
+    return best;
+}
+
+const DiskVolume *DiskVolumes::Choose(size_t number, bool isUnlocking) const
+{
+    if (number > 0)
+        return number <= volumes.size() ? &volumes[number - 1] : nullptr;
+    if (unread.status == Status::kSystemError)
+        return nullptr;
+    const auto fits = [&](const DiskVolume &volume) {
+        return !isUnlocking || volume.kind == FileSystemKind::kEncrypted ||
+               volume.kind == FileSystemKind::kUnreadable;
+    };
+    const auto only = std::find_if(volumes.begin(), volumes.end(), fits);
+    if (only == volumes.end())
+        return volumes.size() == 1 ? &volumes.front() : nullptr;
+    return std::none_of(std::next(only), volumes.end(), fits) ? &*only : nullptr;
+}
+
+Error DiskVolumes::NotChosen(const Source &disk, size_t number) const
+{
+    std::string list = DescribeVolumes(disk);
+    const std::string others = DescribeOthers(disk);
+    if (!others.empty())
+        list += "; without a number, since it does not open here: " + others;
+    if (number == 0 && unread.status == Status::kSystemError)
+        list += "; there may be more, since part of the table of partitions cannot be read";
+    if (!note.empty())
+        list += "; " + note;
+    if (number == 0)
+        return {Status::kSeveralVolumes, std::move(list)};
+    if (!unread)
+        return {Status::kNoSuchVolume, std::move(list)};
+    Error error = unread;
+    error.detail += "; there are " + list;
+    return error;
+}
+
+std::string DiskVolumes::DescribeVolumes(const Source &disk) const
+{
+    std::string text;
+    for (size_t i = 0; i < volumes.size(); ++i)
+        text +=
+            (i == 0 ? "" : "; ") + std::to_string(i + 1) + ": " + DescribeVolume(volumes[i], disk);
+    return text;
+}
+
+std::string DiskVolumes::DescribeOthers(const Source &disk) const
+{
+    std::string text;
+    for (size_t i = 0; i < std::min(others.size(), kMostDescribed); ++i) {
+        if (const KnownContents *known = ContentsOf(others[i], disk))
+            text += (text.empty() ? "" : "; ") + known->Phrase(SizeText(others[i].size));
+    }
+    return text;
+}
+
+}  // namespace vx

@@ -1,0 +1,43 @@
+// The volumes of a disk with an MBR or a GPT, in the order in which they lie on it.
+//
+// Only partitions that hold something this library can tell are numbered: encrypted volumes and
+// known file systems. One whose first sector cannot be read could be such a one and is numbered as
+// well, so that the others keep their numbers. The rest is kept for messages.
+#pragma once
+
+#include "FileSystemKind.h"
+#include "PartitionTable.h"
+
+namespace vx {
+
+struct DiskVolume : Partition {
+    FileSystemKind kind = FileSystemKind::kUnknown;
+};
+
+struct DiskVolumes {
+    using Source = std::shared_ptr<const ByteSource>;
+
+    std::vector<DiskVolume> volumes;  // the n-th one has the number n + 1
+    std::vector<DiskVolume> others;   // kUnknown, all of them
+    std::string note;                 // as PartitionTable's
+    Error unread;                     // as PartitionTable's: there may be more volumes than those
+
+    // By the first table in which there are volumes. Empty if there is none.
+    static DiskVolumes Read(const Source &disk);
+
+    // The one that is meant; null if that is not known. number: from 1 on; 0 if none was chosen. A
+    // secret can only be meant for an encrypted one, or for one of which nothing is known since it
+    // cannot be read.
+    const DiskVolume *Choose(size_t number, bool isUnlocking) const;
+    // Why Choose found none: which there are.
+    Error NotChosen(const Source &disk, size_t number) const;
+
+    // "1: NTFS "Data", 60.0 GiB (Basic data partition); 2: encrypted, 40.0 GiB, "LAPTOP C:
+    // 1/2/2026"". Reads the labels.
+    std::string DescribeVolumes(const Source &disk) const;
+    // Those of the others that hold something known: "a LUKS volume, 40.0 GiB: open it with
+    // cryptsetup; ...". Empty if there is none. Reads them.
+    std::string DescribeOthers(const Source &disk) const;
+};
+
+}  // namespace vx

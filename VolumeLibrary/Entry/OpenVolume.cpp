@@ -1,0 +1,54 @@
+#include "OpenVolume.h"
+
+#include "DiskOpening.h"
+#include "FolderVolume.h"
+#include "UnlockKind.h"
+
+#include <sys/stat.h>
+
+namespace vx {
+namespace {
+
+bool IsFolder(const char *path)
+{
+    struct stat found;
+    return stat(path, &found) == 0 && S_ISDIR(found.st_mode);
+}
+
+// Where nobody below has said what helps.
+Error WithAdvice(Error error, const char *advice)
+{
+    if (IsPermissionError(error) && error.detail.empty())
+        error.detail = advice;
+    return error;
+}
+
+Result<OpenedVolume> OpenFolder(const char *path)
+{
+    auto volume = FolderVolume::Open(path);
+    if (!volume)
+        return WithAdvice(volume.Failure(),
+                          "let your user read the folder: chmod u+rx FOLDER as its owner");
+    return OpenedVolume{std::move(*volume), {}};
+}
+
+}  // namespace
+
+Result<OpenedVolume> OpenVolume(const OpenRequest &request)
+{
+    const auto unlock = ParseUnlockKind(request.unlockKind);
+    if (!unlock)
+        return Error{Status::kUnsupportedUnlockKind};
+    if (IsFolder(request.device)) {
+        if (*unlock != UnlockKind::kNone)
+            return Error{Status::kNotBitlocker, "it is a folder; open it with \"none\""};
+        return OpenFolder(request.device);
+    }
+    auto disk = OpenDisk(request.device, {*unlock, request.secret});
+    if (!disk)
+        return WithAdvice(disk.Failure(), "let your user enter the folders on the way to it: "
+                                          "chmod u+x FOLDER as their owner");
+    return disk;
+}
+
+}  // namespace vx

@@ -1,0 +1,29 @@
+// Opens what a caller of the library names: a plain folder, a disk or an image. Begin here to
+// follow an opening from top to bottom; DiskOpening.h goes on for everything but folders.
+#pragma once
+
+#include "Error.h"
+#include "OwnedVolume.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+// The three texts of the library's entry, UTF-8, none of them null.
+struct OpenRequest {
+    const char *device;
+    const char *unlockKind;
+    const char *secret;
+};
+
+struct OpenedVolume {
+    std::unique_ptr<OwnedVolume> volume;
+    std::vector<std::string> notes;  // damage that did not prevent opening, a sentence each
+};
+
+// Errors: any Status. May throw std::bad_alloc.
+Result<OpenedVolume> OpenVolume(const OpenRequest &request);
+
+}  // namespace vx

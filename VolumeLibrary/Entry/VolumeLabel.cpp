@@ -1,0 +1,151 @@
+#include "VolumeLabel.h"
+
+#include "FatBoot.h"
+#include "Little.h"
+#include "NtfsBoot.h"
+#include "NtfsFixups.h"
+#include "NtfsRecord.h"
+#include "Utf8.h"
+#include "VolumeOpener.h"
+#include "Wtf8.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace vx {
+namespace {
+
+constexpr size_t kMostFolderBytes = 64 * 1024;
+constexpr size_t kEntryBytes = 32;
+
+// Empty if not all of them can be read.
+std::vector<uint8_t> ReadBytes(const ByteSource &volume, uint64_t at, size_t count)
+{
+    std::vector<uint8_t> bytes(count);
+    if (volume.ReadAt(at, bytes.data(), count))
+        bytes.clear();
+    return bytes;
+}
+
+// --- NTFS
+
+// The record of the file $Volume, by the boot sector at the offset. It lies in the first extent of
+// the table on any volume.
+std::optional<NtfsRecord> ReadVolumeRecord(const ByteSource &volume, uint64_t bootOffset)
+{
+    constexpr uint64_t kNumber = 3;
+    NtfsBoot boot;
+    if (ReadNtfsBoot(volume, bootOffset, &boot))
+        return std::nullopt;
+    const size_t recordBytes = boot.geometry.recordBytes;
+    std::vector<uint8_t> record =
+        ReadBytes(volume, boot.mftOffset + kNumber * recordBytes, recordBytes);
+    if (record.empty() || !ApplyNtfsFixups(&record))
+        return std::nullopt;
+    return NtfsRecord::Parse(std::move(record));
+}
+
+std::string NtfsLabel(const ByteSource &volume)
+{
+    auto record = ReadVolumeRecord(volume, 0);
+    const auto backup = record ? std::nullopt : FindNtfsBackupBoot(volume);
+    if (backup)
+        record = ReadVolumeRecord(volume, *backup);
+    const auto name = record ? record->Find(NtfsType::kVolumeName, {}) : std::nullopt;
+    return name && name->isResident ? Wtf8FromUtf16(name->value) : "";
+}
+
+// --- FAT and exFAT
+
+// The root folder, or as much of it as lies at its beginning.
+std::vector<uint8_t> ReadRoot(const ByteSource &volume, const FatGeometry &geometry)
+{
+    if (geometry.rootCluster == 0)
+        return ReadBytes(volume, geometry.rootOffset,
+                         std::min<size_t>(geometry.rootBytes, kMostFolderBytes));
+    if (geometry.rootCluster < 2 || geometry.rootCluster > geometry.lastCluster)
+        return {};
+    const uint64_t cluster = geometry.rootCluster - 2;
+    return ReadBytes(volume, geometry.clustersOffset + cluster * geometry.clusterBytes,
+                     std::min<size_t>(geometry.clusterBytes, kMostFolderBytes));
+}
+
+// Eleven bytes, filled up with blanks. What lies beyond ASCII depends on the computer that wrote
+// it.
+std::string TextOfFatLabel(const uint8_t *bytes)
+{
+    constexpr size_t kLabelBytes = 11;
+    constexpr char32_t kReplacement = 0xFFFD;
+    std::string text;
+    for (size_t i = 0; i < kLabelBytes; ++i)
+        AppendUtf8(bytes[i] < 0x80 ? bytes[i] : kReplacement, &text);
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text == "NO NAME" ? "" : text;
+}
+
+std::string LabelInFatRoot(const std::vector<uint8_t> &root)
+{
+    constexpr uint8_t kDeleted = 0xE5;
+    constexpr uint8_t kIsLabel = 0x08;
+    constexpr uint8_t kTellsKind = 0x1F;  // a part of a long name has more of these bits
+    for (size_t at = 0; at + kEntryBytes <= root.size() && root[at] != 0; at += kEntryBytes) {
+        if (root[at] != kDeleted && (root[at + 11] & kTellsKind) == kIsLabel)
+            return TextOfFatLabel(&root[at]);
+    }
+    return {};
+}
+
+std::string LabelInFatBootSector(const FatBoot &boot)
+{
+    constexpr uint8_t kHasLabel = 0x29;
+    const size_t mark = boot.geometry.kind == FatGeometry::Kind::k32 ? 66 : 38;
+    return boot.sector[mark] != kHasLabel ? "" : TextOfFatLabel(&boot.sector[mark + 5]);
+}
+
+std::string LabelInExfatRoot(const std::vector<uint8_t> &root)
+{
+    constexpr uint8_t kLabel = 0x83;
+    constexpr size_t kMostUnits = 11;
+    for (size_t at = 0; at + kEntryBytes <= root.size() && root[at] != 0; at += kEntryBytes) {
+        if (root[at] == kLabel && root[at + 1] <= kMostUnits)
+            return Wtf8FromUtf16({&root[at + 2], size_t{2} * root[at + 1]});
+    }
+    return {};
+}
+
+std::string FatLabel(const ByteSource &volume)
+{
+    FatBoot boot;
+    if (FindFatBoot(volume, &boot))
+        return {};
+    const FatGeometry &geometry = boot.geometry;
+    const std::vector<uint8_t> root = ReadRoot(volume, geometry);
+    if (geometry.kind == FatGeometry::Kind::kExfat)
+        return LabelInExfatRoot(root);
+    const std::string label = LabelInFatRoot(root);
+    return label.empty() ? LabelInFatBootSector(boot) : label;
+}
+
+}  // namespace
+
+std::string VolumeLabel(const ByteSource &volume, FileSystemKind kind)
+{
+    switch (kind) {
+    case FileSystemKind::kNtfs:
+        return NtfsLabel(volume);
+    case FileSystemKind::kFat:
+    case FileSystemKind::kExfat:
+        return FatLabel(volume);
+    case FileSystemKind::kEncrypted:
+        return bitlocker::VolumeOpener::Describe(volume);
+    case FileSystemKind::kRefs:
+    case FileSystemKind::kUnknown:
+    case FileSystemKind::kUnreadable:
+        break;
+    }
+    return {};
+}
+
+}  // namespace vx

@@ -1,0 +1,104 @@
+#include "VolumeLibrary.h"
+
+#include "OpenVolume.h"
+#include "StatusOfError.h"
+
+#include <mutex>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vx {
+namespace {
+
+// Keeps the volume until the process ends. The list itself is never destroyed: a thread may
+// still be reading while the process leaves.
+IVolume *Keep(std::unique_ptr<OwnedVolume> volume)
+{
+    static std::mutex &mutex = *new std::mutex;
+    static auto &kept = *new std::vector<std::unique_ptr<OwnedVolume>>;
+    const std::lock_guard<std::mutex> lock(mutex);
+    kept.push_back(std::move(volume));
+    return kept.back().get();
+}
+
+OwnedVolume *Owned(IVolume *volume)
+{
+    return static_cast<OwnedVolume *>(volume);
+}
+
+// What the last opening on this thread had to say beyond its status.
+thread_local std::string lastDetail;
+
+std::string Lines(const std::vector<std::string> &notes)
+{
+    std::string lines;
+    for (const std::string &note : notes)
+        lines += (lines.empty() ? "" : "\n") + note;
+    return lines;
+}
+
+VolumeLibraryStatus OpenAndKeep(const OpenRequest &request, IVolume **volume)
+{
+    Result<OpenedVolume> opened = OpenVolume(request);
+    lastDetail = opened ? Lines(opened->notes) : opened.Failure().detail;
+    if (!opened)
+        return StatusOfError(opened.Failure());
+    *volume = Keep(std::move(opened->volume));
+    return VolumeLibraryStatus::kSuccess;
+}
+
+VolumeLibraryStatus OpenForCaller(const OpenRequest &request, IVolume **volume) noexcept
+{
+    try {
+        return OpenAndKeep(request, volume);
+    } catch (const std::bad_alloc &) {
+        return VolumeLibraryStatus::kOutOfMemory;
+    } catch (...) {
+        return VolumeLibraryStatus::kInternalError;
+    }
+}
+
+}  // namespace
+}  // namespace vx
+
+int32_t open_bitlocker_device(const char *device, const char *unlockKind, const char *secret,
+                              IVolume **volume) noexcept
+{
+    VolumeLibraryStatus status = VolumeLibraryStatus::kArgumentMissing;
+    vx::lastDetail.clear();
+    if (volume != nullptr)
+        *volume = nullptr;
+    if (volume != nullptr && device != nullptr && unlockKind != nullptr && secret != nullptr)
+        status = vx::OpenForCaller({device, unlockKind, secret}, volume);
+    return static_cast<int32_t>(status);
+}
+
+const char *volume_library_last_error() noexcept
+{
+    return vx::lastDetail.c_str();
+}
+
+bool volume_library_describe_entry(IVolume *volume, const char16_t *path,
+                                   VolumeEntryReport *report) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->DescribeEntry(path, report);
+}
+
+bool volume_library_describe_listing(IVolume *volume, VolumeHandle search,
+                                     VolumeListingReport *report) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->DescribeListing(search, report);
+}
+
+bool volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRangeFunction range,
+                                  void *context) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->VisitUnreadRanges(file, range, context);
+}
+
+bool volume_library_is_gone(IVolume *volume) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->IsGone();
+}

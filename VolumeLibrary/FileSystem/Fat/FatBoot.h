@@ -1,0 +1,38 @@
+// The boot sector by which a FAT or exFAT volume is read: its first sector or, where that is
+// damaged or cannot be read, the backup that FAT32 and exFAT keep. FAT12 and FAT16 have none.
+//
+// FAT32 has no checksum: its boot sector is believed if the table that it describes is large enough
+// and begins as every table does; where the backup says something else that is true of, too, the
+// one whose table is not larger than needed. exFAT keeps a checksum over its eleven boot sectors.
+// Threads: any number at a time.
+// Format: Microsoft, "FAT32 File System Specification" and "exFAT file system specification".
+#pragma once
+
+#include "ByteSource.h"
+#include "Error.h"
+#include "FatGeometry.h"
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace vx {
+
+struct FatBoot {
+    std::array<uint8_t, 512> sector = {};
+    FatGeometry geometry;
+    std::string note;  // what is wrong with the boot sector; empty if nothing is
+
+    bool IsExfat() const { return geometry.kind == FatGeometry::Kind::kExfat; }
+    // How long it says that the volume is; 0 if that is more than can be.
+    uint64_t StatedBytes() const;
+};
+
+// Errors: kFileSystemDamaged if neither the first sector nor a backup can be used.
+Error FindFatBoot(const ByteSource &volume, FatBoot *boot);
+
+// The backup in a volume whose first sector does not tell what it is. None on a disk with
+// partitions, where it is left from an earlier use, and none of an encrypted volume.
+std::optional<FatBoot> FindFatBackupBoot(const ByteSource &volume);
+
+}  // namespace vx

@@ -1,0 +1,66 @@
+#include "NtfsAttributes.h"
+
+#include "Little.h"
+#include "NtfsReparsePoint.h"
+
+namespace vx {
+namespace {
+
+constexpr uint32_t kAttributeNormal = 0x80;
+// The standard information: three times and the attributes among others.
+ByteView StandardInformation(const NtfsRecord &file)
+{
+    constexpr size_t kLeastBytes = 36;
+    const auto attribute = file.Find(NtfsType::kStandardInformation, {});
+    const bool good = attribute && attribute->isResident && attribute->value.size >= kLeastBytes;
+    return good ? attribute->value : ByteView();
+}
+
+uint32_t StoredAttributes(const NtfsRecord &file)
+{
+    const ByteView information = StandardInformation(file);
+    return information.size > 0 ? Little32(information.data + 32) : 0;
+}
+
+void SetSize(uint64_t size, VolumeFindData *record)
+{
+    record->sizeHigh = static_cast<uint32_t>(size >> 32);
+    record->sizeLow = static_cast<uint32_t>(size);
+}
+
+void SetAttributes(uint32_t stored, bool isFolder, VolumeFindData *record)
+{
+    constexpr uint32_t kOfTheIndexOnly = 0xF0000000;
+    stored &= ~(kOfTheIndexOnly | kAttributeNormal | kVolumeAttributeDirectory);
+    if (isFolder)
+        stored |= kVolumeAttributeDirectory;
+    record->attributes = stored != 0 ? stored : kAttributeNormal;
+}
+
+}  // namespace
+
+void DescribeNtfsFile(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                      uint64_t number, VolumeFindData *record)
+{
+    const ByteView information = StandardInformation(file);
+    const bool known = information.size > 0;
+    record->creationTime = known ? Little64(information.data) : 0;
+    record->lastWriteTime = known ? Little64(information.data + 8) : 0;
+    record->lastAccessTime = known ? Little64(information.data + 24) : 0;
+    SetAttributes(StoredAttributes(file), file.IsFolder(), record);
+    record->reserved = NtfsReparsePoint::Read(mft, volume, file, number).Tag();
+    SetSize(file.IsFolder() ? 0 : StreamSize(mft, volume, file, number, NtfsType::kData), record);
+}
+
+void DescribeNtfsName(const NtfsIndexName &name, VolumeFindData *record)
+{
+    const bool isFolder = (name.flags & NtfsIndexName::kFolder) != 0;
+    record->creationTime = name.created;
+    record->lastWriteTime = name.written;
+    record->lastAccessTime = name.accessed;
+    SetAttributes(name.flags, isFolder, record);
+    record->reserved = name.reparseTag;
+    SetSize(isFolder ? 0 : name.size, record);
+}
+
+}  // namespace vx

@@ -1,0 +1,34 @@
+// The boot sector of an NTFS volume, which says where everything else lies, and its copy in the
+// last sector of the volume.
+//
+// Threads: any number at a time. Units: bytes.
+// Errors: kFileSystemDamaged.
+// Source of the format: Microsoft, "NTFS boot sector" (Windows 2000 Server Resource Kit).
+#pragma once
+
+#include "ByteSource.h"
+#include "Error.h"
+#include "NtfsRuns.h"
+
+#include <optional>
+
+namespace vx {
+
+struct NtfsBoot {
+    NtfsGeometry geometry;
+    uint64_t bytes = 0;         // of the volume, without its last sector
+    uint64_t mftOffset = 0;     // of the table of files
+    uint64_t mirrorOffset = 0;  // of the copy of its first records; 0 if there is none
+};
+
+// Reads the boot sector that lies at the offset.
+Error ReadNtfsBoot(const ByteSource &volume, uint64_t offset, NtfsBoot *boot);
+
+// Where the copy lies: it is the last sector of the file system, which may end a little before the
+// volume does.
+std::optional<uint64_t> FindNtfsBackupBoot(const ByteSource &volume);
+
+// How long the volume says that it is, by its boot sector or else by the copy; 0 if neither does.
+uint64_t NtfsVolumeBytes(const ByteSource &volume);
+
+}  // namespace vx

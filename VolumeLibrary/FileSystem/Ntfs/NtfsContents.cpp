@@ -1,0 +1,79 @@
+#include "NtfsContents.h"
+
+#include <algorithm>
+
+namespace vx {
+namespace {
+
+uint64_t WrittenBytes(const FileExtents &extents)
+{
+    return std::min(extents.initialised, extents.size);
+}
+
+// Takes the holes before the end of what was written out of the runs; false if there are none.
+bool RemoveHoles(FileExtents *extents)
+{
+    const uint64_t written = WrittenBytes(*extents);
+    std::vector<Extent> &runs = extents->runs;
+    const auto isHole = [written](const Extent &run) {
+        return run.kind == Extent::Kind::kZeros && run.position < written;
+    };
+    const auto holes = std::remove_if(runs.begin(), runs.end(), isHole);
+    const bool found = holes != runs.end();
+    runs.erase(holes, runs.end());
+    return found;
+}
+
+// Of a file whose data may be elsewhere: a hole is not of zeros, but was never brought here. In a
+// compressed file it may be either; so it counts only where nothing at all is stored.
+VolumeObstacle TakeAbsent(VolumeObstacle absence, NtfsContents *contents)
+{
+    NtfsStream &data = contents->data;
+    if (data.isResident)
+        return VolumeObstacle::kNone;
+    const bool isHere = StoredBytes(data.extents.runs, 0, WrittenBytes(data.extents)) > 0;
+    const bool isCompressed = (data.flags & NtfsAttribute::kCompressed) != 0;
+    contents->canOpen = isHere;
+    return !isHere || (!isCompressed && RemoveHoles(&data.extents)) ? absence
+                                                                    : VolumeObstacle::kNone;
+}
+
+VolumeObstacle ObstacleOf(const NtfsReparsePoint &point, NtfsContents *contents)
+{
+    if (contents->data.Size() == 0) {
+        contents->canOpen = point.MayBeEmpty();
+        return contents->canOpen ? VolumeObstacle::kNone : VolumeObstacle::kUnknownReparsePoint;
+    }
+    contents->canOpen = false;
+    if ((contents->data.flags & NtfsAttribute::kEncrypted) != 0)
+        return VolumeObstacle::kEncryptedFile;
+    if (point.Form() != VolumeObstacle::kNone)
+        return point.Form();
+    contents->canOpen = true;
+    const VolumeObstacle absence = point.Absence();
+    return absence != VolumeObstacle::kNone ? TakeAbsent(absence, contents) : VolumeObstacle::kNone;
+}
+
+}  // namespace
+
+NtfsContents FindContents(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                          uint64_t number, const NtfsReparsePoint &point)
+{
+    NtfsContents contents;
+    if (point.LeadsElsewhere()) {
+        contents.obstacle = VolumeObstacle::kLink;
+        return contents;
+    }
+    const NtfsFound found =
+        FindStream(mft, volume, file, number, NtfsType::kData, {}, &contents.data);
+    if (found == NtfsFound::kNo)
+        contents.data.isResident = true;
+    const VolumeObstacle trouble = contents.data.trouble;
+    if (found != NtfsFound::kDamaged)
+        contents.obstacle = ObstacleOf(point, &contents);
+    if (contents.obstacle == VolumeObstacle::kNone)
+        contents.obstacle = trouble != VolumeObstacle::kNone ? trouble : point.Trouble();
+    return contents;
+}
+
+}  // namespace vx

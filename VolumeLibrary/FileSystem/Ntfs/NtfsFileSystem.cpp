@@ -1,0 +1,126 @@
+#include "NtfsFileSystem.h"
+
+#include "NtfsCompressedFile.h"
+#include "NtfsContents.h"
+#include "NtfsFolder.h"
+#include "ResidentFile.h"
+
+namespace vx {
+namespace {
+
+constexpr uint64_t kRootNumber = 5;
+
+}  // namespace
+
+NtfsFileSystem::NtfsFileSystem(std::shared_ptr<const ByteSource> volume,
+                               std::unique_ptr<NtfsMft> mft)
+    : _volume(volume), _tables(volume), _mft(std::move(mft)), _parents(std::move(volume), *_mft)
+{
+}
+
+Result<std::unique_ptr<FileSystem>> NtfsFileSystem::Open(std::shared_ptr<const ByteSource> volume,
+                                                         std::vector<std::string> *notes)
+{
+    std::unique_ptr<NtfsMft> mft;
+    if (Error error = NtfsMft::Open(volume, &mft, notes))
+        return error;
+    return std::unique_ptr<FileSystem>(new NtfsFileSystem(std::move(volume), std::move(mft)));
+}
+
+Node NtfsFileSystem::Root() const
+{
+    return {kRootNumber, 0, 0};
+}
+
+// A folder itself says in which one it lies, and under which name.
+bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const
+{
+    if (NtfsNumber(folder.place) == kRootNumber)
+        return way == Way{};
+    const auto own = FindOwnName(*_mft, _tables, record, NtfsNumber(folder.place));
+    return own && NtfsNumber(own->parent) == NtfsNumber(way.parent) &&
+           HashOfName(own->name) == way.name;
+}
+
+// Without its record a folder is listed by what the records of its files say.
+std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder, const Way &way) const
+{
+    const uint64_t number = NtfsNumber(folder.place);
+    VolumeObstacle trouble = VolumeObstacle::kNone;
+    const auto record = _mft->Load(folder.place, &trouble);
+    if (record ? !IsListed(folder, *record, way) : !IsLostFolder(folder, way))
+        return nullptr;
+    const NtfsReference known = record ? uint64_t{record->Sequence()} << 48 | number : folder.place;
+    auto reader = std::make_unique<NtfsFolder>(*_mft, _tables, _parents, known);
+    reader->Begin(record ? &*record : nullptr, trouble);
+    return reader;
+}
+
+// A number that another file has now is not that of a lost folder.
+bool NtfsFileSystem::IsLostFolder(const Node &folder, const Way &way) const
+{
+    const uint64_t number = NtfsNumber(folder.place);
+    if (number == kRootNumber)
+        return way == Way{};
+    return folder.size == NtfsFolder::kIsFolder && !_mft->Load(number) &&
+           _claims.Claim(number, way);
+}
+
+bool NtfsFileSystem::IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const
+{
+    return record.IsFolder() && IsWayTo(folder, record, way) &&
+           !NtfsReparsePoint::Read(*_mft, _tables, record, NtfsNumber(folder.place))
+                .LeadsElsewhere();
+}
+
+std::unique_ptr<VolumeFile> NtfsFileSystem::OpenFile(const Node &file) const
+{
+    const uint64_t number = NtfsNumber(file.place);
+    const auto record = _mft->Load(file.place);
+    if (!record || record->IsFolder())
+        return nullptr;
+    const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
+    NtfsContents contents = FindContents(*_mft, _tables, *record, number, point);
+    return contents.canOpen ? OpenStream(std::move(contents.data)) : nullptr;
+}
+
+void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) const
+{
+    const uint64_t number = NtfsNumber(entry.place);
+    const auto record = _mft->Load(entry.place, &report->obstacle);
+    if (!record)
+        return;
+    const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
+    report->reparseTag = point.Tag();
+    point.CopyTarget(report->target, VolumeEntryReport::kTargetUnits);
+    if (!record->IsFolder())
+        report->obstacle = FindContents(*_mft, _tables, *record, number, point).obstacle;
+    else
+        report->obstacle =
+            point.LeadsElsewhere() ? VolumeObstacle::kLink : IndexTrouble(*record, number);
+}
+
+// What its listing would begin with.
+VolumeObstacle NtfsFileSystem::IndexTrouble(const NtfsRecord &folder, uint64_t number) const
+{
+    NtfsIndex index(*_mft, _tables);
+    index.Begin(folder, number);
+    return index.Trouble();
+}
+
+std::unique_ptr<VolumeFile> NtfsFileSystem::OpenStream(NtfsStream stream) const
+{
+    if (stream.isResident)
+        return std::make_unique<ResidentFile>(std::move(stream.bytes));
+    if ((stream.flags & NtfsAttribute::kCompressed) == 0 || stream.compressionShift == 0)
+        return std::make_unique<ExtentFile>(_volume, std::move(stream.extents));
+    const uint64_t unit = stream.compressionShift > 20
+                              ? 0
+                              : uint64_t{_mft->Geometry().clusterBytes} << stream.compressionShift;
+    if (unit == 0 || unit > NtfsCompressedFile::kLargestUnit)
+        return nullptr;
+    return std::make_unique<NtfsCompressedFile>(_volume, std::move(stream.extents),
+                                                static_cast<uint32_t>(unit));
+}
+
+}  // namespace vx

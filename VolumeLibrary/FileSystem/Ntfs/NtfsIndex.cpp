@@ -1,0 +1,155 @@
+#include "NtfsIndex.h"
+
+#include "Little.h"
+#include "NtfsFixups.h"
+
+#include <cstring>
+
+namespace vx {
+namespace {
+
+constexpr char16_t kIndexName[] = u"$I30";
+constexpr size_t kRootHeaderAt = 16;
+constexpr size_t kBlockHeaderAt = 24;
+// An index of this depth holds more names than a disk.
+constexpr size_t kDeepest = 24;
+
+}  // namespace
+
+NtfsIndex::NtfsIndex(const NtfsMft &mft, const ByteSource &volume) : _mft(mft), _volume(volume) {}
+
+void NtfsIndex::NoteTrouble(VolumeObstacle found)
+{
+    if (_trouble == VolumeObstacle::kNone)
+        _trouble = found;
+}
+
+void NtfsIndex::Begin(const NtfsRecord &folder, uint64_t number)
+{
+    if (BeginRoot(folder, number))
+        FindBlocks(folder, number);
+    else
+        NoteTrouble(VolumeObstacle::kDamaged);
+}
+
+bool NtfsIndex::BeginRoot(const NtfsRecord &folder, uint64_t number)
+{
+    NtfsStream root;
+    const NtfsFound found =
+        FindStream(_mft, _volume, folder, number, NtfsType::kIndexRoot, kIndexName, &root);
+    if (root.trouble != VolumeObstacle::kNone)
+        NoteTrouble(root.trouble);
+    if (found != NtfsFound::kYes || !root.isResident || root.bytes.size() < kRootHeaderAt)
+        return false;
+    _blockBytes = Little32(root.bytes.data() + 8);
+    if (!IsPowerOfTwo(_blockBytes) || _blockBytes < 512 || _blockBytes > 65536)
+        return false;
+    auto top = NtfsIndexBlock::Parse(std::move(root.bytes), kRootHeaderAt);
+    if (top)
+        _path.push_back(std::move(*top));
+    return top.has_value();
+}
+
+void NtfsIndex::FindBlocks(const NtfsRecord &folder, uint64_t number)
+{
+    NtfsStream blocks;
+    FindStream(_mft, _volume, folder, number, NtfsType::kIndexAllocation, kIndexName, &blocks);
+    if (blocks.trouble != VolumeObstacle::kNone)
+        NoteTrouble(blocks.trouble);
+    if (!blocks.isResident && blocks.extents.runs.size() <= kMostRunsOfTables)
+        _blocks = std::move(blocks.extents);
+    else
+        NoteTrouble(VolumeObstacle::kDamaged);
+}
+
+std::optional<uint64_t> NtfsIndex::PositionOf(uint64_t block) const
+{
+    const uint32_t clusterBytes = _mft.Geometry().clusterBytes;
+    const uint64_t unit = clusterBytes <= _blockBytes ? clusterBytes : 512;
+    uint64_t position = 0;
+    if (__builtin_mul_overflow(block, unit, &position) || position >= _blocks.size ||
+        _blocks.size - position < _blockBytes)
+        return std::nullopt;
+    return position;
+}
+
+// No block lies below two entries. One that does would multiply what lies below it, level by
+// level.
+bool NtfsIndex::IsFirstVisit(uint64_t position)
+{
+    constexpr uint64_t kLeastBlock = 512;
+    constexpr uint64_t kMostPlaces = uint64_t{1} << 26;
+    const uint64_t place = position / kLeastBlock;
+    if (place >= kMostPlaces)
+        return false;
+    if (place >= _visited.size())
+        _visited.resize(static_cast<size_t>(place) + 1);
+    if (_visited[place])
+        return false;
+    _visited[place] = true;
+    return true;
+}
+
+bool NtfsIndex::ReadBlock(uint64_t position, std::vector<uint8_t> *bytes)
+{
+    bytes->resize(_blockBytes);
+    uint32_t done = 0;
+    if (ReadExtents(_volume, _blocks, position, reinterpret_cast<char *>(bytes->data()),
+                    _blockBytes, &done))
+        return true;
+    NoteTrouble(VolumeObstacle::kUnreadable);
+    return false;
+}
+
+void NtfsIndex::Descend(uint64_t block)
+{
+    const auto position = PositionOf(block);
+    std::vector<uint8_t> bytes;
+    if (_path.size() < kDeepest && position && IsFirstVisit(*position) &&
+        ReadBlock(*position, &bytes) && std::memcmp(bytes.data(), "INDX", 4) == 0 &&
+        ApplyNtfsFixups(&bytes) && Little64(bytes.data() + 16) == block) {
+        if (auto parsed = NtfsIndexBlock::Parse(std::move(bytes), kBlockHeaderAt)) {
+            _path.push_back(std::move(*parsed));
+            return;
+        }
+    }
+    NoteTrouble(VolumeObstacle::kDamaged);
+}
+
+// Goes to the next entry that stands for a file; false after the last one.
+bool NtfsIndex::StepToEntry()
+{
+    while (!_path.empty()) {
+        if (_hasGivenEntry && !_path.back().Advance()) {
+            NoteTrouble(VolumeObstacle::kDamaged);
+            _path.pop_back();  // to an entry whose blocks below were given, but not it itself
+            _hasGivenEntry = false;
+            continue;
+        }
+        _hasGivenEntry = false;
+        if (const auto below = _path.back().TakeBlockBelow())
+            Descend(*below);
+        else if (!_path.back().IsAtEnd())
+            return true;
+        else
+            _path.pop_back();
+    }
+    return false;
+}
+
+bool NtfsIndex::Next(NtfsReference *file, NtfsIndexName *name)
+{
+    while (StepToEntry()) {
+        _hasGivenEntry = true;
+        auto found = _path.back().Name();
+        if (found) {
+            *file = _path.back().File();
+            *name = std::move(*found);
+            return true;
+        }
+        NoteTrouble(VolumeObstacle::kDamaged);
+    }
+    return false;
+}
+
+}  // namespace vx

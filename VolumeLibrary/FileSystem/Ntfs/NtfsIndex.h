@@ -1,0 +1,46 @@
+// The index of a folder, read from the first name to the last, each block once. A block that is
+// damaged or cannot be read is left out with what lies below it, and the reading goes on with the
+// next one.
+//
+// Ownership: borrows the table and the volume. Threads: one at a time. Memory: the blocks on the
+// way to the present one, and a bit for each block.
+#pragma once
+
+#include "NtfsIndexBlock.h"
+#include "NtfsStream.h"
+
+namespace vx {
+
+class NtfsIndex {
+public:
+    NtfsIndex(const NtfsMft &mft, const ByteSource &volume);
+
+    // Goes to the first name of the folder.
+    void Begin(const NtfsRecord &folder, uint64_t number);
+    // False when there are no more.
+    bool Next(NtfsReference *file, NtfsIndexName *name);
+    // Why names are missing among those that were given, kDamaged or kUnreadable; of several
+    // reasons the first.
+    VolumeObstacle Trouble() const { return _trouble; }
+    void NoteTrouble(VolumeObstacle found);
+
+private:
+    bool BeginRoot(const NtfsRecord &folder, uint64_t number);
+    void FindBlocks(const NtfsRecord &folder, uint64_t number);
+    void Descend(uint64_t block);
+    std::optional<uint64_t> PositionOf(uint64_t block) const;
+    bool IsFirstVisit(uint64_t position);
+    bool ReadBlock(uint64_t position, std::vector<uint8_t> *bytes);
+    bool StepToEntry();
+
+    const NtfsMft &_mft;
+    const ByteSource &_volume;
+    FileExtents _blocks;  // of the index, without its root
+    uint32_t _blockBytes = 0;
+    std::vector<NtfsIndexBlock> _path;  // from the root to the present block
+    std::vector<bool> _visited;         // by the places of blocks in the index
+    bool _hasGivenEntry = false;        // the present entry is to be left first
+    VolumeObstacle _trouble = VolumeObstacle::kNone;
+};
+
+}  // namespace vx

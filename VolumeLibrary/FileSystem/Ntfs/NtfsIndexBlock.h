@@ -1,0 +1,62 @@
+// One block of a folder's index: entries in the order of their names, and the blocks below.
+//
+// Threads: one at a time. Every number is checked before it is believed.
+#pragma once
+
+#include "ByteView.h"
+#include "NtfsRecord.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+// One of a file's names with what is stored beside it, as the index says; the file's own record
+// knows better.
+struct NtfsIndexName {
+    static constexpr uint32_t kFolder = 0x10000000;
+
+    // Nothing if it is damaged.
+    static std::optional<NtfsIndexName> Parse(ByteView bytes);
+
+    NtfsReference parent = 0;  // the folder that has the file under this name
+    std::string name;          // of Wtf8.h
+    bool isShortName = false;  // a second name for programs of old
+    uint64_t created = 0;      // the times: as in VolumeFindData
+    uint64_t accessed = 0;
+    uint64_t written = 0;
+    uint64_t size = 0;
+    uint32_t flags = 0;  // attributes, and kFolder
+    uint32_t reparseTag = 0;
+};
+
+class NtfsIndexBlock {
+public:
+    // bytes: an index root, or a block with the ends of its sectors put right; headerAt: where
+    // its entries are described. Nothing if it is damaged.
+    static std::optional<NtfsIndexBlock> Parse(std::vector<uint8_t> bytes, size_t headerAt);
+
+    // The block below the present entry, once; then nothing.
+    std::optional<uint64_t> TakeBlockBelow();
+    // True at the entry that ends the block, which stands for no file.
+    bool IsAtEnd() const;
+    NtfsReference File() const;
+    // Nothing if the entry is damaged.
+    std::optional<NtfsIndexName> Name() const;
+    // False if there is no good entry after the present one.
+    bool Advance();
+
+private:
+    NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end);
+    bool IsEntryGood() const;
+    const uint8_t *Entry() const { return _bytes.data() + _at; }
+    size_t Length() const;
+
+    std::vector<uint8_t> _bytes;
+    size_t _at;
+    size_t _end;
+    bool _hasGivenBlockBelow = false;
+};
+
+}  // namespace vx

@@ -1,0 +1,115 @@
+#include "NtfsMft.h"
+
+#include "NtfsFixups.h"
+#include "NtfsStream.h"
+
+namespace vx {
+namespace {
+
+using Source = std::shared_ptr<const ByteSource>;
+
+Error Damaged(const char *what)
+{
+    return {Status::kDamagedFileSystem, what};
+}
+
+uint64_t CoveredBytes(const FileExtents &extents)
+{
+    uint64_t bytes = 0;
+    for (const Extent &run : extents.runs)
+        bytes += run.length;
+    return bytes;
+}
+
+}  // namespace
+
+NtfsMft::NtfsMft(Source source, const NtfsGeometry &geometry)
+    : _source(std::move(source)), _geometry(geometry)
+{
+}
+
+Error NtfsMft::Open(const Source &source, std::unique_ptr<NtfsMft> *mft,
+                    std::vector<std::string> *notes)
+{
+    Error error = OpenBy(0, source, mft, notes);
+    const auto backup = error ? FindNtfsBackupBoot(*source) : std::nullopt;
+    if (!backup || OpenBy(*backup, source, mft, notes))
+        return error;
+    notes->push_back("the boot sector of the file system is damaged; its backup in the last "
+                     "sector of the volume is used");
+    return {};
+}
+
+Error NtfsMft::OpenBy(uint64_t bootOffset, const Source &source, std::unique_ptr<NtfsMft> *mft,
+                      std::vector<std::string> *notes)
+{
+    NtfsBoot boot;
+    if (Error error = ReadNtfsBoot(*source, bootOffset, &boot))
+        return error;
+    std::unique_ptr<NtfsMft> opened(new NtfsMft(source, boot.geometry));
+    if (!opened->FindTable(boot, boot.mftOffset)) {
+        if (boot.mirrorOffset == 0 || !opened->FindTable(boot, boot.mirrorOffset))
+            return Damaged("the first record of its table of files is damaged");
+        notes->push_back("the first record of the table of files is damaged; its mirror is used");
+    }
+    *mft = std::move(opened);
+    return {};
+}
+
+// The first record is that of the table itself, which begins where the boot sector says. Of a
+// table in many pieces it names further records, which lie in the pieces that are known already,
+// so the table is looked for again as long as there is more of it.
+bool NtfsMft::FindTable(const NtfsBoot &boot, uint64_t firstRecordAt)
+{
+    constexpr int kMostRounds = 16;
+    const uint64_t recordBytes = _geometry.recordBytes;
+    const FileExtents front = {
+        recordBytes, recordBytes, {{0, recordBytes, firstRecordAt, Extent::Kind::kStored}}};
+    const auto first = Read(front, 0, nullptr);
+    if (!first)
+        return false;
+    _table = {};
+    for (int round = 0; round < kMostRounds; ++round) {
+        NtfsStream data;
+        FindStream(*this, _source, *first, 0, NtfsType::kData, {}, &data);
+        const bool isLonger = CoveredBytes(data.extents) > CoveredBytes(_table);
+        if (data.extents.runs.size() > kMostRunsOfTables)
+            return false;
+        if (isLonger)
+            _table = std::move(data.extents);
+        if (data.trouble == VolumeObstacle::kNone || !isLonger)
+            break;
+    }
+    return !_table.runs.empty() && _table.runs.front().position == 0 &&
+           _table.runs.front().offset == boot.mftOffset;
+}
+
+std::optional<NtfsRecord> NtfsMft::Read(const FileExtents &table, uint64_t position,
+                                        VolumeObstacle *trouble) const
+{
+    std::vector<uint8_t> bytes(_geometry.recordBytes);
+    uint32_t done = 0;
+    const bool isRead =
+        ReadExtents(_source, table, position, reinterpret_cast<char *>(bytes.data()),
+                    _geometry.recordBytes, &done);
+    if (!isRead && trouble != nullptr)
+        *trouble = VolumeObstacle::kUnreadable;
+    if (!isRead || !ApplyNtfsFixups(&bytes))
+        return std::nullopt;
+    return NtfsRecord::Parse(std::move(bytes));
+}
+
+std::optional<NtfsRecord> NtfsMft::Load(NtfsReference reference, VolumeObstacle *trouble) const
+{
+    if (trouble != nullptr)
+        *trouble = VolumeObstacle::kDamaged;
+    const uint64_t number = NtfsNumber(reference);
+    if (number >= _table.size / _geometry.recordBytes)
+        return std::nullopt;
+    auto record = Read(_table, number * _geometry.recordBytes, trouble);
+    const bool same =
+        record && (NtfsSequence(reference) == 0 || record->Sequence() == NtfsSequence(reference));
+    return same ? std::move(record) : std::nullopt;
+}
+
+}  // namespace vx

@@ -1,0 +1,80 @@
+// One record of the master file table, and its attributes.
+//
+// Every number of it is checked before it is believed: an attribute that does not lie in the
+// record is where the record ends. Threads: unchanging; a view borrows the record.
+#pragma once
+
+#include "ByteView.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace vx {
+
+// A reference to a record: its number in the low 48 bits, its sequence in the others.
+using NtfsReference = uint64_t;
+constexpr uint64_t NtfsNumber(NtfsReference reference)
+{
+    return reference & 0xFFFFFFFFFFFF;
+}
+constexpr uint16_t NtfsSequence(NtfsReference reference)
+{
+    return static_cast<uint16_t>(reference >> 48);
+}
+
+enum class NtfsType : uint32_t {
+    kStandardInformation = 0x10,
+    kAttributeList = 0x20,
+    kFileName = 0x30,
+    kVolumeName = 0x60,
+    kData = 0x80,
+    kIndexRoot = 0x90,
+    kIndexAllocation = 0xA0,
+    kReparsePoint = 0xC0,
+};
+
+struct NtfsAttribute {
+    static constexpr uint16_t kCompressed = 0x00FF;
+    static constexpr uint16_t kEncrypted = 0x4000;
+
+    NtfsType type = NtfsType::kData;
+    ByteView name;  // UTF-16; empty for most
+    uint16_t flags = 0;
+    bool isResident = false;
+    ByteView value;  // resident: the bytes; otherwise the list of runs
+    // Of those that are not resident:
+    uint64_t firstCluster = 0;  // in the stream; sizes are only given where this is 0
+    unsigned compressionShift = 0;
+    uint64_t size = 0;  // bytes
+    uint64_t initialised = 0;
+};
+
+class NtfsRecord {
+public:
+    // bytes: of the whole record, with the ends of its sectors put right. Nothing if this is no
+    // record in use.
+    static std::optional<NtfsRecord> Parse(std::vector<uint8_t> bytes);
+
+    uint16_t Sequence() const;
+    bool IsFolder() const;
+    // The record that this one continues; 0 for one that stands for itself.
+    NtfsReference Base() const;
+
+    // Whether every attribute can be read, up to the mark after the last one.
+    bool IsWhole() const;
+    // The attribute of this type and name whose first cluster is the given one; of several the
+    // one after so many others.
+    std::optional<NtfsAttribute> Find(NtfsType type, std::u16string_view name,
+                                      uint64_t firstCluster = 0, size_t others = 0) const;
+
+private:
+    explicit NtfsRecord(std::vector<uint8_t> bytes);
+    size_t FirstOffset() const;
+    size_t LengthAt(size_t offset) const;
+    std::optional<NtfsAttribute> AttributeAt(size_t offset, size_t length) const;
+
+    std::vector<uint8_t> _bytes;
+};
+
+}  // namespace vx

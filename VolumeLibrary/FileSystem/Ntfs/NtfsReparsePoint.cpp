@@ -1,0 +1,129 @@
+#include "NtfsReparsePoint.h"
+
+#include "Little.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace vx {
+namespace {
+
+constexpr uint32_t kMountPoint = 0xA0000003;
+constexpr uint32_t kStorageMigration = 0xC0000004;
+constexpr uint32_t kStorageMigration2 = 0x80000006;
+constexpr uint32_t kSingleInstance = 0x80000007;
+constexpr uint32_t kDeduplicated = 0x80000013;
+constexpr uint32_t kPlaceholder = 0x80000015;
+constexpr uint32_t kPacked = 0x80000017;
+constexpr uint32_t kContainerLayer = 0x80000018;
+constexpr uint32_t kContainerLayer1 = 0x90001018;
+constexpr uint32_t kProjected = 0x9000001C;
+constexpr uint32_t kStorageSync = 0x8000001E;
+constexpr uint32_t kCloudDrive = 0x80000021;
+constexpr uint32_t kStorageSyncFolder = 0x90000027;
+// Sixteen tags that differ in these bits.
+constexpr uint32_t kCloud = 0x9000001A;
+constexpr uint32_t kCloudVariants = 0x0000F000;
+
+constexpr size_t kHeaderBytes = 8;
+constexpr size_t kMostBytes = size_t{16} << 10;
+
+bool IsOfCloud(uint32_t tag)
+{
+    return (tag & ~kCloudVariants) == kCloud || tag == kPlaceholder || tag == kStorageSync ||
+           tag == kCloudDrive || tag == kStorageSyncFolder;
+}
+
+// Whose files have data of their own, brought here when it is wanted.
+bool BringsData(uint32_t tag)
+{
+    constexpr uint32_t kTags[] = {kStorageMigration, kStorageMigration2, kSingleInstance,
+                                  kContainerLayer,   kContainerLayer1,   kProjected};
+    return IsOfCloud(tag) || std::find(std::begin(kTags), std::end(kTags), tag) != std::end(kTags);
+}
+
+// Nothing if they cannot be read.
+std::vector<uint8_t> BytesOf(const ByteSource &volume, NtfsStream stream)
+{
+    if (stream.isResident)
+        return std::move(stream.bytes);
+    std::vector<uint8_t> bytes(
+        static_cast<size_t>(std::min<uint64_t>(stream.extents.size, kMostBytes)));
+    uint32_t done = 0;
+    const bool isRead =
+        ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
+                    static_cast<uint32_t>(bytes.size()), &done);
+    return isRead ? bytes : std::vector<uint8_t>();
+}
+
+}  // namespace
+
+NtfsReparsePoint NtfsReparsePoint::Read(const NtfsMft &mft, const ByteSource &volume,
+                                        const NtfsRecord &file, uint64_t number)
+{
+    NtfsReparsePoint point;
+    NtfsStream stream;
+    const NtfsFound found =
+        FindStream(mft, volume, file, number, NtfsType::kReparsePoint, {}, &stream);
+    point._trouble = stream.trouble;
+    if (found != NtfsFound::kYes)
+        return point;
+    const bool isResident = stream.isResident;
+    point._bytes = BytesOf(volume, std::move(stream));
+    if (point._bytes.size() >= 4)
+        point._tag = Little32(point._bytes.data());
+    else if (point._trouble == VolumeObstacle::kNone)
+        point._trouble = isResident ? VolumeObstacle::kDamaged : VolumeObstacle::kUnreadable;
+    return point;
+}
+
+bool NtfsReparsePoint::LeadsElsewhere() const
+{
+    return (_tag & kReparseTagNameSurrogate) != 0;
+}
+
+VolumeObstacle NtfsReparsePoint::Form() const
+{
+    if (_tag == kPacked)
+        return VolumeObstacle::kPacked;
+    return _tag == kDeduplicated ? VolumeObstacle::kDeduplicated : VolumeObstacle::kNone;
+}
+
+VolumeObstacle NtfsReparsePoint::Absence() const
+{
+    if (_tag == 0)
+        return _trouble;
+    return IsOfCloud(_tag) ? VolumeObstacle::kOnlyInCloud : VolumeObstacle::kUnknownReparsePoint;
+}
+
+bool NtfsReparsePoint::MayBeEmpty() const
+{
+    return _tag == 0 || Form() != VolumeObstacle::kNone || BringsData(_tag);
+}
+
+// The name that is meant for people, or else the one that the system follows.
+ByteView NtfsReparsePoint::TargetBytes() const
+{
+    const bool isSymlink = _tag == kReparseTagSymlink;
+    const size_t namesAt = kHeaderBytes + (isSymlink ? 12 : 8);
+    if ((!isSymlink && _tag != kMountPoint) || _bytes.size() < namesAt)
+        return {};
+    const ByteView names = ByteView(_bytes).From(namesAt);
+    const uint8_t *fields = _bytes.data() + kHeaderBytes;
+    const auto nameAt = [&](const uint8_t *place) {
+        return names.From(Little16(place)).First(Little16(place + 2));
+    };
+    const ByteView shown = nameAt(fields + 4);
+    return shown.size >= 2 ? shown : nameAt(fields);
+}
+
+void NtfsReparsePoint::CopyTarget(char16_t *target, size_t capacity) const
+{
+    const ByteView units = TargetBytes();
+    const size_t count = std::min(units.size / 2, capacity - 1);
+    for (size_t i = 0; i < count; ++i)
+        target[i] = static_cast<char16_t>(Little16(units.data + 2 * i));
+    target[count] = 0;
+}
+
+}  // namespace vx

@@ -1,0 +1,273 @@
+#include "NtfsStream.h"
+
+#include "Little.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace vx {
+namespace {
+
+constexpr uint64_t kLargestList = uint64_t{256} << 10;
+constexpr uint64_t kLargestFile = std::numeric_limits<int64_t>::max();
+
+bool TakeFirstPart(const NtfsAttribute &part, NtfsStream *stream)
+{
+    stream->flags = part.flags;
+    stream->compressionShift = part.compressionShift;
+    stream->isResident = part.isResident;
+    if (part.isResident)
+        stream->bytes = part.value.Copy();
+    stream->extents.size = part.size;
+    stream->extents.initialised = part.initialised;
+    return part.size <= kLargestFile;
+}
+
+uint64_t EndOf(const std::vector<Extent> &runs)
+{
+    return runs.empty() ? 0 : runs.back().position + runs.back().length;
+}
+
+// False for a part that contradicts the ones before it: then none of them is to be believed.
+bool TakePart(const NtfsMft &mft, const NtfsAttribute &part, NtfsStream *stream)
+{
+    if (part.firstCluster == 0 && !TakeFirstPart(part, stream))
+        return false;
+    if (part.isResident != stream->isResident)
+        return false;
+    if (part.isResident)
+        return true;
+    std::vector<Extent> &runs = stream->extents.runs;
+    const uint64_t end = EndOf(runs);
+    uint64_t begin = 0;
+    if (__builtin_mul_overflow(part.firstCluster, uint64_t{mft.Geometry().clusterBytes}, &begin) ||
+        begin < end)
+        return false;
+    if (!AppendRuns(part.value, part.firstCluster, mft.Geometry(), &runs))
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return true;
+}
+
+NtfsFound NothingFound(NtfsStream *stream)
+{
+    stream->extents = {};
+    stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return NtfsFound::kDamaged;
+}
+
+// Runs that do not reach as far as the data does are part of a damaged list.
+NtfsFound Checked(NtfsStream *stream)
+{
+    const FileExtents &extents = stream->extents;
+    const uint64_t written = std::min(extents.initialised, extents.size);
+    if (stream->isResident || written == 0)
+        return NtfsFound::kYes;
+    if (extents.runs.empty())
+        return NothingFound(stream);
+    if (!AreCovered(extents.runs, 0, written))
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return NtfsFound::kYes;
+}
+
+// An entry of the list that says which record holds which attribute.
+struct ListEntry {
+    NtfsType type = NtfsType::kData;
+    ByteView name;
+    uint64_t firstCluster = 0;
+    NtfsReference record = 0;
+};
+
+// Takes the first entry off the list; false at its end.
+bool TakeEntry(ByteView *list, ListEntry *entry)
+{
+    constexpr size_t kHeaderBytes = 26;
+    if (list->size < kHeaderBytes)
+        return false;
+    const uint8_t *at = list->data;
+    const size_t length = Little16(at + 4);
+    const size_t nameBytes = size_t{2} * at[6];
+    if (length < kHeaderBytes || length > list->size || at[7] + nameBytes > length)
+        return false;
+    entry->type = static_cast<NtfsType>(Little32(at));
+    entry->name = {at + at[7], nameBytes};
+    entry->firstCluster = Little64(at + 8);
+    entry->record = Little64(at + 16);
+    *list = list->From(length);
+    return true;
+}
+
+bool IsNamed(const ListEntry &entry, std::u16string_view name)
+{
+    if (entry.name.size != 2 * name.size())
+        return false;
+    for (size_t i = 0; i < name.size(); ++i) {
+        if (Little16(entry.name.data + 2 * i) != name[i])
+            return false;
+    }
+    return true;
+}
+
+// Nothing if it cannot be read whole; trouble receives why.
+std::optional<std::vector<uint8_t>> ReadList(const NtfsMft &mft, const ByteSource &volume,
+                                             const NtfsAttribute &list, VolumeObstacle *trouble)
+{
+    NtfsStream stream;
+    if (list.size > kLargestList || !TakePart(mft, list, &stream)) {
+        *trouble = VolumeObstacle::kDamaged;
+        return std::nullopt;
+    }
+    if (stream.isResident)
+        return std::move(stream.bytes);
+    std::vector<uint8_t> bytes(static_cast<size_t>(stream.extents.size));
+    uint32_t done = 0;
+    if (ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
+                    static_cast<uint32_t>(bytes.size()), &done))
+        return bytes;
+    *trouble = VolumeObstacle::kUnreadable;
+    return std::nullopt;
+}
+
+// The same of the file's list; nothing, and no trouble, if it has none.
+std::optional<std::vector<uint8_t>> ReadListOf(const NtfsMft &mft, const ByteSource &volume,
+                                               const NtfsRecord &file, VolumeObstacle *trouble)
+{
+    *trouble = VolumeObstacle::kNone;
+    const auto list = file.Find(NtfsType::kAttributeList, {});
+    return list ? ReadList(mft, volume, *list, trouble) : std::nullopt;
+}
+
+// Another record of the file, which holds the part that the entry speaks of.
+std::optional<NtfsRecord> LoadPart(const NtfsMft &mft, uint64_t number, const ListEntry &entry,
+                                   VolumeObstacle *trouble = nullptr)
+{
+    auto record = mft.Load(entry.record, trouble);
+    const bool belongs = record && NtfsNumber(record->Base()) == number;
+    return belongs ? std::move(record) : std::nullopt;
+}
+
+// False if no more names are wanted.
+bool VisitNamesIn(const NtfsRecord &record, const std::function<bool(NtfsIndexName)> &visit)
+{
+    for (size_t others = 0;; ++others) {
+        const auto attribute = record.Find(NtfsType::kFileName, {}, 0, others);
+        if (!attribute)
+            return true;
+        auto name = NtfsIndexName::Parse(attribute->value);
+        if (attribute->isResident && name && !name->isShortName && !visit(std::move(*name)))
+            return false;
+    }
+}
+
+// Adds the part that the entry speaks of, or notes why it is missing. False as TakePart.
+bool TakeListed(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, const ListEntry &entry,
+                std::u16string_view name, NtfsStream *stream)
+{
+    VolumeObstacle trouble = VolumeObstacle::kDamaged;
+    const bool isHere = NtfsNumber(entry.record) == number;
+    const auto other = isHere ? std::nullopt : LoadPart(mft, number, entry, &trouble);
+    const NtfsRecord *record = isHere ? &file : other ? &*other : nullptr;
+    const auto part =
+        record != nullptr ? record->Find(entry.type, name, entry.firstCluster) : std::nullopt;
+    if (part)
+        return TakePart(mft, *part, stream);
+    stream->NoteTrouble(trouble);
+    return entry.firstCluster != 0;  // without the first part its size is not known
+}
+
+// The part that lies in the record which stands for the file.
+NtfsFound FindInRecord(const NtfsMft &mft, const NtfsRecord &file, NtfsType type,
+                       std::u16string_view name, NtfsStream *stream)
+{
+    const auto only = file.Find(type, name);
+    if (only)
+        return TakePart(mft, *only, stream) ? Checked(stream) : NothingFound(stream);
+    if (!file.IsWhole())
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    return stream->trouble == VolumeObstacle::kNone ? NtfsFound::kNo : NtfsFound::kDamaged;
+}
+
+NtfsFound FindByList(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, ByteView list,
+                     NtfsType type, std::u16string_view name, NtfsStream *stream)
+{
+    ListEntry entry;
+    bool isThere = false;
+    while (TakeEntry(&list, &entry)) {
+        if (entry.type != type || !IsNamed(entry, name))
+            continue;
+        const bool isFirstMissing = !isThere && entry.firstCluster != 0;
+        if (isFirstMissing || !TakeListed(mft, file, number, entry, name, stream))
+            return NothingFound(stream);
+        isThere = true;
+    }
+    if (list.size > 0)
+        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    if (isThere)
+        return Checked(stream);
+    return stream->trouble == VolumeObstacle::kNone ? NtfsFound::kNo : NtfsFound::kDamaged;
+}
+
+}  // namespace
+
+void NtfsStream::NoteTrouble(VolumeObstacle found)
+{
+    if (trouble == VolumeObstacle::kNone)
+        trouble = found;
+}
+
+NtfsFound FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                     uint64_t number, NtfsType type, std::u16string_view name, NtfsStream *stream)
+{
+    const auto list = ReadListOf(mft, volume, file, &stream->trouble);
+    return list ? FindByList(mft, file, number, *list, type, name, stream)
+                : FindInRecord(mft, file, type, name, stream);
+}
+
+void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, const std::function<bool(NtfsIndexName)> &visit)
+{
+    if (!VisitNamesIn(file, visit))
+        return;
+    VolumeObstacle trouble;
+    const auto list = ReadListOf(mft, volume, file, &trouble);
+    ByteView left = list ? ByteView(*list) : ByteView();
+    ListEntry entry;
+    while (TakeEntry(&left, &entry)) {
+        const bool isOfOther =
+            entry.type == NtfsType::kFileName && NtfsNumber(entry.record) != number;
+        const auto record = isOfOther ? LoadPart(mft, number, entry) : std::nullopt;
+        if (record && !VisitNamesIn(*record, visit))
+            return;
+    }
+}
+
+std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const ByteSource &volume,
+                                         const NtfsRecord &file, uint64_t number)
+{
+    std::optional<NtfsIndexName> first;
+    VisitLongNames(mft, volume, file, number, [&first](NtfsIndexName name) {
+        first = std::move(name);
+        return false;
+    });
+    return first;
+}
+
+uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, NtfsType type)
+{
+    if (const auto first = file.Find(type, {}))
+        return first->size;
+    VolumeObstacle trouble;
+    const auto list = ReadListOf(mft, volume, file, &trouble);
+    ByteView left = list ? ByteView(*list) : ByteView();
+    ListEntry entry;
+    while (TakeEntry(&left, &entry)) {
+        if (entry.type != type || !IsNamed(entry, {}) || entry.firstCluster != 0)
+            continue;
+        const auto record = LoadPart(mft, number, entry);
+        const auto first = record ? record->Find(type, {}) : std::nullopt;
+        return first ? first->size : 0;
+    }
+    return 0;
+}
+
+}  // namespace vx

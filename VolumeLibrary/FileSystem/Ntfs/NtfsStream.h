@@ -1,0 +1,45 @@
+// One stream of a file: an attribute with all its parts, which may lie in several records.
+#pragma once
+
+#include "NtfsIndexBlock.h"
+#include "NtfsMft.h"
+
+#include <functional>
+
+namespace vx {
+
+struct NtfsStream {
+    bool isResident = false;
+    uint16_t flags = 0;             // of NtfsAttribute
+    unsigned compressionShift = 0;  // clusters of a compression unit, as a power of two
+    std::vector<uint8_t> bytes;     // if resident
+    FileExtents extents;            // otherwise; what a missing part holds is in no run
+    // Why parts are missing, kDamaged or kUnreadable; of several reasons the first.
+    VolumeObstacle trouble = VolumeObstacle::kNone;
+
+    uint64_t Size() const { return isResident ? bytes.size() : extents.size; }
+    void NoteTrouble(VolumeObstacle found);
+};
+
+// kYes: the stream is there, perhaps with parts missing, as its trouble says. kNo: there is none.
+// kDamaged: nothing of it can be had, if there is one; its trouble says why.
+enum class NtfsFound { kYes, kNo, kDamaged };
+
+// Reads where a stream of the file lies, not its contents. file: the record that stands for it.
+NtfsFound FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                     uint64_t number, NtfsType type, std::u16string_view name, NtfsStream *stream);
+
+// Its size alone; 0 if there is none.
+uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, NtfsType type);
+
+// Every long name of the file: those in its own record, then those in its other ones. visit
+// answers whether it wants more.
+void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                    uint64_t number, const std::function<bool(NtfsIndexName)> &visit);
+
+// The first long name. A folder has one.
+std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const ByteSource &volume,
+                                         const NtfsRecord &file, uint64_t number);
+
+}  // namespace vx

@@ -1,0 +1,96 @@
+#include "PartitionTable.h"
+
+#include "GptPartitions.h"
+#include "MbrPartitions.h"
+#include "PartOfSource.h"
+
+namespace vx {
+namespace {
+
+// One reading of what is at the front and the end of a disk.
+struct Layout {
+    std::vector<PartitionPlace> places;
+    std::string note;
+    Error unread;
+};
+
+// False if no disk can have such a partition.
+bool TakePlace(const PartitionPlace &place, uint64_t sectorBytes, Partition *partition)
+{
+    uint64_t end = 0;
+    partition->name = WithoutControls(place.name);
+    partition->use = place.use;
+    return !__builtin_mul_overflow(place.firstSector, sectorBytes, &partition->offset) &&
+           !__builtin_mul_overflow(place.sectors, sectorBytes, &partition->size) &&
+           !__builtin_add_overflow(partition->offset, partition->size, &end);
+}
+
+// The likeliest first. A backup of a GUID table outlives the table that was made after it, so an
+// MBR that does not speak of one is looked at before it.
+std::vector<Layout> LayoutsOf(const ByteSource &disk, uint64_t sectorBytes)
+{
+    GptPartitions gpt = GptPartitions::Read(disk, sectorBytes);
+    const bool hasGpt = !gpt.places.empty();
+    Layout ofGpt = {std::move(gpt.places), std::move(gpt.note), std::move(gpt.unread)};
+    if (hasGpt && !gpt.areOfBackup)
+        return {ofGpt};
+    MbrPartitions mbr = MbrPartitions::Read(disk, sectorBytes);
+    const bool hasMbr = !mbr.places.empty();
+    if (hasGpt && (mbr.protectsGpt || !hasMbr))
+        return {ofGpt};
+    Layout ofMbr = {std::move(mbr.places), "", std::move(mbr.unread)};
+    if (hasGpt)
+        return {ofMbr, ofGpt};
+    if (!hasMbr && !ofMbr.unread)
+        ofMbr.unread = std::move(ofGpt.unread);
+    return {ofMbr};
+}
+
+PartitionTable TableOf(Layout layout, uint64_t sectorBytes, uint64_t diskBytes)
+{
+    PartitionTable table;
+    table.unread = std::move(layout.unread);
+    table.note = std::move(layout.note);
+    for (const PartitionPlace &place : layout.places) {
+        Partition partition;
+        if (!TakePlace(place, sectorBytes, &partition))
+            continue;
+        if (partition.offset < diskBytes)
+            table.partitions.push_back(std::move(partition));
+        else if (!table.unread)
+            table.unread = {Status::kTruncatedImage, "a partition begins beyond the end of it"};
+    }
+    return table;
+}
+
+}  // namespace
+
+std::shared_ptr<const ByteSource> Partition::In(std::shared_ptr<const ByteSource> disk) const
+{
+    return std::make_shared<PartOfSource>(std::move(disk), offset, size);
+}
+
+std::vector<PartitionTable> PartitionTable::ReadAll(const ByteSource &disk, uint64_t sectorBytes)
+{
+    std::vector<PartitionTable> tables;
+    for (Layout &layout : LayoutsOf(disk, sectorBytes))
+        tables.push_back(TableOf(std::move(layout), sectorBytes, disk.Size()));
+    return tables;
+}
+
+std::string WithoutControls(const std::string &text)
+{
+    std::string printable;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool isC1 =
+            byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+        if (isC1)
+            ++i;
+        else if (byte >= 0x20 && byte != 0x7F)
+            printable.push_back(text[i]);
+    }
+    return printable;
+}
+
+}  // namespace vx
