@@ -33,8 +33,8 @@ EventPipe::EventPipe()
     // The first descriptors that the program asks for: without them it can wait for nothing.
     if (pipe(ends) == -1)
         abort();
-    _out = Descriptor(ends[0]);
-    _in = Descriptor(ends[1]);
+    _out = UniqueFd(ends[0]);
+    _in = UniqueFd(ends[1]);
     for (int end : ends) {
         fcntl(end, F_SETFD, FD_CLOEXEC);
         fcntl(end, F_SETFL, fcntl(end, F_GETFL) | O_NONBLOCK);

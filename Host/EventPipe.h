@@ -4,7 +4,7 @@
 // Threads: Post from any thread and from signal handlers; the rest from the main thread.
 #pragma once
 
-#include "Descriptor.h"
+#include "UniqueFd.h"
 
 #include <chrono>
 #include <optional>
@@ -28,8 +28,8 @@ public:
     int GetDescriptor() const { return _out.Get(); }
 
 private:
-    Descriptor _out;
-    Descriptor _in;
+    UniqueFd _out;
+    UniqueFd _in;
 };
 
 }  // namespace vx

@@ -22,8 +22,8 @@ HostLock::~HostLock()
 
 bool HostLock::TryOnce()
 {
-    Descriptor file(open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file.IsOpen()) {
+    UniqueFd file(open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file) {
         _error = "cannot open " + _path + ": " + strerror(errno);
         return false;
     }

@@ -6,7 +6,7 @@
 // The descriptor is close-on-exec: the explorer does not inherit the lock.
 #pragma once
 
-#include "Descriptor.h"
+#include "UniqueFd.h"
 
 #include <string>
 
@@ -20,7 +20,7 @@ public:
     HostLock(const HostLock &) = delete;
     HostLock &operator=(const HostLock &) = delete;
 
-    bool IsHeld() const { return _file.IsOpen(); }
+    bool IsHeld() const { return bool(_file); }
     // One line on why it is not held; empty if it is.
     const std::string &GetError() const { return _error; }
 
@@ -31,7 +31,7 @@ private:
 
     const std::string _path;
     std::string _error;
-    Descriptor _file;
+    UniqueFd _file;
 };
 
 }  // namespace vx

@@ -1,8 +1,8 @@
 #include "VolumeCheck.h"
 
-#include "Descriptor.h"
 #include "IVolume.h"
 #include "OpenFailureText.h"
+#include "UniqueFd.h"
 
 #include <cerrno>
 #include <csignal>
@@ -104,8 +104,8 @@ std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &op
     int ends[2];
     if (path.empty() || pipe(ends) != 0)
         return "";
-    const Descriptor reading(ends[0]);
-    Descriptor writing(ends[1]);
+    const UniqueFd reading(ends[0]);
+    UniqueFd writing(ends[1]);
     const pid_t process = fork();
     if (process < 0)
         return "";

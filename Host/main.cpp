@@ -16,7 +16,7 @@ const vx::LinkPaths kPaths = {"/tmp/z5_btl_4", "/tmp/z5_btl_3"};
 // Fills the secret in. Returns 0 or the exit status.
 int AskForSecret(vx::EventPipe &events, vx::HostOptions &options)
 {
-    const vx::Descriptor terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    const vx::UniqueFd terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     vx::SecretPrompt prompt(terminal.Get(), events);
     const auto secret = prompt.Ask("Secret for " + options.volume + ": ");
     if (prompt.InterruptingSignal() != 0)

@@ -3,8 +3,7 @@
 // Threads: any.
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include "Mutex.h"
 
 namespace vx {
 
@@ -12,21 +11,22 @@ class Completion {
 public:
     void Complete()
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
+        const MutexLock lock(_mutex);
         _isComplete = true;
-        _changed.notify_all();
+        _changed.NotifyAll();
     }
     // Returns once Complete was called; at once if it was called before.
     void Wait()
     {
-        std::unique_lock<std::mutex> lock(_mutex);
-        _changed.wait(lock, [this] { return _isComplete; });
+        const MutexLock lock(_mutex);
+        while (!_isComplete)
+            _changed.Wait(_mutex);
     }
 
 private:
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    bool _isComplete = false;
+    Mutex _mutex;
+    Condition _changed;
+    bool _isComplete VX_GUARDED_BY(_mutex) = false;
 };
 
 }  // namespace vx

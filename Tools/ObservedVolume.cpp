@@ -14,7 +14,7 @@ constexpr uint32_t kAttributeReparsePoint = 0x400;
 bool ObservedVolume::IsLink(const std::u16string &path) const
 {
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
+        const MutexLock lock(_mutex);
         if (_links.count(path) != 0)
             return true;
         if (_untagged.count(path) == 0)
@@ -33,26 +33,26 @@ VolumeObstacle ObservedVolume::ObstacleOf(const std::u16string &path) const
 
 bool ObservedVolume::ReadFailed(const std::u16string &path) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     return _failed.count(path) != 0;
 }
 
 std::vector<ByteRange> ObservedVolume::UnreadRangesOf(const std::u16string &path) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     const auto unread = _unread.find(path);
     return unread == _unread.end() ? std::vector<ByteRange>() : unread->second;
 }
 
 bool ObservedVolume::ListingFailed(const std::u16string &path) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     return _unlistable.count(path) != 0;
 }
 
 VolumeListingReport ObservedVolume::ListingOf(const std::u16string &path) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     const auto damaged = _damagedListings.find(path);
     return damaged == _damagedListings.end() ? VolumeListingReport() : damaged->second;
 }
@@ -70,12 +70,12 @@ VolumeHandle ObservedVolume::FindFirstFile(const char16_t *pattern, VolumeFindDa
     if (search == nullptr) {
         folder.pop_back();
         _hasFailed = true;
-        const std::lock_guard<std::mutex> lock(_mutex);
+        const MutexLock lock(_mutex);
         _unlistable.insert(std::move(folder));
         return nullptr;
     }
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
+        const MutexLock lock(_mutex);
         _folders[search] = std::move(folder);
     }
     NoteEntry(search, *record);
@@ -95,7 +95,7 @@ bool ObservedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
 bool ObservedVolume::FindClose(VolumeHandle search)
 {
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
+        const MutexLock lock(_mutex);
         _folders.erase(search);
     }
     return _volume.FindClose(search);
@@ -109,7 +109,7 @@ VolumeHandle ObservedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint
         _hasFailed = true;
         return nullptr;
     }
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     _files[file] = path;
     return file;
 }
@@ -146,7 +146,7 @@ bool ObservedVolume::CloseHandle(VolumeHandle file)
 {
     NoteUnread(file);
     {
-        const std::lock_guard<std::mutex> lock(_mutex);
+        const MutexLock lock(_mutex);
         _files.erase(file);
     }
     return _volume.CloseHandle(file);
@@ -159,7 +159,7 @@ void ObservedVolume::NoteEntry(VolumeHandle search, const VolumeFindData &record
     if (!isLink && (tag != 0 || (record.attributes & kAttributeReparsePoint) == 0))
         return;
     const char16_t *end = std::find(std::begin(record.name), std::end(record.name), u'\0');
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     (isLink ? _links : _untagged)
         .insert(_folders[search] + std::u16string(std::begin(record.name), end));
 }
@@ -171,7 +171,7 @@ void ObservedVolume::NoteListing(VolumeHandle search)
     if (report.isWhole && report.recoveredEntries == 0)
         return;
     _hasFailed = true;
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     std::u16string folder = _folders[search];
     folder.pop_back();  // the "/"
     _damagedListings.insert({std::move(folder), report});
@@ -180,7 +180,7 @@ void ObservedVolume::NoteListing(VolumeHandle search)
 void ObservedVolume::NoteFailure(VolumeHandle file)
 {
     _hasFailed = true;
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     _failed.insert(_files[file]);
 }
 
@@ -189,7 +189,7 @@ void ObservedVolume::NoteUnread(VolumeHandle file)
     std::vector<ByteRange> unread = _reports.UnreadRanges(file);
     if (unread.empty())
         return;
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     _failed.insert(_files[file]);
     _unread[_files[file]] = std::move(unread);
 }

@@ -8,10 +8,10 @@
 #pragma once
 
 #include "IVolume.h"
+#include "Mutex.h"
 #include "VolumeReports.h"
 
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -65,15 +65,16 @@ private:
 
     IVolume &_volume;
     const VolumeReports &_reports;
-    mutable std::mutex _mutex;
-    std::unordered_map<VolumeHandle, std::u16string> _folders;  // of searches: ends with "/"
-    std::unordered_map<VolumeHandle, std::u16string> _files;    // open ones
-    std::unordered_set<std::u16string> _links;
-    std::unordered_set<std::u16string> _untagged;  // reparse points
-    std::unordered_set<std::u16string> _failed;
-    std::unordered_set<std::u16string> _unlistable;
-    std::unordered_map<std::u16string, VolumeListingReport> _damagedListings;
-    std::unordered_map<std::u16string, std::vector<ByteRange>> _unread;
+    mutable Mutex _mutex;
+    // Of searches: ends with "/".
+    std::unordered_map<VolumeHandle, std::u16string> _folders VX_GUARDED_BY(_mutex);
+    std::unordered_map<VolumeHandle, std::u16string> _files VX_GUARDED_BY(_mutex);  // open ones
+    std::unordered_set<std::u16string> _links VX_GUARDED_BY(_mutex);
+    std::unordered_set<std::u16string> _untagged VX_GUARDED_BY(_mutex);  // reparse points
+    std::unordered_set<std::u16string> _failed VX_GUARDED_BY(_mutex);
+    std::unordered_set<std::u16string> _unlistable VX_GUARDED_BY(_mutex);
+    std::unordered_map<std::u16string, VolumeListingReport> _damagedListings VX_GUARDED_BY(_mutex);
+    std::unordered_map<std::u16string, std::vector<ByteRange>> _unread VX_GUARDED_BY(_mutex);
     std::atomic<bool> _hasFailed{false};
 };
 

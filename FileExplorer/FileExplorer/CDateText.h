@@ -11,9 +11,10 @@
 
 #import <Foundation/Foundation.h>
 
+#include "Mutex.h"
+
 #include <array>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -33,25 +34,31 @@ public:
 private:
     static constexpr size_t kMinutesPerDay = 24 * 60;
 
-    void followSettings();
-    void forgetSettings();
-    void learnOrder();
-    bool joins(uint64_t seconds);
-    std::u16string formatted(uint64_t seconds);
-    std::u16string joined(uint64_t seconds);
-    uint64_t localSeconds(uint64_t seconds);
-    const std::u16string &textOfDay(uint64_t localDay);
-    const std::u16string &textOfMinute(size_t minute);
+    vx::Mutex _mutex;
 
-    std::mutex _mutex;
-    NSLocale *_locale = nil;
-    NSTimeZone *_zone = nil;
-    NSDateFormatter *_formatter = nil;
-    NSDateFormatter *_dayFormatter = nil;     // in UTC
-    NSDateFormatter *_minuteFormatter = nil;  // in UTC
-    enum class Order { Unknown, DayFirst, MinuteFirst } _order = Order::Unknown;
-    std::u16string _between;
-    std::unordered_map<uint64_t, bool> _daysThatJoin;        // by day in UTC
-    std::unordered_map<uint64_t, std::u16string> _dayTexts;  // by day of localSeconds
-    std::array<std::u16string, kMinutesPerDay> _minuteTexts;
+    void followSettings() VX_REQUIRES(_mutex);
+    void forgetSettings() VX_REQUIRES(_mutex);
+    void learnOrder() VX_REQUIRES(_mutex);
+    bool joins(uint64_t seconds) VX_REQUIRES(_mutex);
+    std::u16string formatted(uint64_t seconds) VX_REQUIRES(_mutex);
+    std::u16string joined(uint64_t seconds) VX_REQUIRES(_mutex);
+    uint64_t localSeconds(uint64_t seconds) VX_REQUIRES(_mutex);
+    const std::u16string &textOfDay(uint64_t localDay) VX_REQUIRES(_mutex);
+    const std::u16string &textOfMinute(size_t minute) VX_REQUIRES(_mutex);
+
+    NSLocale *_locale VX_GUARDED_BY(_mutex) = nil;
+    NSTimeZone *_zone VX_GUARDED_BY(_mutex) = nil;
+    NSDateFormatter *_formatter VX_GUARDED_BY(_mutex) = nil;
+    NSDateFormatter *_dayFormatter VX_GUARDED_BY(_mutex) = nil;     // in UTC
+    NSDateFormatter *_minuteFormatter VX_GUARDED_BY(_mutex) = nil;  // in UTC
+    enum class Order {
+        Unknown,
+        DayFirst,
+        MinuteFirst
+    } _order VX_GUARDED_BY(_mutex) = Order::Unknown;
+    std::u16string _between VX_GUARDED_BY(_mutex);
+    std::unordered_map<uint64_t, bool> _daysThatJoin VX_GUARDED_BY(_mutex);  // by day in UTC
+    std::unordered_map<uint64_t, std::u16string>
+        _dayTexts VX_GUARDED_BY(_mutex);  // by day of localSeconds
+    std::array<std::u16string, kMinutesPerDay> _minuteTexts VX_GUARDED_BY(_mutex);
 };

@@ -62,7 +62,7 @@ CDateText::~CDateText()
 
 NSString *CDateText::textFor(uint64_t seconds)
 {
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     followSettings();
     if (!joins(seconds))
         return [_formatter stringFromDate:dateAt(static_cast<double>(seconds))];

@@ -1,9 +1,9 @@
 // The lock, the FIFO files, the child process and the place of the program.
-#include "Descriptor.h"
 #include "ExplorerProcess.h"
 #include "FifoPair.h"
 #include "HostLock.h"
 #include "ProgramFolder.h"
+#include "UniqueFd.h"
 
 #include "Eventually.h"
 #include "PipeFolder.h"
@@ -96,7 +96,7 @@ TEST_F(FifoPairTest, BothAreMadeForThisUserAlone)
 
 TEST_F(FifoPairTest, FifosThatACrashedHostLeftBehindAreReplaced)
 {
-    std::vector<vx::Descriptor> orphan;
+    std::vector<vx::UniqueFd> orphan;
     for (const std::string &path : {_paths.read, _paths.write}) {
         ASSERT_EQ(mkfifo(path.c_str(), 0777), 0);
         orphan.emplace_back(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -104,8 +104,8 @@ TEST_F(FifoPairTest, FifosThatACrashedHostLeftBehindAreReplaced)
     EXPECT_EQ(vx::MakeFifoPair(_paths), "");
     for (const std::string &path : {_paths.read, _paths.write}) {
         EXPECT_EQ(ModeOf(path), static_cast<mode_t>(S_IFIFO | 0600));
-        const vx::Descriptor writer(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
-        EXPECT_FALSE(writer.IsOpen()) << "the orphan reads what is written to " << path;
+        const vx::UniqueFd writer(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        EXPECT_FALSE(bool(writer)) << "the orphan reads what is written to " << path;
     }
 }
 

@@ -84,7 +84,7 @@ TEST_F(SecretPromptTest, TheEndOfAnEarlierChildDoesNotEndTheQuestion)
 
 TEST_F(SecretPromptTest, WhatIsNotATerminalAnswersNothing)
 {
-    const vx::Descriptor file(open("/dev/null", O_RDWR | O_CLOEXEC));
+    const vx::UniqueFd file(open("/dev/null", O_RDWR | O_CLOEXEC));
     vx::SecretPrompt prompt(file.Get(), _events);
     EXPECT_EQ(prompt.Ask("Secret: "), std::nullopt);
     EXPECT_EQ(prompt.InterruptingSignal(), 0);

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "ByteSource.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <array>
 #include <memory>

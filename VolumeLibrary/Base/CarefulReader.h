@@ -20,7 +20,7 @@
 
 #include "ByteRange.h"
 #include "FaultMap.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <atomic>
 

@@ -21,7 +21,7 @@
 
 #include "ByteSource.h"
 #include "EwfLayout.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <atomic>
 #include <memory>

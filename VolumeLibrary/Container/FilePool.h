@@ -10,7 +10,7 @@
 #pragma once
 
 #include "ByteSource.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <memory>
 #include <string>

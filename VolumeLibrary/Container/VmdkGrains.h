@@ -12,7 +12,7 @@
 #pragma once
 
 #include "ByteSource.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 #include "VmdkHeader.h"
 
 #include <memory>

@@ -118,9 +118,9 @@ const DiskVolume *DiskVolumes::Choose(size_t number, bool isUnlocking) const
 Error DiskVolumes::NotChosen(const Source &disk, size_t number) const
 {
     std::string list = DescribeVolumes(disk);
-    const std::string others = DescribeOthers(disk);
-    if (!others.empty())
-        list += "; without a number, since it does not open here: " + others;
+    const std::string unopened = DescribeOthers(disk);
+    if (!unopened.empty())
+        list += "; without a number, since it does not open here: " + unopened;
     if (number == 0 && unread.status == Status::kSystemError)
         list += "; there may be more, since part of the table of partitions cannot be read";
     if (!note.empty())

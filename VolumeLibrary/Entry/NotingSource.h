@@ -6,7 +6,7 @@
 #pragma once
 
 #include "ByteSource.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <memory>
 #include <utility>

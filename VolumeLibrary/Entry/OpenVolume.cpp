@@ -38,7 +38,7 @@ Result<OpenedVolume> OpenVolume(const OpenRequest &request)
 {
     const auto unlock = ParseUnlockKind(request.unlockKind);
     if (!unlock)
-        return Error{Status::kUnsupportedUnlockKind};
+        return Error{Status::kUnsupportedUnlockKind, ""};
     if (IsFolder(request.device)) {
         if (*unlock != UnlockKind::kNone)
             return Error{Status::kNotBitlocker, "it is a folder; open it with \"none\""};

@@ -1,9 +1,9 @@
 #include "VolumeLibrary.h"
 
+#include "Mutex.h"
 #include "OpenVolume.h"
 #include "StatusOfError.h"
 
-#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
@@ -16,9 +16,9 @@ namespace {
 // still be reading while the process leaves.
 IVolume *Keep(std::unique_ptr<OwnedVolume> volume)
 {
-    static std::mutex &mutex = *new std::mutex;
+    static Mutex &mutex = *new Mutex;
     static auto &kept = *new std::vector<std::unique_ptr<OwnedVolume>>;
-    const std::lock_guard<std::mutex> lock(mutex);
+    const MutexLock lock(mutex);
     kept.push_back(std::move(volume));
     return kept.back().get();
 }

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "FileSystem.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <list>
 #include <optional>

@@ -5,22 +5,25 @@ namespace vx {
 void StopSignal::Raise()
 {
     {
-        const std::lock_guard<std::mutex> guard(_mutex);
+        const MutexLock guard(_mutex);
         _raised = true;
     }
-    _changed.notify_all();
+    _changed.NotifyAll();
 }
 
 bool StopSignal::IsRaised() const
 {
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const MutexLock guard(_mutex);
     return _raised;
 }
 
 bool StopSignal::WaitFor(PollInterval interval) const
 {
-    std::unique_lock<std::mutex> guard(_mutex);
-    return _changed.wait_for(guard, interval, [this] { return _raised; });
+    const auto deadline = std::chrono::steady_clock::now() + interval;
+    const MutexLock guard(_mutex);
+    while (!_raised && _changed.WaitUntil(_mutex, deadline)) {
+    }
+    return _raised;
 }
 
 }  // namespace vx

@@ -4,10 +4,8 @@
 // Threads: any.
 #pragma once
 
+#include "Mutex.h"
 #include "PollInterval.h"
-
-#include <condition_variable>
-#include <mutex>
 
 namespace vx {
 
@@ -19,9 +17,9 @@ public:
     bool WaitFor(PollInterval interval) const;
 
 private:
-    mutable std::mutex _mutex;
-    mutable std::condition_variable _changed;
-    bool _raised = false;  // guarded by _mutex
+    mutable Mutex _mutex;
+    mutable Condition _changed;
+    bool _raised VX_GUARDED_BY(_mutex) = false;
 };
 
 }  // namespace vx

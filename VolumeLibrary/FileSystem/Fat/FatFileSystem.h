@@ -13,7 +13,7 @@
 #include "FatFolder.h"
 #include "FatFolderOwners.h"
 #include "FileSystem.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <optional>
 #include <string>

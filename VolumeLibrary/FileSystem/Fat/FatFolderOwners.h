@@ -7,8 +7,8 @@
 #pragma once
 
 #include "FileSystem.h"
+#include "Mutex.h"
 #include "SortedRuns.h"
-#include "ThreadSafety.h"
 
 #include <vector>
 

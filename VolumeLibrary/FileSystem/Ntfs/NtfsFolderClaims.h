@@ -5,7 +5,7 @@
 #pragma once
 
 #include "FileSystem.h"
-#include "ThreadSafety.h"
+#include "Mutex.h"
 
 #include <map>
 

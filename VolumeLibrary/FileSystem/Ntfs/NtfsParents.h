@@ -9,8 +9,8 @@
 // Errors: records that cannot be read, or are damaged, are left out.
 #pragma once
 
+#include "Mutex.h"
 #include "NtfsMft.h"
-#include "ThreadSafety.h"
 
 #include <deque>
 
