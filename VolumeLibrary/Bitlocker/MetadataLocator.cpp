@@ -35,7 +35,7 @@ MetadataLocator::MetadataLocator(const ByteSource &source, const BootSector &boo
       _boot(boot),
       _cancel(cancel),
       _areaSize(boot.layout == Layout::kVista ? MetadataBlock::kVistaAreaSize
-                                             : MetadataBlock::kAreaSize)
+                                              : MetadataBlock::kAreaSize)
 {
 }
 

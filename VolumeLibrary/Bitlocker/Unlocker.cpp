@@ -159,9 +159,10 @@ Error Unlocker::Refusal(const Secret &secret) const
     const auto fits = [&](const Protector &protector) { return protector.kind == secret.Kind(); };
     const auto supported = [](const Protector &protector) { return IsSupported(protector.kind); };
     if (std::any_of(present.begin(), present.end(), fits))
-        return {Status::kWrongSecret,
-                (secret.Kind() == ProtectorKind::kExternalKey ? AboutKeyFile(secret, present) : "") +
-                    names};
+        return {
+            Status::kWrongSecret,
+            (secret.Kind() == ProtectorKind::kExternalKey ? AboutKeyFile(secret, present) : "") +
+                names};
     if (!present.empty() && std::none_of(present.begin(), present.end(), supported))
         return {Status::kUnsupportedProtector, names};
     return {Status::kNoProtectorOfKind, names};

@@ -39,7 +39,8 @@ std::optional<KeyMaterial> WrappedKey::Unwrap(ByteView unwrappingKey) const
     const size_t size = reader.U16();
     reader.Skip(2);
     const auto valueType = static_cast<ValueType>(reader.U16());
-    if (!reader.Good() || valueType != ValueType::kKey || size < kKeyBytesAt || size > plain->Size())
+    if (!reader.Good() || valueType != ValueType::kKey || size < kKeyBytesAt ||
+        size > plain->Size())
         return std::nullopt;
     return KeyMaterial(plain->View().First(size).From(kKeyBytesAt));
 }
