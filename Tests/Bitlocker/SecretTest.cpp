@@ -243,7 +243,8 @@ TEST(KeyStretcherTest, TheFormatsNumberOfRoundsIsTheDefault)
 
 TEST(KeyStretcherTest, ARaisedFlagEndsIt)
 {
-    const CancelFlag cancel(true);
+    CancelFlag cancel;
+    cancel.Raise();
     const Sha256Digest hash{};
     const Result<KeyMaterial> key =
         KeyStretcher(UINT64_MAX).Stretch({hash.data(), hash.size()}, Salt{}, &cancel);

@@ -251,12 +251,12 @@ TEST(UnlockTest, AnotherThreadCancelsIt)
 {
     const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<MemoryByteSource>(volume.image);
-    CancelFlag cancel(false);
+    CancelFlag cancel;
     std::future<Status> status = std::async(std::launch::async, [&] {
         return StatusOf(VolumeOpener(KeyStretcher(UINT64_MAX))
                             .Open(source, *Secret::FromPassword(kPassword), &cancel));
     });
-    cancel = true;
+    cancel.Raise();
     ASSERT_EQ(status.wait_for(std::chrono::seconds(20)), std::future_status::ready);
     EXPECT_EQ(status.get(), Status::kCancelled);
 }

@@ -66,6 +66,7 @@ TEST(BuiltLibrary, ItsFileNameIsTheOneThatProgramsLookFor)
 TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
 {
     const std::vector<std::string> expected = {VX_EXPORT_PREFIX "open_bitlocker_device",
+                                               VX_EXPORT_PREFIX "volume_library_cancel_opening",
                                                VX_EXPORT_PREFIX "volume_library_describe_entry",
                                                VX_EXPORT_PREFIX "volume_library_describe_listing",
                                                VX_EXPORT_PREFIX "volume_library_is_gone",

@@ -4,7 +4,7 @@
 // no real volume may pass a smaller one.
 #pragma once
 
-#include "Cancellation.h"
+#include "CancelFlag.h"
 #include "Error.h"
 #include "KeyMaterial.h"
 #include "Protector.h"

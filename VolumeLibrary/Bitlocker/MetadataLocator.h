@@ -6,7 +6,7 @@
 
 #include "BootSector.h"
 #include "ByteSource.h"
-#include "Cancellation.h"
+#include "CancelFlag.h"
 #include "MetadataBlock.h"
 
 #include <deque>

@@ -13,7 +13,8 @@ struct Container;
 
 struct Unlocking {
     UnlockKind kind = UnlockKind::kNone;
-    const char *secret = "";  // UTF-8; not looked at for kNone
+    const char *secret = "";             // UTF-8; not looked at for kNone
+    const CancelFlag *cancel = nullptr;  // may be null
 };
 
 // device: a path; "#" and a number after it choose one of the volumes of a disk, unless something

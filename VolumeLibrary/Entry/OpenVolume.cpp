@@ -44,7 +44,7 @@ Result<OpenedVolume> OpenVolume(const OpenRequest &request)
             return Error{Status::kNotBitlocker, "it is a folder; open it with \"none\""};
         return OpenFolder(request.device);
     }
-    auto disk = OpenDisk(request.device, {*unlock, request.secret});
+    auto disk = OpenDisk(request.device, {*unlock, request.secret, request.cancel});
     if (!disk)
         return WithAdvice(disk.Failure(), "let your user enter the folders on the way to it: "
                                           "chmod u+x FOLDER as their owner");

@@ -2,6 +2,7 @@
 // follow an opening from top to bottom; DiskOpening.h goes on for everything but folders.
 #pragma once
 
+#include "CancelFlag.h"
 #include "Error.h"
 #include "OwnedVolume.h"
 
@@ -11,11 +12,13 @@
 
 namespace vx {
 
-// The three texts of the library's entry, UTF-8, none of them null.
+// The three texts of the library's entry, UTF-8, none of them null, and a flag to cancel the
+// opening.
 struct OpenRequest {
     const char *device;
     const char *unlockKind;
     const char *secret;
+    const CancelFlag *cancel = nullptr;  // may be null
 };
 
 struct OpenedVolume {

@@ -68,8 +68,8 @@ VolumeLibraryStatus StatusOfError(const Error &error)
         return VolumeLibraryStatus::kFileSystemDamaged;
     case Status::kSystemError:
         return StatusOfSystemError(error);
-    case Status::kCancelled:  // nobody raises the flag here
-        break;
+    case Status::kCancelled:
+        return VolumeLibraryStatus::kCancelled;
     }
     return VolumeLibraryStatus::kInternalError;
 }

@@ -1,5 +1,6 @@
 #include "VolumeLibrary.h"
 
+#include "CancelFlag.h"
 #include "Mutex.h"
 #include "OpenVolume.h"
 #include "StatusOfError.h"
@@ -66,12 +67,13 @@ VolumeLibraryStatus OpenForCaller(const OpenRequest &request, IVolume **volume) 
 int32_t open_bitlocker_device(const char *device, const char *unlockKind, const char *secret,
                               IVolume **volume) noexcept
 {
+    const vx::CancelFlag cancel;
     VolumeLibraryStatus status = VolumeLibraryStatus::kArgumentMissing;
     vx::lastDetail.clear();
     if (volume != nullptr)
         *volume = nullptr;
     if (volume != nullptr && device != nullptr && unlockKind != nullptr && secret != nullptr)
-        status = vx::OpenForCaller({device, unlockKind, secret}, volume);
+        status = vx::OpenForCaller({device, unlockKind, secret, &cancel}, volume);
     return static_cast<int32_t>(status);
 }
 
@@ -101,4 +103,9 @@ bool volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRang
 bool volume_library_is_gone(IVolume *volume) noexcept
 {
     return volume != nullptr && vx::Owned(volume)->IsGone();
+}
+
+void volume_library_cancel_opening() noexcept
+{
+    vx::CancelFlag::RaiseAll();
 }

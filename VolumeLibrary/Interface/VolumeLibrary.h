@@ -42,3 +42,5 @@ volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRangeFunc
 
 extern "C" __attribute__((visibility("default"))) bool
 volume_library_is_gone(IVolume *volume) noexcept;
+
+extern "C" __attribute__((visibility("default"))) void volume_library_cancel_opening() noexcept;

@@ -38,6 +38,7 @@ enum class VolumeLibraryStatus : int32_t {
     kReadFailed = 6,              // the system failed to open or read it for another reason
     kOutOfMemory = 7,
     kInternalError = 8,  // a defect of the library, never of its input
+    kCancelled = 9,      // by VolumeLibraryCancelOpeningFunction
 
     kNotEncrypted = 20,            // a secret was given for a volume that is not encrypted
     kMetadataDamaged = 21,         // no usable copy of the encryption metadata is left
@@ -81,6 +82,8 @@ inline const char *VolumeLibraryStatusText(int32_t status)
         return "there is not enough memory";
     case VolumeLibraryStatus::kInternalError:
         return "the volume library failed unexpectedly";
+    case VolumeLibraryStatus::kCancelled:
+        return "opening the volume was cancelled";
     case VolumeLibraryStatus::kNotEncrypted:
         return "the volume is not encrypted";
     case VolumeLibraryStatus::kMetadataDamaged:

@@ -1,6 +1,7 @@
-// What the volume library can say beyond IVolume: why an entry cannot be exported, whether a folder
-// was listed whole, which bytes of a file could not be read, whether the disk is still there. For
-// every program that loads the library; the header stands alone but for IVolume.h.
+// What the volume library offers beyond IVolume: why an entry cannot be exported, whether a folder
+// was listed whole, which bytes of a file could not be read, whether the disk is still there, and a
+// way to cancel an opening. For every program that loads the library; the header needs only
+// IVolume.h.
 //
 // Each function is optional: a program looks it up by its name and does without it where it is
 // missing. volume is always one that this library opened, and a handle one of its handles that is
@@ -73,3 +74,9 @@ using VolumeLibraryUnreadRangesFunction = bool (*)(IVolume *volume, VolumeHandle
 // "volume_library_is_gone". Whether the disk or image went away; every operation fails at once
 // then, for as long as the volume is open.
 using VolumeLibraryIsGoneFunction = bool (*)(IVolume *volume);
+
+// "volume_library_cancel_opening". Cancels every opening that is running on any thread of the
+// process. One that derives a key from a password or searches for metadata ends with kCancelled
+// within milliseconds; one that is past that may succeed. Later openings are not affected. Safe in
+// a signal handler.
+using VolumeLibraryCancelOpeningFunction = void (*)();
