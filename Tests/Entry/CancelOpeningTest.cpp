@@ -30,8 +30,8 @@ protected:
         maker::MemorySink sink;
         maker::VolumeMaker(recipe).Make(MemoryByteSource(MakePlainImage(64 * 1024)), sink);
         const std::vector<uint8_t> &image = sink.Bytes();
-        path = folder.WriteFile("image",
-                                {reinterpret_cast<const char *>(image.data()), image.size()});
+        path =
+            folder.WriteFile("image", {reinterpret_cast<const char *>(image.data()), image.size()});
     }
 
     VolumeLibraryStatus Open(const char *password) const

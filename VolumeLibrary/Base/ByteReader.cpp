@@ -17,11 +17,7 @@ ByteView ByteReader::Bytes(size_t count)
 
 uint64_t ByteReader::Number(size_t width)
 {
-    const ByteView found = Bytes(width);
-    uint64_t value = 0;
-    for (size_t i = found.size; i > 0; --i)
-        value = value << 8 | found.data[i - 1];
-    return value;
+    return NumberAt(Bytes(width), 0, width);
 }
 
 Guid ByteReader::TakeGuid()

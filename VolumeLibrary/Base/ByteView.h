@@ -15,7 +15,7 @@ struct ByteView {
     ByteView(const uint8_t *bytes, size_t count) : data(bytes), size(count) {}
     ByteView(const std::vector<uint8_t> &bytes) : data(bytes.data()), size(bytes.size()) {}
 
-    // The bytes from offset on; empty behind the end.
+    // The bytes from offset on; empty beyond the end.
     ByteView From(size_t offset) const
     {
         return offset < size ? ByteView(data + offset, size - offset) : ByteView();

@@ -1,6 +1,6 @@
 // Stops a long operation from another thread or from a signal handler. Whoever starts the operation
-// makes a flag of its own for it; the operation borrows the flag, looks at it now and then, and ends
-// with kCancelled.
+// makes a flag of its own for it; the operation borrows the flag, looks at it now and then, and
+// ends with kCancelled.
 //
 // Flags are numbered in the order of their making, so RaiseAll needs no list of them: it notes the
 // last number and concerns no flag that is made later. Threads: any. RaiseAll is async-signal-safe.

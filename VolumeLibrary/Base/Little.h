@@ -1,6 +1,8 @@
 // Numbers as disks store them: little-endian, at any place.
 #pragma once
 
+#include "ByteReader.h"  // IsPowerOfTwo
+
 #include <cstddef>
 #include <cstdint>
 
@@ -19,11 +21,6 @@ inline uint32_t Little32(const uint8_t *at)
 inline uint64_t Little64(const uint8_t *at)
 {
     return Little32(at) | static_cast<uint64_t>(Little32(at + 4)) << 32;
-}
-
-inline bool IsPowerOfTwo(uint64_t value)
-{
-    return value != 0 && (value & (value - 1)) == 0;
 }
 
 }  // namespace vx
