@@ -8,7 +8,7 @@
 #include "RecoveryPassword.h"
 #include "Sha256.h"
 #include "StartupKeyFile.h"
-#include "Utf16.h"
+#include "Wtf8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,32 +1,45 @@
 #include "Wtf8.h"
 
-#include "Utf8.h"
+#include "ByteReader.h"
+#include "CodePoints.h"
 
 namespace vx {
 namespace {
 
-char32_t UnitAt(ByteView units, size_t index)
+// Calls take with each character until it returns false.
+template <typename Take>
+void VisitCharacters(ByteView units, Take take)
 {
-    return units.data[2 * index] | static_cast<char32_t>(units.data[2 * index + 1]) << 8;
+    for (size_t at = 0; at + 1 < units.size;) {
+        const char32_t point = CharacterOf(U16At(units, at), U16At(units, at + 2));
+        if (!take(point))
+            return;
+        at += 2 * UnitCount(point);
+    }
 }
 
 }  // namespace
 
 std::string Wtf8FromUtf16(ByteView units)
 {
-    std::string bytes;
-    const size_t count = units.size / 2;
-    bytes.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-        char32_t point = UnitAt(units, i);
-        const char32_t next = i + 1 < count ? UnitAt(units, i + 1) : 0;
-        if (point >= 0xD800 && point < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
-            point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);
-            ++i;
-        }
-        AppendUtf8(point, &bytes);
-    }
-    return bytes;
+    std::string text;
+    text.reserve(units.size / 2);
+    VisitCharacters(units, [&](char32_t point) {
+        AppendUtf8(point, &text);
+        return true;
+    });
+    return text;
+}
+
+std::string Utf8FromUtf16(ByteView units)
+{
+    std::string text;
+    VisitCharacters(units, [&](char32_t point) {
+        if (point != 0)
+            AppendUtf8(IsSurrogate(point) ? kReplacementCharacter : point, &text);
+        return point != 0;
+    });
+    return text;
 }
 
 bool IsEntryName(const std::string &name)

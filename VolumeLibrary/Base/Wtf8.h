@@ -1,6 +1,4 @@
-// The bytes that stand for a name which a disk stores as UTF-16: UTF-8, with a surrogate that
-// stands alone written as if it were a character. NameMapping shows those bytes and finds them
-// again, so that no two names of a folder are confused.
+// Texts that a disk stores as little-endian UTF-16, as UTF-8. An odd byte at the end is left out.
 #pragma once
 
 #include "ByteView.h"
@@ -9,8 +7,12 @@
 
 namespace vx {
 
-// units: little-endian UTF-16; an odd byte at the end is left out.
+// A name: a surrogate without its partner is written as if it were a character (WTF-8). NameMapping
+// shows those bytes and finds them again, so no two names of a folder are confused.
 std::string Wtf8FromUtf16(ByteView units);
+
+// Text that is only shown, up to a zero unit: a surrogate without its partner becomes U+FFFD.
+std::string Utf8FromUtf16(ByteView units);
 
 // False for what cannot be the name of an entry: empty, ".", "..", or with a "/" or a zero.
 bool IsEntryName(const std::string &name);

@@ -3,7 +3,7 @@
 #include "BootSector.h"
 #include "ByteReader.h"
 #include "Crc32.h"
-#include "Utf16.h"
+#include "Wtf8.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,11 +1,11 @@
 #include "PasswordText.h"
 
-#include "Utf16.h"
+#include "CodePoints.h"
 
 namespace vx::bitlocker {
 namespace {
 
-void PutUnit(uint8_t *&place, char32_t unit)
+void PutUnit(uint8_t *&place, char16_t unit)
 {
     *place++ = static_cast<uint8_t>(unit);
     *place++ = static_cast<uint8_t>(unit >> 8);
@@ -18,15 +18,12 @@ std::optional<KeyMaterial> Utf16FromUtf8(std::string_view text)
     KeyMaterial units(text.size() * 2);  // never longer: one byte gives one unit at most
     uint8_t *place = units.Data();
     while (!text.empty()) {
-        const char32_t value = TakeUtf8Character(text);
-        if (value == kInvalidCharacter)
+        const char32_t point = TakeCharacter(&text);
+        if (point == kInvalidCharacter)
             return std::nullopt;
-        if (value < 0x10000) {
-            PutUnit(place, value);
-            continue;
-        }
-        PutUnit(place, 0xd800 + ((value - 0x10000) >> 10));
-        PutUnit(place, 0xdc00 + ((value - 0x10000) & 0x3ff));
+        PutUnit(place, FirstUnit(point));
+        if (UnitCount(point) == 2)
+            PutUnit(place, SecondUnit(point));
     }
     return KeyMaterial(units.View().First(static_cast<size_t>(place - units.Data())));
 }

@@ -1,7 +1,7 @@
 #include "RecoveryPassword.h"
 
+#include "CodePoints.h"
 #include "RecoveryPasswordGroups.h"
-#include "Utf16.h"
 
 #include <algorithm>
 #include <iterator>
@@ -53,7 +53,7 @@ Result<KeyMaterial> ParseRecoveryPassword(std::string_view text)
     KeyMaterial plain(text.size());  // never longer: one byte gives one sign at most
     size_t length = 0;
     while (!text.empty())
-        plain.Data()[length++] = static_cast<uint8_t>(PlainSign(TakeUtf8Character(text)));
+        plain.Data()[length++] = static_cast<uint8_t>(PlainSign(TakeCharacter(&text)));
     return RecoveryPasswordGroups(plain.View().First(length)).Key();
 }
 

@@ -4,8 +4,8 @@
 #include "ContainerKind.h"
 #include "Little.h"
 #include "PartOfSource.h"
-#include "Utf16.h"
 #include "VhdBlocks.h"
+#include "Wtf8.h"
 
 #include <algorithm>
 #include <array>

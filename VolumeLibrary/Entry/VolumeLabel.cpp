@@ -1,11 +1,11 @@
 #include "VolumeLabel.h"
 
+#include "CodePoints.h"
 #include "FatBoot.h"
 #include "Little.h"
 #include "NtfsBoot.h"
 #include "NtfsFixups.h"
 #include "NtfsRecord.h"
-#include "Utf8.h"
 #include "VolumeOpener.h"
 #include "Wtf8.h"
 
@@ -77,10 +77,9 @@ std::vector<uint8_t> ReadRoot(const ByteSource &volume, const FatGeometry &geome
 std::string TextOfFatLabel(const uint8_t *bytes)
 {
     constexpr size_t kLabelBytes = 11;
-    constexpr char32_t kReplacement = 0xFFFD;
     std::string text;
     for (size_t i = 0; i < kLabelBytes; ++i)
-        AppendUtf8(bytes[i] < 0x80 ? bytes[i] : kReplacement, &text);
+        AppendUtf8(bytes[i] < 0x80 ? bytes[i] : kReplacementCharacter, &text);
     text.erase(text.find_last_not_of(' ') + 1);
     return text == "NO NAME" ? "" : text;
 }

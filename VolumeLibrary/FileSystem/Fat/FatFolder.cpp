@@ -1,9 +1,9 @@
 #include "FatFolder.h"
 
+#include "CodePoints.h"
 #include "FatEntryCheck.h"
 #include "FatTime.h"
 #include "Little.h"
-#include "Utf8.h"
 #include "Wtf8.h"
 
 #include <algorithm>
