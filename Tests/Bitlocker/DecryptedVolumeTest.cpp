@@ -144,8 +144,7 @@ TEST(DecryptedVolumeTest, AReadErrorFailsThatReadAndNothingElse)
 {
     const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<FaultySource>(volume.image, 0x70123);
-    const Result<OpenedVolume> opened =
-        VolumeOpener(KeyStretcher(kFewRounds)).Open(source, *Secret::FromPassword(kPassword));
+    const Result<OpenedVolume> opened = OpenQuickly(source, *Secret::FromPassword(kPassword));
     ASSERT_TRUE(opened);
     uint8_t sector[1024];
     const Error error = opened->volume->ReadAt(0x70000, sector, 512);
@@ -158,9 +157,8 @@ TEST(DecryptedVolumeTest, AReadErrorFailsThatReadAndNothingElse)
 TEST(DecryptedVolumeTest, AReadErrorInTheBootSectorIsPassedOn)
 {
     const TestVolume volume(RecipeWithPassword());
-    const Result<OpenedVolume> opened = VolumeOpener(KeyStretcher(kFewRounds))
-                                            .Open(std::make_shared<FaultySource>(volume.image, 3),
-                                                  *Secret::FromPassword(kPassword));
+    const Result<OpenedVolume> opened = OpenQuickly(std::make_shared<FaultySource>(volume.image, 3),
+                                                    *Secret::FromPassword(kPassword));
     ASSERT_EQ(StatusOf(opened), Status::kSystemError);
     EXPECT_EQ(opened.Failure().systemError, EIO);
 }
@@ -169,8 +167,7 @@ TEST(DecryptedVolumeTest, AReadErrorInOneCopyOfTheMetadataLeavesTheOthers)
 {
     const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<FaultySource>(volume.image, volume.plan.copies[0] + 5000);
-    const Result<OpenedVolume> opened =
-        VolumeOpener(KeyStretcher(kFewRounds)).Open(source, *Secret::FromPassword(kPassword));
+    const Result<OpenedVolume> opened = OpenQuickly(source, *Secret::FromPassword(kPassword));
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->facts.warnings.size(), 1U);
 }
@@ -244,7 +241,7 @@ TEST(VistaTest, APointerWithoutAClusterSizeIsDamagedMetadata)
     TestVolume volume(VistaRecipe());
     volume.image[13] = 0;
     EXPECT_EQ(StatusOf(volume.OpenWithPassword()), Status::kDamagedMetadata);
-    EXPECT_TRUE(VolumeOpener::Recognises(MemoryByteSource(volume.image)));
+    EXPECT_TRUE(VolumeOpener::Recognises(volume.image));
 }
 
 }  // namespace

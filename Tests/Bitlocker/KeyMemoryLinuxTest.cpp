@@ -118,8 +118,7 @@ TEST(KeyMemoryTest, TheMasterKeyIsGoneOnceTheVolumeIsOpen)
     ::close(::mkstemp(path));
     const std::vector<uint8_t> masked = MakeVolumeElsewhere(path);
     const Result<OpenedVolume> opened =
-        VolumeOpener(KeyStretcher(kFewRounds))
-            .Open(std::move(*FileByteSource::Open(path)), *Secret::FromPassword(kPassword));
+        OpenQuickly(std::move(*FileByteSource::Open(path)), *Secret::FromPassword(kPassword));
     ::unlink(path);
     ASSERT_TRUE(opened) << opened.Failure().detail;
     EXPECT_EQ(CountInMemory(masked), 0);

@@ -51,7 +51,7 @@ TEST(RecognitionTest, TheThreeLayoutsAreRecognised)
         maker::VolumeRecipe recipe = RecipeWithPassword();
         recipe.layout = layout;
         const TestVolume volume(recipe, 64 * 1024);
-        EXPECT_TRUE(VolumeOpener::Recognises(MemoryByteSource(volume.image)));
+        EXPECT_TRUE(VolumeOpener::Recognises(volume.image));
         const Result<OpenedVolume> opened = volume.OpenWithPassword();
         ASSERT_TRUE(opened) << opened.Failure().detail;
         EXPECT_EQ(opened->facts.layout, layout);
@@ -61,7 +61,7 @@ TEST(RecognitionTest, TheThreeLayoutsAreRecognised)
 TEST(RecognitionTest, APlainVolumeIsNotBitlocker)
 {
     const std::vector<uint8_t> plain = MakePlainImage(64 * 1024);
-    EXPECT_FALSE(VolumeOpener::Recognises(MemoryByteSource(plain)));
+    EXPECT_FALSE(VolumeOpener::Recognises(plain));
     TestVolume volume = OrdinaryVolume();
     PutBytes(volume.image, 0, ByteView(plain).First(512));
     EXPECT_EQ(StatusOf(volume.OpenWithPassword()), Status::kNotBitlocker);
@@ -89,7 +89,7 @@ TEST(RecognitionTest, AnOldFatVolumeWithTheToGoNameIsNotBitlocker)
     PutBytes(fat, 0, maker::ByteWriter().U16(0x58eb).Result());
     fat[2] = 0x90;
     PutBytes(fat, 3, maker::ByteWriter().Text("MSWIN4.1").Result());
-    EXPECT_FALSE(VolumeOpener::Recognises(MemoryByteSource(fat)));
+    EXPECT_FALSE(VolumeOpener::Recognises(fat));
 }
 
 // --- Sector size

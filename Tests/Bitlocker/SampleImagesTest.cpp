@@ -38,7 +38,7 @@ std::shared_ptr<OverlaySource> Overlay(const std::string &name)
 
 Result<OpenedVolume> Open(std::shared_ptr<const ByteSource> source, const Secret &secret)
 {
-    return VolumeOpener().Open(std::move(source), secret);
+    return VolumeOpener(std::move(source)).Open(secret);
 }
 
 Result<OpenedVolume> Open(const std::string &name, const Secret &secret)

@@ -37,10 +37,14 @@ TestVolume::TestVolume(maker::VolumeRecipe recipe, size_t plainSize)
     image = std::move(sink.Bytes());
 }
 
+Result<OpenedVolume> OpenQuickly(std::shared_ptr<const ByteSource> source, const Secret &secret)
+{
+    return VolumeOpener(std::move(source), nullptr, KeyStretcher(kFewRounds)).Open(secret);
+}
+
 Result<OpenedVolume> TestVolume::Open(const Secret &secret) const
 {
-    return VolumeOpener(KeyStretcher(kFewRounds))
-        .Open(std::make_shared<MemoryByteSource>(image), secret);
+    return OpenQuickly(std::make_shared<MemoryByteSource>(image), secret);
 }
 
 Result<OpenedVolume> TestVolume::OpenWithPassword(const std::string &password) const

@@ -20,6 +20,9 @@ std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize = 512);
 // One password protector, kPassword.
 maker::VolumeRecipe RecipeWithPassword();
 
+// With kFewRounds of stretching.
+Result<OpenedVolume> OpenQuickly(std::shared_ptr<const ByteSource> source, const Secret &secret);
+
 struct TestVolume {
     std::vector<uint8_t> plain;
     std::vector<uint8_t> image;

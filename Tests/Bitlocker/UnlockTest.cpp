@@ -253,8 +253,8 @@ TEST(UnlockTest, AnotherThreadCancelsIt)
     const auto source = std::make_shared<MemoryByteSource>(volume.image);
     CancelFlag cancel;
     std::future<Status> status = std::async(std::launch::async, [&] {
-        return StatusOf(VolumeOpener(KeyStretcher(UINT64_MAX))
-                            .Open(source, *Secret::FromPassword(kPassword), &cancel));
+        return StatusOf(VolumeOpener(source, &cancel, KeyStretcher(UINT64_MAX))
+                            .Open(*Secret::FromPassword(kPassword)));
     });
     cancel.Raise();
     ASSERT_EQ(status.wait_for(std::chrono::seconds(20)), std::future_status::ready);

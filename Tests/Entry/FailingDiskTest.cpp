@@ -110,7 +110,7 @@ TEST_F(FailingDisk, RelocatedSectorsThatCannotBeReadAreAReadError)
     ASSERT_TRUE(image.Encrypt("--password correct"));
     Take();
     const auto secret = bitlocker::Secret::FromPassword("correct");
-    const auto opened = bitlocker::VolumeOpener().Open(disk, *secret);
+    const auto opened = bitlocker::VolumeOpener(disk).Open(*secret);
     ASSERT_TRUE(opened);
     const uint64_t at = opened->facts.metadataOffset;
     std::vector<uint8_t> area(bitlocker::MetadataBlock::kAreaSize);

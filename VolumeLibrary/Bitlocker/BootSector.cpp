@@ -2,6 +2,7 @@
 
 #include "BitlockerMark.h"
 #include "ByteReader.h"
+#include "FirstSector.h"
 
 #include <cstring>
 
@@ -9,14 +10,18 @@ namespace vx::bitlocker {
 
 namespace {
 
-constexpr char kSignature[] = "-FVE-FS-";
-constexpr char kToGoSignature[] = "MSWIN4.1";
+constexpr std::string_view kSignature = "-FVE-FS-";
+constexpr std::string_view kToGoSignature = "MSWIN4.1";
+constexpr size_t kSectorSizeAt = 11;
+constexpr size_t kClusterSectorsAt = 13;
 constexpr size_t kVistaClusterAt = 56;
+constexpr size_t kIdentifierAt = 160;
 constexpr size_t kConversionAt = 200;
+constexpr size_t kToGoIdentifierAt = 424;
 
-bool TextAt(ByteView bytes, size_t offset, const char *text)
+bool BeginsWithJump(ByteView bytes, const char (&jump)[4])
 {
-    return std::memcmp(bytes.data + offset, text, std::strlen(text)) == 0;
+    return std::memcmp(bytes.data, jump, 3) == 0;
 }
 
 Error UnknownVolume(const char *why)
@@ -27,9 +32,9 @@ Error UnknownVolume(const char *why)
 Result<BootSector> ParseVista(ByteView bytes, BootSector boot)
 {
     boot.layout = Layout::kVista;
-    const uint64_t clusterSize = static_cast<uint64_t>(bytes.data[13]) *
+    const uint64_t clusterSize = uint64_t{U8At(bytes, kClusterSectorsAt)} *
                                  (boot.sectorSize != 0 ? boot.sectorSize : BootSector::kSize);
-    const uint64_t cluster = ByteReader(bytes, kVistaClusterAt).U64();
+    const uint64_t cluster = U64At(bytes, kVistaClusterAt);
     if (clusterSize == 0 || cluster > UINT64_MAX / clusterSize)
         return Error{Status::kDamagedMetadata, "the boot sector does not say where it is"};
     boot.metadataOffsets = {cluster * clusterSize};
@@ -50,32 +55,27 @@ Result<BootSector> ParseNewer(ByteView bytes, BootSector boot, size_t identifier
 
 }  // namespace
 
-bool IsSectorSize(uint32_t bytes)
-{
-    return bytes == 512 || bytes == 1024 || bytes == 2048 || bytes == 4096;
-}
-
 Result<BootSector> BootSector::Parse(ByteView bytes)
 {
     if (bytes.size < kSize)
         return UnknownVolume("shorter than one sector");
     BootSector boot;
-    const uint32_t sectorSize = ByteReader(bytes, 11).U16();
+    const uint32_t sectorSize = U16At(bytes, kSectorSizeAt);
     boot.sectorSize = IsSectorSize(sectorSize) ? sectorSize : 0;
-    const bool signature = TextAt(bytes, 3, kSignature);
-    if (signature && TextAt(bytes, 0, "\xEB\x52\x90"))
+    const bool signature = HasName(bytes, kSignature);
+    if (signature && BeginsWithJump(bytes, "\xEB\x52\x90"))
         return ParseVista(bytes, boot);
-    if (!TextAt(bytes, 0, "\xEB\x58\x90"))
+    if (!BeginsWithJump(bytes, "\xEB\x58\x90"))
         return UnknownVolume("the boot sector has no signature of BitLocker");
     if (signature) {
         ByteReader reader(bytes, kConversionAt);
         boot.conversionOffsets = {reader.U64(), reader.U64()};
-        return ParseNewer(bytes, boot, 160);
+        return ParseNewer(bytes, boot, kIdentifierAt);
     }
-    if (!TextAt(bytes, 3, kToGoSignature))
+    if (!HasName(bytes, kToGoSignature))
         return UnknownVolume("the boot sector has no signature of BitLocker");
     boot.layout = Layout::kToGo;
-    return ParseNewer(bytes, boot, 424);
+    return ParseNewer(bytes, boot, kToGoIdentifierAt);
 }
 
 }  // namespace vx::bitlocker

@@ -1,6 +1,6 @@
 // The first 512 bytes of a BitLocker volume: which layout it has and where its metadata is.
 //
-// Everything else in this sector imitates a FAT32 boot sector and must not be believed.
+// Everything else in this sector imitates a FAT32 boot sector and is not used.
 #pragma once
 
 #include "ByteView.h"
@@ -32,8 +32,5 @@ struct BootSector {
     // Errors: NotBitlocker.
     static Result<BootSector> Parse(ByteView bytes);
 };
-
-// Whether bytes per sector, as a boot sector says it, can be believed.
-bool IsSectorSize(uint32_t bytes);
 
 }  // namespace vx::bitlocker

@@ -1,8 +1,8 @@
 #include "MetadataBlock.h"
 
-#include "BootSector.h"
 #include "ByteReader.h"
 #include "Crc32.h"
+#include "FirstSector.h"
 #include "Wtf8.h"
 
 #include <algorithm>
@@ -73,7 +73,7 @@ MetadataBlock::VolumeHeader ParseVolumeHeader(ByteView data)
     MetadataBlock::VolumeHeader header;
     header.offset = reader.U64();
     header.length = reader.U64();
-    const uint32_t sectorSize = ByteReader(data, 44).U32();
+    const uint32_t sectorSize = U32At(data, 44);
     header.sectorSize = IsSectorSize(sectorSize) ? sectorSize : 0;
     return header;
 }
@@ -108,7 +108,7 @@ void ParseDigest(ByteView validation, MetadataBlock &block)
 
 Error CheckChecksum(ByteView covered, ByteView validation)
 {
-    if (ByteReader(validation, 4).U32() != Crc32().Add(covered).Value())
+    if (U32At(validation, 4) != Crc32().Add(covered).Value())
         return Damage("the checksum is wrong");
     return {};
 }
@@ -119,7 +119,7 @@ uint16_t MetadataBlock::VersionOf(ByteView area)
 {
     if (area.size < kHeaderSize || std::memcmp(area.data, kSignature, 8) != 0)
         return 0;
-    const uint16_t version = ByteReader(area, 10).U16();
+    const uint16_t version = U16At(area, 10);
     return version == 1 || version == 2 ? version : 0;
 }
 
@@ -139,7 +139,7 @@ Result<MetadataBlock> MetadataBlock::Parse(ByteView area, uint64_t offset)
     block.offset = offset;
     ParseBlockHeader(area, block);
     area = area.First(block.AreaSize());
-    const size_t length = CoveredLength(ByteReader(area, 8).U16(), block.version);
+    const size_t length = CoveredLength(U16At(area, 8), block.version);
     if (length < kHeaderSize + kMetadataHeaderSize || length + kValidationHeaderSize > area.size)
         return Damage("the covered length is impossible");
     const ByteView covered = area.First(length);

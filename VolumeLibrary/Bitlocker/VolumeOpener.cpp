@@ -1,27 +1,70 @@
 #include "VolumeOpener.h"
 
 #include "CoreDumps.h"
-#include "OpenedVolumeBuilder.h"
+#include "FirstSector.h"
 
 #include <algorithm>
 
 namespace vx::bitlocker {
 
-bool VolumeOpener::Recognises(const ByteSource &source)
+namespace {
+
+constexpr uint16_t kStateEncrypted = 4;
+constexpr uint16_t kStateDecrypted = 1;
+constexpr uint64_t kMirrorClusterAt = 56;
+
+bool IsInState(const MetadataBlock &copy, uint16_t state)
+{
+    return copy.state == state && copy.nextState == state;
+}
+
+std::vector<DecryptedVolume::Patch> PatchesFor(const MetadataBlock &copy)
+{
+    if (copy.version != 1)
+        return {};
+    DecryptedVolume::Patch name = {3, {'N', 'T', 'F', 'S', ' ', ' ', ' ', ' '}};
+    DecryptedVolume::Patch mirror = {kMirrorClusterAt, {}};
+    for (size_t i = 0; i < mirror.bytes.size(); ++i)
+        mirror.bytes[i] = static_cast<uint8_t>(copy.mirrorCluster >> (8 * i));
+    return {name, mirror};
+}
+
+// Whether the first sector could be that of a file system with sectors of this size. Its soundness
+// is checked by the layer above.
+bool IsPlausible(const DecryptedVolume &volume)
+{
+    uint8_t bytes[kFirstSectorBytes];
+    if (volume.ReadAt(0, bytes, sizeof bytes))
+        return false;
+    const ByteView sector(bytes, sizeof bytes);
+    const bool isNamed = HasName(sector, kNtfsName) || HasName(sector, kExfatName) ||
+                         HasName(sector, kRefsName) || HasName(sector, kFatName);
+    const uint32_t stated = StatedSectorSize(sector);
+    return (isNamed || EndsAsBootSector(sector)) && (stated == 0 || stated == volume.SectorSize());
+}
+
+// Errors: of reading; NotBitlocker.
+Result<BootSector> ReadBootSector(const ByteSource &source)
 {
     uint8_t sector[BootSector::kSize];
-    if (source.Size() < sizeof sector || source.ReadAt(0, sector, sizeof sector))
-        return false;
-    const Result<BootSector> boot = BootSector::Parse({sector, sizeof sector});
+    if (source.Size() < sizeof sector)
+        return Error{Status::kNotBitlocker, "shorter than one sector"};
+    if (Error error = source.ReadAt(0, sector, sizeof sector))
+        return error;
+    return BootSector::Parse({sector, sizeof sector});
+}
+
+}  // namespace
+
+bool VolumeOpener::Recognises(ByteView firstSector)
+{
+    const Result<BootSector> boot = BootSector::Parse(firstSector);
     return boot || boot.Failure().status != Status::kNotBitlocker;
 }
 
 std::string VolumeOpener::Describe(const ByteSource &source)
 {
-    uint8_t sector[BootSector::kSize];
-    if (source.Size() < sizeof sector || source.ReadAt(0, sector, sizeof sector))
-        return {};
-    const Result<BootSector> boot = BootSector::Parse({sector, sizeof sector});
+    const Result<BootSector> boot = ReadBootSector(source);
     if (!boot)
         return {};
     for (const uint64_t offset : boot->metadataOffsets) {
@@ -37,11 +80,173 @@ std::string VolumeOpener::Describe(const ByteSource &source)
     return {};
 }
 
-Result<OpenedVolume> VolumeOpener::Open(std::shared_ptr<const ByteSource> source,
-                                        const Secret &secret, const CancelFlag *cancel) const
+VolumeOpener::VolumeOpener(std::shared_ptr<const ByteSource> source, const CancelFlag *cancel,
+                           KeyStretcher stretcher)
+    : _source(std::move(source)), _cancel(cancel), _stretcher(stretcher)
+{
+}
+
+Result<OpenedVolume> VolumeOpener::Open(const Secret &secret)
 {
     ForbidCoreDumps();
-    return OpenedVolumeBuilder(std::move(source), _stretcher, cancel).Open(secret);
+    if (Error error = ReadMetadata())
+        return error;
+    LoadMap();
+    if (Error error = Unlock(secret))
+        return error;
+    if (Error error = CheckReadable())
+        return error;
+    return Build();
+}
+
+Error VolumeOpener::ReadMetadata()
+{
+    const Result<BootSector> boot = ReadBootSector(*_source);
+    if (!boot)
+        return boot.Failure();
+    _boot = *boot;
+    Result<MetadataCopies> copies = MetadataLocator(*_source, _boot, _cancel).Locate();
+    if (!copies)
+        return copies.Failure();
+    _copies = std::move(*copies);
+    return {};
+}
+
+void VolumeOpener::LoadMap()
+{
+    if (!_boot.converting)
+        return;
+    Result<ConversionMap> map =
+        ConversionMap::Load(*_source, _boot.conversionOffsets, SectorSizes().front());
+    if (map)
+        _map = std::move(*map);
+    else
+        _mapError = map.Failure();
+}
+
+Error VolumeOpener::Unlock(const Secret &secret)
+{
+    if (NeedsNoKey()) {
+        _key = WithoutKey();
+        return {};
+    }
+    Result<UnlockedKey> key = Unlocker(_copies.usable, _stretcher, _cancel).Unlock(secret);
+    if (!key)
+        return key.Failure();
+    _key = std::move(*key);
+    return {};
+}
+
+bool VolumeOpener::NeedsNoKey() const
+{
+    const MetadataBlock &copy = _copies.usable.front();
+    if (copy.version == 1)
+        return false;
+    if (_map)
+        return _map->IsAllPlain();
+    return copy.encryptedSize == 0 && (!_boot.converting || IsInState(copy, kStateDecrypted));
+}
+
+// The first copy whose digest is right, as far as it can be checked without a key.
+UnlockedKey VolumeOpener::WithoutKey() const
+{
+    const auto isSound = [](const MetadataBlock &copy) {
+        return copy.plainDigest.empty() ||
+               (copy.plainDigest.size() == copy.digest.size() &&
+                std::equal(copy.digest.begin(), copy.digest.end(), copy.plainDigest.begin()));
+    };
+    UnlockedKey key;
+    const auto sound = std::find_if(_copies.usable.begin(), _copies.usable.end(), isSound);
+    key.copy = sound == _copies.usable.end() ? &_copies.usable.front() : &*sound;
+    if (sound != _copies.usable.begin())
+        key.warnings.push_back("the digest of a copy of the metadata is wrong");
+    return key;
+}
+
+Error VolumeOpener::CheckReadable() const
+{
+    if (_boot.layout == Layout::kVista && !IsInState(*_key.copy, kStateEncrypted))
+        return {Status::kUnfinishedConversion, "Windows Vista notes no boundary"};
+    return NeedsNoKey() ? Error() : _mapError;
+}
+
+// Two things may have to be guessed: the sector size if nothing says it, and whether a stopped
+// conversion had reached the relocated sectors. The first sector shows whether a guess was
+// right; when none is, the first one stands.
+Result<OpenedVolume> VolumeOpener::Build() const
+{
+    VolumePointer likeliest;
+    const bool partly = _key.copy->encryptedSize < _source->Size() || _map.has_value();
+    const bool mayFlip = partly && _key.copy->relocatedSectors > 0 && !_key.sectorKey.Empty();
+    for (uint32_t sectorSize : SectorSizes()) {
+        for (bool flip : {false, true}) {
+            if (flip && !mayFlip)
+                continue;
+            Result<VolumePointer> volume = MakeVolume(sectorSize, flip);
+            if (!volume)
+                return volume.Failure();
+            if (IsPlausible(**volume))
+                return OpenedVolume{*volume, Facts(**volume, true)};
+            if (likeliest == nullptr)
+                likeliest = *volume;
+        }
+    }
+    return OpenedVolume{likeliest, Facts(*likeliest, false)};
+}
+
+std::vector<uint32_t> VolumeOpener::SectorSizes() const
+{
+    if (_boot.sectorSize != 0)
+        return {_boot.sectorSize};
+    for (const MetadataBlock &copy : _copies.usable)
+        if (copy.volumeHeader && copy.volumeHeader->sectorSize != 0)
+            return {copy.volumeHeader->sectorSize};
+    return {512, 4096, 1024, 2048};
+}
+
+Result<VolumeOpener::VolumePointer> VolumeOpener::MakeVolume(uint32_t sectorSize,
+                                                             bool flipRelocated) const
+{
+    std::unique_ptr<SectorCipher> cipher;
+    if (!_key.sectorKey.Empty()) {
+        cipher = MakeSectorCipher(_key.method, _key.sectorKey.View(), sectorSize);
+        if (cipher == nullptr)
+            return Error{Status::kUnsupportedMethod, MethodName(_key.method)};
+    }
+    VolumeLayout layout(*_key.copy, sectorSize, VolumeSize(sectorSize), _map);
+    if (flipRelocated)
+        layout.FlipRelocated();
+    return VolumePointer(std::make_shared<DecryptedVolume>(
+        _source, std::move(layout), std::move(cipher), PatchesFor(*_key.copy)));
+}
+
+uint64_t VolumeOpener::VolumeSize(uint32_t sectorSize) const
+{
+    const uint64_t stored = _key.copy->version == 1 ? 0 : _key.copy->encryptedSize;
+    const uint64_t size = std::max(_source->Size(), stored);
+    return size - size % sectorSize;
+}
+
+VolumeFacts VolumeOpener::Facts(const DecryptedVolume &volume, bool looksLikeFileSystem) const
+{
+    const MetadataBlock &copy = *_key.copy;
+    VolumeFacts facts;
+    facts.layout = _boot.layout;
+    facts.method = _key.method;
+    facts.sectorSize = volume.SectorSize();
+    facts.encryptedSize = copy.encryptedSize;
+    facts.state = copy.state;
+    facts.nextState = copy.nextState;
+    facts.identifier = copy.volume;
+    facts.description = copy.description;
+    facts.metadataOffset = copy.offset;
+    facts.protectors = ProtectorKindNames(copy.protectors);
+    facts.converting = _boot.converting;
+    facts.truncated = volume.Size() > _source->Size();
+    facts.looksLikeFileSystem = looksLikeFileSystem;
+    facts.warnings = _copies.warnings;
+    facts.warnings.insert(facts.warnings.end(), _key.warnings.begin(), _key.warnings.end());
+    return facts;
 }
 
 }  // namespace vx::bitlocker

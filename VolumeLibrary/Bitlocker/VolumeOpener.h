@@ -1,16 +1,15 @@
-// Opens an encrypted volume: recognises it, reads its metadata, unlocks it and hands out its
-// plaintext. The one header that a user of this library needs to begin with.
+// Opens an encrypted volume: reads its metadata, unlocks it and hands out its plaintext. Begin here
+// to read the decryptor.
 //
-//   VolumeOpener opener;
-//   auto secret = Secret::password("...");
-//   auto opened = opener.open(source, *secret);   // up to a second of one core, and more for
-//                                                 // volumes with several passwords
-//   opened->volume->readAt(...);                  // any thread
+//   const Result<Secret> secret = Secret::FromPassword("...");
+//   Result<OpenedVolume> opened = VolumeOpener(source).Open(*secret);  // up to a second of one
+//   core,
+//                                                // and more for volumes with several passwords
+//   opened->volume->ReadAt(...);                 // any thread
 //
-// Ownership: the volume shares the source. Threads: an opener may be used by several threads at
-// once, each with its own source. The secret may be wiped as soon as open has returned.
-// From the first call of open on, whatever it answers, the process leaves no core dump
-// (see CoreDumps.h).
+// Ownership: the opened volume shares the source; the secret may be wiped as soon as Open has
+// returned. Threads: an opener belongs to one thread. From the first call of Open on, whatever it
+// answers, the process leaves no core dump (CoreDumps.h).
 #pragma once
 
 #include "DecryptedVolume.h"
@@ -21,19 +20,18 @@ namespace vx::bitlocker {
 // What is known about an opened volume besides its contents.
 struct VolumeFacts {
     Layout layout = Layout::kWindows7;
-    Method method = Method::kNone;
-    uint32_t sectorSize = 0;
-    uint64_t encryptedSize = 0;  // 0 for Vista, which does not store it
-    uint16_t state = 0;
-    uint16_t nextState = 0;
-    Guid identifier;
-    std::string description;      // computer, label and date as the system noted them; UTF-8
-    uint64_t metadataOffset = 0;  // of the copy that was used
-    std::string protectors;       // the kinds of protectors, for a person
-    bool converting = false;      // a conversion map is in force
-    bool truncated = false;       // the image is shorter than the volume
-    // False: the first sector is none of a known file system; its damage is a matter of the
-    // layer above, the secret was right.
+    Method method = Method::kNone;  // kNone: no sector is encrypted
+    uint32_t sectorSize = 0;        // bytes
+    uint64_t encryptedSize = 0;     // bytes; 0 for Vista, which does not store it
+    uint16_t state = 0;             // as the metadata has it: 1 decrypted, 4 encrypted
+    uint16_t nextState = 0;         // the state that a running conversion leads to
+    Guid identifier;                // of the volume
+    std::string description;        // computer, label and date as the system noted them; UTF-8
+    uint64_t metadataOffset = 0;    // of the copy that was used
+    std::string protectors;         // the kinds of protectors, in words
+    bool converting = false;        // a conversion map is in force
+    bool truncated = false;         // the image is shorter than the volume
+    // False: the first sector is not one of a known file system. The secret was right all the same.
     bool looksLikeFileSystem = false;
     std::vector<std::string> warnings;  // damage that did not prevent opening
 };
@@ -45,24 +43,46 @@ struct OpenedVolume {
 
 class VolumeOpener {
 public:
-    // The stretcher's rounds are those of the format unless a test asks for fewer.
-    explicit VolumeOpener(KeyStretcher stretcher = KeyStretcher()) : _stretcher(stretcher) {}
+    // cancel: may be null; must outlive the opener. stretcher: tests use one with fewer rounds.
+    explicit VolumeOpener(std::shared_ptr<const ByteSource> source,
+                          const CancelFlag *cancel = nullptr,
+                          KeyStretcher stretcher = KeyStretcher());
 
-    // Whether the first 512 bytes are those of a BitLocker volume. Cheap.
-    static bool Recognises(const ByteSource &source);
+    // Whether the first 512 bytes are those of a BitLocker volume.
+    static bool Recognises(ByteView firstSector);
 
-    // Computer, label and date as the system noted them, UTF-8, from the first copy of the
-    // metadata that is sound where the boot sector names it; empty if there is none. Cheap: reads
-    // three copies at most and searches nothing.
+    // Computer, label and date as the system noted them, UTF-8, from the first sound copy of the
+    // metadata that the boot sector names; empty if there is none. Reads three copies at most and
+    // searches for no other.
     static std::string Describe(const ByteSource &source);
 
-    // cancel: another thread may raise it; may be null. Errors: every Status but
-    // DamagedFileSystem.
-    Result<OpenedVolume> Open(std::shared_ptr<const ByteSource> source, const Secret &secret,
-                              const CancelFlag *cancel = nullptr) const;
+    // To be called once. Errors: every Status but DamagedFileSystem.
+    Result<OpenedVolume> Open(const Secret &secret);
 
 private:
-    KeyStretcher _stretcher;
+    using VolumePointer = std::shared_ptr<const DecryptedVolume>;
+
+    Error ReadMetadata();
+    void LoadMap();
+    Error Unlock(const Secret &secret);
+    bool NeedsNoKey() const;
+    UnlockedKey WithoutKey() const;
+    Error CheckReadable() const;
+    Result<OpenedVolume> Build() const;
+    // The sizes to try, the likeliest first.
+    std::vector<uint32_t> SectorSizes() const;
+    Result<VolumePointer> MakeVolume(uint32_t sectorSize, bool flipRelocated) const;
+    uint64_t VolumeSize(uint32_t sectorSize) const;
+    VolumeFacts Facts(const DecryptedVolume &volume, bool looksLikeFileSystem) const;
+
+    const std::shared_ptr<const ByteSource> _source;
+    const CancelFlag *const _cancel;
+    const KeyStretcher _stretcher;
+    BootSector _boot;
+    MetadataCopies _copies;
+    std::optional<ConversionMap> _map;
+    Error _mapError;
+    UnlockedKey _key;  // refers to _copies
 };
 
 }  // namespace vx::bitlocker

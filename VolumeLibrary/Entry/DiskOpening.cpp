@@ -180,7 +180,7 @@ private:
         const Result<Secret> secret = SecretOf(_unlocking);
         if (!secret)
             return secret.Failure();
-        auto opened = bitlocker::VolumeOpener().Open(volume, *secret, _unlocking.cancel);
+        auto opened = bitlocker::VolumeOpener(volume, _unlocking.cancel).Open(*secret);
         if (!opened)
             return WithoutSecret(opened.Failure());
         const std::vector<std::string> &warnings = opened->facts.warnings;

@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const auto source = std::make_shared<MemoryByteSource>(Damaged(volume, reader, flags, cut));
     const Secret none = Secret::None();
     const Result<OpenedVolume> opened =
-        VolumeOpener(KeyStretcher(1)).Open(source, flags & kNoSecret ? none : *password);
+        VolumeOpener(source, nullptr, KeyStretcher(1)).Open(flags & kNoSecret ? none : *password);
     if (opened)
         ReadSome(*opened->volume);
     else if (opened.Failure().status == Status::kOk)
