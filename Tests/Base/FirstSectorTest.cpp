@@ -10,8 +10,8 @@ namespace {
 std::vector<uint8_t> FatSector()
 {
     std::vector<uint8_t> sector(kFirstSectorBytes);
-    const uint8_t start[] = {0xEB, 0x3C, 0x90, 'm', 'k', 'f', 's', '.', 'f', 'a', 't',
-                             0x00, 0x02, 0x04, 0x01, 0, 0x02, 0, 0x02, 0, 0, 0xF8};
+    const uint8_t start[] = {0xEB, 0x3C, 0x90, 'm',  'k', 'f',  's', '.',  'f', 'a', 't',
+                             0x00, 0x02, 0x04, 0x01, 0,   0x02, 0,   0x02, 0,   0,   0xF8};
     std::memcpy(sector.data(), start, sizeof start);
     sector[510] = 0x55;
     sector[511] = 0xAA;

@@ -146,8 +146,9 @@ TEST_P(EachSignature, IsToldOfAPartitionToo)
     const Opened opened = OpenImage(image.Folder().WriteFile("image", disk.Bytes()));
     EXPECT_EQ(opened.status, Status::kFileSystemNotSupported);
     const std::string name = std::string(GetParam().sentence).substr(6);
-    EXPECT_EQ(opened.detail.rfind("it holds " + name.substr(0, name.find(':')) + ", 0 MiB: ", 0),
-              0U)
+    EXPECT_EQ(
+        opened.detail.rfind("it holds " + name.substr(0, name.find(':')) + ", 524288 bytes: ", 0),
+        0U)
         << opened.detail;
 }
 

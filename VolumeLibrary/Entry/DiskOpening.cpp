@@ -9,6 +9,7 @@
 #include "NotingSource.h"
 #include "NtfsFileSystem.h"
 #include "ParallelSource.h"
+#include "SizeText.h"
 #include "VolumeChoice.h"
 #include "VolumeOpener.h"
 
@@ -42,20 +43,24 @@ Result<Secret> SecretOf(const Unlocking &unlocking)
 
 std::string CutText(uint64_t missingBytes)
 {
-    constexpr uint64_t kMiB = uint64_t{1} << 20;
-    const std::string amount = missingBytes < kMiB ? std::to_string(missingBytes) + " bytes"
-                                                   : std::to_string(missingBytes / kMiB) + " MiB";
-    return "the image or device ends " + amount +
+    return "the image or device ends " + SizeText(missingBytes) +
            " before the volume does; what lies there cannot be read";
 }
 
-// A root that cannot be listed is of no use to anybody.
+// A volume whose root cannot be listed is of no use.
 bool HasRoot(const FileSystem &fileSystem)
 {
     const auto root = fileSystem.OpenFolder(fileSystem.Root(), {});
     FolderEntry entry;
     return root && root->Next(&entry) != VolumeListing::Step::kError;
 }
+
+// A volume on the way to its file system.
+struct FoundVolume {
+    Source source;
+    FileSystemKind kind;
+    uint64_t stored;  // how many of its bytes the disk or image has
+};
 
 class Opening {
 public:
@@ -69,13 +74,15 @@ public:
 
     Result<OpenedVolume> Open(size_t number)
     {
-        const Result<Place> place = FindVolume(number);
-        if (!place)
-            return place.Failure();
-        const Result<Source> plain = Unlock(place->volume);
+        const Result<FoundVolume> found = FindVolume(number);
+        if (!found)
+            return found.Failure();
+        const Result<FoundVolume> plain = Unlock(*found);
         if (!plain)
             return plain.Failure();
-        auto fileSystem = OpenFileSystem(*plain, place->stored);
+        if (IsCancelled(_unlocking.cancel))
+            return Error{Status::kCancelled, ""};
+        auto fileSystem = OpenFileSystem(*plain);
         if (!fileSystem)
             return fileSystem.Failure();
         auto volume = std::make_unique<FileSystemVolume>(std::move(*fileSystem));
@@ -84,16 +91,10 @@ public:
     }
 
 private:
-    // A volume, and how many of its bytes the disk or image has.
-    struct Place {
-        Source volume;
-        uint64_t stored;
-    };
-
     bool IsUnlocking() const { return _unlocking.kind != UnlockKind::kNone; }
 
     // The disk as a whole, or one of its partitions.
-    Result<Place> FindVolume(size_t number)
+    Result<FoundVolume> FindVolume(size_t number)
     {
         constexpr uint64_t kSectorBytes = 512;
         const uint64_t size = _disk->Size();
@@ -107,11 +108,11 @@ private:
             return FindPartition(number, {});
         if (number > 1)
             return Error{Status::kNoSuchVolume, "it is one volume, without partitions"};
-        return Place{_disk, size};
+        return FoundVolume{_disk, *kind, size};
     }
 
     // unread: why the first sector cannot be read, if it cannot.
-    Result<Place> FindPartition(size_t number, const Error &unread)
+    Result<FoundVolume> FindPartition(size_t number, const Error &unread)
     {
         const DiskVolumes table = DiskVolumes::Read(_disk);
         if (table.volumes.empty())
@@ -126,10 +127,20 @@ private:
         const std::string others = number == 0 ? table.DescribeOthers(_disk) : "";
         if (!others.empty())
             _notes.push_back("the disk also holds " + others);
-        const Source volume = chosen->In(_disk);
-        if (Error error = CheckPieces(*chosen, volume))
+        const Source source = chosen->In(_disk);
+        const auto kind = KindOf(*chosen, source);
+        if (!kind)
+            return kind.Failure();
+        if (Error error = CheckPieces(*chosen, *source, *kind))
             return error;
-        return Place{volume, std::min(chosen->size, _disk->Size() - chosen->offset)};
+        return FoundVolume{source, *kind, std::min(chosen->size, _disk->Size() - chosen->offset)};
+    }
+
+    // The list of volumes has the kind, but not why a first sector cannot be read.
+    static Result<FileSystemKind> KindOf(const DiskVolume &volume, const Source &source)
+    {
+        const bool isRead = volume.kind != FileSystemKind::kUnreadable;
+        return isRead ? volume.kind : ProbeFileSystem(*source);
     }
 
     Error NothingFound(const DiskVolumes &table, const Error &unread) const
@@ -147,12 +158,11 @@ private:
     }
 
     // The pieces of a volume that are elsewhere would be read as if they were here.
-    Error CheckPieces(const DiskVolume &partition, const Source &volume)
+    Error CheckPieces(const DiskVolume &partition, const ByteSource &volume, FileSystemKind kind)
     {
-        const auto kind = ProbeFileSystem(*volume);
-        if (partition.use != PartitionUse::kDynamicDisk || !kind)
+        if (partition.use != PartitionUse::kDynamicDisk)
             return {};
-        if (FileSystemBytes(*volume, *kind) > partition.size)
+        if (FileSystemBytes(volume, kind) > partition.size)
             return {Status::kUnsupportedFileSystem,
                     "it is a volume of a Windows dynamic disk that goes on elsewhere: attach all "
                     "of its disks to a Windows computer"};
@@ -162,17 +172,20 @@ private:
     }
 
     // The plaintext of an encrypted volume; another one as it is.
-    Result<Source> Unlock(const Source &volume)
+    Result<FoundVolume> Unlock(const FoundVolume &volume)
     {
-        const auto kind = ProbeFileSystem(*volume);
+        _wasEncrypted = volume.kind == FileSystemKind::kEncrypted;
+        if (!_wasEncrypted && IsUnlocking())
+            return Error{Status::kNotBitlocker, "open it with \"none\""};
+        if (!_wasEncrypted)
+            return volume;
+        const Result<Source> plain = Decrypt(volume.source);
+        if (!plain)
+            return plain.Failure();
+        const auto kind = ProbeFileSystem(**plain);
         if (!kind)
             return kind.Failure();
-        _wasEncrypted = *kind == FileSystemKind::kEncrypted;
-        if (_wasEncrypted)
-            return Decrypt(volume);
-        if (IsUnlocking())
-            return Error{Status::kNotBitlocker, "open it with \"none\""};
-        return volume;
+        return FoundVolume{*plain, *kind, volume.stored};
     }
 
     Result<Source> Decrypt(const Source &volume)
@@ -198,18 +211,15 @@ private:
         return error;
     }
 
-    // stored: the bytes of the volume that there are.
-    Result<std::unique_ptr<FileSystem>> OpenFileSystem(const Source &volume, uint64_t stored)
+    Result<std::unique_ptr<FileSystem>> OpenFileSystem(const FoundVolume &volume)
     {
-        const auto kind = ProbeFileSystem(*volume);
-        if (!kind)
-            return kind.Failure();
-        const uint64_t needed = std::max(volume->Size(), FileSystemBytes(*volume, *kind));
-        const bool isCut = needed > stored;
+        const uint64_t stated = FileSystemBytes(*volume.source, volume.kind);
+        const uint64_t needed = std::max(volume.source->Size(), stated);
+        const bool isCut = needed > volume.stored;
         if (isCut)
-            _notes.push_back(CutText(needed - stored));
-        const auto noting = std::make_shared<NotingSource>(volume);
-        auto fileSystem = OpenByKind(*kind, noting);
+            _notes.push_back(CutText(needed - volume.stored));
+        const auto noting = std::make_shared<NotingSource>(volume.source);
+        auto fileSystem = OpenByKind(volume.kind, noting);
         if (!fileSystem)
             return WithReadFailure(fileSystem.Failure(), *noting, isCut);
         if (!HasRoot(**fileSystem))
@@ -237,8 +247,8 @@ private:
         return NothingThatOpens(*volume);
     }
 
-    // What looks like damage was perhaps only not read. What lies beyond the end of a volume that
-    // is complete, though, was looked for there because of damage.
+    // What looks like damage may be a failed read. A read beyond the end of a complete volume,
+    // though, is a result of damage.
     static Error WithReadFailure(Error error, const NotingSource &volume, bool isCut)
     {
         Error failure = volume.Failure();
@@ -250,7 +260,7 @@ private:
         return failure;
     }
 
-    // What a source holds in which no file system is that opens.
+    // What a source without a supported file system holds.
     Error NothingThatOpens(const ByteSource &source) const
     {
         const KnownContents *known = KnownContents::Find(source);

@@ -1,11 +1,10 @@
 #include "DiskVolumes.h"
 
 #include "KnownContents.h"
+#include "SizeText.h"
 #include "VolumeLabel.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 
 namespace vx {
 namespace {
@@ -44,17 +43,6 @@ DiskVolumes VolumesOf(const Source &disk, PartitionTable table)
     SortByOffset(&found.volumes);
     SortByOffset(&found.others);
     return found;
-}
-
-std::string SizeText(uint64_t bytes)
-{
-    constexpr uint64_t kMiB = uint64_t{1} << 20;
-    char text[32];
-    if (bytes < 1024 * kMiB)
-        std::snprintf(text, sizeof text, "%" PRIu64 " MiB", bytes / kMiB);
-    else
-        std::snprintf(text, sizeof text, "%.1f GiB", static_cast<double>(bytes) / (1024.0 * kMiB));
-    return text;
 }
 
 // An encrypted volume keeps its label to itself; what the system noted about it is in its place.
