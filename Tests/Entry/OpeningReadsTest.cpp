@@ -82,7 +82,8 @@ TEST_F(OpeningReads, APartitionIsProbedOnce)
     EXPECT_LE(source->Reads(), 3);
 }
 
-// A probe and the opening of the encrypted volume; the first sector of its plaintext lies elsewhere.
+// A probe and the opening of the encrypted volume; the first sector of its plaintext lies
+// elsewhere.
 TEST_F(OpeningReads, AnEncryptedVolumeIsProbedOnce)
 {
     ASSERT_TRUE(image.Encrypt("--password correct"));

@@ -1,6 +1,7 @@
 #include "FileByteSource.h"
 
 #include "DeviceSize.h"
+#include "RetryInterrupted.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -10,23 +11,13 @@ namespace vx {
 
 Result<std::unique_ptr<FileByteSource>> FileByteSource::Open(const std::string &path)
 {
-    int descriptor = -1;
-    do
-        descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0)
+    UniqueFd file(RetryInterrupted([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    if (!file)
         return SystemError(errno, "open " + path);
-    std::unique_ptr<FileByteSource> source(new FileByteSource(descriptor));
-    Result<uint64_t> size = DeviceSize(descriptor);
+    const Result<uint64_t> size = DeviceSize(file.Get());
     if (!size)
         return size.Failure();
-    source->_size = *size;
-    return source;
-}
-
-FileByteSource::~FileByteSource()
-{
-    ::close(_descriptor);
+    return std::unique_ptr<FileByteSource>(new FileByteSource(std::move(file), *size));
 }
 
 Error FileByteSource::ReadAt(uint64_t offset, void *buffer, size_t count) const
@@ -36,10 +27,8 @@ Error FileByteSource::ReadAt(uint64_t offset, void *buffer, size_t count) const
     char *place = static_cast<char *>(buffer);
     for (size_t done = 0; done < count;) {
         const uint64_t at = offset + done;
-        const ssize_t got =
-            ::pread(_descriptor, place + done, count - done, static_cast<off_t>(at));
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = RetryInterrupted(
+            [&] { return pread(_file.Get(), place + done, count - done, static_cast<off_t>(at)); });
         if (got <= 0) {
             Error error = Failure(got < 0 ? errno : 0, at);
             error.bytesRead = done;

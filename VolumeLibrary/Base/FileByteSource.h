@@ -1,8 +1,9 @@
-// A byte source over a regular file or a block device, opened read-only and closed with the
-// object.
+// A byte source over a regular file or a block device, opened read-only.
+// Threads: any number at a time.
 #pragma once
 
 #include "ByteSource.h"
+#include "UniqueFd.h"
 
 #include <memory>
 
@@ -12,19 +13,16 @@ class FileByteSource : public ByteSource {
 public:
     // Errors: SystemError with the errno of the call that failed.
     static Result<std::unique_ptr<FileByteSource>> Open(const std::string &path);
-    ~FileByteSource() override;
-    FileByteSource(const FileByteSource &) = delete;
-    FileByteSource &operator=(const FileByteSource &) = delete;
 
     uint64_t Size() const override { return _size; }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
 
 private:
-    explicit FileByteSource(int descriptor) : _descriptor(descriptor) {}
+    FileByteSource(UniqueFd file, uint64_t size) : _file(std::move(file)), _size(size) {}
     static Error Failure(int number, uint64_t offset);
 
-    const int _descriptor;
-    uint64_t _size = 0;
+    const UniqueFd _file;
+    const uint64_t _size;
 };
 
 }  // namespace vx
