@@ -4,15 +4,15 @@
 
 namespace vx::bitlocker {
 
-void leaveOutOfCoreDumps(void *, size_t)
+void LeaveOutOfCoreDumps(void *, size_t)
 {
-    // There is no such request here. VolumeOpener calls forbidCoreDumps before it has a key of the
-    // volume; what was made of the user's secret before that is not covered.
+    // There is no such request here. VolumeOpener calls ForbidCoreDumps before it has a key of the
+    // volume, so only what was derived from the user's secret before that is not covered.
 }
 
-void forbidCoreDumps()
+void ForbidCoreDumps()
 {
-    // The hard limit stays: it is not this library's to take from the process for good.
+    // The hard limit stays, so that the process can undo this.
     rlimit limit = {};
     (void)::getrlimit(RLIMIT_CORE, &limit);
     limit.rlim_cur = 0;

@@ -7,21 +7,21 @@
 
 namespace vx {
 
-Result<uint64_t> deviceSize(int descriptor)
+Result<uint64_t> DeviceSize(int descriptor)
 {
     struct stat status;
     if (::fstat(descriptor, &status) != 0)
-        return systemError(errno, "stat");
+        return SystemError(errno, "stat");
     if (S_ISREG(status.st_mode))
         return static_cast<uint64_t>(status.st_size);
     if (!S_ISBLK(status.st_mode) && !S_ISCHR(status.st_mode))
-        return systemError(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP, "size of the device");
+        return SystemError(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP, "size of the device");
     uint32_t blockSize = 0;
     uint64_t blockCount = 0;
     if (::ioctl(descriptor, DKIOCGETBLOCKSIZE, &blockSize) != 0 ||
         ::ioctl(descriptor, DKIOCGETBLOCKCOUNT, &blockCount) != 0)
-        return systemError(errno, "size of the device");
-    return blockSize * blockCount;
+        return SystemError(errno, "size of the device");
+    return uint64_t{blockSize} * blockCount;
 }
 
 }  // namespace vx
