@@ -7,6 +7,7 @@ namespace vx {
 
 void FailingReader::FailAt(uint64_t place, int times)
 {
+    const MutexLock lock(_mutex);
     _transients.push_back({place, times});
 }
 
@@ -17,7 +18,7 @@ char FailingReader::ByteAt(uint64_t place)
 
 RawReader::Outcome FailingReader::ReadOnce(uint64_t offset, char *buffer, size_t count) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     ++_reads;
     if (_error != 0)
         return {0, _error};
@@ -54,6 +55,7 @@ uint64_t FailingReader::FirstBad(uint64_t offset, uint64_t end) const
 
 int FailingReader::MostTriesOfASector() const
 {
+    const MutexLock lock(_mutex);
     int most = 0;
     for (const auto &[sector, tries] : _tries)
         most = std::max(most, tries);

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "CarefulReader.h"
+#include "Mutex.h"
 
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <vector>
 
 namespace vx {
@@ -48,14 +48,14 @@ private:
         int times;
     };
 
-    uint64_t FirstBad(uint64_t offset, uint64_t end) const;
+    uint64_t FirstBad(uint64_t offset, uint64_t end) const VX_REQUIRES(_mutex);
 
     const Says _says;
     ByteRanges _bad;
     int _error = 0;
-    mutable std::mutex _mutex;
-    mutable std::vector<Transient> _transients;
-    mutable std::map<uint64_t, int> _tries;
+    mutable Mutex _mutex;
+    mutable std::vector<Transient> _transients VX_GUARDED_BY(_mutex);
+    mutable std::map<uint64_t, int> _tries VX_GUARDED_BY(_mutex);
     mutable std::atomic<int> _reads{0};
     mutable std::atomic<int> _questions{0};
     mutable std::atomic<int> _failedReads{0};

@@ -243,8 +243,8 @@ TEST(KeyStretcherTest, TheFormatsNumberOfRoundsIsTheDefault)
 
 TEST(KeyStretcherTest, ARaisedFlagEndsIt)
 {
-    CancelFlag cancel;
-    cancel.Raise();
+    const CancelFlag cancel;
+    CancelFlag::RaiseAll();
     const Sha256Digest hash{};
     const Result<KeyMaterial> key =
         KeyStretcher(UINT64_MAX).Stretch({hash.data(), hash.size()}, Salt{}, &cancel);

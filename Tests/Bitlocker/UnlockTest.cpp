@@ -251,12 +251,12 @@ TEST(UnlockTest, AnotherThreadCancelsIt)
 {
     const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<MemoryByteSource>(volume.image);
-    CancelFlag cancel;
+    const CancelFlag cancel;
     std::future<Status> status = std::async(std::launch::async, [&] {
         return StatusOf(VolumeOpener(source, &cancel, KeyStretcher(UINT64_MAX))
                             .Open(*Secret::FromPassword(kPassword)));
     });
-    cancel.Raise();
+    CancelFlag::RaiseAll();
     ASSERT_EQ(status.wait_for(std::chrono::seconds(20)), std::future_status::ready);
     EXPECT_EQ(status.get(), Status::kCancelled);
 }

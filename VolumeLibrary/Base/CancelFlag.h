@@ -1,9 +1,8 @@
-// Stops a long operation from another thread or from a signal handler. Whoever starts the operation
-// makes a flag of its own for it; the operation borrows the flag, looks at it now and then, and
-// ends with kCancelled.
+// Cancels a long operation from another thread or from a signal handler. The caller makes a flag
+// for the operation, which checks it now and then and ends with kCancelled.
 //
-// Flags are numbered in the order of their making, so RaiseAll needs no list of them: it notes the
-// last number and concerns no flag that is made later. Threads: any. RaiseAll is async-signal-safe.
+// Flags are numbered as they are made. RaiseAll notes the last number, so it needs no list of flags
+// and never raises a later one. Threads: any. RaiseAll is async-signal-safe.
 #pragma once
 
 #include <atomic>
@@ -17,10 +16,9 @@ public:
     CancelFlag(const CancelFlag &) = delete;
     CancelFlag &operator=(const CancelFlag &) = delete;
 
-    void Raise() { _isRaised = true; }
-    bool IsRaised() const { return _isRaised || _number <= _lastRaised; }
+    bool IsRaised() const { return _number <= _lastRaised; }
 
-    // Raises every flag that there is.
+    // Raises every flag that exists now.
     static void RaiseAll()
     {
         const uint64_t last = _lastMade;
@@ -37,7 +35,6 @@ private:
     static inline Number _lastRaised{0};
 
     const uint64_t _number;
-    std::atomic<bool> _isRaised{false};
 };
 
 // flag: may be null.

@@ -13,15 +13,19 @@
 namespace vx {
 namespace {
 
-// Keeps the volume until the process ends. The list itself is never destroyed: a thread may
-// still be reading while the process leaves.
+struct KeptVolumes {
+    Mutex mutex;
+    std::vector<std::unique_ptr<OwnedVolume>> volumes VX_GUARDED_BY(mutex);
+};
+
+// Keeps the volume until the process ends. The list itself is never destroyed: a thread may still
+// be reading while the process exits.
 IVolume *Keep(std::unique_ptr<OwnedVolume> volume)
 {
-    static Mutex &mutex = *new Mutex;
-    static auto &kept = *new std::vector<std::unique_ptr<OwnedVolume>>;
-    const MutexLock lock(mutex);
-    kept.push_back(std::move(volume));
-    return kept.back().get();
+    static auto &kept = *new KeptVolumes;
+    const MutexLock lock(kept.mutex);
+    kept.volumes.push_back(std::move(volume));
+    return kept.volumes.back().get();
 }
 
 OwnedVolume *Owned(IVolume *volume)
