@@ -77,7 +77,7 @@ SampleImages &SampleImages::Shared()
 
 SampleImages::SampleImages() : _samples(SampleFolder())
 {
-    if (Exists(_samples + "/README.md"))
+    if (Exists(PathBeside("README.md")))
         ReadTables();
 }
 
@@ -102,7 +102,7 @@ void SampleImages::ReadTables()
     const std::regex secrets("\\| `([-\\w]+?)(?:\\.img)?` \\| [^|]*AES[^|]* \\|(.*)");
     const std::regex hashes(
         "\\| `([-\\w]+?)(?:\\.img)?` \\| \\d+ \\| `\\w{64}` \\| (?:`(\\w{64})`|unknown) \\|");
-    std::ifstream file(_samples + "/README.md");
+    std::ifstream file(PathBeside("README.md"));
     for (std::string line; std::getline(file, line);) {
         std::smatch match;
         if (std::regex_match(line, match, hashes))
@@ -112,10 +112,9 @@ void SampleImages::ReadTables()
     }
 }
 
-std::string SampleImages::PackedPath(const std::string &name) const
+std::string SampleImages::PackedName(const std::string &name)
 {
-    const std::string own = _samples + "/" + name + ".img.xz";
-    return name.rfind("bitlk-", 0) == 0 ? _samples + "/" + kArchive : own;
+    return name.rfind("bitlk-", 0) == 0 ? kArchive : name + ".img.xz";
 }
 
 std::string SampleImages::Path(const std::string &name) const
@@ -123,19 +122,42 @@ std::string SampleImages::Path(const std::string &name) const
     return (name.rfind("bitlk-", 0) == 0 ? Folder() : _temporary) + "/" + name + ".img";
 }
 
+std::string SampleImages::Need(const std::string &file)
+{
+    const std::string path = PathBeside(file);
+    if (Exists(path))
+        return "";
+    _missing.insert(path);
+    return path;
+}
+
+std::string SampleImages::MissingText() const
+{
+    if (_missing.empty())
+        return "";
+    std::string text = "Missing files:\n";
+    for (const std::string &path : _missing)
+        text += "  " + path + "\n";
+    return text + "Put them there, or set VX_SAMPLE_IMAGES to the folder that has them. "
+                  "Tests/Bitlocker/SampleImages.h says what they are.\n";
+}
+
 std::string SampleImages::Prepare(const std::string &name)
 {
-    for (const std::string &needed : {_samples + "/README.md", PackedPath(name)})
-        if (!Exists(needed))
-            return needed;
+    const std::string readMe = Need("README.md");
+    const std::string packed = Need(PackedName(name));
+    if (!readMe.empty() || !packed.empty())
+        return readMe.empty() ? packed : readMe;
     if (_temporary.empty())
         _temporary = MakeTemporaryFolder();
     if (Exists(Path(name)))
         return "";
     if (name.rfind("bitlk-", 0) == 0)
-        Run("tar -xJf " + ShellQuoted(PackedPath(name)) + " -C " + ShellQuoted(_temporary));
+        Run("tar -xJf " + ShellQuoted(PathBeside(PackedName(name))) + " -C " +
+            ShellQuoted(_temporary));
     else
-        Run("xz -dkc " + ShellQuoted(PackedPath(name)) + " > " + ShellQuoted(Path(name)));
+        Run("xz -dkc " + ShellQuoted(PathBeside(PackedName(name))) + " > " +
+            ShellQuoted(Path(name)));
     return Exists(Path(name)) ? "" : Path(name);
 }
 

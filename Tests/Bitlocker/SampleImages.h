@@ -1,22 +1,26 @@
 // Volumes that Windows encrypted, for checks against the real thing.
 //
 // They lie outside the repository, in ../shared/samples seen from its root or in the folder that
-// the variable VX_SAMPLE_IMAGES names; README.md there lists their secrets and the hashes of
-// their plaintext, and is read by the tests, since none of that belongs here. Unpacked once into
-// a temporary folder that is removed at the end.
+// VX_SAMPLE_IMAGES names:
+//   README.md             lists their secrets and the hashes of their plaintext; the tests read it
+//   unlock-images.tar.xz  the images that hold only headers (bitlk-*), and the startup key files
+//   NAME.img.xz           the others
+//   NAME.manifest.tsv     what each of those contains
+// They are unpacked once into a temporary folder that is removed at the end.
 #pragma once
 
 #include "FileByteSource.h"
 #include "Secret.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace vx::bitlocker {
 
 struct SampleImage {
-    std::string plainHash;  // in hexadecimal digits; empty if nobody knows it
+    std::string plainHash;  // in hexadecimal digits; empty if it is not known
     std::vector<std::string> passwords;
     std::vector<std::string> recoveryPasswords;
     std::string keyFile;  // its name, without folder; empty for none
@@ -34,6 +38,12 @@ public:
 
     // Unpacks what is not yet unpacked. Returns the file that is missing, or nothing.
     std::string Prepare(const std::string &name);
+    // The same for a file that lies beside the images.
+    std::string Need(const std::string &file);
+    // Of such a file.
+    std::string PathBeside(const std::string &file) const { return _samples + "/" + file; }
+    // Which files were missing so far and where they belong, for the end of a run; empty if none.
+    std::string MissingText() const;
 
     const std::map<std::string, SampleImage> &Images() const { return _images; }
     const SampleImage &Image(const std::string &name) const { return _images.at(name); }
@@ -47,11 +57,12 @@ private:
     SampleImages();
     void ReadTables();
     void ReadSecrets(const std::string &name, const std::string &row);
-    std::string PackedPath(const std::string &name) const;
+    static std::string PackedName(const std::string &name);
 
     const std::string _samples;
     std::string _temporary;
     std::map<std::string, SampleImage> _images;
+    std::set<std::string> _missing;
 };
 
 }  // namespace vx::bitlocker

@@ -18,11 +18,11 @@ protected:
     {
         VX_NEEDS("sha256sum");
         const std::string missing = samples.Prepare(GetParam());
-        if (!missing.empty())
-            GTEST_SKIP() << missing << " is missing";
+        const std::string missingList = samples.Need(SampleManifest::FileOf(GetParam()));
+        if (!missing.empty() || !missingList.empty())
+            GTEST_SKIP() << (missing.empty() ? missingList : missing) << " is missing";
         manifest = SampleManifest::Read(GetParam());
-        if (manifest.files.empty())
-            GTEST_SKIP() << SampleManifest::PathOf(GetParam()) << " is missing";
+        ASSERT_FALSE(manifest.files.empty());
     }
 
     // The hashes of what has arrived, by the paths.

@@ -1,5 +1,7 @@
 #include "SampleManifest.h"
 
+#include "SampleImages.h"
+
 #include <algorithm>
 #include <fstream>
 #include <sstream>
@@ -24,15 +26,15 @@ bool IsShown(const std::string &path)
 
 }  // namespace
 
-std::string SampleManifest::PathOf(const std::string &name)
+std::string SampleManifest::FileOf(const std::string &name)
 {
-    return VX_SOURCE_DIR "/../shared/samples/" + name + ".manifest.tsv";
+    return name + ".manifest.tsv";
 }
 
 SampleManifest SampleManifest::Read(const std::string &name)
 {
     SampleManifest manifest;
-    std::ifstream lines(PathOf(name));
+    std::ifstream lines(bitlocker::SampleImages::Shared().PathBeside(FileOf(name)));
     for (std::string line; std::getline(lines, line);) {
         const std::vector<std::string> fields = FieldsOf(line);
         const bool isFile = fields.size() == 6 && fields[1] == "live" && !fields[4].empty();

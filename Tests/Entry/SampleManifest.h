@@ -1,4 +1,4 @@
-// What a volume that Windows encrypted contains, as the list beside the image tells.
+// What a volume that Windows encrypted contains, by the list beside the image.
 #pragma once
 
 #include "TestImage.h"
@@ -12,7 +12,8 @@ struct SampleManifest {
 
     // name: of the image, without ".img". Empty if there is no such list.
     static SampleManifest Read(const std::string &name);
-    static std::string PathOf(const std::string &name);
+    // "NAME.manifest.tsv", beside the images
+    static std::string FileOf(const std::string &name);
 
     // The name of a test of one image, in letters that may stand there.
     static std::string NameOfTest(const testing::TestParamInfo<const char *> &tested);

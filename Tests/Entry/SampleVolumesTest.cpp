@@ -40,12 +40,12 @@ TEST_P(SampleVolume, ShowsEveryFileOfItsManifest)
     SampleImages &samples = SampleImages::Shared();
     const std::string name = GetParam();
     const std::string missing = samples.Prepare(name);
-    if (!missing.empty())
-        GTEST_SKIP() << missing << " is missing";
+    const std::string missingList = samples.Need(SampleManifest::FileOf(name));
+    if (!missing.empty() || !missingList.empty())
+        GTEST_SKIP() << (missing.empty() ? missingList : missing) << " is missing";
     const std::string path = samples.Path(name);
     SampleManifest manifest = SampleManifest::Read(name);
-    if (manifest.files.empty())
-        GTEST_SKIP() << SampleManifest::PathOf(name) << " is missing";
+    ASSERT_FALSE(manifest.files.empty());
     const auto &image = samples.Image(name);
     ASSERT_FALSE(image.passwords.empty());
     const Opened opened = OpenImage(path, "password", image.passwords[0].c_str());
@@ -98,7 +98,7 @@ TEST(SampleVolumes, HeaderOnlyImagesEndInADamagedFileSystemOrMapWithEverySecret)
         ++tried;
     }
     if (tried == 0)
-        GTEST_SKIP() << "../shared/samples/README.md is missing";
+        GTEST_SKIP() << samples.Need("README.md") << " is missing";
     EXPECT_EQ(tried, 21);
 }
 
