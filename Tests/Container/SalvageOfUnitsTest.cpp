@@ -25,7 +25,7 @@ std::string Packed(const std::string &contents)
 // Three units: stored as it is, compressed (of which only five chunks hold anything), a hole.
 class SalvageOfUnits : public testing::Test {
 protected:
-    NtfsCompressedFile Open(std::vector<Extent> runs) const
+    NtfsCompressedFile Open(std::vector<FileRun> runs) const
     {
         return NtfsCompressedFile(std::make_shared<CarefulSource>(disk),
                                   {3 * kUnit, 3 * kUnit, std::move(runs)}, kUnit);
@@ -33,9 +33,9 @@ protected:
     NtfsCompressedFile Open() const
     {
         const uint64_t packed = Packed(chunks).size();
-        return Open({{0, kUnit, 0, Extent::Kind::kStored},
-                     {kUnit, packed, kUnit, Extent::Kind::kStored},
-                     {kUnit + packed, 2 * kUnit - packed, 0, Extent::Kind::kZeros}});
+        return Open({{0, kUnit, 0, FileRun::Kind::kStored},
+                     {kUnit, packed, kUnit, FileRun::Kind::kStored},
+                     {kUnit + packed, 2 * kUnit - packed, 0, FileRun::Kind::kZeros}});
     }
 
     // Reads the file whole; lost: the only part that may be missing.
@@ -92,16 +92,16 @@ TEST_F(SalvageOfUnits, ABadPlaceBehindTheEndOfTheChunksCostsNothing)
 TEST_F(SalvageOfUnits, AUnitThatNoRunHoldsIsUnreadAndNotAHole)
 {
     const uint64_t packed = Packed(chunks).size();
-    auto file = Open({{0, kUnit, 0, Extent::Kind::kStored},
-                      {kUnit, packed, kUnit, Extent::Kind::kStored},
-                      {kUnit + packed, kUnit - packed, 0, Extent::Kind::kZeros}});
+    auto file = Open({{0, kUnit, 0, FileRun::Kind::kStored},
+                      {kUnit, packed, kUnit, FileRun::Kind::kStored},
+                      {kUnit + packed, kUnit - packed, 0, FileRun::Kind::kZeros}});
     ExpectLost(&file, {2 * kUnit, kUnit});
 }
 
 TEST_F(SalvageOfUnits, AUnitOfWhichARunIsMissingIsNotTakenForACompressedOne)
 {
     auto file = Open(
-        {{0, kUnit / 2, 0, Extent::Kind::kStored}, {kUnit, 2 * kUnit, 0, Extent::Kind::kZeros}});
+        {{0, kUnit / 2, 0, FileRun::Kind::kStored}, {kUnit, 2 * kUnit, 0, FileRun::Kind::kZeros}});
     std::string buffer(3 * kUnit, '?');
     uint32_t done = 0;
     EXPECT_FALSE(file.Read(buffer.data(), 3 * kUnit, &done));

@@ -47,13 +47,13 @@ constexpr NtfsGeometry kGeometry = {4096, 1024, 1000};
 
 TEST(NtfsRuns, RunsAndHolesAreToldApart)
 {
-    std::vector<Extent> runs;
+    std::vector<FileRun> runs;
     // Two clusters at 16, a hole of three, one cluster four before the first one.
     ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0x01, 3, 0x11, 1, 0xFC, 0}, 0, kGeometry, &runs));
     ASSERT_EQ(runs.size(), 3u);
     EXPECT_EQ(runs[0].offset, 16u * 4096);
     EXPECT_EQ(runs[0].length, 2u * 4096);
-    EXPECT_EQ(runs[1].kind, Extent::Kind::kZeros);
+    EXPECT_EQ(runs[1].kind, FileRun::Kind::kZeros);
     EXPECT_EQ(runs[1].position, 2u * 4096);
     EXPECT_EQ(runs[2].offset, 12u * 4096);
     EXPECT_EQ(runs[2].position, 5u * 4096);
@@ -72,14 +72,14 @@ TEST(NtfsRuns, WhatLiesOffTheVolumeOrHasNoLengthIsDamaged)
         {0x18, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 1},
     };
     for (const Bytes &list : damaged) {
-        std::vector<Extent> runs;
+        std::vector<FileRun> runs;
         EXPECT_FALSE(AppendRuns(list, 0, kGeometry, &runs)) << int{list[0]};
     }
 }
 
 TEST(NtfsRuns, AListThatBeginsBeforeTheLastOneEndsIsDamaged)
 {
-    std::vector<Extent> runs;
+    std::vector<FileRun> runs;
     ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0}, 0, kGeometry, &runs));
     EXPECT_FALSE(AppendRuns(Bytes{0x11, 2, 16, 0}, 1, kGeometry, &runs));
     EXPECT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0}, 2, kGeometry, &runs));
@@ -87,7 +87,7 @@ TEST(NtfsRuns, AListThatBeginsBeforeTheLastOneEndsIsDamaged)
 
 TEST(NtfsRuns, AListThatBeginsFurtherOnLeavesAGap)
 {
-    std::vector<Extent> runs;
+    std::vector<FileRun> runs;
     ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 16, 0}, 0, kGeometry, &runs));
     ASSERT_TRUE(AppendRuns(Bytes{0x11, 2, 18, 0}, 3, kGeometry, &runs));
     ASSERT_EQ(runs.size(), 2u);
@@ -102,10 +102,10 @@ TEST(NtfsRuns, AListThatBeginsFurtherOnLeavesAGap)
 TEST(ExtentFile, AReadGoesAcrossRunsAndStopsAtAnError)
 {
     const MemoryByteSource source({'a', 'b', 'c', 'd'});
-    const std::vector<Extent> runs = {{0, 2, 2, Extent::Kind::kStored},
-                                      {2, 2, 0, Extent::Kind::kZeros},
-                                      {4, 2, 0, Extent::Kind::kStored},
-                                      {6, 2, 100, Extent::Kind::kStored}};
+    const std::vector<FileRun> runs = {{0, 2, 2, FileRun::Kind::kStored},
+                                       {2, 2, 0, FileRun::Kind::kZeros},
+                                       {4, 2, 0, FileRun::Kind::kStored},
+                                       {6, 2, 100, FileRun::Kind::kStored}};
     char bytes[8] = {};
     uint32_t done = 0;
     EXPECT_FALSE(ReadRuns(source, runs, 1, bytes, 7, &done));
@@ -117,7 +117,7 @@ TEST(ExtentFile, WhatNoRunHoldsCannotBeRead)
     const MemoryByteSource source({'a', 'b', 'c', 'd'});
     char byte = 0;
     uint32_t done = 0;
-    EXPECT_FALSE(ReadRuns(source, {{2, 2, 0, Extent::Kind::kStored}}, 0, &byte, 1, &done));
+    EXPECT_FALSE(ReadRuns(source, {{2, 2, 0, FileRun::Kind::kStored}}, 0, &byte, 1, &done));
     EXPECT_FALSE(ReadRuns(source, {}, 0, &byte, 1, &done));
 }
 
@@ -127,9 +127,9 @@ TEST(ExtentFile, AHoleInTheListOfRunsIsZerosAndUnread)
         std::make_shared<MemoryByteSource>(std::vector<uint8_t>{'a', 'b', 'c', 'd'});
     ExtentFile file(source, {10,
                              10,
-                             {{1, 2, 0, Extent::Kind::kStored},
-                              {5, 2, 2, Extent::Kind::kStored},
-                              {8, 1, 0, Extent::Kind::kZeros}}});
+                             {{1, 2, 0, FileRun::Kind::kStored},
+                              {5, 2, 2, FileRun::Kind::kStored},
+                              {8, 1, 0, FileRun::Kind::kZeros}}});
     std::string buffer(12, '?');
     uint32_t done = 0;
     EXPECT_FALSE(file.Read(buffer.data(), 12, &done));
@@ -145,7 +145,7 @@ TEST(ExtentFile, AHoleInTheListOfRunsIsZerosAndUnread)
 TEST(ExtentFile, WhatWasNeverWrittenIsZeros)
 {
     const MemoryByteSource source({'a', 'b', 'c', 'd'});
-    const FileExtents extents = {4, 2, {{0, 4, 0, Extent::Kind::kStored}}};
+    const FileExtents extents = {4, 2, {{0, 4, 0, FileRun::Kind::kStored}}};
     char bytes[4] = {'x', 'x', 'x', 'x'};
     uint32_t done = 0;
     EXPECT_TRUE(ReadExtents(source, extents, 1, bytes, 3, &done));

@@ -6,14 +6,14 @@
 namespace vx {
 namespace {
 
-using Runs = std::vector<Extent>;
+using Runs = std::vector<FileRun>;
 
 // The run that holds the position, or the next one.
 Runs::const_iterator RunAt(const Runs &runs, uint64_t position)
 {
     return std::lower_bound(
         runs.begin(), runs.end(), position,
-        [](const Extent &run, uint64_t wanted) { return run.position + run.length <= wanted; });
+        [](const FileRun &run, uint64_t wanted) { return run.position + run.length <= wanted; });
 }
 
 // A part of a file.
@@ -23,7 +23,7 @@ struct Piece {
 };
 
 // Where on the volume a part of the run lies.
-uint64_t PlaceOf(const Extent &run, const Piece &piece)
+uint64_t PlaceOf(const FileRun &run, const Piece &piece)
 {
     return run.offset + (piece.position - run.position);
 }
@@ -59,29 +59,29 @@ uint32_t WrittenOf(const FileExtents &extents, uint64_t position, uint32_t count
 
 }  // namespace
 
-void AppendExtent(const Extent &extent, std::vector<Extent> *extents)
+void AppendRun(const FileRun &run, Runs *runs)
 {
-    if (!extents->empty()) {
-        Extent &last = extents->back();
-        const bool follows = last.position + last.length == extent.position;
+    if (!runs->empty()) {
+        FileRun &last = runs->back();
+        const bool follows = last.position + last.length == run.position;
         const bool adjoins =
-            extent.kind == Extent::Kind::kZeros || last.offset + last.length == extent.offset;
-        if (follows && adjoins && last.kind == extent.kind) {
-            last.length += extent.length;
+            run.kind == FileRun::Kind::kZeros || last.offset + last.length == run.offset;
+        if (follows && adjoins && last.kind == run.kind) {
+            last.length += run.length;
             return;
         }
     }
-    extents->push_back(extent);
+    runs->push_back(run);
 }
 
 bool ReadRuns(const ByteSource &source, const Runs &runs, uint64_t position, char *buffer,
               uint32_t count, uint32_t *done)
 {
-    return VisitRuns(runs, {position, count}, [&](const Extent *run, const Piece &piece) {
+    return VisitRuns(runs, {position, count}, [&](const FileRun *run, const Piece &piece) {
         if (run == nullptr)
             return false;
         char *place = buffer + (piece.position - position);
-        if (run->kind == Extent::Kind::kZeros)
+        if (run->kind == FileRun::Kind::kZeros)
             std::memset(place, 0, piece.count);
         else if (source.ReadAt(PlaceOf(*run, piece), place, piece.count))
             return false;
@@ -93,9 +93,9 @@ bool ReadRuns(const ByteSource &source, const Runs &runs, uint64_t position, cha
 void SalvageRuns(const ByteSource &source, const Runs &runs, uint64_t position, char *buffer,
                  uint32_t count, ByteRanges *unread)
 {
-    VisitRuns(runs, {position, count}, [&](const Extent *run, const Piece &piece) {
+    VisitRuns(runs, {position, count}, [&](const FileRun *run, const Piece &piece) {
         char *place = buffer + (piece.position - position);
-        if (run != nullptr && run->kind == Extent::Kind::kStored) {
+        if (run != nullptr && run->kind == FileRun::Kind::kStored) {
             ByteRanges gaps;
             (void)source.Salvage(PlaceOf(*run, piece), place, piece.count, &gaps);
             AddMoved(gaps, PlaceOf(*run, piece), piece.position, unread);
@@ -138,7 +138,7 @@ uint64_t StoredBytes(const Runs &runs, uint64_t position, uint64_t count)
             break;
         const uint64_t begin = std::max(run->position, position);
         const uint64_t end = std::min(run->position + run->length, position + count);
-        if (run->kind == Extent::Kind::kStored)
+        if (run->kind == FileRun::Kind::kStored)
             stored += end - begin;
     }
     return stored;

@@ -1,4 +1,4 @@
-// A file that lies in runs on the volume, read directly from the source and by no lock.
+// A file that lies in runs on the volume, read from the source without a lock.
 //
 // Ownership: shares the source. Threads: as VolumeFile; any number of files at a time.
 #pragma once
@@ -13,7 +13,7 @@
 namespace vx {
 
 // A run of a file's bytes.
-struct Extent {
+struct FileRun {
     enum class Kind { kStored, kZeros };
 
     uint64_t position = 0;  // in the file
@@ -22,41 +22,40 @@ struct Extent {
     Kind kind = Kind::kStored;
 };
 
-// What is read to find files, a folder or a table, lies in fewer runs than this on any disk. Files
-// may lie in more.
+// A folder or a table lies in fewer runs than this on any disk. Files may lie in more.
 constexpr size_t kMostRunsOfTables = size_t{1} << 16;
 
 // Appends a run, joining it with the last one if it goes on there.
-void AppendExtent(const Extent &extent, std::vector<Extent> *extents);
+void AppendRun(const FileRun &run, std::vector<FileRun> *runs);
 
 // In the order of their positions, without overlaps. What no run holds cannot be read.
 struct FileExtents {
     uint64_t size = 0;
     uint64_t initialised = 0;  // what follows reads as zeros
-    std::vector<Extent> runs;
+    std::vector<FileRun> runs;
 };
 
-// Reads count bytes at position out of the runs, for what needs them all; false on an error, with
-// done telling the bytes before it.
-bool ReadRuns(const ByteSource &source, const std::vector<Extent> &runs, uint64_t position,
+// Reads count bytes at position from the runs, all or none: false on an error; done is then the
+// number of bytes before it.
+bool ReadRuns(const ByteSource &source, const std::vector<FileRun> &runs, uint64_t position,
               char *buffer, uint32_t count, uint32_t *done);
-// The same for a file whose end may not have been written yet; all must lie before its size.
+// The same for a file whose end may not have been written yet; all bytes must lie before its size.
 bool ReadExtents(const ByteSource &source, const FileExtents &extents, uint64_t position,
                  char *buffer, uint32_t count, uint32_t *done);
 
 // Fills the whole buffer: what cannot be read, or is held by no run, is zeros and is added to
 // unread with its place in the file.
-void SalvageRuns(const ByteSource &source, const std::vector<Extent> &runs, uint64_t position,
+void SalvageRuns(const ByteSource &source, const std::vector<FileRun> &runs, uint64_t position,
                  char *buffer, uint32_t count, ByteRanges *unread);
 // The same as ReadExtents.
 void SalvageExtents(const ByteSource &source, const FileExtents &extents, uint64_t position,
                     char *buffer, uint32_t count, ByteRanges *unread);
 
 // How many of count bytes at position are stored, and not zeros.
-uint64_t StoredBytes(const std::vector<Extent> &runs, uint64_t position, uint64_t count);
+uint64_t StoredBytes(const std::vector<FileRun> &runs, uint64_t position, uint64_t count);
 
 // Whether runs hold all of count bytes at position.
-bool AreCovered(const std::vector<Extent> &runs, uint64_t position, uint64_t count);
+bool AreCovered(const std::vector<FileRun> &runs, uint64_t position, uint64_t count);
 
 class ExtentFile final : public VolumeFile {
 public:

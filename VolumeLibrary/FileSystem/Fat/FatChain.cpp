@@ -35,11 +35,11 @@ private:
 };
 
 // Leaves each cluster of a chain once: the runs end where one comes that was there before.
-void CutAtFirstRepeat(std::vector<Extent> *runs)
+void CutAtFirstRepeat(std::vector<FileRun> *runs)
 {
     std::map<uint64_t, uint64_t> used;  // beginnings and ends on the volume, apart from each other
     for (size_t i = 0; i < runs->size(); ++i) {
-        Extent &run = (*runs)[i];
+        FileRun &run = (*runs)[i];
         auto next = used.upper_bound(run.offset);
         if (next != used.begin() && std::prev(next)->second > run.offset)
             --next;
@@ -136,7 +136,7 @@ bool FatChain::Walk::Take()
         return Break(VolumeObstacle::kDamaged);
     if (_found.runs.size() == kMostRuns)
         return Break(VolumeObstacle::kOutOfMemory);
-    AppendExtent(_chain.ExtentOf(*_cluster, _bytes), &_found.runs);
+    AppendRun(_chain.RunOf(*_cluster, _bytes), &_found.runs);
     _bytes += _chain._geometry.clusterBytes;
     _previous = *_cluster;
     _cluster = _chain.NextOf(*_cluster, _copy);
@@ -169,11 +169,11 @@ bool FatChain::IsEnd(uint32_t entry) const
     return entry >= (mask & ~7u) && entry <= mask;
 }
 
-Extent FatChain::ExtentOf(uint32_t cluster, uint64_t position) const
+FileRun FatChain::RunOf(uint32_t cluster, uint64_t position) const
 {
     const uint64_t index = cluster - FatGeometry::kFirstCluster;
     return {position, _geometry.clusterBytes,
-            _geometry.clustersOffset + index * _geometry.clusterBytes, Extent::Kind::kStored};
+            _geometry.clustersOffset + index * _geometry.clusterBytes, FileRun::Kind::kStored};
 }
 
 std::optional<uint32_t> FatChain::EntryOf(uint32_t cluster, unsigned copy) const
@@ -264,13 +264,13 @@ FatRuns FatChain::Contiguous(uint32_t firstCluster, uint64_t size) const
         return {{}, VolumeObstacle::kDamaged};
     const uint64_t wanted = (size - 1) / _geometry.clusterBytes + 1;
     const uint64_t there = _geometry.lastCluster - firstCluster + 1;
-    Extent run = ExtentOf(firstCluster, 0);
+    FileRun run = RunOf(firstCluster, 0);
     run.length = std::min(wanted, there) * _geometry.clusterBytes;
     return {{run}, wanted > there ? VolumeObstacle::kDamaged : VolumeObstacle::kNone};
 }
 
 // A copy that is damaged or cannot be read says nothing.
-std::optional<bool> FatChain::HasOthersThan(const std::vector<Extent> &own) const
+std::optional<bool> FatChain::HasOthersThan(const std::vector<FileRun> &own) const
 {
     std::optional<bool> found;
     for (unsigned copy = 0; copy < _geometry.tableCopies; ++copy) {
@@ -283,7 +283,7 @@ std::optional<bool> FatChain::HasOthersThan(const std::vector<Extent> &own) cons
     return found;
 }
 
-std::optional<bool> FatChain::HasOthersIn(unsigned copy, const std::vector<Extent> &own) const
+std::optional<bool> FatChain::HasOthersIn(unsigned copy, const std::vector<FileRun> &own) const
 {
     const uint64_t clusters =
         kMostSearchedBytes / _geometry.tableCopies * 8 / BitsOf(_geometry.kind);
@@ -293,8 +293,8 @@ std::optional<bool> FatChain::HasOthersIn(unsigned copy, const std::vector<Exten
         if (!entry)
             return std::nullopt;
         const bool isInUse = IsOnVolume(*entry) || IsEnd(*entry);
-        const uint64_t place = ExtentOf(cluster, 0).offset;
-        if (isInUse && std::none_of(own.begin(), own.end(), [place](const Extent &run) {
+        const uint64_t place = RunOf(cluster, 0).offset;
+        if (isInUse && std::none_of(own.begin(), own.end(), [place](const FileRun &run) {
                 return place >= run.offset && place - run.offset < run.length;
             }))
             return true;

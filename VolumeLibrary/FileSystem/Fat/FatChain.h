@@ -19,7 +19,7 @@ namespace vx {
 
 // Where a file or folder lies, as far as that is known.
 struct FatRuns {
-    std::vector<Extent> runs;
+    std::vector<FileRun> runs;
     // Not kNone: the runs end too early, or the chain does not end where the size does.
     VolumeObstacle obstacle = VolumeObstacle::kNone;
 
@@ -40,7 +40,7 @@ public:
 
     // Whether clusters other than these are in use, as far as the first 16 MiB of the table say;
     // nothing if they cannot be read.
-    std::optional<bool> HasOthersThan(const std::vector<Extent> &own) const;
+    std::optional<bool> HasOthersThan(const std::vector<FileRun> &own) const;
 
     // Whether the first entry of a copy of the table is what every volume has there.
     bool IsTableGood(unsigned copy) const;
@@ -53,12 +53,12 @@ private:
     template <typename Following>
     FatRuns BestOfCopies(Following following) const;
 
-    std::optional<bool> HasOthersIn(unsigned copy, const std::vector<Extent> &own) const;
+    std::optional<bool> HasOthersIn(unsigned copy, const std::vector<FileRun> &own) const;
     std::optional<uint32_t> EntryOf(uint32_t cluster, unsigned copy) const;
     std::optional<uint32_t> NextOf(uint32_t cluster, unsigned copy) const;
     bool IsOnVolume(uint32_t cluster) const { return _geometry.IsOnVolume(cluster); }
     bool IsEnd(uint32_t entry) const;
-    Extent ExtentOf(uint32_t cluster, uint64_t position) const;
+    FileRun RunOf(uint32_t cluster, uint64_t position) const;
 
     const CachedSource &_tables;
     const FatGeometry _geometry;

@@ -86,7 +86,7 @@ FatRuns FatFileSystem::RunsOfFolder(const Node &folder) const
     const FatNode node = FatNode::Unpack(folder);
     const bool isExfat = _geometry.kind == FatGeometry::Kind::kExfat;
     if (IsRoot(folder) && _geometry.rootCluster == 0)
-        return {{{0, _geometry.rootBytes, _geometry.rootOffset, Extent::Kind::kStored}}};
+        return {{{0, _geometry.rootBytes, _geometry.rootOffset, FileRun::Kind::kStored}}};
     FatRuns found;
     if (!isExfat || IsRoot(folder))
         found = _chain.FollowToEnd(node.firstCluster,
@@ -102,10 +102,10 @@ FatRuns FatFileSystem::RunsOfFolder(const Node &folder) const
     return found;
 }
 
-bool FatFileSystem::Claim(const Way &way, const std::vector<Extent> &runs) const
+bool FatFileSystem::Claim(const Way &way, const std::vector<FileRun> &runs) const
 {
     std::vector<FatFolderOwners::Piece> pieces;
-    for (const Extent &run : runs) {
+    for (const FileRun &run : runs) {
         // The root of FAT12 and FAT16 lies before all clusters: in one that does not exist.
         if (run.offset < _geometry.clustersOffset) {
             pieces.push_back({0, 1});

@@ -40,7 +40,7 @@ private:
     FatRuns RunsOfFile(const FatNode &file) const;
     FatRuns RunsOfFolder(const Node &folder) const;
     VolumeObstacle ObstacleOfRoot(const FatRuns &runs) const;
-    bool Claim(const Way &way, const std::vector<Extent> &runs) const;
+    bool Claim(const Way &way, const std::vector<FileRun> &runs) const;
 
     const std::shared_ptr<const ByteSource> _volume;
     const FatGeometry _geometry;

@@ -14,9 +14,9 @@ uint64_t WrittenBytes(const FileExtents &extents)
 bool RemoveHoles(FileExtents *extents)
 {
     const uint64_t written = WrittenBytes(*extents);
-    std::vector<Extent> &runs = extents->runs;
-    const auto isHole = [written](const Extent &run) {
-        return run.kind == Extent::Kind::kZeros && run.position < written;
+    std::vector<FileRun> &runs = extents->runs;
+    const auto isHole = [written](const FileRun &run) {
+        return run.kind == FileRun::Kind::kZeros && run.position < written;
     };
     const auto holes = std::remove_if(runs.begin(), runs.end(), isHole);
     const bool found = holes != runs.end();

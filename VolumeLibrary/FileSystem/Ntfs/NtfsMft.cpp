@@ -16,7 +16,7 @@ Error Damaged(const char *what)
 uint64_t CoveredBytes(const FileExtents &extents)
 {
     uint64_t bytes = 0;
-    for (const Extent &run : extents.runs)
+    for (const FileRun &run : extents.runs)
         bytes += run.length;
     return bytes;
 }
@@ -64,7 +64,7 @@ bool NtfsMft::FindTable(const NtfsBoot &boot, uint64_t firstRecordAt)
     constexpr int kMostRounds = 16;
     const uint64_t recordBytes = _geometry.recordBytes;
     const FileExtents front = {
-        recordBytes, recordBytes, {{0, recordBytes, firstRecordAt, Extent::Kind::kStored}}};
+        recordBytes, recordBytes, {{0, recordBytes, firstRecordAt, FileRun::Kind::kStored}}};
     const auto first = Read(front, 0, nullptr);
     if (!first)
         return false;

@@ -43,8 +43,8 @@ NtfsParents::Pairs NtfsParents::Collect() const
     const FileExtents &table = _mft.Table();
     uint64_t budget = _volume->Size();
     uint64_t next = 0;
-    for (const Extent &run : table.runs) {
-        if (run.kind != Extent::Kind::kStored || run.length > budget)
+    for (const FileRun &run : table.runs) {
+        if (run.kind != FileRun::Kind::kStored || run.length > budget)
             continue;
         budget -= run.length;
         CollectRun(run, &next, &pairs);
@@ -55,7 +55,7 @@ NtfsParents::Pairs NtfsParents::Collect() const
 }
 
 // next: the first record that was not looked at yet, since one may lie in two runs.
-void NtfsParents::CollectRun(const Extent &run, uint64_t *next, Pairs *pairs) const
+void NtfsParents::CollectRun(const FileRun &run, uint64_t *next, Pairs *pairs) const
 {
     const FileExtents &table = _mft.Table();
     const uint64_t recordBytes = _mft.Geometry().recordBytes;

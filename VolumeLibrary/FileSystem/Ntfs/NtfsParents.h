@@ -32,7 +32,7 @@ private:
     using Pairs = std::deque<uint64_t>;
 
     Pairs Collect() const;
-    void CollectRun(const Extent &run, uint64_t *next, Pairs *pairs) const;
+    void CollectRun(const FileRun &run, uint64_t *next, Pairs *pairs) const;
     void CollectPiece(uint64_t first, uint64_t count, Pairs *pairs) const;
     void CollectRecord(uint64_t number, std::vector<uint8_t> bytes, Pairs *pairs) const;
     bool ReadRecords(uint64_t first, uint64_t count, std::vector<uint8_t> *bytes) const;

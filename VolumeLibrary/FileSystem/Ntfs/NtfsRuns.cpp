@@ -42,7 +42,7 @@ bool TakeRun(ByteView *list, Run *run)
 }  // namespace
 
 bool AppendRuns(ByteView list, uint64_t firstCluster, const NtfsGeometry &geometry,
-                std::vector<Extent> *runs)
+                std::vector<FileRun> *runs)
 {
     const uint64_t end = runs->empty() ? 0 : runs->back().position + runs->back().length;
     if (firstCluster > kMostClusters || firstCluster * geometry.clusterBytes < end)
@@ -59,10 +59,10 @@ bool AppendRuns(ByteView list, uint64_t firstCluster, const NtfsGeometry &geomet
             return false;
         if (position + length > kMostClusters || runs->size() == kMostRuns)
             return false;
-        AppendExtent({position * geometry.clusterBytes, length * geometry.clusterBytes,
-                      run.isSparse ? 0 : first * geometry.clusterBytes,
-                      run.isSparse ? Extent::Kind::kZeros : Extent::Kind::kStored},
-                     runs);
+        AppendRun({position * geometry.clusterBytes, length * geometry.clusterBytes,
+                   run.isSparse ? 0 : first * geometry.clusterBytes,
+                   run.isSparse ? FileRun::Kind::kZeros : FileRun::Kind::kStored},
+                  runs);
         position += length;
     }
     return true;

@@ -16,6 +16,6 @@ struct NtfsGeometry {
 // already there. False if the list is damaged, with the runs before the damage appended, or if it
 // begins before they end.
 bool AppendRuns(ByteView list, uint64_t firstCluster, const NtfsGeometry &geometry,
-                std::vector<Extent> *runs);
+                std::vector<FileRun> *runs);
 
 }  // namespace vx

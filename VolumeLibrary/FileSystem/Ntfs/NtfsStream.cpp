@@ -23,7 +23,7 @@ bool TakeFirstPart(const NtfsAttribute &part, NtfsStream *stream)
     return part.size <= kLargestFile;
 }
 
-uint64_t EndOf(const std::vector<Extent> &runs)
+uint64_t EndOf(const std::vector<FileRun> &runs)
 {
     return runs.empty() ? 0 : runs.back().position + runs.back().length;
 }
@@ -37,7 +37,7 @@ bool TakePart(const NtfsMft &mft, const NtfsAttribute &part, NtfsStream *stream)
         return false;
     if (part.isResident)
         return true;
-    std::vector<Extent> &runs = stream->extents.runs;
+    std::vector<FileRun> &runs = stream->extents.runs;
     const uint64_t end = EndOf(runs);
     uint64_t begin = 0;
     if (__builtin_mul_overflow(part.firstCluster, uint64_t{mft.Geometry().clusterBytes}, &begin) ||
