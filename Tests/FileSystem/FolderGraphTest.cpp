@@ -4,7 +4,6 @@
 #include "ExfatImage.h"
 #include "FatFolderOwners.h"
 #include "FatGeometry.h"
-#include "Little.h"
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
@@ -81,9 +80,10 @@ std::string FatOf(const Graph &graph, const std::string &options)
     const TestImage made{};
     EXPECT_TRUE(made.MakeFat(40, options));
     const std::string text = made.Folder().ReadFile("image");
-    FatGeometry geometry;
     Bytes bytes(text.begin(), text.end());
-    EXPECT_TRUE(TakeFatGeometry(bytes.data(), &geometry));
+    const auto taken = TakeFatGeometry(bytes);
+    EXPECT_TRUE(taken);
+    const FatGeometry geometry = taken.value_or(FatGeometry());
     const bool is32 = geometry.kind == FatGeometry::Kind::k32;
     const auto clusterOf = [&](int folder) {
         return folder == 0 ? geometry.rootCluster : kFirst + static_cast<uint32_t>(folder);

@@ -46,10 +46,10 @@ uint64_t FileSystemBytes(const ByteSource &volume, FileSystemKind kind)
 {
     if (kind == FileSystemKind::kNtfs)
         return NtfsVolumeBytes(volume);
-    FatBoot boot;
     if (kind != FileSystemKind::kFat && kind != FileSystemKind::kExfat)
         return 0;
-    return FindFatBoot(volume, &boot) ? 0 : boot.StatedBytes();
+    const auto boot = FindFatBoot(volume);
+    return boot ? boot->StatedBytes() : 0;
 }
 
 const char *FileSystemName(FileSystemKind kind)

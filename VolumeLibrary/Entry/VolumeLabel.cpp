@@ -4,7 +4,6 @@
 #include "FatBoot.h"
 #include "Little.h"
 #include "NtfsBoot.h"
-#include "NtfsFixups.h"
 #include "NtfsRecord.h"
 #include "VolumeOpener.h"
 #include "Wtf8.h"
@@ -36,12 +35,12 @@ std::vector<uint8_t> ReadBytes(const ByteSource &volume, uint64_t at, size_t cou
 std::optional<NtfsRecord> ReadVolumeRecord(const ByteSource &volume, uint64_t bootOffset)
 {
     constexpr uint64_t kNumber = 3;
-    NtfsBoot boot;
-    if (ReadNtfsBoot(volume, bootOffset, &boot))
+    const auto boot = ReadNtfsBoot(volume, bootOffset);
+    if (!boot)
         return std::nullopt;
-    const size_t recordBytes = boot.geometry.recordBytes;
+    const size_t recordBytes = boot->geometry.recordBytes;
     std::vector<uint8_t> record =
-        ReadBytes(volume, boot.mftOffset + kNumber * recordBytes, recordBytes);
+        ReadBytes(volume, boot->mftOffset + kNumber * recordBytes, recordBytes);
     if (record.empty() || !ApplyNtfsFixups(&record))
         return std::nullopt;
     return NtfsRecord::Parse(std::move(record));
@@ -116,15 +115,15 @@ std::string LabelInExfatRoot(const std::vector<uint8_t> &root)
 
 std::string FatLabel(const ByteSource &volume)
 {
-    FatBoot boot;
-    if (FindFatBoot(volume, &boot))
+    const auto boot = FindFatBoot(volume);
+    if (!boot)
         return {};
-    const FatGeometry &geometry = boot.geometry;
+    const FatGeometry &geometry = boot->geometry;
     const std::vector<uint8_t> root = ReadRoot(volume, geometry);
     if (geometry.kind == FatGeometry::Kind::kExfat)
         return LabelInExfatRoot(root);
     const std::string label = LabelInFatRoot(root);
-    return label.empty() ? LabelInFatBootSector(boot) : label;
+    return label.empty() ? LabelInFatBootSector(*boot) : label;
 }
 
 }  // namespace

@@ -121,6 +121,18 @@ bool ReadExtents(const ByteSource &source, const FileExtents &extents, uint64_t 
     return true;
 }
 
+std::optional<std::vector<uint8_t>> ReadExtentBytes(const ByteSource &source,
+                                                    const FileExtents &extents, uint64_t position,
+                                                    uint32_t count)
+{
+    std::vector<uint8_t> bytes(count);
+    uint32_t done = 0;
+    if (!ReadExtents(source, extents, position, reinterpret_cast<char *>(bytes.data()), count,
+                     &done))
+        return std::nullopt;
+    return bytes;
+}
+
 void SalvageExtents(const ByteSource &source, const FileExtents &extents, uint64_t position,
                     char *buffer, uint32_t count, ByteRanges *unread)
 {

@@ -7,6 +7,7 @@
 #include "VolumeFile.h"
 
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -42,6 +43,11 @@ bool ReadRuns(const ByteSource &source, const std::vector<FileRun> &runs, uint64
 // The same for a file whose end may not have been written yet; all bytes must lie before its size.
 bool ReadExtents(const ByteSource &source, const FileExtents &extents, uint64_t position,
                  char *buffer, uint32_t count, uint32_t *done);
+
+// As ReadExtents, into bytes of its own: nothing on an error.
+std::optional<std::vector<uint8_t>> ReadExtentBytes(const ByteSource &source,
+                                                    const FileExtents &extents, uint64_t position,
+                                                    uint32_t count);
 
 // Fills the whole buffer: what cannot be read, or is held by no run, is zeros and is added to
 // unread with its place in the file.

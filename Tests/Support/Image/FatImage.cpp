@@ -19,7 +19,9 @@ const uint8_t *At(const std::string &bytes, size_t at)
 
 FatImage::FatImage(std::string made) : bytes(std::move(made))
 {
-    EXPECT_TRUE(TakeFatGeometry(At(bytes, 0), &geometry));
+    const auto taken = TakeFatGeometry({At(bytes, 0), bytes.size()});
+    EXPECT_TRUE(taken);
+    geometry = taken.value_or(FatGeometry());
 }
 
 size_t FatImage::PlaceOf(uint32_t cluster) const

@@ -1,8 +1,8 @@
 #include "ExfatFolder.h"
 
+#include "ByteReader.h"
 #include "FatFolder.h"
 #include "FatTime.h"
-#include "Little.h"
 #include "Wtf8.h"
 
 #include <algorithm>
@@ -26,6 +26,43 @@ constexpr size_t kNameBytes = 30;
 constexpr uint8_t kHasNoChain = 0x02;
 constexpr uint16_t kAttributes = 0x37;
 constexpr uint32_t kAttributeNormal = 0x80;
+constexpr size_t kSumAt = 2;  // two bytes
+
+// The second entry of a set: where the data lies.
+struct Stream {
+    bool isContiguous = false;
+    size_t nameUnits = 0;
+    uint64_t written = 0;
+    uint32_t firstCluster = 0;
+    uint64_t size = 0;
+
+    explicit Stream(ByteView entry)
+    {
+        ByteReader reader(entry, 1);
+        isContiguous = (reader.U8() & kHasNoChain) != 0;
+        reader.Skip(1);
+        nameUnits = reader.U8();
+        reader.Skip(4);  // a hash of the name
+        written = reader.U64();
+        reader.Skip(4);
+        firstCluster = reader.U32();
+        size = reader.U64();
+    }
+};
+
+uint16_t AttributesOf(ByteView file)
+{
+    return U16At(file, 4) & kAttributes;
+}
+
+// The units of the name, and what fills the last entry of it.
+std::vector<uint8_t> NameUnitsOf(const std::vector<FolderBytes::Entry> &set)
+{
+    std::vector<uint8_t> units;
+    for (size_t i = 2; i < set.size() && set[i][0] == kName; ++i)
+        units.insert(units.end(), set[i].begin() + 2, set[i].begin() + 2 + kNameBytes);
+    return units;
+}
 
 }  // namespace
 
@@ -97,11 +134,11 @@ bool ExfatFolder::FitsChecksum() const
     uint16_t sum = 0;
     for (size_t i = 0; i < count; ++i) {
         for (size_t at = 0; at < FolderBytes::kEntryBytes; ++at) {
-            if (i != 0 || (at != 2 && at != 3))
+            if (i != 0 || (at != kSumAt && at != kSumAt + 1))
                 sum = static_cast<uint16_t>((sum >> 1 | (sum & 1u) << 15) + _set[i][at]);
         }
     }
-    return sum == Little16(_set[0].data() + 2);
+    return sum == U16At(_set[0], kSumAt);
 }
 
 bool ExfatFolder::ShowSet(FolderEntry *entry)
@@ -128,35 +165,37 @@ bool ExfatFolder::TakeFile(FolderEntry *entry) const
 {
     if (_set.size() < 3 || _set[1][0] != kStream)
         return false;
-    const uint8_t *stream = _set[1].data();
-    std::vector<uint8_t> units;
-    for (size_t i = 2; i < _set.size() && _set[i][0] == kName; ++i)
-        units.insert(units.end(), _set[i].begin() + 2, _set[i].begin() + 2 + kNameBytes);
-    const size_t nameBytes = size_t{2} * stream[3];
-    if (nameBytes > units.size())
+    const Stream stream(_set[1]);
+    const std::vector<uint8_t> units = NameUnitsOf(_set);
+    if (2 * stream.nameUnits > units.size())
         return false;
-    entry->name = Wtf8FromUtf16(ByteView(units).First(nameBytes));
+    entry->name = Wtf8FromUtf16(ByteView(units).First(2 * stream.nameUnits));
     FatNode node;
-    node.isFolder = (_set[0][4] & kVolumeAttributeDirectory) != 0;
-    node.isContiguous = (stream[1] & kHasNoChain) != 0;
-    node.firstCluster = Little32(stream + 20);
+    node.isFolder = (AttributesOf(_set[0]) & kVolumeAttributeDirectory) != 0;
+    node.isContiguous = stream.isContiguous;
+    node.firstCluster = stream.firstCluster;
     node.isDoubtful = !_isSetGood;
-    node.size = std::min(Little64(stream + 24), FatNode::kMostBytes);
-    node.written = Little64(stream + 8);
+    node.size = std::min(stream.size, FatNode::kMostBytes);
+    node.written = stream.written;
     entry->node = node.Pack();
     return IsEntryName(entry->name);
 }
 
 void ExfatFolder::Describe(VolumeFindData *record) const
 {
-    const uint8_t *file = _set[0].data();
-    const uint32_t attributes = Little16(file + 4) & kAttributes;
+    const uint32_t attributes = AttributesOf(_set[0]);
     const bool isFolder = (attributes & kVolumeAttributeDirectory) != 0;
-    const uint64_t size = isFolder ? 0 : std::min(Little64(_set[1].data() + 24), _mostBytes);
+    const uint64_t size = isFolder ? 0 : std::min(Stream(_set[1]).size, _mostBytes);
+    ByteReader times(_set[0], 8);
+    const uint32_t created = times.U32();
+    const uint32_t written = times.U32();
+    const uint32_t accessed = times.U32();
+    const uint8_t createdHundredths = times.U8();
+    const uint8_t writtenHundredths = times.U8();
+    record->creationTime = FileTimeFromExfat(created, createdHundredths, times.U8());
+    record->lastWriteTime = FileTimeFromExfat(written, writtenHundredths, times.U8());
+    record->lastAccessTime = FileTimeFromExfat(accessed, 0, times.U8());
     record->attributes = attributes != 0 ? attributes : kAttributeNormal;
-    record->creationTime = FileTimeFromExfat(Little32(file + 8), file[20], file[22]);
-    record->lastWriteTime = FileTimeFromExfat(Little32(file + 12), file[21], file[23]);
-    record->lastAccessTime = FileTimeFromExfat(Little32(file + 16), 0, file[24]);
     record->sizeHigh = static_cast<uint32_t>(size >> 32);
     record->sizeLow = static_cast<uint32_t>(size);
     record->reserved = 0;

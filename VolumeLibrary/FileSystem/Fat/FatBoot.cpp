@@ -1,7 +1,7 @@
 #include "FatBoot.h"
 
 #include "BitlockerMark.h"
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <vector>
@@ -20,9 +20,20 @@ struct Candidate {
     bool isConfirmed = false;  // by what else the volume holds
 };
 
-bool EndsAsBootSector(const uint8_t *sector)
+bool EndsAsBootSector(ByteView sector)
 {
-    return sector[510] == 0x55 && sector[511] == 0xAA;
+    return U16At(sector, 510) == 0xAA55;
+}
+
+unsigned ExfatSectorShift(ByteView sector)
+{
+    return U8At(sector, 108);
+}
+
+// Where a boot sector of FAT32 says that its backup lies.
+uint64_t StatedBackupOffset(ByteView sector)
+{
+    return uint64_t{U16At(sector, 50)} * U16At(sector, 11);
 }
 
 // bytes: the boot sectors, all but the last one of them, which holds the sum.
@@ -38,16 +49,16 @@ uint32_t ExfatBootSum(const std::vector<uint8_t> &bytes, size_t count)
 }
 
 // offset: of the first of the boot sectors, which gives their size.
-bool IsExfatBootWhole(const ByteSource &volume, uint64_t offset, const uint8_t *sector)
+bool IsExfatBootWhole(const ByteSource &volume, uint64_t offset, ByteView sector)
 {
     constexpr size_t kSummed = 11;
-    const size_t sectorBytes = size_t{1} << sector[108];
+    const size_t sectorBytes = size_t{1} << ExfatSectorShift(sector);
     std::vector<uint8_t> bytes((kSummed + 1) * sectorBytes);
     if (volume.ReadAt(offset, bytes.data(), bytes.size()))
         return false;
     const uint32_t sum = ExfatBootSum(bytes, kSummed * sectorBytes);
     for (size_t at = kSummed * sectorBytes; at < bytes.size(); at += 4) {
-        if (Little32(&bytes[at]) != sum)
+        if (U32At(bytes, at) != sum)
             return false;
     }
     return true;
@@ -71,9 +82,13 @@ Candidate CandidateAt(const ByteSource &volume, uint64_t offset)
     Candidate found;
     FatBoot &boot = found.boot;
     found.isRead = !volume.ReadAt(offset, boot.sector.data(), boot.sector.size());
-    found.isSensible = found.isRead && TakeFatGeometry(boot.sector.data(), &boot.geometry);
-    if (found.isSensible && EndsAsBootSector(boot.sector.data()))
-        found.isConfirmed = boot.IsExfat() ? IsExfatBootWhole(volume, offset, boot.sector.data())
+    const auto geometry = found.isRead ? TakeFatGeometry(boot.sector) : std::nullopt;
+    if (!geometry)
+        return found;
+    boot.geometry = *geometry;
+    found.isSensible = true;
+    if (EndsAsBootSector(boot.sector))
+        found.isConfirmed = boot.IsExfat() ? IsExfatBootWhole(volume, offset, boot.sector)
                                            : FitsItsTable(volume, boot.geometry);
     return found;
 }
@@ -81,27 +96,26 @@ Candidate CandidateAt(const ByteSource &volume, uint64_t offset)
 // Whether a sector that lies at this offset says that backups lie there.
 bool IsBackupOf(const Candidate &found, uint64_t offset)
 {
-    const uint8_t *sector = found.boot.sector.data();
+    const ByteView sector = found.boot.sector;
     if (offset == 0 || !EndsAsBootSector(sector))
         return false;
     if (found.boot.IsExfat())
-        return offset == kExfatBackupSector << sector[108];
+        return offset == kExfatBackupSector << ExfatSectorShift(sector);
     return found.boot.geometry.kind == FatGeometry::Kind::k32 &&
-           offset == uint64_t{Little16(sector + 50)} * Little16(sector + 11);
+           offset == StatedBackupOffset(sector);
 }
 
 bool IsEncrypted(const FatBoot &boot)
 {
-    return HasBitlockerToGoMark({boot.sector.data(), boot.sector.size()});
+    return HasBitlockerToGoMark(boot.sector);
 }
 
-// first: the first sector, which may tell where the backup is.
+// first: the first sector, which may say where the backup is.
 std::optional<Candidate> FindBackup(const ByteSource &volume, const Candidate &first)
 {
     std::vector<uint64_t> offsets;
     if (first.isRead)
-        offsets.push_back(uint64_t{Little16(&first.boot.sector[50])} *
-                          Little16(&first.boot.sector[11]));
+        offsets.push_back(StatedBackupOffset(first.boot.sector));
     for (const uint64_t sectorBytes : kSectorSizes) {
         offsets.push_back(kFat32BackupSector * sectorBytes);
         offsets.push_back(kExfatBackupSector * sectorBytes);
@@ -119,16 +133,17 @@ std::optional<Candidate> FindBackup(const ByteSource &volume, const Candidate &f
     return backup;
 }
 
-// What the boot code of a volume does not pass for.
-bool LooksPartitioned(const uint8_t *sector)
+// The boot code of a volume does not look so.
+bool LooksPartitioned(ByteView sector)
 {
     if (!EndsAsBootSector(sector))
         return false;
     bool hasPartition = false;
-    for (const uint8_t *entry = sector + 446; entry < sector + 510; entry += 16) {
-        if ((entry[0] & 0x7F) != 0)
+    for (size_t at = 446; at < 510; at += 16) {
+        const ByteView entry = sector.From(at).First(16);
+        if ((U8At(entry, 0) & 0x7F) != 0)
             return false;
-        hasPartition = hasPartition || (entry[4] != 0 && Little32(entry + 12) != 0);
+        hasPartition = hasPartition || (U8At(entry, 4) != 0 && U32At(entry, 12) != 0);
     }
     return hasPartition;
 }
@@ -150,7 +165,7 @@ std::string WhatIsWrong(const Candidate &first)
     return first.isRead ? "its boot sector is damaged" : "its boot sector cannot be read";
 }
 
-// How many bytes of the table no cluster needs. What makes a volume gives it few of them.
+// How many bytes of the table no cluster needs. Programs that make volumes leave few of them.
 uint64_t SpareTableBytes(const FatGeometry &geometry)
 {
     return geometry.tableBytes - (geometry.clusters + FatGeometry::kFirstCluster) * 4;
@@ -191,40 +206,36 @@ std::string NoteOf(const Candidate &first, const std::optional<Candidate> &backu
 
 uint64_t FatBoot::StatedBytes() const
 {
-    const uint8_t *at = sector.data();
-    const uint64_t few = Little16(at + 19);
-    const uint64_t sectors = IsExfat() ? Little64(at + 72) : few != 0 ? few : Little32(at + 32);
-    const uint64_t sectorBytes = IsExfat() ? uint64_t{1} << at[108] : Little16(at + 11);
+    const uint64_t few = U16At(sector, 19);
+    const uint64_t sectors = IsExfat() ? U64At(sector, 72) : few != 0 ? few : U32At(sector, 32);
+    const uint64_t sectorBytes =
+        IsExfat() ? uint64_t{1} << ExfatSectorShift(sector) : U16At(sector, 11);
     uint64_t bytes = 0;
     return __builtin_mul_overflow(sectors, sectorBytes, &bytes) ? 0 : bytes;
 }
 
-Error FindFatBoot(const ByteSource &volume, FatBoot *boot)
+Result<FatBoot> FindFatBoot(const ByteSource &volume)
 {
     Candidate first = CandidateAt(volume, 0);
-    if (first.isConfirmed && first.boot.IsExfat()) {
-        *boot = std::move(first.boot);
-        return {};
-    }
+    if (first.isConfirmed && first.boot.IsExfat())
+        return std::move(first.boot);
     const bool mayHaveBackup = !first.isSensible || MayHaveBackup(first.boot.geometry);
     auto backup = mayHaveBackup ? FindBackup(volume, first) : std::nullopt;
     if (backup && IsBackupBetter(first, *backup)) {
-        *boot = std::move(backup->boot);
-        boot->note = WhatIsWrong(first) + "; the backup of it was used";
-        return {};
+        backup->boot.note = WhatIsWrong(first) + "; the backup of it was used";
+        return std::move(backup->boot);
     }
     if (!first.isSensible)
-        return {Status::kDamagedFileSystem, first.isRead ? "its first sector makes no sense"
-                                                         : "its first sector cannot be read"};
+        return Error{Status::kDamagedFileSystem, first.isRead ? "its first sector makes no sense"
+                                                              : "its first sector cannot be read"};
     first.boot.note = NoteOf(first, backup);
-    *boot = std::move(first.boot);
-    return {};
+    return std::move(first.boot);
 }
 
 std::optional<FatBoot> FindFatBackupBoot(const ByteSource &volume)
 {
     const Candidate first = CandidateAt(volume, 0);
-    if (first.isRead && LooksPartitioned(first.boot.sector.data()))
+    if (first.isRead && LooksPartitioned(first.boot.sector))
         return std::nullopt;
     auto backup = FindBackup(volume, first);
     if (!backup || !backup->isConfirmed)

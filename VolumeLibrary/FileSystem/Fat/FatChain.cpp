@@ -1,8 +1,9 @@
 #include "FatChain.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <map>
 
@@ -34,7 +35,7 @@ private:
     uint64_t _next = 1;
 };
 
-// Leaves each cluster of a chain once: the runs end where one comes that was there before.
+// Keeps each cluster of a chain once: the runs end before the first one that repeats.
 void CutAtFirstRepeat(std::vector<FileRun> *runs)
 {
     std::map<uint64_t, uint64_t> used;  // beginnings and ends on the volume, apart from each other
@@ -143,8 +144,8 @@ bool FatChain::Walk::Take()
     return true;
 }
 
-// Of two clusters that lead to one the cluster right in front of it has it. exFAT leaves entries of
-// deleted files as they are, so there this is not known.
+// If two clusters lead to the same one, it belongs to the cluster right in front of it. exFAT
+// leaves the entries of deleted files as they are, so there this cannot be known.
 bool FatChain::Walk::IsOfAnotherChain(uint32_t cluster) const
 {
     const bool isJump = _bytes > 0 && cluster != _previous + 1;
@@ -178,17 +179,17 @@ FileRun FatChain::RunOf(uint32_t cluster, uint64_t position) const
 
 std::optional<uint32_t> FatChain::EntryOf(uint32_t cluster, unsigned copy) const
 {
-    uint8_t bytes[4] = {};
+    std::array<uint8_t, 4> bytes = {};
     const FatGeometry::Kind kind = _geometry.kind;
     const bool is12 = kind == FatGeometry::Kind::k12;
     const bool isShort = is12 || kind == FatGeometry::Kind::k16;
     const uint64_t table = _geometry.tableOffset + copy * _geometry.tableBytes;
     const uint64_t offset = is12 ? cluster + cluster / 2 : uint64_t{cluster} * (isShort ? 2 : 4);
-    if (_tables.ReadAt(table + offset, bytes, isShort ? 2 : 4))
+    if (_tables.ReadAt(table + offset, bytes.data(), isShort ? 2 : 4))
         return std::nullopt;
     if (is12)
-        return cluster % 2 == 0 ? Little16(bytes) & 0xFFFu : Little16(bytes) >> 4u;
-    return Little32(bytes) & MaskOf(kind);
+        return cluster % 2 == 0 ? U16At(bytes, 0) & 0xFFFu : U16At(bytes, 0) >> 4u;
+    return U32At(bytes, 0) & MaskOf(kind);
 }
 
 // What follows the cluster according to this copy of the table, or to another one if this one

@@ -23,13 +23,13 @@ Result<std::unique_ptr<FileSystem>>
 FatFileSystem::Open(const std::shared_ptr<const ByteSource> &volume,
                     std::vector<std::string> *notes)
 {
-    FatBoot boot;
-    if (Error error = FindFatBoot(*volume, &boot))
-        return error;
-    std::unique_ptr<FatFileSystem> opened(new FatFileSystem(volume, boot.geometry));
+    auto boot = FindFatBoot(*volume);
+    if (!boot)
+        return boot.Failure();
+    std::unique_ptr<FatFileSystem> opened(new FatFileSystem(volume, boot->geometry));
     std::vector<std::string> found;
-    if (!boot.note.empty())
-        found.push_back(std::move(boot.note));
+    if (!boot->note.empty())
+        found.push_back(std::move(boot->note));
     if (Error error = opened->CheckTable(&found))
         return error;
     notes->insert(notes->end(), found.begin(), found.end());

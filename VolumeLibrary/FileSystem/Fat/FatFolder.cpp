@@ -1,9 +1,8 @@
 #include "FatFolder.h"
 
-#include "CodePoints.h"
-#include "FatEntryCheck.h"
+#include "ByteReader.h"
 #include "FatTime.h"
-#include "Little.h"
+#include "CodePoints.h"
 #include "Wtf8.h"
 
 #include <algorithm>
@@ -16,7 +15,6 @@ namespace {
 using Step = VolumeListing::Step;
 
 constexpr uint8_t kDeleted = 0xE5;
-constexpr uint8_t kStandsForE5 = 0x05;
 constexpr uint8_t kVolumeLabel = 0x08;
 constexpr uint8_t kLongNamePart = 0x0F;
 constexpr uint8_t kAttributes = 0x3F;
@@ -24,7 +22,8 @@ constexpr uint8_t kLastPart = 0x40;
 constexpr unsigned kPartNumber = 0x1F;
 constexpr unsigned kMostParts = 20;
 constexpr size_t kPartBytes = 26;
-constexpr size_t kShortBytes = 11;
+constexpr size_t kAttributesAt = 11;
+constexpr size_t kCheckAt = 13;  // in a part of a long name
 constexpr size_t kStemBytes = 8;
 constexpr uint8_t kStemIsSmall = 0x08;
 constexpr uint8_t kEndingIsSmall = 0x10;
@@ -34,15 +33,15 @@ constexpr uint64_t kFolderBit = uint64_t{1} << 63;
 constexpr uint64_t kContiguousBit = uint64_t{1} << 62;
 constexpr uint64_t kDoubtfulBit = uint64_t{1} << 61;
 
-uint8_t CheckOf(const uint8_t *shortName)
+uint8_t CheckOf(ByteView shortName)
 {
     uint8_t sum = 0;
-    for (size_t i = 0; i < kShortBytes; ++i)
-        sum = static_cast<uint8_t>((sum >> 1 | sum << 7) + shortName[i]);
+    for (size_t i = 0; i < shortName.size; ++i)
+        sum = static_cast<uint8_t>((sum >> 1 | sum << 7) + shortName.data[i]);
     return sum;
 }
 
-// The upper half of the code page that DOS used in the West; other ones look the same.
+// The upper half of code page 437. A volume does not say which code page its short names have.
 constexpr char16_t kCodePage437[] =
     u"\u00C7\u00FC\u00E9\u00E2\u00E4\u00E0\u00E5\u00E7\u00EA\u00EB\u00E8\u00EF\u00EE\u00EC\u00C4"
     u"\u00C5\u00C9\u00E6\u00C6\u00F4\u00F6\u00F2\u00FB\u00F9\u00FF\u00D6\u00DC\u00A2\u00A3\u00A5"
@@ -69,42 +68,42 @@ char32_t Small(uint8_t byte)
     return byte >= 'A' && byte <= 'Z' ? byte + 32u : byte;
 }
 
-// Appends a part of the short name without the spaces at its end.
-void AppendShort(const uint8_t *bytes, size_t count, bool isSmall, std::string *name)
+// Appends a part of the short name without the trailing spaces.
+void AppendShort(ByteView part, bool isSmall, std::string *name)
 {
-    while (count > 0 && bytes[count - 1] == ' ')
-        --count;
-    for (size_t i = 0; i < count; ++i) {
-        const char32_t large = bytes[i] < 0x80 ? bytes[i] : kCodePage437[bytes[i] - 0x80];
-        AppendUtf8(isSmall ? Small(bytes[i]) : large, name);
+    while (part.size > 0 && part.data[part.size - 1] == ' ')
+        --part.size;
+    for (size_t i = 0; i < part.size; ++i) {
+        const uint8_t byte = part.data[i];
+        const char32_t large = byte < 0x80 ? byte : kCodePage437[byte - 0x80];
+        AppendUtf8(isSmall ? Small(byte) : large, name);
     }
 }
 
-std::string ShortName(const FolderBytes::Entry &entry)
+std::string ShortName(const FatEntry &file)
 {
-    uint8_t bytes[kShortBytes];
-    std::memcpy(bytes, entry.data(), sizeof bytes);
-    if (bytes[0] == kStandsForE5)
+    auto bytes = file.shortName;
+    if (bytes[0] == FatEntry::kStandsForE5)
         bytes[0] = kDeleted;
+    const ByteView stored(bytes);
     std::string name;
     std::string ending;
-    AppendShort(bytes, kStemBytes, (entry[12] & kStemIsSmall) != 0, &name);
-    AppendShort(bytes + kStemBytes, kShortBytes - kStemBytes, (entry[12] & kEndingIsSmall) != 0,
-                &ending);
+    AppendShort(stored.First(kStemBytes), (file.smallLetters & kStemIsSmall) != 0, &name);
+    AppendShort(stored.From(kStemBytes), (file.smallLetters & kEndingIsSmall) != 0, &ending);
     return ending.empty() ? name : name + '.' + ending;
 }
 
-bool IsDots(const FolderBytes::Entry &entry)
+bool IsDots(const FatEntry &file)
 {
-    return std::memcmp(entry.data(), ".          ", kShortBytes) == 0 ||
-           std::memcmp(entry.data(), "..         ", kShortBytes) == 0;
+    return HasTextAt(file.shortName, 0, ".          ") ||
+           HasTextAt(file.shortName, 0, "..         ");
 }
 
 // The units before the zero that ends a name which does not fill its last part.
 ByteView UnitsOf(const std::vector<uint8_t> &units)
 {
     size_t count = 0;
-    while (count + 1 < units.size() && (units[count] != 0 || units[count + 1] != 0))
+    while (U16At(units, count) != 0)
         count += 2;
     return ByteView(units).First(count);
 }
@@ -148,7 +147,7 @@ Step FatFolder::Next(FolderEntry *entry)
         }
         if (_entry[0] == kDeleted) {
             DropName();
-        } else if ((_entry[11] & kAttributes) == kLongNamePart) {
+        } else if ((_entry[kAttributesAt] & kAttributes) == kLongNamePart) {
             TakeNamePart();
         } else {
             const bool isShown = TakeFile(entry);
@@ -169,8 +168,7 @@ FolderBytes::Step FatFolder::NextEntry()
     return step;
 }
 
-// The entry that a long name has come for lies in the gap, unless so much of the name is to follow
-// that it fills the gap.
+// The entry of the long name lies in the gap, unless the missing parts of the name fill the gap.
 void FatFolder::TakeGap()
 {
     constexpr unsigned kEntriesOfGap = FolderBytes::kSectorBytes / FolderBytes::kEntryBytes;
@@ -179,7 +177,7 @@ void FatFolder::TakeGap()
     DropName();
 }
 
-// The entry that the last long name has come for is missing.
+// The entry of the last long name is missing.
 void FatFolder::TakeEnd()
 {
     if (HasNameParts() && !_isNameBeyondEnd)
@@ -202,7 +200,7 @@ void FatFolder::TearName()
 // Whether more of the name that has begun is to follow, and this part may belong to it.
 bool FatFolder::IsAmidName() const
 {
-    return _longName && _longName->next != 0 && _longName->check == _entry[13];
+    return _longName && _longName->next != 0 && _longName->check == _entry[kCheckAt];
 }
 
 void FatFolder::TakeNamePart()
@@ -223,31 +221,32 @@ void FatFolder::TakeNamePart()
     --_longName->next;
 }
 
-// The entry of a name that came before is missing.
+// The entry of an earlier name is missing.
 void FatFolder::BeginName(unsigned parts)
 {
     TakeEnd();
     if (parts == 0 || parts > kMostParts)
         TearName();
     else
-        _longName = LongName{std::vector<uint8_t>(parts * kPartBytes), _entry[13], parts};
+        _longName = LongName{std::vector<uint8_t>(parts * kPartBytes), _entry[kCheckAt], parts};
 }
 
 // False for an entry that is not shown.
 bool FatFolder::TakeFile(FolderEntry *entry)
 {
-    if ((_entry[11] & kVolumeLabel) != 0) {
+    _file = FatEntry(_entry);
+    if ((_file.attributes & kVolumeLabel) != 0) {
         TakeLabel();
         return false;
     }
-    if (IsDots(_entry) || !IsPlausible())
+    if (IsDots(_file) || !IsPlausible())
         return false;
-    const auto longName = LongNameOfEntry();
-    entry->name = longName.value_or(ShortName(_entry));
+    const auto longName = LongNameOfFile();
+    entry->name = longName.value_or(ShortName(_file));
     FatNode node;
-    node.isFolder = (_entry[11] & kVolumeAttributeDirectory) != 0;
-    node.firstCluster = FirstClusterOf(_entry, _geometry.kind);
-    node.size = node.isFolder ? 0 : Little32(_entry.data() + 28);
+    node.isFolder = _file.IsFolder();
+    node.firstCluster = _file.FirstCluster(_geometry.kind);
+    node.size = node.isFolder ? 0 : _file.size;
     node.written = node.size;
     entry->node = node.Pack();
     FolderDamage &damage = _bytes.Damage();
@@ -261,21 +260,21 @@ bool FatFolder::TakeFile(FolderEntry *entry)
     return isShown;
 }
 
-// A label has no size and no long name: this is a file of which the attributes are damaged.
+// A label has no size and no long name: with one of them this is a file with damaged attributes.
 void FatFolder::TakeLabel()
 {
-    const bool isFile = HasNameParts() || Little32(_entry.data() + 28) != 0;
+    const bool isFile = HasNameParts() || _file.size != 0;
     if (isFile && !_bytes.IsBeyondEnd())
         _bytes.Damage().Lose();
 }
 
-// One odd field is no reason to leave out a file, but amid damage it is. What lies beyond the end
-// of a folder and is none is left from an earlier use.
+// One odd field is no reason to leave out a file, but amid damage it is. What is no entry beyond
+// the end of a folder is left from an earlier use.
 bool FatFolder::IsPlausible()
 {
     FolderDamage &damage = _bytes.Damage();
     const bool isBeyondEnd = _bytes.IsBeyondEnd();
-    const int oddities = HasControlsInName(_entry) ? 2 : OdditiesOf(_entry, _geometry);
+    const int oddities = _file.HasControlsInName() ? 2 : _file.Oddities(_geometry);
     const int allowed = isBeyondEnd || damage.IsLosing() ? 0 : 1;
     if (oddities > allowed) {
         if (!isBeyondEnd)
@@ -285,9 +284,9 @@ bool FatFolder::IsPlausible()
     return true;
 }
 
-std::optional<std::string> FatFolder::LongNameOfEntry() const
+std::optional<std::string> FatFolder::LongNameOfFile() const
 {
-    if (!_longName || _longName->next != 0 || _longName->check != CheckOf(_entry.data()))
+    if (!_longName || _longName->next != 0 || _longName->check != CheckOf(_file.shortName))
         return std::nullopt;
     std::string name = Wtf8FromUtf16(UnitsOf(_longName->units));
     return IsEntryName(name) ? std::optional(std::move(name)) : std::nullopt;
@@ -295,18 +294,16 @@ std::optional<std::string> FatFolder::LongNameOfEntry() const
 
 void FatFolder::Describe(VolumeFindData *record) const
 {
-    const uint8_t *at = _entry.data();
-    const uint32_t attributes = at[11] & (kAttributes & ~kVolumeLabel);
-    const bool isFolder = (attributes & kVolumeAttributeDirectory) != 0;
+    const uint32_t attributes = _file.attributes & (kAttributes & ~kVolumeLabel);
+    const uint64_t size =
+        _file.IsFolder() ? 0 : std::min<uint64_t>(_file.size, _geometry.MostBytes());
     record->attributes = attributes != 0 ? attributes : kAttributeNormal;
-    record->creationTime = FileTimeFromFat(Little16(at + 16), Little16(at + 14), at[13]);
-    record->lastAccessTime = FileTimeFromFat(Little16(at + 18), 0, 0);
-    record->lastWriteTime = FileTimeFromFat(Little16(at + 24), Little16(at + 22), 0);
+    record->creationTime =
+        FileTimeFromFat(_file.createdDate, _file.createdTime, _file.createdHundredths);
+    record->lastAccessTime = FileTimeFromFat(_file.accessedDate, 0, 0);
+    record->lastWriteTime = FileTimeFromFat(_file.writtenDate, _file.writtenTime, 0);
     record->sizeHigh = 0;
-    record->sizeLow =
-        isFolder
-            ? 0
-            : static_cast<uint32_t>(std::min<uint64_t>(Little32(at + 28), _geometry.MostBytes()));
+    record->sizeLow = static_cast<uint32_t>(size);
     record->reserved = 0;
 }
 

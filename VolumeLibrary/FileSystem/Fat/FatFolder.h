@@ -2,13 +2,14 @@
 // "..". An entry without a long name is shown by its short one, in small letters where the
 // disk says so.
 //
-// What is no entry by all that is known of it is left out and reported, as damage is that lies
-// around it (FolderBytes.h). An entry whose long name is damaged is shown by its short one, and
-// reported; parts of a long name that belong to no entry are reported as a missing one, unless a
-// deleted entry follows them. The size of a file is never shown as more than the volume holds.
-// A node's place is the first cluster; its size holds three flags in the highest bits.
+// What cannot be an entry is left out and reported, and so is damage around it (FolderBytes.h). An
+// entry whose long name is damaged is shown by its short one, and reported; parts of a long name
+// that belong to no entry are reported as a missing one, unless a deleted entry follows them. The
+// size of a file is never shown as more than the volume holds. A node's place is the first cluster;
+// its size holds three flags in the highest bits.
 #pragma once
 
+#include "FatEntry.h"
 #include "FileSystem.h"
 #include "FolderBytes.h"
 
@@ -62,7 +63,7 @@ private:
     bool TakeFile(FolderEntry *entry);
     void TakeLabel();
     bool IsPlausible();
-    std::optional<std::string> LongNameOfEntry() const;
+    std::optional<std::string> LongNameOfFile() const;
     bool HasNameParts() const { return _longName || _isNameTorn; }
 
     FolderBytes _bytes;
@@ -70,6 +71,7 @@ private:
     const bool _isRoot;
     bool _hasBegun = false;
     FolderBytes::Entry _entry = {};
+    FatEntry _file{_entry};  // the same, of a file, a folder or a label
     std::optional<LongName> _longName;
     bool _isNameTorn = false;       // parts came that make no name
     bool _isNameBeyondEnd = false;  // an entry that says that none follows came before its parts

@@ -1,9 +1,8 @@
 #include "FatGeometry.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vx {
 namespace {
@@ -15,78 +14,123 @@ constexpr uint64_t kLargestCluster = uint64_t{32} << 20;
 constexpr uint32_t kEntryBytes = 32;
 constexpr uint8_t kExfatMedia = 0xF8;
 
-// Only FAT32 leaves the small field for the size of its table empty; of the other two, FAT12 is
-// the one with so few clusters.
-Kind KindOfFat(const uint8_t *sector, uint64_t clusters)
+// What of a boot sector of FAT is used. What only FAT32 has means nothing in the others.
+struct FatFields {
+    uint64_t sectorBytes = 0;
+    uint64_t clusterSectors = 0;
+    uint64_t reserved = 0;  // sectors in front of the tables
+    uint64_t tables = 0;
+    uint64_t rootBytes = 0;
+    uint64_t sectors = 0;
+    uint8_t media = 0;
+    uint64_t tableSectors = 0;
+    bool isFat32 = false;  // only it leaves the small field for the size of its table empty
+    unsigned flags32 = 0;
+    uint32_t rootCluster32 = 0;
+
+    explicit FatFields(ByteView sector)
+    {
+        ByteReader reader(sector, 11);
+        sectorBytes = reader.U16();
+        clusterSectors = reader.U8();
+        reserved = reader.U16();
+        tables = reader.U8();
+        rootBytes = uint64_t{reader.U16()} * kEntryBytes;
+        const uint16_t fewSectors = reader.U16();
+        media = reader.U8();
+        const uint16_t fewTableSectors = reader.U16();
+        reader.Skip(8);  // the shape of the disk, what lies in front of the volume
+        const uint32_t manySectors = reader.U32();
+        const uint32_t manyTableSectors = reader.U32();
+        flags32 = reader.U16();
+        reader.Skip(2);  // the version
+        rootCluster32 = reader.U32();
+        isFat32 = fewTableSectors == 0;
+        sectors = fewSectors != 0 ? fewSectors : manySectors;
+        tableSectors = isFat32 ? manyTableSectors : fewTableSectors;
+    }
+
+    bool HasSectorsAndTables() const
+    {
+        return IsPowerOfTwo(sectorBytes) && IsPowerOfTwo(clusterSectors) && sectorBytes >= 512 &&
+               tables > 0;
+    }
+};
+
+// FAT12 and FAT16 differ in the number of clusters only.
+Kind KindOfFat(const FatFields &fields, uint64_t clusters)
 {
     constexpr uint64_t kFewestOfFat16 = 4085;
-    if (Little16(sector + 22) == 0)
+    if (fields.isFat32)
         return Kind::k32;
     return clusters < kFewestOfFat16 ? Kind::k12 : Kind::k16;
 }
 
-// FAT32 may keep one copy of its table only up to date, exFAT does so.
+// FAT32 may keep only one copy of its table up to date, exFAT does so.
 void ChooseTable(uint64_t active, FatGeometry *geometry)
 {
     geometry->tableOffset += active * geometry->tableBytes;
     geometry->tableCopies = 1;
 }
 
-bool TakeFat(const uint8_t *sector, FatGeometry *geometry)
+std::optional<FatGeometry> TakeFat(ByteView sector)
 {
-    const uint64_t sectorBytes = Little16(sector + 11);
-    const uint64_t clusterSectors = sector[13];
-    const uint64_t reserved = Little16(sector + 14);
-    const uint64_t tables = sector[16];
-    const uint64_t rootBytes = uint64_t{Little16(sector + 17)} * kEntryBytes;
-    const uint64_t sectors =
-        Little16(sector + 19) != 0 ? Little16(sector + 19) : Little32(sector + 32);
-    const uint64_t tableSectors =
-        Little16(sector + 22) != 0 ? Little16(sector + 22) : Little32(sector + 36);
-    if (!IsPowerOfTwo(sectorBytes) || !IsPowerOfTwo(clusterSectors) || sectorBytes < 512 ||
-        tables == 0)
-        return false;
-    const uint64_t rootSector = reserved + tables * tableSectors;
-    const uint64_t firstSector = rootSector + (rootBytes + sectorBytes - 1) / sectorBytes;
-    if (firstSector >= sectors)
-        return false;
-    geometry->clusterBytes = static_cast<uint32_t>(clusterSectors * sectorBytes);
-    geometry->tableOffset = reserved * sectorBytes;
-    geometry->tableBytes = tableSectors * sectorBytes;
-    geometry->tableCopies = static_cast<unsigned>(tables);
-    geometry->media = sector[21];
-    geometry->clustersOffset = firstSector * sectorBytes;
-    geometry->clusters = (sectors - firstSector) / clusterSectors;
-    geometry->rootOffset = rootSector * sectorBytes;
-    geometry->rootBytes = static_cast<uint32_t>(rootBytes);
-    geometry->kind = KindOfFat(sector, geometry->clusters);
-    if (geometry->kind != Kind::k32)
-        return true;
+    const FatFields fields(sector);
+    if (!fields.HasSectorsAndTables())
+        return std::nullopt;
+    const uint64_t rootSector = fields.reserved + fields.tables * fields.tableSectors;
+    const uint64_t firstSector =
+        rootSector + (fields.rootBytes + fields.sectorBytes - 1) / fields.sectorBytes;
+    if (firstSector >= fields.sectors)
+        return std::nullopt;
+    FatGeometry geometry;
+    geometry.media = fields.media;
+    geometry.clusterBytes = static_cast<uint32_t>(fields.clusterSectors * fields.sectorBytes);
+    geometry.tableOffset = fields.reserved * fields.sectorBytes;
+    geometry.tableBytes = fields.tableSectors * fields.sectorBytes;
+    geometry.tableCopies = static_cast<unsigned>(fields.tables);
+    geometry.clustersOffset = firstSector * fields.sectorBytes;
+    geometry.clusters = (fields.sectors - firstSector) / fields.clusterSectors;
+    geometry.rootOffset = rootSector * fields.sectorBytes;
+    geometry.rootBytes = static_cast<uint32_t>(fields.rootBytes);
+    geometry.kind = KindOfFat(fields, geometry.clusters);
+    if (geometry.kind != Kind::k32)
+        return geometry;
     constexpr unsigned kIsNotMirrored = 0x80;
-    const unsigned flags = Little16(sector + 40);
-    geometry->rootCluster = Little32(sector + 44);
-    if ((flags & kIsNotMirrored) != 0 && (flags & 0xF) < tables)
-        ChooseTable(flags & 0xF, geometry);
-    return true;
+    const unsigned active = fields.flags32 & 0xF;
+    geometry.rootCluster = fields.rootCluster32;
+    if ((fields.flags32 & kIsNotMirrored) != 0 && active < fields.tables)
+        ChooseTable(active, &geometry);
+    return geometry;
 }
 
-bool TakeExfat(const uint8_t *sector, FatGeometry *geometry)
+std::optional<FatGeometry> TakeExfat(ByteView sector)
 {
-    const unsigned sectorShift = sector[108];
-    const unsigned clusterShift = sector[109];
+    ByteReader reader(sector, 80);
+    const uint64_t tableSector = reader.U32();
+    const uint64_t tableSectors = reader.U32();
+    const uint64_t firstSector = reader.U32();
+    const uint32_t clusters = reader.U32();
+    const uint32_t rootCluster = reader.U32();
+    reader.Skip(6);  // a number of the volume, a version
+    const unsigned flags = reader.U16();
+    const unsigned sectorShift = reader.U8();
+    const unsigned clusterShift = reader.U8();
+    const unsigned tables = reader.U8();
     if (sectorShift < 9 || sectorShift > 12 || clusterShift > 25 - sectorShift)
-        return false;
-    geometry->kind = Kind::kExfat;
-    geometry->clusterBytes = 1u << (sectorShift + clusterShift);
-    geometry->tableOffset = uint64_t{Little32(sector + 80)} << sectorShift;
-    geometry->tableBytes = uint64_t{Little32(sector + 84)} << sectorShift;
-    geometry->clustersOffset = uint64_t{Little32(sector + 88)} << sectorShift;
-    geometry->clusters = Little32(sector + 92);
-    geometry->rootCluster = Little32(sector + 96);
-    geometry->media = kExfatMedia;
-    const bool isSecondActive = sector[110] == 2 && (sector[106] & 1) != 0;
-    ChooseTable(isSecondActive ? 1 : 0, geometry);
-    return true;
+        return std::nullopt;
+    FatGeometry geometry;
+    geometry.kind = Kind::kExfat;
+    geometry.media = kExfatMedia;
+    geometry.clusterBytes = 1u << (sectorShift + clusterShift);
+    geometry.tableOffset = tableSector << sectorShift;
+    geometry.tableBytes = tableSectors << sectorShift;
+    geometry.clustersOffset = firstSector << sectorShift;
+    geometry.clusters = clusters;
+    geometry.rootCluster = rootCluster;
+    const bool isSecondActive = tables == 2 && (flags & 1) != 0;
+    ChooseTable(isSecondActive ? 1 : 0, &geometry);
+    return geometry;
 }
 
 bool HasRoot(const FatGeometry &geometry)
@@ -111,20 +155,18 @@ uint64_t ClustersOfTable(const FatGeometry &geometry)
 
 }  // namespace
 
-bool TakeFatGeometry(const uint8_t *sector, FatGeometry *geometry)
+std::optional<FatGeometry> TakeFatGeometry(ByteView sector)
 {
-    *geometry = {};
-    const bool isExfat = std::memcmp(sector + 3, "EXFAT   ", 8) == 0;
-    const bool good = isExfat ? TakeExfat(sector, geometry) : TakeFat(sector, geometry);
-    if (!good || !HasRoot(*geometry) || geometry->clusters == 0 ||
+    auto geometry = HasTextAt(sector, 3, "EXFAT   ") ? TakeExfat(sector) : TakeFat(sector);
+    if (!geometry || !HasRoot(*geometry) || geometry->clusters == 0 ||
         geometry->clusterBytes > kLargestCluster)
-        return false;
+        return std::nullopt;
     const uint64_t end = std::min({geometry->clusters + FatGeometry::kFirstCluster,
                                    ClustersOfTable(*geometry), kMostClusters});
     if (end <= FatGeometry::kFirstCluster)
-        return false;
+        return std::nullopt;
     geometry->lastCluster = static_cast<uint32_t>(end - 1);
-    return true;
+    return geometry;
 }
 
 }  // namespace vx

@@ -2,7 +2,10 @@
 // Format: Microsoft, "FAT32 File System Specification" and "exFAT file system specification".
 #pragma once
 
+#include "ByteView.h"
+
 #include <cstdint>
+#include <optional>
 
 namespace vx {
 
@@ -32,8 +35,8 @@ struct FatGeometry {
     uint64_t MostBytes() const { return uint64_t{lastCluster - kFirstCluster + 1} * clusterBytes; }
 };
 
-// Which of the four it is, and where its parts lie; false if the sector makes no sense as the
-// first one of a volume. sector: 512 bytes.
-bool TakeFatGeometry(const uint8_t *sector, FatGeometry *geometry);
+// Which of the four it is, and where its parts lie; nothing if the sector makes no sense as the
+// first one of a volume.
+std::optional<FatGeometry> TakeFatGeometry(ByteView sector);
 
 }  // namespace vx

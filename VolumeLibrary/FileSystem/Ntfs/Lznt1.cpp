@@ -1,6 +1,6 @@
 #include "Lznt1.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,7 +11,7 @@ namespace {
 // A unit consists of chunks, each of which gives this much but for the last.
 constexpr size_t kChunkBytes = 4096;
 
-// The bits of a back reference that tell its length: the further on in the chunk, the more are
+// How many bits of a back reference are its length: the further on in the chunk, the more are
 // needed for the distance.
 unsigned LengthBits(size_t done)
 {
@@ -36,12 +36,12 @@ bool CopyBack(uint16_t reference, uint8_t *chunk, size_t capacity, size_t *done)
     return true;
 }
 
-// A flag byte tells of each of the eight items that follow whether it is a byte or a reference.
+// Each bit of a flag byte says whether one of the eight items that follow is a byte or a reference.
 bool DecompressChunk(ByteView packed, uint8_t *chunk, size_t capacity)
 {
     size_t done = 0;
     while (packed.size > 0) {
-        unsigned flags = packed.data[0];
+        unsigned flags = U8At(packed, 0);
         packed = packed.From(1);
         for (int item = 0; item < 8 && packed.size > 0; ++item, flags >>= 1) {
             const size_t taken = (flags & 1) != 0 ? 2 : 1;
@@ -50,8 +50,8 @@ bool DecompressChunk(ByteView packed, uint8_t *chunk, size_t capacity)
             if (taken == 1 && done == capacity)
                 return false;
             if (taken == 1)
-                chunk[done++] = packed.data[0];
-            else if (!CopyBack(Little16(packed.data), chunk, capacity, &done))
+                chunk[done++] = U8At(packed, 0);
+            else if (!CopyBack(U16At(packed, 0), chunk, capacity, &done))
                 return false;
             packed = packed.From(taken);
         }
@@ -78,8 +78,8 @@ size_t DecompressLznt1(ByteView packed, bool isWhole, uint8_t *bytes, size_t cap
 {
     size_t done = 0;
     bool isGood = true;
-    while (done < capacity && packed.size >= 2 && Little16(packed.data) != 0) {
-        const uint16_t header = Little16(packed.data);
+    while (done < capacity && U16At(packed, 0) != 0) {
+        const uint16_t header = U16At(packed, 0);
         const size_t length = (header & 0xFFFu) + 1;
         const size_t room = std::min(capacity - done, kChunkBytes);
         isGood = length <= packed.size - 2 &&

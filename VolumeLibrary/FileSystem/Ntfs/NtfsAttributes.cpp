@@ -1,25 +1,21 @@
 #include "NtfsAttributes.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 #include "NtfsReparsePoint.h"
 
 namespace vx {
 namespace {
 
 constexpr uint32_t kAttributeNormal = 0x80;
-// The standard information: three times and the attributes among others.
+
+// The standard information: among other things three times and the attributes. Empty if it is
+// damaged.
 ByteView StandardInformation(const NtfsRecord &file)
 {
     constexpr size_t kLeastBytes = 36;
     const auto attribute = file.Find(NtfsType::kStandardInformation, {});
     const bool good = attribute && attribute->isResident && attribute->value.size >= kLeastBytes;
     return good ? attribute->value : ByteView();
-}
-
-uint32_t StoredAttributes(const NtfsRecord &file)
-{
-    const ByteView information = StandardInformation(file);
-    return information.size > 0 ? Little32(information.data + 32) : 0;
 }
 
 void SetSize(uint64_t size, VolumeFindData *record)
@@ -43,11 +39,10 @@ void DescribeNtfsFile(const NtfsMft &mft, const ByteSource &volume, const NtfsRe
                       uint64_t number, VolumeFindData *record)
 {
     const ByteView information = StandardInformation(file);
-    const bool known = information.size > 0;
-    record->creationTime = known ? Little64(information.data) : 0;
-    record->lastWriteTime = known ? Little64(information.data + 8) : 0;
-    record->lastAccessTime = known ? Little64(information.data + 24) : 0;
-    SetAttributes(StoredAttributes(file), file.IsFolder(), record);
+    record->creationTime = U64At(information, 0);
+    record->lastWriteTime = U64At(information, 8);
+    record->lastAccessTime = U64At(information, 24);
+    SetAttributes(U32At(information, 32), file.IsFolder(), record);
     record->reserved = NtfsReparsePoint::Read(mft, volume, file, number).Tag();
     SetSize(file.IsFolder() ? 0 : StreamSize(mft, volume, file, number, NtfsType::kData), record);
 }

@@ -1,9 +1,9 @@
 #include "NtfsBoot.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <vector>
 
 namespace vx {
@@ -20,12 +20,12 @@ Error Damaged(const char *what)
     return {Status::kDamagedFileSystem, what};
 }
 
-bool IsBoot(const uint8_t *sector)
+bool IsBoot(ByteView sector)
 {
-    return std::memcmp(sector + 3, "NTFS    ", 8) == 0;
+    return HasTextAt(sector, 3, "NTFS    ");
 }
 
-// A size in clusters, or, if negative, as the power of two of its bytes.
+// A size in clusters or, if negative, in bytes as a power of two.
 uint64_t SizeFrom(int8_t stored, uint32_t clusterBytes)
 {
     if (stored > 0)
@@ -48,30 +48,52 @@ bool IsSectorSize(uint32_t bytes)
     return IsPowerOfTwo(bytes) && bytes >= kLeastSector && bytes <= kLargestSector;
 }
 
-Error ReadGeometry(const uint8_t *sector, NtfsGeometry *geometry)
+// What of a boot sector is used.
+struct Fields {
+    uint32_t sectorBytes = 0;
+    uint8_t clusterSectors = 0;  // see ClusterSectors
+    uint64_t sectors = 0;
+    uint64_t mftCluster = 0;
+    uint64_t mirrorCluster = 0;
+    int8_t recordSize = 0;  // see SizeFrom
+
+    explicit Fields(ByteView sector)
+    {
+        ByteReader reader(sector, 11);
+        sectorBytes = reader.U16();
+        clusterSectors = reader.U8();
+        reader.Skip(26);
+        sectors = reader.U64();
+        mftCluster = reader.U64();
+        mirrorCluster = reader.U64();
+        recordSize = static_cast<int8_t>(reader.U8());
+    }
+};
+
+Result<NtfsGeometry> GeometryOf(const Fields &fields)
 {
-    const uint32_t sectorBytes = Little16(sector + 11);
-    const uint32_t clusterSectors = ClusterSectors(sector[13]);
-    if (!IsSectorSize(sectorBytes))
+    const uint32_t clusterSectors = ClusterSectors(fields.clusterSectors);
+    if (!IsSectorSize(fields.sectorBytes))
         return Damaged("it tells no size of a sector");
-    if (!IsPowerOfTwo(clusterSectors) || uint64_t{clusterSectors} * sectorBytes > kLargestCluster)
+    if (!IsPowerOfTwo(clusterSectors) ||
+        uint64_t{clusterSectors} * fields.sectorBytes > kLargestCluster)
         return Damaged("it tells no size of a cluster");
-    geometry->clusterBytes = sectorBytes * clusterSectors;
-    geometry->clusters = Little64(sector + 40) / clusterSectors;
-    const uint64_t recordBytes = SizeFrom(static_cast<int8_t>(sector[64]), geometry->clusterBytes);
+    NtfsGeometry geometry;
+    geometry.clusterBytes = fields.sectorBytes * clusterSectors;
+    geometry.clusters = fields.sectors / clusterSectors;
+    const uint64_t recordBytes = SizeFrom(fields.recordSize, geometry.clusterBytes);
     if (!IsPowerOfTwo(recordBytes) || recordBytes < 512 || recordBytes > 16384)
         return Damaged("it tells no size of a record");
-    geometry->recordBytes = static_cast<uint32_t>(recordBytes);
-    return {};
+    geometry.recordBytes = static_cast<uint32_t>(recordBytes);
+    return geometry;
 }
 
-// A copy lies after the sectors that it counts, so that one of another volume on the same disk is
-// not taken for it.
-bool IsBackupAt(uint64_t place, const uint8_t *sector)
+// A copy lies after the sectors that it counts; one of another volume on the same disk does not.
+bool IsBackupAt(uint64_t place, ByteView sector)
 {
-    const uint32_t sectorBytes = Little16(sector + 11);
-    return IsBoot(sector) && IsSectorSize(sectorBytes) && place > 0 && place % sectorBytes == 0 &&
-           Little64(sector + 40) == place / sectorBytes;
+    const Fields fields(sector);
+    return IsBoot(sector) && IsSectorSize(fields.sectorBytes) && place > 0 &&
+           place % fields.sectorBytes == 0 && fields.sectors == place / fields.sectorBytes;
 }
 
 // The last copy among the sectors from begin to end.
@@ -82,7 +104,7 @@ std::optional<uint64_t> FindBackupIn(const ByteSource &volume, uint64_t begin, u
         return std::nullopt;
     for (size_t at = bytes.size(); at > 0; at -= kBootBytes) {
         const size_t sector = at - kBootBytes;
-        if (IsBackupAt(begin + sector, bytes.data() + sector))
+        if (IsBackupAt(begin + sector, ByteView(bytes).From(sector)))
             return begin + sector;
     }
     return std::nullopt;
@@ -90,25 +112,26 @@ std::optional<uint64_t> FindBackupIn(const ByteSource &volume, uint64_t begin, u
 
 }  // namespace
 
-Error ReadNtfsBoot(const ByteSource &volume, uint64_t offset, NtfsBoot *boot)
+Result<NtfsBoot> ReadNtfsBoot(const ByteSource &volume, uint64_t offset)
 {
-    uint8_t sector[kBootBytes];
-    if (volume.ReadAt(offset, sector, sizeof sector))
+    std::array<uint8_t, kBootBytes> sector;
+    if (volume.ReadAt(offset, sector.data(), sector.size()))
         return Damaged("its first sector cannot be read");
     if (!IsBoot(sector))
         return Damaged("its first sector is not that of an NTFS volume");
-    if (Error error = ReadGeometry(sector, &boot->geometry))
-        return error;
-    const NtfsGeometry &geometry = boot->geometry;
-    const uint64_t mftCluster = Little64(sector + 48);
-    const uint64_t mirrorCluster = Little64(sector + 56);
-    if (geometry.clusters > kMostClusters || mftCluster >= geometry.clusters)
+    const Fields fields(sector);
+    const auto geometry = GeometryOf(fields);
+    if (!geometry)
+        return geometry.Failure();
+    if (geometry->clusters > kMostClusters || fields.mftCluster >= geometry->clusters)
         return Damaged("its table of files is not on the volume");
-    boot->bytes = Little64(sector + 40) * Little16(sector + 11);
-    boot->mftOffset = mftCluster * geometry.clusterBytes;
-    boot->mirrorOffset =
-        mirrorCluster < geometry.clusters ? mirrorCluster * geometry.clusterBytes : 0;
-    return {};
+    NtfsBoot boot;
+    boot.geometry = *geometry;
+    boot.bytes = fields.sectors * fields.sectorBytes;
+    boot.mftOffset = fields.mftCluster * geometry->clusterBytes;
+    if (fields.mirrorCluster < geometry->clusters)
+        boot.mirrorOffset = fields.mirrorCluster * geometry->clusterBytes;
+    return boot;
 }
 
 std::optional<uint64_t> FindNtfsBackupBoot(const ByteSource &volume)
@@ -130,11 +153,11 @@ std::optional<uint64_t> FindNtfsBackupBoot(const ByteSource &volume)
 
 uint64_t NtfsVolumeBytes(const ByteSource &volume)
 {
-    NtfsBoot boot;
-    if (!ReadNtfsBoot(volume, 0, &boot))
-        return boot.bytes;
-    const auto backup = FindNtfsBackupBoot(volume);
-    return backup && !ReadNtfsBoot(volume, *backup, &boot) ? boot.bytes : 0;
+    auto boot = ReadNtfsBoot(volume, 0);
+    const auto backup = boot ? std::nullopt : FindNtfsBackupBoot(volume);
+    if (backup)
+        boot = ReadNtfsBoot(volume, *backup);
+    return boot ? boot->bytes : 0;
 }
 
 }  // namespace vx

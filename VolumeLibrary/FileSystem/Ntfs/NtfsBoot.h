@@ -2,7 +2,7 @@
 // last sector of the volume.
 //
 // Threads: any number at a time. Units: bytes.
-// Errors: kFileSystemDamaged.
+// Errors: kDamagedFileSystem.
 // Source of the format: Microsoft, "NTFS boot sector" (Windows 2000 Server Resource Kit).
 #pragma once
 
@@ -21,14 +21,14 @@ struct NtfsBoot {
     uint64_t mirrorOffset = 0;  // of the copy of its first records; 0 if there is none
 };
 
-// Reads the boot sector that lies at the offset.
-Error ReadNtfsBoot(const ByteSource &volume, uint64_t offset, NtfsBoot *boot);
+// Reads the boot sector at the offset.
+Result<NtfsBoot> ReadNtfsBoot(const ByteSource &volume, uint64_t offset);
 
-// Where the copy lies: it is the last sector of the file system, which may end a little before the
+// Where the copy lies: in the last sector of the file system, which may end a little before the
 // volume does.
 std::optional<uint64_t> FindNtfsBackupBoot(const ByteSource &volume);
 
-// How long the volume says that it is, by its boot sector or else by the copy; 0 if neither does.
+// The size of the volume by its boot sector or else by the copy; 0 if neither can be used.
 uint64_t NtfsVolumeBytes(const ByteSource &volume);
 
 }  // namespace vx

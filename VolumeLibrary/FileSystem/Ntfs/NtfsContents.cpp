@@ -64,12 +64,11 @@ NtfsContents FindContents(const NtfsMft &mft, const ByteSource &volume, const Nt
         contents.obstacle = VolumeObstacle::kLink;
         return contents;
     }
-    const NtfsFound found =
-        FindStream(mft, volume, file, number, NtfsType::kData, {}, &contents.data);
-    if (found == NtfsFound::kNo)
+    contents.data = FindStream(mft, volume, file, number, NtfsType::kData, {});
+    if (contents.data.found == NtfsFound::kNo)
         contents.data.isResident = true;
     const VolumeObstacle trouble = contents.data.trouble;
-    if (found != NtfsFound::kDamaged)
+    if (contents.data.found != NtfsFound::kDamaged)
         contents.obstacle = ObstacleOf(point, &contents);
     if (contents.obstacle == VolumeObstacle::kNone)
         contents.obstacle = trouble != VolumeObstacle::kNone ? trouble : point.Trouble();

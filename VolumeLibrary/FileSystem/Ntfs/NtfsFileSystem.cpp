@@ -21,10 +21,10 @@ NtfsFileSystem::NtfsFileSystem(std::shared_ptr<const ByteSource> volume,
 Result<std::unique_ptr<FileSystem>> NtfsFileSystem::Open(std::shared_ptr<const ByteSource> volume,
                                                          std::vector<std::string> *notes)
 {
-    std::unique_ptr<NtfsMft> mft;
-    if (Error error = NtfsMft::Open(volume, &mft, notes))
-        return error;
-    return std::unique_ptr<FileSystem>(new NtfsFileSystem(std::move(volume), std::move(mft)));
+    auto mft = NtfsMft::Open(volume, notes);
+    if (!mft)
+        return mft.Failure();
+    return std::unique_ptr<FileSystem>(new NtfsFileSystem(std::move(volume), std::move(*mft)));
 }
 
 Node NtfsFileSystem::Root() const

@@ -17,7 +17,7 @@ namespace vx {
 class NtfsFileSystem final : public FileSystem {
 public:
     // notes receives a line for each copy that had to be used (NtfsMft.h). Errors:
-    // kFileSystemDamaged, kFileSystemNotSupported.
+    // kDamagedFileSystem.
     static Result<std::unique_ptr<FileSystem>> Open(std::shared_ptr<const ByteSource> volume,
                                                     std::vector<std::string> *notes);
 

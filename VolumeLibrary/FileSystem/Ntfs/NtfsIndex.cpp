@@ -1,9 +1,6 @@
 #include "NtfsIndex.h"
 
-#include "Little.h"
-#include "NtfsFixups.h"
-
-#include <cstring>
+#include "ByteReader.h"
 
 namespace vx {
 namespace {
@@ -34,14 +31,11 @@ void NtfsIndex::Begin(const NtfsRecord &folder, uint64_t number)
 
 bool NtfsIndex::BeginRoot(const NtfsRecord &folder, uint64_t number)
 {
-    NtfsStream root;
-    const NtfsFound found =
-        FindStream(_mft, _volume, folder, number, NtfsType::kIndexRoot, kIndexName, &root);
-    if (root.trouble != VolumeObstacle::kNone)
-        NoteTrouble(root.trouble);
-    if (found != NtfsFound::kYes || !root.isResident || root.bytes.size() < kRootHeaderAt)
+    NtfsStream root = FindStream(_mft, _volume, folder, number, NtfsType::kIndexRoot, kIndexName);
+    NoteTrouble(root.trouble);
+    if (root.found != NtfsFound::kYes || !root.isResident)
         return false;
-    _blockBytes = Little32(root.bytes.data() + 8);
+    _blockBytes = U32At(root.bytes, 8);
     if (!IsPowerOfTwo(_blockBytes) || _blockBytes < 512 || _blockBytes > 65536)
         return false;
     auto top = NtfsIndexBlock::Parse(std::move(root.bytes), kRootHeaderAt);
@@ -52,10 +46,9 @@ bool NtfsIndex::BeginRoot(const NtfsRecord &folder, uint64_t number)
 
 void NtfsIndex::FindBlocks(const NtfsRecord &folder, uint64_t number)
 {
-    NtfsStream blocks;
-    FindStream(_mft, _volume, folder, number, NtfsType::kIndexAllocation, kIndexName, &blocks);
-    if (blocks.trouble != VolumeObstacle::kNone)
-        NoteTrouble(blocks.trouble);
+    NtfsStream blocks =
+        FindStream(_mft, _volume, folder, number, NtfsType::kIndexAllocation, kIndexName);
+    NoteTrouble(blocks.trouble);
     if (!blocks.isResident && blocks.extents.runs.size() <= kMostRunsOfTables)
         _blocks = std::move(blocks.extents);
     else
@@ -90,30 +83,28 @@ bool NtfsIndex::IsFirstVisit(uint64_t position)
     return true;
 }
 
-bool NtfsIndex::ReadBlock(uint64_t position, std::vector<uint8_t> *bytes)
+// Nothing if it is damaged, cannot be read, or was read before.
+std::optional<NtfsIndexBlock> NtfsIndex::ReadBlock(uint64_t block)
 {
-    bytes->resize(_blockBytes);
-    uint32_t done = 0;
-    if (ReadExtents(_volume, _blocks, position, reinterpret_cast<char *>(bytes->data()),
-                    _blockBytes, &done))
-        return true;
-    NoteTrouble(VolumeObstacle::kUnreadable);
-    return false;
+    const auto position = PositionOf(block);
+    if (!position || !IsFirstVisit(*position))
+        return std::nullopt;
+    auto bytes = ReadExtentBytes(_volume, _blocks, *position, _blockBytes);
+    if (!bytes)
+        NoteTrouble(VolumeObstacle::kUnreadable);
+    if (!bytes || !HasTextAt(*bytes, 0, "INDX") || !ApplyNtfsFixups(&*bytes) ||
+        U64At(*bytes, 16) != block)
+        return std::nullopt;
+    return NtfsIndexBlock::Parse(std::move(*bytes), kBlockHeaderAt);
 }
 
 void NtfsIndex::Descend(uint64_t block)
 {
-    const auto position = PositionOf(block);
-    std::vector<uint8_t> bytes;
-    if (_path.size() < kDeepest && position && IsFirstVisit(*position) &&
-        ReadBlock(*position, &bytes) && std::memcmp(bytes.data(), "INDX", 4) == 0 &&
-        ApplyNtfsFixups(&bytes) && Little64(bytes.data() + 16) == block) {
-        if (auto parsed = NtfsIndexBlock::Parse(std::move(bytes), kBlockHeaderAt)) {
-            _path.push_back(std::move(*parsed));
-            return;
-        }
-    }
-    NoteTrouble(VolumeObstacle::kDamaged);
+    auto below = _path.size() < kDeepest ? ReadBlock(block) : std::nullopt;
+    if (below)
+        _path.push_back(std::move(*below));
+    else
+        NoteTrouble(VolumeObstacle::kDamaged);
 }
 
 // Goes to the next entry that stands for a file; false after the last one.
@@ -122,7 +113,7 @@ bool NtfsIndex::StepToEntry()
     while (!_path.empty()) {
         if (_hasGivenEntry && !_path.back().Advance()) {
             NoteTrouble(VolumeObstacle::kDamaged);
-            _path.pop_back();  // to an entry whose blocks below were given, but not it itself
+            _path.pop_back();  // to an entry that was not given yet, only the blocks below it
             _hasGivenEntry = false;
             continue;
         }

@@ -2,8 +2,8 @@
 // damaged or cannot be read is left out with what lies below it, and the reading goes on with the
 // next one.
 //
-// Ownership: borrows the table and the volume. Threads: one at a time. Memory: the blocks on the
-// way to the present one, and a bit for each block.
+// Ownership: borrows the table and the volume. Threads: one at a time. Memory: the blocks from the
+// root to the present one, and a bit for each block.
 #pragma once
 
 #include "NtfsIndexBlock.h"
@@ -19,8 +19,8 @@ public:
     void Begin(const NtfsRecord &folder, uint64_t number);
     // False when there are no more.
     bool Next(NtfsReference *file, NtfsIndexName *name);
-    // Why names are missing among those that were given, kDamaged or kUnreadable; of several
-    // reasons the first.
+    // Why names are missing among those that were given, kDamaged or kUnreadable: the first reason
+    // that was found.
     VolumeObstacle Trouble() const { return _trouble; }
     void NoteTrouble(VolumeObstacle found);
 
@@ -30,7 +30,7 @@ private:
     void Descend(uint64_t block);
     std::optional<uint64_t> PositionOf(uint64_t block) const;
     bool IsFirstVisit(uint64_t position);
-    bool ReadBlock(uint64_t position, std::vector<uint8_t> *bytes);
+    std::optional<NtfsIndexBlock> ReadBlock(uint64_t block);
     bool StepToEntry();
 
     const NtfsMft &_mft;
@@ -39,7 +39,7 @@ private:
     uint32_t _blockBytes = 0;
     std::vector<NtfsIndexBlock> _path;  // from the root to the present block
     std::vector<bool> _visited;         // by the places of blocks in the index
-    bool _hasGivenEntry = false;        // the present entry is to be left first
+    bool _hasGivenEntry = false;        // the next step leaves the present entry
     VolumeObstacle _trouble = VolumeObstacle::kNone;
 };
 

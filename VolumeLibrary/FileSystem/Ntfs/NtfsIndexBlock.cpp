@@ -1,6 +1,6 @@
 #include "NtfsIndexBlock.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 #include "Wtf8.h"
 
 namespace vx {
@@ -8,9 +8,13 @@ namespace {
 
 constexpr size_t kIndexHeaderBytes = 16;
 constexpr size_t kEntryHeaderBytes = 16;
-constexpr size_t kNameAt = 66;  // in the description of a name
+// In an entry:
+constexpr size_t kLengthAt = 8;
+constexpr size_t kKeyLengthAt = 10;
+constexpr size_t kFlagsAt = 12;
 constexpr uint16_t kHasBlockBelow = 1;
 constexpr uint16_t kEndsBlock = 2;
+
 constexpr uint8_t kShortNames = 2;
 constexpr uint32_t kReparseAttribute = 0x400;
 constexpr uint32_t kExtendedAttributes = 0x40000;
@@ -24,74 +28,82 @@ NtfsIndexBlock::NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end
 
 std::optional<NtfsIndexBlock> NtfsIndexBlock::Parse(std::vector<uint8_t> bytes, size_t headerAt)
 {
-    if (bytes.size() < headerAt + kIndexHeaderBytes)
-        return std::nullopt;
-    const uint8_t *header = bytes.data() + headerAt;
-    const size_t left = bytes.size() - headerAt;
-    const size_t first = Little32(header);
-    const size_t end = Little32(header + 4);
-    if (first < kIndexHeaderBytes || first > end || end > left)
+    const ByteView header = ByteView(bytes).From(headerAt);
+    const size_t first = U32At(header, 0);
+    const size_t end = U32At(header, 4);
+    if (first < kIndexHeaderBytes || first > end || end > header.size)
         return std::nullopt;
     NtfsIndexBlock block(std::move(bytes), headerAt + first, headerAt + end);
     return block.IsEntryGood() ? std::optional(std::move(block)) : std::nullopt;
 }
 
+ByteView NtfsIndexBlock::Entry() const
+{
+    return ByteView(_bytes).First(_end).From(_at);
+}
+
 bool NtfsIndexBlock::IsEntryGood() const
 {
-    if (_end - _at < kEntryHeaderBytes)
-        return false;
-    const bool hasBelow = (Little16(Entry() + 12) & kHasBlockBelow) != 0;
-    return Length() >= kEntryHeaderBytes + (hasBelow ? 8 : 0) && Length() <= _end - _at;
+    const size_t blockBelowBytes = HasBlockBelow() ? 8 : 0;
+    return Length() >= kEntryHeaderBytes + blockBelowBytes && Length() <= Entry().size;
 }
 
 size_t NtfsIndexBlock::Length() const
 {
-    return Little16(Entry() + 8);
+    return U16At(Entry(), kLengthAt);
+}
+
+bool NtfsIndexBlock::HasBlockBelow() const
+{
+    return (U16At(Entry(), kFlagsAt) & kHasBlockBelow) != 0;
 }
 
 std::optional<uint64_t> NtfsIndexBlock::TakeBlockBelow()
 {
-    if (_hasGivenBlockBelow || (Little16(Entry() + 12) & kHasBlockBelow) == 0)
+    if (_hasGivenBlockBelow || !HasBlockBelow())
         return std::nullopt;
     _hasGivenBlockBelow = true;
-    return Little64(Entry() + Length() - 8);
+    return U64At(Entry(), Length() - 8);
 }
 
 bool NtfsIndexBlock::IsAtEnd() const
 {
-    return (Little16(Entry() + 12) & kEndsBlock) != 0;
+    return (U16At(Entry(), kFlagsAt) & kEndsBlock) != 0;
 }
 
 NtfsReference NtfsIndexBlock::File() const
 {
-    return Little64(Entry());
+    return U64At(Entry(), 0);
 }
 
 std::optional<NtfsIndexName> NtfsIndexBlock::Name() const
 {
-    return NtfsIndexName::Parse(
-        ByteView(Entry(), Length()).From(kEntryHeaderBytes).First(Little16(Entry() + 10)));
+    const ByteView entry = Entry().First(Length());
+    return NtfsIndexName::Parse(entry.From(kEntryHeaderBytes).First(U16At(entry, kKeyLengthAt)));
 }
 
-std::optional<NtfsIndexName> NtfsIndexName::Parse(ByteView key)
+std::optional<NtfsIndexName> NtfsIndexName::Parse(ByteView bytes)
 {
-    if (key.size < kNameAt)
-        return std::nullopt;
-    const size_t nameBytes = size_t{2} * key.data[64];
-    if (nameBytes > key.size - kNameAt)
-        return std::nullopt;
+    ByteReader reader(bytes);
     NtfsIndexName name;
-    name.parent = Little64(key.data);
-    name.name = Wtf8FromUtf16(key.From(kNameAt).First(nameBytes));
-    name.isShortName = key.data[65] == kShortNames;
-    name.created = Little64(key.data + 8);
-    name.written = Little64(key.data + 16);
-    name.accessed = Little64(key.data + 32);
-    name.size = Little64(key.data + 48);
-    name.flags = Little32(key.data + 56);
+    name.parent = reader.U64();
+    name.created = reader.U64();
+    name.written = reader.U64();
+    reader.Skip(8);  // when the record was changed
+    name.accessed = reader.U64();
+    reader.Skip(8);  // the allocated size
+    name.size = reader.U64();
+    name.flags = reader.U32();
+    const uint32_t reparseTag = reader.U32();
+    const size_t units = reader.U8();
+    name.isShortName = reader.U8() == kShortNames;
+    const ByteView text = reader.Bytes(2 * units);
+    if (!reader.Good())
+        return std::nullopt;
+    name.name = Wtf8FromUtf16(text);
     // The same bytes hold the size of extended attributes, if there are any.
     if ((name.flags & kReparseAttribute) != 0 && (name.flags & kExtendedAttributes) == 0)
-        name.reparseTag = Little32(key.data + 60);
+        name.reparseTag = reparseTag;
     return name;
 }
 

@@ -1,6 +1,6 @@
 // One block of a folder's index: entries in the order of their names, and the blocks below.
 //
-// Threads: one at a time. Every number is checked before it is believed.
+// Threads: one at a time. Every number is checked before it is used.
 #pragma once
 
 #include "ByteView.h"
@@ -12,8 +12,8 @@
 
 namespace vx {
 
-// One of a file's names with what is stored beside it, as the index says; the file's own record
-// knows better.
+// One of a file's names and what is stored beside it. In an index both may be out of date; the
+// file's own record has the truth.
 struct NtfsIndexName {
     static constexpr uint32_t kFolder = 0x10000000;
 
@@ -22,7 +22,7 @@ struct NtfsIndexName {
 
     NtfsReference parent = 0;  // the folder that has the file under this name
     std::string name;          // of Wtf8.h
-    bool isShortName = false;  // a second name for programs of old
+    bool isShortName = false;  // a second name for DOS programs
     uint64_t created = 0;      // the times: as in VolumeFindData
     uint64_t accessed = 0;
     uint64_t written = 0;
@@ -50,7 +50,8 @@ public:
 private:
     NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end);
     bool IsEntryGood() const;
-    const uint8_t *Entry() const { return _bytes.data() + _at; }
+    bool HasBlockBelow() const;
+    ByteView Entry() const;  // and all that follows it in the block
     size_t Length() const;
 
     std::vector<uint8_t> _bytes;

@@ -1,6 +1,5 @@
 #include "NtfsMft.h"
 
-#include "NtfsFixups.h"
 #include "NtfsStream.h"
 
 namespace vx {
@@ -28,37 +27,39 @@ NtfsMft::NtfsMft(Source source, const NtfsGeometry &geometry)
 {
 }
 
-Error NtfsMft::Open(const Source &source, std::unique_ptr<NtfsMft> *mft,
-                    std::vector<std::string> *notes)
+Result<std::unique_ptr<NtfsMft>> NtfsMft::Open(const Source &source,
+                                               std::vector<std::string> *notes)
 {
-    Error error = OpenBy(0, source, mft, notes);
-    const auto backup = error ? FindNtfsBackupBoot(*source) : std::nullopt;
-    if (!backup || OpenBy(*backup, source, mft, notes))
-        return error;
+    auto mft = OpenBy(0, source, notes);
+    const auto backup = mft ? std::nullopt : FindNtfsBackupBoot(*source);
+    if (!backup)
+        return mft;
+    auto mftOfBackup = OpenBy(*backup, source, notes);
+    if (!mftOfBackup)
+        return mft;
     notes->push_back("the boot sector of the file system is damaged; its backup in the last "
                      "sector of the volume is used");
-    return {};
+    return mftOfBackup;
 }
 
-Error NtfsMft::OpenBy(uint64_t bootOffset, const Source &source, std::unique_ptr<NtfsMft> *mft,
-                      std::vector<std::string> *notes)
+Result<std::unique_ptr<NtfsMft>> NtfsMft::OpenBy(uint64_t bootOffset, const Source &source,
+                                                 std::vector<std::string> *notes)
 {
-    NtfsBoot boot;
-    if (Error error = ReadNtfsBoot(*source, bootOffset, &boot))
-        return error;
-    std::unique_ptr<NtfsMft> opened(new NtfsMft(source, boot.geometry));
-    if (!opened->FindTable(boot, boot.mftOffset)) {
-        if (boot.mirrorOffset == 0 || !opened->FindTable(boot, boot.mirrorOffset))
+    const auto boot = ReadNtfsBoot(*source, bootOffset);
+    if (!boot)
+        return boot.Failure();
+    std::unique_ptr<NtfsMft> mft(new NtfsMft(source, boot->geometry));
+    if (!mft->FindTable(*boot, boot->mftOffset)) {
+        if (boot->mirrorOffset == 0 || !mft->FindTable(*boot, boot->mirrorOffset))
             return Damaged("the first record of its table of files is damaged");
         notes->push_back("the first record of the table of files is damaged; its mirror is used");
     }
-    *mft = std::move(opened);
-    return {};
+    return mft;
 }
 
-// The first record is that of the table itself, which begins where the boot sector says. Of a
-// table in many pieces it names further records, which lie in the pieces that are known already,
-// so the table is looked for again as long as there is more of it.
+// The first record is that of the table itself, which begins where the boot sector says. If the
+// table lies in many pieces, that record names further ones, which lie in the pieces that are known
+// already, so the table is looked for again as long as more of it is found.
 bool NtfsMft::FindTable(const NtfsBoot &boot, uint64_t firstRecordAt)
 {
     constexpr int kMostRounds = 16;
@@ -70,8 +71,7 @@ bool NtfsMft::FindTable(const NtfsBoot &boot, uint64_t firstRecordAt)
         return false;
     _table = {};
     for (int round = 0; round < kMostRounds; ++round) {
-        NtfsStream data;
-        FindStream(*this, _source, *first, 0, NtfsType::kData, {}, &data);
+        NtfsStream data = FindStream(*this, _source, *first, 0, NtfsType::kData, {});
         const bool isLonger = CoveredBytes(data.extents) > CoveredBytes(_table);
         if (data.extents.runs.size() > kMostRunsOfTables)
             return false;
@@ -87,16 +87,12 @@ bool NtfsMft::FindTable(const NtfsBoot &boot, uint64_t firstRecordAt)
 std::optional<NtfsRecord> NtfsMft::Read(const FileExtents &table, uint64_t position,
                                         VolumeObstacle *trouble) const
 {
-    std::vector<uint8_t> bytes(_geometry.recordBytes);
-    uint32_t done = 0;
-    const bool isRead =
-        ReadExtents(_source, table, position, reinterpret_cast<char *>(bytes.data()),
-                    _geometry.recordBytes, &done);
-    if (!isRead && trouble != nullptr)
+    auto bytes = ReadExtentBytes(_source, table, position, _geometry.recordBytes);
+    if (!bytes && trouble != nullptr)
         *trouble = VolumeObstacle::kUnreadable;
-    if (!isRead || !ApplyNtfsFixups(&bytes))
+    if (!bytes || !ApplyNtfsFixups(&*bytes))
         return std::nullopt;
-    return NtfsRecord::Parse(std::move(bytes));
+    return NtfsRecord::Parse(std::move(*bytes));
 }
 
 std::optional<NtfsRecord> NtfsMft::Load(NtfsReference reference, VolumeObstacle *trouble) const

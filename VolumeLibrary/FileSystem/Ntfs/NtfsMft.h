@@ -15,12 +15,11 @@ namespace vx {
 
 class NtfsMft {
 public:
-    // mft receives the table when there is no error. Errors: kFileSystemDamaged,
-    // kFileSystemNotSupported. A table of which only parts can be found opens; the records of
+    // Errors: kDamagedFileSystem. A table of which only parts can be found opens; the records of
     // the rest do not load. notes receives a line for each copy that was used instead of what is
     // damaged: that of the boot sector, and that of the table's first record.
-    static Error Open(const std::shared_ptr<const ByteSource> &source,
-                      std::unique_ptr<NtfsMft> *mft, std::vector<std::string> *notes);
+    static Result<std::unique_ptr<NtfsMft>> Open(const std::shared_ptr<const ByteSource> &source,
+                                                 std::vector<std::string> *notes);
 
     const NtfsGeometry &Geometry() const { return _geometry; }
     // Where the records lie, one after the other.
@@ -33,8 +32,9 @@ public:
 private:
     NtfsMft(std::shared_ptr<const ByteSource> source, const NtfsGeometry &geometry);
 
-    static Error OpenBy(uint64_t bootOffset, const std::shared_ptr<const ByteSource> &source,
-                        std::unique_ptr<NtfsMft> *mft, std::vector<std::string> *notes);
+    static Result<std::unique_ptr<NtfsMft>> OpenBy(uint64_t bootOffset,
+                                                   const std::shared_ptr<const ByteSource> &source,
+                                                   std::vector<std::string> *notes);
     std::optional<NtfsRecord> Read(const FileExtents &table, uint64_t position,
                                    VolumeObstacle *trouble) const;
     bool FindTable(const NtfsBoot &boot, uint64_t firstRecordAt);

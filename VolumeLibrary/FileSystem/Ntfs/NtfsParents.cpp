@@ -1,18 +1,15 @@
 #include "NtfsParents.h"
 
-#include "Little.h"
-#include "NtfsFixups.h"
 #include "NtfsIndexBlock.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 namespace vx {
 namespace {
 
 constexpr uint64_t kPieceBytes = uint64_t{256} << 10;
-// No volume of NTFS has more files.
+// No NTFS volume has more files.
 constexpr uint64_t kMostRecords = std::numeric_limits<uint32_t>::max();
 
 }  // namespace
@@ -70,17 +67,14 @@ void NtfsParents::CollectRun(const FileRun &run, uint64_t *next, Pairs *pairs) c
 void NtfsParents::CollectPiece(uint64_t first, uint64_t count, Pairs *pairs) const
 {
     const auto recordBytes = static_cast<std::ptrdiff_t>(_mft.Geometry().recordBytes);
-    std::vector<uint8_t> piece;
-    const bool isRead = ReadRecords(first, count, &piece);
+    const auto piece = ReadRecords(first, count);
     for (uint64_t i = 0; i < count; ++i) {
-        std::vector<uint8_t> record;
-        if (isRead) {
-            const auto at = piece.begin() + static_cast<std::ptrdiff_t>(i) * recordBytes;
-            record.assign(at, at + recordBytes);
-        } else if (!ReadRecords(first + i, 1, &record)) {
-            continue;
+        if (piece) {
+            const auto at = piece->begin() + static_cast<std::ptrdiff_t>(i) * recordBytes;
+            CollectRecord(first + i, {at, at + recordBytes}, pairs);
+        } else if (auto record = ReadRecords(first + i, 1)) {
+            CollectRecord(first + i, std::move(*record), pairs);
         }
-        CollectRecord(first + i, std::move(record), pairs);
     }
 }
 
@@ -105,14 +99,11 @@ void NtfsParents::CollectRecord(uint64_t number, std::vector<uint8_t> bytes, Pai
     }
 }
 
-bool NtfsParents::ReadRecords(uint64_t first, uint64_t count, std::vector<uint8_t> *bytes) const
+std::optional<std::vector<uint8_t>> NtfsParents::ReadRecords(uint64_t first, uint64_t count) const
 {
     const uint64_t recordBytes = _mft.Geometry().recordBytes;
-    bytes->resize(static_cast<size_t>(count * recordBytes));
-    uint32_t done = 0;
-    return ReadExtents(*_volume, _mft.Table(), first * recordBytes,
-                       reinterpret_cast<char *>(bytes->data()),
-                       static_cast<uint32_t>(bytes->size()), &done);
+    return ReadExtentBytes(*_volume, _mft.Table(), first * recordBytes,
+                           static_cast<uint32_t>(count * recordBytes));
 }
 
 }  // namespace vx

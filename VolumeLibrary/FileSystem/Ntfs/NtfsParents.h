@@ -1,11 +1,11 @@
 // Which files say of themselves that they lie in which folder: for a folder whose index is damaged.
 //
-// Found in one pass over the table of files, made when it is wanted first. A file is known by its
-// number alone; its record says which names it has, and whether it still is the file that was
-// meant. Left out are deleted files and the file system's own.
-// Ownership: shares the volume; the table must outlive it. Threads: any number at a time, of which
-// one makes the pass while the others wait. Memory: kMostNames of 8 bytes each; a volume with more
-// names than that is known in part. Time: one pass, of no more bytes than the volume has.
+// Found in one pass over the table of files, made when it is first needed. A file is known by its
+// number alone; its record says which names it has, and whether it still is the same file. Left out
+// are deleted files and the file system's own.
+// Ownership: shares the volume; the table must outlive it. Threads: any number at a time; one makes
+// the pass while the others wait. Memory: kMostNames of 8 bytes each; of a volume with more names
+// only that many are known. Time: one pass, over no more bytes than the volume has.
 // Errors: records that cannot be read, or are damaged, are left out.
 #pragma once
 
@@ -35,7 +35,7 @@ private:
     void CollectRun(const FileRun &run, uint64_t *next, Pairs *pairs) const;
     void CollectPiece(uint64_t first, uint64_t count, Pairs *pairs) const;
     void CollectRecord(uint64_t number, std::vector<uint8_t> bytes, Pairs *pairs) const;
-    bool ReadRecords(uint64_t first, uint64_t count, std::vector<uint8_t> *bytes) const;
+    std::optional<std::vector<uint8_t>> ReadRecords(uint64_t first, uint64_t count) const;
 
     const std::shared_ptr<const ByteSource> _volume;
     const NtfsMft &_mft;

@@ -1,6 +1,6 @@
 #include "NtfsRecord.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <cstring>
 #include <utility>
@@ -20,90 +20,112 @@ constexpr size_t kResidentBytes = 24;
 constexpr size_t kRunsBytes = 64;
 constexpr uint32_t kEnd = 0xFFFFFFFF;
 
-bool SameName(ByteView units, std::u16string_view name)
+// Part of an attribute, or nothing if it does not lie inside.
+std::optional<ByteView> Part(ByteView whole, size_t offset, size_t size)
 {
-    if (units.size != 2 * name.size())
+    if (!whole.Holds(offset, size))
+        return std::nullopt;
+    return whole.From(offset).First(size);
+}
+
+// These two complete an attribute by what follows the fields that all have. Nothing if it is
+// damaged.
+std::optional<NtfsAttribute> WithValue(NtfsAttribute attribute, ByteView bytes)
+{
+    const auto value = Part(bytes, U16At(bytes, 20), U32At(bytes, 16));
+    if (!value)
+        return std::nullopt;
+    attribute.isResident = true;
+    attribute.value = *value;
+    attribute.size = value->size;
+    return attribute;
+}
+
+std::optional<NtfsAttribute> WithRuns(NtfsAttribute attribute, ByteView bytes)
+{
+    ByteReader reader(bytes, 16);
+    attribute.firstCluster = reader.U64();
+    reader.Skip(8);  // the last cluster
+    const size_t runsAt = reader.U16();
+    attribute.compressionShift = reader.U16();
+    reader.Skip(4 + 8);  // the allocated size among them
+    attribute.size = reader.U64();
+    attribute.initialised = reader.U64();
+    if (!reader.Good() || runsAt < kRunsBytes || runsAt > bytes.size)
+        return std::nullopt;
+    attribute.value = bytes.From(runsAt);
+    return attribute;
+}
+
+}  // namespace
+
+bool ApplyNtfsFixups(std::vector<uint8_t> *bytes)
+{
+    constexpr size_t kStride = 512;
+    const size_t offset = U16At(*bytes, 4);
+    const size_t count = U16At(*bytes, 6);
+    if (bytes->size() < kStride || count != bytes->size() / kStride + 1 ||
+        offset + 2 * count > kStride - 2)
         return false;
-    if (units.data == nullptr)
-        return name.empty();
+    const uint8_t *kept = bytes->data() + offset;
+    for (size_t i = 1; i < count; ++i) {
+        uint8_t *end = bytes->data() + i * kStride - 2;
+        if (std::memcmp(end, kept, 2) != 0)
+            return false;
+        std::memcpy(end, kept + 2 * i, 2);
+    }
+    return true;
+}
+
+bool IsNtfsName(ByteView stored, std::u16string_view name)
+{
+    if (stored.size != 2 * name.size())
+        return false;
     for (size_t i = 0; i < name.size(); ++i) {
-        if (Little16(units.data + 2 * i) != name[i])
+        if (U16At(stored, 2 * i) != name[i])
             return false;
     }
     return true;
 }
 
-// Part of an attribute, or nothing if it does not lie inside.
-std::optional<ByteView> Part(ByteView whole, size_t offset, size_t size)
-{
-    if (offset > whole.size || size > whole.size - offset)
-        return std::nullopt;
-    return whole.From(offset).First(size);
-}
-
-bool TakeResident(ByteView bytes, NtfsAttribute *attribute)
-{
-    const auto value = Part(bytes, Little16(bytes.data + 20), Little32(bytes.data + 16));
-    if (!value)
-        return false;
-    attribute->isResident = true;
-    attribute->value = *value;
-    attribute->size = value->size;
-    return true;
-}
-
-bool TakeRuns(ByteView bytes, NtfsAttribute *attribute)
-{
-    const size_t offset = Little16(bytes.data + 32);
-    if (bytes.size < kRunsBytes || offset < kRunsBytes || offset > bytes.size)
-        return false;
-    attribute->value = bytes.From(offset);
-    attribute->firstCluster = Little64(bytes.data + 16);
-    attribute->compressionShift = Little16(bytes.data + 34);
-    attribute->size = Little64(bytes.data + 48);
-    attribute->initialised = Little64(bytes.data + 56);
-    return true;
-}
-
-}  // namespace
-
 NtfsRecord::NtfsRecord(std::vector<uint8_t> bytes) : _bytes(std::move(bytes)) {}
 
 std::optional<NtfsRecord> NtfsRecord::Parse(std::vector<uint8_t> bytes)
 {
-    if (bytes.size() < kHeaderBytes || std::memcmp(bytes.data(), "FILE", 4) != 0 ||
-        (Little16(bytes.data() + kFlagsAt) & kInUse) == 0)
+    if (bytes.size() < kHeaderBytes || !HasTextAt(bytes, 0, "FILE") ||
+        (U16At(bytes, kFlagsAt) & kInUse) == 0)
         return std::nullopt;
     return NtfsRecord(std::move(bytes));
 }
 
 uint16_t NtfsRecord::Sequence() const
 {
-    return Little16(_bytes.data() + kSequenceAt);
+    return U16At(_bytes, kSequenceAt);
 }
 
 bool NtfsRecord::IsFolder() const
 {
-    return (Little16(_bytes.data() + kFlagsAt) & kFolder) != 0;
+    return (U16At(_bytes, kFlagsAt) & kFolder) != 0;
 }
 
 NtfsReference NtfsRecord::Base() const
 {
-    return Little64(_bytes.data() + kBaseAt);
+    return U64At(_bytes, kBaseAt);
 }
 
 size_t NtfsRecord::FirstOffset() const
 {
-    return Little16(_bytes.data() + kAttributesAt);
+    return U16At(_bytes, kAttributesAt);
 }
 
 // 0 after the last attribute, and where one does not lie in the record.
 size_t NtfsRecord::LengthAt(size_t offset) const
 {
-    if (offset + kResidentBytes > _bytes.size() || Little32(_bytes.data() + offset) == kEnd)
+    const ByteView attribute = ByteView(_bytes).From(offset);
+    if (attribute.size < kResidentBytes || U32At(attribute, 0) == kEnd)
         return 0;
-    const size_t length = Little32(_bytes.data() + offset + 4);
-    return length >= kResidentBytes && length <= _bytes.size() - offset ? length : 0;
+    const size_t length = U32At(attribute, 4);
+    return length >= kResidentBytes && length <= attribute.size ? length : 0;
 }
 
 bool NtfsRecord::IsWhole() const
@@ -114,7 +136,7 @@ bool NtfsRecord::IsWhole() const
             return false;
         offset += length;
     }
-    return offset + 4 <= _bytes.size() && Little32(_bytes.data() + offset) == kEnd;
+    return U32At(_bytes, offset) == kEnd;
 }
 
 std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view name,
@@ -122,9 +144,9 @@ std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view
 {
     size_t offset = FirstOffset();
     while (const size_t length = LengthAt(offset)) {
-        if (Little32(_bytes.data() + offset) == static_cast<uint32_t>(type)) {
+        if (U32At(_bytes, offset) == static_cast<uint32_t>(type)) {
             auto attribute = AttributeAt(offset, length);
-            if (attribute && SameName(attribute->name, name) &&
+            if (attribute && IsNtfsName(attribute->name, name) &&
                 attribute->firstCluster == firstCluster && others-- == 0)
                 return attribute;
         }
@@ -135,17 +157,19 @@ std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view
 
 std::optional<NtfsAttribute> NtfsRecord::AttributeAt(size_t offset, size_t length) const
 {
-    const ByteView bytes(_bytes.data() + offset, length);
-    const auto name = Part(bytes, Little16(bytes.data + 10), size_t{2} * bytes.data[9]);
+    const ByteView bytes = ByteView(_bytes).From(offset).First(length);
+    ByteReader reader(bytes);
+    NtfsAttribute attribute;
+    attribute.type = static_cast<NtfsType>(reader.U32());
+    reader.Skip(4);  // the length
+    const bool hasValue = reader.U8() == 0;
+    const size_t nameBytes = size_t{2} * reader.U8();
+    const auto name = Part(bytes, reader.U16(), nameBytes);
+    attribute.flags = reader.U16();
     if (!name)
         return std::nullopt;
-    NtfsAttribute attribute;
-    attribute.type = static_cast<NtfsType>(Little32(bytes.data));
     attribute.name = *name;
-    attribute.flags = Little16(bytes.data + 12);
-    const bool good =
-        bytes.data[8] == 0 ? TakeResident(bytes, &attribute) : TakeRuns(bytes, &attribute);
-    return good ? std::optional(attribute) : std::nullopt;
+    return hasValue ? WithValue(attribute, bytes) : WithRuns(attribute, bytes);
 }
 
 }  // namespace vx

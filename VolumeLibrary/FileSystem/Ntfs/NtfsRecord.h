@@ -1,7 +1,7 @@
 // One record of the master file table, and its attributes.
 //
-// Every number of it is checked before it is believed: an attribute that does not lie in the
-// record is where the record ends. Threads: unchanging; a view borrows the record.
+// Every number is checked before it is used: the record ends at an attribute that does not lie
+// inside. Threads: unchanging; a view borrows the record.
 #pragma once
 
 #include "ByteView.h"
@@ -22,6 +22,14 @@ constexpr uint16_t NtfsSequence(NtfsReference reference)
 {
     return static_cast<uint16_t>(reference >> 48);
 }
+
+// Records and blocks of an index carry a check number at the end of each sector, which shows
+// whether all of them were written. The bytes that belong there are kept at the front: this puts
+// them back. False if the sectors were not written together.
+bool ApplyNtfsFixups(std::vector<uint8_t> *bytes);
+
+// Whether the name, in UTF-16 as a disk has it, is this one.
+bool IsNtfsName(ByteView stored, std::u16string_view name);
 
 enum class NtfsType : uint32_t {
     kStandardInformation = 0x10,
@@ -63,8 +71,8 @@ public:
 
     // Whether every attribute can be read, up to the mark after the last one.
     bool IsWhole() const;
-    // The attribute of this type and name whose first cluster is the given one; of several the
-    // one after so many others.
+    // The attribute of this type and name whose first cluster is the given one, after as many
+    // others of them as are to be passed over.
     std::optional<NtfsAttribute> Find(NtfsType type, std::u16string_view name,
                                       uint64_t firstCluster = 0, size_t others = 0) const;
 

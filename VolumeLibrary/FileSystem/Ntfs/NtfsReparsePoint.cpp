@@ -1,6 +1,6 @@
 #include "NtfsReparsePoint.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <iterator>
@@ -26,7 +26,7 @@ constexpr uint32_t kCloud = 0x9000001A;
 constexpr uint32_t kCloudVariants = 0x0000F000;
 
 constexpr size_t kHeaderBytes = 8;
-constexpr size_t kMostBytes = size_t{16} << 10;
+constexpr uint64_t kMostBytes = uint64_t{16} << 10;
 
 bool IsOfCloud(uint32_t tag)
 {
@@ -47,13 +47,8 @@ std::vector<uint8_t> BytesOf(const ByteSource &volume, NtfsStream stream)
 {
     if (stream.isResident)
         return std::move(stream.bytes);
-    std::vector<uint8_t> bytes(
-        static_cast<size_t>(std::min<uint64_t>(stream.extents.size, kMostBytes)));
-    uint32_t done = 0;
-    const bool isRead =
-        ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
-                    static_cast<uint32_t>(bytes.size()), &done);
-    return isRead ? bytes : std::vector<uint8_t>();
+    const auto count = static_cast<uint32_t>(std::min(stream.extents.size, kMostBytes));
+    return ReadExtentBytes(volume, stream.extents, 0, count).value_or(std::vector<uint8_t>());
 }
 
 }  // namespace
@@ -62,16 +57,14 @@ NtfsReparsePoint NtfsReparsePoint::Read(const NtfsMft &mft, const ByteSource &vo
                                         const NtfsRecord &file, uint64_t number)
 {
     NtfsReparsePoint point;
-    NtfsStream stream;
-    const NtfsFound found =
-        FindStream(mft, volume, file, number, NtfsType::kReparsePoint, {}, &stream);
+    NtfsStream stream = FindStream(mft, volume, file, number, NtfsType::kReparsePoint, {});
     point._trouble = stream.trouble;
-    if (found != NtfsFound::kYes)
+    if (stream.found != NtfsFound::kYes)
         return point;
     const bool isResident = stream.isResident;
     point._bytes = BytesOf(volume, std::move(stream));
     if (point._bytes.size() >= 4)
-        point._tag = Little32(point._bytes.data());
+        point._tag = U32At(point._bytes, 0);
     else if (point._trouble == VolumeObstacle::kNone)
         point._trouble = isResident ? VolumeObstacle::kDamaged : VolumeObstacle::kUnreadable;
     return point;
@@ -101,7 +94,7 @@ bool NtfsReparsePoint::MayBeEmpty() const
     return _tag == 0 || Form() != VolumeObstacle::kNone || BringsData(_tag);
 }
 
-// The name that is meant for people, or else the one that the system follows.
+// The name to show, or else the one that the system follows.
 ByteView NtfsReparsePoint::TargetBytes() const
 {
     const bool isSymlink = _tag == kReparseTagSymlink;
@@ -109,12 +102,11 @@ ByteView NtfsReparsePoint::TargetBytes() const
     if ((!isSymlink && _tag != kMountPoint) || _bytes.size() < namesAt)
         return {};
     const ByteView names = ByteView(_bytes).From(namesAt);
-    const uint8_t *fields = _bytes.data() + kHeaderBytes;
-    const auto nameAt = [&](const uint8_t *place) {
-        return names.From(Little16(place)).First(Little16(place + 2));
+    const auto nameAt = [&](size_t field) {
+        return names.From(U16At(_bytes, field)).First(U16At(_bytes, field + 2));
     };
-    const ByteView shown = nameAt(fields + 4);
-    return shown.size >= 2 ? shown : nameAt(fields);
+    const ByteView shown = nameAt(kHeaderBytes + 4);
+    return shown.size >= 2 ? shown : nameAt(kHeaderBytes);
 }
 
 void NtfsReparsePoint::CopyTarget(char16_t *target, size_t capacity) const
@@ -122,7 +114,7 @@ void NtfsReparsePoint::CopyTarget(char16_t *target, size_t capacity) const
     const ByteView units = TargetBytes();
     const size_t count = std::min(units.size / 2, capacity - 1);
     for (size_t i = 0; i < count; ++i)
-        target[i] = static_cast<char16_t>(Little16(units.data + 2 * i));
+        target[i] = U16At(units, 2 * i);
     target[count] = 0;
 }
 

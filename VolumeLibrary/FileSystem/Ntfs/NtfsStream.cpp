@@ -1,6 +1,6 @@
 #include "NtfsStream.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <limits>
@@ -28,7 +28,7 @@ uint64_t EndOf(const std::vector<FileRun> &runs)
     return runs.empty() ? 0 : runs.back().position + runs.back().length;
 }
 
-// False for a part that contradicts the ones before it: then none of them is to be believed.
+// False for a part that contradicts the ones before it: then none of them can be trusted.
 bool TakePart(const NtfsMft &mft, const NtfsAttribute &part, NtfsStream *stream)
 {
     if (part.firstCluster == 0 && !TakeFirstPart(part, stream))
@@ -77,34 +77,25 @@ struct ListEntry {
     NtfsReference record = 0;
 };
 
-// Takes the first entry off the list; false at its end.
-bool TakeEntry(ByteView *list, ListEntry *entry)
+// Takes the first entry off the list; nothing at its end.
+std::optional<ListEntry> TakeEntry(ByteView *list)
 {
     constexpr size_t kHeaderBytes = 26;
-    if (list->size < kHeaderBytes)
-        return false;
-    const uint8_t *at = list->data;
-    const size_t length = Little16(at + 4);
-    const size_t nameBytes = size_t{2} * at[6];
-    if (length < kHeaderBytes || length > list->size || at[7] + nameBytes > length)
-        return false;
-    entry->type = static_cast<NtfsType>(Little32(at));
-    entry->name = {at + at[7], nameBytes};
-    entry->firstCluster = Little64(at + 8);
-    entry->record = Little64(at + 16);
+    ByteReader reader(*list);
+    ListEntry entry;
+    entry.type = static_cast<NtfsType>(reader.U32());
+    const size_t length = reader.U16();
+    const size_t nameBytes = size_t{2} * reader.U8();
+    const size_t nameAt = reader.U8();
+    entry.firstCluster = reader.U64();
+    entry.record = reader.U64();
+    reader.Skip(2);  // a number of the attribute
+    if (!reader.Good() || length < kHeaderBytes || length > list->size ||
+        nameAt + nameBytes > length)
+        return std::nullopt;
+    entry.name = list->From(nameAt).First(nameBytes);
     *list = list->From(length);
-    return true;
-}
-
-bool IsNamed(const ListEntry &entry, std::u16string_view name)
-{
-    if (entry.name.size != 2 * name.size())
-        return false;
-    for (size_t i = 0; i < name.size(); ++i) {
-        if (Little16(entry.name.data + 2 * i) != name[i])
-            return false;
-    }
-    return true;
+    return entry;
 }
 
 // Nothing if it cannot be read whole; trouble receives why.
@@ -118,13 +109,11 @@ std::optional<std::vector<uint8_t>> ReadList(const NtfsMft &mft, const ByteSourc
     }
     if (stream.isResident)
         return std::move(stream.bytes);
-    std::vector<uint8_t> bytes(static_cast<size_t>(stream.extents.size));
-    uint32_t done = 0;
-    if (ReadExtents(volume, stream.extents, 0, reinterpret_cast<char *>(bytes.data()),
-                    static_cast<uint32_t>(bytes.size()), &done))
-        return bytes;
-    *trouble = VolumeObstacle::kUnreadable;
-    return std::nullopt;
+    auto bytes =
+        ReadExtentBytes(volume, stream.extents, 0, static_cast<uint32_t>(stream.extents.size));
+    if (!bytes)
+        *trouble = VolumeObstacle::kUnreadable;
+    return bytes;
 }
 
 // The same of the file's list; nothing, and no trouble, if it has none.
@@ -189,13 +178,12 @@ NtfsFound FindInRecord(const NtfsMft &mft, const NtfsRecord &file, NtfsType type
 NtfsFound FindByList(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, ByteView list,
                      NtfsType type, std::u16string_view name, NtfsStream *stream)
 {
-    ListEntry entry;
     bool isThere = false;
-    while (TakeEntry(&list, &entry)) {
-        if (entry.type != type || !IsNamed(entry, name))
+    while (const auto entry = TakeEntry(&list)) {
+        if (entry->type != type || !IsNtfsName(entry->name, name))
             continue;
-        const bool isFirstMissing = !isThere && entry.firstCluster != 0;
-        if (isFirstMissing || !TakeListed(mft, file, number, entry, name, stream))
+        const bool isFirstMissing = !isThere && entry->firstCluster != 0;
+        if (isFirstMissing || !TakeListed(mft, file, number, *entry, name, stream))
             return NothingFound(stream);
         isThere = true;
     }
@@ -208,18 +196,20 @@ NtfsFound FindByList(const NtfsMft &mft, const NtfsRecord &file, uint64_t number
 
 }  // namespace
 
-void NtfsStream::NoteTrouble(VolumeObstacle found)
+void NtfsStream::NoteTrouble(VolumeObstacle reason)
 {
     if (trouble == VolumeObstacle::kNone)
-        trouble = found;
+        trouble = reason;
 }
 
-NtfsFound FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
-                     uint64_t number, NtfsType type, std::u16string_view name, NtfsStream *stream)
+NtfsStream FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                      uint64_t number, NtfsType type, std::u16string_view name)
 {
-    const auto list = ReadListOf(mft, volume, file, &stream->trouble);
-    return list ? FindByList(mft, file, number, *list, type, name, stream)
-                : FindInRecord(mft, file, type, name, stream);
+    NtfsStream stream;
+    const auto list = ReadListOf(mft, volume, file, &stream.trouble);
+    stream.found = list ? FindByList(mft, file, number, *list, type, name, &stream)
+                        : FindInRecord(mft, file, type, name, &stream);
+    return stream;
 }
 
 void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
@@ -230,11 +220,10 @@ void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsReco
     VolumeObstacle trouble;
     const auto list = ReadListOf(mft, volume, file, &trouble);
     ByteView left = list ? ByteView(*list) : ByteView();
-    ListEntry entry;
-    while (TakeEntry(&left, &entry)) {
+    while (const auto entry = TakeEntry(&left)) {
         const bool isOfOther =
-            entry.type == NtfsType::kFileName && NtfsNumber(entry.record) != number;
-        const auto record = isOfOther ? LoadPart(mft, number, entry) : std::nullopt;
+            entry->type == NtfsType::kFileName && NtfsNumber(entry->record) != number;
+        const auto record = isOfOther ? LoadPart(mft, number, *entry) : std::nullopt;
         if (record && !VisitNamesIn(*record, visit))
             return;
     }
@@ -259,11 +248,10 @@ uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsReco
     VolumeObstacle trouble;
     const auto list = ReadListOf(mft, volume, file, &trouble);
     ByteView left = list ? ByteView(*list) : ByteView();
-    ListEntry entry;
-    while (TakeEntry(&left, &entry)) {
-        if (entry.type != type || !IsNamed(entry, {}) || entry.firstCluster != 0)
+    while (const auto entry = TakeEntry(&left)) {
+        if (entry->type != type || entry->name.size > 0 || entry->firstCluster != 0)
             continue;
-        const auto record = LoadPart(mft, number, entry);
+        const auto record = LoadPart(mft, number, *entry);
         const auto first = record ? record->Find(type, {}) : std::nullopt;
         return first ? first->size : 0;
     }

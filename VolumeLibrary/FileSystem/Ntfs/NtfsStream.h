@@ -1,4 +1,6 @@
 // One stream of a file: an attribute with all its parts, which may lie in several records.
+//
+// Threads: any number at a time.
 #pragma once
 
 #include "NtfsIndexBlock.h"
@@ -8,33 +10,34 @@
 
 namespace vx {
 
+// kYes: the stream is there, perhaps with parts missing, as its trouble says. kNo: there is none.
+// kDamaged: nothing of it can be had, if there is one; its trouble says why.
+enum class NtfsFound { kYes, kNo, kDamaged };
+
 struct NtfsStream {
+    NtfsFound found = NtfsFound::kNo;
     bool isResident = false;
     uint16_t flags = 0;             // of NtfsAttribute
     unsigned compressionShift = 0;  // clusters of a compression unit, as a power of two
     std::vector<uint8_t> bytes;     // if resident
     FileExtents extents;            // otherwise; what a missing part holds is in no run
-    // Why parts are missing, kDamaged or kUnreadable; of several reasons the first.
+    // Why parts are missing, kDamaged or kUnreadable: the first reason that was found.
     VolumeObstacle trouble = VolumeObstacle::kNone;
 
     uint64_t Size() const { return isResident ? bytes.size() : extents.size; }
-    void NoteTrouble(VolumeObstacle found);
+    void NoteTrouble(VolumeObstacle reason);
 };
 
-// kYes: the stream is there, perhaps with parts missing, as its trouble says. kNo: there is none.
-// kDamaged: nothing of it can be had, if there is one; its trouble says why.
-enum class NtfsFound { kYes, kNo, kDamaged };
-
-// Reads where a stream of the file lies, not its contents. file: the record that stands for it.
-NtfsFound FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
-                     uint64_t number, NtfsType type, std::u16string_view name, NtfsStream *stream);
+// Reads where a stream of the file lies, not its contents. file, number: of its own record.
+NtfsStream FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                      uint64_t number, NtfsType type, std::u16string_view name);
 
 // Its size alone; 0 if there is none.
 uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, NtfsType type);
 
 // Every long name of the file: those in its own record, then those in its other ones. visit
-// answers whether it wants more.
+// returns whether to go on.
 void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, const std::function<bool(NtfsIndexName)> &visit);
 
