@@ -1,12 +1,9 @@
 // exFAT, damaged: sets of entries that do not fit their checksum, chains that break, folders of
 // which a part cannot be read or makes no sense.
-#include "ExfatImage.h"
+#include "ByteReader.h"
+#include "ExfatVolumeTest.h"
 #include "Listed.h"
-#include "Little.h"
-#include "OpenSource.h"
 #include "PutNumber.h"
-#include "SourceWithHole.h"
-#include "TestImage.h"
 
 #include <algorithm>
 
@@ -39,22 +36,10 @@ private:
     const uint8_t _value;
 };
 
-class DamagedExfat : public testing::Test {
+class DamagedExfat : public ExfatVolumeTest {
 protected:
     static constexpr size_t kEntry = 32;
     static constexpr size_t kSector = 512;
-
-    void SetUp() override
-    {
-        VX_NEEDS("mkfs.exfat");
-        const TestImage made{};
-        ASSERT_TRUE(made.MakeExfat(8));
-        image = std::make_unique<ExfatImage>(made.Folder().ReadFile("image"));
-        clusterBytes = image->clusterBytes;
-        root = image->root;
-    }
-
-    void Add(uint32_t folder, const ExfatEntry &entry) { image->Add(folder, entry); }
 
     // Three entries and a folder in the root; the set of the second one begins at damaged.
     void AddThree()
@@ -64,9 +49,9 @@ protected:
         Add(root, {u"second", 0x20, true, 101, 6, 6});
         Add(root, {u"third", 0x10, true, 102, clusterBytes, clusterBytes});
         Add(102, {u"inside", 0x20, true, 103, 6, 6});
-        image->Write(100, "first");
-        image->Write(101, "second");
-        image->Write(103, "inside");
+        Write(100, "first");
+        Write(101, "second");
+        Write(103, "inside");
     }
 
     size_t EndOf(uint32_t folder) const
@@ -77,7 +62,7 @@ protected:
         return at;
     }
 
-    // A folder of so many sets, of three entries each, at a cluster that nothing else takes.
+    // A folder of count sets, of three entries each, at a cluster that nothing else takes.
     static constexpr uint32_t kMany = 300;
     Names AddMany(size_t count)
     {
@@ -89,13 +74,6 @@ protected:
             Add(kMany, {names.back(), 0x20, true, 0, 0, 0});
         }
         return names;
-    }
-
-    OwnedVolume &Open(size_t begin = 0, size_t end = 0)
-    {
-        volume = FatVolumeOf(std::make_shared<SourceWithHole>(image->Text(), begin, end));
-        EXPECT_TRUE(volume);
-        return *volume;
     }
 
     Listed List(const std::u16string &pattern)
@@ -116,11 +94,7 @@ protected:
         EXPECT_LE(listed.report.missingEntries, missing);
     }
 
-    std::unique_ptr<ExfatImage> image;
-    size_t clusterBytes = 0;
-    uint32_t root = 0;
     size_t damaged = 0;
-    std::unique_ptr<OwnedVolume> volume;
 };
 
 TEST_F(DamagedExfat, ASetThatDoesNotFitItsChecksumIsShownAndReported)
@@ -245,7 +219,7 @@ TEST_F(DamagedExfat, AFileWhoseChainBreaksIsReadUpToThere)
 
 TEST_F(DamagedExfat, AFileInARowThatLeavesTheVolumeIsReadUpToItsEnd)
 {
-    const uint32_t last = 1 + Little32(&image->bytes[92]);
+    const uint32_t last = 1 + U32At(image->bytes, 92);
     const std::string contents = NoiseBytes(2 * clusterBytes, 1);
     Add(root, {u"file", 0x20, true, last - 1, 9 * clusterBytes, 9 * clusterBytes});
     Add(root, {u"far", 0x20, true, last + 1, 10, 10});
@@ -266,7 +240,7 @@ TEST_F(DamagedExfat, NoFileIsLongerThanTheVolume)
         const std::u16string name = u"size " + Utf16(std::to_string(size));
         Add(root, {name, 0x20, false, 100, size, size});
         image->Chain({100, 101});
-        const uint64_t most = Little32(&image->bytes[92]) * uint64_t{clusterBytes};
+        const uint64_t most = U32At(image->bytes, 92) * uint64_t{clusterBytes};
         EXPECT_EQ(SizeOf(EntryNamed(Open(), u"/*", name)), most);
         EXPECT_EQ(ReadToBreak(*volume, u"/" + name, 512)->bytes.size(), 2 * clusterBytes);
         const VolumeHandle file = OpenForReading(*volume, u"/" + name);
@@ -320,7 +294,7 @@ TEST_F(DamagedExfat, ATableThatCannotBeReadLeavesFilesInARowWhole)
     AddThree();
     Add(root, {u"in pieces", 0x20, false, 200, 2 * clusterBytes, 2 * clusterBytes});
     image->Write(200, std::string(clusterBytes, 'x'));
-    const size_t table = size_t{Little32(&image->bytes[80])} << image->bytes[108];
+    const size_t table = size_t{U32At(image->bytes, 80)} << image->bytes[108];
     Open(table, table + kSector * 64);
     EXPECT_EQ(ReadWholeFile(*volume, u"/second"), "second");
     EXPECT_EQ(ReadWholeFile(*volume, u"/third/inside"), "inside");

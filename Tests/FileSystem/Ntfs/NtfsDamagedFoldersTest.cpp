@@ -1,12 +1,12 @@
 // Folders of NTFS whose index is damaged: what it still gives is listed, and what it does not is
 // found by the files' own records.
 #include "CountingSource.h"
+#include "MadeNtfsTest.h"
 #include "NtfsIndexBlock.h"
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
 #include "SourceWithHole.h"
-#include "TestImage.h"
 #include "VolumeReports.h"
 
 #include <algorithm>
@@ -27,32 +27,17 @@ bool IsBlock(const std::string &bytes, size_t at)
 }
 
 // A folder of 408 files in a volume that another program made, and one that stays whole.
-class NtfsDamagedFolder : public testing::Test {
+class NtfsDamagedFolder : public MadeNtfsTest {
 protected:
     static constexpr int kFiles = 408;
 
     static void SetUpTestSuite()
     {
-        if (!CanMountNtfs())
-            return;
-        const TestImage image{};
-        ASSERT_TRUE(image.MakeNtfs(16));
-        ASSERT_TRUE(image.RunInNtfs("mkdir bad fine && for i in $(seq 1000 1407); do printf $i > "
-                                    "bad/n$i; printf $i > fine/m$i; done && mkdir bad/sub && "
-                                    "printf below > bad/sub/file"));
-        whole = new std::string(image.Folder().ReadFile("image"));
-    }
-    static void TearDownTestSuite()
-    {
-        delete whole;
-        whole = nullptr;
-    }
-
-    void SetUp() override
-    {
-        if (!CanMountNtfs())
-            GTEST_SKIP() << "mkntfs, ntfs-3g or /dev/fuse is missing";
-        ASSERT_NE(whole, nullptr);
+        Make([](const TestImage &image) {
+            return image.RunInNtfs("mkdir bad fine && for i in $(seq 1000 1407); do printf $i > "
+                                   "bad/n$i; printf $i > fine/m$i; done && mkdir bad/sub && "
+                                   "printf below > bad/sub/file");
+        });
     }
 
     // Where the blocks of the folder "bad" lie that have files of it.
@@ -109,11 +94,7 @@ protected:
             ExpectAllFound(SourceOf(bytes), VolumeObstacle::kDamaged);
         }
     }
-
-    static const std::string *whole;
 };
-
-const std::string *NtfsDamagedFolder::whole = nullptr;
 
 TEST_F(NtfsDamagedFolder, IsWholeBefore)
 {

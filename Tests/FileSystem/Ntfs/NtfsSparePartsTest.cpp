@@ -1,11 +1,11 @@
 // What NTFS keeps twice: the boot sector, whose copy is the last sector of the volume, and the
 // first records of the table of files, of which there is a mirror. Each copy serves where the first
 // one is damaged, and a warning says so.
-#include "Little.h"
+#include "ByteReader.h"
+#include "MadeNtfsTest.h"
 #include "NtfsBoot.h"
 #include "OpenSource.h"
 #include "SourceWithHole.h"
-#include "TestImage.h"
 
 #include <functional>
 
@@ -17,28 +17,11 @@ constexpr size_t kMiB = size_t{1} << 20;
 const char *const kBackup = "backup in the last sector";
 const char *const kMirror = "mirror";
 
-class NtfsSpareParts : public testing::Test {
+class NtfsSpareParts : public MadeNtfsTest {
 protected:
     static void SetUpTestSuite()
     {
-        if (!CanMountNtfs())
-            return;
-        const TestImage image{};
-        ASSERT_TRUE(image.MakeNtfs(16));
-        ASSERT_TRUE(image.FillNtfs(SampleTree()));
-        whole = new std::string(image.Folder().ReadFile("image"));
-    }
-    static void TearDownTestSuite()
-    {
-        delete whole;
-        whole = nullptr;
-    }
-
-    void SetUp() override
-    {
-        if (!CanMountNtfs())
-            GTEST_SKIP() << "mkntfs, ntfs-3g or /dev/fuse is missing";
-        ASSERT_NE(whole, nullptr);
+        Make([](const TestImage &image) { return image.FillNtfs(SampleTree()); });
     }
 
     // Every file of it reads, and the warning has this text; none if that is empty.
@@ -61,16 +44,12 @@ protected:
     // Where a field of the boot sector leads, in bytes.
     static size_t PlaceOf(size_t field)
     {
-        const auto *boot = reinterpret_cast<const uint8_t *>(whole->data());
-        return Little32(boot + field) * size_t{boot[13]} * kSector;
+        const ByteView boot(reinterpret_cast<const uint8_t *>(whole->data()), kSector);
+        return U32At(boot, field) * size_t{U8At(boot, 13)} * kSector;
     }
     static size_t Table() { return PlaceOf(48); }
     static size_t Mirror() { return PlaceOf(56); }
-
-    static const std::string *whole;
 };
-
-const std::string *NtfsSpareParts::whole = nullptr;
 
 TEST_F(NtfsSpareParts, AreNotUsedForAVolumeThatIsWhole)
 {
