@@ -64,7 +64,7 @@ public:
     }
 
     bool Good() const { return _good; }
-    size_t Left() const { return _bytes.size - _position; }
+    size_t Left() const { return _bytes.size - _position; }  // 0 if not Good
 
     uint8_t U8() { return U8At(Bytes(1), 0); }
     uint16_t U16() { return U16At(Bytes(2), 0); }
@@ -76,7 +76,8 @@ public:
     // The next count bytes, or no bytes at all.
     ByteView Bytes(size_t count)
     {
-        if (!_good || count > Left()) {
+        if (count > Left()) {
+            _position = _bytes.size;  // so that nothing more is read
             _good = false;
             return {};
         }
