@@ -50,7 +50,7 @@ bool VisitRuns(const Runs &runs, const Piece &part, Visit visit)
     return true;
 }
 
-// How many of count bytes at position were ever written.
+// How many of count bytes at position have been written.
 uint32_t WrittenOf(const FileExtents &extents, uint64_t position, uint32_t count)
 {
     const uint64_t left = extents.initialised - std::min(extents.initialised, position);

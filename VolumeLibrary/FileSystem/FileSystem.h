@@ -1,6 +1,17 @@
 // A file system as FileSystemVolume uses it: folders that are read once from front to back, and
 // files that open by their node. Nothing here knows paths.
 //
+// To add a file system:
+// - give it a folder beside Ntfs/ and Fat/, with a target that links volume-file-system, and add
+//   both to the CMakeLists.txt here and to that of Entry/;
+// - derive from FileSystem and FolderReader, with a static Open as NtfsFileSystem has it. Files
+// that
+//   lie in runs are an ExtentFile, few bytes a ResidentFile; sectors are parsed with ByteReader;
+// - let ProbeFileSystem recognise it (Entry/FileSystemKind.h, which also has its name), and add it
+// to
+//   where Entry/DiskOpening.cpp opens one and Entry/VolumeLabel.cpp reads a label;
+// - give it suites below Tests/FileSystem and a fuzz target in Tests/Fuzz/Image.
+//
 // Ownership: the readers and files borrow the file system. Threads: every operation of
 // FileSystem may run on several threads at a time; a reader is used by one thread at a time.
 // Text: names are the bytes of Wtf8.h.
@@ -10,14 +21,15 @@
 #include "VolumeFile.h"
 #include "VolumeListing.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace vx {
 
-// Where an entry lies: all that is needed to open it again. Two folders are the same one exactly
-// if their places are equal.
+// Where an entry lies: all that is needed to open it again. Two folders are the same if and only if
+// their places are equal.
 struct Node {
     uint64_t place = 0;
     uint64_t size = 0;  // these two as the file system needs them
@@ -32,9 +44,13 @@ struct Way {
     bool operator==(const Way &other) const { return parent == other.parent && name == other.name; }
 };
 
-// Never 0. Where two names of one folder have the same hash the first is meant by both; a file
-// system that is not made to deceive has no such pair.
-uint64_t HashOfName(std::string_view name);
+// Never 0. If two names of one folder have the same hash, both mean the first; only a file system
+// that was made to deceive has such a pair.
+inline uint64_t HashOfName(std::string_view name)
+{
+    const uint64_t hash = std::hash<std::string_view>()(name);
+    return hash != 0 ? hash : 1;
+}
 
 struct FolderEntry {
     std::string name;
@@ -44,11 +60,11 @@ struct FolderEntry {
 class FolderReader {
 public:
     virtual ~FolderReader() = default;
-    // The next entry that is to be shown; "." and ".." are not.
+    // The next entry to show; "." and ".." are left out.
     virtual VolumeListing::Step Next(FolderEntry *entry) = 0;
-    // Everything but the name of the entry that Next has given last.
+    // Everything but the name of the entry that Next gave last.
     virtual void Describe(VolumeFindData *record) const = 0;
-    // Whether entries are missing among those that Next has given.
+    // Whether entries are missing among those that Next gave.
     virtual VolumeListingReport Report() const { return {}; }
 };
 
@@ -56,12 +72,12 @@ class FileSystem {
 public:
     virtual ~FileSystem() = default;
     virtual Node Root() const = 0;
-    // Null for what is no folder, one that may not be followed, or one to which another way leads:
-    // a folder opens by one way only, so that folders always form a tree.
+    // Null if it is no folder, may not be followed, or belongs to another way: a folder opens by
+    // one way only, so that folders always form a tree.
     virtual std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const = 0;
-    // Null for what is no file, or one whose data lies elsewhere.
+    // Null if it is no file, or its data lies elsewhere.
     virtual std::unique_ptr<VolumeFile> OpenFile(const Node &file) const = 0;
-    // What stands in the way of exporting the entry; report is as it was made where nothing does.
+    // What stands in the way of exporting the entry; leaves report alone if nothing does.
     virtual void Describe(const Node &, VolumeEntryReport *) const {}
 };
 

@@ -1,8 +1,8 @@
-// One pass over a folder of a file system: an open search. When it has come to the end, or to
-// what cannot be read, the names so far are handed to the index.
+// One pass over a folder of a file system: an open search. At the end of the folder, or where it
+// cannot be read, the names so far are handed to the index.
 //
 // A second folder of the same name is left out, and reported as missing: its path leads to the
-// first one, which would be found twice, and so would all that lies below.
+// first one, which would be found twice with all that lies below.
 // Ownership: borrows the index. Threads: one at a time.
 #pragma once
 
@@ -20,7 +20,7 @@ public:
 
     Step Next(VolumeFindData *record) override;
     VolumeListingReport Report() const override;
-    // Reads all the names that can be read for the sake of one; nothing if it is not there.
+    // The node of one name; reads all names that can be read. Nothing if it is not there.
     std::optional<Node> ReadToEnd(std::string_view name);
 
 private:

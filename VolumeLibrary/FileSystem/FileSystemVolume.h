@@ -1,7 +1,7 @@
 // A file system as a volume, for reading only.
 //
-// A path is followed name by name through the folders' indexes (FolderIndex); a folder that is
-// not there yet, or no longer, is read once. Names are matched exactly as they are listed. A
+// A path is followed name by name through the folders' indexes (FolderIndex); a folder that has no
+// index, or no longer has one, is read once. Names are matched exactly as they are listed. A
 // folder opens by one path only (FileSystem.h), so that a damaged tree cannot go in circles.
 // Ownership: owns the file system, shares the disk. Threads: any number at a time, each with
 // handles of its own.

@@ -1,5 +1,5 @@
-// What one pass over a folder finds to be missing from it. Entries that are lost one directly after
-// the other count as one, since one damaged entry can look like several.
+// What one pass over a folder finds missing. Entries lost one directly after the other count as
+// one, since one damaged entry can look like several.
 //
 // Threads: one at a time.
 #pragma once
@@ -10,16 +10,31 @@ namespace vx {
 
 class FolderDamage {
 public:
-    // Entries are missing, nobody knows how many. The first reason is the one that is reported.
-    void Note(VolumeObstacle reason);
+    // Entries are missing; how many is unknown. The first reason is reported.
+    void Note(VolumeObstacle reason)
+    {
+        if (_report.isWhole)
+            _report.reason = reason;
+        _report.isWhole = false;
+    }
     // An entry that is there cannot be shown.
-    void Lose();
+    void Lose()
+    {
+        Note(VolumeObstacle::kDamaged);
+        _report.missingEntries += _isLosing ? 0 : 1;
+        _isLosing = true;
+    }
     // An entry is shown that the folder itself does not vouch for.
-    void Recover();
+    void Recover()
+    {
+        Note(VolumeObstacle::kDamaged);
+        ++_report.recoveredEntries;
+        _isLosing = false;
+    }
     // An intact entry.
     void Resume() { _isLosing = false; }
 
-    // Whether what came last could not be shown.
+    // Whether the last entry could not be shown.
     bool IsLosing() const { return _isLosing; }
     const VolumeListingReport &Report() const { return _report; }
 

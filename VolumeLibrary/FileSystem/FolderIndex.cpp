@@ -3,6 +3,7 @@
 #include <algorithm>
 
 namespace vx {
+
 void FolderMap::Add(std::string_view name, const Node &node)
 {
     if (_entries.size() == kMostEntries) {

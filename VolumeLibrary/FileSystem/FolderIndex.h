@@ -1,5 +1,5 @@
-// Which node has which name, of the folders that were read last, so that opening a file by its
-// path does not read the folders on the way again.
+// The nodes of names in the folders that were read last, so that opening a file by its path does
+// not read the folders on the way again.
 //
 // Names are kept as 64-bit hashes, 32 bytes for each entry.
 // Threads: any number at a time. Memory: kMostEntries; a larger folder is not kept at all, so
@@ -17,12 +17,12 @@
 
 namespace vx {
 
-// The entries of one folder; unchanging once it was sealed.
+// The entries of one folder; unchanging once it is sealed.
 class FolderMap {
 public:
     static constexpr size_t kMostEntries = size_t{1} << 19;
 
-    // One more than kMostEntries makes it hold nothing for good.
+    // With more than kMostEntries it holds nothing any more.
     void Add(std::string_view name, const Node &node);
     // No more is added from now on. isComplete: false if the folder could not be read to its end.
     void Seal(bool isComplete = true);

@@ -1,7 +1,7 @@
 // A set of values that only grows, in sorted runs that are joined as they come to the same length.
 //
-// A volume that was made to deceive can make neither adding nor finding slow, as it could with
-// hashes of its choice. Memory: the values, and the longest run while two are joined.
+// A volume that was made to deceive cannot make adding or finding slow, as it could with hashes of
+// its choice. Memory: the values, and the longest run while two are joined.
 // Threads: one at a time.
 #pragma once
 
@@ -24,7 +24,7 @@ public:
             JoinLast();
     }
 
-    // Whether isIt says so of the last value below the wanted one, in any of the runs.
+    // Whether isIt is true for the last value below the wanted one, in any of the runs.
     template <typename Is>
     bool HasBelow(const Value &wanted, Is isIt) const
     {

@@ -1,11 +1,10 @@
 // The clusters of a FAT or exFAT volume: where they lie, and which follows which.
 //
-// A chain is followed as far as it makes sense: up to an entry that is free, bad, off the volume or
-// unreadable, to a cluster that the chain has had before, or to one in the middle of another chain.
-// Where a table has copies, one that is better takes the place of an entry that is not, and of a
-// whole chain.
-// Threads: any number at a time. Units: sectors and clusters as named, otherwise bytes.
-// Format: Microsoft, "FAT32 File System Specification" and "exFAT file system specification".
+// A chain is followed while it makes sense: up to an entry that is free, bad, off the volume or
+// unreadable, to a cluster that the chain had before, or to one in the middle of another chain. If
+// a table has copies, a better one replaces a single bad entry, or a whole chain. Threads: any
+// number at a time. Units: sectors and clusters as named, otherwise bytes. Format: Microsoft,
+// "FAT32 File System Specification" and "exFAT file system specification".
 #pragma once
 
 #include "CachedSource.h"
@@ -17,7 +16,7 @@
 
 namespace vx {
 
-// Where a file or folder lies, as far as that is known.
+// Where a file or folder lies, up to where that is known.
 struct FatRuns {
     std::vector<FileRun> runs;
     // Not kNone: the runs end too early, or the chain does not end where the size does.
@@ -33,16 +32,16 @@ public:
 
     // The runs of a file. size: bytes.
     FatRuns Follow(uint32_t firstCluster, uint64_t size) const;
-    // The same for a folder, which only its chain tells the size of; at most most bytes.
+    // The same for a folder, whose size only its chain knows; at most this many bytes.
     FatRuns FollowToEnd(uint32_t firstCluster, uint64_t most) const;
     // The runs of a file whose clusters follow each other without a chain.
     FatRuns Contiguous(uint32_t firstCluster, uint64_t size) const;
 
-    // Whether clusters other than these are in use, as far as the first 16 MiB of the table say;
+    // Whether clusters other than these are in use according to the first 16 MiB of the table;
     // nothing if they cannot be read.
     std::optional<bool> HasOthersThan(const std::vector<FileRun> &own) const;
 
-    // Whether the first entry of a copy of the table is what every volume has there.
+    // Whether a copy of the table begins with the entry that every volume has there.
     bool IsTableGood(unsigned copy) const;
 
 private:

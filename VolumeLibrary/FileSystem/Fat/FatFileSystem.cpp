@@ -36,7 +36,7 @@ FatFileSystem::Open(const std::shared_ptr<const ByteSource> &volume,
     return std::unique_ptr<FileSystem>(std::move(opened));
 }
 
-// That of exFAT is not needed for most files, and nothing else would be taken for exFAT.
+// That of exFAT is not needed for most files, and nothing else looks like exFAT.
 Error FatFileSystem::CheckTable(std::vector<std::string> *notes) const
 {
     if (_chain.IsTableGood(0))
@@ -119,8 +119,8 @@ bool FatFileSystem::Claim(const Way &way, const std::vector<FileRun> &runs) cons
     return _owners.Claim(way, pieces);
 }
 
-// What says that a root has lost its entries. Looked up once, and in the table only if nothing was
-// ever in the root as it is now: not even a label, or a file that is deleted.
+// What shows that a root has lost its entries. Found once, and looked for in the table only if
+// there is no trace of an entry in the root: no label and no deleted file either.
 VolumeObstacle FatFileSystem::ObstacleOfRoot(const FatRuns &runs) const
 {
     const MutexLock lock(_mutex);

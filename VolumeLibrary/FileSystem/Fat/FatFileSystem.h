@@ -1,11 +1,10 @@
 // FAT12, FAT16, FAT32 and exFAT, for reading.
 //
-// FatBoot and FatGeometry tell which of them a volume is; folders and files are read by FatFolder,
-// ExfatFolder and FatChain. What lies on a broken chain of clusters opens and lists as far as the
-// chain goes; the rest of a file lies in no run and cannot be read.
-// A root of FAT that seems empty while clusters are in use has lost what it held.
-// Threads: any number at a time; unchanging but for what CachedSource and FatFolderOwners keep, and
-// what is known of the root.
+// FatBoot and FatGeometry find out which of them a volume is; folders and files are read by
+// FatFolder, ExfatFolder and FatChain. What lies on a broken chain of clusters opens and lists up
+// to the break; the rest of a file lies in no run and cannot be read. A FAT root that seems empty
+// while clusters are in use has lost its entries. Threads: any number at a time; nothing changes
+// but what CachedSource and FatFolderOwners keep, and what is known about the root.
 #pragma once
 
 #include "Error.h"
@@ -23,7 +22,8 @@ namespace vx {
 
 class FatFileSystem final : public FileSystem {
 public:
-    // notes: receives what is damaged and could be done without. Errors: kFileSystemDamaged.
+    // notes: receives a line for each damage that could be worked around. Errors:
+    // kDamagedFileSystem.
     static Result<std::unique_ptr<FileSystem>> Open(const std::shared_ptr<const ByteSource> &volume,
                                                     std::vector<std::string> *notes);
 

@@ -1,7 +1,7 @@
-// Which entry the clusters of a folder belong to. FAT and exFAT do not say so themselves: the entry
-// by which a folder is opened first has it for good, and neither the same folder nor one that
-// shares a cluster with it opens by another one. So each cluster is listed below one path, however
-// the entries of a damaged volume lead to each other.
+// Which entry the clusters of a folder belong to. FAT and exFAT do not record it: the entry by
+// which a folder is opened first keeps it, and neither the same folder nor one that shares a
+// cluster with it opens by another one. So each cluster is listed below one path, however the
+// entries of a damaged volume lead to each other.
 //
 // Threads: any number at a time. Memory: kMostPieces.
 #pragma once

@@ -6,7 +6,7 @@
 namespace vx {
 namespace {
 
-// A sector that is bad is tried for seconds, so they are few.
+// A disk tries a bad sector for seconds, so only a few are read.
 constexpr unsigned kMostFailures = 1024;
 constexpr unsigned kFailuresBeforeLongerSteps = 16;
 constexpr unsigned kMostDoublings = 7;

@@ -2,7 +2,7 @@
 // sector that cannot be read, and after an entry that says that none follows, since damage can look
 // like one: up to a long stretch of such entries, or to the end of the folder.
 //
-// Where nothing can be read over a long stretch, more and more of it is passed over untried.
+// Over a long unreadable stretch, more and more of it is skipped untried.
 // Ownership: borrows the source. Threads: one at a time.
 #pragma once
 
@@ -17,7 +17,7 @@ class FolderBytes {
 public:
     static constexpr size_t kEntryBytes = 32;
     static constexpr size_t kSectorBytes = 512;
-    // So many bytes of entries that say that none follows are the end.
+    // More bytes than this of entries that say that none follows are the end.
     static constexpr size_t kLongestEmptiness = size_t{256} << 10;
     using Entry = std::array<uint8_t, kEntryBytes>;
     enum class Step { kEntry, kGap, kEnd, kError };
@@ -28,7 +28,7 @@ public:
     // noted as damage, or since entries come between that say that none follows.
     // kError: nothing of the folder can be read.
     Step Next(Entry *entry);
-    // Whether an entry that says that none follows has come before the last one.
+    // Whether an entry that says that none follows came before the last one.
     bool IsBeyondEnd() const { return _isBeyondEnd; }
     FolderDamage &Damage() { return _damage; }
     const FolderDamage &Damage() const { return _damage; }

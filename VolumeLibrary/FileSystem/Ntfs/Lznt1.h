@@ -5,9 +5,9 @@
 
 namespace vx {
 
-// Decompresses a unit to exactly capacity bytes, what it does not hold being zeros. Returns how
-// many of them are right: all, or those of the chunks before one that is damaged. isWhole: false if
-// packed is only what could be read of the unit's beginning; it then holds nothing of what follows.
+// Decompresses a unit to exactly capacity bytes; what it does not hold is zeros. Returns how many
+// of them are right: all, or those of the chunks before a damaged one. isWhole: false if packed is
+// only the beginning of the unit, as far as it could be read.
 size_t DecompressLznt1(ByteView packed, bool isWhole, uint8_t *bytes, size_t capacity);
 
 }  // namespace vx

@@ -1,5 +1,5 @@
-// What the record of an NTFS volume says of a file: times, attributes, size and the tag of its
-// reparse point. The attributes are those that are stored.
+// What an NTFS volume says about a file: times, attributes as they are stored, size and the tag of
+// its reparse point.
 #pragma once
 
 #include "IVolume.h"
@@ -11,7 +11,7 @@ namespace vx {
 // Every field but the name, from the file's own record.
 void DescribeNtfsFile(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                       uint64_t number, VolumeFindData *record);
-// The same as far as the index of its folder knows it.
+// The same from the index of its folder, which may be out of date.
 void DescribeNtfsName(const NtfsIndexName &name, VolumeFindData *record);
 
 }  // namespace vx

@@ -52,7 +52,7 @@ void NtfsCompressedFile::ReadUnit(uint64_t position)
 {
     const uint64_t good = _extents.initialised - std::min(_extents.initialised, position);
     if (!AreCovered(_extents.runs, position, std::min<uint64_t>(good, _unitBytes))) {
-        // Nobody knows whether what is left of it is compressed.
+        // Whether what is left of it is compressed is unknown.
         std::memset(_unit.data(), 0, _unit.size());
         AddRange(position, _unitBytes, &_unread);
         return;

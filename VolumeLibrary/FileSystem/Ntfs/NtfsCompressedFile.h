@@ -1,8 +1,8 @@
 // A file that NTFS keeps compressed, unit by unit.
 //
 // A unit that takes all its clusters is stored as it is, one that takes some is compressed and
-// one that takes none is zeros. Of a compressed unit that cannot be read whole, or is damaged, the
-// chunks before the damage are given.
+// one that takes none is zeros. If a compressed unit is damaged or cannot be read whole, the chunks
+// before the damage are given.
 // Ownership: shares the source. Threads: as VolumeFile; takes no lock. Memory: two units.
 #pragma once
 

@@ -10,7 +10,7 @@ uint64_t WrittenBytes(const FileExtents &extents)
     return std::min(extents.initialised, extents.size);
 }
 
-// Takes the holes before the end of what was written out of the runs; false if there are none.
+// Removes the holes before the end of what was written; false if there are none.
 bool RemoveHoles(FileExtents *extents)
 {
     const uint64_t written = WrittenBytes(*extents);
@@ -24,8 +24,8 @@ bool RemoveHoles(FileExtents *extents)
     return found;
 }
 
-// Of a file whose data may be elsewhere: a hole is not of zeros, but was never brought here. In a
-// compressed file it may be either; so it counts only where nothing at all is stored.
+// For a file whose data may be elsewhere: a hole is not zeros, but data that was never brought
+// here. In a compressed file it may be either, so it counts only if nothing at all is stored.
 VolumeObstacle TakeAbsent(VolumeObstacle absence, NtfsContents *contents)
 {
     NtfsStream &data = contents->data;

@@ -1,6 +1,6 @@
-// Where the contents of a file lie, and what stands in the way of having them. Decided by the
-// reparse point and by where the data is, never by the file's attributes: those may be stale, and
-// one bit means different things on disk and in a listing.
+// Where the contents of a file lie, and what keeps them from being read. Decided by the reparse
+// point and by where the data is, never by the file's attributes: those may be stale, and one bit
+// means different things on disk and in a listing.
 //
 // Threads: any number at a time.
 #pragma once
@@ -11,7 +11,7 @@ namespace vx {
 
 struct NtfsContents {
     VolumeObstacle obstacle = VolumeObstacle::kNone;
-    // Whether there is something to open; with an obstacle only part of it can be had, and the
+    // Whether there is something to open; with an obstacle only part of it can be read, and the
     // rest is in no run.
     bool canOpen = false;
     NtfsStream data;

@@ -32,7 +32,7 @@ Node NtfsFileSystem::Root() const
     return {kRootNumber, 0, 0};
 }
 
-// A folder itself says in which one it lies, and under which name.
+// A folder itself knows its parent folder and its name.
 bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const
 {
     if (NtfsNumber(folder.place) == kRootNumber)

@@ -1,9 +1,9 @@
 // NTFS, for reading.
 //
-// Shown: every name of a file but the short ones, also several of one file. Not shown: streams
-// with names, the file system's own files, deleted files. What leads elsewhere, and files whose
-// data is elsewhere or in a form that cannot be read, are shown but do not open, and Describe says
-// why. What a volume keeps twice is read from the copy where the first one is damaged.
+// Shown: every name of a file but the short ones, even if it has several. Not shown: streams with
+// names, the file system's own files, deleted files. What leads elsewhere, and files whose data is
+// elsewhere or in a form that cannot be read, are shown but do not open, and Describe says why.
+// What a volume keeps twice is read from the copy if the first one is damaged.
 #pragma once
 
 #include "CachedSource.h"

@@ -1,9 +1,8 @@
-// Reads a folder of an NTFS volume: its index from the first name to the last. Of a folder whose
-// index is damaged the other names follow that the files' own records know.
+// Reads a folder of an NTFS volume: its index from the first name to the last. If the index is
+// damaged, the other names follow, as the files' own records have them.
 // Left out are short names, the file system's own files, names that no path could hold and names
-// of another folder: blocks that several folders have are listed once.
-// What is said of an entry comes from the file's own record, or from the index should that be
-// damaged.
+// of another folder: blocks that several folders share are listed once.
+// The fields of an entry come from the file's own record, or from the index if that is damaged.
 #pragma once
 
 #include "FileSystem.h"

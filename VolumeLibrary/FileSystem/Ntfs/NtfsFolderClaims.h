@@ -1,5 +1,5 @@
-// By which way each folder opens whose own record is lost, so that it cannot say so itself: by the
-// one that was used first, as long as the volume is open. So folders stay a tree.
+// The way by which each folder opens whose own record is lost, which would say so: the one that was
+// used first, as long as the volume is open. So folders stay a tree.
 //
 // Threads: any number at a time. Memory: kMostFolders; more than that do not open.
 #pragma once
@@ -16,7 +16,17 @@ public:
     static constexpr size_t kMostFolders = size_t{1} << 16;
 
     // folder: the number of its record. False if it was claimed by another way.
-    bool Claim(uint64_t folder, const Way &way) const;
+    bool Claim(uint64_t folder, const Way &way) const
+    {
+        const MutexLock lock(_mutex);
+        const auto known = _ways.find(folder);
+        if (known != _ways.end())
+            return known->second == way;
+        if (_ways.size() == kMostFolders)
+            return false;
+        _ways.emplace(folder, way);
+        return true;
+    }
 
 private:
     mutable Mutex _mutex;

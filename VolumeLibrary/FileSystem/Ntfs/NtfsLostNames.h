@@ -1,8 +1,8 @@
 // The names that the index of a damaged folder no longer gives: those of files whose own records
 // say that they lie in it.
 //
-// Ownership: borrows the table and the volume. Threads: one at a time. Time: for each name of the
-// folder its record is read.
+// Ownership: borrows the table and the volume. Threads: one at a time. Time: one record is read for
+// each file of the folder.
 #pragma once
 
 #include "NtfsParents.h"

@@ -34,7 +34,7 @@ bool IsOfCloud(uint32_t tag)
            tag == kCloudDrive || tag == kStorageSyncFolder;
 }
 
-// Whose files have data of their own, brought here when it is wanted.
+// Whose files have data of their own, brought here on demand.
 bool BringsData(uint32_t tag)
 {
     constexpr uint32_t kTags[] = {kStorageMigration, kStorageMigration2, kSingleInstance,

@@ -1,5 +1,5 @@
-// The reparse point of a file or folder: what a program other than the file system has to say
-// about it. Its tag says which; only tags with the bit of a name surrogate lead elsewhere.
+// The reparse point of a file or folder: data about it that belongs to another program than the
+// file system. The tag says which; only tags with the bit of a name surrogate lead elsewhere.
 //
 // Threads: any number at a time; the values are unchanging.
 // Source of the tags and layouts: Microsoft Learn, [MS-FSCC] 2.1.2, "Reparse Point Data
