@@ -1,5 +1,6 @@
 // Numbers in bytes that may end too early.
 #include "ByteReader.h"
+#include "PowerOfTwo.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -66,6 +67,28 @@ TEST(ByteReaderTest, AReaderThatPassedTheEndStaysBad)
     EXPECT_FALSE(reader.Good());
     EXPECT_EQ(reader.U8(), 0u);
     EXPECT_EQ(reader.Bytes(1).size, 0u);
+}
+
+TEST(ByteReaderTest, BigEndianNumbersHaveTheirHighestByteFirst)
+{
+    EXPECT_EQ(ByteReader(kBytes).BigU32(), 0x01020304u);
+    EXPECT_EQ(ByteReader(kBytes, 1).BigU64(), 0x02030405060708FFu);
+    EXPECT_EQ(ByteReader(kBytes, 7).BigU32(), 0u);
+}
+
+TEST(ByteReaderTest, AMarkIsFoundOnlyAsAWhole)
+{
+    EXPECT_TRUE(ByteReader(kBytes, 1).TakeMark("\x02\x03"));
+    EXPECT_FALSE(ByteReader(kBytes, 1).TakeMark("\x02\x04"));
+    EXPECT_FALSE(ByteReader(kBytes, 8).TakeMark("\xFF\x0A"));
+}
+
+TEST(ByteReaderTest, OnlyPowersOfTwoAreSuch)
+{
+    for (const uint64_t power : {uint64_t{1}, uint64_t{2}, uint64_t{4096}, uint64_t{1} << 63})
+        EXPECT_TRUE(IsPowerOfTwo(power)) << power;
+    for (const uint64_t other : {uint64_t{0}, uint64_t{3}, uint64_t{4095}, UINT64_MAX})
+        EXPECT_FALSE(IsPowerOfTwo(other)) << other;
 }
 
 }  // namespace

@@ -51,11 +51,6 @@ inline bool HasTextAt(ByteView bytes, size_t offset, std::string_view text)
            std::memcmp(bytes.data + offset, text.data(), text.size()) == 0;
 }
 
-inline bool IsPowerOfTwo(uint64_t value)
-{
-    return value != 0 && (value & (value - 1)) == 0;
-}
-
 class ByteReader {
 public:
     explicit ByteReader(ByteView bytes, size_t position = 0)

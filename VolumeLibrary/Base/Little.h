@@ -1,7 +1,7 @@
 // Numbers as disks store them: little-endian, at any place.
 #pragma once
 
-#include "ByteReader.h"  // IsPowerOfTwo
+#include "PowerOfTwo.h"
 
 #include <cstddef>
 #include <cstdint>
