@@ -1,13 +1,19 @@
-// The size in bytes of an open regular file or block device; asking differs by platform.
+// Disk devices, which differ by platform: which files are some, and their size in bytes.
 #pragma once
 
 #include "Error.h"
 
 #include <cstdint>
+#include <sys/types.h>
 
 namespace vx {
 
-// Errors: SystemError; EISDIR or ENOTSUP for what is neither a file nor a device.
+// Whether a file of this mode (st_mode) is a disk device: a block device, and where disks have a
+// raw form, a character device too.
+bool IsDiskDevice(mode_t mode);
+
+// Of an open regular file or disk device. Errors: SystemError; EISDIR or ENOTSUP for what is
+// neither.
 Result<uint64_t> DeviceSize(int descriptor);
 
 }  // namespace vx

@@ -6,6 +6,11 @@
 
 namespace vx {
 
+bool IsDiskDevice(mode_t mode)
+{
+    return S_ISBLK(mode);
+}
+
 Result<uint64_t> DeviceSize(int descriptor)
 {
     struct stat status;
@@ -13,7 +18,7 @@ Result<uint64_t> DeviceSize(int descriptor)
         return SystemError(errno, "stat");
     if (S_ISREG(status.st_mode))
         return static_cast<uint64_t>(status.st_size);
-    if (!S_ISBLK(status.st_mode))
+    if (!IsDiskDevice(status.st_mode))
         return SystemError(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP, "size of the device");
     const off_t end = ::lseek(descriptor, 0, SEEK_END);
     if (end < 0)

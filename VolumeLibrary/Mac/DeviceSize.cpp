@@ -7,6 +7,11 @@
 
 namespace vx {
 
+bool IsDiskDevice(mode_t mode)
+{
+    return S_ISBLK(mode) || S_ISCHR(mode);
+}
+
 Result<uint64_t> DeviceSize(int descriptor)
 {
     struct stat status;
@@ -14,7 +19,7 @@ Result<uint64_t> DeviceSize(int descriptor)
         return SystemError(errno, "stat");
     if (S_ISREG(status.st_mode))
         return static_cast<uint64_t>(status.st_size);
-    if (!S_ISBLK(status.st_mode) && !S_ISCHR(status.st_mode))
+    if (!IsDiskDevice(status.st_mode))
         return SystemError(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP, "size of the device");
     uint32_t blockSize = 0;
     uint64_t blockCount = 0;
