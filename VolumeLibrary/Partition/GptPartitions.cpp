@@ -7,8 +7,8 @@
 namespace vx {
 namespace {
 
-// The backup is the last sector of the disk; of an image that is longer than its disk, where the
-// first table says.
+// The backup lies in the last sector of the disk; in an image longer than its disk, where the first
+// table says.
 GptTable ReadBackup(const ByteSource &disk, uint64_t sectorBytes, const GptTable &first)
 {
     const uint64_t sectors = disk.Size() / sectorBytes;
@@ -45,7 +45,8 @@ GptPartitions GptPartitions::Read(const ByteSource &disk, uint64_t sectorBytes)
     if (first.IsSound())
         return Take(std::move(first), false, "");
     GptTable backup = ReadBackup(disk, sectorBytes, first);
-    // What lies at the end by chance, such as the backup of a disk inside an image, is none.
+    // A table that only happens to lie at the end, such as that of a disk inside an image, is not a
+    // backup.
     const bool hasBackup = backup.isFound && backup.isInItsPlace;
     if (hasBackup && (!first.isFound || Faults(backup) < Faults(first))) {
         std::string note = NoteOfBackup(first, backup);

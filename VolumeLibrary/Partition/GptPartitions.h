@@ -1,8 +1,9 @@
 // The partitions of a disk with a GUID partition table.
 //
-// A disk has two tables: one at its beginning and a backup at its end. The first one is used if it
-// is sound; otherwise the backup; otherwise, for want of a better one, the one of them with fewer
-// faults. What was not as it should be is noted.
+// A disk has two tables: one at its beginning and a backup at its end. The first table is used
+// unless the backup has fewer faults. A fault is a wrong place, a wrong checksum of the header or a
+// wrong checksum of the entries. A backup in a wrong place is not used. A note says so if the first
+// table was not sound.
 #pragma once
 
 #include "ByteSource.h"
@@ -15,12 +16,11 @@ namespace vx {
 
 struct GptPartitions {
     std::vector<PartitionPlace> places;  // empty if there is no table
-    std::string note;                    // for a person; empty if the first table is sound
+    std::string note;                    // for the user; empty if the first table is sound
     bool areOfBackup = false;
-    // Why there may be more partitions than those, or none.
-    Error unread;
+    Error unread;  // why a part of the table, or all of it, could not be read; or none
 
-    // sectorBytes: what the table counts in.
+    // sectorBytes: the unit of the table.
     static GptPartitions Read(const ByteSource &disk, uint64_t sectorBytes);
 };
 

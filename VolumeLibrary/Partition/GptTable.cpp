@@ -1,18 +1,20 @@
 #include "GptTable.h"
 
+#include "ByteReader.h"
 #include "Crc32.h"
-#include "Guid.h"
-#include "Little.h"
 #include "Wtf8.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
+#include <optional>
+#include <utility>
 
 namespace vx {
 namespace {
 
 constexpr uint32_t kSmallestEntry = 128;
 constexpr uint32_t kSmallestHeader = 92;
+constexpr size_t kHeaderSizeAt = 12;
 constexpr size_t kHeaderChecksumAt = 16;
 constexpr size_t kNameAt = 56;
 
@@ -39,78 +41,91 @@ struct Header {
 
 bool IsChecksumRight(ByteView sector)
 {
-    const size_t size = Little32(sector.data + 12);
+    const size_t size = U32At(sector, kHeaderSizeAt);
     return size >= kSmallestHeader && size <= sector.size &&
-           Little32(sector.data + kHeaderChecksumAt) ==
+           U32At(sector, kHeaderChecksumAt) ==
                Crc32WithoutField(sector.First(size), kHeaderChecksumAt);
 }
 
-// False if this is no header, or one that leads nowhere.
-bool TakeHeader(ByteView sector, uint64_t diskBytes, Header *header)
+// Nothing if this is no header, or one that leads nowhere.
+std::optional<Header> HeaderIn(ByteView sector, uint64_t diskBytes)
 {
-    const uint8_t *at = sector.data;
-    if (std::memcmp(at, "EFI PART", 8) != 0)
-        return false;
-    header->ownSector = Little64(at + 24);
-    header->otherSector = Little64(at + 32);
-    header->count = Little32(at + 80);
-    header->stride = Little32(at + 84);
-    header->entriesChecksum = Little32(at + 88);
-    header->isRight = IsChecksumRight(sector);
-    return !__builtin_mul_overflow(Little64(at + 72), uint64_t{sector.size}, &header->entriesAt) &&
-           header->count <= GptTable::kMostEntries && header->stride >= kSmallestEntry &&
-           header->stride <= GptTable::kLargestEntry && header->entriesAt <= diskBytes &&
-           header->EntriesBytes() <= diskBytes - header->entriesAt;
+    constexpr size_t kVersionSizeAndChecksum = 16;
+    constexpr size_t kUsableSectorsAndDiskGuid = 32;
+    Header header;
+    ByteReader reader(sector);
+    if (!reader.TakeMark("EFI PART"))
+        return std::nullopt;
+    reader.Skip(kVersionSizeAndChecksum);
+    header.ownSector = reader.U64();
+    header.otherSector = reader.U64();
+    reader.Skip(kUsableSectorsAndDiskGuid);
+    const uint64_t entriesSector = reader.U64();
+    header.count = reader.U32();
+    header.stride = reader.U32();
+    header.entriesChecksum = reader.U32();
+    header.isRight = IsChecksumRight(sector);
+    const bool leadsToEntries =
+        reader.Good() &&
+        !__builtin_mul_overflow(entriesSector, uint64_t{sector.size}, &header.entriesAt) &&
+        header.count <= GptTable::kMostEntries && header.stride >= kSmallestEntry &&
+        header.stride <= GptTable::kLargestEntry && header.entriesAt <= diskBytes &&
+        header.EntriesBytes() <= diskBytes - header.entriesAt;
+    return leadsToEntries ? std::optional(header) : std::nullopt;
 }
 
-PartitionUse UseOf(const uint8_t *entry)
+PartitionUse UseOf(const Guid &type)
 {
-    Guid type;
-    std::copy(entry, entry + type.bytes.size(), type.bytes.begin());
     if (type == kStorageSpaces)
         return PartitionUse::kStorageSpaces;
     return type == kLdmData || type == kLdmMetadata ? PartitionUse::kDynamicDisk
                                                     : PartitionUse::kOrdinary;
 }
 
-bool IsUsed(const uint8_t *entry)
+std::string NameOf(ByteView entry)
 {
-    constexpr size_t kTypeBytes = 16;
-    return std::any_of(entry, entry + kTypeBytes, [](uint8_t byte) { return byte != 0; });
-}
-
-std::string NameOf(const uint8_t *entry)
-{
-    size_t end = kNameAt;
-    while (end < kSmallestEntry && Little16(entry + end) != 0)
+    const ByteView name = entry.First(kSmallestEntry).From(kNameAt);
+    size_t end = 0;
+    while (U16At(name, end) != 0)
         end += 2;
-    return Wtf8FromUtf16({entry + kNameAt, end - kNameAt});
+    return Wtf8FromUtf16(name.First(end));
 }
 
-void TakeEntry(const uint8_t *entry, std::vector<PartitionPlace> *places)
+// Nothing if the entry is not in use or makes no sense.
+std::optional<PartitionPlace> PlaceIn(ByteView entry)
 {
-    const uint64_t first = Little64(entry + 32);
-    const uint64_t last = Little64(entry + 40);
-    if (IsUsed(entry) && last >= first && last - first != ~uint64_t{0})
-        places->push_back({first, last - first + 1, NameOf(entry), UseOf(entry)});
+    constexpr Guid kUnused = {};
+    ByteReader reader(entry);
+    const Guid type = reader.TakeGuid();
+    reader.TakeGuid();  // its own
+    const uint64_t first = reader.U64();
+    const uint64_t last = reader.U64();
+    if (type == kUnused || last < first || last - first == ~uint64_t{0})
+        return std::nullopt;
+    return PartitionPlace{first, last - first + 1, NameOf(entry), UseOf(type)};
 }
 
-// The bytes of all entries; zeros, which no entry is made of, where they cannot be read.
-std::vector<uint8_t> ReadEntries(const ByteSource &disk, const Header &header, Error *unread)
+struct EntriesRead {
+    std::vector<uint8_t> bytes;  // of all entries; those that cannot be read are zeros, as unused
+    Error unread;
+};
+
+EntriesRead ReadEntries(const ByteSource &disk, const Header &header)
 {
-    std::vector<uint8_t> bytes(header.EntriesBytes());
-    if (!disk.ReadAt(header.entriesAt, bytes.data(), bytes.size()))
-        return bytes;
-    std::fill(bytes.begin(), bytes.end(), 0);
-    for (uint32_t i = 0; i < header.count; ++i) {
-        const size_t begin = size_t{i} * header.stride;
-        std::vector<uint8_t> entry(kSmallestEntry);
+    EntriesRead entries;
+    entries.bytes.resize(header.EntriesBytes());
+    if (!disk.ReadAt(header.entriesAt, entries.bytes.data(), entries.bytes.size()))
+        return entries;
+    std::fill(entries.bytes.begin(), entries.bytes.end(), 0);
+    std::array<uint8_t, kSmallestEntry> entry;
+    for (size_t begin = 0; begin < entries.bytes.size(); begin += header.stride) {
         if (Error error = disk.ReadAt(header.entriesAt + begin, entry.data(), entry.size()))
-            *unread = std::move(error);
+            entries.unread = std::move(error);
         else
-            std::copy(entry.begin(), entry.end(), bytes.begin() + static_cast<ptrdiff_t>(begin));
+            std::copy(entry.begin(), entry.end(),
+                      entries.bytes.begin() + static_cast<ptrdiff_t>(begin));
     }
-    return bytes;
+    return entries;
 }
 
 }  // namespace
@@ -118,21 +133,27 @@ std::vector<uint8_t> ReadEntries(const ByteSource &disk, const Header &header, E
 GptTable GptTable::Read(const ByteSource &disk, uint64_t sectorBytes, uint64_t sector)
 {
     GptTable table;
-    std::vector<uint8_t> bytes(static_cast<size_t>(sectorBytes));
     if (sector >= disk.Size() / sectorBytes)
         return table;
+    std::vector<uint8_t> bytes(static_cast<size_t>(sectorBytes));
     table.unread = disk.ReadAt(sector * sectorBytes, bytes.data(), bytes.size());
-    Header header;
-    if (table.unread || !TakeHeader(bytes, disk.Size(), &header))
+    if (table.unread)
         return table;
-    const std::vector<uint8_t> entries = ReadEntries(disk, header, &table.unread);
-    for (size_t at = 0; at < entries.size(); at += header.stride)
-        TakeEntry(entries.data() + at, &table.places);
+    const auto header = HeaderIn(bytes, disk.Size());
+    if (!header)
+        return table;
+    EntriesRead entries = ReadEntries(disk, *header);
+    for (size_t at = 0; at < entries.bytes.size(); at += header->stride) {
+        if (auto place = PlaceIn(ByteView(entries.bytes).From(at).First(header->stride)))
+            table.places.push_back(std::move(*place));
+    }
+    table.unread = std::move(entries.unread);
     table.isFound = true;
-    table.isInItsPlace = header.ownSector == sector;
-    table.isHeaderRight = header.isRight;
-    table.areEntriesRight = !table.unread && Crc32().Add(entries).Value() == header.entriesChecksum;
-    table.otherSector = header.isRight ? header.otherSector : 0;
+    table.isInItsPlace = header->ownSector == sector;
+    table.isHeaderRight = header->isRight;
+    table.areEntriesRight =
+        !table.unread && Crc32().Add(entries.bytes).Value() == header->entriesChecksum;
+    table.otherSector = header->isRight ? header->otherSector : 0;
     return table;
 }
 

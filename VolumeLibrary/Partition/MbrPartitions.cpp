@@ -1,10 +1,11 @@
 #include "MbrPartitions.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -31,70 +32,96 @@ struct TableEntry {
 };
 using Entries = std::array<TableEntry, 4>;
 
-std::optional<Entries> ReadEntries(const ByteSource &disk, uint64_t offset, Error *unread)
+std::optional<Entries> EntriesIn(ByteView sector)
 {
-    uint8_t sector[512];
-    if (Error error = disk.ReadAt(offset, sector, sizeof sector)) {
-        if (error.status == Status::kSystemError)
-            *unread = std::move(error);
+    constexpr size_t kEntriesAt = 446;
+    constexpr size_t kMarkAt = 510;
+    constexpr uint16_t kMark = 0xAA55;
+    if (U16At(sector, kMarkAt) != kMark)
         return std::nullopt;
-    }
-    if (sector[510] != 0x55 || sector[511] != 0xAA)
-        return std::nullopt;
+    ByteReader reader(sector, kEntriesAt);
     Entries entries;
-    const uint8_t *at = sector + 446;
     for (TableEntry &entry : entries) {
-        entry = {at[4], Little32(at + 8), Little32(at + 12)};
-        at += 16;
+        reader.Skip(4);  // whether it is active, and its first sector as cylinder, head and sector
+        entry.type = reader.U8();
+        reader.Skip(3);  // its last sector in the same form
+        entry.firstSector = reader.U32();
+        entry.sectors = reader.U32();
     }
     return entries;
 }
 
-void AddVolumes(const Entries &entries, uint64_t base, std::vector<PartitionPlace> *places)
-{
-    for (const TableEntry &entry : entries) {
-        if (entry.IsVolume())
-            places->push_back({base + entry.firstSector, entry.sectors, {}, entry.Use()});
-    }
-}
+class Reader {
+public:
+    Reader(const ByteSource &disk, uint64_t sectorBytes) : _disk(disk), _sectorBytes(sectorBytes) {}
 
-// An extended partition is a chain of tables, each with a volume and the place of the next table,
-// which is counted from the beginning of the chain.
-void AddChain(const ByteSource &disk, uint64_t sectorBytes, uint64_t begin,
-              std::vector<PartitionPlace> *places, Error *unread)
-{
-    std::vector<uint64_t> visited;
-    uint64_t table = begin;
-    while (visited.size() < kMostLinks &&
-           std::find(visited.begin(), visited.end(), table) == visited.end()) {
-        visited.push_back(table);
-        const auto entries = ReadEntries(disk, table * sectorBytes, unread);
+    MbrPartitions Read()
+    {
+        const auto entries = ReadTable(0);
         if (!entries)
-            return;
-        AddVolumes(*entries, table, places);
-        const auto next = std::find_if(entries->begin(), entries->end(),
-                                       [](const TableEntry &entry) { return entry.IsExtended(); });
-        if (next == entries->end())
-            return;
-        table = begin + next->firstSector;
+            return std::move(_found);
+        AddVolumes(*entries, 0);
+        for (const TableEntry &entry : *entries) {
+            _found.protectsGpt = _found.protectsGpt || entry.type == kProtectsGpt;
+            if (entry.IsExtended())
+                AddChain(entry.firstSector);
+        }
+        return std::move(_found);
     }
-}
+
+private:
+    std::optional<Entries> ReadTable(uint64_t sector)
+    {
+        uint8_t bytes[512];
+        Error error = _disk.ReadAt(sector * _sectorBytes, bytes, sizeof bytes);
+        if (!error)
+            return EntriesIn({bytes, sizeof bytes});
+        if (error.status == Status::kSystemError)
+            _found.unread = std::move(error);
+        return std::nullopt;
+    }
+
+    // base: the sector from which the entries count.
+    void AddVolumes(const Entries &entries, uint64_t base)
+    {
+        for (const TableEntry &entry : entries) {
+            if (entry.IsVolume())
+                _found.places.push_back({base + entry.firstSector, entry.sectors, {}, entry.Use()});
+        }
+    }
+
+    // An extended partition is a chain of tables, each with a volume and the place of the next
+    // table, which counts from the beginning of the chain.
+    void AddChain(uint64_t begin)
+    {
+        std::vector<uint64_t> visited;
+        uint64_t table = begin;
+        while (visited.size() < kMostLinks &&
+               std::find(visited.begin(), visited.end(), table) == visited.end()) {
+            visited.push_back(table);
+            const auto entries = ReadTable(table);
+            if (!entries)
+                return;
+            AddVolumes(*entries, table);
+            const auto next =
+                std::find_if(entries->begin(), entries->end(),
+                             [](const TableEntry &entry) { return entry.IsExtended(); });
+            if (next == entries->end())
+                return;
+            table = begin + next->firstSector;
+        }
+    }
+
+    const ByteSource &_disk;
+    const uint64_t _sectorBytes;
+    MbrPartitions _found;
+};
 
 }  // namespace
 
 MbrPartitions MbrPartitions::Read(const ByteSource &disk, uint64_t sectorBytes)
 {
-    MbrPartitions found;
-    const auto entries = ReadEntries(disk, 0, &found.unread);
-    if (!entries)
-        return found;
-    AddVolumes(*entries, 0, &found.places);
-    for (const TableEntry &entry : *entries) {
-        found.protectsGpt = found.protectsGpt || entry.type == kProtectsGpt;
-        if (entry.IsExtended())
-            AddChain(disk, sectorBytes, entry.firstSector, &found.places, &found.unread);
-    }
-    return found;
+    return Reader(disk, sectorBytes).Read();
 }
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-// The partitions of a disk with a master boot record, those in extended partitions as well.
+// The partitions of a disk with a master boot record, including those in extended partitions.
 #pragma once
 
 #include "ByteSource.h"
@@ -10,11 +10,11 @@ namespace vx {
 
 struct MbrPartitions {
     std::vector<PartitionPlace> places;  // empty if there is no such table
-    bool protectsGpt = false;            // it says that a GUID table is the one to read
-    Error unread;                        // why a table could not be read; or none
+    bool protectsGpt = false;            // it refers to a GUID table
+    Error unread;                        // why a table could not be read, or none
 
-    // sectorBytes: what the table counts in. A chain of extended partitions ends where it is
-    // damaged, comes back to itself or has more links than any disk.
+    // sectorBytes: the unit of the table. A chain of extended partitions ends where it is damaged,
+    // repeats itself or has more links than any disk.
     static MbrPartitions Read(const ByteSource &disk, uint64_t sectorBytes);
 };
 

@@ -1,4 +1,4 @@
-// Where a table of partitions says that one of them lies, and what it is for.
+// Where a partition lies and what it is for, according to a partition table.
 #pragma once
 
 #include <cstdint>
@@ -6,17 +6,17 @@
 
 namespace vx {
 
-// What Windows makes of a partition, as far as that matters to its reader.
+// How Windows uses a partition.
 enum class PartitionUse {
     kOrdinary,
-    kDynamicDisk,    // volumes are made of pieces, perhaps on several disks
+    kDynamicDisk,    // its volumes consist of pieces, perhaps on several disks
     kStorageSpaces,  // a pool; never a file system
 };
 
 struct PartitionPlace {
     uint64_t firstSector = 0;
     uint64_t sectors = 0;
-    std::string name;  // what the table says of it, UTF-8; may be empty
+    std::string name;  // UTF-8; may be empty
     PartitionUse use = PartitionUse::kOrdinary;
 };
 

@@ -4,29 +4,33 @@
 #include "MbrPartitions.h"
 #include "PartOfSource.h"
 
+#include <optional>
+#include <utility>
+
 namespace vx {
 namespace {
 
-// One reading of what is at the front and the end of a disk.
+// What one of the tables says.
 struct Layout {
     std::vector<PartitionPlace> places;
     std::string note;
     Error unread;
 };
 
-// False if no disk can have such a partition.
-bool TakePlace(const PartitionPlace &place, uint64_t sectorBytes, Partition *partition)
+// Nothing if no disk can have such a partition.
+std::optional<Partition> PartitionAt(const PartitionPlace &place, uint64_t sectorBytes)
 {
+    Partition partition = {0, 0, WithoutControls(place.name), place.use};
     uint64_t end = 0;
-    partition->name = WithoutControls(place.name);
-    partition->use = place.use;
-    return !__builtin_mul_overflow(place.firstSector, sectorBytes, &partition->offset) &&
-           !__builtin_mul_overflow(place.sectors, sectorBytes, &partition->size) &&
-           !__builtin_add_overflow(partition->offset, partition->size, &end);
+    const bool isPossible =
+        !__builtin_mul_overflow(place.firstSector, sectorBytes, &partition.offset) &&
+        !__builtin_mul_overflow(place.sectors, sectorBytes, &partition.size) &&
+        !__builtin_add_overflow(partition.offset, partition.size, &end);
+    return isPossible ? std::optional(std::move(partition)) : std::nullopt;
 }
 
-// The likeliest first. A backup of a GUID table outlives the table that was made after it, so an
-// MBR that does not speak of one is looked at before it.
+// The likeliest first. The backup of a GUID table often survives when a disk is given an MBR
+// instead, so an MBR that does not refer to a GUID table comes before a backup.
 std::vector<Layout> LayoutsOf(const ByteSource &disk, uint64_t sectorBytes)
 {
     GptPartitions gpt = GptPartitions::Read(disk, sectorBytes);
@@ -52,11 +56,11 @@ PartitionTable TableOf(Layout layout, uint64_t sectorBytes, uint64_t diskBytes)
     table.unread = std::move(layout.unread);
     table.note = std::move(layout.note);
     for (const PartitionPlace &place : layout.places) {
-        Partition partition;
-        if (!TakePlace(place, sectorBytes, &partition))
+        auto partition = PartitionAt(place, sectorBytes);
+        if (!partition)
             continue;
-        if (partition.offset < diskBytes)
-            table.partitions.push_back(std::move(partition));
+        if (partition->offset < diskBytes)
+            table.partitions.push_back(std::move(*partition));
         else if (!table.unread)
             table.unread = {Status::kTruncatedImage, "a partition begins beyond the end of it"};
     }

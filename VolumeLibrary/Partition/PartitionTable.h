@@ -1,4 +1,4 @@
-// The tables of partitions that a disk may have, MBR and GPT, for sectors of 512 and of 4096 bytes.
+// The partition tables of a disk: MBR and GPT, for sectors of 512 and of 4096 bytes.
 //
 // Threads: any number at a time. Units: bytes. Formats: MbrPartitions.h, GptTable.h.
 #pragma once
@@ -15,7 +15,7 @@ namespace vx {
 struct Partition {
     uint64_t offset = 0;  // from the start of the disk
     uint64_t size = 0;
-    std::string name;  // what the table says of it, UTF-8, without control characters; may be empty
+    std::string name;  // UTF-8 without control characters; may be empty
     PartitionUse use = PartitionUse::kOrdinary;
 
     std::shared_ptr<const ByteSource> In(std::shared_ptr<const ByteSource> disk) const;
@@ -23,18 +23,18 @@ struct Partition {
 
 struct PartitionTable {
     std::vector<Partition> partitions;  // in the order of the table; all begin on the disk
-    std::string note;                   // what was noticed about it, for a person; may be empty
-    // If it may have more partitions than those, why: kSystemError where it could not be read,
-    // kTruncatedImage where a partition begins beyond the end of the disk.
+    std::string note;                   // a defect of the table, for the user; may be empty
+    // Why the disk may have more partitions than these, or none: kSystemError if a part of the
+    // table could not be read, kTruncatedImage if a partition begins beyond the end of the disk.
     Error unread;
 
-    // The tables for sectors of this size, the likeliest first: what the disk holds decides between
-    // them. Never empty; without partitions where there is no table, or one of which nothing makes
-    // sense.
+    // The tables for sectors of this size, the likeliest first; the caller chooses by what the disk
+    // holds. Never empty: without a table, or with one that makes no sense, there is one entry
+    // without partitions.
     static std::vector<PartitionTable> ReadAll(const ByteSource &disk, uint64_t sectorBytes);
 };
 
-// Without what would steer a terminal.
+// Without control characters, which could do harm to a terminal.
 std::string WithoutControls(const std::string &text);
 
 }  // namespace vx
