@@ -11,7 +11,7 @@
 namespace vx {
 namespace {
 
-// What tells a file from another one that took its name.
+// Distinguishes a file from another one that took its name.
 struct Identity {
     dev_t device = 0;
     ino_t inode = 0;
@@ -25,13 +25,12 @@ struct Identity {
     }
 };
 
-Error Identify(const std::string &path, Identity *identity)
+Result<Identity> Identify(const std::string &path)
 {
     struct stat found;
     if (stat(path.c_str(), &found) != 0)
         return SystemError(errno, "open " + path);
-    *identity = {found.st_dev, found.st_ino, found.st_size, found.st_mtime};
-    return {};
+    return Identity{found.st_dev, found.st_ino, found.st_size, found.st_mtime};
 }
 
 size_t HalfOfTheDescriptors()
@@ -57,12 +56,14 @@ public:
 
     Error Begin()
     {
-        if (Error error = Identify(_path, &_identity))
-            return error;
-        Handle handle;
-        if (Error error = Reopen(&handle))
-            return error;
-        _size = handle->Size();
+        const auto identity = Identify(_path);
+        if (!identity)
+            return identity.Failure();
+        _identity = *identity;
+        const auto handle = Reopen();
+        if (!handle)
+            return handle.Failure();
+        _size = (*handle)->Size();
         return {};
     }
 
@@ -72,28 +73,26 @@ public:
     {
         if (Error error = CheckRange(_size, offset, count))
             return error;
-        Handle handle = _pool->Find(this);
-        if (handle == nullptr) {
-            if (Error error = Reopen(&handle))
-                return error;
-        }
-        return handle->ReadAt(offset, buffer, count);
+        if (const Handle open = _pool->Find(this))
+            return open->ReadAt(offset, buffer, count);
+        const auto reopened = Reopen();
+        return reopened ? (*reopened)->ReadAt(offset, buffer, count) : reopened.Failure();
     }
 
 private:
-    Error Reopen(Handle *handle) const
+    Result<Handle> Reopen() const
     {
-        Identity now;
-        if (Error error = Identify(_path, &now))
-            return error;
-        if (!(now == _identity))
+        const auto now = Identify(_path);
+        if (!now)
+            return now.Failure();
+        if (!(*now == _identity))
             return SystemError(ESTALE, _path + " was exchanged");
         auto opened = FileByteSource::Open(_path);
         if (!opened)
             return opened.Failure();
-        *handle = std::move(*opened);
-        _pool->Keep(this, *handle);
-        return {};
+        Handle handle = std::move(*opened);
+        _pool->Keep(this, handle);
+        return handle;
     }
 
     const std::shared_ptr<FilePool> _pool;

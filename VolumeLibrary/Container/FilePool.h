@@ -1,10 +1,10 @@
 // The files of an image of many parts, of which only some are open at a time: there may be more
-// parts than a process may have open files. Half of those may be parts, and kLeastOpen in any case.
-// A part that is open cannot be taken for the target of an export in the same process.
+// parts than a process may have open files. Parts take up half of the limit, but at least
+// kLeastOpen descriptors. An export in the same process recognises an open part and does not write
+// to it.
 //
-// A file that was closed meanwhile is opened again when it is read, and must be the one that it
-// was: the same device, inode, size and time of the last write. Descriptors are closed when another
-// program is started.
+// A file that was closed meanwhile is opened again when it is read, and must still be the same one:
+// device, inode, size and time of the last write. Descriptors are not inherited by other programs.
 //
 // Ownership: each file keeps the pool. Threads: any number at a time.
 #pragma once
@@ -24,16 +24,15 @@ public:
 
     static std::shared_ptr<FilePool> Make();
 
-    // A regular file of the image; what the path leads to must have been looked at before, since a
-    // FIFO would wait for somebody to write. Errors: SystemError with the errno of the call that
-    // failed. Reads of the file fail with ESTALE once it was exchanged, and as opening does.
+    // The caller has checked that the path leads to a regular file, since opening a FIFO would wait
+    // for a writer. Errors: kSystemError with the errno of the call that failed. A read of the file
+    // fails in the same way, and with ESTALE if another file took its place.
     Result<std::shared_ptr<const ByteSource>> Open(const std::string &path);
 
 private:
     class File;
     using Handle = std::shared_ptr<const ByteSource>;
 
-    // An open file, and whose it is.
     struct Place {
         const File *owner = nullptr;
         Handle handle;

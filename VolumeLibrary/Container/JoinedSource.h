@@ -1,4 +1,4 @@
-// Several byte sources, one after the other, as one.
+// Several byte sources joined end to end.
 // Ownership: shares the sources. Threads: as the sources.
 #pragma once
 
