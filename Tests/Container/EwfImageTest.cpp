@@ -89,13 +89,13 @@ protected:
     Error MakeSource()
     {
         EwfLayoutReader reader;
-        EwfLayout layout;
-        EwfEnding ending;
-        if (Error error = reader.Add(*file, "e.E01", &ending))
-            return error;
-        if (Error error = reader.Finish(&layout))
-            return error;
-        source = std::make_shared<EwfSource>(std::vector<EwfFile>{{"e.E01", file}}, layout);
+        const auto ending = reader.Add(*file, "e.E01");
+        if (!ending)
+            return ending.Failure();
+        const auto layout = reader.Finish();
+        if (!layout)
+            return layout.Failure();
+        source = std::make_shared<EwfSource>(std::vector<EwfFile>{{"e.E01", file}}, *layout);
         return {};
     }
 

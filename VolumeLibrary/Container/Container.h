@@ -1,9 +1,13 @@
-// Opens the file or device that holds a disk or a volume, for reading only.
+// Opens the file or device that holds a disk or a volume, read-only.
 //
-// A block device and raw images are read directly, also those in several parts (named by the
-// first one: x.001, x.aa, ...). E01 and S01 (EwfSource.h), VHD (VhdImage.h) and VMDK images
-// (VmdkImage.h) are read by code of this folder, which trusts nothing that an image says; libraries
-// of others are left with zlib streams (ZlibStream.h).
+// To add a container:
+// 1. ContainerKind.h: an enumerator, and in FindContainerKind how it is recognised.
+// 2. A header like VhdImage.h with a function that opens it and returns a Container.
+// 3. Container.cpp: its case in the switch of OpenFile.
+// 4. Tests/Support/Image: a writer of such images; Tests/Container: tests; Tests/Fuzz/Image: a fuzz
+//    target.
+// An image is not trusted: check every number against the size of its file before use, and allocate
+// no memory by it without a limit.
 #pragma once
 
 #include "ByteSource.h"
@@ -17,17 +21,18 @@ namespace vx {
 
 struct Container {
     std::shared_ptr<const ByteSource> source;
-    std::vector<std::string> notes;  // damage that did not prevent opening, a line each
-    // If it seems to be a later part of an image: the name of the first one. It opens all the
-    // same, since such a name proves nothing.
-    std::string firstPart;
-    // What it is read from. A VMDK may name further files.
+    std::vector<std::string> notes = {};  // damage that did not prevent opening, a line each
+    // The name of the first part if the file seems to be a later one. It opens all the same, since
+    // a name proves nothing.
+    std::string firstPart = {};
+    // The paths of its files. For a VMDK image only the one that was given, without the files that
+    // its text names.
     std::vector<std::string> files = {};
 };
 
-// Errors: kSystemError, with what to do about it where a permission is missing; kNotAVolume for
-// what is neither a file nor a block device, kUnsupportedContainer, kTruncatedImage for one that
-// ends early or lacks a part, kDamagedContainer.
+// Errors: kSystemError, with advice if permission is missing; kNotAVolume for what is neither a
+// file nor a disk device; kUnsupportedContainer; kTruncatedImage if the image ends early or lacks a
+// part; kDamagedContainer.
 Result<Container> OpenContainer(const std::string &path);
 
 }  // namespace vx

@@ -1,84 +1,60 @@
 #include "ContainerKind.h"
 
-#include <cstring>
-#include <string_view>
+#include "ByteReader.h"
+#include "VhdImage.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace vx {
 namespace {
 
-struct Signature {
-    size_t offset;
-    std::string_view bytes;
-    const char *name;
-};
-
 using namespace std::string_view_literals;
 
-constexpr Signature kEwf[] = {{0, "EVF\x09\x0D\x0A\xFF\x00"sv, "E01"}};
-constexpr Signature kVhd[] = {{0, "conectix"sv, "VHD"}};
+constexpr size_t kProbeBytes = 512;
 
-constexpr Signature kVmdk[] = {
-    {0, "KDMV"sv, "VMDK"},
-    {0, "# Disk DescriptorFile"sv, "VMDK"},
-};
-
-bool Matches(const Signature &signature, ByteView head)
+std::vector<uint8_t> HeadOf(const ByteSource &file)
 {
-    const ByteView found = head.From(signature.offset);
-    return found.data != nullptr && found.size >= signature.bytes.size() &&
-           std::memcmp(found.data, signature.bytes.data(), signature.bytes.size()) == 0;
+    std::vector<uint8_t> head(static_cast<size_t>(std::min<uint64_t>(file.Size(), kProbeBytes)));
+    if (file.ReadAt(0, head.data(), head.size()))
+        head.clear();
+    return head;
 }
 
-template <size_t kCount>
-const char *NameIn(const Signature (&signatures)[kCount], ByteView head)
+const KnownContents *UnsupportedIn(ByteView head)
 {
-    for (const Signature &signature : signatures) {
-        if (Matches(signature, head))
-            return signature.name;
-    }
-    return nullptr;
-}
-
-}  // namespace
-
-const KnownContents *UnsupportedContainer(ByteView head)
-{
-    const bool isBootSector =
-        head.size >= kContainerProbeBytes && head.data[510] == 0x55 && head.data[511] == 0xAA;
-    return isBootSector ? nullptr : KnownContents::FindContainer(head);
+    constexpr size_t kMarkAt = 510;
+    constexpr uint16_t kMark = 0xAA55;
+    return U16At(head, kMarkAt) == kMark ? nullptr : KnownContents::FindContainer(head);
 }
 
 bool IsEwf(ByteView head)
 {
-    return NameIn(kEwf, head) != nullptr;
-}
-
-bool IsVhd(ByteView footer)
-{
-    return NameIn(kVhd, footer) != nullptr;
-}
-
-bool HasSoundVhdFooter(ByteView head)
-{
-    constexpr size_t kFooterBytes = 512;
-    constexpr size_t kChecksumAt = 64;
-    if (!IsVhd(head) || head.size < kFooterBytes)
-        return false;
-    uint32_t sum = 0;
-    uint32_t stored = 0;
-    for (size_t i = 0; i < kFooterBytes; ++i) {
-        const bool isChecksum = i >= kChecksumAt && i < kChecksumAt + 4;
-        if (isChecksum)
-            stored = stored << 8 | head.data[i];
-        else
-            sum += head.data[i];
-    }
-    return stored == ~sum;
+    return ByteReader(head).TakeMark("EVF\x09\x0D\x0A\xFF\x00"sv);
 }
 
 bool IsVmdk(ByteView head)
 {
-    return NameIn(kVmdk, head) != nullptr;
+    return ByteReader(head).TakeMark("KDMV") || ByteReader(head).TakeMark("# Disk DescriptorFile");
+}
+
+}  // namespace
+
+FoundContainer FindContainerKind(const std::string &path, const ByteSource &file)
+{
+    const std::vector<uint8_t> head = HeadOf(file);
+    if (const KnownContents *unsupported = UnsupportedIn(head))
+        return {ContainerKind::kUnsupported, unsupported};
+    if (IsEwf(head))
+        return {ContainerKind::kEwf};
+    if (IsVhdImage(file))
+        return {ContainerKind::kVhd};
+    if (IsVmdk(head))
+        return {ContainerKind::kVmdk};
+    auto parts = PartNames::OfRaw(path);
+    const bool isSplit = parts && parts->Given() == 1 && parts->ExistsBeyond(1);
+    return {isSplit ? ContainerKind::kSplit : ContainerKind::kRaw, nullptr, std::move(parts)};
 }
 
 }  // namespace vx

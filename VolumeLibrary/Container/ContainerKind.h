@@ -1,26 +1,34 @@
-// Kinds of image files, recognised by their first bytes.
+// What kind of file holds a disk: found by its first bytes, of a VHD image also by its last ones,
+// and of a split image by its name and the files beside it.
 #pragma once
 
+#include "ByteSource.h"
 #include "ByteView.h"
 #include "KnownContents.h"
+#include "PartNames.h"
+
+#include <optional>
+#include <string>
 
 namespace vx {
 
-constexpr size_t kContainerProbeBytes = 512;
+enum class ContainerKind {
+    kRaw,    // the disk itself, and anything that is not recognised
+    kSplit,  // the first of several parts of a raw image
+    kEwf,    // E01 or S01
+    kVhd,
+    kVmdk,         // a file that grows, or a text that names the files of an image
+    kUnsupported,  // a known format that this library does not open
+};
 
-// What cannot be read, so that it is not taken for a raw image without a file system; null for
-// everything else. head: the first kContainerProbeBytes, or fewer if the file is shorter. What
-// begins with a boot sector is looked into first, whatever else it resembles.
-const KnownContents *UnsupportedContainer(ByteView head);
+struct FoundContainer {
+    ContainerKind kind = ContainerKind::kRaw;
+    const KnownContents *unsupported = nullptr;  // kUnsupported: which format
+    std::optional<PartNames> parts = {};         // kRaw, kSplit: if the name is that of a part
+};
 
-bool IsEwf(ByteView head);
-
-// Whether the 512 bytes are what a VHD image has at its end, and an image that grows at its front
-// too; and whether their checksum fits.
-bool IsVhd(ByteView footer);
-bool HasSoundVhdFooter(ByteView head);
-
-// Whether it is a file that grows, or a text that names the files of an image.
-bool IsVmdk(ByteView head);
+// file: what lies at the path. A file with the mark of a boot sector is never kUnsupported,
+// whatever its first bytes resemble. Bytes that cannot be read are not recognised.
+FoundContainer FindContainerKind(const std::string &path, const ByteSource &file);
 
 }  // namespace vx

@@ -1,21 +1,23 @@
 #include "EwfLayout.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 #include "ZlibStream.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace vx {
 namespace {
 
-constexpr uint64_t kFileHeaderBytes = 13;
-constexpr uint64_t kSectionHeaderBytes = 76;
-constexpr uint64_t kTableHeaderBytes = 24;
+constexpr size_t kFileHeaderBytes = 13;
+constexpr size_t kSectionHeaderBytes = 76;
+constexpr size_t kTableHeaderBytes = 24;
 constexpr size_t kEntryBytes = 4;
 constexpr size_t kChecksumBytes = 4;
-// Sections of all files; a disk of 16 EiB has fewer.
+// The description of the disk, in images of the newer and of the older kind.
+constexpr size_t kLongDescription = 1052;
+constexpr size_t kShortDescription = 94;
+// Of all files together; a disk of 16 EiB has fewer.
 constexpr size_t kMostSections = size_t{1} << 20;
 
 Error Damaged(const std::string &name)
@@ -29,98 +31,115 @@ Error Cut(const std::string &name)
 }
 
 // Whether the last four bytes are the checksum of the others.
-bool HasChecksum(const uint8_t *bytes, size_t count)
+bool HasChecksum(ByteView bytes)
 {
-    const size_t covered = count - kChecksumBytes;
-    return Adler32({bytes, covered}) == Little32(bytes + covered);
+    const size_t covered = bytes.size - kChecksumBytes;
+    return Adler32(bytes.First(covered)) == U32At(bytes, covered);
 }
 
 }  // namespace
 
 struct EwfLayoutReader::Section {
-    char type[17] = {};
+    std::string type;
     uint64_t begin = 0;  // of its data
     uint64_t end = 0;
 
-    bool Is(const char *name) const { return std::strcmp(type, name) == 0; }
     uint64_t Bytes() const { return end - begin; }
 };
 
-Error EwfLayoutReader::Add(const ByteSource &file, const std::string &name, EwfEnding *ending)
+Error EwfLayoutReader::CheckFileHeader(const ByteSource &file, const std::string &name)
 {
-    uint8_t bytes[kSectionHeaderBytes];
-    if (file.Size() < kFileHeaderBytes)
+    constexpr size_t kNumberAt = 9;
+    uint8_t bytes[kFileHeaderBytes];
+    if (file.Size() < sizeof bytes)
         return Cut(name);
-    if (Error error = file.ReadAt(0, bytes, kFileHeaderBytes))
+    if (Error error = file.ReadAt(0, bytes, sizeof bytes))
         return error;
     ++_files;
     _mayBeCopy = false;
-    if (Little16(bytes + 9) != _files)
+    return U16At({bytes, sizeof bytes}, kNumberAt) == _files ? Error{} : Damaged(name);
+}
+
+Result<EwfLayoutReader::Section> EwfLayoutReader::ReadSection(const ByteSource &file, uint64_t at,
+                                                              const std::string &name)
+{
+    constexpr size_t kTypeBytes = 16;
+    uint8_t bytes[kSectionHeaderBytes];
+    if (at > file.Size() || file.Size() - at < sizeof bytes)
+        return Cut(name);
+    if (Error error = file.ReadAt(at, bytes, sizeof bytes))
+        return error;
+    const ByteView header = {bytes, sizeof bytes};
+    if (!HasChecksum(header) || ++_sections > kMostSections)
         return Damaged(name);
+    ByteReader reader(header);
+    const ByteView type = reader.Bytes(kTypeBytes);
+    const uint8_t *typeEnd = std::find(type.data, type.data + type.size, uint8_t{0});
+    return Section{std::string(type.data, typeEnd), at + sizeof bytes, reader.U64()};
+}
+
+Result<EwfEnding> EwfLayoutReader::Add(const ByteSource &file, const std::string &name)
+{
+    if (Error error = CheckFileHeader(file, name))
+        return error;
     for (uint64_t at = kFileHeaderBytes;;) {
-        if (at > file.Size() || file.Size() - at < sizeof bytes)
-            return Cut(name);
-        if (Error error = file.ReadAt(at, bytes, sizeof bytes))
-            return error;
-        if (!HasChecksum(bytes, sizeof bytes) || ++_sections > kMostSections)
-            return Damaged(name);
-        Section section;
-        std::memcpy(section.type, bytes, sizeof section.type - 1);
-        section.begin = at + sizeof bytes;
-        section.end = Little64(bytes + 16);
-        if (section.Is("done") || section.Is("next")) {
-            *ending = section.Is("done") ? EwfEnding::kIsLast : EwfEnding::kMoreFollow;
-            return _lacksTable ? Damaged(name) : Error{};
+        const auto section = ReadSection(file, at, name);
+        if (!section)
+            return section.Failure();
+        const bool isLast = section->type == "done";
+        if (isLast || section->type == "next") {
+            if (_lacksTable)
+                return Damaged(name);
+            return isLast ? EwfEnding::kIsLast : EwfEnding::kMoreFollow;
         }
-        if (section.end < section.begin)
+        if (section->end < section->begin)
             return Damaged(name);
-        if (section.end > file.Size())
+        if (section->end > file.Size())
             return Cut(name);
-        if (Error error = TakeSection(file, section, name))
+        if (Error error = TakeSection(file, *section, name))
             return error;
-        at = section.end;
+        at = section->end;
     }
 }
 
 Error EwfLayoutReader::TakeSection(const ByteSource &file, const Section &section,
                                    const std::string &name)
 {
-    if (section.Is("table") || section.Is("table2"))
+    if (section.type == "table" || section.type == "table2")
         return TakeTable(file, section, name);
     _mayBeCopy = false;
     if (_lacksTable)
         return Damaged(name);
-    const bool isDisk = section.Is("volume") || section.Is("disk") || section.Is("data");
+    const bool isDisk =
+        section.type == "volume" || section.type == "disk" || section.type == "data";
     if (isDisk && _layout.chunkBytes == 0)
         return TakeDisk(file, section);
-    return section.Is("error2") ? TakeLost(file, section) : Error{};
+    return section.type == "error2" ? TakeLost(file, section) : Error{};
 }
 
-// A description that does not fit its checksum is left; "data" repeats it.
+// A description that does not fit its checksum is skipped; a later section "data" repeats it.
 Error EwfLayoutReader::TakeDisk(const ByteSource &file, const Section &section)
 {
-    constexpr size_t kLong = 1052;
-    constexpr size_t kShort = 94;
-    uint8_t bytes[kLong];
-    const size_t count = section.Bytes() >= kLong ? kLong : kShort;
-    if (section.Bytes() < count)
+    uint8_t bytes[kLongDescription];
+    const bool isLong = section.Bytes() >= kLongDescription;
+    const ByteView description = {bytes, isLong ? kLongDescription : kShortDescription};
+    if (section.Bytes() < description.size)
         return {};
-    if (Error error = file.ReadAt(section.begin, bytes, count))
+    if (Error error = file.ReadAt(section.begin, bytes, description.size))
         return error;
-    if (!HasChecksum(bytes, count) || !SetDisk(bytes, count))
-        return {};
-    _layout.hasChecksums = count == kLong;
+    if (HasChecksum(description) && SetDisk(description))
+        _layout.hasChecksums = isLong;
     return {};
 }
 
-bool EwfLayoutReader::SetDisk(const uint8_t *description, size_t bytes)
+bool EwfLayoutReader::SetDisk(ByteView description)
 {
-    constexpr size_t kShort = 94;
+    constexpr size_t kSectorsOfChunkAt = 8;
     constexpr uint64_t kMostBytes = INT64_MAX;
-    const uint64_t sectorsOfChunk = Little32(description + 8);
-    const uint64_t sectorBytes = Little32(description + 12);
-    const uint64_t sectors =
-        bytes == kShort ? Little32(description + 16) : Little64(description + 16);
+    ByteReader reader(description, kSectorsOfChunkAt);
+    const uint64_t sectorsOfChunk = reader.U32();
+    const uint64_t sectorBytes = reader.U32();
+    const uint64_t sectors = description.size == kShortDescription ? reader.U32() : reader.U64();
     const uint64_t chunkBytes = sectorsOfChunk * sectorBytes;
     if (chunkBytes == 0 || chunkBytes > kLargestChunk || sectors > kMostBytes / sectorBytes)
         return false;
@@ -130,69 +149,84 @@ bool EwfLayoutReader::SetDisk(const uint8_t *description, size_t bytes)
     return true;
 }
 
-// A second table after another one is its copy, and takes its place if that one is damaged.
+// A second table right after another one is its copy, and replaces it if it is damaged.
 Error EwfLayoutReader::TakeTable(const ByteSource &file, const Section &section,
                                  const std::string &name)
 {
-    uint8_t bytes[kTableHeaderBytes] = {};
-    const bool isCopy = section.Is("table2") && _mayBeCopy;
-    if (_lacksTable && !section.Is("table2"))
+    const bool isSecond = section.type == "table2";
+    const bool isCopy = isSecond && _mayBeCopy;
+    if (_lacksTable && !isSecond)
         return Damaged(name);
-    if (section.Bytes() >= sizeof bytes) {
-        if (Error error = file.ReadAt(section.begin, bytes, sizeof bytes))
-            return error;
-    }
-    EwfTable table;
-    table.file = _files - 1;
-    table.count = Little32(bytes);
-    table.base = Little64(bytes + 8);
-    table.firstChunk = _layout.chunks;
-    table.entriesAt = section.begin + sizeof bytes;
-    const uint64_t room = section.Bytes() - std::min<uint64_t>(section.Bytes(), sizeof bytes);
-    const bool isSound = HasChecksum(bytes, sizeof bytes) && table.count <= room / kEntryBytes;
+    auto table = ReadTable(file, section);
+    if (!table)
+        return table.Failure();
+    const bool isSound = table->has_value();
     _mayBeCopy = !isCopy && isSound;
     if (isCopy) {
-        if (isSound && table.count == _layout.tables.back().count)
-            _layout.tables.back().copyAt = table.entriesAt;
+        if (isSound && (*table)->count == _layout.tables.back().count)
+            _layout.tables.back().copyAt = (*table)->entriesAt;
         return {};
     }
     _lacksTable = !isSound;
     if (!isSound)
-        return section.Is("table2") ? Damaged(name) : Error{};
+        return isSecond ? Damaged(name) : Error{};
     if (_layout.tables.size() == kMostTables)
         return Damaged(name);
-    _layout.chunks += table.count;
-    _layout.tables.push_back(table);
+    _layout.chunks += (*table)->count;
+    _layout.tables.push_back(**table);
     return {};
 }
 
-// In sectors for now, since the size of one may come later.
+Result<std::optional<EwfTable>> EwfLayoutReader::ReadTable(const ByteSource &file,
+                                                           const Section &section) const
+{
+    uint8_t bytes[kTableHeaderBytes];
+    if (section.Bytes() < sizeof bytes)
+        return std::optional<EwfTable>();
+    if (Error error = file.ReadAt(section.begin, bytes, sizeof bytes))
+        return error;
+    const ByteView header = {bytes, sizeof bytes};
+    ByteReader reader(header);
+    EwfTable table;
+    table.file = _files - 1;
+    table.count = reader.U32();
+    reader.Skip(4);
+    table.base = reader.U64();
+    table.firstChunk = _layout.chunks;
+    table.entriesAt = section.begin + sizeof bytes;
+    const uint64_t room = (section.Bytes() - sizeof bytes) / kEntryBytes;
+    const bool isSound = HasChecksum(header) && table.count <= room;
+    return isSound ? std::optional(table) : std::nullopt;
+}
+
+// In sectors at first, since their size may come later in the file.
 Error EwfLayoutReader::TakeLost(const ByteSource &file, const Section &section)
 {
     constexpr size_t kHeaderBytes = 520;
     constexpr size_t kLostBytes = 8;
-    uint8_t header[kHeaderBytes];
-    if (section.Bytes() < sizeof header)
+    uint8_t bytes[kHeaderBytes];
+    if (section.Bytes() < sizeof bytes)
         return {};
-    if (Error error = file.ReadAt(section.begin, header, sizeof header))
+    if (Error error = file.ReadAt(section.begin, bytes, sizeof bytes))
         return error;
-    const uint32_t count = std::min<uint32_t>(Little32(header), kMostLost);
-    if (!HasChecksum(header, sizeof header) ||
-        (section.Bytes() - sizeof header) / kLostBytes < count)
+    const ByteView header = {bytes, sizeof bytes};
+    const uint32_t count = std::min<uint32_t>(U32At(header, 0), kMostLost);
+    if (!HasChecksum(header) || (section.Bytes() - sizeof bytes) / kLostBytes < count)
         return {};
     std::vector<uint8_t> lost(count * kLostBytes);
-    if (Error error = file.ReadAt(section.begin + sizeof header, lost.data(), lost.size()))
+    if (Error error = file.ReadAt(section.begin + sizeof bytes, lost.data(), lost.size()))
         return error;
-    for (size_t at = 0; at < lost.size(); at += kLostBytes) {
-        const uint32_t sectors = Little32(lost.data() + at + 4);
+    for (ByteReader reader(lost); reader.Left() > 0;) {
+        const uint32_t first = reader.U32();
+        const uint32_t sectors = reader.U32();
         _layout.lostSectors += sectors;
         if (sectors > 0 && _layout.lost.size() < kMostLost)
-            _layout.lost.push_back({Little32(lost.data() + at), sectors});
+            _layout.lost.push_back({first, sectors});
     }
     return {};
 }
 
-// Puts the lost sectors in order, in bytes, each once and none beyond the end of the disk.
+// Converts the lost sectors to bytes, in order, each once and none beyond the end of the disk.
 void EwfLayoutReader::JoinLost()
 {
     ByteRanges sectors;
@@ -208,14 +242,13 @@ void EwfLayoutReader::JoinLost()
     CutRanges(_layout.diskBytes, &_layout.lost);
 }
 
-Error EwfLayoutReader::Finish(EwfLayout *layout)
+Result<EwfLayout> EwfLayoutReader::Finish()
 {
     if (_layout.chunkBytes == 0)
-        return {Status::kDamagedContainer,
-                "the E01 image is damaged: nothing says how large its disk is"};
+        return Error{Status::kDamagedContainer,
+                     "the E01 image is damaged: nothing says how large its disk is"};
     JoinLost();
-    *layout = std::move(_layout);
-    return {};
+    return std::move(_layout);
 }
 
 }  // namespace vx

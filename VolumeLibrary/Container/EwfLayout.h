@@ -5,28 +5,29 @@
 // disk and the tables of chunks. The images of the older kind, S01 among them, describe the disk in
 // 94 bytes instead of 1052 and have no checksum for the entries of a table.
 //
-// What is checked: every section begins after the one before and within its file; a table lies in
-// its section; numbers are multiplied without overflow. The entries of the tables are not read
-// here. Memory: 48 bytes for a table, of which there may be kMostTables, and 1 MiB for the list of
-// lost sectors.
+// What is checked: every section begins after the previous one and lies within its file; a table
+// lies in its section; no product overflows. The entries of the tables are not read here. Memory:
+// 48 bytes for each of at most kMostTables tables, and 1 MiB for the list of lost sectors.
 #pragma once
 
 #include "ByteSource.h"
+#include "ByteView.h"
 #include "Error.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vx {
 
-// The entries of a run of chunks: 32 bits for each, the place in the file relative to base; the
-// highest bit says that the chunk is packed.
+// The entries of a run of chunks: 32 bits for each, its place in the file relative to base. The
+// highest bit means that the chunk is packed.
 struct EwfTable {
-    uint32_t file = 0;   // its number in the list of files, from 0 on
+    uint32_t file = 0;   // its index in the list of files
     uint32_t count = 0;  // entries
     uint64_t firstChunk = 0;
     uint64_t entriesAt = 0;
-    uint64_t copyAt = 0;  // the entries of a copy of the table; 0: there is none
+    uint64_t copyAt = 0;  // the entries of a copy of the table; 0 if there is none
     uint64_t base = 0;
 };
 
@@ -38,8 +39,8 @@ struct EwfLayout {
     uint64_t chunks = 0;           // in all of them
     uint64_t lostSectors = 0;      // that could not be read when the image was made
     uint32_t sectorBytes = 0;
-    // The lost sectors in bytes of the disk, in ascending order, apart from each other; of the
-    // entries of an image's lists the first kMostLost.
+    // The lost sectors in bytes of the disk, in ascending order, without overlaps: those of the
+    // first kMostLost entries of the image's lists.
     ByteRanges lost;
 };
 
@@ -52,28 +53,32 @@ public:
     static constexpr uint32_t kLargestChunk = uint32_t{16} << 20;
     static constexpr size_t kMostLost = size_t{1} << 16;
 
-    // The next file of the image; name is for messages. Errors: kImageTruncated if it ends early,
-    // kReadFailed.
-    Error Add(const ByteSource &file, const std::string &name, EwfEnding *ending);
+    // The next file of the image; name is for messages. Errors: kTruncatedImage if it ends early,
+    // kDamagedContainer, those of its reads.
+    Result<EwfEnding> Add(const ByteSource &file, const std::string &name);
 
-    // After the last file. Errors: kReadFailed if nothing says how large the disk is.
-    Error Finish(EwfLayout *layout);
+    // After the last file. Errors: kDamagedContainer if nothing says how large the disk is.
+    Result<EwfLayout> Finish();
 
 private:
     struct Section;
 
+    Error CheckFileHeader(const ByteSource &file, const std::string &name);
+    Result<Section> ReadSection(const ByteSource &file, uint64_t at, const std::string &name);
     Error TakeSection(const ByteSource &file, const Section &section, const std::string &name);
     Error TakeDisk(const ByteSource &file, const Section &section);
     Error TakeTable(const ByteSource &file, const Section &section, const std::string &name);
+    // Nothing if the table does not fit its checksum or its section.
+    Result<std::optional<EwfTable>> ReadTable(const ByteSource &file, const Section &section) const;
     Error TakeLost(const ByteSource &file, const Section &section);
-    bool SetDisk(const uint8_t *description, size_t bytes);
+    bool SetDisk(ByteView description);
     void JoinLost();
 
     EwfLayout _layout;
     uint32_t _files = 0;
     size_t _sections = 0;
-    bool _lacksTable = false;  // the one before could not be used
-    bool _mayBeCopy = false;   // the section before was a table
+    bool _lacksTable = false;  // the previous table could not be used
+    bool _mayBeCopy = false;   // the previous section was a table
 };
 
 }  // namespace vx

@@ -1,6 +1,6 @@
 #include "EwfSource.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 #include "ZlibStream.h"
 
 #include <algorithm>
@@ -64,7 +64,7 @@ Error EwfSource::ReadChunks(uint64_t offset, uint8_t *place, size_t count) const
     return {};
 }
 
-// Whole sectors are looked at, since part of one may well be zeros.
+// Checks whole sectors, since part of a good one may well be zeros.
 Error EwfSource::CheckLost(uint64_t offset, size_t count) const
 {
     const uint64_t sectorBytes = _layout.sectorBytes;
@@ -145,14 +145,14 @@ Error EwfSource::LoadListed(const EwfTable &table, uint64_t number, uint8_t *pla
 {
     constexpr uint32_t kIsPacked = uint32_t{1} << 31;
     const ByteSource &file = *_files[table.file].source;
-    uint64_t entriesAt = 0;
-    if (Error error = FindEntries(table, &entriesAt))
-        return error;
+    const auto entriesAt = FindEntries(table);
+    if (!entriesAt)
+        return entriesAt.Failure();
     uint8_t bytes[kEntryBytes];
-    if (Error error =
-            file.ReadAt(entriesAt + (number - table.firstChunk) * kEntryBytes, bytes, sizeof bytes))
+    const uint64_t at = *entriesAt + (number - table.firstChunk) * kEntryBytes;
+    if (Error error = file.ReadAt(at, bytes, sizeof bytes))
         return error;
-    const uint32_t entry = Little32(bytes);
+    const uint32_t entry = U32At({bytes, sizeof bytes}, 0);
     const uint32_t place31 = entry & ~kIsPacked;
     if (table.base > file.Size())
         return Damaged("a table of it is damaged");
@@ -164,7 +164,7 @@ Error EwfSource::LoadListed(const EwfTable &table, uint64_t number, uint8_t *pla
     return LoadPlain(table, table.base + entry, number, place);
 }
 
-Error EwfSource::FindEntries(const EwfTable &table, uint64_t *entriesAt) const
+Result<uint64_t> EwfSource::FindEntries(const EwfTable &table) const
 {
     const auto index = static_cast<size_t>(&table - _layout.tables.data());
     std::atomic<Entries> &which = _entries[index];
@@ -177,15 +177,14 @@ Error EwfSource::FindEntries(const EwfTable &table, uint64_t *entriesAt) const
         else if (table.copyAt != 0 && !CheckEntries(table, table.copyAt))
             which = Entries::kCopy;
         else {
-            // Another thread may have read it meanwhile.
+            // Another thread may have read them meanwhile.
             Entries unknown = Entries::kUnknown;
             if (++_tableFailures[index] >= kMostTries)
                 which.compare_exchange_strong(unknown, Entries::kLost);
             return error;
         }
     }
-    *entriesAt = which == Entries::kFirst ? table.entriesAt : table.copyAt;
-    return {};
+    return which == Entries::kFirst ? table.entriesAt : table.copyAt;
 }
 
 Error EwfSource::CheckEntries(const EwfTable &table, uint64_t at) const
@@ -205,23 +204,24 @@ Error EwfSource::CheckEntries(const EwfTable &table, uint64_t at) const
     }
     if (Error error = file.ReadAt(at, bytes.data(), kChecksumBytes))
         return error;
-    return Little32(bytes.data()) == sum ? Error{} : Damaged("a table of it is damaged");
+    return U32At({bytes.data(), kChecksumBytes}, 0) == sum ? Error{}
+                                                           : Damaged("a table of it is damaged");
 }
 
-// A stream of blocks that hold nothing could go on for as long as the file.
+// The limit of the input is for streams of empty blocks, which could be as long as the file.
 Error EwfSource::LoadPacked(const EwfTable &table, uint64_t at, uint64_t number,
                             uint8_t *place) const
 {
     constexpr uint64_t kSlack = 1024;
     const ByteSource &file = *_files[table.file].source;
     const uint64_t end = std::min(file.Size(), at + 2 * uint64_t{_layout.chunkBytes} + kSlack);
-    size_t done = 0;
-    if (Error error = UnpackZlib(file, {at, end}, place, _layout.chunkBytes, &done))
-        return error;
-    return done >= LengthOf(number) ? Error{} : Damaged("a chunk of it is too short");
+    const auto unpacked = UnpackZlib(file, {at, end}, place, _layout.chunkBytes);
+    if (!unpacked)
+        return unpacked.Failure();
+    return *unpacked >= LengthOf(number) ? Error{} : Damaged("a chunk of it is too short");
 }
 
-// The last chunk is stored in full by some programs and by others as far as the disk goes.
+// Some programs store the last chunk in full, others up to the end of the disk.
 Error EwfSource::LoadPlain(const EwfTable &table, uint64_t at, uint64_t number,
                            uint8_t *place) const
 {
@@ -233,7 +233,7 @@ Error EwfSource::LoadPlain(const EwfTable &table, uint64_t at, uint64_t number,
             return error;
         if (Error error = file.ReadAt(at + length, checksum, sizeof checksum))
             return error;
-        if (Adler32({place, length}) == Little32(checksum))
+        if (Adler32({place, length}) == U32At({checksum, sizeof checksum}, 0))
             return {};
     }
     return Damaged("a chunk of it does not fit its checksum");

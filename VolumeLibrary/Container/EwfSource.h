@@ -1,20 +1,20 @@
-// The contents of an E01 or S01 image as a byte source. A chunk that does not fit its checksum
-// cannot be read, instead of reading as something else; the others can.
+// The disk in an E01 or S01 image as a byte source. Reading a chunk that does not fit its checksum
+// fails; the other chunks remain readable.
 //
-// What is checked: a table of chunks is used once its entries fit their checksum (images of the
-// older kind have none), or those of its copy do; a chunk is read within its file, and unpacked
+// What is checked: a table is used after its entries, or those of its copy, have been found to fit
+// their checksum (images of the older kind have none). A chunk is read within its file and unpacked
 // into room for one chunk, whatever the image says about its length. The Adler-32 of a chunk that
 // is not packed lies after it; that of a packed one is part of its zlib stream.
 //
 // Some images have files of more than 2 GiB, in which an entry's highest bit is part of the place
-// of a chunk that is not packed. So that is tried where nothing packed is found, and decided by
-// the checksum.
+// of a chunk that is not packed. If no packed chunk is found there, that reading is tried, and the
+// checksum decides.
 //
-// A sector that could not be read when the image was made, and is nothing but zeros in it, cannot
-// be read here either: nobody knows what it held.
+// A sector that could not be read when the image was made, and holds only zeros in it, cannot be
+// read here either: its contents are unknown.
 //
-// Ownership: shares the files. Threads: any number at a time; parts of chunks are handed out one by
-// one. Memory: one chunk, of 32 KiB in most images and 16 MiB at most, and a byte for each table.
+// Ownership: shares the files. Threads: any number at a time; reads of parts of chunks take turns.
+// Memory: one chunk, of 32 KiB in most images and 16 MiB at most, and a byte for each table.
 // Errors: SystemError with "read at" and the place on the disk, EIO for what is damaged, missing or
 // cut off, otherwise the errno of the file.
 #pragma once
@@ -48,8 +48,8 @@ public:
 private:
     enum class Entries : uint8_t { kUnknown, kFirst, kCopy, kLost };
 
-    // What reads around a bad place asks for each sector of a chunk. A passing error is healed by
-    // these tries; after that the chunk, or a table, fails without being read.
+    // A caller that reads around a bad place asks for each sector of a chunk. So many tries outlast a
+    // passing error; after them the chunk or table fails without being read.
     static constexpr uint8_t kMostTries = 4;
     // Chunks whose failures are counted: a few megabytes at most.
     static constexpr size_t kMostCounted = size_t{1} << 16;
@@ -63,7 +63,8 @@ private:
     bool IsGivenUp(uint64_t number) const;
     void CountFailure(uint64_t number) const;
     Error LoadListed(const EwfTable &table, uint64_t number, uint8_t *place) const;
-    Error FindEntries(const EwfTable &table, uint64_t *entriesAt) const;
+    // Where the entries lie that fit their checksum.
+    Result<uint64_t> FindEntries(const EwfTable &table) const;
     Error CheckEntries(const EwfTable &table, uint64_t at) const;
     Error LoadPacked(const EwfTable &table, uint64_t at, uint64_t number, uint8_t *place) const;
     Error LoadPlain(const EwfTable &table, uint64_t at, uint64_t number, uint8_t *place) const;
@@ -74,7 +75,7 @@ private:
 
     const std::vector<EwfFile> _files;
     const EwfLayout _layout;
-    mutable std::vector<std::atomic<Entries>> _entries;  // of each table, which of its copies holds
+    mutable std::vector<std::atomic<Entries>> _entries;  // of each table: which entries are sound
     mutable std::vector<std::atomic<uint8_t>> _tableFailures;
     mutable Mutex _failuresMutex;
     mutable std::unordered_map<uint64_t, uint8_t> _failures VX_GUARDED_BY(_failuresMutex);

@@ -34,7 +34,7 @@ std::string Digits(size_t number, size_t width)
     return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
 }
 
-// Counting with letters; empty if the number has more places than that.
+// The number in letters; empty if it needs more than width of them.
 std::string LettersOf(size_t number, size_t width, char first)
 {
     std::string letters(width, first);
@@ -43,7 +43,7 @@ std::string LettersOf(size_t number, size_t width, char first)
     return number == 0 ? letters : "";
 }
 
-// The third letter goes on from the one of the first part: E01 to E99, EAA to EZZ, FAA to ZZZ.
+// The first letter continues from that of the first part: E01 to E99, EAA to EZZ, FAA to ZZZ.
 std::string EwfSuffix(const std::string &given, size_t number)
 {
     constexpr size_t kMostWithDigits = 99;
@@ -109,7 +109,8 @@ std::optional<PartNames> PartNames::OfEwf(const std::string &path)
     std::string suffix = path.substr(path.size() - kSuffix);
     if (std::isalpha(static_cast<unsigned char>(suffix[0])) == 0)
         return std::nullopt;
-    // Of the later ones of many parts, the first letter may be another one than that of the first.
+    // A suffix of three letters is not accepted: its first letter need not be that of the first
+    // part.
     if (!AreDigits(suffix.substr(1)))
         return std::nullopt;
     PartNames names(Kind::kEwf, path.substr(0, path.size() - kSuffix), std::move(suffix), 1);
@@ -173,7 +174,7 @@ size_t PartNames::CountWithoutGap() const
     return count;
 }
 
-bool PartNames::ExistsBehind(size_t number) const
+bool PartNames::ExistsBeyond(size_t number) const
 {
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(FolderOf(_stem).c_str()));
     if (folder == nullptr)

@@ -1,6 +1,6 @@
 #include "VhdBlocks.h"
 
-#include "Big.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint64_t kSector = 512;
 constexpr uint64_t kBits = 8;
-// As many sectors as the bits of one sector describe.
+// The bytes that the bits of one sector describe.
 constexpr uint64_t kMostAtOnce = kSector * kBits * kSector;
 
 Error Missing(const char *what)
@@ -58,17 +58,18 @@ Error VhdBlocks::ReadInBlock(uint64_t offset, uint8_t *place, size_t count) cons
     const uint64_t number = offset / _shape.blockBytes;
     if (number >= _shape.entries)
         return Missing("the table of the VHD image ends before this place");
-    uint8_t entry[4];
-    if (Error error = _file->ReadAt(_shape.tableAt + number * sizeof entry, entry, sizeof entry))
+    uint8_t bytes[4];
+    if (Error error = _file->ReadAt(_shape.tableAt + number * sizeof bytes, bytes, sizeof bytes))
         return error;
-    if (Big32(entry) != kNotStored)
-        return ReadStored(Big32(entry) * kSector, offset % _shape.blockBytes, place, count);
+    const uint32_t sector = ByteReader({bytes, sizeof bytes}).BigU32();
+    if (sector != kNotStored)
+        return ReadStored(sector * kSector, offset % _shape.blockBytes, place, count);
     std::memset(place, 0, count);
     return {};
 }
 
-// block: where it lies in the file; skip: how far into its data. At most kMostAtOnce, which need
-// no more than one sector of bits.
+// block: its place in the file; skip: the offset in its data. At most kMostAtOnce bytes, whose bits
+// fill one sector at most.
 Error VhdBlocks::ReadStored(uint64_t block, uint64_t skip, uint8_t *place, size_t count) const
 {
     const uint64_t sectors = _shape.blockBytes / kSector;

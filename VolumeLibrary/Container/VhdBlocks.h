@@ -1,10 +1,10 @@
-// The disk in a VHD image that grows: a table says where each block of it lies in the file; a block
-// begins with a bit for each of its sectors. Blocks that the file has not, and sectors whose bit is
-// not set, are zeros.
+// The disk in a VHD image that grows. A table says where each block of the disk lies in the file; a
+// block begins with a bit for each of its sectors. Blocks that the file does not hold, and sectors
+// whose bit is not set, are zeros.
 //
-// Ownership: shares the file. Threads: any number at a time. Memory: none but the stack. Errors:
-// SystemError with "read at" and the place on the disk, EIO for what lies beyond the end of the
-// table or the file.
+// Ownership: shares the file. Threads: any number at a time. Memory: only the stack. Errors:
+// kSystemError with "read at" and the place on the disk, EIO for what lies beyond the end of the
+// table or the file, otherwise the errno of the file.
 #pragma once
 
 #include "ByteSource.h"
@@ -16,13 +16,14 @@ namespace vx {
 
 class VhdBlocks final : public ByteSource {
 public:
+    static constexpr uint32_t kSmallestBlock = 512;
     static constexpr uint32_t kLargestBlock = uint32_t{1} << 28;
 
     struct Shape {
         uint64_t diskBytes = 0;
         uint64_t tableAt = 0;
         uint32_t entries = 0;     // of the table
-        uint32_t blockBytes = 0;  // a power of two, from 512 to kLargestBlock
+        uint32_t blockBytes = 0;  // a power of two, from kSmallestBlock to kLargestBlock
     };
 
     VhdBlocks(std::shared_ptr<const ByteSource> file, Shape shape)

@@ -1,15 +1,14 @@
 #include "VhdImage.h"
 
-#include "Big.h"
-#include "ContainerKind.h"
-#include "Little.h"
+#include "ByteReader.h"
 #include "PartOfSource.h"
+#include "PowerOfTwo.h"
 #include "VhdBlocks.h"
 #include "Wtf8.h"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <optional>
 #include <utility>
 
 namespace vx {
@@ -20,7 +19,6 @@ using Source = std::shared_ptr<const ByteSource>;
 constexpr size_t kFooterBytes = 512;
 constexpr size_t kHeaderBytes = 1024;
 
-using Footer = std::array<uint8_t, kFooterBytes>;
 using Header = std::array<uint8_t, kHeaderBytes>;
 
 enum class DiskType : uint32_t { kFixed = 2, kGrowing = 3, kDifferencing = 4 };
@@ -36,74 +34,77 @@ Error EndsEarly()
     return {Status::kTruncatedImage, "the VHD image ends early"};
 }
 
-bool ReadFooter(const ByteSource &file, uint64_t at, Footer *footer)
+// The checksum is the complement of the sum of all bytes but its own.
+bool HasChecksum(ByteView bytes, size_t checksumAt)
 {
-    return file.Size() >= kFooterBytes && !file.ReadAt(at, footer->data(), footer->size());
-}
-
-bool ReadLast(const ByteSource &file, Footer *footer)
-{
-    return ReadFooter(file, file.Size() - std::min<uint64_t>(file.Size(), kFooterBytes), footer);
-}
-
-ByteView ViewOf(const Footer &footer)
-{
-    return {footer.data(), footer.size()};
-}
-
-bool HasChecksum(const Header &header)
-{
-    constexpr size_t kChecksumAt = 36;
     uint32_t sum = 0;
-    for (size_t at = 0; at < header.size(); ++at)
-        sum += at >= kChecksumAt && at < kChecksumAt + 4 ? 0 : header[at];
-    return Big32(header.data() + kChecksumAt) == ~sum;
+    for (size_t at = 0; at < bytes.size; ++at)
+        sum += at >= checksumAt && at < checksumAt + 4 ? 0 : bytes.data[at];
+    return ByteReader(bytes, checksumAt).BigU32() == ~sum;
 }
 
-// One that grows begins like its footer, whatever happened to both.
-bool IsFixedWithoutFooter(const ByteSource &file)
+// An image that grows begins with a copy of the footer at its end.
+struct Footer {
+    bool hasMark = false;
+    bool isSound = false;  // it has the mark and fits its checksum
+    uint64_t headerAt = 0;
+    uint64_t diskBytes = 0;
+    DiskType type = {};
+};
+
+Footer ParseFooter(ByteView bytes)
 {
-    Footer first;
-    Footer last;
-    return ReadFooter(file, 0, &first) && !IsVhd(ViewOf(first)) && ReadLast(file, &last) &&
-           !HasSoundVhdFooter(ViewOf(last));
+    constexpr size_t kHeaderPlaceAt = 16;
+    constexpr size_t kCurrentSizeAt = 48;
+    constexpr size_t kTypeAt = 60;
+    constexpr size_t kChecksumAt = 64;
+    Footer footer;
+    footer.hasMark = ByteReader(bytes).TakeMark("conectix");
+    footer.isSound = footer.hasMark && HasChecksum(bytes, kChecksumAt);
+    footer.headerAt = ByteReader(bytes, kHeaderPlaceAt).BigU64();
+    footer.diskBytes = ByteReader(bytes, kCurrentSizeAt).BigU64();
+    footer.type = DiskType(ByteReader(bytes, kTypeAt).BigU32());
+    return footer;
 }
 
-// A file that grows has its footer at both ends. Of the two, the one at the end is newer.
-Error FindFooter(const ByteSource &file, Footer *footer, VhdImage *image)
+// Nothing if it cannot be read.
+std::optional<Footer> ReadFooter(const ByteSource &file, uint64_t at)
 {
-    Footer first;
-    const bool hasFirst = ReadFooter(file, 0, &first) && HasSoundVhdFooter(ViewOf(first));
-    const bool hasLast = ReadLast(file, footer);
-    if (hasLast && HasSoundVhdFooter(ViewOf(*footer)))
-        return {};
-    if (!hasFirst)
-        return Damaged();
-    if (!hasLast || file.Size() == kFooterBytes || !IsVhd(ViewOf(*footer)))
-        return EndsEarly();
-    *footer = first;
-    image->notes.emplace_back("the footer of the VHD image is damaged; its copy is used");
-    return {};
+    std::array<uint8_t, kFooterBytes> bytes;
+    if (file.Size() < kFooterBytes || file.ReadAt(at, bytes.data(), bytes.size()))
+        return std::nullopt;
+    return ParseFooter({bytes.data(), bytes.size()});
 }
 
-uint64_t DiskBytes(const Footer &footer)
+std::optional<Footer> ReadFirst(const ByteSource &file)
 {
-    constexpr size_t kCurrentSize = 48;
-    return Big64(footer.data() + kCurrentSize);
+    return ReadFooter(file, 0);
 }
 
-Error OpenFixed(const Source &file, const Footer &footer, VhdImage *image)
+std::optional<Footer> ReadLast(const ByteSource &file)
 {
+    return ReadFooter(file, file.Size() - std::min<uint64_t>(file.Size(), kFooterBytes));
+}
+
+Result<Container> OpenFixed(const Source &file, const Footer &footer)
+{
+    Container container;
     const uint64_t stored = file->Size() - kFooterBytes;
-    if (DiskBytes(footer) > stored)
-        image->notes.push_back("the VHD image says that it holds " +
-                               std::to_string(DiskBytes(footer)) + " bytes and holds " +
-                               std::to_string(stored));
-    image->disk = std::make_shared<PartOfSource>(file, 0, std::min(DiskBytes(footer), stored));
-    return {};
+    if (footer.diskBytes > stored)
+        container.notes.push_back("the VHD image says that it holds " +
+                                  std::to_string(footer.diskBytes) + " bytes and holds " +
+                                  std::to_string(stored));
+    container.source = std::make_shared<PartOfSource>(file, 0, std::min(footer.diskBytes, stored));
+    return container;
 }
 
-// The name is for a terminal.
+Container OpenFixedWithoutFooter(const Source &file)
+{
+    return {std::make_shared<PartOfSource>(file, 0, file->Size() - kFooterBytes),
+            {"the footer of the VHD image is damaged"}};
+}
+
+// A name for a message: control characters could do harm to a terminal.
 std::string Text(std::vector<uint8_t> bytes, bool isBig)
 {
     for (size_t at = 0; isBig && at + 1 < bytes.size(); at += 2)
@@ -114,91 +115,127 @@ std::string Text(std::vector<uint8_t> bytes, bool isBig)
     return text;
 }
 
-// Where the parent is, as one of the platforms noted it; empty if none says so.
-std::string LocatedParent(const ByteSource &file, const Header &header)
+// The path of the parent in one of the locators of this kind; empty if there is none.
+std::string LocatedParent(const ByteSource &file, const Header &header, std::string_view kind)
 {
     constexpr size_t kFirst = 576;
-    constexpr size_t kLocatorBytes = 24;
     constexpr size_t kLocators = 8;
     constexpr uint32_t kLongest = 4096;
-    for (const char *code : {"W2ku", "W2ru"}) {
-        for (size_t number = 0; number < kLocators; ++number) {
-            const uint8_t *locator = header.data() + kFirst + number * kLocatorBytes;
-            std::vector<uint8_t> bytes(std::min(Big32(locator + 8), kLongest));
-            if (std::memcmp(locator, code, 4) == 0 && !bytes.empty() &&
-                !file.ReadAt(Big64(locator + 16), bytes.data(), bytes.size()))
-                return Text(std::move(bytes), false);
-        }
+    ByteReader reader({header.data(), header.size()}, kFirst);
+    for (size_t number = 0; number < kLocators; ++number) {
+        const bool isOfKind = reader.TakeMark(kind);
+        reader.Skip(4);  // the room for it in the file
+        std::vector<uint8_t> bytes(std::min(reader.BigU32(), kLongest));
+        reader.Skip(4);
+        const uint64_t place = reader.BigU64();
+        if (isOfKind && !bytes.empty() && !file.ReadAt(place, bytes.data(), bytes.size()))
+            return Text(std::move(bytes), false);
     }
     return {};
 }
 
-Error HasParent(const ByteSource &file, const Header &header)
+std::string ParentOf(const ByteSource &file, const Header &header)
 {
-    constexpr size_t kName = 64;
+    constexpr size_t kNameAt = 64;
     constexpr size_t kNameBytes = 512;
-    std::string parent = LocatedParent(file, header);
-    if (parent.empty())
-        parent = Text({header.begin() + kName, header.begin() + kName + kNameBytes}, true);
+    for (const char *kind : {"W2ku", "W2ru"}) {
+        std::string parent = LocatedParent(file, header, kind);
+        if (!parent.empty())
+            return parent;
+    }
+    const ByteView name = ByteReader({header.data(), header.size()}, kNameAt).Bytes(kNameBytes);
+    return Text(name.Copy(), true);
+}
+
+Error HasParent(const std::string &parent)
+{
     return {Status::kUnsupportedContainer, "it is a differencing VHD; its parent is " +
                                                (parent.empty() ? "not named" : parent) +
                                                ", and both must be merged into one image first"};
 }
 
-Error OpenGrowing(const Source &file, const Footer &footer, VhdImage *image)
+bool IsHeader(ByteView header)
 {
-    constexpr size_t kDataOffset = 16;
-    constexpr size_t kType = 60;
-    Header header;
-    if (Error error =
-            file->ReadAt(Big64(footer.data() + kDataOffset), header.data(), header.size()))
-        return error.status == Status::kTruncatedImage ? EndsEarly() : error;
-    if (std::memcmp(header.data(), "cxsparse", 8) != 0 || !HasChecksum(header))
-        return Damaged();
-    if (DiskType(Big32(footer.data() + kType)) == DiskType::kDifferencing)
-        return HasParent(*file, header);
+    constexpr size_t kChecksumAt = 36;
+    return ByteReader(header).TakeMark("cxsparse") && HasChecksum(header, kChecksumAt);
+}
+
+VhdBlocks::Shape ShapeOf(const Footer &footer, ByteView header)
+{
+    constexpr size_t kTableAt = 16;
     VhdBlocks::Shape shape;
-    shape.diskBytes = DiskBytes(footer);
-    shape.tableAt = Big64(header.data() + 16);
-    shape.entries = Big32(header.data() + 28);
-    shape.blockBytes = Big32(header.data() + 32);
-    if (!IsPowerOfTwo(shape.blockBytes) || shape.blockBytes < 512 ||
-        shape.blockBytes > VhdBlocks::kLargestBlock || shape.diskBytes > uint64_t{INT64_MAX})
+    ByteReader reader(header, kTableAt);
+    shape.diskBytes = footer.diskBytes;
+    shape.tableAt = reader.BigU64();
+    reader.Skip(4);  // version
+    shape.entries = reader.BigU32();
+    shape.blockBytes = reader.BigU32();
+    return shape;
+}
+
+bool MakesSense(const VhdBlocks::Shape &shape)
+{
+    return IsPowerOfTwo(shape.blockBytes) && shape.blockBytes >= VhdBlocks::kSmallestBlock &&
+           shape.blockBytes <= VhdBlocks::kLargestBlock && shape.diskBytes <= uint64_t{INT64_MAX};
+}
+
+Result<Container> OpenGrowing(const Source &file, const Footer &footer)
+{
+    Header header;
+    if (Error error = file->ReadAt(footer.headerAt, header.data(), header.size()))
+        return error.status == Status::kTruncatedImage ? EndsEarly() : error;
+    const ByteView bytes = {header.data(), header.size()};
+    if (!IsHeader(bytes))
+        return Damaged();
+    if (footer.type == DiskType::kDifferencing)
+        return HasParent(ParentOf(*file, header));
+    const VhdBlocks::Shape shape = ShapeOf(footer, bytes);
+    if (!MakesSense(shape))
         return Damaged();
     if (shape.tableAt > file->Size() || (file->Size() - shape.tableAt) / 4 < shape.entries)
         return EndsEarly();
-    image->disk = std::make_shared<VhdBlocks>(file, shape);
-    return {};
+    return Container{std::make_shared<VhdBlocks>(file, shape)};
+}
+
+Result<Container> OpenWith(const Footer &footer, const Source &file)
+{
+    switch (footer.type) {
+    case DiskType::kFixed:
+        return OpenFixed(file, footer);
+    case DiskType::kGrowing:
+    case DiskType::kDifferencing:
+        return OpenGrowing(file, footer);
+    }
+    return Damaged();
 }
 
 }  // namespace
 
 bool IsVhdImage(const ByteSource &file)
 {
-    Footer footer;
-    return (ReadLast(file, &footer) && IsVhd(ViewOf(footer))) ||
-           (ReadFooter(file, 0, &footer) && IsVhd(ViewOf(footer)));
+    const auto hasMark = [](const std::optional<Footer> &footer) {
+        return footer && footer->hasMark;
+    };
+    return hasMark(ReadLast(file)) || hasMark(ReadFirst(file));
 }
 
-Error OpenVhd(const Source &file, VhdImage *image)
+Result<Container> OpenVhd(const Source &file)
 {
-    constexpr size_t kType = 60;
-    Footer footer;
-    if (IsFixedWithoutFooter(*file)) {
-        image->notes.emplace_back("the footer of the VHD image is damaged");
-        image->disk = std::make_shared<PartOfSource>(file, 0, file->Size() - kFooterBytes);
-        return {};
-    }
-    if (Error error = FindFooter(*file, &footer, image))
-        return error;
-    switch (DiskType(Big32(footer.data() + kType))) {
-    case DiskType::kFixed:
-        return OpenFixed(file, footer, image);
-    case DiskType::kGrowing:
-    case DiskType::kDifferencing:
-        return OpenGrowing(file, footer, image);
-    }
-    return Damaged();
+    const auto first = ReadFirst(*file);
+    const auto last = ReadLast(*file);
+    if (last && last->isSound)
+        return OpenWith(*last, file);
+    if (first && last && !first->hasMark)
+        return OpenFixedWithoutFooter(file);
+    if (!first || !first->isSound)
+        return Damaged();
+    if (!last || !last->hasMark || file->Size() == kFooterBytes)
+        return EndsEarly();
+    auto container = OpenWith(*first, file);
+    if (container)
+        container->notes.insert(container->notes.begin(),
+                                "the footer of the VHD image is damaged; its copy is used");
+    return container;
 }
 
 }  // namespace vx

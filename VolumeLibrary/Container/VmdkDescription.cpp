@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -41,40 +42,42 @@ bool IsExtent(const std::string &line)
     return access == "RW" || access == "RDONLY" || access == "NOACCESS";
 }
 
-Error SetKind(const std::string &kind, VmdkExtent *extent)
+Result<VmdkExtent::Kind> KindNamed(const std::string &word)
 {
-    if (kind == "FLAT" || kind == "VMFS")
-        extent->kind = VmdkExtent::Kind::kFlat;
-    else if (kind == "SPARSE")
-        extent->kind = VmdkExtent::Kind::kGrowing;
-    else if (kind == "ZERO")
-        extent->kind = VmdkExtent::Kind::kZeros;
-    else
-        return {Status::kUnsupportedContainer,
-                "it is a VMDK image with a part of the kind " + ShownName(kind)};
-    return {};
+    if (word == "FLAT" || word == "VMFS")
+        return VmdkExtent::Kind::kFlat;
+    if (word == "SPARSE")
+        return VmdkExtent::Kind::kGrowing;
+    if (word == "ZERO")
+        return VmdkExtent::Kind::kZeros;
+    return Error{Status::kUnsupportedContainer,
+                 "it is a VMDK image with a part of the kind " + ShownName(word)};
 }
 
-Error ParseExtent(const std::string &line, VmdkExtent *extent)
+Result<VmdkExtent> ParseExtent(const std::string &line)
 {
+    VmdkExtent extent;
     std::istringstream words(line);
     std::string access;
-    std::string kind;
-    if (!(words >> access >> extent->sectors >> kind))
+    std::string word;
+    if (!(words >> access >> extent.sectors >> word))
         return Damaged();
     if (access == "NOACCESS")
-        return {Status::kUnsupportedContainer,
-                "it is a VMDK image with a part that may not be read (NOACCESS)"};
-    if (Error error = SetKind(kind, extent))
-        return error;
-    extent->name = Quoted(line);
-    if (extent->kind != VmdkExtent::Kind::kZeros && extent->name.empty())
+        return Error{Status::kUnsupportedContainer,
+                     "it is a VMDK image with a part that may not be read (NOACCESS)"};
+    const auto kind = KindNamed(word);
+    if (!kind)
+        return kind.Failure();
+    extent.kind = *kind;
+    extent.name = Quoted(line);
+    if (extent.kind != VmdkExtent::Kind::kZeros && extent.name.empty())
         return Damaged();
-    if (extent->kind == VmdkExtent::Kind::kFlat)
-        std::istringstream(line.substr(line.rfind('"') + 1)) >> extent->first;
-    const bool isTooLarge = extent->sectors > VmdkDescription::kMostSectors ||
-                            extent->first > VmdkDescription::kMostSectors;
-    return isTooLarge ? Damaged() : Error{};
+    if (extent.kind == VmdkExtent::Kind::kFlat)
+        std::istringstream(line.substr(line.rfind('"') + 1)) >> extent.first;
+    if (extent.sectors > VmdkDescription::kMostSectors ||
+        extent.first > VmdkDescription::kMostSectors)
+        return Damaged();
+    return extent;
 }
 
 Error IsSnapshot(const std::string &parent)
@@ -86,9 +89,10 @@ Error IsSnapshot(const std::string &parent)
 
 }  // namespace
 
-Error VmdkDescription::Parse(const std::string &text, VmdkDescription *description)
+Result<VmdkDescription> VmdkDescription::Parse(const std::string &text)
 {
     constexpr const char *kNoParent = "ffffffff";
+    VmdkDescription description;
     std::string parent;
     bool isSnapshot = false;
     uint64_t sectors = 0;
@@ -100,15 +104,17 @@ Error VmdkDescription::Parse(const std::string &text, VmdkDescription *descripti
             parent = Quoted(line);
         if (!IsExtent(line))
             continue;
-        VmdkExtent extent;
-        if (Error error = ParseExtent(line, &extent))
-            return error;
-        sectors += extent.sectors;
-        if (sectors > kMostSectors || description->extents.size() == kMostExtents)
+        auto extent = ParseExtent(line);
+        if (!extent)
+            return extent.Failure();
+        sectors += extent->sectors;
+        if (sectors > kMostSectors || description.extents.size() == kMostExtents)
             return Damaged();
-        description->extents.push_back(std::move(extent));
+        description.extents.push_back(std::move(*extent));
     }
-    return isSnapshot ? IsSnapshot(parent) : Error{};
+    if (isSnapshot)
+        return IsSnapshot(parent);
+    return description;
 }
 
 std::string ShownName(std::string name)

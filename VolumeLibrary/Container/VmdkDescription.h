@@ -1,5 +1,4 @@
-// The text of a VMDK image, which names the files that hold the disk and the image that it is a
-// snapshot of.
+// The text of a VMDK image. It names the files that hold the disk and, for a snapshot, the parent.
 //
 // Format: "Virtual Disk Format 5.0", VMware, technical note. The text is a list of lines; those of
 // extents look like: RW 16384 FLAT "disk-flat.vmdk" 0
@@ -18,9 +17,9 @@ struct VmdkExtent {
     enum class Kind { kFlat, kGrowing, kZeros };
 
     Kind kind = Kind::kFlat;
-    uint64_t sectors = 0;  // at most kMostSectors, as are those of all together
-    uint64_t first = 0;    // of a flat one: where it begins in its file, at most kMostSectors
-    std::string name;      // of its file, as it was written
+    uint64_t sectors = 0;  // at most kMostSectors, also for all extents together
+    uint64_t first = 0;    // kFlat: the sector in its file, at most kMostSectors
+    std::string name;      // of its file, as written in the text
 };
 
 struct VmdkDescription {
@@ -30,9 +29,9 @@ struct VmdkDescription {
 
     std::vector<VmdkExtent> extents;
 
-    // Errors: kContainerNotSupported for a snapshot, with its parent, and for an extent of a kind
-    // that is not known; kReadFailed for what makes no sense.
-    static Error Parse(const std::string &text, VmdkDescription *description);
+    // Errors: kUnsupportedContainer for a snapshot, with its parent, and for an extent of an
+    // unknown kind; kDamagedContainer for a text that makes no sense.
+    static Result<VmdkDescription> Parse(const std::string &text);
 };
 
 // A name of the text for a message: control characters could do harm to a terminal.

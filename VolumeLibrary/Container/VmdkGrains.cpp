@@ -1,6 +1,6 @@
 #include "VmdkGrains.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 #include "ZlibStream.h"
 
 #include <algorithm>
@@ -46,10 +46,11 @@ Error VmdkGrains::ReadAt(uint64_t offset, void *buffer, size_t count) const
 
 Error VmdkGrains::ReadInGrain(uint64_t offset, uint8_t *place, size_t count) const
 {
-    constexpr uint32_t kReadsAsZeros = 1;  // and 0, which was never written, does so, too
-    uint32_t sector = 0;
-    if (Error error = FindGrain(offset / GrainBytes(), &sector))
-        return error;
+    constexpr uint32_t kReadsAsZeros = 1;  // as does 0, a grain that was never written
+    const auto found = FindGrain(offset / GrainBytes());
+    if (!found)
+        return found.Failure();
+    const uint32_t sector = *found;
     if (sector <= kReadsAsZeros) {
         std::memset(place, 0, count);
         return {};
@@ -60,32 +61,32 @@ Error VmdkGrains::ReadInGrain(uint64_t offset, uint8_t *place, size_t count) con
                                  : CopyPacked(sector, offset, place, count);
 }
 
-Error VmdkGrains::FindGrain(uint64_t number, uint32_t *sector) const
+Result<uint32_t> VmdkGrains::FindGrain(uint64_t number) const
 {
-    Error error = FindIn(_header.directory, number, sector);
-    if (error && _header.secondDirectory != 0 && !FindIn(_header.secondDirectory, number, sector))
-        return {};
-    return error;
+    auto sector = FindIn(_header.directory, number);
+    if (sector || _header.secondDirectory == 0)
+        return sector;
+    auto inCopy = FindIn(_header.secondDirectory, number);
+    return inCopy ? inCopy : sector;
 }
 
-Error VmdkGrains::FindIn(uint64_t directory, uint64_t number, uint32_t *sector) const
+Result<uint32_t> VmdkGrains::FindIn(uint64_t directory, uint64_t number) const
 {
-    uint32_t table = 0;
-    if (Error error = ReadNumber(directory, number / _header.entries, &table))
-        return error;
-    *sector = 0;
-    return table == 0 ? Error{} : ReadNumber(table, number % _header.entries, sector);
+    constexpr uint32_t kNoTable = 0;
+    auto table = ReadNumber(directory, number / _header.entries);
+    if (!table || *table == kNoTable)
+        return table;
+    return ReadNumber(*table, number % _header.entries);
 }
 
-Error VmdkGrains::ReadNumber(uint64_t sector, uint64_t index, uint32_t *number) const
+Result<uint32_t> VmdkGrains::ReadNumber(uint64_t sector, uint64_t index) const
 {
     uint8_t bytes[4];
     if (sector > _file->Size() / kSector)
         return Damaged("a table of the VMDK image lies beyond its end");
     if (Error error = _file->ReadAt(sector * kSector + index * sizeof bytes, bytes, sizeof bytes))
         return error;
-    *number = Little32(bytes);
-    return {};
+    return U32At({bytes, sizeof bytes}, 0);
 }
 
 Error VmdkGrains::CopyPacked(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const
@@ -103,24 +104,26 @@ Error VmdkGrains::CopyPacked(uint32_t sector, uint64_t offset, uint8_t *place, s
     return {};
 }
 
-// Before a packed grain lie the sector of the disk where it begins and its length. A stream of
-// blocks that hold nothing could be longer than what it unpacks to; no sound one is.
+// A packed grain comes after a marker with its sector on the disk and its length. The limit of the
+// length is for streams of empty blocks, which could be as long as the file.
 Error VmdkGrains::Unpack(uint32_t sector, uint64_t number, uint8_t *place) const
 {
     constexpr uint64_t kSlack = 1024;
-    uint8_t marker[12];
+    uint8_t bytes[VmdkHeader::kMarkerBytes];
     const uint64_t at = sector * kSector;
-    if (Error error = _file->ReadAt(at, marker, sizeof marker))
+    if (Error error = _file->ReadAt(at, bytes, sizeof bytes))
         return error;
-    const uint64_t begin = at + sizeof marker;
-    const uint64_t length = Little32(marker + 8);
-    if (Little64(marker) != number * _header.grain || length > 2 * GrainBytes() + kSlack)
+    ByteReader marker({bytes, sizeof bytes});
+    const uint64_t sectorOfDisk = marker.U64();
+    const uint64_t length = marker.U32();
+    if (sectorOfDisk != number * _header.grain || length > 2 * GrainBytes() + kSlack)
         return Damaged("a packed piece of the VMDK image is damaged");
-    size_t done = 0;
-    if (Error error = UnpackZlib(*_file, {begin, begin + length}, place, GrainBytes(), &done))
-        return error;
+    const uint64_t begin = at + sizeof bytes;
+    const auto unpacked = UnpackZlib(*_file, {begin, begin + length}, place, GrainBytes());
+    if (!unpacked)
+        return unpacked.Failure();
     const uint64_t needed = std::min(GrainBytes(), Size() - number * GrainBytes());
-    return done >= needed ? Error{} : Damaged("a packed piece of the VMDK image is too short");
+    return *unpacked >= needed ? Error{} : Damaged("a packed piece of the VMDK image is too short");
 }
 
 }  // namespace vx

@@ -1,14 +1,14 @@
 // The disk in a VMDK file that grows: a directory names tables, and these name the pieces
-// ("grains") of the disk, packed or not. What no table names is zeros.
+// ("grains") of the disk, packed or not. A grain that no table names is zeros.
 //
-// What is checked: every number is looked up where the header says that it lies, within the file;
-// nothing is allocated by a number of the file, but for one packed grain of 2 MiB at most. A packed
-// grain must say that it is the one which is looked for, and is unpacked into room for one grain.
-// If a table cannot be read, its copy is.
+// What is checked: every table and grain lies within the file. No number of the file decides how
+// much memory is used, but for one packed grain of at most 2 MiB. The marker of a packed grain must
+// name its sector on the disk, and it is unpacked into room for one grain. If a table cannot be
+// read, its copy is.
 //
-// Ownership: shares the file. Threads: any number at a time; parts of packed grains are handed out
-// one by one. Errors: SystemError with "read at" and the place in this file's part of the disk, EIO
-// for what is damaged or lies beyond the end of the file, otherwise the errno of the file.
+// Ownership: shares the file. Threads: any number at a time; reads of parts of packed grains take
+// turns. Errors: kSystemError with "read at" and the place in this file's part of the disk, EIO for
+// what is damaged or lies beyond the end of the file, otherwise the errno of the file.
 #pragma once
 
 #include "ByteSource.h"
@@ -36,9 +36,10 @@ private:
 
     uint64_t GrainBytes() const { return _header.grain * VmdkHeader::kSector; }
     Error ReadInGrain(uint64_t offset, uint8_t *place, size_t count) const;
-    Error FindGrain(uint64_t number, uint32_t *sector) const;
-    Error FindIn(uint64_t directory, uint64_t number, uint32_t *sector) const;
-    Error ReadNumber(uint64_t sector, uint64_t index, uint32_t *number) const;
+    // The sector of the file where the grain lies; 0 if there is none.
+    Result<uint32_t> FindGrain(uint64_t number) const;
+    Result<uint32_t> FindIn(uint64_t directory, uint64_t number) const;
+    Result<uint32_t> ReadNumber(uint64_t sector, uint64_t index) const;
     Error CopyPacked(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const;
     // place has room for a whole grain.
     Error Unpack(uint32_t sector, uint64_t number, uint8_t *place) const;

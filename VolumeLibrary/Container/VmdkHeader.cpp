@@ -1,9 +1,9 @@
 #include "VmdkHeader.h"
 
-#include "Little.h"
+#include "ByteReader.h"
+#include "PowerOfTwo.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vx {
 namespace {
@@ -11,59 +11,71 @@ namespace {
 constexpr uint64_t kSector = VmdkHeader::kSector;
 constexpr uint64_t kAtTheEnd = ~uint64_t{0};
 
-std::optional<VmdkHeader> Parse(const uint8_t *bytes)
+bool MakesSense(const VmdkHeader &header)
 {
     constexpr uint64_t kMostSectors = uint64_t{1} << 42;
     constexpr uint64_t kLargestGrain = uint64_t{1} << 16;
     constexpr uint64_t kMostEntries = uint64_t{1} << 16;
+    const uint64_t largestGrain = header.isPacked ? VmdkHeader::kLargestPackedGrain : kLargestGrain;
+    return header.capacity <= kMostSectors && IsPowerOfTwo(header.grain) &&
+           header.grain <= largestGrain && header.entries > 0 && header.entries <= kMostEntries &&
+           header.directory > 0 &&
+           (header.directory <= kMostSectors || header.directory == kAtTheEnd);
+}
+
+Result<VmdkHeader> ReadAt(const ByteSource &file, uint64_t place)
+{
+    constexpr size_t kFlagsAt = 8;
     constexpr uint32_t kCopyFlag = 1u << 1;
     constexpr uint32_t kPackedFlag = 1u << 16;
-    const uint32_t flags = Little32(bytes + 8);
+    uint8_t bytes[kSector];
+    if (Error error = file.ReadAt(place, bytes, sizeof bytes))
+        return error;
+    ByteReader reader({bytes, sizeof bytes}, kFlagsAt);
     VmdkHeader header;
+    const uint32_t flags = reader.U32();
     header.isPacked = (flags & kPackedFlag) != 0;
-    header.capacity = Little64(bytes + 12);
-    header.grain = Little64(bytes + 20);
-    header.text = Little64(bytes + 28);
-    header.textSectors = Little64(bytes + 36);
-    header.entries = Little32(bytes + 44);
-    header.secondDirectory = (flags & kCopyFlag) != 0 ? Little64(bytes + 48) : 0;
-    header.directory = Little64(bytes + 56);
-    const uint64_t largestGrain = header.isPacked ? VmdkHeader::kLargestPackedGrain : kLargestGrain;
-    const bool makesSense = IsVmdkThatGrows({bytes, kSector}) && header.capacity <= kMostSectors &&
-                            IsPowerOfTwo(header.grain) && header.grain <= largestGrain &&
-                            header.entries > 0 && header.entries <= kMostEntries &&
-                            header.directory > 0 &&
-                            (header.directory <= kMostSectors || header.directory == kAtTheEnd);
-    return makesSense ? std::optional(header) : std::nullopt;
+    header.capacity = reader.U64();
+    header.grain = reader.U64();
+    header.text = reader.U64();
+    header.textSectors = reader.U64();
+    header.entries = reader.U32();
+    const uint64_t secondDirectory = reader.U64();
+    header.secondDirectory = (flags & kCopyFlag) != 0 ? secondDirectory : 0;
+    header.directory = reader.U64();
+    if (!IsVmdkThatGrows({bytes, sizeof bytes}) || !MakesSense(header))
+        return DamagedVmdk();
+    return header;
 }
 
 }  // namespace
 
-bool IsVmdkThatGrows(ByteView head)
+Error DamagedVmdk()
 {
-    constexpr char kMark[] = {'K', 'D', 'M', 'V'};
-    return head.size >= sizeof kMark && std::memcmp(head.data, kMark, sizeof kMark) == 0;
+    return {Status::kDamagedContainer,
+            "the VMDK image is damaged, or one of its parts is missing or cannot be read"};
 }
 
-Error ReadVmdkHeader(const ByteSource &file, std::optional<VmdkHeader> *header)
+bool IsVmdkThatGrows(ByteView head)
+{
+    return ByteReader(head).TakeMark("KDMV");
+}
+
+Result<VmdkHeader> ReadVmdkHeader(const ByteSource &file)
 {
     constexpr uint64_t kFromTheEnd = 2 * kSector;
-    uint8_t bytes[kSector];
-    if (Error error = file.ReadAt(0, bytes, sizeof bytes))
-        return error;
-    *header = Parse(bytes);
-    if (!*header || (*header)->directory != kAtTheEnd)
-        return {};
-    const VmdkHeader first = **header;
-    if (Error error =
-            file.ReadAt(file.Size() - std::min(file.Size(), kFromTheEnd), bytes, sizeof bytes))
-        return error;
-    *header = Parse(bytes);
-    if (!*header || (*header)->directory == kAtTheEnd)
-        return {Status::kTruncatedImage, "the last header of the image is missing", 0};
-    (*header)->text = first.text;
-    (*header)->textSectors = first.textSectors;
-    return {};
+    const auto first = ReadAt(file, 0);
+    if (!first || first->directory != kAtTheEnd)
+        return first;
+    auto last = ReadAt(file, file.Size() - std::min(file.Size(), kFromTheEnd));
+    const bool isDamaged = !last && last.Failure().status == Status::kDamagedContainer;
+    if (isDamaged || (last && last->directory == kAtTheEnd))
+        return Error{Status::kTruncatedImage, "the last header of the image is missing"};
+    if (!last)
+        return last;
+    last->text = first->text;
+    last->textSectors = first->textSectors;
+    return last;
 }
 
 }  // namespace vx

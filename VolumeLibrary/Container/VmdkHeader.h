@@ -6,31 +6,34 @@
 #include "ByteSource.h"
 #include "ByteView.h"
 
-#include <optional>
-
 namespace vx {
 
-// Places and sizes are in sectors of 512 bytes, but for entries.
+// Places and sizes are in sectors of 512 bytes, except for entries.
 struct VmdkHeader {
     static constexpr uint64_t kSector = 512;
     static constexpr uint64_t kLargestPackedGrain = uint64_t{1} << 12;
+    // Before a packed grain: its sector on the disk, 64 bits, and its length in bytes, 32 bits.
+    static constexpr size_t kMarkerBytes = 12;
 
     bool isPacked = false;
     uint64_t capacity = 0;         // at most 2^42
     uint64_t grain = 0;            // the size of a piece of the disk: a power of two up to 2^16
     uint64_t entries = 0;          // of a table: 1 to 2^16
     uint64_t directory = 0;        // where the list of tables lies
-    uint64_t secondDirectory = 0;  // where its copy lies; 0: there is none
-    uint64_t text = 0;             // where the description of the image lies; 0: there is none
+    uint64_t secondDirectory = 0;  // where its copy lies; 0 if there is none
+    uint64_t text = 0;             // where the description of the image lies; 0 if there is none
     uint64_t textSectors = 0;
 };
 
-// Whether such a file begins like this.
+// Whether the first bytes of a file are those of such a header.
 bool IsVmdkThatGrows(ByteView head);
 
-// header receives the header, that at the end if the first one leaves the place of the directory
-// to it; nothing if it makes no sense. Errors: those of the file's reads, TruncatedImage if the
-// file ends before it.
-Error ReadVmdkHeader(const ByteSource &file, std::optional<VmdkHeader> *header);
+// The header, or its copy at the end of the file if only that has the place of the directory.
+// Errors: those of the file's reads; DamagedVmdk if the header makes no sense; kTruncatedImage if
+// the copy does not or the file is too short.
+Result<VmdkHeader> ReadVmdkHeader(const ByteSource &file);
+
+// For a VMDK image that contradicts itself: kDamagedContainer.
+Error DamagedVmdk();
 
 }  // namespace vx

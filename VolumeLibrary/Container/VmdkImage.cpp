@@ -5,8 +5,8 @@
 #include "PartOfSource.h"
 #include "VmdkDescription.h"
 #include "VmdkGrains.h"
+#include "VmdkHeader.h"
 #include "VmdkTables.h"
-#include "ZeroSource.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,11 +21,23 @@ using Source = std::shared_ptr<const ByteSource>;
 
 constexpr uint64_t kSector = VmdkHeader::kSector;
 
-Error Damaged()
-{
-    return {Status::kDamagedContainer,
-            "the VMDK image is damaged, or one of its parts is missing or cannot be read"};
-}
+// What the text of an image calls ZERO.
+class Zeros final : public ByteSource {
+public:
+    explicit Zeros(uint64_t size) : _size(size) {}
+
+    uint64_t Size() const override { return _size; }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override
+    {
+        if (Error error = CheckRange(_size, offset, count))
+            return error;
+        std::fill_n(static_cast<uint8_t *>(buffer), count, uint8_t{0});
+        return {};
+    }
+
+private:
+    const uint64_t _size;
+};
 
 Error Cut(const std::string &name)
 {
@@ -58,143 +70,142 @@ Error CheckPartFile(const std::string &path, const std::string &name)
     return {};
 }
 
-Error OpenPart(FilePool &pool, const std::string &folder, const std::string &name, Source *part)
+Result<Source> OpenPart(FilePool &pool, const std::string &folder, const std::string &name)
 {
     if (Error error = CheckPartName(name))
         return error;
     if (Error error = CheckPartFile(folder + name, name))
         return error;
-    auto opened = pool.Open(folder + name);
-    if (opened) {
-        *part = std::move(*opened);
-        return {};
-    }
-    Error error = opened.Failure();
+    auto part = pool.Open(folder + name);
+    if (part)
+        return part;
+    Error error = part.Failure();
     if (IsPermissionError(error))
         error.detail = "your user may not read its part " + ShownName(name);
     return error;
 }
 
-// Tables of which some cannot be read, or lie beyond the end of the file, give way to their copy.
-Error CheckTables(const std::string &name, const ByteSource &file, VmdkHeader *header,
-                  VmdkImage *image)
+struct CheckedTables {
+    VmdkHeader header;  // its first directory is the one to use
+    std::vector<std::string> notes;
+};
+
+// If some tables cannot be read or lie beyond the end of the file, their copy is used.
+Result<CheckedTables> CheckTables(const std::string &name, const ByteSource &file,
+                                  const VmdkHeader &header)
 {
-    VmdkShortfall shortfall;
-    Error error = FindVmdkShortfall(file, *header, &shortfall);
-    if ((error || shortfall.isOfTables) && header->secondDirectory != 0) {
-        std::swap(header->directory, header->secondDirectory);
-        image->notes.push_back("the tables of " + name + " are damaged; their copy is used");
-        shortfall = {};
-        error = FindVmdkShortfall(file, *header, &shortfall);
+    CheckedTables checked = {header, {}};
+    auto shortfall = FindVmdkShortfall(file, header);
+    if ((!shortfall || shortfall->isOfTables) && header.secondDirectory != 0) {
+        std::swap(checked.header.directory, checked.header.secondDirectory);
+        checked.notes.push_back("the tables of " + name + " are damaged; their copy is used");
+        shortfall = FindVmdkShortfall(file, checked.header);
     }
-    if (error)
-        return error;
-    if (shortfall.isOfTables || (shortfall.isPacked && shortfall.missingBytes > 0))
+    if (!shortfall)
+        return shortfall.Failure();
+    if (shortfall->isOfTables || (shortfall->isPacked && shortfall->missingBytes > 0))
         return Cut(name);
-    if (shortfall.missingBytes > 0)
-        image->notes.push_back(name + " ends early; " + std::to_string(shortfall.missingBytes) +
-                               " bytes of the disk cannot be read");
-    return {};
+    if (shortfall->missingBytes > 0)
+        checked.notes.push_back(name + " ends early; " + std::to_string(shortfall->missingBytes) +
+                                " bytes of the disk cannot be read");
+    return checked;
 }
 
-Error ReadText(const ByteSource &file, uint64_t at, uint64_t bytes, std::string *text)
+Result<VmdkDescription> ReadDescription(const ByteSource &file, uint64_t at, uint64_t bytes)
 {
-    text->assign(static_cast<size_t>(std::min<uint64_t>(bytes, VmdkDescription::kLongestText)),
-                 '\0');
-    if (Error error = file.ReadAt(at, text->data(), text->size()))
+    std::string text(static_cast<size_t>(std::min<uint64_t>(bytes, VmdkDescription::kLongestText)),
+                     '\0');
+    if (Error error = file.ReadAt(at, text.data(), text.size()))
         return error;
-    return {};
+    return VmdkDescription::Parse(text);
 }
 
-// The text inside of a file that grows is of interest for one thing: whether it is a snapshot.
+// Fails if the text in a file that grows cannot be read or says that the file is a snapshot;
+// nothing else of it matters.
 Error CheckIsWhole(const ByteSource &file, const VmdkHeader &header)
 {
     const uint64_t sectors = file.Size() / kSector;
     if (header.text == 0 || header.text > sectors || header.textSectors > sectors - header.text)
         return {};
-    std::string text;
-    if (Error error = ReadText(file, header.text * kSector, header.textSectors * kSector, &text))
-        return error;
-    VmdkDescription description;
-    Error error = VmdkDescription::Parse(text, &description);
-    return error.status == Status::kUnsupportedContainer ? error : Error{};
+    const auto description =
+        ReadDescription(file, header.text * kSector, header.textSectors * kSector);
+    const bool isNoMatter =
+        description || description.Failure().status == Status::kDamagedContainer;
+    return isNoMatter ? Error{} : description.Failure();
 }
 
-Error OpenGrowing(const std::string &name, const Source &file, VmdkImage *image, Source *disk)
+Result<Container> OpenGrowing(const std::string &name, const Source &file)
 {
-    std::optional<VmdkHeader> header;
-    if (Error error = ReadVmdkHeader(*file, &header))
-        return error.status == Status::kTruncatedImage ? Cut(name) : error;
+    const auto header = ReadVmdkHeader(*file);
     if (!header)
-        return Damaged();
-    if (Error error = CheckTables(name, *file, &*header, image))
+        return header.Failure().status == Status::kTruncatedImage ? Cut(name) : header.Failure();
+    auto checked = CheckTables(name, *file, *header);
+    if (!checked)
+        return checked.Failure();
+    if (Error error = CheckIsWhole(*file, checked->header))
         return error;
-    if (Error error = CheckIsWhole(*file, *header))
-        return error;
-    *disk = std::make_shared<VmdkGrains>(file, *header);
-    return {};
+    return Container{std::make_shared<VmdkGrains>(file, checked->header),
+                     std::move(checked->notes)};
 }
 
-// The disk that a text describes.
+// The parts of the disk that a text describes.
 class Extents {
 public:
-    Extents(const VmdkPartOpener &openPart, VmdkImage *image) : _openPart(openPart), _image(image)
-    {
-    }
+    explicit Extents(const VmdkPartOpener &openPart) : _openPart(openPart) {}
 
-    Error Open(const VmdkExtent &extent, Source *disk)
+    Result<Source> Open(const VmdkExtent &extent)
     {
         const uint64_t bytes = extent.sectors * kSector;
-        if (extent.kind == VmdkExtent::Kind::kZeros) {
-            *disk = std::make_shared<ZeroSource>(bytes);
-            return {};
-        }
-        Source file;
-        const std::string name = ShownName(extent.name);
-        if (Error error = _openPart(extent.name, &file))
-            return error;
-        if (extent.kind == VmdkExtent::Kind::kFlat) {
-            if (file->Size() / kSector < extent.first + extent.sectors)
-                return Cut(name);
-            *disk = std::make_shared<PartOfSource>(file, extent.first * kSector, bytes);
-            return {};
-        }
-        if (!_growing.insert(extent.name).second)
-            return Refused(extent.name, "is named twice");
-        if (Error error = OpenGrowing(name, file, _image, disk))
-            return error;
-        if ((*disk)->Size() < bytes)
-            return Damaged();
-        *disk = std::make_shared<PartOfSource>(*disk, 0, bytes);
-        return {};
+        if (extent.kind == VmdkExtent::Kind::kZeros)
+            return Source(std::make_shared<Zeros>(bytes));
+        const auto file = _openPart(extent.name);
+        if (!file)
+            return file.Failure();
+        if (extent.kind == VmdkExtent::Kind::kGrowing)
+            return OpenPiece(extent, *file);
+        if ((*file)->Size() / kSector < extent.first + extent.sectors)
+            return Cut(ShownName(extent.name));
+        return Source(std::make_shared<PartOfSource>(*file, extent.first * kSector, bytes));
     }
+
+    std::vector<std::string> TakeNotes() { return std::move(_notes); }
 
 private:
+    Result<Source> OpenPiece(const VmdkExtent &extent, const Source &file)
+    {
+        if (!_growing.insert(extent.name).second)
+            return Refused(extent.name, "is named twice");
+        const auto piece = OpenGrowing(ShownName(extent.name), file);
+        if (!piece)
+            return piece.Failure();
+        const uint64_t bytes = extent.sectors * kSector;
+        if (piece->source->Size() < bytes)
+            return DamagedVmdk();
+        _notes.insert(_notes.end(), piece->notes.begin(), piece->notes.end());
+        return Source(std::make_shared<PartOfSource>(piece->source, 0, bytes));
+    }
+
     const VmdkPartOpener &_openPart;
-    VmdkImage *const _image;
     std::set<std::string> _growing;
+    std::vector<std::string> _notes;
 };
 
-Error OpenText(const Source &file, const VmdkPartOpener &openPart, VmdkImage *image)
+Result<Container> OpenText(const Source &file, const VmdkPartOpener &openPart)
 {
-    std::string text;
-    if (Error error = ReadText(*file, 0, file->Size(), &text))
-        return error;
-    VmdkDescription description;
-    if (Error error = VmdkDescription::Parse(text, &description))
-        return error;
-    if (description.extents.empty())
-        return Damaged();
-    Extents extents(openPart, image);
+    const auto description = ReadDescription(*file, 0, file->Size());
+    if (!description)
+        return description.Failure();
+    if (description->extents.empty())
+        return DamagedVmdk();
+    Extents extents(openPart);
     std::vector<Source> parts;
-    for (const VmdkExtent &extent : description.extents) {
-        Source part;
-        if (Error error = extents.Open(extent, &part))
-            return error;
-        parts.push_back(std::move(part));
+    for (const VmdkExtent &extent : description->extents) {
+        auto part = extents.Open(extent);
+        if (!part)
+            return part.Failure();
+        parts.push_back(std::move(*part));
     }
-    image->disk = std::make_shared<JoinedSource>(std::move(parts));
-    return {};
+    return Container{std::make_shared<JoinedSource>(std::move(parts)), extents.TakeNotes()};
 }
 
 }  // namespace
@@ -202,20 +213,20 @@ Error OpenText(const Source &file, const VmdkPartOpener &openPart, VmdkImage *im
 VmdkPartOpener VmdkPartsBeside(const std::string &path)
 {
     const std::string folder = path.substr(0, path.rfind('/') + 1);
-    return [pool = FilePool::Make(), folder](const std::string &name, Source *part) {
-        return OpenPart(*pool, folder, name, part);
+    return [pool = FilePool::Make(), folder](const std::string &name) {
+        return OpenPart(*pool, folder, name);
     };
 }
 
-Error OpenVmdk(const std::string &name, const Source &file, const VmdkPartOpener &openPart,
-               VmdkImage *image)
+Result<Container> OpenVmdk(const std::string &name, const Source &file,
+                           const VmdkPartOpener &openPart)
 {
     uint8_t head[4] = {};
     if (Error error = file->ReadAt(
             0, head, static_cast<size_t>(std::min<uint64_t>(sizeof head, file->Size()))))
         return error;
-    return IsVmdkThatGrows({head, sizeof head}) ? OpenGrowing(name, file, image, &image->disk)
-                                                : OpenText(file, openPart, image);
+    return IsVmdkThatGrows({head, sizeof head}) ? OpenGrowing(name, file)
+                                                : OpenText(file, openPart);
 }
 
 }  // namespace vx

@@ -1,40 +1,31 @@
-// VMDK images: one file that grows, or a text that names the files which hold the disk.
+// VMDK images: one file that grows, or a text that names the files that hold the disk.
 //
-// What the text may name: a regular file in the folder of the text. A path to elsewhere, a link, a
-// FIFO or a device is refused with its name before it is opened, so that a text from an unknown
-// hand makes nobody wait and reads nothing that was not given with it. A file that grows may be
-// named once only. A snapshot is refused with the name of its parent, since what it does not hold
-// itself would read as zeros.
+// The text may name regular files in its own folder. A path to elsewhere, a link, a FIFO or a
+// device is refused by name and not opened, so that a text of unknown origin can neither block the
+// program nor make it read other files. A file that grows may be named once only. A snapshot is
+// refused with the name of its parent, since what it does not hold itself would read as zeros.
 //
-// Memory: of the text 1 MiB at most, and 4096 extents. Of its files only some are open at a time
+// Memory: at most 1 MiB of the text and 4096 extents. Only some of its files are open at a time
 // (FilePool.h).
 #pragma once
 
-#include "ByteSource.h"
-#include "Error.h"
+#include "Container.h"
 
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace vx {
 
-struct VmdkImage {
-    std::shared_ptr<const ByteSource> disk;
-    // A line for each file of which a part of the disk is missing; reading that part fails.
-    std::vector<std::string> notes;
-};
-
+// Opens a file that the text names.
 using VmdkPartOpener =
-    std::function<Error(const std::string &name, std::shared_ptr<const ByteSource> *part)>;
+    std::function<Result<std::shared_ptr<const ByteSource>>(const std::string &name)>;
 
-// What opens the parts that lie beside the image of this path, as is said above.
+// Opens the files beside the image of this path, under the rules above.
 VmdkPartOpener VmdkPartsBeside(const std::string &path);
 
-// name: of the file, for messages. Errors: kImageTruncated with the file named if one is missing or
-// ends so early that nothing can be read, kPermissionDenied, kContainerNotSupported, kReadFailed.
-Error OpenVmdk(const std::string &name, const std::shared_ptr<const ByteSource> &file,
-               const VmdkPartOpener &openPart, VmdkImage *image);
+// name: of the file, for messages. A note names each file of which a part of the disk is missing;
+// reading that part fails. Errors: kTruncatedImage with the name of a file that is missing or too
+// short to read anything of it; kUnsupportedContainer; kDamagedContainer; kSystemError.
+Result<Container> OpenVmdk(const std::string &name, const std::shared_ptr<const ByteSource> &file,
+                           const VmdkPartOpener &openPart);
 
 }  // namespace vx

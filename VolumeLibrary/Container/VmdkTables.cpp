@@ -1,6 +1,6 @@
 #include "VmdkTables.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <vector>
@@ -12,51 +12,52 @@ constexpr uint64_t kSector = VmdkHeader::kSector;
 
 class Tables {
 public:
-    Tables(const ByteSource &file, const VmdkHeader &header, VmdkShortfall *shortfall)
-        : _file(file), _shortfall(*shortfall), _header(header)
-    {
-    }
+    Tables(const ByteSource &file, const VmdkHeader &header) : _file(file), _header(header) {}
 
-    Error Walk();
+    Result<VmdkShortfall> Walk();
 
 private:
-    Error ReadNumbers(uint64_t sector, uint64_t count, std::vector<uint8_t> *bytes);
+    Result<std::vector<uint8_t>> ReadNumbers(uint64_t sector, uint64_t count);
     Error WalkDirectory();
     Error WalkTable(uint64_t sector, uint64_t firstGrain);
     void CheckGrain(uint64_t sector, uint64_t number);
     Error CheckLastPacked();
 
     const ByteSource &_file;
-    VmdkShortfall &_shortfall;
     const VmdkHeader &_header;
+    VmdkShortfall _shortfall;
     uint64_t _bytesRead = 0;
-    uint64_t _lastPacked = 0;  // the sector where the last packed piece of the file begins
+    uint64_t _lastPacked = 0;  // the sector where the last packed grain of the file begins
 };
 
-// Nothing is read if the numbers do not all lie in the file. No tables of a sound file are larger
-// than that in all; those of another one are left.
-Error Tables::ReadNumbers(uint64_t sector, uint64_t count, std::vector<uint8_t> *bytes)
+// No bytes if the numbers do not all lie in the file, or if more would be read in all than the file
+// has: the tables of a sound file do not overlap.
+Result<std::vector<uint8_t>> Tables::ReadNumbers(uint64_t sector, uint64_t count)
 {
-    bytes->clear();
+    std::vector<uint8_t> bytes;
     const uint64_t size = _file.Size();
     const uint64_t length = count * 4;
     if (sector > size / kSector || length > size - sector * kSector) {
         _shortfall.isOfTables = true;
-        return {};
+        return bytes;
     }
     _bytesRead += length;
     if (_bytesRead > size)
-        return {};
-    bytes->resize(static_cast<size_t>(length));
-    return _file.ReadAt(sector * kSector, bytes->data(), bytes->size());
+        return bytes;
+    bytes.resize(static_cast<size_t>(length));
+    if (Error error = _file.ReadAt(sector * kSector, bytes.data(), bytes.size()))
+        return error;
+    return bytes;
 }
 
-Error Tables::Walk()
+Result<VmdkShortfall> Tables::Walk()
 {
     _shortfall.isPacked = _header.isPacked;
     if (Error error = WalkDirectory())
         return error;
-    return CheckLastPacked();
+    if (Error error = CheckLastPacked())
+        return error;
+    return _shortfall;
 }
 
 Error Tables::WalkDirectory()
@@ -64,15 +65,15 @@ Error Tables::WalkDirectory()
     constexpr uint64_t kNumbersAtOnce = 4096;
     const uint64_t ofTable = _header.grain * _header.entries;
     const uint64_t tables = (_header.capacity + ofTable - 1) / ofTable;
-    std::vector<uint8_t> numbers;
     for (uint64_t first = 0; first < tables; first += kNumbersAtOnce) {
         const uint64_t count = std::min(kNumbersAtOnce, tables - first);
-        if (Error error = ReadNumbers(_header.directory + first * 4 / kSector, count, &numbers))
-            return error;
-        if (numbers.empty())
+        const auto numbers = ReadNumbers(_header.directory + first * 4 / kSector, count);
+        if (!numbers)
+            return numbers.Failure();
+        if (numbers->empty())
             break;
         for (size_t i = 0; i < count; ++i) {
-            const uint32_t sector = Little32(numbers.data() + 4 * i);
+            const uint32_t sector = U32At(*numbers, 4 * i);
             if (sector == 0)  // nothing was written there yet
                 continue;
             if (Error error = WalkTable(sector, (first + i) * _header.entries))
@@ -84,17 +85,17 @@ Error Tables::WalkDirectory()
 
 Error Tables::WalkTable(uint64_t sector, uint64_t firstGrain)
 {
-    std::vector<uint8_t> numbers;
-    if (Error error = ReadNumbers(sector, _header.entries, &numbers))
-        return error;
-    for (size_t i = 0; i < numbers.size() / 4; ++i)
-        CheckGrain(Little32(numbers.data() + 4 * i), firstGrain + i);
+    const auto numbers = ReadNumbers(sector, _header.entries);
+    if (!numbers)
+        return numbers.Failure();
+    for (size_t i = 0; i < numbers->size() / 4; ++i)
+        CheckGrain(U32At(*numbers, 4 * i), firstGrain + i);
     return {};
 }
 
 void Tables::CheckGrain(uint64_t sector, uint64_t number)
 {
-    constexpr uint64_t kReadsAsZeros = 1;  // and 0 does so, too
+    constexpr uint64_t kReadsAsZeros = 1;  // as does 0
     const uint64_t before = number * _header.grain;
     if (sector <= kReadsAsZeros || before >= _header.capacity)
         return;
@@ -107,10 +108,11 @@ void Tables::CheckGrain(uint64_t sector, uint64_t number)
     _shortfall.missingBytes += stored - std::min(stored, left);
 }
 
-// How long a packed piece is only the piece itself tells.
+// Only its marker says how long a packed grain is.
 Error Tables::CheckLastPacked()
 {
-    uint8_t marker[12];
+    constexpr size_t kLengthAt = 8;
+    uint8_t marker[VmdkHeader::kMarkerBytes];
     if (_lastPacked == 0)
         return {};
     const uint64_t left = _file.Size() - std::min(_file.Size(), _lastPacked * kSector);
@@ -118,7 +120,7 @@ Error Tables::CheckLastPacked()
     if (left >= length) {
         if (Error error = _file.ReadAt(_lastPacked * kSector, marker, sizeof marker))
             return error;
-        length += Little32(marker + 8);
+        length += U32At({marker, sizeof marker}, kLengthAt);
     }
     if (left < length)
         _shortfall.missingBytes = _header.grain * kSector;
@@ -127,9 +129,9 @@ Error Tables::CheckLastPacked()
 
 }  // namespace
 
-Error FindVmdkShortfall(const ByteSource &file, const VmdkHeader &header, VmdkShortfall *shortfall)
+Result<VmdkShortfall> FindVmdkShortfall(const ByteSource &file, const VmdkHeader &header)
 {
-    return Tables(file, header, shortfall).Walk();
+    return Tables(file, header).Walk();
 }
 
 }  // namespace vx

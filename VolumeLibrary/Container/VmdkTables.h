@@ -1,5 +1,5 @@
-// The tables of a VMDK file that grows, which say where each piece ("grain") of the disk lies in
-// the file. They tell what a file that was cut short lacks before anybody reads it.
+// The tables of a VMDK file that grows say where each piece ("grain") of the disk lies in the file.
+// So they show, before the disk is read, what is missing from a file that was cut short.
 #pragma once
 
 #include "ByteSource.h"
@@ -13,8 +13,8 @@ struct VmdkShortfall {
     uint64_t missingBytes = 0;  // of the disk, beyond the end of the file
 };
 
-// shortfall receives what the file lacks, by the tables of the header's first directory. Each byte
-// of the file is read once at most. Errors: those of the file's reads.
-Error FindVmdkShortfall(const ByteSource &file, const VmdkHeader &header, VmdkShortfall *shortfall);
+// What the file lacks according to the tables of the header's first directory. Reads no more bytes
+// than the file has. Errors: those of the file's reads.
+Result<VmdkShortfall> FindVmdkShortfall(const ByteSource &file, const VmdkHeader &header);
 
 }  // namespace vx

@@ -29,13 +29,13 @@ public:
         _stream.avail_out = static_cast<uInt>(room);
     }
 
-    // Takes all of the input unless the stream ends before: Z_OK, Z_STREAM_END or a failure.
+    // Takes all of the input unless the stream ends in it. Returns Z_OK, Z_STREAM_END or a failure.
     int Take(std::vector<uint8_t> &input)
     {
         _stream.next_in = input.data();
         _stream.avail_in = static_cast<uInt>(input.size());
         const int result = inflate(&_stream, Z_NO_FLUSH);
-        // What is left although nothing went wrong has no room.
+        // Input is left although nothing failed: there is no room for its output.
         return result == Z_OK && _stream.avail_in > 0 ? Z_BUF_ERROR : result;
     }
 
@@ -58,8 +58,7 @@ uint32_t Adler32(ByteView bytes, uint32_t sum)
     return static_cast<uint32_t>(adler32_z(sum, bytes.data, bytes.size));
 }
 
-Error UnpackZlib(const ByteSource &source, PackedRange range, uint8_t *place, size_t room,
-                 size_t *done)
+Result<size_t> UnpackZlib(const ByteSource &source, PackedRange range, uint8_t *place, size_t room)
 {
     Inflater inflater;
     if (!inflater.IsReady())
@@ -74,8 +73,9 @@ Error UnpackZlib(const ByteSource &source, PackedRange range, uint8_t *place, si
         range.begin += input.size();
         result = inflater.Take(input);
     }
-    *done = inflater.Done();
-    return result == Z_STREAM_END ? Error{} : Damaged();
+    if (result != Z_STREAM_END)
+        return Damaged();
+    return inflater.Done();
 }
 
 }  // namespace vx

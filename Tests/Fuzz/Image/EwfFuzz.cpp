@@ -18,10 +18,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const HeapLimit limit;
     const auto file = std::make_shared<MemoryByteSource>(std::move(image));
     EwfLayoutReader reader;
-    EwfLayout layout;
-    EwfEnding ending = EwfEnding::kIsLast;
-    if (reader.Add(*file, "e.E01", &ending) || reader.Finish(&layout))
+    if (!reader.Add(*file, "e.E01"))
         return 0;
-    VisitSource(EwfSource({{"e.E01", file}}, std::move(layout)));
+    auto layout = reader.Finish();
+    if (layout)
+        VisitSource(EwfSource({{"e.E01", file}}, std::move(*layout)));
     return 0;
 }

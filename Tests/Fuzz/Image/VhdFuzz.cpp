@@ -18,14 +18,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         RepairVhd(&bytes);
     const HeapLimit limit;
     const auto file = std::make_shared<MemoryByteSource>(std::move(bytes));
-    VhdImage image;
     if (!IsVhdImage(*file))
         return 0;
-    const Error error = OpenVhd(file, &image);
-    Require(!error == (image.disk != nullptr), "what opened has a disk");
-    if (image.disk != nullptr)
-        VisitSource(*image.disk);
-    else
-        Require(!error.detail.empty(), "a failure has a text");
+    const auto image = OpenVhd(file);
+    if (!image) {
+        Require(!image.Failure().detail.empty(), "a failure has a text");
+        return 0;
+    }
+    Require(image->source != nullptr, "what opened has a disk");
+    VisitSource(*image->source);
     return 0;
 }

@@ -40,15 +40,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const Source file = SourceOf(data, end, isRepaired);
     const Source part = SourceOf(data + next, size - next, isRepaired);
     const HeapLimit limit;
-    VmdkImage image;
-    const auto openPart = [&](const std::string &name, Source *opened) {
+    const auto openPart = [&](const std::string &name) -> Result<Source> {
         Require(!name.empty(), "a part has a name");
-        *opened = part;
-        return Error{};
+        return part;
     };
-    const Error error = OpenVmdk("x.vmdk", file, openPart, &image);
-    Require(!error == (image.disk != nullptr), "what opened has a disk");
-    if (image.disk != nullptr)
-        VisitSource(*image.disk);
+    const auto image = OpenVmdk("x.vmdk", file, openPart);
+    if (!image)
+        return 0;
+    Require(image->source != nullptr, "what opened has a disk");
+    VisitSource(*image->source);
     return 0;
 }

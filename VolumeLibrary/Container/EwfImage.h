@@ -1,0 +1,15 @@
+// E01 and S01 images: the files that one consists of, and whether they are all there and complete.
+// How they hold the disk: EwfLayout.h, EwfSource.h.
+#pragma once
+
+#include "Container.h"
+
+namespace vx {
+
+// path: of the first file. Every file must be a regular one; only some are open at a time
+// (FilePool.h). Notes: what the files do not hold, or did not when they were made. Errors, with the
+// file named: kTruncatedImage if a file is missing or ends early, kUnsupportedContainer if path is
+// that of a later one, kDamagedContainer, kSystemError.
+Result<Container> OpenEwf(const std::string &path);
+
+}  // namespace vx
