@@ -1,0 +1,83 @@
+// Which kind of container a file is, by its contents and its name.
+#include "ContainerKind.h"
+#include "EwfWriter.h"
+#include "OpenSource.h"
+#include "SourceWithHole.h"
+#include "TemporaryFolder.h"
+#include "VhdWriter.h"
+#include "VmdkWriter.h"
+
+#include <gtest/gtest.h>
+
+namespace vx {
+namespace {
+
+constexpr size_t kSector = 512;
+
+ContainerKind KindOf(const std::string &bytes, const std::string &path = "disk")
+{
+    return FindContainerKind(path, *SourceOf(bytes)).kind;
+}
+
+std::string WithBootMark(std::string sector)
+{
+    sector.resize(kSector);
+    return sector.replace(kSector - 2, 2, "\x55\xAA");
+}
+
+TEST(ContainerKinds, EachImageIsRecognisedByItsContents)
+{
+    VhdRecipe fixed;
+    fixed.type = 2;
+    fixed.diskBytes = kSector;
+    EXPECT_EQ(KindOf(EwfWriter(std::string(kSector, 'x')).Image()), ContainerKind::kEwf);
+    EXPECT_EQ(KindOf(std::string(kSector, 'x') + VhdWriter(fixed).Footer()), ContainerKind::kVhd);
+    EXPECT_EQ(KindOf(VhdWriter({}).Image()), ContainerKind::kVhd);
+    EXPECT_EQ(KindOf(VmdkWriter().Image()), ContainerKind::kVmdk);
+    EXPECT_EQ(KindOf("# Disk DescriptorFile\n"), ContainerKind::kVmdk);
+}
+
+TEST(ContainerKinds, WhatIsNotRecognisedIsRaw)
+{
+    EXPECT_EQ(KindOf(""), ContainerKind::kRaw);
+    EXPECT_EQ(KindOf("KDM"), ContainerKind::kRaw);
+    EXPECT_EQ(KindOf(std::string(3 * kSector, '\0')), ContainerKind::kRaw);
+}
+
+TEST(ContainerKinds, AFormatThatDoesNotOpenIsNamed)
+{
+    const FoundContainer found =
+        FindContainerKind("disk", *SourceOf(std::string("QFI\xFB\0\0\0\3", 8)));
+    EXPECT_EQ(found.kind, ContainerKind::kUnsupported);
+    ASSERT_NE(found.unsupported, nullptr);
+    EXPECT_NE(found.unsupported->Sentence().find("QCOW"), std::string::npos);
+}
+
+TEST(ContainerKinds, ABootSectorIsRawWhateverItsFirstBytesResemble)
+{
+    EXPECT_EQ(KindOf(std::string("QFI\xFB\0\0\0\3", 8)), ContainerKind::kUnsupported);
+    EXPECT_EQ(KindOf(WithBootMark(std::string("QFI\xFB\0\0\0\3", 8))), ContainerKind::kRaw);
+}
+
+TEST(ContainerKinds, BytesThatCannotBeReadAreNotRecognised)
+{
+    const std::string image = EwfWriter(std::string(kSector, 'x')).Image();
+    const SourceWithHole readable(image);
+    const SourceWithHole damaged(image, 0, 1);
+    EXPECT_EQ(FindContainerKind("disk", readable).kind, ContainerKind::kEwf);
+    EXPECT_EQ(FindContainerKind("disk", damaged).kind, ContainerKind::kRaw);
+}
+
+TEST(ContainerKinds, OnlyTheFirstOfSeveralPartsIsASplitImage)
+{
+    const TemporaryFolder folder;
+    const std::string first = folder.WriteFile("disk.001", "x");
+    EXPECT_EQ(KindOf("x", first), ContainerKind::kRaw);
+    const std::string second = folder.WriteFile("disk.002", "x");
+    EXPECT_EQ(KindOf("x", first), ContainerKind::kSplit);
+    EXPECT_EQ(KindOf("x", second), ContainerKind::kRaw);
+    EXPECT_EQ(FindContainerKind(second, *SourceOf("x")).parts->Given(), 2u);
+}
+
+}  // namespace
+}  // namespace vx
