@@ -1,5 +1,5 @@
-// A bad sector under an image file of each kind costs what the image keeps together there, and
-// nothing else: a sector of a raw image, a chunk of an E01 image.
+// A bad sector under an image file of each kind costs one unit of the image and nothing else: a
+// sector of a raw image, a chunk of an E01 image.
 #include "FailingFiles.h"
 #include "Salvaged.h"
 #include "TestImage.h"
@@ -18,8 +18,7 @@ struct Format {
     const char *make;     // in the folder of the image
     const char *opened;   // what is opened
     const char *pattern;  // which files hold the disk's bytes
-    uint64_t together;    // bytes that are lost together at most
-    bool isReadAhead;     // by the library that knows the format, whatever is asked of it
+    uint64_t together;    // the largest unit, in bytes
 };
 
 struct Case {
@@ -47,7 +46,7 @@ protected:
         ASSERT_TRUE(RunShell("cd " + Quoted(image.At("")) + " && " + GetParam().format.make));
     }
 
-    // Makes the sector bad that holds the disk's bytes of this place, wherever they lie.
+    // Makes the sector of the image bad that holds this sector of the disk.
     void MakeBad(uint64_t at)
     {
         const std::string sector = disk.substr(at, 512);
@@ -64,7 +63,7 @@ protected:
         FAIL() << "the image does not store these bytes as they are";
     }
 
-    // Lost is the sector at this place of the disk, and nothing but what lies together with it.
+    // Only the sector at this place of the disk and others of its unit are lost.
     void ExpectSmallLoss(const Salvaged &salvaged, uint64_t sector) const
     {
         ASSERT_EQ(salvaged.lost.size(), 1u);
@@ -99,29 +98,28 @@ TEST_P(SalvageOfImage, ABadSectorCostsWhatLiesTogetherWithIt)
     const int failed = files.FailedReads();
     EXPECT_GT(failed, 0);
     ExpectSmallLoss(Salvage(*opened.volume, u"/a"), sector);
-    if (!GetParam().format.isReadAhead)
-        EXPECT_EQ(files.FailedReads(), failed);
+    EXPECT_EQ(files.FailedReads(), failed);
     EXPECT_FALSE(opened.volume->IsGone());
 }
 
 const Format kFormats[] = {
-    {"Raw", "split", "true", "image", "image", 512, false},
+    {"Raw", "split", "true", "image", "image", 512},
     {"Split", "split", "split -b 5M -d -a 3 --numeric-suffixes=1 image part. && rm image",
-     "part.001", "part.*", 512, false},
+     "part.001", "part.*", 512},
     {"E01", "ewfacquirestream", "ewfacquirestream -q -t evidence < image && rm image",
-     "evidence.E01", "evidence.*", 32 * kKiB, false},
+     "evidence.E01", "evidence.*", 32 * kKiB},
     {"VhdThatGrows", "qemu-img",
      "qemu-img convert -f raw -O vpc -o subformat=dynamic,force_size=on image made.vhd", "made.vhd",
-     "made.vhd", 512, true},
+     "made.vhd", 512},
     {"VhdOfFixedSize", "qemu-img",
      "qemu-img convert -f raw -O vpc -o subformat=fixed,force_size=on image made.vhd", "made.vhd",
-     "made.vhd", 512, false},
+     "made.vhd", 512},
     {"VmdkThatGrows", "qemu-img",
      "qemu-img convert -f raw -O vmdk -o subformat=monolithicSparse image made.vmdk", "made.vmdk",
-     "made.vmdk", 64 * kKiB, true},
+     "made.vmdk", 64 * kKiB},
     {"VmdkOfFixedSize", "qemu-img",
      "qemu-img convert -f raw -O vmdk -o subformat=monolithicFlat image made.vmdk", "made.vmdk",
-     "made-flat.vmdk", 512, false},
+     "made-flat.vmdk", 512},
 };
 
 std::vector<Case> Cases()
