@@ -1,7 +1,6 @@
 #include "RepairSums.h"
 
-#include "Big.h"
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <algorithm>
 #include <array>
@@ -32,15 +31,15 @@ void PutBig(Bytes *bytes, uint64_t at, uint32_t value)
         (*bytes)[at + i] = static_cast<uint8_t>(value >> 8 * (3 - i));
 }
 
-// The Adler-32 of a range, behind it.
-void SumBehind(Bytes *bytes, uint64_t at, uint64_t count)
+// Writes the Adler-32 of a range after it.
+void PutSumAfter(Bytes *bytes, uint64_t at, uint64_t count)
 {
     if (Holds(*bytes, at, count + 4))
         PutLittle(bytes, at + count,
                   static_cast<uint32_t>(adler32_z(1, bytes->data() + at, count)));
 }
 
-// That of a zlib stream, whose end is found by unpacking it.
+// Repairs that of a zlib stream, whose end is found by unpacking it.
 void RepairStream(Bytes *bytes, uint64_t at)
 {
     constexpr size_t kHeaderBytes = 2;
@@ -62,7 +61,7 @@ void RepairStream(Bytes *bytes, uint64_t at)
         PutBig(bytes, end, static_cast<uint32_t>(adler32_z(1, unpacked.data(), count)));
 }
 
-// What the sections before say about the tables after them.
+// What the sections so far say about the tables that follow.
 struct EwfState {
     uint64_t chunkBytes = 0;
     bool hasSums = false;
@@ -71,14 +70,14 @@ struct EwfState {
 void RepairChunks(Bytes *image, uint64_t table, uint64_t count, uint64_t chunkBytes)
 {
     constexpr uint32_t kPacked = uint32_t{1} << 31;
-    const uint64_t base = Little64(image->data() + table + 8);
+    const uint64_t base = U64At(*image, table + 8);
     for (uint64_t number = 0; number < count; ++number) {
-        const uint32_t entry = Little32(image->data() + table + 24 + 4 * number);
+        const uint32_t entry = U32At(*image, table + 24 + 4 * number);
         const uint64_t at = base + (entry & ~kPacked);
         if ((entry & kPacked) != 0)
             RepairStream(image, at);
         else
-            SumBehind(image, at, chunkBytes);
+            PutSumAfter(image, at, chunkBytes);
     }
 }
 
@@ -87,13 +86,13 @@ void RepairTable(Bytes *image, uint64_t at, const EwfState &state)
     constexpr uint64_t kMostEntries = 64;
     if (!Holds(*image, at, 24))
         return;
-    const uint64_t count = std::min<uint64_t>(Little32(image->data() + at), kMostEntries);
+    const uint64_t count = std::min<uint64_t>(U32At(*image, at), kMostEntries);
     if (Holds(*image, at + 24, 4 * count)) {
         RepairChunks(image, at, count, state.chunkBytes);
         if (state.hasSums)
-            SumBehind(image, at + 24, 4 * count);
+            PutSumAfter(image, at + 24, 4 * count);
     }
-    SumBehind(image, at, 20);
+    PutSumAfter(image, at, 20);
 }
 
 void RepairDisk(Bytes *image, uint64_t at, uint64_t count, EwfState *state)
@@ -103,9 +102,8 @@ void RepairDisk(Bytes *image, uint64_t at, uint64_t count, EwfState *state)
     if (!Holds(*image, at, kShort))
         return;
     state->hasSums = count >= kLong;
-    state->chunkBytes =
-        uint64_t{Little32(image->data() + at + 8)} * Little32(image->data() + at + 12);
-    SumBehind(image, at, (count >= kLong ? kLong : kShort) - 4);
+    state->chunkBytes = uint64_t{U32At(*image, at + 8)} * U32At(*image, at + 12);
+    PutSumAfter(image, at, (count >= kLong ? kLong : kShort) - 4);
 }
 
 void RepairFooter(Bytes *image, uint64_t at, size_t count, size_t sumAt)
@@ -129,7 +127,7 @@ void RepairEwf(Bytes *image)
     uint64_t at = 13;
     for (int section = 0; section < kMostSections && Holds(*image, at, kHeader); ++section) {
         const auto *type = reinterpret_cast<const char *>(image->data() + at);
-        const uint64_t next = Little64(image->data() + at + 16);
+        const uint64_t next = U64At(*image, at + 16);
         const uint64_t data = at + kHeader;
         const bool isDisk = std::strncmp(type, "volume", 16) == 0 ||
                             std::strncmp(type, "disk", 16) == 0 ||
@@ -139,8 +137,8 @@ void RepairEwf(Bytes *image)
         else if (std::strncmp(type, "table", 5) == 0)
             RepairTable(image, data, state);
         else if (std::strncmp(type, "error2", 16) == 0)
-            SumBehind(image, data, 516);
-        SumBehind(image, at, kHeader - 4);
+            PutSumAfter(image, data, 516);
+        PutSumAfter(image, at, kHeader - 4);
         if (next <= at)
             return;
         at = next;
@@ -152,7 +150,7 @@ void RepairVhd(Bytes *image)
     constexpr size_t kHeaderBytes = 1024;
     if (image->size() < kSector)
         return;
-    RepairFooter(image, Big64(image->data() + 16), kHeaderBytes, 36);
+    RepairFooter(image, ByteReader(*image, 16).BigU64(), kHeaderBytes, 36);
     RepairFooter(image, 0, kSector, 64);
     RepairFooter(image, image->size() - kSector, kSector, 64);
 }

@@ -1,6 +1,6 @@
 #include "ExfatImage.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 #include "PutNumber.h"
 
 #include <algorithm>
@@ -11,9 +11,9 @@ ExfatImage::ExfatImage(const std::string &made) : bytes(made.begin(), made.end()
 {
     const unsigned sectorShift = bytes.at(108);
     clusterBytes = size_t{1} << (sectorShift + bytes[109]);
-    _table = size_t{Little32(&bytes[80])} << sectorShift;
-    _heap = size_t{Little32(&bytes[88])} << sectorShift;
-    root = Little32(&bytes[96]);
+    _table = size_t{U32At(bytes, 80)} << sectorShift;
+    _heap = size_t{U32At(bytes, 88)} << sectorShift;
+    root = U32At(bytes, 96);
 }
 
 size_t ExfatImage::PlaceOf(uint32_t cluster) const

@@ -8,13 +8,13 @@ namespace vx {
 
 void FailingSource::MakeBad(uint64_t begin, uint64_t length, int times)
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     _bad.push_back({{begin, length}, times});
 }
 
 uint64_t FailingSource::FirstBad(uint64_t begin, uint64_t end) const
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
+    const MutexLock lock(_mutex);
     uint64_t first = end;
     for (BadPlace &bad : _bad) {
         if (bad.times == 0 || bad.range.offset >= end ||

@@ -1,11 +1,11 @@
-// A disk in memory that fails where and as it is told to, and counts what is asked of it.
+// A disk in memory that fails on request, and counts its reads. Threads: any number at a time.
 #pragma once
 
 #include "ByteRange.h"
 #include "ByteSource.h"
+#include "Mutex.h"
 
 #include <atomic>
-#include <mutex>
 #include <string>
 
 namespace vx {
@@ -14,10 +14,10 @@ class FailingSource final : public ByteSource {
 public:
     explicit FailingSource(std::string bytes) : _bytes(std::move(bytes)) {}
 
-    // The next reads that touch the range fail; times: how many, or all.
+    // The next reads that touch the range fail; times: how many of them.
     static constexpr int kAlways = -1;
     void MakeBad(uint64_t begin, uint64_t length, int times = kAlways);
-    // From now on every read fails with this error of the system; 0: no more.
+    // From now on every read fails with this errno; 0 ends that.
     void FailWith(int error) { _error = error; }
 
     const std::string &Bytes() const { return _bytes; }
@@ -40,8 +40,8 @@ private:
     std::atomic<int> _error{0};
     mutable std::atomic<int> _reads{0};
     mutable std::atomic<int> _failedReads{0};
-    mutable std::mutex _mutex;
-    mutable std::vector<BadPlace> _bad;
+    mutable Mutex _mutex;
+    mutable std::vector<BadPlace> _bad VX_GUARDED_BY(_mutex);
 };
 
 }  // namespace vx

@@ -1,6 +1,6 @@
 #include "FatImage.h"
 
-#include "Little.h"
+#include "ByteReader.h"
 
 #include <gtest/gtest.h>
 #include <utility>
@@ -10,16 +10,16 @@ namespace {
 
 using Kind = FatGeometry::Kind;
 
-const uint8_t *At(const std::string &bytes, size_t at)
+ByteView ViewOf(const std::string &bytes)
 {
-    return reinterpret_cast<const uint8_t *>(bytes.data()) + at;
+    return {reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()};
 }
 
 }  // namespace
 
 FatImage::FatImage(std::string made) : bytes(std::move(made))
 {
-    const auto taken = TakeFatGeometry({At(bytes, 0), bytes.size()});
+    const auto taken = TakeFatGeometry(ViewOf(bytes));
     EXPECT_TRUE(taken);
     geometry = taken.value_or(FatGeometry());
 }
@@ -41,8 +41,8 @@ size_t FatImage::EntryAt(const std::string &shortName) const
 
 uint32_t FatImage::FirstClusterOf(const std::string &shortName) const
 {
-    const uint8_t *entry = At(bytes, EntryAt(shortName));
-    return Little16(entry + 26) | static_cast<uint32_t>(Little16(entry + 20)) << 16;
+    const ByteView entry = ViewOf(bytes).From(EntryAt(shortName));
+    return U16At(entry, 26) | static_cast<uint32_t>(U16At(entry, 20)) << 16;
 }
 
 size_t FatImage::TableAt(uint32_t cluster, unsigned copy) const
@@ -55,10 +55,10 @@ size_t FatImage::TableAt(uint32_t cluster, unsigned copy) const
 
 uint32_t FatImage::NextOf(uint32_t cluster) const
 {
-    const uint8_t *at = At(bytes, TableAt(cluster, 0));
+    const ByteView entry = ViewOf(bytes).From(TableAt(cluster, 0));
     if (geometry.kind == Kind::k12)
-        return cluster % 2 == 0 ? Little16(at) & 0xFFFu : Little16(at) >> 4u;
-    return geometry.kind == Kind::k16 ? Little16(at) : Little32(at);
+        return cluster % 2 == 0 ? U16At(entry, 0) & 0xFFFu : U16At(entry, 0) >> 4u;
+    return geometry.kind == Kind::k16 ? U16At(entry, 0) : U32At(entry, 0);
 }
 
 std::vector<uint32_t> FatImage::ChainOf(const std::string &shortName) const
@@ -75,7 +75,7 @@ void FatImage::PutNext(uint32_t cluster, uint32_t next, unsigned copy)
     const bool isOdd = cluster % 2 != 0;
     uint32_t value = next;
     if (geometry.kind == Kind::k12) {
-        const uint32_t pair = Little16(At(bytes, at));
+        const uint32_t pair = U16At(ViewOf(bytes), at);
         value = isOdd ? (pair & 0xF) | next << 4 : (pair & 0xF000) | (next & 0xFFF);
     }
     for (size_t i = 0; i < (geometry.kind == Kind::k32 ? 4 : 2); ++i)
