@@ -1,4 +1,4 @@
-// The kinds of image files, and disks with partitions.
+// Images made by other programs, and disks with partitions.
 #include "TestImage.h"
 
 namespace vx {
@@ -131,7 +131,7 @@ TEST_F(ContainersTest, AHashInTheNameOfAFileIsNoChoice)
     ExpectTreeIn(image.At("image#2"));
 }
 
-// A disk of three partitions: nothing known, the FAT image, and that image encrypted.
+// A disk of three partitions: an unknown one, the FAT image, and that image encrypted.
 class DisksTest : public ContainersTest {
 protected:
     bool MakeDisk(const char *label) const

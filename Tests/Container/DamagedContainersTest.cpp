@@ -1,5 +1,5 @@
-// Images whose files are damaged, cut short, missing or not to be read: what cannot be read as it
-// was stored must not be taken for something else.
+// Images whose files are damaged, cut short, missing or unreadable: a read gives what was stored or
+// fails.
 #include "TestImage.h"
 
 #include <algorithm>
@@ -57,7 +57,7 @@ protected:
         ASSERT_TRUE(InFolder("ewfacquirestream -q -t e " + options + " < image"));
     }
 
-    // Of the file of the volume, at a place: the part of the image that holds these bytes.
+    // Overwrites the first 8 of these bytes in a file of the image.
     void Overwrite(const std::string &file, const std::string &bytes) const
     {
         std::string all = image.Folder().ReadFile(file);
@@ -66,7 +66,7 @@ protected:
         image.Folder().WriteFile(file, all.replace(at, 8, "OVERRIDE"));
     }
 
-    // "a" cannot be read whole, and what is read of it is as it was; "b" can be.
+    // "a" cannot be read whole, but what is read of it is right; "b" is read whole.
     void ExpectOnlyTheFirstFileFails() const
     {
         const Opened opened = OpenImage(image.At("e.E01"));
@@ -94,7 +94,7 @@ TEST_F(DamagedE01, BytesThatWereOverwrittenInAPackedImageFailTheReadsOfThem)
     ASSERT_TRUE(image.FillFat({{"a", text}, {"b", other}}));
     Make("-c best");
     std::string all = image.Folder().ReadFile("e.E01");
-    // What is packed well lies in front of what cannot be packed.
+    // Data that packs well comes before data that does not.
     const size_t noise = all.find(other.substr(40000, 16));
     ASSERT_NE(noise, std::string::npos);
     image.Folder().WriteFile("e.E01", all.replace(noise / 2, 8, "OVERRIDE"));
@@ -164,7 +164,7 @@ TEST_F(DamagedE01, OfALaterFileTheFirstOneIsAskedFor)
 
 TEST_F(DamagedE01, MoreFilesThanDigitsCanCountOpen)
 {
-    // The smallest files that the program makes hold a MiB.
+    // The smallest files that the program makes have 1 MiB.
     ASSERT_TRUE(InFolder("truncate -s 110M image"));
     Make("-c none -S 1MiB");
     ASSERT_EQ(access(image.At("e.EAB").c_str(), R_OK), 0);
@@ -175,8 +175,7 @@ TEST_F(DamagedE01, MoreFilesThanDigitsCanCountOpen)
     ExpectStatus("e.E01", kCut, "e.EAB is missing");
 }
 
-// Opens as a user whom the permissions concern, in a process of its own. It says what it hears,
-// and nothing else.
+// Opens in a process of its own as a user without special permissions, and prints the error.
 [[noreturn]] void OpenAsOrdinaryUser(const std::string &path)
 {
     constexpr uid_t kNobody = 65534;
@@ -262,7 +261,7 @@ protected:
         return image.Folder().ReadFile(name).size();
     }
 
-    // It opens with the warning, and what is missing is needed by nobody.
+    // It opens with a warning; no file lies in the missing part.
     void ExpectBothFilesRead(const std::string &name, const std::string &warning) const
     {
         const Opened opened = OpenImage(image.At(name));
@@ -272,8 +271,7 @@ protected:
         EXPECT_TRUE(ReadWholeFile(*opened.volume, u"/b") == other);
     }
 
-    // It opens with the warning; the file that lies in front of the cut reads whole and the other
-    // one, of which a part is missing, does not.
+    // It opens with a warning; the file before the cut is read whole, the other one is not.
     void ExpectOnlyTheLastFileFails(const std::string &name, const std::string &warning) const
     {
         const Opened opened = OpenImage(image.At(name));
@@ -316,7 +314,7 @@ TEST_F(DamagedByQemu, AVmdkThatGrowsAndWasCutShortOpensWithAWarning)
     Convert(kVmdkThatGrows, "x.vmdk");
     ExpectStatus("x.vmdk", VolumeLibraryStatus::kSuccess, "");
     const size_t all = SizeOfFile("x.vmdk");
-    // The last file ends before the last piece of the disk does.
+    // The last file ends within the last grain of the disk.
     for (const size_t missing : {1, 512}) {
         Cut("x.vmdk", all - missing);
         ExpectBothFilesRead("x.vmdk", "x.vmdk ends early; " + std::to_string(missing) +

@@ -1,5 +1,5 @@
-// E01 and S01 images: what the acquiring program writes in each of its formats, and what nobody
-// but an attacker does.
+// E01 and S01 images: those that an acquiring program writes in each of its formats, and those that
+// only an attacker makes.
 #include "EwfSource.h"
 #include "EwfWriter.h"
 #include "FailingSource.h"
@@ -24,7 +24,7 @@ protected:
         return folder.WriteFile(name, writer.Image());
     }
 
-    // The bytes from a place of the disk on; nothing if they cannot be read, and error says why.
+    // The bytes at a place of the disk; nothing if they cannot be read, and error says why.
     static std::optional<std::string> Read(const Container &container, uint64_t offset,
                                            size_t count, std::string *error = nullptr)
     {
@@ -46,7 +46,7 @@ protected:
         return container;
     }
 
-    // Each chunk as it was, but for some that cannot be read.
+    // Every chunk reads as it was, except for some that cannot be read.
     void ExpectOnlyUnreadable(const Container &container, const std::vector<size_t> &numbers,
                               size_t chunkBytes = kSector) const
     {
@@ -99,7 +99,7 @@ protected:
         return {};
     }
 
-    // How many of the reads of the disk's first sector gave it.
+    // How many reads of the disk's first sector succeed with the right bytes.
     int GoodReads(int reads) const
     {
         int good = 0;
@@ -329,7 +329,7 @@ struct EwfFormat {
     friend void PrintTo(const EwfFormat &format, std::ostream *out) { *out << format.name; }
 };
 
-// A disk of what can be packed and what cannot, that is no multiple of a chunk.
+// A disk of data that packs well and data that does not; its size is not a multiple of a chunk.
 class EachEwfFormat : public EwfImage, public testing::WithParamInterface<EwfFormat> {
 protected:
     void ExpectReadsAsItsDisk(const std::string &options) const
@@ -389,7 +389,7 @@ protected:
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
     }
 
-    // Noise, each piece of it with its own number.
+    // Random bytes, different in each piece.
     static std::string Numbered(size_t mebibytes)
     {
         constexpr size_t kPiece = size_t{32} << 10;

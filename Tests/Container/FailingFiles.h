@@ -1,6 +1,5 @@
-// Files of which parts cannot be read, whoever in this process opens and reads them: for the
-// libraries that open images by themselves. Takes the place of the system's read and pread.
-// Threads: faults are made while nobody reads.
+// Files of which parts cannot be read, for all code of this process. Replaces the system's read and
+// pread. Threads: faults are made while no thread reads.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +10,12 @@ namespace vx {
 class FailingFiles {
 public:
     FailingFiles() = default;
-    // Nothing fails any more.
+    // Removes all faults.
     ~FailingFiles();
     FailingFiles(const FailingFiles &) = delete;
     FailingFiles &operator=(const FailingFiles &) = delete;
 
-    // Reads of the file stop before this range, and fail at it.
+    // Reads of the file end before this range and fail in it.
     void MakeBad(const std::string &path, uint64_t begin, uint64_t length);
     int FailedReads() const;
 };

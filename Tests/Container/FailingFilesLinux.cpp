@@ -23,7 +23,7 @@ std::atomic<int> failedReads{0};
 std::mutex mutex;
 std::vector<BadPart> &badParts = *new std::vector<BadPart>;
 
-// How many of count bytes can be read at this place; -1 if not even the first.
+// How many of count bytes can be read at this place; -1 if the first cannot.
 ssize_t Allowed(int file, off_t offset, size_t count)
 {
     struct stat found;

@@ -1,5 +1,5 @@
-// Files that NTFS keeps compressed: of a unit that cannot be read whole, what comes before the bad
-// place is still given.
+// Compressed files of NTFS: if a unit cannot be read whole, what comes before the bad place is
+// still read.
 #include "CarefulSource.h"
 #include "FailingSource.h"
 #include "NtfsCompressedFile.h"
@@ -12,7 +12,7 @@ constexpr uint32_t kUnit = 65536;
 constexpr uint64_t kCluster = 4096;
 constexpr size_t kChunk = 4096;
 
-// Chunks that are stored as they are, each with its header, in whole clusters.
+// Chunks stored without compression, each with its header, in whole clusters.
 std::string Packed(const std::string &contents)
 {
     std::string packed;
@@ -22,7 +22,7 @@ std::string Packed(const std::string &contents)
     return packed;
 }
 
-// Three units: stored as it is, compressed (of which only five chunks hold anything), a hole.
+// Three units: one without compression, one compressed (five chunks), a hole.
 class SalvageOfUnits : public testing::Test {
 protected:
     NtfsCompressedFile Open(std::vector<FileRun> runs) const
@@ -38,7 +38,7 @@ protected:
                      {kUnit + packed, 2 * kUnit - packed, 0, FileRun::Kind::kZeros}});
     }
 
-    // Reads the file whole; lost: the only part that may be missing.
+    // Reads the whole file; lost: the only part that may be missing.
     void ExpectLost(NtfsCompressedFile *file, const ByteRange &lost) const
     {
         std::string expected = stored + chunks;

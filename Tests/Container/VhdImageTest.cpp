@@ -1,4 +1,4 @@
-// VHD images, as programs write them and as an attacker would.
+// VHD images: sound, damaged and hostile.
 #include "OpenAt.h"
 #include "TestImage.h"
 #include "VhdWriter.h"
@@ -11,7 +11,7 @@ constexpr Status kDamaged = Status::kDamagedContainer;
 
 class VhdImages : public testing::Test {
 protected:
-    // Three blocks, of which the one in the middle is not stored.
+    // Three blocks; the middle one is not stored.
     VhdWriter Growing(VhdRecipe recipe = {}) const
     {
         recipe.diskBytes = 3 * kBlock;
@@ -57,7 +57,7 @@ TEST_F(VhdImages, WhatIsNotStoredIsZeros)
     const Container container = Open(Growing().Image());
     ASSERT_NE(container.source, nullptr);
     std::string expected = first + std::string(kBlock, '\0') + last;
-    // Of the last block the sectors 0 and 2 have no bit.
+    // Sectors 0 and 2 of the last block have no bit.
     expected.replace(2 * kBlock, 512, 512, '\0');
     expected.replace(2 * kBlock + 1024, 512, 512, '\0');
     ASSERT_EQ(container.source->Size(), expected.size());

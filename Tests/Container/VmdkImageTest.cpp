@@ -1,5 +1,4 @@
-// VMDK images, as programs write them and as an attacker would; and which files their text makes
-// anybody read.
+// VMDK images: sound, damaged and hostile; and which files their text can make the library read.
 #include "OpenAt.h"
 #include "TestImage.h"
 #include "VmdkWriter.h"
@@ -62,7 +61,7 @@ protected:
         return RunShell("cd " + Quoted(folder.At("")) + " && " + line);
     }
 
-    // Two grains and nothing between them.
+    // Two grains with a hole between them.
     static VmdkWriter Growing(bool isPacked = false)
     {
         VmdkWriter writer(isPacked);

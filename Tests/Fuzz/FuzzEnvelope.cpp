@@ -1,6 +1,6 @@
-// Any message body: what the envelope makes of it is what the table says, and a record that it
-// accepts can be sent on unchanged. The body is a block of its own, so that the sanitizer sees
-// every byte read past it.
+// Fuzz target: any message body. The envelope treats it as its table says, and a record that it
+// accepts can be sent on unchanged. The body is a heap block of its own, so that the sanitizer
+// reports any read beyond it.
 #include "CPipeDataWrapper.h"
 #include "Require.h"
 #include "_MSG_DATA_PACKAGE.h"
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     Require(memcmp(received.getCommandDataWrapper(), body.get(), length) == 0, "a true copy");
 
-    // The copy is exactly as long as the table says, so reading a byte more is noticed here too.
+    // The copy is exactly as long as the table says, so that a read beyond it is reported too.
     CPipeDataWrapper sent;
     Require(sent.InitializeWithCmdDataWrapper(received.getCommandDataWrapper()), "it can be sent");
     Require(memcmp(sent.getMessage(), body.get(), length) == 0, "the message begins with it");

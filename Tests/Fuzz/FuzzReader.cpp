@@ -1,6 +1,6 @@
-// Any bytes in the FIFO, read and handled block by block as the reader thread does it, with two
-// requests pending. Each block goes where its id says: nowhere, to its request, or to the sink;
-// and whole.
+// Fuzz target: any bytes in the FIFO, read and handled block by block as the reader thread does,
+// with two requests pending. Each block goes complete where its id says: nowhere, to its request,
+// or to the sink.
 #include "CPipeConnector.h"
 #include "CPipeWrapper.h"
 #include "CSemaphoreHelper.h"
@@ -33,7 +33,7 @@ public:
     size_t _count = 0;
 };
 
-// A connector without a thread: its blocks are handed to it.
+// A connector without a thread, which is given its blocks.
 class SteppedConnector : public CPipeConnector {
 public:
     SteppedConnector() : CPipeConnector(kName)
@@ -83,7 +83,7 @@ private:
     int32_t _second = 0;
 };
 
-// A FIFO of this process, whose name is gone as soon as both ends are open.
+// A FIFO of this process; its name is removed as soon as both ends are open.
 struct Fifo {
     Fifo()
     {

@@ -1,6 +1,5 @@
-// The promise that no volume makes the library take more memory than this, held against every
-// input: the heap is counted while one of these objects lives, and the process stops if it grows
-// further.
+// Checks for every input that no volume makes the library take more memory than this: the heap is
+// counted while one of these objects lives, and the process ends if it exceeds the limit.
 #pragma once
 
 #include <cstddef>

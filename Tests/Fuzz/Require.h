@@ -1,4 +1,4 @@
-// A condition that a fuzz target holds to be always true; the process stops if it is not.
+// An invariant of a fuzz target; the process ends if it does not hold.
 #pragma once
 
 #include <cstdio>

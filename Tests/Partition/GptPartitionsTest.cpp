@@ -1,5 +1,4 @@
-// GUID partition tables, written here byte by byte, of which one or both are damaged or cannot be
-// read.
+// GUID partition tables, written byte by byte: one or both are damaged or cannot be read.
 #include "DiskWriter.h"
 
 #include "DiskVolumes.h"
@@ -15,7 +14,7 @@ constexpr size_t kSectors = 400;
 constexpr uint8_t kNtfs = 0x07;
 using Sectors = std::vector<uint64_t>;
 
-// What the table says of where its volumes lie, in sectors of 512 bytes.
+// Where the volumes lie according to the table, in sectors of 512 bytes.
 Sectors SectorsOf(const DiskVolumes &table)
 {
     Sectors sectors;
@@ -74,7 +73,7 @@ TEST_P(EachSectorSize, OfTwoSoundTablesNothingIsNoted)
 TEST_P(EachSectorSize, AHeaderWithAWrongChecksumGivesWayToTheBackup)
 {
     Disk disk(GetParam());
-    disk.Put(disk.At(1) + 72, 3, 8);  // where the entries are
+    disk.Put(disk.At(1) + 72, 3, 8);  // the sector of the entries
     const DiskVolumes table = Read(disk);
     EXPECT_EQ(SectorsOf(table), kBoth);
     EXPECT_EQ(table.note, "the first table of partitions is damaged; its backup at the end of the "
@@ -153,7 +152,7 @@ TEST_P(EachSectorSize, OfTwoDamagedTablesTheOneWithFewerFaultsIsUsed)
 TEST_P(EachSectorSize, ADamagedTableOfADiskThatLostItsEndIsUsedWithAWarning)
 {
     Disk disk(GetParam());
-    disk.Damage(disk.At(1) + 60);  // of the identifier of the disk
+    disk.Damage(disk.At(1) + 60);  // in the disk's GUID
     disk.Bytes().resize(300 * DiskWriter::kSector);
     const DiskVolumes table = Read(disk);
     EXPECT_EQ(SectorsOf(table), kBoth);
@@ -176,7 +175,7 @@ TEST(GptPartitions, EntriesThatCannotBeReadAndHaveNoBackupAreLeftOutAndReported)
     EXPECT_EQ(table.unread.status, Status::kSystemError);
 }
 
-// Such as the one of a guest's disk in an image of fixed size that is not raw.
+// Such as that of a guest's disk in an image of fixed size that is not raw.
 TEST(GptPartitions, ABackupThatDoesNotLieWhereItSaysIsNone)
 {
     Disk disk;

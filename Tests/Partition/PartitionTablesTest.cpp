@@ -1,5 +1,4 @@
-// Tables of partitions, written here byte by byte: each entry leads to a sector that looks like a
-// volume.
+// Partition tables, written byte by byte: each entry leads to a sector that looks like a volume.
 #include "DiskWriter.h"
 
 #include "DiskVolumes.h"

@@ -1,7 +1,7 @@
 // Fuzz target: the parser of one copy of the metadata.
 //
-// Damage would stop at the checksum, so each input is parsed twice: as it is, and with the
-// checksum and the copy's own place put right.
+// Parsing damaged metadata ends at the checksum, so each input is parsed twice: as it is, and with
+// the checksum and the copy's own place repaired.
 #include "../HeapLimit.h"
 #include "BootSector.h"
 #include "ByteReader.h"
@@ -28,7 +28,7 @@ void Repair(std::vector<uint8_t> &area)
         area[covered + 4 + i] = static_cast<uint8_t>(checksum >> (8 * i));
 }
 
-// What must hold for anything that was accepted.
+// Holds for all metadata that is accepted.
 void Check(const MetadataBlock &block)
 {
     for (const Protector &protector : block.protectors)

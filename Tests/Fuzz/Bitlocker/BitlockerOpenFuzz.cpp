@@ -1,6 +1,6 @@
 // Fuzz target: opening whole volumes, and reading from those that open.
 //
-// An input names one of a few sound volumes and how to damage it, and where to cut it off:
+// An input chooses one of a few sound volumes, and says how to damage it and where to cut it off:
 //   u8 volume, u8 flags (1: renew the checksums, 2: no secret), u16 cut (in 4 KiB, 0: none),
 //   then patches: u8 place, u16 offset, u8 value
 #include "../HeapLimit.h"
@@ -48,7 +48,7 @@ std::vector<uint8_t> Damaged(const FuzzVolume &volume, ByteReader &reader, uint8
     return image;
 }
 
-// Reading may fail with a status and must do no more than that.
+// Reading may fail, but only with a status.
 void ReadSome(const DecryptedVolume &volume)
 {
     uint8_t buffer[1500];

@@ -10,7 +10,7 @@ constexpr char kFuzzPassword[] = "fuzz";
 struct FuzzVolume {
     std::vector<uint8_t> image;
     maker::VolumePlan plan;
-    std::vector<size_t> places;  // where damage is interesting
+    std::vector<size_t> places;  // worth damaging
 };
 
 std::vector<FuzzVolume> MakeFuzzVolumes();

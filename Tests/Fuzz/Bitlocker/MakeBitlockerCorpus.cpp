@@ -1,5 +1,5 @@
-// make-bitlocker-corpus FOLDER: writes the inputs from which the fuzz targets begin, in one
-// folder for each.
+// make-bitlocker-corpus FOLDER: writes the initial inputs of the fuzz targets, in a folder for
+// each.
 #include "FuzzVolumes.h"
 
 #include "Maker/MadeUpBytes.h"
@@ -16,10 +16,10 @@ using namespace vx::bitlocker;
 
 namespace {
 
-// Enough for the metadata of a volume of one password, and short enough to be mutated quickly.
+// Enough for the metadata of a volume with one password, and short enough for quick mutation.
 constexpr size_t kMetadataBytes = 1024;
 
-// Metadata that goes on behind 4096 bytes.
+// Metadata of more than 4096 bytes.
 constexpr size_t kLongPadding = 6000;
 constexpr size_t kLongMetadataBytes = 8192;
 

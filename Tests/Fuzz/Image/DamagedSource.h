@@ -1,7 +1,7 @@
-// A sound image under a few changed bytes, so that it need not be copied for each input.
+// A sound image with a few changed bytes, without a copy of the image for each input.
 //
-// An input is a list of changes: u24 place, u8 value. A place counts the bytes of those sectors
-// of the image that are not empty; the highest bit says that it counts from the change before.
+// An input is a list of changes: u24 place, u8 value. A place counts the bytes of the sectors of
+// the image that are not empty; if its highest bit is set, it counts from the previous change.
 #pragma once
 
 #include "ByteSource.h"
@@ -21,7 +21,7 @@ public:
 
 private:
     std::vector<uint8_t> _bytes;
-    std::vector<uint64_t> _sectors;  // the offsets of those that are not empty
+    std::vector<uint64_t> _sectors;  // the places of those that are not empty
 };
 
 class DamagedSource final : public ByteSource {

@@ -1,5 +1,5 @@
-// Fuzz target: E01 and S01 images of one file. Of an input the last byte says whether the checksums
-// are repaired first; the rest is the image.
+// Fuzz target: E01 and S01 images of one file. The last byte of an input says whether the
+// checksums are repaired first; the rest is the image.
 #include "../HeapLimit.h"
 #include "EwfSource.h"
 #include "MemoryByteSource.h"

@@ -1,5 +1,5 @@
-// Fuzz target: a damaged volume of exFAT. The first byte of an input says whether the checks of
-// the sets of entries are put right again; its changes follow (DamagedSource.h).
+// Fuzz target: a damaged exFAT volume. The first byte of an input says whether the checksums of the
+// sets of entries are repaired; the changes follow (DamagedSource.h).
 #include "../HeapLimit.h"
 #include "DamagedSource.h"
 #include "ExfatSet.h"
@@ -21,7 +21,7 @@ constexpr size_t kTable = 4 * kCluster;
 constexpr size_t kHeap = 8 * kCluster;
 constexpr uint32_t kClusters = 100;
 constexpr uint32_t kRootFolder = 2;
-constexpr uint32_t kFolders = 5;  // the clusters from the root on hold entries
+constexpr uint32_t kFolders = 5;  // so many clusters from the root on hold entries
 
 size_t PlaceOf(uint32_t cluster)
 {
@@ -43,7 +43,7 @@ void Add(Bytes *bytes, size_t *at, const ExfatEntry &entry)
     *at += set.size();
 }
 
-// Files in a row and in pieces, and folders of both kinds in a root of two clusters.
+// Contiguous and fragmented files, and folders of both kinds, in a root of two clusters.
 SoundImage MakeImage()
 {
     Bytes bytes(kHeap + kClusters * kCluster);
@@ -72,7 +72,7 @@ SoundImage MakeImage()
     return SoundImage(std::move(bytes));
 }
 
-// Adds what puts the checks of all sets right.
+// Adds the changes that repair the checksums of all sets.
 void RenewChecks(const SoundImage &image, SoundImage::Changes *changes)
 {
     constexpr size_t kEntry = 32;

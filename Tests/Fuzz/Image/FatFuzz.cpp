@@ -1,5 +1,5 @@
-// Fuzz target: damaged volumes of FAT12, FAT16 and FAT32. The first byte of an input chooses one,
-// its changes follow (DamagedSource.h).
+// Fuzz target: damaged volumes of FAT12, FAT16 and FAT32. The first byte of an input chooses one;
+// the changes follow (DamagedSource.h).
 #include "../HeapLimit.h"
 #include "DamagedSource.h"
 #include "FatFileSystem.h"

@@ -1,5 +1,5 @@
-// make-container-corpus FOLDER: writes the inputs from which the fuzz targets of disk images begin,
-// in one folder for each.
+// make-container-corpus FOLDER: writes the initial inputs of the fuzz targets of disk images, in a
+// folder for each.
 #include "EwfWriter.h"
 #include "VhdWriter.h"
 #include "VmdkWriter.h"
@@ -21,7 +21,7 @@ std::string Disk(size_t sectors)
     return disk;
 }
 
-// One target's inputs, with the byte at their end that asks for repair.
+// The inputs of one target; the last byte of each asks for repair.
 class Inputs {
 public:
     Inputs(const std::string &folder, const std::string &target) : _folder(folder + "/" + target)
@@ -79,7 +79,7 @@ bool WriteVhd(const std::string &folder)
         writer.AddBlock("\xC0", Disk(2));
         inputs.Add(writer.Image());
     }
-    // A block that more than a byte of bits describes.
+    // A block of more than eight sectors, so that it has more than a byte of bits.
     VhdRecipe recipe;
     recipe.diskBytes = recipe.blockBytes = 8192;
     VhdWriter writer(recipe);

@@ -1,4 +1,4 @@
-// Fuzz target: a damaged volume of NTFS that has some of everything. An input is a list of changes
+// Fuzz target: a damaged NTFS volume with every kind of structure. An input is a list of changes
 // (DamagedSource.h).
 #include "../HeapLimit.h"
 #include "DamagedSource.h"
@@ -16,7 +16,7 @@ using Stream = NtfsWriter::Stream;
 constexpr size_t kCluster = NtfsWriter::kClusterBytes;
 constexpr uint64_t kFree = NtfsWriter::kFirstFree;
 
-// The table of files in two pieces, which a second record tells.
+// The MFT in two pieces, listed in a second record.
 void PutTable(NtfsWriter *ntfs)
 {
     const Bytes list = NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kData, {}, 0, 0),
@@ -50,7 +50,8 @@ void PutFolders(NtfsWriter *ntfs)
              NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"again", -1, 26), NtfsWriter::Last()})});
 }
 
-// A link with a target, and a file of a cloud drive that is partly here, whose point lies in runs.
+// A link with a target, and a partly stored file of a cloud drive with a non-resident reparse
+// point.
 void PutReparsePoints(NtfsWriter *ntfs)
 {
     const Bytes link = {3, 0, 0, 0xA0, 12, 0, 0, 0, 0, 0, 2, 0, 2, 0, 2, 0, 'x', 0, 'y', 0};
@@ -68,7 +69,7 @@ void PutFiles(NtfsWriter *ntfs)
 {
     ntfs->PutFile(24, {NtfsWriter::OwnName(u"a"), NtfsWriter::OwnName(u"again", 26),
                        NtfsWriter::Data("small")});
-    // Units of four clusters: one packed, one as it is, one of zeros.
+    // Units of four clusters: one compressed, one not, one of zeros.
     ntfs->PutBytes(kFree + 10, std::string("\x04\xB0\x04"
                                            "ab\x03\x10\x03\x30"
                                            "abcd",

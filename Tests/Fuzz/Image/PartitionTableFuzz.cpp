@@ -1,4 +1,4 @@
-// Fuzz target: the tables of partitions of a disk. An input is the disk, from its first sector on.
+// Fuzz target: the partition tables of a disk. An input is the disk.
 #include "../HeapLimit.h"
 #include "../Require.h"
 #include "DiskVolumes.h"

@@ -1,4 +1,4 @@
-// Makes the checksums of a damaged image fit again, so that what lies behind them is reached.
+// Repairs the checksums of a damaged image, so that the code beyond them is reached.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +7,13 @@
 
 namespace vx {
 
-// Of the sections, tables, descriptions and chunks of an E01 or S01 image, as far as they are
-// where they say.
+// Those of the sections, tables, descriptions and chunks of an E01 or S01 image that can be found.
 void RepairEwf(std::vector<uint8_t> *image);
 
-// Of both footers and the header of a VHD image.
+// Those of both footers and the header of a VHD image.
 void RepairVhd(std::vector<uint8_t> *image);
 
-// Of the packed grains of a VMDK image, which begin with a sector.
+// Those of the packed grains of a VMDK image, which begin at a sector.
 void RepairVmdk(std::vector<uint8_t> *image);
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-// Fuzz target: VHD images. Of an input the last byte says whether the checksums are repaired first;
+// Fuzz target: VHD images. The last byte of an input says whether the checksums are repaired first;
 // the rest is the image.
 #include "../HeapLimit.h"
 #include "../Require.h"

@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// In a buffer of just this size, so that a byte too many is noticed.
+// In a buffer of exactly this size, so that a write beyond it is reported.
 std::optional<Bytes> Read(const ByteSource &source, uint64_t offset, uint64_t count)
 {
     const uint64_t left = source.Size() - std::min(source.Size(), offset);

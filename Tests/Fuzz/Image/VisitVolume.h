@@ -1,4 +1,4 @@
-// Does with a file system what a user could do with its volume, up to a number of steps.
+// Uses a file system as the user of a volume could, up to a number of steps.
 #pragma once
 
 #include "FileSystem.h"
@@ -7,7 +7,7 @@
 
 namespace vx {
 
-// Lists the folders, opens the files and reads them from front to back and far behind their end.
+// Lists the folders, opens the files and reads them from start to end and far beyond it.
 void VisitVolume(std::unique_ptr<FileSystem> fileSystem);
 
 }  // namespace vx

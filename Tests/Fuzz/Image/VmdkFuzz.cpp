@@ -1,6 +1,6 @@
-// Fuzz target: VMDK images. Of an input the last byte says whether the checksums of packed grains
-// are repaired first; the rest is the image up to a line "--", and what each file that its text
-// names holds.
+// Fuzz target: VMDK images. The last byte of an input says whether the checksums of packed grains
+// are repaired first; the rest is the image up to a line "--", and then the contents of every file
+// that its text names.
 #include "../HeapLimit.h"
 #include "../Require.h"
 #include "MemoryByteSource.h"

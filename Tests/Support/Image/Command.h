@@ -1,22 +1,22 @@
-// Runs the programs of the system that make file systems and images.
+// Runs the system's programs that make file systems and images.
 #pragma once
 
 #include <string>
 
 namespace vx {
 
-// Whether the program is on this machine, also where only the administrator has it in the path.
+// Whether the program is installed; also looks where only the administrator's path leads.
 bool HasProgram(const std::string &name);
 
-// Runs a line of the shell; a test failure with what it printed if it does not succeed.
+// Runs a shell command; if it fails, so does the test, with what it printed.
 bool RunShell(const std::string &line);
 
-// The text as one word of the shell.
+// The text as one word for the shell.
 std::string Quoted(const std::string &text);
 
 }  // namespace vx
 
-// Leaves the test out, with a line that names the program, where that is missing.
+// Skips the test if the program is missing, and names it.
 #define VX_NEEDS(program)                                                                          \
     if (!::vx::HasProgram(program))                                                                \
     GTEST_SKIP() << "the program " << (program) << " is missing; see docs/building.md"

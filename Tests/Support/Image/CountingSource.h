@@ -1,4 +1,4 @@
-// A source that counts the bytes that are read of it. Threads: any number at a time.
+// Counts the bytes that are read from a source. Threads: any number at a time.
 #pragma once
 
 #include "ByteSource.h"

@@ -1,4 +1,4 @@
-// Writes small E01 images of one file as a test wants them, right or wrong.
+// Writes small E01 images of one file for tests, sound or damaged.
 #pragma once
 
 #include <cstdint>
@@ -14,26 +14,26 @@ struct EwfRecipe {
     uint32_t sectorsOfChunk = 1;
     bool isPacked = false;
     bool hasCopy = true;  // of the table
-    uint64_t base = 0;    // that the entries of the table are relative to
+    uint64_t base = 0;    // of the entries of the table
 };
 
-// An image of a disk; a chunk, section or table can be changed before the checksums are made.
+// An image of a disk. A chunk, section or table can be changed before the checksums are computed.
 class EwfWriter {
 public:
     explicit EwfWriter(const std::string &disk, const EwfRecipe &recipe = {});
 
-    // The chunks as they are stored, and the entries that name them, to be changed.
+    // The chunks as stored, to be changed.
     std::vector<std::string> &Chunks() { return _chunks; }
     std::string Image() const;
 
-    // What entries[number] is to be instead.
+    // Replaces an entry of the table.
     void SetEntry(size_t number, uint32_t entry);
-    // What the description says about the size of the disk.
+    // The size of the disk according to its description.
     void SetSectors(uint64_t sectors) { _sectors = sectors; }
     void SetSectorsOfChunk(uint32_t sectors) { _recipe.sectorsOfChunk = sectors; }
     // Sectors that could not be read when the image was made.
     void SetLost(uint32_t sectors) { _lost = sectors; }
-    // Overwrites a byte of the table or of its copy, whose checksum is then wrong.
+    // Overwrites a byte of the table or of its copy, so that its checksum is wrong.
     void DamageTable() { _damagesTable = true; }
     void DamageCopy() { _damagesCopy = true; }
 

@@ -1,6 +1,6 @@
-// An image of mkfs.exfat into which files and folders are written by hand, since nothing fills one
-// without the kernel's help. Which clusters they take is the caller's choice; none is marked as
-// taken, which reading does not look at.
+// An exFAT image made by mkfs.exfat to which a test adds files and folders itself, since no program
+// does so without the kernel. The caller chooses their clusters; they are not marked as allocated,
+// which readers ignore.
 #pragma once
 
 #include "ExfatSet.h"
@@ -13,17 +13,17 @@ class ExfatImage {
 public:
     using Bytes = std::vector<uint8_t>;
 
-    // made: the image as mkfs.exfat has made it.
+    // made: the image as mkfs.exfat made it.
     explicit ExfatImage(const std::string &made);
 
     // Where a cluster begins.
     size_t PlaceOf(uint32_t cluster) const;
-    // Adds the entry behind those that are in the folder already. folder: its first cluster.
+    // Adds the entry after those that the folder has. folder: its first cluster.
     void Add(uint32_t folder, const ExfatEntry &entry);
     void Write(uint32_t cluster, const std::string &contents);
-    // Makes each cluster follow the one before it.
+    // Links the clusters in this order.
     void Chain(const std::vector<uint32_t> &clusters);
-    // What the table says of one cluster.
+    // A cluster's entry in the allocation table.
     void PutNext(uint32_t cluster, uint32_t next);
 
     std::string Text() const { return {bytes.begin(), bytes.end()}; }

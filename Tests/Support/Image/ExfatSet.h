@@ -1,4 +1,4 @@
-// The entries of 32 bytes each that stand for one file of exFAT.
+// The set of 32-byte entries that describes one file of exFAT.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ struct ExfatEntry {
 
 std::vector<uint8_t> ExfatSetOf(const ExfatEntry &entry);
 
-// What an intact set has as its check. count: bytes, of the set.
+// The checksum of the set. count: its size in bytes.
 uint16_t ExfatCheckOf(const uint8_t *set, size_t count);
 
 }  // namespace vx

@@ -1,5 +1,5 @@
-// An image of FAT12, FAT16 or FAT32 that a test damages entry by entry: of its folders, which it
-// finds by short names, and of its allocation tables.
+// An image of FAT12, FAT16 or FAT32 that a test damages entry by entry, in its folders, where it
+// finds entries by short names, and in its allocation tables.
 #pragma once
 
 #include "FatGeometry.h"
@@ -11,7 +11,7 @@ namespace vx {
 
 class FatImage {
 public:
-    // What every entry of the table may say; cut to the width of the kind.
+    // Values of an entry of the table; cut to the width of the kind.
     static constexpr uint32_t kFree = 0;
     static constexpr uint32_t kBad = 0x0FFFFFF7;
     static constexpr uint32_t kLast = 0x0FFFFFFF;
@@ -20,13 +20,13 @@ public:
 
     // Where a cluster begins.
     size_t PlaceOf(uint32_t cluster) const;
-    // Where the entry of this short name is, as the disk has it: "NAME    EXT"; a test failure if
-    // there is none.
+    // The place of the entry with this short name in the form of the disk, "NAME    EXT"; a test
+    // failure if there is none.
     size_t EntryAt(const std::string &shortName) const;
     uint32_t FirstClusterOf(const std::string &shortName) const;
     uint32_t NextOf(uint32_t cluster) const;
     std::vector<uint32_t> ChainOf(const std::string &shortName) const;
-    // What one copy of the table says of a cluster, or all of them.
+    // Sets a cluster's entry in one copy of the table, or in all of them.
     void PutNext(uint32_t cluster, uint32_t next, unsigned copy);
     void PutNext(uint32_t cluster, uint32_t next);
 

@@ -1,5 +1,5 @@
-// A folder as it is listed, with what the volume says of that: whether it is whole, and what stands
-// in the way of an entry.
+// A folder as it is listed, with the report of the volume: whether the list is complete, and which
+// entries have a problem.
 #pragma once
 
 #include "OwnedVolume.h"
@@ -19,7 +19,7 @@ struct Listed {
 // Nothing if the folder cannot be listed.
 std::optional<Listed> ListAndReport(OwnedVolume &volume, const std::u16string &pattern);
 
-// The first bytes of a file, up to what cannot be read; whether all of it could be.
+// The bytes of a file up to the first that cannot be read, and whether that was all of it.
 struct ReadPrefix {
     std::string bytes;
     bool isWhole = false;

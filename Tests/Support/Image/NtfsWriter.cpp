@@ -25,7 +25,7 @@ Bytes Units(const std::u16string &text)
     return bytes;
 }
 
-// Filled up to a multiple of eight, as everything in a record is.
+// Padded to a multiple of eight, as everything in a record is.
 void Align(Bytes *bytes)
 {
     bytes->resize((bytes->size() + 7) / 8 * 8);
@@ -79,7 +79,7 @@ Bytes StandardInformation()
     return NtfsWriter::Resident(NtfsType::kStandardInformation, Bytes(48));
 }
 
-// What describes the lines that follow it, with those.
+// The entries of an index with the header that describes them.
 Bytes Index(const std::vector<Bytes> &lines, size_t room)
 {
     constexpr size_t kHeaderBytes = 16;
@@ -246,7 +246,7 @@ void NtfsWriter::PutRecord(uint64_t number, uint16_t flags, const std::vector<By
         Append(&record, StandardInformation());
     Append(&record, Joined(attributes));
     const size_t end = record.size();
-    record.resize(std::max(kClusterBytes, end + 4));  // at() notices one that is too full
+    record.resize(std::max(kClusterBytes, end + 4));  // the record is too full if at() throws
     PutNumber(&record, end, kEnd, 4);
     PutWithFixups(kTable + number, std::move(record), kFixups);
 }

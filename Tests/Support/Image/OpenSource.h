@@ -1,4 +1,4 @@
-// Volumes over bytes in memory, for images that a test damages.
+// Opens volumes from bytes in memory, for images that a test damages.
 #pragma once
 
 #include "ByteSource.h"
@@ -13,7 +13,7 @@ using Source = std::shared_ptr<const ByteSource>;
 
 Source SourceOf(const std::string &bytes);
 
-// The volume of the file system in the source, or null if that does not open.
+// Null if the file system in the source does not open.
 std::unique_ptr<OwnedVolume> NtfsVolumeOf(const Source &source);
 std::unique_ptr<OwnedVolume> FatVolumeOf(const Source &source);
 

@@ -1,4 +1,4 @@
-// Writes numbers as disks store them: little-endian, at any place.
+// Writes little-endian numbers at any place.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace vx {
 
-// count: bytes. A place that is not in the bytes throws.
+// count: bytes. Throws beyond the end.
 inline void PutNumber(std::vector<uint8_t> *bytes, size_t at, uint64_t value, size_t count)
 {
     for (size_t i = 0; i < count; ++i)

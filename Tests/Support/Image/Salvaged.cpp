@@ -13,7 +13,7 @@ Salvaged Salvage(OwnedVolume &volume, const std::u16string &path, uint32_t chunk
     uint32_t high = 0;
     (void)volume.QueryFileSize(file, &low, &high);
     uint64_t left = static_cast<uint64_t>(high) << 32 | low;
-    std::string buffer(chunk, '?');  // not cleared in between, as that of an export
+    std::string buffer(chunk, '?');  // not cleared in between, as in an export
     while (left > 0) {
         const auto count = static_cast<uint32_t>(std::min<uint64_t>(left, chunk));
         uint32_t done = 0;

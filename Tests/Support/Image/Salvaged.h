@@ -1,5 +1,5 @@
-// A file read as an export reads it, chunk after chunk whatever a read answers, and what is known
-// of it afterwards.
+// Reads a file as an export does, chunk by chunk even if a read fails, and keeps what is known of
+// it afterwards.
 #pragma once
 
 #include "OwnedVolume.h"
@@ -16,9 +16,9 @@ using Lost = std::vector<std::pair<uint64_t, uint64_t>>;  // places and lengths 
 struct Salvaged {
     bool opened = false;
     std::string bytes;
-    uint64_t done = 0;  // what the reads said
-    bool good = true;   // all of them
-    Lost lost;          // what the volume said
+    uint64_t done = 0;  // bytes, as the reads reported
+    bool good = true;   // whether every read succeeded
+    Lost lost;          // what the volume reported
 };
 
 Salvaged Salvage(OwnedVolume &volume, const std::u16string &path, uint32_t chunk = 4u << 20);
@@ -26,7 +26,7 @@ Salvaged Salvage(OwnedVolume &volume, const std::u16string &path, uint32_t chunk
 // The contents with zeros in place of what is lost.
 std::string WithZeros(std::string contents, const Lost &lost);
 
-// A test failure unless all is right but what is lost, which is zeros and was reported.
+// A test failure unless the contents are right, and zero and reported where lost.
 void ExpectLost(const Salvaged &salvaged, const std::string &contents, const Lost &lost);
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-// Bytes of which some cannot be read, as on a failing disk.
+// Bytes of which some cannot be read, as on a failing disk. Threads: any number at a time.
 #pragma once
 
 #include "ByteSource.h"

@@ -1,5 +1,5 @@
-// Images made for one test with the system's own programs, in a folder that is removed with
-// them, and filled with a small tree that every file system here can hold.
+// Images made for one test by the system's programs, in a temporary folder, and filled with a small
+// tree that every file system here can hold.
 #pragma once
 
 #include "ByteSource.h"
@@ -15,13 +15,13 @@
 
 namespace vx {
 
-// Paths without "/" in front, UTF-8, and the contents of the files.
+// Paths in UTF-8 without a leading "/", and the contents of the files.
 using TestTree = std::map<std::string, std::string>;
 
-// Names in several scripts, sizes around those of sectors and clusters, folders in folders.
+// Names in several scripts, sizes close to those of sectors and clusters, nested folders.
 TestTree SampleTree();
 
-// Bytes that look like nothing; the same for the same seed.
+// Random bytes, the same for the same seed.
 std::string NoiseBytes(size_t count, unsigned seed);
 
 class TestImage {
@@ -30,7 +30,7 @@ public:
     std::string At(const std::string &name) const { return _folder.At(name); }
     const TemporaryFolder &Folder() const { return _folder; }
 
-    // An image of so many MiB with an empty file system; options: of mkfs.fat.
+    // An image with an empty file system; options: of the program that makes it.
     bool MakeFat(int mebibytes, const std::string &options) const;
     bool MakeNtfs(int mebibytes, const std::string &options = "") const;
     bool MakeExfat(int mebibytes) const;
@@ -38,7 +38,7 @@ public:
     bool FillFat(const TestTree &tree) const;
     // Copies the tree into the NTFS image, without mounting it.
     bool FillNtfs(const TestTree &tree) const;
-    // Mounts the image, runs a line of the shell in its root and unmounts it. Needs FUSE.
+    // Mounts the image, runs a shell command in its root and unmounts it. Needs FUSE.
     bool RunInNtfs(const std::string &line) const;
     // Encrypts the image in place.
     bool Encrypt(const std::string &options) const;
@@ -60,17 +60,17 @@ struct Opened {
 };
 
 Opened OpenImage(const std::string &device, const char *kind = "none", const char *secret = "");
-// A disk in memory. number: of the volume that was chosen, 0 for none.
+// A disk in memory. number: of the chosen volume, 0 if none was chosen.
 Opened OpenDiskOf(std::shared_ptr<const ByteSource> source, size_t number = 0,
                   UnlockKind kind = UnlockKind::kNone, const char *secret = "");
-// As the library's entry puts it.
+// As the entry of the library returns it.
 Opened AsAnswer(Result<OpenedVolume> opened);
 
-// All files of the volume by their paths, as SampleTree gives them. A folder without entries has
-// a "/" at its end.
+// All files of the volume by their paths, in the form of SampleTree. The path of an empty folder
+// ends with "/".
 TestTree ReadTree(IVolume &volume);
 
-// A test failure for each path that only one of them has, or whose contents differ.
+// A test failure for each path that only one tree has, or whose contents differ.
 void ExpectSameTree(const TestTree &found, const TestTree &expected);
 
 std::u16string Utf16(const std::string &utf8);

@@ -1,4 +1,4 @@
-// Writes small VHD images as a test wants them, right or wrong.
+// Writes small VHD images for tests, sound or damaged.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ struct VhdRecipe {
     uint32_t type = 3;  // 2: of fixed size, 3: grows, 4: differencing
     uint64_t diskBytes = 0;
     uint32_t blockBytes = 4096;
-    std::optional<uint32_t> entries;  // what the header says, if not the truth
+    std::optional<uint32_t> entries;  // in the header, if not the true number
     uint64_t tableAt = 1536;
     std::u16string parentName;
     std::vector<std::pair<std::string, std::u16string>> locators;  // of the parent: kind and path
@@ -23,15 +23,15 @@ class VhdWriter {
 public:
     explicit VhdWriter(VhdRecipe recipe) : _recipe(std::move(recipe)) {}
 
-    // The next block of the disk: with a bit for each sector, or none, which are zeros.
+    // The next block of the disk: with a bit for each sector, or not stored.
     void AddBlock(const std::string &bits, const std::string &data);
     void AddNothing() { _blocks.emplace_back(); }
-    // What the table says about a block instead of where it is.
+    // Replaces the place of a block in the table.
     void SetEntry(size_t number, uint32_t sector) { _entries.emplace_back(number, sector); }
     std::string Image() const;
 
     std::string Footer() const;
-    // Makes the checksums of a footer or a header fit.
+    // A footer or header with its checksum, which lies at the place.
     static std::string WithSum(std::string bytes, size_t at);
 
 private:

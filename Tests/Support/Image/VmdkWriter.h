@@ -1,5 +1,5 @@
-// Writes small VMDK files that grow as a test wants them, right or wrong: a header, a text, a
-// directory of one table and its copy, and the grains.
+// Writes small VMDK files that grow for tests, sound or damaged: a header, a text, a directory of
+// one table and its copy, and the grains.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace vx {
 class VmdkWriter {
 public:
     static constexpr size_t kGrain = 4096;
-    // Where the parts of the file begin.
+    // Places in the file.
     static constexpr size_t kTextAt = 512;
     static constexpr size_t kCopyAt = 1024;  // of the directory
     static constexpr size_t kDirectoryAt = 2048;
@@ -22,7 +22,7 @@ public:
 
     void SetText(const std::string &text) { _text = text; }
     void AddGrain(const std::string &grain);
-    // A packed grain as it is to lie in the file.
+    // A packed grain, stored as given.
     void AddStored(const std::string &bytes);
     void AddNothing();
     size_t Sectors() const { return _table.size() * kGrain / 512; }

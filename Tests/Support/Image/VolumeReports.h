@@ -1,4 +1,4 @@
-// What a volume says beyond IVolume (VolumeReport.h), in a form that tests compare.
+// What a volume reports beyond IVolume (VolumeReport.h), in a form that tests compare.
 #pragma once
 
 #include "OwnedVolume.h"
@@ -10,11 +10,11 @@ namespace vx {
 
 struct ReportedListing {
     bool isListed = false;
-    std::vector<std::u16string> names;  // in the volume's order
+    std::vector<std::u16string> names;  // in the order of the volume
     VolumeListingReport report;
 };
 
-// Lists the folder to its end; a test failure if the volume then has no report.
+// Lists the whole folder; a test failure if the volume then has no report.
 ReportedListing ListWithReport(OwnedVolume &volume, const std::u16string &folder);
 
 VolumeEntryReport ReportOf(OwnedVolume &volume, const std::u16string &path);
