@@ -7,7 +7,7 @@
 //
 // What is checked: every section begins after the previous one and lies within its file; a table
 // lies in its section; no product overflows. The entries of the tables are not read here. Memory:
-// 48 bytes for each of at most kMostTables tables, and 1 MiB for the list of lost sectors.
+// 40 bytes for each of at most kMostTables tables, and 1 MiB for the list of lost sectors.
 #pragma once
 
 #include "ByteSource.h"

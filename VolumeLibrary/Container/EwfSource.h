@@ -14,9 +14,9 @@
 // read here either: its contents are unknown.
 //
 // Ownership: shares the files. Threads: any number at a time; reads of parts of chunks take turns.
-// Memory: one chunk, of 32 KiB in most images and 16 MiB at most, and a byte for each table.
-// Errors: SystemError with "read at" and the place on the disk, EIO for what is damaged, missing or
-// cut off, otherwise the errno of the file.
+// Memory: one chunk, of 32 KiB in most images and 16 MiB at most, two bytes for each table, and the
+// counted failures of a few megabytes at most. Errors: kSystemError with "read at" and the place on
+// the disk, EIO for what is damaged, missing or cut off, otherwise the errno of the file.
 #pragma once
 
 #include "ByteSource.h"
@@ -39,7 +39,7 @@ struct EwfFile {
 
 class EwfSource final : public ByteSource {
 public:
-    // layout: of just these files.
+    // layout: of these files.
     EwfSource(std::vector<EwfFile> files, EwfLayout layout);
 
     uint64_t Size() const override { return _layout.diskBytes; }
@@ -48,8 +48,8 @@ public:
 private:
     enum class Entries : uint8_t { kUnknown, kFirst, kCopy, kLost };
 
-    // A caller that reads around a bad place asks for each sector of a chunk. So many tries outlast a
-    // passing error; after them the chunk or table fails without being read.
+    // A caller that reads around a bad place asks for each sector of a chunk. So many tries outlast
+    // a passing error; after them the chunk or table fails without being read.
     static constexpr uint8_t kMostTries = 4;
     // Chunks whose failures are counted: a few megabytes at most.
     static constexpr size_t kMostCounted = size_t{1} << 16;
@@ -68,7 +68,7 @@ private:
     Error CheckEntries(const EwfTable &table, uint64_t at) const;
     Error LoadPacked(const EwfTable &table, uint64_t at, uint64_t number, uint8_t *place) const;
     Error LoadPlain(const EwfTable &table, uint64_t at, uint64_t number, uint8_t *place) const;
-    // How much of the disk the chunk holds.
+    // The bytes of the disk that the chunk holds.
     size_t LengthOf(uint64_t number) const;
 
     static constexpr uint64_t kNone = ~uint64_t{0};

@@ -1,7 +1,7 @@
 // The files of an image of many parts, of which only some are open at a time: there may be more
-// parts than a process may have open files. Parts take up half of the limit, but at least
-// kLeastOpen descriptors. An export in the same process recognises an open part and does not write
-// to it.
+// parts than a process may have open files. At most half of that limit is used for parts, or
+// kLeastOpen if that is more. An export in the same process recognises an open part and does not
+// write to it.
 //
 // A file that was closed meanwhile is opened again when it is read, and must still be the same one:
 // device, inode, size and time of the last write. Descriptors are not inherited by other programs.

@@ -1,9 +1,8 @@
 // The partitions of a disk with a GUID partition table.
 //
 // A disk has two tables: one at its beginning and a backup at its end. The first table is used
-// unless the backup has fewer faults. A fault is a wrong place, a wrong checksum of the header or a
-// wrong checksum of the entries. A backup in a wrong place is not used. A note says so if the first
-// table was not sound.
+// unless it is missing or the backup has fewer faults: a wrong place, a wrong checksum of the
+// header or a wrong checksum of the entries. A backup in a wrong place is not used.
 #pragma once
 
 #include "ByteSource.h"
@@ -16,7 +15,7 @@ namespace vx {
 
 struct GptPartitions {
     std::vector<PartitionPlace> places;  // empty if there is no table
-    std::string note;                    // for the user; empty if the first table is sound
+    std::string note;  // for the user; empty if the first table is sound or no table is used
     bool areOfBackup = false;
     Error unread;  // why a part of the table, or all of it, could not be read; or none
 
