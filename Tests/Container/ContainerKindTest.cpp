@@ -1,8 +1,8 @@
 // Which kind of container a file is, by its contents and its name.
 #include "ContainerKind.h"
 #include "EwfWriter.h"
+#include "FailingSource.h"
 #include "OpenSource.h"
-#include "SourceWithHole.h"
 #include "TemporaryFolder.h"
 #include "VhdWriter.h"
 #include "VmdkWriter.h"
@@ -61,11 +61,10 @@ TEST(ContainerKinds, ABootSectorIsRawWhateverItsFirstBytesResemble)
 
 TEST(ContainerKinds, BytesThatCannotBeReadAreNotRecognised)
 {
-    const std::string image = EwfWriter(std::string(kSector, 'x')).Image();
-    const SourceWithHole readable(image);
-    const SourceWithHole damaged(image, 0, 1);
-    EXPECT_EQ(FindContainerKind("disk", readable).kind, ContainerKind::kEwf);
-    EXPECT_EQ(FindContainerKind("disk", damaged).kind, ContainerKind::kRaw);
+    FailingSource image(EwfWriter(std::string(kSector, 'x')).Image());
+    EXPECT_EQ(FindContainerKind("disk", image).kind, ContainerKind::kEwf);
+    image.MakeBad(kSector / 2, 1);
+    EXPECT_EQ(FindContainerKind("disk", image).kind, ContainerKind::kRaw);
 }
 
 TEST(ContainerKinds, OnlyTheFirstOfSeveralPartsIsASplitImage)
