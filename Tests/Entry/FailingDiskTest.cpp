@@ -1,7 +1,7 @@
 // Disks of which a sector cannot be read: the answer says so, and the other volumes keep their
 // numbers.
+#include "ByteReader.h"
 #include "FatImage.h"
-#include "Little.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
 #include "VolumeOpener.h"
@@ -98,7 +98,9 @@ TEST_F(FailingDisk, ATableOfFilesThatCannotBeReadIsAReadError)
     Take();
     // From its first record to the mirror of that.
     const size_t table = static_cast<uint8_t>(disk->Bytes().at(48));
-    const size_t mirror = Little16(reinterpret_cast<const uint8_t *>(&disk->Bytes().at(56)));
+    const std::string &bytes = disk->Bytes();
+    const size_t mirror =
+        U16At({reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()}, 56);
     ASSERT_LT(table, mirror);
     MakeBad(table * 4096, (mirror - table + 1) * 4096);
     EXPECT_EQ(Open(), kFailed) << detail;

@@ -1,6 +1,7 @@
 #include "FirstSector.h"
 
 #include "ByteReader.h"
+#include "PowerOfTwo.h"
 
 #include <cstring>
 

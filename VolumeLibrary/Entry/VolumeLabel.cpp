@@ -2,7 +2,6 @@
 
 #include "CodePoints.h"
 #include "FatBoot.h"
-#include "Little.h"
 #include "NtfsBoot.h"
 #include "NtfsRecord.h"
 #include "VolumeOpener.h"

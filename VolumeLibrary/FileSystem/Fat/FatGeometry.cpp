@@ -1,6 +1,7 @@
 #include "FatGeometry.h"
 
 #include "ByteReader.h"
+#include "PowerOfTwo.h"
 
 #include <algorithm>
 

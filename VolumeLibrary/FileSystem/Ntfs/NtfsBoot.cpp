@@ -1,6 +1,7 @@
 #include "NtfsBoot.h"
 
 #include "ByteReader.h"
+#include "PowerOfTwo.h"
 
 #include <algorithm>
 #include <array>

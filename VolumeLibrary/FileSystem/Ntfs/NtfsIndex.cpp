@@ -1,6 +1,7 @@
 #include "NtfsIndex.h"
 
 #include "ByteReader.h"
+#include "PowerOfTwo.h"
 
 namespace vx {
 namespace {
