@@ -64,7 +64,7 @@ bool IsVmdkThatGrows(ByteView head)
 Result<VmdkHeader> ReadVmdkHeader(const ByteSource &file)
 {
     constexpr uint64_t kFromTheEnd = 2 * kSector;
-    const auto first = ReadAt(file, 0);
+    auto first = ReadAt(file, 0);
     if (!first || first->directory != kAtTheEnd)
         return first;
     auto last = ReadAt(file, file.Size() - std::min(file.Size(), kFromTheEnd));
