@@ -17,7 +17,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// Folders as they lie one behind the other: the root is 0.
+// Folders as they lie one after the other: the root is 0.
 struct Link {
     std::u16string name;
     int folder;  // where it leads; kFile: to a file
@@ -157,8 +157,8 @@ protected:
         return *volume;
     }
 
-    // How many entries are found on the way through all folders, as an export's plan goes; no more
-    // than the limit.
+    // How many entries a walk through all folders finds, as an export plans it; no more than the
+    // limit.
     static size_t CountAll(IVolume &volume, size_t limit)
     {
         std::vector<std::u16string> folders = {u""};
@@ -249,7 +249,7 @@ TEST(FolderGraph, AnExportOfAVolumeThatMultipliesEnds)
     VX_NEEDS("mkfs.exfat");
     const TestImage image{};
     image.Folder().WriteFile("image", ExfatOf(Ladder(40, {u"x", u"y"})));
-    // Not all folders can be listed, and it says so. 124 would be: ended by the time.
+    // Not all folders can be listed, and the tool says so. 124 would mean: ended by the time limit.
     constexpr const char *kHowItEnded = "; test $? = 1";
     EXPECT_TRUE(RunShell("timeout 60 " VX_TOOL " --to " + Quoted(image.At("out")) + " " +
                          Quoted(image.Path()) + kHowItEnded));

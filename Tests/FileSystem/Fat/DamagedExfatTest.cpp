@@ -83,7 +83,7 @@ protected:
         return listed.value_or(Listed());
     }
 
-    // What is listed and what is missing of the names is all; nothing else is listed.
+    // Each of the names is listed or missing; nothing else is listed.
     void ExpectAllButSome(const Names &names, const Listed &listed, size_t most)
     {
         EXPECT_TRUE(
@@ -183,7 +183,7 @@ TEST_F(DamagedExfat, AFolderGoesOnAfterASectorOfZerosOrNoise)
 {
     const Names names = AddMany(36);
     const auto intact = image->bytes;
-    // What comes after zeros in the last sector cannot be told from the end.
+    // What comes after zeros in the last sector looks the same as the end.
     const size_t begin = image->PlaceOf(kMany);
     const size_t last = (EndOf(kMany) - begin - 1) / kSector * kSector;
     for (size_t at = begin; at < begin + last; at += kSector) {
@@ -255,7 +255,7 @@ TEST_F(DamagedExfat, NoFileIsLongerThanTheVolume)
 
 TEST_F(DamagedExfat, CirclesOnAVolumeOfManyClustersEnd)
 {
-    // Numbers that would let it go on for as many steps as there are clusters at all.
+    // Numbers that would let it take as many steps as there are clusters.
     PutNumber(&image->bytes, 84, 0x7FFFFFFF, 4);
     PutNumber(&image->bytes, 92, 0xFFFFFFF0, 4);
     const uint64_t size = clusterBytes << 31;

@@ -1,5 +1,4 @@
-// Folders of FAT of which a part is lost: the rest is listed, and the folder says that it is not
-// whole.
+// FAT folders that have lost a part: the rest is listed, and the folder is reported as incomplete.
 #include "FatImage.h"
 #include "Listed.h"
 #include "OpenSource.h"
@@ -67,7 +66,7 @@ protected:
         ASSERT_TRUE(volume);
     }
 
-    // Those of the names that are not listed. What else is listed has one of the short names.
+    // The names that are not listed. Everything else that is listed has one of the short names.
     Names MissingFrom(const Listed &listed) const
     {
         Names missing;
@@ -236,7 +235,7 @@ TEST_F(FatFolders, AFolderWhoseChainBreaksIsListedUpToThere)
 
 TEST_F(FatFolders, AFolderOfTwoEqualNamesListsBothFilesAndOpensTheFirst)
 {
-    // Both without long names, so that one entry is all there is of each.
+    // Both without long names, so that each is one entry.
     const TestImage made{};
     ASSERT_TRUE(made.MakeFat(1, "-F 12"));
     ASSERT_TRUE(made.FillFat({{"FIRST", "first"}, {"OTHER", "other"}}));

@@ -1,4 +1,4 @@
-// Long names of FAT that are damaged, or that deleting and renaming leave behind.
+// Long names of FAT that are damaged, or are left over by deleting and renaming.
 #include "FatImage.h"
 #include "Listed.h"
 #include "OpenSource.h"

@@ -1,5 +1,5 @@
-// Files of NTFS of which a part of the record or of the list of runs is lost: the rest is read,
-// from its own place, and what is missing is an error and never another file's bytes.
+// NTFS files that have lost a part of their record or list of runs: the rest is read from its own
+// place, and what is missing is an error and never another file's bytes.
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
@@ -146,7 +146,7 @@ TEST_F(NtfsDamagedFile, ARecordThatBreaksOffIsNotThatOfAnEmptyFile)
 {
     ntfs.PutFile(kFile, {NtfsWriter::OwnName(u"f"), NtfsWriter::Data("data")});
     EXPECT_EQ(ReadWholeFile(Open(), u"/f"), "data");
-    // The length of the name's attribute, behind the standard information.
+    // The length of the name's attribute, after the standard information.
     Bytes image = ntfs.Image();
     constexpr size_t kStandardBytes = 24 + 48;
     PutNumber(&image, (NtfsWriter::kTable + kFile) * kClusterBytes + 56 + kStandardBytes + 4, 2000,

@@ -1,5 +1,5 @@
-// Folders of NTFS whose index is damaged: what it still gives is listed, and what it does not is
-// found by the files' own records.
+// NTFS folders with a damaged index: what it still gives is listed, and the rest is found by the
+// files' own records.
 #include "CountingSource.h"
 #include "MadeNtfsTest.h"
 #include "NtfsIndexBlock.h"
@@ -40,7 +40,7 @@ protected:
         });
     }
 
-    // Where the blocks of the folder "bad" lie that have files of it.
+    // Where the blocks of the folder "bad" that hold names of its files lie.
     static std::vector<size_t> Blocks()
     {
         std::vector<size_t> blocks;

@@ -1,9 +1,10 @@
 // What NTFS keeps twice: the boot sector, whose copy is the last sector of the volume, and the
-// first records of the table of files, of which there is a mirror. Each copy serves where the first
+// first records of the table of files, of which there is a mirror. Each copy is used if the first
 // one is damaged, and a warning says so.
 #include "ByteReader.h"
 #include "MadeNtfsTest.h"
 #include "NtfsBoot.h"
+#include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "SourceWithHole.h"
 
@@ -161,6 +162,23 @@ TEST_F(NtfsSpareParts, TheVolumeInsideAnEncryptedOneHasItsBackupToo)
     ASSERT_TRUE(opened.volume) << opened.detail;
     ExpectSameTree(ReadTree(*opened.volume), SampleTree());
     EXPECT_NE(opened.detail.find(kBackup), std::string::npos) << opened.detail;
+}
+
+// What is wrong with a boot sector in which this byte has this value.
+std::string ComplaintWith(size_t at, uint8_t value)
+{
+    NtfsWriter::Bytes bytes = NtfsWriter().Image();
+    bytes.at(at) = value;
+    const auto boot = ReadNtfsBoot(*SourceOf({bytes.begin(), bytes.end()}), 0);
+    return boot ? "" : boot.Failure().detail;
+}
+
+TEST(NtfsBootSector, SaysWhichSizeIsNotValid)
+{
+    EXPECT_EQ(ComplaintWith(0, 0), "");
+    EXPECT_EQ(ComplaintWith(11, 1), "its sector size is not valid");
+    EXPECT_EQ(ComplaintWith(13, 3), "its cluster size is not valid");
+    EXPECT_EQ(ComplaintWith(64, 0), "its record size is not valid");
 }
 
 }  // namespace

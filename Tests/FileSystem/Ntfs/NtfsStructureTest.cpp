@@ -392,7 +392,7 @@ TEST_F(NtfsOwnNames, ANameInAnotherRecordOfTheFolderCounts)
     ntfs.PutFile(kMore + 1, {NtfsWriter::OwnName(u"b")}, kFile);
     EXPECT_TRUE(Opens(Open(), u"/b/in it"));
     EXPECT_FALSE(ListFolder(*volume, u"/a/*"));
-    // Of a record that belongs to another file nothing is believed.
+    // Nothing is taken from a record that belongs to another file.
     ntfs.PutFile(kMore + 1, {NtfsWriter::OwnName(u"b")}, kFile + 1);
     EXPECT_FALSE(ListFolder(Open(), u"/b/*"));
 }

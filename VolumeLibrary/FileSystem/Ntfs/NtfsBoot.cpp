@@ -75,16 +75,16 @@ Result<NtfsGeometry> GeometryOf(const Fields &fields)
 {
     const uint32_t clusterSectors = ClusterSectors(fields.clusterSectors);
     if (!IsSectorSize(fields.sectorBytes))
-        return Damaged("it tells no size of a sector");
+        return Damaged("its sector size is not valid");
     if (!IsPowerOfTwo(clusterSectors) ||
         uint64_t{clusterSectors} * fields.sectorBytes > kLargestCluster)
-        return Damaged("it tells no size of a cluster");
+        return Damaged("its cluster size is not valid");
     NtfsGeometry geometry;
     geometry.clusterBytes = fields.sectorBytes * clusterSectors;
     geometry.clusters = fields.sectors / clusterSectors;
     const uint64_t recordBytes = SizeFrom(fields.recordSize, geometry.clusterBytes);
     if (!IsPowerOfTwo(recordBytes) || recordBytes < 512 || recordBytes > 16384)
-        return Damaged("it tells no size of a record");
+        return Damaged("its record size is not valid");
     geometry.recordBytes = static_cast<uint32_t>(recordBytes);
     return geometry;
 }

@@ -55,7 +55,7 @@ NtfsFound NothingFound(NtfsStream *stream)
     return NtfsFound::kDamaged;
 }
 
-// Runs that do not reach as far as the data does are part of a damaged list.
+// Runs that end before the data does are what is left of a damaged list.
 NtfsFound Checked(NtfsStream *stream)
 {
     const FileExtents &extents = stream->extents;
