@@ -1,4 +1,4 @@
-// A disk of any size that fails where it is told to and counts what is asked of it.
+// A disk of any size that fails at chosen places and counts its reads.
 #pragma once
 
 #include "CarefulReader.h"

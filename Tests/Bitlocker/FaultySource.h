@@ -1,4 +1,4 @@
-// A byte source that fails where it is told to.
+// A byte source that fails at a chosen place.
 #pragma once
 
 #include "MemoryByteSource.h"

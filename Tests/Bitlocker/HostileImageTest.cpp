@@ -17,7 +17,7 @@ maker::VolumeRecipe ConvertingRecipe()
     return recipe;
 }
 
-// Reads the whole volume, as far as it goes.
+// Reads the whole volume.
 void ReadThrough(const Result<OpenedVolume> &opened)
 {
     if (!opened)

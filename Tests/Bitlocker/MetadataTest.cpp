@@ -23,7 +23,7 @@ TestVolume OrdinaryVolume()
     return TestVolume(RecipeWithPassword(), 64 * 1024);
 }
 
-// Damages a copy behind its headers, so that its checksum is wrong.
+// Damages a copy after its headers, so that its checksum is wrong.
 void DamageCopy(TestVolume &volume, size_t copy)
 {
     volume.image[volume.plan.copies[copy] + 130] ^= 0xff;

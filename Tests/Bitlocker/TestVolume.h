@@ -13,7 +13,7 @@ constexpr char kPassword[] = "correct horse";
 constexpr char kRecovery[] = "000011-000022-000033-720885-111111-222222-333333-444444";
 constexpr char kOtherRecovery[] = "111111-222222-333333-444444-555555-666666-000011-000022";
 
-// Bytes that differ from sector to sector, behind an NTFS boot sector that says sectorSize.
+// Bytes that differ from sector to sector, after an NTFS boot sector that states sectorSize.
 // size: a multiple of the sector size.
 std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize = 512);
 

@@ -1,5 +1,5 @@
-// What is said of a disk with several partitions: of those that open, of the others, and of its
-// tables.
+// What is reported about a disk with several partitions: of those that open, of the others, and of
+// its tables.
 #include "DiskWriter.h"
 #include "TestImage.h"
 

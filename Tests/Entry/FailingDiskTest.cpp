@@ -138,7 +138,7 @@ TEST_F(FailingDisk, OnlyTheSectorsThatAreMissingFromACutImageAreTruncated)
     EXPECT_EQ(Open(), VolumeLibraryStatus::kFileSystemDamaged) << detail;
 }
 
-// Two encrypted volumes, with different passwords, and a plain one behind them.
+// Two encrypted volumes, with different passwords, and a plain one after them.
 class FailingTables : public FailingDisk, public testing::WithParamInterface<const char *> {
 protected:
     static constexpr size_t kFirst = 1 * kMiB;

@@ -1,5 +1,5 @@
-// A root of FAT or exFAT that has lost its entries is not taken for an empty one, and one that is
-// empty is not taken for a damaged one.
+// A root of FAT or exFAT that has lost its entries is not mistaken for an empty one, and an
+// empty one is not mistaken for a damaged one.
 #include "ExfatImage.h"
 #include "FatImage.h"
 #include "Listed.h"

@@ -64,7 +64,7 @@ protected:
 
     static constexpr int kFiles = 1500;
     static constexpr uint64_t kFolderBytes = uint64_t{kFiles} * 19 * 32;
-    // Blocks begin before a folder and end behind it, and the table is read as well.
+    // Blocks begin before a folder and end after it, and the table is read as well.
     static constexpr uint64_t kAround = 6 * CachedSource::kBlockBytes;
 
     static TestImage *image;

@@ -84,7 +84,7 @@ protected:
         }
     }
 
-    // Sectors of the disk that hold a part of the file; one after the other as far as they do so.
+    // Sectors of the disk that hold a part of the file; one after the other.
     void MakeBad(uint64_t begin, uint64_t length, int times = FailingSource::kAlways)
     {
         const uint64_t last = (begin + length - 1) / kSector;
@@ -174,7 +174,7 @@ TEST_P(SalvageOfDisk, ADiskThatGoesAwayFailsEverythingAtOnce)
     EXPECT_EQ(done, 0u);
     EXPECT_EQ(buffer.find_first_not_of('\0'), std::string::npos);
     EXPECT_TRUE(volume->IsGone());
-    disk->FailWith(0);  // nobody asks it any more
+    disk->FailWith(0);  // it is not read any more
     const int reads = disk->Reads();
     EXPECT_FALSE(volume->ReadFile(file, buffer.data(), 10, &done));
     EXPECT_EQ(OpenForReading(*volume, u"/b"), nullptr);

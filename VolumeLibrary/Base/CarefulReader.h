@@ -8,7 +8,7 @@
 // its length, 64 MiB at most), and what lies between two bad ones is given up. At the first good
 // sector the way back leads to the exact end of the run, so a run of less than 8 KiB is exact
 // sector by sector, and the ends of longer ones are exact too. A run is followed no further than
-// needed; it is gone on with when what follows is wanted.
+// needed; the next read of what follows goes on with it.
 //
 // Once the disk is gone, nothing is tried any more.
 //

@@ -1,7 +1,7 @@
 // The volume's record of one entry of a plain folder.
 //
 // Attributes, by the numbers that Windows gives them:
-//   0x1 read-only     nobody has the permission to write it
+//   0x1 read-only     no write permission for any user
 //   0x2 hidden        the name begins with "."
 //   0x10 folder
 //   0x80 normal       a file with none of the others

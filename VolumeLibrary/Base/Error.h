@@ -2,7 +2,7 @@
 //
 // A function that can fail returns an Error (true in a condition means failure) or a
 // Result<T>, which holds either the value or the Error. Nothing throws but std::bad_alloc, as
-// any container does. detail is one English sentence without a full stop, meant for a person; it
+// any container does. detail is one English sentence without a full stop, for the user; it
 // never contains a secret or a key.
 #pragma once
 
@@ -17,13 +17,13 @@ namespace vx {
 enum class Status {
     kOk,
     kSystemError,  // an error of the operating system, see systemError
-    kCancelled,    // the caller's flag was raised
+    kCancelled,    // the caller's CancelFlag was raised
 
     // What was to be opened
     kNotAVolume,            // neither a folder nor a disk or an image
     kUnsupportedContainer,  // a kind of image that is not read
     kDamagedContainer,      // the image contradicts itself
-    kTruncatedImage,        // bytes beyond the end of the device or image were wanted
+    kTruncatedImage,        // a read beyond the end of the device or image
     kSeveralVolumes,        // the disk holds several and none was chosen
     kNoSuchVolume,          // the disk has no volume of the chosen number
 
@@ -31,14 +31,14 @@ enum class Status {
     kNotBitlocker,           // too short, no known signature, or an unknown identifier
     kDamagedMetadata,        // no copy of the metadata is usable
     kDamagedConversionMap,   // unlocked, but what is encrypted and what is not is unknown
-    kUnfinishedConversion,   // a half-converted volume of a layout that says not enough about it
+    kUnfinishedConversion,   // a half-converted volume of a layout that does not say how far
     kUnsupportedUnlockKind,  // there is no such kind of secret
-    kSecretNeeded,           // encrypted, and nothing was given that unlocks it
+    kSecretNeeded,           // encrypted, and no secret was given
     kMalformedSecret,        // a typing error in a recovery password, a broken key file, ...
     kNoProtectorOfKind,      // the volume has no protector for this kind of secret
     kWrongSecret,            // there are protectors of the kind, the secret opens none of them
     kUnsupportedProtector,   // nothing but TPM, smart card or unknown protectors
-    kUnsupportedMethod,      // a cipher that is not known
+    kUnsupportedMethod,      // an unknown cipher
 
     // File systems
     kUnsupportedFileSystem,
@@ -49,7 +49,7 @@ struct [[nodiscard]] Error {
     Status status = Status::kOk;
     std::string detail;
     int systemError = 0;  // errno, with kSystemError only
-    // Of a failed read: how far it probably came, for who tries again in smaller pieces.
+    // Of a failed read: how far it probably came, for a retry in smaller pieces.
     size_t bytesRead = 0;
 
     explicit operator bool() const { return status != Status::kOk; }
@@ -58,7 +58,7 @@ struct [[nodiscard]] Error {
 // An error of the operating system. what: the operation that failed, e.g. "read".
 Error SystemError(int number, const std::string &what);
 
-// Whether the system refused it to this user.
+// Whether this user lacks a permission.
 bool IsPermissionError(const Error &error);
 
 template <typename T>

@@ -11,7 +11,7 @@
 namespace vx {
 namespace {
 
-// A device that may not be opened any more is taken for there.
+// A device that this user may no longer open is assumed to be there.
 bool HasSize(const std::string &device)
 {
     const UniqueFd opened(

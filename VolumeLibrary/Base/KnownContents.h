@@ -1,5 +1,5 @@
-// What a disk, a volume or an image holds that this library does not open: its name, and the
-// next step for a person. Consulted after everything that opens was looked for.
+// What a disk, a volume or an image holds that this library does not open: its name, and the next
+// step for the user. Consulted after everything that opens.
 //
 // A kind is recognised by bytes at a fixed place. They are documented publicly: LUKS, "On-Disk
 // Format Specification" 1.2 and LUKS2; ext2 to 4, XFS, swap and md, the documentation of the

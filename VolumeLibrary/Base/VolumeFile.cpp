@@ -37,7 +37,7 @@ bool VolumeFile::Read(void *buffer, uint32_t count, uint32_t *done) noexcept
             *done -= static_cast<uint32_t>(range.length);
         }
         return unread.empty();
-    } catch (...) {  // for want of memory; nobody knows how far it came
+    } catch (...) {  // no memory; how far it came is not known
         return GiveUp(buffer, count, done);
     }
 }

@@ -34,7 +34,7 @@ public:
     const ByteRanges &UnreadRanges() const { return _unread.All(); }
 
 protected:
-    // How far the file goes, as far as that is known without asking for it.
+    // The end of the file, if it is known without asking for it.
     virtual int64_t KnownSize() const = 0;
     // Reads at any place; position + count never overflows. Returns how many of count bytes the
     // file has there. Of those, what cannot be read is zeros, and is added to unread with its

@@ -5,7 +5,7 @@
 //   pattern /*                   -> (empty: the root)
 //
 // Refused: null, no "/" in front, an empty component, a component "." or "..", a surrogate that
-// stands alone, more than kMaxUnits units, the root where a file is wanted, and a pattern that
+// stands alone, more than kMaxUnits units, the root where a file is needed, and a pattern that
 // does not end with "/*".
 #pragma once
 

@@ -1,7 +1,7 @@
 // Owner of one of libcrypto's cipher contexts, keyed once and used for whole blocks only, without
 // padding: what comes out is as long as what goes in.
 //
-// One thread at a time; clone() of an object that nobody else changes is safe from any thread.
+// One thread at a time; Clone() of an object that no thread changes is safe from any thread.
 #pragma once
 
 #include "ByteView.h"

@@ -1,10 +1,10 @@
 // The plaintext of an unlocked volume, as a byte source.
 //
 // Relocated sectors are put back, the areas of the metadata read as zeros, and what a stopped
-// conversion left unencrypted is passed on as it is. Made by VolumeOpener.
+// conversion left unencrypted is returned as it is. Made by VolumeOpener.
 //
-// Threads: readAt from any number of threads at once; there is no common lock.
-// Errors of readAt: TruncatedImage for what lies beyond the end of the image, SystemError as
+// Threads: ReadAt from any number of threads at once; there is no common lock.
+// Errors of ReadAt: TruncatedImage for what lies beyond the end of the image, SystemError as
 // the source gives it, DamagedConversionMap where no map says what a sector is. A failed read
 // concerns its own range only. What the source cannot read costs the sectors that it is part of.
 #pragma once
@@ -26,7 +26,7 @@ public:
     DecryptedVolume(std::shared_ptr<const ByteSource> source, VolumeLayout layout,
                     std::unique_ptr<SectorCipher> cipher, std::vector<Patch> patches);
 
-    // A multiple of sectorSize(). A truncated image keeps the size that the volume had.
+    // A multiple of SectorSize(). A truncated image keeps the size that the volume had.
     uint64_t Size() const override { return _layout.Size(); }
     uint32_t SectorSize() const { return _layout.SectorSize(); }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;

@@ -13,7 +13,7 @@ uint32_t Rotated(uint32_t value, unsigned bits)
     return value << bits | value >> ((32 - bits) % 32);
 }
 
-// One word from the two behind it, which stand in the array without wrapping.
+// One word from the two after it, which lie in the array without wrapping.
 template <unsigned kBits>
 void MixBehind(uint32_t *word)
 {

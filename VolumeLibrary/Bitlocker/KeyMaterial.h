@@ -1,6 +1,6 @@
-// Owner of key bytes: memory of its own that is wiped when the owner goes, kept off the swap
-// space and out of core dumps where the platform allows it. Moves, but is never copied
-// unnoticed. Not for sharing between threads while one writes.
+// Owns key bytes in pages of their own, which are wiped when the owner goes and kept out of the
+// swap space and of core dumps if the platform allows it. Moved, not copied. Threads: not shared
+// while one writes.
 #pragma once
 
 #include "ByteView.h"

@@ -43,7 +43,7 @@ KeyMaterial PaddedMessage(ByteView hash, const Salt &salt)
     return message;
 }
 
-// The state of the hash tells the key after the last round.
+// The state of the hash reveals the key after the last round.
 struct WipedState {
     SHA256_CTX context;
 

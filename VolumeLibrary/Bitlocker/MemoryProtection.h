@@ -1,5 +1,5 @@
 // Memory for keys: locked, so that it is never written to the swap space, and left out of core
-// dumps, both as far as the platform and the limits of the process allow.
+// dumps, if the platform and the limits of the process allow it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// The array of entries of which the metadata consists, and its nested arrays.
+// The array of entries that the metadata consists of, and its nested arrays.
 //
 // Views point into the bytes that were parsed; the owner of the bytes must outlive them.
 #pragma once
@@ -33,7 +33,7 @@ enum class ValueType : uint16_t {
 struct MetadataEntry {
     EntryType type = EntryType::kProperty;
     ValueType valueType = ValueType::kKey;
-    ByteView data;  // behind the eight bytes of the entry's header
+    ByteView data;  // after the eight bytes of the entry's header
 
     // The nested array; empty for values that have none.
     ByteView Nested() const;
@@ -44,7 +44,7 @@ constexpr int kDeepestNesting = 3;
 
 // The entries of one array in stored order; what is inside them is checked too and can be
 // parsed without failing. depth: of this array, 1 for the outermost.
-// Errors: DamagedMetadata for an entry that is too short, reaches behind the end or nests too
+// Errors: DamagedMetadata for an entry that is too short, reaches beyond the end or nests too
 // deep.
 Result<std::vector<MetadataEntry>> ParseEntries(ByteView bytes, int depth = 1);
 

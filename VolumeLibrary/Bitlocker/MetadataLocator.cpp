@@ -7,7 +7,7 @@ namespace vx::bitlocker {
 
 namespace {
 
-// Copies of copies could name each other for ever; a volume has three.
+// Copies of copies could name each other indefinitely; a volume has three.
 constexpr size_t kMostCandidates = 32;
 constexpr size_t kSearchPiece = 1024 * 1024;
 constexpr size_t kSearchStep = 512;
@@ -42,7 +42,7 @@ MetadataLocator::MetadataLocator(const ByteSource &source, const BootSector &boo
 Error MetadataLocator::ReadArea(uint64_t offset, std::vector<uint8_t> &area) const
 {
     if (offset >= _source.Size())
-        return {Status::kTruncatedImage, "it lies behind the end"};
+        return {Status::kTruncatedImage, "it lies beyond the end"};
     area.resize(static_cast<size_t>(std::min<uint64_t>(_areaSize, _source.Size() - offset)));
     return _source.ReadAt(offset, area.data(), area.size());
 }

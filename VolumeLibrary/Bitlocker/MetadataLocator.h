@@ -27,7 +27,7 @@ public:
     // The arguments must outlive the locator; cancel may be null.
     MetadataLocator(const ByteSource &source, const BootSector &boot, const CancelFlag *cancel);
 
-    // Errors: DamagedMetadata; TruncatedImage if every copy lies behind the end; SystemError if
+    // Errors: DamagedMetadata; TruncatedImage if every copy lies beyond the end; SystemError if
     // no copy could be read for that reason; Cancelled.
     Result<MetadataCopies> Locate();
 

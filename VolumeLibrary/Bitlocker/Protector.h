@@ -31,7 +31,7 @@ struct Protector {
     std::vector<uint8_t> clearKey;  // of a clear-key protector; it lies open on the disk
     std::optional<Salt> salt;       // of a password or recovery password
 
-    // entry: of value type Protector, as parseEntries gives it.
+    // entry: of value type Protector, from ParseEntries.
     static Protector Parse(const MetadataEntry &entry);
 };
 
@@ -41,7 +41,7 @@ std::string ProtectorKindName(ProtectorKind kind);
 bool IsSupported(ProtectorKind kind);
 // The names of all kinds present, each once: "password, recovery password"; "none".
 std::string ProtectorKindNames(const std::vector<Protector> &protectors);
-// Every protector, each once, so that a person finds the paper or the file that belongs to it:
+// Every protector, each once, so that the user finds the printout or the file that belongs to it:
 // "recovery password (Key ID 1A2B3C4D), startup key (Key ID 5E6F7A8B)"; "none". Of a volume that
 // claims more than kMostNamed the others are counted.
 constexpr size_t kMostNamed = 24;

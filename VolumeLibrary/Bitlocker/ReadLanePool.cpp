@@ -5,7 +5,7 @@ namespace vx::bitlocker {
 namespace {
 
 constexpr size_t kLargestSector = 4096;
-// Large buffers of the callers begin at a page or just behind, see PlacedBuffer.
+// Large buffers of the callers begin at a page or just after it, see PlacedBuffer.
 constexpr size_t kStoredPlace = 1024;
 
 }  // namespace

@@ -16,7 +16,7 @@ struct Range {
 };
 
 // What stands between groups in texts that people copy: the dashes and blanks of Unicode
-// (categories Pd and Zs), the signs that are taken for a dash, and what word processors and web
+// (categories Pd and Zs), the signs that look like a dash, and what word processors and web
 // pages add unseen.
 constexpr Range kSeparators[] = {
     {0x0009, 0x000d}, {0x0020, 0x0020}, {0x002d, 0x002d}, {0x0085, 0x0085}, {0x00a0, 0x00a0},

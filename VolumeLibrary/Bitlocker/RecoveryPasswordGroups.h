@@ -1,6 +1,6 @@
 // The groups of a recovery password, and what is wrong with them.
 //
-// Every group is looked at, so that a person who copies the paper once more knows all the places.
+// Every group is checked, so that the user knows all the places to copy again.
 // Ownership: the signs are borrowed while it is made. One thread.
 #pragma once
 
@@ -14,7 +14,7 @@ namespace vx::bitlocker {
 
 class RecoveryPasswordGroups {
 public:
-    // Stand in the signs for what is no digit.
+    // In place of what is not a digit.
     static constexpr char kSeparator = ' ';
     static constexpr char kOther = '?';
 

@@ -1,4 +1,4 @@
-// What the user offers to open a volume, already checked and reduced to what unlocking needs.
+// The user's secret, checked and reduced to what unlocking needs.
 //
 // The text that was given is not kept. Move-only; wiped with its owner.
 #pragma once
@@ -28,7 +28,7 @@ public:
     // The path of one. Errors: MalformedSecret, SystemError.
     static Result<Secret> FromStartupKeyFile(const std::string &path);
 
-    // The protectors it fits; ClearKey for none().
+    // The protectors it fits; ClearKey for None().
     ProtectorKind Kind() const { return _kind; }
     bool IsStretched() const;
     // 32 bytes: what is stretched, or the key itself for a startup key.

@@ -18,7 +18,7 @@ public:
     static constexpr size_t kLongestRun = 256 * 1024;
 
     virtual ~SectorCipher() = default;
-    // Null when there is no memory. Safe while nobody decrypts with this object.
+    // Null when there is no memory. Safe while no thread decrypts with this object.
     virtual std::unique_ptr<SectorCipher> Clone() const = 0;
     // offset: where the first sector is stored in the volume. length: a multiple of the sector
     // size, kLongestRun at most. in and out do not overlap. False: libcrypto refused.

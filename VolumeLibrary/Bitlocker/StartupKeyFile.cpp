@@ -82,7 +82,7 @@ Result<StartupKeyFile> StartupKeyFile::Parse(ByteView bytes)
 
 Result<StartupKeyFile> StartupKeyFile::Read(const std::string &path)
 {
-    // A FIFO must not even be opened: that would wait for somebody to write.
+    // Opening a FIFO would wait for a writer.
     if (IsFifo(path))
         return Unreadable(SystemError(ENOTSUP, "open"), path);
     Result<std::unique_ptr<FileByteSource>> file = FileByteSource::Open(path);

@@ -24,8 +24,8 @@ struct UnlockedKey {
 
 class Unlocker {
 public:
-    // More stretching than this is not done for one secret: a volume that claims hundreds of
-    // protectors would keep the caller waiting for minutes.
+    // The most stretchings of one secret: a volume that claims hundreds of protectors would keep
+    // the caller waiting for minutes.
     static constexpr size_t kMostStretchings = 32;
 
     // copies: not empty. The arguments must outlive the unlocker and what it returns.
@@ -33,9 +33,9 @@ public:
              const CancelFlag *cancel);
 
     // Errors: NoProtectorOfKind, UnsupportedProtector, WrongSecret, UnsupportedMethod,
-    // DamagedMetadata (the sector key cannot be had although the secret is right), Cancelled. The
+    // DamagedMetadata (no sector key although the secret is right), Cancelled. The
     // detail of the first three names every protector and, with a startup key of another volume,
-    // the key files that this one wants.
+    // the key files that this one needs.
     Result<UnlockedKey> Unlock(const Secret &secret);
 
 private:

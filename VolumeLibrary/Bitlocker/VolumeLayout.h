@@ -17,7 +17,7 @@ struct Extent {
         kPlain,        // stored as it is
         kEncrypted,    // stored encrypted
         kInterrupted,  // each sector on its own, see ConversionMap
-        kUnknown,      // nobody knows
+        kUnknown,      // no map covers it
     };
 
     Kind kind = Kind::kZeros;
@@ -28,7 +28,7 @@ struct Extent {
 
 class VolumeLayout {
 public:
-    // Vista stores so many sectors at the front in the clear.
+    // The sectors at the front that Vista stores in the clear.
     static constexpr uint64_t kVistaPlainSectors = 16;
 
     // size: of the volume, a multiple of sectorSize. map: of a volume in conversion.
@@ -37,10 +37,10 @@ public:
 
     uint32_t SectorSize() const { return _sectorSize; }
     uint64_t Size() const { return _size; }
-    // offset: a multiple of the sector size, less than size().
+    // offset: a multiple of the sector size, less than Size().
     Extent ExtentAt(uint64_t offset) const;
 
-    // Takes the relocated sectors for encrypted if they should be plain, and the other way.
+    // Treats relocated sectors as encrypted if they should be plain, and the other way round.
     void FlipRelocated() { _relocatedFlipped = !_relocatedFlipped; }
 
 private:

@@ -147,7 +147,7 @@ bool VolumeOpener::NeedsNoKey() const
     return copy.encryptedSize == 0 && (!_boot.converting || IsInState(copy, kStateDecrypted));
 }
 
-// The first copy whose digest is right, as far as it can be checked without a key.
+// The first copy whose digest is right, or cannot be checked without a key.
 UnlockedKey VolumeOpener::WithoutKey() const
 {
     const auto isSound = [](const MetadataBlock &copy) {

@@ -201,7 +201,7 @@ private:
         return Source(std::make_shared<ParallelSource>(opened->volume));
     }
 
-    // Where no secret was given, nothing was wrong with the one that was.
+    // Without a secret, the failure is that one is needed.
     Error WithoutSecret(Error error) const
     {
         const bool wantsSecret =

@@ -1,8 +1,8 @@
 // The volumes of a disk with an MBR or a GPT, in the order in which they lie on it.
 //
-// Only partitions that hold something this library can tell are numbered: encrypted volumes and
-// known file systems. One whose first sector cannot be read could be such a one and is numbered as
-// well, so that the others keep their numbers. The rest is kept for messages.
+// Only partitions with an encrypted volume or a known file system are numbered. One whose first
+// sector cannot be read could be such a partition and is numbered too, so that the others keep
+// their numbers. The rest is kept for messages.
 #pragma once
 
 #include "FileSystemKind.h"
@@ -25,11 +25,10 @@ struct DiskVolumes {
     // By the first table in which there are volumes. Empty if there is none.
     static DiskVolumes Read(const Source &disk);
 
-    // The one that is meant; null if that is not known. number: from 1 on; 0 if none was chosen. A
-    // secret can only be meant for an encrypted one, or for one of which nothing is known since it
-    // cannot be read.
+    // Null if there is no such volume, or several fit. number: from 1 on; 0 if none was chosen. A
+    // secret fits an encrypted volume, and one that cannot be read.
     const DiskVolume *Choose(size_t number, bool isUnlocking) const;
-    // Why Choose found none: which there are.
+    // Why Choose returned null, with a list of the volumes.
     Error NotChosen(const Source &disk, size_t number) const;
 
     // "1: NTFS "Data", 60.0 GiB (Basic data partition); 2: encrypted, 40.0 GiB, "LAPTOP C:

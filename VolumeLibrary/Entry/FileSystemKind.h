@@ -1,4 +1,4 @@
-// What a volume holds, as far as its first sector tells, or the copy of it at the end.
+// What a volume holds, by its first sector or the backup of it.
 #pragma once
 
 #include "ByteSource.h"
@@ -15,10 +15,11 @@ enum class FileSystemKind {
     kUnreadable,  // of a partition: its first sector cannot be read
 };
 
-// Errors: as reading the first sector; kUnreadable is none of the answers. Cheap.
+// Errors: of reading the first sector. Never kUnreadable. Reads that sector, and backups if it is
+// not enough.
 Result<FileSystemKind> ProbeFileSystem(const ByteSource &volume);
 
-// How many bytes the file system in the volume says that it is long; 0 if it says nothing.
+// The size that the file system states, in bytes; 0 if it states none.
 uint64_t FileSystemBytes(const ByteSource &volume, FileSystemKind kind);
 
 // "NTFS"

@@ -1,8 +1,7 @@
-// Passes a byte source on and keeps the last failure of a read, for those who would take what
-// cannot be read for damage.
+// Passes reads on and keeps the last failure, so that a failed read is not mistaken for damage.
 //
-// Only what is needed whole counts, which readAt reads; who takes what can be had says nothing by
-// it. Ownership: shares the source. Threads: any number at a time.
+// Only ReadAt counts, since its caller needs all bytes; a caller of Salvage does without some.
+// Ownership: shares the source. Threads: any number at a time.
 #pragma once
 
 #include "ByteSource.h"
@@ -20,7 +19,7 @@ public:
     uint64_t Size() const override { return _source->Size(); }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
 
-    // None if there was no failure.
+    // No error if there was no failure.
     Error Failure() const;
 
 protected:

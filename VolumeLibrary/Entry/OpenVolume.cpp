@@ -15,7 +15,7 @@ bool IsFolder(const char *path)
     return stat(path, &found) == 0 && S_ISDIR(found.st_mode);
 }
 
-// Where nobody below has said what helps.
+// Where no advice was given below.
 Error WithAdvice(Error error, const char *advice)
 {
     if (IsPermissionError(error) && error.detail.empty())

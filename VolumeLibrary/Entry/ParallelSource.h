@@ -1,7 +1,9 @@
-// Reads long ranges of a byte source in two halves at the same time: decrypting takes longer than
-// reading what is to be decrypted. Of a failing disk, where that is not so, everything is read in
-// one piece and in order: two readers in one bad area would try more of it. Ownership: shares the
-// source. Threads: any number at a time; a long read starts one of its own and waits for it.
+// Reads long ranges of a byte source in two halves at the same time, since decrypting takes longer
+// than reading. A failing disk is read in one piece and in order: two readers in one bad area would
+// try more of it.
+//
+// Ownership: shares the source. Threads: any number at a time; a long read starts another and waits
+// for it.
 #pragma once
 
 #include "ByteSource.h"

@@ -1,4 +1,4 @@
-// What the library's entry answers for an error of any of its parts.
+// What the library's entry returns for an error.
 #pragma once
 
 #include "Error.h"

@@ -70,8 +70,8 @@ std::vector<uint8_t> ReadRoot(const ByteSource &volume, const FatGeometry &geome
                      std::min<size_t>(geometry.clusterBytes, kMostFolderBytes));
 }
 
-// Eleven bytes, filled up with blanks. What lies beyond ASCII depends on the computer that wrote
-// it.
+// Eleven bytes, padded with blanks. The meaning of bytes beyond ASCII depends on the computer that
+// wrote them.
 std::string TextOfFatLabel(const uint8_t *bytes)
 {
     constexpr size_t kLabelBytes = 11;
@@ -86,9 +86,9 @@ std::string LabelInFatRoot(const std::vector<uint8_t> &root)
 {
     constexpr uint8_t kDeleted = 0xE5;
     constexpr uint8_t kIsLabel = 0x08;
-    constexpr uint8_t kTellsKind = 0x1F;  // a part of a long name has more of these bits
+    constexpr uint8_t kKindBits = 0x1F;  // a part of a long name has more of these bits
     for (size_t at = 0; at + kEntryBytes <= root.size() && root[at] != 0; at += kEntryBytes) {
-        if (root[at] != kDeleted && (root[at + 11] & kTellsKind) == kIsLabel)
+        if (root[at] != kDeleted && (root[at + 11] & kKindBits) == kIsLabel)
             return TextOfFatLabel(&root[at]);
     }
     return {};

@@ -1,9 +1,7 @@
-// The label of a volume, by which people know it. For lists: whatever is damaged or cannot be read
-// gives no label.
+// The label of a volume, for lists: a volume that is damaged or cannot be read has none.
 //
-// Reads no more than the boot sector and 64 KiB; of an encrypted volume one copy of its metadata
-// after the other, of which the first sound one tells what the system noted: computer, label and
-// date. Threads: any.
+// Reads no more than the boot sector and 64 KiB; of an encrypted volume the copies of its metadata
+// up to the first sound one, where the system noted computer, label and date. Threads: any.
 #pragma once
 
 #include "FileSystemKind.h"

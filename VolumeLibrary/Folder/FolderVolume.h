@@ -1,6 +1,6 @@
 // A plain folder as a volume, for reading only.
 //
-// How entries are shown is said in FolderListing.h (links, what is left out), EntryRecord.h
+// How entries are shown: FolderListing.h (links, what is left out), EntryRecord.h
 // (attributes) and NameMapping.h (names); which paths are refused in VolumePath.h.
 // Ownership: owns the open root folder. Threads: any number at a time, each with handles of its
 // own.

@@ -1,7 +1,7 @@
-// What a program tells a person when the volume library did not open a volume, or opened it and
-// noticed damage.
+// What a program reports when the volume library did not open a volume, or opened it and noticed
+// damage.
 //
-// Threads: to be called on the thread that called the library's entry.
+// Threads: call these on the thread that called the library's entry.
 #pragma once
 
 #include "VolumeLibraryStatus.h"
@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-// What the library adds to the status of the last opening; empty if nothing, or if it is an older
-// one. library: the handle of the loaded library.
+// What the library adds to the status of the last opening; empty if nothing, or if the library is
+// an older one. library: the handle of the loaded library.
 inline std::string OpenDetail(void *library)
 {
     const auto lastError = reinterpret_cast<VolumeLibraryLastErrorFunction>(
@@ -34,7 +34,7 @@ inline std::vector<std::string> OpenWarnings(void *library)
     return warnings;
 }
 
-// The status in words and what the library adds to it, in the order in which they make sense.
+// The status in words and what the library adds to it, in the order that reads well.
 inline std::string OpenFailureWords(int32_t status, const std::string &detail)
 {
     std::string text = VolumeLibraryStatusText(status);

@@ -1,11 +1,11 @@
-// What open_bitlocker_device answers, for every program that loads the volume library.
+// What open_bitlocker_device returns, for every program that loads the volume library.
 // The header stands alone: it needs neither the library nor any other header of ours.
 //
 // The entry takes three UTF-8 texts and the place for the volume:
 //   1. what to open: the path of a folder, an image or a device; of a disk with several volumes
 //      "PATH#2" is the second one of its list;
 //   2. how it is unlocked: "none", "password", "recovery" or "startup-key";
-//   3. the secret: empty, and not looked at, for "none"; the password; the recovery password of
+//   3. the secret: ignored for "none"; the password; the recovery password of
 //      48 digits; the path of the startup key file.
 // A status other than 0 always comes with a null volume. The numbers never change their
 // meaning: 1 to 19 concern opening anything at all, 20 to 39 encrypted disks and images.
@@ -17,8 +17,8 @@
 // the image ends early, that a part is missing, that a copy of the metadata is damaged. English,
 // UTF-8, without a full stop, empty if there is nothing to add; it never contains a secret. An
 // older library has no such function. Details that begin with kStartupKeyFileDetail and then name
-// the file say that the status is one of this file and not of the volume; a person should be told
-// them before the status.
+// the file mean that the status concerns this file and not the volume; show them before the
+// status.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,7 @@ enum class VolumeLibraryStatus : int32_t {
     kSuccess = 0,
 
     kArgumentMissing = 1,         // one of the four pointers is null
-    kUnlockKindNotSupported = 2,  // the second text names no kind of unlock that is known
+    kUnlockKindNotSupported = 2,  // the second text names no known kind of unlock
     kNotFound = 3,                // nothing has the given path; as 4 to 6 also of a key file
     kNotAFolder = 4,              // neither a folder nor, if supported, a disk or an image
     kPermissionDenied = 5,        // the folder or device may not be read by this user
@@ -46,14 +46,14 @@ enum class VolumeLibraryStatus : int32_t {
     kSecretMalformed = 23,         // the secret cannot be one of its kind
     kProtectorNotSupported = 24,   // only protectors that this library cannot use
     kNoProtectorOfThisKind = 25,   // no protector takes the given kind of secret
-    kMethodNotSupported = 26,      // an encryption method that is not known
+    kMethodNotSupported = 26,      // an unknown encryption method
     kConversionMapDamaged = 27,    // which part is encrypted is not known
     kConversionNotSupported = 28,  // encryption or decryption stopped in an unreadable state
     kImageTruncated = 29,          // the device ends before the volume does
     kFileSystemDamaged = 30,       // unlocked, but the file system cannot be read
     kFileSystemNotSupported = 31,  // what the disk or the unlocked volume holds does not open
     kSeveralVolumes = 32,          // the disk holds several volumes and none was chosen
-    kContainerNotSupported = 33,   // the image is of a kind that is not known
+    kContainerNotSupported = 33,   // a kind of image that is not supported
     kSecretNeeded = 34,            // encrypted, and "none" does not open it
     // 35 is not used.
     kNoSuchVolume = 36,  // the disk has no volume of the chosen number

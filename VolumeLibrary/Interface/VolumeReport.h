@@ -8,13 +8,13 @@
 // still open.
 //
 // Threads: as the operations of IVolume; a handle is used by one thread at a time.
-// Errors: a function that returns bool answers false when it cannot say anything, for null pointers
-// too, and leaves what it was given as it was. Nothing is thrown.
+// Errors: a function that returns bool returns false if it has no answer, for null pointers too,
+// and leaves its arguments unchanged. Nothing is thrown.
 #pragma once
 
 #include "IVolume.h"
 
-// Why an entry's data cannot be had, or not all of it. The numbers never change their meaning.
+// Why an entry's data cannot be read, or not all of it. The numbers never change their meaning.
 enum class VolumeObstacle : uint32_t {
     kNone = 0,
     kLink = 1,                 // a symbolic link, a junction or a mount point: it leads elsewhere
@@ -23,9 +23,9 @@ enum class VolumeObstacle : uint32_t {
     kDeduplicated = 4,         // its data lies in a store of Windows Server
     kEncryptedFile = 5,        // encrypted by Windows on its own (EFS)
     kUnknownReparsePoint = 6,  // a reparse point of another kind, without data of its own here
-    kDamaged = 7,              // what the disk says of it contradicts itself
+    kDamaged = 7,              // its records on the disk contradict each other
     kUnreadable = 8,           // blocks that it needs cannot be read
-    kDeviceGone = 9,           // the disk is not there any more
+    kDeviceGone = 9,           // the disk went away
     kSameName = 10,            // an earlier entry of its folder has the same name
     kNoPermission = 11,        // a plain folder's entry that this user may not read
     kNotThere = 12,            // nothing has this path
@@ -50,9 +50,9 @@ struct VolumeListingReport {
     // False: entries are missing, for this reason.
     bool isWhole = true;
     VolumeObstacle reason = VolumeObstacle::kNone;
-    // At least so many are missing; 0 where that is not known.
+    // A lower bound; 0 if it is not known.
     uint64_t missingEntries = 0;
-    // So many of those that were listed were found although the folder's own record of them is
+    // Of the listed entries: those that were found although the folder's own record of them is
     // damaged. They are whole; their folder is not.
     uint64_t recoveredEntries = 0;
 };
@@ -64,15 +64,15 @@ using VolumeRangeFunction = void (*)(void *context, uint64_t offset, uint64_t le
 using VolumeLibraryDescribeEntryFunction = bool (*)(IVolume *volume, const char16_t *path,
                                                     VolumeEntryReport *report);
 // "volume_library_describe_listing". search: call it when FindNextFile has answered false and
-// before FindClose; before the end it speaks of what has been read so far.
+// before FindClose; before the end it covers what has been read so far.
 using VolumeLibraryDescribeListingFunction = bool (*)(IVolume *volume, VolumeHandle search,
                                                       VolumeListingReport *report);
 // "volume_library_unread_ranges". Reports what could not be read through this handle so far and was
 // given as zeros.
 using VolumeLibraryUnreadRangesFunction = bool (*)(IVolume *volume, VolumeHandle file,
                                                    VolumeRangeFunction range, void *context);
-// "volume_library_is_gone". Whether the disk or image went away; every operation fails at once
-// then, for as long as the volume is open.
+// "volume_library_is_gone". Whether the disk or image went away; from then on every operation fails
+// at once.
 using VolumeLibraryIsGoneFunction = bool (*)(IVolume *volume);
 
 // "volume_library_cancel_opening". Cancels every opening that is running on any thread of the

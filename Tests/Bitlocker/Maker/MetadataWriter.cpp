@@ -44,7 +44,7 @@ ProtectorKey MakeStretched(const Secret &secret, const std::vector<uint8_t> &sal
     Salt salt;
     std::copy(saltBytes.begin(), saltBytes.end(), salt.begin());
     const uint32_t kind = secret.Kind() == ProtectorKind::kPassword ? 0x1001 : 0x1000;
-    // A copy of the stretched key under the master key follows on real volumes; nobody needs it.
+    // A copy of the stretched key under the master key follows on real volumes; no reader needs it.
     const std::vector<uint8_t> inner = MakeEntry(0x0013, 0x0005, std::vector<uint8_t>(72, 0x5a));
     return {StretchedKey(secret, salt, rounds),
             MakeEntry(0, 3, ByteWriter().U32(kind).Bytes(saltBytes).Bytes(inner).Result())};

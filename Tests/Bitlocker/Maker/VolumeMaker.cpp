@@ -66,7 +66,7 @@ VolumeMaker::Run::Run(const VolumeRecipe &recipe, const ByteSource &plain, Volum
         _conversion.emplace(_recipe, _plan);
 }
 
-// Zeros behind the end of the plain image.
+// Zeros beyond the end of the plain image.
 std::vector<uint8_t> VolumeMaker::Run::Read(uint64_t offset, size_t count) const
 {
     std::vector<uint8_t> bytes(count);
@@ -145,7 +145,7 @@ void VolumeMaker::Run::WriteSectors()
         for (size_t at = 0; at < count; at += _recipe.sectorSize) {
             if (!IsHidden(begin + at))
                 WriteSector(begin + at, piece.data() + at);
-            if (begin + at < relocated)  // what lies there is nobody's business
+            if (begin + at < relocated)  // never read
                 for (size_t i = 0; i < _recipe.sectorSize; ++i)
                     piece[at + i] = noise[i % noise.size()];
         }

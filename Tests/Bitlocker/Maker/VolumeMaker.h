@@ -1,7 +1,7 @@
 // Makes encrypted volumes from plain images.
 //
 // The plain image comes first and keeps its offsets; what the format needs besides is put
-// behind it unless the recipe says where. Streams: memory does not grow with the image.
+// after it unless the recipe says where. Streams: memory does not grow with the image.
 #pragma once
 
 #include "MetadataWriter.h"

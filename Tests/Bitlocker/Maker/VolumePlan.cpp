@@ -15,7 +15,7 @@ uint64_t Aligned(uint64_t offset)
     return (offset + kAlignment - 1) / kAlignment * kAlignment;
 }
 
-// Takes space behind what was taken before.
+// Takes space after what was taken before.
 uint64_t Take(uint64_t &end, uint64_t length)
 {
     const uint64_t begin = end;

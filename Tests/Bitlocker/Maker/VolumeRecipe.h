@@ -34,7 +34,7 @@ struct ConversionRecipe {
     uint32_t chunkSize = 64 * 1024;
     // Whether the chunk with the byte is encrypted; by default none.
     std::function<bool(uint64_t)> isEncrypted = [](uint64_t) { return false; };
-    // A chunk, by its first byte, in which only so many sectors at the front are encrypted.
+    // A chunk, by its first byte, and how many sectors at its front are encrypted.
     std::optional<uint64_t> interruptedChunk;
     uint64_t interruptedSectors = 0;
     bool withLog = true;
@@ -49,20 +49,20 @@ struct VolumeRecipe {
     bool sectorSizeInBootSector = true;
     uint32_t relocatedSectors = 0;  // 0: 8192 bytes; ignored for Vista
     HeaderEntry headerEntry = HeaderEntry::kLong;
-    bool sectorKeyFirst = false;  // before the protectors, else behind the first
+    bool sectorKeyFirst = false;  // before the protectors, else after the first
     size_t padding = 0;           // bytes of an unknown entry in front of all others
     std::vector<ProtectorRecipe> protectors;
     uint64_t rounds = KeyStretcher::kRounds;
     // Bytes from the front that are encrypted; none: all.
     std::optional<uint64_t> encryptedSize;
-    // Whether the relocated sectors are left plain although encryptedSize lies behind them, or
+    // Whether the relocated sectors are left plain although encryptedSize lies beyond them, or
     // the other way round.
     bool relocatedOtherwise = false;
     std::optional<ConversionRecipe> conversion;
     uint16_t state = 4;
     uint16_t nextState = 4;
     std::array<uint32_t, 3> nonceCounters = {20, 20, 20};
-    // Places; 0: behind the plain image, where nothing is lost.
+    // Places; 0: after the plain image, where nothing is lost.
     std::array<uint64_t, 3> copyOffsets{};
     uint64_t relocationOffset = 0;
     std::string description = "TESTHOST C: 1/2/2026";
