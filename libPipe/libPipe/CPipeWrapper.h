@@ -11,6 +11,8 @@
 // out to be a FIFO, reached through no symbolic link; anything else counts as a failed open.
 #pragma once
 
+#include "UniqueFd.h"
+
 #include <cstddef>
 #include <sys/types.h>
 
@@ -22,7 +24,7 @@ public:
     static bool PathFits(const char *name);
 
     CPipeWrapper() = default;
-    ~CPipeWrapper();
+    ~CPipeWrapper() = default;
     CPipeWrapper(const CPipeWrapper &) = delete;
     CPipeWrapper &operator=(const CPipeWrapper &) = delete;
 
@@ -43,11 +45,11 @@ public:
     // returns: -1 also when there is no path.
     int DeletePipe();
 
-    int GetPipeDescr() const { return _descriptor; }
+    int GetPipeDescr() const { return _descriptor.Get(); }
     const char *GetPipeName() const { return _path; }
 
 private:
-    int _descriptor = -1;
+    vx::UniqueFd _descriptor;
     int _flags = 0;
     char _path[kPathSize] = {};
 };

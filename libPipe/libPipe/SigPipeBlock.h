@@ -2,8 +2,8 @@
 //
 // The signal is blocked in the calling thread alone, and one that the scope raised is taken
 // back before the mask is restored, so the host's own handling of SIGPIPE is never touched.
-// A signal that was pending before stays pending. Descriptors on which the platform can switch
-// the signal off need none of this (see CPipeWrapper::OpenPipe); it does no harm there.
+// A signal that was pending before stays pending. A descriptor that SilenceSigPipe can silence does
+// not need this; it does no harm there.
 #pragma once
 
 #include <signal.h>
