@@ -49,38 +49,41 @@ ScriptedVolume::~ScriptedVolume() = default;
 
 void ScriptedVolume::AtCall(VolumeOperation operation, size_t nth, Fault fault)
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     _faults[operation][nth] = fault;
 }
 
 void ScriptedVolume::FromCall(VolumeOperation operation, size_t nth, Fault fault)
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     _lastingFaults[operation] = {nth, fault};
 }
 
 bool ScriptedVolume::AwaitStall(Milliseconds deadline)
 {
-    Lock lock(_mutex);
-    return _changed.wait_for(lock, deadline, [this] { return _stalls; });
+    const MutexLock lock(_mutex);
+    const auto end = Condition::Deadline::clock::now() + deadline;
+    while (!_stalls && _changed.WaitUntil(_mutex, end)) {
+    }
+    return _stalls;
 }
 
 void ScriptedVolume::Release()
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     _released = true;
-    _changed.notify_all();
+    _changed.NotifyAll();
 }
 
 std::vector<VolumeCall> ScriptedVolume::Calls() const
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     return _calls;
 }
 
 std::vector<VolumeCall> ScriptedVolume::Calls(VolumeOperation operation) const
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     std::vector<VolumeCall> found;
     for (const VolumeCall &call : _calls) {
         if (call.operation == operation)
@@ -91,41 +94,41 @@ std::vector<VolumeCall> ScriptedVolume::Calls(VolumeOperation operation) const
 
 size_t ScriptedVolume::Count(VolumeOperation operation) const
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     const auto counted = _counted.find(operation);
     return counted == _counted.end() ? 0 : counted->second;
 }
 
 void ScriptedVolume::ForgetCalls()
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     _calls.clear();
     _counted.clear();
 }
 
 void ScriptedVolume::KeepNoCalls()
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     _keepsCalls = false;
 }
 
 size_t ScriptedVolume::OpenHandles() const
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     return static_cast<size_t>(std::count_if(_handles.begin(), _handles.end(),
                                              [](auto &each) { return each.second->closed == 0; }));
 }
 
 size_t ScriptedVolume::HandlesClosedTwice() const
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     return static_cast<size_t>(std::count_if(_handles.begin(), _handles.end(),
                                              [](auto &each) { return each.second->closed > 1; }));
 }
 
 size_t ScriptedVolume::CallsWithBadHandle() const
 {
-    const Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     return _badHandles;
 }
 
@@ -144,7 +147,7 @@ std::optional<Fault> ScriptedVolume::FaultOf(VolumeOperation operation, size_t n
 }
 
 // Every call begins here: it is recorded, and stalls if it is to stall.
-std::optional<Fault> ScriptedVolume::Arrive(Lock &lock, VolumeCall call)
+std::optional<Fault> ScriptedVolume::Arrive(VolumeCall call)
 {
     call.thread = std::this_thread::get_id();
     const size_t nth = ++_arrived[call.operation];
@@ -154,15 +157,17 @@ std::optional<Fault> ScriptedVolume::Arrive(Lock &lock, VolumeCall call)
         _calls.push_back(std::move(call));
     if (fault != Fault::kStall)
         return fault;
-    Stall(lock);
+    Stall();
     return std::nullopt;
 }
 
-void ScriptedVolume::Stall(Lock &lock)
+void ScriptedVolume::Stall()
 {
     _stalls = true;
-    _changed.notify_all();
-    _changed.wait_for(lock, kDeadline, [this] { return _released; });
+    _changed.NotifyAll();
+    const auto end = Condition::Deadline::clock::now() + kDeadline;
+    while (!_released && _changed.WaitUntil(_mutex, end)) {
+    }
     _stalls = false;
 }
 
@@ -214,14 +219,14 @@ ScriptedEntry *ScriptedVolume::FolderAt(const std::u16string &path)
 
 VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindData *record)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = VolumeOperation::kFindFirstFile;
     call.path = pattern;
     call.buffer = record;
     call.recordWasZero = isZero(*record);
     std::u16string folder = call.path;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
 
     if (fault == Fault::kFail || folder.size() < 2 || folder.substr(folder.size() - 2) != u"/*")
         return nullptr;
@@ -236,24 +241,24 @@ VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindDa
 
 bool ScriptedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = VolumeOperation::kFindNextFile;
     call.handle = search;
     call.buffer = record;
     call.recordWasZero = isZero(*record);
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
     Handle *known = Used(search);
     return known != nullptr && fault != Fault::kFail && Report(*known, record, fault);
 }
 
 bool ScriptedVolume::Close(VolumeOperation operation, VolumeHandle handle)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = operation;
     call.handle = handle;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
     const auto known = _handles.find(handle);
     if (known == _handles.end()) {
         ++_badHandles;
@@ -276,13 +281,13 @@ bool ScriptedVolume::CloseHandle(VolumeHandle file)
 VolumeHandle ScriptedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint32_t mode2,
                                       uint32_t mode3)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = VolumeOperation::kOpenFile;
     call.path = path;
     call.modes = {mode1, mode2, mode3};
     const std::u16string name = call.path;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
 
     ScriptedEntry *entry = fault == Fault::kFail ? nullptr : Root().Find(name);
     if (entry == nullptr || entry->IsFolder())
@@ -292,43 +297,47 @@ VolumeHandle ScriptedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint
 
 bool ScriptedVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done)
 {
-    Lock lock(_mutex);
-    VolumeCall call;
-    call.operation = VolumeOperation::kReadFile;
-    call.handle = file;
-    call.buffer = buffer;
-    call.count = count;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
-    Handle *known = Used(file);
-    if (known == nullptr || fault == Fault::kFail)
-        return false;
-    if (fault == Fault::kGarbage) {
-        memset(buffer, kGarbage, count);
-        known->position += count;
-        *done = count;
-        return true;
+    const ScriptedEntry *entry = nullptr;
+    uint64_t start = 0;
+    uint32_t read = 0;
+    {
+        const MutexLock lock(_mutex);
+        VolumeCall call;
+        call.operation = VolumeOperation::kReadFile;
+        call.handle = file;
+        call.buffer = buffer;
+        call.count = count;
+        const std::optional<Fault> fault = Arrive(std::move(call));
+        Handle *known = Used(file);
+        if (known == nullptr || fault == Fault::kFail)
+            return false;
+        if (fault == Fault::kGarbage) {
+            memset(buffer, kGarbage, count);
+            known->position += count;
+            *done = count;
+            return true;
+        }
+        entry = known->entry;
+        start = std::min(known->position, entry->Size());
+        read = transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry->Size() - start)),
+                           fault);
+        known->position += read;
+        *done = fault == Fault::kLie ? read + 1 : read;
     }
-    const ScriptedEntry &entry = *known->entry;
-    const uint64_t start = std::min(known->position, entry.Size());
-    const uint32_t read =
-        transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry.Size() - start)), fault);
-    known->position += read;
-    *done = fault == Fault::kLie ? read + 1 : read;
-    lock.unlock();
-    entry.Read(start, buffer, read);
+    entry->Read(start, buffer, read);
     return true;
 }
 
 bool ScriptedVolume::WriteFile(VolumeHandle file, const void *buffer, uint32_t count,
                                uint32_t *done)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = VolumeOperation::kWriteFile;
     call.handle = file;
     call.buffer = buffer;
     call.count = count;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
     Handle *known = Used(file);
     if (known == nullptr || fault == Fault::kFail)
         return false;
@@ -341,13 +350,13 @@ bool ScriptedVolume::WriteFile(VolumeHandle file, const void *buffer, uint32_t c
 bool ScriptedVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t *high,
                                      uint32_t origin)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = VolumeOperation::kSetFilePosition;
     call.handle = file;
     call.distance = static_cast<int64_t>(joined(*low, *high));
     call.origin = origin;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
     Handle *known = Used(file);
     if (known == nullptr || fault == Fault::kFail)
         return false;
@@ -358,11 +367,11 @@ bool ScriptedVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t 
 
 bool ScriptedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *high)
 {
-    Lock lock(_mutex);
+    const MutexLock lock(_mutex);
     VolumeCall call;
     call.operation = VolumeOperation::kQueryFileSize;
     call.handle = file;
-    const std::optional<Fault> fault = Arrive(lock, std::move(call));
+    const std::optional<Fault> fault = Arrive(std::move(call));
     Handle *known = Used(file);
     if (known == nullptr || fault == Fault::kFail)
         return false;
@@ -372,8 +381,8 @@ bool ScriptedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *h
 
 void ScriptedVolume::Reserved1()
 {
-    Lock lock(_mutex);
-    Arrive(lock, VolumeCall());
+    const MutexLock lock(_mutex);
+    Arrive(VolumeCall());
 }
 
 void ScriptedVolume::Reserved2()

@@ -17,12 +17,10 @@
 
 #include <array>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -31,6 +29,7 @@
 #include <vector>
 
 #include "IVolume.h"
+#include "Mutex.h"
 #include "ScriptedEntry.h"
 
 namespace vx {
@@ -129,32 +128,31 @@ private:
         uint64_t position = 0;  // of a file
         size_t closed = 0;
     };
-    using Lock = std::unique_lock<std::mutex>;
 
-    std::optional<Fault> Arrive(Lock &lock, VolumeCall call);
-    std::optional<Fault> FaultOf(VolumeOperation operation, size_t nth) const;
-    void Stall(Lock &lock);
-    Handle *Used(VolumeHandle handle);
-    Handle &Opened(ScriptedEntry *entry);
-    ScriptedEntry *FolderAt(const std::u16string &path);
+    std::optional<Fault> Arrive(VolumeCall call) VX_REQUIRES(_mutex);
+    std::optional<Fault> FaultOf(VolumeOperation operation, size_t nth) const VX_REQUIRES(_mutex);
+    void Stall() VX_REQUIRES(_mutex);
+    Handle *Used(VolumeHandle handle) VX_REQUIRES(_mutex);
+    Handle &Opened(ScriptedEntry *entry) VX_REQUIRES(_mutex);
+    ScriptedEntry *FolderAt(const std::u16string &path) VX_REQUIRES(_mutex);
     bool Close(VolumeOperation operation, VolumeHandle handle);
     static bool Report(Handle &search, VolumeFindData *record, std::optional<Fault> fault);
 
-    mutable std::mutex _mutex;
-    std::condition_variable _changed;
+    mutable Mutex _mutex;
+    Condition _changed;
     ScriptedEntry::Arena _entries;
-    std::unordered_map<VolumeHandle, std::unique_ptr<Handle>> _handles;
-    std::vector<VolumeCall> _calls;
-    bool _keepsCalls = true;
-    std::map<VolumeOperation, size_t> _arrived;
-    std::map<VolumeOperation, size_t> _counted;
-    std::map<VolumeOperation, std::map<size_t, Fault>> _faults;
-    std::map<VolumeOperation, std::pair<size_t, Fault>> _lastingFaults;
-    std::u16string _lastPath;  // of the last listing, with its folder
-    ScriptedEntry *_lastFolder = nullptr;
-    size_t _badHandles = 0;
-    bool _stalls = false;
-    bool _released = false;
+    std::unordered_map<VolumeHandle, std::unique_ptr<Handle>> _handles VX_GUARDED_BY(_mutex);
+    std::vector<VolumeCall> _calls VX_GUARDED_BY(_mutex);
+    bool _keepsCalls VX_GUARDED_BY(_mutex) = true;
+    std::map<VolumeOperation, size_t> _arrived VX_GUARDED_BY(_mutex);
+    std::map<VolumeOperation, size_t> _counted VX_GUARDED_BY(_mutex);
+    std::map<VolumeOperation, std::map<size_t, Fault>> _faults VX_GUARDED_BY(_mutex);
+    std::map<VolumeOperation, std::pair<size_t, Fault>> _lastingFaults VX_GUARDED_BY(_mutex);
+    std::u16string _lastPath VX_GUARDED_BY(_mutex);  // of the last listing, with its folder
+    ScriptedEntry *_lastFolder VX_GUARDED_BY(_mutex) = nullptr;
+    size_t _badHandles VX_GUARDED_BY(_mutex) = 0;
+    bool _stalls VX_GUARDED_BY(_mutex) = false;
+    bool _released VX_GUARDED_BY(_mutex) = false;
 };
 
 }  // namespace vx

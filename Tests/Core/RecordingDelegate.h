@@ -7,12 +7,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #import "ExportingUIDelegate.h"
+#include "Mutex.h"
 
 struct DelegateCall {
     std::string operation;  // the selector
@@ -23,8 +23,8 @@ struct DelegateCall {
 };
 
 @interface RecordingDelegate : NSObject <ExportingUIDelegate> {
-    std::mutex _mutex;
-    std::vector<DelegateCall> _calls;
+    vx::Mutex _mutex;
+    std::vector<DelegateCall> _calls VX_GUARDED_BY(_mutex);
     std::atomic<bool> _cancelled;
     std::atomic<int32_t> _state;
     std::atomic<int64_t> _questionsBeforeCancel;

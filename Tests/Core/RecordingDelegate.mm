@@ -19,7 +19,7 @@
 - (void)record:(DelegateCall)call
 {
     call.thread = std::this_thread::get_id();
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     _calls.push_back(std::move(call));
 }
 
@@ -91,7 +91,7 @@
 
 - (std::vector<DelegateCall>)calls
 {
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     return _calls;
 }
 

@@ -86,7 +86,7 @@ TEST_F(CPipeConnectorTest, AMessageReachesTheSinkWholeWithABodyLengthOf508)
     EXPECT_EQ(_sink.At(0).from, _connector.get());
     EXPECT_EQ(_sink.At(0).id, 1);
     EXPECT_EQ(_sink.At(0).body, body);
-    EXPECT_EQ(_sink.At(0).behind, '\0');
+    EXPECT_EQ(_sink.At(0).following, '\0');
 }
 
 TEST_F(CPipeConnectorTest, ABlockWhoseFirstFourBytesAre0NeverReachesTheSink)

@@ -10,36 +10,38 @@ void RecordingSink::OnCommand_Reply(IIPCConnector *from, const char *msg, int bo
     memcpy(&received.id, msg, sizeof(received.id));
     std::function<void(const Received &)> action;
     {
-        const std::lock_guard<std::mutex> guard(_mutex);
+        const vx::MutexLock guard(_mutex);
         _received.push_back(received);
         action = _action;
     }
-    _changed.notify_all();
+    _changed.NotifyAll();
     if (action)
         action(received);
 }
 
 void RecordingSink::OnMessage(std::function<void(const Received &)> action)
 {
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     _action = std::move(action);
 }
 
 bool RecordingSink::AwaitCount(size_t count) const
 {
-    std::unique_lock<std::mutex> guard(_mutex);
-    return _changed.wait_for(guard, std::chrono::seconds(20),
-                             [&] { return _received.size() >= count; });
+    const auto deadline = vx::Condition::Deadline::clock::now() + std::chrono::seconds(20);
+    const vx::MutexLock guard(_mutex);
+    while (_received.size() < count && _changed.WaitUntil(_mutex, deadline)) {
+    }
+    return _received.size() >= count;
 }
 
 size_t RecordingSink::Count() const
 {
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     return _received.size();
 }
 
 RecordingSink::Received RecordingSink::At(size_t index) const
 {
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     return _received.at(index);
 }

@@ -2,11 +2,10 @@
 #pragma once
 
 #include "IIPCEvent.h"
+#include "Mutex.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,7 +15,7 @@ public:
         IIPCConnector *from;
         int32_t id;
         std::string body;  // bodyLen bytes
-        char behind;       // the byte after the body
+        char following;    // the byte after the body
         std::chrono::steady_clock::time_point when;
     };
 
@@ -29,8 +28,8 @@ public:
     Received At(size_t index) const;
 
 private:
-    mutable std::mutex _mutex;
-    mutable std::condition_variable _changed;
-    std::vector<Received> _received;
-    std::function<void(const Received &)> _action;
+    mutable vx::Mutex _mutex;
+    mutable vx::Condition _changed;
+    std::vector<Received> _received VX_GUARDED_BY(_mutex);
+    std::function<void(const Received &)> _action VX_GUARDED_BY(_mutex);
 };

@@ -6,13 +6,13 @@ namespace vx {
 
 void SinkSlot::Set(IIPCEvent *sink)
 {
-    const std::lock_guard<std::recursive_mutex> guard(_mutex);
+    const RecursiveMutexLock guard(_mutex);
     _sink = sink;
 }
 
 bool SinkSlot::Deliver(IIPCConnector *from, const char *msg, int bodyLen)
 {
-    const std::lock_guard<std::recursive_mutex> guard(_mutex);
+    const RecursiveMutexLock guard(_mutex);
     if (!_sink)
         return false;
     _sink->OnCommand_Reply(from, msg, bodyLen);

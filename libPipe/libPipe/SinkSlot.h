@@ -7,7 +7,7 @@
 // Ownership: the sink is borrowed. Threads: any.
 #pragma once
 
-#include <mutex>
+#include "RecursiveMutex.h"
 
 class IIPCConnector;
 class IIPCEvent;
@@ -21,8 +21,8 @@ public:
     bool Deliver(IIPCConnector *from, const char *msg, int bodyLen);
 
 private:
-    std::recursive_mutex _mutex;
-    IIPCEvent *_sink = nullptr;  // guarded by _mutex
+    RecursiveMutex _mutex;
+    IIPCEvent *_sink VX_GUARDED_BY(_mutex) = nullptr;
 };
 
 }  // namespace vx
