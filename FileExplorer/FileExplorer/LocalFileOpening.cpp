@@ -1,5 +1,7 @@
 #include "LocalFileOpening.h"
 
+#include "UniqueFd.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
@@ -72,44 +74,44 @@ LocalTarget LookAtFile(int folder, const char *name, const struct stat &found)
     return LocalTarget::kOtherName;
 }
 
-int CloseWith(int file, int error)
+// No file, with the reason in errno.
+vx::UniqueFd FailWith(int error)
 {
-    close(file);
     errno = error;
-    return -1;
+    return vx::UniqueFd();
 }
 
 // What was seen under the name may have been exchanged since: only what is open now is certain.
-int EmptyLocalFile(const char *path)
+vx::UniqueFd EmptyLocalFile(const char *path)
 {
-    const int file = open(path, kWriting | O_NONBLOCK);
-    if (file < 0)
-        return -1;
+    vx::UniqueFd file(open(path, kWriting | O_NONBLOCK));
+    if (!file)
+        return file;
     struct stat opened;
-    if (fstat(file, &opened) != 0)
-        return CloseWith(file, errno);
-    if (!S_ISREG(opened.st_mode) || opened.st_nlink != 1 || IsOpenInThisProcess(opened, file))
-        return CloseWith(file, EEXIST);
-    if (ftruncate(file, 0) != 0)
-        return CloseWith(file, errno);
-    fcntl(file, F_SETFL, fcntl(file, F_GETFL) & ~O_NONBLOCK);
+    if (fstat(file.Get(), &opened) != 0)
+        return FailWith(errno);
+    if (!S_ISREG(opened.st_mode) || opened.st_nlink != 1 || IsOpenInThisProcess(opened, file.Get()))
+        return FailWith(EEXIST);
+    if (ftruncate(file.Get(), 0) != 0)
+        return FailWith(errno);
+    fcntl(file.Get(), F_SETFL, fcntl(file.Get(), F_GETFL) & ~O_NONBLOCK);
     return file;
 }
 
-int OpenOnce(const char *path)
+vx::UniqueFd OpenOnce(const char *path)
 {
     struct stat found;
     switch (LookAtLocalTarget(AT_FDCWD, path, &found)) {
     case LocalTarget::kNothing:
-        return CreateLocalFile(AT_FDCWD, path);
+        return vx::UniqueFd(CreateLocalFile(AT_FDCWD, path));
     case LocalTarget::kFile:
         return EmptyLocalFile(path);
     case LocalTarget::kOtherName:
-        return unlink(path) == 0 ? CreateLocalFile(AT_FDCWD, path) : -1;
+        return vx::UniqueFd(unlink(path) == 0 ? CreateLocalFile(AT_FDCWD, path) : -1);
     case LocalTarget::kRefused:
         break;
     }
-    return -1;
+    return vx::UniqueFd();
 }
 
 bool WasExchanged(int error)
@@ -152,14 +154,14 @@ int CreateLocalFile(int folder, const char *name)
 
 FILE *OpenLocalFile(const char *path)
 {
-    int file = OpenOnce(path);
-    for (int i = 1; i < kAttempts && file < 0 && WasExchanged(errno); ++i)
+    vx::UniqueFd file = OpenOnce(path);
+    for (int i = 1; i < kAttempts && !file && WasExchanged(errno); ++i)
         file = OpenOnce(path);
-    if (file < 0)
+    if (!file)
         return nullptr;
-    FILE *stream = fdopen(file, "w");
-    if (stream == nullptr)
-        CloseWith(file, errno);
+    FILE *stream = fdopen(file.Get(), "w");
+    if (stream != nullptr)
+        file.Release();
     return stream;
 }
 
@@ -179,14 +181,13 @@ bool IsAnyFolderAbove(int folder, const struct stat &last, const FolderQuestion 
 {
     struct stat below = {};
     bool isOne = false;
-    int node = folder;
-    for (int i = 0; node >= 0 && i < kMostFolders; ++i) {
+    vx::UniqueFd node(folder);
+    for (int i = 0; node && i < kMostFolders; ++i) {
         struct stat found;
-        const bool isEnd = fstat(node, &found) != 0 || IsSame(found, last) || IsSame(found, below);
-        isOne = !isEnd && question(node, found);
-        const int above = isEnd || isOne ? -1 : openat(node, "..", kFolder);
-        close(node);
-        node = above;
+        const bool isEnd =
+            fstat(node.Get(), &found) != 0 || IsSame(found, last) || IsSame(found, below);
+        isOne = !isEnd && question(node.Get(), found);
+        node = vx::UniqueFd(isEnd || isOne ? -1 : openat(node.Get(), "..", kFolder));
         below = found;
     }
     return isOne;
