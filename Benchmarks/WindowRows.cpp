@@ -8,6 +8,7 @@
 
 #include "BackgroundProcess.h"
 #include "DisplayClient.h"
+#include "LinkFifos.h"
 #include "ShownProgram.h"
 #include "TemporaryFolder.h"
 #include "VirtualDisplay.h"
@@ -51,7 +52,7 @@ public:
     bool InUse() const { return _inUse; }
 
 private:
-    static constexpr const char *kPaths[] = {"/tmp/z5_btl_3", "/tmp/z5_btl_4"};
+    static constexpr const char *kPaths[] = {vx::kHostToExplorer, vx::kExplorerToHost};
     static bool Exists(const char *path) { return access(path, F_OK) == 0; }
 
     bool _inUse;

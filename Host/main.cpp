@@ -1,6 +1,7 @@
 // volume-host: what the host application is to the explorer, on the command line.
 #include "CommandLine.h"
 #include "HostSession.h"
+#include "LinkFifos.h"
 #include "ProgramFolder.h"
 #include "SecretPrompt.h"
 #include "SignalWatch.h"
@@ -11,7 +12,7 @@
 
 namespace {
 
-const vx::LinkPaths kPaths = {"/tmp/z5_btl_4", "/tmp/z5_btl_3"};
+const vx::LinkPaths kPaths = {vx::kExplorerToHost, vx::kHostToExplorer};
 
 // Fills the secret in. Returns 0 or the exit status.
 int AskForSecret(vx::EventPipe &events, vx::HostOptions &options)

@@ -9,6 +9,9 @@
 
 #include <cstdint>
 
+// Bytes that the worker copies between two reports, and the size of its buffer.
+constexpr int64_t kExportChunkSize = 4194304;
+
 // The run states of GetState and SetState:.
 enum : int32_t {
     kExportStateRunning = 1,

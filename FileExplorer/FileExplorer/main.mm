@@ -5,6 +5,7 @@
 
 #include "CPipeFileExplorerClientWrapper.h"
 #include "FileSizeLimit.h"
+#include "LinkFifos.h"
 #include "StandardDescriptors.h"
 
 #include <fcntl.h>
@@ -14,8 +15,6 @@ namespace {
 constexpr int kArgumentCount = 5;  // the program's path included
 
 constexpr char kConnectorName[] = "FileExplorerClient";
-constexpr char kReadPipe[] = "/tmp/z5_btl_3";   // host to explorer
-constexpr char kWritePipe[] = "/tmp/z5_btl_4";  // explorer to host
 constexpr int kReadFlags = O_CREAT | O_RDONLY | O_NONBLOCK;
 constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 
@@ -27,7 +26,7 @@ int main(int argc, const char *argv[])
         return 0;
     vx::FailWritesBeyondFileSizeLimit();
     // The explorer goes on whether or not the link could be set up.
-    CPipeFileExplorerClientWrapper::getInstance()->initClient(kConnectorName, kReadPipe, kReadFlags,
-                                                              kWritePipe, kWriteFlags);
+    CPipeFileExplorerClientWrapper::getInstance()->initClient(
+        kConnectorName, vx::kHostToExplorer, kReadFlags, vx::kExplorerToHost, kWriteFlags);
     return NSApplicationMain(kArgumentCount, argv);
 }
