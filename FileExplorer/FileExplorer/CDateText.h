@@ -52,10 +52,10 @@ private:
     NSDateFormatter *_dayFormatter VX_GUARDED_BY(_mutex) = nil;     // in UTC
     NSDateFormatter *_minuteFormatter VX_GUARDED_BY(_mutex) = nil;  // in UTC
     enum class Order {
-        Unknown,
-        DayFirst,
-        MinuteFirst
-    } _order VX_GUARDED_BY(_mutex) = Order::Unknown;
+        kUnknown,
+        kDayFirst,
+        kMinuteFirst
+    } _order VX_GUARDED_BY(_mutex) = Order::kUnknown;
     std::u16string _between VX_GUARDED_BY(_mutex);
     std::unordered_map<uint64_t, bool> _daysThatJoin VX_GUARDED_BY(_mutex);  // by day in UTC
     std::unordered_map<uint64_t, std::u16string>

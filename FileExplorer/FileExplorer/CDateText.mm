@@ -107,22 +107,22 @@ void CDateText::learnOrder()
     const std::u16string &day = textOfDay(local / kSecondsPerDay);
     const std::u16string &minute = textOfMinute(local % kSecondsPerDay / 60);
 
-    _order = Order::Unknown;
+    _order = Order::kUnknown;
     if (day.empty() || minute.empty() || whole.size() < day.size() + minute.size())
         return;
     const size_t between = whole.size() - day.size() - minute.size();
     if (startsWith(whole, day) && endsWith(whole, minute)) {
-        _order = Order::DayFirst;
+        _order = Order::kDayFirst;
         _between = whole.substr(day.size(), between);
     } else if (startsWith(whole, minute) && endsWith(whole, day)) {
-        _order = Order::MinuteFirst;
+        _order = Order::kMinuteFirst;
         _between = whole.substr(minute.size(), between);
     }
 }
 
 bool CDateText::joins(uint64_t seconds)
 {
-    if (_order == Order::Unknown || seconds >= kEndOfYear9999)
+    if (_order == Order::kUnknown || seconds >= kEndOfYear9999)
         return false;
     const uint64_t day = seconds / kSecondsPerDay;
     const auto known = _daysThatJoin.find(day);
@@ -150,7 +150,7 @@ std::u16string CDateText::joined(uint64_t seconds)
     const uint64_t local = localSeconds(seconds);
     const std::u16string &day = textOfDay(local / kSecondsPerDay);
     const std::u16string &minute = textOfMinute(local % kSecondsPerDay / 60);
-    return _order == Order::DayFirst ? day + _between + minute : minute + _between + day;
+    return _order == Order::kDayFirst ? day + _between + minute : minute + _between + day;
 }
 
 // The time zone's clock, in seconds since the day before 1970-01-01, which keeps it positive
