@@ -1,5 +1,7 @@
 #import "AlertWithText.h"
 
+#include "ThreadChecks.h"
+
 // The text is the format on purpose.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wformat-security"
@@ -7,6 +9,7 @@
 
 NSAlert *AlertWithText(NSString *text, NSString *title)
 {
+    AssertMainThread();
     return [NSAlert alertWithMessageText:title
                            defaultButton:@"OK"
                          alternateButton:nil

@@ -1,5 +1,7 @@
 #import "ColorButtonCell.h"
 
+#include "ThreadChecks.h"
+
 #include <algorithm>
 
 namespace {
@@ -17,6 +19,7 @@ NSColor *amber(CGFloat red, CGFloat green)
 
 - (void)drawBezelWithFrame:(NSRect)frame inView:(NSView *)view
 {
+    AssertMainThread();
     NSColor *normal = amber(243, 183);
     NSColor *highlighted = amber(217, 163);
     NSColor *face = [self isHighlighted] ? highlighted : normal;
@@ -31,6 +34,7 @@ NSColor *amber(CGFloat red, CGFloat green)
 
 - (NSRect)drawTitle:(NSAttributedString *)title withFrame:(NSRect)frame inView:(NSView *)view
 {
+    AssertMainThread();
     [NSGraphicsContext saveGraphicsState];
     NSMutableAttributedString *black = [[title mutableCopy] autorelease];
     // An alternate title may be shorter than the plain one.

@@ -1,6 +1,7 @@
 #import "Z5MessageBox.h"
 
 #import "AlertWithText.h"
+#include "ThreadChecks.h"
 
 namespace {
 
@@ -17,11 +18,13 @@ void runAlert(NSString *message, NSString *title, NSString *imageName)
 
 + (void)showWarningMessageBox:(NSString *)message withTitle:(NSString *)title
 {
+    AssertMainThread();
     runAlert(message, title, @"warning");
 }
 
 + (void)showSuccessMessageBox:(NSString *)message withTitle:(NSString *)title
 {
+    AssertMainThread();
     [NSApp activateIgnoringOtherApps:YES];
     runAlert(message, title, @"success");
 }

@@ -5,6 +5,7 @@
 #include "NumberText.h"
 #include "ObstacleText.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 
 #include <cerrno>
 #include <cstring>
@@ -79,6 +80,7 @@ bool Arrivals::Refuse(const std::string &reason)
 
 bool Arrivals::MakeFolder(Z5FindData *entry)
 {
+    AssertWorkerThread();
     if (!_seen.insert(VolumePathOf(entry)).second)
         return Refuse(kSameName);
     _path = _names.PathOf(entry, &_isChanged);
@@ -96,6 +98,7 @@ bool Arrivals::MakeFolder(Z5FindData *entry)
 
 FILE *Arrivals::Open(Z5FindData *)
 {
+    AssertWorkerThread();
     if (!IsFree())
         return nullptr;
     FILE *file =
@@ -141,6 +144,7 @@ bool Arrivals::MayReplace(const struct stat &found)
 
 void Arrivals::End(Z5FindData *entry, const ExportOutcome &outcome)
 {
+    AssertWorkerThread();
     // A disk that is gone opens nothing: the entry is one of those that the export did not come to.
     if (outcome.end == ExportEnd::kNotOpened && MustStop())
         return;

@@ -1,6 +1,7 @@
 #import "CatalogueWalk.h"
 
 #import "EntryText.h"
+#include "ThreadChecks.h"
 
 #include <vector>
 
@@ -30,6 +31,7 @@ NSArray *VisitEntry(Z5FileExplorerWapper *explorer, Z5FindData *entry, const Ent
 
 void WalkCatalogue(Z5FileExplorerWapper *explorer, NSArray *entries, const EntryVisitor &visit)
 {
+    AssertMainThread();
     std::vector<Place> places = {{entries, 0}};
     while (!places.empty()) {
         Place &place = places.back();

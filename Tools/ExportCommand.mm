@@ -11,6 +11,7 @@
 #include "SourceFiles.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 #import "VolumeSelection.h"
 #import "Z5FileManager.h"
 
@@ -64,6 +65,7 @@ ExportCommand::ExportCommand(const VolumeSession &session, const Options &option
 
 int ExportCommand::Run()
 {
+    AssertMainThread();
     std::string error;
     FailWritesBeyondFileSizeLimit();
     NSArray *selected = SelectEntries(_session.Explorer(), _options.paths, &error);

@@ -5,15 +5,9 @@
 #import "ExportProgress.h"
 #include "ProgressLine.h"
 #include "StopRequest.h"
+#include "ThreadChecks.h"
 
 #include <algorithm>
-
-namespace {
-
-// Bytes that the engine copies between two reports.
-constexpr int64_t kChunkSize = 4194304;
-
-}  // namespace
 
 @implementation ExportProgressDelegate
 
@@ -47,17 +41,20 @@ constexpr int64_t kChunkSize = 4194304;
 
 - (BOOL)makeFolderFor:(Z5FindData *)entry
 {
+    AssertWorkerThread();
     _current = entry;
     return _arrivals->MakeFolder(entry);
 }
 
 - (FILE *)openFileFor:(Z5FindData *)entry
 {
+    AssertWorkerThread();
     return _arrivals->Open(entry);
 }
 
 - (void)entry:(Z5FindData *)entry endedWith:(const ExportOutcome &)outcome
 {
+    AssertWorkerThread();
     _doneBytes = AddSizes(_doneBytes, _fileBytes);
     _fileBytes = 0;
     _arrivals->End(entry, outcome);
@@ -65,13 +62,15 @@ constexpr int64_t kChunkSize = 4194304;
 
 - (void)UpdateInformation:(NSString *)path
 {
+    AssertWorkerThread();
     [self show];
 }
 
 // Called after each chunk. The percent is too coarse for a large export, so bytes are counted.
 - (void)UpdateProgress:(NSNumber *)percent
 {
-    _fileBytes = std::min([_current nFileSize], AddSizes(_fileBytes, kChunkSize));
+    AssertWorkerThread();
+    _fileBytes = std::min([_current nFileSize], AddSizes(_fileBytes, kExportChunkSize));
     [self show];
 }
 
@@ -81,6 +80,7 @@ constexpr int64_t kChunkSize = 4194304;
 
 - (BOOL)Continued
 {
+    AssertWorkerThread();
     [_workerEnd noteWorker];
     if (vx::StopRequest::Signal() == 0 && !_arrivals->MustStop())
         return YES;

@@ -1,6 +1,7 @@
 #import "ExportWorkerEnd.h"
 
 #include "Completion.h"
+#include "ThreadChecks.h"
 
 @implementation ExportWorkerEnd
 
@@ -27,6 +28,7 @@
 
 - (void)noteWorker
 {
+    AssertWorkerThread();
     if (_worker == nil)
         _worker = [[NSThread currentThread] retain];
 }
@@ -41,6 +43,7 @@
 
 - (void)wait
 {
+    AssertMainThread();
     _ended->Wait();
 }
 

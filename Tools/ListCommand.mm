@@ -4,6 +4,7 @@
 #include "ExitStatus.h"
 #include "ObstacleText.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 #include "Unicode.h"
 #import "Utf16Text.h"
 #import "VolumeSelection.h"
@@ -62,6 +63,7 @@ ListCommand::ListCommand(const VolumeSession &session, const Options &options)
 
 int ListCommand::Run()
 {
+    AssertMainThread();
     if (_options.paths.empty())
         ListPath("/");
     for (const std::string &path : _options.paths) {

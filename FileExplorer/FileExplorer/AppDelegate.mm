@@ -6,6 +6,7 @@
 #import "AlertWithText.h"
 #import "CBitlockerWrapper.h"
 #import "CPipeFileExplorerClientWrapper.h"
+#include "ThreadChecks.h"
 
 namespace {
 
@@ -34,6 +35,7 @@ IVolume *openVolume()
 
 - (void)dealloc
 {
+    AssertMainThread();
     [_window release];
     [_FileExplorerView release];
     [_FileExplorerController release];
@@ -42,6 +44,7 @@ IVolume *openVolume()
 
 - (void)awakeFromNib
 {
+    AssertMainThread();
     [[NSNotificationCenter defaultCenter] addObserver:self
                                              selector:@selector(OnShowAlertSheet:)
                                                  name:kShowAlertSheet
@@ -61,6 +64,7 @@ IVolume *openVolume()
 // The window may have come back in the size that it was left in, and decorations take their share.
 - (void)showExplorer
 {
+    AssertMainThread();
     NSView *content = [_window contentView];
     [_FileExplorerView setFrame:[content bounds]];
     [content addSubview:_FileExplorerView];
@@ -68,16 +72,19 @@ IVolume *openVolume()
 
 - (void)applicationDidFinishLaunching:(NSNotification *)notification
 {
+    AssertMainThread();
     [_window setLevel:CGWindowLevelForKey(kCGNormalWindowLevelKey)];
 }
 
 - (void)applicationWillTerminate:(NSNotification *)notification
 {
+    AssertMainThread();
     CPipeFileExplorerClientWrapper::getInstance()->SendCmd_async(&kExplorerQuitNotice);
 }
 
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)application
 {
+    AssertMainThread();
     return YES;
 }
 
@@ -107,6 +114,7 @@ IVolume *openVolume()
 
 - (void)alertSheetDidEnd:(NSAlert *)alert returnCode:(NSInteger)code contextInfo:(void *)context
 {
+    AssertMainThread();
 }
 
 @end

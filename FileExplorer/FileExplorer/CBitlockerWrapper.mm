@@ -1,9 +1,12 @@
 #import "CBitlockerWrapper.h"
 
+#include "ThreadChecks.h"
+
 #include <dlfcn.h>
 
 CBitlockerWrapper::CBitlockerWrapper()
 {
+    AssertMainThread();
     NSString *folder = [[[NSBundle mainBundle] bundlePath] stringByDeletingLastPathComponent];
     _strLibraryPath = [[folder stringByAppendingString:@"/libBitLockerWapper.dylib"] copy];
 }
@@ -16,6 +19,7 @@ CBitlockerWrapper::~CBitlockerWrapper()
 bool CBitlockerWrapper::openBitlockerDevice(const char *first, const char *second,
                                             const char *third, IVolume **volume, int32_t *status)
 {
+    AssertMainThread();
     static OpenBitlockerDeviceFunction lpfn = nullptr;
 
     if (lpfn == nullptr) {

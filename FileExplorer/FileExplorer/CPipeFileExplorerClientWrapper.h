@@ -3,7 +3,8 @@
 // Life: made by the process entry with getInstance, connected with initClient, used for the
 // rest of the process's life and destroyed at its exit, which stops the reader thread and
 // closes both ends. The FIFO files stay for the host, which removes them.
-// Threads: getInstance from any; the rest from the main thread.
+// Threads: getInstance from any; initClient and SendCmd_async from the main thread; SendCmd_sync,
+// which waits, from any once initClient has returned.
 // Errors: false, and nothing shown or logged. The explorer works without a host.
 #pragma once
 

@@ -2,6 +2,7 @@
 
 #include "CPipeClientFileExplorerEvent.h"
 #include "CPipeDataWrapper.h"
+#include "ThreadChecks.h"
 #include "_MSG_DATA_PACKAGE.h"
 #include "libPipeWrapper.h"
 
@@ -39,6 +40,7 @@ bool CPipeFileExplorerClientWrapper::initClient(const char *name, const char *re
                                                 int readFlags, const char *writePipe,
                                                 int writeFlags)
 {
+    AssertMainThread();
     if (!_client || !name)
         return false;
     return _client->addConnector(name, readPipe, readFlags, writePipe, writeFlags);
@@ -46,6 +48,7 @@ bool CPipeFileExplorerClientWrapper::initClient(const char *name, const char *re
 
 bool CPipeFileExplorerClientWrapper::SendCmd_async(const CCommandDataWrapper<char> *cmd)
 {
+    AssertMainThread();
     IIPCConnector *connector = _client ? _client->getConnector() : nullptr;
     if (!cmd || !connector)
         return false;

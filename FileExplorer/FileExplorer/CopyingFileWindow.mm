@@ -2,11 +2,11 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include <cassert>
 #include <ctime>
 
 #import "ModalSession.h"
 #import "ProgressText.h"
+#include "ThreadChecks.h"
 
 namespace {
 
@@ -24,6 +24,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (id)init
 {
+    AssertMainThread();
     self = [super initWithWindowNibName:@"copyingFileWindow"];
     if (self == nil)
         return nil;
@@ -36,7 +37,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)dealloc
 {
-    assert([NSThread isMainThread]);
+    AssertMainThread();
     [_fileInfoLable release];
     [_progressBar release];
     [_fileImage release];
@@ -49,6 +50,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)awakeFromNib
 {
+    AssertMainThread();
     // Not every platform's base class has this step.
     if ([NSWindowController instancesRespondToSelector:_cmd])
         [super awakeFromNib];
@@ -59,6 +61,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)windowDidLoad
 {
+    AssertMainThread();
     [super windowDidLoad];
     [_progressBar setDoubleValue:0.0];
     [_progressBar setIndeterminate:NO];
@@ -70,12 +73,14 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (IBAction)cancelClicked:(id)sender
 {
+    AssertMainThread();
     _bContinued = false;
     [self close];
 }
 
 - (void)UpdateProgress:(NSNumber *)percent
 {
+    AssertWorkerThread();
     if (percent == nil)
         return;
     [percent retain];
@@ -89,6 +94,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)UpdateInformation:(NSString *)path
 {
+    AssertWorkerThread();
     [self performSelectorOnMainThread:@selector(updateInfoOnMain:)
                            withObject:path
                         waitUntilDone:YES
@@ -97,6 +103,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)UpdateTotalSize:(NSNumber *)total
 {
+    AssertWorkerThread();
     if (total == nil)
         return;
     [total retain];
@@ -111,6 +118,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)updateInfoOnMain:(NSString *)path
 {
+    AssertMainThread();
     if ([path length] == 0 || [path isEqualToString:_strCurrentFile])
         return;
     [_strCurrentFile release];
@@ -124,6 +132,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)updateProgressOnMain:(id)unused
 {
+    AssertMainThread();
     const double percent = [_iCurrentPercent doubleValue];
     [_progressBar setDoubleValue:percent];
     const int64_t elapsed = time(nullptr) - _startTime;
@@ -138,6 +147,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 // must not end the session of a later export.
 - (void)finish
 {
+    AssertMainThread();
     NSWindow *modal = [NSApp modalWindow];
     if (modal != nil && modal != [self window]) {
         [NSObject cancelPreviousPerformRequestsWithTarget:self selector:_cmd object:nil];
@@ -165,6 +175,7 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
 
 - (void)windowWillClose:(NSNotification *)notification
 {
+    AssertMainThread();
     StopModalSession([self window], _nRtnCode);
 }
 

@@ -1,5 +1,7 @@
 #import "ImageAndTextCell.h"
 
+#include "ThreadChecks.h"
+
 #include <cmath>
 
 namespace {
@@ -34,6 +36,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
 
 - (id)copyWithZone:(NSZone *)zone
 {
+    AssertMainThread();
     // The base class copies the pointer with the rest of the object, but takes no share in it.
     ImageAndTextCell *copy = [super copyWithZone:zone];
     copy->image = [image retain];
@@ -42,6 +45,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
 
 - (void)setImage:(NSImage *)newImage
 {
+    AssertMainThread();
     if (newImage == image)
         return;
     [newImage retain];
@@ -51,11 +55,13 @@ NSRect iconRect(NSRect strip, BOOL flipped)
 
 - (NSImage *)image
 {
+    AssertMainThread();
     return image;
 }
 
 - (NSRect)imageFrameForCellFrame:(NSRect)cellFrame
 {
+    AssertMainThread();
     if (image == nil)
         return NSZeroRect;
     const NSSize size = [image size];
@@ -82,6 +88,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
              delegate:(id)delegate
                 event:(NSEvent *)event
 {
+    AssertMainThread();
     [super editWithFrame:[self textFrameForFrame:frame]
                   inView:view
                   editor:editor
@@ -96,6 +103,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
                   start:(NSInteger)start
                  length:(NSInteger)length
 {
+    AssertMainThread();
     [super selectWithFrame:[self textFrameForFrame:frame]
                     inView:view
                     editor:editor
@@ -106,6 +114,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
 
 - (void)drawWithFrame:(NSRect)frame inView:(NSView *)view
 {
+    AssertMainThread();
     if (image == nil) {
         [super drawWithFrame:frame inView:view];
         return;
@@ -127,6 +136,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
 
 - (NSSize)cellSize
 {
+    AssertMainThread();
     NSSize size = [super cellSize];
     size.width += [self imageSpace];
     return size;

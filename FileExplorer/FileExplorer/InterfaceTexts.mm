@@ -1,5 +1,7 @@
 #import "InterfaceTexts.h"
 
+#include "ThreadChecks.h"
+
 namespace {
 
 NSString *localized(NSString *text)
@@ -61,6 +63,7 @@ void localizeView(NSView *view)
 
 - (void)awakeFromNib
 {
+    AssertMainThread();
     if (_menu != nil)
         localizeMenu(_menu);
     [_window setTitle:localized([_window title])];

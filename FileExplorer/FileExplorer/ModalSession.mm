@@ -1,5 +1,7 @@
 #import "ModalSession.h"
 
+#include "ThreadChecks.h"
+
 NSArray *ModesServedWhileModal()
 {
     return [NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode,
@@ -8,6 +10,7 @@ NSArray *ModesServedWhileModal()
 
 bool StopModalSession(NSWindow *window, int64_t code)
 {
+    AssertMainThread();
     if (window == nil || [NSApp modalWindow] != window)
         return false;
     [NSApp stopModalWithCode:static_cast<NSInteger>(code)];

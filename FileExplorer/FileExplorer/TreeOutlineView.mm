@@ -1,5 +1,7 @@
 #import "TreeOutlineView.h"
 
+#include "ThreadChecks.h"
+
 namespace {
 
 constexpr CGFloat kIndentation = 18;  // points a level
@@ -10,6 +12,7 @@ constexpr CGFloat kIndentation = 18;  // points a level
 
 - (void)viewDidMoveToWindow
 {
+    AssertMainThread();
     [super viewDidMoveToWindow];
     if ([self window] == nil)
         return;

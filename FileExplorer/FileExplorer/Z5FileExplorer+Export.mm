@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #import "CopyingFileWindow.h"
+#include "ThreadChecks.h"
 #import "Z5FileManager.h"
 
 namespace {
@@ -58,6 +59,7 @@ void exportTo(NSString *folder, Z5FileManager *engine, CopyingFileWindow *progre
 // The menu's command follows the button, and rests while a sheet or a modal window is up.
 - (BOOL)validateMenuItem:(NSMenuItem *)item
 {
+    AssertMainThread();
     if ([item action] != @selector(onClickedExport:))
         return YES;
     NSWindow *window = [[self view] window];
@@ -75,6 +77,7 @@ void exportTo(NSString *folder, Z5FileManager *engine, CopyingFileWindow *progre
 
 - (IBAction)onClickedExport:(id)sender
 {
+    AssertMainThread();
     NSOpenPanel *panel = [NSOpenPanel openPanel];
     [self setUpFolderPanel:panel];
     // The engine plans the selection as it is at the click.
@@ -102,6 +105,7 @@ void exportTo(NSString *folder, Z5FileManager *engine, CopyingFileWindow *progre
        engine:(Z5FileManager *)engine
      progress:(CopyingFileWindow *)progress
 {
+    AssertMainThread();
     [panel orderOut:self];
     if (result != kPanelConfirmed)
         return;

@@ -1,6 +1,7 @@
 #import "Z5FileExplorer.h"
 
 #import "ImageAndTextCell.h"
+#include "ThreadChecks.h"
 #import "Z5FindData.h"
 
 namespace {
@@ -52,6 +53,7 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (id)init
 {
+    AssertMainThread();
     self = [super init];
     if (self != nil)
         [self startEmpty];
@@ -60,6 +62,7 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (id)initWithNibName:(NSString *)name bundle:(NSBundle *)bundle
 {
+    AssertMainThread();
     self = [super initWithNibName:name bundle:bundle];
     if (self != nil)
         [self startEmpty];
@@ -74,6 +77,7 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (void)dealloc
 {
+    AssertMainThread();
     [_outlineView setDataSource:nil];
     [_outlineView setDelegate:nil];
     [_outlineView release];
@@ -88,6 +92,7 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (BOOL)setVolumeObject:(IVolume *)volume
 {
+    AssertMainThread();
     Z5FileExplorerWapper *explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:volume];
     [_explorerWapper release];
     _explorerWapper = explorer;
@@ -97,6 +102,7 @@ NSImage *iconOf(Z5FindData *entry)
 // Called more than once: an interface file may be awoken again with the same controller.
 - (void)awakeFromNib
 {
+    AssertMainThread();
     if (!_bFinishedInit)
         _bFinishedInit = [self finishInitialize];
     [_outlineView registerForDraggedTypes:[NSArray arrayWithObject:NSFilenamesPboardType]];
@@ -104,6 +110,7 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (BOOL)finishInitialize
 {
+    AssertMainThread();
     // Cast, because one platform's protocols require more than a tree needs.
     [_outlineView setDataSource:(id)self];
     [_outlineView setDelegate:(id)self];
@@ -116,6 +123,7 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (id)outlineView:(NSOutlineView *)view child:(NSInteger)index ofItem:(id)item
 {
+    AssertMainThread();
     const NSUInteger at = static_cast<NSUInteger>(index);
     if (item == nil)
         return [[_explorerWapper rootDirectory] objectAtIndex:at];
@@ -124,11 +132,13 @@ NSImage *iconOf(Z5FindData *entry)
 
 - (BOOL)outlineView:(NSOutlineView *)view isItemExpandable:(id)item
 {
+    AssertMainThread();
     return [entryFrom(item) bDirectory];
 }
 
 - (NSInteger)outlineView:(NSOutlineView *)view numberOfChildrenOfItem:(id)item
 {
+    AssertMainThread();
     if (item != nil && entryFrom(item) == nil)
         return 0;
     NSArray *root = item == nil ? [_explorerWapper rootDirectory] : nil;
@@ -140,6 +150,7 @@ NSImage *iconOf(Z5FindData *entry)
     objectValueForTableColumn:(NSTableColumn *)column
                        byItem:(id)item
 {
+    AssertMainThread();
     if (item == nil)
         return nil;
     NSString *text = textOf(entryFrom(item), titleOf(column));
@@ -151,17 +162,20 @@ NSImage *iconOf(Z5FindData *entry)
      forTableColumn:(NSTableColumn *)column
                item:(id)item
 {
+    AssertMainThread();
     if ([titleOf(column) isEqualToString:kFileName])
         [cell setImage:iconOf(entryFrom(item))];
 }
 
 - (BOOL)outlineView:(NSOutlineView *)view shouldSelectItem:(id)item
 {
+    AssertMainThread();
     return YES;
 }
 
 - (void)outlineViewSelectionDidChange:(NSNotification *)notification
 {
+    AssertMainThread();
     NSIndexSet *rows = [_outlineView selectedRowIndexes];
     if (rows == nil)
         return;

@@ -1,5 +1,6 @@
 #import "Z5FileExplorerWapper.h"
 
+#include "ThreadChecks.h"
 #import "Utf16Text.h"
 
 #include <algorithm>
@@ -73,6 +74,7 @@ void appendStep(std::vector<unichar> &path, NSString *name)
 
 - (id)initWithVolumeObject:(IVolume *)volume
 {
+    AssertMainThread();
     self = [super init];
     if (self == nil)
         return nil;
@@ -99,6 +101,7 @@ void appendStep(std::vector<unichar> &path, NSString *name)
 
 - (NSMutableArray *)findFiles:(Z5FindData *)entry
 {
+    AssertMainThread();
     NSMutableArray *listed = [entry subFileData];
     if (listed != nil)
         return listed;

@@ -12,11 +12,9 @@
 
 #include "ExportProgress.h"
 #include "LocalFileOpening.h"
+#include "ThreadChecks.h"
 
 namespace {
-
-// Bytes of the copy buffer, of a chunk, and so the step of the progress.
-constexpr int64_t kChunkSize = 4194304;
 
 // An array of entries that is being walked.
 struct Walk {
@@ -57,6 +55,7 @@ void releaseOnMainThread(id object)
 
 - (id)initWithSourceFiles:(NSArray *)selection andExplorer:(Z5FileExplorerWapper *)explorer
 {
+    AssertMainThread();
     self = [super init];
     if (self == nil)
         return nil;
@@ -84,6 +83,7 @@ void releaseOnMainThread(id object)
 // Folders wait on a stack of ours: a volume may nest them deeper than the thread's stack goes.
 - (NSMutableArray *)getAllFiles:(NSArray *)entries withSize:(int64_t *)size
 {
+    AssertMainThread();
     if ([entries count] == 0)
         return nil;
     NSMutableArray *files = [NSMutableArray array];
@@ -125,6 +125,7 @@ void releaseOnMainThread(id object)
 
 - (BOOL)copyTo:(NSString *)destination withDelegate:(id<ExportingUIDelegate>)delegate
 {
+    AssertMainThread();
     [_threadCopyFile release];
     _threadCopyFile = nil;
 
@@ -152,6 +153,7 @@ void releaseOnMainThread(id object)
 
 - (BOOL)copyToInThread:(NSString *)destination
 {
+    AssertWorkerThread();
     if (destination == nil)
         return NO;
     const NSInteger count = static_cast<NSInteger>([_sourceFiles count]);
@@ -179,6 +181,7 @@ void releaseOnMainThread(id object)
 
 - (void)forgetThread:(NSThread *)thread
 {
+    AssertMainThread();
     if (_threadCopyFile != thread)
         return;
     [_threadCopyFile release];
@@ -235,6 +238,7 @@ void releaseOnMainThread(id object)
 
 - (BOOL)copyOneFile:(Z5FindData *)entry withDest:(NSString *)destination
 {
+    AssertWorkerThread();
     if (entry == nil || destination == nil)
         return NO;
     ExportOutcome outcome;
@@ -248,7 +252,7 @@ void releaseOnMainThread(id object)
     outcome->end = ExportEnd::kNoMemory;
     // Zeroed: a chunk that cannot be read is written as the buffer stands.
     if (_innerBuffer == nullptr)
-        _innerBuffer = new (std::nothrow) unsigned char[kChunkSize]();
+        _innerBuffer = new (std::nothrow) unsigned char[kExportChunkSize]();
     if (_innerBuffer == nullptr)
         return NO;
     outcome->end = ExportEnd::kNoPath;
@@ -302,7 +306,7 @@ void releaseOnMainThread(id object)
             outcome->end = ExportEnd::kStopped;
             return;
         }
-        const int64_t count = std::min(remaining, kChunkSize);
+        const int64_t count = std::min(remaining, kExportChunkSize);
         [source readFile:_innerBuffer ofsize:count];
         const size_t written = fwrite(_innerBuffer, 1, static_cast<size_t>(count), local);
         if (written != static_cast<size_t>(count))
@@ -319,6 +323,7 @@ void releaseOnMainThread(id object)
 
 - (void)updateProgress:(int64_t)bytes
 {
+    AssertWorkerThread();
     _nCopiedSize = AddSizes(_nCopiedSize, bytes);
     const int32_t percent = ExportPercent(_nCopiedSize, _nTotalCopySize);
     [_uiDelegate performSelector:@selector(UpdateProgress:)

@@ -1,6 +1,7 @@
 #import "Z5FindData.h"
 
 #import "CDateText.h"
+#include "ThreadChecks.h"
 
 #include <algorithm>
 #include <iterator>
@@ -67,6 +68,7 @@ size_t utf16Length(const char16_t *units)
 
 - (id)initWithFindData:(const VolumeFindData *)record
 {
+    AssertMainThread();
     self = [super init];
     if (self == nil)
         return nil;

@@ -1,6 +1,7 @@
 #include "FolderOpening.h"
 
 #include "MethodReplacement.h"
+#include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
 
@@ -90,6 +91,7 @@ BOOL isFolder(NSURL *url)
 
 BOOL openURL(id workspace, SEL selector, NSURL *url)
 {
+    AssertMainThread();
     NSString *named =
         [[NSUserDefaults standardUserDefaults] stringForKey:@"GSWorkspaceApplication"];
     // Without a workspace application the library knows nobody who shows a folder, and complains.
@@ -102,6 +104,7 @@ BOOL openURL(id workspace, SEL selector, NSURL *url)
 
 bool startDetached(const std::string &program, const std::string &argument)
 {
+    AssertMainThread();
     const SpawnActions actions;
     const SpawnAttributes attributes;
     char *const arguments[] = {const_cast<char *>(program.c_str()),
@@ -116,6 +119,7 @@ bool startDetached(const std::string &program, const std::string &argument)
 
 void installFolderOpening()
 {
+    AssertMainThread();
     if (libraryOpenURL != nullptr)
         return;
     libraryOpenURL = reinterpret_cast<OpenURL>(

@@ -1,5 +1,7 @@
 #include "ImageResources.h"
 
+#include "ThreadChecks.h"
+
 namespace vx {
 namespace {
 
@@ -18,6 +20,7 @@ void addFile(NSImage *image, NSString *name, CGFloat points)
 
 NSImage *newFileTypeImage(NSString *name)
 {
+    AssertMainThread();
     NSImage *image = [[NSImage alloc] initWithSize:NSMakeSize(16, 16)];
     addFile(image, name, 16);
     addFile(image, [name stringByAppendingString:@"@2x"], 16);
@@ -31,6 +34,7 @@ NSImage *newFileTypeImage(NSString *name)
 
 void addDoubleSize(NSString *name)
 {
+    AssertMainThread();
     NSImage *image = [NSImage imageNamed:name];
     if (image != nil)
         addFile(image, [name stringByAppendingString:@"@2x"], [image size].width);
@@ -41,6 +45,7 @@ void addDoubleSize(NSString *name)
 // name: together more than half of the time that the program takes to start.
 void keepBuiltInFormatsOnly()
 {
+    AssertMainThread();
     for (Class format in [[[NSImageRep registeredImageRepClasses] copy] autorelease])
         if (format != [NSBitmapImageRep class])
             [NSImageRep unregisterImageRepClass:format];

@@ -1,6 +1,7 @@
 #include "MenuTracking.h"
 
 #include "MethodReplacement.h"
+#include "ThreadChecks.h"
 
 #include <chrono>
 
@@ -80,6 +81,7 @@ NSEvent *closing(NSEvent *key)
 
 void installMenuTracking()
 {
+    AssertMainThread();
     if (libraryTrack != nullptr)
         return;
     Class owner = [NSMenuView class];
@@ -91,11 +93,13 @@ void installMenuTracking()
 
 NSUInteger maskWhileTracking(NSUInteger mask)
 {
+    AssertMainThread();
     return isTracking() ? mask | NSKeyDownMask | NSKeyUpMask : mask;
 }
 
 NSEvent *eventForTracking(NSEvent *event)
 {
+    AssertMainThread();
     if (!isTracking())
         return event;
     switch ([event type]) {

@@ -1,6 +1,7 @@
 #include "PacedDisplay.h"
 
 #include "MethodReplacement.h"
+#include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
 
@@ -74,6 +75,7 @@ void forgetBefore(Clock::time_point time)
 
 void autodisplay(id window, SEL selector)
 {
+    AssertMainThread();
     static VXDisplayAlarm *alarm = [[VXDisplayAlarm alloc] init];
     if (![window isAutodisplay] || ![window viewsNeedDisplay])
         return;
@@ -93,6 +95,7 @@ void autodisplay(id window, SEL selector)
 
 void installPacedDisplay()
 {
+    AssertMainThread();
     if (libraryAutodisplay == nullptr)
         libraryAutodisplay = reinterpret_cast<Autodisplay>(replaceMethod(
             [NSWindow class], @selector(_handleAutodisplay), reinterpret_cast<IMP>(autodisplay)));

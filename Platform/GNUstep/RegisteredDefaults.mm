@@ -1,5 +1,7 @@
 #include "RegisteredDefaults.h"
 
+#include "ThreadChecks.h"
+
 #import <AppKit/AppKit.h>
 
 namespace vx {
@@ -54,6 +56,7 @@ void addKeys(NSMutableDictionary *keys)
 
 void registerLook()
 {
+    AssertMainThread();
     NSAutoreleasePool *pool = [NSAutoreleasePool new];
     NSMutableDictionary *look = [NSMutableDictionary dictionary];
     [look setObject:@"NSWindows95InterfaceStyle" forKey:@"NSMenuInterfaceStyle"];
@@ -78,6 +81,7 @@ void registerLook()
 
 void registerFonts()
 {
+    AssertMainThread();
     NSArray *available = [[NSFontManager sharedFontManager] availableFonts];
     for (const FontPair &font : kFonts) {
         if (![available containsObject:font.regular] || ![available containsObject:font.bold])

@@ -1,5 +1,7 @@
 #include "StartMessages.h"
 
+#include "ThreadChecks.h"
+
 #import <Foundation/Foundation.h>
 
 namespace vx {
@@ -17,12 +19,14 @@ void writeUnlessOfDecorations(NSString *message)
 
 StartMessages::StartMessages()
 {
+    AssertMainThread();
     libraryHandler = _NSLog_printf_handler;
     _NSLog_printf_handler = writeUnlessOfDecorations;
 }
 
 StartMessages::~StartMessages()
 {
+    AssertMainThread();
     _NSLog_printf_handler = libraryHandler;
 }
 

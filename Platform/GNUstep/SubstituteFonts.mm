@@ -3,6 +3,7 @@
 #import <AppKit/AppKit.h>
 
 #include "MethodReplacement.h"
+#include "ThreadChecks.h"
 
 @interface NSMutableAttributedString (LibraryOwn)
 - (NSFontDescriptor *)_substituteFontDescriptorFor:(unichar)character;
@@ -32,6 +33,7 @@ NSFontDescriptor *descriptorWithFontName(id self, SEL selector, unichar characte
 
 void installSubstituteFonts()
 {
+    AssertMainThread();
     g_original = reinterpret_cast<Lookup>(
         replaceMethod([NSMutableAttributedString class], @selector(_substituteFontDescriptorFor:),
                       reinterpret_cast<IMP>(descriptorWithFontName)));

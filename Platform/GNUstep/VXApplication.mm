@@ -9,6 +9,7 @@
 #include "RegisteredDefaults.h"
 #include "StartMessages.h"
 #include "SubstituteFonts.h"
+#include "ThreadChecks.h"
 #include "WindowClosing.h"
 #include "WorkspaceNotices.h"
 
@@ -96,6 +97,7 @@ NSString *information(NSString *key)
 
 - (id)init
 {
+    AssertMainThread();
     const vx::StartMessages messages;
     self = [super init];
     if (self == nil)
@@ -114,6 +116,7 @@ NSString *information(NSString *key)
 
 - (void)sendEvent:(NSEvent *)event
 {
+    AssertMainThread();
     // The library leaves it on view, also over the panel that the key asks for.
     if ([event type] == NSKeyDown)
         [[NSWindow _toolTipVisible] _endDisplay];
@@ -125,6 +128,7 @@ NSString *information(NSString *key)
                             inMode:(NSString *)mode
                            dequeue:(BOOL)dequeue
 {
+    AssertMainThread();
     for (;;) {
         NSEvent *event = [super nextEventMatchingMask:vx::maskWhileTracking(mask)
                                             untilDate:expiration
@@ -148,6 +152,7 @@ NSString *information(NSString *key)
 // instead, to where the desktop keeps such windows.
 - (void)hide:(id)sender
 {
+    AssertMainThread();
     for (NSWindow *window in [self windows])
         if ([window isVisible] && ([window styleMask] & NSMiniaturizableWindowMask) != 0)
             [window performMiniaturize:sender];
@@ -157,6 +162,7 @@ NSString *information(NSString *key)
 // is minimised, it takes that for the last one.
 - (void)_lastWindowClosed
 {
+    AssertMainThread();
     for (NSWindow *window in [self windows])
         if ([window isMiniaturized])
             return;
@@ -166,6 +172,7 @@ NSString *information(NSString *key)
 // The library's panel speaks of its own theme and of authors and copyrights that it was not told.
 - (void)orderFrontStandardAboutPanel:(id)sender
 {
+    AssertMainThread();
     NSString *text =
         [NSString stringWithFormat:@"%@ %@", localized(information(@"ApplicationName")),
                                    information(@"ApplicationRelease")];
@@ -190,6 +197,7 @@ NSString *information(NSString *key)
 // stop.
 - (void)stopModalWithCode:(NSInteger)code
 {
+    AssertMainThread();
     [super stopModalWithCode:code];
     if ([self modalWindow] == nil)
         return;
@@ -239,6 +247,7 @@ NSString *information(NSString *key)
 
 - (NSInteger)runModalForWindow:(NSWindow *)window
 {
+    AssertMainThread();
     // Sessions nest: the stop of an outer one may have been asked for already.
     const BOOL outerStopped = _stopped;
     const NSInteger outerCode = _stopCode;
@@ -257,6 +266,7 @@ NSString *information(NSString *key)
 // know is told; the rest goes with the process.
 - (void)replyToApplicationShouldTerminate:(BOOL)shouldTerminate
 {
+    AssertMainThread();
     if (!shouldTerminate) {
         [super replyToApplicationShouldTerminate:NO];
         return;

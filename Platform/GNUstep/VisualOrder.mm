@@ -1,5 +1,7 @@
 #include "VisualOrder.h"
 
+#include "ThreadChecks.h"
+
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -73,6 +75,7 @@ bool needsOrder(const std::vector<uint32_t> &text)
 
 NSString *inVisualOrder(NSString *text)
 {
+    AssertMainThread();
     if (!mayNeedOrder(text) || reorder() == nullptr)
         return text;
     const std::vector<uint32_t> stored = charactersOf(text);
@@ -94,6 +97,7 @@ NSString *inVisualOrder(NSString *text)
 
 NSAttributedString *attributedInVisualOrder(NSAttributedString *text)
 {
+    AssertMainThread();
     NSString *stored = [text string];
     NSString *ordered = inVisualOrder(stored);
     if (ordered == stored)

@@ -1,6 +1,7 @@
 #include "WindowClosing.h"
 
 #include "MethodReplacement.h"
+#include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
 
@@ -32,6 +33,7 @@ void giveUp(NSWindow *panel)
 
 void performClose(id window, SEL selector, id sender)
 {
+    AssertMainThread();
     NSWindow *modal = [NSApp modalWindow];
     const bool isPanel = [modal isKindOfClass:[NSPanel class]];
     if (isPanel && modal == window) {
@@ -49,6 +51,7 @@ void performClose(id window, SEL selector, id sender)
 
 void installWindowClosing()
 {
+    AssertMainThread();
     if (libraryInit != nullptr)
         return;
     Class owner = [NSWindow class];

@@ -1,6 +1,7 @@
 #include "WorkspaceNotices.h"
 
 #include "MethodReplacement.h"
+#include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
 #include <objc/runtime.h>
@@ -31,6 +32,7 @@ id initAlone(id center, SEL selector)
 
 void installWorkspaceNotices()
 {
+    AssertMainThread();
     Class center = NSClassFromString(@"_GSWorkspaceCenter");
     if (class_getInstanceVariable(center, kRemote) != nullptr)
         replaceMethod(center, @selector(init), reinterpret_cast<IMP>(initAlone));

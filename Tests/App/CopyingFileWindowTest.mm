@@ -48,7 +48,21 @@ protected:
 
     std::string fileLine() { return utf8([[_progress fileInfoLable] stringValue]); }
     std::string progressLine() { return utf8([[_progress infoLabel] stringValue]); }
-    void report(int percent) { [_progress UpdateProgress:[NSNumber numberWithInt:percent]]; }
+    // On the worker's thread.
+    void send(int percent) { [_progress UpdateProgress:[NSNumber numberWithInt:percent]]; }
+    // What the worker sends, until the window has shown it.
+    void report(int percent)
+    {
+        workUntilDone([this, percent] { send(percent); });
+    }
+    void announce(NSString *path)
+    {
+        workUntilDone([this, path] { [_progress UpdateInformation:path]; });
+    }
+    void announceTotal(NSNumber *total)
+    {
+        workUntilDone([this, total] { [_progress UpdateTotalSize:total]; });
+    }
     int64_t startTime() { return [[_progress valueForKey:@"_startTime"] longLongValue]; }
     void setStartTime(int64_t seconds)
     {
@@ -65,6 +79,21 @@ protected:
             }
             _workerEnded = true;
         });
+    }
+
+    // The same, while the main thread serves it.
+    static void workUntilDone(const std::function<void()> &job)
+    {
+        std::atomic<bool> ended{false};
+        std::thread worker([&] {
+            GSRegisterCurrentThreadForTests();
+            @autoreleasepool {
+                job();
+            }
+            ended = true;
+        });
+        EXPECT_TRUE(ServeUntil([&] { return ended.load(); }));
+        worker.join();
     }
 
     NSInteger runModal() { return [NSApp runModalForWindow:[_progress window]]; }
@@ -126,7 +155,7 @@ TEST_F(CopyingFileWindowTest, TheRunStateIsWhatWasSet)
 TEST_F(CopyingFileWindowTest, AnAnnouncedFileIsNamedWithTheIconOfItsType)
 {
     const int64_t before = time(nullptr);
-    [_progress UpdateInformation:@"/Reports/a.pdf"];
+    announce(@"/Reports/a.pdf");
     EXPECT_EQ(fileLine(), utf8(FileLineText(@"/Reports/a.pdf")));
     EXPECT_EQ([[_progress fileImage] image],
               [[NSWorkspace sharedWorkspace] iconForFileType:@"pdf"]);
@@ -136,36 +165,36 @@ TEST_F(CopyingFileWindowTest, AnAnnouncedFileIsNamedWithTheIconOfItsType)
 
 TEST_F(CopyingFileWindowTest, TheSamePathAnnouncedTwiceChangesNothingAndDoesNotRestartTheClock)
 {
-    [_progress UpdateInformation:@"/a.txt"];
+    announce(@"/a.txt");
     setStartTime(1000);
     [[_progress fileInfoLable] setStringValue:@"untouched"];
-    [_progress UpdateInformation:[NSString stringWithFormat:@"/%s", "a.txt"]];
+    announce([NSString stringWithFormat:@"/%s", "a.txt"]);
     EXPECT_EQ(startTime(), 1000);
     EXPECT_EQ(fileLine(), "untouched");
-    [_progress UpdateInformation:@"/b.txt"];
+    announce(@"/b.txt");
     EXPECT_NE(startTime(), 1000);
 }
 
 TEST_F(CopyingFileWindowTest, EmptyArgumentsAreIgnored)
 {
-    [_progress UpdateInformation:nil];
-    [_progress UpdateInformation:@""];
+    announce(nil);
+    announce(@"");
     EXPECT_EQ(fileLine(), "Initializing ... ");
-    [_progress UpdateTotalSize:[NSNumber numberWithDouble:8]];
+    announceTotal([NSNumber numberWithDouble:8]);
     report(50);
     const std::string before = progressLine();
-    [_progress UpdateTotalSize:nil];
-    [_progress UpdateProgress:nil];
+    announceTotal(nil);
+    workUntilDone([this] { [_progress UpdateProgress:nil]; });
     report(50);
     EXPECT_EQ(progressLine(), before);
 }
 
 TEST_F(CopyingFileWindowTest, ATotalSizeIsShownWithTheNextReportOnly)
 {
-    [_progress UpdateTotalSize:[NSNumber numberWithDouble:8]];
+    announceTotal([NSNumber numberWithDouble:8]);
     report(50);
     const std::string before = progressLine();
-    [_progress UpdateTotalSize:[NSNumber numberWithDouble:9]];
+    announceTotal([NSNumber numberWithDouble:9]);
     EXPECT_EQ(progressLine(), before);
     report(50);
     EXPECT_NE(progressLine(), before);
@@ -173,8 +202,8 @@ TEST_F(CopyingFileWindowTest, ATotalSizeIsShownWithTheNextReportOnly)
 
 TEST_F(CopyingFileWindowTest, AReportMovesTheBarAndTheEstimateRunsFromTheCurrentFile)
 {
-    [_progress UpdateTotalSize:[NSNumber numberWithDouble:200]];
-    [_progress UpdateInformation:@"/a.txt"];
+    announceTotal([NSNumber numberWithDouble:200]);
+    announce(@"/a.txt");
     setStartTime(time(nullptr) - 600);
     report(50);
     EXPECT_EQ([[_progress progressBar] doubleValue], 50.0);
@@ -184,14 +213,14 @@ TEST_F(CopyingFileWindowTest, AReportMovesTheBarAndTheEstimateRunsFromTheCurrent
 
 TEST_F(CopyingFileWindowTest, AReportOfExactly100PercentEndsTheSessionWith0AndClosesTheWindow)
 {
-    work([this] { report(100); });
+    work([this] { send(100); });
     EXPECT_EQ(runModal(), 0);
     EXPECT_FALSE([[_progress window] isVisible]);
 }
 
 TEST_F(CopyingFileWindowTest, AReportOf99PercentDoesNot)
 {
-    work([this] { report(99); });
+    work([this] { send(99); });
     bool stillOpen = false;
     When([this] { return _workerEnded.load(); },
          [&] {
@@ -208,9 +237,9 @@ TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedInTheModalSession)
     work([this] {
         for (; _served < 50; ++_served) {
             [_progress UpdateInformation:[NSString stringWithFormat:@"/%d", _served.load()]];
-            report(_served);
+            send(_served);
         }
-        report(100);
+        send(100);
     });
     EXPECT_EQ(runModal(), 0);
     EXPECT_EQ(_served, 50);
@@ -229,7 +258,7 @@ TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorker
     std::promise<void> workerMayGoOn;
     work([this, mayGoOn = workerMayGoOn.get_future().share()] {
         mayGoOn.wait();
-        report(10);
+        send(10);
     });
     When([this] { return [[_progress window] isVisible]; },
          [this] { [_progress cancelClicked:nil]; });
@@ -263,7 +292,7 @@ TEST_F(CopyingFileWindowTest, AReportAfterACancelClosesTheWindowAgainAndEndsItsS
 {
     [_progress cancelClicked:nil];
     // Somebody has put it up once more.
-    work([this] { report(10); });
+    work([this] { send(10); });
     EXPECT_EQ(runModal(), 0);
     EXPECT_FALSE([[_progress window] isVisible]);
 }
@@ -291,8 +320,8 @@ TEST_F(CopyingFileWindowTest, AReportAfterTheEndLeavesTheSessionOfALaterExportAl
 
     CopyingFileWindow *later = [[CopyingFileWindow alloc] init];
     work([this] {
-        report(10);
-        report(100);
+        send(10);
+        send(100);
     });
     bool reachedItsEnd = false;
     When([this] { return _workerEnded.load(); },

@@ -1,4 +1,4 @@
-// One file's copy, called on the test's own thread.
+// One file's copy, called on a thread of the test's own.
 #import "ExportTest.h"
 
 #import <objc/runtime.h>
@@ -50,7 +50,13 @@ protected:
     bool copy(const std::string &name) { return copyTo(name, folder.At(name)); }
     bool copyTo(const std::string &name, const std::string &path)
     {
-        return [engine copyOneFile:At({name}) withDest:Text(path)];
+        return copyEntry(At({name}), Text(path));
+    }
+    bool copyEntry(Z5FindData *entry, NSString *path)
+    {
+        bool copied = false;
+        EXPECT_TRUE(OnWorker([&] { copied = [engine copyOneFile:entry withDest:path]; }));
+        return copied;
     }
     std::vector<uint32_t> chunks() const
     {
@@ -71,8 +77,8 @@ TEST_F(CopyOneFile, ANilArgumentIsAFailure)
 {
     Root().File(u"a", kFew);
     prepare();
-    EXPECT_FALSE([engine copyOneFile:nil withDest:Text(folder.At("a"))]);
-    EXPECT_FALSE([engine copyOneFile:At({"a"}) withDest:nil]);
+    EXPECT_FALSE(copyEntry(nil, Text(folder.At("a"))));
+    EXPECT_FALSE(copyEntry(At({"a"}), nil));
     EXPECT_TRUE(volume.Calls().empty());
     EXPECT_FALSE(Exists("a"));
 }
@@ -83,7 +89,7 @@ TEST_F(CopyOneFile, AnEntryWithoutAVolumePathIsAFailure)
     prepare();
     Z5FindData *nameless = At({"a"});
     [nameless setStrFileName:nil];
-    EXPECT_FALSE([engine copyOneFile:nameless withDest:Text(folder.At("a"))]);
+    EXPECT_FALSE(copyEntry(nameless, Text(folder.At("a"))));
     EXPECT_FALSE(Exists("a"));
 }
 

@@ -4,20 +4,20 @@
 
 #include <sys/stat.h>
 
-#include <condition_variable>
+#include <functional>
 #include <memory>
-#include <mutex>
 
 #import "CoreTest.h"
+#include "Mutex.h"
 #import "RecordingDelegate.h"
 #include "TemporaryFolder.h"
 #import "Z5FileManager.h"
 
 // Counts the threads of the process that have ended since it was made.
 @interface ThreadEnds : NSObject {
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    int _ended;
+    vx::Mutex _mutex;
+    vx::Condition _changed;
+    int _ended VX_GUARDED_BY(_mutex);
 }
 // NO if no thread ended within the deadline.
 - (BOOL)awaitOne;
@@ -35,6 +35,8 @@ protected:
     bool Start();
     // Waits for the worker's end; the engine's volume calls are over then.
     bool Finish();
+    // Runs a job on a thread like the worker's, and returns after its end.
+    bool OnWorker(const std::function<void()> &job);
     // Both: true once the export has ended.
     bool Run() { return Start() && Finish(); }
 

@@ -23,19 +23,48 @@
 - (void)threadWillExit:(NSNotification *)notification
 {
     (void)notification;
-    const std::lock_guard<std::mutex> guard(_mutex);
+    const vx::MutexLock guard(_mutex);
     ++_ended;
-    _changed.notify_all();
+    _changed.NotifyAll();
 }
 
 - (BOOL)awaitOne
 {
-    std::unique_lock<std::mutex> lock(_mutex);
-    const bool came =
-        _changed.wait_for(lock, vx::ScriptedVolume::kDeadline * 2, [self] { return _ended > 0; });
-    if (came)
-        --_ended;
-    return came;
+    const auto deadline = vx::Condition::Deadline::clock::now() + 2 * vx::ScriptedVolume::kDeadline;
+    const vx::MutexLock lock(_mutex);
+    while (_ended == 0 && _changed.WaitUntil(_mutex, deadline)) {
+    }
+    if (_ended == 0)
+        return NO;
+    --_ended;
+    return YES;
+}
+
+@end
+
+// A function as what a thread can be started on.
+@interface WorkerJob : NSObject {
+    std::function<void()> _job;
+}
+- (id)initWithJob:(const std::function<void()> &)job;
+- (void)run;
+@end
+
+@implementation WorkerJob
+
+- (id)initWithJob:(const std::function<void()> &)job
+{
+    self = [super init];
+    if (self != nil)
+        _job = job;
+    return self;
+}
+
+- (void)run
+{
+    @autoreleasepool {
+        _job();
+    }
 }
 
 @end
@@ -81,6 +110,13 @@ bool ExportTest::Start()
 bool ExportTest::Finish()
 {
     return [_ends awaitOne];
+}
+
+bool ExportTest::OnWorker(const std::function<void()> &job)
+{
+    WorkerJob *target = [[[WorkerJob alloc] initWithJob:job] autorelease];
+    [NSThread detachNewThreadSelector:@selector(run) toTarget:target withObject:nil];
+    return Finish();
 }
 
 bool ExportTest::Exists(const std::string &path) const

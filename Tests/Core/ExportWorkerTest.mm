@@ -194,7 +194,9 @@ TEST_F(ExportWorker, ANilDestinationRootReturnsAtOnce)
     Root().File(u"a", 1);
     ASSERT_NE(Plan(), nil);
     volume.ForgetCalls();
-    EXPECT_FALSE([engine copyToInThread:nil]);
+    bool returned = true;
+    ASSERT_TRUE(OnWorker([&] { returned = [engine copyToInThread:nil]; }));
+    EXPECT_FALSE(returned);
     EXPECT_TRUE([engine copyTo:nil withDelegate:delegate]);
     ASSERT_TRUE(Finish());
     EXPECT_TRUE([delegate calls].empty());
@@ -207,7 +209,9 @@ TEST_F(ExportWorker, TheLoopReturnsTrueAlsoWhenItWasCancelled)
     Plan();
     [delegate cancel];
     ASSERT_TRUE(Run());
-    EXPECT_TRUE([engine copyToInThread:Text(Destination())]);
+    bool returned = false;
+    ASSERT_TRUE(OnWorker([&] { returned = [engine copyToInThread:Text(Destination())]; }));
+    EXPECT_TRUE(returned);
     EXPECT_FALSE(Exists("a"));
 }
 

@@ -112,15 +112,15 @@ TEST_F(FileExplorer, TheChildrenAreKeptBeforeTheListingIsClosed)
     Open();
     Z5FindData *folder = At({"a"});
     volume.AtCall(VolumeOperation::kFindClose, 2, Fault::kStall);
-    std::thread lister([&] {
+    std::thread watcher([&] {
         @autoreleasepool {
-            [explorer findFiles:folder];
+            EXPECT_TRUE(volume.AwaitStall());
+            EXPECT_EQ(Names([folder subFileData]), (Strings{"b"}));
+            volume.Release();
         }
     });
-    EXPECT_TRUE(volume.AwaitStall());
-    EXPECT_EQ(Names([folder subFileData]), (Strings{"b"}));
-    volume.Release();
-    lister.join();
+    [explorer findFiles:folder];
+    watcher.join();
 }
 
 TEST_F(FileExplorer, FindFilesWithNilListsTheRootFromTheVolumeOnEveryCall)

@@ -4,33 +4,33 @@
 
 #include <sys/resource.h>
 
-#include <functional>
 #include <limits>
-
-// Plans an export on a thread of its own.
-@interface Planner : NSObject {
-@public
-    std::function<void()> _plan;
-}
-- (void)run;
-@end
-
-@implementation Planner
-- (void)run
-{
-    @autoreleasepool {
-        _plan();
-    }
-}
-@end
 
 namespace {
 
 using Strings = std::vector<std::string>;
 
-// In bytes: fewer than 70 for each folder of the deepest nest here.
-constexpr size_t kSmallStack = 256 << 10;
+// In bytes: 32 for each folder of the deepest nest here.
+constexpr rlim_t kSmallStack = 512 << 10;
 constexpr uint64_t kMost = std::numeric_limits<int64_t>::max();
+
+// While it lives, the main thread's stack does not grow beyond that. What it has used before stays.
+class SmallStack {
+public:
+    SmallStack()
+    {
+        getrlimit(RLIMIT_STACK, &_before);
+        rlimit limit = _before;
+        limit.rlim_cur = kSmallStack;
+        setrlimit(RLIMIT_STACK, &limit);
+    }
+    ~SmallStack() { setrlimit(RLIMIT_STACK, &_before); }
+    SmallStack(const SmallStack &) = delete;
+    SmallStack &operator=(const SmallStack &) = delete;
+
+private:
+    rlimit _before = {};
+};
 
 // The destination is the folder "to", so that what climbs out of it lands in the test's folder.
 class UntrustedVolume : public ExportTest {
@@ -40,14 +40,8 @@ protected:
     // So that a nest need not be deep to be deeper than the stack.
     void planOnSmallStack()
     {
-        Planner *planner = [[[Planner alloc] init] autorelease];
-        planner->_plan = [this] { Plan(); };
-        NSThread *thread = [[[NSThread alloc] initWithTarget:planner
-                                                    selector:@selector(run)
-                                                      object:nil] autorelease];
-        [thread setStackSize:kSmallStack];
-        [thread start];
-        ASSERT_TRUE(Finish());
+        const SmallStack stack;
+        Plan();
     }
     bool runInto(const std::string &name)
     {

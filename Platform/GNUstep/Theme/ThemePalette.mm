@@ -1,10 +1,13 @@
 #import "ThemePalette.h"
 
+#include "ThreadChecks.h"
+
 namespace vx::palette {
 namespace {
 
 NSColor *rgb(int red, int green, int blue)
 {
+    AssertMainThread();
     return [NSColor colorWithCalibratedRed:red / 255.0
                                      green:green / 255.0
                                       blue:blue / 255.0

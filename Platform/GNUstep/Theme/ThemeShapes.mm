@@ -1,11 +1,14 @@
 #import "ThemeShapes.h"
 
+#include "ThreadChecks.h"
+
 #include <algorithm>
 
 namespace vx::shapes {
 
 void plate(NSRect frame, CGFloat radius, NSColor *fill, NSColor *stroke)
 {
+    AssertMainThread();
     // Half a point inside, so that the stroke covers whole pixels.
     NSRect inner = NSInsetRect(frame, 0.5, 0.5);
     if (inner.size.width <= 0 || inner.size.height <= 0)
@@ -27,6 +30,7 @@ void plate(NSRect frame, CGFloat radius, NSColor *fill, NSColor *stroke)
 
 void pill(NSRect frame, NSColor *fill)
 {
+    AssertMainThread();
     if (frame.size.width <= 0 || frame.size.height <= 0)
         return;
     const CGFloat radius = std::min(frame.size.width, frame.size.height) / 2;
@@ -36,12 +40,14 @@ void pill(NSRect frame, NSColor *fill)
 
 void rectangle(NSRect frame, NSColor *fill)
 {
+    AssertMainThread();
     [fill set];
     NSRectFill(frame);
 }
 
 void frame(NSRect frame, NSColor *stroke)
 {
+    AssertMainThread();
     [stroke set];
     NSFrameRect(frame);
 }

@@ -1,6 +1,7 @@
 #import "VXTheme.h"
 
 #import "ThemePalette.h"
+#include "ThreadChecks.h"
 
 namespace palette = vx::palette;
 
@@ -14,6 +15,7 @@ namespace palette = vx::palette;
 
 - (NSColorList *)colors
 {
+    AssertMainThread();
     if (_systemColors == nil)
         _systemColors = palette::newSystemColorList();
     return _systemColors;
@@ -22,6 +24,7 @@ namespace palette = vx::palette;
 // Names outside the system list, which the library's own drawing looks up.
 - (NSColor *)colorNamed:(NSString *)name state:(GSThemeControlState)state
 {
+    AssertMainThread();
     if ([name isEqualToString:@"highlightedTableRowBackgroundColor"])
         return palette::selection();
     if ([name isEqualToString:@"highlightedTableRowTextColor"])
