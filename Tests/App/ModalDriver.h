@@ -6,6 +6,8 @@
 
 #include <functional>
 
+#include "ServeUntil.h"
+
 namespace apptest {
 
 constexpr NSTimeInterval kDeadline = 20.0;  // seconds
@@ -14,8 +16,7 @@ constexpr NSTimeInterval kDeadline = 20.0;  // seconds
 // After the deadline the test fails and any modal session is aborted.
 void When(std::function<bool()> condition, std::function<void()> action);
 
-// Serves the run loop's default mode until the condition holds; false after the deadline.
-bool ServeUntil(const std::function<bool()> &condition, NSString *mode = NSDefaultRunLoopMode);
+using vxtest::ServeUntil;
 
 // The first view of a class below a view whose test holds, or nil.
 NSView *FindView(NSView *view, const std::function<bool(NSView *)> &matches);

@@ -65,19 +65,6 @@ void When(std::function<bool()> condition, std::function<void()> action)
         [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
 }
 
-bool ServeUntil(const std::function<bool()> &condition, NSString *mode)
-{
-    NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:kDeadline];
-    while (!condition()) {
-        if ([deadline timeIntervalSinceNow] < 0)
-            return false;
-        NSDate *soon = [NSDate dateWithTimeIntervalSinceNow:kInterval];
-        if (![[NSRunLoop currentRunLoop] runMode:mode beforeDate:soon])
-            [NSThread sleepUntilDate:soon];
-    }
-    return true;
-}
-
 NSView *FindView(NSView *view, const std::function<bool(NSView *)> &matches)
 {
     if (matches(view))

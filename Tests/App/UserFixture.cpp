@@ -90,6 +90,7 @@ void UserTest::awaitDrawn(const std::string &id)
 {
     std::string last;
     EXPECT_TRUE(Eventually([&] {
+        // Whether it stands still shows only after a moment.
         usleep(200000);
         // A window manager may still be moving it.
         const std::string now =

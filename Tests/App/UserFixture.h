@@ -48,6 +48,7 @@ protected:
     void click(const std::string &id, int x, int y, const std::string &held = "");
     // bottom: points above the window's lower edge.
     void clickAbove(const std::string &id, int x, int bottom);
+    // At the pace of a user, here and in click(): some of the program's answers depend on it.
     void key(const std::string &name) { run("xdotool sleep 0.3 key --delay 60 " + name); }
     void type(const std::string &text) { run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
     // Selects the row at this height and exports it; returns the panel.

@@ -1,5 +1,6 @@
 // What holds at the moment of each report of an export, and what is left of it afterwards.
 #import "ExportTest.h"
+#include "ServeUntil.h"
 
 #include <fcntl.h>
 #import <objc/runtime.h>
@@ -76,19 +77,6 @@ protected:
         ::close(next);
         return next;
     }
-    // Serves the main thread, as the application's loop does.
-    static bool serveUntil(const std::function<bool()> &condition)
-    {
-        NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:20];
-        while (!condition() && [deadline timeIntervalSinceNow] > 0) {
-            @autoreleasepool {
-                [[NSRunLoop currentRunLoop]
-                    runUntilDate:[NSDate dateWithTimeIntervalSinceNow:0.01]];
-            }
-        }
-        return condition();
-    }
-
     WatchingDelegate *watcher;
 };
 
@@ -171,6 +159,7 @@ TEST_F(ExportOrder, NothingOfAnExportIsLeftWhenItHasEnded)
         [engine release];
         engine = nil;
     }
-    EXPECT_TRUE(serveUntil([this] { return [delegate retainCount] == 1; })) << "the sink";
-    EXPECT_TRUE(serveUntil([&] { return [explorer retainCount] == explorers; })) << "the engine";
+    EXPECT_TRUE(vxtest::ServeUntil([this] { return [delegate retainCount] == 1; })) << "the sink";
+    EXPECT_TRUE(vxtest::ServeUntil([&] { return [explorer retainCount] == explorers; }))
+        << "the engine";
 }

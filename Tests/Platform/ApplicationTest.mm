@@ -1,8 +1,12 @@
 // What VXApplication puts right: modal sessions, arguments, keys and clicks.
 #import "VXApplication.h"
 
+#include "Eventually.h"
+#include "MainThreadState.h"
+
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
@@ -32,6 +36,31 @@
     if (_plainStopFirst)
         [NSApp stopModal];
     [NSApp stopModalWithCode:_code];
+}
+
+@end
+
+// Keeps a promise from the run loop.
+@interface Signal : NSObject {
+    std::promise<void> *_promise;
+}
+- (id)initWithPromise:(std::promise<void> *)promise;
+- (void)send;
+@end
+
+@implementation Signal
+
+- (id)initWithPromise:(std::promise<void> *)promise
+{
+    self = [super init];
+    if (self != nil)
+        _promise = promise;
+    return self;
+}
+
+- (void)send
+{
+    _promise->set_value();
 }
 
 @end
@@ -129,10 +158,17 @@ protected:
     NSInteger runStoppedBy(Stopper *stopper)
     {
         armWatchdog();
+        std::promise<void> isRunning;
+        Signal *signal = [[[Signal alloc] initWithPromise:&isRunning] autorelease];
+        [signal performSelector:@selector(send)
+                     withObject:nil
+                     afterDelay:0
+                        inModes:@[ NSModalPanelRunLoopMode ]];
         std::thread worker([&] {
             NSAutoreleasePool *pool = [NSAutoreleasePool new];
-            // By then the session waits for an event that does not come.
-            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            isRunning.get_future().wait();
+            // The session waits for an event that does not come.
+            EXPECT_TRUE(Eventually(IsMainThreadWaiting));
             [stopper
                 performSelectorOnMainThread:@selector(stop)
                                  withObject:nil

@@ -1,6 +1,7 @@
 #include "FolderOpening.h"
 
-#include <chrono>
+#include "Eventually.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -9,7 +10,6 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 #import <AppKit/AppKit.h>
@@ -47,21 +47,9 @@ protected:
         std::ofstream(m_folder + "/" + name) << text;
     }
 
-    template <typename Condition>
-    static bool await(Condition condition)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
-    }
-
     bool awaitSeen()
     {
-        return await([&] { return access((m_folder + "/seen").c_str(), F_OK) == 0; });
+        return Eventually([&] { return access((m_folder + "/seen").c_str(), F_OK) == 0; });
     }
 
     // The opener's process number, count of arguments and first argument.
@@ -136,7 +124,7 @@ TEST_F(FolderOpening, TheOpenerLeavesNoZombie)
     readSeen(process, count, argument);
     ASSERT_GT(process, 1);
     // A zombie can still be sent a signal; only a reaped process is gone.
-    EXPECT_TRUE(await([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
+    EXPECT_TRUE(Eventually([&] { return kill(process, 0) != 0 && errno == ESRCH; }));
 }
 
 TEST_F(FolderOpening, AnOpenerThatTakesItsTimeIsNotWaitedFor)
@@ -146,8 +134,8 @@ TEST_F(FolderOpening, AnOpenerThatTakesItsTimeIsNotWaitedFor)
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     ASSERT_TRUE(vx::startDetached("cat", fifo));
     int end = -1;
-    EXPECT_TRUE(
-        await([&] { return (end = open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }));
+    EXPECT_TRUE(Eventually(
+        [&] { return (end = open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }));
     close(end);
 }
 

@@ -11,7 +11,11 @@
 #include <thread>
 #include <vector>
 
+#include "ServeUntil.h"
+
 namespace {
+
+using vxtest::ServeUntil;
 
 class FoundationShims : public testing::Test {
 protected:
@@ -19,20 +23,6 @@ protected:
     // in a program.
     FoundationShims() { [NSRunLoop currentRunLoop]; }
     ~FoundationShims() override { [m_pool release]; }
-
-    // Runs the run loop in one mode until the condition holds; false after ten seconds.
-    template <typename Condition>
-    static bool runUntil(NSString *mode, Condition condition)
-    {
-        NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:10];
-        while (!condition()) {
-            if ([deadline timeIntervalSinceNow] < 0)
-                return false;
-            [[NSRunLoop currentRunLoop] runMode:mode
-                                     beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.01]];
-        }
-        return true;
-    }
 
 private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
@@ -123,7 +113,7 @@ TEST_F(FoundationShims, ABlockQueuedByAnotherThreadRunsOnTheMainThread)
         });
     }).join();
     EXPECT_FALSE(*ran);
-    ASSERT_TRUE(runUntil(NSDefaultRunLoopMode, [&] { return ran->load(); }));
+    ASSERT_TRUE(ServeUntil([&] { return ran->load(); }));
     EXPECT_TRUE(*onMain);
 }
 
@@ -134,7 +124,7 @@ TEST_F(FoundationShims, QueueingOnTheMainThreadDoesNotRunTheBlockAtOnce)
         *ran = true;
     });
     EXPECT_FALSE(*ran);
-    EXPECT_TRUE(runUntil(NSDefaultRunLoopMode, [&] { return ran->load(); }));
+    EXPECT_TRUE(ServeUntil([&] { return ran->load(); }));
 }
 
 TEST_F(FoundationShims, BlocksRunInTheOrderInWhichTheyWereQueued)
@@ -145,7 +135,7 @@ TEST_F(FoundationShims, BlocksRunInTheOrderInWhichTheyWereQueued)
             order->push_back(i);
         });
     }
-    ASSERT_TRUE(runUntil(NSDefaultRunLoopMode, [&] { return order->size() == 20; }));
+    ASSERT_TRUE(ServeUntil([&] { return order->size() == 20; }));
     EXPECT_TRUE(std::is_sorted(order->begin(), order->end()));
 }
 
@@ -156,7 +146,7 @@ TEST_F(FoundationShims, BlocksRunInModalSessionsAndWhileTheMouseIsTracked)
         dispatch_async(dispatch_get_main_queue(), ^{
             *ran = true;
         });
-        EXPECT_TRUE(runUntil(mode, [&] { return ran->load(); })) << [mode UTF8String];
+        EXPECT_TRUE(ServeUntil([&] { return ran->load(); }, mode)) << [mode UTF8String];
     }
 }
 
@@ -170,5 +160,5 @@ TEST_F(FoundationShims, ABlockIsReleasedAfterItHasRun)
         });
     }
     EXPECT_EQ(destroyed, 0);
-    EXPECT_TRUE(runUntil(NSDefaultRunLoopMode, [&] { return destroyed == 1; }));
+    EXPECT_TRUE(ServeUntil([&] { return destroyed == 1; }));
 }

@@ -63,6 +63,7 @@ TEST_F(SettingsLock, OneThatIsHeldIsLeftToItsHolder)
 {
     Lock(0);
     std::thread holder([this] {
+        // The time for which it is held is what is tested.
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_EQ(rmdir(_path.c_str()), 0);
     });

@@ -9,15 +9,16 @@
 #import "Z5FileExplorerWapper.h"
 #import "Z5FileManager.h"
 
-#include <atomic>
 #include <cstdio>
+#include <future>
 
 @interface ProbeSink : NSObject <ExportingUIDelegate> {
-    std::atomic<bool> _hasEnded;
+    std::promise<void> _ended;
     NSThread *_worker;
     int32_t _state;
 }
-- (BOOL)hasEnded;
+// Returns when the worker has ended.
+- (void)awaitEnd;
 @end
 
 @implementation ProbeSink
@@ -38,12 +39,12 @@
 - (void)threadWillExit:(NSNotification *)notification
 {
     if (![NSThread isMainThread] && [notification object] == _worker)
-        _hasEnded = true;
+        _ended.set_value();
 }
 
-- (BOOL)hasEnded
+- (void)awaitEnd
 {
-    return _hasEnded;
+    _ended.get_future().wait();
 }
 
 - (void)UpdateProgress:(NSNumber *)percent
@@ -91,13 +92,7 @@ int Export(IVolume *volume, NSString *destination)
     ProbeSink *sink = [[[ProbeSink alloc] init] autorelease];
     if (engine == nil || ![engine copyTo:destination withDelegate:sink])
         return 0;
-    while (![sink hasEnded]) {
-        @autoreleasepool {
-            [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
-                                     beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.002]];
-            [NSThread sleepForTimeInterval:0.002];
-        }
-    }
+    [sink awaitEnd];
     return 0;
 }
 

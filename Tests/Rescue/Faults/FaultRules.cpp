@@ -62,6 +62,7 @@ int CodeOf(const std::string &word)
     return static_cast<int>(NumberOf(word));
 }
 
+// A slow disk.
 void Sleep(unsigned milliseconds)
 {
     timespec left = {milliseconds / 1000, (milliseconds % 1000) * 1000000L};
