@@ -16,10 +16,4 @@ std::u16string VolumePathOf(Z5FindData *entry);
 // path with "/?".
 std::string ShownPathOf(Z5FindData *entry);
 
-// Whether the catalogue enters the folder when it looks for files below: not "", "." and "..".
-bool IsEntered(Z5FindData *folder);
-
-// Whether the name is "." or "..": nothing is lost when such a folder is not entered.
-bool IsSelfOrParent(Z5FindData *folder);
-
 }  // namespace vx

@@ -19,15 +19,4 @@ std::string ShownPathOf(Z5FindData *entry)
     return TerminalText(Utf16Text([Z5FileExplorerWapper parentPath:entry])) + "/?";
 }
 
-bool IsEntered(Z5FindData *folder)
-{
-    return [[folder strFileName] length] > 0 && !IsSelfOrParent(folder);
-}
-
-bool IsSelfOrParent(Z5FindData *folder)
-{
-    NSString *name = [folder strFileName];
-    return [name isEqualToString:@"."] || [name isEqualToString:@".."];
-}
-
 }  // namespace vx

@@ -1,5 +1,6 @@
 #import "Z5FileManager.h"
 
+#import "CatalogueWalk.h"
 #import "ExportPath.h"
 #import "ExportPlacing.h"
 #import "Z5BitLockerFile.h"
@@ -8,19 +9,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <new>
-#include <vector>
 
 #include "ExportProgress.h"
 #include "LocalFileOpening.h"
 #include "ThreadChecks.h"
 
 namespace {
-
-// An array of entries that is being walked.
-struct Walk {
-    NSArray *entries;
-    NSUInteger next;
-};
 
 // The first failure is the one that explains the others.
 void noteWriteError(ExportOutcome *outcome)
@@ -29,12 +23,6 @@ void noteWriteError(ExportOutcome *outcome)
         return;
     outcome->end = ExportEnd::kNotWritten;
     outcome->error = errno;
-}
-
-bool mayEnter(Z5FindData *folder)
-{
-    NSString *name = [folder strFileName];
-    return [name length] > 0 && ![name isEqualToString:@"."] && ![name isEqualToString:@".."];
 }
 
 // The engine goes with the last of its holders, which may be the worker: after a cancel the
@@ -80,32 +68,18 @@ void releaseOnMainThread(id object)
     [super dealloc];
 }
 
-// Folders wait on a stack of ours: a volume may nest them deeper than the thread's stack goes.
 - (NSMutableArray *)getAllFiles:(NSArray *)entries withSize:(int64_t *)size
 {
     AssertMainThread();
     if ([entries count] == 0)
         return nil;
     NSMutableArray *files = [NSMutableArray array];
-    std::vector<Walk> walks = {{entries, 0}};
-    while (!walks.empty()) {
-        Walk &walk = walks.back();
-        if (walk.next == [walk.entries count]) {
-            walks.pop_back();
-            continue;
-        }
-        Z5FindData *entry = [walk.entries objectAtIndex:walk.next++];
-        if (entry == nil)
-            continue;
-        if ([entry bDirectory]) {
-            NSArray *children = mayEnter(entry) ? [_fileExplorerWapper findFiles:entry] : nil;
-            if (children != nil)
-                walks.push_back({children, 0});
-            continue;
-        }
+    vx::WalkCatalogue(_fileExplorerWapper, entries, [&](Z5FindData *entry, bool) {
+        if ([entry bDirectory])
+            return;
         [files addObject:entry];
         *size = AddSizes(*size, [entry nFileSize]);
-    }
+    });
     return files;
 }
 

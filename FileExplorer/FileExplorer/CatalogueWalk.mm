@@ -1,6 +1,5 @@
 #import "CatalogueWalk.h"
 
-#import "EntryText.h"
 #include "ThreadChecks.h"
 
 #include <vector>
@@ -12,6 +11,11 @@ struct Place {
     NSArray *entries;
     NSUInteger next;
 };
+
+bool IsEntered(Z5FindData *folder)
+{
+    return [[folder strFileName] length] > 0 && !IsSelfOrParent(folder);
+}
 
 // The entry's children, or nil; a folder's own list is kept by the folder.
 NSArray *VisitEntry(Z5FileExplorerWapper *explorer, Z5FindData *entry, const EntryVisitor &visit)
@@ -43,6 +47,12 @@ void WalkCatalogue(Z5FileExplorerWapper *explorer, NSArray *entries, const Entry
         if (children != nil)
             places.push_back({children, 0});
     }
+}
+
+bool IsSelfOrParent(Z5FindData *folder)
+{
+    NSString *name = [folder strFileName];
+    return [name isEqualToString:@"."] || [name isEqualToString:@".."];
 }
 
 }  // namespace vx
