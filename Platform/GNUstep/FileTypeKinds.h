@@ -7,27 +7,27 @@
 namespace vx {
 
 enum class FileTypeKind {
-    Generic,
-    Document,
-    Text,
-    Image,
-    Audio,
-    Video,
-    Archive,
-    Program,
-    Pdf,
-    Spreadsheet,
-    Presentation,
-    Code,
+    kGeneric,
+    kDocument,
+    kText,
+    kImage,
+    kAudio,
+    kVideo,
+    kArchive,
+    kProgram,
+    kPdf,
+    kSpreadsheet,
+    kPresentation,
+    kCode,
 };
 
 constexpr int kFileTypeKindCount = 12;
 
-// The kind of an extension without its dot, in any mix of capitals; Generic for "" and what is not
-// known. kindOfFileType("JPG") → FileTypeKind::Image
+// The kind of an extension without its dot, in any mix of capitals; kGeneric for "" and what is not
+// known. kindOfFileType("JPG") → FileTypeKind::kImage
 FileTypeKind kindOfFileType(std::string_view extension);
 
-// The picture's name in the application's resources. imageNameOfKind(FileTypeKind::Pdf) →
+// The picture's name in the application's resources. imageNameOfKind(FileTypeKind::kPdf) →
 // "file-pdf"
 const char *imageNameOfKind(FileTypeKind kind);
 
