@@ -5,8 +5,8 @@
 //     4  reserved word   4 bytes, 0
 //     8  record length   4 bytes, header included
 //    12  payload         of type T
-// A record travels in the body of a pipe message, so it is at most 508 bytes long. How long
-// the record of a code is, CPipeDataWrapper::GetCommandDataLen says; no receiver believes the
+// A record travels in the body of a pipe message, so it is at most 508 bytes long.
+// CPipeDataWrapper:: GetCommandDataLen gives the length of each code's record; receivers ignore the
 // length field. Codes have a fixed underlying type: any 32 bits from the wire are a value.
 #pragma once
 

@@ -1,8 +1,8 @@
 // Owns one pthread mutex: initialised on construction, destroyed on destruction.
 //
-// Ownership: neither copied nor moved. Nobody may hold the lock when it is destroyed.
-// Threads: any. Not recursive: a thread that locks it twice waits for ever.
-// Take it through CLockerGuard, which cannot forget to give it back.
+// Ownership: neither copied nor moved. The lock must be free when it is destroyed.
+// Threads: any. Not recursive: a thread that locks it twice deadlocks.
+// Lock it through CLockerGuard, which always unlocks it.
 #pragma once
 
 #include "ThreadAnnotations.h"

@@ -31,7 +31,7 @@ static_assert(kCodes == CMD_EXPLORER_QUIT, "one length for each code");
 static_assert(EveryRecordFitsAMessage(), "a record has a header and fits a message body");
 
 // assert() is not there in release builds; a null argument must stop every build. The source
-// and the lines are fixed names of the two checks, known to those who read crash reports.
+// and line in the message are fixed; they name the two checks in crash reports.
 void RequireArgument(const void *argument, const char *name, const char *function, int line)
 {
     if (argument)

@@ -1,5 +1,5 @@
-// A file that grows beyond the limit of the process (RLIMIT_FSIZE) is a write that fails, and not
-// the end of the program.
+// Makes a write beyond the process's file size limit (RLIMIT_FSIZE) fail instead of ending the
+// program.
 //
 // Threads: before any other thread runs.
 #pragma once

@@ -1,7 +1,7 @@
-// Keeps the places of the three standard descriptors from being taken by something else.
+// Keeps the numbers of the three standard descriptors from being reused.
 //
-// A program may be started with some of them closed. What it opens next would take their numbers,
-// and a message for a person would be written into it.
+// A program may be started with some of them closed. The next file that it opens would take such a
+// number, and messages would be written into that file.
 // Threads: before any other thread runs, and before anything is opened.
 #pragma once
 
@@ -12,8 +12,8 @@
 
 namespace vx {
 
-// Puts the null device where one is closed, opened so that its use fails as that of a closed one
-// does. False: it cannot be opened, and the program should not go on.
+// Opens the null device in place of each closed one, in a mode in which using it fails as on a
+// closed descriptor. False: it cannot be opened, and the program should end.
 inline bool HoldStandardDescriptors()
 {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

@@ -1,5 +1,5 @@
 // Names for clang's thread-safety attributes, so that the compiler checks which lock guards
-// which member. They are nothing under a compiler that does not know them.
+// which member. Under another compiler they expand to nothing.
 #pragma once
 
 #if defined(__clang__)

@@ -1,5 +1,5 @@
 // The owner of one file descriptor: closes it on destruction. Moved, not copied.
-// Threads: none of its own; one thread at a time, like any other value.
+// Threads: one at a time, like any other value.
 #pragma once
 
 #include <cerrno>
@@ -30,8 +30,7 @@ public:
     int Get() const { return _fd; }
     // Gives the descriptor away; the caller closes it.
     int Release() { return std::exchange(_fd, -1); }
-    // The reason of an earlier failure is still to be read when an owner goes out of scope, so
-    // errno stays as it was.
+    // Keeps errno: a caller may still read the reason of an earlier failure.
     void Close()
     {
         if (_fd < 0)

@@ -1,9 +1,9 @@
 // The application's delegate: opens the volume that the command line names, puts the explorer's
-// view into the main window, shows alert sheets on request and tells the host that the explorer
+// view into the main window, shows alert sheets on request and notifies the host when the explorer
 // ends.
 //
-// Anybody may ask for an alert sheet: post "ShowAlertSheet" to the default notification centre,
-// with the texts "title" and "text" in the user information, on any thread.
+// To show an alert sheet, post "ShowAlertSheet" to the default notification centre, with the texts
+// "title" and "text" in the user information, on any thread.
 // Ownership: made by the main interface file; keeps its outlets; lives as long as the process.
 // Threads: main thread, except for the two operations that ask for a sheet.
 // Errors: a volume that does not open leaves the window empty, silently.
@@ -26,7 +26,7 @@
 // The observer of "ShowAlertSheet". Any thread.
 - (void)OnShowAlertSheet:(NSNotification *)notification;
 
-// Returns at once; the sheet appears when the main thread comes to it. A "%" in the text is read
+// Returns at once; the main thread shows the sheet later. A "%" in the text is read
 // as a format directive. Any thread.
 - (void)ShowAlertSheet:(NSString *)text withMessageTitle:(NSString *)title;
 

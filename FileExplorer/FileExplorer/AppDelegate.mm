@@ -61,7 +61,7 @@ IVolume *openVolume()
     [_window setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
 }
 
-// The window may have come back in the size that it was left in, and decorations take their share.
+// The window may have been restored with another size, less its decorations.
 - (void)showExplorer
 {
     AssertMainThread();
@@ -98,7 +98,7 @@ IVolume *openVolume()
 
 - (void)ShowAlertSheet:(NSString *)text withMessageTitle:(NSString *)title
 {
-    // Not every blocks runtime keeps the objects that a block refers to.
+    // Not every blocks runtime retains the objects that a block refers to.
     [text retain];
     [title retain];
     dispatch_async(dispatch_get_main_queue(), ^{

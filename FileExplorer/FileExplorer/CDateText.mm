@@ -36,7 +36,7 @@ bool endsWith(const std::u16string &text, const std::u16string &end)
            text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// A copy is laid out in one piece, which matters when an entry keeps it among many thousands.
+// A copy is one allocation, which matters for many thousands of entries.
 NSString *compactString(const std::u16string &text)
 {
     NSString *loose =

@@ -1,8 +1,8 @@
-// Receives what the host application sends of its own accord, and replies that came too late.
+// Receives unsolicited messages of the host application, and replies that came too late.
 //
 // Threads: called on the reader thread of the connector. A command that is to touch the user
 // interface must be handed to the main thread without waiting for it: at process exit the main
-// thread waits for the call under way.
+// thread waits for the running call.
 #pragma once
 
 #include "CMutexLocker.h"

@@ -9,7 +9,7 @@ void CPipeClientFileExplorerEvent::OnCommand_Reply(IIPCConnector *, const char *
 {
     CPipeDataWrapper envelope;
     envelope.InitializeWithPipeMessage(msg + offsetof(_MSG_DATA_PACKAGE, body));
-    // The reader thread has no pool of its own for the objects of a command's handler.
+    // The reader thread has no autorelease pool for the objects of a command's handler.
     @autoreleasepool {
         const CCommandDataWrapper<char> *command = envelope.getCommandDataWrapper();
         if (!command)

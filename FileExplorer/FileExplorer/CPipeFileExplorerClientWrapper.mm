@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kMessageLength = static_cast<int>(kPipeMessageSize);
 
-// The envelope of a record that the table does not know is a message of zeros.
+// A record whose code is unknown becomes a message of zeros.
 CPipeDataWrapper EnvelopeOf(const CCommandDataWrapper<char> *cmd)
 {
     CPipeDataWrapper envelope;

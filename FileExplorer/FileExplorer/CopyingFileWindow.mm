@@ -142,9 +142,9 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
         [self finish];
 }
 
-// A message box may be up in a session of its own above this window's, which can be stopped only
-// after that one. Reports that arrive after this window's session has ended come here as well and
-// must not end the session of a later export.
+// A message box may run a session above this window's, which can be stopped only after that one.
+// Reports that arrive after this window's session has ended come here as well and must not end the
+// session of a later export.
 - (void)finish
 {
     AssertMainThread();
@@ -157,8 +157,8 @@ constexpr NSTimeInterval kRetryInterval = 0.1;  // seconds
                       inModes:ModesServedWhileModal()];
         return;
     }
-    // Some platforms keep the code of the first stop and some that of the last, so this one and
-    // that of the closing window carry the same.
+    // Some platforms keep the code of the first stop and some that of the last, so this stop and
+    // the one of the closing window pass the same code.
     StopModalSession([self window], _nRtnCode);
     [self close];
 }

@@ -1,8 +1,8 @@
-// The sink of an export: what the copy worker tells, and what it asks.
+// The sink of an export: what the copy worker reports, and what it asks.
 //
 // Threads: the worker calls every operation on its own thread and goes on only when the
 // operation has returned, so a sink that shows something hands it to the main thread and waits.
-// SetState: is the application's, from any thread; the worker never calls it.
+// SetState: may be called on any thread; the worker never calls it.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -21,7 +21,7 @@ enum : int32_t {
 @protocol ExportingUIDelegate <NSObject>
 
 // percent: an int, the whole percent copied of the whole export; it can pass 100 when the
-// volume's files are larger than the catalogue said.
+// volume's files are larger than the catalogue reported.
 - (void)UpdateProgress:(NSNumber *)percent;
 // path: the volume path of the file that is copied next.
 - (void)UpdateInformation:(NSString *)path;

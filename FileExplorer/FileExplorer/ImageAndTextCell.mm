@@ -37,7 +37,7 @@ NSRect iconRect(NSRect strip, BOOL flipped)
 - (id)copyWithZone:(NSZone *)zone
 {
     AssertMainThread();
-    // The base class copies the pointer with the rest of the object, but takes no share in it.
+    // The base class copies the pointer but does not retain the image.
     ImageAndTextCell *copy = [super copyWithZone:zone];
     copy->image = [image retain];
     return copy;

@@ -14,12 +14,12 @@ namespace {
 
 constexpr int kWriting = O_WRONLY | O_NOFOLLOW | O_CLOEXEC;
 constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-constexpr mode_t kAnyone = 0666;  // less what the process's mask takes away
+constexpr mode_t kAnyone = 0666;  // less the process's umask
 
-// Folders above another one, at most; beyond it something is wrong with them.
+// Most parent folders that are followed; a longer chain is broken.
 constexpr int kMostFolders = 65536;
 
-// Another program may exchange what stands there between two looks at it.
+// Another program may replace the file between two calls.
 constexpr int kAttempts = 4;
 
 struct CloseFolder {
@@ -37,7 +37,7 @@ bool IsOpenAs(int descriptor, const struct stat &file)
     return fstat(descriptor, &open) == 0 && IsSame(open, file);
 }
 
-// Where the system does not list the open descriptors, all that there may be are tried.
+// Where the system does not list the open descriptors, every possible one is tried.
 bool IsOpenAsAny(const struct stat &file, int except)
 {
     const int end = static_cast<int>(sysconf(_SC_OPEN_MAX));
@@ -68,7 +68,7 @@ LocalTarget LookAtFile(int folder, const char *name, const struct stat &found)
         return Refuse(EBUSY);
     if (found.st_nlink == 1)
         return LocalTarget::kFile;
-    // What may not be written may not be replaced either.
+    // A file that may not be written may not be replaced either.
     if (faccessat(folder, name, W_OK, AT_EACCESS) != 0)
         return LocalTarget::kRefused;
     return LocalTarget::kOtherName;
@@ -81,7 +81,7 @@ vx::UniqueFd FailWith(int error)
     return vx::UniqueFd();
 }
 
-// What was seen under the name may have been exchanged since: only what is open now is certain.
+// The file may have been replaced since it was looked at: only the open one is certain.
 vx::UniqueFd EmptyLocalFile(const char *path)
 {
     vx::UniqueFd file(open(path, kWriting | O_NONBLOCK));

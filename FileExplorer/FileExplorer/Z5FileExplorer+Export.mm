@@ -56,7 +56,7 @@ void exportTo(NSString *folder, Z5FileManager *engine, CopyingFileWindow *progre
 
 @implementation Z5FileExplorer (Export)
 
-// The menu's command follows the button, and rests while a sheet or a modal window is up.
+// The menu's command is enabled with the button, and not while a sheet or a modal window is up.
 - (BOOL)validateMenuItem:(NSMenuItem *)item
 {
     AssertMainThread();

@@ -6,7 +6,7 @@
 // their headers, which therefore stay as they are in every language.
 // Ownership: the interface file makes it; it keeps its outlets, the catalogue and the selection,
 // and borrows the volume.
-// Threads: main thread only. A folder's first listing holds the main thread up.
+// Threads: main thread only. A folder's first listing blocks it.
 // Errors: silent; what cannot be listed has no children, a missing text is an empty cell.
 #pragma once
 

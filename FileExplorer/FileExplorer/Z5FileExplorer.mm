@@ -6,7 +6,7 @@
 
 namespace {
 
-// The columns' titles are their names in the code as well.
+// The columns are identified by their titles.
 NSString *const kFileName = @"File Name";
 NSString *const kDateModified = @"Date Modified";
 NSString *const kSize = @"Size";
@@ -16,7 +16,7 @@ NSString *titleOf(NSTableColumn *column)
     return [[column headerCell] stringValue];
 }
 
-// nil, whose texts are nil and which is no folder, for anything but an entry.
+// nil for anything but an entry; nil has no texts and is no folder.
 Z5FindData *entryFrom(id item)
 {
     return [item isKindOfClass:[Z5FindData class]] ? item : nil;

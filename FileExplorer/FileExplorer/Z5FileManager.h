@@ -1,13 +1,13 @@
 // The export engine, one object per export: expands a selection into a flat list of files when
-// it is made, and copies them on a worker thread when it is told where to.
+// it is made, and copies them on a worker thread to a given folder.
 //
 // Destinations mirror the volume: /a/b/c.txt exported into /x becomes /x/a/b/c.txt, with every
 // backslash of the volume path read as "/". Existing files are overwritten (LocalFileOpening.h says
-// which are not); dates and attributes are not carried over. A sink may do the placing itself, and
-// hear how each file ended: ExportPlacing.h.
+// which are not); dates and attributes are not carried over. A sink may place the files itself and
+// be notified how each one ended: ExportPlacing.h.
 // Ownership: keeps the catalogue, the planned entries and the sink; the worker thread keeps the
 // engine until it ends.
-// Threads: made and started on the main thread; what is marked so below runs on the worker.
+// Threads: made and started on the main thread; operations marked so below run on the worker.
 // Errors: silent. A file that fails leaves a gap in the progress and stops nothing.
 #pragma once
 
@@ -49,7 +49,7 @@
 - (BOOL)copyToInThread:(NSString *)destination;
 
 // On the worker thread: copies one file in chunks of 4 MiB. NO if it or the local file could
-// not be opened; YES also when it was cancelled half-way. A failed read or write is not noticed.
+// not be opened; YES also when it was cancelled half-way. A failed read or write is not reported.
 - (BOOL)copyOneFile:(Z5FindData *)entry withDest:(NSString *)destination;
 
 // On the worker thread: counts bytes just written and reports the percent of the whole.

@@ -25,10 +25,9 @@ void noteWriteError(ExportOutcome *outcome)
     outcome->error = errno;
 }
 
-// The engine goes with the last of its holders, which may be the worker: after a cancel the
-// command that made it is long over. The sink is a window then, and a window may be let go of
-// only by the main thread. The reference is handed over rather than shared, so that the main
-// thread's release is the later one.
+// The last owner of the engine may be the worker: after a cancel the command that made it has
+// ended. The sink may be a window, which only the main thread may release. The reference is handed
+// over rather than shared, so that the main thread's release is the last one.
 void releaseOnMainThread(id object)
 {
     if ([NSThread isMainThread])
@@ -113,8 +112,8 @@ void releaseOnMainThread(id object)
     return [self startThread];
 }
 
-// Foundation throws where the system has no thread to give, and would throw again if the thread
-// that did not start were let go of. It is left as it is, and keeps the engine.
+// Foundation throws if the system cannot start a thread, and would throw again if the thread object
+// were released. The object leaks on purpose, and keeps the engine.
 - (BOOL)startThread
 {
     @try {
@@ -143,8 +142,8 @@ void releaseOnMainThread(id object)
     return YES;
 }
 
-// Not every platform's thread drops its target when it ends: engine and thread would keep each
-// other without end. Left to the main thread, which made the reference.
+// Not every platform's thread releases its target when it ends: engine and thread would then keep
+// each other alive. The main thread made the reference and releases it.
 - (void)letGoOfThread
 {
     if ([NSThread currentThread] == _threadCopyFile)
@@ -162,7 +161,7 @@ void releaseOnMainThread(id object)
     _threadCopyFile = nil;
 }
 
-// NO to leave the export; a file that is skipped or fails does not.
+// NO ends the export; a file that is skipped or fails does not.
 - (BOOL)exportFile:(Z5FindData *)entry below:(NSString *)destination
 {
     NSString *path = [Z5FileExplorerWapper fullPath:entry withfilter:nil];
@@ -268,8 +267,8 @@ void releaseOnMainThread(id object)
         noteWriteError(outcome);
 }
 
-// Bytes that could not be read or written count as copied: the export is silent about them. Only a
-// sink that hears of a failed write is spared the rest of the file.
+// Bytes that could not be read or written count as copied: the export is silent about them. Only
+// for a sink that is notified of failed writes does the copy end at the first one.
 - (void)copyChunksFrom:(Z5BitLockerFile *)source into:(FILE *)local outcome:(ExportOutcome *)outcome
 {
     const BOOL endsAtFailure = [self placing] != nil;

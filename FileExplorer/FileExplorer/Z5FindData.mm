@@ -76,8 +76,8 @@ size_t utf16Length(const char16_t *units)
         [self release];
         return nil;
     }
-    // With the byte order named: characters without one may begin with a byte-order mark, which a
-    // name that begins with U+FEFF or U+FFFE must not be taken for.
+    // The encoding names the byte order: without it, a name that begins with U+FEFF or U+FFFE would
+    // be read as if it began with a byte-order mark.
     _strFileName = [[NSString alloc] initWithBytes:record->name
                                             length:nameLength(*record) * sizeof(char16_t)
                                           encoding:NSUTF16LittleEndianStringEncoding];

@@ -1,6 +1,6 @@
 // The process entry. The host application starts the explorer with exactly four arguments:
-// three for the volume library and one that only has to be there. Nothing else is looked at
-// here, and anything else ends the process at once, silently.
+// three for the volume library and a fourth that is not used. With any other number the process
+// ends at once, silently.
 #import <AppKit/AppKit.h>
 
 #include "CPipeFileExplorerClientWrapper.h"

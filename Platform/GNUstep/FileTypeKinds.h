@@ -1,4 +1,4 @@
-// Which kind of file an extension stands for, as far as the icons tell kinds apart. Pure functions
+// The kind of file that an extension stands for; there is one icon for each kind. Pure functions
 // over constant tables; any thread.
 #pragma once
 

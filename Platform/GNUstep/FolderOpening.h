@@ -1,7 +1,7 @@
 // Opening a folder on the desktop: under GNUstep -[NSWorkspace openURL:] hands a folder to a
 // workspace application, which hardly any desktop has. Once installed, a file URL of a folder goes
-// to the desktop's own opener, xdg-open; a user who has named a workspace application
-// (GSWorkspaceApplication) gets that one as before, and every other URL goes the library's way.
+// to the desktop's own opener, xdg-open; if the user has named a workspace application
+// (GSWorkspaceApplication), that one is used as before, and the library handles every other URL.
 // Neither call waits for the opener. Main thread.
 #pragma once
 

@@ -39,8 +39,8 @@ private:
     posix_spawn_file_actions_t _actions;
 };
 
-// The child leads a process group of its own, so that a signal to ours does not reach the file
-// viewer, and starts with no signal blocked.
+// The child leads its own process group, so that a signal to ours does not reach the file viewer,
+// and starts with no signal blocked.
 class SpawnAttributes {
 public:
     SpawnAttributes()
@@ -70,8 +70,8 @@ void *awaitEnd(void *child)
     return nullptr;
 }
 
-// Where the system has no thread to give, the child that has ended is left until this process ends.
-// A std::thread would throw then, which nobody can catch in a source of this language.
+// If the system cannot start a thread, the ended child stays a zombie until this process ends. A
+// std::thread would throw then, which cannot be caught in Objective-C++ here.
 void reap(pid_t child)
 {
     pthread_t waiting;
@@ -94,7 +94,7 @@ BOOL openURL(id workspace, SEL selector, NSURL *url)
     AssertMainThread();
     NSString *named =
         [[NSUserDefaults standardUserDefaults] stringForKey:@"GSWorkspaceApplication"];
-    // Without a workspace application the library knows nobody who shows a folder, and complains.
+    // Without a workspace application the library cannot show a folder, and shows an error.
     if ([named length] == 0 && isFolder(url))
         return startDetached("xdg-open", [[url path] fileSystemRepresentation]);
     return libraryOpenURL(workspace, selector, url);

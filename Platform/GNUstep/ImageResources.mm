@@ -40,9 +40,9 @@ void addDoubleSize(NSString *name)
         addFile(image, [name stringByAppendingString:@"@2x"], [image size].width);
 }
 
-// The library leaves many further formats to a second library. Merely to know their names loads
-// that one's modules, and every picture that a theme leaves out is then looked for under every
-// name: together more than half of the time that the program takes to start.
+// The library uses a second library for many more formats. Listing their names loads that library's
+// modules, and every picture that a theme lacks is then searched for with every extension: together
+// more than half of the program's start-up time.
 void keepBuiltInFormatsOnly()
 {
     AssertMainThread();

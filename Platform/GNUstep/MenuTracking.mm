@@ -10,8 +10,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A pointer on its way to a click opens the title's menu just ahead of it. That click does not mean
-// to close it.
+// The pointer opens a title's menu as it reaches it, just before the click. That click must not
+// close the menu.
 constexpr std::chrono::milliseconds kJustOpened(400);
 
 constexpr unichar kEscape = 0x1b;
@@ -24,7 +24,7 @@ Attach libraryAttach = nullptr;
 NSMenuView *g_bar = nil;  // in which a menu is open; nil: none
 Clock::time_point g_opened;
 
-// A menu's command may put up a modal window, whose events are its own.
+// A menu's command may show a modal window, which gets its events itself.
 bool isTracking()
 {
     return g_bar != nil && [NSApp modalWindow] == nil;
@@ -62,7 +62,7 @@ bool opensItsMenu()
     return title != [g_bar highlightedItemIndex] || Clock::now() - g_opened < kJustOpened;
 }
 
-// Upon a change of the modifier keys the library closes what is open.
+// When a modifier key changes, the library closes the open menu.
 NSEvent *closing(NSEvent *key)
 {
     return [NSEvent keyEventWithType:NSFlagsChanged

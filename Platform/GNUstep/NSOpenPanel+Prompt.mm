@@ -1,6 +1,6 @@
 // The prompt of an open panel titles its confirming button, as on macOS; the library titles the
-// label before the name field with it. The panel is also freed of its two buttons for removable
-// media, which do nothing on a desktop of today. It opens on the folder it was left in, centred
+// label before the name field with it. The panel also loses its two buttons for removable media,
+// which do nothing on current desktops. It opens on the folder it was left in, centred
 // over its window, says so if it is for folders alone, and a folder whose path is typed can be
 // confirmed. A category overrides the library's methods for every open panel, with any theme.
 #import <AppKit/AppKit.h>
@@ -110,8 +110,8 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [eject setHidden:YES];
 }
 
-// Called whenever the one panel is handed out anew. What the library passes to setPrompt: on the
-// way is its word for the label.
+// Called whenever the shared panel is handed out again. The library then passes its own label text
+// to setPrompt:.
 - (void)_resetDefaults
 {
     if (libraryTextDidChange == nullptr)
@@ -128,20 +128,20 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [self setAllowsMultipleSelection:NO];
     [self hideMediaButtons];
     [_okButton setEnabled:NO];
-    // A hidden window that stays with the desktop has lost its decorations there: what is placed
-    // without them comes back too large by them.
+    // A hidden window has lost its decorations on the desktop: a frame that is set without them
+    // comes back too large.
     [self setOneShot:YES];
 }
 
-// Of a panel that is not up yet nobody sees the growing; it would go on after the panel was placed,
-// and end where the panel was before.
+// The growth of a panel that is not shown yet is not visible; it would go on after the panel was
+// placed, and end where the panel was before.
 - (void)setFrame:(NSRect)frame display:(BOOL)display animate:(BOOL)animate
 {
     [super setFrame:frame display:display animate:animate && [self isVisible]];
 }
 
 // The library would show the root folder, with the confirming button off; it writes the folder
-// shown behind the caret, where a path that is typed would be added to it. It centres a panel that
+// shown after the caret, where a path that is typed would be added to it. It centres a panel that
 // is not up yet on the screen, so this one is put up first.
 - (void)beginSheetModalForWindow:(NSWindow *)window
                completionHandler:(GSSavePanelCompletionHandler)handler

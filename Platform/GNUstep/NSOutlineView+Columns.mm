@@ -1,5 +1,5 @@
 // The first column of a tree takes the slack when the tree is resized, as the interface file asks
-// for; the library knows no such styles and lets the last column take it.
+// for; the library has no such styles and lets the last column take it.
 #import <AppKit/AppKit.h>
 
 @implementation NSOutlineView (Columns)

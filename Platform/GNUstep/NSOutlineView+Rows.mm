@@ -1,8 +1,8 @@
 // Closing a folder takes its rows out in one go. They lie below the folder, next to each other; the
 // library looks each of them up from the top, which for tens of thousands of rows takes seconds.
-// And what is in an open folder inside a closed one has no row: the library shows it when a folder
-// further up is opened again. A category takes the place of the library's methods for every tree.
-// Main thread.
+// Entries of an open folder inside a closed one have no row; the library would show them when a
+// folder further up is opened again. A category takes the place of the library's methods for every
+// tree. Main thread.
 #import <AppKit/AppKit.h>
 
 #include <algorithm>

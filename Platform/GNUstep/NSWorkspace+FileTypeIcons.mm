@@ -1,7 +1,7 @@
 // Icons by file type: the library knows only those of its own registered applications and shows one
 // "unknown" picture for everything else, nothing at all for "". Here every type has an icon, one
-// image a kind, made on first use and kept. A category takes the place of the library's method:
-// this runtime lets the one loaded last win, and that is the program's. Main thread.
+// image per kind, made on first use and kept. A category takes the place of the library's method:
+// in this runtime the category loaded last wins, which is the program's. Main thread.
 #include "FileTypeKinds.h"
 #include "ImageResources.h"
 

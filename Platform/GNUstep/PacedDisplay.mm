@@ -22,8 +22,8 @@
 
 @implementation VXDisplayAlarm
 
-// In the mode of the moment only: in a mode that does not run, alarms that have rung elsewhere
-// would pile up. A later mode finds its windows still waiting and sets the alarm anew.
+// In the current mode only: in a mode that does not run, expired alarms would pile up. A later mode
+// finds its windows still waiting and sets the alarm again.
 - (void)setIn:(NSTimeInterval)seconds
 {
     NSString *mode = [[NSRunLoop currentRunLoop] currentMode];

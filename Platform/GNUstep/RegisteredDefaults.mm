@@ -10,7 +10,7 @@ namespace {
 struct FontPair {
     NSString *regular;
     NSString *bold;
-    // Points; faces differ in how large they look.
+    // Points; fonts of the same size differ in how large they look.
     float size;
 };
 
@@ -37,7 +37,7 @@ NSString *themePath()
 }
 
 // The command key is Control, as everywhere on this desktop; what Control is on macOS goes to the
-// key with the desktop's sign. The help key gives that one up.
+// key with the desktop's sign. The help key no longer uses that one.
 void addKeys(NSMutableDictionary *keys)
 {
     [keys setObject:@"Control_L" forKey:@"GSFirstCommandKey"];
@@ -60,14 +60,14 @@ void registerLook()
     NSAutoreleasePool *pool = [NSAutoreleasePool new];
     NSMutableDictionary *look = [NSMutableDictionary dictionary];
     [look setObject:@"NSWindows95InterfaceStyle" forKey:@"NSMenuInterfaceStyle"];
-    // Scrollers at the right edge, where everybody looks for them.
+    // Scrollers at the right edge, as on other desktops.
     [look setObject:@"NSMacintoshInterfaceStyle" forKey:@"NSScrollViewInterfaceStyle"];
     [look setObject:@"YES" forKey:@"GSSuppressAppIcon"];
     // The desktop shows minimised windows in its own way, not as the library's tiles.
     [look setObject:@"NO" forKey:@"GSAppOwnsMiniwindow"];
     [look setObject:@"YES" forKey:@"GSScrollViewNoInnerBorder"];
     [look setObject:@"NO" forKey:@"GSBrowserUseBezels"];
-    // The library tells the display how the program was started, for everybody to read. The
+    // The library tells the display how the program was started, readable by every client. The
     // arguments may hold a secret.
     NSString *program = [[[NSProcessInfo processInfo] arguments] objectAtIndex:0];
     [look setObject:[NSArray arrayWithObject:program] forKey:@"GSLaunchCommand"];

@@ -1,7 +1,7 @@
 // The lock of the folder with the user's settings. The library takes it, a folder of its own, for
 // the moment in which it reads or writes them. A program that dies in that moment leaves the lock,
-// and the library then waits 20 seconds before it breaks it, or without end if the lock's time lies
-// ahead of the clock.
+// and the library then waits 20 seconds before it breaks it, or indefinitely if the lock's time
+// lies ahead of the clock.
 //
 // A program that links this looks at the lock when it is loaded, before the library does.
 // Threads: any; waits by looking again. Errors: a lock that cannot be removed is left to the
@@ -13,7 +13,7 @@
 
 namespace vx {
 
-// Whether a lock made at this time is one that nobody holds any more: a second old, or more than a
+// Whether a lock made at this time has no holder any more: it is a second old, or more than a
 // second ahead.
 bool isLockStale(timespec made, timespec now);
 

@@ -27,7 +27,7 @@ timespec wallClock()
     return now;
 }
 
-// Foundation cannot start in a process whose arguments are not UTF-8, which the program says
+// Foundation cannot start in a process whose arguments are not UTF-8; the program reports that
 // itself.
 bool areArgumentsPlain()
 {

@@ -2,7 +2,7 @@
 //
 // Where no window manager runs it writes a line for each of fifteen styles of windows: that it
 // could not find out how wide their decorations are. There are none. Everything else is written as
-// ever. Threads: main thread, while no other thread writes.
+// before. Threads: main thread, while no other thread writes.
 #pragma once
 
 namespace vx {

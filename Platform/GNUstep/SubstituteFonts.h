@@ -1,13 +1,13 @@
 // Characters that a text's font lacks are drawn in a font that has them. The library asks
-// fontconfig for one, is told its family's name in the user's language, and looks for a font of
-// that name. Where a font has another name than its family ("WenQuanYiMicroHei" is of "WenQuanYi
+// fontconfig for one, gets its family's name in the user's language, and looks for a font of that
+// name. Where a font has another name than its family ("WenQuanYiMicroHei" is of "WenQuanYi
 // Micro Hei", and of "文泉驿微米黑" to a Chinese user) it finds none, and every such character
 // becomes a question mark.
 #pragma once
 
 namespace vx {
 
-// From now on the library is told the font's own name. Main thread, once.
+// From now on the library gets the font's own name. Main thread, once.
 void installSubstituteFonts();
 
 }  // namespace vx

@@ -20,8 +20,8 @@ namespace {
 
 constexpr CGFloat kTableInset = 2;  // points at both sides of a table's text
 
-// What gives way to the ellipsis when `kept` UTF-16 units stay: whole characters, where the mode
-// says.
+// The range that the ellipsis replaces when `kept` UTF-16 units stay: whole characters, at the
+// place that the mode gives.
 NSRange rangeToDrop(NSString *text, NSUInteger kept, NSLineBreakMode mode)
 {
     const NSUInteger dropped = [text length] - kept;
@@ -52,7 +52,7 @@ NSRect rectInRow(NSRect rect, CGFloat height)
 
 @implementation NSCell (Ellipsis)
 
-// The longest form that fits; of text for which not even the ellipsis fits, the ellipsis.
+// The longest form that fits; the ellipsis alone if not even that fits.
 - (NSAttributedString *)_resizeAttributedString:(NSAttributedString *)text forRect:(NSRect)rect
 {
     const NSLineBreakMode mode = [self lineBreakMode];

@@ -41,8 +41,8 @@ BOOL hitsTable(NSEvent *event)
     return [[content hitTest:point] isKindOfClass:[NSTableView class]];
 }
 
-// In a table a click with the command key takes one row more or less and one with Shift takes the
-// rows up to there; the library asks for Shift for the one and for Control for the other.
+// In a table a click with the command key adds or removes a row, and one with Shift extends the
+// selection to it; the library expects Shift for the one and Control for the other.
 NSEvent *withTheTablesModifiers(NSEvent *event)
 {
     const NSUInteger pressed = [event modifierFlags] & (NSCommandKeyMask | NSShiftKeyMask);
@@ -62,8 +62,8 @@ NSEvent *withTheTablesModifiers(NSEvent *event)
 }
 
 // The library would read the options on the first press of a button, and ask a service of the
-// desktop to tell it of changes; while it waits for the answer a short click's release overtakes
-// its press, and the button that was pressed is never let go. Once read they are not asked for.
+// desktop to report changes; while it waits for the answer, the release of a short click overtakes
+// its press, and the button stays pressed. Once read, the options are not read again.
 void readMouseOptions()
 {
     GSDisplayServer *server = GSCurrentServer();
@@ -117,7 +117,7 @@ NSString *information(NSString *key)
 - (void)sendEvent:(NSEvent *)event
 {
     AssertMainThread();
-    // The library leaves it on view, also over the panel that the key asks for.
+    // The library keeps the tool tip on view, even over a panel that the key opens.
     if ([event type] == NSKeyDown)
         [[NSWindow _toolTipVisible] _endDisplay];
     [super sendEvent:withTheTablesModifiers(event)];
@@ -142,8 +142,8 @@ NSString *information(NSString *key)
     }
 }
 
-// The library would list the windows ahead of the menu's commands, the one in use with a cross. The
-// program has one that can be gone back to.
+// The library would list the windows before the menu's commands, the current one with a cross. The
+// program has only one window to go back to.
 - (void)setWindowsMenu:(NSMenu *)menu
 {
 }
@@ -158,8 +158,8 @@ NSString *information(NSString *key)
             [window performMiniaturize:sender];
 }
 
-// The library counts the windows on the screen: when the progress window goes while the main window
-// is minimised, it takes that for the last one.
+// The library counts the windows on the screen: when the progress window closes while the main
+// window is minimised, it counts as the last one.
 - (void)_lastWindowClosed
 {
     AssertMainThread();
@@ -169,7 +169,8 @@ NSString *information(NSString *key)
     [super _lastWindowClosed];
 }
 
-// The library's panel speaks of its own theme and of authors and copyrights that it was not told.
+// The library's panel names its own theme, and authors and copyrights that the program does not
+// set.
 - (void)orderFrontStandardAboutPanel:(id)sender
 {
     AssertMainThread();
@@ -185,24 +186,23 @@ NSString *information(NSString *key)
     [about runModal];
 }
 
-// The library would hand every argument that does not begin with "-" to the delegate as a document
-// and complain in an alert when the delegate has no use for it.
+// The library would pass every argument that does not begin with "-" to the delegate as a document,
+// and show an alert when the delegate does not open it.
 - (NSArray *)_openFiles
 {
     return nil;
 }
 
-// The library keeps the first code of a session, where macOS keeps the last; and it looks at a
-// stopped session only after the next event, which may never come when no event was the reason to
-// stop.
+// The library keeps the first code of a session, macOS the last; and it checks whether the session
+// was stopped only after the next event, which may never come if the stop came without one.
 - (void)stopModalWithCode:(NSInteger)code
 {
     AssertMainThread();
     [super stopModalWithCode:code];
     if ([self modalWindow] == nil)
         return;
-    // The library itself stops the session of a window that has gone; whoever made it go and gave
-    // a code is not to be overruled by that.
+    // The library itself stops the session of a window that was closed; that must not override the
+    // code of the stop that closed it.
     if (_stopped && code == NSRunStoppedResponse && ![[self modalWindow] isVisible])
         return;
     _stopCode = code;
@@ -230,9 +230,9 @@ NSString *information(NSString *key)
                   inModes:@[ NSModalPanelRunLoopMode ]];
 }
 
-// The one that a modal window belongs to. The desktop keeps it in front of that, and minimises and
-// shows them together: apart, a minimised modal window would be out of reach and the program with
-// it, because no list of windows names it.
+// The window that a modal window belongs to. The desktop keeps the modal window in front of it, and
+// minimises and shows the two together: a modal window minimised alone would be out of reach,
+// because no list of windows shows it.
 - (NSWindow *)windowBelow:(NSWindow *)window
 {
     NSWindow *const modal = [self modalWindow];
@@ -261,9 +261,9 @@ NSString *information(NSString *key)
     return result;
 }
 
-// The library goes on to close every window and to say good-bye to the desktop's services, and
-// waits for those that do not answer, for many seconds after the user has quit. Whoever has to
-// know is told; the rest goes with the process.
+// The library would then close every window and sign off from the desktop's services, and would
+// wait many seconds for those that do not answer. The observers are notified; the process then
+// ends.
 - (void)replyToApplicationShouldTerminate:(BOOL)shouldTerminate
 {
     AssertMainThread();

@@ -17,7 +17,7 @@ namespace {
 using Reorder = int8_t (*)(const uint32_t *, int, uint32_t *, uint32_t *, int *, int *, int8_t *);
 
 constexpr uint32_t kFromLeftToRight = 0x110;
-// Left where two letters have become one.
+// Stands where two letters were joined into one.
 constexpr uint32_t kFiller = 0xfeff;
 
 constexpr NSStringEncoding kUtf32 = NSUTF32LittleEndianStringEncoding;

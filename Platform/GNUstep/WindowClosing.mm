@@ -22,7 +22,7 @@ id initClosable(id window, SEL selector, NSRect content, NSUInteger style,
 }
 
 // Its session ends without an answer. Its owner takes it off the screen: closing it here would
-// release it under the owner's hands.
+// release it while the owner still uses it.
 void giveUp(NSWindow *panel)
 {
     if ([panel isKindOfClass:[NSSavePanel class]])
@@ -40,7 +40,7 @@ void performClose(id window, SEL selector, id sender)
         giveUp(modal);
     } else if (isPanel && modal == [window attachedSheet]) {
         giveUp(modal);
-        // Once whoever put the sheet up has been told.
+        // After the sheet's owner has been notified.
         [window performSelector:selector withObject:sender afterDelay:0];
     } else {
         libraryPerformClose(window, selector, sender);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kRemote[] = "remote";
 
-// As the library's own, but with a plain centre where it takes the one of the daemon.
+// As the library's own, but with a plain centre instead of the daemon's.
 id initAlone(id center, SEL selector)
 {
     IMP base = class_getMethodImplementation([NSNotificationCenter class], selector);

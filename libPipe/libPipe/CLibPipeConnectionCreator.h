@@ -1,6 +1,6 @@
 // Makes the two halves of the library.
 //
-// sink: receives what arrives unasked; it must outlive the result. interval: how often the
+// sink: receives unsolicited messages; it must outlive the result. interval: how often the
 // result's connectors poll. Both return null without a sink. The caller owns the result and
 // deletes it through its interface.
 #pragma once

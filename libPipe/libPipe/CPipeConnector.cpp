@@ -22,7 +22,7 @@ struct SendBlock {
     }
 };
 
-// An end without a path never opens, which is no worse than a peer that never comes.
+// A null path is accepted: its end never opens, as if the peer never came.
 bool IsTooLong(const char *path)
 {
     return path && !CPipeWrapper::PathFits(path);
@@ -40,8 +40,8 @@ int32_t IdOf(const char *msg)
     return id;
 }
 
-// The host's signal handlers are not for the library's thread. Faults stay: blocking them
-// would only hide their reports.
+// The program's signal handlers must not run on the library's thread. Faults stay unblocked:
+// blocking them would only hide their reports.
 sigset_t SignalsOfTheHost()
 {
     sigset_t set;
@@ -92,7 +92,7 @@ bool CPipeConnector::initReadMsgThread()
     const CLockerGuard guard(_lock);
     if (!_initialised || _readerStarted)
         return _readerStarted;
-    // A thread starts with the mask of its maker.
+    // A thread inherits the signal mask of the thread that starts it.
     const sigset_t blocked = SignalsOfTheHost();
     sigset_t former;
     pthread_sigmask(SIG_BLOCK, &blocked, &former);

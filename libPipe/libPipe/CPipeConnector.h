@@ -1,5 +1,5 @@
 // One duplex link made of two FIFOs: reads messages from one, writes messages to the other.
-// A reader thread polls the read FIFO, gives replies to the threads that wait for them and
+// A reader thread polls the read FIFO, passes replies to the threads that wait for them and
 // everything else to the event sink.
 //
 // Life: made -> initPipeConnection (reader thread runs) -> write end open, at once or with the
@@ -10,7 +10,7 @@
 // thread that owns the connector. Never destroyed from inside its own sink.
 // Both ends are opened non-blocking, whatever flags are given: a reader thread that blocks
 // could not be joined, and a sender must not hang on a peer that has stopped reading.
-// Errors: false. A write that fails is not noticed; a peer that is gone shows as no reply.
+// Errors: false. A failed write is not reported; a peer that is gone means no reply.
 #pragma once
 
 #include "CPipeWrapper.h"
@@ -35,9 +35,9 @@ public:
     // Sets the sink, or empties it with null. Messages that arrive before there is a sink wait
     // for it. On return the former sink is not running and will not be called again.
     void SetMsgHander(IIPCEvent *handler);
-    // Takes the two paths and starts the reader thread; true also while nobody reads the other
-    // end. Already set up: true, and nothing changes. False, and nothing is set up: a path
-    // that is too long to be stored.
+    // Takes the two paths and starts the reader thread; true also while the other end has no
+    // reader. Already set up: true, and nothing changes. False, and nothing is set up: a path is
+    // too long to be stored.
     bool initPipeConnection(const char *readName, int readFlags, const char *writeName,
                             int writeFlags);
     // Starts the reader thread unless it runs. Returns whether it was ever started.
@@ -57,7 +57,7 @@ public:
     std::string GetName() const override { return _name; }
 
 protected:
-    // One arrived block: a message and the zero behind it, 513 bytes.
+    // One arrived block: a message and a zero byte after it, 513 bytes.
     void HandleMessage(const char *msg, int len);
     vx::PendingRequests &Pending() { return _pending; }
 

@@ -23,8 +23,8 @@ void CPipeServer::RemoveConnector(const std::string &name)
     const auto found = _connectors.find(name);
     if (found == _connectors.end())
         return;
-    // Stopped before the files go: a reader that is still trying to open its end would make
-    // its FIFO anew.
+    // Stopped before the files are removed: a reader that is still trying to open its end would
+    // make its FIFO again.
     found->second->StopReader();
     found->second->DeletePipe();
     _connectors.erase(found);

@@ -1,6 +1,6 @@
 // Thin operations over named POSIX semaphores.
 //
-// Ownership: a handle belongs to the caller, who gives it back to DestroySemaphore. The name
+// Ownership: a handle belongs to the caller, which passes it to DestroySemaphore. The name
 // outlives every handle until ClearSemaphore removes it.
 // Threads: any; there is no state.
 // Errors: SEM_FAILED, false or -1 as the platform reports them, with errno set.

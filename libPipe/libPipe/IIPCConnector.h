@@ -1,5 +1,5 @@
 // One duplex link to another process, as application code sees it. Sending never blocks on a
-// full or absent peer; only SendMsg_sync waits, and no longer than it is told.
+// full or absent peer; only SendMsg_sync waits, and no longer than its timeout.
 //
 // Ownership: the registry that made a connector owns it. Threads: any, at the same time.
 #pragma once

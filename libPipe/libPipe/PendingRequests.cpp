@@ -36,8 +36,8 @@ int32_t PendingRequests::Begin(const std::string &connectorName)
         return kNoRequest;
     if (!FormatName(name, connectorName, _nextId))
         return kNoRequest;
-    // A process that was killed leaves its names behind, perhaps with a count that nobody took.
-    // Opening that one would report a reply that never came.
+    // A killed process leaves its semaphores, perhaps with a count that was not taken. Opening such
+    // a semaphore would report a reply that never came.
     _semaphores.ClearSemaphore(name);
     sem_t *semaphore = _semaphores.CreateSemaphore(name, 0);
     if (semaphore == SEM_FAILED)

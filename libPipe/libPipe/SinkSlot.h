@@ -1,8 +1,8 @@
 // The place of a connector's event sink, which another thread may change or empty at any time.
 //
-// The lock is held while the sink runs. Set therefore returns only when no call into the
-// former sink is under way, and none will begin: after Set(nullptr) the sink may be destroyed.
-// The lock is recursive, so a sink may change the slot from inside its own call.
+// The lock is held while the sink runs. So when Set returns, no call into the former sink is
+// running and none will begin: after Set(nullptr) the sink may be destroyed. The lock is recursive,
+// so a sink may change the slot from inside its own call.
 //
 // Ownership: the sink is borrowed. Threads: any.
 #pragma once

@@ -1,5 +1,5 @@
-// A flag that is raised once, and waits that end as soon as it is: a thread that sleeps
-// between two polls can be stopped without waiting for the sleep to end.
+// A flag that is raised once and ends every wait for it at once: a thread that sleeps between two
+// polls can be stopped without waiting for the sleep to end.
 //
 // Threads: any.
 #pragma once

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Bytes of a whole message and of the body behind its id.
+// Bytes of a whole message and of the body after its id.
 constexpr size_t kPipeMessageSize = 512;
 constexpr size_t kPipeBodySize = 508;
 

@@ -14,10 +14,10 @@ CGWindowLevel CGWindowLevelForKey(CGWindowLevelKey key)
     case kCGMainMenuWindowLevelKey:
         return NSMainMenuWindowLevel;
     case kCGStatusWindowLevelKey:
-        // By GNUstep's own levels window managers are told what kind of window it is: a dock by the
-        // status level, a tool by the floating one. They may ask only when the window appears, and
-        // keep it above its own panels for good. A level without a name, below the menus, leaves
-        // it an ordinary window.
+        // GNUstep derives from its own levels what kind of window it reports to window managers: a
+        // dock by the status level, a tool by the floating one. They may ask only when the window
+        // appears, and keep it above its own panels for good. A level without a name, below the
+        // menus, leaves it an ordinary window.
         return NSMainMenuWindowLevel - 1;
     case kCGModalPanelWindowLevelKey:
         return NSModalPanelWindowLevel;

@@ -1,4 +1,4 @@
-// The window levels of Core Graphics, as far as the program asks for them, for GNUstep, which has
+// The window levels of Core Graphics, those that the program uses, for GNUstep, which has
 // none of it. CGWindowLevelForKey answers with GNUstep's own level of that name (what setLevel:
 // takes), for the status level with another one above the ordinary and the floating windows; a key
 // that is not listed gives the normal level. Any thread.

@@ -1,6 +1,6 @@
 // Push buttons: white plates with a thin rounded border; the default button of a window stands out
-// in the accent colour. A button's cell that draws its own face (as the export button's does) never
-// comes here.
+// in the accent colour. A button's cell that draws its own face (as the export button's does) is
+// not drawn here.
 #import "ThemePalette.h"
 #import "ThemeShapes.h"
 #import "VXTheme.h"
@@ -29,8 +29,8 @@ BOOL isPressed(GSThemeControlState state)
 
 @implementation VXTheme (Buttons)
 
-// The default button is told by its colour; the library's picture of a return key beside the title
-// is not used.
+// The default button is recognised by its colour; the library's picture of a return key beside the
+// title is not used.
 - (void)setKeyEquivalent:(NSString *)key forButtonCell:(NSButtonCell *)cell
 {
 }

@@ -31,7 +31,7 @@ id initWithPadding(id view, SEL selector, NSRect frame)
 using KeyText = NSString *(*)(id, SEL);
 KeyText libraryKeyText = nullptr;
 
-// "Ctrl+E" for the library's "Ctrl+e": keys are called what is printed on them.
+// "Ctrl+E" instead of the library's "Ctrl+e": as printed on the keys.
 NSString *keyTextWithCapital(id cell, SEL selector)
 {
     NSString *text = libraryKeyText(cell, selector);

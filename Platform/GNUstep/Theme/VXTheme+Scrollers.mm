@@ -20,7 +20,7 @@ constexpr CGFloat kKnobInset = 2;
     return kWidth;
 }
 
-// The library places the knob rightly without arrows only when it believes them on the same end.
+// Without arrows the library places the knob correctly only if both arrows are set to the same end.
 - (BOOL)scrollerArrowsSameEndForScroller:(NSScroller *)scroller
 {
     return YES;
@@ -56,7 +56,7 @@ constexpr CGFloat kKnobInset = 2;
 
 @end
 
-// Every scroller comes by here while it is made, from a file or by code. The theme's own way of
+// Called for every scroller while it is made, from a file or by code. The theme's own way of
 // overriding other classes' methods does not find its classes in the library's version 0.29; a
 // category does it as long as this bundle is loaded, that is, with this theme only.
 @implementation NSScroller (WithoutArrows)

@@ -47,14 +47,14 @@ void headerPlate(NSRect frame, BOOL flipped, NSColor *fill)
     return NSInsetRect(bounds, 1, 1);
 }
 
-// Right of the last column the header goes on as far as the table is wide.
+// To the right of the last column the header extends to the width of the table.
 - (void)drawTableHeaderRect:(NSRect)rect inView:(NSView *)view
 {
     headerPlate([view bounds], [view isFlipped], palette::windowBackground());
     [super drawTableHeaderRect:rect inView:view];
 }
 
-// The library knows no alternating rows in its version 0.29: every table of the program has them,
+// Version 0.29 of the library has no alternating rows: every table of the program has them,
 // down to the lower edge, with or without rows there.
 - (void)drawTableViewBackgroundInClipRect:(NSRect)clip
                                    inView:(NSView *)view
