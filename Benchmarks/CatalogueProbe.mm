@@ -7,7 +7,7 @@
 //   catalogue-probe export FOLDER DEST [HOLES]
 //                                       exports everything; prints the bytes of memory above
 //                                       what was in use before the export, and its seconds;
-//                                       fills free memory first, by means of the folder HOLES
+//                                       fills free memory first, using the folder HOLES
 
 #import <Foundation/Foundation.h>
 

@@ -14,5 +14,5 @@ struct Comparison {
     double ratio;   // the median of the ratios of each turn
 };
 
-// One turn warms up and does not count; then so many turns are measured.
+// One turn warms up and does not count; then the given number of turns is measured.
 Comparison Compare(int turns, const Measurement &ours, const Measurement &theirs);

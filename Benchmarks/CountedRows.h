@@ -1,4 +1,4 @@
-// A tree's data source that does nothing but count: one folder, and below it so many equal rows.
+// A tree's data source that does nothing but count: one folder with a given number of equal rows.
 // What a tree costs with it is what the platform's own row handling costs. Main thread only.
 #pragma once
 

@@ -1,5 +1,5 @@
-// Memory that nobody has used for a while may have gone back to the host of a virtual machine;
-// whoever fills the page cache next then pays for fetching it, many times the price of a copy.
+// Memory that was unused for a while may have gone back to the host of a virtual machine; the next
+// to fill the page cache then pays for fetching it, many times the price of a copy.
 #pragma once
 
 #include <string>

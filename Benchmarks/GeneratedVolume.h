@@ -1,4 +1,4 @@
-// A volume that makes its entries up: folders of files in the root, no bytes behind them.
+// A volume that makes its entries up: folders of files in the root, without stored bytes.
 //
 // Threads: one thread.
 #pragma once

@@ -6,7 +6,7 @@
 //   window-probe list COUNT -       lists such a folder without a tree
 //   window-probe export FOLDER DEST [HOLES]
 //                                   exports everything under the progress window; fills free
-//                                   memory first, by means of the folder HOLES
+//                                   memory first, using the folder HOLES
 #import "AppDelegate.h"
 #import "CBitlockerWrapper.h"
 #import "TreeOutlineView.h"

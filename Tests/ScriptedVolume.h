@@ -1,17 +1,17 @@
-// A volume for tests: a tree of entries that records every call and can be told to fail, to
+// A volume for tests: a tree of entries that records every call and can be set to fail, to
 // fall short, to stall, to lie or to leave garbage at the n-th call of an operation.
 //
 //   vx::ScriptedVolume volume;
-//   volume.root().file(u"a.bin", 10 << 20);
-//   volume.atCall(vx::VolumeOperation::ReadFile, 2, vx::Fault::Stall);
+//   volume.Root().File(u"a.bin", 10 << 20);
+//   volume.AtCall(vx::VolumeOperation::kReadFile, 2, vx::Fault::kStall);
 //   … start the export …
-//   ASSERT_TRUE(volume.awaitStall());
+//   ASSERT_TRUE(volume.AwaitStall());
 //   … cancel …
-//   volume.release();
+//   volume.Release();
 //
 // An empty folder lists as a handle with the record left as it was given.
 // Ownership: owns its entries; handles stay known to the volume after they are closed.
-// Threads: every operation, query and release() from any thread; the tree and the faults are
+// Threads: every operation, query and Release() from any thread; the tree and the faults are
 // set up before another thread uses the volume.
 #pragma once
 
@@ -44,7 +44,7 @@ enum class VolumeOperation {
     kSetFilePosition,
     kQueryFileSize,
     kCloseHandle,
-    kReserved,  // any of the five that nobody calls
+    kReserved,  // any of the five that are never called
 };
 
 enum class Fault {
@@ -52,7 +52,7 @@ enum class Fault {
     kShorten,  // ReadFile, WriteFile: success with half of the count
     kGarbage,  // success, every output byte 0xa5; ReadFile says that it did the whole count
     kLie,      // success; the count, the position or the size given back is one too large
-    kStall,    // waits for release(), then does as it should
+    kStall,    // waits for Release(), then does as it should
 };
 
 // One call, in the order of arrival; what an operation does not have stays zero or empty.
@@ -87,13 +87,13 @@ public:
 
     // Waits until a call stalls; false if none did in time.
     bool AwaitStall(Milliseconds deadline = kDeadline);
-    // Lets the call that stalls, and all that would stall later, go on. A call that nobody
-    // releases goes on by itself after the deadline.
+    // Lets the call that stalls, and all that would stall later, go on. A call that is not
+    // released goes on by itself after the deadline.
     void Release();
 
     std::vector<VolumeCall> Calls() const;
     std::vector<VolumeCall> Calls(VolumeOperation operation) const;
-    // Calls since the start or since forgetCalls().
+    // Calls since the start or since ForgetCalls().
     size_t Count(VolumeOperation operation) const;
     void ForgetCalls();
     // From now on calls are only counted: a very deep tree has more path text than memory.

@@ -291,7 +291,7 @@ TEST_F(CopyingFileWindowTest, ACancelIsNotedBeforeTheWindowCloses)
 TEST_F(CopyingFileWindowTest, AReportAfterACancelClosesTheWindowAgainAndEndsItsSession)
 {
     [_progress cancelClicked:nil];
-    // Somebody has put it up once more.
+    // The window was shown again.
     work([this] { send(10); });
     EXPECT_EQ(runModal(), 0);
     EXPECT_FALSE([[_progress window] isVisible]);

@@ -76,7 +76,7 @@ TEST_F(ExplorerTest, TheWindowIsMadeNoSmallerThanItsContentsNeed)
     open();
     [window setFrame:NSMakeRect(100, 100, 50, 50) display:YES];
     EXPECT_EQ(NSWidth([window frame]), 610);
-    // Where the menu lies in the window it takes its room from nobody.
+    // A menu inside the window takes no room from the rest.
     EXPECT_GE(NSHeight([[window contentView] frame]), 320);
     const NSRect button = [[controller btnExport] frame];
     EXPECT_TRUE(NSContainsRect([[delegate FileExplorerView] bounds], button));

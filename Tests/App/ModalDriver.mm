@@ -31,7 +31,7 @@ constexpr NSTimeInterval kInterval = 0.01;
 - (void)look:(NSTimer *)timer
 {
     // The timer goes only with its next turn: an event that the action posts is noticed by an
-    // idle loop when something wakes it, and nobody moves the mouse here.
+    // idle loop when something wakes it, and the mouse does not move here.
     if (_acted) {
         [timer invalidate];
     } else if (!_acting && (*_condition)()) {

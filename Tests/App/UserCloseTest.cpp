@@ -54,7 +54,7 @@ TEST_F(UserCloseTest, TheProgressWindowEndsItsSessionAsACompletedExportDoes)
     EXPECT_TRUE(Eventually([&] { return fs::exists(_home.At("opened")); }));
     EXPECT_EQ(_home.ReadFile("opened"), destination + "\n");
     EXPECT_FALSE(host.HasEnded());
-    // The worker goes on, for nobody has told it to stop.
+    // The worker goes on, since it was not stopped.
     EXPECT_TRUE(release());
     EXPECT_TRUE(Eventually([&] { return fs::file_size(_partial) == 12 * kMiB; }));
     closeAndExpectNotice(main, host);

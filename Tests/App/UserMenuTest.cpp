@@ -1,4 +1,4 @@
-// The menus in the window, and what the desktop is told of the program's windows.
+// The menus in the window, and what the program reports about its windows to the desktop.
 #include "Eventually.h"
 #include "UserFixture.h"
 

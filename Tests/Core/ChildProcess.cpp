@@ -21,7 +21,7 @@ std::vector<char *> pointers(std::vector<std::string> &texts)
     return all;
 }
 
-// This process's variables, but for those that are given anew.
+// This process's variables, except those that are set again.
 std::vector<std::string> environmentWith(const std::vector<std::string> &added)
 {
     std::vector<std::string> all = added;

@@ -55,7 +55,7 @@ protected:
     bool copyEntry(Z5FindData *entry, NSString *path)
     {
         bool copied = false;
-        EXPECT_TRUE(OnWorker([&] { copied = [engine copyOneFile:entry withDest:path]; }));
+        OnWorker([&] { copied = [engine copyOneFile:entry withDest:path]; });
         return copied;
     }
     std::vector<uint32_t> chunks() const

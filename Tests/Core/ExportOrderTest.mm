@@ -104,7 +104,7 @@ TEST_F(ExportOrder, WhatAFileLeavesToThePoolIsGoneBeforeTheNextFile)
     EXPECT_EQ(remains, (std::vector<int>{0, 0, 0}));
 }
 
-// The mark lies behind what the files fill of the buffer.
+// The mark lies in the buffer after the bytes that the files fill.
 TEST_F(ExportOrder, OneBufferServesEveryFile)
 {
     for (const char16_t *name : {u"a", u"b", u"c"})

@@ -19,6 +19,8 @@
     vx::Condition _changed;
     int _ended VX_GUARDED_BY(_mutex);
 }
+// Counts from 0 again.
+- (void)forget;
 // NO if no thread ended within the deadline.
 - (BOOL)awaitOne;
 @end
@@ -35,8 +37,9 @@ protected:
     bool Start();
     // Waits for the worker's end; the engine's volume calls are over then.
     bool Finish();
-    // Runs a job on a thread like the worker's, and returns after its end.
-    bool OnWorker(const std::function<void()> &job);
+    // Runs a job on another thread, as the engine does, and returns after that thread's end, which
+    // counts as none. No worker may run meanwhile.
+    void OnWorker(const std::function<void()> &job);
     // Both: true once the export has ended.
     bool Run() { return Start() && Finish(); }
 

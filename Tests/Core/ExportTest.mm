@@ -1,5 +1,7 @@
 #import "ExportTest.h"
 
+#include <thread>
+
 @implementation ThreadEnds
 
 - (id)init
@@ -28,6 +30,12 @@
     _changed.NotifyAll();
 }
 
+- (void)forget
+{
+    const vx::MutexLock guard(_mutex);
+    _ended = 0;
+}
+
 - (BOOL)awaitOne
 {
     const auto deadline = vx::Condition::Deadline::clock::now() + 2 * vx::ScriptedVolume::kDeadline;
@@ -38,33 +46,6 @@
         return NO;
     --_ended;
     return YES;
-}
-
-@end
-
-// A function as what a thread can be started on.
-@interface WorkerJob : NSObject {
-    std::function<void()> _job;
-}
-- (id)initWithJob:(const std::function<void()> &)job;
-- (void)run;
-@end
-
-@implementation WorkerJob
-
-- (id)initWithJob:(const std::function<void()> &)job
-{
-    self = [super init];
-    if (self != nil)
-        _job = job;
-    return self;
-}
-
-- (void)run
-{
-    @autoreleasepool {
-        _job();
-    }
 }
 
 @end
@@ -112,11 +93,14 @@ bool ExportTest::Finish()
     return [_ends awaitOne];
 }
 
-bool ExportTest::OnWorker(const std::function<void()> &job)
+void ExportTest::OnWorker(const std::function<void()> &job)
 {
-    WorkerJob *target = [[[WorkerJob alloc] initWithJob:job] autorelease];
-    [NSThread detachNewThreadSelector:@selector(run) toTarget:target withObject:nil];
-    return Finish();
+    std::thread([&] {
+        @autoreleasepool {
+            job();
+        }
+    }).join();
+    [_ends forget];
 }
 
 bool ExportTest::Exists(const std::string &path) const

@@ -28,7 +28,7 @@ std::vector<std::u16string> NamesOf(const std::vector<std::u16string> &names)
 
 }  // namespace
 
-// An entry that notes when nobody holds it any more.
+// An entry that records its deallocation.
 @interface NotedEntry : Z5FindData {
     BOOL *_isGone;
 }

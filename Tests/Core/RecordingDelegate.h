@@ -1,4 +1,4 @@
-// The sink of an export for tests: records what the worker says in order, and answers as told.
+// The sink of an export for tests: records the calls of the worker in order, and answers as set.
 //
 // Threads: the worker calls the protocol; the queries are for after the worker has ended.
 #pragma once

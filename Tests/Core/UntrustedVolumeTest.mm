@@ -1,5 +1,5 @@
-// A volume that is broken or means harm: nothing is written outside the destination, nothing is
-// read past the record, and nothing crashes or runs for ever.
+// A damaged or malicious volume: nothing is written outside the destination, nothing is read past
+// the record, and nothing crashes or runs indefinitely.
 #import "ExportTest.h"
 
 #include <sys/resource.h>

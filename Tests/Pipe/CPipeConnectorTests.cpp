@@ -200,7 +200,7 @@ TEST_F(CPipeConnectorTest, ClosePipeEndsTheReading)
     ASSERT_TRUE(_sink.AwaitCount(1));
     _connector->ClosePipe();
     EXPECT_FALSE(SendAsync(Padded("after"))) << "the path is forgotten";
-    // Nobody has the FIFO open for reading any more.
+    // The FIFO has no reader any more.
     EXPECT_EQ(open(_folder.ToClient().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC), -1);
 }
 
@@ -221,7 +221,7 @@ TEST_F(CPipeConnectorTest, DeletePipeUnlinksBothFifosAndReturnsTheSecondResult)
 {
     RawPeer peer(_folder);
     Connect();
-    // A reader that has yet to open its end would make the FIFO anew.
+    // A reader that has yet to open its end would make the FIFO again.
     ASSERT_TRUE(peer.Write(Message(1, "the reader has its end open")));
     ASSERT_TRUE(_sink.AwaitCount(1));
     EXPECT_EQ(_connector->DeletePipe(), 0);

@@ -43,7 +43,7 @@ protected:
                !PipeFolder::Exists(_folder.At(prefix + "-out"));
     }
 
-    // One message, once somebody reads the FIFO.
+    // One message, once the FIFO has a reader.
     static void WriteTo(const std::string &path)
     {
         int writer = -1;
@@ -120,7 +120,7 @@ TEST_F(RegistryTest, RemoveAllConnectorRemovesEveryPairOfFifos)
     EXPECT_EQ(_server->getConnector("one"), nullptr);
 }
 
-// The sink holds the second connector's thread up, and with it whoever removes that connector.
+// The sink blocks the second connector's thread, and with it the removal of that connector.
 TEST_F(RegistryTest, ConnectorsAreRemovedInTheOrderOfTheirNames)
 {
     std::promise<void> mayGoOn;

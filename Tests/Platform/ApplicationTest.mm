@@ -142,7 +142,7 @@ protected:
         [m_pool release];
     }
 
-    // Ends a session that nobody stops, so that a failure is a failed test and no hang.
+    // Ends a session that is not stopped, so that a failure is a failed test and not a hang.
     void armWatchdog()
     {
         NSTimer *timer = [NSTimer timerWithTimeInterval:10

@@ -129,7 +129,7 @@ TEST_F(FolderOpening, TheOpenerLeavesNoZombie)
 
 TEST_F(FolderOpening, AnOpenerThatTakesItsTimeIsNotWaitedFor)
 {
-    // It waits for somebody to write, which happens only after the start has returned.
+    // It waits for a writer, which comes only after the start has returned.
     const std::string fifo = m_folder + "/fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     ASSERT_TRUE(vx::startDetached("cat", fifo));

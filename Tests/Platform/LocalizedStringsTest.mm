@@ -81,7 +81,7 @@ std::set<std::string> interfaceTexts()
         for (std::sregex_iterator match(xib.begin(), xib.end(), texts), end; match != end; ++match)
             found.insert((*match)[1].matched ? (*match)[1] : (*match)[2]);
     }
-    // The bar itself, which nobody sees.
+    // The bar itself, which is not shown.
     found.erase("Main Menu");
     return found;
 }

@@ -1,4 +1,5 @@
-// Characters that the interface's font does not have, in the language of whoever runs the test.
+// Characters that the interface's font does not have, in the language of the user that runs the
+// test.
 #include "Drawing.h"
 
 using vxtest::Drawing;

@@ -207,7 +207,7 @@ void FileSystemImage::FindNtfsEntries(const std::string &bytes)
         const size_t block = at / kBlockBytes * kBlockBytes;
         if (bytes.compare(record, 4, "FILE") == 0)
             _landmarks["record"] = record;
-        // Behind what the block uses lie entries that have moved away.
+        // After the used part of the block lie entries that have moved away.
         if (bytes.compare(block, 4, "INDX") == 0 && at - block < 24 + Number32(bytes, block + 28))
             _landmarks["entry"] = at / kSectorBytes * kSectorBytes;
     }

@@ -37,7 +37,7 @@ public:
     const TestImage &Image() const { return _image; }
     const RescueTree &Tree() const { return _tree; }
     const std::vector<OwnedSector> &Sectors() const { return _sectors; }
-    // Places of what is not a file: "boot", "entry", "record", "table", as far as there is one.
+    // Places of what is not a file: "boot", "entry", "record", "table", if there is one.
     const std::map<std::string, uint64_t> &Landmarks() const { return _landmarks; }
 
 private:

@@ -5,7 +5,7 @@
 namespace vx {
 namespace {
 
-// Takes so many hexadecimal digits off the front.
+// Takes that many hexadecimal digits off the front.
 std::optional<uint64_t> TakeDigits(std::string_view *text, size_t count)
 {
     uint64_t value = 0;

@@ -1,10 +1,10 @@
-// Judges what a run has left behind by one rule: what arrived is byte for byte right, or the exit
+// Judges the result of a run by one rule: what arrived is byte for byte right, or the exit
 // status is not 0 and the messages name it; nothing that existed before is changed except by being
 // replaced by a complete file; and no byte comes from anywhere but the file itself or is zero
 // where the disk could be read.
 //
 // The window's engine says nothing, by design, so of it only the bytes are judged, and what it
-// wrote into files that it was told to write is its own.
+// wrote into files that it had to write is its own.
 //
 // A file that is not whole may lie beside its place under a name that the messages give, so that
 // what stands in its place stays.

@@ -33,7 +33,7 @@ protected:
         volume.contents.push_back(MarkedBytes(number, size));
     }
 
-    // A new file each time, as far as the snapshots tell.
+    // A new file each time, by what the snapshots record.
     void Put(FolderSnapshot *snapshot, const std::string &path, const std::string &bytes,
              mode_t kind = S_IFREG)
     {

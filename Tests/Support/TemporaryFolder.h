@@ -2,7 +2,7 @@
 // with everything in it, links not followed, when the object goes.
 // Paths given to the operations are relative to the folder and separated by "/"; folders on the
 // way are made. Every operation that fails throws std::system_error, which fails the test.
-// Threads: may be used on several at a time, as far as they touch different files.
+// Threads: several at a time, if they touch different files.
 #pragma once
 
 #include <string>

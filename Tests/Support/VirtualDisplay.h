@@ -1,4 +1,4 @@
-// A display that nobody sees: an X server of the suite's own on the first free number, so that
+// A display without a screen: an X server of the suite's own on the first free number, so that
 // suites run side by side and on machines without a screen. The server ends with the object, and
 // with the process if that dies. Start it on the main thread, before the first use of the window
 // library.

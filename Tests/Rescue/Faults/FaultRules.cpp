@@ -257,7 +257,7 @@ ssize_t FaultRules::Writable(int file, size_t count)
 
 int FaultRules::ErrorOfPath(const std::string &path) const
 {
-    // A folder may be opened anew through itself.
+    // A folder may be opened again through itself.
     const auto is = [&](const Image &image) {
         return path == image.path || path == image.path + "/.";
     };
