@@ -11,19 +11,19 @@ namespace {
 constexpr int kGarbage = 0xa5;
 constexpr uint64_t kGarbageWord = 0xa5a5a5a5a5a5a5a5;
 
-bool isZero(const VolumeFindData &record)
+bool IsZero(const VolumeFindData &record)
 {
     const auto *bytes = reinterpret_cast<const unsigned char *>(&record);
     return std::all_of(bytes, bytes + sizeof(record), [](unsigned char b) { return b == 0; });
 }
 
-uint64_t joined(uint32_t low, uint32_t high)
+uint64_t Joined(uint32_t low, uint32_t high)
 {
     return static_cast<uint64_t>(high) << 32 | low;
 }
 
 // A 64-bit output in two halves, as the fault would have it.
-void give(uint64_t value, std::optional<Fault> fault, uint32_t *low, uint32_t *high)
+void Give(uint64_t value, std::optional<Fault> fault, uint32_t *low, uint32_t *high)
 {
     if (fault == Fault::kGarbage)
         value = kGarbageWord;
@@ -33,7 +33,7 @@ void give(uint64_t value, std::optional<Fault> fault, uint32_t *low, uint32_t *h
     *high = static_cast<uint32_t>(value >> 32);
 }
 
-uint32_t transferred(uint32_t possible, std::optional<Fault> fault)
+uint32_t Transferred(uint32_t possible, std::optional<Fault> fault)
 {
     return fault == Fault::kShorten ? possible / 2 : possible;
 }
@@ -224,7 +224,7 @@ VolumeHandle ScriptedVolume::FindFirstFile(const char16_t *pattern, VolumeFindDa
     call.operation = VolumeOperation::kFindFirstFile;
     call.path = pattern;
     call.buffer = record;
-    call.recordWasZero = isZero(*record);
+    call.recordWasZero = IsZero(*record);
     std::u16string folder = call.path;
     const std::optional<Fault> fault = Arrive(std::move(call));
 
@@ -246,7 +246,7 @@ bool ScriptedVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
     call.operation = VolumeOperation::kFindNextFile;
     call.handle = search;
     call.buffer = record;
-    call.recordWasZero = isZero(*record);
+    call.recordWasZero = IsZero(*record);
     const std::optional<Fault> fault = Arrive(std::move(call));
     Handle *known = Used(search);
     return known != nullptr && fault != Fault::kFail && Report(*known, record, fault);
@@ -319,7 +319,7 @@ bool ScriptedVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, u
         }
         entry = known->entry;
         start = std::min(known->position, entry->Size());
-        read = transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry->Size() - start)),
+        read = Transferred(static_cast<uint32_t>(std::min<uint64_t>(count, entry->Size() - start)),
                            fault);
         known->position += read;
         *done = fault == Fault::kLie ? read + 1 : read;
@@ -341,7 +341,7 @@ bool ScriptedVolume::WriteFile(VolumeHandle file, const void *buffer, uint32_t c
     Handle *known = Used(file);
     if (known == nullptr || fault == Fault::kFail)
         return false;
-    const uint32_t written = transferred(count, fault);
+    const uint32_t written = Transferred(count, fault);
     known->position += written;
     *done = fault == Fault::kLie ? written + 1 : written;
     return true;
@@ -354,14 +354,14 @@ bool ScriptedVolume::SetFilePosition(VolumeHandle file, uint32_t *low, uint32_t 
     VolumeCall call;
     call.operation = VolumeOperation::kSetFilePosition;
     call.handle = file;
-    call.distance = static_cast<int64_t>(joined(*low, *high));
+    call.distance = static_cast<int64_t>(Joined(*low, *high));
     call.origin = origin;
     const std::optional<Fault> fault = Arrive(std::move(call));
     Handle *known = Used(file);
     if (known == nullptr || fault == Fault::kFail)
         return false;
-    known->position = joined(*low, *high) + (origin == 1 ? known->position : 0);
-    give(known->position, fault, low, high);
+    known->position = Joined(*low, *high) + (origin == 1 ? known->position : 0);
+    Give(known->position, fault, low, high);
     return true;
 }
 
@@ -375,7 +375,7 @@ bool ScriptedVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *h
     Handle *known = Used(file);
     if (known == nullptr || fault == Fault::kFail)
         return false;
-    give(known->entry->SizeOfHandle(), fault, low, high);
+    Give(known->entry->SizeOfHandle(), fault, low, high);
     return true;
 }
 
