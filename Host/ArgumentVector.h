@@ -6,13 +6,23 @@
 
 namespace vx {
 
-// The texts are borrowed, and nobody writes to them.
-inline std::vector<char *> ArgumentVector(const std::string &program,
-                                          const std::vector<std::string> &arguments)
+inline char *ArgumentOf(const char *text)
 {
-    std::vector<char *> vector{const_cast<char *>(program.c_str())};
-    for (const std::string &argument : arguments)
-        vector.push_back(const_cast<char *>(argument.c_str()));
+    return const_cast<char *>(text);
+}
+
+inline char *ArgumentOf(const std::string &text)
+{
+    return ArgumentOf(text.c_str());
+}
+
+// Borrows the texts, std::string or const char *, and leaves them as they are.
+template <typename Text>
+std::vector<char *> ArgumentVector(const std::string &program, const std::vector<Text> &arguments)
+{
+    std::vector<char *> vector{ArgumentOf(program)};
+    for (const Text &argument : arguments)
+        vector.push_back(ArgumentOf(argument));
     vector.push_back(nullptr);
     return vector;
 }

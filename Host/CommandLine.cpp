@@ -1,42 +1,53 @@
 #include "CommandLine.h"
 
+#include "ArgumentReader.h"
+
 #include <cerrno>
 #include <cstdlib>
 
 namespace {
 
-constexpr char kUsage[] =
-    "usage: volume-host [--explorer PATH] [--send CODE] VOLUME [KIND [SECRET]]\n"
-    "       volume-host --help\n";
+constexpr char kPath[] = "a path";
+constexpr char kCode[] = "a command code, a number from 0 to 4294967295";
 
-constexpr char kHelp[] =
-    "usage: volume-host [--explorer PATH] [--send CODE] VOLUME [KIND [SECRET]]\n"
-    "\n"
-    "Starts the volume explorer on VOLUME, waits until it says that it is quitting or\n"
-    "ends, reports in one line which of the two came, and removes what the two\n"
-    "processes used to talk to each other.\n"
-    "\n"
-    "  VOLUME           the volume, as the volume library names it\n"
-    "  KIND             the kind of unlock; none if it is left out\n"
-    "  SECRET           what unlocks it; - asks for it on the terminal, unseen\n"
-    "  --explorer PATH  start this program instead of the explorer beside this one\n"
-    "  --send CODE      send the explorer one message with this command code\n"
-    "  --help           this text\n"
-    "  --               what follows is no option, even if it begins with -\n"
-    "\n"
-    "A secret given on the command line stays in the shell's history; use - instead.\n"
-    "The explorer is handed the secret as an argument, so while it runs, other users of\n"
-    "this machine can see it in the list of processes either way.\n"
-    "\n"
-    "exit status:\n"
-    "  0    the explorer sent its quit notice and ended\n"
-    "  1    the explorer ended without a quit notice\n"
-    "  2    wrong use\n"
-    "  3    the link is taken: another host is running, or its paths are in the way\n"
-    "  4    the explorer could not be started, or there is no terminal to ask on\n"
-    "  5    the explorer sent its quit notice but did not end, and was ended\n"
-    "  6    the message of --send could not be sent\n"
-    "  128+N  interrupted by signal N; the explorer was ended, or never started\n";
+enum OwnOption { kExplorer, kSend };
+const std::vector<vx::OptionName> kOwnOptions = {{"explorer", kPath}, {"send", kCode}};
+
+#define VX_USAGE                                                                                   \
+    "usage: volume-host [--explorer PATH] [--send CODE] VOLUME [--unlock KIND SECRET]\n"
+
+constexpr char kUsage[] = VX_USAGE "Try \"volume-host --help\" for more.\n";
+
+constexpr char kHelp[] = VX_USAGE R"(
+Starts the volume explorer on VOLUME, waits for its quit notice or its end, reports
+in one line which of the two came, and removes the FIFOs of the link.
+
+  VOLUME                what to open: a folder, a device or a disk image
+  --unlock KIND SECRET  how to unlock the volume (default: none, with an empty secret).
+                        A SECRET of "-" is asked for on the terminal, without echo
+  --explorer PATH       start this program instead of the explorer beside this one
+  --send CODE           send the explorer one message with this command code
+  --                    all that follows is VOLUME, even if it begins with "-"
+  --help, --version
+
+"VOLUME KIND SECRET" is accepted too and means "VOLUME --unlock KIND SECRET".
+
+A secret given on the command line stays in the shell's history; use - instead.
+The secret is passed to the explorer as an argument, so while that runs, other users of
+this machine can see it in the list of processes either way.
+
+Exit status
+  0    the explorer sent its quit notice and ended
+  1    the explorer ended without a quit notice
+  2    wrong use, or no secret was given
+  3    the link is taken: another host is running, or its paths are in the way
+  4    the explorer could not be started, or there is no terminal to ask on
+  5    the explorer sent its quit notice but did not end, and was ended
+  6    the message of --send could not be sent
+  128+N  interrupted by signal N; the explorer was ended, or never started
+)";
+
+constexpr char kVersion[] = "volume-host " VX_VERSION "\n";
 
 bool ParseCode(const std::string &text, std::optional<uint32_t> &code)
 {
@@ -52,72 +63,69 @@ bool ParseCode(const std::string &text, std::optional<uint32_t> &code)
 
 class Parser {
 public:
-    explicit Parser(const std::vector<std::string> &arguments) : _arguments(arguments) {}
+    explicit Parser(const std::vector<std::string> &arguments) : _reader(arguments, kOwnOptions) {}
 
     vx::CommandLine Parse()
     {
-        while (_next < _arguments.size() && _line.error.empty())
-            TakeArgument(_arguments[_next++]);
-        if (_line.error.empty() && !_line.options.help)
-            TakePlaces();
+        int found = _reader.Next();
+        for (; found >= Reader::kWord && _line.error.empty(); found = _reader.Next())
+            Take(found);
+        if (_line.error.empty())
+            _line.error = _reader.Error();
+        _line.options.help = found == Reader::kHelp;
+        _line.options.version = found == Reader::kVersion;
+        if (_line.error.empty() && found == Reader::kEnd)
+            TakeWords();
         return _line;
     }
 
 private:
-    void TakeArgument(const std::string &argument)
+    using Reader = vx::ArgumentReader;
+
+    void Take(int found)
     {
-        const bool isOption = argument.size() > 1 && argument[0] == '-' && !_optionsEnded;
-        if (!isOption)
-            _places.push_back(argument);
-        else if (argument == "--")
-            _optionsEnded = true;
-        else if (argument == "--help")
-            _line.options.help = true;
-        else if (argument == "--explorer")
+        if (found == Reader::kWord)
+            _words.push_back(_reader.Value());
+        else if (found == Reader::kOwnOption + kExplorer)
             TakeExplorer();
-        else if (argument == "--send")
-            TakeCode();
-        else
-            _line.error = "unknown option " + argument;
+        else if (!ParseCode(_reader.Value(), _line.options.sendCode))
+            _line.error = std::string("--send needs ") + kCode;
     }
 
     void TakeExplorer()
     {
-        if (_next == _arguments.size() || _arguments[_next].empty())
-            _line.error = "--explorer needs a path";
-        else
-            _line.options.explorer = _arguments[_next++];
+        _line.options.explorer = _reader.Value();
+        if (_reader.Value().empty())
+            _line.error = std::string("--explorer needs ") + kPath;
     }
 
-    void TakeCode()
+    void TakeWords()
     {
-        if (_next == _arguments.size() || !ParseCode(_arguments[_next], _line.options.sendCode))
-            _line.error = "--send needs a command code, a number from 0 to 4294967295";
-        else
-            ++_next;
-    }
-
-    void TakePlaces()
-    {
-        vx::HostOptions &options = _line.options;
-        if (_places.empty())
+        if (_words.empty())
             _line.error = "a volume is missing";
-        else if (_places.size() > 3)
-            _line.error = "there is an argument too many: " + _places[3];
+        else if (_words.size() > 3)
+            _line.error = "there is one argument too many: " + _words[3];
+        else if (_words.size() > 1 && _reader.HasUnlock())
+            _line.error = "the unlock kind was given twice: by --unlock and as " + _words[1];
         else
-            options.volume = _places[0];
-        if (_places.size() > 1)
-            options.kind = _places[1];
-        if (_places.size() > 2)
-            options.askForSecret = _places[2] == "-";
-        if (_places.size() > 2 && !options.askForSecret)
-            options.secret = _places[2];
+            TakeVolume();
     }
 
-    const std::vector<std::string> &_arguments;
-    size_t _next = 0;
-    bool _optionsEnded = false;
-    std::vector<std::string> _places;
+    void TakeVolume()
+    {
+        vx::Unlocking unlocking = _reader.Unlock();
+        if (_words.size() > 1)
+            unlocking.kind = _words[1];
+        if (_words.size() > 2)
+            unlocking.Take(_words[2].c_str());
+        _line.options.volume = _words[0];
+        _line.options.kind = unlocking.kind;
+        _line.options.secret = unlocking.secret;
+        _line.options.askForSecret = unlocking.asksSecret;
+    }
+
+    vx::ArgumentReader _reader;
+    std::vector<std::string> _words;
     vx::CommandLine _line;
 };
 
@@ -138,6 +146,11 @@ const char *UsageText()
 const char *HelpText()
 {
     return kHelp;
+}
+
+const char *VersionText()
+{
+    return kVersion;
 }
 
 }  // namespace vx

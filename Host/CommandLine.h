@@ -1,7 +1,9 @@
 // The command line of volume-host.
 //
-//     volume-host disk.img password -   ->  volume "disk.img", kind "password", secret asked for
-//     volume-host                       ->  error "a volume is missing"
+//     volume-host disk.img --unlock password -   ->  volume "disk.img", kind "password", secret
+//                                                    asked for
+//     volume-host disk.img password -            ->  the same, in an older form
+//     volume-host                                ->  error "a volume is missing"
 #pragma once
 
 #include <cstdint>
@@ -14,11 +16,12 @@ namespace vx {
 struct HostOptions {
     std::string volume;
     std::string kind = "none";
-    std::string secret;
+    std::string secret;  // empty if it is to be asked for
     bool askForSecret = false;
     std::string explorer;  // path of the explorer's program; empty: the one beside this program
     std::optional<uint32_t> sendCode;
     bool help = false;
+    bool version = false;
 };
 
 struct CommandLine {
@@ -26,11 +29,12 @@ struct CommandLine {
     std::string error;  // one line without a line end; empty: the options are good
 };
 
-// arguments: without the program's own name.
+// arguments: without the program's own name. --help and --version win over everything after them.
 CommandLine ParseCommandLine(const std::vector<std::string> &arguments);
 
-// A few lines on how to call the program, and the whole help with the exit statuses.
+// A few lines on how to call the program, the whole help with the exit statuses, and the version.
 const char *UsageText();
 const char *HelpText();
+const char *VersionText();
 
 }  // namespace vx

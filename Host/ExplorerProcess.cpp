@@ -44,7 +44,7 @@ ExplorerProcess::~ExplorerProcess()
     Kill();
 }
 
-int ExplorerProcess::Start(const std::string &program, const std::vector<std::string> &arguments)
+int ExplorerProcess::Start(const std::string &program, const std::vector<const char *> &arguments)
 {
     const SpawnAttributes attributes;
     const std::vector<char *> vector = ArgumentVector(program, arguments);

@@ -18,7 +18,7 @@ public:
     ExplorerProcess &operator=(const ExplorerProcess &) = delete;
 
     // arguments: those after the program's path. Returns 0, or the errno of the failure.
-    int Start(const std::string &program, const std::vector<std::string> &arguments);
+    int Start(const std::string &program, const std::vector<const char *> &arguments);
     // Never blocks. True also if it was never started.
     bool HasEnded();
     // Sends a signal to a child that has not ended.

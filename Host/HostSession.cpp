@@ -1,6 +1,7 @@
 #include "HostSession.h"
 
 #include "CPipeDataWrapper.h"
+#include "ExitStatus.h"
 #include "HostLock.h"
 #include "VolumeCheck.h"
 #include "_MSG_DATA_PACKAGE.h"
@@ -67,33 +68,34 @@ HostSession::HostSession(EventPipe &events, const LinkPaths &paths)
 {
 }
 
-int HostSession::Run(const std::string &program, const HostOptions &options)
+int HostSession::Run(const std::string &program, const OpeningTexts &texts,
+                     std::optional<uint32_t> sendCode)
 {
     const HostLock lock(_paths.read + ".lock");
     const std::string error = lock.IsHeld() ? MakeFifoPair(_paths) : lock.GetError();
     if (!error.empty()) {
         Complain(error);
-        return kLinkTaken;
+        return kExitLinkTaken;
     }
     // Before the connector's thread is there: the check makes a process of this one.
-    if (!CheckVolume(program, options)) {
+    if (!CheckVolume(program, texts)) {
         RemoveFifoPair(_paths);
         Report(InterruptionText(_interruptedBy) + "; the explorer was not started");
-        return kInterruptedBase + _interruptedBy;
+        return kExitSignalBase + _interruptedBy;
     }
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
     _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
                           kWriteFlags);
-    const int status = RunLinked(program, options);
+    const int status = RunLinked(program, texts, sendCode);
     _server->removeConnector(kConnectorName);
     return status;
 }
 
 // False if it was interrupted: whoever did that knows why it came to nothing, and wants no window.
-bool HostSession::CheckVolume(const std::string &program, const HostOptions &options)
+bool HostSession::CheckVolume(const std::string &program, const OpeningTexts &texts)
 {
     std::vector<std::string> warnings;
-    const std::string reason = WhyVolumeStaysShut(program, options, &warnings);
+    const std::string reason = WhyVolumeStaysShut(program, texts, &warnings, &_events);
     if (Await([this] { return _interruptedBy != 0; }, Deadline::clock::now()))
         return false;
     for (const std::string &warning : warnings)
@@ -103,18 +105,20 @@ bool HostSession::CheckVolume(const std::string &program, const HostOptions &opt
     return true;
 }
 
-int HostSession::RunLinked(const std::string &program, const HostOptions &options)
+int HostSession::RunLinked(const std::string &program, const OpeningTexts &texts,
+                           std::optional<uint32_t> sendCode)
 {
-    // The last argument only has to be there.
-    const int error = _explorer.Start(
-        program, {options.volume, options.kind, options.secret, std::to_string(getpid())});
+    // The explorer does not look at its last argument.
+    const std::string own = std::to_string(getpid());
+    const int error =
+        _explorer.Start(program, {texts.volume, texts.kind, texts.secret, own.c_str()});
     if (error != 0) {
         Complain("cannot start " + program + ": " + strerror(error));
-        return kNotStarted;
+        return kExitNotStarted;
     }
-    const bool sent = !options.sendCode || Send(*options.sendCode);
+    const bool sent = !sendCode || Send(*sendCode);
     const int status = AwaitEnd();
-    return sent || status >= kInterruptedBase ? status : static_cast<int>(kNotSent);
+    return sent || status >= kExitSignalBase ? status : static_cast<int>(kExitNotSent);
 }
 
 bool HostSession::Send(uint32_t code)
@@ -144,7 +148,7 @@ int HostSession::AwaitEnd()
     if (_noticed)
         return FinishAfterNotice();
     Report("the explorer ended without a quit notice (" + _explorer.DescribeEnd() + ")");
-    return kEndedWithoutNotice;
+    return kExitNoNotice;
 }
 
 int HostSession::FinishAfterNotice()
@@ -154,10 +158,10 @@ int HostSession::FinishAfterNotice()
     if (_interruptedBy != 0)
         return FinishInterrupted();
     if (_explorer.HasEnded())
-        return kNoticeCame;
+        return kExitSuccess;
     EndExplorer();
     Complain("the explorer did not end after its quit notice and was ended");
-    return kEndedByHost;
+    return kExitEndedByHost;
 }
 
 int HostSession::FinishInterrupted()
@@ -165,7 +169,7 @@ int HostSession::FinishInterrupted()
     const int signal = _interruptedBy;
     EndExplorer();
     Report(InterruptionText(signal) + "; the explorer was ended");
-    return kInterruptedBase + signal;
+    return kExitSignalBase + signal;
 }
 
 // Asks first; another interruption, or no end in time, kills.

@@ -4,40 +4,33 @@
 // Ownership: borrows the events, which a SignalWatch fills. Threads: the main thread.
 #pragma once
 
-#include "CommandLine.h"
 #include "EventPipe.h"
 #include "ExplorerProcess.h"
 #include "FifoPair.h"
+#include "OpeningTexts.h"
 #include "QuitNoticeSink.h"
 #include "libPipeWrapper.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace vx {
-
-enum HostStatus {
-    kNoticeCame = 0,
-    kEndedWithoutNotice = 1,
-    kWrongUse = 2,
-    kLinkTaken = 3,
-    kNotStarted = 4,
-    kEndedByHost = 5,
-    kNotSent = 6,
-    kInterruptedBase = 128,  // plus the signal's number
-};
 
 class HostSession {
 public:
     // paths: the FIFOs as the host uses them.
     HostSession(EventPipe &events, const LinkPaths &paths);
 
-    // Runs the explorer at `program` and returns the exit status. Reports in one line on
-    // standard output which end came, and errors on standard error.
-    int Run(const std::string &program, const HostOptions &options);
+    // Runs the explorer at `program` and returns the exit status. Reports in one line on standard
+    // output how it ended, and errors on standard error. sendCode: of a message to the explorer.
+    int Run(const std::string &program, const OpeningTexts &texts,
+            std::optional<uint32_t> sendCode);
 
 private:
-    bool CheckVolume(const std::string &program, const HostOptions &options);
-    int RunLinked(const std::string &program, const HostOptions &options);
+    bool CheckVolume(const std::string &program, const OpeningTexts &texts);
+    int RunLinked(const std::string &program, const OpeningTexts &texts,
+                  std::optional<uint32_t> sendCode);
     bool Send(uint32_t code);
     int AwaitEnd();
     int FinishAfterNotice();

@@ -1,12 +1,17 @@
 #include "VolumeCheck.h"
 
+#include "EndingSignal.h"
+#include "EventPipe.h"
 #include "IVolume.h"
 #include "OpenFailureText.h"
+#include "OpeningInterruption.h"
 #include "UniqueFd.h"
 
 #include <cerrno>
 #include <csignal>
 #include <dlfcn.h>
+#include <iterator>
+#include <poll.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,30 +29,51 @@ std::string LibraryBeside(const std::string &program)
     return folder + "/libBitLockerWapper.dylib";
 }
 
-// What the process that tries to open the volume tells: why it does not, or, behind this mark,
-// what was noticed when it did.
+// The first byte that the child writes if the volume opened; warnings follow, a line each. What
+// begins otherwise is the reason why it did not open.
 constexpr char kOpened = '\0';
 
-std::string TryToOpen(const std::string &path, const vx::HostOptions &options)
+std::string TryToOpen(void *library, const std::string &path, const vx::OpeningTexts &texts)
 {
-    void *library = dlopen(path.c_str(), RTLD_LAZY);
-    if (!library)
-        return std::string("the volume library does not load: ") + dlerror();
     const auto entry =
         reinterpret_cast<OpenBitlockerDeviceFunction>(dlsym(library, "open_bitlocker_device"));
     if (!entry)
         return "the volume library has no entry \"open_bitlocker_device\": " + path;
     IVolume *volume = nullptr;
-    const int32_t status =
-        entry(options.volume.c_str(), options.kind.c_str(), options.secret.c_str(), &volume);
+    const int32_t status = entry(texts.volume, texts.kind, texts.secret, &volume);
     if (status != 0)
-        return "cannot open " + options.volume + ": " + OpenFailureText(library, status);
+        return std::string("cannot open ") + texts.volume + ": " + OpenFailureText(library, status);
     if (!volume)
         return "the volume library gave no volume";
-    std::string told(1, kOpened);
+    std::string report(1, kOpened);
     for (const std::string &warning : OpenWarnings(library))
-        told += warning + "\n";
-    return told;
+        report += warning + "\n";
+    return report;
+}
+
+std::string LoadAndTryToOpen(const std::string &path, const vx::OpeningTexts &texts)
+{
+    void *library = dlopen(path.c_str(), RTLD_LAZY);
+    if (!library)
+        return std::string("the volume library does not load: ") + dlerror();
+    std::string report;
+    {
+        const vx::OpeningInterruption interruption(library);
+        report = TryToOpen(library, path, texts);
+    }
+    if (vx::OpeningInterruption::Signal() != 0)
+        vx::EndBySignal(vx::OpeningInterruption::Signal());
+    return report;
+}
+
+// In the child. The host's handlers would only record a signal; an ignored one stays ignored.
+void RestoreSignals()
+{
+    for (int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        struct sigaction action;
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            signal(number, SIG_DFL);
+    }
 }
 
 void WriteAll(int descriptor, const std::string &text)
@@ -61,23 +87,46 @@ void WriteAll(int descriptor, const std::string &text)
     }
 }
 
-std::string ReadAll(int descriptor)
+// Returns false once there is nothing more to read.
+bool ReadSome(int descriptor, std::string *text)
+{
+    char buffer[512];
+    const ssize_t count = read(descriptor, buffer, sizeof(buffer));
+    if (count > 0)
+        text->append(buffer, static_cast<size_t>(count));
+    return count > 0 || (count < 0 && errno == EINTR);
+}
+
+// Returns whether the event was a signal that asks the host to end, passed on and put back.
+bool PassSignalOn(vx::EventPipe *events, pid_t process)
+{
+    const int event = events->Await(std::nullopt).value_or(SIGCHLD);
+    if (event == SIGCHLD)
+        return false;
+    kill(process, event);
+    events->Post(event);
+    return true;
+}
+
+// What the child writes until it ends.
+std::string ReadReport(int descriptor, pid_t process, vx::EventPipe *events)
 {
     std::string text;
-    char buffer[512];
+    struct pollfd wanted[] = {{descriptor, POLLIN, 0},
+                              {events == nullptr ? -1 : events->GetDescriptor(), POLLIN, 0}};
     while (true) {
-        const ssize_t count = read(descriptor, buffer, sizeof(buffer));
-        if (count < 0 && errno == EINTR)
+        if (poll(wanted, std::size(wanted), -1) < 0)
             continue;
-        if (count <= 0)
+        if (wanted[0].revents != 0 && !ReadSome(descriptor, &text))
             return text;
-        text.append(buffer, static_cast<size_t>(count));
+        if (wanted[1].revents != 0 && PassSignalOn(events, process))
+            wanted[1] = {-1, 0, 0};
     }
 }
 
-void TakeWarnings(const std::string &told, std::vector<std::string> *warnings)
+void TakeWarnings(const std::string &report, std::vector<std::string> *warnings)
 {
-    std::istringstream lines(told.substr(1));
+    std::istringstream lines(report.substr(1));
     for (std::string line; warnings != nullptr && std::getline(lines, line);)
         warnings->push_back(line);
 }
@@ -97,8 +146,8 @@ bool AwaitEnd(pid_t process)
 
 namespace vx {
 
-std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &options,
-                               std::vector<std::string> *warnings)
+std::string WhyVolumeStaysShut(const std::string &program, const OpeningTexts &texts,
+                               std::vector<std::string> *warnings, EventPipe *events)
 {
     const std::string path = LibraryBeside(program);
     int ends[2];
@@ -110,19 +159,17 @@ std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &op
     if (process < 0)
         return "";
     if (process == 0) {
-        // Ctrl-C ends a try that takes long; the host's own handlers would only take note of it.
-        for (int signalNumber : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
-            signal(signalNumber, SIG_DFL);
-        WriteAll(ends[1], TryToOpen(path, options));
+        RestoreSignals();
+        WriteAll(ends[1], LoadAndTryToOpen(path, texts));
         _exit(0);
     }
     writing.Close();
-    std::string reason = ReadAll(reading.Get());
+    const std::string report = ReadReport(reading.Get(), process, events);
     if (!AwaitEnd(process))
         return "the volume library ended unexpectedly";
-    if (reason.empty() || reason.front() != kOpened)
-        return reason;
-    TakeWarnings(reason, warnings);
+    if (report.empty() || report.front() != kOpened)
+        return report;
+    TakeWarnings(report, warnings);
     return "";
 }
 

@@ -1,22 +1,27 @@
-// Why the explorer will not be able to show a volume. The explorer is silent about that: its
-// window stays empty. So the host tries the volume library first.
+// Why the explorer will not be able to show a volume. The explorer does not report it: its window
+// stays empty. So the host tries the volume library first.
 //
-// The library is the one that the explorer will load. It is called in a process of its own,
-// which takes its memory, its keys and, on a damaged volume, its troubles with it.
-// Threads: the main thread, before others are started. Errors: the result is a sentence for a
-// person, empty if the volume opens. Then there may be warnings: damage that was noticed.
+// The library is the one that the explorer will load. It is called in a child process, which ends
+// with all of its memory and keys, and whose crash on a damaged volume does not end the host.
+// Threads: the main thread, before others are started. Errors: the result is one line for the user,
+// empty if the volume opens. Then there may be warnings: damage that was noticed.
 #pragma once
 
-#include "CommandLine.h"
+#include "OpeningTexts.h"
 
 #include <string>
 #include <vector>
 
 namespace vx {
 
+class EventPipe;
+
 // program: the explorer, inside its bundle; outside of one nothing is tried.
 // warnings: may be null; receives a line each.
-std::string WhyVolumeStaysShut(const std::string &program, const HostOptions &options,
-                               std::vector<std::string> *warnings = nullptr);
+// events: may be null. The first of its signals is passed on to the child, so that the wait ends,
+// and is put back for the caller.
+std::string WhyVolumeStaysShut(const std::string &program, const OpeningTexts &texts,
+                               std::vector<std::string> *warnings = nullptr,
+                               EventPipe *events = nullptr);
 
 }  // namespace vx

@@ -1,11 +1,14 @@
 // volume-host: what the host application is to the explorer, on the command line.
 #include "CommandLine.h"
+#include "ExitStatus.h"
 #include "HostSession.h"
 #include "LinkFifos.h"
 #include "ProgramFolder.h"
 #include "SecretPrompt.h"
 #include "SignalWatch.h"
 #include "StandardDescriptors.h"
+#include "TerminalText.h"
+#include "UniqueFd.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -14,32 +17,37 @@ namespace {
 
 const vx::LinkPaths kPaths = {vx::kExplorerToHost, vx::kHostToExplorer};
 
-// Fills the secret in. Returns 0 or the exit status.
-int AskForSecret(vx::EventPipe &events, vx::HostOptions &options)
+// Returns 0 or the exit status.
+int AskForSecret(vx::EventPipe &events, const std::string &volume, vx::Secret *secret)
 {
     const vx::UniqueFd terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
-    vx::SecretPrompt prompt(terminal.Get(), events);
-    const auto secret = prompt.Ask("Secret for " + options.volume + ": ");
-    if (prompt.InterruptingSignal() != 0)
-        return vx::kInterruptedBase + prompt.InterruptingSignal();
-    if (!secret) {
+    if (!terminal) {
         fputs("volume-host: there is no terminal to ask for the secret on\n", stderr);
-        return vx::kNotStarted;
+        return vx::kExitNotStarted;
     }
-    options.secret = *secret;
-    return 0;
+    vx::SecretPrompt prompt(terminal.Get(), events);
+    const auto answer = prompt.Ask("Secret for " + vx::TerminalText(volume) + ": ", secret);
+    if (answer == vx::SecretPrompt::Answer::kInterrupted)
+        return vx::kExitSignalBase + prompt.InterruptingSignal();
+    if (answer == vx::SecretPrompt::Answer::kGiven)
+        return 0;
+    fprintf(stderr, "volume-host: %s\n", vx::SecretPrompt::RefusalText(answer));
+    return vx::kExitUsage;
 }
 
-int RunHost(const std::string &argv0, vx::HostOptions options)
+int RunHost(const std::string &argv0, const vx::HostOptions &options)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
-    const int status = options.askForSecret ? AskForSecret(events, options) : 0;
+    vx::Secret asked;
+    const int status = options.askForSecret ? AskForSecret(events, options.volume, &asked) : 0;
     if (status != 0)
         return status;
-    if (options.explorer.empty())
-        options.explorer = vx::ProgramFolder(argv0) + "/" VX_EXPLORER;
-    return vx::HostSession(events, kPaths).Run(options.explorer, options);
+    const std::string program =
+        options.explorer.empty() ? vx::ProgramFolder(argv0) + "/" VX_EXPLORER : options.explorer;
+    const vx::OpeningTexts opening = {options.volume.c_str(), options.kind.c_str(),
+                                      options.askForSecret ? asked.Text() : options.secret.c_str()};
+    return vx::HostSession(events, kPaths).Run(program, opening, options.sendCode);
 }
 
 }  // namespace
@@ -47,15 +55,16 @@ int RunHost(const std::string &argv0, vx::HostOptions options)
 int main(int argc, char *argv[])
 {
     if (!vx::HoldStandardDescriptors())
-        return vx::kNotStarted;
+        return vx::kExitNotStarted;
     const vx::CommandLine line = vx::ParseCommandLine({argv + 1, argv + argc});
     if (!line.error.empty()) {
-        fprintf(stderr, "volume-host: %s\n%s", line.error.c_str(), vx::UsageText());
-        return vx::kWrongUse;
+        fprintf(stderr, "volume-host: %s\n%s", vx::TerminalText(line.error).c_str(),
+                vx::UsageText());
+        return vx::kExitUsage;
     }
-    if (line.options.help) {
-        fputs(vx::HelpText(), stdout);
-        return 0;
+    if (line.options.help || line.options.version) {
+        fputs(line.options.help ? vx::HelpText() : vx::VersionText(), stdout);
+        return vx::kExitSuccess;
     }
     return RunHost(argv[0], line.options);
 }

@@ -123,8 +123,7 @@ void ExportCommand::Export(NSArray *selected, const Plan &plan)
     fprintf(stderr, "Exporting %s, %s, to %s\n",
             CountText(static_cast<int64_t>([plan.files count]), "file", "files").c_str(),
             SizeText(plan.bytes).c_str(), TerminalText(_report.destination).c_str());
-    const bool hasKey = _options.unlockKind == "startup-key";
-    const SourceFiles sources(_options.volume, hasKey ? _options.secret : "");
+    const SourceFiles sources(_options.volume, _options.keyFile);
     LocalNames names(_session.Explorer(), _tree.LongestName());
     Arrivals arrivals(_session, _tree, names, sources, _options.verbose);
     // Until here a signal ends the program at once: nothing has been written.

@@ -1,120 +1,84 @@
 #include "Options.h"
 
+#include "ArgumentReader.h"
+
 #include <cstddef>
 
 namespace vx {
 namespace {
 
-// Reads the arguments from the first to the last and remembers what was seen.
+enum OwnOption { kList, kRecursive, kJson, kTo, kVerify, kVerbose, kNoSpaceCheck };
+
+const std::vector<OptionName> kOwnOptions = {
+    {"list", nullptr},           {"recursive", nullptr},
+    {"json", nullptr},           {"to", "the folder to export to"},
+    {"verify", nullptr},         {"verbose", nullptr},
+    {"no-space-check", nullptr},
+};
+
 class Parser {
 public:
     Parser(const std::vector<std::string> &arguments, std::string *error)
-        : _arguments(arguments), _error(*error)
+        : _reader(arguments, kOwnOptions), _error(*error)
     {
     }
 
     std::optional<Options> Run()
     {
-        while (_next < _arguments.size() && !_finished) {
-            if (!TakeArgument(_arguments[_next++]))
+        int found = _reader.Next();
+        for (; found >= ArgumentReader::kWord; found = _reader.Next()) {
+            if (!(found == ArgumentReader::kWord ? TakeWord() : TakeOption(found)))
                 return std::nullopt;
         }
-        if (!_finished && !IsComplete())
+        if (found == ArgumentReader::kError)
+            return Fail(_reader.Error()), std::nullopt;
+        if (found != ArgumentReader::kEnd)
+            _options.action =
+                found == ArgumentReader::kHelp ? Options::Action::kHelp : Options::Action::kVersion;
+        else if (!IsComplete())
             return std::nullopt;
         return _options;
     }
 
 private:
-    bool TakeArgument(const std::string &argument)
-    {
-        if (_optionsEnded || argument.size() < 2 || argument[0] != '-')
-            return TakePath(argument);
-        if (argument == "--") {
-            _optionsEnded = true;
-            return true;
-        }
-        return TakeFlag(argument) || TakeOptionWithValue(argument);
-    }
-
-    bool TakePath(const std::string &argument)
+    bool TakeWord()
     {
         if (_hasVolume) {
-            _options.paths.push_back(argument);
+            _options.paths.push_back(_reader.Value());
             return true;
         }
         _hasVolume = true;
-        _options.volume = argument;
-        return !argument.empty() || Fail("VOLUME is empty");
+        _options.volume = _reader.Value();
+        return !_options.volume.empty() || Fail("VOLUME is empty");
     }
 
-    bool TakeFlag(const std::string &argument)
+    bool TakeOption(int found)
     {
-        if (argument == "--help" || argument == "-h")
-            return Finish(Options::Action::kHelp);
-        if (argument == "--version")
-            return Finish(Options::Action::kVersion);
-        bool *flag = FlagNamed(argument);
-        if (flag == nullptr)
-            return false;
-        *flag = true;
-        return true;
-    }
-
-    bool *FlagNamed(const std::string &argument)
-    {
-        if (argument == "--list")
-            return &_hasList;
-        if (argument == "--recursive")
-            return &_options.recursive;
-        if (argument == "--json")
-            return &_options.json;
-        if (argument == "--verify")
-            return &_options.verify;
-        if (argument == "--verbose")
-            return &_options.verbose;
-        if (argument == "--no-space-check")
-            return &_options.skipsSpaceCheck;
-        return nullptr;
-    }
-
-    bool Finish(Options::Action action)
-    {
-        _options.action = action;
-        _finished = true;
-        return true;
-    }
-
-    bool TakeOptionWithValue(const std::string &argument)
-    {
-        if (argument == "--to")
+        switch (found - ArgumentReader::kOwnOption) {
+        case kList:
+            return _hasList = true;
+        case kRecursive:
+            return _options.recursive = true;
+        case kJson:
+            return _options.json = true;
+        case kVerify:
+            return _options.verify = true;
+        case kVerbose:
+            return _options.verbose = true;
+        case kNoSpaceCheck:
+            return _options.skipsSpaceCheck = true;
+        default:
             return TakeDestination();
-        if (argument == "--unlock")
-            return TakeUnlock();
-        return Fail("unknown option " + argument);
+        }
     }
 
     bool TakeDestination()
     {
         if (_hasDestination)
             return Fail("--to was given twice");
-        if (_next == _arguments.size())
-            return Fail("--to needs the folder to export to");
         _hasDestination = true;
-        _options.destination = _arguments[_next++];
+        _options.destination = _reader.Value();
         return !_options.destination.empty() || Fail("the folder after --to is empty");
-    }
-
-    bool TakeUnlock()
-    {
-        if (_hasUnlock)
-            return Fail("--unlock was given twice");
-        if (_arguments.size() - _next < 2)
-            return Fail("--unlock needs a kind and a secret");
-        _hasUnlock = true;
-        _options.unlockKind = _arguments[_next++];
-        _options.secret = _arguments[_next++];
-        _options.asksSecret = _options.secret == "-";
-        return true;
     }
 
     bool IsComplete()
@@ -132,6 +96,9 @@ private:
         if (_hasList && _options.skipsSpaceCheck)
             return Fail("--no-space-check goes with --to only");
         _options.action = _hasList ? Options::Action::kList : Options::Action::kExport;
+        _options.unlockKind = _reader.Unlock().kind;
+        _options.secret = _reader.Unlock().secret;
+        _options.asksSecret = _reader.Unlock().asksSecret;
         return true;
     }
 
@@ -141,16 +108,12 @@ private:
         return false;
     }
 
-    const std::vector<std::string> &_arguments;
+    ArgumentReader _reader;
     std::string &_error;
     Options _options;
-    size_t _next = 0;
-    bool _finished = false;
-    bool _optionsEnded = false;
     bool _hasVolume = false;
     bool _hasList = false;
     bool _hasDestination = false;
-    bool _hasUnlock = false;
 };
 
 }  // namespace

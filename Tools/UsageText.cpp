@@ -14,10 +14,11 @@ Lists the files of a volume, or exports them: copies them to a folder of this ma
 
   VOLUME                what to open: a folder, a device or a disk image
   PATH                  files or folders of the volume, e.g. /Reports/2019; without any,
-                        everything. The "/" in front may be left out.
+                        everything. The leading "/" may be omitted.
   --unlock KIND SECRET  how to unlock the volume (default: none, with an empty secret).
-                        A SECRET of "-" is asked for on the terminal, or read as one line
-                        from standard input; other users can see one given here.
+                        A SECRET of "-" is asked for on the terminal, without echo, or
+                        read as one line from standard input; other users can see one
+                        given here.
   --                    all that follows is VOLUME and PATHs
 
 Listing
@@ -25,32 +26,32 @@ Listing
                         entries, a file itself. Sizes are rounded on a terminal and in
                         bytes elsewhere. Backslashes and control characters in names are
                         escaped: \\, \n, \x1b, \u202e
-  --recursive           all that lies below, too
+  --recursive           list everything below as well
   --json                one JSON object on each line: path, size in bytes, times in UTC,
                         attributes, whether it can be exported and if not, why
 
 Exporting
-  --to DEST             export to the folder DEST, made if only it is missing. /a/b.txt
-                        becomes DEST/a/b.txt. A file that is there already is replaced when
-                        its new copy is complete; dates and permissions are not kept;
-                        folders without files are not made.
+  --to DEST             export to the folder DEST, which is made if its parent folder
+                        exists. /a/b.txt becomes DEST/a/b.txt. A file that exists already
+                        is replaced when its new copy is complete; dates and permissions
+                        are not kept; folders without files are not made.
   --verify              read everything again afterwards, and compare
-  --verbose             name all that is only counted otherwise: links that were not
+  --verbose             name everything that is only counted otherwise: links that were not
                         followed, files that are packed or in the cloud, every range of a
                         file that could not be read
-  --no-space-check      begin even if not everything has room, and export what fits
-Ctrl-C stops an export after at most 4 MiB more and leaves what is complete; a second one
+  --no-space-check      begin even if there is not enough room, and export what fits
+Ctrl-C stops an export after at most 4 MiB more and keeps the complete files; a second one
 ends the program at once. Progress goes to standard error, the summary to standard output.
 
   --help, --version
 
 Exit status
-  0    all is listed, or all files have arrived
+  0    everything was listed, or all files have arrived
   1    something is missing or damaged; the messages name it
-  2    wrong use, or DEST cannot be used, or has no room
+  2    wrong use, no secret was given, or DEST cannot be used or has not enough room
   3    the volume did not open
-  128+ stopped by a signal, e.g. 130 by Ctrl-C, with files missing, or 141 when nobody
-       read the list to its end
+  128+N  stopped by signal N, e.g. 130 by Ctrl-C, with files missing, or 141 when the
+       reader of the list ended early
 )";
 
 const char kVersionText[] = "volume-export " VX_VERSION "\n";

@@ -26,7 +26,8 @@ public:
     // The three texts go to the volume library. Called once. False: error says in one line what
     // is wrong: the library or its entry is missing, the status that came back and its meaning,
     // or a volume without a readable root.
-    bool Open(const std::string &volume, const std::string &unlockKind, const std::string &secret,
+    // A signal during the opening cancels it; see OpeningInterruption.
+    bool Open(const std::string &volume, const std::string &unlockKind, const char *secret,
               std::string *error);
 
     // What was noticed when it was opened, and did not prevent it; one line each.
@@ -37,6 +38,10 @@ public:
     Z5FileExplorerWapper *Explorer() const { return _explorer; }
 
 private:
+    // Takes what the library has opened, or says why it did not.
+    bool Accept(void *library, const std::string &name, IVolume *opened, int32_t status,
+                std::string *error);
+
     std::vector<std::string> _warnings;
     std::unique_ptr<VolumeReports> _reports;
     std::unique_ptr<ObservedVolume> _volume;

@@ -2,6 +2,7 @@
 
 #import "CBitlockerWrapper.h"
 #include "OpenFailureText.h"
+#include "OpeningInterruption.h"
 #include "TerminalText.h"
 
 #include <dlfcn.h>
@@ -9,67 +10,62 @@
 namespace vx {
 namespace {
 
+struct CloseLibrary {
+    void operator()(void *library) const { dlclose(library); }
+};
+// A handle of the library beside the one of the wrapper, which keeps it loaded until the process
+// ends.
+using Library = std::unique_ptr<void, CloseLibrary>;
+
 // Why the wrapper could not call the entry: the library does not load, or has no such entry.
-std::string ReasonNotCalled(const CBitlockerWrapper &library)
+std::string ReasonNotCalled(const std::string &path)
 {
-    const char *path = [library.libraryPath() UTF8String];
-    if (dlopen(path, RTLD_LAZY) == nullptr) {
+    const Library library(dlopen(path.c_str(), RTLD_LAZY));
+    if (library == nullptr) {
         const char *reason = dlerror();
-        return std::string("the volume library is missing or does not load: ") +
-               TerminalText(std::string(reason != nullptr ? reason : path));
+        return "the volume library is missing or does not load: " +
+               TerminalText(reason != nullptr ? std::string(reason) : path);
     }
-    return "the volume library " + TerminalText(std::string(path)) +
-           " has no entry \"open_bitlocker_device\"";
-}
-
-std::string FailureOf(const CBitlockerWrapper &library, int32_t status)
-{
-    void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
-    std::string text = TerminalText(OpenFailureText(loaded, status));
-    if (loaded != nullptr)
-        dlclose(loaded);
-    return text;
-}
-
-// The library stays loaded without this handle, as long as the process runs.
-std::unique_ptr<VolumeReports> ReportsOf(const CBitlockerWrapper &library, IVolume &volume)
-{
-    void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
-    auto reports = std::make_unique<VolumeReports>(loaded, volume);
-    if (loaded != nullptr)
-        dlclose(loaded);
-    return reports;
+    return "the volume library " + TerminalText(path) + " has no entry \"open_bitlocker_device\"";
 }
 
 // Each begins with the shown name of the volume, which the library's words refer to.
-std::vector<std::string> WarningsOf(const CBitlockerWrapper &library, const std::string &name)
+std::vector<std::string> WarningsOf(void *library, const std::string &name)
 {
-    void *loaded = dlopen([library.libraryPath() UTF8String], RTLD_LAZY | RTLD_NOLOAD);
-    if (loaded == nullptr)
-        return {};
     std::vector<std::string> warnings;
-    for (const std::string &warning : OpenWarnings(loaded))
+    for (const std::string &warning : OpenWarnings(library))
         warnings.push_back(name + ": " + TerminalText(warning));
-    dlclose(loaded);
     return warnings;
 }
 
 }  // namespace
 
 bool VolumeSession::Open(const std::string &volume, const std::string &unlockKind,
-                         const std::string &secret, std::string *error)
+                         const char *secret, std::string *error)
 {
-    CBitlockerWrapper library;
+    CBitlockerWrapper wrapper;
+    const std::string path = [wrapper.libraryPath() UTF8String];
+    const Library library(dlopen(path.c_str(), RTLD_LAZY));
     IVolume *opened = nullptr;
     int32_t status = 0;
-    if (!library.openBitlockerDevice(volume.c_str(), unlockKind.c_str(), secret.c_str(), &opened,
-                                     &status)) {
-        *error = ReasonNotCalled(library);
+    bool isCalled = false;
+    {
+        const OpeningInterruption interruption(library.get());
+        isCalled = wrapper.openBitlockerDevice(volume.c_str(), unlockKind.c_str(), secret, &opened,
+                                               &status);
+    }
+    if (!isCalled) {
+        *error = ReasonNotCalled(path);
         return false;
     }
-    const std::string name = TerminalText(volume);
+    return Accept(library.get(), TerminalText(volume), opened, status, error);
+}
+
+bool VolumeSession::Accept(void *library, const std::string &name, IVolume *opened, int32_t status,
+                           std::string *error)
+{
     if (status != 0) {
-        *error = "cannot open " + name + ": " + FailureOf(library, status);
+        *error = "cannot open " + name + ": " + TerminalText(OpenFailureText(library, status));
         return false;
     }
     if (opened == nullptr) {
@@ -77,7 +73,7 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
         return false;
     }
     _warnings = WarningsOf(library, name);
-    _reports = ReportsOf(library, *opened);
+    _reports = std::make_unique<VolumeReports>(library, *opened);
     _volume = std::make_unique<ObservedVolume>(*opened, *_reports);
     _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];
     if (_explorer == nil)

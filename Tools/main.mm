@@ -5,12 +5,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Destination.h"
+#include "EndingSignal.h"
 #include "ExitStatus.h"
 #import "ExportCommand.h"
 #import "ListCommand.h"
+#include "OpeningInterruption.h"
 #include "Options.h"
 #include "SecretPrompt.h"
 #include "StandardDescriptors.h"
@@ -60,11 +63,27 @@ bool AreAllUtf8(const std::vector<std::string> &arguments)
     return std::all_of(arguments.begin(), arguments.end(), vx::IsUtf8);
 }
 
-bool AskForSecret(Options *options)
+bool AskForSecret(const Options &options, vx::Secret *secret, std::string *error)
 {
-    const std::string question = "Secret (" + vx::TerminalText(options->unlockKind) + ") for " +
-                                 vx::TerminalText(options->volume) + ": ";
-    return !options->asksSecret || vx::AskSecret(question, &options->secret);
+    const std::string question = "Secret (" + vx::TerminalText(options.unlockKind) + ") for " +
+                                 vx::TerminalText(options.volume) + ": ";
+    const auto answer = vx::AskOnStandardInput(question, secret);
+    *error = vx::SecretPrompt::RefusalText(answer);
+    return answer == vx::SecretPrompt::Answer::kGiven;
+}
+
+// Opens the volume and overwrites the secret. Returns the exit status.
+int Open(Options *options, vx::VolumeSession *session, std::string *error)
+{
+    vx::Secret asked;
+    if (options->asksSecret && !AskForSecret(*options, &asked, error))
+        return vx::kExitUsage;
+    const char *secret = options->asksSecret ? asked.Text() : options->secret.c_str();
+    if (options->unlockKind == "startup-key")
+        options->keyFile = secret;
+    const bool isOpen = session->Open(options->volume, options->unlockKind, secret, error);
+    vx::WipeText(&options->secret);
+    return isOpen ? vx::kExitSuccess : vx::kExitNotOpened;
 }
 
 int Run(Options options)
@@ -72,13 +91,13 @@ int Run(Options options)
     std::string error;
     if (!IsDestinationUsable(options, &error))
         return Fail(vx::kExitUsage, error);
-    if (!AskForSecret(&options))
-        return Fail(vx::kExitUsage, "no secret was given");
     vx::VolumeSession session;
-    const bool opened = session.Open(options.volume, options.unlockKind, options.secret, &error);
-    vx::WipeSecret(&options.secret);
-    if (!opened)
-        return Fail(vx::kExitNotOpened, error);
+    const int status = Open(&options, &session, &error);
+    // With nothing written, and the secret overwritten.
+    if (vx::OpeningInterruption::Signal() != 0)
+        vx::EndBySignal(vx::OpeningInterruption::Signal());
+    if (status != vx::kExitSuccess)
+        return Fail(status, error);
     for (const std::string &warning : session.Warnings())
         fprintf(stderr, "volume-export: warning: %s\n", warning.c_str());
     if (options.action == Options::Action::kList)
@@ -96,7 +115,7 @@ int main(int argc, char **argv)
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (!AreAllUtf8(arguments))
         return FailUsage("an argument is not valid UTF-8");
-    const auto options = vx::ParseOptions(arguments, &error);
+    auto options = vx::ParseOptions(arguments, &error);
     if (!options)
         return FailUsage(error);
     if (options->action == Options::Action::kHelp)
@@ -104,6 +123,6 @@ int main(int argc, char **argv)
     if (options->action == Options::Action::kVersion)
         return Print(vx::kVersionText);
     @autoreleasepool {
-        return Run(*options);
+        return Run(std::move(*options));
     }
 }

@@ -134,7 +134,7 @@ class ExplorerProcessTest : public testing::Test {
 protected:
     void Start(const std::string &script)
     {
-        ASSERT_EQ(_process.Start("/bin/sh", {"-c", script}), 0);
+        ASSERT_EQ(_process.Start("/bin/sh", {"-c", script.c_str()}), 0);
     }
     bool AwaitEnd()
     {

@@ -11,14 +11,11 @@ using testing::HasSubstr;
 // Where the explorer lies beside the built volume library; the program itself is not started.
 const std::string kExplorer = VX_RUNTIME_DIR "/FileExplorer.app/FileExplorer";
 
-vx::HostOptions Options(const std::string &volume, const std::string &kind = "none",
-                        const std::string &secret = "")
+// Borrows the volume's path.
+vx::OpeningTexts Options(const std::string &volume, const char *kind = "none",
+                         const char *secret = "")
 {
-    vx::HostOptions options;
-    options.volume = volume;
-    options.kind = kind;
-    options.secret = secret;
-    return options;
+    return {volume.c_str(), kind, secret};
 }
 
 }  // namespace

@@ -16,13 +16,6 @@ constexpr std::chrono::seconds kPlainInterval(5);
 constexpr double kSecondsBeforeEstimate = 1;
 constexpr char kClearLine[] = "\r\x1b[K";
 
-std::string MebibyteText(int64_t bytes)
-{
-    char text[48];
-    snprintf(text, sizeof(text), "%.1f", static_cast<double>(bytes) / (1024 * 1024));
-    return text;
-}
-
 }  // namespace
 
 ProgressLine::ProgressLine(const char *verb, FILE *stream, int64_t total, Clock::time_point start)

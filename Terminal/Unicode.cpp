@@ -20,10 +20,10 @@ bool IsUtf16(std::u16string_view text)
     return true;
 }
 
-bool IsUtf8(const std::string &text)
+bool IsUtf8(std::string_view text)
 {
-    for (std::string_view rest = text; !rest.empty();) {
-        if (TakeCharacter(&rest) == kInvalidCharacter)
+    while (!text.empty()) {
+        if (TakeCharacter(&text) == kInvalidCharacter)
             return false;
     }
     return true;

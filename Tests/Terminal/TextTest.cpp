@@ -1,4 +1,3 @@
-#include "JsonText.h"
 #include "NumberText.h"
 #include "TerminalText.h"
 #include "Unicode.h"
@@ -57,22 +56,6 @@ TEST(ClipFront, WideCharactersCountTwice)
     EXPECT_EQ(ColumnsOf("\u65e5\u672c"), 4u);
     EXPECT_EQ(ColumnsOf("e\u0301"), 1u);
     EXPECT_EQ(ClipFront("\u65e5\u672c\u8a9e", 4), "\u2026\u8a9e");
-}
-
-TEST(JsonText, QuotesBackslashesAndControlCharactersAreEscaped)
-{
-    EXPECT_EQ(JsonText(u"a\"b\\c\n\x01\u0085"), "\"a\\\"b\\\\c\\u000a\\u0001\\u0085\"");
-}
-
-TEST(JsonText, EverythingElseIsUtf8)
-{
-    EXPECT_EQ(JsonText(u"\u00fc\u65e5\U0001f600"), "\"\u00fc\u65e5\U0001f600\"");
-}
-
-TEST(JsonText, ALoneSurrogateIsReplaced)
-{
-    const char16_t lone[] = {0xdbff, 0};
-    EXPECT_EQ(JsonText(std::u16string_view(lone, 1)), "\"\ufffd\"");
 }
 
 TEST(Unicode, OnlyShortestFormsWithoutSurrogatesAreUtf8)

@@ -1,4 +1,4 @@
-// Characters of UTF-16 text, one after the other, as they go into UTF-8, and whether texts are
+// Characters of UTF-16 text, one after the other, and whether texts are
 // valid.
 #pragma once
 
@@ -14,6 +14,6 @@ char32_t NextCharacter(std::u16string_view text, size_t *position);
 bool IsUtf16(std::u16string_view text);
 
 // Whether the bytes are UTF-8 without overlong forms and surrogates.
-bool IsUtf8(const std::string &text);
+bool IsUtf8(std::string_view text);
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-// Numbers for people to read, the same in every locale.
+// Numbers as text for the user, the same in every locale.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +17,9 @@ std::string ExactSizeText(int64_t bytes);
 
 // 1 → "1 file", 2000 → "2,000 files"
 std::string CountText(int64_t count, const char *one, const char *many);
+
+// In MiB, without the unit: 1536 KiB → "1.5"
+std::string MebibyteText(int64_t bytes);
 
 // In MiB per second: 10 MiB in 4 s → "2.5 MiB/s". No time at all counts as a millisecond.
 std::string SpeedText(int64_t bytes, double seconds);

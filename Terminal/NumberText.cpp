@@ -54,6 +54,11 @@ std::string CountText(int64_t count, const char *one, const char *many)
     return GroupedText(count) + " " + (count == 1 ? one : many);
 }
 
+std::string MebibyteText(int64_t bytes)
+{
+    return Formatted("%.1f", static_cast<double>(bytes) / (1024 * 1024));
+}
+
 std::string SpeedText(int64_t bytes, double seconds)
 {
     const double mebibytes = static_cast<double>(bytes) / (1024 * 1024);

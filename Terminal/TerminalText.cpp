@@ -66,24 +66,6 @@ void AppendEscaped(char32_t character, std::string *shown)
     shown->append(escape);
 }
 
-bool Continues(char byte)
-{
-    return (static_cast<unsigned char>(byte) & 0xc0) == 0x80;
-}
-
-// The character of valid UTF-8 that starts at *position, which moves behind it.
-char32_t NextOfUtf8(const std::string &text, size_t *position)
-{
-    const auto lead = static_cast<unsigned char>(text[(*position)++]);
-    char32_t character = lead < 0x80   ? lead
-                         : lead < 0xe0 ? lead & 0x1f
-                         : lead < 0xf0 ? lead & 0xf
-                                       : lead & 7;
-    while (*position < text.size() && Continues(text[*position]))
-        character = character << 6 | (static_cast<unsigned char>(text[(*position)++]) & 0x3f);
-    return character;
-}
-
 }  // namespace
 
 std::string TerminalText(std::u16string_view text)
@@ -116,22 +98,22 @@ std::string TerminalText(const std::string &text)
 size_t ColumnsOf(const std::string &text)
 {
     size_t columns = 0;
-    for (size_t position = 0; position < text.size();)
-        columns += WidthOf(NextOfUtf8(text, &position));
+    for (std::string_view left = text; !left.empty();)
+        columns += WidthOf(TakeCharacter(&left));
     return columns;
 }
 
 std::string ClipFront(const std::string &text, size_t columns)
 {
-    size_t left = ColumnsOf(text);
-    if (left <= columns)
+    size_t width = ColumnsOf(text);
+    if (width <= columns)
         return text;
     if (columns == 0)
         return "";
-    size_t position = 0;
-    while (position < text.size() && left + 1 > columns)
-        left -= WidthOf(NextOfUtf8(text, &position));
-    return "\u2026" + text.substr(position);
+    std::string_view left = text;
+    while (!left.empty() && width + 1 > columns)
+        width -= WidthOf(TakeCharacter(&left));
+    return std::string("\u2026").append(left);
 }
 
 }  // namespace vx

@@ -1,0 +1,135 @@
+#include "ArgumentReader.h"
+
+#include "Secret.h"
+
+namespace vx {
+namespace {
+
+// Codes that no short option has. The common options come first.
+constexpr int kHelpCode = 256;
+constexpr int kVersionCode = 257;
+constexpr int kUnlockCode = 258;
+constexpr int kFirstOwnCode = 259;
+
+// "-": words that are no options are reported in their place. ":": getopt prints no messages.
+constexpr char kShortOptions[] = "-:h";
+constexpr int kWordCode = 1;
+constexpr int kEndCode = -1;
+
+}  // namespace
+
+void Unlocking::Take(const char *word)
+{
+    secret = word;
+    asksSecret = secret == "-";
+    if (asksSecret)
+        secret.clear();
+}
+
+ArgumentReader::ArgumentReader(const std::vector<std::string> &arguments,
+                               const std::vector<OptionName> &options)
+    : _names{{"help", nullptr}, {"version", nullptr}, {"unlock", "a kind and a secret"}}
+{
+    _names.insert(_names.end(), options.begin(), options.end());
+    int code = kHelpCode;
+    for (const OptionName &name : _names)
+        _options.push_back(
+            {name.name, name.value == nullptr ? no_argument : required_argument, nullptr, code++});
+    _options.push_back({});
+    static char program[] = "";
+    _words.push_back(program);
+    // getopt_long asks for words that are not const, and leaves these as they are.
+    for (const std::string &argument : arguments)
+        _words.push_back(const_cast<char *>(argument.c_str()));
+    _words.push_back(nullptr);
+    // Makes GNU's getopt_long begin anew, and BSD's as well.
+    optind = 0;
+}
+
+ArgumentReader::~ArgumentReader()
+{
+    WipeText(&_unlocking.secret);
+}
+
+// The code of the next option or word, whose value is then in _value.
+int ArgumentReader::NextCode()
+{
+    const int count = static_cast<int>(_words.size()) - 1;
+    const int code =
+        _optionsEnded ? kEndCode
+                      : getopt_long(count, _words.data(), kShortOptions, _options.data(), nullptr);
+    if (code != kEndCode) {
+        _value = optarg == nullptr ? "" : optarg;
+        return code;
+    }
+    _optionsEnded = true;
+    if (optind == count)
+        return kEndCode;
+    _value = _words[static_cast<size_t>(optind++)];
+    return kWordCode;
+}
+
+int ArgumentReader::Next()
+{
+    const int code = NextCode();
+    switch (code) {
+    case kEndCode:
+        return kEnd;
+    case kWordCode:
+        return kWord;
+    case 'h':
+    case kHelpCode:
+        return kHelp;
+    case kVersionCode:
+        return kVersion;
+    case kUnlockCode:
+        return TakeUnlock();
+    case ':':
+        return FailWithout(optopt);
+    case '?':
+        return FailUnknown();
+    default:
+        return kOwnOption + code - kFirstOwnCode;
+    }
+}
+
+// The kind is the option's value, the secret the word after it, whatever that looks like.
+int ArgumentReader::TakeUnlock()
+{
+    if (_hasUnlock)
+        return Fail("--unlock was given twice");
+    const char *secret = _words[static_cast<size_t>(optind)];
+    if (secret == nullptr)
+        return FailWithout(kUnlockCode);
+    ++optind;
+    _hasUnlock = true;
+    _unlocking.kind = _value;
+    _unlocking.Take(secret);
+    return Next();
+}
+
+int ArgumentReader::FailWithout(int code)
+{
+    const OptionName &name = _names[static_cast<size_t>(code - kHelpCode)];
+    return Fail("--" + std::string(name.name) + " needs " + name.value);
+}
+
+// Also of an option that takes no value and was given one, and of an ambiguous beginning of one.
+int ArgumentReader::FailUnknown()
+{
+    if (optopt >= kHelpCode)
+        return Fail("--" + std::string(_options[static_cast<size_t>(optopt - kHelpCode)].name) +
+                    " takes no value");
+    if (optopt != 0)
+        return Fail(std::string("unknown option -") + static_cast<char>(optopt));
+    const std::string word = _words[static_cast<size_t>(optind) - 1];
+    return Fail("unknown option " + word.substr(0, word.find('=')));
+}
+
+int ArgumentReader::Fail(const std::string &error)
+{
+    _error = error;
+    return kError;
+}
+
+}  // namespace vx

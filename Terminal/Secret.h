@@ -1,0 +1,40 @@
+// A secret that was typed or read. It lies at one fixed place in memory, which never grows and is
+// kept out of the swap space if the system allows it, and is overwritten when it goes.
+//
+// Threads: one at a time. Units: bytes.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace vx {
+
+class Secret {
+public:
+    // The longest line of a terminal, and the longest path of a key file.
+    static constexpr size_t kMostBytes = 4095;
+
+    Secret();
+    ~Secret();
+    Secret(const Secret &) = delete;
+    Secret &operator=(const Secret &) = delete;
+
+    // False if it is full.
+    bool Append(char byte);
+    void RemoveLast();
+    void Wipe();
+
+    bool IsEmpty() const { return _size == 0; }
+    char Last() const { return _bytes[_size - 1]; }
+    // Ends in a zero byte. Valid until this changes.
+    const char *Text() const { return _bytes; }
+
+private:
+    size_t _size = 0;
+    char _bytes[kMostBytes + 1] = {};
+};
+
+// Overwrites a text in memory and empties it.
+void WipeText(std::string *text);
+
+}  // namespace vx

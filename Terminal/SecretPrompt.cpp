@@ -1,0 +1,153 @@
+#include "SecretPrompt.h"
+
+#include "EndingSignal.h"
+#include "EventPipe.h"
+#include "SignalWatch.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <signal.h>
+#include <sys/select.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+// A terminal without echo and suspension for one scope.
+class SilentTerminal {
+public:
+    explicit SilentTerminal(int terminal) : _terminal(terminal)
+    {
+        struct sigaction ignored = {};
+        ignored.sa_handler = SIG_IGN;
+        sigemptyset(&ignored.sa_mask);
+        sigaction(SIGTSTP, &ignored, &_formerSuspension);
+        tcgetattr(terminal, &_former);
+        termios silent = _former;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        silent.c_cc[VSUSP] = _POSIX_VDISABLE;
+        tcsetattr(terminal, TCSAFLUSH, &silent);
+    }
+    ~SilentTerminal()
+    {
+        tcsetattr(_terminal, TCSAFLUSH, &_former);
+        sigaction(SIGTSTP, &_formerSuspension, nullptr);
+    }
+    SilentTerminal(const SilentTerminal &) = delete;
+    SilentTerminal &operator=(const SilentTerminal &) = delete;
+
+private:
+    const int _terminal;
+    termios _former = {};
+    struct sigaction _formerSuspension = {};
+};
+
+void Show(int terminal, const std::string &text)
+{
+    const ssize_t written = write(terminal, text.data(), text.size());
+    (void)written;
+}
+
+}  // namespace
+
+namespace vx {
+
+SecretPrompt::Answer SecretPrompt::Ask(const std::string &question, Secret *secret)
+{
+    secret->Wipe();
+    const Answer answer = isatty(_input) != 0 ? AskOnTerminal(question, secret) : ReadLine(secret);
+    if (answer != Answer::kGiven)
+        secret->Wipe();
+    return answer;
+}
+
+SecretPrompt::Answer SecretPrompt::AskOnTerminal(const std::string &question, Secret *secret)
+{
+    const SilentTerminal silence(_input);
+    Show(_input, question);
+    const Answer answer = ReadLine(secret);
+    Show(_input, "\n");
+    return answer;
+}
+
+SecretPrompt::Answer SecretPrompt::ReadLine(Secret *secret)
+{
+    bool fits = true;
+    char byte = 0;
+    while (ReadByte(&byte) && byte != '\n')
+        fits = secret->Append(byte) && fits;
+    byte = 0;
+    if (_signal != 0)
+        return Answer::kInterrupted;
+    if (!fits)
+        return Answer::kTooLong;
+    if (!secret->IsEmpty() && secret->Last() == '\r')
+        secret->RemoveLast();
+    return secret->IsEmpty() ? Answer::kNone : Answer::kGiven;
+}
+
+// One at a time, since what follows the line is not ours. False: the input ended, or a signal came.
+bool SecretPrompt::ReadByte(char *byte)
+{
+    while (AwaitInput()) {
+        const ssize_t count = read(_input, byte, 1);
+        if (count >= 0 || (errno != EINTR && errno != EAGAIN))
+            return count == 1;
+    }
+    return false;
+}
+
+// The signal that asks the program to end; 0 if the event was another one.
+int SecretPrompt::NextSignal()
+{
+    const int event = _events.Await(std::nullopt).value_or(SIGTERM);
+    return event == SIGCHLD ? 0 : event;
+}
+
+// False: a signal asked the program to end.
+bool SecretPrompt::AwaitInput()
+{
+    // Not poll, which does not know terminals on macOS.
+    const int events = _events.GetDescriptor();
+    for (;;) {
+        fd_set wanted;
+        FD_ZERO(&wanted);
+        FD_SET(_input, &wanted);
+        FD_SET(events, &wanted);
+        if (select(std::max(_input, events) + 1, &wanted, nullptr, nullptr, nullptr) <= 0)
+            continue;
+        // An earlier child may end meanwhile.
+        if (FD_ISSET(events, &wanted) && (_signal = NextSignal()) != 0)
+            return false;
+        if (FD_ISSET(_input, &wanted))
+            return true;
+    }
+}
+
+const char *SecretPrompt::RefusalText(Answer answer)
+{
+    switch (answer) {
+    case Answer::kGiven:
+        return "";
+    case Answer::kNone:
+        return "no secret was given";
+    case Answer::kTooLong:
+        return "the secret is longer than 4095 bytes";
+    case Answer::kInterrupted:
+        return "interrupted";
+    }
+    return "";
+}
+
+SecretPrompt::Answer AskOnStandardInput(const std::string &question, Secret *secret)
+{
+    EventPipe events;
+    SecretPrompt prompt(STDIN_FILENO, events);
+    const SignalWatch watch(events);
+    const SecretPrompt::Answer answer = prompt.Ask(question, secret);
+    if (answer == SecretPrompt::Answer::kInterrupted)
+        EndBySignal(prompt.InterruptingSignal());
+    return answer;
+}
+
+}  // namespace vx

@@ -1,0 +1,55 @@
+// Asks for a secret on a terminal without echo, or reads it as one line of another input. Bytes
+// after the line are not consumed.
+//
+// The terminal is restored however the question ends: by an answer, the end of input or a signal.
+// It cannot be suspended meanwhile, which would leave the shell without echo.
+//
+// Ownership: borrows the descriptor and the events. Threads: the main thread, with a SignalWatch on
+// the same events.
+#pragma once
+
+#include "Secret.h"
+
+#include <string>
+
+namespace vx {
+
+class EventPipe;
+
+class SecretPrompt {
+public:
+    enum class Answer {
+        kGiven,
+        kNone,         // an empty line, or the end of input
+        kTooLong,      // more than Secret::kMostBytes
+        kInterrupted,  // by InterruptingSignal
+    };
+
+    // input: of a terminal, which shows the question then; or of anything else.
+    SecretPrompt(int input, EventPipe &events) : _input(input), _events(events) {}
+
+    // secret: receives the line without its end, and is empty for any other answer than kGiven.
+    Answer Ask(const std::string &question, Secret *secret);
+    // 0 if no signal interrupted the question.
+    int InterruptingSignal() const { return _signal; }
+
+    // One line for the user: why the answer is no secret.
+    static const char *RefusalText(Answer answer);
+
+private:
+    Answer AskOnTerminal(const std::string &question, Secret *secret);
+    Answer ReadLine(Secret *secret);
+    bool ReadByte(char *byte);
+    bool AwaitInput();
+    int NextSignal();
+
+    const int _input;
+    EventPipe &_events;
+    int _signal = 0;
+};
+
+// Asks on standard input. A signal ends the process as if it were not caught, with the terminal
+// restored and the secret overwritten.
+SecretPrompt::Answer AskOnStandardInput(const std::string &question, Secret *secret);
+
+}  // namespace vx

@@ -1,0 +1,28 @@
+// ask-secret as scripts use it.
+#include "ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// What a shell prints that runs the command with ask-secret as $0.
+std::string ShellOutput(const std::string &command)
+{
+    ChildProcess shell("/bin/sh", {"-c", command, ASK_SECRET});
+    EXPECT_TRUE(shell.AwaitEnd().has_value());
+    return shell.Output();
+}
+
+TEST(AskSecret, TheLineIsPrintedOnceForEachProgram)
+{
+    EXPECT_EQ(ShellOutput("printf ' open sesame\\nrest\\n' | { \"$0\" 'Secret: ' 2; cat; }"),
+              " open sesame\n open sesame\nrest\n");
+}
+
+TEST(AskSecret, WithoutASecretNothingIsPrintedAndTheStatusIs2)
+{
+    EXPECT_EQ(ShellOutput("echo | \"$0\" 'Secret: ' 2; echo $?"),
+              "ask-secret: no secret was given\n2\n");
+}
+
+}  // namespace

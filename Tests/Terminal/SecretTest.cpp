@@ -1,0 +1,66 @@
+#include "Secret.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <new>
+
+namespace vx {
+namespace {
+
+void Fill(Secret *secret, const std::string &text)
+{
+    for (const char byte : text)
+        ASSERT_TRUE(secret->Append(byte));
+}
+
+TEST(Secret, ItHoldsWhatWasAppended)
+{
+    Secret secret;
+    EXPECT_TRUE(secret.IsEmpty());
+    Fill(&secret, "open sesame!");
+    secret.RemoveLast();
+    EXPECT_STREQ(secret.Text(), "open sesame");
+    EXPECT_EQ(secret.Last(), 'e');
+}
+
+TEST(Secret, AFullOneTakesNoMoreAndStillEndsInAZero)
+{
+    Secret secret;
+    Fill(&secret, std::string(Secret::kMostBytes, 'x'));
+    EXPECT_FALSE(secret.Append('y'));
+    EXPECT_EQ(std::string(secret.Text()), std::string(Secret::kMostBytes, 'x'));
+}
+
+TEST(Secret, WhatIsWipedIsEmpty)
+{
+    Secret secret;
+    Fill(&secret, "open sesame");
+    secret.Wipe();
+    EXPECT_TRUE(secret.IsEmpty());
+    EXPECT_STREQ(secret.Text(), "");
+}
+
+TEST(Secret, NothingOfItIsLeftInMemoryWhenItGoes)
+{
+    alignas(Secret) static unsigned char place[sizeof(Secret)];
+    Secret *secret = new (place) Secret;
+    Fill(secret, "open sesame");
+    secret->~Secret();
+    const std::string word = "sesame";
+    EXPECT_EQ(std::search(std::begin(place), std::end(place), word.begin(), word.end()),
+              std::end(place));
+}
+
+TEST(Secret, AWipedTextLeavesNothingInItsPlace)
+{
+    std::string text(100, 'x');
+    const char *place = text.data();
+    WipeText(&text);
+    EXPECT_EQ(text, "");
+    ASSERT_EQ(text.data(), place) << "the string keeps its memory";
+    EXPECT_TRUE(std::all_of(place, place + 100, [](char byte) { return byte == 0; }));
+}
+
+}  // namespace
+}  // namespace vx
