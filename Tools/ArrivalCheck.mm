@@ -5,11 +5,11 @@
 #include "ObstacleText.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
+#include "UniqueFd.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace vx {
 namespace {
@@ -168,12 +168,10 @@ std::string ArrivalCheck::Difference(const Arrival &arrival, FileComparison::Unr
         Advance(arrival.size);
         return "";
     }
-    const int copy = openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    if (copy < 0)
+    const UniqueFd copy(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (!copy)
         return std::string("the copy cannot be read again: ") + strerror(errno);
-    reason = DifferenceFrom(arrival, copy, unread);
-    close(copy);
-    return reason;
+    return DifferenceFrom(arrival, copy.Get(), unread);
 }
 
 std::string ArrivalCheck::DifferenceFrom(const Arrival &arrival, int copy,

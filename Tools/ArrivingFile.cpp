@@ -32,31 +32,31 @@ FILE *ArrivingFile::Create(int folder, const std::string &name, size_t longest,
     _folder = folder;
     _name = name;
     _longest = longest;
-    const int file = CreatePartial();
-    if (file < 0)
+    UniqueFd file = CreatePartial();
+    if (!file)
         return nullptr;
     if (replaced != nullptr)
-        TakeAfter(file, *replaced);
+        TakeAfter(file.Get(), *replaced);
     struct stat made;
-    if (fstat(file, &made) == 0)
+    if (fstat(file.Get(), &made) == 0)
         _identity = IdentityOf(made);
-    FILE *stream = fdopen(file, "w");
-    if (stream == nullptr)
-        close(file);
+    FILE *stream = fdopen(file.Get(), "w");
+    if (stream != nullptr)
+        file.Release();
     return stream;
 }
 
-int ArrivingFile::CreatePartial()
+UniqueFd ArrivingFile::CreatePartial()
 {
     for (unsigned number = 1; number < kMostNumbers; ++number) {
         const std::string partial = PartialName(_name, number, _longest);
-        const int file = CreateLocalFile(_folder, partial.c_str());
-        if (file >= 0)
+        UniqueFd file(CreateLocalFile(_folder, partial.c_str()));
+        if (file)
             _partial = partial;
-        if (file >= 0 || errno != EEXIST)
+        if (file || errno != EEXIST)
             return file;
     }
-    return -1;
+    return UniqueFd();
 }
 
 bool ArrivingFile::MoveTo(const std::string &name)
@@ -72,17 +72,16 @@ bool ArrivingFile::Deliver()
     return MoveTo(_name);
 }
 
-// The name is taken by an empty file first, so that nothing that has it is ever replaced.
+// An empty file takes the name first, so that no other file is ever replaced.
 std::string ArrivingFile::DeliverAsDamaged()
 {
     for (unsigned number = 1; number < kMostNumbers; ++number) {
         std::string name = DamagedName(_name, number, _longest);
-        const int taken = CreateLocalFile(_folder, name.c_str());
-        if (taken < 0 && errno == EEXIST)
+        const UniqueFd taken(CreateLocalFile(_folder, name.c_str()));
+        if (!taken && errno == EEXIST)
             continue;
-        if (taken < 0)
+        if (!taken)
             return "";
-        close(taken);
         if (MoveTo(name))
             return name;
         unlinkat(_folder, name.c_str(), 0);

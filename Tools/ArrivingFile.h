@@ -1,4 +1,4 @@
-// A file on its way: it lies beside its place under a hidden name of its own, ".NAME.partial", and
+// A file that is being written: it lies beside its place under a hidden name, ".NAME.partial", and
 // takes the place only when it is complete. What stood there stays until then.
 //
 // Ownership: removes the partial file when it goes, unless that was delivered. Borrows the folder,
@@ -6,6 +6,7 @@
 #pragma once
 
 #include "LocalFile.h"
+#include "UniqueFd.h"
 
 #include <cstdio>
 #include <string>
@@ -20,8 +21,8 @@ public:
     ArrivingFile(const ArrivingFile &) = delete;
     ArrivingFile &operator=(const ArrivingFile &) = delete;
 
-    // Creates the partial file. folder: an open one. longest: bytes of a name. replaced: what
-    // stands in its place, or null; the new file gets its owner, as far as that is allowed, and its
+    // Creates the partial file. folder: an open one. longest: the most bytes of a name. replaced:
+    // what stands in its place, or null; the new file gets its owner if that is allowed, and its
     // permissions. Null if it could not be created; the caller closes the stream.
     FILE *Create(int folder, const std::string &name, size_t longest, const struct stat *replaced);
 
@@ -32,11 +33,11 @@ public:
     // Removes the partial file, if there is one.
     void Discard();
 
-    // What tells the file apart, wherever it lies.
+    // Stays the same when the file is moved.
     const FileIdentity &Identity() const { return _identity; }
 
 private:
-    int CreatePartial();
+    UniqueFd CreatePartial();
     bool MoveTo(const std::string &name);
 
     int _folder = -1;

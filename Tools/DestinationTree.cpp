@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -15,8 +16,14 @@ namespace {
 constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr size_t kUsualLongestName = 255;
 
-// No error of the system's: a link leads into what is exported.
+// Not an error of the system: a link leads into the exported folder.
 constexpr int kLeadsBack = -1;
+
+UniqueFd LeadingBack()
+{
+    errno = kLeadsBack;
+    return UniqueFd();
+}
 
 std::string ReasonFor(int error)
 {
@@ -39,98 +46,71 @@ DestinationTree::DestinationTree(const std::string &source)
         _source = IdentityOf(found);
 }
 
-DestinationTree::~DestinationTree()
-{
-    Keep(-1, "");
-    if (_root >= 0)
-        close(_root);
-}
-
 bool DestinationTree::Open(const std::string &path)
 {
-    _root = open(path.c_str(), kFolder);
-    return _root >= 0;
+    _root = UniqueFd(open(path.c_str(), kFolder));
+    return bool(_root);
 }
 
 size_t DestinationTree::LongestName() const
 {
-    const long longest = fpathconf(_root, _PC_NAME_MAX);
+    const long longest = fpathconf(_root.Get(), _PC_NAME_MAX);
     return longest > 0 ? static_cast<size_t>(longest) : kUsualLongestName;
-}
-
-void DestinationTree::Keep(int folder, const std::string &path)
-{
-    if (_folder >= 0)
-        close(_folder);
-    _folder = folder;
-    _path = path;
 }
 
 int DestinationTree::Enter(const std::string &path, Missing missing, std::string *reason,
                            int *error)
 {
     if (path.empty())
-        return _root;
-    if (_folder >= 0 && path == _path)
-        return _folder;
+        return _root.Get();
+    if (_folder && path == _path)
+        return _folder.Get();
     // The way down begins at the last folder if that lies on it.
-    const bool isBelow = _folder >= 0 && path.compare(0, _path.size() + 1, _path + "/") == 0;
-    int folder = isBelow ? dup(_folder) : dup(_root);
+    const bool isBelow = _folder && path.compare(0, _path.size() + 1, _path + "/") == 0;
+    UniqueFd folder(dup(isBelow ? _folder.Get() : _root.Get()));
     size_t start = isBelow ? _path.size() + 1 : 0;
-    while (folder >= 0 && start <= path.size()) {
+    while (folder && start <= path.size()) {
         const size_t end = std::min(path.find('/', start), path.size());
-        const int next = EnterBelow(folder, path.substr(start, end - start), missing);
-        const int failure = errno;
-        close(folder);
-        errno = failure;
-        folder = next;
+        folder = EnterBelow(folder, path.substr(start, end - start), missing);
         start = end + 1;
     }
-    if (folder < 0) {
+    if (!folder) {
         *error = errno;
         *reason = ReasonFor(errno);
         return -1;
     }
-    Keep(folder, path);
-    return folder;
+    _folder = std::move(folder);
+    _path = path;
+    return _folder.Get();
 }
 
-int DestinationTree::EnterBelow(int folder, const std::string &name, Missing missing)
+UniqueFd DestinationTree::EnterBelow(const UniqueFd &folder, const std::string &name,
+                                     Missing missing)
 {
-    int entered = openat(folder, name.c_str(), kFolder | O_NOFOLLOW);
-    if (entered < 0 && errno == ENOENT && missing == Missing::kMake &&
-        (mkdirat(folder, name.c_str(), 0777) == 0 || errno == EEXIST))
-        entered = openat(folder, name.c_str(), kFolder | O_NOFOLLOW);
-    if (entered >= 0) {
-        struct stat found;
-        return Checked(entered, fstat(entered, &found) == 0 && IsSource(found));
-    }
-    return errno == ENOTDIR || errno == ELOOP ? FollowLink(folder, name) : -1;
+    UniqueFd entered(openat(folder.Get(), name.c_str(), kFolder | O_NOFOLLOW));
+    if (!entered && errno == ENOENT && missing == Missing::kMake &&
+        (mkdirat(folder.Get(), name.c_str(), 0777) == 0 || errno == EEXIST))
+        entered = UniqueFd(openat(folder.Get(), name.c_str(), kFolder | O_NOFOLLOW));
+    if (!entered)
+        return errno == ENOTDIR || errno == ELOOP ? FollowLink(folder, name) : UniqueFd();
+    struct stat found;
+    const bool leadsBack = fstat(entered.Get(), &found) == 0 && IsSource(found);
+    return leadsBack ? LeadingBack() : std::move(entered);
 }
 
-int DestinationTree::FollowLink(int folder, const std::string &name)
+UniqueFd DestinationTree::FollowLink(const UniqueFd &folder, const std::string &name)
 {
     struct stat found;
-    if (fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
-        return -1;
+    if (fstatat(folder.Get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
+        return UniqueFd();
     if (!S_ISLNK(found.st_mode)) {
         errno = ENOTDIR;
-        return -1;
+        return UniqueFd();
     }
-    const int entered = openat(folder, name.c_str(), kFolder);
-    if (entered < 0 && errno == ENOENT)
+    UniqueFd entered(openat(folder.Get(), name.c_str(), kFolder));
+    if (!entered && errno == ENOENT)
         errno = ELOOP;
-    return entered < 0 ? -1 : Checked(entered, LeadsIntoSource(entered));
-}
-
-// The open folder; -1, with the folder closed, if it leads back.
-int DestinationTree::Checked(int folder, bool leadsBack) const
-{
-    if (!leadsBack)
-        return folder;
-    close(folder);
-    errno = kLeadsBack;
-    return -1;
+    return entered && LeadsIntoSource(entered.Get()) ? LeadingBack() : std::move(entered);
 }
 
 bool DestinationTree::IsSource(const struct stat &folder) const
@@ -142,7 +122,7 @@ bool DestinationTree::IsSource(const struct stat &folder) const
 bool DestinationTree::LeadsIntoSource(int folder) const
 {
     struct stat root;
-    if (!_hasSource || fstat(_root, &root) != 0)
+    if (!_hasSource || fstat(_root.Get(), &root) != 0)
         return false;
     return IsAnyFolderAbove(dup(folder), root,
                             [this](int, const struct stat &found) { return IsSource(found); });

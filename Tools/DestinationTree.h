@@ -1,14 +1,15 @@
-// The folders below the destination of an export. Each is reached from the one above it, name by
-// name, so that a path may be longer than the system takes in one piece.
+// The folders below the destination of an export. Each is opened from its parent folder, name by
+// name, so that a path may be longer than the system accepts in one call.
 //
-// A link in the place of a folder is followed, unless it leads into what is exported. Nothing is
-// entered by way of what is exported itself, unless the destination lies in it.
+// A link in the place of a folder is followed, unless it leads into the exported folder. The
+// exported folder itself is never entered, unless the destination lies in it.
 //
 // Ownership: owns its descriptors. Threads: one at a time.
 // Errors: a reason in words, ready to follow a colon.
 #pragma once
 
 #include "LocalFile.h"
+#include "UniqueFd.h"
 
 #include <string>
 #include <sys/stat.h>
@@ -19,9 +20,6 @@ class DestinationTree {
 public:
     // source: the plain folder that is exported; empty if it is none.
     explicit DestinationTree(const std::string &source);
-    ~DestinationTree();
-    DestinationTree(const DestinationTree &) = delete;
-    DestinationTree &operator=(const DestinationTree &) = delete;
 
     // path: absolute. False: errno.
     bool Open(const std::string &path);
@@ -32,22 +30,20 @@ public:
     int Enter(const std::string &path, Missing missing, std::string *reason, int *error);
 
     // The destination itself.
-    int Root() const { return _root; }
+    int Root() const { return _root.Get(); }
     // Bytes that a name in it may have.
     size_t LongestName() const;
 
 private:
-    int EnterBelow(int folder, const std::string &name, Missing missing);
-    int FollowLink(int folder, const std::string &name);
+    UniqueFd EnterBelow(const UniqueFd &folder, const std::string &name, Missing missing);
+    UniqueFd FollowLink(const UniqueFd &folder, const std::string &name);
     bool IsSource(const struct stat &folder) const;
     bool LeadsIntoSource(int folder) const;
-    int Checked(int folder, bool leadsBack) const;
-    void Keep(int folder, const std::string &path);
 
     FileIdentity _source = {0, 0};
     bool _hasSource = false;
-    int _root = -1;
-    int _folder = -1;  // the one that was entered last, unless that is the root
+    UniqueFd _root;
+    UniqueFd _folder;  // the one that was entered last, unless that is the root
     std::string _path;
 };
 
