@@ -25,6 +25,24 @@ TEST(CommandLineTest, KindAndSecretFollowTheVolume)
     EXPECT_FALSE(line.options.askForSecret);
 }
 
+TEST(CommandLineTest, UnlockNamesTheSameAsTwoMoreWords)
+{
+    const auto line = ParseCommandLine({"--unlock", "password", "open sesame", "disk"});
+    EXPECT_EQ(line.error, "");
+    EXPECT_EQ(line.options.volume, "disk");
+    EXPECT_EQ(line.options.kind, "password");
+    EXPECT_EQ(line.options.secret, "open sesame");
+    EXPECT_TRUE(ParseCommandLine({"disk", "--unlock", "password", "-"}).options.askForSecret);
+    EXPECT_NE(ParseCommandLine({"disk", "none", "--unlock", "password", "-"}).error, "");
+}
+
+TEST(CommandLineTest, VersionNeedsNoVolume)
+{
+    const auto line = ParseCommandLine({"--version", "--nonsense"});
+    EXPECT_EQ(line.error, "");
+    EXPECT_TRUE(line.options.version);
+}
+
 TEST(CommandLineTest, ADashForTheSecretAsksForIt)
 {
     const auto line = ParseCommandLine({"disk", "password", "-"});

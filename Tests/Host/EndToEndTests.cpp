@@ -181,6 +181,29 @@ TEST_F(EndToEndTest, CtrlCWhileTheVolumeIsTriedStartsNoExplorer)
     EXPECT_TRUE(NothingIsThere());
 }
 
+// Kinds of unlock: one that the library gives up when it is asked to, and one that it does not.
+class OpeningTest : public EndToEndTest, public testing::WithParamInterface<const char *> {};
+
+TEST_P(OpeningTest, ASignalToTheHostAloneEndsTheTryAsWell)
+{
+    const vx::TemporaryFolder folder;
+    folder.MakeLink("libBitLockerWapper.dylib", CANCELLABLE_LIBRARY);
+    const std::string explorer = folder.MakeLink("Explorer.app/explorer", FAKE_EXPLORER);
+    ChildProcess host(VOLUME_HOST, {"--explorer", explorer, "wait:" + _file, "--unlock", GetParam(),
+                                    folder.Path()});
+    ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(folder.At("opening")); }));
+    host.Signal(SIGTERM);
+    EXPECT_EQ(host.AwaitEnd(), 128 + SIGTERM);
+    EXPECT_EQ(host.Output(),
+              "volume-host: interrupted by signal 15; the explorer was not started\n");
+    EXPECT_EQ(PipeFolder::Exists(folder.At("cancelled")), GetParam() == std::string("password"));
+    EXPECT_FALSE(PipeFolder::Exists(_file));
+    EXPECT_TRUE(NothingIsThere());
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, OpeningTest, testing::Values("password", "deaf"),
+                         [](const auto &kind) { return std::string(kind.param); });
+
 TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
 {
     ChildProcess first = Host("wait");
@@ -309,6 +332,7 @@ protected:
         setsid();
         const int terminal = open(slave.c_str(), O_RDWR);
         ioctl(terminal, TIOCSCTTY, 0);
+        dup2(terminal, STDERR_FILENO);
         execl(VOLUME_HOST, VOLUME_HOST, "--explorer", FAKE_EXPLORER, mode.c_str(), "password", "-",
               nullptr);
         _exit(127);
@@ -324,6 +348,19 @@ protected:
     Terminal _terminal;
     pid_t _pid = -1;
 };
+
+TEST_F(TerminalTest, AnEmptySecretIsRefusedAndStartsNothing)
+{
+    StartHost();
+    _terminal.AwaitShown("Secret for ");
+    _terminal.Type("\n");
+    EXPECT_EQ(AwaitEnd(), 2);
+    EXPECT_TRUE(_terminal.Echoes());
+    EXPECT_NE(_terminal.AwaitShown("was given").find("volume-host: no secret was given"),
+              std::string::npos);
+    EXPECT_FALSE(PipeFolder::Exists(_file));
+    EXPECT_TRUE(NothingIsThere());
+}
 
 TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
 {

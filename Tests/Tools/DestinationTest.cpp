@@ -119,6 +119,23 @@ TEST_F(Destined, AFileThatTheImagesDescriptorNamesStays)
     EXPECT_EQ(_folder.ReadFile("destination/other.txt"), "the disk itself");
 }
 
+// Given on the command line, or asked for.
+TEST_F(Destined, TheFileOfAStartupKeyStays)
+{
+    const std::string image = _folder.WriteFile("images/disk.E01", "the image");
+    const std::string key = _folder.WriteFile("destination/other.txt", "the key");
+    ToolRun::Settings settings;
+    settings.input = key + "\n";
+    for (const std::string &secret : {key, std::string("-")}) {
+        const Result result = RunWith(
+            kStandIn, {"--to", _destination, image, "--unlock", "startup-key", secret}, settings);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(Holds(result.output,
+                          "  /other.txt: a file that this export reads stands in its place\n"));
+        EXPECT_EQ(_folder.ReadFile("destination/other.txt"), "the key");
+    }
+}
+
 TEST_F(Destined, AFifoIsRefusedAtOnceAndTheOthersArrive)
 {
     _folder.WriteFile("volume/fifo", "1");

@@ -1,0 +1,45 @@
+// A volume library whose opening takes as long as nobody cancels it. The secret is a folder: its
+// FIFO "opening" is opened once the opening runs, and a file "cancelled" is left when it has been
+// cancelled. The kind "deaf" does not react.
+#include "IVolume.h"
+
+#include <atomic>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+constexpr int32_t kCancelled = 9;
+constexpr unsigned kLook = 1000;                   // microseconds
+constexpr unsigned kLongest = 60 * 1000 * 1000;  // the same
+
+std::atomic<bool> g_isCancelled{false};
+
+void Create(const std::string &path)
+{
+    close(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void volume_library_cancel_opening()
+{
+    g_isCancelled = true;
+}
+
+extern "C" __attribute__((visibility("default"))) int32_t
+open_bitlocker_device(const char *, const char *kind, const char *secret, IVolume **volume)
+{
+    *volume = nullptr;
+    const std::string folder = secret;
+    Create(folder + "/opening");
+    const bool isDeaf = strcmp(kind, "deaf") == 0;
+    for (unsigned waited = 0; waited < kLongest && (isDeaf || !g_isCancelled); waited += kLook)
+        usleep(kLook);
+    if (!g_isCancelled)
+        return 1;
+    Create(folder + "/cancelled");
+    return kCancelled;
+}
