@@ -1,5 +1,5 @@
-// ask-secret QUESTION COUNT: asks for a secret as the programs do and prints it COUNT times, a line
-// each, so that a script can hand it to COUNT programs without keeping it.
+// ask-secret NAME QUESTION COUNT: asks for a secret as the programs do and prints it COUNT times, a
+// line each, so that the script NAME can pass it to COUNT programs without keeping it.
 //
 // Exit status: 0; 2 if there is no secret, or it cannot be printed.
 #include "ExitStatus.h"
@@ -19,9 +19,9 @@ bool Print(const vx::Secret &secret)
            write(STDOUT_FILENO, "\n", 1) == 1;
 }
 
-int FailWith(const char *error)
+int FailWith(const char *name, const char *error)
 {
-    fprintf(stderr, "ask-secret: %s\n", error);
+    fprintf(stderr, "%s: %s\n", name, error);
     return vx::kExitUsage;
 }
 
@@ -29,15 +29,15 @@ int FailWith(const char *error)
 
 int main(int argc, char **argv)
 {
-    if (!vx::HoldStandardDescriptors() || argc != 3)
-        return FailWith("usage: ask-secret QUESTION COUNT");
+    if (!vx::HoldStandardDescriptors() || argc != 4)
+        return FailWith("usage", "ask-secret NAME QUESTION COUNT");
     vx::Secret secret;
-    const auto answer = vx::AskOnStandardInput(argv[1], &secret);
+    const auto answer = vx::AskOnStandardInput(argv[2], &secret);
     if (answer != vx::SecretPrompt::Answer::kGiven)
-        return FailWith(vx::SecretPrompt::RefusalText(answer));
-    for (int left = atoi(argv[2]); left > 0; --left) {
+        return FailWith(argv[1], vx::SecretPrompt::RefusalText(answer));
+    for (int left = atoi(argv[3]); left > 0; --left) {
         if (!Print(secret))
-            return FailWith("the secret cannot be printed");
+            return FailWith(argv[1], "the secret cannot be printed");
     }
     return vx::kExitSuccess;
 }

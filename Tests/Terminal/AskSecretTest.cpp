@@ -15,14 +15,14 @@ std::string ShellOutput(const std::string &command)
 
 TEST(AskSecret, TheLineIsPrintedOnceForEachProgram)
 {
-    EXPECT_EQ(ShellOutput("printf ' open sesame\\nrest\\n' | { \"$0\" 'Secret: ' 2; cat; }"),
+    EXPECT_EQ(ShellOutput("printf ' open sesame\\nrest\\n' | { \"$0\" me 'Secret: ' 2; cat; }"),
               " open sesame\n open sesame\nrest\n");
 }
 
 TEST(AskSecret, WithoutASecretNothingIsPrintedAndTheStatusIs2)
 {
-    EXPECT_EQ(ShellOutput("echo | \"$0\" 'Secret: ' 2; echo $?"),
-              "ask-secret: no secret was given\n2\n");
+    EXPECT_EQ(ShellOutput("echo | \"$0\" me 'Secret: ' 2; echo $?"),
+              "me: no secret was given\n2\n");
 }
 
 }  // namespace
