@@ -1,5 +1,7 @@
 #include "ProgramFolder.h"
 
+#include "PathText.h"
+
 #include <cstdlib>
 #include <memory>
 #include <sstream>
@@ -7,11 +9,10 @@
 
 namespace {
 
-std::string FolderOf(const std::string &program)
+std::string RealFolderOf(const std::string &program)
 {
     const std::unique_ptr<char, decltype(&free)> real(realpath(program.c_str(), nullptr), &free);
-    const std::string path = real ? real.get() : "";
-    return path.substr(0, path.rfind('/') == std::string::npos ? 0 : path.rfind('/'));
+    return real ? vx::FolderOf(real.get()) : "";
 }
 
 }  // namespace
@@ -21,13 +22,13 @@ namespace vx {
 std::string ProgramFolder(const std::string &argv0)
 {
     if (argv0.find('/') != std::string::npos)
-        return FolderOf(argv0);
+        return RealFolderOf(argv0);
     const char *path = getenv("PATH");
     std::istringstream folders(path ? path : "");
     for (std::string folder; std::getline(folders, folder, ':');) {
         const std::string program = (folder.empty() ? "." : folder) + "/" + argv0;
         if (access(program.c_str(), X_OK) == 0)
-            return FolderOf(program);
+            return RealFolderOf(program);
     }
     return "";
 }

@@ -5,6 +5,7 @@
 #include "IVolume.h"
 #include "OpenFailureText.h"
 #include "OpeningInterruption.h"
+#include "PathText.h"
 #include "UniqueFd.h"
 
 #include <cerrno>
@@ -24,9 +25,7 @@ std::string LibraryBeside(const std::string &program)
     const size_t bundleEnd = program.rfind(".app/");
     if (bundleEnd == std::string::npos)
         return "";
-    const size_t slash = program.rfind('/', bundleEnd);
-    const std::string folder = slash == std::string::npos ? "." : program.substr(0, slash);
-    return folder + "/libBitLockerWapper.dylib";
+    return vx::FolderOf(program.substr(0, bundleEnd)) + "/libBitLockerWapper.dylib";
 }
 
 // The first byte that the child writes if the volume opened; warnings follow, a line each. What

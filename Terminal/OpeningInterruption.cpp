@@ -1,6 +1,7 @@
 #include "OpeningInterruption.h"
 
 #include "EndingSignal.h"
+#include "VolumeReport.h"
 
 #include <atomic>
 #include <cerrno>
@@ -10,8 +11,7 @@
 namespace vx {
 namespace {
 
-// volume_library_cancel_opening: may be called from a signal handler, at any time.
-using CancelFunction = void (*)();
+using CancelFunction = VolumeLibraryCancelOpeningFunction;
 
 constexpr unsigned kSecondsToReturn = 1;
 

@@ -3,6 +3,7 @@
 #import "CatalogueWalk.h"
 #import "EntryText.h"
 #include "ObstacleText.h"
+#include "PathText.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
 #include "UniqueFd.h"
@@ -19,14 +20,6 @@ constexpr char kSameName[] = "an earlier folder in its place has the same name";
 std::string WithDetail(const std::string &reason, const std::string &detail)
 {
     return detail.empty() ? reason : reason + ": " + detail;
-}
-
-// "a/b" → "b", and "a" in folder
-std::string SplitPath(const std::string &path, std::string *folder)
-{
-    const size_t slash = path.rfind('/');
-    *folder = slash == std::string::npos ? "" : path.substr(0, slash);
-    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
@@ -154,21 +147,20 @@ void ArrivalCheck::NoteName(const Arrival &arrival)
 // Between the copy and what it should be; empty if there is none.
 std::string ArrivalCheck::Difference(const Arrival &arrival, FileComparison::Unread unread)
 {
-    std::string folderPath;
+    const SplitPath path(arrival.path);
     std::string reason;
     int error = 0;
-    const std::string name = SplitPath(arrival.path, &folderPath);
-    const int folder = _tree.Enter(folderPath, DestinationTree::Missing::kFail, &reason, &error);
+    const int folder = _tree.Enter(path.folder, DestinationTree::Missing::kFail, &reason, &error);
     if (folder < 0)
         return reason;
-    reason = ReasonNotThere(folder, name, arrival.size);
+    reason = ReasonNotThere(folder, path.name, arrival.size);
     if (!reason.empty())
         return reason;
     if (!_settings.verifies) {
         Advance(arrival.size);
         return "";
     }
-    const UniqueFd copy(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    const UniqueFd copy(openat(folder, path.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!copy)
         return std::string("the copy cannot be read again: ") + strerror(errno);
     return DifferenceFrom(arrival, copy.Get(), unread);

@@ -4,6 +4,7 @@
 #include "LocalFileOpening.h"
 #include "NumberText.h"
 #include "ObstacleText.h"
+#include "PathText.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 
@@ -86,11 +87,10 @@ bool Arrivals::MakeFolder(Z5FindData *entry)
     _path = _names.PathOf(entry, &_isChanged);
     if (_path.empty())
         return Refuse("its name cannot be written on this machine");
-    const size_t slash = _path.rfind('/');
-    _name = slash == std::string::npos ? _path : _path.substr(slash + 1);
+    const SplitPath path(_path);
+    _name = path.name;
     int error = 0;
-    _folder = _tree.Enter(slash == std::string::npos ? "" : _path.substr(0, slash),
-                          DestinationTree::Missing::kMake, &_reason, &error);
+    _folder = _tree.Enter(path.folder, DestinationTree::Missing::kMake, &_reason, &error);
     if (_folder < 0)
         NoteFull(error);
     return _folder >= 0;

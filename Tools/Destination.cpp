@@ -1,5 +1,6 @@
 #include "Destination.h"
 
+#include "PathText.h"
 #include "TerminalText.h"
 #include "Unicode.h"
 
@@ -12,17 +13,6 @@
 
 namespace vx {
 namespace {
-
-// "a/b/" → "a", "b" → ".", "/b" → "/"
-std::string ParentOf(std::string path)
-{
-    while (path.size() > 1 && path.back() == '/')
-        path.pop_back();
-    const size_t slash = path.rfind('/');
-    if (slash == std::string::npos)
-        return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
 
 bool FailFor(const std::string &what, const std::string &path, std::string *error)
 {
@@ -50,7 +40,7 @@ bool Destination::IsUsable(std::string *error) const
         return IsWritableFolder(_path, found, error);
     if (errno != ENOENT)
         return FailFor("cannot use the destination ", _path, error);
-    const std::string parent = ParentOf(_path);
+    const std::string parent = FolderOf(_path);
     if (stat(parent.c_str(), &found) != 0)
         return FailFor("cannot make the destination in ", parent, error);
     return IsWritableFolder(parent, found, error);

@@ -1,5 +1,7 @@
 #include "SourceFiles.h"
 
+#include "PathText.h"
+
 #include <cctype>
 #include <cstdlib>
 #include <dirent.h>
@@ -32,13 +34,6 @@ std::string ImageOf(const std::string &volume)
     return IsFile(volume) || mark == std::string::npos ? volume : volume.substr(0, mark);
 }
 
-// "/a/disk.E01" → "/a/", "disk.E01" → "./"
-std::string FolderOf(const std::string &path)
-{
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-}
-
 struct NameParts {
     std::string stem;
     std::string extension;  // without its "."
@@ -47,8 +42,7 @@ struct NameParts {
 // "/a/disk.E01" → "disk", "E01"
 NameParts PartsOf(const std::string &path)
 {
-    const size_t slash = path.rfind('/');
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const std::string name = SplitPath(path).name;
     const size_t dot = name.rfind('.');
     if (dot == std::string::npos || dot == 0)
         return {name, ""};
@@ -99,7 +93,7 @@ void SourceFiles::AddParts(const std::string &image)
     const Folder folder(opendir(FolderOf(image).c_str()));
     while (const dirent *entry = folder == nullptr ? nullptr : readdir(folder.get())) {
         if (IsPartOf(parts, PartsOf(entry->d_name)))
-            AddFile(FolderOf(image) + entry->d_name);
+            AddFile(FolderOf(image) + "/" + entry->d_name);
     }
 }
 
@@ -118,7 +112,7 @@ void SourceFiles::AddNamedBy(const std::string &descriptor)
             return;
         const std::string name = text.substr(start + 1, end - start - 1);
         if (!name.empty() && name.find('\n') == std::string::npos)
-            AddFile(name[0] == '/' ? name : FolderOf(descriptor) + name);
+            AddFile(name[0] == '/' ? name : FolderOf(descriptor) + "/" + name);
         start = text.find('"', end + 1);
     }
 }

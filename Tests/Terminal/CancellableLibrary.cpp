@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int32_t kCancelled = 9;
-constexpr unsigned kLook = 1000;                   // microseconds
+constexpr unsigned kLook = 1000;                 // microseconds
 constexpr unsigned kLongest = 60 * 1000 * 1000;  // the same
 
 std::atomic<bool> g_isCancelled{false};

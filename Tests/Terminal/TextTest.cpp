@@ -1,4 +1,5 @@
 #include "NumberText.h"
+#include "PathText.h"
 #include "TerminalText.h"
 #include "Unicode.h"
 
@@ -94,6 +95,29 @@ TEST(NumberText, DurationsHaveHoursOnlyWhenNeeded)
     EXPECT_EQ(DurationText(3700), "1:01:40");
     EXPECT_EQ(DurationText(1e12), "more than 99 hours");
     EXPECT_EQ(DurationText(-1), "0:00");
+}
+
+TEST(NumberText, MebibytesHaveOneDecimal)
+{
+    EXPECT_EQ(MebibyteText(1536 * 1024), "1.5");
+    EXPECT_EQ(MebibyteText(0), "0.0");
+}
+
+TEST(PathText, TheFolderOfAPathIsAFolderToOpen)
+{
+    EXPECT_EQ(FolderOf("/a/b"), "/a");
+    EXPECT_EQ(FolderOf("a/b//"), "a");
+    EXPECT_EQ(FolderOf("/b"), "/");
+    EXPECT_EQ(FolderOf("/"), "/");
+    EXPECT_EQ(FolderOf("b"), ".");
+}
+
+TEST(PathText, ARelativePathIsSplitIntoItsFolderAndItsName)
+{
+    EXPECT_EQ(SplitPath("a/b/c").folder, "a/b");
+    EXPECT_EQ(SplitPath("a/b/c").name, "c");
+    EXPECT_EQ(SplitPath("c").folder, "");
+    EXPECT_EQ(SplitPath("c").name, "c");
 }
 
 }  // namespace
