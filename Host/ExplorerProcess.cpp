@@ -11,7 +11,7 @@ extern char **environ;
 
 namespace {
 
-// A child begins with no signal blocked and SIGPIPE at its default, whatever the host uses.
+// A child starts with no signal blocked and the default for SIGPIPE, whatever the host has.
 class SpawnAttributes {
 public:
     SpawnAttributes()

@@ -1,6 +1,6 @@
 // The explorer as a child process.
 //
-// Ownership: a child that still runs when this goes is killed and reaped.
+// Ownership: kills and reaps a child that still runs when this is destroyed.
 // Threads: the main thread.
 #pragma once
 

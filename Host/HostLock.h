@@ -1,8 +1,8 @@
 // Makes a host the only one on its FIFO paths: an exclusive flock on a file beside them.
 //
-// The kernel gives the lock back however the process ends, so a host that crashed never keeps
-// the next one out. The file is removed while the lock is still held; a host that opened it
-// just before sees that the path now names another file, or none, and starts over.
+// The kernel releases the lock however the process ends, so a host that crashed never blocks the
+// next one. The file is removed while the lock is still held; a host that opened it just before
+// sees that the path now names another file, or none, and starts over.
 // The descriptor is close-on-exec: the explorer does not inherit the lock.
 #pragma once
 

@@ -20,8 +20,8 @@ constexpr char kConnectorName[] = "VolumeHost";
 constexpr int kReadFlags = O_CREAT | O_RDONLY | O_NONBLOCK;
 constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 
-// The explorer sends its notice and ends at once, while the link is looked at once a second:
-// its end is often seen before a notice that has long been sent.
+// The explorer sends its notice and ends at once, while the link is polled once a second: its end
+// is often seen before a notice that was sent long ago.
 constexpr milliseconds kNoticeGrace = 2 * vx::kPollInterval + milliseconds(500);
 constexpr seconds kEndAfterNotice(10);
 constexpr seconds kEndAfterRequest(5);
@@ -77,7 +77,7 @@ int HostSession::Run(const std::string &program, const OpeningTexts &texts,
         Complain(error);
         return kExitLinkTaken;
     }
-    // Before the connector's thread is there: the check makes a process of this one.
+    // Before the connector's thread runs: the check forks this process.
     if (!CheckVolume(program, texts)) {
         RemoveFifoPair(_paths);
         Report(InterruptionText(_interruptedBy) + "; the explorer was not started");
@@ -91,7 +91,7 @@ int HostSession::Run(const std::string &program, const OpeningTexts &texts,
     return status;
 }
 
-// False if it was interrupted: whoever did that knows why it came to nothing, and wants no window.
+// False if a signal came: the user wants no window, and needs no reason.
 bool HostSession::CheckVolume(const std::string &program, const OpeningTexts &texts)
 {
     std::vector<std::string> warnings;
@@ -140,9 +140,9 @@ bool HostSession::Send(uint32_t code)
 
 int HostSession::AwaitEnd()
 {
-    const auto told = [this] { return _noticed || _interruptedBy != 0; };
-    Await([this, told] { return told() || _explorer.HasEnded(); }, std::nullopt);
-    Await(told, After(kNoticeGrace));
+    const auto hasEvent = [this] { return _noticed || _interruptedBy != 0; };
+    Await([this, hasEvent] { return hasEvent() || _explorer.HasEnded(); }, std::nullopt);
+    Await(hasEvent, After(kNoticeGrace));
     if (_interruptedBy != 0)
         return FinishInterrupted();
     if (_noticed)
@@ -172,7 +172,7 @@ int HostSession::FinishInterrupted()
     return kExitSignalBase + signal;
 }
 
-// Asks first; another interruption, or no end in time, kills.
+// Sends SIGTERM first; a second interruption or a timeout kills.
 void HostSession::EndExplorer()
 {
     _interruptedBy = 0;

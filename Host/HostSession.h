@@ -1,5 +1,5 @@
-// One run of the explorer, seen from the host: the link is set up, the explorer started, its
-// end awaited, everything removed.
+// One run of the explorer, seen from the host: sets the link up, starts the explorer, waits for its
+// end, and removes everything.
 //
 // Ownership: borrows the events, which a SignalWatch fills. Threads: the main thread.
 #pragma once

@@ -96,7 +96,8 @@ bool ReadSome(int descriptor, std::string *text)
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-// Returns whether the event was a signal that asks the host to end, passed on and put back.
+// Returns whether the event was a signal that asks the host to end; it is passed on and posted
+// again.
 bool PassSignalOn(vx::EventPipe *events, pid_t process)
 {
     const int event = events->Await(std::nullopt).value_or(SIGCHLD);

@@ -18,8 +18,8 @@ class EventPipe;
 
 // program: the explorer, inside its bundle; outside of one nothing is tried.
 // warnings: may be null; receives a line each.
-// events: may be null. The first of its signals is passed on to the child, so that the wait ends,
-// and is put back for the caller.
+// events: may be null. Its first signal is passed on to the child, so that the wait ends, and is
+// posted again for the caller.
 std::string WhyVolumeStaysShut(const std::string &program, const OpeningTexts &texts,
                                std::vector<std::string> *warnings = nullptr,
                                EventPipe *events = nullptr);

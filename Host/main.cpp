@@ -1,4 +1,4 @@
-// volume-host: what the host application is to the explorer, on the command line.
+// volume-host: the host application of the explorer, on the command line.
 #include "CommandLine.h"
 #include "ExitStatus.h"
 #include "HostSession.h"

@@ -30,7 +30,7 @@ namespace vx {
 EventPipe::EventPipe()
 {
     int ends[2];
-    // The first descriptors that the program asks for: without them it can wait for nothing.
+    // The first descriptors that the program needs: it cannot wait for anything without them.
     if (pipe(ends) == -1)
         abort();
     _out = UniqueFd(ends[0]);

@@ -1,5 +1,5 @@
-// Brings what happens elsewhere to the main thread: signals, the child's end and the quit
-// notice. Signal handlers and the link's reader thread post, the main thread awaits.
+// Brings events of other threads to the main thread: signals, the child's end and the quit notice.
+// Signal handlers and the link's reader thread post, the main thread awaits.
 //
 // Threads: Post from any thread and from signal handlers; the rest from the main thread.
 #pragma once
@@ -22,9 +22,9 @@ public:
 
     // Never blocks. An event that finds thousands unread is dropped.
     void Post(int event);
-    // The next event, or nothing by the deadline; without a deadline it waits for ever.
+    // The next event, or nothing by the deadline; without a deadline it waits indefinitely.
     std::optional<int> Await(std::optional<Deadline> deadline);
-    // For poll(): readable while an event is there.
+    // For poll(): readable while there is an event.
     int GetDescriptor() const { return _out.Get(); }
 
 private:

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kRedrawInterval(100);
 constexpr std::chrono::seconds kPlainInterval(5);
-// Speed and time left say nothing sensible before.
+// Speed and time left are meaningless before.
 constexpr double kSecondsBeforeEstimate = 1;
 constexpr char kClearLine[] = "\r\x1b[K";
 

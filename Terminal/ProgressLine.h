@@ -1,8 +1,7 @@
-// How far a long task is, for a person who watches.
+// The progress of a long task, for the user.
 //
-// On a terminal one line is drawn over and over, at most ten times a second and clipped to the
-// terminal's width. Elsewhere there is a plain line every five seconds.
-// Threads: one at a time.
+// On a terminal one line is redrawn, at most ten times a second and clipped to the terminal's
+// width. Elsewhere a plain line is written every five seconds. Threads: one at a time.
 #pragma once
 
 #include <chrono>
@@ -19,7 +18,7 @@ public:
     // verb: "Copying". stream: borrowed; what is drawn depends on whether it is a terminal.
     // total: in bytes.
     ProgressLine(const char *verb, FILE *stream, int64_t total, Clock::time_point start);
-    // Takes the live line away.
+    // Clears the live line.
     ~ProgressLine();
     ProgressLine(const ProgressLine &) = delete;
     ProgressLine &operator=(const ProgressLine &) = delete;

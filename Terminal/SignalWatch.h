@@ -1,6 +1,6 @@
-// Posts SIGINT, SIGQUIT, SIGTERM, SIGHUP and SIGCHLD to an event pipe for as long as it lives, so
-// that the program can end the explorer and clean up before it goes. SIGPIPE is ignored meanwhile:
-// a report that nobody reads must not end the program half-way.
+// Posts SIGINT, SIGQUIT, SIGTERM, SIGHUP and SIGCHLD to an event pipe while it exists, so that the
+// program can clean up before it ends. SIGPIPE is ignored meanwhile: a closed output must not end
+// the program before it has cleaned up.
 //
 // A signal that was ignored when the program started (nohup) stays ignored.
 // Ownership: borrows the pipe. One at a time in a process. Threads: the main thread.

@@ -32,7 +32,7 @@ bool IsEscaped(char32_t character)
     return character == '\\' || IsIn(kUnsafe, character);
 }
 
-// The blocks that every terminal draws wide or onto the character before.
+// The blocks that every terminal draws wide, or onto the previous character.
 unsigned WidthOf(char32_t character)
 {
     static constexpr Range kNone[] = {{0x300, 0x36f},   {0x483, 0x489},   {0x591, 0x5bd},

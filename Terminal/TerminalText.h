@@ -1,5 +1,5 @@
-// Text of a volume as it may be shown: nothing in it can drive the terminal, end a row or
-// reorder what stands around it.
+// Text of a volume, safe to print: nothing in it can control the terminal, end a row or reorder the
+// text around it.
 #pragma once
 
 #include <cstddef>
@@ -16,11 +16,11 @@ std::string TerminalText(std::u16string_view text);
 // The same for UTF-8 of this machine, with the bytes above 127 as they are.
 std::string TerminalText(const std::string &text);
 
-// The end of a shown text that fits into so many columns of a terminal, with "…" in front if
-// something was left out. "abcdef", 4 → "…def"
+// The end of a shown text that fits into the given columns of a terminal, after "…" if something
+// was left out. "abcdef", 4 → "…def"
 std::string ClipFront(const std::string &text, size_t columns);
 
-// Columns of a terminal: wide characters take two, marks that combine none.
+// Columns on a terminal: wide characters take two, combining marks none.
 size_t ColumnsOf(const std::string &text);
 
 }  // namespace vx

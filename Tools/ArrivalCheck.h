@@ -1,6 +1,6 @@
-// Looks afterwards whether each planned file has arrived: what the arrivals know of it, whether its
-// copy lies where it was put, with the size that it had on the volume, and on request whether both
-// sides hold the same bytes. Of the folders it says which could not be listed, or not whole.
+// Checks afterwards whether each planned file has arrived: what the arrivals recorded, whether its
+// copy is where it was put, with the size that it had on the volume, and on request whether both
+// hold the same bytes. Reports the folders that could not be listed, or not whole.
 //
 // Ownership: borrows all that it is made with. Threads: main.
 #pragma once
@@ -8,6 +8,7 @@
 #import <Foundation/Foundation.h>
 
 #include <string>
+#include <unordered_set>
 
 #include "Arrivals.h"
 #include "DestinationTree.h"
@@ -34,7 +35,7 @@ public:
     // Adds the folders below the entries that could not be listed, or are not whole.
     void CheckFolders();
 
-    // Adds what became of the plan; what the arrivals do not know was not copied.
+    // Adds the result of the plan; what the arrivals did not record was not copied.
     void CheckFiles(NSArray *plan, const std::vector<Arrival> &arrivals);
 
 private:

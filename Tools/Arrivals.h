@@ -1,8 +1,8 @@
-// Puts the files of one export into the destination, and knows of each how it ended.
+// Puts the files of one export into the destination, and records how each ended.
 //
-// A file arrives under a hidden name and takes its place when it is complete; what stood there
-// stays until then. A copy that is not whole replaces nothing: where something stands it is put
-// beside that. Nothing takes the place of a file that this export has put there, or that it reads.
+// A file arrives under a hidden name and takes its place when it is complete; until then the place
+// keeps what it holds. A copy that is not whole replaces nothing: it is put beside a file that is
+// in its place. Files that this export has written, or reads, are never replaced.
 //
 // Ownership: borrows all that it is made with; entries belong to the plan.
 // Threads: the export's worker; the queries once that has ended.
@@ -27,7 +27,7 @@ namespace vx {
 
 struct Arrival {
     enum class State {
-        kArrived,     // whole, as far as the copy noticed
+        kArrived,     // whole; the copy noticed no damage
         kDamaged,     // a copy is there, and not whole
         kFailed,      // there is no copy
         kUnopened,    // the volume did not open it; the obstacle says why, if it is known
@@ -62,7 +62,7 @@ public:
     FILE *Open(Z5FindData *entry);
     void End(Z5FindData *entry, const ExportOutcome &outcome);
 
-    // Whether there is no point in going on: the destination is full, or the volume's disk is gone.
+    // Whether the export cannot go on: the destination is full, or the volume's disk is gone.
     bool MustStop();
 
     Stop StoppedBy() const { return _stop; }

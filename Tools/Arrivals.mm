@@ -49,7 +49,7 @@ const char *ReasonSkipped(ExportEnd end)
 {
     switch (end) {
     case ExportEnd::kNoPath:
-        return "its name is no valid text";
+        return "its name is not valid text";
     case ExportEnd::kLeavesDestination:
         return "its path would lead out of the destination";
     default:
@@ -57,7 +57,7 @@ const char *ReasonSkipped(ExportEnd end)
     }
 }
 
-// The reason, with what may explain it.
+// The reason, with a possible explanation.
 std::string Explained(const std::string &reason, Z5FindData *entry)
 {
     NSCharacterSet *separators = [NSCharacterSet characterSetWithCharactersInString:@"\\/"];
@@ -110,7 +110,7 @@ FILE *Arrivals::Open(Z5FindData *)
     return file;
 }
 
-// Whether the place is free, or held by what may be replaced.
+// Whether the place is free, or holds a file that may be replaced.
 bool Arrivals::IsFree()
 {
     _replaces = false;
@@ -145,7 +145,7 @@ bool Arrivals::MayReplace(const struct stat &found)
 void Arrivals::End(Z5FindData *entry, const ExportOutcome &outcome)
 {
     AssertWorkerThread();
-    // A disk that is gone opens nothing: the entry is one of those that the export did not come to.
+    // A disk that is gone opens nothing: the export did not reach this entry.
     if (outcome.end == ExportEnd::kNotOpened && MustStop())
         return;
     Arrival arrival;
@@ -228,7 +228,7 @@ void Arrivals::Deliver(Arrival *arrival)
     _placed.Add(_file.Identity(), _path, _all.size());
 }
 
-// Of a disk that is gone nothing is kept that is not whole.
+// From a disk that is gone, only whole files are kept.
 void Arrivals::DeliverDamaged(Arrival *arrival)
 {
     if (MustStop()) {
@@ -251,7 +251,7 @@ void Arrivals::DeliverDamaged(Arrival *arrival)
     }
     if (!isFree)
         arrival->reason +=
-            "; what stood in its place stays, and the copy is beside it: " + TerminalText(name);
+            "; the file in its place was kept, and the copy is beside it: " + TerminalText(name);
     arrival->state = Arrival::State::kDamaged;
     arrival->path = _path.substr(0, _path.size() - _name.size()) + name;
     arrival->isChanged = _isChanged;

@@ -15,7 +15,7 @@ public:
         _isComplete = true;
         _changed.NotifyAll();
     }
-    // Returns once Complete was called; at once if it was called before.
+    // Returns when Complete has been called; at once if it was called before.
     void Wait()
     {
         const MutexLock lock(_mutex);

@@ -17,8 +17,8 @@ public:
     // Whether the destination exists and is the very folder at the given path.
     bool IsFolder(const std::string &path) const;
 
-    // Makes the folder if it is missing and resolves its path. made tells which. False: error says
-    // why in one line, and nothing was made.
+    // Makes the folder if it is missing and resolves its path. made: whether it was. False: error
+    // says why in one line, and nothing was made.
     bool Prepare(bool *made, std::string *error);
 
     // As given, and absolute without links after Prepare; no "/" at the end, the root aside.

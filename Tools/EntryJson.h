@@ -1,5 +1,5 @@
-// An entry of a volume as one JSON object. The names of its keys and of the reasons, kinds and
-// attributes in it are what programs rely on; docs/volumes.md lists them.
+// An entry of a volume as one JSON object. Programs rely on the names of its keys and of the
+// reasons, kinds and attributes in it; docs/volumes.md lists them.
 #pragma once
 
 #include "FolderRecords.h"
@@ -26,7 +26,7 @@ const char *TypeName(const FolderRecord &record);
 // One line without its end.
 std::string EntryJson(const ListedEntry &entry);
 
-// The same for a folder that was asked for and not listed whole.
+// The same for a folder that was named and not listed whole.
 std::string ListingJson(const std::u16string &path, const VolumeListingReport &report);
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-// Paths and names of catalogue entries in the forms that the tool needs.
+// Paths and names of catalogue entries in the forms that the program needs.
 #pragma once
 
 #import <Foundation/Foundation.h>

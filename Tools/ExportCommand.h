@@ -1,4 +1,4 @@
-// Exports files and folders of a volume to a folder of this machine and tells what arrived.
+// Exports files and folders of a volume to a folder of this machine and reports what arrived.
 //
 // Progress goes to standard error, the summary to standard output. Threads: main.
 #pragma once

@@ -126,7 +126,7 @@ void ExportCommand::Export(NSArray *selected, const Plan &plan)
     const SourceFiles sources(_options.volume, _options.keyFile);
     LocalNames names(_session.Explorer(), _tree.LongestName());
     Arrivals arrivals(_session, _tree, names, sources, _options.verbose);
-    // Until here a signal ends the program at once: nothing has been written.
+    // Before this a signal ends the program at once: nothing has been written.
     const StopRequest stops;
     if (plan.engine != nil)
         Copy(plan, &arrivals);
@@ -142,7 +142,7 @@ void ExportCommand::Copy(const Plan &plan, Arrivals *arrivals)
         [[[ExportProgressDelegate alloc] initWithArrivals:arrivals line:&line] autorelease];
     NSString *folder = [NSString stringWithUTF8String:_destination.Path().c_str()];
     if (![plan.engine copyTo:folder withDelegate:sink])
-        return;  // all will be found missing
+        return;  // the check will find everything missing
     [sink waitForWorker];
     _report.copySeconds = SecondsSince(start);
     if (arrivals->StoppedBy() != Arrivals::Stop::kNone)
@@ -157,7 +157,7 @@ void ExportCommand::Check(const Plan &plan, NSArray *selected, const Arrivals &a
 {
     const bool wasStopped = _report.stop != ExportReport::Stop::kNone;
     ArrivalCheck::Settings settings;
-    // Who stops an export does not wait for a comparison, and a disk that is gone has none.
+    // After a stop the user does not wait for a comparison, and a disk that is gone allows none.
     settings.verifies = _options.verify && !wasStopped;
     settings.mayBeStopped = !wasStopped;
 

@@ -1,5 +1,5 @@
 // The sink of an export on the command line: follows the planned files, draws the progress, passes
-// on a request to stop, and has the files placed by the arrivals.
+// on a request to stop, and lets the arrivals place the files.
 //
 // Ownership: borrows the arrivals and the line, which must outlive the export.
 // Threads: the sink's operations on the worker thread; the queries once the worker has ended.

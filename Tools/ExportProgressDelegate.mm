@@ -101,7 +101,7 @@
 - (void)show
 {
     const auto now = vx::ProgressLine::Clock::now();
-    // Paths are not made for lines that nobody sees.
+    // Making a path costs more than a line that is not due.
     if (_line->IsDue(now))
         _line->Show(AddSizes(_doneBytes, _fileBytes), vx::ShownPathOf(_current), now);
 }

@@ -9,7 +9,7 @@
 namespace vx {
 namespace {
 
-// Names of copies that are shown without being asked for.
+// Names of copies that are shown without --verbose.
 constexpr size_t kFewRenamed = 20;
 
 int64_t CountOf(size_t count)
@@ -27,7 +27,7 @@ void PrintArrived(const ExportReport &report, FILE *stream)
     fprintf(stream, "Exported %s, %s, to %s in %.1f s", FilesText(report.arrivedFiles).c_str(),
             ExactSizeText(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str(),
             report.copySeconds);
-    // The speed of an instant says nothing.
+    // A shorter time gives no meaningful speed.
     if (report.copySeconds >= 0.1)
         fprintf(stream, " (%s)", SpeedText(report.arrivedBytes, report.copySeconds).c_str());
     fprintf(stream, ".\n");
@@ -39,15 +39,15 @@ const char *TextOfStop(ExportReport::Stop stop)
 {
     switch (stop) {
     case ExportReport::Stop::kDiskFull:
-        return "Stopped, since the disk is full; what is complete stays.\n";
+        return "Stopped, since the disk is full; complete files were kept.\n";
     case ExportReport::Stop::kDiskGone:
-        return "Stopped, since the disk is gone; what had arrived stays.\n";
+        return "Stopped, since the disk is gone; what had arrived was kept.\n";
     default:
-        return "Stopped before the end; what is complete stays.\n";
+        return "Stopped before the end; complete files were kept.\n";
     }
 }
 
-// Follows the count of what is named only by --verbose.
+// Follows a count of entries that only --verbose names.
 const char *EndOfCount(size_t count, bool verbose)
 {
     if (verbose)
@@ -73,7 +73,7 @@ void PrintStopped(const ExportReport &report, bool verbose, FILE *stream)
     if (report.stop == ExportReport::Stop::kNone)
         return;
     fputs(TextOfStop(report.stop), stream);
-    // Nobody can look at the disk again to see what it had.
+    // The disk cannot be listed again for a comparison.
     PrintCountedFiles("Arrived", report.arrived, true, stream);
     for (const ExportReport::Failure &unfinished : report.unfinished)
         fprintf(stream, "Not kept, since it is incomplete: %s: %s\n", unfinished.path.c_str(),

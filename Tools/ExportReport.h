@@ -1,4 +1,4 @@
-// What came of an export, and how it is reported. Threads: one at a time.
+// The result of an export, and its report. Threads: one at a time.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ struct ExportReport {
         std::string path;  // on the volume, as it may be shown
         std::string copy;  // relative to the destination, as it may be shown
     };
-    // Of what is counted in one line: why, and whether folders are meant.
+    // What is counted in one line: the reason, and whether they are folders.
     using Kind = std::pair<VolumeObstacle, bool>;
 
     enum class Stop { kNone, kSignal, kDiskFull, kDiskGone };
@@ -38,15 +38,15 @@ struct ExportReport {
     std::vector<std::string> links;                    // not followed, as they may be shown
     std::vector<Renamed> renamed;                      // arrived under another name
     Stop stop = Stop::kNone;
-    std::vector<std::string> arrived;     // named where the disk went away, as shown
+    std::vector<std::string> arrived;     // named if the disk went away, as shown
     std::vector<Failure> unfinished;      // what was being copied when it stopped: one or none
-    std::vector<std::string> notCopied;   // that the stopped export did not come to, as shown
-    std::vector<std::string> notChecked;  // that a stopped check did not come to, as shown
+    std::vector<std::string> notCopied;   // not reached by the stopped export, as shown
+    std::vector<std::string> notChecked;  // not reached by a stopped check, as shown
 
     bool IsComplete() const;
 };
 
-// verbose: names all that is only counted otherwise.
+// verbose: names everything that is only counted otherwise.
 void PrintReport(const ExportReport &report, bool verbose, FILE *stream);
 
 }  // namespace vx

@@ -1,5 +1,5 @@
-// Waits for the end of the export's worker thread, which the engine does not announce: the
-// thread is named by its first question to the sink, and Foundation tells when it exits.
+// Waits for the end of the export's worker thread, which the engine does not announce: the thread
+// is known from its first call of the sink, and Foundation posts a notification when it exits.
 //
 // Made before the export starts, released after wait has returned.
 #pragma once
@@ -15,7 +15,7 @@ class Completion;
     NSThread *_worker;
 }
 
-// On the worker thread, as often as it likes.
+// On the worker thread; may be repeated.
 - (void)noteWorker;
 
 // Returns when the worker thread has done its last work.

@@ -1,6 +1,6 @@
-// Reads a file of the volume and its copy once more, piece by piece, and compares.
+// Reads a file of the volume and its copy again, piece by piece, and compares them.
 //
-// Ownership: owns its two buffers, which serve for any number of files. Threads: one at a time.
+// Ownership: owns its two buffers, which are used for all files. Threads: one at a time.
 #pragma once
 
 #import <Foundation/Foundation.h>

@@ -7,9 +7,6 @@
 namespace vx {
 namespace {
 
-// Microsoft Learn, "File Attribute Constants": FILE_ATTRIBUTE_REPARSE_POINT
-constexpr uint32_t kAttributeReparsePoint = 0x400;
-
 // The longest path of Windows file systems, in UTF-16 units (Microsoft Learn, "Maximum Path
 // Length Limitation"). A folder beyond it exists only on a volume whose folders never end.
 constexpr size_t kLongestPath = 32767;

@@ -1,4 +1,4 @@
-// What a volume reports of a folder, in full: the catalogue keeps only what the window shows.
+// What a volume reports about a folder, in full; the catalogue keeps only what the window shows.
 #pragma once
 
 #include "VolumeReports.h"
@@ -9,19 +9,22 @@
 
 namespace vx {
 
+// Microsoft Learn, "File Attribute Constants": FILE_ATTRIBUTE_REPARSE_POINT
+constexpr uint32_t kAttributeReparsePoint = 0x400;
+
 struct FolderRecord {
     std::u16string name;
     uint32_t attributes = 0;
-    uint32_t reparseTag = 0;  // 0 without a reparse point, and where the volume does not tell
+    uint32_t reparseTag = 0;  // 0 without a reparse point, and if the volume does not report it
     uint64_t created = 0;     // the three times: 100 ns since 1601-01-01 00:00 UTC; 0 for none
     uint64_t accessed = 0;
     uint64_t modified = 0;
     int64_t size = 0;  // in bytes
 
     bool IsFolder() const;
-    // Whether it leads elsewhere; other reparse points stand for data of their own.
+    // Whether it leads elsewhere; other reparse points have data.
     bool IsLink() const;
-    // Whether the name is "." or "..": nothing is missed when such a folder is not entered.
+    // Whether the name is "." or "..": such a folder need not be entered.
     bool IsSelfOrParent() const;
 };
 

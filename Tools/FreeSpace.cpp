@@ -10,7 +10,7 @@ void RoomCount::Add(int64_t size, int64_t replaced)
     const int64_t block = static_cast<int64_t>(_blockSize);
     const int64_t bytes = std::max<int64_t>(size, 0);
     int64_t rounded = 0;
-    // Sizes beyond any disk are taken for the largest number that there is.
+    // Sizes beyond any disk count as the largest number.
     if (__builtin_add_overflow(bytes, block - 1, &rounded) ||
         __builtin_add_overflow(_taken, rounded / block * block, &_taken)) {
         _taken = INT64_MAX;

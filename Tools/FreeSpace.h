@@ -1,22 +1,21 @@
-// Whether what is exported has room on the disk of the destination.
+// Whether the disk of the destination has room for an export.
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 namespace vx {
 
-// How much the disk has to take while files arrive one after the other. A file takes whole blocks,
-// and what it replaces is given back only when it is complete.
+// How much the disk needs while files arrive one after the other. A file takes whole blocks, and
+// the blocks of the file that it replaces are freed only when it is complete.
 class RoomCount {
 public:
     // blockSize: of the destination's disk, in bytes.
     explicit RoomCount(uint64_t blockSize) : _blockSize(blockSize) {}
 
-    // size: of the file that arrives, replaced: what the disk gives back then, both in bytes.
+    // size: of the file that arrives; replaced: what is freed then; both in bytes.
     void Add(int64_t size, int64_t replaced);
 
-    // The most that is taken at any time, in bytes.
+    // The most that is needed at any time, in bytes.
     uint64_t Peak() const { return _peak; }
 
 private:

@@ -1,9 +1,9 @@
-// Lists folders and files of a volume: rows for people, or JSON objects for programs.
+// Lists folders and files of a volume: rows for users, or JSON objects for programs.
 //
 // A row is type, size, date and path, in columns of fixed width without tabs. type is "file",
 // "folder" or "link"; a link's size and date are those of what it leads to, if that is on the
-// volume. EntryJson.h has the objects. Rows go to standard output as they are found, what is wrong
-// to standard error. Nothing more is read once nobody reads the rows.
+// volume. EntryJson.h has the objects. Rows go to standard output as they are found, errors to
+// standard error. Reading stops when the reader of the rows ends.
 // Folders are read from the volume anew, not from the catalogue, which does not keep all of a
 // record; what was printed is not kept.
 // Threads: main.

@@ -73,7 +73,7 @@ int ListCommand::Run()
     errno = 0;
     fflush(stdout);
     NoteOutput();
-    // Whoever read the rows has seen enough.
+    // The reader of the rows ended early.
     if (_outputError == EPIPE)
         return kExitSignalBase + SIGPIPE;
     if (IsOutputLost())
@@ -132,8 +132,8 @@ void ListCommand::ListFolder(const std::u16string &path)
     NoteListing(folder->report, path);
 }
 
-// The folders that hold the one being printed wait on a stack of ours: a volume may nest them
-// deeper than the thread's stack goes.
+// The parent folders wait on a stack on the heap: a volume may nest folders deeper than the
+// thread's stack allows.
 void ListCommand::ListEntries(std::vector<FolderRecord> records)
 {
     _levels.clear();
@@ -177,7 +177,7 @@ void ListCommand::ListEntry(const FolderRecord &record)
     }
 }
 
-// As the catalogue has it: what it does not enter is not exported either.
+// As in the catalogue: what that does not enter is not exported either.
 bool ListCommand::IsEntered(const FolderRecord &record) const
 {
     return !record.name.empty() && IsUtf16(record.name);

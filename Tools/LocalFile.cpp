@@ -17,9 +17,9 @@ std::string ReasonNotThere(int folder, const std::string &name, int64_t size)
 {
     struct stat found;
     if (fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
-        return std::string("its copy is not in its place any more: ") + strerror(errno);
+        return std::string("its copy is no longer in its place: ") + strerror(errno);
     if (!S_ISREG(found.st_mode))
-        return "something else has come to stand in the place of its copy";
+        return "something else is now in the place of its copy";
     if (found.st_size == size)
         return "";
     return "incomplete: " + GroupedText(found.st_size) + " of " + CountText(size, "byte", "bytes") +

@@ -8,7 +8,7 @@
 
 namespace vx {
 
-// What tells two files of this machine apart, whatever their names.
+// Tells two files of this machine apart, whatever their names.
 using FileIdentity = std::pair<uint64_t, uint64_t>;
 FileIdentity IdentityOf(const struct stat &file);
 

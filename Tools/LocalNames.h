@@ -1,7 +1,8 @@
 // Where each entry of the volume arrives below the destination: its names from the root down, with
 // a backslash read as "/". Three kinds of names change: one that is longer than the file system
-// allows is cut, keeps its extension and gets a number; one in which nothing is left once its
-// backslashes are read becomes "_"; "" and "." between separators are left out.
+// allows is cut, keeps its extension and gets a number; one that consists of separators only
+// becomes
+// "_"; "" and "." between separators are left out.
 //
 // Ownership: borrows the catalogue. Threads: one at a time; folders that lie above an entry have
 // been listed.
@@ -25,9 +26,9 @@ public:
     {
     }
 
-    // The entry's path relative to the destination, the same at every call: "a/b.txt". isChanged
-    // tells whether a name on the way is another one than on the volume, apart from backslashes.
-    // Empty if a name is no text, or would lead out of the destination.
+    // The entry's path relative to the destination, the same at every call: "a/b.txt". isChanged:
+    // whether a name on the way differs from the one on the volume, apart from backslashes.
+    // Empty if a name is not valid text, or would lead out of the destination.
     std::string PathOf(Z5FindData *entry, bool *isChanged);
 
     size_t LongestName() const { return _longestName; }

@@ -1,5 +1,5 @@
-// Names that are made from a file's own: cut to a length, for a file that is still arriving, for a
-// copy that is not whole. UTF-8; a name is cut between characters only.
+// Names derived from a file's name: cut to a length, for a file that is still arriving, for a copy
+// that is not whole. UTF-8; a name is cut between characters only.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@ namespace vx {
 // unless it is the whole name or too long for one.
 std::string MarkedName(const std::string &name, const std::string &mark, size_t longest);
 
-// ".NAME.partial"; the number tells more of them apart: ".NAME.2.partial"
+// ".NAME.partial"; with a number ".NAME.2.partial"
 std::string PartialName(const std::string &name, unsigned number, size_t longest);
 
 // "NAME (damaged).txt", and with a number "NAME (damaged 2).txt"

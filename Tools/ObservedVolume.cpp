@@ -1,15 +1,11 @@
 #include "ObservedVolume.h"
 
+#include "FolderRecords.h"
+
 #include <algorithm>
 #include <iterator>
 
 namespace vx {
-namespace {
-
-// Microsoft Learn, "File Attribute Constants": FILE_ATTRIBUTE_REPARSE_POINT
-constexpr uint32_t kAttributeReparsePoint = 0x400;
-
-}  // namespace
 
 bool ObservedVolume::IsLink(const std::u16string &path) const
 {

@@ -1,10 +1,10 @@
-// A volume that passes everything on to another one and remembers what the catalogue and the
-// export engine keep silent about: links, folders that are not whole, reads that failed, sizes that
-// are not known, and whether the disk is still there.
+// A volume that passes everything on to another one and records what the catalogue and the export
+// engine do not report: links, folders that are not whole, reads that failed, sizes that are not
+// known, and whether the disk is still there.
 //
 // Ownership: borrows the other volume and its reports, which must outlive it.
-// Threads: as the other volume allows; what is remembered is guarded by a lock.
-// Paths: volume paths in UTF-16, as the volume was given them; the root is an empty text.
+// Threads: as the other volume allows; a lock guards the records.
+// Paths: volume paths in UTF-16, as they were passed to the volume; the root is an empty text.
 #pragma once
 
 #include "IVolume.h"
@@ -32,7 +32,7 @@ public:
     // Whether the entry was listed with the mark of a link. A reparse point without a tag is one
     // only where the library cannot say more of it.
     bool IsLink(const std::u16string &path) const;
-    // Why the entry's data cannot be had; asks the library.
+    // Why the entry's data cannot be read; asks the library.
     VolumeObstacle ObstacleOf(const std::u16string &path) const;
     // Whether, at any time, part of the file could not be read or its size is not known.
     bool ReadFailed(const std::u16string &path) const;
@@ -40,7 +40,7 @@ public:
     std::vector<ByteRange> UnreadRangesOf(const std::u16string &path) const;
     // Whether, at any time, the folder could not be listed.
     bool ListingFailed(const std::u16string &path) const;
-    // What its first listing had to say.
+    // The report of its first listing.
     VolumeListingReport ListingOf(const std::u16string &path) const;
     // Whether the disk went away. Asks the library, once something has failed.
     bool IsGone() const;

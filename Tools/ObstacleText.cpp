@@ -7,7 +7,7 @@
 namespace vx {
 namespace {
 
-// Ranges that are read by a person at a glance.
+// Ranges that can be read at a glance.
 constexpr size_t kFewRanges = 4;
 
 // Follows "are".
@@ -70,7 +70,7 @@ std::string ObstacleText(VolumeObstacle obstacle)
     case VolumeObstacle::kNoPermission:
         return "no permission to read it";
     case VolumeObstacle::kNotThere:
-        return "it is not there any more";
+        return "it no longer exists";
     case VolumeObstacle::kOutOfMemory:
         return "there is not enough memory";
     default:

@@ -9,7 +9,7 @@
 
 namespace vx {
 
-// Whether entries with this obstacle are counted in one line, since there may be very many.
+// Whether entries with this obstacle are counted in one line, since there may be many.
 bool IsCounted(VolumeObstacle obstacle);
 
 // "12 files are packed by Windows and cannot be read yet". Of an obstacle that is counted.

@@ -1,9 +1,9 @@
-// The files that this run has put into the destination, so that none of them is replaced by another
-// one: two paths of a volume can meet in one file here, "a\b" and "a/b", or "A" and "a" where case
-// makes no difference.
+// The files that this run has put into the destination, so that none of them replaces another: two
+// paths of a volume can lead to one file here, "a\b" and "a/b", or "A" and "a" if case makes no
+// difference.
 //
-// A file is known again by its identity, and where the file system does not keep identities, by
-// looking at the places of those whose names differ in no more than case or normal form.
+// A file is recognised by its identity, and if the file system does not keep identities, by the
+// places of those whose names differ only in case or normal form.
 // Threads: one at a time.
 #pragma once
 

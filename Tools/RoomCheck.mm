@@ -26,8 +26,7 @@ bool RoomCheck::HasRoomFor(NSArray *files, const std::string &shownFolder, std::
     *error = "not enough room on the disk of " + TerminalText(shownFolder) + ": the export needs " +
              ExactSizeText(static_cast<int64_t>(need)) + ", and " +
              ExactSizeText(static_cast<int64_t>(space.freeBytes)) +
-             " are free; nothing was exported. With --no-space-check it is exported as far as it "
-             "fits";
+             " are free; nothing was exported. With --no-space-check, what fits is exported";
     return false;
 }
 

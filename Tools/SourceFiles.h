@@ -1,11 +1,9 @@
-// The files of this machine that the opened volume lies in. No export may replace them, and it is
-// not enough to look at what is open: of an image in many parts a library keeps some closed until
-// they are needed.
+// The files of this machine that the opened volume lies in. No export may replace them. The open
+// files alone are not enough: a library opens some parts of an image only when it needs them.
 //
-// Known are all files that the process has open when this is made; those beside the image that are
-// named as its parts ("disk.E02", "disk-s001.vmdk"); those that its descriptor names; and the file
-// of a startup key.
-// Threads: one at a time.
+// These are all files that the process has open when this is made; those beside the image that are
+// named like its parts ("disk.E02", "disk-s001.vmdk"); those that its descriptor names; and the
+// file of a startup key. Threads: one at a time.
 #pragma once
 
 #include "LocalFile.h"

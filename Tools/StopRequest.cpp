@@ -10,7 +10,7 @@ namespace {
 std::atomic<int> signalReceived{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
 
-// On a terminal the cursor stands behind the line of progress.
+// On a terminal the cursor is at the end of the progress line.
 constexpr char kNewLineAndNotice[] =
     "\nStopping after the current piece; Ctrl-C again ends at once.\n";
 constexpr size_t kNewLine = 1;

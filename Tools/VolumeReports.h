@@ -1,9 +1,8 @@
-// What the volume library can say beyond IVolume, as VolumeReport.h has it, for one opened volume.
+// What the volume library reports beyond IVolume (VolumeReport.h), for one opened volume.
 //
-// Every function of the library is optional: a report that the library cannot give leaves what it
-// was given as it was and answers false.
-// Ownership: borrows the volume; the library stays loaded for as long as the process runs.
-// Threads: as the operations of IVolume.
+// Every function of the library is optional: a query that the library cannot answer leaves the
+// report unchanged and returns false. Ownership: borrows the volume; the library stays loaded for
+// as long as the process runs. Threads: as the operations of IVolume.
 #pragma once
 
 #include "ByteRange.h"

@@ -1,6 +1,6 @@
 // Finds the entries that paths on the command line name.
 //
-// A path is absolute from the volume's root; the "/" in front may be missing and one at the end
+// A path is absolute from the volume's root; the leading "/" may be missing and a trailing one
 // is ignored. Names match exactly, unit by unit. Main thread.
 #pragma once
 

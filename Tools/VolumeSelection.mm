@@ -38,7 +38,7 @@ bool IsCovered(Z5FindData *entry, NSSet *selected)
 bool FindEntry(Z5FileExplorerWapper *explorer, const std::string &path, Z5FindData **entry,
                std::string *error)
 {
-    // Behind a slash, a U+FEFF that the path begins with is part of a name and not a mark.
+    // After a slash, a leading U+FEFF of the path is part of a name and not a mark.
     NSString *text = [NSString stringWithUTF8String:("/" + path).c_str()];
     if (text == nil)
         return FailAt("not valid UTF-8: ", path, error);

@@ -51,7 +51,7 @@ protected:
         return ChildProcess(VOLUME_HOST, more);
     }
 
-    // What the explorer told; it is told at once, as a whole.
+    // What the explorer reported; the file appears with all of it.
     std::string Told() const
     {
         EXPECT_TRUE(Eventually([this] { return PipeFolder::Exists(_file); }));
@@ -318,7 +318,7 @@ TEST_F(EndToEndTest, HelpIsShownWithStatus0)
     EXPECT_EQ(host.Output().find("usage: volume-host "), 0u);
 }
 
-// volume-host with a terminal of its own.
+// volume-host as the leader of a terminal.
 class TerminalTest : public EndToEndTest {
 protected:
     void StartHost()

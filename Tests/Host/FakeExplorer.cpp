@@ -62,7 +62,7 @@ int SendNoticeAndWait()
         pause();
 }
 
-// The file is there until the notice has been sent at the end of input; FILE.notice then tells
+// The file is there until the notice has been sent at the end of input; FILE.notice then says
 // whether anybody reads it.
 int SendNoticeAtEnd(const std::string &file)
 {

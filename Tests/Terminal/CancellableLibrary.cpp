@@ -1,5 +1,5 @@
-// A volume library whose opening takes as long as nobody cancels it. The secret is a folder: its
-// FIFO "opening" is opened once the opening runs, and a file "cancelled" is left when it has been
+// A volume library whose opening lasts until it is cancelled. The secret is a folder: its FIFO
+// "opening" is opened when the opening starts, and a file "cancelled" is made when it was
 // cancelled. The kind "deaf" does not react.
 #include "IVolume.h"
 

@@ -49,9 +49,10 @@ TEST_F(Damage, ADamagedCopyReplacesNothingAndIsPutBesideWhatStoodThere)
     _folder.WriteFile("destination/damaged (damaged).bin", "from another day");
     const Result result = Export("unread");
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output,
-                      "could not be read and are zero; what stood in its place stays, and the copy "
-                      "is beside it: damaged (damaged 2).bin\n"));
+    EXPECT_TRUE(
+        Holds(result.output,
+              "could not be read and are zero; the file in its place was kept, and the copy "
+              "is beside it: damaged (damaged 2).bin\n"));
     const Files files = FilesBelow(_destination);
     EXPECT_EQ(files.size(), 5u);
     EXPECT_EQ(files.at("damaged.bin"), "good, from an earlier day");
@@ -96,7 +97,7 @@ TEST_F(Damage, ADiskThatIsGoneStopsTheExportAndLeavesNoFileOfZeros)
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(Holds(result.output, "Exported 1 file, 10 bytes"));
     EXPECT_TRUE(Holds(result.output,
-                      "Stopped, since the disk is gone; what had arrived stays.\n"
+                      "Stopped, since the disk is gone; what had arrived was kept.\n"
                       "Arrived: 1 file:\n"
                       "  /one.bin\n"
                       "Not kept, since it is incomplete: /two.bin: 8,388,608 of 12,582,912 bytes "
@@ -113,7 +114,7 @@ TEST_F(Damage, OfADiskThatGoesAwayInTheOnlyReadOfAFileNothingIsDelivered)
         const Result result = Export("gone-in-small-file");
         EXPECT_EQ(result.status, 1);
         EXPECT_TRUE(Holds(result.output,
-                          "Stopped, since the disk is gone; what had arrived stays.\n"
+                          "Stopped, since the disk is gone; what had arrived was kept.\n"
                           "Arrived: 1 file:\n"
                           "  /one.bin\n"
                           "Not kept, since it is incomplete: /two.bin: the rest of it could not be "
@@ -155,7 +156,7 @@ TEST_F(Damage, ADiskThatGoesAwayWhileCopiesAreComparedEndsTheComparison)
 {
     const Result result = Export("gone-later", {"--verify"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is gone; what had arrived stays.\n"
+    EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is gone; what had arrived was kept.\n"
                                      "Copied, but not checked: 2 files (--verbose names "
                                      "them)\n"));
     EXPECT_TRUE(Lacks(result.output, "Failed"));

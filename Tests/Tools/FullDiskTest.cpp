@@ -37,8 +37,8 @@ TEST_F(FullDisk, APlanThatHasNoRoomIsRefusedBeforeAnythingIsWritten)
     EXPECT_EQ(result.errors,
               "volume-export: not enough room on the disk of " + _destination +
                   ": the export needs 15.0 MiB (15,728,640 bytes), and 8.0 MiB (8,388,608 bytes) "
-                  "are free; nothing was exported. With --no-space-check it is exported as far as "
-                  "it fits\n");
+                  "are free; nothing was exported. With --no-space-check, what fits is "
+                  "exported\n");
     EXPECT_EQ(FilesBelow(_destination), (Files{{"other.bin", "old"}}));
 }
 
@@ -80,7 +80,7 @@ TEST_F(FullDisk, ADiskThatRunsFullStopsTheExportAndNothingIncompleteStays)
     EXPECT_TRUE(Holds(result.output, "Exported 1 file, 5.0 MiB"));
     EXPECT_TRUE(Holds(result.output, "  /two.bin: could not be written after 2,097,152 of "
                                      "5,242,880 bytes: the disk is full\n"));
-    EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is full; what is complete stays.\n"
+    EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is full; complete files were kept.\n"
                                      "Not copied: 1 file (--verbose names it)\n"));
     const Files files = FilesBelow(_destination);
     EXPECT_EQ(files.size(), 3u);

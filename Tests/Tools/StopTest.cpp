@@ -48,7 +48,7 @@ TEST_F(Stop, CtrlCLeavesWhatIsCompleteAndSaysSo)
     EXPECT_EQ(files.size(), 1u);
     EXPECT_EQ(files.at("one.bin").size(), 5 * kMiB);
     EXPECT_TRUE(Holds(run.Output(), "Exported 1 file, 5.0 MiB (5,242,880 bytes), to "));
-    EXPECT_TRUE(Holds(run.Output(), "Stopped before the end; what is complete stays.\n"));
+    EXPECT_TRUE(Holds(run.Output(), "Stopped before the end; complete files were kept.\n"));
 }
 
 TEST_F(Stop, ThePartialFileIsNamedAndNotKeptAndTheRestCounted)
