@@ -1,5 +1,5 @@
-# Set-up shared by the commands at the root: packages, configuration, build. Each step is quiet
-# when there is nothing to do and says in one line what failed. Source it; do not run it.
+# Set-up shared by the commands: packages, configuration, build. A step prints nothing when there is
+# nothing to do, and reports a failure in one line. To be sourced, not run.
 
 root_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 command_name=$(basename "$0")
@@ -25,7 +25,18 @@ fail() {
     exit 1
 }
 
-# logged WHAT COMMAND...: runs a step into the log; the one line of a failure names both.
+# answer_help ARGUMENT...: with -h or --help, prints the comment at the top of the script and exits.
+answer_help() {
+    case ${1-} in
+    -h | --help)
+        sed -n -e '1d' -e '/^#/!q' -e 's/^# \{0,1\}//p' "$0"
+        exit
+        ;;
+    esac
+}
+
+# logged WHAT COMMAND...: runs a step with its output in the log; a failure is reported in one line
+# that names the step and the log.
 logged() {
     local what=$1
     shift
@@ -36,7 +47,7 @@ logged() {
         reason=$(grep -m1 -E '(^|[: ])(error|fatal error|E|CMake Error[^:]*):' "$log_file" ||
             grep -m1 -iE '(^|[^a-z])(error|fatal|failed|unable)' "$log_file" ||
             tail -n1 "$log_file")
-        fail "$what failed: ${reason:-no reason given} (all of it: $log_file)"
+        fail "$what failed: ${reason:-no reason given} (full log: $log_file)"
     fi
 }
 
@@ -52,7 +63,7 @@ install_packages() {
     as_root apt-get update -qq && as_root apt-get install -y --no-install-recommends "$@"
 }
 
-# need_packages PACKAGE...: installs what is missing.
+# need_packages PACKAGE...: installs the missing ones.
 need_packages() {
     local missing=() package
     for package in "$@"; do
@@ -61,20 +72,20 @@ need_packages() {
     done
     [ ${#missing[@]} -eq 0 ] && return
     command -v apt-get >/dev/null ||
-        fail "no apt-get here; install by hand what docs/building.md lists: ${missing[*]}"
+        fail "apt-get not found; install these packages by hand (see docs/building.md): ${missing[*]}"
     say "installing ${missing[*]}"
     logged "installing packages" install_packages "${missing[@]}"
 }
 
-# Whether a preset was configured, and with the tests if they are wanted: their library may have
-# come after a configuration without it.
+# Whether a preset is configured, with the tests if tests_wanted is set: GoogleTest may have been
+# installed after a configuration without it.
 is_configured() {
     local folder=$root_folder/build/$1
     [ -f "$folder/build.ninja" ] || return 1
     [ -z "${tests_wanted-}" ] || ! grep -q '^GTest_DIR:.*NOTFOUND' "$folder/CMakeCache.txt"
 }
 
-# build PRESET [TARGET...]: configures what was not configured yet and builds what is not up to date.
+# build PRESET [TARGET...]: configures the preset if necessary and builds what is out of date.
 build() {
     local preset=$1 folder=$root_folder/build/$1
     shift

@@ -1,4 +1,4 @@
-# From llvm-cov's table of files to a line for each folder: lines and branches that ran.
+# Sums llvm-cov's table of files by folder: lines and branches, and the share of each that ran.
 # Columns: file, regions (3), functions (3), lines, missed lines, cover, branches, missed, cover.
 BEGIN {
     row = "%-34s %8s %7s %10s %7s\n"
