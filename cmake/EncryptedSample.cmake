@@ -1,13 +1,12 @@
-# The sample tree as an encrypted disk image: FAT32, made with the password below, which ./explore
-# tells. Without the tools, or the parts that encrypt, there is no such target.
+# The sample tree as an encrypted disk image: FAT32, with the password below, which ./explore prints.
+# Without the tools to make it there is no such target.
 set(VX_ENCRYPTED_SAMPLE "${CMAKE_BINARY_DIR}/encrypted-sample.img")
 set(VX_ENCRYPTED_SAMPLE_PASSWORD "sample")
 
 find_program(VX_MKFS_FAT mkfs.fat PATHS /usr/sbin /sbin)
 find_program(VX_MCOPY mcopy)
 if(NOT TARGET make-bitlocker-volume OR NOT VX_MKFS_FAT OR NOT VX_MCOPY)
-  message(STATUS "dosfstools, mtools, libcrypto or zlib is missing: no encrypted sample"
-    " is made")
+  message(STATUS "dosfstools, mtools, libcrypto or zlib not found: no encrypted sample is built")
   return()
 endif()
 

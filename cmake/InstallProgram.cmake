@@ -1,5 +1,5 @@
-# vx_install_program(<target>): the program beside the volume library, and a link to it where shells
-# look for commands.
+# vx_install_program(<target>) installs the program beside the volume library, and a link to it in the
+# folder of commands.
 function(vx_install_program target)
   install(TARGETS ${target} RUNTIME DESTINATION "${VX_INSTALL_DIR}")
   file(RELATIVE_PATH from_bin "/${CMAKE_INSTALL_BINDIR}" "/${VX_INSTALL_DIR}/${target}")

@@ -1,5 +1,5 @@
-# Two interface targets stand for the platform's frameworks: vx_foundation and vx_appkit.
-# On macOS they are the system's; elsewhere they are GNUstep's, with the shims of Platform/GNUstep.
+# Two interface targets for the platform's frameworks: vx_foundation and vx_appkit. On macOS they are
+# the system's, elsewhere GNUstep's with the shims of Platform/GNUstep.
 add_library(vx_foundation INTERFACE)
 add_library(vx_appkit INTERFACE)
 target_link_libraries(vx_appkit INTERFACE vx_foundation)
@@ -21,7 +21,7 @@ find_library(VX_GNUSTEP_BASE gnustep-base)
 find_library(VX_GNUSTEP_GUI gnustep-gui)
 find_library(VX_BLOCKS_RUNTIME BlocksRuntime)
 
-# The runtime's headers and library lie in GCC's own folder, newest version first.
+# The runtime's headers and library are in GCC's folder; the newest version first.
 file(GLOB VX_GCC_DIRS LIST_DIRECTORIES true "/usr/lib/gcc/${CMAKE_SYSTEM_PROCESSOR}-linux-gnu/*")
 list(SORT VX_GCC_DIRS COMPARE NATURAL ORDER DESCENDING)
 find_path(VX_OBJC_INCLUDE_DIR objc/objc.h PATHS ${VX_GCC_DIRS} PATH_SUFFIXES include NO_DEFAULT_PATH)
@@ -30,7 +30,7 @@ find_library(VX_OBJC objc PATHS ${VX_GCC_DIRS})
 foreach(found VX_GNUSTEP_INCLUDE_DIR VX_GNUSTEP_BASE VX_GNUSTEP_GUI VX_BLOCKS_RUNTIME
               VX_OBJC_INCLUDE_DIR VX_OBJC)
   if(NOT ${found})
-    message(FATAL_ERROR "GNUstep is not complete (${found}); docs/building.md names the packages.")
+    message(FATAL_ERROR "GNUstep is incomplete (${found}); see docs/building.md for the packages.")
   endif()
 endforeach()
 
@@ -50,7 +50,7 @@ target_compile_definitions(vx_foundation INTERFACE
   $<$<COMPILE_LANGUAGE:OBJCXX>:_NATIVE_OBJC_EXCEPTIONS>)
 target_include_directories(vx_foundation SYSTEM INTERFACE
   "${CMAKE_SOURCE_DIR}/Platform/GNUstep" "${VX_GNUSTEP_INCLUDE_DIR}")
-# The blocks runtime comes first: gnustep-base has a _Block_copy of its own that leaves clang's blocks on the stack.
+# The blocks runtime comes first: the _Block_copy of gnustep-base leaves clang's blocks on the stack.
 target_link_libraries(vx_foundation INTERFACE
   ${VX_BLOCKS_RUNTIME} ${VX_GNUSTEP_BASE} ${VX_OBJC} Threads::Threads)
 target_link_libraries(vx_appkit INTERFACE ${VX_GNUSTEP_GUI})

@@ -1,9 +1,9 @@
-# The tree that stands for a volume where none is named.
+# The folder that is opened if no volume is named.
 set(VX_SAMPLE "${CMAKE_BINARY_DIR}/sample")
 set(VX_SAMPLE_STAMP "${CMAKE_BINARY_DIR}/sample.stamp")
 
-# A file that comes or goes changes its folder. (A glob with CONFIGURE_DEPENDS would never let the
-# build tool say that there is nothing to do.)
+# Adding or removing a file changes its folder. (With CONFIGURE_DEPENDS the build tool would always have
+# something to do.)
 file(GLOB_RECURSE sample_files "${CMAKE_SOURCE_DIR}/samples/*")
 file(GLOB_RECURSE sample_folders LIST_DIRECTORIES true "${CMAKE_SOURCE_DIR}/samples/*")
 list(REMOVE_ITEM sample_folders ${sample_files})

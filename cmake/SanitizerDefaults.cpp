@@ -2,9 +2,9 @@
 // environment overrides them.
 extern "C" const char *__asan_default_options();
 
-// The search for leaks reads the thread storage of loaded libraries where the interceptor believes
-// it to be. It believes wrongly with the C library of today, and the search itself crashes,
-// depending on no more than the size of the environment.
+// The leak checker reads the thread storage of loaded libraries where the interceptor assumes it to
+// be. With current C libraries the assumption is wrong, and the checker crashes, depending on nothing
+// but the size of the environment.
 extern "C" const char *__asan_default_options()
 {
     return "intercept_tls_get_addr=0";

@@ -1,5 +1,5 @@
-# Every target of ours is built with these. VX_WERROR makes a warning an error; it is off by default,
-# so that a newer compiler with warnings of its own still builds the program.
+# Every target is built with these warnings. VX_WERROR turns them into errors; it is off by default, so
+# that a newer compiler with more warnings still builds the programs.
 option(VX_WERROR "Treat warnings as errors" OFF)
 
 add_library(vx_warnings INTERFACE)
