@@ -15,6 +15,8 @@ function show(name) {
 }
 NF == 13 && $1 ~ /\.(cpp|mm|h)$/ {
     file = $1
+    while (sub(/[^\/.]+\/\.\.\//, "", file))
+        ;
     sub(root, "", file)
     sub(/\/[^\/]*$/, "", file)
     if (!(file in lines))
