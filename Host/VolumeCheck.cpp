@@ -98,13 +98,13 @@ bool ReadSome(int descriptor, std::string *text)
 
 // Returns whether the event was a signal that asks the host to end; it is passed on and posted
 // again.
-bool PassSignalOn(vx::EventPipe *events, pid_t process)
+bool PassSignalOn(vx::EventPipe &events, pid_t process)
 {
-    const int event = events->Await(std::nullopt).value_or(SIGCHLD);
+    const int event = events.Await(std::nullopt).value_or(SIGCHLD);
     if (event == SIGCHLD)
         return false;
     kill(process, event);
-    events->Post(event);
+    events.Post(event);
     return true;
 }
 
@@ -119,7 +119,7 @@ std::string ReadReport(int descriptor, pid_t process, vx::EventPipe *events)
             continue;
         if (wanted[0].revents != 0 && !ReadSome(descriptor, &text))
             return text;
-        if (wanted[1].revents != 0 && PassSignalOn(events, process))
+        if (events != nullptr && wanted[1].revents != 0 && PassSignalOn(*events, process))
             wanted[1] = {-1, 0, 0};
     }
 }
@@ -164,7 +164,7 @@ std::string WhyVolumeStaysShut(const std::string &program, const OpeningTexts &t
         _exit(0);
     }
     writing.Close();
-    const std::string report = ReadReport(reading.Get(), process, events);
+    std::string report = ReadReport(reading.Get(), process, events);
     if (!AwaitEnd(process))
         return "the volume library ended unexpectedly";
     if (report.empty() || report.front() != kOpened)
