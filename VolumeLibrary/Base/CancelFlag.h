@@ -13,6 +13,7 @@ namespace vx {
 class CancelFlag {
 public:
     CancelFlag() : _number(++_lastMade) {}
+    ~CancelFlag() = default;
     CancelFlag(const CancelFlag &) = delete;
     CancelFlag &operator=(const CancelFlag &) = delete;
 
