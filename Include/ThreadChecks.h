@@ -5,8 +5,8 @@
 //   {
 //       AssertMainThread();
 //
-// The main thread is the one that runs main(). A library that is loaded at run time has to be
-// loaded by it.
+// A program begins them by calling CheckThreads() in main(), before it starts a thread. One that
+// uses a class alone, on whatever thread it has, does not call it.
 #pragma once
 
 #include <cassert>
@@ -14,17 +14,28 @@
 
 namespace vx {
 
-// Set before main() begins, by the thread that runs it.
-inline const std::thread::id kMainThread = std::this_thread::get_id();
+// The thread that called CheckThreads; none before. A library that is loaded at run time has a
+// variable of its own.
+inline std::thread::id mainThread;
+
+inline void CheckThreads()
+{
+    mainThread = std::this_thread::get_id();
+}
 
 inline bool IsMainThread()
 {
-    return std::this_thread::get_id() == kMainThread;
+    return std::this_thread::get_id() == mainThread;
+}
+
+inline bool AreThreadsChecked()
+{
+    return mainThread != std::thread::id();
 }
 
 }  // namespace vx
 
 // Macros, so that the message of a failed assertion names the method.
-#define AssertMainThread() assert(vx::IsMainThread())
+#define AssertMainThread() assert(!vx::AreThreadsChecked() || vx::IsMainThread())
 // Any thread but the main one.
-#define AssertWorkerThread() assert(!vx::IsMainThread())
+#define AssertWorkerThread() assert(!vx::AreThreadsChecked() || !vx::IsMainThread())

@@ -18,6 +18,7 @@
 #include "SecretPrompt.h"
 #include "StandardDescriptors.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 #include "Unicode.h"
 #include "UsageText.h"
 #import "VolumeSession.h"
@@ -109,6 +110,7 @@ int Run(Options options)
 
 int main(int argc, char **argv)
 {
+    vx::CheckThreads();
     if (!vx::HoldStandardDescriptors())
         return vx::kExitIncomplete;
     std::string error;

@@ -7,6 +7,7 @@
 #include "FileSizeLimit.h"
 #include "LinkFifos.h"
 #include "StandardDescriptors.h"
+#include "ThreadChecks.h"
 
 #include <fcntl.h>
 
@@ -22,6 +23,7 @@ constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 
 int main(int argc, const char *argv[])
 {
+    vx::CheckThreads();
     if (argc != kArgumentCount || !vx::HoldStandardDescriptors())
         return 0;
     vx::FailWritesBeyondFileSizeLimit();

@@ -2,6 +2,7 @@
 // they look for are the English ones. A home of their own keeps the user's settings out.
 #include "PrivateSettings.h"
 #include "TemporaryFolder.h"
+#include "ThreadChecks.h"
 #include "VirtualDisplay.h"
 
 #import "VXApplication.h"
@@ -13,6 +14,7 @@
 
 int main(int argc, char **argv)
 {
+    vx::CheckThreads();
     testing::InitGoogleTest(&argc, argv);
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();

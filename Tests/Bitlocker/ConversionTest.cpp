@@ -30,7 +30,7 @@ TEST(BoundaryTest, WhatLiesBeforeItIsDecryptedAndTheRestIsPassedOn)
     recipe.copyOffsets = {0x10000, 0x20000, 0x30000};
     recipe.relocationOffset = 0x40000;
     const TestVolume volume(recipe);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened) << opened.Failure().detail;
     EXPECT_EQ(ReadBytes(*opened->volume, 0, 0x10000), ByteView(volume.plain).First(0x10000).Copy());
     EXPECT_EQ(ReadBytes(*opened->volume, 0x50000, 0x20000),
@@ -57,7 +57,7 @@ TEST(BoundaryTest, RelocatedSectorsOfTheOtherStateAreRecognisedByTheFirstOne)
         maker::VolumeRecipe before = behind;
         before.relocationOffset = 0x40000;
         const TestVolume plain(before);
-        const Result<OpenedVolume> opened = plain.OpenWithPassword();
+        const Result<UnlockedVolume> opened = plain.OpenWithPassword();
         ASSERT_TRUE(opened);
         EXPECT_TRUE(opened->facts.looksLikeFileSystem);
         EXPECT_EQ(ReadBytes(*opened->volume, 0, 8192), ByteView(plain.plain).First(8192).Copy());
@@ -96,7 +96,7 @@ TEST(ConversionMapTest, EncryptedChunksAreDecryptedAndPlainOnesPassedOn)
         const TestVolume volume(Converting(method));
         EXPECT_NE(volume.image[0x33000], volume.plain[0x33000]);
         EXPECT_EQ(volume.image[0x20000], volume.plain[0x20000]);
-        const Result<OpenedVolume> opened = volume.OpenWithPassword();
+        const Result<UnlockedVolume> opened = volume.OpenWithPassword();
         EXPECT_TRUE(HoldsPlain(opened, volume));
         EXPECT_TRUE(opened->facts.converting);
     }
@@ -176,7 +176,7 @@ TEST(ConversionMapTest, APlaceThatNoRegionCoversIsNotGuessed)
     maker::PutU64(volume.image, block + 28, 0x80000 - 0x200);  // the length of region 0
     maker::PutU32(volume.image, block + 56,
                   Crc32WithoutField(ByteView(volume.image).From(block).First(512), 56));
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened) << opened.Failure().detail;
     uint8_t sector[512];
     EXPECT_FALSE(opened->volume->ReadAt(0x81e00 - 512, sector, 512));

@@ -39,7 +39,7 @@ protected:
 TEST_P(EveryVolumeTest, TheWholeVolumeIsThePlainImageAndZerosBehindIt)
 {
     const TestVolume volume(Recipe());
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened) << opened.Failure().detail;
     EXPECT_EQ(opened->volume->Size(), volume.image.size());
     EXPECT_EQ(opened->facts.method, GetParam().method);
@@ -51,7 +51,7 @@ TEST_P(EveryVolumeTest, TheWholeVolumeIsThePlainImageAndZerosBehindIt)
 TEST_P(EveryVolumeTest, AnyRangeIsReadWhetherOrNotItBeginsWithASector)
 {
     const TestVolume volume(Recipe());
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened) << opened.Failure().detail;
     uint32_t state = 1;
     for (int round = 0; round < 200; ++round) {
@@ -95,7 +95,7 @@ TEST(DecryptedVolumeTest, MetadataAndRelocationInTheMiddleReadAsZeros)
     for (uint64_t copy : recipe.copyOffsets)
         maker::PutBytes(expected, copy, std::vector<uint8_t>(kArea));
     maker::PutBytes(expected, recipe.relocationOffset, std::vector<uint8_t>(8192));
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_TRUE(ReadBytes(*opened->volume, 0, expected.size()) == expected);
 }
@@ -111,7 +111,7 @@ TEST(DecryptedVolumeTest, WhatPhysicallyLiesInFrontIsNeverHandedOut)
 TEST(DecryptedVolumeTest, AReadBehindTheEndOfTheVolumeFails)
 {
     const TestVolume volume(RecipeWithPassword());
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     uint8_t byte;
     const uint64_t size = opened->volume->Size();
@@ -129,7 +129,7 @@ TEST(DecryptedVolumeTest, ATruncatedImageOpensAndFailsOnlyBehindItsEnd)
     TestVolume volume(recipe);
     const uint64_t size = volume.image.size();
     volume.image.resize(0x50000);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened) << opened.Failure().detail;
     EXPECT_TRUE(opened->facts.truncated);
     EXPECT_EQ(opened->volume->Size(), size);
@@ -144,7 +144,7 @@ TEST(DecryptedVolumeTest, AReadErrorFailsThatReadAndNothingElse)
 {
     const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<FaultySource>(volume.image, 0x70123);
-    const Result<OpenedVolume> opened = OpenQuickly(source, *Secret::FromPassword(kPassword));
+    const Result<UnlockedVolume> opened = OpenQuickly(source, *Secret::FromPassword(kPassword));
     ASSERT_TRUE(opened);
     uint8_t sector[1024];
     const Error error = opened->volume->ReadAt(0x70000, sector, 512);
@@ -157,8 +157,8 @@ TEST(DecryptedVolumeTest, AReadErrorFailsThatReadAndNothingElse)
 TEST(DecryptedVolumeTest, AReadErrorInTheBootSectorIsPassedOn)
 {
     const TestVolume volume(RecipeWithPassword());
-    const Result<OpenedVolume> opened = OpenQuickly(std::make_shared<FaultySource>(volume.image, 3),
-                                                    *Secret::FromPassword(kPassword));
+    const Result<UnlockedVolume> opened = OpenQuickly(
+        std::make_shared<FaultySource>(volume.image, 3), *Secret::FromPassword(kPassword));
     ASSERT_EQ(StatusOf(opened), Status::kSystemError);
     EXPECT_EQ(opened.Failure().systemError, EIO);
 }
@@ -167,7 +167,7 @@ TEST(DecryptedVolumeTest, AReadErrorInOneCopyOfTheMetadataLeavesTheOthers)
 {
     const TestVolume volume(RecipeWithPassword());
     const auto source = std::make_shared<FaultySource>(volume.image, volume.plan.copies[0] + 5000);
-    const Result<OpenedVolume> opened = OpenQuickly(source, *Secret::FromPassword(kPassword));
+    const Result<UnlockedVolume> opened = OpenQuickly(source, *Secret::FromPassword(kPassword));
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->facts.warnings.size(), 1U);
 }
@@ -175,7 +175,7 @@ TEST(DecryptedVolumeTest, AReadErrorInOneCopyOfTheMetadataLeavesTheOthers)
 TEST(DecryptedVolumeTest, ThreadsReadAtTheSameTime)
 {
     const TestVolume volume(RecipeWithPassword());
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     std::vector<std::thread> readers;
     std::atomic<int> right{0};
@@ -197,7 +197,7 @@ TEST(DecryptedVolumeTest, AnotherFileSystemThanAKnownOneIsReportedAndReadable)
     TestVolume volume(RecipeWithPassword());
     volume.image[volume.plan.relocationOffset] ^= 1;        // noise in the name
     volume.image[volume.plan.relocationOffset + 496] ^= 1;  // and in the last block
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_FALSE(opened->facts.looksLikeFileSystem);
     EXPECT_EQ(ReadBytes(*opened->volume, 512, 512),
@@ -220,7 +220,7 @@ TEST(VistaTest, TheFirstSixteenSectorsAreStoredPlainAndTheFirstOneIsPutRight)
     EXPECT_TRUE(std::equal(volume.plain.begin() + 512, volume.plain.begin() + 8192,
                            volume.image.begin() + 512));
     EXPECT_NE(volume.plain[8192], volume.image[8192]);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_EQ(ReadBytes(*opened->volume, 0, 512), ByteView(volume.plain).First(512).Copy());
     EXPECT_EQ(ReadBytes(*opened->volume, 5, 2), ByteView(volume.plain).From(5).First(2).Copy());

@@ -18,7 +18,7 @@ maker::VolumeRecipe ConvertingRecipe()
 }
 
 // Reads the whole volume.
-void ReadThrough(const Result<OpenedVolume> &opened)
+void ReadThrough(const Result<UnlockedVolume> &opened)
 {
     if (!opened)
         return;
@@ -34,7 +34,7 @@ TEST(HostileImageTest, AnImageThatIsCutAnywhereOpensOrSaysWhy)
         TestVolume volume(recipe, 64 * 1024);
         while (volume.image.size() > 8192) {
             volume.image.resize(volume.image.size() - 7919);
-            const Result<OpenedVolume> opened = volume.OpenWithPassword();
+            const Result<UnlockedVolume> opened = volume.OpenWithPassword();
             if (!opened)
                 EXPECT_TRUE(opened.Failure().status == Status::kTruncatedImage ||
                             opened.Failure().status == Status::kDamagedMetadata ||
@@ -69,7 +69,7 @@ TEST(HostileImageTest, AnEncryptedSizeOfEverythingIsATruncatedImage)
     maker::VolumeRecipe recipe = RecipeWithPassword();
     recipe.encryptedSize = UINT64_MAX;
     const TestVolume volume(recipe, 64 * 1024);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_TRUE(opened->facts.truncated);
     EXPECT_EQ(opened->volume->Size() % 512, 0U);
@@ -134,7 +134,7 @@ TEST(HostileImageTest, CopiesThatNameEachOtherForEverAreVisitedOnce)
     maker::PutU64(volume.image, 176, 512 * 1024);
     maker::PutU64(volume.image, 184, 512 * 1024);
     maker::PutU64(volume.image, 192, volume.plan.copies[2]);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     EXPECT_TRUE(opened);
     EXPECT_LE(opened->facts.warnings.size(), 40U);
 }

@@ -117,7 +117,7 @@ TEST(KeyMemoryTest, TheMasterKeyIsGoneOnceTheVolumeIsOpen)
     char path[] = "/tmp/key-memory-XXXXXX";
     ::close(::mkstemp(path));
     const std::vector<uint8_t> masked = MakeVolumeElsewhere(path);
-    const Result<OpenedVolume> opened =
+    const Result<UnlockedVolume> opened =
         OpenQuickly(std::move(*FileByteSource::Open(path)), *Secret::FromPassword(kPassword));
     ::unlink(path);
     ASSERT_TRUE(opened) << opened.Failure().detail;

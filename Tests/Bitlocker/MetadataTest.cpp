@@ -52,7 +52,7 @@ TEST(RecognitionTest, TheThreeLayoutsAreRecognised)
         recipe.layout = layout;
         const TestVolume volume(recipe, 64 * 1024);
         EXPECT_TRUE(VolumeOpener::Recognises(volume.image));
-        const Result<OpenedVolume> opened = volume.OpenWithPassword();
+        const Result<UnlockedVolume> opened = volume.OpenWithPassword();
         ASSERT_TRUE(opened) << opened.Failure().detail;
         EXPECT_EQ(opened->facts.layout, layout);
     }
@@ -100,7 +100,7 @@ TEST(SectorSizeTest, TheVolumeHeaderEntrySaysItWhenTheBootSectorDoesNot)
     recipe.sectorSize = 4096;
     recipe.sectorSizeInBootSector = false;
     const TestVolume volume(recipe);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     EXPECT_TRUE(HoldsPlain(opened, volume));
     EXPECT_EQ(opened->facts.sectorSize, 4096U);
 }
@@ -136,7 +136,7 @@ TEST(HeaderEntryTest, ACopyThatContradictsItsHeaderEntryIsDamaged)
     TestVolume volume = OrdinaryVolume();
     PutU64(volume.image, FindEntry(volume, 0, 0x0f) + 16, 4096);  // the length
     maker::RenewChecksum(volume.image, volume.plan.copies[0]);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(HoldsPlain(opened, volume));
     EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[1]);
     EXPECT_EQ(opened->facts.warnings.size(), 1U);
@@ -147,7 +147,7 @@ TEST(HeaderEntryTest, ACopyThatContradictsItsHeaderEntryIsDamaged)
 TEST(MetadataCopiesTest, AnIntactVolumeGivesNoWarning)
 {
     const TestVolume volume = OrdinaryVolume();
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_TRUE(opened->facts.warnings.empty());
     EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[0]);
@@ -166,7 +166,7 @@ TEST(MetadataCopiesTest, AnyOneOrTwoDamagedCopiesLeaveTheGoodOneAndAWarning)
             DamageCopy(volume, copy);
             ++warnings;
         }
-        const Result<OpenedVolume> opened = volume.OpenWithPassword();
+        const Result<UnlockedVolume> opened = volume.OpenWithPassword();
         EXPECT_TRUE(HoldsPlain(opened, volume)) << damaged;
         EXPECT_EQ(opened->facts.warnings.size(), warnings);
     }
@@ -180,7 +180,7 @@ TEST(MetadataCopiesTest, OnePointerThatSurvivesIsEnough)
             if (copy != survivor)
                 PutU64(volume.image, kOrdinaryPointers + 8 * copy, 0);
         DamageCopy(volume, survivor);
-        const Result<OpenedVolume> opened = volume.OpenWithPassword();
+        const Result<UnlockedVolume> opened = volume.OpenWithPassword();
         EXPECT_TRUE(HoldsPlain(opened, volume)) << survivor;
         EXPECT_FALSE(opened->facts.warnings.empty());
     }
@@ -247,7 +247,7 @@ TEST(MetadataCopiesTest, TheCopyWithTheHighestNonceCounterIsUsed)
     maker::VolumeRecipe recipe = RecipeWithPassword();
     recipe.nonceCounters = {20, 22, 21};
     const TestVolume volume(recipe);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[1]);
 }
@@ -257,7 +257,7 @@ TEST(MetadataCopiesTest, ADamagedSectorKeyUnderARightChecksumIsTakenFromAnotherC
     TestVolume volume = OrdinaryVolume();
     volume.image[FindEntry(volume, 0, 3) + 50] ^= 1;
     maker::RenewChecksum(volume.image, volume.plan.copies[0]);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(HoldsPlain(opened, volume));
     EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[1]);
     EXPECT_EQ(opened->facts.warnings.size(), 1U);
@@ -268,7 +268,7 @@ TEST(MetadataCopiesTest, AWrongDigestUnderARightChecksumIsNotUsed)
     TestVolume volume = OrdinaryVolume();
     volume.image[FindEntry(volume, 0, 7) + 8] ^= 1;  // a letter of the description
     maker::RenewChecksum(volume.image, volume.plan.copies[0]);
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[1]);
 }

@@ -36,12 +36,12 @@ std::shared_ptr<OverlaySource> Overlay(const std::string &name)
     return std::make_shared<OverlaySource>(SampleImages::Shared().Source(name));
 }
 
-Result<OpenedVolume> Open(std::shared_ptr<const ByteSource> source, const Secret &secret)
+Result<UnlockedVolume> Open(std::shared_ptr<const ByteSource> source, const Secret &secret)
 {
     return VolumeOpener(std::move(source)).Open(secret);
 }
 
-Result<OpenedVolume> Open(const std::string &name, const Secret &secret)
+Result<UnlockedVolume> Open(const std::string &name, const Secret &secret)
 {
     return Open(SampleImages::Shared().Source(name), secret);
 }
@@ -137,7 +137,7 @@ TEST_P(ReadableSampleTest, EverySecretGivesTheWholeVolume)
     const SampleImage &image = Sample(GetParam());
     ASSERT_EQ(image.plainHash.size(), 64U);
     for (const Secret &secret : image.Secrets(SampleImages::Shared().Folder())) {
-        const Result<OpenedVolume> opened = Open(GetParam(), secret);
+        const Result<UnlockedVolume> opened = Open(GetParam(), secret);
         ASSERT_TRUE(opened) << opened.Failure().detail;
         EXPECT_TRUE(opened->facts.looksLikeFileSystem);
         EXPECT_EQ(HashOf(*opened->volume), image.plainHash);
@@ -181,7 +181,7 @@ TEST(SampleImagesTest, NoSampleIsLeftOut)
 TEST(SampleImagesTest, TheThirdCopyOfTheMetadataIsUsedWhenTheOthersAreDamaged)
 {
     NEED_SAMPLE("bitlk-aes-xts-128-crc");
-    const Result<OpenedVolume> opened =
+    const Result<UnlockedVolume> opened =
         Open("bitlk-aes-xts-128-crc", FirstPassword("bitlk-aes-xts-128-crc"));
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->facts.metadataOffset,
@@ -192,7 +192,7 @@ TEST(SampleImagesTest, TheThirdCopyOfTheMetadataIsUsedWhenTheOthersAreDamaged)
 TEST(SampleImagesTest, ASecretChangesNothingOnTheSuspendedVolume)
 {
     NEED_SAMPLE("bitlk-aes-xts-128-clearkey-only");
-    const Result<OpenedVolume> opened =
+    const Result<UnlockedVolume> opened =
         Open("bitlk-aes-xts-128-clearkey-only", Password("anything"));
     ASSERT_TRUE(opened);
     EXPECT_EQ(HashOf(*opened->volume), Sample("bitlk-aes-xts-128-clearkey-only").plainHash);
@@ -208,7 +208,7 @@ TEST(SampleImagesTest, TheClearKeyOfThePartlyEncryptedVolumeUnlocksIt)
 TEST(SampleImagesTest, AVolumeWithASmartCardHasNoProtectorForAPassword)
 {
     NEED_SAMPLE("bitlk-aes-xts-128-smart-card");
-    const Result<OpenedVolume> opened = Open("bitlk-aes-xts-128-smart-card", Password("any"));
+    const Result<UnlockedVolume> opened = Open("bitlk-aes-xts-128-smart-card", Password("any"));
     ASSERT_EQ(StatusOf(opened), Status::kNoProtectorOfKind);
     EXPECT_TRUE(Contains(opened.Failure().detail, "smart card")) << opened.Failure().detail;
 }
@@ -299,15 +299,15 @@ protected:
         _copies = CopiesOf(*_image);
     }
 
-    Result<OpenedVolume> OpenDamaged() const { return Open(_image, FirstPassword(kPlainCase)); }
+    Result<UnlockedVolume> OpenDamaged() const { return Open(_image, FirstPassword(kPlainCase)); }
 
     // Opened, with the right contents, and with a warning.
     void ExpectRightWithWarning() const
     {
-        const Result<OpenedVolume> opened = OpenDamaged();
+        const Result<UnlockedVolume> opened = OpenDamaged();
         ASSERT_TRUE(opened) << opened.Failure().detail;
         EXPECT_FALSE(opened->facts.warnings.empty());
-        const Result<OpenedVolume> sound = Open(kPlainCase, FirstPassword(kPlainCase));
+        const Result<UnlockedVolume> sound = Open(kPlainCase, FirstPassword(kPlainCase));
         ASSERT_TRUE(sound);
         EXPECT_EQ(ReadBytes(*opened->volume, 0, kPiece), ReadBytes(*sound->volume, 0, kPiece));
     }
@@ -360,7 +360,7 @@ TEST_F(DamagedSampleTest, AFlippedBitInTheSectorKeyIsHealedByAnotherCopy)
     area[at + 50] ^= 4;
     maker::RenewChecksum(area, 0);
     _image->Put(_copies[0], area);
-    const Result<OpenedVolume> opened = OpenDamaged();
+    const Result<UnlockedVolume> opened = OpenDamaged();
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->facts.metadataOffset, _copies[1]);
     ExpectRightWithWarning();
@@ -369,7 +369,7 @@ TEST_F(DamagedSampleTest, AFlippedBitInTheSectorKeyIsHealedByAnotherCopy)
 TEST_F(DamagedSampleTest, AnImageThatIsCutBehindTheFirstCopyOpensAndFailsBehindItsEnd)
 {
     _image->Cut(_copies[1]);
-    const Result<OpenedVolume> opened = OpenDamaged();
+    const Result<UnlockedVolume> opened = OpenDamaged();
     ASSERT_TRUE(opened) << opened.Failure().detail;
     EXPECT_TRUE(opened->facts.truncated);
     EXPECT_TRUE(opened->facts.looksLikeFileSystem);

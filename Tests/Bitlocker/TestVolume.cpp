@@ -37,22 +37,22 @@ TestVolume::TestVolume(maker::VolumeRecipe recipe, size_t plainSize)
     image = std::move(sink.Bytes());
 }
 
-Result<OpenedVolume> OpenQuickly(std::shared_ptr<const ByteSource> source, const Secret &secret)
+Result<UnlockedVolume> OpenQuickly(std::shared_ptr<const ByteSource> source, const Secret &secret)
 {
     return VolumeOpener(std::move(source), nullptr, KeyStretcher(kFewRounds)).Open(secret);
 }
 
-Result<OpenedVolume> TestVolume::Open(const Secret &secret) const
+Result<UnlockedVolume> TestVolume::Open(const Secret &secret) const
 {
     return OpenQuickly(std::make_shared<MemoryByteSource>(image), secret);
 }
 
-Result<OpenedVolume> TestVolume::OpenWithPassword(const std::string &password) const
+Result<UnlockedVolume> TestVolume::OpenWithPassword(const std::string &password) const
 {
     return Open(*Secret::FromPassword(password));
 }
 
-Result<OpenedVolume> TestVolume::OpenWithRecovery(const std::string &password) const
+Result<UnlockedVolume> TestVolume::OpenWithRecovery(const std::string &password) const
 {
     return Open(*Secret::FromRecoveryPassword(password));
 }
@@ -65,12 +65,12 @@ std::vector<uint8_t> ReadBytes(const ByteSource &source, uint64_t offset, size_t
     return bytes;
 }
 
-bool HoldsPlain(const Result<OpenedVolume> &opened, const TestVolume &volume)
+bool HoldsPlain(const Result<UnlockedVolume> &opened, const TestVolume &volume)
 {
     return opened && ReadBytes(*opened->volume, 0, volume.plain.size()) == volume.plain;
 }
 
-Status StatusOf(const Result<OpenedVolume> &opened)
+Status StatusOf(const Result<UnlockedVolume> &opened)
 {
     return opened ? Status::kOk : opened.Failure().status;
 }

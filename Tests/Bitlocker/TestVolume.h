@@ -21,7 +21,7 @@ std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize = 512);
 maker::VolumeRecipe RecipeWithPassword();
 
 // With kFewRounds of stretching.
-Result<OpenedVolume> OpenQuickly(std::shared_ptr<const ByteSource> source, const Secret &secret);
+Result<UnlockedVolume> OpenQuickly(std::shared_ptr<const ByteSource> source, const Secret &secret);
 
 struct TestVolume {
     std::vector<uint8_t> plain;
@@ -31,17 +31,17 @@ struct TestVolume {
     // 1 MiB of plain contents by default. The recipe's rounds are replaced by kFewRounds.
     explicit TestVolume(maker::VolumeRecipe recipe, size_t plainSize = 1024 * 1024);
 
-    Result<OpenedVolume> Open(const Secret &secret) const;
-    Result<OpenedVolume> OpenWithPassword(const std::string &password = kPassword) const;
-    Result<OpenedVolume> OpenWithRecovery(const std::string &password) const;
+    Result<UnlockedVolume> Open(const Secret &secret) const;
+    Result<UnlockedVolume> OpenWithPassword(const std::string &password = kPassword) const;
+    Result<UnlockedVolume> OpenWithRecovery(const std::string &password) const;
 };
 
 // What the volume holds from offset on, or no bytes when reading fails.
 std::vector<uint8_t> ReadBytes(const ByteSource &source, uint64_t offset, size_t count);
 // Whether the volume opened and holds the plain image from its first byte on.
-bool HoldsPlain(const Result<OpenedVolume> &opened, const TestVolume &volume);
+bool HoldsPlain(const Result<UnlockedVolume> &opened, const TestVolume &volume);
 // The status of a failed opening, Ok for one that succeeded.
-Status StatusOf(const Result<OpenedVolume> &opened);
+Status StatusOf(const Result<UnlockedVolume> &opened);
 bool Contains(const std::string &text, const std::string &part);
 
 }  // namespace vx::bitlocker

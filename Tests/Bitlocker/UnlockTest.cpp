@@ -149,11 +149,11 @@ TEST(UnlockTest, ASecretThatFailsOrIsMissingNamesEveryProtectorByItsKeyId)
                     ProtectorRecipe::OfKind(ProtectorKind::kTpmAndPin)}));
     const std::string list = "the volume has: recovery password (Key ID 1A2B3C4D), "
                              "recovery password (Key ID 5E6F7A8B), TPM and PIN (Key ID 01020304)";
-    const Result<OpenedVolume> missing = volume.Open(Secret::None());
+    const Result<UnlockedVolume> missing = volume.Open(Secret::None());
     ASSERT_EQ(StatusOf(missing), Status::kNoProtectorOfKind);
     EXPECT_EQ(missing.Failure().detail, list);
     EXPECT_EQ(volume.OpenWithPassword().Failure().detail, list);
-    const Result<OpenedVolume> wrong =
+    const Result<UnlockedVolume> wrong =
         volume.OpenWithRecovery("000022-000022-000033-720885-111111-222222-333333-444444");
     ASSERT_EQ(StatusOf(wrong), Status::kWrongSecret);
     EXPECT_EQ(wrong.Failure().detail, list);
@@ -165,7 +165,7 @@ TEST(UnlockTest, OnlyTpmSmartCardOrUnknownProtectorsAreUnsupportedAndNamed)
         WithKeyIds({ProtectorRecipe::OfKind(ProtectorKind::kTpm),
                     ProtectorRecipe::OfKind(ProtectorKind::kSmartCard),
                     ProtectorRecipe::OfKind(static_cast<ProtectorKind>(0x4000))}));
-    const Result<OpenedVolume> opened = volume.OpenWithPassword();
+    const Result<UnlockedVolume> opened = volume.OpenWithPassword();
     ASSERT_EQ(StatusOf(opened), Status::kUnsupportedProtector);
     EXPECT_EQ(opened.Failure().detail, "the volume has: TPM (Key ID 1A2B3C4D), "
                                        "smart card (Key ID 5E6F7A8B), "
@@ -177,7 +177,7 @@ TEST(UnlockTest, AStartupKeyOfAnotherVolumeIsToldFromTheOneThatIsWanted)
     const TestVolume volume(
         WithKeyIds({ProtectorRecipe::StartupKey(kFirstKey), ProtectorRecipe::Password(kPassword),
                     ProtectorRecipe::StartupKey(kThirdKey)}));
-    const Result<OpenedVolume> opened = volume.Open(StartupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
+    const Result<UnlockedVolume> opened = volume.Open(StartupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
     ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
     EXPECT_EQ(opened.Failure().detail,
               "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, and this volume wants "
@@ -191,7 +191,7 @@ TEST(UnlockTest, AStartupKeyWhoseKeyIsAnotherOneIsNotTakenForOneOfAnotherVolume)
     std::vector<uint8_t> file = maker::MakeStartupKeyFile(kFirstKey);
     file.back() ^= 1;
     const TestVolume volume(WithKeyIds({ProtectorRecipe::StartupKey(kFirstKey)}));
-    const Result<OpenedVolume> opened = volume.Open(*Secret::FromStartupKey(file));
+    const Result<UnlockedVolume> opened = volume.Open(*Secret::FromStartupKey(file));
     ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
     EXPECT_EQ(opened.Failure().detail,
               "the key file is the one of this volume, 1A2B3C4D-1122-3344-5566-770000000000.BEK, "

@@ -1,8 +1,10 @@
+#include "ThreadChecks.h"
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
 
 int main(int argc, char **argv)
 {
+    vx::CheckThreads();
     @autoreleasepool {
         ::testing::InitGoogleTest(&argc, argv);
         return RUN_ALL_TESTS();

@@ -3,6 +3,7 @@
 #import "ExportTest.h"
 
 #include <thread>
+#include <utility>
 
 #include "ThreadChecks.h"
 
@@ -55,4 +56,15 @@ TEST_F(ThreadChecks, AnExportIsCopiedOnAWorkerOnly)
     Root().File(u"a", 1);
     Plan();
     EXPECT_DEBUG_DEATH([engine copyToInThread:nil], "copyToInThread.*IsMainThread");
+}
+
+TEST_F(ThreadChecks, AProgramThatDoesNotBeginThemHasNone)
+{
+    Root().Folder(u"a");
+    Open();
+    Z5FindData *entry = At({"a"});
+    const std::thread::id thread = std::exchange(vx::mainThread, {});
+    OnAnotherThread([&] { [explorer findFiles:entry]; });
+    vx::mainThread = thread;
+    EXPECT_TRUE(vx::IsMainThread());
 }

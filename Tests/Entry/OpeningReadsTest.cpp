@@ -52,7 +52,7 @@ protected:
     }
 
     Result<OpenedVolume> Open(const std::shared_ptr<const WatchedSource> &source,
-                              const Unlocking &unlocking) const
+                              const UnlockRequest &unlocking) const
     {
         Container container;
         container.source = source;

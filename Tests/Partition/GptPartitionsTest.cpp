@@ -212,7 +212,7 @@ TEST(GptPartitions, ItIsPreferredToTheMbrAndItsNamesAreTold)
     EXPECT_EQ(SectorsOf(table), (Sectors{40, 50}));
     EXPECT_EQ(table.volumes[0].size, 10 * DiskWriter::kSector);
     EXPECT_EQ(table.DescribeVolumes(SourceOf(disk.Bytes())),
-              "1: NTFS, 0 MiB (First[31m); 2: NTFS, 0 MiB (Second)");
+              "1: NTFS, 5120 bytes (First[31m); 2: NTFS, 5120 bytes (Second)");
 }
 
 TEST(GptPartitions, NumbersThatLieAreNotBelieved)

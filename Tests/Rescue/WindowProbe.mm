@@ -6,6 +6,7 @@
 
 #import "CBitlockerWrapper.h"
 #include "FileSizeLimit.h"
+#include "ThreadChecks.h"
 #import "Z5FileExplorerWapper.h"
 #import "Z5FileManager.h"
 
@@ -100,6 +101,7 @@ int Export(IVolume *volume, NSString *destination)
 
 int main(int argc, char **argv)
 {
+    vx::CheckThreads();
     if (argc != 5)
         return 2;
     vx::FailWritesBeyondFileSizeLimit();

@@ -39,8 +39,8 @@ Error ByteSource::CheckRange(uint64_t size, uint64_t offset, size_t count)
 {
     if (offset <= size && count <= size - offset)
         return {};
-    return {Status::kTruncatedImage, "there are no " + std::to_string(count) + " bytes at " +
-                                         std::to_string(offset) + ": the end is at " +
+    return {Status::kTruncatedImage, std::to_string(count) + " bytes are needed at " +
+                                         std::to_string(offset) + ", but there are only " +
                                          std::to_string(size)};
 }
 

@@ -86,7 +86,7 @@ VolumeOpener::VolumeOpener(std::shared_ptr<const ByteSource> source, const Cance
 {
 }
 
-Result<OpenedVolume> VolumeOpener::Open(const Secret &secret)
+Result<UnlockedVolume> VolumeOpener::Open(const Secret &secret)
 {
     ForbidCoreDumps();
     if (Error error = ReadMetadata())
@@ -173,7 +173,7 @@ Error VolumeOpener::CheckReadable() const
 // Two things may have to be guessed: the sector size if nothing says it, and whether a stopped
 // conversion had reached the relocated sectors. The first sector shows whether a guess was
 // right; when none is, the first one stands.
-Result<OpenedVolume> VolumeOpener::Build() const
+Result<UnlockedVolume> VolumeOpener::Build() const
 {
     VolumePointer likeliest;
     const bool partly = _key.copy->encryptedSize < _source->Size() || _map.has_value();
@@ -186,12 +186,12 @@ Result<OpenedVolume> VolumeOpener::Build() const
             if (!volume)
                 return volume.Failure();
             if (IsPlausible(**volume))
-                return OpenedVolume{*volume, Facts(**volume, true)};
+                return UnlockedVolume{*volume, Facts(**volume, true)};
             if (likeliest == nullptr)
                 likeliest = *volume;
         }
     }
-    return OpenedVolume{likeliest, Facts(*likeliest, false)};
+    return UnlockedVolume{likeliest, Facts(*likeliest, false)};
 }
 
 std::vector<uint32_t> VolumeOpener::SectorSizes() const

@@ -2,7 +2,7 @@
 // to read the decryptor.
 //
 //   const Result<Secret> secret = Secret::FromPassword("...");
-//   Result<OpenedVolume> opened = VolumeOpener(source).Open(*secret);  // up to a second of one
+//   Result<UnlockedVolume> opened = VolumeOpener(source).Open(*secret);  // up to a second of one
 //   core,
 //                                                // and more for volumes with several passwords
 //   opened->volume->ReadAt(...);                 // any thread
@@ -36,7 +36,7 @@ struct VolumeFacts {
     std::vector<std::string> warnings;  // damage that did not prevent opening
 };
 
-struct OpenedVolume {
+struct UnlockedVolume {
     std::shared_ptr<const DecryptedVolume> volume;
     VolumeFacts facts;
 };
@@ -57,7 +57,7 @@ public:
     static std::string Describe(const ByteSource &source);
 
     // To be called once. Errors: every Status but DamagedFileSystem.
-    Result<OpenedVolume> Open(const Secret &secret);
+    Result<UnlockedVolume> Open(const Secret &secret);
 
 private:
     using VolumePointer = std::shared_ptr<const DecryptedVolume>;
@@ -68,7 +68,7 @@ private:
     bool NeedsNoKey() const;
     UnlockedKey WithoutKey() const;
     Error CheckReadable() const;
-    Result<OpenedVolume> Build() const;
+    Result<UnlockedVolume> Build() const;
     // The sizes to try, the likeliest first.
     std::vector<uint32_t> SectorSizes() const;
     Result<VolumePointer> MakeVolume(uint32_t sectorSize, bool flipRelocated) const;

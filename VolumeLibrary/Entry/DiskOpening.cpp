@@ -26,7 +26,7 @@ constexpr const char *kNothingKnown =
 constexpr const char *kNothingUnlocked =
     "it was unlocked, but there is no NTFS, FAT or exFAT in it";
 
-Result<Secret> SecretOf(const Unlocking &unlocking)
+Result<Secret> SecretOf(const UnlockRequest &unlocking)
 {
     switch (unlocking.kind) {
     case UnlockKind::kPassword:
@@ -64,7 +64,7 @@ struct FoundVolume {
 
 class Opening {
 public:
-    Opening(const Container &container, const Unlocking &unlocking)
+    Opening(const Container &container, const UnlockRequest &unlocking)
         : _unlocking(unlocking),
           _disk(std::make_shared<CarefulSource>(container.source, container.files)),
           _firstPart(container.firstPart),
@@ -281,7 +281,7 @@ private:
         return {unknown, sentence};
     }
 
-    const Unlocking _unlocking;
+    const UnlockRequest _unlocking;
     const std::shared_ptr<const CarefulSource> _disk;
     const std::string _firstPart;
     std::vector<std::string> _notes;
@@ -290,7 +290,7 @@ private:
 
 }  // namespace
 
-Result<OpenedVolume> OpenDisk(const std::string &device, const Unlocking &unlocking)
+Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking)
 {
     const VolumeChoice choice = VolumeChoice::Parse(device);
     const auto container = OpenContainer(choice.path);
@@ -300,7 +300,7 @@ Result<OpenedVolume> OpenDisk(const std::string &device, const Unlocking &unlock
 }
 
 Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
-                                      const Unlocking &unlocking)
+                                      const UnlockRequest &unlocking)
 {
     return Opening(container, unlocking).Open(number);
 }

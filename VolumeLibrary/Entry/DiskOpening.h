@@ -11,7 +11,7 @@ namespace vx {
 
 struct Container;
 
-struct Unlocking {
+struct UnlockRequest {
     UnlockKind kind = UnlockKind::kNone;
     const char *secret = "";             // UTF-8; not looked at for kNone
     const CancelFlag *cancel = nullptr;  // may be null
@@ -19,11 +19,11 @@ struct Unlocking {
 
 // device: a path; "#" and a number after it choose one of the volumes of a disk, unless something
 // has that name. Errors: any Status. May throw std::bad_alloc.
-Result<OpenedVolume> OpenDisk(const std::string &device, const Unlocking &unlocking);
+Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking);
 
 // The same for a disk or an image that is open already. number: of the volume that was chosen, from
 // 1 on; 0 if none was.
 Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
-                                      const Unlocking &unlocking);
+                                      const UnlockRequest &unlocking);
 
 }  // namespace vx

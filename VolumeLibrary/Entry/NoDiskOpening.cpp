@@ -6,7 +6,7 @@
 
 namespace vx {
 
-Result<OpenedVolume> OpenDisk(const std::string &device, const Unlocking &)
+Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &)
 {
     struct stat found;
     if (stat(device.c_str(), &found) != 0)

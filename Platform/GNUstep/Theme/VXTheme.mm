@@ -7,6 +7,12 @@ namespace palette = vx::palette;
 
 @implementation VXTheme
 
+- (id)initWithBundle:(NSBundle *)bundle
+{
+    vx::CheckThreads();
+    return [super initWithBundle:bundle];
+}
+
 - (void)dealloc
 {
     [_systemColors release];

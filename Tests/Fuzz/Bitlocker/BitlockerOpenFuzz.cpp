@@ -73,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const size_t cut = reader.U16();
     const auto source = std::make_shared<MemoryByteSource>(Damaged(volume, reader, flags, cut));
     const Secret none = Secret::None();
-    const Result<OpenedVolume> opened =
+    const Result<UnlockedVolume> opened =
         VolumeOpener(source, nullptr, KeyStretcher(1)).Open(flags & kNoSecret ? none : *password);
     if (opened)
         ReadSome(*opened->volume);
