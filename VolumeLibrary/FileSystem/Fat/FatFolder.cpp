@@ -1,8 +1,8 @@
 #include "FatFolder.h"
 
 #include "ByteReader.h"
-#include "FatTime.h"
 #include "CodePoints.h"
+#include "FatTime.h"
 #include "Wtf8.h"
 
 #include <algorithm>
