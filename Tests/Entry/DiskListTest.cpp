@@ -191,5 +191,47 @@ TEST_F(DiskWithBackup, AListThatWasReadFromTheBackupSaysSo)
     EXPECT_EQ(opened.detail, std::string("1: FAT, 4 MiB; 2: FAT, 4 MiB; ") + kBackupNote);
 }
 
+// --- Disks that lost their end
+
+class CutDisk : public DiskWithBackup {
+protected:
+    // Only the backup of the table is lost.
+    Opened OpenCut(size_t volumes, const std::string &choice)
+    {
+        OpenWith(volumes, false);
+        disk.Bytes().resize(disk.Bytes().size() - (size_t{1} << 20));
+        return Open(choice);
+    }
+};
+
+constexpr const char *kCutNote = "the image or device ends before the backup of the table of "
+                                 "partitions; the first table was used";
+
+TEST_F(CutDisk, AVolumeOfItOpensWithAWarning)
+{
+    for (const char *choice : {"", "#1"}) {
+        const Opened opened = OpenCut(1, choice);
+        EXPECT_EQ(opened.status, Status::kSuccess);
+        EXPECT_EQ(opened.detail, kCutNote);
+    }
+}
+
+TEST_F(CutDisk, AListOfItsVolumesSaysSo)
+{
+    const Opened opened = OpenCut(2, "");
+    EXPECT_EQ(opened.status, Status::kSeveralVolumes);
+    EXPECT_EQ(opened.detail, std::string("1: FAT, 4 MiB; 2: FAT, 4 MiB; ") + kCutNote);
+}
+
+TEST_F(CutDisk, TheProgramPrintsTheWarningOnce)
+{
+    OpenCut(1, "");
+    const std::string path = image.At("disk");
+    ASSERT_TRUE(
+        RunShell(VX_TOOL " --list " + Quoted(path + "#1") + " 2>" + Quoted(image.At("errors"))));
+    EXPECT_EQ(image.Folder().ReadFile("errors"),
+              "volume-export: warning: " + path + "#1: " + kCutNote + "\n");
+}
+
 }  // namespace
 }  // namespace vx

@@ -60,6 +60,10 @@ struct Disk : DiskWriter {
 };
 
 const Sectors kBoth = {160, 240};
+constexpr const char *kCutNote = "the image or device ends before the backup of the table of "
+                                 "partitions; the first table was used";
+constexpr const char *kDamagedNote = "the first table of partitions is damaged, and there is no "
+                                     "sound backup of it; the first table was used";
 
 class EachSectorSize : public testing::TestWithParam<size_t> {};
 
@@ -115,6 +119,24 @@ TEST_P(EachSectorSize, ADiskThatLostItsEndNeedsNoBackup)
     disk.Bytes().resize(300 * DiskWriter::kSector);
     const DiskVolumes table = Read(disk);
     EXPECT_EQ(SectorsOf(table), kBoth);
+    EXPECT_EQ(table.note, kCutNote);
+}
+
+TEST_P(EachSectorSize, ADiskThatLostOnlyItsLastSectorIsReportedAsWell)
+{
+    Disk disk(GetParam());
+    disk.Bytes().resize(disk.At(disk.last));
+    const DiskVolumes table = Read(disk);
+    EXPECT_EQ(SectorsOf(table), kBoth);
+    EXPECT_EQ(table.note, kCutNote);
+}
+
+TEST_P(EachSectorSize, ADiskInALongerImageIsComplete)
+{
+    Disk disk(GetParam());
+    disk.Bytes().append(100 * DiskWriter::kSector + 1, '\0');
+    const DiskVolumes table = Read(disk);
+    EXPECT_EQ(SectorsOf(table), kBoth);
     EXPECT_EQ(table.note, "");
 }
 
@@ -135,8 +157,7 @@ TEST_P(EachSectorSize, WithoutASoundTableTheFirstOneIsUsedWithAWarning)
     disk.Damage(disk.At(disk.last - 1) + 300);
     const DiskVolumes table = Read(disk);
     EXPECT_EQ(SectorsOf(table), kBoth);
-    EXPECT_EQ(table.note, "the table of partitions is damaged, and there is no sound backup of it; "
-                          "it was used all the same");
+    EXPECT_EQ(table.note, kDamagedNote);
 }
 
 TEST_P(EachSectorSize, OfTwoDamagedTablesTheOneWithFewerFaultsIsUsed)
@@ -156,7 +177,7 @@ TEST_P(EachSectorSize, ADamagedTableOfADiskThatLostItsEndIsUsedWithAWarning)
     disk.Bytes().resize(300 * DiskWriter::kSector);
     const DiskVolumes table = Read(disk);
     EXPECT_EQ(SectorsOf(table), kBoth);
-    EXPECT_TRUE(Contains(table.note, "used all the same")) << table.note;
+    EXPECT_EQ(table.note, kDamagedNote);
 }
 
 INSTANTIATE_TEST_SUITE_P(GptPartitions, EachSectorSize, testing::Values(512, 4096),

@@ -24,6 +24,15 @@ int Faults(const GptTable &table)
            (table.areEntriesRight ? 0 : 1);
 }
 
+// For an image that was cut short, or a device that is larger than it reports.
+std::string NoteOfSoundTable(const GptTable &first, uint64_t sectors)
+{
+    if (first.otherSector < sectors)
+        return "";
+    return "the image or device ends before the backup of the table of partitions; the first table "
+           "was used";
+}
+
 std::string NoteOfBackup(const GptTable &first, const GptTable &backup)
 {
     const std::string why = first.unread ? "cannot be read" : "is damaged";
@@ -42,8 +51,10 @@ GptPartitions Take(GptTable table, bool isBackup, std::string note)
 GptPartitions GptPartitions::Read(const ByteSource &disk, uint64_t sectorBytes)
 {
     GptTable first = GptTable::Read(disk, sectorBytes, 1);
-    if (first.IsSound())
-        return Take(std::move(first), false, "");
+    if (first.IsSound()) {
+        std::string note = NoteOfSoundTable(first, disk.Size() / sectorBytes);
+        return Take(std::move(first), false, std::move(note));
+    }
     GptTable backup = ReadBackup(disk, sectorBytes, first);
     // A table that only happens to lie at the end, such as that of a disk inside an image, is not a
     // backup.
@@ -54,8 +65,8 @@ GptPartitions GptPartitions::Read(const ByteSource &disk, uint64_t sectorBytes)
     }
     if (first.isFound)
         return Take(std::move(first), false,
-                    "the table of partitions is damaged, and there is no sound backup of it; it "
-                    "was used all the same");
+                    "the first table of partitions is damaged, and there is no sound backup of it; "
+                    "the first table was used");
     first.places.clear();
     if (!first.unread)
         first.unread = std::move(backup.unread);

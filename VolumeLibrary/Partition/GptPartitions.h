@@ -15,7 +15,9 @@ namespace vx {
 
 struct GptPartitions {
     std::vector<PartitionPlace> places;  // empty if there is no table
-    std::string note;  // for the user; empty if the first table is sound or no table is used
+    // For the user: which table was used, unless there is none or the first one is sound and its
+    // backup lies on the disk.
+    std::string note;
     bool areOfBackup = false;
     Error unread;  // why a part of the table, or all of it, could not be read; or none
 
