@@ -9,7 +9,7 @@
 #include "NotingSource.h"
 #include "NtfsFileSystem.h"
 #include "ParallelSource.h"
-#include "SizeText.h"
+#include "RoundedSizeText.h"
 #include "VolumeChoice.h"
 #include "VolumeOpener.h"
 
@@ -43,7 +43,7 @@ Result<Secret> SecretOf(const UnlockRequest &unlocking)
 
 std::string CutText(uint64_t missingBytes)
 {
-    return "the image or device ends " + SizeText(missingBytes) +
+    return "the image or device ends " + RoundedSizeText(missingBytes) +
            " before the volume does; what lies there cannot be read";
 }
 

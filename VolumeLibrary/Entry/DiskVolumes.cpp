@@ -1,7 +1,7 @@
 #include "DiskVolumes.h"
 
 #include "KnownContents.h"
-#include "SizeText.h"
+#include "RoundedSizeText.h"
 #include "VolumeLabel.h"
 
 #include <algorithm>
@@ -52,9 +52,9 @@ std::string DescribeVolume(const DiskVolume &volume, const Source &disk)
     const std::string quoted = label.empty() ? "" : "\"" + label + "\"";
     std::string text = FileSystemName(volume.kind);
     if (volume.kind == FileSystemKind::kEncrypted)
-        text += ", " + SizeText(volume.size) + (label.empty() ? "" : ", " + quoted);
+        text += ", " + RoundedSizeText(volume.size) + (label.empty() ? "" : ", " + quoted);
     else
-        text += (label.empty() ? "" : " " + quoted) + ", " + SizeText(volume.size);
+        text += (label.empty() ? "" : " " + quoted) + ", " + RoundedSizeText(volume.size);
     return volume.name.empty() ? text : text + " (" + volume.name + ")";
 }
 
@@ -136,7 +136,7 @@ std::string DiskVolumes::DescribeOthers(const Source &disk) const
     std::string text;
     for (size_t i = 0; i < std::min(others.size(), kMostDescribed); ++i) {
         if (const KnownContents *known = ContentsOf(others[i], disk))
-            text += (text.empty() ? "" : "; ") + known->Phrase(SizeText(others[i].size));
+            text += (text.empty() ? "" : "; ") + known->Phrase(RoundedSizeText(others[i].size));
     }
     return text;
 }

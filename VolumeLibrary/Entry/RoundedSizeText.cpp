@@ -1,15 +1,15 @@
-#include "SizeText.h"
+#include "RoundedSizeText.h"
 
 #include <cstdio>
 
 namespace vx {
 
-std::string SizeText(uint64_t bytes)
+std::string RoundedSizeText(uint64_t bytes)
 {
     constexpr uint64_t kMiB = uint64_t{1} << 20;
     constexpr uint64_t kGiB = uint64_t{1} << 30;
     if (bytes < kMiB)
-        return std::to_string(bytes) + " bytes";
+        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
     if (bytes < kGiB)
         return std::to_string(bytes / kMiB) + " MiB";
     char text[32];
