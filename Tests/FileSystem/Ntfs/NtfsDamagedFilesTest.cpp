@@ -3,9 +3,9 @@
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
+#include "ReportedVolume.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
-#include "VolumeReports.h"
 
 namespace vx {
 namespace {

@@ -6,8 +6,8 @@
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
+#include "ReportedVolume.h"
 #include "SourceWithHole.h"
-#include "VolumeReports.h"
 
 #include <algorithm>
 #include <cstring>

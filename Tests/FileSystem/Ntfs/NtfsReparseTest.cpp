@@ -2,8 +2,8 @@
 #include "NtfsWriter.h"
 #include "OpenSource.h"
 #include "PutNumber.h"
+#include "ReportedVolume.h"
 #include "TestImage.h"
-#include "VolumeReports.h"
 
 #include <algorithm>
 #include <cstring>

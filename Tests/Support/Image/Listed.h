@@ -3,7 +3,7 @@
 #pragma once
 
 #include "OwnedVolume.h"
-#include "VolumeReports.h"
+#include "ReportedVolume.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "VolumeReports.h"
+#include "ReportedVolume.h"
 
 #include <gtest/gtest.h>
 
