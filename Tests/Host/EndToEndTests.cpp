@@ -108,7 +108,7 @@ TEST_F(EndToEndTest, TheExplorerTakesAMessageOfTheHostAndGoesOn)
         ChildProcess host(VOLUME_HOST,
                           {"--explorer", ENTRY_EXPLORER, "--send", code, "some volume"});
         ASSERT_TRUE(Eventually([] { return PipeFolder::Exists(kToExplorer); }));
-        const RawReader beside(kToExplorer);
+        const FifoReader beside(kToExplorer);
         // The explorer may take it between two looks; it has been sent by the end of the wait.
         Eventually([&] { return beside.HasInput(); });
         EXPECT_TRUE(Eventually([&] { return !beside.HasInput(); })) << "nobody took it";

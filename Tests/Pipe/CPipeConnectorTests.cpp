@@ -251,7 +251,7 @@ TEST_F(CPipeConnectorTest, DestructionEndsAReaderThatWaitsForASinkOrForItsFifo)
     ASSERT_TRUE(
         withoutFifo.initPipeConnection(missing.c_str(), kReadFlags, missing.c_str(), kWriteFlags));
     RawPeer peer(_folder);
-    const RawReader reader(_folder.ToClient());
+    const FifoReader reader(_folder.ToClient());
     ASSERT_TRUE(peer.Write(Message(1, "unheard")));
     ASSERT_TRUE(Init(*_connector));
     ASSERT_TRUE(Eventually([&] { return !reader.HasInput(); })) << "the reader holds it";

@@ -94,7 +94,7 @@ TEST_F(EntryTest, AFileInTheFifosPlaceKeepsTheExplorerRunningAndIsNotWrittenTo)
 TEST_F(EntryTest, HostileBlocksLeaveTheExplorerRunning)
 {
     ASSERT_EQ(mkfifo(kToHost, 0600), 0);
-    RawReader host(kToHost);
+    FifoReader host(kToHost);
     ChildProcess explorer(EXPLORER, {"volume", "none", "", "unused"});
     ASSERT_TRUE(Eventually([this] { return ReaderIsThere(); }));
     const _MSG_DATA_PACKAGE hostile = Message(-1, RecordText(0xffffffffu, 0xffffffffu));

@@ -6,24 +6,24 @@
 #include <poll.h>
 #include <unistd.h>
 
-RawReader::RawReader(const std::string &path)
+FifoReader::FifoReader(const std::string &path)
     : _descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
 {
 }
 
-RawReader::~RawReader()
+FifoReader::~FifoReader()
 {
     if (_descriptor != -1)
         close(_descriptor);
 }
 
-bool RawReader::HasInput() const
+bool FifoReader::HasInput() const
 {
     struct pollfd wanted = {_descriptor, POLLIN, 0};
     return poll(&wanted, 1, 0) == 1 && (wanted.revents & POLLIN);
 }
 
-std::optional<_MSG_DATA_PACKAGE> RawReader::Read()
+std::optional<_MSG_DATA_PACKAGE> FifoReader::Read()
 {
     _MSG_DATA_PACKAGE message = {};
     const bool whole = Eventually(
@@ -35,7 +35,7 @@ RawPeer::RawPeer(const PipeFolder &folder) : _writePath(folder.ToClient())
 {
     mkfifo(folder.ToServer().c_str(), 0600);
     mkfifo(_writePath.c_str(), 0600);
-    _reader = std::make_unique<RawReader>(folder.ToServer());
+    _reader = std::make_unique<FifoReader>(folder.ToServer());
 }
 
 RawPeer::~RawPeer()

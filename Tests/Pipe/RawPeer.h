@@ -9,12 +9,12 @@
 
 // A read end beside the real reader's: keeps a FIFO open for writing, and sees whether a block
 // still waits in it.
-class RawReader {
+class FifoReader {
 public:
-    explicit RawReader(const std::string &path);
-    ~RawReader();
-    RawReader(const RawReader &) = delete;
-    RawReader &operator=(const RawReader &) = delete;
+    explicit FifoReader(const std::string &path);
+    ~FifoReader();
+    FifoReader(const FifoReader &) = delete;
+    FifoReader &operator=(const FifoReader &) = delete;
 
     bool HasInput() const;
     // The next whole message; nothing if none comes.
@@ -42,6 +42,6 @@ public:
 
 private:
     const std::string _writePath;
-    std::unique_ptr<RawReader> _reader;
+    std::unique_ptr<FifoReader> _reader;
     int _writer = -1;
 };

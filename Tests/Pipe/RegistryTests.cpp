@@ -151,7 +151,7 @@ TEST_F(RegistryTest, AConnectorThatIsRefusedGetsNoSink)
         refused.initPipeConnection(in.c_str(), kReadFlags, _folder.At("out").c_str(), kWriteFlags));
     EXPECT_FALSE(server.AddConnector(&refused));
     ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(in); }));
-    const RawReader beside(in);
+    const FifoReader beside(in);
     WriteTo(in);
     ASSERT_TRUE(Eventually([&] { return !beside.HasInput(); }));
     refused.SetMsgHander(&other);

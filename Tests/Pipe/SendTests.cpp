@@ -310,7 +310,7 @@ TEST_F(SendSyncTest, ABlockThatCameBeforeItsRequestIsNotTheReply)
     for (int pause = 20; pause <= 2000 && reply != _noReply; pause *= 10) {
         _connector = std::make_unique<CPipeConnector>(_name, kFast);
         RawPeer peer(_folder);
-        const RawReader reader(_folder.ToClient());
+        const FifoReader reader(_folder.ToClient());
         ASSERT_TRUE(Init(*_connector));
         ASSERT_TRUE(peer.Write(Message(16, "forged ahead of time")));
         ASSERT_TRUE(Eventually([&] { return !reader.HasInput(); }));

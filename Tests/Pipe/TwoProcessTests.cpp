@@ -29,7 +29,7 @@ protected:
     std::optional<int> FloodUntilItEnds()
     {
         mkfifo(_folder.ToClient().c_str(), 0600);
-        const RawReader keepsThePipeOpen(_folder.ToClient());
+        const FifoReader keepsThePipeOpen(_folder.ToClient());
         RawPeer flood(_folder);
         const _MSG_DATA_PACKAGE message = Message(1, RecordText(5, 12));
         const int descriptor = open(_folder.ToClient().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);

@@ -44,12 +44,12 @@ bool IsPossible(const VolumeForm &form, SourceFault fault)
     }
 }
 
-bool IsPossible(const VolumeForm &form, Condition condition)
+bool IsPossible(const VolumeForm &form, DestinationCondition condition)
 {
     switch (condition) {
-    case Condition::kVolumeItself:
+    case DestinationCondition::kVolumeItself:
         return form.isFolder;
-    case Condition::kIgnoresCase:
+    case DestinationCondition::kIgnoresCase:
         return form.withNames || form.name == "Fat16Raw";
     default:
         return true;
@@ -62,7 +62,8 @@ public:
     {
         for (size_t i = 0; i < forms.size(); ++i) {
             for (size_t j = 0; j < AllSourceFaults().size(); ++j)
-                Add(forms[i], AllSourceFaults()[j], Condition::kEmpty, kPrograms[(i + j) % 3]);
+                Add(forms[i], AllSourceFaults()[j], DestinationCondition::kEmpty,
+                    kPrograms[(i + j) % 3]);
         }
     }
 
@@ -77,7 +78,7 @@ public:
     void AddPairs()
     {
         size_t next = 0;
-        for (const Condition condition : AllConditions()) {
+        for (const DestinationCondition condition : AllConditions()) {
             for (const SourceFault fault :
                  {SourceFault::kNone, SourceFault::kOneSector, SourceFault::kTransient,
                   SourceFault::kGoneInTheMiddle, SourceFault::kEntry}) {
@@ -90,7 +91,8 @@ public:
     std::vector<Combination> all;
 
 private:
-    void AddWithSomeVolume(SourceFault fault, Condition condition, Program program, size_t first)
+    void AddWithSomeVolume(SourceFault fault, DestinationCondition condition, Program program,
+                           size_t first)
     {
         for (size_t i = 0; i < forms.size(); ++i) {
             if (Add(forms[(first + i) % forms.size()], fault, condition, program))
@@ -98,7 +100,8 @@ private:
         }
     }
 
-    bool Add(const VolumeForm &form, SourceFault fault, Condition condition, Program program)
+    bool Add(const VolumeForm &form, SourceFault fault, DestinationCondition condition,
+             Program program)
     {
         if (!IsPossible(form, fault) || !IsPossible(form, condition))
             return false;

@@ -16,7 +16,7 @@ enum class Program { kExport, kVerify, kWindow };
 struct Combination {
     std::string volume;
     SourceFault fault = SourceFault::kNone;
-    Condition condition = Condition::kEmpty;
+    DestinationCondition condition = DestinationCondition::kEmpty;
     Program program = Program::kExport;
 
     // "NtfsRaw_OneBadSector_EmptyFolder_Verify"

@@ -44,38 +44,38 @@ void MakeSocket(const std::string &path)
     close(made);
 }
 
-const std::map<Condition, std::string> kNames = {
-    {Condition::kEmpty, "EmptyFolder"},
-    {Condition::kOldFiles, "OldFiles"},
-    {Condition::kLinksOut, "LinksToFilesElsewhere"},
-    {Condition::kHardLinks, "HardLinksOfFilesElsewhere"},
-    {Condition::kDanglingLinks, "LinksToNothing"},
-    {Condition::kFifo, "FifoInTheWay"},
-    {Condition::kSocket, "SocketInTheWay"},
-    {Condition::kFolderInTheWay, "FolderInTheWay"},
-    {Condition::kFileForAFolder, "FileWhereAFolderGoes"},
-    {Condition::kFull, "FullDisk"},
-    {Condition::kFullLater, "DiskThatFillsUp"},
-    {Condition::kFullOverOldFiles, "DiskThatFillsUpOverOldFiles"},
-    {Condition::kQuota, "Quota"},
-    {Condition::kWriteErrors, "WriteErrors"},
-    {Condition::kOneWriteError, "OneWriteError"},
-    {Condition::kReadOnly, "ReadOnlyDisk"},
-    {Condition::kShortNames, "ShortNames"},
-    {Condition::kIgnoresCase, "DiskThatIgnoresCase"},
-    {Condition::kSmallDisk, "SmallDisk"},
-    {Condition::kSizeLimit, "SizeLimit"},
-    {Condition::kDiskHardLinked, "HardLinkOfTheSource"},
-    {Condition::kDiskLinked, "LinkToTheSource"},
-    {Condition::kVolumeItself, "VolumeItself"},
+const std::map<DestinationCondition, std::string> kNames = {
+    {DestinationCondition::kEmpty, "EmptyFolder"},
+    {DestinationCondition::kOldFiles, "OldFiles"},
+    {DestinationCondition::kLinksOut, "LinksToFilesElsewhere"},
+    {DestinationCondition::kHardLinks, "HardLinksOfFilesElsewhere"},
+    {DestinationCondition::kDanglingLinks, "LinksToNothing"},
+    {DestinationCondition::kFifo, "FifoInTheWay"},
+    {DestinationCondition::kSocket, "SocketInTheWay"},
+    {DestinationCondition::kFolderInTheWay, "FolderInTheWay"},
+    {DestinationCondition::kFileForAFolder, "FileWhereAFolderGoes"},
+    {DestinationCondition::kFull, "FullDisk"},
+    {DestinationCondition::kFullLater, "DiskThatFillsUp"},
+    {DestinationCondition::kFullOverOldFiles, "DiskThatFillsUpOverOldFiles"},
+    {DestinationCondition::kQuota, "Quota"},
+    {DestinationCondition::kWriteErrors, "WriteErrors"},
+    {DestinationCondition::kOneWriteError, "OneWriteError"},
+    {DestinationCondition::kReadOnly, "ReadOnlyDisk"},
+    {DestinationCondition::kShortNames, "ShortNames"},
+    {DestinationCondition::kIgnoresCase, "DiskThatIgnoresCase"},
+    {DestinationCondition::kSmallDisk, "SmallDisk"},
+    {DestinationCondition::kSizeLimit, "SizeLimit"},
+    {DestinationCondition::kDiskHardLinked, "HardLinkOfTheSource"},
+    {DestinationCondition::kDiskLinked, "LinkToTheSource"},
+    {DestinationCondition::kVolumeItself, "VolumeItself"},
 };
 
 }  // namespace
 
-const std::vector<Condition> &AllConditions()
+const std::vector<DestinationCondition> &AllConditions()
 {
-    static const std::vector<Condition> all = [] {
-        std::vector<Condition> conditions;
+    static const std::vector<DestinationCondition> all = [] {
+        std::vector<DestinationCondition> conditions;
         conditions.reserve(kNames.size());
         for (const auto &[condition, name] : kNames)
             conditions.push_back(condition);
@@ -84,12 +84,12 @@ const std::vector<Condition> &AllConditions()
     return all;
 }
 
-std::string NameOf(Condition condition)
+std::string NameOf(DestinationCondition condition)
 {
     return kNames.at(condition);
 }
 
-DestinationScene::DestinationScene(Condition condition, const RescueVolume &volume)
+DestinationScene::DestinationScene(DestinationCondition condition, const RescueVolume &volume)
     : _condition(condition), _volume(volume), _destination(_folder.MakeFolder("destination"))
 {
     _folder.WriteFile("outside/bystander", MarkedBytes(kOldFile, 3000));
@@ -97,7 +97,7 @@ DestinationScene::DestinationScene(Condition condition, const RescueVolume &volu
 
 DestinationScene::~DestinationScene()
 {
-    if (_isMounted && _condition == Condition::kSmallDisk)
+    if (_isMounted && _condition == DestinationCondition::kSmallDisk)
         umount(_destination.c_str());
     else if (_isMounted)
         RunQuietly("fusermount3 -u " + Quoted(_destination) + " || fusermount -u " +
@@ -107,11 +107,11 @@ DestinationScene::~DestinationScene()
 bool DestinationScene::Fails() const
 {
     switch (_condition) {
-    case Condition::kEmpty:
-    case Condition::kOldFiles:
-    case Condition::kLinksOut:
-    case Condition::kHardLinks:
-    case Condition::kDanglingLinks:
+    case DestinationCondition::kEmpty:
+    case DestinationCondition::kOldFiles:
+    case DestinationCondition::kLinksOut:
+    case DestinationCondition::kHardLinks:
+    case DestinationCondition::kDanglingLinks:
         return false;
     default:
         return true;
@@ -120,13 +120,15 @@ bool DestinationScene::Fails() const
 
 bool DestinationScene::IsFull() const
 {
-    return _condition == Condition::kFull || _condition == Condition::kFullLater ||
-           _condition == Condition::kFullOverOldFiles || _condition == Condition::kSmallDisk;
+    return _condition == DestinationCondition::kFull ||
+           _condition == DestinationCondition::kFullLater ||
+           _condition == DestinationCondition::kFullOverOldFiles ||
+           _condition == DestinationCondition::kSmallDisk;
 }
 
 unsigned long long DestinationScene::SizeLimit() const
 {
-    return _condition == Condition::kSizeLimit ? 3 * kMebibyte : 0;
+    return _condition == DestinationCondition::kSizeLimit ? 3 * kMebibyte : 0;
 }
 
 std::vector<std::string> DestinationScene::Targets() const
@@ -141,13 +143,15 @@ std::vector<std::string> DestinationScene::Targets() const
 
 bool DestinationScene::Prepare(FaultPlan *plan)
 {
-    if (_condition == Condition::kDiskHardLinked || _condition == Condition::kDiskLinked) {
+    if (_condition == DestinationCondition::kDiskHardLinked ||
+        _condition == DestinationCondition::kDiskLinked) {
         CopyVolume();
-        LinkDisk(_condition == Condition::kDiskHardLinked);
-    } else if (_condition == Condition::kVolumeItself) {
+        LinkDisk(_condition == DestinationCondition::kDiskHardLinked);
+    } else if (_condition == DestinationCondition::kVolumeItself) {
         CopyVolume();
         _destination = _volume.path;
-    } else if (_condition == Condition::kSmallDisk || _condition == Condition::kIgnoresCase) {
+    } else if (_condition == DestinationCondition::kSmallDisk ||
+               _condition == DestinationCondition::kIgnoresCase) {
         _isMounted = Mount();
         if (!_isMounted)
             return false;
@@ -176,30 +180,30 @@ void DestinationScene::MakeOldFiles()
 void DestinationScene::MakeInTheWay()
 {
     switch (_condition) {
-    case Condition::kOldFiles:
-    case Condition::kFullOverOldFiles:
-    case Condition::kReadOnly:
-    case Condition::kSizeLimit:
+    case DestinationCondition::kOldFiles:
+    case DestinationCondition::kFullOverOldFiles:
+    case DestinationCondition::kReadOnly:
+    case DestinationCondition::kSizeLimit:
         MakeOldFiles();
         break;
-    case Condition::kFull:
+    case DestinationCondition::kFull:
         for (const std::string &path : Targets())
             _folder.WriteFile(Landing(path), MarkedBytes(kOldFile, 2000));
         break;
-    case Condition::kFifo:
+    case DestinationCondition::kFifo:
         Require(mkfifo(_folder.At(Landing(Targets()[0])).c_str(), 0600) == 0, "mkfifo");
         break;
-    case Condition::kSocket:
+    case DestinationCondition::kSocket:
         MakeSocket(_folder.At(Landing(Targets()[0])));
         break;
-    case Condition::kFolderInTheWay:
+    case DestinationCondition::kFolderInTheWay:
         _folder.WriteFile(Landing(Targets()[0]) + "/stranger.txt", MarkedBytes(kOldFile, 500));
         break;
-    case Condition::kFileForAFolder:
+    case DestinationCondition::kFileForAFolder:
         _folder.WriteFile(Landing("/Deep"), MarkedBytes(kOldFile, 500));
         _folder.WriteFile(Landing("/Names"), MarkedBytes(kOldFile, 600));
         break;
-    case Condition::kIgnoresCase:
+    case DestinationCondition::kIgnoresCase:
         for (const char *path : {"/PLAIN.BIN", "/names/LAST.BIN", "/LARGE.bin", "/stranger.txt"})
             _folder.WriteFile(Landing(path), MarkedBytes(kOldFile, 4000));
         break;
@@ -213,11 +217,11 @@ void DestinationScene::MakeLinks()
     for (const std::string &path : Targets()) {
         const std::string name = "outside/old" + std::to_string(_volume.File(path)->number);
         const std::string place = Landing(path);
-        if (_condition == Condition::kLinksOut) {
+        if (_condition == DestinationCondition::kLinksOut) {
             _folder.MakeLink(place, _folder.WriteFile(name, MarkedBytes(kOldFile, 5000)));
-        } else if (_condition == Condition::kDanglingLinks) {
+        } else if (_condition == DestinationCondition::kDanglingLinks) {
             _folder.MakeLink(place, _folder.At(name));
-        } else if (_condition == Condition::kHardLinks) {
+        } else if (_condition == DestinationCondition::kHardLinks) {
             const std::string old = _folder.WriteFile(name, MarkedBytes(kOldFile, 5000));
             _folder.MakeFolder(place.substr(0, place.rfind('/')));
             Require(link(old.c_str(), _folder.At(place).c_str()) == 0, place);
@@ -230,26 +234,26 @@ void DestinationScene::AddFaults(FaultPlan *plan) const
     const bool isSmall = _volume.File(kLarge) == nullptr;
     const uint64_t room = isSmall ? 6000 : 6 * kMebibyte + 1000;
     switch (_condition) {
-    case Condition::kFull:
+    case DestinationCondition::kFull:
         plan->Room(0, ENOSPC);
         break;
-    case Condition::kFullLater:
-    case Condition::kFullOverOldFiles:
+    case DestinationCondition::kFullLater:
+    case DestinationCondition::kFullOverOldFiles:
         plan->Room(room, ENOSPC);
         break;
-    case Condition::kQuota:
+    case DestinationCondition::kQuota:
         plan->Room(room / 2, EDQUOT);
         break;
-    case Condition::kWriteErrors:
+    case DestinationCondition::kWriteErrors:
         plan->Room(room, EIO);
         break;
-    case Condition::kOneWriteError:
+    case DestinationCondition::kOneWriteError:
         plan->Hiccup(4, EIO);
         break;
-    case Condition::kReadOnly:
+    case DestinationCondition::kReadOnly:
         plan->Refuse(EROFS);
         break;
-    case Condition::kShortNames:
+    case DestinationCondition::kShortNames:
         plan->Names(10);
         break;
     default:
@@ -259,7 +263,7 @@ void DestinationScene::AddFaults(FaultPlan *plan) const
 
 bool DestinationScene::Mount()
 {
-    if (_condition == Condition::kSmallDisk)
+    if (_condition == DestinationCondition::kSmallDisk)
         return mount("none", _destination.c_str(), "tmpfs", 0, "size=6m") == 0;
     return MountIgnoringCase();
 }
@@ -276,8 +280,9 @@ void DestinationScene::CopyVolume()
 {
     const std::string source =
         _volume.isFolder ? _volume.path : _volume.path.substr(0, _volume.path.rfind('/'));
-    const std::string copy =
-        _condition == Condition::kVolumeItself ? _folder.At("volume") : _folder.At("outside/disk");
+    const std::string copy = _condition == DestinationCondition::kVolumeItself
+                                 ? _folder.At("volume")
+                                 : _folder.At("outside/disk");
     Require(RunQuietly("cp -R --sparse=always " + Quoted(source) + " " + Quoted(copy)), copy);
     const auto move = [&](std::string *path) { *path = copy + path->substr(source.size()); };
     move(&_volume.path);
@@ -305,7 +310,7 @@ FolderSnapshot DestinationScene::Bystanders() const
     FolderSnapshot all(_folder.At("outside"));
     for (const std::string &part : _volume.parts) {
         struct stat found = {};
-        if (_condition == Condition::kVolumeItself)
+        if (_condition == DestinationCondition::kVolumeItself)
             continue;
         if (stat(part.c_str(), &found) == 0)
             all.Entries()[part] = {found.st_mode, found.st_ino,

@@ -15,7 +15,7 @@
 
 namespace vx {
 
-enum class Condition {
+enum class DestinationCondition {
     kEmpty,
     kOldFiles,       // of other contents, where files go, and others between them
     kLinksOut,       // to files elsewhere
@@ -41,12 +41,12 @@ enum class Condition {
     kVolumeItself,  // the folder that is exported
 };
 
-const std::vector<Condition> &AllConditions();
-std::string NameOf(Condition condition);
+const std::vector<DestinationCondition> &AllConditions();
+std::string NameOf(DestinationCondition condition);
 
 class DestinationScene {
 public:
-    DestinationScene(Condition condition, const RescueVolume &volume);
+    DestinationScene(DestinationCondition condition, const RescueVolume &volume);
     ~DestinationScene();
     DestinationScene(const DestinationScene &) = delete;
     DestinationScene &operator=(const DestinationScene &) = delete;
@@ -64,8 +64,8 @@ public:
     // Whether it does not take everything.
     bool Fails() const;
     bool IsFull() const;
-    bool LosesWrites() const { return _condition == Condition::kOneWriteError; }
-    bool IgnoresCase() const { return _condition == Condition::kIgnoresCase; }
+    bool LosesWrites() const { return _condition == DestinationCondition::kOneWriteError; }
+    bool IgnoresCase() const { return _condition == DestinationCondition::kIgnoresCase; }
     // Bytes, 0 for none.
     unsigned long long SizeLimit() const;
 
@@ -82,7 +82,7 @@ private:
     std::vector<std::string> Targets() const;
     std::string Landing(const std::string &path) const { return "destination" + path; }
 
-    const Condition _condition;
+    const DestinationCondition _condition;
     RescueVolume _volume;
     const TemporaryFolder _folder;
     std::string _destination;
