@@ -59,63 +59,59 @@ enum class VolumeLibraryStatus : int32_t {
     kNoSuchVolume = 36,  // the disk has no volume of the chosen number
 };
 
+struct VolumeLibraryStatusMeaning {
+    VolumeLibraryStatus status;
+    const char *text;
+};
+
+inline constexpr VolumeLibraryStatusMeaning kVolumeLibraryStatusMeanings[] = {
+    {VolumeLibraryStatus::kSuccess, "the volume is open"},
+    {VolumeLibraryStatus::kArgumentMissing,
+     "the volume library was called without an argument that it needs"},
+    {VolumeLibraryStatus::kUnlockKindNotSupported,
+     "this kind of unlock is not known; there are none, password, recovery and startup-key"},
+    {VolumeLibraryStatus::kNotFound, "there is nothing at this path"},
+    {VolumeLibraryStatus::kNotAFolder, "the path leads to nothing that can be opened as a volume"},
+    {VolumeLibraryStatus::kPermissionDenied, "no permission to read it"},
+    {VolumeLibraryStatus::kReadFailed, "it could not be read"},
+    {VolumeLibraryStatus::kOutOfMemory, "there is not enough memory"},
+    {VolumeLibraryStatus::kInternalError, "the volume library failed unexpectedly"},
+    {VolumeLibraryStatus::kCancelled, "opening the volume was cancelled"},
+    {VolumeLibraryStatus::kNotEncrypted, "the volume is not encrypted"},
+    {VolumeLibraryStatus::kMetadataDamaged, "the encryption metadata is damaged"},
+    {VolumeLibraryStatus::kWrongSecret,
+     "the password, recovery key or startup key does not open this volume"},
+    {VolumeLibraryStatus::kSecretMalformed,
+     "the password, recovery key or startup key is not written correctly"},
+    {VolumeLibraryStatus::kProtectorNotSupported,
+     "the volume can only be unlocked in a way that is not supported here"},
+    {VolumeLibraryStatus::kNoProtectorOfThisKind,
+     "the volume cannot be unlocked with a secret of this kind"},
+    {VolumeLibraryStatus::kMethodNotSupported,
+     "the volume is encrypted with a method that is not supported"},
+    {VolumeLibraryStatus::kConversionMapDamaged,
+     "the record of which part of the volume is encrypted is damaged"},
+    {VolumeLibraryStatus::kConversionNotSupported,
+     "encrypting or decrypting the volume stopped in a state that cannot be read"},
+    {VolumeLibraryStatus::kImageTruncated, "the image or device ends before the volume does"},
+    {VolumeLibraryStatus::kFileSystemDamaged, "the file system of the volume is damaged"},
+    {VolumeLibraryStatus::kFileSystemNotSupported,
+     "the file system of the volume is not supported"},
+    {VolumeLibraryStatus::kSeveralVolumes,
+     "the disk holds several volumes; choose one with # and its number after the path"},
+    {VolumeLibraryStatus::kContainerNotSupported, "the kind of disk image is not supported"},
+    {VolumeLibraryStatus::kSecretNeeded,
+     "the volume is encrypted; a password, a recovery password or a key is needed"},
+    {VolumeLibraryStatus::kNoSuchVolume, "the disk has no volume of this number"},
+};
+
 // The status in plain words: no capital at the start, no full stop, so that it can follow a
 // colon. Never null; a number without a meaning has a text too.
 inline const char *VolumeLibraryStatusText(int32_t status)
 {
-    switch (static_cast<VolumeLibraryStatus>(status)) {
-    case VolumeLibraryStatus::kSuccess:
-        return "the volume is open";
-    case VolumeLibraryStatus::kArgumentMissing:
-        return "the volume library was called without an argument that it needs";
-    case VolumeLibraryStatus::kUnlockKindNotSupported:
-        return "this kind of unlock is not known; there are none, password, recovery and startup-key";
-    case VolumeLibraryStatus::kNotFound:
-        return "there is nothing at this path";
-    case VolumeLibraryStatus::kNotAFolder:
-        return "the path leads to nothing that can be opened as a volume";
-    case VolumeLibraryStatus::kPermissionDenied:
-        return "no permission to read it";
-    case VolumeLibraryStatus::kReadFailed:
-        return "it could not be read";
-    case VolumeLibraryStatus::kOutOfMemory:
-        return "there is not enough memory";
-    case VolumeLibraryStatus::kInternalError:
-        return "the volume library failed unexpectedly";
-    case VolumeLibraryStatus::kCancelled:
-        return "opening the volume was cancelled";
-    case VolumeLibraryStatus::kNotEncrypted:
-        return "the volume is not encrypted";
-    case VolumeLibraryStatus::kMetadataDamaged:
-        return "the encryption metadata is damaged";
-    case VolumeLibraryStatus::kWrongSecret:
-        return "the password, recovery key or startup key does not open this volume";
-    case VolumeLibraryStatus::kSecretMalformed:
-        return "the password, recovery key or startup key is not written correctly";
-    case VolumeLibraryStatus::kProtectorNotSupported:
-        return "the volume can only be unlocked in a way that is not supported here";
-    case VolumeLibraryStatus::kNoProtectorOfThisKind:
-        return "the volume cannot be unlocked with a secret of this kind";
-    case VolumeLibraryStatus::kMethodNotSupported:
-        return "the volume is encrypted with a method that is not supported";
-    case VolumeLibraryStatus::kConversionMapDamaged:
-        return "the record of which part of the volume is encrypted is damaged";
-    case VolumeLibraryStatus::kConversionNotSupported:
-        return "encrypting or decrypting the volume stopped in a state that cannot be read";
-    case VolumeLibraryStatus::kImageTruncated:
-        return "the image or device ends before the volume does";
-    case VolumeLibraryStatus::kFileSystemDamaged:
-        return "the file system of the volume is damaged";
-    case VolumeLibraryStatus::kFileSystemNotSupported:
-        return "the file system of the volume is not supported";
-    case VolumeLibraryStatus::kSeveralVolumes:
-        return "the disk holds several volumes; choose one with # and its number after the path";
-    case VolumeLibraryStatus::kContainerNotSupported:
-        return "the kind of disk image is not supported";
-    case VolumeLibraryStatus::kSecretNeeded:
-        return "the volume is encrypted; a password, a recovery password or a key is needed";
-    case VolumeLibraryStatus::kNoSuchVolume:
-        return "the disk has no volume of this number";
+    for (const VolumeLibraryStatusMeaning &meaning : kVolumeLibraryStatusMeanings) {
+        if (static_cast<int32_t>(meaning.status) == status)
+            return meaning.text;
     }
     return "the volume library answered with an unknown status";
 }
