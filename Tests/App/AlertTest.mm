@@ -15,14 +15,14 @@ using apptest::ShowsImage;
 using apptest::ShowsText;
 using apptest::When;
 
-bool somethingIsModal()
+bool SomethingIsModal()
 {
     return [NSApp modalWindow] != nil;
 }
 
 int g_activations = 0;
 
-void countActivation(id, SEL, BOOL ignoringOthers)
+void CountActivation(id, SEL, BOOL ignoringOthers)
 {
     g_activations += ignoringOthers ? 1 : 0;
 }
@@ -32,9 +32,9 @@ struct Seen {
     bool title = false, text = false, image = false, okOnly = false;
 };
 
-void lookAndConfirm(Seen &seen, NSString *title, NSString *text, NSString *imageName)
+void LookAndConfirm(Seen &seen, NSString *title, NSString *text, NSString *imageName)
 {
-    When(somethingIsModal, [&seen, title, text, imageName] {
+    When(SomethingIsModal, [&seen, title, text, imageName] {
         NSWindow *window = [NSApp modalWindow];
         seen.title = ShowsText(window, title);
         seen.text = ShowsText(window, text);
@@ -49,7 +49,7 @@ void lookAndConfirm(Seen &seen, NSString *title, NSString *text, NSString *image
 TEST(Z5MessageBox, AWarningShowsTitleTextAndTheWarningImageUntilOkIsPressed)
 {
     Seen seen;
-    lookAndConfirm(seen, @"The title", @"The text", @"warning");
+    LookAndConfirm(seen, @"The title", @"The text", @"warning");
     [Z5MessageBox showWarningMessageBox:@"The text" withTitle:@"The title"];
     EXPECT_TRUE(seen.title);
     EXPECT_TRUE(seen.text);
@@ -60,7 +60,7 @@ TEST(Z5MessageBox, AWarningShowsTitleTextAndTheWarningImageUntilOkIsPressed)
 TEST(Z5MessageBox, ASuccessShowsTheSuccessImage)
 {
     Seen seen;
-    lookAndConfirm(seen, @"Done", @"All is well", @"success");
+    LookAndConfirm(seen, @"Done", @"All is well", @"success");
     [Z5MessageBox showSuccessMessageBox:@"All is well" withTitle:@"Done"];
     EXPECT_TRUE(seen.title);
     EXPECT_TRUE(seen.text);
@@ -71,17 +71,17 @@ TEST(Z5MessageBox, ASuccessBringsTheApplicationToTheFrontFirstAndAWarningDoesNot
 {
     Method method =
         class_getInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:));
-    const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(countActivation));
+    const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(CountActivation));
     g_activations = 0;
     int whenShown = -1;
     const auto confirm = [&whenShown] {
         whenShown = g_activations;
         [ButtonTitled([NSApp modalWindow], @"OK") performClick:nil];
     };
-    When(somethingIsModal, confirm);
+    When(SomethingIsModal, confirm);
     [Z5MessageBox showWarningMessageBox:@"The text" withTitle:@"The title"];
     EXPECT_EQ(whenShown, 0);
-    When(somethingIsModal, confirm);
+    When(SomethingIsModal, confirm);
     [Z5MessageBox showSuccessMessageBox:@"The text" withTitle:@"The title"];
     EXPECT_EQ(whenShown, 1);
     EXPECT_EQ(g_activations, 1);
@@ -91,7 +91,7 @@ TEST(Z5MessageBox, ASuccessBringsTheApplicationToTheFrontFirstAndAWarningDoesNot
 TEST(Z5MessageBox, ATextContainingPercentIsInterpretedAsAFormat)
 {
     Seen seen;
-    lookAndConfirm(seen, @"Disk", @"100% full", nil);
+    LookAndConfirm(seen, @"Disk", @"100% full", nil);
     [Z5MessageBox showWarningMessageBox:@"100%% full" withTitle:@"Disk"];
     EXPECT_TRUE(seen.text);
 }
@@ -120,9 +120,9 @@ protected:
     AlertSheet &operator=(const AlertSheet &) = delete;
 
     // The sheet comes from the run loop.
-    bool shown(Seen &seen, NSString *title, NSString *text)
+    bool Shown(Seen &seen, NSString *title, NSString *text)
     {
-        lookAndConfirm(seen, title, text, nil);
+        LookAndConfirm(seen, title, text, nil);
         return apptest::ServeUntil([&seen] { return seen.okOnly; });
     }
 
@@ -134,8 +134,8 @@ TEST_F(AlertSheet, IsShownAfterTheCallHasReturned)
 {
     Seen seen;
     [_delegate ShowAlertSheet:@"The text" withMessageTitle:@"The title"];
-    EXPECT_FALSE(somethingIsModal());
-    ASSERT_TRUE(shown(seen, @"The title", @"The text"));
+    EXPECT_FALSE(SomethingIsModal());
+    ASSERT_TRUE(Shown(seen, @"The title", @"The text"));
     EXPECT_TRUE(seen.title);
     EXPECT_TRUE(seen.text);
     EXPECT_EQ([_window attachedSheet], nil);
@@ -145,7 +145,7 @@ TEST_F(AlertSheet, AnAlertTextContainingPercentIsInterpretedAsAFormat)
 {
     Seen seen;
     [_delegate ShowAlertSheet:@"50%% copied" withMessageTitle:@"Export"];
-    ASSERT_TRUE(shown(seen, @"Export", @"50% copied"));
+    ASSERT_TRUE(Shown(seen, @"Export", @"50% copied"));
     EXPECT_TRUE(seen.text);
 }
 
@@ -163,7 +163,7 @@ TEST_F(AlertSheet, AnybodyMayAskForOneOnAnyThread)
                                                    userInfo:@{@"title" : @"A", @"text" : @"B"}]];
     Seen seen;
     [poster start];
-    ASSERT_TRUE(shown(seen, @"A", @"B"));
+    ASSERT_TRUE(Shown(seen, @"A", @"B"));
     EXPECT_TRUE(seen.title);
     EXPECT_TRUE(seen.text);
     EXPECT_TRUE(apptest::ServeUntil([poster] { return [poster isFinished]; }));
@@ -174,7 +174,7 @@ TEST_F(AlertSheet, AMissingPartLeavesItEmpty)
 {
     Seen seen;
     [_delegate ShowAlertSheet:@"only a text" withMessageTitle:nil];
-    ASSERT_TRUE(shown(seen, nil, @"only a text"));
+    ASSERT_TRUE(Shown(seen, nil, @"only a text"));
     EXPECT_TRUE(seen.text);
 }
 

@@ -38,7 +38,7 @@ namespace {
 
 using vxtest::Drawing;
 
-NSButton *amberButton(NSString *title)
+NSButton *AmberButton(NSString *title)
 {
     NSButton *button = [[[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 120, 32)] autorelease];
     [button setCell:[[[ColorButtonCell alloc] initTextCell:title] autorelease]];
@@ -47,7 +47,7 @@ NSButton *amberButton(NSString *title)
     return button;
 }
 
-NSWindow *emptyWindow()
+NSWindow *EmptyWindow()
 {
     return [[[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 200, 100)
                                         styleMask:NSBorderlessWindowMask
@@ -57,18 +57,18 @@ NSWindow *emptyWindow()
 
 TEST(ColorButtonCell, AReleasedButtonPaintsAmberAPressedOneDarkerAmber)
 {
-    const Drawing released(amberButton(@""));
-    released.expectColor(60, 16, 243, 183, 0);
-    NSButton *button = amberButton(@"");
+    const Drawing released(AmberButton(@""));
+    released.ExpectColor(60, 16, 243, 183, 0);
+    NSButton *button = AmberButton(@"");
     [[button cell] setHighlighted:YES];
     const Drawing pressed(button);
-    pressed.expectColor(60, 16, 217, 163, 0);
+    pressed.ExpectColor(60, 16, 217, 163, 0);
 }
 
 TEST(ColorButtonCell, ItsFourCornersAreRoundedBy6Points)
 {
     for (const BOOL pressed : {NO, YES}) {
-        NSButton *button = amberButton(@"");
+        NSButton *button = AmberButton(@"");
         [[button cell] setHighlighted:pressed];
         const Drawing drawing(button);
         const int red = pressed ? 217 : 243, green = pressed ? 163 : 183;
@@ -76,7 +76,7 @@ TEST(ColorButtonCell, ItsFourCornersAreRoundedBy6Points)
         for (const bool right : {false, true}) {
             for (const bool low : {false, true}) {
                 const auto filled = [&](int fromSide, int fromEdge) {
-                    return drawing.isColor(right ? 119 - fromSide : fromSide,
+                    return drawing.IsColor(right ? 119 - fromSide : fromSide,
                                            low ? 31 - fromEdge : fromEdge, red, green, 0);
                 };
                 EXPECT_FALSE(filled(0, 0));
@@ -95,11 +95,11 @@ class ButtonTitle : public testing::TestWithParam<bool> {};
 
 TEST_P(ButtonTitle, IsBlackPressedAndDisabledAsWell)
 {
-    NSButton *button = amberButton(@"███");
+    NSButton *button = AmberButton(@"███");
     [button setEnabled:GetParam()];
-    EXPECT_TRUE(Drawing(button).contains(0, 0, 0));
+    EXPECT_TRUE(Drawing(button).Contains(0, 0, 0));
     [[button cell] setHighlighted:YES];
-    EXPECT_TRUE(Drawing(button).contains(0, 0, 0));
+    EXPECT_TRUE(Drawing(button).Contains(0, 0, 0));
 }
 
 INSTANTIATE_TEST_SUITE_P(Enabled, ButtonTitle, testing::Bool());
@@ -108,8 +108,8 @@ TEST(HandButton, ThatIsMovedToAWindowTwiceHasTwoTrackingRectanglesAndTheCursorSt
 {
     CountingHandButton *button =
         [[[CountingHandButton alloc] initWithFrame:NSMakeRect(10, 10, 80, 30)] autorelease];
-    NSWindow *window = emptyWindow();
-    NSWindow *other = emptyWindow();
+    NSWindow *window = EmptyWindow();
+    NSWindow *other = EmptyWindow();
     [[window contentView] addSubview:button];
     EXPECT_EQ(button->_rectangles, 1);
     EXPECT_TRUE(NSEqualRects(button->_last, NSMakeRect(0, 0, 80, 30)));
@@ -137,7 +137,7 @@ TEST(HandButton, DoesNotFollowALaterResize)
 {
     CountingHandButton *button =
         [[[CountingHandButton alloc] initWithFrame:NSMakeRect(0, 0, 80, 30)] autorelease];
-    NSWindow *window = emptyWindow();
+    NSWindow *window = EmptyWindow();
     [[window contentView] addSubview:button];
     [button setFrameSize:NSMakeSize(160, 60)];
     EXPECT_EQ(button->_rectangles, 1);

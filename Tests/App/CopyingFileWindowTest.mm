@@ -22,7 +22,7 @@ namespace {
 using apptest::ServeUntil;
 using apptest::When;
 
-std::string utf8(NSString *text)
+std::string Utf8(NSString *text)
 {
     return text == nil ? "(nil)" : [text UTF8String];
 }
@@ -46,31 +46,31 @@ protected:
     CopyingFileWindowTest(const CopyingFileWindowTest &) = delete;
     CopyingFileWindowTest &operator=(const CopyingFileWindowTest &) = delete;
 
-    std::string fileLine() { return utf8([[_progress fileInfoLable] stringValue]); }
-    std::string progressLine() { return utf8([[_progress infoLabel] stringValue]); }
+    std::string FileLine() { return Utf8([[_progress fileInfoLable] stringValue]); }
+    std::string ProgressLine() { return Utf8([[_progress infoLabel] stringValue]); }
     // On the worker's thread.
-    void send(int percent) { [_progress UpdateProgress:[NSNumber numberWithInt:percent]]; }
+    void Send(int percent) { [_progress UpdateProgress:[NSNumber numberWithInt:percent]]; }
     // What the worker sends, until the window has shown it.
-    void report(int percent)
+    void Report(int percent)
     {
-        workUntilDone([this, percent] { send(percent); });
+        WorkUntilDone([this, percent] { Send(percent); });
     }
-    void announce(NSString *path)
+    void Announce(NSString *path)
     {
-        workUntilDone([this, path] { [_progress UpdateInformation:path]; });
+        WorkUntilDone([this, path] { [_progress UpdateInformation:path]; });
     }
-    void announceTotal(NSNumber *total)
+    void AnnounceTotal(NSNumber *total)
     {
-        workUntilDone([this, total] { [_progress UpdateTotalSize:total]; });
+        WorkUntilDone([this, total] { [_progress UpdateTotalSize:total]; });
     }
-    int64_t startTime() { return [[_progress valueForKey:@"_startTime"] longLongValue]; }
-    void setStartTime(int64_t seconds)
+    int64_t StartTime() { return [[_progress valueForKey:@"_startTime"] longLongValue]; }
+    void SetStartTime(int64_t seconds)
     {
         [_progress setValue:[NSNumber numberWithLongLong:seconds] forKey:@"_startTime"];
     }
 
     // What the worker of an export does, on a thread of its own.
-    void work(const std::function<void()> &job)
+    void Work(const std::function<void()> &job)
     {
         _worker = std::thread([this, job] {
             GSRegisterCurrentThreadForTests();
@@ -82,7 +82,7 @@ protected:
     }
 
     // The same, while the main thread serves it.
-    static void workUntilDone(const std::function<void()> &job)
+    static void WorkUntilDone(const std::function<void()> &job)
     {
         std::atomic<bool> ended{false};
         std::thread worker([&] {
@@ -96,7 +96,7 @@ protected:
         worker.join();
     }
 
-    NSInteger runModal() { return [NSApp runModalForWindow:[_progress window]]; }
+    NSInteger RunModal() { return [NSApp runModalForWindow:[_progress window]]; }
 
     // Threads of the C++ library are unknown to the platform until they are registered.
     static void GSRegisterCurrentThreadForTests() { [NSThread currentThread]; }
@@ -110,7 +110,7 @@ protected:
 
 TEST_F(CopyingFileWindowTest, StartsWithAWhiteBackgroundTheInitializingTextAndAnEmptyBar)
 {
-    EXPECT_EQ(fileLine(), "Initializing ... ");
+    EXPECT_EQ(FileLine(), "Initializing ... ");
     EXPECT_TRUE([[[_progress window] backgroundColor] isEqual:[NSColor whiteColor]]);
     EXPECT_EQ([[_progress window] level], CGWindowLevelForKey(kCGStatusWindowLevelKey));
     EXPECT_EQ([[_progress progressBar] doubleValue], 0.0);
@@ -155,72 +155,72 @@ TEST_F(CopyingFileWindowTest, TheRunStateIsWhatWasSet)
 TEST_F(CopyingFileWindowTest, AnAnnouncedFileIsNamedWithTheIconOfItsType)
 {
     const int64_t before = time(nullptr);
-    announce(@"/Reports/a.pdf");
-    EXPECT_EQ(fileLine(), utf8(FileLineText(@"/Reports/a.pdf")));
+    Announce(@"/Reports/a.pdf");
+    EXPECT_EQ(FileLine(), Utf8(FileLineText(@"/Reports/a.pdf")));
     EXPECT_EQ([[_progress fileImage] image],
               [[NSWorkspace sharedWorkspace] iconForFileType:@"pdf"]);
-    EXPECT_GE(startTime(), before);
-    EXPECT_LE(startTime(), time(nullptr));
+    EXPECT_GE(StartTime(), before);
+    EXPECT_LE(StartTime(), time(nullptr));
 }
 
 TEST_F(CopyingFileWindowTest, TheSamePathAnnouncedTwiceChangesNothingAndDoesNotRestartTheClock)
 {
-    announce(@"/a.txt");
-    setStartTime(1000);
+    Announce(@"/a.txt");
+    SetStartTime(1000);
     [[_progress fileInfoLable] setStringValue:@"untouched"];
-    announce([NSString stringWithFormat:@"/%s", "a.txt"]);
-    EXPECT_EQ(startTime(), 1000);
-    EXPECT_EQ(fileLine(), "untouched");
-    announce(@"/b.txt");
-    EXPECT_NE(startTime(), 1000);
+    Announce([NSString stringWithFormat:@"/%s", "a.txt"]);
+    EXPECT_EQ(StartTime(), 1000);
+    EXPECT_EQ(FileLine(), "untouched");
+    Announce(@"/b.txt");
+    EXPECT_NE(StartTime(), 1000);
 }
 
 TEST_F(CopyingFileWindowTest, EmptyArgumentsAreIgnored)
 {
-    announce(nil);
-    announce(@"");
-    EXPECT_EQ(fileLine(), "Initializing ... ");
-    announceTotal([NSNumber numberWithDouble:8]);
-    report(50);
-    const std::string before = progressLine();
-    announceTotal(nil);
-    workUntilDone([this] { [_progress UpdateProgress:nil]; });
-    report(50);
-    EXPECT_EQ(progressLine(), before);
+    Announce(nil);
+    Announce(@"");
+    EXPECT_EQ(FileLine(), "Initializing ... ");
+    AnnounceTotal([NSNumber numberWithDouble:8]);
+    Report(50);
+    const std::string before = ProgressLine();
+    AnnounceTotal(nil);
+    WorkUntilDone([this] { [_progress UpdateProgress:nil]; });
+    Report(50);
+    EXPECT_EQ(ProgressLine(), before);
 }
 
 TEST_F(CopyingFileWindowTest, ATotalSizeIsShownWithTheNextReportOnly)
 {
-    announceTotal([NSNumber numberWithDouble:8]);
-    report(50);
-    const std::string before = progressLine();
-    announceTotal([NSNumber numberWithDouble:9]);
-    EXPECT_EQ(progressLine(), before);
-    report(50);
-    EXPECT_NE(progressLine(), before);
+    AnnounceTotal([NSNumber numberWithDouble:8]);
+    Report(50);
+    const std::string before = ProgressLine();
+    AnnounceTotal([NSNumber numberWithDouble:9]);
+    EXPECT_EQ(ProgressLine(), before);
+    Report(50);
+    EXPECT_NE(ProgressLine(), before);
 }
 
 TEST_F(CopyingFileWindowTest, AReportMovesTheBarAndTheEstimateRunsFromTheCurrentFile)
 {
-    announceTotal([NSNumber numberWithDouble:200]);
-    announce(@"/a.txt");
-    setStartTime(time(nullptr) - 600);
-    report(50);
+    AnnounceTotal([NSNumber numberWithDouble:200]);
+    Announce(@"/a.txt");
+    SetStartTime(time(nullptr) - 600);
+    Report(50);
     EXPECT_EQ([[_progress progressBar] doubleValue], 50.0);
     // The text is the same for the rest of that minute.
-    EXPECT_EQ(progressLine(), utf8(ProgressLineText(50, 600, 200)));
+    EXPECT_EQ(ProgressLine(), Utf8(ProgressLineText(50, 600, 200)));
 }
 
 TEST_F(CopyingFileWindowTest, AReportOfExactly100PercentEndsTheSessionWith0AndClosesTheWindow)
 {
-    work([this] { send(100); });
-    EXPECT_EQ(runModal(), 0);
+    Work([this] { Send(100); });
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_FALSE([[_progress window] isVisible]);
 }
 
 TEST_F(CopyingFileWindowTest, AReportOf99PercentDoesNot)
 {
-    work([this] { send(99); });
+    Work([this] { Send(99); });
     bool stillOpen = false;
     When([this] { return _workerEnded.load(); },
          [&] {
@@ -228,41 +228,41 @@ TEST_F(CopyingFileWindowTest, AReportOf99PercentDoesNot)
                  [[_progress window] isVisible] && [NSApp modalWindow] == [_progress window];
              [_progress cancelClicked:nil];
          });
-    runModal();
+    RunModal();
     EXPECT_TRUE(stillOpen);
 }
 
 TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedInTheModalSession)
 {
-    work([this] {
+    Work([this] {
         for (; _served < 50; ++_served) {
             [_progress UpdateInformation:[NSString stringWithFormat:@"/%d", _served.load()]];
-            send(_served);
+            Send(_served);
         }
-        send(100);
+        Send(100);
     });
-    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_EQ(_served, 50);
-    EXPECT_EQ(fileLine(), utf8(FileLineText(@"/49")));
+    EXPECT_EQ(FileLine(), Utf8(FileLineText(@"/49")));
 }
 
 TEST_F(CopyingFileWindowTest, TheWorkersWaitsAreServedWhileTheMouseIsTracked)
 {
-    work([this] { [_progress UpdateInformation:@"/tracked"]; });
+    Work([this] { [_progress UpdateInformation:@"/tracked"]; });
     EXPECT_TRUE(ServeUntil([this] { return _workerEnded.load(); }, NSEventTrackingRunLoopMode));
-    EXPECT_EQ(fileLine(), utf8(FileLineText(@"/tracked")));
+    EXPECT_EQ(FileLine(), Utf8(FileLineText(@"/tracked")));
 }
 
 TEST_F(CopyingFileWindowTest, PressingCancelClosesTheWindowAtOnceBeforeTheWorkerHasStopped)
 {
     std::promise<void> workerMayGoOn;
-    work([this, mayGoOn = workerMayGoOn.get_future().share()] {
+    Work([this, mayGoOn = workerMayGoOn.get_future().share()] {
         mayGoOn.wait();
-        send(10);
+        Send(10);
     });
     When([this] { return [[_progress window] isVisible]; },
          [this] { [_progress cancelClicked:nil]; });
-    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_FALSE([[_progress window] isVisible]);
     EXPECT_FALSE([_progress Continued]);
     EXPECT_FALSE(_workerEnded);
@@ -292,8 +292,8 @@ TEST_F(CopyingFileWindowTest, AReportAfterACancelClosesTheWindowAgainAndEndsItsS
 {
     [_progress cancelClicked:nil];
     // The window was shown again.
-    work([this] { send(10); });
-    EXPECT_EQ(runModal(), 0);
+    Work([this] { Send(10); });
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_FALSE([[_progress window] isVisible]);
 }
 
@@ -301,14 +301,14 @@ TEST_F(CopyingFileWindowTest, TheCancelButtonEndsTheSessionWith0)
 {
     When([this] { return [[_progress window] isVisible]; },
          [this] { [apptest::ButtonTitled([_progress window], @"Cancel") performClick:nil]; });
-    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_FALSE([_progress Continued]);
 }
 
 TEST_F(CopyingFileWindowTest, ClosingTheWindowByOtherMeansEndsTheSessionWith0AndCancelsNothing)
 {
     When([this] { return [[_progress window] isVisible]; }, [this] { [[_progress window] close]; });
-    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_TRUE([_progress Continued]);
 }
 
@@ -316,12 +316,12 @@ TEST_F(CopyingFileWindowTest, AReportAfterTheEndLeavesTheSessionOfALaterExportAl
 {
     When([this] { return [[_progress window] isVisible]; },
          [this] { [_progress cancelClicked:nil]; });
-    runModal();
+    RunModal();
 
     CopyingFileWindow *later = [[CopyingFileWindow alloc] init];
-    work([this] {
-        send(10);
-        send(100);
+    Work([this] {
+        Send(10);
+        Send(100);
     });
     bool reachedItsEnd = false;
     When([this] { return _workerEnded.load(); },
@@ -345,14 +345,14 @@ TEST_F(CopyingFileWindowTest, ASessionBelowAMessageBoxEndsWhenTheBoxHasGone)
          [&] {
              When([&] { return [box isVisible]; },
                   [&] {
-                      report(100);
+                      Report(100);
                       EXPECT_EQ([NSApp modalWindow], box);
                       [NSApp stopModalWithCode:7];
                   });
              boxCode = [NSApp runModalForWindow:box];
              [box close];
          });
-    EXPECT_EQ(runModal(), 0);
+    EXPECT_EQ(RunModal(), 0);
     EXPECT_EQ(boxCode, 7);
 }
 

@@ -19,17 +19,17 @@ protected:
     ExplorerTest(const ExplorerTest &) = delete;
     ExplorerTest &operator=(const ExplorerTest &) = delete;
 
-    vx::ScriptedEntry &root() { return volume.Root(); }
+    vx::ScriptedEntry &Root() { return volume.Root(); }
     // Shows the volume; called after the test has built its tree.
-    void open();
-    NSOutlineView *tree() { return [controller outlineView]; }
-    size_t listings() { return volume.Count(vx::VolumeOperation::kFindFirstFile); }
-    NSTableColumn *column(NSString *title);
-    std::string text(NSInteger row, NSString *title);
-    void select(const std::vector<NSUInteger> &rows);
-    std::vector<std::string> selected();
+    void Open();
+    NSOutlineView *Tree() { return [controller outlineView]; }
+    size_t Listings() { return volume.Count(vx::VolumeOperation::kFindFirstFile); }
+    NSTableColumn *Column(NSString *title);
+    std::string Text(NSInteger row, NSString *title);
+    void Select(const std::vector<NSUInteger> &rows);
+    std::vector<std::string> Selected();
     // A key pressed in the window, the way that the application takes it.
-    void press(unichar key, NSUInteger modifiers = 0);
+    void Press(unichar key, NSUInteger modifiers = 0);
 
     vx::ScriptedVolume volume;
     AppDelegate *delegate = nil;

@@ -20,37 +20,37 @@ ExplorerTest::~ExplorerTest()
     [delegate release];
 }
 
-void ExplorerTest::open()
+void ExplorerTest::Open()
 {
     [controller setVolumeObject:&volume];
     [[window contentView] addSubview:[delegate FileExplorerView]];
 }
 
-NSTableColumn *ExplorerTest::column(NSString *title)
+NSTableColumn *ExplorerTest::Column(NSString *title)
 {
-    for (NSTableColumn *candidate in [tree() tableColumns]) {
+    for (NSTableColumn *candidate in [Tree() tableColumns]) {
         if ([[[candidate headerCell] stringValue] isEqualToString:title])
             return candidate;
     }
     return nil;
 }
 
-std::string ExplorerTest::text(NSInteger row, NSString *title)
+std::string ExplorerTest::Text(NSInteger row, NSString *title)
 {
-    NSString *value = [(id)controller outlineView:tree()
-                        objectValueForTableColumn:column(title)
-                                           byItem:[tree() itemAtRow:row]];
+    NSString *value = [(id)controller outlineView:Tree()
+                        objectValueForTableColumn:Column(title)
+                                           byItem:[Tree() itemAtRow:row]];
     return value == nil ? "(nil)" : [value UTF8String];
 }
 
-void ExplorerTest::select(const std::vector<NSUInteger> &rows)
+void ExplorerTest::Select(const std::vector<NSUInteger> &rows)
 {
-    [tree() deselectAll:nil];
+    [Tree() deselectAll:nil];
     for (const NSUInteger row : rows)
-        [tree() selectRowIndexes:[NSIndexSet indexSetWithIndex:row] byExtendingSelection:YES];
+        [Tree() selectRowIndexes:[NSIndexSet indexSetWithIndex:row] byExtendingSelection:YES];
 }
 
-void ExplorerTest::press(unichar key, NSUInteger modifiers)
+void ExplorerTest::Press(unichar key, NSUInteger modifiers)
 {
     NSString *characters = [NSString stringWithCharacters:&key length:1];
     [NSApp sendEvent:[NSEvent keyEventWithType:NSKeyDown
@@ -65,7 +65,7 @@ void ExplorerTest::press(unichar key, NSUInteger modifiers)
                                              keyCode:0]];
 }
 
-std::vector<std::string> ExplorerTest::selected()
+std::vector<std::string> ExplorerTest::Selected()
 {
     std::vector<std::string> names;
     for (Z5FindData *entry in [controller valueForKey:@"_selectedFiles"])

@@ -46,13 +46,13 @@ TEST_F(ExplorerTest, ClosingTheMainWindowEndsTheApplication)
 
 TEST_F(ExplorerTest, ItsFourColumnsAreNamedAsTheCodeKnowsThem)
 {
-    open();
+    Open();
     for (NSString *title in @[ @"File Name", @"Date Modified", @"Size", @"Kind" ])
-        EXPECT_NE(column(title), nil) << [title UTF8String];
-    EXPECT_TRUE([[column(@"File Name") dataCell] isKindOfClass:[ImageAndTextCell class]]);
-    EXPECT_EQ([[column(@"Size") dataCell] alignment], NSRightTextAlignment);
-    EXPECT_FALSE([tree() allowsColumnReordering]);
-    EXPECT_TRUE([tree() allowsMultipleSelection]);
+        EXPECT_NE(Column(title), nil) << [title UTF8String];
+    EXPECT_TRUE([[Column(@"File Name") dataCell] isKindOfClass:[ImageAndTextCell class]]);
+    EXPECT_EQ([[Column(@"Size") dataCell] alignment], NSRightTextAlignment);
+    EXPECT_FALSE([Tree() allowsColumnReordering]);
+    EXPECT_TRUE([Tree() allowsMultipleSelection]);
 }
 
 TEST_F(ExplorerTest, TheProgressBarAndItsLabelAreHiddenAndExportIsDisabled)
@@ -64,47 +64,47 @@ TEST_F(ExplorerTest, TheProgressBarAndItsLabelAreHiddenAndExportIsDisabled)
 
 TEST_F(ExplorerTest, TheTreeFillsTheWindowWhenItIsResized)
 {
-    open();
+    Open();
     [window setContentSize:NSMakeSize(700, 400)];
     EXPECT_TRUE(
         NSEqualSizes([[delegate FileExplorerView] frame].size, [[window contentView] frame].size));
-    EXPECT_EQ(NSWidth([[tree() enclosingScrollView] frame]), 700);
+    EXPECT_EQ(NSWidth([[Tree() enclosingScrollView] frame]), 700);
 }
 
 TEST_F(ExplorerTest, TheWindowIsMadeNoSmallerThanItsContentsNeed)
 {
-    open();
+    Open();
     [window setFrame:NSMakeRect(100, 100, 50, 50) display:YES];
     EXPECT_EQ(NSWidth([window frame]), 610);
     // A menu inside the window takes no room from the rest.
     EXPECT_GE(NSHeight([[window contentView] frame]), 320);
     const NSRect button = [[controller btnExport] frame];
     EXPECT_TRUE(NSContainsRect([[delegate FileExplorerView] bounds], button));
-    EXPECT_GT(NSHeight([[tree() enclosingScrollView] frame]), 100);
+    EXPECT_GT(NSHeight([[Tree() enclosingScrollView] frame]), 100);
 }
 
 TEST_F(ExplorerTest, TheNameColumnTakesTheSlackWhenTheWindowIsResized)
 {
-    open();
-    const CGFloat name = [column(@"File Name") width], modified = [column(@"Date Modified") width];
-    const CGFloat size = [column(@"Size") width], kind = [column(@"Kind") width];
-    const CGFloat visible = NSWidth([[tree() superview] frame]);
+    Open();
+    const CGFloat name = [Column(@"File Name") width], modified = [Column(@"Date Modified") width];
+    const CGFloat size = [Column(@"Size") width], kind = [Column(@"Kind") width];
+    const CGFloat visible = NSWidth([[Tree() superview] frame]);
     EXPECT_EQ(name + modified + size + kind, visible);
     const CGFloat height = NSHeight([[window contentView] frame]);
     [window setContentSize:NSMakeSize(visible + 150, height)];
-    EXPECT_EQ([column(@"File Name") width], name + 150);
+    EXPECT_EQ([Column(@"File Name") width], name + 150);
     [window setContentSize:NSMakeSize(visible - 100, height)];
-    EXPECT_EQ([column(@"File Name") width], name - 100);
-    EXPECT_EQ([column(@"Date Modified") width], modified);
-    EXPECT_EQ([column(@"Size") width], size);
-    EXPECT_EQ([column(@"Kind") width], kind);
+    EXPECT_EQ([Column(@"File Name") width], name - 100);
+    EXPECT_EQ([Column(@"Date Modified") width], modified);
+    EXPECT_EQ([Column(@"Size") width], size);
+    EXPECT_EQ([Column(@"Kind") width], kind);
 }
 
 TEST_F(ExplorerTest, AColumnIsAsWideAsTheMouseDrawsTheEdgeOfItsHeader)
 {
-    open();
-    NSTableHeaderView *header = [tree() headerView];
-    const CGFloat before = [column(@"Date Modified") width];
+    Open();
+    NSTableHeaderView *header = [Tree() headerView];
+    const CGFloat before = [Column(@"Date Modified") width];
     const NSRect title = [header headerRectOfColumn:1];
     const auto mouse = [&](NSEventType type, CGFloat moved) {
         const NSPoint at = NSMakePoint(NSMaxX(title) - 1 + moved, NSMidY(title));
@@ -122,37 +122,37 @@ TEST_F(ExplorerTest, AColumnIsAsWideAsTheMouseDrawsTheEdgeOfItsHeader)
     [NSApp postEvent:mouse(NSLeftMouseDragged, 40) atStart:NO];
     [NSApp postEvent:mouse(NSLeftMouseUp, 40) atStart:NO];
     [header mouseDown:mouse(NSLeftMouseDown, 0)];
-    EXPECT_NEAR([column(@"Date Modified") width], before + 40, 2);
+    EXPECT_NEAR([Column(@"Date Modified") width], before + 40, 2);
 }
 
 TEST_F(ExplorerTest, TheRightArrowExpandsTheSelectedFolderAndTheLeftArrowCollapsesIt)
 {
-    root().Folder(u"A").File(u"inside", 1);
-    root().File(u"b", 1);
-    open();
-    select({0});
-    press(NSRightArrowFunctionKey);
-    EXPECT_EQ([tree() numberOfRows], 3);
-    EXPECT_EQ(text(1, @"File Name"), "inside");
-    press(NSLeftArrowFunctionKey);
-    EXPECT_EQ([tree() numberOfRows], 2);
-    EXPECT_THAT(selected(), ElementsAre("A"));
+    Root().Folder(u"A").File(u"inside", 1);
+    Root().File(u"b", 1);
+    Open();
+    Select({0});
+    Press(NSRightArrowFunctionKey);
+    EXPECT_EQ([Tree() numberOfRows], 3);
+    EXPECT_EQ(Text(1, @"File Name"), "inside");
+    Press(NSLeftArrowFunctionKey);
+    EXPECT_EQ([Tree() numberOfRows], 2);
+    EXPECT_THAT(Selected(), ElementsAre("A"));
 }
 
 TEST_F(ExplorerTest, SelectAllSelectsEveryRowThatIsShown)
 {
-    root().Folder(u"A").File(u"hidden", 1);
-    root().File(u"b", 1);
-    open();
-    press('a', NSCommandKeyMask);
-    EXPECT_THAT(selected(), ElementsAre("A", "b"));
+    Root().Folder(u"A").File(u"hidden", 1);
+    Root().File(u"b", 1);
+    Open();
+    Press('a', NSCommandKeyMask);
+    EXPECT_THAT(Selected(), ElementsAre("A", "b"));
     EXPECT_TRUE([[controller btnExport] isEnabled]);
 }
 
 TEST_F(ExplorerTest, CopyGoesToTheTextThatHasTheKeyboardAndTheTreeHasNone)
 {
-    root().File(u"b", 1);
-    open();
+    Root().File(u"b", 1);
+    Open();
     id copy = [[[[NSApp mainMenu] itemAtIndex:1] submenu] itemWithTitle:@"Copy"];
     EXPECT_EQ([copy target], nil);
     EXPECT_TRUE([NSStringFromSelector([copy action]) isEqualToString:@"copy:"]);
@@ -164,8 +164,8 @@ TEST_F(ExplorerTest, CopyGoesToTheTextThatHasTheKeyboardAndTheTreeHasNone)
 
 TEST_F(ExplorerTest, AVolumeWhoseRootListIsEmptyShowsAnEmptyTreeAndExportStaysDisabled)
 {
-    open();
-    EXPECT_EQ([tree() numberOfRows], 0);
+    Open();
+    EXPECT_EQ([Tree() numberOfRows], 0);
     EXPECT_FALSE([[controller btnExport] isEnabled]);
 }
 
@@ -174,97 +174,97 @@ TEST_F(ExplorerTest, AVolumeWhoseRootCannotBeListedShowsAnEmptyTree)
     volume.FromCall(vx::VolumeOperation::kFindFirstFile, 1, vx::Fault::kFail);
     EXPECT_FALSE([controller setVolumeObject:&volume]);
     [[window contentView] addSubview:[delegate FileExplorerView]];
-    EXPECT_EQ([tree() numberOfRows], 0);
+    EXPECT_EQ([Tree() numberOfRows], 0);
 }
 
 TEST_F(ExplorerTest, TheFirstDisplayAlreadySeesTheRootList)
 {
-    root().Folder(u"A");
-    root().File(u"b", 3);
-    open();
-    EXPECT_EQ([tree() numberOfRows], 2);
-    EXPECT_EQ(listings(), 1u);
+    Root().Folder(u"A");
+    Root().File(u"b", 3);
+    Open();
+    EXPECT_EQ([Tree() numberOfRows], 2);
+    EXPECT_EQ(Listings(), 1u);
 }
 
 TEST_F(ExplorerTest, ExpandingAnEmptyFolderShowsNoRowsUnderItAndTheTriangleStays)
 {
-    root().Folder(u"Empty");
-    open();
-    [tree() expandItem:[tree() itemAtRow:0]];
-    EXPECT_EQ([tree() numberOfRows], 1);
-    EXPECT_TRUE([tree() isExpandable:[tree() itemAtRow:0]]);
+    Root().Folder(u"Empty");
+    Open();
+    [Tree() expandItem:[Tree() itemAtRow:0]];
+    EXPECT_EQ([Tree() numberOfRows], 1);
+    EXPECT_TRUE([Tree() isExpandable:[Tree() itemAtRow:0]]);
 }
 
 TEST_F(ExplorerTest, ExpandingCollapsingAndExpandingAgainReadsTheVolumeOnlyTheFirstTime)
 {
-    root().Folder(u"A").File(u"inside", 1);
-    open();
+    Root().Folder(u"A").File(u"inside", 1);
+    Open();
     volume.ForgetCalls();
-    id folder = [tree() itemAtRow:0];
-    [tree() expandItem:folder];
-    EXPECT_EQ(listings(), 1u);
-    EXPECT_EQ([tree() numberOfRows], 2);
-    [tree() collapseItem:folder];
-    [tree() expandItem:folder];
-    EXPECT_EQ(listings(), 1u);
-    EXPECT_EQ([tree() numberOfRows], 2);
+    id folder = [Tree() itemAtRow:0];
+    [Tree() expandItem:folder];
+    EXPECT_EQ(Listings(), 1u);
+    EXPECT_EQ([Tree() numberOfRows], 2);
+    [Tree() collapseItem:folder];
+    [Tree() expandItem:folder];
+    EXPECT_EQ(Listings(), 1u);
+    EXPECT_EQ([Tree() numberOfRows], 2);
 }
 
 TEST_F(ExplorerTest, AFolderThatCouldNotBeListedIsReadAgain)
 {
-    root().Folder(u"A").File(u"inside", 1);
-    open();
+    Root().Folder(u"A").File(u"inside", 1);
+    Open();
     volume.ForgetCalls();
     volume.AtCall(vx::VolumeOperation::kFindFirstFile, 2, vx::Fault::kFail);
-    id folder = [tree() itemAtRow:0];
-    [tree() expandItem:folder];
-    [tree() collapseItem:folder];
-    [tree() reloadItem:folder reloadChildren:YES];
-    [tree() expandItem:folder];
-    EXPECT_GE(listings(), 2u);
-    EXPECT_EQ([tree() numberOfRows], 2);
+    id folder = [Tree() itemAtRow:0];
+    [Tree() expandItem:folder];
+    [Tree() collapseItem:folder];
+    [Tree() reloadItem:folder reloadChildren:YES];
+    [Tree() expandItem:folder];
+    EXPECT_GE(Listings(), 2u);
+    EXPECT_EQ([Tree() numberOfRows], 2);
 }
 
 TEST_F(ExplorerTest, AFolderRowShowsItsNameAndDateAndAFileRowItsSizeAsWell)
 {
-    root().Folder(u"A");
-    root().File(u"b", 1536);
-    open();
+    Root().Folder(u"A");
+    Root().File(u"b", 1536);
+    Open();
     NSString *date = [Z5FindData FormatFileTimeToString:vx::kScriptedTime];
-    EXPECT_EQ(text(0, @"File Name"), "A");
-    EXPECT_EQ(text(0, @"Date Modified"), [date UTF8String]);
-    EXPECT_EQ(text(0, @"Size"), "");
-    EXPECT_EQ(text(0, @"Kind"), "");
-    EXPECT_EQ(text(1, @"File Name"), "b");
-    EXPECT_EQ(text(1, @"Date Modified"), [date UTF8String]);
-    EXPECT_EQ(text(1, @"Size"), "1.50 KB");
-    EXPECT_EQ(text(1, @"Kind"), "");
+    EXPECT_EQ(Text(0, @"File Name"), "A");
+    EXPECT_EQ(Text(0, @"Date Modified"), [date UTF8String]);
+    EXPECT_EQ(Text(0, @"Size"), "");
+    EXPECT_EQ(Text(0, @"Kind"), "");
+    EXPECT_EQ(Text(1, @"File Name"), "b");
+    EXPECT_EQ(Text(1, @"Date Modified"), [date UTF8String]);
+    EXPECT_EQ(Text(1, @"Size"), "1.50 KB");
+    EXPECT_EQ(Text(1, @"Kind"), "");
 }
 
 TEST_F(ExplorerTest, AColumnOfAnotherTitleShowsEmptyStrings)
 {
-    root().File(u"b", 1536);
-    open();
-    [[column(@"Size") headerCell] setStringValue:@"Größe"];
-    EXPECT_EQ(text(0, @"Größe"), "");
-    [[column(@"File Name") headerCell] setStringValue:@"file name"];
-    EXPECT_EQ(text(0, @"file name"), "");
+    Root().File(u"b", 1536);
+    Open();
+    [[Column(@"Size") headerCell] setStringValue:@"Größe"];
+    EXPECT_EQ(Text(0, @"Größe"), "");
+    [[Column(@"File Name") headerCell] setStringValue:@"file name"];
+    EXPECT_EQ(Text(0, @"file name"), "");
 }
 
 TEST_F(ExplorerTest, ATitleInOtherLettersIsAnotherTitle)
 {
-    root().File(u"b", 1536);
-    open();
+    Root().File(u"b", 1536);
+    Open();
     for (NSString *title in @[ @"File Name", @"Date Modified", @"Size" ]) {
-        NSTableColumn *titled = column(title);
+        NSTableColumn *titled = Column(title);
         ImageAndTextCell *cell = [[ImageAndTextCell new] autorelease];
         for (NSString *other in @[ [title lowercaseString], [title uppercaseString] ]) {
             [[titled headerCell] setStringValue:other];
-            EXPECT_EQ(text(0, other), "") << [other UTF8String];
-            [(id)controller outlineView:tree()
+            EXPECT_EQ(Text(0, other), "") << [other UTF8String];
+            [(id)controller outlineView:Tree()
                         willDisplayCell:cell
                          forTableColumn:titled
-                                   item:[tree() itemAtRow:0]];
+                                   item:[Tree() itemAtRow:0]];
             EXPECT_EQ([cell image], nil) << [other UTF8String];
         }
     }
@@ -272,32 +272,32 @@ TEST_F(ExplorerTest, ATitleInOtherLettersIsAnotherTitle)
 
 TEST_F(ExplorerTest, AnItemThatIsNotAnEntryHasNoChildrenNoTextAndIsNotExpandable)
 {
-    open();
+    Open();
     id item = @"not an entry";
-    EXPECT_EQ([(id)controller outlineView:tree() numberOfChildrenOfItem:item], 0);
-    EXPECT_FALSE([(id)controller outlineView:tree() isItemExpandable:item]);
-    EXPECT_EQ([(id)controller outlineView:tree()
-                  objectValueForTableColumn:column(@"File Name")
+    EXPECT_EQ([(id)controller outlineView:Tree() numberOfChildrenOfItem:item], 0);
+    EXPECT_FALSE([(id)controller outlineView:Tree() isItemExpandable:item]);
+    EXPECT_EQ([(id)controller outlineView:Tree()
+                  objectValueForTableColumn:Column(@"File Name")
                                      byItem:nil],
               nil);
-    EXPECT_TRUE([[(id)controller outlineView:tree()
-                   objectValueForTableColumn:column(@"File Name")
+    EXPECT_TRUE([[(id)controller outlineView:Tree()
+                   objectValueForTableColumn:Column(@"File Name")
                                       byItem:item] isEqual:@""]);
 }
 
 TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
 {
-    root().Folder(u"Folder.pdf");
-    root().File(u"text.pdf", 1);
-    root().File(u"README", 1);
-    root().File(u".pdf", 1);
-    open();
+    Root().Folder(u"Folder.pdf");
+    Root().File(u"text.pdf", 1);
+    Root().File(u"README", 1);
+    Root().File(u".pdf", 1);
+    Open();
     const auto icon = [this](NSInteger row) {
         ImageAndTextCell *cell = [[ImageAndTextCell new] autorelease];
-        [(id)controller outlineView:tree()
+        [(id)controller outlineView:Tree()
                     willDisplayCell:cell
-                     forTableColumn:column(@"File Name")
-                               item:[tree() itemAtRow:row]];
+                     forTableColumn:Column(@"File Name")
+                               item:[Tree() itemAtRow:row]];
         return [cell image];
     };
     NSWorkspace *workspace = [NSWorkspace sharedWorkspace];
@@ -312,56 +312,56 @@ TEST_F(ExplorerTest, AFileGetsTheIconOfItsTypeAndAFolderAlwaysTheFolderImage)
 TEST_F(ExplorerTest, SelectingRows5And2And9StoresTheirItemsInTheOrder2And5And9)
 {
     for (char16_t name = u'0'; name <= u'9'; ++name)
-        root().File(std::u16string(1, name), 1);
-    open();
-    select({5, 2, 9});
-    EXPECT_THAT(selected(), ElementsAre("2", "5", "9"));
+        Root().File(std::u16string(1, name), 1);
+    Open();
+    Select({5, 2, 9});
+    EXPECT_THAT(Selected(), ElementsAre("2", "5", "9"));
     EXPECT_TRUE([[controller btnExport] isEnabled]);
 }
 
 TEST_F(ExplorerTest, ClearingTheSelectionEmptiesTheListAndDisablesExport)
 {
-    root().File(u"a", 1);
-    open();
-    select({0});
+    Root().File(u"a", 1);
+    Open();
+    Select({0});
     id list = [controller valueForKey:@"_selectedFiles"];
-    [tree() deselectAll:nil];
-    EXPECT_THAT(selected(), IsEmpty());
+    [Tree() deselectAll:nil];
+    EXPECT_THAT(Selected(), IsEmpty());
     EXPECT_EQ([controller valueForKey:@"_selectedFiles"], list);
     EXPECT_FALSE([[controller btnExport] isEnabled]);
 }
 
 TEST_F(ExplorerTest, AFolderAndAnItemInsideItMayBeSelectedTogether)
 {
-    root().Folder(u"A").File(u"inside", 1);
-    open();
-    [tree() expandItem:[tree() itemAtRow:0]];
-    [tree() selectAll:nil];
-    EXPECT_THAT(selected(), ElementsAre("A", "inside"));
+    Root().Folder(u"A").File(u"inside", 1);
+    Open();
+    [Tree() expandItem:[Tree() itemAtRow:0]];
+    [Tree() selectAll:nil];
+    EXPECT_THAT(Selected(), ElementsAre("A", "inside"));
 }
 
 TEST_F(ExplorerTest, AwakingAgainSetsNothingUpAgain)
 {
-    root().File(u"a", 1);
-    open();
-    select({0});
+    Root().File(u"a", 1);
+    Open();
+    Select({0});
     [controller awakeFromNib];
     EXPECT_TRUE([[controller btnExport] isEnabled]);
 }
 
 TEST_F(ExplorerTest, TheSetUpTurnsTheReorderingOfColumnsOff)
 {
-    [tree() setAllowsColumnReordering:YES];
+    [Tree() setAllowsColumnReordering:YES];
     EXPECT_TRUE([controller finishInitialize]);
-    EXPECT_FALSE([tree() allowsColumnReordering]);
+    EXPECT_FALSE([Tree() allowsColumnReordering]);
 }
 
 TEST_F(ExplorerTest, EveryAwakingRegistersTheTreeForTheNamesOfFiles)
 {
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(
-            [[tree() registeredDraggedTypes] isEqual:@[ (NSString *)NSFilenamesPboardType ]]);
-        [tree() unregisterDraggedTypes];
+            [[Tree() registeredDraggedTypes] isEqual:@[ (NSString *)NSFilenamesPboardType ]]);
+        [Tree() unregisterDraggedTypes];
         [controller awakeFromNib];
     }
 }

@@ -15,9 +15,9 @@ using apptest::When;
 
 TEST_F(ExportCommandTest, TheProgressWindowLiesInTheMiddleOfTheScreen)
 {
-    root().Folder(u"Empty");
-    open();
-    select({0});
+    Root().Folder(u"Empty");
+    Open();
+    Select({0});
     choose(folder.Path());
     NSRect frame = NSZeroRect;
     When([] { return progress() != nil; },
@@ -31,10 +31,10 @@ TEST_F(ExportCommandTest, TheProgressWindowLiesInTheMiddleOfTheScreen)
 
 TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestinationIsOpened)
 {
-    root().Folder(u"Reports").Folder(u"2019").File(u"a.txt", std::string("contents"));
-    root().File(u"b.txt", std::string("more"));
-    open();
-    [tree() selectAll:nil];
+    Root().Folder(u"Reports").Folder(u"2019").File(u"a.txt", std::string("contents"));
+    Root().File(u"b.txt", std::string("more"));
+    Open();
+    [Tree() selectAll:nil];
     choose(folder.Path());
     [controller onClickedExport:nil];
     EXPECT_TRUE(holds("Reports/2019/a.txt", "contents"));
@@ -45,9 +45,9 @@ TEST_F(ExportCommandTest, AfterAnExportThatEndsWith0TheFilesAreThereAndTheDestin
 
 TEST_F(ExportCommandTest, AfterAnExportTheExplorerComesToTheFrontAndThenTheDestinationIsOpened)
 {
-    root().File(u"a", std::string("a"));
-    open();
-    select({0});
+    Root().File(u"a", std::string("a"));
+    Open();
+    Select({0});
     Method method =
         class_getInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:));
     const IMP original =
@@ -71,12 +71,12 @@ TEST_F(ExportCommandTest, AfterAnExportTheExplorerComesToTheFrontAndThenTheDesti
 
 TEST_F(ExportCommandTest, WhatIsExportedWasSelectedAtTheClickAndNotLater)
 {
-    root().File(u"first", std::string("1"));
-    root().File(u"second", std::string("2"));
-    open();
-    select({0});
+    Root().File(u"first", std::string("1"));
+    Root().File(u"second", std::string("2"));
+    Open();
+    Select({0});
     When(panelIsUp, [this] {
-        select({1});
+        Select({1});
         NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
         [panel setDirectory:[NSString stringWithUTF8String:folder.Path().c_str()]];
         [panel ok:nil];
@@ -84,16 +84,16 @@ TEST_F(ExportCommandTest, WhatIsExportedWasSelectedAtTheClickAndNotLater)
     [controller onClickedExport:nil];
     EXPECT_TRUE(holds("first", "1"));
     EXPECT_NE(access(folder.At("second").c_str(), F_OK), 0);
-    EXPECT_EQ(selected(), std::vector<std::string>{"second"});
+    EXPECT_EQ(Selected(), std::vector<std::string>{"second"});
 }
 
 TEST_F(ExportCommandTest, TwoExportsInARowEachCopyWhatIsSelectedThen)
 {
-    root().File(u"one", std::string("1"));
-    root().File(u"two", std::string("2"));
-    open();
+    Root().File(u"one", std::string("1"));
+    Root().File(u"two", std::string("2"));
+    Open();
     for (const char *name : {"one", "two"}) {
-        select({strcmp(name, "one") == 0 ? 0u : 1u});
+        Select({strcmp(name, "one") == 0 ? 0u : 1u});
         choose(folder.MakeFolder(name));
         [controller onClickedExport:nil];
         EXPECT_EQ(opened, folder.At(name));
@@ -106,36 +106,36 @@ TEST_F(ExportCommandTest, TwoExportsInARowEachCopyWhatIsSelectedThen)
 
 TEST_F(ExportCommandTest, ReturnExportsWhatIsSelectedAndNothingOtherwise)
 {
-    root().File(u"a", 10);
-    open();
+    Root().File(u"a", 10);
+    Open();
     [window makeKeyAndOrderFront:nil];
-    press('\r');
+    Press('\r');
     EXPECT_EQ([controller valueForKey:@"_openPanel"], nil);
-    select({0});
+    Select({0});
     bool shown = false;
     When(panelIsUp, [&shown] {
         shown = true;
         [(NSOpenPanel *)[NSApp modalWindow] cancel:nil];
     });
-    press('\r');
+    Press('\r');
     EXPECT_TRUE(shown);
 }
 
 TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorkerStillEnds)
 {
-    root().File(u"slow", 5 << 20);
-    root().File(u"quick", std::string("quick"));
+    Root().File(u"slow", 5 << 20);
+    Root().File(u"quick", std::string("quick"));
     volume.AtCall(vx::VolumeOperation::kReadFile, 1, vx::Fault::kStall);
     // So that the second window is still there when it is looked for.
     volume.AtCall(vx::VolumeOperation::kOpenFile, 2, vx::Fault::kStall);
-    open();
-    select({0});
+    Open();
+    Select({0});
     choose(folder.MakeFolder("first"));
     When([this] { return workerStalls(); }, [] { [progress() cancelClicked:nil]; });
     [controller onClickedExport:nil];
     EXPECT_EQ(volume.Count(vx::VolumeOperation::kCloseHandle), 0u) << "the worker still reads";
 
-    select({1});
+    Select({1});
     choose(folder.MakeFolder("second"));
     When([] { return progress() != nil; }, [this] { volume.Release(); });
     [controller onClickedExport:nil];
@@ -145,10 +145,10 @@ TEST_F(ExportCommandTest, ASecondExportAfterACancelledOneWorksWhileTheFirstWorke
 
 TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLast)
 {
-    root().File(u"slow", 5 << 20);
+    Root().File(u"slow", 5 << 20);
     volume.AtCall(vx::VolumeOperation::kReadFile, 1, vx::Fault::kStall);
-    open();
-    select({0});
+    Open();
+    Select({0});
     choose(folder.Path());
     static bool deallocatedOnMain;
     deallocatedOnMain = false;
@@ -171,11 +171,11 @@ TEST_F(ExportCommandTest, AWindowIsLetGoOfOnTheMainThreadAlsoWhenItsWorkerEndsLa
 
 TEST_F(ExportCommandTest, TheMenusCommandFollowsTheButtonAndRestsDuringAnExport)
 {
-    root().Folder(u"Empty");
-    open();
+    Root().Folder(u"Empty");
+    Open();
     id item = [[[[NSApp mainMenu] itemAtIndex:0] submenu] itemWithTitle:@"Export"];
     EXPECT_FALSE([(id)controller validateMenuItem:item]);
-    select({0});
+    Select({0});
     EXPECT_TRUE([(id)controller validateMenuItem:item]);
     choose(folder.Path());
     bool enabled = true;
@@ -191,9 +191,9 @@ TEST_F(ExportCommandTest, TheMenusCommandFollowsTheButtonAndRestsDuringAnExport)
 
 TEST_F(ExportCommandTest, AfterAnExportThatEndsWithAnotherCodeTheDestinationIsNotOpened)
 {
-    root().Folder(u"Empty");
-    open();
-    select({0});
+    Root().Folder(u"Empty");
+    Open();
+    Select({0});
     choose(folder.Path());
     When([] { return progress() != nil; },
          [] {
@@ -206,9 +206,9 @@ TEST_F(ExportCommandTest, AfterAnExportThatEndsWithAnotherCodeTheDestinationIsNo
 
 TEST_F(ExportCommandTest, ASelectionWithoutFilesLeavesTheWindowOpenUntilItIsCancelled)
 {
-    root().Folder(u"Empty");
-    open();
-    select({0});
+    Root().Folder(u"Empty");
+    Open();
+    Select({0});
     choose(folder.Path());
     When([] { return progress() != nil; }, [] { [progress() cancelClicked:nil]; });
     [controller onClickedExport:nil];

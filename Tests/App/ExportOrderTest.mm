@@ -18,20 +18,20 @@ using apptest::When;
 std::string g_order;
 IMP g_center = nullptr;
 
-void noteCentering(id window, SEL selector)
+void NoteCentering(id window, SEL selector)
 {
     if ([[window windowController] isKindOfClass:[CopyingFileWindow class]])
         g_order += "centred ";
     reinterpret_cast<void (*)(id, SEL)>(g_center)(window, selector);
 }
 
-BOOL noteStart(id, SEL, NSString *, id)
+BOOL NoteStart(id, SEL, NSString *, id)
 {
     g_order += "started ";
     return YES;
 }
 
-BOOL openNothing(id, SEL, NSURL *)
+BOOL OpenNothing(id, SEL, NSURL *)
 {
     return YES;
 }
@@ -48,45 +48,45 @@ public:
     Replacement(const Replacement &) = delete;
     Replacement &operator=(const Replacement &) = delete;
 
-    IMP original() const { return _original; }
+    IMP Original() const { return _original; }
 
 private:
     Method _method;
     IMP _original;
 };
 
-bool panelIsUp()
+bool PanelIsUp()
 {
     return [[NSApp modalWindow] isKindOfClass:[NSOpenPanel class]];
 }
 
-bool progressIsUp()
+bool ProgressIsUp()
 {
     return [[[NSApp modalWindow] windowController] isKindOfClass:[CopyingFileWindow class]];
 }
 
 TEST_F(ExplorerTest, TheProgressWindowIsCentredBeforeTheWorkerIsStarted)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     g_order.clear();
     const Replacement opening([NSWorkspace class], @selector(openURL:),
-                              reinterpret_cast<IMP>(openNothing));
+                              reinterpret_cast<IMP>(OpenNothing));
     const Replacement starting([Z5FileManager class], @selector(copyTo:withDelegate:),
-                               reinterpret_cast<IMP>(noteStart));
+                               reinterpret_cast<IMP>(NoteStart));
     const Replacement centering([NSWindow class], @selector(center),
-                                reinterpret_cast<IMP>(noteCentering));
-    g_center = centering.original();
+                                reinterpret_cast<IMP>(NoteCentering));
+    g_center = centering.Original();
 
     const vx::TemporaryFolder folder;
     NSString *path = [NSString stringWithUTF8String:folder.Path().c_str()];
-    When(panelIsUp, [path] {
+    When(PanelIsUp, [path] {
         NSOpenPanel *panel = (NSOpenPanel *)[NSApp modalWindow];
         [panel setDirectory:path];
         [panel ok:nil];
     });
-    When(progressIsUp,
+    When(ProgressIsUp,
          [] { [(CopyingFileWindow *)[[NSApp modalWindow] windowController] cancelClicked:nil]; });
     [controller onClickedExport:nil];
     EXPECT_EQ(g_order, "centred started ");

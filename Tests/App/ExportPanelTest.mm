@@ -91,9 +91,9 @@ void recordAliases(id, SEL, BOOL flag)
 
 TEST_F(ExportCommandTest, CancellingThePanelLeavesNoWindowNoAlertAndNoFilesBehind)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     const auto visibleWindows = [] {
         int count = 0;
         for (NSWindow *each in [NSApp windows])
@@ -107,14 +107,14 @@ TEST_F(ExportCommandTest, CancellingThePanelLeavesNoWindowNoAlertAndNoFilesBehin
     EXPECT_EQ(visibleWindows(), before);
     EXPECT_EQ(volume.Count(vx::VolumeOperation::kOpenFile), 0u);
     EXPECT_EQ(opened, "");
-    EXPECT_EQ(selected(), std::vector<std::string>{"a"});
+    EXPECT_EQ(Selected(), std::vector<std::string>{"a"});
 }
 
 TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsSave)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     Method method = class_getInstanceMethod([NSOpenPanel class], @selector(setResolvesAliases:));
     const IMP original = method_setImplementation(method, reinterpret_cast<IMP>(recordAliases));
     g_resolvesAliases = false;
@@ -134,9 +134,9 @@ TEST_F(ExportCommandTest, ThePanelOffersFoldersOneAtATimeFollowsAliasesAndShowsS
 
 TEST_F(ExportCommandTest, ThePanelLeavesTheScreenWhateverItsResult)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     NSOpenPanel *panel = nil;
     When(panelIsUp, [&panel] {
         panel = (NSOpenPanel *)[NSApp modalWindow];
@@ -151,9 +151,9 @@ TEST_F(ExportCommandTest, ThePanelLeavesTheScreenWhateverItsResult)
 
 TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersists)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     Method method = class_getClassMethod([NSOpenPanel class], @selector(openPanel));
     g_openPanel = method_setImplementation(method, reinterpret_cast<IMP>(alternatingPanel));
     g_panelsAsked = g_madePanels = 0;
@@ -175,9 +175,9 @@ TEST_F(ExportCommandTest, ClickingTwiceReplacesTheKeptPanelAndNothingElsePersist
 
 TEST_F(ExportCommandTest, ThePanelLiesOverTheMiddleOfItsWindow)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     [window setFrame:NSMakeRect(300, 60, 900, 620) display:YES];
     NSRect frame = NSZeroRect;
     bool mayConfirm = false;
@@ -196,9 +196,9 @@ TEST_F(ExportCommandTest, ThePanelLiesOverTheMiddleOfItsWindow)
 
 TEST_F(ExportCommandTest, ThePanelStaysOnTheScreenWhenItsWindowLiesAtTheEdge)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     [window setFrameOrigin:NSMakePoint(1000, -250)];
     NSRect frame = NSZeroRect;
     When(panelHasGrown, [&] {
@@ -213,9 +213,9 @@ TEST_F(ExportCommandTest, ThePanelStaysOnTheScreenWhenItsWindowLiesAtTheEdge)
 
 TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAndNothingIsCopied)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     const std::string locked = folder.MakeFolder("locked");
     chmod(folder.Path().c_str(), 0755);
     chmod(locked.c_str(), 0555);
@@ -241,14 +241,14 @@ TEST_F(ExportCommandTest, ADestinationWithoutWritePermissionBringsTheAlertOnceAn
     EXPECT_EQ(alerts, 1);
     EXPECT_EQ(volume.Count(vx::VolumeOperation::kOpenFile), 0u);
     EXPECT_EQ(opened, "");
-    EXPECT_EQ(selected(), std::vector<std::string>{"a"});
+    EXPECT_EQ(Selected(), std::vector<std::string>{"a"});
 }
 
 TEST_F(ExportCommandTest, ADestinationThatHasGoneBringsTheAlertOnceAndNothingIsCopied)
 {
-    root().File(u"a", 10);
-    open();
-    select({0});
+    Root().File(u"a", 10);
+    Open();
+    Select({0});
     const std::string gone = folder.MakeFolder("gone");
     int alerts = 0;
     When(panelIsUp, [gone] {

@@ -40,7 +40,7 @@ constexpr double kMiB = 19073486.3;
 NSString *const kNameStart = @"/Messages";
 NSString *const kNameEnd = @"Images.jpg";
 
-NSDictionary *tableOf(const std::string &language)
+NSDictionary *TableOf(const std::string &language)
 {
     NSString *path =
         [NSString stringWithFormat:@"%@/%s.lproj/Localizable.strings",
@@ -51,7 +51,7 @@ NSDictionary *tableOf(const std::string &language)
     return [text propertyListFromStringsFileFormat];
 }
 
-NSButton *buttonIn(NSView *view)
+NSButton *ButtonIn(NSView *view)
 {
     for (NSView *subview in [view subviews])
         if ([subview isKindOfClass:[NSButton class]])
@@ -59,21 +59,21 @@ NSButton *buttonIn(NSView *view)
     return nil;
 }
 
-CGFloat widthOf(NSString *text, NSControl *control)
+CGFloat WidthOf(NSString *text, NSControl *control)
 {
     return [text sizeWithAttributes:@{NSFontAttributeName : [control font]}].width;
 }
 
-void expectFits(NSString *text, NSControl *control, CGFloat margin)
+void ExpectFits(NSString *text, NSControl *control, CGFloat margin)
 {
     ASSERT_NE(control, nil);
     ASSERT_GT([text length], 0u);
-    EXPECT_LE(widthOf(text, control) + 2 * margin, [control frame].size.width) << [text UTF8String];
+    EXPECT_LE(WidthOf(text, control) + 2 * margin, [control frame].size.width) << [text UTF8String];
 }
 
 class TextsInLanguage : public ExplorerTest, public testing::WithParamInterface<const char *> {
 protected:
-    TextsInLanguage() : _texts([tableOf(GetParam()) retain])
+    TextsInLanguage() : _texts([TableOf(GetParam()) retain])
     {
         _progress = [[CopyingFileWindow alloc] init];
         [_progress window];
@@ -95,21 +95,21 @@ protected:
 
 TEST_P(TextsInLanguage, TheButtonsHoldTheirTitles)
 {
-    expectFits(text(@"Export"), [controller btnExport], 10);
-    expectFits(text(@"Cancel"), buttonIn([[_progress window] contentView]), 10);
+    ExpectFits(text(@"Export"), [controller btnExport], 10);
+    ExpectFits(text(@"Cancel"), ButtonIn([[_progress window] contentView]), 10);
 }
 
 TEST_P(TextsInLanguage, TheProgressWindowHoldsItsLines)
 {
     NSTextField *line = [_progress infoLabel];
-    expectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_ABOVE_1MIN"), kMinutes, kMiB, kMiB],
+    ExpectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_ABOVE_1MIN"), kMinutes, kMiB, kMiB],
                line, 2);
-    expectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_LESS_1MIN"), kMiB, kMiB], line, 2);
+    ExpectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_LESS_1MIN"), kMiB, kMiB], line, 2);
     // Nothing is copied yet.
-    expectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_CALCULATE"), 0.0, kMiB], line, 2);
+    ExpectFits([NSString stringWithFormat:text(@"IDS_COPY_TIPS_CALCULATE"), 0.0, kMiB], line, 2);
     NSString *file =
         [NSString stringWithFormat:text(@"IDS_COPY_TIPS_LONG_FILENAME"), kNameStart, kNameEnd];
-    expectFits(file, [_progress fileInfoLable], 2);
+    ExpectFits(file, [_progress fileInfoLable], 2);
 }
 
 TEST_P(TextsInLanguage, TheWindowsTitleLeavesRoomForItsButtons)
@@ -137,7 +137,7 @@ TEST_F(ExplorerTest, InAWindowOfAnySizeTheViewFillsItAndTheButtonStaysInSight)
     NSView *button = [controller btnExport];
     EXPECT_TRUE(NSContainsRect(content, [button convertRect:[button bounds]
                                                      toView:[window contentView]]));
-    NSView *header = [tree() headerView];
+    NSView *header = [Tree() headerView];
     EXPECT_TRUE(NSContainsRect(content, [header convertRect:[header visibleRect]
                                                      toView:[window contentView]]));
     EXPECT_GT([header visibleRect].size.height, 20);
@@ -157,18 +157,18 @@ TEST_F(ExplorerTest, NothingInTheWindowLiesOverAnythingElse)
 
 TEST_F(ExplorerTest, ALevelOfTheTreeIsIndentedByMoreThanAnIcon)
 {
-    open();
-    EXPECT_EQ([tree() indentationPerLevel], 18);
+    Open();
+    EXPECT_EQ([Tree() indentationPerLevel], 18);
 }
 
 TEST_F(ExplorerTest, AColumnsTitleStandsAboveItsTexts)
 {
-    root().File(u"a.txt", 10);
-    open();
-    const NSInteger index = [tree() columnWithIdentifier:@"modified"];
-    NSCell *title = [[[tree() tableColumns] objectAtIndex:NSUInteger(index)] headerCell];
-    const NSRect above = [title titleRectForBounds:[[tree() headerView] headerRectOfColumn:index]];
-    const NSRect cell = [tree() frameOfCellAtColumn:index row:0];
+    Root().File(u"a.txt", 10);
+    Open();
+    const NSInteger index = [Tree() columnWithIdentifier:@"modified"];
+    NSCell *title = [[[Tree() tableColumns] objectAtIndex:NSUInteger(index)] headerCell];
+    const NSRect above = [title titleRectForBounds:[[Tree() headerView] headerRectOfColumn:index]];
+    const NSRect cell = [Tree() frameOfCellAtColumn:index row:0];
     // A text keeps 2 points off its cell's edges.
     EXPECT_NEAR(NSMinX(above), NSMinX(cell) + 2, 1);
     EXPECT_NEAR(NSMaxX(above), NSMaxX(cell) - 2, 1);
@@ -204,7 +204,7 @@ TEST(AboutPanel, NamesTheProgramItsVersionAndWhatItDoes)
                       named = apptest::ShowsText([NSApp modalWindow], name);
                       described = apptest::ShowsText([NSApp modalWindow], what);
                       // Translated by its text.
-                      EXPECT_NE([tableOf("de") objectForKey:what], nil);
+                      EXPECT_NE([TableOf("de") objectForKey:what], nil);
                       [apptest::ButtonTitled([NSApp modalWindow], @"OK") performClick:nil];
                   });
     [NSApp orderFrontStandardAboutPanel:nil];

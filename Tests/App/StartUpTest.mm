@@ -26,7 +26,7 @@ std::vector<std::string> g_steps;
 
 // Puts a note of the call before a method of a class, for the rest of the process.
 template <int Number, typename Result, typename... Arguments>
-void note(Class owner, SEL selector, const char *step)
+void Note(Class owner, SEL selector, const char *step)
 {
     using Function = Result (*)(id, SEL, Arguments...);
     static Function original;
@@ -44,18 +44,18 @@ void note(Class owner, SEL selector, const char *step)
 // The library has none to give where the desktop draws it.
 NSButton *g_zoomButton = nil;
 
-id standInButton(id, SEL, NSWindowButton button)
+id StandInButton(id, SEL, NSWindowButton button)
 {
     return button == NSWindowZoomButton ? g_zoomButton : nil;
 }
 
 // For the rest of the process.
-void giveWindowsAZoomButton()
+void GiveWindowsAZoomButton()
 {
     g_zoomButton = [[NSButton alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)];
     method_setImplementation(
         class_getInstanceMethod([NSWindow class], @selector(standardWindowButton:)),
-        reinterpret_cast<IMP>(standInButton));
+        reinterpret_cast<IMP>(StandInButton));
 }
 
 class StartUp : public testing::Test {
@@ -79,7 +79,7 @@ protected:
     StartUp(const StartUp &) = delete;
     StartUp &operator=(const StartUp &) = delete;
 
-    void start(const std::vector<std::string> &given = {"disk", "none", ""})
+    void Start(const std::vector<std::string> &given = {"disk", "none", ""})
     {
         std::vector<std::string> all = {"program"};
         all.insert(all.end(), given.begin(), given.end());
@@ -96,7 +96,7 @@ protected:
         delegate = (AppDelegate *)[NSApp delegate];
     }
 
-    bool showsTree()
+    bool ShowsTree()
     {
         NSView *view = [delegate FileExplorerView];
         return view != nil && [view superview] == [[delegate window] contentView];
@@ -109,14 +109,14 @@ protected:
 
 TEST_F(StartUp, TheThreeArgumentsReachTheLibraryUnchangedAsUtf8)
 {
-    start({"/dev/mäßig 1#2", "pässwörd %@ 100%", "日本語 𝄞 \"quoted\" -dash"});
+    Start({"/dev/mäßig 1#2", "pässwörd %@ 100%", "日本語 𝄞 \"quoted\" -dash"});
     EXPECT_THAT(library->arguments,
                 ElementsAre("/dev/mäßig 1#2", "pässwörd %@ 100%", "日本語 𝄞 \"quoted\" -dash"));
 }
 
 TEST_F(StartUp, EmptyArgumentsReachTheLibraryAsEmptyTexts)
 {
-    start({"", "", ""});
+    Start({"", "", ""});
     EXPECT_THAT(library->arguments, ElementsAre("", "", ""));
 }
 
@@ -124,8 +124,8 @@ TEST_F(StartUp, AVolumeThatOpensIsShownWithItsRoot)
 {
     volume.Root().Folder(u"A");
     volume.Root().File(u"b", 1);
-    start();
-    EXPECT_TRUE(showsTree());
+    Start();
+    EXPECT_TRUE(ShowsTree());
     EXPECT_EQ([[[delegate FileExplorerController] outlineView] numberOfRows], 2);
     EXPECT_EQ([[delegate window] firstResponder], [[delegate FileExplorerController] outlineView]);
 }
@@ -133,16 +133,16 @@ TEST_F(StartUp, AVolumeThatOpensIsShownWithItsRoot)
 TEST_F(StartUp, TheViewIsAddedAlsoWhenTheRootCannotBeListed)
 {
     volume.FromCall(vx::VolumeOperation::kFindFirstFile, 1, vx::Fault::kFail);
-    start();
-    EXPECT_TRUE(showsTree());
+    Start();
+    EXPECT_TRUE(ShowsTree());
     EXPECT_EQ([[[delegate FileExplorerController] outlineView] numberOfRows], 0);
 }
 
 TEST_F(StartUp, AVolumeWithAStatusOtherThan0IsNotShown)
 {
     library->status = 22;
-    start();
-    EXPECT_FALSE(showsTree());
+    Start();
+    EXPECT_FALSE(ShowsTree());
     EXPECT_TRUE([[delegate window] isVisible]);
     EXPECT_EQ(volume.Count(vx::VolumeOperation::kFindFirstFile), 0u);
 }
@@ -150,31 +150,31 @@ TEST_F(StartUp, AVolumeWithAStatusOtherThan0IsNotShown)
 TEST_F(StartUp, ANullVolumeWithStatus0IsNotShown)
 {
     library->volume = nullptr;
-    start();
-    EXPECT_FALSE(showsTree());
+    Start();
+    EXPECT_FALSE(ShowsTree());
     EXPECT_TRUE([[delegate window] isVisible]);
 }
 
 TEST_F(StartUp, TheZoomButtonIsHidden)
 {
-    giveWindowsAZoomButton();
+    GiveWindowsAZoomButton();
     ASSERT_FALSE([g_zoomButton isHidden]);
-    start();
+    Start();
     EXPECT_TRUE([g_zoomButton isHidden]);
 }
 
 TEST_F(StartUp, TheStepsComeInTheirOrder)
 {
-    note<0, void, id, SEL, NSString *, id>([NSNotificationCenter class],
+    Note<0, void, id, SEL, NSString *, id>([NSNotificationCenter class],
                                            @selector(addObserver:selector:name:object:), "observe");
     library->opening = [] { g_steps.emplace_back("open"); };
-    note<1, id, NSWindowButton>([NSWindow class], @selector(standardWindowButton:), "zoom button");
-    note<2, BOOL, IVolume *>([Z5FileExplorer class], @selector(setVolumeObject:), "give");
-    note<3, void>([TreeOutlineView class], @selector(viewDidMoveToWindow), "add");
-    note<4, void, BOOL>([NSApplication class], @selector(activateIgnoringOtherApps:), "activate");
-    note<5, void, id>([NSWindow class], @selector(makeKeyAndOrderFront:), "key");
-    note<6, void, NSInteger>([NSWindow class], @selector(setLevel:), "raise");
-    start();
+    Note<1, id, NSWindowButton>([NSWindow class], @selector(standardWindowButton:), "zoom button");
+    Note<2, BOOL, IVolume *>([Z5FileExplorer class], @selector(setVolumeObject:), "give");
+    Note<3, void>([TreeOutlineView class], @selector(viewDidMoveToWindow), "add");
+    Note<4, void, BOOL>([NSApplication class], @selector(activateIgnoringOtherApps:), "activate");
+    Note<5, void, id>([NSWindow class], @selector(makeKeyAndOrderFront:), "key");
+    Note<6, void, NSInteger>([NSWindow class], @selector(setLevel:), "raise");
+    Start();
     // The window library observes notifications of its own meanwhile.
     const auto opened = std::find(g_steps.begin(), g_steps.end(), "open");
     ASSERT_NE(opened, g_steps.end());
@@ -189,7 +189,7 @@ TEST_F(StartUp, TheStepsComeInTheirOrder)
 
 TEST_F(StartUp, TheWindowIsRaisedOnceAndFallsBackToTheNormalLevel)
 {
-    start();
+    Start();
     EXPECT_EQ([[delegate window] level], CGWindowLevelForKey(kCGStatusWindowLevelKey));
     [[NSNotificationCenter defaultCenter]
         postNotificationName:NSApplicationDidFinishLaunchingNotification
@@ -201,7 +201,7 @@ TEST_F(StartUp, TheTreeFillsAWindowThatComesBackInAnotherSize)
 {
     [[NSUserDefaults standardUserDefaults] setObject:@"190 200 700 400 0 0 1280 900"
                                               forKey:@"NSWindow Frame FileExplorer"];
-    start();
+    Start();
     NSView *content = [[delegate window] contentView];
     EXPECT_EQ(NSWidth([content frame]), 700);
     EXPECT_TRUE(NSEqualRects([[delegate FileExplorerView] frame], [content bounds]));

@@ -13,47 +13,47 @@ namespace fs = std::filesystem;
 class UserEndTest : public UserTest {
 protected:
     // The program starts, shows its window, and closing that brings the notice.
-    void expectWindowAndNotice(ChildProcess &host) { closeAndExpectNotice(drawnWindow(), host); }
+    void ExpectWindowAndNotice(ChildProcess &host) { CloseAndExpectNotice(DrawnWindow(), host); }
 };
 
 TEST_F(UserEndTest, AMissingLibraryLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 {
-    ChildProcess host(install(""), {_volume.Path()});
-    expectWindowAndNotice(host);
+    ChildProcess host(Install(""), {_volume.Path()});
+    ExpectWindowAndNotice(host);
 }
 
 TEST_F(UserEndTest, ALibraryWithoutTheEntryLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 {
-    ChildProcess host(install(ENTRYLESS), {_volume.Path()});
-    expectWindowAndNotice(host);
+    ChildProcess host(Install(ENTRYLESS), {_volume.Path()});
+    ExpectWindowAndNotice(host);
 }
 
 TEST_F(UserEndTest, ANonZeroStatusLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 {
-    ChildProcess host(install(STAND_IN), {"status=22"});
-    expectWindowAndNotice(host);
+    ChildProcess host(Install(STAND_IN), {"status=22"});
+    ExpectWindowAndNotice(host);
 }
 
 TEST_F(UserEndTest, ClosingThroughTheWindowManagerSendsTheNotice)
 {
-    startWindowManager();
+    StartWindowManager();
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    expectWindowAndNotice(host);
+    ExpectWindowAndNotice(host);
 }
 
 TEST_F(UserEndTest, QuittingWithTheSheetUpEndsTheProgramWithTheNotice)
 {
     _volume.WriteFile("a.txt", "a");
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
-    const std::string main = drawnWindow();
-    click(main, 100, 58);
-    focus(main);
-    key("ctrl+e");
-    const std::string panel = window(kPanel);
-    awaitDrawn(panel);
-    focus(panel);
-    key("ctrl+q");
-    expectNotice(host);
+    const std::string main = DrawnWindow();
+    Click(main, 100, 58);
+    Focus(main);
+    Key("ctrl+e");
+    const std::string panel = Window(kPanel);
+    AwaitDrawn(panel);
+    Focus(panel);
+    Key("ctrl+q");
+    ExpectNotice(host);
 }
 
 TEST_F(UserEndTest, AFolderWithoutWritePermissionIsRefusedAndTheProgramGoesOn)
@@ -62,26 +62,26 @@ TEST_F(UserEndTest, AFolderWithoutWritePermissionIsRefusedAndTheProgramGoesOn)
     _volume.WriteFile("a.txt", "a");
     chmod(destination.c_str(), 0555);
     // Everything as an ordinary user, since root may write anywhere.
-    std::vector<std::string> arguments = {install(LIBRARY), volume};
+    std::vector<std::string> arguments = {Install(LIBRARY), volume};
     if (geteuid() == 0)
         arguments.insert(arguments.begin(), {"setpriv", "--reuid=nobody", "--clear-groups"});
-    run("chmod -R a+rX '" + volume + "' '" + _destination.Path() + "'");
-    run("chmod -R a+rwX '" + _home.Path() + "' && chown -R nobody '" + _home.Path() + "'");
+    Run("chmod -R a+rX '" + volume + "' '" + _destination.Path() + "'");
+    Run("chmod -R a+rwX '" + _home.Path() + "' && chown -R nobody '" + _home.Path() + "'");
     ChildProcess host("/usr/bin/env", arguments);
-    const std::string main = drawnWindow();
-    click(main, 100, 58);
-    focus(main);
-    key("ctrl+e");
-    chooseFolder(destination);
+    const std::string main = DrawnWindow();
+    Click(main, 100, 58);
+    Focus(main);
+    Key("ctrl+e");
+    ChooseFolder(destination);
     // The alert has no title of its own; Return presses its button.
-    const std::string alert = window("Alert");
-    awaitDrawn(alert);
-    focus(alert);
-    key("Return");
-    EXPECT_TRUE(Eventually([&] { return isGone("Alert"); }));
+    const std::string alert = Window("Alert");
+    AwaitDrawn(alert);
+    Focus(alert);
+    Key("Return");
+    EXPECT_TRUE(Eventually([&] { return IsGone("Alert"); }));
     EXPECT_TRUE(fs::is_empty(destination));
     EXPECT_FALSE(fs::exists(_home.At("opened")));
-    closeAndExpectNotice(main, host);
+    CloseAndExpectNotice(main, host);
 }
 
 }  // namespace

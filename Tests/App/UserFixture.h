@@ -20,51 +20,51 @@ protected:
     void TearDown() override;
 
     // The output of a command of the desktop's tools.
-    static std::string run(const std::string &command);
+    static std::string Run(const std::string &command);
 
     // The id of the visible window of that title, once there is one.
-    std::string window(const std::string &title);
-    bool isGone(const std::string &title);
+    std::string Window(const std::string &title);
+    bool IsGone(const std::string &title);
     // The main window, once it has drawn itself.
-    std::string drawnWindow();
+    std::string DrawnWindow();
     // Waits until the pixels of the window stand still, that is until it has drawn itself.
-    void awaitDrawn(const std::string &id);
+    void AwaitDrawn(const std::string &id);
     // What a window manager does; where one runs it is asked with activate().
-    void focus(const std::string &id) { run("xdotool windowfocus " + id); }
+    void Focus(const std::string &id) { Run("xdotool windowfocus " + id); }
 
     // A real window manager, for the rest of the test. It decorates the windows and moves the
     // focus.
-    void startWindowManager();
-    void activate(const std::string &id);
+    void StartWindowManager();
+    void Activate(const std::string &id);
     // The id of the window that lies in front of all that the manager keeps.
-    static int frontWindow();
+    static int FrontWindow();
     // The button in the title bar that the window manager draws.
-    void clickCloseButton(const std::string &id);
+    void ClickCloseButton(const std::string &id);
 
     // "X=", "Y=", "WIDTH=" or "HEIGHT=" of a window, without its decorations.
-    static int geometry(const std::string &id, const std::string &name);
+    static int Geometry(const std::string &id, const std::string &name);
 
     // As short as a click of a quick hand.
-    void click(const std::string &id, int x, int y, const std::string &held = "");
+    void Click(const std::string &id, int x, int y, const std::string &held = "");
     // bottom: points above the window's lower edge.
-    void clickAbove(const std::string &id, int x, int bottom);
+    void ClickAbove(const std::string &id, int x, int bottom);
     // At the pace of a user, here and in click(): some of the program's answers depend on it.
-    void key(const std::string &name) { run("xdotool sleep 0.3 key --delay 60 " + name); }
-    void type(const std::string &text) { run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
+    void Key(const std::string &name) { Run("xdotool sleep 0.3 key --delay 60 " + name); }
+    void Type(const std::string &text) { Run("xdotool sleep 0.3 type --delay 25 '" + text + "'"); }
     // Selects the row at this height and exports it; returns the panel.
-    std::string askForPanel(const std::string &main, int y);
+    std::string AskForPanel(const std::string &main, int y);
     // Types the path into the panel and confirms it.
-    void chooseFolder(const std::string &path);
+    void ChooseFolder(const std::string &path);
 
     // The program and the host as installed, beside a library of the test's, or none if that is
     // empty. Returns the host's path.
-    std::string install(const std::string &library);
+    std::string Install(const std::string &library);
 
     // The program ends with its notice to the host, and says nothing else: by itself, or when its
     // window is closed.
-    static void expectNotice(ChildProcess &host);
-    void closeAndExpectNotice(const std::string &main, ChildProcess &host);
-    static bool sameTree(const std::string &from, const std::string &to);
+    static void ExpectNotice(ChildProcess &host);
+    void CloseAndExpectNotice(const std::string &main, ChildProcess &host);
+    static bool SameTree(const std::string &from, const std::string &to);
 
     std::unique_ptr<vxtest::VirtualDisplay> _display;
     std::unique_ptr<ChildProcess> _manager;

@@ -22,7 +22,7 @@ UserStallTest::~UserStallTest()
     close(_stalled);
 }
 
-bool UserStallTest::release()
+bool UserStallTest::Release()
 {
     // The library opens its end only once it has stalled.
     int end = -1;
@@ -34,11 +34,11 @@ bool UserStallTest::release()
     return stalled;
 }
 
-std::string UserStallTest::startStallingExport()
+std::string UserStallTest::StartStallingExport()
 {
-    std::string main = window("File Explorer");
-    askForPanel(main, 78);
-    chooseFolder(destination);
+    std::string main = Window("File Explorer");
+    AskForPanel(main, 78);
+    ChooseFolder(destination);
     EXPECT_TRUE(Eventually([&] { return fs::exists(_partial) && fs::file_size(_partial) > 0; }));
     return main;
 }

@@ -16,10 +16,10 @@ protected:
     void SetUp() override;
 
     // Lets the call that stalls go on, once there is one.
-    bool release();
+    bool Release();
     // Starts the export of the second of three files, which stalls in the middle; returns the
     // main window.
-    std::string startStallingExport();
+    std::string StartStallingExport();
 
     const std::string _stall = _volume.MakeFolder("stall");
     const std::string _partial = destination + "/two.bin";

@@ -17,7 +17,7 @@ protected:
         CoreTest::TearDown();
     }
 
-    Z5BitLockerFile *openPath(NSString *path)
+    Z5BitLockerFile *OpenPath(NSString *path)
     {
         file = [[Z5BitLockerFile alloc] initWithFile:path andVol:&volume];
         return file;
@@ -31,7 +31,7 @@ protected:
 
 TEST_F(BitLockerFile, AnInitialiserWithANilPathReturnsNilWithoutCallingTheVolume)
 {
-    EXPECT_EQ(openPath(nil), nil);
+    EXPECT_EQ(OpenPath(nil), nil);
     EXPECT_TRUE(volume.Calls().empty());
 }
 
@@ -42,7 +42,7 @@ TEST_F(BitLockerFile, AnInitialiserWithANullVolumeReturnsNil)
 
 TEST_F(BitLockerFile, AnInitialiserReturnsNilWhenTheOpenFails)
 {
-    EXPECT_EQ(openPath(@"/missing"), nil);
+    EXPECT_EQ(OpenPath(@"/missing"), nil);
     EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 1u);
     EXPECT_EQ(volume.Count(VolumeOperation::kCloseHandle), 0u);
 }
@@ -50,7 +50,7 @@ TEST_F(BitLockerFile, AnInitialiserReturnsNilWhenTheOpenFails)
 TEST_F(BitLockerFile, OpeningPassesThePathAsUtf16AndTheThreeModes)
 {
     Root().Folder(u"Дом").File(u"\U0001F600.txt", 1);
-    ASSERT_NE(openPath(@"/Дом/😀.txt"), nil);
+    ASSERT_NE(OpenPath(@"/Дом/😀.txt"), nil);
     const auto opened = volume.Calls(VolumeOperation::kOpenFile);
     ASSERT_EQ(opened.size(), 1u);
     EXPECT_EQ(opened[0].path, u"/Дом/\U0001F600.txt");
@@ -61,7 +61,7 @@ TEST_F(BitLockerFile, OpeningPassesThePathAsUtf16AndTheThreeModes)
 TEST_F(BitLockerFile, DestructionClosesTheHandleOnce)
 {
     Root().File(u"a", 1);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_EQ(volume.OpenHandles(), 1u);
     [file release];
     file = nil;
@@ -72,7 +72,7 @@ TEST_F(BitLockerFile, DestructionClosesTheHandleOnce)
 TEST_F(BitLockerFile, AFileClosedExplicitlyIsClosedASecondTimeWhenItIsDestroyed)
 {
     Root().File(u"a", 1);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     [file closeFile];
     [file release];
     file = nil;
@@ -83,7 +83,7 @@ TEST_F(BitLockerFile, AHandleAlreadyHeldIsOverwrittenWithoutBeingClosed)
 {
     Root().File(u"a", 1);
     Root().File(u"b", 2);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file openFile:@"/b"]);
     EXPECT_EQ([file getFileSize], 2);
     EXPECT_EQ(volume.OpenHandles(), 2u);
@@ -93,7 +93,7 @@ TEST_F(BitLockerFile, AHandleAlreadyHeldIsOverwrittenWithoutBeingClosed)
 TEST_F(BitLockerFile, AFailedSecondOpenKeepsTheHandleAlreadyHeld)
 {
     Root().File(u"a", 7);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file openFile:@"/missing"]);
     EXPECT_EQ([file getFileSize], 7);
 }
@@ -113,7 +113,7 @@ TEST_F(BitLockerFile, AnObjectWithoutAVolumeFailsEveryOperationQuietly)
 TEST_F(BitLockerFile, SeekingPassesBothHalvesFromTheStart)
 {
     Root().File(u"a", 16);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file seekFile:5 * kGiB + 3]);
     const auto moved = volume.Calls(VolumeOperation::kSetFilePosition);
     ASSERT_EQ(moved.size(), 1u);
@@ -124,7 +124,7 @@ TEST_F(BitLockerFile, SeekingPassesBothHalvesFromTheStart)
 TEST_F(BitLockerFile, SeekFileToAPositionPastTheEndSucceedsIfTheVolumeWritesThatPositionBack)
 {
     Root().File(u"a", 16);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file seekFile:1000]);
 }
 
@@ -132,7 +132,7 @@ TEST_F(BitLockerFile, SeekFileFailsIfTheVolumeWritesAnotherPositionBack)
 {
     Root().File(u"a", 16);
     volume.AtCall(VolumeOperation::kSetFilePosition, 1, Fault::kLie);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file seekFile:1000]);
 }
 
@@ -140,14 +140,14 @@ TEST_F(BitLockerFile, SeekFileDoesNotLookAtTheVolumesOwnResult)
 {
     Root().File(u"a", 16);
     volume.AtCall(VolumeOperation::kSetFilePosition, 1, Fault::kFail);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file seekFile:9]);  // the halves stand as they were asked for
 }
 
 TEST_F(BitLockerFile, TellgAsksForDistanceZeroFromTheCurrentPosition)
 {
     Root().File(u"a", 16);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     ASSERT_TRUE([file seekFile:6 * kGiB + 1]);
     EXPECT_EQ([file tellg], 6 * kGiB + 1);
     const auto moved = volume.Calls(VolumeOperation::kSetFilePosition);
@@ -159,7 +159,7 @@ TEST_F(BitLockerFile, TellgAsksForDistanceZeroFromTheCurrentPosition)
 TEST_F(BitLockerFile, GetFileSizeOfAFileOf5GiBReturns5Times2To30)
 {
     Root().File(u"big", static_cast<uint64_t>(5 * kGiB));
-    ASSERT_NE(openPath(@"/big"), nil);
+    ASSERT_NE(OpenPath(@"/big"), nil);
     EXPECT_EQ([file getFileSize], 5 * kGiB);
 }
 
@@ -167,21 +167,21 @@ TEST_F(BitLockerFile, GetFileSizeIsZeroWhenTheVolumeWritesNothing)
 {
     Root().File(u"a", 16);
     volume.AtCall(VolumeOperation::kQueryFileSize, 1, Fault::kFail);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_EQ([file getFileSize], 0);
 }
 
 TEST_F(BitLockerFile, ASizeWithItsTopBitSetIsNegative)
 {
     Root().File(u"a").QueriedSize(~uint64_t(0));
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_EQ([file getFileSize], -1);
 }
 
 TEST_F(BitLockerFile, ReadingFillsTheBufferAndMovesThePosition)
 {
     ScriptedEntry &entry = Root().File(u"a", 64);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     ASSERT_TRUE([file seekFile:8]);
     EXPECT_TRUE([file readFile:buffer ofsize:24]);
     EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), 24), entry.Read(8, 24));
@@ -191,7 +191,7 @@ TEST_F(BitLockerFile, ReadingFillsTheBufferAndMovesThePosition)
 TEST_F(BitLockerFile, ReadingNoBytesAsksTheVolumeAllTheSame)
 {
     Root().File(u"a", 64);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file readFile:buffer ofsize:0]);
     volume.AtCall(VolumeOperation::kReadFile, 2, Fault::kFail);
     EXPECT_FALSE([file readFile:buffer ofsize:0]);
@@ -202,7 +202,7 @@ TEST_F(BitLockerFile, AFalseReadIsAFailure)
 {
     Root().File(u"a", 64);
     volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kFail);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:8]);
 }
 
@@ -210,7 +210,7 @@ TEST_F(BitLockerFile, AShortReadIsAFailureThoughTheBytesStayInTheBuffer)
 {
     ScriptedEntry &entry = Root().File(u"a", 64);
     volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kShorten);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:16]);
     EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), 8), entry.Read(0, 8));
     EXPECT_EQ(buffer[8], 0);
@@ -220,14 +220,14 @@ TEST_F(BitLockerFile, ADoneCountAboveTheCountIsAFailure)
 {
     Root().File(u"a", 64);
     volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kLie);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:16]);
 }
 
 TEST_F(BitLockerFile, ReadingIntoANullBufferFailsWithoutCallingTheVolume)
 {
     Root().File(u"a", 64);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:nullptr ofsize:8]);
     EXPECT_FALSE([file writeFile:nullptr ofsize:8]);
     EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 0u);
@@ -238,7 +238,7 @@ TEST_F(BitLockerFile, ACountOf2To31BytesOrMoreCanNeverSucceed)
 {
     // WriteFile of the scripted volume says that it did the whole count, and reads no buffer.
     Root().File(u"a", 64);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file writeFile:buffer ofsize:kTwoTo31 - 1]);
     EXPECT_FALSE([file writeFile:buffer ofsize:kTwoTo31]);
     EXPECT_FALSE([file writeFile:buffer ofsize:kTwoTo32 - 1]);
@@ -252,7 +252,7 @@ TEST_F(BitLockerFile, ACountOf2To31BytesOrMoreCanNeverSucceed)
 TEST_F(BitLockerFile, ACountOfExactly2To32IsPassedToTheVolumeAsZero)
 {
     Root().File(u"a", 64);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file readFile:buffer ofsize:kTwoTo32]);
     EXPECT_EQ(volume.Calls(VolumeOperation::kReadFile)[0].count, 0u);
 }
@@ -260,7 +260,7 @@ TEST_F(BitLockerFile, ACountOfExactly2To32IsPassedToTheVolumeAsZero)
 TEST_F(BitLockerFile, WritingPassesTheBufferAndTheCount)
 {
     Root().File(u"a", 64);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_TRUE([file writeFile:buffer ofsize:12]);
     const auto written = volume.Calls(VolumeOperation::kWriteFile);
     ASSERT_EQ(written.size(), 1u);
@@ -273,7 +273,7 @@ TEST_F(BitLockerFile, AShortWriteIsAFailure)
     Root().File(u"a", 64);
     volume.AtCall(VolumeOperation::kWriteFile, 1, Fault::kShorten);
     volume.AtCall(VolumeOperation::kWriteFile, 2, Fault::kFail);
-    ASSERT_NE(openPath(@"/a"), nil);
+    ASSERT_NE(OpenPath(@"/a"), nil);
     EXPECT_FALSE([file writeFile:buffer ofsize:12]);
     EXPECT_FALSE([file writeFile:buffer ofsize:12]);
 }

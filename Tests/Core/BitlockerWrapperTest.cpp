@@ -15,7 +15,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-std::string contents(const std::string &path)
+std::string Contents(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
@@ -23,17 +23,17 @@ std::string contents(const std::string &path)
 
 class BitlockerWrapper : public ::testing::Test {
 protected:
-    BitlockerWrapper() { program = install(VX_WRAPPER_PROBE, VX_BUNDLE_PROGRAM); }
+    BitlockerWrapper() { program = Install(VX_WRAPPER_PROBE, VX_BUNDLE_PROGRAM); }
 
-    std::string install(const std::string &from, const std::string &to)
+    std::string Install(const std::string &from, const std::string &to)
     {
-        std::string path = folder.WriteFile(to, contents(from));
+        std::string path = folder.WriteFile(to, Contents(from));
         chmod(path.c_str(), 0755);
         return path;
     }
-    void installLibrary(const std::string &built) { install(built, kLibrary); }
+    void InstallLibrary(const std::string &built) { Install(built, kLibrary); }
     // The lines that the probe prints.
-    Strings probe(Strings commands)
+    Strings Probe(Strings commands)
     {
         commands.insert(commands.begin(), program);
         const ChildResult result = RunChild(commands);
@@ -56,55 +56,55 @@ protected:
 
 TEST_F(BitlockerWrapper, TheLibraryIsLookedForBesideTheBundle)
 {
-    EXPECT_EQ(probe({"path"}), (Strings{folder.At(kLibrary)}));
+    EXPECT_EQ(Probe({"path"}), (Strings{folder.At(kLibrary)}));
 }
 
 TEST_F(BitlockerWrapper, ConstructingAWrapperLoadsNothing)
 {
-    installLibrary(VX_GOOD_LIBRARY);
-    EXPECT_EQ(probe({"wrapper"}), (Strings{}));
+    InstallLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(Probe({"wrapper"}), (Strings{}));
 }
 
 TEST_F(BitlockerWrapper, TheEntryIsCalledWithTheThreeTextsAndItsStatusAndVolumeArePassedOn)
 {
-    installLibrary(VX_GOOD_LIBRARY);
-    EXPECT_EQ(probe({"open", "/dev/disk2", "--x y", "Schlüssel 鍵"}),
+    InstallLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(Probe({"open", "/dev/disk2", "--x y", "Schlüssel 鍵"}),
               (Strings{"dlopen lazy", "loaded", "called [/dev/disk2] [--x y] [Schlüssel 鍵]",
                        "true stored 0"}));
 }
 
 TEST_F(BitlockerWrapper, EmptyTextsArePassedAsEmptyTexts)
 {
-    installLibrary(VX_GOOD_LIBRARY);
-    EXPECT_EQ(probe({"open", "", "", ""}),
+    InstallLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(Probe({"open", "", "", ""}),
               (Strings{"dlopen lazy", "loaded", "called [] [] []", "true stored 0"}));
 }
 
 TEST_F(BitlockerWrapper, TheStoredVolumeCanBeListed)
 {
-    installLibrary(VX_GOOD_LIBRARY);
-    EXPECT_EQ(probe({"open", "1", "2", "3", "list"}).back(), "list made");
+    InstallLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(Probe({"open", "1", "2", "3", "list"}).back(), "list made");
 }
 
 TEST_F(BitlockerWrapper, ASecondCallInTheSameProcessDoesNotLoadTheLibraryAgain)
 {
-    installLibrary(VX_GOOD_LIBRARY);
-    EXPECT_EQ(probe({"open", "1", "2", "3", "open", "4", "5", "6"}),
+    InstallLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(Probe({"open", "1", "2", "3", "open", "4", "5", "6"}),
               (Strings{"dlopen lazy", "loaded", "called [1] [2] [3]", "true stored 0",
                        "called [4] [5] [6]", "true stored 0"}));
 }
 
 TEST_F(BitlockerWrapper, TheEntryIsSharedByEveryWrapperOfTheProcess)
 {
-    installLibrary(VX_GOOD_LIBRARY);
-    EXPECT_EQ(probe({"open", "1", "2", "3", "wrapper", "open", "4", "5", "6"}),
+    InstallLibrary(VX_GOOD_LIBRARY);
+    EXPECT_EQ(Probe({"open", "1", "2", "3", "wrapper", "open", "4", "5", "6"}),
               (Strings{"dlopen lazy", "loaded", "called [1] [2] [3]", "true stored 0",
                        "called [4] [5] [6]", "true stored 0"}));
 }
 
 TEST_F(BitlockerWrapper, ACallWhoseLoadingFailedLeavesTheCacheEmptyTheNextCallLoadsAgain)
 {
-    EXPECT_EQ(probe({"open", "1", "2", "3", "copy", VX_GOOD_LIBRARY, folder.At(kLibrary), "open",
+    EXPECT_EQ(Probe({"open", "1", "2", "3", "copy", VX_GOOD_LIBRARY, folder.At(kLibrary), "open",
                      "4", "5", "6"}),
               (Strings{"dlopen lazy", "false untouched untouched", "dlopen lazy", "loaded",
                        "called [4] [5] [6]", "true stored 0"}));
@@ -112,14 +112,14 @@ TEST_F(BitlockerWrapper, ACallWhoseLoadingFailedLeavesTheCacheEmptyTheNextCallLo
 
 TEST_F(BitlockerWrapper, ANullStatusPointerIsAllowedTheEntrysResultIsDiscarded)
 {
-    installLibrary(VX_STATUS_LIBRARY);
-    EXPECT_EQ(probe({"open-no-status", "1", "2", "3"}),
+    InstallLibrary(VX_STATUS_LIBRARY);
+    EXPECT_EQ(Probe({"open-no-status", "1", "2", "3"}),
               (Strings{"dlopen lazy", "loaded", "called [1] [2] [3]", "true null untouched"}));
 }
 
 TEST_F(BitlockerWrapper, AMissingLibraryReturnsFalseWithBothOutputsUntouched)
 {
-    EXPECT_EQ(probe({"open", "1", "2", "3", "open-no-status", "1", "2", "3"}),
+    EXPECT_EQ(Probe({"open", "1", "2", "3", "open-no-status", "1", "2", "3"}),
               (Strings{"dlopen lazy", "false untouched untouched", "dlopen lazy",
                        "false untouched untouched"}));
 }
@@ -127,43 +127,43 @@ TEST_F(BitlockerWrapper, AMissingLibraryReturnsFalseWithBothOutputsUntouched)
 TEST_F(BitlockerWrapper, AFileThatIsNoLibraryReturnsFalseWithBothOutputsUntouched)
 {
     folder.WriteFile(kLibrary, "no library");
-    EXPECT_EQ(probe({"open", "1", "2", "3"}),
+    EXPECT_EQ(Probe({"open", "1", "2", "3"}),
               (Strings{"dlopen lazy", "false untouched untouched"}));
 }
 
 TEST_F(BitlockerWrapper, ALibraryWithoutTheEntryReturnsFalseWithBothOutputsUntouched)
 {
-    installLibrary(VX_ENTRYLESS_LIBRARY);
-    EXPECT_EQ(probe({"open", "1", "2", "3", "open", "4", "5", "6"}),
+    InstallLibrary(VX_ENTRYLESS_LIBRARY);
+    EXPECT_EQ(Probe({"open", "1", "2", "3", "open", "4", "5", "6"}),
               (Strings{"dlopen lazy", "loaded", "false untouched untouched", "dlopen lazy",
                        "false untouched untouched"}));
 }
 
 TEST_F(BitlockerWrapper, AnEntryThatReturnsNonZeroStillGivesTrueAndTheStatus)
 {
-    installLibrary(VX_STATUS_LIBRARY);
-    EXPECT_EQ(probe({"open", "1", "2", "3"}).back(), "true null -7");
+    InstallLibrary(VX_STATUS_LIBRARY);
+    EXPECT_EQ(Probe({"open", "1", "2", "3"}).back(), "true null -7");
 }
 
 TEST_F(BitlockerWrapper, AnEntryThatLeavesTheVolumeNullStillGivesTrue)
 {
-    installLibrary(VX_NO_VOLUME_LIBRARY);
-    EXPECT_EQ(probe({"open", "1", "2", "3"}).back(), "true null 0");
+    InstallLibrary(VX_NO_VOLUME_LIBRARY);
+    EXPECT_EQ(Probe({"open", "1", "2", "3"}).back(), "true null 0");
 }
 
 TEST_F(BitlockerWrapper, ALibraryElsewhereIsNotFound)
 {
-    install(VX_GOOD_LIBRARY, std::string("Probe.app/") + kLibrary);
-    install(VX_GOOD_LIBRARY, std::string("Probe.app/Resources/") + kLibrary);
-    EXPECT_EQ(probe({"open", "1", "2", "3"}),
+    Install(VX_GOOD_LIBRARY, std::string("Probe.app/") + kLibrary);
+    Install(VX_GOOD_LIBRARY, std::string("Probe.app/Resources/") + kLibrary);
+    EXPECT_EQ(Probe({"open", "1", "2", "3"}),
               (Strings{"dlopen lazy", "false untouched untouched"}));
 }
 
 TEST_F(BitlockerWrapper, ABareToolFindsTheLibraryWhereItsMainBundleLies)
 {
-    program = install(VX_WRAPPER_PROBE, "tools/probe");
-    install(VX_GOOD_LIBRARY, VX_BARE_TOOL_LIBRARY);
-    EXPECT_EQ(probe({"path", "open", "1", "2", "3"}),
+    program = Install(VX_WRAPPER_PROBE, "tools/probe");
+    Install(VX_GOOD_LIBRARY, VX_BARE_TOOL_LIBRARY);
+    EXPECT_EQ(Probe({"path", "open", "1", "2", "3"}),
               (Strings{folder.At(VX_BARE_TOOL_LIBRARY), "dlopen lazy", "loaded",
                        "called [1] [2] [3]", "true stored 0"}));
 }

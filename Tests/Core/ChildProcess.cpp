@@ -11,7 +11,7 @@ extern char **environ;
 
 namespace {
 
-std::vector<char *> pointers(std::vector<std::string> &texts)
+std::vector<char *> Pointers(std::vector<std::string> &texts)
 {
     std::vector<char *> all;
     all.reserve(texts.size() + 1);
@@ -22,7 +22,7 @@ std::vector<char *> pointers(std::vector<std::string> &texts)
 }
 
 // This process's variables, except those that are set again.
-std::vector<std::string> environmentWith(const std::vector<std::string> &added)
+std::vector<std::string> EnvironmentWith(const std::vector<std::string> &added)
 {
     std::vector<std::string> all = added;
     for (char **variable = environ; *variable != nullptr; ++variable) {
@@ -36,7 +36,7 @@ std::vector<std::string> environmentWith(const std::vector<std::string> &added)
     return all;
 }
 
-std::string readAll(int descriptor)
+std::string ReadAll(int descriptor)
 {
     std::string all;
     char buffer[4096];
@@ -54,7 +54,7 @@ ChildResult RunChild(const std::vector<std::string> &arguments,
 {
     ChildResult result;
     std::vector<std::string> argumentTexts = arguments;
-    std::vector<std::string> variableTexts = environmentWith(environment);
+    std::vector<std::string> variableTexts = EnvironmentWith(environment);
     int ends[2];
     if (pipe(ends) != 0)
         return result;
@@ -66,11 +66,11 @@ ChildResult RunChild(const std::vector<std::string> &arguments,
     posix_spawn_file_actions_addclose(&actions, ends[1]);
     pid_t child = 0;
     const int failed = posix_spawn(&child, arguments[0].c_str(), &actions, nullptr,
-                                   pointers(argumentTexts).data(), pointers(variableTexts).data());
+                                   Pointers(argumentTexts).data(), Pointers(variableTexts).data());
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
     if (failed == 0) {
-        result.output = readAll(ends[0]);
+        result.output = ReadAll(ends[0]);
         int status = 0;
         if (waitpid(child, &status, 0) == child && WIFEXITED(status))
             result.status = WEXITSTATUS(status);

@@ -38,7 +38,7 @@ private:
 class CopyOneFile : public ExportTest {
 protected:
     // An engine that has a delegate: an export of nothing but an empty file has gone before.
-    void prepare()
+    void Prepare()
     {
         ScriptedEntry &first = Root().File(u"first");
         first.CatalogueSize(kTotal);
@@ -47,18 +47,18 @@ protected:
         ASSERT_TRUE(Run());
         volume.ForgetCalls();
     }
-    bool copy(const std::string &name) { return copyTo(name, folder.At(name)); }
-    bool copyTo(const std::string &name, const std::string &path)
+    bool Copy(const std::string &name) { return CopyTo(name, folder.At(name)); }
+    bool CopyTo(const std::string &name, const std::string &path)
     {
-        return copyEntry(At({name}), Text(path));
+        return CopyEntry(At({name}), Text(path));
     }
-    bool copyEntry(Z5FindData *entry, NSString *path)
+    bool CopyEntry(Z5FindData *entry, NSString *path)
     {
         bool copied = false;
         OnWorker([&] { copied = [engine copyOneFile:entry withDest:path]; });
         return copied;
     }
-    std::vector<uint32_t> chunks() const
+    std::vector<uint32_t> Chunks() const
     {
         std::vector<uint32_t> counts;
         for (const vx::VolumeCall &call : volume.Calls(VolumeOperation::kReadFile))
@@ -76,9 +76,9 @@ using Counts = std::vector<uint32_t>;
 TEST_F(CopyOneFile, ANilArgumentIsAFailure)
 {
     Root().File(u"a", kFew);
-    prepare();
-    EXPECT_FALSE(copyEntry(nil, Text(folder.At("a"))));
-    EXPECT_FALSE(copyEntry(At({"a"}), nil));
+    Prepare();
+    EXPECT_FALSE(CopyEntry(nil, Text(folder.At("a"))));
+    EXPECT_FALSE(CopyEntry(At({"a"}), nil));
     EXPECT_TRUE(volume.Calls().empty());
     EXPECT_FALSE(Exists("a"));
 }
@@ -86,18 +86,18 @@ TEST_F(CopyOneFile, ANilArgumentIsAFailure)
 TEST_F(CopyOneFile, AnEntryWithoutAVolumePathIsAFailure)
 {
     Root().File(u"a", kFew);
-    prepare();
+    Prepare();
     Z5FindData *nameless = At({"a"});
     [nameless setStrFileName:nil];
-    EXPECT_FALSE(copyEntry(nameless, Text(folder.At("a"))));
+    EXPECT_FALSE(CopyEntry(nameless, Text(folder.At("a"))));
     EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(CopyOneFile, AFileIsOpenedSoughtToItsStartSizedReadAndClosed)
 {
     ScriptedEntry &entry = Root().File(u"a", kFew);
-    prepare();
-    ASSERT_TRUE(copy("a"));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
     std::vector<VolumeOperation> operations;
     for (const vx::VolumeCall &call : volume.Calls())
         operations.push_back(call.operation);
@@ -115,9 +115,9 @@ TEST_F(CopyOneFile, AFileIsOpenedSoughtToItsStartSizedReadAndClosed)
 TEST_F(CopyOneFile, AFileOfExactly4194304BytesIsCopiedInOneChunk)
 {
     ScriptedEntry &entry = Root().File(u"a", kChunk);
-    prepare();
-    ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(chunks(), (Counts{4194304}));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
+    EXPECT_EQ(Chunks(), (Counts{4194304}));
     EXPECT_EQ([delegate percents], (std::vector<int>{1}));
     EXPECT_TRUE(Exported("a") == entry.Read(0, kChunk));
 }
@@ -125,9 +125,9 @@ TEST_F(CopyOneFile, AFileOfExactly4194304BytesIsCopiedInOneChunk)
 TEST_F(CopyOneFile, AFileOf4194305BytesIsCopiedInTwoChunksOf4194304And1Bytes)
 {
     ScriptedEntry &entry = Root().File(u"a", kChunk + 1);
-    prepare();
-    ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(chunks(), (Counts{4194304, 1}));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
+    EXPECT_EQ(Chunks(), (Counts{4194304, 1}));
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 1}));
     EXPECT_TRUE(Exported("a") == entry.Read(0, kChunk + 1));
 }
@@ -135,9 +135,9 @@ TEST_F(CopyOneFile, AFileOf4194305BytesIsCopiedInTwoChunksOf4194304And1Bytes)
 TEST_F(CopyOneFile, ALargerFileTakesOneReportPerChunk)
 {
     ScriptedEntry &entry = Root().File(u"a", 3 * kChunk + 5);
-    prepare();
-    ASSERT_TRUE(copy("a"));
-    EXPECT_EQ(chunks(), (Counts{4194304, 4194304, 4194304, 5}));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
+    EXPECT_EQ(Chunks(), (Counts{4194304, 4194304, 4194304, 5}));
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2, 3, 3}));
     EXPECT_TRUE(Exported("a") == entry.Read(0, 3 * kChunk + 5));
 }
@@ -146,9 +146,9 @@ TEST_F(CopyOneFile, EveryChunkOfEveryFileIsReadIntoTheSameBuffer)
 {
     Root().File(u"a", 2 * kChunk);
     Root().File(u"b", kFew);
-    prepare();
-    ASSERT_TRUE(copy("a"));
-    ASSERT_TRUE(copy("b"));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
+    ASSERT_TRUE(Copy("b"));
     const auto reads = volume.Calls(VolumeOperation::kReadFile);
     ASSERT_EQ(reads.size(), 3u);
     EXPECT_EQ(reads[0].buffer, reads[1].buffer);
@@ -167,7 +167,7 @@ TEST_F(CopyOneFile, AnEngineThatIsReleasedFreesItsBuffer)
             [engine release];
             ASSERT_NE(Plan(), nil);
             object_setInstanceVariable(engine, "_uiDelegate", [delegate retain]);
-            ASSERT_TRUE(copy("a"));
+            ASSERT_TRUE(Copy("a"));
         }
     }
     const auto reads = volume.Calls(VolumeOperation::kReadFile);
@@ -181,10 +181,10 @@ TEST_F(CopyOneFile, AnEngineThatIsReleasedFreesItsBuffer)
 TEST_F(CopyOneFile, AnEmptyFileIsCreatedEmptyAtItsDestinationAndProducesNoProgressReport)
 {
     Root().File(u"a");
-    prepare();
-    ASSERT_TRUE(copy("a"));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ(SizeOf("a"), 0);
-    EXPECT_TRUE(chunks().empty());
+    EXPECT_TRUE(Chunks().empty());
     EXPECT_TRUE([delegate percents].empty());
 }
 
@@ -192,8 +192,8 @@ TEST_F(CopyOneFile, AnExistingLocalFileOfTheSameNameIsOverwrittenWithoutAsking)
 {
     ScriptedEntry &entry = Root().File(u"a", kFew);
     folder.WriteFile("a", std::string(1000, 'o'));
-    prepare();
-    ASSERT_TRUE(copy("a"));
+    Prepare();
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
 }
 
@@ -201,9 +201,9 @@ TEST_F(CopyOneFile, TheVolumesOwnSizeIsCopiedNotTheCatalogues)
 {
     Root().File(u"longer", kFew).CatalogueSize(3);
     Root().File(u"shorter", kFew).CatalogueSize(300);
-    prepare();
-    ASSERT_TRUE(copy("longer"));
-    ASSERT_TRUE(copy("shorter"));
+    Prepare();
+    ASSERT_TRUE(Copy("longer"));
+    ASSERT_TRUE(Copy("shorter"));
     EXPECT_EQ(SizeOf("longer"), static_cast<long long>(kFew));
     EXPECT_EQ(SizeOf("shorter"), static_cast<long long>(kFew));
 }
@@ -211,17 +211,17 @@ TEST_F(CopyOneFile, TheVolumesOwnSizeIsCopiedNotTheCatalogues)
 TEST_F(CopyOneFile, WhenTheSourceCannotBeOpenedThereIsNoLocalFile)
 {
     Root().File(u"a", kFew);
-    prepare();
+    Prepare();
     volume.FromCall(VolumeOperation::kOpenFile, 1, Fault::kFail);
-    EXPECT_FALSE(copy("a"));
+    EXPECT_FALSE(Copy("a"));
     EXPECT_FALSE(Exists("a"));
 }
 
 TEST_F(CopyOneFile, WhenTheLocalFileCannotBeCreatedTheSourceIsClosed)
 {
     Root().File(u"a", kFew);
-    prepare();
-    EXPECT_FALSE(copyTo("a", folder.At("missing/a")));
+    Prepare();
+    EXPECT_FALSE(CopyTo("a", folder.At("missing/a")));
     EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 1u);
     EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 0u);
     EXPECT_EQ(volume.OpenHandles(), 0u);
@@ -232,16 +232,16 @@ TEST_F(CopyOneFile, AFolderInTheFilesPlaceIsAFailure)
 {
     Root().File(u"a", kFew);
     folder.MakeFolder("a");
-    prepare();
-    EXPECT_FALSE(copy("a"));
+    Prepare();
+    EXPECT_FALSE(Copy("a"));
 }
 
 TEST_F(CopyOneFile, AReadThatFailsWritesTheChunkAllTheSameWithWhatThePreviousOneLeft)
 {
     ScriptedEntry &entry = Root().File(u"a", 2 * kChunk);
-    prepare();
+    Prepare();
     volume.AtCall(VolumeOperation::kReadFile, 2, Fault::kFail);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     const std::string chunk = entry.Read(0, kChunk);
     EXPECT_TRUE(Exported("a") == chunk + chunk);
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2}));
@@ -250,18 +250,18 @@ TEST_F(CopyOneFile, AReadThatFailsWritesTheChunkAllTheSameWithWhatThePreviousOne
 TEST_F(CopyOneFile, AFirstReadThatFailsWritesZeros)
 {
     Root().File(u"a", kFew);
-    prepare();
+    Prepare();
     volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kFail);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ(Exported("a"), std::string(kFew, '\0'));
 }
 
 TEST_F(CopyOneFile, AReadThatReturnsFewerBytesIsIgnored)
 {
     ScriptedEntry &entry = Root().File(u"a", 2 * kChunk);
-    prepare();
+    Prepare();
     volume.AtCall(VolumeOperation::kReadFile, 2, Fault::kShorten);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     const std::string expected =
         entry.Read(0, kChunk) + entry.Read(kChunk, kChunk / 2) + entry.Read(kChunk / 2, kChunk / 2);
     EXPECT_TRUE(Exported("a") == expected);
@@ -271,23 +271,23 @@ TEST_F(CopyOneFile, AReadThatReturnsFewerBytesIsIgnored)
 TEST_F(CopyOneFile, AReadThatClaimsMoreThanItWasAskedForIsIgnored)
 {
     ScriptedEntry &entry = Root().File(u"a", kFew);
-    prepare();
+    Prepare();
     volume.AtCall(VolumeOperation::kReadFile, 1, Fault::kLie);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
 }
 
 TEST_F(CopyOneFile, AWriteThatFailsIsIgnoredAndCountedAsCopied)
 {
     Root().File(u"a", 3 * kChunk);
-    prepare();
+    Prepare();
     bool copied = false;
     {
         const FileSizeLimit limit(kChunk);
-        copied = copy("a");
+        copied = Copy("a");
     }
     EXPECT_TRUE(copied);
-    EXPECT_EQ(chunks().size(), 3u);
+    EXPECT_EQ(Chunks().size(), 3u);
     EXPECT_EQ([delegate percents], (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(SizeOf("a"), static_cast<long long>(kChunk));
 }
@@ -295,27 +295,27 @@ TEST_F(CopyOneFile, AWriteThatFailsIsIgnoredAndCountedAsCopied)
 TEST_F(CopyOneFile, ASeekThatFailsIsIgnored)
 {
     ScriptedEntry &entry = Root().File(u"a", kFew);
-    prepare();
+    Prepare();
     volume.FromCall(VolumeOperation::kSetFilePosition, 1, Fault::kFail);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ(Exported("a"), entry.Read(0, kFew));
 }
 
 TEST_F(CopyOneFile, ASizeThatCannotBeQueriedLeavesAnEmptyFile)
 {
     Root().File(u"a", kFew);
-    prepare();
+    Prepare();
     volume.FromCall(VolumeOperation::kQueryFileSize, 1, Fault::kFail);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ(SizeOf("a"), 0);
 }
 
 TEST_F(CopyOneFile, ContinuedIsAskedBeforeEveryChunk)
 {
     Root().File(u"a", 2 * kChunk);
-    prepare();
+    Prepare();
     const std::string before = [delegate operations];
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     EXPECT_EQ([delegate operations],
               before + " Continued UpdateProgress: Continued UpdateProgress:");
 }
@@ -323,9 +323,9 @@ TEST_F(CopyOneFile, ContinuedIsAskedBeforeEveryChunk)
 TEST_F(CopyOneFile, ACancelledCopyStillReturnsTrueAndKeepsThePartialFile)
 {
     ScriptedEntry &entry = Root().File(u"a", 3 * kChunk);
-    prepare();
+    Prepare();
     [delegate cancelAfter:2];
-    EXPECT_TRUE(copy("a"));
+    EXPECT_TRUE(Copy("a"));
     EXPECT_TRUE(Exported("a") == entry.Read(0, 2 * kChunk));
     EXPECT_EQ(volume.OpenHandles(), 0u);
 }
@@ -333,10 +333,10 @@ TEST_F(CopyOneFile, ACancelledCopyStillReturnsTrueAndKeepsThePartialFile)
 TEST_F(CopyOneFile, TheCopyHasTheProcesssDefaultPermissionsAndTheCurrentTime)
 {
     Root().File(u"a", kFew).Attributes(0x21).Modified(vx::kScriptedTime);
-    prepare();
+    Prepare();
     const mode_t mask = umask(027);
     const time_t before = time(nullptr);
-    ASSERT_TRUE(copy("a"));
+    ASSERT_TRUE(Copy("a"));
     umask(mask);
     struct stat status = {};
     ASSERT_EQ(stat(folder.At("a").c_str(), &status), 0);
@@ -347,7 +347,7 @@ TEST_F(CopyOneFile, TheCopyHasTheProcesssDefaultPermissionsAndTheCurrentTime)
 TEST_F(CopyOneFile, TheLocalPathIsUtf8)
 {
     ScriptedEntry &entry = Root().File(u"a", kFew);
-    prepare();
-    ASSERT_TRUE(copyTo("a", folder.At("報告 😀.txt")));
+    Prepare();
+    ASSERT_TRUE(CopyTo("a", folder.At("報告 😀.txt")));
     EXPECT_EQ(Exported("報告 😀.txt"), entry.Read(0, kFew));
 }

@@ -16,12 +16,12 @@ const char *const kZones[] = {"Europe/Berlin",      "America/New_York",    "Asia
                               "Pacific/Kiritimati", "America/St_Johns",    "Africa/Monrovia",
                               "Africa/Casablanca",  "Europe/Dublin",       "UTC"};
 
-std::string text(uint64_t fileTime)
+std::string Text(uint64_t fileTime)
 {
     return Utf8([Z5FindData FormatFileTimeToString:fileTime]);
 }
 
-void useZone(const char *name)
+void UseZone(const char *name)
 {
     NSTimeZone *zone = [NSTimeZone timeZoneWithName:[NSString stringWithUTF8String:name]];
     ASSERT_NE(zone, nil) << name;
@@ -48,7 +48,7 @@ TEST(DateText, EqualsThePlatformsForEveryMinuteOfADay)
 TEST(DateText, EqualsThePlatformsInEveryTimeZoneAndOnDaysWhenItsClockChanges)
 {
     for (const char *zone : kZones) {
-        useZone(zone);
+        UseZone(zone);
         EXPECT_EQ(DateTextsThatDiffer(TimesAroundClockChanges()), (Strings{})) << zone;
         EXPECT_EQ(DateTextsThatDiffer(TimesOverManyYears(200)), (Strings{})) << zone;
     }
@@ -56,22 +56,22 @@ TEST(DateText, EqualsThePlatformsInEveryTimeZoneAndOnDaysWhenItsClockChanges)
 
 TEST(DateText, FollowsAChangeOfTheDefaultTimeZoneWhileTheProgramRuns)
 {
-    useZone("UTC");
-    const std::string before = text(vx::kScriptedTime);
+    UseZone("UTC");
+    const std::string before = Text(vx::kScriptedTime);
     EXPECT_EQ(before, PlatformDateText(vx::kScriptedTime));
-    useZone("Asia/Tokyo");
-    const std::string after = text(vx::kScriptedTime);
+    UseZone("Asia/Tokyo");
+    const std::string after = Text(vx::kScriptedTime);
     EXPECT_NE(after, before);
     EXPECT_EQ(after, PlatformDateText(vx::kScriptedTime));
-    useZone("UTC");
-    EXPECT_EQ(text(vx::kScriptedTime), before);
+    UseZone("UTC");
+    EXPECT_EQ(Text(vx::kScriptedTime), before);
 }
 
 TEST(DateText, DropsTheSubSecondParts)
 {
-    EXPECT_EQ(text(FileTimeOf(1709629620) + kFileTimePerSecond - 1), text(FileTimeOf(1709629620)));
-    EXPECT_EQ(text(FileTimeOf(1709629619) + kFileTimePerSecond - 1), text(FileTimeOf(1709629619)));
-    EXPECT_NE(text(FileTimeOf(1709629620) - 1), text(FileTimeOf(1709629620)));
+    EXPECT_EQ(Text(FileTimeOf(1709629620) + kFileTimePerSecond - 1), Text(FileTimeOf(1709629620)));
+    EXPECT_EQ(Text(FileTimeOf(1709629619) + kFileTimePerSecond - 1), Text(FileTimeOf(1709629619)));
+    EXPECT_NE(Text(FileTimeOf(1709629620) - 1), Text(FileTimeOf(1709629620)));
 }
 
 TEST(DateText, ARecordWithAZeroLastWriteTimeGivesADateTextFarInTheFutureNot1601Or1970)
@@ -86,16 +86,16 @@ TEST(DateText, ARecordWithAZeroLastWriteTimeGivesADateTextFarInTheFutureNot1601O
 TEST(DateText, ATimeBefore1970WrapsAround)
 {
     for (const uint64_t time : {uint64_t(1), kFileTimeOf1970 - 1, kFileTimeOf1970 / 2})
-        EXPECT_EQ(text(time), PlatformDateText(time));
-    EXPECT_EQ(text(kFileTimeOf1970 - 1).find("19"), std::string::npos);
+        EXPECT_EQ(Text(time), PlatformDateText(time));
+    EXPECT_EQ(Text(kFileTimeOf1970 - 1).find("19"), std::string::npos);
 }
 
 TEST(DateText, TheFirstSecondsOf1970AreNotWrapped)
 {
     for (const char *zone : {"UTC", "Pacific/Honolulu", "Pacific/Kiritimati"}) {
-        useZone(zone);
-        EXPECT_EQ(text(kFileTimeOf1970), PlatformDateText(kFileTimeOf1970));
-        EXPECT_EQ(text(FileTimeOf(1)), PlatformDateText(FileTimeOf(1)));
+        UseZone(zone);
+        EXPECT_EQ(Text(kFileTimeOf1970), PlatformDateText(kFileTimeOf1970));
+        EXPECT_EQ(Text(FileTimeOf(1)), PlatformDateText(FileTimeOf(1)));
     }
 }
 
@@ -114,7 +114,7 @@ TEST(DateText, EqualsThePlatformsAfterMoreDaysThanAreKept)
     constexpr uint64_t kDays = 20000;
     for (uint64_t day = 0; day < kDays; ++day) {
         @autoreleasepool {
-            ASSERT_FALSE(text(FileTimeOf(day * 86400)).empty());
+            ASSERT_FALSE(Text(FileTimeOf(day * 86400)).empty());
         }
     }
     EXPECT_EQ(DateTextsThatDiffer(TimesOverManyYears(300)), (Strings{}));
@@ -130,8 +130,8 @@ TEST(DateText, MayBeMadeOnSeveralThreadsAtATime)
         threads.emplace_back([&each] {
             @autoreleasepool {
                 for (uint64_t i = 0; i < 200; ++i)
-                    (void)text(FileTimeOf(i * 100000));
-                each = text(vx::kScriptedTime);
+                    (void)Text(FileTimeOf(i * 100000));
+                each = Text(vx::kScriptedTime);
             }
         });
     }

@@ -64,14 +64,14 @@ protected:
         [delegate release];
         delegate = watcher;
     }
-    unsigned char *buffer() const
+    unsigned char *Buffer() const
     {
         const ptrdiff_t offset =
             ivar_getOffset(class_getInstanceVariable([Z5FileManager class], "_innerBuffer"));
         return *reinterpret_cast<unsigned char **>(reinterpret_cast<char *>(engine) + offset);
     }
     // The next descriptor that this process would get.
-    static int nextDescriptor()
+    static int NextDescriptor()
     {
         const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
         ::close(next);
@@ -112,7 +112,7 @@ TEST_F(ExportOrder, OneBufferServesEveryFile)
     std::vector<unsigned char *> buffers;
     std::vector<bool> marked;
     watcher->_atFile = [&] {
-        unsigned char *const current = buffer();
+        unsigned char *const current = Buffer();
         buffers.push_back(current);
         if (current == nullptr)
             return;
@@ -131,10 +131,10 @@ TEST_F(ExportOrder, TheLocalFileIsClosedBeforeTheVolumesFile)
     Root().File(u"a", 1);
     volume.AtCall(VolumeOperation::kCloseHandle, 1, Fault::kStall);
     Plan();
-    const int before = nextDescriptor();
+    const int before = NextDescriptor();
     ASSERT_TRUE(Start());
     ASSERT_TRUE(volume.AwaitStall());
-    EXPECT_EQ(nextDescriptor(), before);
+    EXPECT_EQ(NextDescriptor(), before);
     volume.Release();
     ASSERT_TRUE(Finish());
 }

@@ -58,14 +58,14 @@ protected:
         ExportTest::TearDown();
     }
 
-    bool runPlacing()
+    bool RunPlacing()
     {
         if (engine == nil)
             Plan();
         [engine copyTo:Text(folder.At("unused")) withDelegate:placing];
         return Finish();
     }
-    std::vector<ExportEnd> ends() const
+    std::vector<ExportEnd> EndsSeen() const
     {
         std::vector<ExportEnd> all;
         for (const ExportOutcome &outcome : placing->_outcomes)
@@ -83,10 +83,10 @@ using Ends = std::vector<ExportEnd>;
 TEST_F(ExportPlacing, TheSinkOpensTheFilesAndTheEngineMakesNothingItself)
 {
     ScriptedEntry &entry = Root().Folder(u"f").File(u"a", 2 * kChunk);
-    ASSERT_TRUE(runPlacing());
+    ASSERT_TRUE(RunPlacing());
     EXPECT_TRUE(Exported("a.placed") == entry.Read(0, 2 * kChunk));
     EXPECT_FALSE(Exists("unused"));
-    EXPECT_EQ(ends(), (Ends{ExportEnd::kCopied}));
+    EXPECT_EQ(EndsSeen(), (Ends{ExportEnd::kCopied}));
     EXPECT_EQ(placing->_outcomes[0].size, int64_t(2 * kChunk));
     EXPECT_EQ(placing->_outcomes[0].copied, int64_t(2 * kChunk));
 }
@@ -98,16 +98,16 @@ TEST_F(ExportPlacing, EveryEntryHasItsEndInTheOrderOfThePlan)
     placing->_withoutFolder = "no folder";
     placing->_withoutFile = "no file";
     volume.AtCall(VolumeOperation::kOpenFile, 3, Fault::kFail);
-    ASSERT_TRUE(runPlacing());
+    ASSERT_TRUE(RunPlacing());
     EXPECT_EQ(placing->_ends, (Strings{"good", "no folder", "no file", "no source", ".."}));
-    EXPECT_EQ(ends(), (Ends{ExportEnd::kCopied, ExportEnd::kNoFolder, ExportEnd::kNoLocalFile,
-                            ExportEnd::kNotOpened, ExportEnd::kLeavesDestination}));
+    EXPECT_EQ(EndsSeen(), (Ends{ExportEnd::kCopied, ExportEnd::kNoFolder, ExportEnd::kNoLocalFile,
+                                ExportEnd::kNotOpened, ExportEnd::kLeavesDestination}));
 }
 
 TEST_F(ExportPlacing, TheSinkHearsWhatItWouldHearWithoutPlacing)
 {
     Root().File(u"a", kChunk + 1);
-    ASSERT_TRUE(runPlacing());
+    ASSERT_TRUE(RunPlacing());
     EXPECT_EQ([placing operations], "Continued UpdateInformation: UpdateTotalSize: GetState"
                                     " Continued UpdateProgress: Continued UpdateProgress:");
 }
@@ -117,8 +117,8 @@ TEST_F(ExportPlacing, AStopInsideAFileIsItsEndAndWhatFollowsHasNone)
     Root().File(u"a", 3 * kChunk);
     Root().File(u"b", 1);
     [placing cancelAfter:2];
-    ASSERT_TRUE(runPlacing());
-    EXPECT_EQ(ends(), (Ends{ExportEnd::kStopped}));
+    ASSERT_TRUE(RunPlacing());
+    EXPECT_EQ(EndsSeen(), (Ends{ExportEnd::kStopped}));
     EXPECT_EQ(placing->_outcomes[0].copied, int64_t(kChunk));
 }
 
@@ -132,11 +132,11 @@ TEST_F(ExportPlacing, AWriteThatFailsEndsTheFileWithItsErrorAndTheNextOneFollows
     rlimit limit = before;
     limit.rlim_cur = kChunk;
     setrlimit(RLIMIT_FSIZE, &limit);
-    const bool ran = runPlacing();
+    const bool ran = RunPlacing();
     setrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, handler);
     ASSERT_TRUE(ran);
-    EXPECT_EQ(ends(), (Ends{ExportEnd::kNotWritten, ExportEnd::kCopied}));
+    EXPECT_EQ(EndsSeen(), (Ends{ExportEnd::kNotWritten, ExportEnd::kCopied}));
     EXPECT_EQ(placing->_outcomes[0].error, EFBIG);
     EXPECT_EQ(placing->_outcomes[0].copied, int64_t(kChunk));
     EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 3u) << "the rest was read for nothing";
@@ -161,13 +161,13 @@ void FailToStart(id, SEL)
 // While it lives, the system has no thread to give.
 class NoThreads {
 public:
-    NoThreads() { g_start = method_setImplementation(start(), reinterpret_cast<IMP>(FailToStart)); }
-    ~NoThreads() { method_setImplementation(start(), g_start); }
+    NoThreads() { g_start = method_setImplementation(Start(), reinterpret_cast<IMP>(FailToStart)); }
+    ~NoThreads() { method_setImplementation(Start(), g_start); }
     NoThreads(const NoThreads &) = delete;
     NoThreads &operator=(const NoThreads &) = delete;
 
 private:
-    static Method start() { return class_getInstanceMethod([NSThread class], @selector(start)); }
+    static Method Start() { return class_getInstanceMethod([NSThread class], @selector(start)); }
 };
 
 }  // namespace
@@ -246,7 +246,7 @@ protected:
         folder.WriteFile("volume/a", "precious");
         folder.WriteFile("volume/volume/a", "another");
     }
-    bool runInto(const std::string &name)
+    bool RunInto(const std::string &name)
     {
         explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:&own];
         PlanEntries([explorer rootDirectory]);
@@ -261,14 +261,14 @@ protected:
 
 TEST_F(OwnFolder, AVolumesOwnFolderAsDestinationKeepsEveryFile)
 {
-    ASSERT_TRUE(runInto("volume"));
+    ASSERT_TRUE(RunInto("volume"));
     EXPECT_EQ(Exported("volume/a"), "precious");
     EXPECT_EQ(Exported("volume/volume/a"), "another");
 }
 
 TEST_F(OwnFolder, TheFolderThatHoldsTheVolumeAsDestinationKeepsEveryFile)
 {
-    ASSERT_TRUE(runInto("."));
+    ASSERT_TRUE(RunInto("."));
     EXPECT_EQ(Exported("volume/a"), "precious");
     EXPECT_EQ(Exported("volume/volume/a"), "another");
     EXPECT_EQ(Exported("a"), "precious");
@@ -278,7 +278,7 @@ TEST_F(OwnFolder, ALinkedFolderThatLeadsToOtherFilesOfTheVolumeKeepsThem)
 {
     folder.MakeFolder("to");
     folder.MakeLink("to/volume", folder.At("volume"));
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(Exported("volume/a"), "precious");
     EXPECT_EQ(Exported("volume/volume/a"), "another");
 }
@@ -286,7 +286,7 @@ TEST_F(OwnFolder, ALinkedFolderThatLeadsToOtherFilesOfTheVolumeKeepsThem)
 TEST_F(OwnFolder, ADestinationInTheVolumesFolderIsWrittenAndOverwritten)
 {
     folder.WriteFile("volume/out/a", "old");
-    ASSERT_TRUE(runInto("volume/out"));
+    ASSERT_TRUE(RunInto("volume/out"));
     EXPECT_EQ(Exported("volume/out/a"), "precious");
     EXPECT_EQ(Exported("volume/out/volume/a"), "another");
 }
@@ -294,7 +294,7 @@ TEST_F(OwnFolder, ADestinationInTheVolumesFolderIsWrittenAndOverwritten)
 TEST_F(OwnFolder, ALinkInTheDestinationThatLeadsBackToTheSourceKeepsTheSource)
 {
     folder.MakeLink("to/a", folder.At("volume/a"));
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(Exported("volume/a"), "precious");
     EXPECT_EQ(Exported("to/a"), "precious");
 }
@@ -303,7 +303,7 @@ TEST_F(OwnFolder, AHardLinkInTheDestinationThatIsTheSourceKeepsTheSource)
 {
     folder.MakeFolder("to");
     ASSERT_EQ(link(folder.At("volume/a").c_str(), folder.At("to/a").c_str()), 0);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(Exported("volume/a"), "precious");
 }
 
@@ -311,6 +311,6 @@ TEST_F(OwnFolder, AFifoInTheDestinationDoesNotHangTheExport)
 {
     folder.MakeFolder("to");
     ASSERT_EQ(mkfifo(folder.At("to/a").c_str(), 0600), 0);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(Exported("to/volume/a"), "another");
 }

@@ -6,12 +6,12 @@ using Strings = std::vector<std::string>;
 
 class FileExplorer : public CoreTest {};
 
-std::string path(Z5FindData *entry, NSString *filter = nil)
+std::string Path(Z5FindData *entry, NSString *filter = nil)
 {
     return Utf8([Z5FileExplorerWapper fullPath:entry withfilter:filter]);
 }
 
-std::string parent(Z5FindData *entry)
+std::string Parent(Z5FindData *entry)
 {
     return Utf8([Z5FileExplorerWapper parentPath:entry]);
 }
@@ -220,16 +220,16 @@ TEST_F(FileExplorer, FullPathOfARootEntryNamedDataGivesSlashDataAndWithTheFilter
 {
     Root().Folder(u"Data");
     Open();
-    EXPECT_EQ(path(At({"Data"})), "/Data");
-    EXPECT_EQ(path(At({"Data"}), @"*"), "/Data/*");
+    EXPECT_EQ(Path(At({"Data"})), "/Data");
+    EXPECT_EQ(Path(At({"Data"}), @"*"), "/Data/*");
 }
 
 TEST_F(FileExplorer, FullPathOfADeepEntryNamesEveryLevel)
 {
     Root().Folder(u"Reports").Folder(u"2019").File(u"summary.txt");
     Open();
-    EXPECT_EQ(path(At({"Reports", "2019", "summary.txt"})), "/Reports/2019/summary.txt");
-    EXPECT_EQ(path(At({"Reports", "2019"}), @"*"), "/Reports/2019/*");
+    EXPECT_EQ(Path(At({"Reports", "2019", "summary.txt"})), "/Reports/2019/summary.txt");
+    EXPECT_EQ(Path(At({"Reports", "2019"}), @"*"), "/Reports/2019/*");
 }
 
 TEST_F(FileExplorer, FullPathOfANilEntryIsNil)
@@ -242,34 +242,34 @@ TEST_F(FileExplorer, AnEmptyFilterStillAppendsItsSlash)
 {
     Root().File(u"a");
     Open();
-    EXPECT_EQ(path(At({"a"}), @""), "/a/");
+    EXPECT_EQ(Path(At({"a"}), @""), "/a/");
 }
 
 TEST_F(FileExplorer, NamesAreUsedInPathsAsTheyAre)
 {
     Root().Folder(u"100% %@ \\x").File(u"a b?#.txt");
     Open();
-    EXPECT_EQ(path(At({"100% %@ \\x", "a b?#.txt"})), "/100% %@ \\x/a b?#.txt");
+    EXPECT_EQ(Path(At({"100% %@ \\x", "a b?#.txt"})), "/100% %@ \\x/a b?#.txt");
 }
 
 TEST_F(FileExplorer, ParentPathOfARootEntryGivesTheEmptyStringNotASlash)
 {
     Root().File(u"a");
     Open();
-    EXPECT_EQ(parent(At({"a"})), "");
+    EXPECT_EQ(Parent(At({"a"})), "");
 }
 
 TEST_F(FileExplorer, ParentPathOfADeepEntryIsItsFoldersPath)
 {
     Root().Folder(u"A").Folder(u"B").File(u"c");
     Open();
-    EXPECT_EQ(parent(At({"A", "B"})), "/A");
-    EXPECT_EQ(parent(At({"A", "B", "c"})), "/A/B");
+    EXPECT_EQ(Parent(At({"A", "B"})), "/A");
+    EXPECT_EQ(Parent(At({"A", "B", "c"})), "/A/B");
 }
 
 TEST_F(FileExplorer, ParentPathOfANilEntryIsEmpty)
 {
-    EXPECT_EQ(parent(nil), "");
+    EXPECT_EQ(Parent(nil), "");
 }
 
 TEST_F(FileExplorer, ABigFolderIsListedWhole)

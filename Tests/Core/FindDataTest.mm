@@ -5,7 +5,7 @@
 
 namespace {
 
-std::string sizeText(int64_t size)
+std::string SizeText(int64_t size)
 {
     Z5FindData *entry = [[[Z5FindData alloc] init] autorelease];
     [entry setFileSize:size];
@@ -13,7 +13,7 @@ std::string sizeText(int64_t size)
     return Utf8([entry strFileSize]);
 }
 
-std::string extension(NSString *name)
+std::string Extension(NSString *name)
 {
     return Utf8([Z5FindData fileExtention:name]);
 }
@@ -137,37 +137,37 @@ TEST(FindData, ANegativeSizeShowsAsANegativeCountOfByte)
     Z5FindData *entry = EntryOf(RecordOf(u"a", 0x20, ~uint64_t(0)));
     EXPECT_EQ([entry nFileSize], -1);
     EXPECT_EQ(Utf8([entry strFileSize]), "-1 byte");
-    EXPECT_EQ(sizeText(std::numeric_limits<int64_t>::min()), "-9223372036854775808 byte");
+    EXPECT_EQ(SizeText(std::numeric_limits<int64_t>::min()), "-9223372036854775808 byte");
 }
 
 TEST(FindData, SizesBelow1024AreCountedInByte)
 {
-    EXPECT_EQ(sizeText(0), "0 byte");
-    EXPECT_EQ(sizeText(1), "1 byte");
-    EXPECT_EQ(sizeText(1023), "1023 byte");
+    EXPECT_EQ(SizeText(0), "0 byte");
+    EXPECT_EQ(SizeText(1), "1 byte");
+    EXPECT_EQ(SizeText(1023), "1023 byte");
 }
 
 TEST(FindData, SizesFrom1024AreShownInKB)
 {
-    EXPECT_EQ(sizeText(1024), "1.00 KB");
-    EXPECT_EQ(sizeText(1025), "1.00 KB");
-    EXPECT_EQ(sizeText(1536), "1.50 KB");
-    EXPECT_EQ(sizeText(1048575), "1024.00 KB");
+    EXPECT_EQ(SizeText(1024), "1.00 KB");
+    EXPECT_EQ(SizeText(1025), "1.00 KB");
+    EXPECT_EQ(SizeText(1536), "1.50 KB");
+    EXPECT_EQ(SizeText(1048575), "1024.00 KB");
 }
 
 TEST(FindData, SizesFrom2To20AreShownInMB)
 {
-    EXPECT_EQ(sizeText(1048576), "1.00 MB");
-    EXPECT_EQ(sizeText(123456789), "117.74 MB");
-    EXPECT_EQ(sizeText(1073741823), "1024.00 MB");
+    EXPECT_EQ(SizeText(1048576), "1.00 MB");
+    EXPECT_EQ(SizeText(123456789), "117.74 MB");
+    EXPECT_EQ(SizeText(1073741823), "1024.00 MB");
 }
 
 TEST(FindData, SizesFrom2To30AreShownInGB)
 {
-    EXPECT_EQ(sizeText(1073741824), "1.00 GB");
-    EXPECT_EQ(sizeText(int64_t(5) << 30), "5.00 GB");
-    EXPECT_EQ(sizeText(int64_t(1) << 42), "4096.00 GB");
-    EXPECT_EQ(sizeText(std::numeric_limits<int64_t>::max()), "8589934592.00 GB");
+    EXPECT_EQ(SizeText(1073741824), "1.00 GB");
+    EXPECT_EQ(SizeText(int64_t(5) << 30), "5.00 GB");
+    EXPECT_EQ(SizeText(int64_t(1) << 42), "4096.00 GB");
+    EXPECT_EQ(SizeText(std::numeric_limits<int64_t>::max()), "8589934592.00 GB");
 }
 
 // 16777217 + 2^30 is no float; in double precision the text would be another.
@@ -180,7 +180,7 @@ TEST(FindData, TheSizeIsRoundedToSinglePrecisionOnce)
     char precise[64];
     snprintf(precise, sizeof(precise), "%0.2f GB", double(size) / 1073741824.0);
     ASSERT_STRNE(expected, precise);
-    EXPECT_EQ(sizeText(size), expected);
+    EXPECT_EQ(SizeText(size), expected);
 }
 
 TEST(FindData, ANewSizeReplacesTheText)
@@ -201,33 +201,33 @@ TEST(FindData, ASizeTextThatSomebodyHoldsOutlivesTheNextSize)
 
 TEST(FindData, TheSuffixIsWhatFollowsTheLastDot)
 {
-    EXPECT_EQ(extension(@"archive.tar.gz"), "gz");
-    EXPECT_EQ(extension(@".profile"), "profile");
-    EXPECT_EQ(extension(@"A.TxT "), "TxT ");
-    EXPECT_EQ(extension(@"日本.文書"), "文書");
+    EXPECT_EQ(Extension(@"archive.tar.gz"), "gz");
+    EXPECT_EQ(Extension(@".profile"), "profile");
+    EXPECT_EQ(Extension(@"A.TxT "), "TxT ");
+    EXPECT_EQ(Extension(@"日本.文書"), "文書");
 }
 
 TEST(FindData, ASuffixKeepsAUnitThatLooksLikeAByteOrderMark)
 {
     NSString *name = [EntryOf(RecordOf(u"a.\ufefftxt")) strFileName];
-    EXPECT_EQ(extension(name), "\ufefftxt");
+    EXPECT_EQ(Extension(name), "\ufefftxt");
 }
 
 TEST(FindData, ANameThatEndsWithADotGivesAnEmptySuffix)
 {
-    EXPECT_EQ(extension(@"name."), "");
-    EXPECT_EQ(extension(@"a.b."), "");
+    EXPECT_EQ(Extension(@"name."), "");
+    EXPECT_EQ(Extension(@"a.b."), "");
 }
 
 TEST(FindData, ANameWithoutAnyDotGivesAnEmptySuffixToo)
 {
-    EXPECT_EQ(extension(@"Makefile"), "");
-    EXPECT_EQ(extension(@""), "");
+    EXPECT_EQ(Extension(@"Makefile"), "");
+    EXPECT_EQ(Extension(@""), "");
 }
 
 TEST(FindData, ANilNameGivesAnEmptySuffix)
 {
-    EXPECT_EQ(extension(nil), "");
+    EXPECT_EQ(Extension(nil), "");
 }
 
 TEST(FindData, SetParentNodeKeepsAStrongReference)

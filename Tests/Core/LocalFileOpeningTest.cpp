@@ -21,7 +21,7 @@ namespace {
 class LocalFileOpening : public ::testing::Test {
 protected:
     // Writes "new" to what opens; false with errno otherwise.
-    bool write(const std::string &name)
+    bool Write(const std::string &name)
     {
         FILE *file = OpenLocalFile(folder.At(name).c_str());
         if (file == nullptr)
@@ -29,7 +29,7 @@ protected:
         fputs("new", file);
         return fclose(file) == 0;
     }
-    struct stat look(const std::string &name) const
+    struct stat Look(const std::string &name) const
     {
         struct stat found = {};
         lstat(folder.At(name).c_str(), &found);
@@ -46,7 +46,7 @@ public:
     ~Open() { close(_file); }
     Open(const Open &) = delete;
     Open &operator=(const Open &) = delete;
-    int number() const { return _file; }
+    int Number() const { return _file; }
 
 private:
     const int _file;
@@ -57,26 +57,26 @@ private:
 TEST_F(LocalFileOpening, AMissingFileIsCreatedAsFopenDoes)
 {
     const mode_t mask = umask(027);
-    ASSERT_TRUE(write("a"));
+    ASSERT_TRUE(Write("a"));
     umask(mask);
     EXPECT_EQ(folder.ReadFile("a"), "new");
-    EXPECT_EQ(look("a").st_mode & 0777, 0640u);
+    EXPECT_EQ(Look("a").st_mode & 0777, 0640u);
 }
 
 TEST_F(LocalFileOpening, AnOrdinaryFileIsEmptiedAndKeepsItsIdentityAndItsPermissions)
 {
     chmod(folder.WriteFile("a", "old and longer").c_str(), 0600);
-    const struct stat before = look("a");
-    ASSERT_TRUE(write("a"));
+    const struct stat before = Look("a");
+    ASSERT_TRUE(Write("a"));
     EXPECT_EQ(folder.ReadFile("a"), "new");
-    EXPECT_EQ(look("a").st_ino, before.st_ino);
-    EXPECT_EQ(look("a").st_mode, before.st_mode);
+    EXPECT_EQ(Look("a").st_ino, before.st_ino);
+    EXPECT_EQ(Look("a").st_mode, before.st_mode);
 }
 
 TEST_F(LocalFileOpening, AFileThatTheProcessReadsIsRefused)
 {
     const Open reader(folder.WriteFile("a", "precious"), O_RDONLY);
-    EXPECT_FALSE(write("a"));
+    EXPECT_FALSE(Write("a"));
     EXPECT_EQ(errno, EBUSY);
     EXPECT_EQ(folder.ReadFile("a"), "precious");
 }
@@ -85,7 +85,7 @@ TEST_F(LocalFileOpening, AFileThatTheProcessReadsUnderAnotherNameIsRefused)
 {
     const Open reader(folder.WriteFile("original", "precious"), O_RDONLY);
     ASSERT_EQ(link(folder.At("original").c_str(), folder.At("a").c_str()), 0);
-    EXPECT_FALSE(write("a"));
+    EXPECT_FALSE(Write("a"));
     EXPECT_EQ(errno, EBUSY);
     EXPECT_EQ(folder.ReadFile("a"), "precious");
 }
@@ -97,31 +97,31 @@ TEST_F(LocalFileOpening, AFileIsFoundAmongAnyNumberOfDescriptors)
     for (int i = 0; i < 100; ++i)
         others.emplace_back(folder.At("other"), O_RDONLY);
     const Open reader(folder.WriteFile("a", "precious"), O_RDONLY);
-    EXPECT_FALSE(write("a"));
+    EXPECT_FALSE(Write("a"));
     EXPECT_EQ(folder.ReadFile("a"), "precious");
 }
 
 TEST_F(LocalFileOpening, ADescriptorThatIsAsideDoesNotCount)
 {
     const Open reader(folder.WriteFile("a", "x"), O_RDONLY);
-    EXPECT_TRUE(IsOpenInThisProcess(look("a")));
-    EXPECT_FALSE(IsOpenInThisProcess(look("a"), reader.number()));
+    EXPECT_TRUE(IsOpenInThisProcess(Look("a")));
+    EXPECT_FALSE(IsOpenInThisProcess(Look("a"), reader.Number()));
 }
 
 TEST_F(LocalFileOpening, ALinkIsMadeAnewAndWhatItLedToStays)
 {
     folder.WriteFile("original", "precious");
     folder.MakeLink("a", "original");
-    ASSERT_TRUE(write("a"));
+    ASSERT_TRUE(Write("a"));
     EXPECT_EQ(folder.ReadFile("original"), "precious");
     EXPECT_EQ(folder.ReadFile("a"), "new");
-    EXPECT_TRUE(S_ISREG(look("a").st_mode));
+    EXPECT_TRUE(S_ISREG(Look("a").st_mode));
 }
 
 TEST_F(LocalFileOpening, ALinkThatLeadsNowhereIsMadeAnewAndNothingElseAppears)
 {
     folder.MakeLink("a", "nothing");
-    ASSERT_TRUE(write("a"));
+    ASSERT_TRUE(Write("a"));
     EXPECT_EQ(folder.ReadFile("a"), "new");
     EXPECT_NE(access(folder.At("nothing").c_str(), F_OK), 0);
 }
@@ -130,7 +130,7 @@ TEST_F(LocalFileOpening, OneOfSeveralNamesIsMadeAnewAndTheOthersKeepTheFile)
 {
     folder.WriteFile("original", "precious");
     ASSERT_EQ(link(folder.At("original").c_str(), folder.At("a").c_str()), 0);
-    ASSERT_TRUE(write("a"));
+    ASSERT_TRUE(Write("a"));
     EXPECT_EQ(folder.ReadFile("original"), "precious");
     EXPECT_EQ(folder.ReadFile("a"), "new");
 }
@@ -143,27 +143,27 @@ TEST_F(LocalFileOpening, OneOfSeveralNamesOfAFileThatMayNotBeWrittenStays)
     bool written = true;
     {
         const OrdinaryUser user;
-        written = write("a");
+        written = Write("a");
     }
     EXPECT_FALSE(written);
-    EXPECT_EQ(look("a").st_nlink, 2u);
+    EXPECT_EQ(Look("a").st_nlink, 2u);
 }
 
 TEST_F(LocalFileOpening, AFifoIsRefusedAtOnceWithoutAReader)
 {
     ASSERT_EQ(mkfifo(folder.At("a").c_str(), 0600), 0);
-    EXPECT_FALSE(write("a"));
+    EXPECT_FALSE(Write("a"));
     EXPECT_EQ(errno, ENXIO);
-    EXPECT_TRUE(S_ISFIFO(look("a").st_mode));
+    EXPECT_TRUE(S_ISFIFO(Look("a").st_mode));
 }
 
 TEST_F(LocalFileOpening, AFifoWithAReaderIsRefusedToo)
 {
     ASSERT_EQ(mkfifo(folder.At("a").c_str(), 0600), 0);
     const Open reader(folder.At("a"), O_RDONLY | O_NONBLOCK);
-    EXPECT_FALSE(write("a"));
+    EXPECT_FALSE(Write("a"));
     char byte = 0;
-    EXPECT_EQ(read(reader.number(), &byte, 1), 0) << "something was written to the FIFO";
+    EXPECT_EQ(read(reader.Number(), &byte, 1), 0) << "something was written to the FIFO";
 }
 
 TEST_F(LocalFileOpening, ASocketIsRefused)
@@ -173,8 +173,8 @@ TEST_F(LocalFileOpening, ASocketIsRefused)
     folder.At("a").copy(name.sun_path, sizeof(name.sun_path) - 1);
     const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
     ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr *>(&name), sizeof(name)), 0);
-    EXPECT_FALSE(write("a"));
-    EXPECT_TRUE(S_ISSOCK(look("a").st_mode));
+    EXPECT_FALSE(Write("a"));
+    EXPECT_TRUE(S_ISSOCK(Look("a").st_mode));
     close(listener);
 }
 
@@ -188,16 +188,16 @@ TEST_F(LocalFileOpening, AFolderIsRefusedAndSoIsALinkToOne)
 {
     folder.MakeFolder("folder");
     folder.MakeLink("link", "folder");
-    EXPECT_FALSE(write("folder"));
+    EXPECT_FALSE(Write("folder"));
     EXPECT_EQ(errno, EISDIR);
-    EXPECT_FALSE(write("link"));
+    EXPECT_FALSE(Write("link"));
     EXPECT_EQ(errno, EISDIR);
-    EXPECT_TRUE(S_ISLNK(look("link").st_mode));
+    EXPECT_TRUE(S_ISLNK(Look("link").st_mode));
 }
 
 TEST_F(LocalFileOpening, AFileBelowAMissingFolderIsAFailureWithItsReason)
 {
-    EXPECT_FALSE(write("missing/a"));
+    EXPECT_FALSE(Write("missing/a"));
     EXPECT_EQ(errno, ENOENT);
 }
 
@@ -229,7 +229,7 @@ TEST_F(LocalFileOpening, AFileThatTheProcessReadsStaysThoughItIsExchangedForAnot
         }
     });
     for (int i = 0; i < kTimes && folder.ReadFile("read") == "original"; ++i)
-        write("a");
+        Write("a");
     isOver = true;
     exchanging.join();
     EXPECT_EQ(folder.ReadFile("read"), "original");

@@ -5,11 +5,11 @@ namespace {
 
 class MakeDirectory : public ExportTest {
 protected:
-    bool make(const std::string &relative)
+    bool Make(const std::string &relative)
     {
         return [Z5FileManager makeDirectory:Text(Destination()) withSource:Text(relative)];
     }
-    bool isFolder(const std::string &path) const
+    bool IsFolder(const std::string &path) const
     {
         struct stat status = {};
         return stat(folder.At(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -26,46 +26,46 @@ TEST_F(MakeDirectory, ANilArgumentIsAFailure)
 
 TEST_F(MakeDirectory, FoldersOnTheWayAreMade)
 {
-    EXPECT_TRUE(make("/a/b/c"));
-    EXPECT_TRUE(isFolder("a/b/c"));
+    EXPECT_TRUE(Make("/a/b/c"));
+    EXPECT_TRUE(IsFolder("a/b/c"));
 }
 
 TEST_F(MakeDirectory, AnExistingFolderIsReused)
 {
     folder.WriteFile("a/kept", "x");
-    EXPECT_TRUE(make("/a"));
+    EXPECT_TRUE(Make("/a"));
     EXPECT_EQ(Exported("a/kept"), "x");
 }
 
 TEST_F(MakeDirectory, AnEmptyFolderPathChecksTheDestinationRootItselfAndSucceedsWhenItExists)
 {
-    EXPECT_TRUE(make(""));
-    EXPECT_TRUE(make("/"));
+    EXPECT_TRUE(Make(""));
+    EXPECT_TRUE(Make("/"));
 }
 
 TEST_F(MakeDirectory, AMissingDestinationRootIsMade)
 {
     EXPECT_TRUE([Z5FileManager makeDirectory:Text(folder.At("new/root")) withSource:@""]);
-    EXPECT_TRUE(isFolder("new/root"));
+    EXPECT_TRUE(IsFolder("new/root"));
 }
 
 TEST_F(MakeDirectory, ThePathsAreJoinedWithoutASeparator)
 {
     EXPECT_TRUE([Z5FileManager makeDirectory:Text(folder.At("a")) withSource:@"b"]);
-    EXPECT_TRUE(isFolder("ab"));
+    EXPECT_TRUE(IsFolder("ab"));
 }
 
 TEST_F(MakeDirectory, WhenAPlainFileAlreadyStandsWhereAFolderIsNeededItReportsSuccess)
 {
     folder.WriteFile("a", "plain");
-    EXPECT_TRUE(make("/a"));
+    EXPECT_TRUE(Make("/a"));
     EXPECT_EQ(Exported("a"), "plain");
 }
 
 TEST_F(MakeDirectory, AFolderBelowAPlainFileIsAFailure)
 {
     folder.WriteFile("a", "plain");
-    EXPECT_FALSE(make("/a/b"));
+    EXPECT_FALSE(Make("/a/b"));
 }
 
 TEST_F(MakeDirectory, AFolderThatMayNotBeMadeIsAFailure)
@@ -76,7 +76,7 @@ TEST_F(MakeDirectory, AFolderThatMayNotBeMadeIsAFailure)
     bool made = true;
     {
         const OrdinaryUser user;
-        made = make("/locked/a");
+        made = Make("/locked/a");
     }
     EXPECT_FALSE(made);
     EXPECT_FALSE(Exists("locked/a"));
@@ -85,6 +85,6 @@ TEST_F(MakeDirectory, AFolderThatMayNotBeMadeIsAFailure)
 
 TEST_F(MakeDirectory, AnyNameIsAFolderName)
 {
-    EXPECT_TRUE(make("/Дом 😀/100% %@"));
-    EXPECT_TRUE(isFolder("Дом 😀/100% %@"));
+    EXPECT_TRUE(Make("/Дом 😀/100% %@"));
+    EXPECT_TRUE(IsFolder("Дом 😀/100% %@"));
 }

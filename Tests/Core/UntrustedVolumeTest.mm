@@ -38,12 +38,12 @@ protected:
     UntrustedVolume() { folder.MakeFolder("to"); }
 
     // So that a nest need not be deep to be deeper than the stack.
-    void planOnSmallStack()
+    void PlanOnSmallStack()
     {
         const SmallStack stack;
         Plan();
     }
-    bool runInto(const std::string &name)
+    bool RunInto(const std::string &name)
     {
         if (engine == nil)
             Plan();
@@ -51,7 +51,7 @@ protected:
         return Finish();
     }
     // Everything below the test's folder, sorted, without "to" itself.
-    Strings everything() const
+    Strings Everything() const
     {
         NSArray *found = [[NSFileManager defaultManager] subpathsAtPath:Text(folder.Path())];
         Strings paths;
@@ -69,8 +69,8 @@ TEST_F(UntrustedVolume, AFileNamedDotDotIsSkipped)
 {
     Root().File(u"..", 1);
     Root().Folder(u"f").File(u"..", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{}));
     EXPECT_TRUE([delegate paths].empty());
 }
 
@@ -81,8 +81,8 @@ TEST_F(UntrustedVolume, AFileWhoseNameHoldsSlashesAndDotDotIsSkipped)
     Root().File(u"f/..", 1);
     Root().File(u"/../x", 1);
     Root().File(u"/etc/../../x", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{}));
     EXPECT_TRUE([delegate paths].empty());
     EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 0u);
 }
@@ -93,8 +93,8 @@ TEST_F(UntrustedVolume, AFileWhoseNameHoldsBackslashesAndDotDotIsSkipped)
     Root().File(u"..\\x", 1);
     Root().File(u"a\\..", 1);
     Root().File(u"a/..\\../x", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{}));
     EXPECT_TRUE([delegate paths].empty());
     EXPECT_EQ(volume.Count(VolumeOperation::kOpenFile), 0u);
 }
@@ -104,8 +104,8 @@ TEST_F(UntrustedVolume, AFileBelowAFolderWhoseNameClimbsIsSkippedAndItsFolderIsN
     Root().Folder(u"a\\..\\..\\out").File(u"x", 1);
     Root().Folder(u"../out").File(u"x", 1);
     Root().Folder(u"b/../../out").Folder(u"c").File(u"x", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{}));
     EXPECT_TRUE([delegate paths].empty());
 }
 
@@ -113,8 +113,8 @@ TEST_F(UntrustedVolume, TheOtherFilesAreExportedAllTheSame)
 {
     Root().File(u"..\\x", 1);
     Root().File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/kept"}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/kept"}));
 }
 
 TEST_F(UntrustedVolume, NamesThatOnlyLookLikeDotDotAreExported)
@@ -123,16 +123,16 @@ TEST_F(UntrustedVolume, NamesThatOnlyLookLikeDotDotAreExported)
     Root().File(u"a..", 1);
     Root().File(u"...", 1);
     Root().Folder(u"a..b").File(u". .", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/...", "to/..a", "to/a..", "to/a..b", "to/a..b/. ."}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/...", "to/..a", "to/a..", "to/a..b", "to/a..b/. ."}));
 }
 
 TEST_F(UntrustedVolume, ANameThatIsAnAbsolutePathStaysBelowTheDestination)
 {
     Root().File(u"/x", 1);
     Root().File(u"\\y", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/x", "to/y"}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/x", "to/y"}));
 }
 
 TEST_F(UntrustedVolume, FilesNamedDotOrNothingWriteNothing)
@@ -140,8 +140,8 @@ TEST_F(UntrustedVolume, FilesNamedDotOrNothingWriteNothing)
     Root().File(u".", 1);
     Root().File(u"", 1).Attributes(0x20);
     Root().Folder(u"f").File(u".", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/f"}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/f"}));
     EXPECT_TRUE([delegate percents].empty());
 }
 
@@ -151,7 +151,7 @@ TEST_F(UntrustedVolume, PlanningDoesNotDescendIntoFoldersNamedDotOrDotDot)
     Root().Folder(u"..").File(u"b", 1);
     Root().Folder(u"f").Folder(u"..").File(u"c", 1);
     Root().File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ([delegate paths], (Strings{"/kept"}));
     for (const vx::VolumeCall &call : volume.Calls(VolumeOperation::kFindFirstFile))
         EXPECT_TRUE(call.path == u"/*" || call.path == u"/f/*");
@@ -161,7 +161,7 @@ TEST_F(UntrustedVolume, PlanningDoesNotDescendIntoAFolderWithoutAName)
 {
     Root().Folder(u"").File(u"a", 1);
     Root().File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ([delegate paths], (Strings{"/kept"}));
 }
 
@@ -212,7 +212,7 @@ TEST_F(UntrustedVolume, AnInvalidUtf16NameGivesAnEntryThatCanBeShownOrIsLeftOut)
         EXPECT_NE([entry strFileSize], nil);
         EXPECT_NE([entry strModifiedDateTime], nil);
     }
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(SizeOf("to/kept.txt"), 1);
 }
 
@@ -220,7 +220,7 @@ TEST_F(UntrustedVolume, AFolderWithAnInvalidNameIsNotTakenForTheRoot)
 {
     Root().Folder(std::u16string{0xd800}).File(u"a", 1);
     Root().File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_LE([delegate paths].size(), 2u);
     EXPECT_EQ(SizeOf("to/kept"), 1);
     size_t rootListings = 0;
@@ -233,14 +233,14 @@ TEST_F(UntrustedVolume, AFileBelowAFolderWithAnInvalidNameCrashesNothing)
 {
     Root().Folder(u"f").File(std::u16string{u'x', 0xdfff}, 1);
     Root().Folder(u"g").File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(SizeOf("to/g/kept"), 1);
 }
 
 TEST_F(UntrustedVolume, AProgressWhoseTotalIs0IsADefinedNumber)
 {
     Root().File(u"a", 10).CatalogueSize(0);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ([delegate percents], (std::vector<int>{std::numeric_limits<int>::max()}));
     EXPECT_EQ(SizeOf("to/a"), 10);
 }
@@ -249,7 +249,7 @@ TEST_F(UntrustedVolume, CatalogueSizesThatOverflowGiveADefinedTotal)
 {
     Root().File(u"a", 10).CatalogueSize(kMost);
     Root().File(u"b", 10).CatalogueSize(kMost);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ([delegate totals].front(), double(kMost) / 1024 / 1024);
     EXPECT_EQ([delegate percents], (std::vector<int>{0, 0}));
 }
@@ -257,14 +257,14 @@ TEST_F(UntrustedVolume, CatalogueSizesThatOverflowGiveADefinedTotal)
 TEST_F(UntrustedVolume, ANegativeTotalGivesADefinedNumber)
 {
     Root().File(u"a", 10).CatalogueSize(~uint64_t(0));
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ([delegate percents], (std::vector<int>{-1000}));
 }
 
 TEST_F(UntrustedVolume, ANegativeFileSizeCopiesNothing)
 {
     Root().File(u"a", 10).QueriedSize(~uint64_t(0));
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(SizeOf("to/a"), 0);
     EXPECT_EQ(volume.Count(VolumeOperation::kReadFile), 0u);
 }
@@ -287,7 +287,7 @@ TEST_F(UntrustedVolume, PositionsAndCountsOfGarbageCrashNothing)
     Root().File(u"a", 10);
     volume.FromCall(VolumeOperation::kSetFilePosition, 1, Fault::kGarbage);
     volume.FromCall(VolumeOperation::kReadFile, 1, Fault::kGarbage);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(Exported("to/a"), std::string(10, '\xa5'));
 }
 
@@ -309,8 +309,8 @@ TEST_F(UntrustedVolume, ANestOfFoldersThatNeverEndsIsPlannedToAnEnd)
     volume.KeepNoCalls();
     ASSERT_NE(Plan(), nil);
     EXPECT_LT(volume.Count(VolumeOperation::kFindFirstFile), 400u);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/kept"}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/kept"}));
 }
 
 TEST_F(UntrustedVolume, ANestOfShortNamesThatNeverEndsIsPlannedToAnEndOnASmallStack)
@@ -318,11 +318,11 @@ TEST_F(UntrustedVolume, ANestOfShortNamesThatNeverEndsIsPlannedToAnEndOnASmallSt
     Root().Folder(u"a short name").Endless();
     Root().File(u"kept", 1);
     volume.KeepNoCalls();
-    planOnSmallStack();
+    PlanOnSmallStack();
     ASSERT_NE(engine, nil);
     EXPECT_GT(volume.Count(VolumeOperation::kFindFirstFile), 2500u);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/kept"}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/kept"}));
 }
 
 TEST_F(UntrustedVolume, ANestDeeperThanTheStackCrashesNothing)
@@ -335,11 +335,11 @@ TEST_F(UntrustedVolume, ANestDeeperThanTheStackCrashesNothing)
     }
     Root().File(u"kept", 1);
     volume.KeepNoCalls();
-    planOnSmallStack();
+    PlanOnSmallStack();
     ASSERT_NE(engine, nil);
     int64_t bytes = 0;
     EXPECT_EQ([[engine getAllFiles:[explorer rootDirectory] withSize:&bytes] count], 5u);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ(SizeOf("to/kept"), 1);
     EXPECT_EQ(volume.OpenHandles(), 0u);
 }
@@ -351,7 +351,7 @@ TEST_F(UntrustedVolume, APathTooLongForTheFileSystemSkipsTheFile)
         nest = &nest->Folder(std::u16string(200, u'n'));
     nest->File(u"lost", 1);
     Root().File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
+    ASSERT_TRUE(RunInto("to"));
     EXPECT_EQ([delegate paths], (Strings{"/kept"}));
 }
 
@@ -359,6 +359,6 @@ TEST_F(UntrustedVolume, ANameTooLongForTheFileSystemStopsNothing)
 {
     Root().File(std::u16string(539, u'n'), 1);
     Root().File(u"kept", 1);
-    ASSERT_TRUE(runInto("to"));
-    EXPECT_EQ(everything(), (Strings{"to/kept"}));
+    ASSERT_TRUE(RunInto("to"));
+    EXPECT_EQ(Everything(), (Strings{"to/kept"}));
 }

@@ -11,7 +11,7 @@ namespace {
 // The place of an operation in the table; a pointer to a virtual operation holds it (Itanium
 // C++ ABI, 2.3 "Member Function Pointers": 1 + the offset in the table).
 template <class Operation>
-size_t placeOf(Operation operation)
+size_t PlaceOf(Operation operation)
 {
     ptrdiff_t word = 0;
     memcpy(&word, &operation, sizeof(word));
@@ -22,20 +22,20 @@ size_t placeOf(Operation operation)
 
 TEST(VolumeInterface, TheFourteenOperationsStandInTheLibrarysOrder)
 {
-    EXPECT_EQ(placeOf(&IVolume::Reserved1), 0u);
-    EXPECT_EQ(placeOf(&IVolume::Reserved2), 1u);
-    EXPECT_EQ(placeOf(&IVolume::Reserved3), 2u);
-    EXPECT_EQ(placeOf(&IVolume::Reserved4), 3u);
-    EXPECT_EQ(placeOf(&IVolume::FindFirstFile), 4u);
-    EXPECT_EQ(placeOf(&IVolume::FindNextFile), 5u);
-    EXPECT_EQ(placeOf(&IVolume::FindClose), 6u);
-    EXPECT_EQ(placeOf(&IVolume::OpenFile), 7u);
-    EXPECT_EQ(placeOf(&IVolume::Reserved5), 8u);
-    EXPECT_EQ(placeOf(&IVolume::ReadFile), 9u);
-    EXPECT_EQ(placeOf(&IVolume::WriteFile), 10u);
-    EXPECT_EQ(placeOf(&IVolume::SetFilePosition), 11u);
-    EXPECT_EQ(placeOf(&IVolume::QueryFileSize), 12u);
-    EXPECT_EQ(placeOf(&IVolume::CloseHandle), 13u);
+    EXPECT_EQ(PlaceOf(&IVolume::Reserved1), 0u);
+    EXPECT_EQ(PlaceOf(&IVolume::Reserved2), 1u);
+    EXPECT_EQ(PlaceOf(&IVolume::Reserved3), 2u);
+    EXPECT_EQ(PlaceOf(&IVolume::Reserved4), 3u);
+    EXPECT_EQ(PlaceOf(&IVolume::FindFirstFile), 4u);
+    EXPECT_EQ(PlaceOf(&IVolume::FindNextFile), 5u);
+    EXPECT_EQ(PlaceOf(&IVolume::FindClose), 6u);
+    EXPECT_EQ(PlaceOf(&IVolume::OpenFile), 7u);
+    EXPECT_EQ(PlaceOf(&IVolume::Reserved5), 8u);
+    EXPECT_EQ(PlaceOf(&IVolume::ReadFile), 9u);
+    EXPECT_EQ(PlaceOf(&IVolume::WriteFile), 10u);
+    EXPECT_EQ(PlaceOf(&IVolume::SetFilePosition), 11u);
+    EXPECT_EQ(PlaceOf(&IVolume::QueryFileSize), 12u);
+    EXPECT_EQ(PlaceOf(&IVolume::CloseHandle), 13u);
 }
 
 TEST(VolumeInterface, TheFirstWordOfAVolumePointsAtItsTable)

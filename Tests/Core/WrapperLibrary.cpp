@@ -33,7 +33,7 @@ public:
     bool CloseHandle(VolumeHandle) override { return true; }
 };
 
-const char *shown(const char *text)
+const char *Shown(const char *text)
 {
     return text == nullptr ? "(null)" : text;
 }
@@ -44,7 +44,7 @@ extern "C" __attribute__((visibility("default"))) int32_t
 open_bitlocker_device(const char *first, const char *second, const char *third, IVolume **volume)
 {
     static EmptyVolume empty;
-    printf("called [%s] [%s] [%s]\n", shown(first), shown(second), shown(third));
+    printf("called [%s] [%s] [%s]\n", Shown(first), Shown(second), Shown(third));
     *volume = WRAPPER_STORES ? &empty : nullptr;
     return WRAPPER_STATUS;
 }

@@ -36,24 +36,24 @@ constexpr int32_t kUntouchedStatus = 4711;
 class Probe {
 public:
     // Runs one command; returns how many arguments it took.
-    size_t run(const std::vector<std::string> &words, size_t at)
+    size_t Run(const std::vector<std::string> &words, size_t at)
     {
         const std::string &command = words[at];
         if (command == "path")
             puts([_wrapper->libraryPath() UTF8String]);
         if (command == "list")
-            printf("list %s\n", listed() ? "made" : "nil");
+            printf("list %s\n", Listed() ? "made" : "nil");
         if (command == "wrapper")
             _wrapper = std::make_unique<CBitlockerWrapper>();
         if (command == "copy")
-            return copy(words[at + 1], words[at + 2]);
+            return Copy(words[at + 1], words[at + 2]);
         if (command == "open" || command == "open-no-status")
-            return open(&words[at + 1], command == "open");
+            return Open(&words[at + 1], command == "open");
         return 1;
     }
 
 private:
-    size_t open(const std::string *texts, bool withStatus)
+    size_t Open(const std::string *texts, bool withStatus)
     {
         int32_t status = kUntouchedStatus;
         IVolume *const untouched = reinterpret_cast<IVolume *>(this);
@@ -66,13 +66,13 @@ private:
         puts(status == kUntouchedStatus ? "untouched" : std::to_string(status).c_str());
         return 4;
     }
-    bool listed() const
+    bool Listed() const
     {
         Z5FileExplorerWapper *explorer =
             [[[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume] autorelease];
         return explorer != nil && [[explorer rootDirectory] count] == 0;
     }
-    static size_t copy(const std::string &from, const std::string &to)
+    static size_t Copy(const std::string &from, const std::string &to)
     {
         NSFileManager *manager = [NSFileManager defaultManager];
         [manager copyItemAtPath:[NSString stringWithUTF8String:from.c_str()]
@@ -94,7 +94,7 @@ int main(int argc, char **argv)
         const std::vector<std::string> words(argv + 1, argv + argc);
         Probe probe;
         for (size_t at = 0; at < words.size();)
-            at += probe.run(words, at);
+            at += probe.Run(words, at);
     }
     return 0;
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-NSTextField *label(NSString *text, NSRect frame)
+NSTextField *Label(NSString *text, NSRect frame)
 {
     NSTextField *field = [[[NSTextField alloc] initWithFrame:frame] autorelease];
     [field setStringValue:text];
@@ -16,7 +16,7 @@ NSTextField *label(NSString *text, NSRect frame)
     return field;
 }
 
-NSButton *button(NSString *title, NSRect frame, NSString *key)
+NSButton *Button(NSString *title, NSRect frame, NSString *key)
 {
     NSButton *made = [[[NSButton alloc] initWithFrame:frame] autorelease];
     [made setTitle:title];
@@ -25,7 +25,7 @@ NSButton *button(NSString *title, NSRect frame, NSString *key)
     return made;
 }
 
-NSWindow *newWindow(NSSize size, NSString *title)
+NSWindow *NewWindow(NSSize size, NSString *title)
 {
     NSWindow *window =
         [[NSWindow alloc] initWithContentRect:NSMakeRect(80, 160, size.width, size.height)
@@ -37,7 +37,7 @@ NSWindow *newWindow(NSSize size, NSString *title)
     return window;
 }
 
-void addMenu(NSMenu *bar, NSString *title, NSArray *items)
+void AddMenu(NSMenu *bar, NSString *title, NSArray *items)
 {
     NSMenu *menu = [[[NSMenu alloc] initWithTitle:title] autorelease];
     for (NSString *item in items) {
@@ -99,9 +99,9 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
 - (void)makeMenu
 {
     NSMenu *bar = [[[NSMenu alloc] initWithTitle:@"Gallery"] autorelease];
-    addMenu(bar, @"File Explorer", @[ @"About File Explorer", @"-", @"Hide", @"-", @"Quit" ]);
-    addMenu(bar, @"Edit", @[ @"Copy", @"Select All" ]);
-    addMenu(bar, @"Window", @[ @"Minimise", @"Close" ]);
+    AddMenu(bar, @"File Explorer", @[ @"About File Explorer", @"-", @"Hide", @"-", @"Quit" ]);
+    AddMenu(bar, @"Edit", @[ @"Copy", @"Select All" ]);
+    AddMenu(bar, @"Window", @[ @"Minimise", @"Close" ]);
     [NSApp setMainMenu:bar];
 }
 
@@ -159,21 +159,21 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
 
 - (void)makeWindow
 {
-    _window = newWindow(NSMakeSize(760, 480), @"File Explorer");
+    _window = NewWindow(NSMakeSize(760, 480), @"File Explorer");
     NSView *content = [_window contentView];
     const NSSize size = [content frame].size;
     [content addSubview:[self makeOutline:NSMakeRect(16, 60, size.width - 32, size.height - 76)]];
-    [content addSubview:label(@"Letter.txt", NSMakeRect(16, 20, 80, 20))];
+    [content addSubview:Label(@"Letter.txt", NSMakeRect(16, 20, 80, 20))];
     NSProgressIndicator *bar =
         [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(100, 20, 250, 20)] autorelease];
     [bar setIndeterminate:NO];
     [bar setDoubleValue:40];
     [content addSubview:bar];
-    [content addSubview:button(@"Cancel", NSMakeRect(size.width - 232, 14, 100, 32), @"")];
-    NSButton *dead = button(@"Disabled", NSMakeRect(size.width - 340, 14, 100, 32), @"");
+    [content addSubview:Button(@"Cancel", NSMakeRect(size.width - 232, 14, 100, 32), @"")];
+    NSButton *dead = Button(@"Disabled", NSMakeRect(size.width - 340, 14, 100, 32), @"");
     [dead setEnabled:NO];
     [content addSubview:dead];
-    [content addSubview:button(@"Export", NSMakeRect(size.width - 116, 14, 100, 32), @"\r")];
+    [content addSubview:Button(@"Export", NSMakeRect(size.width - 116, 14, 100, 32), @"\r")];
     [_outline reloadData];
     [_outline expandItem:[_outline itemAtRow:1]];
     [_outline selectRowIndexes:[NSIndexSet indexSetWithIndexesInRange:NSMakeRange(4, 3)]
@@ -209,22 +209,22 @@ void addMenu(NSMenu *bar, NSString *title, NSArray *items)
 
 - (void)progressShown
 {
-    NSWindow *window = newWindow(NSMakeSize(420, 132), @"Exporting");
+    NSWindow *window = NewWindow(NSMakeSize(420, 132), @"Exporting");
     NSView *content = [window contentView];
     NSImageView *icon =
         [[[NSImageView alloc] initWithFrame:NSMakeRect(16, 84, 32, 32)] autorelease];
     [icon setImage:[[NSWorkspace sharedWorkspace] iconForFileType:@"jpg"]];
     [icon setImageScaling:NSImageScaleProportionallyUpOrDown];
     [content addSubview:icon];
-    [content addSubview:label(@"Copying /Pictures/Holiday.jpg", NSMakeRect(60, 90, 340, 20))];
+    [content addSubview:Label(@"Copying /Pictures/Holiday.jpg", NSMakeRect(60, 90, 340, 20))];
     NSProgressIndicator *bar =
         [[[NSProgressIndicator alloc] initWithFrame:NSMakeRect(16, 58, 388, 20)] autorelease];
     [bar setIndeterminate:NO];
     [bar setDoubleValue:62];
     [content addSubview:bar];
     [content
-        addSubview:label(@"12.4 of 20.0 MB, less than a minute left", NSMakeRect(16, 18, 270, 20))];
-    [content addSubview:button(@"Cancel", NSMakeRect(304, 12, 100, 32), @"")];
+        addSubview:Label(@"12.4 of 20.0 MB, less than a minute left", NSMakeRect(16, 18, 270, 20))];
+    [content addSubview:Button(@"Cancel", NSMakeRect(304, 12, 100, 32), @"")];
     [window setBackgroundColor:[NSColor whiteColor]];
     [window setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
     [window center];

@@ -143,7 +143,7 @@ protected:
     }
 
     // Ends a session that is not stopped, so that a failure is a failed test and not a hang.
-    void armWatchdog()
+    void ArmWatchdog()
     {
         NSTimer *timer = [NSTimer timerWithTimeInterval:10
                                                  target:NSApp
@@ -155,9 +155,9 @@ protected:
     }
 
     // Runs a session that another thread has stopped through a performer on the main thread.
-    NSInteger runStoppedBy(Stopper *stopper)
+    NSInteger RunStoppedBy(Stopper *stopper)
     {
-        armWatchdog();
+        ArmWatchdog();
         std::promise<void> isRunning;
         Signal *signal = [[[Signal alloc] initWithPromise:&isRunning] autorelease];
         [signal performSelector:@selector(send)
@@ -193,7 +193,7 @@ TEST_F(Application, AStopFromAMainThreadPerformerEndsTheSessionAtOnceWithItsCode
 {
     Stopper *stopper = [[[Stopper alloc] initWithCode:7 plainStopFirst:NO] autorelease];
     const auto start = Clock::now();
-    EXPECT_EQ(runStoppedBy(stopper), 7);
+    EXPECT_EQ(RunStoppedBy(stopper), 7);
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
 }
 
@@ -206,7 +206,7 @@ TEST_F(Application, AStopFromATimerEndsTheSessionAtOnce)
                                            userInfo:nil
                                             repeats:NO];
     [[NSRunLoop currentRunLoop] addTimer:timer forMode:NSModalPanelRunLoopMode];
-    armWatchdog();
+    ArmWatchdog();
     const auto start = Clock::now();
     EXPECT_EQ([NSApp runModalForWindow:m_window], 7);
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
@@ -216,14 +216,14 @@ TEST_F(Application, AStopFromATimerEndsTheSessionAtOnce)
 TEST_F(Application, TheLastOfTwoStopsGivesTheCode)
 {
     Stopper *stopper = [[[Stopper alloc] initWithCode:0 plainStopFirst:YES] autorelease];
-    EXPECT_EQ(runStoppedBy(stopper), 0);
+    EXPECT_EQ(RunStoppedBy(stopper), 0);
 }
 
 TEST_F(Application, AStopOutsideASessionDoesNotEndTheNextOne)
 {
     [NSApp stopModalWithCode:3];
     Stopper *stopper = [[[Stopper alloc] initWithCode:8 plainStopFirst:NO] autorelease];
-    EXPECT_EQ(runStoppedBy(stopper), 8);
+    EXPECT_EQ(RunStoppedBy(stopper), 8);
 }
 
 TEST_F(Application, BareArgumentsAreNotOpenedAsDocuments)

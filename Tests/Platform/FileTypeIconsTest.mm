@@ -11,7 +11,7 @@ class FileTypeIcons : public testing::Test {
 protected:
     ~FileTypeIcons() override { [m_pool release]; }
 
-    static NSImage *icon(NSString *type)
+    static NSImage *Icon(NSString *type)
     {
         return [[NSWorkspace sharedWorkspace] iconForFileType:type];
     }
@@ -24,9 +24,9 @@ private:
 
 TEST_F(FileTypeIcons, AnEmptyTypeHasTheGenericIcon)
 {
-    ASSERT_NE(icon(@""), nil);
-    EXPECT_EQ(icon(@""), icon(@"nosuchtype"));
-    EXPECT_EQ(icon(nil), icon(@""));
+    ASSERT_NE(Icon(@""), nil);
+    EXPECT_EQ(Icon(@""), Icon(@"nosuchtype"));
+    EXPECT_EQ(Icon(nil), Icon(@""));
 }
 
 TEST_F(FileTypeIcons, EveryKindHasAnIconOfItsOwn)
@@ -37,23 +37,23 @@ TEST_F(FileTypeIcons, EveryKindHasAnIconOfItsOwn)
         @"cpp"
     ];
     for (NSString *type in types)
-        [seen addObject:[NSValue valueWithNonretainedObject:icon(type)]];
+        [seen addObject:[NSValue valueWithNonretainedObject:Icon(type)]];
     EXPECT_EQ([seen count], [types count]);
 }
 
 TEST_F(FileTypeIcons, OneImageServesAllTypesOfAKind)
 {
-    EXPECT_EQ(icon(@"jpg"), icon(@"png"));
-    EXPECT_EQ(icon(@"jpg"), icon(@"JPG"));
-    EXPECT_NE(icon(@"jpg"), icon(@"mp3"));
+    EXPECT_EQ(Icon(@"jpg"), Icon(@"png"));
+    EXPECT_EQ(Icon(@"jpg"), Icon(@"JPG"));
+    EXPECT_NE(Icon(@"jpg"), Icon(@"mp3"));
 }
 
 TEST_F(FileTypeIcons, AnIconIsSixteenPointsAndHasTheLargerDrawingsInside)
 {
-    EXPECT_EQ([icon(@"pdf") size].width, 16);
-    EXPECT_EQ([icon(@"pdf") size].height, 16);
+    EXPECT_EQ([Icon(@"pdf") size].width, 16);
+    EXPECT_EQ([Icon(@"pdf") size].height, 16);
     NSMutableSet *pixels = [NSMutableSet set];
-    for (NSImageRep *representation in [icon(@"pdf") representations])
+    for (NSImageRep *representation in [Icon(@"pdf") representations])
         [pixels addObject:[NSNumber numberWithInteger:[representation pixelsWide]]];
     EXPECT_TRUE(([pixels isEqual:[NSSet setWithObjects:@16, @32, @64, nil]]));
 }

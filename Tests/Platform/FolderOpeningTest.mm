@@ -27,7 +27,7 @@ protected:
         const char *path = getenv("PATH");
         m_oldPath = path == nullptr ? "" : path;
         setenv("PATH", (m_folder + ":" + m_oldPath).c_str(), 1);
-        write("xdg-open", "#!/bin/sh\nprintf '%s\\n' \"$$\" \"$#\" \"$1\" > '" + m_folder +
+        Write("xdg-open", "#!/bin/sh\nprintf '%s\\n' \"$$\" \"$#\" \"$1\" > '" + m_folder +
                               "/part'\nmv '" + m_folder + "/part' '" + m_folder + "/seen'\n");
         chmod((m_folder + "/xdg-open").c_str(), 0755);
     }
@@ -42,18 +42,18 @@ protected:
         [m_pool release];
     }
 
-    void write(const std::string &name, const std::string &text)
+    void Write(const std::string &name, const std::string &text)
     {
         std::ofstream(m_folder + "/" + name) << text;
     }
 
-    bool awaitSeen()
+    bool AwaitSeen()
     {
         return Eventually([&] { return access((m_folder + "/seen").c_str(), F_OK) == 0; });
     }
 
     // The opener's process number, count of arguments and first argument.
-    void readSeen(pid_t &process, int &count, std::string &argument)
+    void ReadSeen(pid_t &process, int &count, std::string &argument)
     {
         std::ifstream seen(m_folder + "/seen");
         seen >> process >> count;
@@ -76,11 +76,11 @@ TEST_F(FolderOpening, AFolderIsOpenedByTheDesktopsOpener)
     NSString *path = [NSString stringWithUTF8String:m_folder.c_str()];
     NSURL *url = [NSURL fileURLWithPath:path isDirectory:YES];
     EXPECT_TRUE([[NSWorkspace sharedWorkspace] openURL:url]);
-    ASSERT_TRUE(awaitSeen());
+    ASSERT_TRUE(AwaitSeen());
     pid_t process = 0;
     int count = 0;
     std::string argument;
-    readSeen(process, count, argument);
+    ReadSeen(process, count, argument);
     EXPECT_EQ(count, 1);
     EXPECT_EQ(argument, m_folder);
 }
@@ -93,11 +93,11 @@ TEST_F(FolderOpening, NoShellLooksAtThePath)
     NSURL *url = [NSURL fileURLWithPath:[NSString stringWithUTF8String:folder.c_str()]
                             isDirectory:YES];
     EXPECT_TRUE([[NSWorkspace sharedWorkspace] openURL:url]);
-    ASSERT_TRUE(awaitSeen());
+    ASSERT_TRUE(AwaitSeen());
     pid_t process = 0;
     int count = 0;
     std::string argument;
-    readSeen(process, count, argument);
+    ReadSeen(process, count, argument);
     EXPECT_EQ(count, 1);
     EXPECT_EQ(argument, folder);
 }
@@ -117,11 +117,11 @@ TEST_F(FolderOpening, ADesktopWithoutAnOpenerIsToldInSilence)
 TEST_F(FolderOpening, TheOpenerLeavesNoZombie)
 {
     ASSERT_TRUE(vx::startDetached("xdg-open", "/"));
-    ASSERT_TRUE(awaitSeen());
+    ASSERT_TRUE(AwaitSeen());
     pid_t process = 0;
     int count = 0;
     std::string argument;
-    readSeen(process, count, argument);
+    ReadSeen(process, count, argument);
     ASSERT_GT(process, 1);
     // A zombie can still be sent a signal; only a reaped process is gone.
     EXPECT_TRUE(Eventually([&] { return kill(process, 0) != 0 && errno == ESRCH; }));

@@ -30,12 +30,12 @@ private:
 
 using Flag = std::shared_ptr<std::atomic<bool>>;
 
-Flag newFlag()
+Flag NewFlag()
 {
     return std::make_shared<std::atomic<bool>>(false);
 }
 
-std::string pathOf(NSURL *url)
+std::string PathOf(NSURL *url)
 {
     CFStringRef path = CFURLCopyFileSystemPath((CFURLRef)url, kCFURLPOSIXPathStyle);
     const std::string text = path == nullptr ? "" : [(NSString *)path UTF8String];
@@ -55,13 +55,13 @@ struct Held {
 
 TEST_F(FoundationShims, AFolderUrlGivesItsPathWithoutASlashAtTheEnd)
 {
-    EXPECT_EQ(pathOf([NSURL fileURLWithPath:@"/tmp/a folder" isDirectory:YES]), "/tmp/a folder");
-    EXPECT_EQ(pathOf([NSURL fileURLWithPath:@"/" isDirectory:YES]), "/");
+    EXPECT_EQ(PathOf([NSURL fileURLWithPath:@"/tmp/a folder" isDirectory:YES]), "/tmp/a folder");
+    EXPECT_EQ(PathOf([NSURL fileURLWithPath:@"/" isDirectory:YES]), "/");
 }
 
 TEST_F(FoundationShims, APathWithUmlautsAndPercentSignsComesBackUnchanged)
 {
-    EXPECT_EQ(pathOf([NSURL fileURLWithPath:@"/tmp/Grüße 100%" isDirectory:NO]),
+    EXPECT_EQ(PathOf([NSURL fileURLWithPath:@"/tmp/Grüße 100%" isDirectory:NO]),
               "/tmp/Gr\xC3\xBC\xC3\x9F"
               "e 100%");
 }
@@ -103,8 +103,8 @@ TEST_F(FoundationShims, TheStatusLevelIsNoneThatMakesAWindowAnythingButAnOrdinar
 
 TEST_F(FoundationShims, ABlockQueuedByAnotherThreadRunsOnTheMainThread)
 {
-    const Flag onMain = newFlag();
-    const Flag ran = newFlag();
+    const Flag onMain = NewFlag();
+    const Flag ran = NewFlag();
     std::thread([&] {
         const Flag onMainThere = onMain, ranThere = ran;
         dispatch_async(dispatch_get_main_queue(), ^{
@@ -119,7 +119,7 @@ TEST_F(FoundationShims, ABlockQueuedByAnotherThreadRunsOnTheMainThread)
 
 TEST_F(FoundationShims, QueueingOnTheMainThreadDoesNotRunTheBlockAtOnce)
 {
-    const Flag ran = newFlag();
+    const Flag ran = NewFlag();
     dispatch_async(dispatch_get_main_queue(), ^{
         *ran = true;
     });
@@ -142,7 +142,7 @@ TEST_F(FoundationShims, BlocksRunInTheOrderInWhichTheyWereQueued)
 TEST_F(FoundationShims, BlocksRunInModalSessionsAndWhileTheMouseIsTracked)
 {
     for (NSString *mode in @[ NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode ]) {
-        const Flag ran = newFlag();
+        const Flag ran = NewFlag();
         dispatch_async(dispatch_get_main_queue(), ^{
             *ran = true;
         });

@@ -13,7 +13,7 @@
 
 namespace {
 
-NSDictionary *tableOf(const std::string &language)
+NSDictionary *TableOf(const std::string &language)
 {
     NSString *path = [NSString
         stringWithFormat:@"%s/%s.lproj/Localizable.strings", VX_RESOURCES_DIR, language.c_str()];
@@ -25,7 +25,7 @@ NSDictionary *tableOf(const std::string &language)
 
 class LocalizedStrings : public testing::TestWithParam<const char *> {
 protected:
-    LocalizedStrings() : m_table([tableOf(GetParam()) retain]) {}
+    LocalizedStrings() : m_table([TableOf(GetParam()) retain]) {}
     ~LocalizedStrings() override
     {
         [m_table release];
@@ -34,7 +34,7 @@ protected:
     LocalizedStrings(const LocalizedStrings &) = delete;
     LocalizedStrings &operator=(const LocalizedStrings &) = delete;
 
-    NSString *format(NSString *key) { return [m_table objectForKey:key]; }
+    NSString *Format(NSString *key) { return [m_table objectForKey:key]; }
 
     NSDictionary *m_table;
 
@@ -42,7 +42,7 @@ private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
 };
 
-bool isBefore(NSString *text, NSString *one, NSString *other)
+bool IsBefore(NSString *text, NSString *one, NSString *other)
 {
     return [text rangeOfString:one].location < [text rangeOfString:other].location;
 }
@@ -51,7 +51,7 @@ bool isBefore(NSString *text, NSString *one, NSString *other)
 // an argument that is not used and "!" for one that is used twice.
 //
 //   "%2$0.1f of %1$@" -> "@f"
-std::string argumentsOf(NSString *text)
+std::string ArgumentsOf(NSString *text)
 {
     const std::string format = [text UTF8String];
     const std::regex conversion("%(?:([0-9]+)\\$)?[-+ #0-9.]*([@a-zA-Z%])");
@@ -70,7 +70,7 @@ std::string argumentsOf(NSString *text)
 }
 
 // What the interface files show, the columns' titles aside.
-std::set<std::string> interfaceTexts()
+std::set<std::string> InterfaceTexts()
 {
     const std::regex texts("<(?:menuItem|menu|window|buttonCell) [^>]*?title=\"([^\"]+)\"|"
                            "(?:toolTip|<accessibility description)=\"([^\"]+)\"");
@@ -86,16 +86,16 @@ std::set<std::string> interfaceTexts()
     return found;
 }
 
-void expectContains(NSString *text, NSString *part)
+void ExpectContains(NSString *text, NSString *part)
 {
     EXPECT_NE([text rangeOfString:part].location, (NSUInteger)NSNotFound)
         << [text UTF8String] << " lacks " << [part UTF8String];
 }
 
-void expectBefore(NSString *text, NSString *first, NSString *second)
+void ExpectBefore(NSString *text, NSString *first, NSString *second)
 {
-    expectContains(text, first);
-    expectContains(text, second);
+    ExpectContains(text, first);
+    ExpectContains(text, second);
     EXPECT_LT([text rangeOfString:first].location, [text rangeOfString:second].location);
 }
 
@@ -104,7 +104,7 @@ void expectBefore(NSString *text, NSString *first, NSString *second)
 TEST_P(LocalizedStrings, TheTableHasTheKeysOfTheEnglishOne)
 {
     ASSERT_GT([m_table count], 0u);
-    NSSet *english = [NSSet setWithArray:[tableOf("en") allKeys]];
+    NSSet *english = [NSSet setWithArray:[TableOf("en") allKeys]];
     NSSet *own = [NSSet setWithArray:[m_table allKeys]];
     EXPECT_TRUE([own isEqual:english]);
 }
@@ -117,69 +117,69 @@ TEST_P(LocalizedStrings, NoTextIsEmpty)
 
 TEST_P(LocalizedStrings, EveryTextOfTheInterfaceFilesIsTranslated)
 {
-    const std::set<std::string> texts = interfaceTexts();
+    const std::set<std::string> texts = InterfaceTexts();
     ASSERT_GT(texts.size(), 12u);
     for (const std::string &text : texts)
-        EXPECT_NE(format([NSString stringWithUTF8String:text.c_str()]), nil) << text;
+        EXPECT_NE(Format([NSString stringWithUTF8String:text.c_str()]), nil) << text;
 }
 
 TEST_P(LocalizedStrings, AShortNameIsShownWhole)
 {
     NSString *text =
-        [NSString stringWithFormat:format(@"IDS_COPY_TIPS_SHORT_FILENAME"), @"/Bilder/Süd.jpg"];
-    expectContains(text, @"/Bilder/Süd.jpg");
+        [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_SHORT_FILENAME"), @"/Bilder/Süd.jpg"];
+    ExpectContains(text, @"/Bilder/Süd.jpg");
 }
 
 TEST_P(LocalizedStrings, ALongNameShowsItsBeginningAndItsEndWithAnEllipsisBetween)
 {
     NSString *text = [NSString
-        stringWithFormat:format(@"IDS_COPY_TIPS_LONG_FILENAME"), @"/Pictures", @"iday 1.jpg"];
-    expectContains(text, @"/Pictures…iday 1.jpg");
+        stringWithFormat:Format(@"IDS_COPY_TIPS_LONG_FILENAME"), @"/Pictures", @"iday 1.jpg"];
+    ExpectContains(text, @"/Pictures…iday 1.jpg");
 }
 
 TEST_P(LocalizedStrings, WhileTheTimeIsCalculatedBothSizesAreShown)
 {
-    NSString *text = [NSString stringWithFormat:format(@"IDS_COPY_TIPS_CALCULATE"), 12.26, 4096.04];
-    expectContains(text, @"12.3");
-    expectContains(text, @"4096.0");
+    NSString *text = [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_CALCULATE"), 12.26, 4096.04];
+    ExpectContains(text, @"12.3");
+    ExpectContains(text, @"4096.0");
 }
 
 TEST_P(LocalizedStrings, AboveAMinuteTheMinutesAndBothSizesAreShown)
 {
     NSString *text =
-        [NSString stringWithFormat:format(@"IDS_COPY_TIPS_ABOVE_1MIN"), 87, 12.26, 4096.04];
-    expectContains(text, @"87");
-    expectContains(text, @"12.3");
-    expectContains(text, @"4096.0");
+        [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_ABOVE_1MIN"), 87, 12.26, 4096.04];
+    ExpectContains(text, @"87");
+    ExpectContains(text, @"12.3");
+    ExpectContains(text, @"4096.0");
 }
 
 TEST_P(LocalizedStrings, BelowAMinuteBothSizesAreShown)
 {
-    NSString *text = [NSString stringWithFormat:format(@"IDS_COPY_TIPS_LESS_1MIN"), 12.26, 4096.04];
-    expectContains(text, @"12.3");
-    expectContains(text, @"4096.0");
+    NSString *text = [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_LESS_1MIN"), 12.26, 4096.04];
+    ExpectContains(text, @"12.3");
+    ExpectContains(text, @"4096.0");
 }
 
 // A wrong type would read the arguments of the program as something else.
 TEST_P(LocalizedStrings, EveryFormatTakesTheProgramsArgumentsEachOnceAndByItsType)
 {
-    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_SHORT_FILENAME")), "@");
-    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_LONG_FILENAME")), "@@");
-    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_CALCULATE")), "ff");
-    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_ABOVE_1MIN")), "dff");
-    EXPECT_EQ(argumentsOf(format(@"IDS_COPY_TIPS_LESS_1MIN")), "ff");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_SHORT_FILENAME")), "@");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_LONG_FILENAME")), "@@");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_CALCULATE")), "ff");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_ABOVE_1MIN")), "dff");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_LESS_1MIN")), "ff");
 }
 
 TEST_P(LocalizedStrings, TheSizesStandInTheOrderOfTheLanguageInAllThreeTexts)
 {
-    NSString *same = [NSString stringWithFormat:format(@"IDS_COPY_TIPS_LESS_1MIN"), 1111.1, 2222.2];
+    NSString *same = [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_LESS_1MIN"), 1111.1, 2222.2];
     NSString *later =
-        [NSString stringWithFormat:format(@"IDS_COPY_TIPS_ABOVE_1MIN"), 7, 1111.1, 2222.2];
+        [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_ABOVE_1MIN"), 7, 1111.1, 2222.2];
     NSString *first =
-        [NSString stringWithFormat:format(@"IDS_COPY_TIPS_CALCULATE"), 1111.1, 2222.2];
-    const bool copiedFirst = isBefore(same, @"1111.1", @"2222.2");
-    EXPECT_EQ(isBefore(later, @"1111.1", @"2222.2"), copiedFirst);
-    EXPECT_EQ(isBefore(first, @"1111.1", @"2222.2"), copiedFirst);
+        [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_CALCULATE"), 1111.1, 2222.2];
+    const bool copiedFirst = IsBefore(same, @"1111.1", @"2222.2");
+    EXPECT_EQ(IsBefore(later, @"1111.1", @"2222.2"), copiedFirst);
+    EXPECT_EQ(IsBefore(first, @"1111.1", @"2222.2"), copiedFirst);
     // Only Japanese names the whole before its part.
     EXPECT_EQ(copiedFirst, std::string(GetParam()) != "ja");
 }
@@ -194,10 +194,10 @@ INSTANTIATE_TEST_SUITE_P(EveryLanguage, LocalizedStrings,
 TEST(LocalizedStringsOfJapanese, TheTotalComesBeforeWhatIsCopied)
 {
     NSAutoreleasePool *pool = [NSAutoreleasePool new];
-    NSDictionary *table = tableOf("ja");
+    NSDictionary *table = TableOf("ja");
     NSString *text = [NSString
         stringWithFormat:[table objectForKey:@"IDS_COPY_TIPS_ABOVE_1MIN"], 87, 12.26, 4096.04];
-    expectBefore(text, @"87", @"4096.0");
-    expectBefore(text, @"4096.0", @"12.3");
+    ExpectBefore(text, @"87", @"4096.0");
+    ExpectBefore(text, @"4096.0", @"12.3");
     [pool release];
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-NSString *text(const std::string &path)
+NSString *Text(const std::string &path)
 {
     return [NSString stringWithUTF8String:path.c_str()];
 }
@@ -21,14 +21,14 @@ protected:
     ~OpenPanel() override { [m_pool release]; }
 
     template <typename View>
-    View *view(NSInteger tag)
+    View *View(NSInteger tag)
     {
         return (View *)[[m_panel contentView] viewWithTag:tag];
     }
-    NSButton *okButton() { return view<NSButton>(NSFileHandlingPanelOKButton); }
+    NSButton *OkButton() { return View<NSButton>(NSFileHandlingPanelOKButton); }
 
     // As a key pressed in the name field does.
-    void type(NSString *text)
+    void Type(NSString *text)
     {
         NSTextView *editor = [[NSTextView new] autorelease];
         [editor setString:text];
@@ -49,7 +49,7 @@ protected:
 TEST_F(OpenPanel, ThePromptTitlesTheConfirmingButton)
 {
     [m_panel setPrompt:@"Save"];
-    EXPECT_STREQ([[okButton() title] UTF8String], "Save");
+    EXPECT_STREQ([[OkButton() title] UTF8String], "Save");
     EXPECT_STREQ([[m_panel prompt] UTF8String], "Save");
 }
 
@@ -74,31 +74,31 @@ TEST_F(OpenPanel, APanelHandedOutAnewHasForgottenThePrompt)
 TEST_F(OpenPanel, ALongPromptFitsItsButtonAndPushesTheOthersAside)
 {
     [m_panel setPrompt:@"Save"];
-    const NSRect before = [okButton() frame];
+    const NSRect before = [OkButton() frame];
     [m_panel setPrompt:@"Dans ce dossier enregistrer"];
-    const NSRect grown = [okButton() frame];
-    const NSRect cancel = [view<NSButton>(NSFileHandlingPanelCancelButton) frame];
-    EXPECT_GE(grown.size.width, [[okButton() cell] cellSize].width);
+    const NSRect grown = [OkButton() frame];
+    const NSRect cancel = [View<NSButton>(NSFileHandlingPanelCancelButton) frame];
+    EXPECT_GE(grown.size.width, [[OkButton() cell] cellSize].width);
     EXPECT_EQ(NSMaxX(grown), NSMaxX(before));
     EXPECT_LT(NSMaxX(cancel), NSMinX(grown));
     [m_panel setPrompt:@"Save"];
-    EXPECT_EQ([okButton() frame].size.width, before.size.width);
-    EXPECT_EQ(NSMaxX([okButton() frame]), NSMaxX(before));
+    EXPECT_EQ([OkButton() frame].size.width, before.size.width);
+    EXPECT_EQ(NSMaxX([OkButton() frame]), NSMaxX(before));
 }
 
 TEST_F(OpenPanel, EveryButtonIsAsWideAsItsTitleNeedsInAnyLanguage)
 {
-    NSButton *cancel = view<NSButton>(NSFileHandlingPanelCancelButton);
-    NSButton *home = view<NSButton>(NSFileHandlingPanelHomeButton);
+    NSButton *cancel = View<NSButton>(NSFileHandlingPanelCancelButton);
+    NSButton *home = View<NSButton>(NSFileHandlingPanelHomeButton);
     for (NSString *title in @[ @"Abbrechen", @"キャンセル", @"Annuler tout de suite" ]) {
         [cancel setTitle:title];
         [m_panel setPrompt:@"Save"];
         EXPECT_GE([cancel frame].size.width, [[cancel cell] cellSize].width);
-        EXPECT_LT(NSMaxX([cancel frame]), NSMinX([okButton() frame]));
+        EXPECT_LT(NSMaxX([cancel frame]), NSMinX([OkButton() frame]));
         EXPECT_LT(NSMaxX([home frame]), NSMinX([cancel frame]));
         EXPECT_GE(NSMinX([home frame]), 0);
     }
-    EXPECT_STREQ([[view<NSButton>(NSFileHandlingPanelCancelButton) title] UTF8String],
+    EXPECT_STREQ([[View<NSButton>(NSFileHandlingPanelCancelButton) title] UTF8String],
                  "Annuler tout de suite");
     [NSOpenPanel openPanel];
     EXPECT_STREQ([[cancel title] UTF8String], "Cancel");
@@ -114,17 +114,17 @@ TEST_F(OpenPanel, APanelThatIsNotUpTakesItsFrameAtOnce)
 
 TEST_F(OpenPanel, TheButtonsForRemovableMediaAreHidden)
 {
-    EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskButton) isHidden]);
-    EXPECT_TRUE([view<NSButton>(NSFileHandlingPanelDiskEjectButton) isHidden]);
-    EXPECT_FALSE([view<NSButton>(NSFileHandlingPanelHomeButton) isHidden]);
+    EXPECT_TRUE([View<NSButton>(NSFileHandlingPanelDiskButton) isHidden]);
+    EXPECT_TRUE([View<NSButton>(NSFileHandlingPanelDiskEjectButton) isHidden]);
+    EXPECT_FALSE([View<NSButton>(NSFileHandlingPanelHomeButton) isHidden]);
 }
 
 TEST_F(OpenPanel, ATypedFolderCanBeConfirmedAndIsTheOneChosen)
 {
     vx::TemporaryFolder folder;
-    NSString *path = text(folder.MakeFolder("only/out"));
-    type(path);
-    EXPECT_TRUE([okButton() isEnabled]);
+    NSString *path = Text(folder.MakeFolder("only/out"));
+    Type(path);
+    EXPECT_TRUE([OkButton() isEnabled]);
     [m_panel ok:nil];
     ASSERT_EQ([[m_panel URLs] count], 1u);
     EXPECT_STREQ([[[[m_panel URLs] objectAtIndex:0] path] UTF8String], [path UTF8String]);
@@ -133,9 +133,9 @@ TEST_F(OpenPanel, ATypedFolderCanBeConfirmedAndIsTheOneChosen)
 TEST_F(OpenPanel, ATypedPathToNoFolderCannotBeConfirmed)
 {
     vx::TemporaryFolder folder;
-    type(text(folder.Path()));
-    type(text(folder.Path() + "/missing"));
-    EXPECT_FALSE([okButton() isEnabled]);
-    type(text(folder.WriteFile("file", "text")));
-    EXPECT_FALSE([okButton() isEnabled]);
+    Type(Text(folder.Path()));
+    Type(Text(folder.Path() + "/missing"));
+    EXPECT_FALSE([OkButton() isEnabled]);
+    Type(Text(folder.WriteFile("file", "text")));
+    EXPECT_FALSE([OkButton() isEnabled]);
 }

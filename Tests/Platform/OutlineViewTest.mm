@@ -78,7 +78,7 @@ protected:
     OutlineView()
     {
         m_source = [[TreeSource new] autorelease];
-        m_source->_root = folder(@"root");
+        m_source->_root = Folder(@"root");
         m_tree = [[[NSOutlineView alloc] initWithFrame:NSMakeRect(0, 0, 200, 200)] autorelease];
         NSTableColumn *column = [[[NSTableColumn alloc] initWithIdentifier:@"name"] autorelease];
         [m_tree addTableColumn:column];
@@ -96,33 +96,33 @@ protected:
     OutlineView(const OutlineView &) = delete;
     OutlineView &operator=(const OutlineView &) = delete;
 
-    static TreeNode *folder(NSString *name)
+    static TreeNode *Folder(NSString *name)
     {
-        TreeNode *node = leaf(name);
+        TreeNode *node = Leaf(name);
         node->_children = [NSMutableArray new];
         return node;
     }
-    static TreeNode *leaf(NSString *name)
+    static TreeNode *Leaf(NSString *name)
     {
         TreeNode *node = [[TreeNode new] autorelease];
         node->_name = [name copy];
         return node;
     }
     template <typename... Nodes>
-    static void fill(TreeNode *folder, Nodes... nodes)
+    static void Fill(TreeNode *folder, Nodes... nodes)
     {
         for (TreeNode *node : {nodes...})
             [folder->_children addObject:node];
     }
 
-    std::string rows()
+    std::string Rows()
     {
         std::string names;
         for (NSInteger row = 0; row < [m_tree numberOfRows]; ++row)
             names += [((TreeNode *)[m_tree itemAtRow:row])->_name UTF8String];
         return names;
     }
-    std::string selected()
+    std::string Selected()
     {
         std::string names;
         NSIndexSet *set = [m_tree selectedRowIndexes];
@@ -139,78 +139,78 @@ protected:
 
 TEST_F(OutlineView, ClosingAFolderTakesOutWhatIsInItAndInTheOpenFoldersBelow)
 {
-    TreeNode *A = folder(@"A"), *B = folder(@"B"), *C = folder(@"C");
-    fill(m_source->_root, leaf(@"1"), A, leaf(@"5"));
-    fill(A, leaf(@"2"), B, C, leaf(@"4"));
-    fill(B, leaf(@"3"));
-    fill(C, leaf(@"x"));
+    TreeNode *A = Folder(@"A"), *B = Folder(@"B"), *C = Folder(@"C");
+    Fill(m_source->_root, Leaf(@"1"), A, Leaf(@"5"));
+    Fill(A, Leaf(@"2"), B, C, Leaf(@"4"));
+    Fill(B, Leaf(@"3"));
+    Fill(C, Leaf(@"x"));
     [m_tree reloadData];
     [m_tree expandItem:A];
     [m_tree expandItem:B];
     [m_tree expandItem:C];
-    ASSERT_EQ(rows(), "1A2B3Cx45");
+    ASSERT_EQ(Rows(), "1A2B3Cx45");
     // Closed, but not forgotten.
     [m_tree collapseItem:C];
-    EXPECT_EQ(rows(), "1A2B3C45");
+    EXPECT_EQ(Rows(), "1A2B3C45");
     [m_tree collapseItem:A];
-    EXPECT_EQ(rows(), "1A5");
+    EXPECT_EQ(Rows(), "1A5");
     [m_tree expandItem:A];
-    EXPECT_EQ(rows(), "1A2B3C45");
+    EXPECT_EQ(Rows(), "1A2B3C45");
     [m_tree collapseItem:B];
-    EXPECT_EQ(rows(), "1A2BC45");
+    EXPECT_EQ(Rows(), "1A2BC45");
 }
 
 TEST_F(OutlineView, AFolderThatIsClosedWhileTheOneAboveItIsClosedLeavesTheRowsAlone)
 {
-    TreeNode *A = folder(@"A"), *B = folder(@"B");
-    fill(m_source->_root, A, leaf(@"4"), leaf(@"5"));
-    fill(A, leaf(@"1"), B, leaf(@"3"));
-    fill(B, leaf(@"2"));
+    TreeNode *A = Folder(@"A"), *B = Folder(@"B");
+    Fill(m_source->_root, A, Leaf(@"4"), Leaf(@"5"));
+    Fill(A, Leaf(@"1"), B, Leaf(@"3"));
+    Fill(B, Leaf(@"2"));
     [m_tree reloadData];
     [m_tree expandItem:A];
     [m_tree expandItem:B];
     [m_tree collapseItem:A];
     [m_tree collapseItem:B];
-    EXPECT_EQ(rows(), "A45");
+    EXPECT_EQ(Rows(), "A45");
     [m_tree expandItem:A];
-    EXPECT_EQ(rows(), "A1B345");
+    EXPECT_EQ(Rows(), "A1B345");
 }
 
 TEST_F(OutlineView, WhatIsInAnOpenFolderInsideAClosedOneHasNoRow)
 {
-    TreeNode *A = folder(@"A"), *B = folder(@"B"), *C = folder(@"C"), *D = folder(@"D");
-    fill(m_source->_root, A, leaf(@"z"));
-    fill(A, B);
-    fill(B, C);
-    fill(C, D);
-    fill(D, leaf(@"x"));
+    TreeNode *A = Folder(@"A"), *B = Folder(@"B"), *C = Folder(@"C"), *D = Folder(@"D");
+    Fill(m_source->_root, A, Leaf(@"z"));
+    Fill(A, B);
+    Fill(B, C);
+    Fill(C, D);
+    Fill(D, Leaf(@"x"));
     [m_tree reloadData];
     for (TreeNode *node : {A, B, C, D})
         [m_tree expandItem:node];
-    ASSERT_EQ(rows(), "ABCDxz");
+    ASSERT_EQ(Rows(), "ABCDxz");
     [m_tree collapseItem:C];
-    ASSERT_EQ(rows(), "ABCz");
+    ASSERT_EQ(Rows(), "ABCz");
     [m_tree collapseItem:A];
-    EXPECT_EQ(rows(), "Az");
+    EXPECT_EQ(Rows(), "Az");
     [m_tree expandItem:A];
-    EXPECT_EQ(rows(), "ABCz");
+    EXPECT_EQ(Rows(), "ABCz");
     [m_tree expandItem:C];
-    EXPECT_EQ(rows(), "ABCDxz");
+    EXPECT_EQ(Rows(), "ABCDxz");
 }
 
 TEST_F(OutlineView, TheSelectionLosesTheRowsThatGoAndFollowsTheOthers)
 {
-    TreeNode *A = folder(@"A");
-    fill(m_source->_root, A, leaf(@"3"), leaf(@"4"));
-    fill(A, leaf(@"1"), leaf(@"2"));
+    TreeNode *A = Folder(@"A");
+    Fill(m_source->_root, A, Leaf(@"3"), Leaf(@"4"));
+    Fill(A, Leaf(@"1"), Leaf(@"2"));
     [m_tree reloadData];
     [m_tree expandItem:A];
     for (NSUInteger row : {2u, 4u})
         [m_tree selectRowIndexes:[NSIndexSet indexSetWithIndex:row] byExtendingSelection:YES];
-    ASSERT_EQ(selected(), "24");
+    ASSERT_EQ(Selected(), "24");
     const int before = m_source->_selectionChanges;
     [m_tree collapseItem:A];
-    EXPECT_EQ(selected(), "4");
+    EXPECT_EQ(Selected(), "4");
     EXPECT_EQ(m_source->_selectionChanges, before + 1);
 }
 
@@ -218,10 +218,10 @@ TEST_F(OutlineView, TheSelectionLosesTheRowsThatGoAndFollowsTheOthers)
 TEST_F(OutlineView, ClosingAFolderOfManyRowsTakesNoLongerThanOpeningIt)
 {
     constexpr int kRows = 40000;
-    TreeNode *many = folder(@"many");
-    fill(m_source->_root, many);
+    TreeNode *many = Folder(@"many");
+    Fill(m_source->_root, many);
     for (int i = 0; i < kRows; ++i)
-        [many->_children addObject:leaf(@"")];
+        [many->_children addObject:Leaf(@"")];
     [m_tree reloadData];
     const auto start = Clock::now();
     [m_tree expandItem:many];

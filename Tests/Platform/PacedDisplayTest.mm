@@ -56,7 +56,7 @@ protected:
         [m_pool release];
     }
 
-    static void turn(NSTimeInterval seconds)
+    static void Turn(NSTimeInterval seconds)
     {
         NSAutoreleasePool *pool = [NSAutoreleasePool new];
         // Ends the turn when nothing else does.
@@ -71,19 +71,19 @@ protected:
     }
 
     // Changes the view with every turn of the run loop for a while; returns the seconds it took.
-    double changeForAWhile()
+    double ChangeForAWhile()
     {
         const Clock::time_point start = Clock::now();
         int value = 0;
         while (Clock::now() - start < std::chrono::milliseconds(300)) {
             [m_view show:++value];
-            turn(0.0001);
+            Turn(0.0001);
         }
         return std::chrono::duration<double>(Clock::now() - start).count();
     }
 
     // Nothing of the test's own wakes the run loop meanwhile; it gives up after five seconds.
-    bool waitUntilShown()
+    bool WaitUntilShown()
     {
         const Clock::time_point start = Clock::now();
         NSDate *end = [NSDate dateWithTimeIntervalSinceNow:5];
@@ -106,7 +106,7 @@ TEST_F(PacedDisplay, AWindowThatChangesAllTheTimeIsDrawnSixtyTimesASecondAtMost)
     int before = 0;
     for (int attempt = 0; attempt < 20 && m_view->_value <= most; ++attempt) {
         before = m_view->_drawn;
-        most = 60 * changeForAWhile() + 2;
+        most = 60 * ChangeForAWhile() + 2;
     }
     ASSERT_GT(m_view->_value, most) << "never enough changes to tell";
     EXPECT_GT(m_view->_drawn, before);
@@ -115,18 +115,18 @@ TEST_F(PacedDisplay, AWindowThatChangesAllTheTimeIsDrawnSixtyTimesASecondAtMost)
 
 TEST_F(PacedDisplay, TheLastChangeIsShownThoughNothingElseHappens)
 {
-    changeForAWhile();
-    EXPECT_TRUE(waitUntilShown());
+    ChangeForAWhile();
+    EXPECT_TRUE(WaitUntilShown());
 }
 
 TEST_F(PacedDisplay, AWindowAtRestIsDrawnWithTheTurnThatFollowsItsChange)
 {
-    changeForAWhile();
-    ASSERT_TRUE(waitUntilShown());
+    ChangeForAWhile();
+    ASSERT_TRUE(WaitUntilShown());
     const Clock::time_point start = Clock::now();
     while (Clock::now() - start < std::chrono::milliseconds(50))
-        turn(0.01);
+        Turn(0.01);
     [m_view show:-1];
-    turn(0.0001);
+    Turn(0.0001);
     EXPECT_EQ(m_view->_valueShown, -1);
 }

@@ -14,7 +14,7 @@ private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
 };
 
-NSTextField *label(NSString *text)
+NSTextField *Label(NSString *text)
 {
     NSTextField *made = [[[NSTextField alloc] initWithFrame:NSMakeRect(0, 0, 80, 24)] autorelease];
     [made setBezeled:NO];
@@ -24,7 +24,7 @@ NSTextField *label(NSString *text)
 }
 
 // The font of each character in which the text is laid out.
-void expectFontsHaveTheCharacters(NSString *text, NSFont *font)
+void ExpectFontsHaveTheCharacters(NSString *text, NSFont *font)
 {
     NSMutableAttributedString *laidOut = [[[NSMutableAttributedString alloc]
         initWithString:text
@@ -43,24 +43,24 @@ void expectFontsHaveTheCharacters(NSString *text, NSFont *font)
 
 TEST_F(SubstituteFonts, AChineseTextIsNotDrawnAsQuestionMarks)
 {
-    const Drawing chinese(label(@"导出文件"));
-    const Drawing marks(label(@"????"));
-    EXPECT_FALSE(chinese.equals(marks));
+    const Drawing chinese(Label(@"导出文件"));
+    const Drawing marks(Label(@"????"));
+    EXPECT_FALSE(chinese.Equals(marks));
 }
 
 TEST_F(SubstituteFonts, TwoChineseCharactersDoNotLookTheSame)
 {
-    const Drawing one(label(@"导"));
-    const Drawing other(label(@"件"));
-    EXPECT_FALSE(one.equals(other));
+    const Drawing one(Label(@"导"));
+    const Drawing other(Label(@"件"));
+    EXPECT_FALSE(one.Equals(other));
 }
 
 TEST_F(SubstituteFonts, EveryCharacterGetsAFontThatHasIt)
 {
-    expectFontsHaveTheCharacters(@"File 导出文件 ファイル 2", [NSFont systemFontOfSize:11]);
+    ExpectFontsHaveTheCharacters(@"File 导出文件 ファイル 2", [NSFont systemFontOfSize:11]);
 }
 
 TEST_F(SubstituteFonts, EveryCharacterOfABoldTextGetsAFontThatHasIt)
 {
-    expectFontsHaveTheCharacters(@"File 导出文件 ファイル 2", [NSFont boldSystemFontOfSize:14]);
+    ExpectFontsHaveTheCharacters(@"File 导出文件 ファイル 2", [NSFont boldSystemFontOfSize:14]);
 }

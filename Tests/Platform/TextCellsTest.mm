@@ -35,7 +35,7 @@ class TextCells : public testing::Test {
 protected:
     ~TextCells() override { [m_pool release]; }
 
-    NSString *shortened(NSString *text, CGFloat width, NSLineBreakMode mode)
+    NSString *Shortened(NSString *text, CGFloat width, NSLineBreakMode mode)
     {
         NSTextFieldCell *cell = [[[NSTextFieldCell alloc] initTextCell:text] autorelease];
         [cell setLineBreakMode:mode];
@@ -50,7 +50,7 @@ private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
 };
 
-NSTextField *field(NSString *text, CGFloat width)
+NSTextField *Field(NSString *text, CGFloat width)
 {
     NSTextField *made =
         [[[NSTextField alloc] initWithFrame:NSMakeRect(0, 0, width, 20)] autorelease];
@@ -65,7 +65,7 @@ NSTextField *field(NSString *text, CGFloat width)
 
 TEST_F(TextCells, AtTheTailTheEllipsisFollowsAsMuchAsFits)
 {
-    NSString *text = shortened(kLong, 200, NSLineBreakByTruncatingTail);
+    NSString *text = Shortened(kLong, 200, NSLineBreakByTruncatingTail);
     ASSERT_TRUE([text hasSuffix:@"…"]) << [text UTF8String];
     NSString *kept = [text substringToIndex:[text length] - 1];
     EXPECT_TRUE([kLong hasPrefix:kept]);
@@ -75,7 +75,7 @@ TEST_F(TextCells, AtTheTailTheEllipsisFollowsAsMuchAsFits)
 
 TEST_F(TextCells, AtTheHeadTheEndStays)
 {
-    NSString *text = shortened(kLong, 200, NSLineBreakByTruncatingHead);
+    NSString *text = Shortened(kLong, 200, NSLineBreakByTruncatingHead);
     EXPECT_TRUE([text hasPrefix:@"…"]) << [text UTF8String];
     EXPECT_TRUE([kLong hasSuffix:[text substringFromIndex:1]]);
     EXPECT_GT([text length], 10u);
@@ -83,7 +83,7 @@ TEST_F(TextCells, AtTheHeadTheEndStays)
 
 TEST_F(TextCells, InTheMiddleBothEndsStay)
 {
-    NSString *text = shortened(kLong, 200, NSLineBreakByTruncatingMiddle);
+    NSString *text = Shortened(kLong, 200, NSLineBreakByTruncatingMiddle);
     NSArray *ends = [text componentsSeparatedByString:@"…"];
     ASSERT_EQ([ends count], 2u) << [text UTF8String];
     EXPECT_TRUE([kLong hasPrefix:[ends objectAtIndex:0]]);
@@ -96,7 +96,7 @@ TEST_F(TextCells, NoCharacterIsCutInTwo)
 {
     NSString *const faces = @"😀😀😀😀😀😀😀😀😀😀😀😀😀😀😀😀😀😀😀😀";
     for (CGFloat width = 40; width < 120; width += 3) {
-        NSString *text = shortened(faces, width, NSLineBreakByTruncatingTail);
+        NSString *text = Shortened(faces, width, NSLineBreakByTruncatingTail);
         EXPECT_EQ([text length] % 2, 1u) << width;
         EXPECT_NE([text UTF8String], nullptr) << width;
     }
@@ -113,11 +113,11 @@ TEST_F(TextCells, WithoutAnyRoomTheEllipsisStaysAlone)
 
 TEST_F(TextCells, AFieldShowsWhatDoesNotFitWithTheEllipsis)
 {
-    NSTextField *longer = field(kLong, 200);
+    NSTextField *longer = Field(kLong, 200);
     const NSRect inner = [[longer cell] titleRectForBounds:[longer bounds]];
-    NSString *text = shortened(kLong, inner.size.width, NSLineBreakByTruncatingTail);
-    EXPECT_TRUE(Drawing(longer).equals(Drawing(field(text, 200))));
-    EXPECT_FALSE(Drawing(field(kLong, 200)).equals(Drawing(field(@"Minutes", 200))));
+    NSString *text = Shortened(kLong, inner.size.width, NSLineBreakByTruncatingTail);
+    EXPECT_TRUE(Drawing(longer).Equals(Drawing(Field(text, 200))));
+    EXPECT_FALSE(Drawing(Field(kLong, 200)).Equals(Drawing(Field(@"Minutes", 200))));
 }
 
 TEST_F(TextCells, ATablesTextStandsInTheMiddleOfItsRow)
@@ -135,7 +135,7 @@ TEST_F(TextCells, ATablesTextStandsInTheMiddleOfItsRow)
     const Drawing drawing(table);
     int first = -1, last = -1;
     for (int y = 0; y < 60; ++y) {
-        if (!drawing.isDarkInRow(y))
+        if (!drawing.IsDarkInRow(y))
             continue;
         if (first < 0)
             first = y;

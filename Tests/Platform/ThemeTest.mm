@@ -68,7 +68,7 @@ private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
 };
 
-NSTableView *tableOfThreeRows(id source)
+NSTableView *TableOfThreeRows(id source)
 {
     NSTableView *table =
         [[[NSTableView alloc] initWithFrame:NSMakeRect(0, 0, 200, 120)] autorelease];
@@ -82,7 +82,7 @@ NSTableView *tableOfThreeRows(id source)
     return table;
 }
 
-BOOL hasMenuBar(NSUInteger style)
+BOOL HasMenuBar(NSUInteger style)
 {
     NSWindow *window = [[[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 300, 200)
                                                     styleMask:style
@@ -98,7 +98,7 @@ BOOL hasMenuBar(NSUInteger style)
 }
 
 // The alert's own window, laid out.
-NSWindow *alertWindow(NSString *message, NSString *explanation)
+NSWindow *AlertWindow(NSString *message, NSString *explanation)
 {
     NSAlert *alert = [[[NSAlert alloc] init] autorelease];
     [alert setMessageText:message];
@@ -108,12 +108,12 @@ NSWindow *alertWindow(NSString *message, NSString *explanation)
     return [[[alert window] retain] autorelease];
 }
 
-NSRect frameOf(NSWindow *alert, NSString *part)
+NSRect FrameOf(NSWindow *alert, NSString *part)
 {
     return [[alert valueForKey:part] frame];
 }
 
-NSScrollView *scrollViewOf(NSTableView *table)
+NSScrollView *ScrollViewOf(NSTableView *table)
 {
     NSScrollView *scroll =
         [[[NSScrollView alloc] initWithFrame:NSMakeRect(0, 0, 200, 120)] autorelease];
@@ -167,8 +167,8 @@ TEST_F(Theme, AProgressBarIsFilledAsFarAsItsValueGoes)
     [bar setIndeterminate:NO];
     [bar setDoubleValue:50];
     const Drawing drawing(bar);
-    drawing.expectColor(50, 10, 47, 123, 229);
-    drawing.expectColor(150, 10, 226, 228, 232);
+    drawing.ExpectColor(50, 10, 47, 123, 229);
+    drawing.ExpectColor(150, 10, 226, 228, 232);
 }
 
 TEST_F(Theme, AnEmptyProgressBarShowsNoFill)
@@ -178,27 +178,27 @@ TEST_F(Theme, AnEmptyProgressBarShowsNoFill)
     [bar setIndeterminate:NO];
     [bar setDoubleValue:0];
     const Drawing drawing(bar);
-    drawing.expectColor(4, 10, 226, 228, 232);
+    drawing.ExpectColor(4, 10, 226, 228, 232);
 }
 
 TEST_F(Theme, RowsOfATableAlternateDownToItsLowerEdge)
 {
     ThreeRows *source = [[ThreeRows new] autorelease];
-    const Drawing drawing(scrollViewOf(tableOfThreeRows(source)));
-    drawing.expectColor(100, 10, 255, 255, 255);
-    drawing.expectColor(100, 30, 244, 246, 249);
-    drawing.expectColor(100, 50, 255, 255, 255);
-    drawing.expectColor(100, 110, 244, 246, 249);
+    const Drawing drawing(ScrollViewOf(TableOfThreeRows(source)));
+    drawing.ExpectColor(100, 10, 255, 255, 255);
+    drawing.ExpectColor(100, 30, 244, 246, 249);
+    drawing.ExpectColor(100, 50, 255, 255, 255);
+    drawing.ExpectColor(100, 110, 244, 246, 249);
 }
 
 TEST_F(Theme, ASelectedRowIsLightBlue)
 {
     ThreeRows *source = [[ThreeRows new] autorelease];
-    NSTableView *table = tableOfThreeRows(source);
+    NSTableView *table = TableOfThreeRows(source);
     [table selectRowIndexes:[NSIndexSet indexSetWithIndex:1] byExtendingSelection:NO];
-    const Drawing drawing(scrollViewOf(table));
-    drawing.expectColor(100, 30, 205, 227, 252);
-    drawing.expectColor(100, 10, 255, 255, 255);
+    const Drawing drawing(ScrollViewOf(table));
+    drawing.ExpectColor(100, 30, 205, 227, 252);
+    drawing.ExpectColor(100, 10, 255, 255, 255);
 }
 
 TEST_F(Theme, AScrollerHasNoArrowsAndItsKnobSpansTheTrack)
@@ -221,8 +221,8 @@ TEST_F(Theme, APushButtonIsAWhitePlate)
     [button setTitle:@""];
     [button setBezelStyle:NSRoundedBezelStyle];
     const Drawing drawing(button);
-    drawing.expectColor(40, 14, 255, 255, 255);
-    drawing.expectColor(40, 0, 198, 201, 206);
+    drawing.ExpectColor(40, 14, 255, 255, 255);
+    drawing.ExpectColor(40, 0, 198, 201, 206);
 }
 
 TEST_F(Theme, TheDefaultButtonStandsOut)
@@ -232,7 +232,7 @@ TEST_F(Theme, TheDefaultButtonStandsOut)
     [button setBezelStyle:NSRoundedBezelStyle];
     [button setKeyEquivalent:@"\r"];
     const Drawing drawing(button);
-    drawing.expectColor(40, 0, 47, 123, 229);
+    drawing.ExpectColor(40, 0, 47, 123, 229);
 }
 
 TEST_F(Theme, ABarFromAnInterfaceFileIsOnViewWithoutBeingAnimated)
@@ -244,7 +244,7 @@ TEST_F(Theme, ABarFromAnInterfaceFileIsOnViewWithoutBeingAnimated)
     [bar setDisplayedWhenStopped:NO];
     [bar setDoubleValue:50];
     EXPECT_FALSE([bar isHidden]);
-    Drawing(bar).expectColor(50, 10, 47, 123, 229);
+    Drawing(bar).ExpectColor(50, 10, 47, 123, 229);
     [bar setHidden:YES];
     EXPECT_TRUE([bar isHidden]);
 }
@@ -263,17 +263,17 @@ TEST_F(Theme, AMenuNamesAKeyByItsCapitalLetter)
 
 TEST_F(Theme, OnlyAWindowThatCanBePutAsideHasAMenuBar)
 {
-    EXPECT_FALSE(hasMenuBar(NSTitledWindowMask));
-    EXPECT_FALSE(hasMenuBar(NSTitledWindowMask | NSClosableWindowMask));
-    EXPECT_TRUE(hasMenuBar(NSTitledWindowMask | NSMiniaturizableWindowMask));
+    EXPECT_FALSE(HasMenuBar(NSTitledWindowMask));
+    EXPECT_FALSE(HasMenuBar(NSTitledWindowMask | NSClosableWindowMask));
+    EXPECT_TRUE(HasMenuBar(NSTitledWindowMask | NSMiniaturizableWindowMask));
 }
 
 TEST_F(Theme, AnAlertsTextsStandBelowEachOtherBesideThePicture)
 {
-    NSWindow *alert = alertWindow(@"No access right.", @"Please select another location.");
-    const NSRect icon = frameOf(alert, @"icoButton");
-    const NSRect heading = frameOf(alert, @"titleField"), text = frameOf(alert, @"messageField");
-    const NSRect button = frameOf(alert, @"defButton");
+    NSWindow *alert = AlertWindow(@"No access right.", @"Please select another location.");
+    const NSRect icon = FrameOf(alert, @"icoButton");
+    const NSRect heading = FrameOf(alert, @"titleField"), text = FrameOf(alert, @"messageField");
+    const NSRect button = FrameOf(alert, @"defButton");
     EXPECT_GT(NSMinX(heading), NSMaxX(icon));
     EXPECT_EQ(NSMinX(text), NSMinX(heading));
     EXPECT_EQ(NSMaxY(icon), NSMaxY(heading));
@@ -290,13 +290,13 @@ TEST_F(Theme, AnAlertIsAsHighAsALongExplanationNeeds)
     NSString *text = [line stringByPaddingToLength:6 * [line length]
                                         withString:line
                                    startingAtIndex:0];
-    NSWindow *alert = alertWindow(@"Export", text);
-    const NSRect frame = frameOf(alert, @"messageField");
+    NSWindow *alert = AlertWindow(@"Export", text);
+    const NSRect frame = FrameOf(alert, @"messageField");
     NSAttributedString *shown = [[alert valueForKey:@"messageField"] attributedStringValue];
     const NSRect needed = [shown boundingRectWithSize:NSMakeSize(frame.size.width, 1e6)
                                               options:NSStringDrawingOptions(0)];
     EXPECT_GE(frame.size.height, needed.size.height);
-    EXPECT_GT(NSMinY(frame), NSMaxY(frameOf(alert, @"defButton")));
+    EXPECT_GT(NSMinY(frame), NSMaxY(FrameOf(alert, @"defButton")));
     EXPECT_LE(NSMaxX(frame), [[alert contentView] frame].size.width - 20);
 }
 
@@ -306,8 +306,8 @@ TEST_F(Theme, AToolTipIsFramedInGrey)
         autorelease];
     [tip setText:[[[NSAttributedString alloc] initWithString:@" "] autorelease]];
     const Drawing drawing(tip);
-    drawing.expectColor(30, 0, 198, 201, 206);
-    drawing.expectColor(0, 10, 198, 201, 206);
+    drawing.ExpectColor(30, 0, 198, 201, 206);
+    drawing.ExpectColor(0, 10, 198, 201, 206);
 }
 
 TEST_F(Theme, AButtonWithAKeyOfItsOwnHasNoFocusRing)
@@ -318,6 +318,6 @@ TEST_F(Theme, AButtonWithAKeyOfItsOwnHasNoFocusRing)
         NSView *canvas = [[[FocusFrame alloc] initWithFrame:NSMakeRect(0, 0, 80, 28)] autorelease];
         [(FocusFrame *)canvas setButton:button];
         // The ring's colour over what lies below it is no grey.
-        EXPECT_EQ(Drawing(canvas).isBlueAt(40, 0), [key length] == 0) << [key UTF8String];
+        EXPECT_EQ(Drawing(canvas).IsBlueAt(40, 0), [key length] == 0) << [key UTF8String];
     }
 }

@@ -52,7 +52,7 @@ protected:
     VisualOrder(const VisualOrder &) = delete;
     VisualOrder &operator=(const VisualOrder &) = delete;
 
-    static std::string shown(const char *stored)
+    static std::string Shown(const char *stored)
     {
         return [vx::inVisualOrder([NSString stringWithUTF8String:stored]) UTF8String];
     }
@@ -61,7 +61,7 @@ private:
     NSAutoreleasePool *m_pool = [NSAutoreleasePool new];
 };
 
-NSTextField *field(NSString *text)
+NSTextField *Field(NSString *text)
 {
     NSTextField *made = [[[NSTextField alloc] initWithFrame:NSMakeRect(0, 0, 200, 24)] autorelease];
     [made setBezeled:NO];
@@ -75,34 +75,34 @@ NSTextField *field(NSString *text)
 
 TEST_F(VisualOrder, HebrewRunsFromTheRight)
 {
-    EXPECT_EQ(shown("\u05d0\u05d1\u05d2"), "\u05d2\u05d1\u05d0");
+    EXPECT_EQ(Shown("\u05d0\u05d1\u05d2"), "\u05d2\u05d1\u05d0");
 }
 
 TEST_F(VisualOrder, WhatRunsFromTheLeftKeepsItsPlaceAndItsOrder)
 {
-    EXPECT_EQ(shown("a \u05d0\u05d1 b.txt"), "a \u05d1\u05d0 b.txt");
-    EXPECT_EQ(shown("\u05d0\u05d1.txt"), "\u05d1\u05d0.txt");
+    EXPECT_EQ(Shown("a \u05d0\u05d1 b.txt"), "a \u05d1\u05d0 b.txt");
+    EXPECT_EQ(Shown("\u05d0\u05d1.txt"), "\u05d1\u05d0.txt");
 }
 
 TEST_F(VisualOrder, NumbersKeepTheOrderOfTheirDigits)
 {
-    EXPECT_EQ(shown("\u05d0 123 \u05d1"), "\u05d1 123 \u05d0");
+    EXPECT_EQ(Shown("\u05d0 123 \u05d1"), "\u05d1 123 \u05d0");
 }
 
 TEST_F(VisualOrder, BracketsTurnAround)
 {
-    EXPECT_EQ(shown("\u05d0(\u05d1)\u05d2"), "\u05d2(\u05d1)\u05d0");
+    EXPECT_EQ(Shown("\u05d0(\u05d1)\u05d2"), "\u05d2(\u05d1)\u05d0");
 }
 
 TEST_F(VisualOrder, ArabicLettersAreJoined)
 {
     // Beh, teh, beh: its last form at the left, its first at the right.
-    EXPECT_EQ(shown("\u0628\u062a\u0628"), "\ufe90\ufe98\ufe91");
+    EXPECT_EQ(Shown("\u0628\u062a\u0628"), "\ufe90\ufe98\ufe91");
 }
 
 TEST_F(VisualOrder, TwoArabicLettersThatBecomeOneLeaveNothingBehind)
 {
-    EXPECT_EQ(shown("\u0644\u0627"), "\ufefb");
+    EXPECT_EQ(Shown("\u0644\u0627"), "\ufefb");
 }
 
 TEST_F(VisualOrder, OtherTextIsTheSameObject)
@@ -115,7 +115,7 @@ TEST_F(VisualOrder, ANameThatCommandsADirectionIsShownAsItIsStored)
 {
     // It would read "exe.jpg" at its end.
     for (const char *name : {"\u05d0\u05d1 \u202egpj.exe", "\u2067\u05d0\u05d1\u2069.txt"})
-        EXPECT_EQ(shown(name), name);
+        EXPECT_EQ(Shown(name), name);
 }
 
 TEST_F(VisualOrder, ANameWithHalfACharacterIsShownAsItIsStored)
@@ -127,11 +127,11 @@ TEST_F(VisualOrder, ANameWithHalfACharacterIsShownAsItIsStored)
 
 TEST_F(VisualOrder, AFieldIsDrawnInThatOrder)
 {
-    NSTextField *stored = field(@"a \u05d0\u05d1\u05d2 b");
+    NSTextField *stored = Field(@"a \u05d0\u05d1\u05d2 b");
     NSString *const seen = @"a \u05d2\u05d1\u05d0 b";
     NSView *expected = [[[GivenOrder alloc] initLike:stored showing:seen] autorelease];
     NSView *other = [[[GivenOrder alloc] initLike:stored showing:[stored stringValue]] autorelease];
     const Drawing drawn(stored);
-    EXPECT_TRUE(drawn.equals(Drawing(expected)));
-    EXPECT_FALSE(drawn.equals(Drawing(other)));
+    EXPECT_TRUE(drawn.Equals(Drawing(expected)));
+    EXPECT_FALSE(drawn.Equals(Drawing(other)));
 }

@@ -40,59 +40,59 @@ public:
     Drawing(const Drawing &) = delete;
     Drawing &operator=(const Drawing &) = delete;
 
-    bool isColor(int x, int y, int red, int green, int blue) const
+    bool IsColor(int x, int y, int red, int green, int blue) const
     {
-        NSColor *color = at(x, y);
-        return near([color redComponent], red) && near([color greenComponent], green) &&
-               near([color blueComponent], blue);
+        NSColor *color = At(x, y);
+        return Near([color redComponent], red) && Near([color greenComponent], green) &&
+               Near([color blueComponent], blue);
     }
 
-    void expectColor(int x, int y, int red, int green, int blue) const
+    void ExpectColor(int x, int y, int red, int green, int blue) const
     {
-        EXPECT_TRUE(isColor(x, y, red, green, blue))
-            << "at " << x << ", " << y << " " << [[at(x, y) description] UTF8String];
+        EXPECT_TRUE(IsColor(x, y, red, green, blue))
+            << "at " << x << ", " << y << " " << [[At(x, y) description] UTF8String];
     }
 
-    bool contains(int red, int green, int blue) const
+    bool Contains(int red, int green, int blue) const
     {
         for (int y = 0; y < [_bitmap pixelsHigh]; ++y) {
             for (int x = 0; x < [_bitmap pixelsWide]; ++x) {
-                if (isColor(x, y, red, green, blue))
+                if (IsColor(x, y, red, green, blue))
                     return true;
             }
         }
         return false;
     }
 
-    bool isBlueAt(int x, int y) const
+    bool IsBlueAt(int x, int y) const
     {
-        NSColor *color = at(x, y);
+        NSColor *color = At(x, y);
         return [color blueComponent] > [color redComponent] + 0.2;
     }
 
     // Whether there is a pixel as dark as a text in that line.
-    bool isDarkInRow(int y) const
+    bool IsDarkInRow(int y) const
     {
         for (int x = 0; x < [_bitmap pixelsWide]; ++x) {
-            if ([at(x, y) greenComponent] < 0.5)
+            if ([At(x, y) greenComponent] < 0.5)
                 return true;
         }
         return false;
     }
 
     // Every pixel is the same.
-    bool equals(const Drawing &other) const
+    bool Equals(const Drawing &other) const
     {
-        return equals(other, NSMakeRect(0, 0, static_cast<CGFloat>([_bitmap pixelsWide]),
+        return Equals(other, NSMakeRect(0, 0, static_cast<CGFloat>([_bitmap pixelsWide]),
                                         static_cast<CGFloat>([_bitmap pixelsHigh])));
     }
 
     // Within a rectangle in points from the upper left corner.
-    bool equals(const Drawing &other, NSRect part) const
+    bool Equals(const Drawing &other, NSRect part) const
     {
         for (int y = int(NSMinY(part)); y < int(NSMaxY(part)); ++y) {
             for (int x = int(NSMinX(part)); x < int(NSMaxX(part)); ++x) {
-                if (![at(x, y) isEqual:other.at(x, y)])
+                if (![At(x, y) isEqual:other.At(x, y)])
                     return false;
             }
         }
@@ -100,12 +100,12 @@ public:
     }
 
 private:
-    static bool near(CGFloat component, int expected)
+    static bool Near(CGFloat component, int expected)
     {
         return std::abs(component * 255 - expected) <= 2;
     }
 
-    NSColor *at(int x, int y) const
+    NSColor *At(int x, int y) const
     {
         return [[_bitmap colorAtX:x y:y] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
     }
