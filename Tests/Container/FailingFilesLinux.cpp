@@ -1,10 +1,11 @@
 #include "FailingFiles.h"
 
+#include "Mutex.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <dlfcn.h>
-#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -20,8 +21,9 @@ struct BadPart {
 
 std::atomic<bool> isActive{false};
 std::atomic<int> failedReads{0};
-std::mutex mutex;
-std::vector<BadPart> &badParts = *new std::vector<BadPart>;
+// Never destroyed: files are read until the process has ended.
+vx::Mutex &mutex = *new vx::Mutex;
+std::vector<BadPart> &badParts VX_GUARDED_BY(mutex) = *new std::vector<BadPart>;
 
 // How many of count bytes can be read at this place; -1 if the first cannot.
 ssize_t Allowed(int file, off_t offset, size_t count)
@@ -31,7 +33,7 @@ ssize_t Allowed(int file, off_t offset, size_t count)
         return static_cast<ssize_t>(count);
     const auto begin = static_cast<uint64_t>(offset);
     uint64_t end = begin + count;
-    const std::lock_guard<std::mutex> lock(mutex);
+    const vx::MutexLock lock(mutex);
     for (const BadPart &bad : badParts) {
         if (bad.device != found.st_dev || bad.number != found.st_ino || bad.begin >= end ||
             begin >= bad.end)
@@ -83,7 +85,7 @@ namespace vx {
 
 FailingFiles::~FailingFiles()
 {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const vx::MutexLock lock(mutex);
     isActive = false;
     badParts.clear();
 }
@@ -92,7 +94,7 @@ void FailingFiles::MakeBad(const std::string &path, uint64_t begin, uint64_t len
 {
     struct stat found = {};
     (void)stat(path.c_str(), &found);
-    const std::lock_guard<std::mutex> lock(mutex);
+    const MutexLock lock(mutex);
     badParts.push_back({found.st_dev, found.st_ino, begin, begin + length});
     isActive = true;
 }
