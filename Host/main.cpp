@@ -18,7 +18,7 @@ namespace {
 const vx::LinkPaths kPaths = {vx::kExplorerToHost, vx::kHostToExplorer};
 
 // Returns 0 or the exit status.
-int AskForSecret(vx::EventPipe &events, const std::string &volume, vx::Secret *secret)
+int AskForSecret(vx::EventPipe &events, const std::string &volume, vx::TypedSecret *secret)
 {
     const vx::UniqueFd terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (!terminal) {
@@ -39,7 +39,7 @@ int RunHost(const std::string &argv0, const vx::HostOptions &options)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
-    vx::Secret asked;
+    vx::TypedSecret asked;
     const int status = options.askForSecret ? AskForSecret(events, options.volume, &asked) : 0;
     if (status != 0)
         return status;

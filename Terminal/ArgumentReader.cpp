@@ -1,6 +1,6 @@
 #include "ArgumentReader.h"
 
-#include "Secret.h"
+#include "TypedSecret.h"
 
 namespace vx {
 namespace {

@@ -52,7 +52,7 @@ void Show(int terminal, const std::string &text)
 
 namespace vx {
 
-SecretPrompt::Answer SecretPrompt::Ask(const std::string &question, Secret *secret)
+SecretPrompt::Answer SecretPrompt::Ask(const std::string &question, TypedSecret *secret)
 {
     secret->Wipe();
     const Answer answer = isatty(_input) != 0 ? AskOnTerminal(question, secret) : ReadLine(secret);
@@ -61,7 +61,7 @@ SecretPrompt::Answer SecretPrompt::Ask(const std::string &question, Secret *secr
     return answer;
 }
 
-SecretPrompt::Answer SecretPrompt::AskOnTerminal(const std::string &question, Secret *secret)
+SecretPrompt::Answer SecretPrompt::AskOnTerminal(const std::string &question, TypedSecret *secret)
 {
     const SilentTerminal silence(_input);
     Show(_input, question);
@@ -70,7 +70,7 @@ SecretPrompt::Answer SecretPrompt::AskOnTerminal(const std::string &question, Se
     return answer;
 }
 
-SecretPrompt::Answer SecretPrompt::ReadLine(Secret *secret)
+SecretPrompt::Answer SecretPrompt::ReadLine(TypedSecret *secret)
 {
     bool fits = true;
     char byte = 0;
@@ -139,7 +139,7 @@ const char *SecretPrompt::RefusalText(Answer answer)
     return "";
 }
 
-SecretPrompt::Answer AskOnStandardInput(const std::string &question, Secret *secret)
+SecretPrompt::Answer AskOnStandardInput(const std::string &question, TypedSecret *secret)
 {
     EventPipe events;
     SecretPrompt prompt(STDIN_FILENO, events);

@@ -8,7 +8,7 @@
 // the same events.
 #pragma once
 
-#include "Secret.h"
+#include "TypedSecret.h"
 
 #include <string>
 
@@ -21,7 +21,7 @@ public:
     enum class Answer {
         kGiven,
         kNone,         // an empty line, or the end of input
-        kTooLong,      // more than Secret::kMostBytes
+        kTooLong,      // more than TypedSecret::kMostBytes
         kInterrupted,  // by InterruptingSignal
     };
 
@@ -29,7 +29,7 @@ public:
     SecretPrompt(int input, EventPipe &events) : _input(input), _events(events) {}
 
     // secret: receives the line without its end, and is empty for any other answer than kGiven.
-    Answer Ask(const std::string &question, Secret *secret);
+    Answer Ask(const std::string &question, TypedSecret *secret);
     // 0 if no signal interrupted the question.
     int InterruptingSignal() const { return _signal; }
 
@@ -37,8 +37,8 @@ public:
     static const char *RefusalText(Answer answer);
 
 private:
-    Answer AskOnTerminal(const std::string &question, Secret *secret);
-    Answer ReadLine(Secret *secret);
+    Answer AskOnTerminal(const std::string &question, TypedSecret *secret);
+    Answer ReadLine(TypedSecret *secret);
     bool ReadByte(char *byte);
     bool AwaitInput();
     int NextSignal();
@@ -50,6 +50,6 @@ private:
 
 // Asks on standard input. A signal ends the process as if it were not caught, with the terminal
 // restored and the secret overwritten.
-SecretPrompt::Answer AskOnStandardInput(const std::string &question, Secret *secret);
+SecretPrompt::Answer AskOnStandardInput(const std::string &question, TypedSecret *secret);
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-#include "Secret.h"
+#include "TypedSecret.h"
 
 #include <sys/mman.h>
 
@@ -14,18 +14,18 @@ void Overwrite(char *bytes, size_t count)
 
 }  // namespace
 
-Secret::Secret()
+TypedSecret::TypedSecret()
 {
     (void)mlock(_bytes, sizeof(_bytes));
 }
 
-Secret::~Secret()
+TypedSecret::~TypedSecret()
 {
     Wipe();
     (void)munlock(_bytes, sizeof(_bytes));
 }
 
-bool Secret::Append(char byte)
+bool TypedSecret::Append(char byte)
 {
     if (_size == kMostBytes)
         return false;
@@ -33,12 +33,12 @@ bool Secret::Append(char byte)
     return true;
 }
 
-void Secret::RemoveLast()
+void TypedSecret::RemoveLast()
 {
     _bytes[--_size] = 0;
 }
 
-void Secret::Wipe()
+void TypedSecret::Wipe()
 {
     Overwrite(_bytes, sizeof(_bytes));
     _size = 0;

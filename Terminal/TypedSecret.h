@@ -9,15 +9,15 @@
 
 namespace vx {
 
-class Secret {
+class TypedSecret {
 public:
     // The longest line of a terminal, and the longest path of a key file.
     static constexpr size_t kMostBytes = 4095;
 
-    Secret();
-    ~Secret();
-    Secret(const Secret &) = delete;
-    Secret &operator=(const Secret &) = delete;
+    TypedSecret();
+    ~TypedSecret();
+    TypedSecret(const TypedSecret &) = delete;
+    TypedSecret &operator=(const TypedSecret &) = delete;
 
     // False if it is full.
     bool Append(char byte);

@@ -12,7 +12,7 @@
 
 namespace {
 
-bool Print(const vx::Secret &secret)
+bool Print(const vx::TypedSecret &secret)
 {
     const size_t length = strlen(secret.Text());
     return write(STDOUT_FILENO, secret.Text(), length) == static_cast<ssize_t>(length) &&
@@ -31,7 +31,7 @@ int main(int argc, char **argv)
 {
     if (!vx::HoldStandardDescriptors() || argc != 4)
         return FailWith("usage", "ask-secret NAME QUESTION COUNT");
-    vx::Secret secret;
+    vx::TypedSecret secret;
     const auto answer = vx::AskOnStandardInput(argv[2], &secret);
     if (answer != vx::SecretPrompt::Answer::kGiven)
         return FailWith(argv[1], vx::SecretPrompt::RefusalText(answer));

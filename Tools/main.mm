@@ -64,7 +64,7 @@ bool AreAllUtf8(const std::vector<std::string> &arguments)
     return std::all_of(arguments.begin(), arguments.end(), vx::IsUtf8);
 }
 
-bool AskForSecret(const Options &options, vx::Secret *secret, std::string *error)
+bool AskForSecret(const Options &options, vx::TypedSecret *secret, std::string *error)
 {
     const std::string question = "Secret (" + vx::TerminalText(options.unlockKind) + ") for " +
                                  vx::TerminalText(options.volume) + ": ";
@@ -76,7 +76,7 @@ bool AskForSecret(const Options &options, vx::Secret *secret, std::string *error
 // Opens the volume and overwrites the secret. Returns the exit status.
 int Open(Options *options, vx::VolumeSession *session, std::string *error)
 {
-    vx::Secret asked;
+    vx::TypedSecret asked;
     if (options->asksSecret && !AskForSecret(*options, &asked, error))
         return vx::kExitUsage;
     const char *secret = options->asksSecret ? asked.Text() : options->secret.c_str();

@@ -61,7 +61,7 @@ protected:
 
     vx::EventPipe _events;
     Terminal _terminal;
-    vx::Secret _secret;
+    vx::TypedSecret _secret;
     vx::SecretPrompt _prompt{_terminal.Slave(), _events};
     std::string _rest;  // in the pipe, after the answer
 };
@@ -150,7 +150,7 @@ TEST_F(SecretPromptTest, APipeAnswersWithOneLineAndKeepsTheRest)
 
 TEST_F(SecretPromptTest, ALineThatIsTooLongIsRefusedAsAWhole)
 {
-    const std::string longest(vx::Secret::kMostBytes, 'x');
+    const std::string longest(vx::TypedSecret::kMostBytes, 'x');
     EXPECT_EQ(AnswerFromPipe(longest + "\n", Answer::kGiven), longest);
     EXPECT_EQ(AnswerFromPipe(longest + "y\nmore", Answer::kTooLong), "");
     EXPECT_EQ(_rest, "more");

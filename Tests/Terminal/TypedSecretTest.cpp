@@ -1,4 +1,4 @@
-#include "Secret.h"
+#include "TypedSecret.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 namespace vx {
 namespace {
 
-void Fill(Secret *secret, const std::string &text)
+void Fill(TypedSecret *secret, const std::string &text)
 {
     for (const char byte : text)
         ASSERT_TRUE(secret->Append(byte));
@@ -16,7 +16,7 @@ void Fill(Secret *secret, const std::string &text)
 
 TEST(Secret, ItHoldsWhatWasAppended)
 {
-    Secret secret;
+    TypedSecret secret;
     EXPECT_TRUE(secret.IsEmpty());
     Fill(&secret, "open sesame!");
     secret.RemoveLast();
@@ -26,15 +26,15 @@ TEST(Secret, ItHoldsWhatWasAppended)
 
 TEST(Secret, AFullOneTakesNoMoreAndStillEndsInAZero)
 {
-    Secret secret;
-    Fill(&secret, std::string(Secret::kMostBytes, 'x'));
+    TypedSecret secret;
+    Fill(&secret, std::string(TypedSecret::kMostBytes, 'x'));
     EXPECT_FALSE(secret.Append('y'));
-    EXPECT_EQ(std::string(secret.Text()), std::string(Secret::kMostBytes, 'x'));
+    EXPECT_EQ(std::string(secret.Text()), std::string(TypedSecret::kMostBytes, 'x'));
 }
 
 TEST(Secret, WhatIsWipedIsEmpty)
 {
-    Secret secret;
+    TypedSecret secret;
     Fill(&secret, "open sesame");
     secret.Wipe();
     EXPECT_TRUE(secret.IsEmpty());
@@ -43,10 +43,10 @@ TEST(Secret, WhatIsWipedIsEmpty)
 
 TEST(Secret, NothingOfItIsLeftInMemoryWhenItGoes)
 {
-    alignas(Secret) static unsigned char place[sizeof(Secret)];
-    Secret *secret = new (place) Secret;
+    alignas(TypedSecret) static unsigned char place[sizeof(TypedSecret)];
+    TypedSecret *secret = new (place) TypedSecret;
     Fill(secret, "open sesame");
-    secret->~Secret();
+    secret->~TypedSecret();
     const std::string word = "sesame";
     EXPECT_EQ(std::search(std::begin(place), std::end(place), word.begin(), word.end()),
               std::end(place));
