@@ -95,7 +95,7 @@ int HostSession::Run(const std::string &program, const OpeningTexts &texts,
 bool HostSession::CheckVolume(const std::string &program, const OpeningTexts &texts)
 {
     std::vector<std::string> warnings;
-    const std::string reason = WhyVolumeStaysShut(program, texts, &warnings, &_events);
+    const std::string reason = WhyVolumeDoesNotOpen(program, texts, &warnings, &_events);
     if (Await([this] { return _interruptedBy != 0; }, Deadline::clock::now()))
         return false;
     for (const std::string &warning : warnings)

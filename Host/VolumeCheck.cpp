@@ -43,7 +43,7 @@ std::string TryToOpen(void *library, const std::string &path, const vx::OpeningT
     if (status != 0)
         return std::string("cannot open ") + texts.volume + ": " + OpenFailureText(library, status);
     if (!volume)
-        return "the volume library gave no volume";
+        return "the volume library returned no volume";
     std::string report(1, kOpened);
     for (const std::string &warning : OpenWarnings(library))
         report += warning + "\n";
@@ -146,8 +146,8 @@ bool AwaitEnd(pid_t process)
 
 namespace vx {
 
-std::string WhyVolumeStaysShut(const std::string &program, const OpeningTexts &texts,
-                               std::vector<std::string> *warnings, EventPipe *events)
+std::string WhyVolumeDoesNotOpen(const std::string &program, const OpeningTexts &texts,
+                                 std::vector<std::string> *warnings, EventPipe *events)
 {
     const std::string path = LibraryBeside(program);
     int ends[2];

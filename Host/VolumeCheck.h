@@ -20,8 +20,8 @@ class EventPipe;
 // warnings: may be null; receives a line each.
 // events: may be null. Its first signal is passed on to the child, so that the wait ends, and is
 // posted again for the caller.
-std::string WhyVolumeStaysShut(const std::string &program, const OpeningTexts &texts,
-                               std::vector<std::string> *warnings = nullptr,
-                               EventPipe *events = nullptr);
+std::string WhyVolumeDoesNotOpen(const std::string &program, const OpeningTexts &texts,
+                                 std::vector<std::string> *warnings = nullptr,
+                                 EventPipe *events = nullptr);
 
 }  // namespace vx

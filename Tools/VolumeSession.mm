@@ -69,7 +69,7 @@ bool VolumeSession::Accept(void *library, const std::string &name, IVolume *open
         return false;
     }
     if (opened == nullptr) {
-        *error = "cannot open " + name + ": the volume library gave no volume (status 0)";
+        *error = "cannot open " + name + ": the volume library returned no volume (status 0)";
         return false;
     }
     _warnings = WarningsOf(library, name);

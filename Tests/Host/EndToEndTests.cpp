@@ -52,7 +52,7 @@ protected:
     }
 
     // What the explorer reported; the file appears with all of it.
-    std::string Told() const
+    std::string Reported() const
     {
         EXPECT_TRUE(Eventually([this] { return PipeFolder::Exists(_file); }));
         return ContentOf(_file);
@@ -79,7 +79,7 @@ protected:
     bool IsRunning(const std::string &pid) const { return kill(std::stoi(pid), 0) == 0; }
 
     PipeFolder _folder;
-    const std::string _file = _folder.At("told");
+    const std::string _file = _folder.At("reported");
 };
 
 TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
@@ -97,7 +97,7 @@ TEST_F(EndToEndTest, WithoutStandardDescriptorsNothingElseTakesTheirPlaces)
 {
     ChildProcess host("/bin/sh", {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", VOLUME_HOST,
                                   "--explorer", FAKE_EXPLORER, "descriptors:" + _file});
-    EXPECT_EQ(Told(), HandedOn());
+    EXPECT_EQ(Reported(), HandedOn());
     EXPECT_EQ(host.AwaitEnd(), 1);
     EXPECT_TRUE(NothingIsThere());
 }
@@ -111,7 +111,7 @@ TEST_F(EndToEndTest, TheExplorerTakesAMessageOfTheHostAndGoesOn)
         const FifoReader beside(kToExplorer);
         // The explorer may take it between two looks; it has been sent by the end of the wait.
         Eventually([&] { return beside.HasInput(); });
-        EXPECT_TRUE(Eventually([&] { return !beside.HasInput(); })) << "nobody took it";
+        EXPECT_TRUE(Eventually([&] { return !beside.HasInput(); })) << "nothing read it";
         host.CloseInput();
         EXPECT_EQ(host.AwaitEnd(), 0);
         EXPECT_EQ(host.Output(), "volume-host: the explorer sent its quit notice\n");
@@ -139,16 +139,17 @@ TEST_F(EndToEndTest, AnExplorerThatCrashesIsReportedWithItsSignal)
 TEST_F(EndToEndTest, TheExplorerGetsExactlyFourArguments)
 {
     ChildProcess host = Host("arguments", {"password", "open sesame"});
-    const std::string told = Told();
-    EXPECT_EQ(told.rfind("password\nopen sesame\n", 0), 0u) << told;
-    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 3) << "and the volume is the first";
+    const std::string reported = Reported();
+    EXPECT_EQ(reported.rfind("password\nopen sesame\n", 0), 0u) << reported;
+    EXPECT_EQ(std::count(reported.begin(), reported.end(), '\n'), 3)
+        << "and the volume is the first";
     host.AwaitEnd();
 }
 
 TEST_F(EndToEndTest, WithoutKindAndSecretTheKindIsNoneAndTheSecretEmpty)
 {
     ChildProcess host = Host("arguments");
-    EXPECT_EQ(Told().rfind("none\n\n", 0), 0u);
+    EXPECT_EQ(Reported().rfind("none\n\n", 0), 0u);
     host.AwaitEnd();
 }
 
@@ -157,7 +158,7 @@ class InterruptionTest : public EndToEndTest, public testing::WithParamInterface
 TEST_P(InterruptionTest, ASignalEndsTheExplorerAndCleansUp)
 {
     ChildProcess host = Host("wait");
-    const std::string explorer = Told();
+    const std::string explorer = Reported();
     ASSERT_TRUE(IsRunning(explorer));
     host.Signal(GetParam());
     EXPECT_EQ(host.AwaitEnd(), 128 + GetParam());
@@ -207,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, OpeningTest, testing::Values("password", "deaf")
 TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
 {
     ChildProcess first = Host("wait");
-    const std::string explorer = Told();
+    const std::string explorer = Reported();
     ChildProcess second(VOLUME_HOST, {"some volume"});
     EXPECT_EQ(second.AwaitEnd(), 3);
     EXPECT_EQ(second.Output().find("volume-host: another host is running"), 0u);
@@ -222,7 +223,7 @@ TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
 TEST_F(EndToEndTest, AfterAHostWasKilledTheNextOneStarts)
 {
     ChildProcess killed = Host("wait");
-    const std::string orphan = Told();
+    const std::string orphan = Reported();
     killed.Signal(SIGKILL);
     ASSERT_EQ(killed.AwaitEnd(), -SIGKILL);
     EXPECT_TRUE(PipeFolder::Exists(kToHost));
@@ -240,7 +241,7 @@ TEST_F(EndToEndTest, AnExplorerThatOutlivedItsHostIsNotTakenForTheNextOnes)
     killed.Signal(SIGKILL);
     ASSERT_EQ(killed.AwaitEnd(), -SIGKILL);
     ChildProcess next = Host("wait");
-    const std::string explorer = Told();
+    const std::string explorer = Reported();
     killed.CloseInput();
     ASSERT_TRUE(Eventually([&] { return !PipeFolder::Exists(orphansFile); }));
     EXPECT_EQ(ContentOf(orphansFile + ".notice"), "lost");
@@ -253,14 +254,14 @@ TEST_F(EndToEndTest, AnExplorerThatOutlivedItsHostIsNotTakenForTheNextOnes)
 TEST_F(EndToEndTest, TheExplorerInheritsNoDescriptorOfTheHost)
 {
     ChildProcess host = Host("descriptors");
-    EXPECT_EQ(Told(), HandedOn());
+    EXPECT_EQ(Reported(), HandedOn());
     host.AwaitEnd();
 }
 
 TEST_F(EndToEndTest, ASentMessageCarriesItsCode)
 {
     ChildProcess host = Host("message", {"--send", "12"});
-    EXPECT_EQ(Told(), "1 12 13");
+    EXPECT_EQ(Reported(), "1 12 13");
     host.AwaitEnd();
     EXPECT_TRUE(NothingIsThere());
 }
@@ -368,7 +369,7 @@ TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
     _terminal.AwaitShown("Secret for ");
     ASSERT_TRUE(Eventually([this] { return !_terminal.Echoes(); }));
     _terminal.Type("open sesame\n");
-    EXPECT_EQ(Told().rfind("password\nopen sesame\n", 0), 0u);
+    EXPECT_EQ(Reported().rfind("password\nopen sesame\n", 0), 0u);
     EXPECT_EQ(AwaitEnd(), 1);
     EXPECT_TRUE(_terminal.Echoes());
     EXPECT_EQ(_terminal.AwaitShown("\n").find("sesame"), std::string::npos);

@@ -23,14 +23,14 @@ vx::OpeningTexts Options(const std::string &volume, const char *kind = "none",
 TEST(VolumeCheck, AVolumeThatOpensGivesNoReason)
 {
     const vx::TemporaryFolder folder;
-    EXPECT_EQ(vx::WhyVolumeStaysShut(kExplorer, Options(folder.Path())), "");
+    EXPECT_EQ(vx::WhyVolumeDoesNotOpen(kExplorer, Options(folder.Path())), "");
 }
 
 TEST(VolumeCheck, AVolumeThatDoesNotExistIsToldInWordsWithItsStatus)
 {
     const vx::TemporaryFolder folder;
     const std::string reason =
-        vx::WhyVolumeStaysShut(kExplorer, Options(folder.Path() + "/missing"));
+        vx::WhyVolumeDoesNotOpen(kExplorer, Options(folder.Path() + "/missing"));
     EXPECT_THAT(reason, HasSubstr("cannot open " + folder.Path() + "/missing: "));
     EXPECT_THAT(reason, HasSubstr("(status "));
 }
@@ -45,7 +45,7 @@ TEST(VolumeCheck, WhatIsNoticedOfAVolumeThatOpensIsAWarning)
     if (std::system(make.c_str()) != 0)
         GTEST_SKIP() << "mkfs.fat is missing; see docs/building.md";
     std::vector<std::string> warnings;
-    EXPECT_EQ(vx::WhyVolumeStaysShut(kExplorer, Options(disk), &warnings), "");
+    EXPECT_EQ(vx::WhyVolumeDoesNotOpen(kExplorer, Options(disk), &warnings), "");
     EXPECT_THAT(warnings, testing::ElementsAre(HasSubstr("ends 5 MiB before the volume does")));
 }
 
@@ -53,7 +53,7 @@ TEST(VolumeCheck, TheSecretIsNotRepeated)
 {
     const vx::TemporaryFolder folder;
     folder.WriteFile("disk.img", std::string(4096, 'x'));
-    const std::string reason = vx::WhyVolumeStaysShut(
+    const std::string reason = vx::WhyVolumeDoesNotOpen(
         kExplorer, Options(folder.Path() + "/disk.img", "recovery", "111111-secret"));
     EXPECT_NE(reason, "");
     EXPECT_EQ(reason.find("111111-secret"), std::string::npos);
@@ -62,11 +62,11 @@ TEST(VolumeCheck, TheSecretIsNotRepeated)
 TEST(VolumeCheck, AMissingLibraryIsTold)
 {
     const vx::TemporaryFolder folder;
-    EXPECT_THAT(vx::WhyVolumeStaysShut(folder.Path() + "/X.app/X", Options("/")),
+    EXPECT_THAT(vx::WhyVolumeDoesNotOpen(folder.Path() + "/X.app/X", Options("/")),
                 HasSubstr("the volume library does not load"));
 }
 
 TEST(VolumeCheck, AnExplorerOutsideABundleIsNotTriedFor)
 {
-    EXPECT_EQ(vx::WhyVolumeStaysShut("/bin/true", Options("/does/not/exist")), "");
+    EXPECT_EQ(vx::WhyVolumeDoesNotOpen("/bin/true", Options("/does/not/exist")), "");
 }
