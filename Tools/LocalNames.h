@@ -1,8 +1,7 @@
 // Where each entry of the volume arrives below the destination: its names from the root down, with
 // a backslash read as "/". Three kinds of names change: one that is longer than the file system
-// allows is cut, keeps its extension and gets a number; one that consists of separators only
-// becomes
-// "_"; "" and "." between separators are left out.
+// allows is cut, keeps its extension and gets a number; a name of separators only becomes "_"; ""
+// and "." between separators are left out.
 //
 // Ownership: borrows the catalogue. Threads: one at a time; folders that lie above an entry have
 // been listed.

@@ -63,7 +63,7 @@ bool RoomCheck::IsExported(Z5FindData *entry) const
     }
 }
 
-// What the disk has back when the entry has replaced what stands in its place.
+// Space freed when the entry replaces an existing file.
 int64_t RoomCheck::GivenBackFor(Z5FindData *entry)
 {
     bool isChanged = false;
