@@ -1,6 +1,7 @@
 #include "ExplorerProcess.h"
 
 #include "ArgumentVector.h"
+#include "ThreadChecks.h"
 
 #include <cerrno>
 #include <signal.h>
@@ -46,6 +47,7 @@ ExplorerProcess::~ExplorerProcess()
 
 int ExplorerProcess::Start(const std::string &program, const std::vector<const char *> &arguments)
 {
+    AssertMainThread();
     const SpawnAttributes attributes;
     const std::vector<char *> vector = ArgumentVector(program, arguments);
     pid_t pid = -1;
@@ -58,17 +60,20 @@ int ExplorerProcess::Start(const std::string &program, const std::vector<const c
 
 bool ExplorerProcess::HasEnded()
 {
+    AssertMainThread();
     return _pid == -1 || Reap(WNOHANG);
 }
 
 void ExplorerProcess::Signal(int signal)
 {
+    AssertMainThread();
     if (!HasEnded())
         kill(_pid, signal);
 }
 
 void ExplorerProcess::Kill()
 {
+    AssertMainThread();
     if (HasEnded())
         return;
     kill(_pid, SIGKILL);
@@ -77,6 +82,7 @@ void ExplorerProcess::Kill()
 
 std::string ExplorerProcess::DescribeEnd() const
 {
+    AssertMainThread();
     if (WIFSIGNALED(_status))
         return "signal " + std::to_string(WTERMSIG(_status));
     return "exit status " + std::to_string(WEXITSTATUS(_status));

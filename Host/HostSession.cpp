@@ -3,6 +3,7 @@
 #include "CPipeDataWrapper.h"
 #include "ExitStatus.h"
 #include "HostLock.h"
+#include "ThreadChecks.h"
 #include "VolumeCheck.h"
 #include "_MSG_DATA_PACKAGE.h"
 
@@ -66,11 +67,13 @@ namespace vx {
 HostSession::HostSession(EventPipe &events, const LinkPaths &paths)
     : _events(events), _paths(paths), _sink(events)
 {
+    AssertMainThread();
 }
 
 int HostSession::Run(const std::string &program, const OpeningTexts &texts,
                      std::optional<uint32_t> sendCode)
 {
+    AssertMainThread();
     const HostLock lock(_paths.read + ".lock");
     const std::string error = lock.IsHeld() ? MakeFifoPair(_paths) : lock.GetError();
     if (!error.empty()) {

@@ -6,6 +6,7 @@
 #include "OpenFailureText.h"
 #include "OpeningInterruption.h"
 #include "PathText.h"
+#include "ThreadChecks.h"
 #include "UniqueFd.h"
 
 #include <cerrno>
@@ -149,6 +150,7 @@ namespace vx {
 std::string WhyVolumeDoesNotOpen(const std::string &program, const OpeningTexts &texts,
                                  std::vector<std::string> *warnings, EventPipe *events)
 {
+    AssertMainThread();
     const std::string path = LibraryBeside(program);
     int ends[2];
     if (path.empty() || pipe(ends) != 0)

@@ -8,6 +8,7 @@
 #include "SignalWatch.h"
 #include "StandardDescriptors.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 #include "UniqueFd.h"
 
 #include <cstdio>
@@ -54,6 +55,7 @@ int RunHost(const std::string &argv0, const vx::HostOptions &options)
 
 int main(int argc, char *argv[])
 {
+    vx::CheckThreads();
     if (!vx::HoldStandardDescriptors())
         return vx::kExitNotStarted;
     const vx::CommandLine line = vx::ParseCommandLine({argv + 1, argv + argc});

@@ -1,5 +1,7 @@
 #include "EventPipe.h"
 
+#include "ThreadChecks.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -29,6 +31,7 @@ namespace vx {
 
 EventPipe::EventPipe()
 {
+    AssertMainThread();
     int ends[2];
     // The first descriptors that the program needs: it cannot wait for anything without them.
     if (pipe(ends) == -1)
@@ -52,6 +55,7 @@ void EventPipe::Post(int event)
 
 std::optional<int> EventPipe::Await(std::optional<Deadline> deadline)
 {
+    AssertMainThread();
     unsigned char byte;
     while (read(_out.Get(), &byte, 1) != 1) {
         if (HasPassed(deadline))
@@ -60,6 +64,12 @@ std::optional<int> EventPipe::Await(std::optional<Deadline> deadline)
         poll(&wanted, 1, MillisecondsUntil(deadline));
     }
     return byte;
+}
+
+int EventPipe::GetDescriptor() const
+{
+    AssertMainThread();
+    return _out.Get();
 }
 
 }  // namespace vx

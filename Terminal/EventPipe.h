@@ -25,7 +25,7 @@ public:
     // The next event, or nothing by the deadline; without a deadline it waits indefinitely.
     std::optional<int> Await(std::optional<Deadline> deadline);
     // For poll(): readable while there is an event.
-    int GetDescriptor() const { return _out.Get(); }
+    int GetDescriptor() const;
 
 private:
     UniqueFd _out;

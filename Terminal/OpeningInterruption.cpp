@@ -1,6 +1,7 @@
 #include "OpeningInterruption.h"
 
 #include "EndingSignal.h"
+#include "ThreadChecks.h"
 #include "VolumeReport.h"
 
 #include <atomic>
@@ -46,6 +47,7 @@ void OnSignal(int number)
 OpeningInterruption::OpeningInterruption(void *library)
     : _isActive(CancelFunctionOf(library) != nullptr)
 {
+    AssertMainThread();
     signalReceived = 0;
     if (!_isActive)
         return;
@@ -63,6 +65,7 @@ OpeningInterruption::OpeningInterruption(void *library)
 
 OpeningInterruption::~OpeningInterruption()
 {
+    AssertMainThread();
     if (!_isActive)
         return;
     alarm(0);
@@ -72,6 +75,7 @@ OpeningInterruption::~OpeningInterruption()
 
 int OpeningInterruption::Signal()
 {
+    AssertMainThread();
     return signalReceived;
 }
 

@@ -3,6 +3,7 @@
 #include "EndingSignal.h"
 #include "EventPipe.h"
 #include "SignalWatch.h"
+#include "ThreadChecks.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -54,6 +55,7 @@ namespace vx {
 
 SecretPrompt::Answer SecretPrompt::Ask(const std::string &question, TypedSecret *secret)
 {
+    AssertMainThread();
     secret->Wipe();
     const Answer answer = isatty(_input) != 0 ? AskOnTerminal(question, secret) : ReadLine(secret);
     if (answer != Answer::kGiven)
@@ -141,6 +143,7 @@ const char *SecretPrompt::RefusalText(Answer answer)
 
 SecretPrompt::Answer AskOnStandardInput(const std::string &question, TypedSecret *secret)
 {
+    AssertMainThread();
     EventPipe events;
     SecretPrompt prompt(STDIN_FILENO, events);
     const SignalWatch watch(events);

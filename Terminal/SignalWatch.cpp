@@ -1,6 +1,7 @@
 #include "SignalWatch.h"
 
 #include "EventPipe.h"
+#include "ThreadChecks.h"
 
 #include <atomic>
 
@@ -20,6 +21,7 @@ namespace vx {
 
 SignalWatch::SignalWatch(EventPipe &events)
 {
+    AssertMainThread();
     g_events = &events;
     for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD})
         Handle(signal, PostSignal);
@@ -28,6 +30,7 @@ SignalWatch::SignalWatch(EventPipe &events)
 
 SignalWatch::~SignalWatch()
 {
+    AssertMainThread();
     for (const auto &entry : _former)
         sigaction(entry.first, &entry.second, nullptr);
     g_events = nullptr;

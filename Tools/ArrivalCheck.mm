@@ -6,6 +6,7 @@
 #include "PathText.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 #include "UniqueFd.h"
 
 #include <cerrno>
@@ -33,10 +34,12 @@ ArrivalCheck::ArrivalCheck(const VolumeSession &session, NSArray *selected, Dest
       _line(line),
       _report(*report)
 {
+    AssertMainThread();
 }
 
 void ArrivalCheck::CheckFolders()
 {
+    AssertMainThread();
     if (_selected == [_session.Explorer() rootDirectory])
         CheckListing(u"", "/");
     WalkCatalogue(_session.Explorer(), _selected, [this](Z5FindData *entry, bool isUnlistable) {
@@ -70,6 +73,7 @@ void ArrivalCheck::CheckListing(const std::u16string &path, const std::string &s
 
 void ArrivalCheck::CheckFiles(NSArray *plan, const std::vector<Arrival> &arrivals)
 {
+    AssertMainThread();
     CountUnreached(plan, arrivals);
     for (const Arrival &arrival : arrivals) {
         @autoreleasepool {

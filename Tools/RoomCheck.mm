@@ -3,6 +3,7 @@
 #import "EntryText.h"
 #include "NumberText.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,6 +18,7 @@ constexpr int64_t kStatBlock = 512;
 
 bool RoomCheck::HasRoomFor(NSArray *files, const std::string &shownFolder, std::string *error)
 {
+    AssertMainThread();
     DiskSpace space;
     if (!LookAtSpace(_tree.Root(), &space) || RoughNeed(files, space) <= space.freeBytes)
         return true;

@@ -2,6 +2,7 @@
 
 #import "EntryText.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 #import "Utf16Text.h"
 
 namespace vx {
@@ -38,6 +39,7 @@ bool IsCovered(Z5FindData *entry, NSSet *selected)
 bool FindEntry(Z5FileExplorerWapper *explorer, const std::string &path, Z5FindData **entry,
                std::string *error)
 {
+    AssertMainThread();
     // After a slash, a leading U+FEFF of the path is part of a name and not a mark.
     NSString *text = [NSString stringWithUTF8String:("/" + path).c_str()];
     if (text == nil)
@@ -61,6 +63,7 @@ bool FindEntry(Z5FileExplorerWapper *explorer, const std::string &path, Z5FindDa
 NSArray *SelectEntries(Z5FileExplorerWapper *explorer, const std::vector<std::string> &paths,
                        std::string *error)
 {
+    AssertMainThread();
     NSMutableArray *named = [NSMutableArray array];
     for (const std::string &path : paths) {
         Z5FindData *entry = nil;

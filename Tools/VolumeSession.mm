@@ -4,6 +4,7 @@
 #include "OpenFailureText.h"
 #include "OpeningInterruption.h"
 #include "TerminalText.h"
+#include "ThreadChecks.h"
 
 #include <dlfcn.h>
 
@@ -43,6 +44,7 @@ std::vector<std::string> WarningsOf(void *library, const std::string &name)
 bool VolumeSession::Open(const std::string &volume, const std::string &unlockKind,
                          const char *secret, std::string *error)
 {
+    AssertMainThread();
     CBitlockerWrapper wrapper;
     const std::string path = [wrapper.libraryPath() UTF8String];
     const Library library(dlopen(path.c_str(), RTLD_LAZY));
