@@ -16,9 +16,9 @@ namespace vx {
 struct HostOptions {
     std::string volume;
     std::string kind = "none";
-    std::string secret;  // empty if it is to be asked for
-    bool askForSecret = false;
-    std::string explorer;  // path of the explorer's program; empty: the one beside this program
+    std::string secret;       // as given; empty if it is to be asked for
+    bool asksSecret = false;  // the secret was given as "-"
+    std::string explorer;     // path of the explorer's program; empty: the one beside this program
     std::optional<uint32_t> sendCode;
     bool help = false;
     bool version = false;
@@ -31,10 +31,5 @@ struct CommandLine {
 
 // arguments: without the program's own name. --help and --version win over everything after them.
 CommandLine ParseCommandLine(const std::vector<std::string> &arguments);
-
-// A few lines on how to call the program, the whole help with the exit statuses, and the version.
-const char *UsageText();
-const char *HelpText();
-const char *VersionText();
 
 }  // namespace vx

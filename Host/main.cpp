@@ -10,6 +10,7 @@
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 #include "UniqueFd.h"
+#include "UsageText.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -19,7 +20,7 @@ namespace {
 const vx::LinkPaths kPaths = {vx::kExplorerToHost, vx::kHostToExplorer};
 
 // Returns 0 or the exit status.
-int AskForSecret(vx::EventPipe &events, const std::string &volume, vx::TypedSecret *secret)
+int AskForSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::TypedSecret *secret)
 {
     const vx::UniqueFd terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (!terminal) {
@@ -27,7 +28,7 @@ int AskForSecret(vx::EventPipe &events, const std::string &volume, vx::TypedSecr
         return vx::kExitNotStarted;
     }
     vx::SecretPrompt prompt(terminal.Get(), events);
-    const auto answer = prompt.Ask("Secret for " + vx::TerminalText(volume) + ": ", secret);
+    const auto answer = prompt.Ask(vx::SecretQuestion(options.kind, options.volume), secret);
     if (answer == vx::SecretPrompt::Answer::kInterrupted)
         return vx::kExitSignalBase + prompt.InterruptingSignal();
     if (answer == vx::SecretPrompt::Answer::kGiven)
@@ -41,13 +42,13 @@ int RunHost(const std::string &argv0, const vx::HostOptions &options)
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
     vx::TypedSecret asked;
-    const int status = options.askForSecret ? AskForSecret(events, options.volume, &asked) : 0;
+    const int status = options.asksSecret ? AskForSecret(events, options, &asked) : 0;
     if (status != 0)
         return status;
     const std::string program =
         options.explorer.empty() ? vx::ProgramFolder(argv0) + "/" VX_EXPLORER : options.explorer;
     const vx::OpeningTexts opening = {options.volume.c_str(), options.kind.c_str(),
-                                      options.askForSecret ? asked.Text() : options.secret.c_str()};
+                                      options.asksSecret ? asked.Text() : options.secret.c_str()};
     return vx::HostSession(events, kPaths).Run(program, opening, options.sendCode);
 }
 
@@ -61,11 +62,11 @@ int main(int argc, char *argv[])
     const vx::CommandLine line = vx::ParseCommandLine({argv + 1, argv + argc});
     if (!line.error.empty()) {
         fprintf(stderr, "volume-host: %s\n%s", vx::TerminalText(line.error).c_str(),
-                vx::UsageText());
+                vx::kUsageText);
         return vx::kExitUsage;
     }
     if (line.options.help || line.options.version) {
-        fputs(line.options.help ? vx::HelpText() : vx::VersionText(), stdout);
+        fputs(line.options.help ? vx::kHelpText : vx::kVersionText, stdout);
         return vx::kExitSuccess;
     }
     return RunHost(argv[0], line.options);

@@ -3,6 +3,7 @@
 #include "EndingSignal.h"
 #include "EventPipe.h"
 #include "SignalWatch.h"
+#include "TerminalText.h"
 #include "ThreadChecks.h"
 
 #include <algorithm>
@@ -139,6 +140,11 @@ const char *SecretPrompt::RefusalText(Answer answer)
         return "interrupted";
     }
     return "";
+}
+
+std::string SecretQuestion(const std::string &kind, const std::string &volume)
+{
+    return "Secret (" + TerminalText(kind) + ") for " + TerminalText(volume) + ": ";
 }
 
 SecretPrompt::Answer AskOnStandardInput(const std::string &question, TypedSecret *secret)

@@ -48,6 +48,9 @@ private:
     int _signal = 0;
 };
 
+// What both programs ask, e.g. "Secret (password) for disk.img: ".
+std::string SecretQuestion(const std::string &kind, const std::string &volume);
+
 // Asks on standard input. A signal ends the process as if it were not caught, with the terminal
 // restored and the secret overwritten.
 SecretPrompt::Answer AskOnStandardInput(const std::string &question, TypedSecret *secret);

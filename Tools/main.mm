@@ -66,8 +66,7 @@ bool AreAllUtf8(const std::vector<std::string> &arguments)
 
 bool AskForSecret(const Options &options, vx::TypedSecret *secret, std::string *error)
 {
-    const std::string question = "Secret (" + vx::TerminalText(options.unlockKind) + ") for " +
-                                 vx::TerminalText(options.volume) + ": ";
+    const std::string question = vx::SecretQuestion(options.unlockKind, options.volume);
     const auto answer = vx::AskOnStandardInput(question, secret);
     *error = vx::SecretPrompt::RefusalText(answer);
     return answer == vx::SecretPrompt::Answer::kGiven;

@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "UsageText.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,7 @@ TEST(CommandLineTest, AVolumeAloneIsOpenedWithoutUnlocking)
     EXPECT_EQ(line.options.volume, "disk");
     EXPECT_EQ(line.options.kind, "none");
     EXPECT_EQ(line.options.secret, "");
-    EXPECT_FALSE(line.options.askForSecret);
+    EXPECT_FALSE(line.options.asksSecret);
     EXPECT_FALSE(line.options.sendCode);
 }
 
@@ -22,7 +23,7 @@ TEST(CommandLineTest, KindAndSecretFollowTheVolume)
     const auto line = ParseCommandLine({"disk", "password", "open sesame"});
     EXPECT_EQ(line.options.kind, "password");
     EXPECT_EQ(line.options.secret, "open sesame");
-    EXPECT_FALSE(line.options.askForSecret);
+    EXPECT_FALSE(line.options.asksSecret);
 }
 
 TEST(CommandLineTest, UnlockNamesTheSameAsTwoMoreWords)
@@ -32,7 +33,7 @@ TEST(CommandLineTest, UnlockNamesTheSameAsTwoMoreWords)
     EXPECT_EQ(line.options.volume, "disk");
     EXPECT_EQ(line.options.kind, "password");
     EXPECT_EQ(line.options.secret, "open sesame");
-    EXPECT_TRUE(ParseCommandLine({"disk", "--unlock", "password", "-"}).options.askForSecret);
+    EXPECT_TRUE(ParseCommandLine({"disk", "--unlock", "password", "-"}).options.asksSecret);
     EXPECT_NE(ParseCommandLine({"disk", "none", "--unlock", "password", "-"}).error, "");
 }
 
@@ -47,7 +48,7 @@ TEST(CommandLineTest, ADashForTheSecretAsksForIt)
 {
     const auto line = ParseCommandLine({"disk", "password", "-"});
     EXPECT_EQ(line.error, "");
-    EXPECT_TRUE(line.options.askForSecret);
+    EXPECT_TRUE(line.options.asksSecret);
     EXPECT_EQ(line.options.secret, "");
 }
 
@@ -106,7 +107,7 @@ TEST(CommandLineTest, WrongUseIsOneClearLine)
 
 TEST(CommandLineTest, TheHelpNamesEveryExitStatusAndWarnsAboutSecrets)
 {
-    const std::string help = vx::HelpText();
+    const std::string help = vx::kHelpText;
     for (const char *text : {"  0 ", "  1 ", "  2 ", "  3 ", "  4 ", "  5 ", "  6 ", "128+N",
                              "shell's history", "list of processes"})
         EXPECT_NE(help.find(text), std::string::npos) << text;

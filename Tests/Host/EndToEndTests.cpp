@@ -308,7 +308,7 @@ TEST_F(EndToEndTest, WrongUseIsOneClearLineAndTheUsageWithStatus2)
 {
     ChildProcess host(VOLUME_HOST, {});
     EXPECT_EQ(host.AwaitEnd(), 2);
-    EXPECT_EQ(host.Output().find("volume-host: a volume is missing\nusage: volume-host "), 0u);
+    EXPECT_EQ(host.Output().find("volume-host: a volume is missing\nUsage: volume-host "), 0u);
     EXPECT_TRUE(NothingIsThere());
 }
 
@@ -316,7 +316,7 @@ TEST_F(EndToEndTest, HelpIsShownWithStatus0)
 {
     ChildProcess host(VOLUME_HOST, {"--help"});
     EXPECT_EQ(host.AwaitEnd(), 0);
-    EXPECT_EQ(host.Output().find("usage: volume-host "), 0u);
+    EXPECT_EQ(host.Output().find("Usage: volume-host "), 0u);
 }
 
 // volume-host as the leader of a terminal.
@@ -353,7 +353,7 @@ protected:
 TEST_F(TerminalTest, AnEmptySecretIsRefusedAndStartsNothing)
 {
     StartHost();
-    _terminal.AwaitShown("Secret for ");
+    _terminal.AwaitShown("Secret (password) for ");
     _terminal.Type("\n");
     EXPECT_EQ(AwaitEnd(), 2);
     EXPECT_TRUE(_terminal.Echoes());
@@ -366,7 +366,7 @@ TEST_F(TerminalTest, AnEmptySecretIsRefusedAndStartsNothing)
 TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
 {
     StartHost();
-    _terminal.AwaitShown("Secret for ");
+    _terminal.AwaitShown("Secret (password) for ");
     ASSERT_TRUE(Eventually([this] { return !_terminal.Echoes(); }));
     _terminal.Type("open sesame\n");
     EXPECT_EQ(Reported().rfind("password\nopen sesame\n", 0), 0u);
@@ -385,7 +385,7 @@ class TerminalKeyTest : public TerminalTest, public testing::WithParamInterface<
 TEST_P(TerminalKeyTest, AKeyThatInterruptsTheQuestionPutsTheTerminalBackAndStartsNothing)
 {
     StartHost();
-    _terminal.AwaitShown("Secret for ");
+    _terminal.AwaitShown("Secret (password) for ");
     _terminal.Type(std::string("half") + GetParam().text);
     EXPECT_EQ(AwaitEnd(), 128 + GetParam().signal);
     EXPECT_TRUE(_terminal.Echoes());

@@ -25,4 +25,14 @@ TEST(AskSecret, WithoutASecretNothingIsPrintedAndTheStatusIs2)
               "me: no secret was given\n2\n");
 }
 
+TEST(AskSecret, HelpAndVersionAskNothing)
+{
+    const std::string usage = "Usage: ask-secret NAME QUESTION COUNT\n";
+    EXPECT_EQ(ShellOutput("\"$0\" --help </dev/null && echo done").rfind(usage, 0), 0u);
+    EXPECT_EQ(ShellOutput("\"$0\" -h"), ShellOutput("\"$0\" --help"));
+    EXPECT_EQ(ShellOutput("\"$0\" --version"), "ask-secret " VX_VERSION "\n");
+    EXPECT_EQ(ShellOutput("\"$0\" --nonsense; echo $?"),
+              "ask-secret: three arguments are needed\n" + usage + "2\n");
+}
+
 }  // namespace

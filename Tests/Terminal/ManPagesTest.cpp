@@ -95,7 +95,7 @@ TEST_P(ManPages, WrongUseGivesOneLineAUsageAndStatus2)
         ChildProcess process(GetParam().path, {wrong});
         EXPECT_EQ(process.AwaitEnd(), 2);
         EXPECT_THAT(process.Output(), testing::MatchesRegex(std::string(GetParam().name) +
-                                                            ": [^\n]+\n[Uu]sage: [^\r]*"));
+                                                            ": [^\n]+\nUsage: [^\r]*"));
         EXPECT_THAT(process.Output(), testing::HasSubstr("--help\" for more.\n"));
     }
 }
