@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include "ArgumentReader.h"
+#include "TypedSecret.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -27,7 +28,18 @@ bool ParseCode(const std::string &text, std::optional<uint32_t> &code)
 
 class Parser {
 public:
-    explicit Parser(const std::vector<std::string> &arguments) : _reader(arguments, kOwnOptions) {}
+    explicit Parser(const std::vector<std::string> &arguments) : _reader(arguments, kOwnOptions)
+    {
+        // So that no word is moved, which would leave its bytes in the former place.
+        _words.reserve(arguments.size());
+    }
+    ~Parser()
+    {
+        vx::WipeTexts(&_words);
+        vx::WipeText(&_line.options.secret);
+    }
+    Parser(const Parser &) = delete;
+    Parser &operator=(const Parser &) = delete;
 
     vx::CommandLine Parse()
     {
@@ -86,6 +98,7 @@ private:
         _line.options.kind = unlocking.kind;
         _line.options.secret = unlocking.secret;
         _line.options.asksSecret = unlocking.asksSecret;
+        vx::WipeText(&unlocking.secret);
     }
 
     vx::ArgumentReader _reader;

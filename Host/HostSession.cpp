@@ -71,7 +71,7 @@ HostSession::HostSession(EventPipe &events, const LinkPaths &paths)
 }
 
 int HostSession::Run(const std::string &program, const OpeningTexts &texts,
-                     std::optional<uint32_t> sendCode)
+                     std::optional<uint32_t> sendCode, const std::function<void()> &onStarted)
 {
     AssertMainThread();
     const HostLock lock(_paths.read + ".lock");
@@ -89,7 +89,7 @@ int HostSession::Run(const std::string &program, const OpeningTexts &texts,
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
     _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
                           kWriteFlags);
-    const int status = RunLinked(program, texts, sendCode);
+    const int status = RunLinked(program, texts, sendCode, onStarted);
     _server->removeConnector(kConnectorName);
     return status;
 }
@@ -109,12 +109,13 @@ bool HostSession::CheckVolume(const std::string &program, const OpeningTexts &te
 }
 
 int HostSession::RunLinked(const std::string &program, const OpeningTexts &texts,
-                           std::optional<uint32_t> sendCode)
+                           std::optional<uint32_t> sendCode, const std::function<void()> &onStarted)
 {
     // The explorer does not look at its last argument.
     const std::string own = std::to_string(getpid());
     const int error =
         _explorer.Start(program, {texts.volume, texts.kind, texts.secret, own.c_str()});
+    onStarted();
     if (error != 0) {
         Complain("cannot start " + program + ": " + strerror(error));
         return kExitNotStarted;

@@ -12,6 +12,7 @@
 #include "libPipeWrapper.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -24,13 +25,15 @@ public:
 
     // Runs the explorer at `program` and returns the exit status. Reports in one line on standard
     // output how it ended, and errors on standard error. sendCode: of a message to the explorer.
-    int Run(const std::string &program, const OpeningTexts &texts,
-            std::optional<uint32_t> sendCode);
+    // onStarted: called once the explorer has started, or could not; the texts are not used after
+    // that.
+    int Run(const std::string &program, const OpeningTexts &texts, std::optional<uint32_t> sendCode,
+            const std::function<void()> &onStarted);
 
 private:
     bool CheckVolume(const std::string &program, const OpeningTexts &texts);
     int RunLinked(const std::string &program, const OpeningTexts &texts,
-                  std::optional<uint32_t> sendCode);
+                  std::optional<uint32_t> sendCode, const std::function<void()> &onStarted);
     bool Send(uint32_t code);
     int AwaitEnd();
     int FinishAfterNotice();

@@ -14,6 +14,8 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -37,7 +39,8 @@ int AskForSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::Type
     return vx::kExitUsage;
 }
 
-int RunHost(const std::string &argv0, const vx::HostOptions &options)
+// Overwrites the secret as soon as the explorer has it.
+int RunHost(const std::string &argv0, vx::HostOptions &options)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
@@ -49,7 +52,11 @@ int RunHost(const std::string &argv0, const vx::HostOptions &options)
         options.explorer.empty() ? vx::ProgramFolder(argv0) + "/" VX_EXPLORER : options.explorer;
     const vx::OpeningTexts opening = {options.volume.c_str(), options.kind.c_str(),
                                       options.asksSecret ? asked.Text() : options.secret.c_str()};
-    return vx::HostSession(events, kPaths).Run(program, opening, options.sendCode);
+    const auto forget = [&] {
+        asked.Wipe();
+        vx::WipeText(&options.secret);
+    };
+    return vx::HostSession(events, kPaths).Run(program, opening, options.sendCode, forget);
 }
 
 }  // namespace
@@ -59,7 +66,9 @@ int main(int argc, char *argv[])
     vx::CheckThreads();
     if (!vx::HoldStandardDescriptors())
         return vx::kExitNotStarted;
-    const vx::CommandLine line = vx::ParseCommandLine({argv + 1, argv + argc});
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    vx::CommandLine line = vx::ParseCommandLine(arguments);
+    vx::WipeTexts(&arguments);
     if (!line.error.empty()) {
         fprintf(stderr, "volume-host: %s\n%s", vx::TerminalText(line.error).c_str(),
                 vx::kUsageText);

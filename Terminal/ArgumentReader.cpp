@@ -49,11 +49,14 @@ ArgumentReader::ArgumentReader(const std::vector<std::string> &arguments,
 ArgumentReader::~ArgumentReader()
 {
     WipeText(&_unlocking.secret);
+    WipeText(&_value);
 }
 
 // The code of the next option or word, whose value is then in _value.
 int ArgumentReader::NextCode()
 {
+    // A word may be a secret, of which a shorter one would leave the end.
+    WipeText(&_value);
     const int count = static_cast<int>(_words.size()) - 1;
     const int code =
         _optionsEnded ? kEndCode

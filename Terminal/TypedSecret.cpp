@@ -50,4 +50,10 @@ void WipeText(std::string *text)
     text->clear();
 }
 
+void WipeTexts(std::vector<std::string> *texts)
+{
+    for (std::string &text : *texts)
+        WipeText(&text);
+}
+
 }  // namespace vx

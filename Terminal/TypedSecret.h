@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace vx {
 
@@ -34,7 +35,8 @@ private:
     char _bytes[kMostBytes + 1] = {};
 };
 
-// Overwrites a text in memory and empties it.
+// Overwrite texts in memory and empty them.
 void WipeText(std::string *text);
+void WipeTexts(std::vector<std::string> *texts);
 
 }  // namespace vx

@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include "ArgumentReader.h"
+#include "TypedSecret.h"
 
 #include <cstddef>
 
@@ -22,6 +23,10 @@ public:
         : _reader(arguments, kOwnOptions), _error(*error)
     {
     }
+
+    ~Parser() { WipeText(&_options.secret); }
+    Parser(const Parser &) = delete;
+    Parser &operator=(const Parser &) = delete;
 
     std::optional<Options> Run()
     {

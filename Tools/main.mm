@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Destination.h"
@@ -86,7 +85,7 @@ int Open(Options *options, vx::VolumeSession *session, std::string *error)
     return isOpen ? vx::kExitSuccess : vx::kExitNotOpened;
 }
 
-int Run(Options options)
+int Run(Options &options)
 {
     std::string error;
     if (!IsDestinationUsable(options, &error))
@@ -113,10 +112,11 @@ int main(int argc, char **argv)
     if (!vx::HoldStandardDescriptors())
         return vx::kExitIncomplete;
     std::string error;
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    std::vector<std::string> arguments(argv + 1, argv + argc);
     if (!AreAllUtf8(arguments))
         return FailUsage("an argument is not valid UTF-8");
     auto options = vx::ParseOptions(arguments, &error);
+    vx::WipeTexts(&arguments);
     if (!options)
         return FailUsage(error);
     if (options->action == Options::Action::kHelp)
@@ -124,6 +124,6 @@ int main(int argc, char **argv)
     if (options->action == Options::Action::kVersion)
         return Print(vx::kVersionText);
     @autoreleasepool {
-        return Run(std::move(*options));
+        return Run(*options);
     }
 }
