@@ -1,9 +1,9 @@
-// Processors for which there is nothing wider than the plain way.
+// Processors without wider vectors.
 #include "XtsTweaks.h"
 
 namespace vx::bitlocker {
 
-std::vector<XtsTweaks> wideXtsTweaks()
+std::vector<XtsTweaks> WideXtsTweaks()
 {
     return {};
 }
