@@ -25,7 +25,7 @@ struct SampleImage {
     std::vector<std::string> recoveryPasswords;
     std::string keyFile;  // its name, without folder; empty for none
 
-    // All secrets; at least none().
+    // All secrets; at least None().
     std::vector<Secret> Secrets(const std::string &folder) const;
 };
 

@@ -58,7 +58,7 @@ public:
     // Writes the record as a library does: every field, and the name with its zero; the units
     // after it stay as they are.
     void Fill(VolumeFindData &record) const;
-    // The content from an offset on; offset + count is not above size().
+    // The content from an offset on; offset + count is not above Size().
     void Read(uint64_t offset, void *buffer, size_t count) const;
     std::string Read(uint64_t offset, size_t count) const;
 

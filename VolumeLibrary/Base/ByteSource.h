@@ -17,8 +17,8 @@ public:
     virtual ~ByteSource() = default;
 
     virtual uint64_t Size() const = 0;
-    // Fills the buffer with exactly count bytes from offset on. Errors: TruncatedImage when the
-    // range does not end before size(), SystemError; the buffer's contents are then undefined.
+    // Fills the buffer with exactly count bytes from offset on. Errors: kTruncatedImage when the
+    // range does not end before Size(), kSystemError; the buffer's contents are then undefined.
     virtual Error ReadAt(uint64_t offset, void *buffer, size_t count) const = 0;
 
     // Fills the whole buffer: what cannot be read is zeros, and gaps receives where in the source
@@ -26,11 +26,11 @@ public:
     Error Salvage(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const;
 
 protected:
-    // The same for a range before size(). A source that knows no better gives all or nothing.
+    // The same for a range before Size(). A source that knows no better gives all or nothing.
     virtual Error SalvageInside(uint64_t offset, void *buffer, size_t count,
                                 ByteRanges *gaps) const;
 
-    // readAt of a source whose readAt has nothing of its own.
+    // Implements ReadAt through SalvageInside.
     Error ReadBySalvage(uint64_t offset, void *buffer, size_t count) const;
 
     // The error of a range that reaches beyond the end, or none.

@@ -3,7 +3,7 @@
 // reader found bad is known to all: files, folders and tables of every volume on the disk.
 //
 // Ownership: shares the source. Threads: any number at a time.
-// Errors: SystemError with ENODEV once the disk is gone; otherwise what the source said last of a
+// Errors: kSystemError with ENODEV once the disk is gone; otherwise what the source said last of a
 // place that could not be read.
 #pragma once
 

@@ -1,6 +1,6 @@
 // The usual CRC-32 (reflected 0xEDB88320, start and end inverted).
 //
-// Crc32().add(a).add(b).value() is the checksum of a followed by b; "123456789" -> cbf43926.
+// Crc32().Add(a).Add(b).Value() is the checksum of a followed by b; "123456789" -> cbf43926.
 #pragma once
 
 #include "ByteView.h"

@@ -12,7 +12,7 @@ namespace vx {
 // raw form, a character device too.
 bool IsDiskDevice(mode_t mode);
 
-// Of an open regular file or disk device. Errors: SystemError; EISDIR or ENOTSUP for what is
+// Of an open regular file or disk device. Errors: kSystemError; EISDIR or ENOTSUP for what is
 // neither.
 Result<uint64_t> DeviceSize(int descriptor);
 

@@ -11,7 +11,7 @@ namespace vx {
 
 class FileByteSource : public ByteSource {
 public:
-    // Errors: SystemError with the errno of the call that failed.
+    // Errors: kSystemError with the errno of the call that failed.
     static Result<std::unique_ptr<FileByteSource>> Open(const std::string &path);
 
     uint64_t Size() const override { return _size; }

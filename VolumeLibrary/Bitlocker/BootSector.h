@@ -29,7 +29,7 @@ struct BootSector {
     // The two copies of the conversion information; zeros when there are none.
     std::array<uint64_t, 2> conversionOffsets{};
 
-    // Errors: NotBitlocker.
+    // Errors: kNotBitlocker.
     static Result<BootSector> Parse(ByteView bytes);
 };
 

@@ -26,11 +26,11 @@ public:
     struct Run {
         State state = State::kUnknown;
         uint64_t end = 0;                         // the state holds up to here
-        const InterruptedChunk *chunk = nullptr;  // with Interrupted only
+        const InterruptedChunk *chunk = nullptr;  // with kInterrupted only
     };
 
-    // offsets: of the copies of the conversion information. Errors: DamagedConversionMap (also
-    // when the image ends before a part of the map), SystemError.
+    // offsets: of the copies of the conversion information. Errors: kDamagedConversionMap (also
+    // when the image ends before a part of the map), kSystemError.
     static Result<ConversionMap> Load(const ByteSource &source, std::array<uint64_t, 2> offsets,
                                       uint32_t sectorSize);
 

@@ -4,8 +4,8 @@
 // conversion left unencrypted is returned as it is. Made by VolumeOpener.
 //
 // Threads: ReadAt from any number of threads at once; there is no common lock.
-// Errors of ReadAt: TruncatedImage for what lies beyond the end of the image, SystemError as
-// the source gives it, DamagedConversionMap where no map says what a sector is. A failed read
+// Errors of ReadAt: kTruncatedImage for what lies beyond the end of the image, kSystemError as
+// the source gives it, kDamagedConversionMap where no map says what a sector is. A failed read
 // concerns its own range only. What the source cannot read costs the sectors that it is part of.
 #pragma once
 

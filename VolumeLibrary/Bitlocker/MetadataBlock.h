@@ -47,7 +47,7 @@ struct MetadataBlock {
     size_t AreaSize() const { return version == 1 ? kVistaAreaSize : kAreaSize; }
 
     // area: the bytes from the copy's beginning to the end of its area, or of the image if
-    // that comes sooner. Errors: DamagedMetadata with the rule that is broken.
+    // that comes sooner. Errors: kDamagedMetadata with the rule that is broken.
     static Result<MetadataBlock> Parse(ByteView area, uint64_t offset);
 
     // The offsets that a block names, if it has the signature at least, whether or not it is

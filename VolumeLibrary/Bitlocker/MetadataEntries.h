@@ -44,7 +44,7 @@ constexpr int kDeepestNesting = 3;
 
 // The entries of one array in stored order; what is inside them is checked too and can be
 // parsed without failing. depth: of this array, 1 for the outermost.
-// Errors: DamagedMetadata for an entry that is too short, reaches beyond the end or nests too
+// Errors: kDamagedMetadata for an entry that is too short, reaches beyond the end or nests too
 // deep.
 Result<std::vector<MetadataEntry>> ParseEntries(ByteView bytes, int depth = 1);
 

@@ -27,8 +27,8 @@ public:
     // The arguments must outlive the locator; cancel may be null.
     MetadataLocator(const ByteSource &source, const BootSector &boot, const CancelFlag *cancel);
 
-    // Errors: DamagedMetadata; TruncatedImage if every copy lies beyond the end; SystemError if
-    // no copy could be read for that reason; Cancelled.
+    // Errors: kDamagedMetadata; kTruncatedImage if every copy lies beyond the end; kSystemError if
+    // no copy could be read for that reason; kCancelled.
     Result<MetadataCopies> Locate();
 
 private:

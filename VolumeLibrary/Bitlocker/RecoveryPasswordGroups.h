@@ -21,7 +21,7 @@ public:
     // signs: digits, kSeparator and kOther.
     explicit RecoveryPasswordGroups(ByteView signs);
 
-    // The 16 bytes. Errors: MalformedSecret. To be called once.
+    // The 16 bytes. Errors: kMalformedSecret. To be called once.
     Result<KeyMaterial> Key();
 
 private:

@@ -18,17 +18,17 @@ class Secret {
 public:
     // Nothing: opens suspended (clear key) and decrypted volumes.
     static Secret None() { return Secret(); }
-    // Any UTF-8 text, as it was typed. Errors: MalformedSecret.
+    // Any UTF-8 text, as it was typed. Errors: kMalformedSecret.
     static Result<Secret> FromPassword(std::string_view utf8);
-    // 48 digits with or without dashes or spaces, of any kind. Errors: MalformedSecret with the
+    // 48 digits with or without dashes or spaces, of any kind. Errors: kMalformedSecret with the
     // group.
     static Result<Secret> FromRecoveryPassword(std::string_view text);
-    // The contents of a startup key file. Errors: MalformedSecret.
+    // The contents of a startup key file. Errors: kMalformedSecret.
     static Result<Secret> FromStartupKey(ByteView file);
-    // The path of one. Errors: MalformedSecret, SystemError.
+    // The path of one. Errors: kMalformedSecret, kSystemError.
     static Result<Secret> FromStartupKeyFile(const std::string &path);
 
-    // The protectors it fits; ClearKey for None().
+    // The protectors it fits; kClearKey for None().
     ProtectorKind Kind() const { return _kind; }
     bool IsStretched() const;
     // 32 bytes: what is stretched, or the key itself for a startup key.

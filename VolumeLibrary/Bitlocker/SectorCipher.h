@@ -25,7 +25,7 @@ public:
     virtual bool Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length) = 0;
 };
 
-// key: the stored sector key, sectorKeySize(method) bytes. sectorSize: 512 to 4096.
+// key: the stored sector key, SectorKeySize(method) bytes. sectorSize: 512 to 4096.
 // Null for an unknown method, a key of another length, or when libcrypto refused.
 std::unique_ptr<SectorCipher> MakeSectorCipher(Method method, ByteView key, uint32_t sectorSize);
 

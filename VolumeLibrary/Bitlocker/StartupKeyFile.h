@@ -18,9 +18,9 @@ struct StartupKeyFile {
     Guid identifier;
     KeyMaterial key;  // 32 bytes
 
-    // Errors: MalformedSecret.
+    // Errors: kMalformedSecret.
     static Result<StartupKeyFile> Parse(ByteView bytes);
-    // Errors: MalformedSecret, SystemError.
+    // Errors: kMalformedSecret, kSystemError.
     static Result<StartupKeyFile> Read(const std::string &path);
 };
 

@@ -32,8 +32,8 @@ public:
     Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher &stretcher,
              const CancelFlag *cancel);
 
-    // Errors: NoProtectorOfKind, UnsupportedProtector, WrongSecret, UnsupportedMethod,
-    // DamagedMetadata (no sector key although the secret is right), Cancelled. The
+    // Errors: kNoProtectorOfKind, kUnsupportedProtector, kWrongSecret, kUnsupportedMethod,
+    // kDamagedMetadata (no sector key although the secret is right), kCancelled. The
     // detail of the first three names every protector and, with a startup key of another volume,
     // the key files that this one needs.
     Result<UnlockedKey> Unlock(const Secret &secret);

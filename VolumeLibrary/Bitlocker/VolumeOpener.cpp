@@ -43,7 +43,7 @@ bool IsPlausible(const DecryptedVolume &volume)
     return (isNamed || EndsAsBootSector(sector)) && (stated == 0 || stated == volume.SectorSize());
 }
 
-// Errors: of reading; NotBitlocker.
+// Errors: of reading; kNotBitlocker.
 Result<BootSector> ReadBootSector(const ByteSource &source)
 {
     uint8_t sector[BootSector::kSize];

@@ -56,7 +56,7 @@ public:
     // searches for no other.
     static std::string Describe(const ByteSource &source);
 
-    // To be called once. Errors: every Status but DamagedFileSystem.
+    // To be called once. Errors: every Status but kDamagedFileSystem.
     Result<UnlockedVolume> Open(const Secret &secret);
 
 private:

@@ -67,7 +67,7 @@ private:
     using Halves = std::make_index_sequence<kHalves>;
     using Bytes = std::make_index_sequence<kWidth>;
 
-    static_assert(kXtsRow / kBlock == 8, "timesX8 leads from one row to the next");
+    static_assert(kXtsRow / kBlock == 8, "TimesX8 leads from one row to the next");
 
     static VX_INLINED void Load(Vector &value, const uint8_t *place)
     {

@@ -1,7 +1,7 @@
 // The sequences of tweaks of XTS sectors: the first tweak of a sector is given, each of the others
 // is the one before times x in GF(2^128).
 //
-// The same steps for vectors of different widths; bestXtsTweaks() chooses once, by what the
+// The same steps for vectors of different widths; BestXtsTweaks() chooses once, by what the
 // processor has. All give the same bytes.
 #pragma once
 

@@ -9,7 +9,7 @@ namespace vx::bitlocker::maker {
 
 class SectorEncryptor {
 public:
-    // key: as it is stored, sectorKeySize(method) bytes.
+    // key: as it is stored, SectorKeySize(method) bytes.
     SectorEncryptor(Method method, std::vector<uint8_t> key, uint32_t sectorSize);
 
     // Encrypts one sector in place. offset: where it will be stored.

@@ -24,7 +24,7 @@ struct ProtectorRecipe {
     static ProtectorRecipe Password(const std::string &text);
     static ProtectorRecipe Recovery(const std::string &text);
     static ProtectorRecipe ClearKey();
-    // The key is startupKeyOf(identifier).
+    // The key is StartupKeyOf(identifier).
     static ProtectorRecipe StartupKey(const Guid &identifier);
     static ProtectorRecipe OfKind(ProtectorKind kind);
 };
