@@ -2,15 +2,17 @@
 // files that open by their node. Nothing here knows paths.
 //
 // To add a file system:
-// - give it a folder beside Ntfs/ and Fat/, with a target that links volume-file-system, and add
-//   both to the CMakeLists.txt here and to that of Entry/;
-// - derive from FileSystem and FolderReader, with a static Open as NtfsFileSystem has it. Files
-// that
-//   lie in runs are an ExtentFile, few bytes a ResidentFile; sectors are parsed with ByteReader;
-// - let ProbeFileSystem recognise it (Entry/FileSystemKind.h, which also has its name), and add it
-// to
-//   where Entry/DiskOpening.cpp opens one and Entry/VolumeLabel.cpp reads a label;
-// - give it suites below Tests/FileSystem and a fuzz target in Tests/Fuzz/Image.
+// 1. Give it a folder beside Ntfs/ and Fat/ with a room of its own, and name the room in
+//    FileSystem/CMakeLists.txt, Entry/CMakeLists.txt and Tests/Rooms.
+// 2. Derive from FileSystem and FolderReader, with a static Open as NtfsFileSystem has it. A file
+//    that lies in runs is an ExtentFile, one of a few bytes a ResidentFile; ByteReader parses
+//    sectors.
+// 3. Let ProbeFileSystem recognise it; its name and size stand there too (FileSystemKind.h).
+// 4. Open it in Entry/DiskOpening.cpp and add it to the texts kNothingKnown and kNothingUnlocked.
+//    Read its label in Entry/VolumeLabel.cpp.
+// 5. If KnownContents.cpp refused it by name so far, take that entry out.
+// 6. Add suites below Tests/FileSystem, an image writer in Tests/Support/Image and a fuzz target in
+//    Tests/Fuzz/Image.
 //
 // Ownership: the readers and files borrow the file system. Threads: every operation of
 // FileSystem may run on several threads at a time; a reader is used by one thread at a time.
