@@ -60,7 +60,7 @@ std::string ObstacleText(VolumeObstacle obstacle)
 {
     switch (obstacle) {
     case VolumeObstacle::kDamaged:
-        return "what the disk says of it contradicts itself";
+        return "its records on the disk contradict each other";
     case VolumeObstacle::kUnreadable:
         return "blocks that it needs cannot be read";
     case VolumeObstacle::kDeviceGone:

@@ -88,7 +88,8 @@ TEST(RecoveryPasswordTest, FullWidthDigitsAreDigits)
 TEST(RecoveryPasswordTest, OtherCharactersBetweenTheGroupsAreNoDigits)
 {
     for (const char *other : {".", "\u2022", "\xe2\x80", "\xff"})
-        EXPECT_EQ(RecoveryError(RecoveryWith(other)), "group 2 holds something that is no digit")
+        EXPECT_EQ(RecoveryError(RecoveryWith(other)),
+                  "group 2 contains a character that is not a digit")
             << other;
 }
 
@@ -140,16 +141,16 @@ TEST(RecoveryPasswordTest, AGroupOfFiveOrSevenDigitsIsNamed)
 TEST(RecoveryPasswordTest, AGroupWithALetterIsNamed)
 {
     EXPECT_EQ(RecoveryError("000011-000022-000033-720885-11111l-222222-333333-444444"),
-              "group 5 holds something that is no digit");
+              "group 5 contains a character that is not a digit");
     EXPECT_EQ(RecoveryError("OOOO11-000022-000033-720885-11111l-222222-333333-444444"),
-              "groups 1 and 5 hold something that is no digit");
+              "groups 1 and 5 contain a character that is not a digit");
 }
 
 TEST(RecoveryPasswordTest, DifferentMistakesAreNamedTogether)
 {
     EXPECT_EQ(RecoveryError("000012-00022-000033-72088x-111111-222222-333333-444444"),
               "group 1 is mistyped; group 2 does not have six digits; "
-              "group 4 holds something that is no digit");
+              "group 4 contains a character that is not a digit");
 }
 
 TEST(RecoveryPasswordTest, OneSevenOrNineGroupsAreRefused)

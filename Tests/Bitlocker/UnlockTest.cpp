@@ -180,7 +180,7 @@ TEST(UnlockTest, AStartupKeyOfAnotherVolumeIsToldFromTheOneThatIsWanted)
     const Result<UnlockedVolume> opened = volume.Open(StartupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
     ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
     EXPECT_EQ(opened.Failure().detail,
-              "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, and this volume wants "
+              "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, but this volume needs "
               "1A2B3C4D-1122-3344-5566-770000000000.BEK or "
               "01020304-0000-0000-0000-000000000000.BEK; the volume has: startup key (Key ID "
               "1A2B3C4D), password (Key ID 5E6F7A8B), startup key (Key ID 01020304)");

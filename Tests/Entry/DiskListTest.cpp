@@ -144,8 +144,9 @@ TEST_F(DiskList, AVolumeOfADynamicDiskThatIsLongerThanItsPartitionDoesNotOpen)
     Add(image.Folder().ReadFile("image"), kDynamic);
     const Opened opened = Open();
     EXPECT_EQ(opened.status, Status::kFileSystemNotSupported);
-    EXPECT_EQ(opened.detail, "it is a volume of a Windows dynamic disk that goes on elsewhere: "
-                             "attach all of its disks to a Windows computer");
+    EXPECT_EQ(opened.detail,
+              "it is a volume of a Windows dynamic disk that continues on another disk: "
+              "attach all of its disks to a Windows computer");
 }
 
 // --- Damaged tables

@@ -230,13 +230,11 @@ TEST_F(MadeContents, ImagesOfVirtualMachinesAreRecognised)
 TEST(BlankContents, ADiskOfZerosOrOfOnesIsToldAsSuch)
 {
     for (const size_t bytes : {size_t{512}, kMiB, 3 * kMiB + 100}) {
-        EXPECT_EQ(
-            SentenceOf(std::string(bytes, '\0')),
-            "it holds only zeros, wherever it was looked at: it was erased, or it was not copied rightly");
-        EXPECT_EQ(
-            SentenceOf(std::string(bytes, '\xFF')),
-            "it holds only bytes of 0xFF, wherever it was looked at: it was erased, or the device does not give out "
-            "what it holds");
+        EXPECT_EQ(SentenceOf(std::string(bytes, '\0')),
+                  "it holds only zeros in every place examined: it was erased, or the copy failed");
+        EXPECT_EQ(SentenceOf(std::string(bytes, '\xFF')),
+                  "it holds only bytes of 0xFF in every place examined: it was erased, "
+                  "or the device hides its contents");
     }
 }
 
@@ -291,9 +289,8 @@ TEST_F(MadeContents, AnEmptyDiskIsAnsweredWithWhatItHolds)
 {
     const Opened opened = OpenMade("truncate -s 4M made");
     EXPECT_EQ(opened.status, Status::kFileSystemNotSupported);
-    EXPECT_EQ(
-        opened.detail,
-        "it holds only zeros, wherever it was looked at: it was erased, or it was not copied rightly");
+    EXPECT_EQ(opened.detail,
+              "it holds only zeros in every place examined: it was erased, or the copy failed");
 }
 
 // --- What opens is not refused
@@ -340,10 +337,9 @@ TEST_F(UnlockedContents, NothingButZerosIsADamagedFileSystem)
 {
     const Opened opened = OpenEncrypted(std::string(2 * kMiB, '\0'));
     EXPECT_EQ(opened.status, Status::kFileSystemDamaged);
-    EXPECT_EQ(
-        opened.detail,
-        "it was unlocked, but it holds only zeros, wherever it was looked at: it was erased, or it was "
-        "not copied rightly");
+    EXPECT_EQ(opened.detail,
+              "it was unlocked, but it holds only zeros in every place examined: it was erased, "
+              "or the copy failed");
 }
 
 TEST_F(UnlockedContents, WhatIsUnknownIsNotCalledUnencrypted)

@@ -186,8 +186,8 @@ TEST_F(Damage, WhatCannotBeHadIsCountedInALineForEachReason)
                       "  1 file is encrypted by Windows on its own (EFS) and cannot be read "
                       "(--verbose names it)\n"
                       "  /closed.txt: the volume cannot open it\n"
-                      "  /contradictory.txt: what the disk says of it contradicts itself; the copy "
-                      "is damaged\n"));
+                      "  /contradictory.txt: its records on the disk contradict each other; "
+                      "the copy is damaged\n"));
     EXPECT_TRUE(Holds(result.output, "Links not followed: 1 ("));
     EXPECT_EQ(FilesBelow(_destination),
               (Files{{"here.txt", Content(5)}, {"contradictory.txt", Content(5)}}));

@@ -6,12 +6,11 @@
 namespace vx {
 namespace {
 
-constexpr KnownContents kZeros = {KnownContents::Form::kBlank,
-                                  "only zeros, wherever it was looked at",
-                                  "it was erased, or it was not copied rightly"};
+constexpr KnownContents kZeros = {KnownContents::Form::kBlank, "only zeros in every place examined",
+                                  "it was erased, or the copy failed"};
 constexpr KnownContents kOnes = {KnownContents::Form::kBlank,
-                                 "only bytes of 0xFF, wherever it was looked at",
-                                 "it was erased, or the device does not give out what it holds"};
+                                 "only bytes of 0xFF in every place examined",
+                                 "it was erased, or the device hides its contents"};
 
 constexpr uint64_t kReadWhole = 64 << 20;
 constexpr uint64_t kEndBytes = 1 << 20;

@@ -237,7 +237,7 @@ Error ConversionMapReader::AddInterrupted(const LogSlot &slot, ConversionMap::Re
         return {};
     const uint64_t inside = slot.chunk - region.offset;
     if (slot.chunk < region.offset || inside >= region.length || inside % region.chunkSize != 0)
-        return Damage("the log names a chunk that is none");
+        return Damage("the log names a chunk that does not exist");
     ConversionMap::InterruptedChunk chunk;
     chunk.offset = slot.chunk;
     chunk.length = std::min(region.chunkSize, region.length - inside);

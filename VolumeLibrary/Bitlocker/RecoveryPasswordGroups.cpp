@@ -63,7 +63,7 @@ RecoveryPasswordGroups::RecoveryPasswordGroups(ByteView signs) : _key(kGroups * 
     }
 }
 
-// Groups beyond those that there should be are not named; there could be any number of them.
+// Groups beyond the eighth are not named; there could be any number of them.
 void RecoveryPasswordGroups::Blame(std::vector<size_t> &groups, size_t group)
 {
     if (group <= kGroups)
@@ -115,8 +115,8 @@ std::string RecoveryPasswordGroups::Complaint() const
         text = CountText(_groups, "group of digits", "groups of digits", kGroups);
     AddComplaint(_mistyped, " is mistyped", " are mistyped", text);
     AddComplaint(_ofWrongLength, " does not have six digits", " do not have six digits", text);
-    AddComplaint(_notOfDigits, " holds something that is no digit",
-                 " hold something that is no digit", text);
+    AddComplaint(_notOfDigits, " contains a character that is not a digit",
+                 " contain a character that is not a digit", text);
     return text;
 }
 

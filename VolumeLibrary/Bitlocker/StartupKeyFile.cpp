@@ -69,7 +69,7 @@ Result<StartupKeyFile> StartupKeyFile::Parse(ByteView bytes)
     if (bytes.size < kShortest)
         return Malformed("the key file is too short");
     if (version != 1 || headerSize != kHeaderSize)
-        return Malformed("this is no startup key file");
+        return Malformed("this is not a startup key file");
     if (size < kShortest || size > bytes.size)
         return Malformed("the key file was cut off");
     const Result<std::vector<MetadataEntry>> entries =

@@ -51,7 +51,7 @@ std::string WantedKeyFiles(const std::vector<Protector> &present)
     return text;
 }
 
-// What a startup key that does not open the volume is of.
+// Which volume a startup key belongs to that does not open this one.
 std::string AboutKeyFile(const Secret &secret, const std::vector<Protector> &present)
 {
     const auto meant =
@@ -64,7 +64,7 @@ std::string AboutKeyFile(const Secret &secret, const std::vector<Protector> &pre
     if (meant != present.end())
         return "the key file is the one of this volume, " + given +
                ", but the key in it is another one; ";
-    return "the key file is " + given + ", and this volume wants " + WantedKeyFiles(present) + "; ";
+    return "the key file is " + given + ", but this volume needs " + WantedKeyFiles(present) + "; ";
 }
 
 }  // namespace
@@ -75,7 +75,7 @@ Unlocker::Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher 
 {
 }
 
-// Empty when cancelled or when too much was stretched already.
+// Empty when cancelled, or after too many stretchings.
 ByteView Unlocker::Stretched(const Secret &secret, const Salt &salt)
 {
     const auto known = _stretched.find(salt);

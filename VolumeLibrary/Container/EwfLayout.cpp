@@ -246,7 +246,7 @@ Result<EwfLayout> EwfLayoutReader::Finish()
 {
     if (_layout.chunkBytes == 0)
         return Error{Status::kDamagedContainer,
-                     "the E01 image is damaged: nothing says how large its disk is"};
+                     "the E01 image is damaged: the size of its disk is not recorded"};
     JoinLost();
     return std::move(_layout);
 }

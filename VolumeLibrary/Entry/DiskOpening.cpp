@@ -22,7 +22,7 @@ using bitlocker::Secret;
 using Source = std::shared_ptr<const ByteSource>;
 
 constexpr const char *kNothingKnown =
-    "there is no NTFS, FAT or exFAT, no encrypted volume and nothing else that is known";
+    "there is no NTFS, FAT or exFAT, no encrypted volume and nothing else that is recognised";
 constexpr const char *kNothingUnlocked =
     "it was unlocked, but there is no NTFS, FAT or exFAT in it";
 
@@ -47,7 +47,7 @@ std::string CutText(uint64_t missingBytes)
            " before the volume does; what lies there cannot be read";
 }
 
-// A volume whose root cannot be listed is of no use.
+// A volume whose root cannot be listed does not open.
 bool HasRoot(const FileSystem &fileSystem)
 {
     const auto root = fileSystem.OpenFolder(fileSystem.Root(), {});
@@ -163,9 +163,10 @@ private:
         if (partition.use != PartitionUse::kDynamicDisk)
             return {};
         if (FileSystemBytes(volume, kind) > partition.size)
-            return {Status::kUnsupportedFileSystem,
-                    "it is a volume of a Windows dynamic disk that goes on elsewhere: attach all "
-                    "of its disks to a Windows computer"};
+            return {
+                Status::kUnsupportedFileSystem,
+                "it is a volume of a Windows dynamic disk that continues on another disk: attach all "
+                "of its disks to a Windows computer"};
         _notes.push_back("it is a volume of a Windows dynamic disk; if it is made of several "
                          "pieces, its files are wrong");
         return {};

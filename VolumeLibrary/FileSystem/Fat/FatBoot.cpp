@@ -133,7 +133,7 @@ std::optional<Candidate> FindBackup(const ByteSource &volume, const Candidate &f
     return backup;
 }
 
-// The boot code of a volume does not look so.
+// The boot code of a volume does not look like this.
 bool LooksPartitioned(ByteView sector)
 {
     if (!EndsAsBootSector(sector))
@@ -189,7 +189,7 @@ bool IsBackupBetter(const Candidate &first, const Candidate &backup)
                                   IsLikelier(backup.boot.geometry, first.boot.geometry));
 }
 
-// Of a first sector by which the volume is read; backup: what there is of it.
+// Of a first sector by which the volume is read; backup: what was found of it.
 std::string NoteOf(const Candidate &first, const std::optional<Candidate> &backup)
 {
     if (!first.isConfirmed)
@@ -226,8 +226,9 @@ Result<FatBoot> FindFatBoot(const ByteSource &volume)
         return std::move(backup->boot);
     }
     if (!first.isSensible)
-        return Error{Status::kDamagedFileSystem, first.isRead ? "its first sector makes no sense"
-                                                              : "its first sector cannot be read"};
+        return Error{Status::kDamagedFileSystem, first.isRead
+                                                     ? "its first sector is not a valid boot sector"
+                                                     : "its first sector cannot be read"};
     first.boot.note = NoteOf(first, backup);
     return std::move(first.boot);
 }
