@@ -5,7 +5,7 @@
 #include <string>
 
 // Fills the free memory with cached pages of a file of holes, as on a machine that has been in use
-// for some time: what runs next takes its memory from those. The file takes no room on the disk;
-// it stays in the folder, since its pages would go with it. Does nothing where the system does not
-// tell how much memory is free, or does not cache holes.
+// for some time: what runs next takes its memory from those. The file takes no room on the disk; it
+// stays in the folder, since its pages would go with it. Does nothing where the system does not say
+// how much memory is free, or does not cache holes.
 void FillFreeMemory(const std::string &folder);

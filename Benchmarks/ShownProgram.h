@@ -1,4 +1,4 @@
-// Starts a program with a window and tells when it shows what it shows when left alone.
+// Starts a program with a window and measures when its picture comes to rest.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// A sink that shows nothing, and tells when the worker thread has ended.
+// A sink that shows nothing, and says when the worker thread has ended.
 //
 // Threads: made and waited for on the main thread; the worker calls the rest.
 #pragma once

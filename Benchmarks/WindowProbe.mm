@@ -108,7 +108,7 @@ int ExportAll(const char *folder, const char *destination, const char *holes)
 }
 
 // The application's delegate, made with the interface file, opens the first argument as a volume;
-// the name of a job is none.
+// the name of a job is not.
 int Run(int argc, char **argv)
 {
     [VXApplication sharedApplication];

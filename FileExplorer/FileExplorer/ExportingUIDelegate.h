@@ -1,7 +1,7 @@
 // The sink of an export: what the copy worker reports, and what it asks.
 //
-// Threads: the worker calls every operation on its own thread and goes on only when the
-// operation has returned, so a sink that shows something hands it to the main thread and waits.
+// Threads: the worker calls every operation on its own thread and continues only when the operation
+// has returned, so a sink that shows something hands it to the main thread and waits.
 // SetState: may be called on any thread; the worker never calls it.
 #pragma once
 

@@ -133,7 +133,7 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [self setOneShot:YES];
 }
 
-// The growth of a panel that is not shown yet is not visible; it would go on after the panel was
+// The growth of a panel that is not shown yet is not visible; it would continue after the panel was
 // placed, and end where the panel was before.
 - (void)setFrame:(NSRect)frame display:(BOOL)display animate:(BOOL)animate
 {

@@ -13,8 +13,8 @@
 
 namespace vx {
 
-// Whether a lock made at this time has no holder any more: it is a second old, or more than a
-// second ahead.
+// Whether a lock made at this time has lost its holder: it is a second old, or more than a second
+// ahead.
 bool isLockStale(timespec made, timespec now);
 
 // Returns once no lock is there, having removed one that is stale, and after two seconds in which

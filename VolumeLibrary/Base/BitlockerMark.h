@@ -1,4 +1,4 @@
-// What a BitLocker volume begins with, for parts that must not take it for something else.
+// What a BitLocker volume begins with, so that other readers do not mistake it for FAT.
 #pragma once
 
 #include "ByteView.h"

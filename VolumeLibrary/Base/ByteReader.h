@@ -1,8 +1,8 @@
 // Reads numbers from unchecked bytes, little-endian unless the name says Big.
 //
-// U8At and the others pick one field at any offset; what does not lie inside is 0.
-// ByteReader reads fields in sequence. A read beyond the end gives zeros and makes Good() false
-// from then on, so that a parser reads all its fields first and asks once.
+// U8At and the others pick one field at any offset; what does not lie inside is 0. ByteReader reads
+// fields in sequence. A read beyond the end gives zeros and makes Good() false from then on, so
+// that a parser reads all its fields first and checks Good() once.
 #pragma once
 
 #include "ByteView.h"

@@ -1,6 +1,6 @@
-// Small reads of a byte source out of a few large blocks that are kept: tables and folders,
-// never the contents of files. Of a block that cannot be read whole the rest is kept; what cannot
-// be read is asked of the source again, which remembers it.
+// Small reads of a byte source out of a few large blocks that are kept: tables and folders, never
+// the contents of files. Of a block that cannot be read whole the rest is kept. What cannot be read
+// is requested again from the source, which remembers it.
 //
 // Ownership: shares the source. Threads: any number at a time; a block is read while the lock is
 // held, so that it is read once. Memory: kBlocks * kBlockBytes.

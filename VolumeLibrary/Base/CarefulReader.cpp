@@ -23,7 +23,7 @@ uint64_t Stride(uint64_t length)
     return std::clamp(SectorBelow(length / 8), kSector, CarefulReader::kLongestStride);
 }
 
-// Where a failed read probably stopped. What it says is not relied on.
+// Where a failed read probably stopped. This is only a hint.
 uint64_t EndOfGood(uint64_t at, uint64_t end, const RawReader::Outcome &outcome)
 {
     return SectorBelow(at + std::min(outcome.done, end - at - 1));
@@ -95,7 +95,7 @@ bool CarefulReader::Remember(const BadRun &run) const
     return _map.Add(run);
 }
 
-// Of a stretch without known faults; returns up to where it is done with.
+// Of a stretch without known faults; returns up to where it was examined.
 uint64_t CarefulReader::ReadStretch(uint64_t at, uint64_t end, Request *request) const
 {
     const RawReader::Outcome outcome = ReadOnce(at, request->At(at), end - at);
@@ -162,7 +162,7 @@ void CarefulReader::GoOn(const BadRun &run) const
         Remember({run.begin, after, true});
 }
 
-// Where a run ends of which bad is the known end, and good is no more part of it.
+// Where a run ends: bad is its known end so far, and good lies beyond it.
 uint64_t CarefulReader::EndOfRun(uint64_t bad, uint64_t good) const
 {
     uint64_t piece = kScratchBytes;

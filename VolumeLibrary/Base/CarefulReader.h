@@ -6,14 +6,14 @@
 // that fails alone is bad, and remembered. From there on the run of bad sectors is followed
 // forwards: the longer it is, the further ahead lies the next sector that is tried (an eighth of
 // its length, 64 MiB at most), and what lies between two bad ones is given up. At the first good
-// sector the way back leads to the exact end of the run, so a run of less than 8 KiB is exact
+// sector it then searches back to the exact end of the run, so a run of less than 8 KiB is exact
 // sector by sector, and the ends of longer ones are exact too. A run is followed no further than
-// needed; the next read of what follows goes on with it.
+// needed; the next read of what follows continues it.
 //
-// Once the disk is gone, nothing is tried any more.
+// Once the disk is gone, no further read is tried.
 //
-// Threads: any number at a time. As long as nothing was bad a read costs one relaxed load more than
-// the raw one. Places that fail are examined by one thread at a time.
+// Threads: any number at a time. As long as nothing was bad, a read costs one relaxed load more
+// than the raw one. Places that fail are examined by one thread at a time.
 // Memory: FaultMap's, and 64 KiB once something was bad. May throw std::bad_alloc.
 // Errors: a number of errno; ENODEV if the disk is gone. Units: bytes.
 #pragma once
@@ -36,7 +36,7 @@ public:
 
     virtual ~RawReader() = default;
     virtual Outcome ReadOnce(uint64_t offset, char *buffer, size_t count) const = 0;
-    // Asked after a failure: false if the disk or file is not there any more.
+    // Called after a failure: false if the disk or file is gone.
     virtual bool IsThere() const { return true; }
 };
 

@@ -19,8 +19,8 @@ namespace vx {
 
 class CarefulSource final : public ByteSource {
 public:
-    // files: the paths that the source is read from, for telling whether they are still there; may
-    // be none.
+    // files: the paths that the source is read from, to find out whether they are still there; may
+    // be empty.
     explicit CarefulSource(std::shared_ptr<const ByteSource> source,
                            const std::vector<std::string> &files = {});
 

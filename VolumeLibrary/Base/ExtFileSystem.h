@@ -1,6 +1,6 @@
-// Tells the file systems ext2, ext3 and ext4. Their mark has only two bytes, so more of the
-// superblock must make sense. Format: the documentation of the Linux kernel, "ext4 Data Structures
-// and Algorithms", The Super Block.
+// Distinguishes ext2, ext3 and ext4. Their mark has only two bytes, so more of the superblock is
+// checked. Format: the documentation of the Linux kernel, "ext4 Data Structures and Algorithms",
+// The Super Block.
 #pragma once
 
 #include "KnownContents.h"

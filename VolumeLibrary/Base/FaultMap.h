@@ -1,8 +1,7 @@
 // Which parts of a disk cannot be read, as sorted runs that do not touch each other.
 //
-// Threads: one at a time. Memory: 1 MiB at most. A full map takes only what makes a run of it
-// longer; what it has no room for is tried again by the next read, and nothing is given up
-// for it. Units: bytes.
+// Threads: one at a time. Memory: 1 MiB at most. A full map only extends existing runs; other
+// failures are retried by the next read. Units: bytes.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +14,7 @@ namespace vx {
 struct BadRun {
     uint64_t begin = 0;
     uint64_t end = 0;
-    bool isOpen = false;  // whether it goes on at its end is not known yet
+    bool isOpen = false;  // whether it continues at its end is not known yet
 };
 
 class FaultMap {

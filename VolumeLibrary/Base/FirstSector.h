@@ -29,7 +29,7 @@ bool IsSectorSize(uint32_t bytes);
 // The bytes per sector that the sector states; 0 if that is no size of a sector.
 uint32_t StatedSectorSize(ByteView sector);
 
-// FAT has no reliable name, so its numbers must make sense. The boot code of a partitioned disk
+// FAT has no reliable name, so its numbers must be plausible. The boot code of a partitioned disk
 // does not pass.
 bool LooksLikeFat(ByteView sector);
 

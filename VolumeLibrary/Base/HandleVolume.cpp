@@ -5,7 +5,7 @@
 namespace vx {
 namespace {
 
-// The result of call, or of failure if it throws, which only happens for want of memory.
+// The result of call, or of failure if it throws, which happens only when memory runs out.
 template <typename Result, typename Call>
 Result OrIfThrown(Result failure, Call call) noexcept
 {
@@ -53,7 +53,7 @@ bool HandleVolume::FindNextFile(VolumeHandle search, VolumeFindData *record)
         return false;
     try {
         return listing->Next(record) == VolumeListing::Step::kEntry;
-    } catch (...) {  // for want of memory; the entry that it came to is missing
+    } catch (...) {  // memory ran out; the present entry is missing
         listing->Stop(VolumeObstacle::kOutOfMemory);
         return false;
     }

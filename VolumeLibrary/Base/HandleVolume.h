@@ -5,7 +5,7 @@
 // deletes. Handles must be closed before the volume goes.
 // Threads: takes no lock; as many at a time as the kind of volume allows.
 // Errors: null or false, for null pointers too; nothing is thrown, also when memory runs out. Once
-// the disk is gone nothing is tried any more.
+// the disk is gone, no further read is tried.
 #pragma once
 
 #include "OwnedVolume.h"

@@ -12,7 +12,7 @@ namespace vx {
 
 class ImageFiles {
 public:
-    // What cannot be looked at now is not watched.
+    // What cannot be examined now is not watched.
     explicit ImageFiles(const std::vector<std::string> &paths);
 
     bool AreThere() const;

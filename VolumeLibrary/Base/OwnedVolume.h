@@ -1,6 +1,6 @@
 // The base of every kind of volume in this library: IVolume, a destructor for its owner, and what
-// the library's other functions answer about the volume (VolumeReport.h). These take places after
-// the operations of IVolume and leave theirs as they are.
+// the library's other functions answer about the volume (VolumeReport.h). They follow IVolume's
+// operations in the virtual table and do not move them.
 #pragma once
 
 #include "IVolume.h"

@@ -37,7 +37,7 @@ bool VolumeFile::Read(void *buffer, uint32_t count, uint32_t *done) noexcept
             *done -= static_cast<uint32_t>(range.length);
         }
         return unread.empty();
-    } catch (...) {  // no memory; how far it came is not known
+    } catch (...) {  // no memory; how far it came is unknown
         return GiveUp(buffer, count, done);
     }
 }

@@ -19,16 +19,16 @@ public:
 
     // Fills the whole buffer: with the file's bytes up to its end, and with zeros in place of what
     // cannot be read and beyond the end. Moves the position by count, but not beyond the end. done
-    // receives how many bytes were really read. False if there are such that were not; the next
-    // read goes on after them.
+    // receives how many bytes were really read. False if some were not; the next read continues
+    // after them.
     bool Read(void *buffer, uint32_t count, uint32_t *done) noexcept;
-    // The same for a file of which nothing can be read any more; nothing is tried.
+    // The same for a file of which nothing can be read any more; no read is tried.
     bool GiveUp(void *buffer, uint32_t count, uint32_t *done) noexcept;
     // False, and nothing moves, for an unknown origin or a result that is negative or too large.
     bool Move(int64_t distance, uint32_t origin);
 
     int64_t Position() const { return _position; }
-    // The size at this moment; nothing if the system does not tell.
+    // The size at this moment; nothing if the system does not say.
     virtual std::optional<int64_t> Size() const = 0;
     // What could not be read so far, in the file's order.
     const ByteRanges &UnreadRanges() const { return _unread.All(); }

@@ -17,7 +17,7 @@ std::optional<KeyMaterial> AesCcmUnwrap(ByteView key, const WrappedKey &wrapped)
         return std::nullopt;
     std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(EVP_CIPHER_CTX_new(),
                                                                             EVP_CIPHER_CTX_free);
-    std::array<uint8_t, 16> mac = wrapped.mac;  // the call wants it writable
+    std::array<uint8_t, 16> mac = wrapped.mac;  // the call takes it writable
     KeyMaterial plain(wrapped.ciphertext.size());
     int done = 0;
     const bool good =

@@ -2,8 +2,8 @@
 // authenticated.
 //
 // libcrypto is called with a key of 32 bytes, a nonce and a tag of fixed size, and a ciphertext of
-// less than 64 KiB, since entries of the metadata count their bytes in 16 bits; the plaintext has
-// room for as many bytes.
+// less than 64 KiB, since entries of the metadata count their bytes in 16 bits; the plaintext
+// buffer is the same size.
 #pragma once
 
 #include "WrappedKey.h"

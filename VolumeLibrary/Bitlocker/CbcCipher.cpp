@@ -29,9 +29,9 @@ std::unique_ptr<SectorCipher> CbcCipher::Clone() const
     return CloneCbc();
 }
 
-// The run is decrypted as if it were one message, which spares a set-up for each sector. Only
-// the first block of a sector comes out wrong by that: it got the last block of the sector
-// before it where its own initial vector belongs.
+// The run is decrypted as if it were one message, which spares a set-up for each sector. Only the
+// first block of a sector is therefore wrong: it got the last block of the sector before it where
+// its own initial vector belongs.
 bool CbcCipher::Decrypt(uint64_t offset, const uint8_t *in, uint8_t *out, size_t length)
 {
     static constexpr uint8_t kZeros[kAesBlock] = {};

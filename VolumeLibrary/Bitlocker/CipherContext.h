@@ -1,5 +1,5 @@
 // Owner of one of libcrypto's cipher contexts, keyed once and used for whole blocks only, without
-// padding: what comes out is as long as what goes in.
+// padding: the output is as long as the input.
 //
 // One thread at a time; Clone() of an object that no thread changes is safe from any thread.
 #pragma once
@@ -22,7 +22,7 @@ public:
     CipherContext(CipherContext &&) = default;
     ~CipherContext() = default;
 
-    // False when libcrypto refused, for want of memory for example; every call then fails.
+    // False when libcrypto refused, for lack of memory for example; every call then fails.
     bool Good() const { return _context != nullptr; }
     CipherContext Clone() const;
 

@@ -34,7 +34,7 @@ public:
     static Result<ConversionMap> Load(const ByteSource &source, std::array<uint64_t, 2> offsets,
                                       uint32_t sectorSize);
 
-    // Unknown for a place that no region covers.
+    // kUnknown for a place that no region covers.
     Run RunAt(uint64_t offset) const;
     // Whether nothing at all is encrypted.
     bool IsAllPlain() const;

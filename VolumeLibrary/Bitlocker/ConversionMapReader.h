@@ -12,9 +12,9 @@ namespace vx::bitlocker {
 
 class ConversionMapReader {
 public:
-    // More than this is not taken into memory for one volume.
+    // The most that is kept in memory for one volume.
     static constexpr size_t kMostMemory = 16 * 1024 * 1024;
-    // Nor is more than this read; a volume of 16 TiB needs about 40 MiB.
+    // The most that is read; a volume of 16 TiB needs about 40 MiB.
     static constexpr size_t kMostRead = 128 * 1024 * 1024;
 
     // source must outlive the reader.

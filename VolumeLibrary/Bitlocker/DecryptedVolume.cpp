@@ -140,7 +140,7 @@ Error DecryptedVolume::ReadRun(ReadLane &lane, const Extent &run, const Piece &p
     return error;
 }
 
-// The sectors of the piece that the gaps are part of; the piece is stored at begin.
+// The sectors of the piece that contain the gaps; the piece is stored at begin.
 void DecryptedVolume::AddSectors(const ByteRanges &stored, uint64_t begin, const Piece &piece,
                                  ByteRanges *gaps) const
 {

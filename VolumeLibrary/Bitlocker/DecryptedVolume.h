@@ -4,9 +4,9 @@
 // conversion left unencrypted is returned as it is. Made by VolumeOpener.
 //
 // Threads: ReadAt from any number of threads at once; there is no common lock.
-// Errors of ReadAt: kTruncatedImage for what lies beyond the end of the image, kSystemError as
-// the source gives it, kDamagedConversionMap where no map says what a sector is. A failed read
-// concerns its own range only. What the source cannot read costs the sectors that it is part of.
+// Errors of ReadAt: kTruncatedImage for what lies beyond the end of the image, kSystemError as the
+// source gives it, kDamagedConversionMap where no map says what a sector is. A failed read concerns
+// its own range only. What the source cannot read costs the whole sectors that contain it.
 #pragma once
 
 #include "ReadLanePool.h"
@@ -43,7 +43,7 @@ private:
         size_t count;
     };
 
-    // Each adds to gaps what it could not read, goes on after it and returns the first error.
+    // Each adds to gaps what it could not read, continues after it and returns the first error.
     Error ReadPieces(ReadLane &lane, Piece whole, ByteRanges *gaps) const;
     Error ReadPart(ReadLane &lane, const Extent &extent, const Piece &part, ByteRanges *gaps) const;
     // Whole sectors.

@@ -24,7 +24,7 @@ public:
     size_t Size() const { return _size; }
     bool Empty() const { return _size == 0; }
     ByteView View() const { return {_data, _size}; }
-    // Wipes and gives back the bytes now.
+    // Wipes and releases the bytes now.
     void Wipe();
 
 private:

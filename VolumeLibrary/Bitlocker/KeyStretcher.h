@@ -17,8 +17,8 @@ public:
 
     explicit KeyStretcher(uint64_t rounds = kRounds) : _rounds(rounds) {}
 
-    // The key of 32 bytes. hash: 32 bytes. Takes up to a second of one core; looks at the flag
-    // about every millisecond. Errors: kCancelled.
+    // The key of 32 bytes. hash: 32 bytes. Takes up to a second of one core; checks the flag about
+    // every millisecond. Errors: kCancelled.
     Result<KeyMaterial> Stretch(ByteView hash, const Salt &salt, const CancelFlag *cancel) const;
 
 private:

@@ -12,7 +12,7 @@ void *AllocateProtectedMemory(size_t size)
     void *memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON, -1, 0);
     if (memory == MAP_FAILED)
         return nullptr;
-    // Refusal is no failure: the limit on locked memory may be zero.
+    // Refusal is not a failure: the limit on locked memory may be zero.
     (void)::mlock(memory, size);
     LeaveOutOfCoreDumps(memory, size);
     return memory;

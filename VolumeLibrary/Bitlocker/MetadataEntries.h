@@ -39,13 +39,13 @@ struct MetadataEntry {
     ByteView Nested() const;
 };
 
-// Arrays may nest so deep; more is damage.
+// The deepest nesting of arrays; more is damage.
 constexpr int kDeepestNesting = 3;
 
 // The entries of one array in stored order; what is inside them is checked too and can be
 // parsed without failing. depth: of this array, 1 for the outermost.
 // Errors: kDamagedMetadata for an entry that is too short, reaches beyond the end or nests too
-// deep.
+// deeply.
 Result<std::vector<MetadataEntry>> ParseEntries(ByteView bytes, int depth = 1);
 
 }  // namespace vx::bitlocker

@@ -12,7 +12,7 @@ constexpr size_t kMostCandidates = 32;
 constexpr size_t kSearchPiece = 1024 * 1024;
 constexpr size_t kSearchStep = 512;
 
-// Whether the place of the relocated sectors can be computed with at all.
+// Whether computing with the place of the relocated sectors cannot overflow.
 bool IsRelocationPossible(const MetadataBlock &block)
 {
     static constexpr uint64_t kLargestSector = 4096;
@@ -81,23 +81,23 @@ void MetadataLocator::TryCopy(uint64_t offset)
     if (Error error = ReadArea(offset, area)) {
         if (error.status != Status::kTruncatedImage) {
             _readError = error;
-            _allBehindEnd = false;
+            _allBeyondEnd = false;
         }
         return warn(error);
     }
     AddCandidates(MetadataBlock::NamedCopies(area));
     Result<MetadataBlock> block = ParseChecked(area, offset);
     if (block) {
-        _allBehindEnd = false;
+        _allBeyondEnd = false;
         _copies.usable.push_back(std::move(*block));
         return;
     }
-    _allBehindEnd = _allBehindEnd && area.size() < _areaSize;
+    _allBeyondEnd = _allBeyondEnd && area.size() < _areaSize;
     warn(block.Failure());
 }
 
-// A last resort. Only what says that it is where it is gets its checksum computed, so that a
-// volume full of signatures costs no more than one that has none.
+// A last resort. The checksum is computed only for a block that states its own offset correctly, so
+// that a volume full of signatures costs no more than one that has none.
 void MetadataLocator::SearchPiece(ByteView piece, uint64_t begin)
 {
     for (size_t at = 0; at + MetadataBlock::kHeaderSize <= piece.size; at += kSearchStep) {
@@ -125,7 +125,7 @@ Error MetadataLocator::Failure() const
 {
     if (_readError)
         return _readError;
-    if (_allBehindEnd)
+    if (_allBeyondEnd)
         return {Status::kTruncatedImage, "it ends before the metadata"};
     return {Status::kDamagedMetadata, "none of its copies can be used"};
 }
@@ -142,9 +142,9 @@ Result<MetadataCopies> MetadataLocator::Locate()
     if (std::find(offsets.begin(), offsets.end(), 0) != offsets.end())
         _copies.warnings.push_back("the boot sector does not name every copy of the metadata");
     AddCandidates(offsets);
-    _allBehindEnd = !_candidates.empty();
+    _allBeyondEnd = !_candidates.empty();
     TryCandidates();
-    if (_copies.usable.empty() && !_allBehindEnd) {
+    if (_copies.usable.empty() && !_allBeyondEnd) {
         if (Error error = Search())
             return error;
         TryCandidates();

@@ -1,4 +1,4 @@
-// Finds the copies of the metadata and tells the usable from the damaged.
+// Finds the copies of the metadata and separates usable from damaged copies.
 //
 // One pointer that survives is enough: a readable copy names the other two. When no copy is
 // usable, the front of the volume is searched for one.
@@ -49,7 +49,7 @@ private:
     std::set<uint64_t> _seen;
     MetadataCopies _copies;
     Error _readError;
-    bool _allBehindEnd = false;
+    bool _allBeyondEnd = false;
 };
 
 }  // namespace vx::bitlocker

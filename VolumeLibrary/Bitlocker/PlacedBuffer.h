@@ -1,8 +1,8 @@
 // Working memory at a chosen distance from a page boundary.
 //
 // Processors compare the low twelve bits of addresses first: a loop that reads one buffer and
-// writes another at nearly the same distance from a page waits for stores that have nothing to
-// do with it, at half the speed. Buffers that are used together are given distances far apart.
+// writes another at nearly the same distance from a page waits for unrelated stores, at half the
+// speed. Buffers that are used together are given distances far apart.
 #pragma once
 
 #include <cstddef>

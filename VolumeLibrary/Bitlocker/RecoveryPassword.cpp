@@ -15,9 +15,8 @@ struct Range {
     char32_t last;
 };
 
-// What stands between groups in texts that people copy: the dashes and blanks of Unicode
-// (categories Pd and Zs), the signs that look like a dash, and what word processors and web
-// pages add unseen.
+// The separators of groups in texts that people copy: the dashes and blanks of Unicode (categories
+// Pd and Zs), the signs that look like a dash, and what word processors and web pages add unseen.
 constexpr Range kSeparators[] = {
     {0x0009, 0x000d}, {0x0020, 0x0020}, {0x002d, 0x002d}, {0x0085, 0x0085}, {0x00a0, 0x00a0},
     {0x00ad, 0x00ad}, {0x02d7, 0x02d7}, {0x058a, 0x058a}, {0x05be, 0x05be}, {0x1400, 0x1400},

@@ -33,7 +33,7 @@ private:
     KeyMaterial _key;
     size_t _digits = 0;
     size_t _groups = 0;
-    bool _isCountable = true;  // false: which digits make a group is not known
+    bool _isCountable = true;  // false: it is unknown which digits make a group
     // Numbers of groups, from 1 on.
     std::vector<size_t> _mistyped;
     std::vector<size_t> _ofWrongLength;

@@ -14,7 +14,7 @@ Sha256Digest Sha256(ByteView bytes)
 
 void Sha256(ByteView bytes, uint8_t *digest)
 {
-    // Hashing in memory fails for want of memory only.
+    // Hashing in memory fails only when memory runs out.
     if (EVP_Digest(bytes.data, bytes.size, digest, nullptr, EVP_sha256(), nullptr) != 1)
         throw std::bad_alloc();
 }

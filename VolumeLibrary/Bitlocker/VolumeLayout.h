@@ -23,7 +23,7 @@ struct Extent {
     Kind kind = Kind::kZeros;
     uint64_t stored = 0;  // where the first sector is stored
     uint64_t length = 0;  // a multiple of the sector size, never 0
-    const ConversionMap::InterruptedChunk *chunk = nullptr;  // with Interrupted only
+    const ConversionMap::InterruptedChunk *chunk = nullptr;  // with kInterrupted only
 };
 
 class VolumeLayout {

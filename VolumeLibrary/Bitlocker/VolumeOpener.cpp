@@ -170,9 +170,9 @@ Error VolumeOpener::CheckReadable() const
     return NeedsNoKey() ? Error() : _mapError;
 }
 
-// Two things may have to be guessed: the sector size if nothing says it, and whether a stopped
-// conversion had reached the relocated sectors. The first sector shows whether a guess was
-// right; when none is, the first one stands.
+// Two things may have to be guessed: the sector size if it is not recorded, and whether a stopped
+// conversion had reached the relocated sectors. The first sector shows whether a guess was right;
+// when none is, the first one stands.
 Result<UnlockedVolume> VolumeOpener::Build() const
 {
     VolumePointer likeliest;

@@ -2,11 +2,10 @@
 // to read the decryptor.
 //
 //   const Result<Secret> secret = Secret::FromPassword("...");
-//   Result<UnlockedVolume> opened = VolumeOpener(source).Open(*secret);  // up to a second of one
-//   core,
-//                                                // and more for volumes with several passwords
-//   opened->volume->ReadAt(...);                 // any thread
+//   Result<UnlockedVolume> opened = VolumeOpener(source).Open(*secret);
+//   opened->volume->ReadAt(...);  // on any thread
 //
+// Open takes up to a second of one core, and more for a volume with several passwords.
 // Ownership: the opened volume shares the source; the secret may be wiped as soon as Open has
 // returned. Threads: an opener belongs to one thread. From the first call of Open on, whatever it
 // answers, the process leaves no core dump (CoreDumps.h).
@@ -26,12 +25,12 @@ struct VolumeFacts {
     uint16_t state = 0;             // as the metadata has it: 1 decrypted, 4 encrypted
     uint16_t nextState = 0;         // the state that a running conversion leads to
     Guid identifier;                // of the volume
-    std::string description;        // computer, label and date as the system noted them; UTF-8
+    std::string description;        // computer, label and date as Windows noted them; UTF-8
     uint64_t metadataOffset = 0;    // of the copy that was used
     std::string protectors;         // the kinds of protectors, in words
     bool converting = false;        // a conversion map is in force
     bool truncated = false;         // the image is shorter than the volume
-    // False: the first sector is not one of a known file system. The secret was right all the same.
+    // False: the first sector is not one of a known file system. The secret was right nevertheless.
     bool looksLikeFileSystem = false;
     std::vector<std::string> warnings;  // damage that did not prevent opening
 };
@@ -51,7 +50,7 @@ public:
     // Whether the first 512 bytes are those of a BitLocker volume.
     static bool Recognises(ByteView firstSector);
 
-    // Computer, label and date as the system noted them, UTF-8, from the first sound copy of the
+    // Computer, label and date as Windows noted them, UTF-8, from the first sound copy of the
     // metadata that the boot sector names; empty if there is none. Reads three copies at most and
     // searches for no other.
     static std::string Describe(const ByteSource &source);

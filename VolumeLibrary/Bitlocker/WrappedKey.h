@@ -18,8 +18,8 @@ struct WrappedKey {
     // From the data of an entry with wrapped data; none if that is too short.
     static std::optional<WrappedKey> Parse(ByteView data);
 
-    // The key inside. None if the 32 bytes of unwrappingKey are the wrong key, if the stored
-    // bytes are damaged or if what comes out is no key.
+    // The key inside. None if the 32 bytes of unwrappingKey are the wrong key, if the stored bytes
+    // are damaged or if the result is not a key.
     std::optional<KeyMaterial> Unwrap(ByteView unwrappingKey) const;
 };
 

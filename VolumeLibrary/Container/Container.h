@@ -22,7 +22,7 @@ namespace vx {
 struct Container {
     std::shared_ptr<const ByteSource> source;
     std::vector<std::string> notes = {};  // damage that did not prevent opening, a line each
-    // The name of the first part if the file seems to be a later one. It opens all the same, since
+    // The name of the first part if the file seems to be a later one. It opens nevertheless, since
     // a name proves nothing.
     std::string firstPart = {};
     // The paths of its files. For a VMDK image only the one that was given, without the files that

@@ -57,7 +57,7 @@ public:
     // kDamagedContainer, those of its reads.
     Result<EwfEnding> Add(const ByteSource &file, const std::string &name);
 
-    // After the last file. Errors: kDamagedContainer if nothing says how large the disk is.
+    // After the last file. Errors: kDamagedContainer if the size of the disk is not recorded.
     Result<EwfLayout> Finish();
 
 private:

@@ -48,8 +48,8 @@ public:
 private:
     enum class Entries : uint8_t { kUnknown, kFirst, kCopy, kLost };
 
-    // A caller that reads around a bad place asks for each sector of a chunk. So many tries outlast
-    // a passing error; after them the chunk or table fails without being read.
+    // A caller that reads around a bad place asks for each sector of a chunk. This number of tries
+    // outlasts a passing error; after them the chunk or table fails without being read.
     static constexpr uint8_t kMostTries = 4;
     // Chunks whose failures are counted: a few megabytes at most.
     static constexpr size_t kMostCounted = size_t{1} << 16;

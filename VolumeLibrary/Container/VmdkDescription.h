@@ -30,11 +30,11 @@ struct VmdkDescription {
     std::vector<VmdkExtent> extents;
 
     // Errors: kUnsupportedContainer for a snapshot, with its parent, and for an extent of an
-    // unknown kind; kDamagedContainer for a text that makes no sense.
+    // unknown kind; kDamagedContainer for a text that is not valid.
     static Result<VmdkDescription> Parse(const std::string &text);
 };
 
-// A name of the text for a message: control characters could do harm to a terminal.
+// A name of the text for a message: "?" replaces control characters, which could harm a terminal.
 std::string ShownName(std::string name);
 
 }  // namespace vx

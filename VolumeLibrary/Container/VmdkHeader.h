@@ -29,8 +29,8 @@ struct VmdkHeader {
 bool IsVmdkThatGrows(ByteView head);
 
 // The header, or its copy at the end of the file if only that has the place of the directory.
-// Errors: those of the file's reads; DamagedVmdk if the header makes no sense; kTruncatedImage if
-// the copy does not or the file is too short.
+// Errors: those of the file's reads; DamagedVmdk if the header is not valid; kTruncatedImage if the
+// copy has no such place or is not valid, or the file is too short.
 Result<VmdkHeader> ReadVmdkHeader(const ByteSource &file);
 
 // For a VMDK image that contradicts itself: kDamagedContainer.

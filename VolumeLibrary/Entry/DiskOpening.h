@@ -13,7 +13,7 @@ struct Container;
 
 struct UnlockRequest {
     UnlockKind kind = UnlockKind::kNone;
-    const char *secret = "";             // UTF-8; not looked at for kNone
+    const char *secret = "";             // UTF-8; ignored for kNone
     const CancelFlag *cancel = nullptr;  // may be null
 };
 

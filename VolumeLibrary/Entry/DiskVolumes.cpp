@@ -45,7 +45,7 @@ DiskVolumes VolumesOf(const Source &disk, PartitionTable table)
     return found;
 }
 
-// An encrypted volume keeps its label to itself; what the system noted about it is in its place.
+// The label of an encrypted volume is unreadable; the description that Windows stored replaces it.
 std::string DescribeVolume(const DiskVolume &volume, const Source &disk)
 {
     const std::string label = WithoutControls(VolumeLabel(*volume.In(disk), volume.kind));

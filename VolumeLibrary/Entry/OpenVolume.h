@@ -1,5 +1,5 @@
 // Opens what a caller of the library names: a plain folder, a disk or an image. Begin here to
-// follow an opening from top to bottom; DiskOpening.h goes on for everything but folders.
+// follow an opening from top to bottom; DiskOpening.h continues for everything but folders.
 #pragma once
 
 #include "CancelFlag.h"

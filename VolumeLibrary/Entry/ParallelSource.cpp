@@ -24,7 +24,7 @@ Error ParallelSource::SalvageInside(uint64_t offset, void *buffer, size_t count,
         second = std::async(std::launch::async, [&] {
             return _source->Salvage(offset + half, place + half, count - half, &secondGaps);
         });
-    } catch (const std::system_error &) {  // there is no thread to be had
+    } catch (const std::system_error &) {  // no thread is available
         return _source->Salvage(offset, buffer, count, gaps);
     }
     Error error = _source->Salvage(offset, place, half, gaps);

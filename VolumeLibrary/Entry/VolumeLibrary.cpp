@@ -33,7 +33,7 @@ OwnedVolume *Owned(IVolume *volume)
     return static_cast<OwnedVolume *>(volume);
 }
 
-// What the last opening on this thread had to say beyond its status.
+// What the last opening on this thread reports beyond its status.
 thread_local std::string lastDetail;
 
 std::string Lines(const std::vector<std::string> &notes)

@@ -26,7 +26,7 @@ struct FileRun {
 // A folder or a table lies in fewer runs than this on any disk. Files may lie in more.
 constexpr size_t kMostRunsOfTables = size_t{1} << 16;
 
-// Appends a run, joining it with the last one if it goes on there.
+// Appends a run, joining it with the last one if it continues there.
 void AppendRun(const FileRun &run, std::vector<FileRun> *runs);
 
 // In the order of their positions, without overlaps. What no run holds cannot be read.

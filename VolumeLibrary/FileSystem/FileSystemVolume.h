@@ -1,8 +1,8 @@
 // A file system as a volume, for reading only.
 //
 // A path is followed name by name through the folders' indexes (FolderIndex); a folder that has no
-// index, or no longer has one, is read once. Names are matched exactly as they are listed. A
-// folder opens by one path only (FileSystem.h), so that a damaged tree cannot go in circles.
+// index, or no longer has one, is read once. Names are matched exactly as they are listed. A folder
+// opens by one path only (FileSystem.h), so that a damaged tree contains no cycle.
 // Ownership: owns the file system, shares the disk. Threads: any number at a time, each with
 // handles of its own.
 #pragma once

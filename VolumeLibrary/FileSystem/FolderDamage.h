@@ -24,7 +24,7 @@ public:
         _report.missingEntries += _isLosing ? 0 : 1;
         _isLosing = true;
     }
-    // An entry is shown that the folder itself does not vouch for.
+    // An entry is shown that the folder itself does not confirm.
     void Recover()
     {
         Note(VolumeObstacle::kDamaged);

@@ -22,7 +22,7 @@ class FolderMap {
 public:
     static constexpr size_t kMostEntries = size_t{1} << 19;
 
-    // With more than kMostEntries it holds nothing any more.
+    // Once there are more than kMostEntries, it holds nothing.
     void Add(std::string_view name, const Node &node);
     // No more is added from now on. isComplete: false if the folder could not be read to its end.
     void Seal(bool isComplete = true);

@@ -15,8 +15,8 @@ struct EntryStat {
     timespec created = {};  // birth; the last change of the entry where no birth is recorded
 };
 
-// Describes the entry name of the open folder; a link is described itself and not followed.
-// Returns false, with errno telling why, when it cannot be described.
+// Describes the entry name of the open folder; a link is described itself and not followed. Returns
+// false, and errno says why, when it cannot be described.
 bool StatEntry(int folder, const char *name, EntryStat *stat);
 
 }  // namespace vx

@@ -41,7 +41,7 @@ uint32_t FolderFile::ReadAt(int64_t position, char *buffer, uint32_t count, Byte
     return expected;
 }
 
-// Zeros stand for what lies beyond the end, which is no error of the disk.
+// Zeros stand for what lies beyond the end, which is not an error of the disk.
 FolderFile::Outcome FolderFile::ReadOnce(uint64_t offset, char *buffer, size_t count) const
 {
     for (size_t done = 0; done < count;) {

@@ -1,7 +1,7 @@
 // One open file of a folder volume.
 //
-// A file that has become shorter since it was opened, or since its size was last asked for, cannot
-// be read where it has no more bytes.
+// A file that has become shorter since it was opened, or since its size was last requested, cannot
+// be read beyond its new end.
 // Ownership: owns the descriptor, shares the folder's presence. Threads: files do not share
 // anything else.
 #pragma once

@@ -9,7 +9,7 @@
 namespace vx {
 namespace {
 
-// What does not even let an existing folder be opened again.
+// The errors with which an existing folder, too, may fail to open.
 bool SaysNothing(int error)
 {
     return error == EACCES || error == EPERM || error == EMFILE || error == ENFILE ||

@@ -12,7 +12,7 @@ class FolderPresence {
 public:
     explicit FolderPresence(int folder) : _folder(folder) {}
 
-    // Looks at the folder, after something in it has failed. errno stays as it was.
+    // Checks the folder after something in it has failed. errno stays as it was.
     void Check();
     // Once it was found gone it stays so.
     bool IsGone() const { return _isGone.load(std::memory_order_relaxed); }

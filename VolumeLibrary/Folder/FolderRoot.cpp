@@ -14,7 +14,7 @@ namespace vx {
 namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY;
-// Without blocking, since what lies there may be a FIFO or a device until it has been looked at.
+// Without blocking, since what lies there may turn out to be a FIFO or a device.
 constexpr int kFileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 struct FreeMemory {
@@ -68,7 +68,7 @@ UniqueFd FolderRoot::OpenFile(const std::string &relative) const
     return IfRegularFile(Checked(std::move(file)));
 }
 
-// What was not opened is perhaps no more there, with everything else.
+// What did not open may be gone, with everything else.
 UniqueFd FolderRoot::Checked(UniqueFd opened) const
 {
     if (!opened)

@@ -1,9 +1,9 @@
 // The folder that a folder volume shows: opens and describes what lies beneath it, and nothing
 // else, whatever the folder's links say or another process changes meanwhile.
 //
-// Links: only the last component of a path may be one. Where it leads is worked out from its
-// text and is no more than a hint: what is then opened is opened from the root again, through
-// real folders only (OpenBeneath), so that a wrong or outdated hint can fail but not escape.
+// Links: only the last component of a path may be one. Where it leads is worked out from its text
+// and is only a hint: what is then opened is opened from the root again, through real folders only
+// (OpenBeneath), so that a wrong or outdated hint can fail but not escape.
 // Threads: unchanged once opened; every operation may run on several threads at a time.
 // Paths: relative ones of VolumePath.
 #pragma once
@@ -29,7 +29,7 @@ public:
     // A regular file for reading, or the one in this folder that a link leads to; else none.
     // Never blocks, whatever the path leads to.
     UniqueFd OpenFile(const std::string &relative) const;
-    // Describes what lies there, a link itself; false, with errno telling why, if it cannot.
+    // Describes what lies there, a link itself; false, and errno says why, if it cannot.
     bool Stat(const std::string &relative, EntryStat *stat) const;
     // Describes what the link leads to; false if that is nothing, or not beneath this folder.
     bool StatLinkTarget(const std::string &link, EntryStat *target) const;

@@ -6,12 +6,12 @@
 // Ownership: an opened volume belongs to the library and stays until the process ends.
 // Threads: may be called on several threads. Nothing is thrown.
 //
-// The process: once an encrypted volume was tried, it leaves no core dump any more, since the keys
-// of its sectors would be in it. On Linux it is made undumpable (PR_SET_DUMPABLE), which also keeps
+// The process: once an encrypted volume was tried, it leaves no core dump, since the keys of its
+// sectors would be in it. On Linux it is made undumpable (PR_SET_DUMPABLE), which also keeps
 // debuggers of the same user away and gives its files in /proc to root; programs that it starts are
 // not concerned, and its limits stay as they are. Elsewhere its soft limit of RLIMIT_CORE becomes
-// 0. A program may undo either, and has the keys in its dumps then. Folders and plain images
-// change nothing.
+// 0. A program may undo either, and then has the keys in its dumps. Folders and plain images change
+// nothing.
 #pragma once
 
 #include "VolumeReport.h"
@@ -23,9 +23,9 @@ extern "C" __attribute__((visibility("default"))) int32_t
 open_bitlocker_device(const char *device, const char *unlockKind, const char *secret,
                       IVolume **volume) noexcept;
 
-// What the last opening on the calling thread had to say beyond its status. After a success: what
-// was noticed and did not prevent it, a line each; empty if nothing. Never null; stays as it is
-// until the next opening on this thread.
+// What the last opening on the calling thread reports beyond its status. After a success: what was
+// noticed and did not prevent it, a line each; empty if nothing. Never null; stays as it is until
+// the next opening on this thread.
 extern "C" __attribute__((visibility("default"))) const char *volume_library_last_error() noexcept;
 
 extern "C" __attribute__((visibility("default"))) bool

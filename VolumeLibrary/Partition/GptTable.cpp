@@ -91,7 +91,7 @@ std::string NameOf(ByteView entry)
     return Wtf8FromUtf16(name.First(end));
 }
 
-// Nothing if the entry is not in use or makes no sense.
+// Nothing if the entry is not in use or not valid.
 std::optional<PartitionPlace> PlaceIn(ByteView entry)
 {
     constexpr Guid kUnused = {};

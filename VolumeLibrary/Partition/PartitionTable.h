@@ -29,7 +29,7 @@ struct PartitionTable {
     Error unread;
 
     // The tables for sectors of this size, the likeliest first; the caller chooses by what the disk
-    // holds. Never empty: without a table, or with one that makes no sense, there is one entry
+    // holds. Never empty: without a table, or with one that is not valid, there is one entry
     // without partitions.
     static std::vector<PartitionTable> ReadAll(const ByteSource &disk, uint64_t sectorBytes);
 };

@@ -20,9 +20,9 @@ public:
 
     // False: null. A connector held before is deleted.
     bool AddConnector(CPipeConnector *connector) override;
-    // Deletes the connector held; the name is not looked at.
+    // Deletes the connector held; the name is ignored.
     void RemoveConnector(const std::string &name) override;
-    // The connector held or null; the name is not looked at.
+    // The connector held or null; the name is ignored.
     IIPCConnector *GetConnector(const std::string &name) override;
 
 private:

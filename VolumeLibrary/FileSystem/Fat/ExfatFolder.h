@@ -2,8 +2,8 @@
 // deleted sets.
 //
 // A set with a wrong checksum is shown if its parts make a name and a place, and reported; so is a
-// set after an entry that says that none follows. Parts that belong to no set, and sets that make
-// no sense, are reported as missing. A root without the two entries that every root has, those of
+// set after an entry that says that none follows. Parts that belong to no set, and sets that are
+// not valid, are reported as missing. A root without the two entries that every root has, those of
 // the allocation bitmap and of the upper case table, is reported as damaged.
 //
 // The size of a file is never shown as more than the volume holds.

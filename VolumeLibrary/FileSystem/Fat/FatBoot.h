@@ -32,7 +32,7 @@ struct FatBoot {
 Result<FatBoot> FindFatBoot(const ByteSource &volume);
 
 // The backup in a volume whose first sector does not say what it is. None on a disk with
-// partitions, where it is left from an earlier use, and none of an encrypted volume.
+// partitions, where it is left from an earlier use, and not for an encrypted volume.
 std::optional<FatBoot> FindFatBackupBoot(const ByteSource &volume);
 
 }  // namespace vx

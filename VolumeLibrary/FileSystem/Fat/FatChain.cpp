@@ -14,8 +14,8 @@ namespace {
 constexpr size_t kMostRuns = size_t{1} << 19;
 constexpr uint64_t kMostSearchedBytes = uint64_t{16} << 20;
 
-// Notices that a chain goes in circles, at the latest when it has done so three times: compares
-// each cluster with one that was met before, and takes a later one each time the way doubles.
+// Detects that a chain goes in circles, after three rounds at most: compares each cluster with an
+// earlier one, which moves on each time the length of the chain doubles.
 class CircleCheck {
 public:
     bool HasComeBackTo(uint32_t cluster)
@@ -92,7 +92,7 @@ public:
     {
     }
 
-    // Takes the cluster where it is and goes on to the next one; false where the chain breaks.
+    // Takes the cluster where it is and moves on to the next one; false where the chain breaks.
     bool Take();
     // Nothing can be said of a next cluster that cannot be read.
     bool MayBeAtEnd() const { return !_cluster || _chain.IsEnd(*_cluster); }
@@ -145,7 +145,7 @@ bool FatChain::Walk::Take()
 }
 
 // If two clusters lead to the same one, it belongs to the cluster right in front of it. exFAT
-// leaves the entries of deleted files as they are, so there this cannot be known.
+// leaves the entries of deleted files as they are, so there this is unknown.
 bool FatChain::Walk::IsOfAnotherChain(uint32_t cluster) const
 {
     const bool isJump = _bytes > 0 && cluster != _previous + 1;
@@ -193,7 +193,7 @@ std::optional<uint32_t> FatChain::EntryOf(uint32_t cluster, unsigned copy) const
 }
 
 // What follows the cluster according to this copy of the table, or to another one if this one
-// cannot be read or makes no sense there.
+// cannot be read or is not valid there.
 std::optional<uint32_t> FatChain::NextOf(uint32_t cluster, unsigned copy) const
 {
     std::optional<uint32_t> found;

@@ -1,10 +1,10 @@
 // The clusters of a FAT or exFAT volume: where they lie, and which follows which.
 //
-// A chain is followed while it makes sense: up to an entry that is free, bad, off the volume or
-// unreadable, to a cluster that the chain had before, or to one in the middle of another chain. If
-// a table has copies, a better one replaces a single bad entry, or a whole chain. Threads: any
-// number at a time. Units: sectors and clusters as named, otherwise bytes. Format: Microsoft,
-// "FAT32 File System Specification" and "exFAT file system specification".
+// A chain is followed up to an entry that is free, bad, off the volume or unreadable, to a cluster
+// that the chain had before, or to one in the middle of another chain. If a table has copies, a
+// better one replaces a single bad entry, or a whole chain. Threads: any number at a time. Units:
+// sectors and clusters as named, otherwise bytes. Format: Microsoft, "FAT32 File System
+// Specification" and "exFAT file system specification".
 #pragma once
 
 #include "CachedSource.h"

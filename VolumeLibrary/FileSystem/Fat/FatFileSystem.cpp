@@ -119,7 +119,7 @@ bool FatFileSystem::Claim(const Way &way, const std::vector<FileRun> &runs) cons
     return _owners.Claim(way, pieces);
 }
 
-// What shows that a root has lost its entries. Found once, and looked for in the table only if
+// What shows that a root has lost its entries. Found once, and searched for in the table only if
 // there is no trace of an entry in the root: no label and no deleted file either.
 VolumeObstacle FatFileSystem::ObstacleOfRoot(const FatRuns &runs) const
 {

@@ -268,8 +268,8 @@ void FatFolder::TakeLabel()
         _bytes.Damage().Lose();
 }
 
-// One odd field is no reason to leave out a file, but amid damage it is. What is no entry beyond
-// the end of a folder is left from an earlier use.
+// One odd field is no reason to leave out a file, but amid damage it is. What is not an entry,
+// beyond the end of a folder, is left from an earlier use.
 bool FatFolder::IsPlausible()
 {
     FolderDamage &damage = _bytes.Damage();

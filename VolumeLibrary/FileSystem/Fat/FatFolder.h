@@ -2,8 +2,8 @@
 // "..". An entry without a long name is shown by its short one, in small letters where the
 // disk says so.
 //
-// What cannot be an entry is left out and reported, and so is damage around it (FolderBytes.h). An
-// entry whose long name is damaged is shown by its short one, and reported; parts of a long name
+// Whatever cannot be an entry is left out and reported, and so is damage around it (FolderBytes.h).
+// An entry whose long name is damaged is shown by its short one, and reported; parts of a long name
 // that belong to no entry are reported as a missing one, unless a deleted entry follows them. The
 // size of a file is never shown as more than the volume holds. A node's place is the first cluster;
 // its size holds three flags in the highest bits.

@@ -67,7 +67,7 @@ Kind KindOfFat(const FatFields &fields, uint64_t clusters)
     return clusters < kFewestOfFat16 ? Kind::k12 : Kind::k16;
 }
 
-// FAT32 may keep only one copy of its table up to date, exFAT does so.
+// FAT32 may keep only one copy of its table up to date; exFAT always does.
 void ChooseTable(uint64_t active, FatGeometry *geometry)
 {
     geometry->tableOffset += active * geometry->tableBytes;

@@ -35,8 +35,8 @@ struct FatGeometry {
     uint64_t MostBytes() const { return uint64_t{lastCluster - kFirstCluster + 1} * clusterBytes; }
 };
 
-// Which of the four it is, and where its parts lie; nothing if the sector makes no sense as the
-// first one of a volume.
+// Which of the four it is, and where its parts lie; nothing if the sector is not valid as the first
+// one of a volume.
 std::optional<FatGeometry> TakeFatGeometry(ByteView sector);
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-// Reads a folder of FAT or exFAT front to back, entry by entry of 32 bytes. It goes on after a
+// Reads a folder of FAT or exFAT front to back, entry by entry of 32 bytes. It continues after a
 // sector that cannot be read, and after an entry that says that none follows, since damage can look
 // like one: up to a long stretch of such entries, or to the end of the folder.
 //

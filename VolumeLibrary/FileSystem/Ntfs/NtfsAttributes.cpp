@@ -8,8 +8,7 @@ namespace {
 
 constexpr uint32_t kAttributeNormal = 0x80;
 
-// The standard information: among other things three times and the attributes. Empty if it is
-// damaged.
+// The standard information: three times, the attributes and other fields. Empty if it is damaged.
 ByteView StandardInformation(const NtfsRecord &file)
 {
     constexpr size_t kLeastBytes = 36;

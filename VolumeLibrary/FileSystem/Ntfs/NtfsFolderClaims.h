@@ -1,5 +1,5 @@
-// The way by which each folder opens whose own record is lost, which would say so: the one that was
-// used first, as long as the volume is open. So folders stay a tree.
+// For each folder whose own record is lost: the path by which it was first opened. It holds as long
+// as the volume is open, so folders stay a tree.
 //
 // Threads: any number at a time. Memory: kMostFolders; more than that do not open.
 #pragma once

@@ -1,5 +1,5 @@
 // The index of a folder, read from the first name to the last, each block once. A block that is
-// damaged or cannot be read is left out with what lies below it, and the reading goes on with the
+// damaged or cannot be read is left out with what lies below it, and reading continues with the
 // next one.
 //
 // Ownership: borrows the table and the volume. Threads: one at a time. Memory: the blocks from the

@@ -59,7 +59,7 @@ Result<std::unique_ptr<NtfsMft>> NtfsMft::OpenBy(uint64_t bootOffset, const Sour
 
 // The first record is that of the table itself, which begins where the boot sector says. If the
 // table lies in many pieces, that record names further ones, which lie in the pieces that are known
-// already, so the table is looked for again as long as more of it is found.
+// already, so the search for the table is repeated as long as more of it is found.
 bool NtfsMft::FindTable(const NtfsBoot &boot, uint64_t firstRecordAt)
 {
     constexpr int kMostRounds = 16;

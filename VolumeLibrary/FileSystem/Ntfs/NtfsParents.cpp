@@ -51,7 +51,7 @@ NtfsParents::Pairs NtfsParents::Collect() const
     return pairs;
 }
 
-// next: the first record that was not looked at yet, since one may lie in two runs.
+// next: the first record that was not examined yet, since one may lie in two runs.
 void NtfsParents::CollectRun(const FileRun &run, uint64_t *next, Pairs *pairs) const
 {
     const FileExtents &table = _mft.Table();

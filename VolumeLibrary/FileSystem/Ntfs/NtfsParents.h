@@ -1,7 +1,7 @@
 // Which files say of themselves that they lie in which folder: for a folder whose index is damaged.
 //
 // Found in one pass over the table of files, made when it is first needed. A file is known by its
-// number alone; its record says which names it has, and whether it still is the same file. Left out
+// number alone; its record says which names it has, and whether it is still the same file. Left out
 // are deleted files and the file system's own.
 // Ownership: shares the volume; the table must outlive it. Threads: any number at a time; one makes
 // the pass while the others wait. Memory: kMostNames of 8 bytes each; of a volume with more names

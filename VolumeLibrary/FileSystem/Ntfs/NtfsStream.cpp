@@ -125,7 +125,7 @@ std::optional<std::vector<uint8_t>> ReadListOf(const NtfsMft &mft, const ByteSou
     return list ? ReadList(mft, volume, *list, trouble) : std::nullopt;
 }
 
-// Another record of the file, which holds the part that the entry speaks of.
+// Another record of the file, which holds the part that the entry names.
 std::optional<NtfsRecord> LoadPart(const NtfsMft &mft, uint64_t number, const ListEntry &entry,
                                    VolumeObstacle *trouble = nullptr)
 {
@@ -147,7 +147,7 @@ bool VisitNamesIn(const NtfsRecord &record, const std::function<bool(NtfsIndexNa
     }
 }
 
-// Adds the part that the entry speaks of, or notes why it is missing. False as TakePart.
+// Adds the part that the entry names, or notes why it is missing. False as TakePart.
 bool TakeListed(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, const ListEntry &entry,
                 std::u16string_view name, NtfsStream *stream)
 {

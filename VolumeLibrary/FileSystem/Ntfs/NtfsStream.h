@@ -11,7 +11,7 @@
 namespace vx {
 
 // kYes: the stream is there, perhaps with parts missing, as its trouble says. kNo: there is none.
-// kDamaged: nothing of it can be had, if there is one; its trouble says why.
+// kDamaged: if there is one, nothing of it can be read; its trouble says why.
 enum class NtfsFound { kYes, kNo, kDamaged };
 
 struct NtfsStream {
@@ -36,8 +36,8 @@ NtfsStream FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRe
 uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, NtfsType type);
 
-// Every long name of the file: those in its own record, then those in its other ones. visit
-// returns whether to go on.
+// Every long name of the file: those in its own record, then those in its other ones. visit returns
+// whether to continue.
 void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, const std::function<bool(NtfsIndexName)> &visit);
 
