@@ -204,7 +204,7 @@ Work PlainCipher(const EVP_CIPHER *cipher, uint64_t bytes)
     };
 }
 
-// What no reader through libcrypto can be faster than: the file, piece by piece, decrypted as if it
+// The upper limit of any reader through libcrypto: the file, piece by piece, decrypted as if it
 // were one message.
 Work ReadAndPlainCipher(const std::shared_ptr<const ByteSource> &source, const EVP_CIPHER *cipher)
 {

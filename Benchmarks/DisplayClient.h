@@ -1,4 +1,4 @@
-// A client of the X server that looks at what another program shows, to measure from outside when
+// A client of the X server that examines what another program shows, to measure from outside when
 // its window is up. It speaks the few requests it needs itself, so that the benchmark needs no
 // library that the programs do not need. One thread.
 #pragma once

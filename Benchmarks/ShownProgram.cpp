@@ -12,7 +12,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr std::chrono::seconds kPatience(30);
-constexpr std::chrono::seconds kRest(2);  // unchanged for so long: at rest
+constexpr std::chrono::seconds kRest(2);  // unchanged for this long: at rest
 // Each look costs the server some time that the program may be waiting for.
 constexpr milliseconds kBetweenLooks(4);
 

@@ -38,7 +38,7 @@ int Fail(const char *what)
     return 1;
 }
 
-// Opens the first row and draws what is then to be seen.
+// Opens the first row and draws what is then visible.
 int OpenFirstRow(NSOutlineView *tree, NSInteger expected)
 {
     [[tree window] makeKeyAndOrderFront:nil];

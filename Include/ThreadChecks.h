@@ -1,12 +1,12 @@
 // Checks in debug builds that a method runs on the thread to which its header binds it. In release
-// builds the checks are nothing.
+// builds they do nothing.
 //
 //   - (void)windowDidLoad
 //   {
 //       AssertMainThread();
 //
-// A program begins them by calling CheckThreads() in main(), before it starts a thread. One that
-// uses a class alone, on whatever thread it has, does not call it.
+// A program begins them by calling CheckThreads() in main(), before it starts a thread. A program
+// that uses a class alone, on any thread, does not call it.
 #pragma once
 
 #include <cassert>

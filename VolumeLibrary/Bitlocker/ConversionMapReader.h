@@ -23,7 +23,7 @@ public:
     Result<ConversionMap> Read(std::array<uint64_t, 2> offsets);
 
 private:
-    // The parts of the conversion information that count.
+    // The fields of the conversion information that are used.
     struct Information {
         uint32_t chunkSize = 0;
         uint32_t slotLength = 0;

@@ -34,7 +34,7 @@ struct PartitionTable {
     static std::vector<PartitionTable> ReadAll(const ByteSource &disk, uint64_t sectorBytes);
 };
 
-// Without control characters, which could do harm to a terminal.
+// Without control characters, which could harm a terminal.
 std::string WithoutControls(const std::string &text);
 
 }  // namespace vx
