@@ -2,6 +2,8 @@
 
 #include "TypedSecret.h"
 
+#include <algorithm>
+
 namespace vx {
 namespace {
 
@@ -15,6 +17,7 @@ constexpr int kFirstOwnCode = 259;
 constexpr char kShortOptions[] = "-:h";
 constexpr int kWordCode = 1;
 constexpr int kEndCode = -1;
+constexpr int kUnknownCode = -2;
 
 }  // namespace
 
@@ -52,12 +55,27 @@ ArgumentReader::~ArgumentReader()
     WipeText(&_value);
 }
 
+// Whether the next word is no option or one of those that there are. getopt_long would accept the
+// beginning of a name as well, and a cluster of letters.
+bool ArgumentReader::IsKnown(const char *next)
+{
+    const std::string word = next == nullptr ? "" : next;
+    if (word.empty() || word[0] != '-' || word == "-" || word == "--" || word == "-h")
+        return true;
+    _value = word.substr(0, word.find('=', 3));
+    return std::any_of(_names.begin(), _names.end(), [&](const OptionName &name) {
+        return _value == std::string("--") + name.name;
+    });
+}
+
 // The code of the next option or word, whose value is then in _value.
 int ArgumentReader::NextCode()
 {
     // A word may be a secret, of which a shorter one would leave the end.
     WipeText(&_value);
     const int count = static_cast<int>(_words.size()) - 1;
+    if (!_optionsEnded && !IsKnown(_words[static_cast<size_t>(std::max(optind, 1))]))
+        return kUnknownCode;
     const int code =
         _optionsEnded ? kEndCode
                       : getopt_long(count, _words.data(), kShortOptions, _options.data(), nullptr);
@@ -90,7 +108,9 @@ int ArgumentReader::Next()
     case ':':
         return FailWithout(optopt);
     case '?':
-        return FailUnknown();
+        return FailWithValue(optopt);
+    case kUnknownCode:
+        return Fail("unknown option " + _value);
     default:
         return kOwnOption + code - kFirstOwnCode;
     }
@@ -117,16 +137,10 @@ int ArgumentReader::FailWithout(int code)
     return Fail("--" + std::string(name.name) + " needs " + name.value);
 }
 
-// Also of an option that takes no value and was given one, and of an ambiguous beginning of one.
-int ArgumentReader::FailUnknown()
+int ArgumentReader::FailWithValue(int code)
 {
-    if (optopt >= kHelpCode)
-        return Fail("--" + std::string(_options[static_cast<size_t>(optopt - kHelpCode)].name) +
-                    " takes no value");
-    if (optopt != 0)
-        return Fail(std::string("unknown option -") + static_cast<char>(optopt));
-    const std::string word = _words[static_cast<size_t>(optind) - 1];
-    return Fail("unknown option " + word.substr(0, word.find('=')));
+    return Fail("--" + std::string(_names[static_cast<size_t>(code - kHelpCode)].name) +
+                " takes no value");
 }
 
 int ArgumentReader::Fail(const std::string &error)

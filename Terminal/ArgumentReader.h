@@ -1,6 +1,7 @@
 // Reads a command line word by word. The options that every program has are the same in all:
 // --help (-h), --version, --unlock KIND SECRET, and "--", after which no word is an option.
-// "--option VALUE" and "--option=VALUE" mean the same; options and other words may be mixed.
+// "--option VALUE" and "--option=VALUE" mean the same; options and other words may be mixed. Names
+// are not abbreviated.
 //
 // Ownership: borrows the arguments. One at a time in the process (getopt_long).
 // Errors: one line without a line end, ready to follow "PROGRAM: ".
@@ -58,10 +59,11 @@ public:
     bool HasUnlock() const { return _hasUnlock; }
 
 private:
+    bool IsKnown(const char *next);
     int NextCode();
     int TakeUnlock();
     int FailWithout(int code);
-    int FailUnknown();
+    int FailWithValue(int code);
     int Fail(const std::string &error);
 
     std::vector<OptionName> _names;

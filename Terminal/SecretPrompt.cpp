@@ -1,15 +1,14 @@
 #include "SecretPrompt.h"
 
+#include "AwaitReadable.h"
 #include "EndingSignal.h"
 #include "EventPipe.h"
 #include "SignalWatch.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <signal.h>
-#include <sys/select.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -76,14 +75,19 @@ SecretPrompt::Answer SecretPrompt::AskOnTerminal(const std::string &question, Ty
 SecretPrompt::Answer SecretPrompt::ReadLine(TypedSecret *secret)
 {
     bool fits = true;
+    bool hasZero = false;
     char byte = 0;
-    while (ReadByte(&byte) && byte != '\n')
+    while (ReadByte(&byte) && byte != '\n') {
+        hasZero = hasZero || byte == 0;
         fits = secret->Append(byte) && fits;
+    }
     byte = 0;
     if (_signal != 0)
         return Answer::kInterrupted;
     if (!fits)
         return Answer::kTooLong;
+    if (hasZero)
+        return Answer::kZeroByte;
     if (!secret->IsEmpty() && secret->Last() == '\r')
         secret->RemoveLast();
     return secret->IsEmpty() ? Answer::kNone : Answer::kGiven;
@@ -110,19 +114,12 @@ int SecretPrompt::NextSignal()
 // False: a signal asked the program to end.
 bool SecretPrompt::AwaitInput()
 {
-    // Not poll, which does not know terminals on macOS.
-    const int events = _events.GetDescriptor();
     for (;;) {
-        fd_set wanted;
-        FD_ZERO(&wanted);
-        FD_SET(_input, &wanted);
-        FD_SET(events, &wanted);
-        if (select(std::max(_input, events) + 1, &wanted, nullptr, nullptr, nullptr) <= 0)
-            continue;
+        const Readable ready = AwaitReadable(_input, _events.GetDescriptor());
         // An earlier child may end meanwhile.
-        if (FD_ISSET(events, &wanted) && (_signal = NextSignal()) != 0)
+        if (ready.second && (_signal = NextSignal()) != 0)
             return false;
-        if (FD_ISSET(_input, &wanted))
+        if (ready.first)
             return true;
     }
 }
@@ -136,6 +133,8 @@ const char *SecretPrompt::RefusalText(Answer answer)
         return "no secret was given";
     case Answer::kTooLong:
         return "the secret is longer than 4095 bytes";
+    case Answer::kZeroByte:
+        return "the secret contains a zero byte";
     case Answer::kInterrupted:
         return "interrupted";
     }

@@ -22,6 +22,7 @@ public:
         kGiven,
         kNone,         // an empty line, or the end of input
         kTooLong,      // more than TypedSecret::kMostBytes
+        kZeroByte,     // which would end the text before its end
         kInterrupted,  // by InterruptingSignal
     };
 

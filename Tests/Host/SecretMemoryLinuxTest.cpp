@@ -1,5 +1,5 @@
-// What is left of a secret in the memory of volume-host while the explorer runs; asks the kernel, so
-// Linux only.
+// What is left of a secret in the memory of volume-host while the explorer runs; asks the kernel,
+// so Linux only.
 #include "ChildProcess.h"
 #include "Eventually.h"
 #include "PipeFolder.h"

@@ -98,6 +98,8 @@ TEST_F(ArgumentReaderTest, EachMistakeIsNamed)
     EXPECT_THAT(Read({"--what"}), ElementsAre("error: unknown option --what"));
     EXPECT_THAT(Read({"--what=5"}), ElementsAre("error: unknown option --what"));
     EXPECT_THAT(Read({"-x"}), ElementsAre("error: unknown option -x"));
+    EXPECT_THAT(Read({"-\xC3\xA9"}), ElementsAre("error: unknown option -\xC3\xA9"));
+    EXPECT_THAT(Read({"--=x"}), ElementsAre("error: unknown option --=x"));
     EXPECT_THAT(Read({"--flag=5"}), ElementsAre("error: --flag takes no value"));
     EXPECT_THAT(Read({"--name"}), ElementsAre("error: --name needs a value"));
     EXPECT_THAT(Read({"--unlock"}), ElementsAre("error: --unlock needs a kind and a secret"));
@@ -105,6 +107,13 @@ TEST_F(ArgumentReaderTest, EachMistakeIsNamed)
                 ElementsAre("error: --unlock needs a kind and a secret"));
     EXPECT_THAT(Read({"--unlock", "a", "b", "--unlock", "a", "b"}),
                 ElementsAre("error: --unlock was given twice"));
+}
+
+TEST_F(ArgumentReaderTest, NamesAreNotAbbreviatedAndLettersNotJoined)
+{
+    for (const char *word : {"--he", "--vers", "--unl", "-hx", "-h=", "-vol"})
+        EXPECT_THAT(Read({word}), ElementsAre("error: unknown option " + std::string(word)))
+            << word;
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <future>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -160,6 +161,33 @@ TEST_F(SecretPromptTest, AnEarlierAnswerIsGoneWhenTheNextOneIsRefused)
 {
     AnswerFromPipe("open sesame\n", Answer::kGiven);
     EXPECT_EQ(AnswerFromPipe("", Answer::kNone), "");
+}
+
+TEST_F(SecretPromptTest, ADescriptorOfALargeNumberIsReadLikeAnyOther)
+{
+    constexpr int kLarge = 1500;
+    rlimit limit = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    if (limit.rlim_cur <= kLarge) {
+        limit.rlim_cur = kLarge + 1;
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    }
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const vx::UniqueFd small(ends[0]);
+    const vx::UniqueFd reading(dup2(ends[0], kLarge));
+    const vx::UniqueFd writing(ends[1]);
+    ASSERT_EQ(reading.Get(), kLarge);
+    ASSERT_EQ(write(writing.Get(), "open\n", 5), 5);
+    EXPECT_EQ(vx::SecretPrompt(reading.Get(), _events).Ask("Secret: ", &_secret), Answer::kGiven);
+    EXPECT_STREQ(_secret.Text(), "open");
+}
+
+TEST_F(SecretPromptTest, AZeroByteIsRefused)
+{
+    AnswerFromPipe(std::string("\0\n", 2), Answer::kZeroByte);
+    AnswerFromPipe(std::string("open\0sesame\n", 12), Answer::kZeroByte);
+    EXPECT_TRUE(_secret.IsEmpty());
 }
 
 }  // namespace

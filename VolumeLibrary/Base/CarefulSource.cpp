@@ -22,7 +22,7 @@ Error CarefulSource::SalvageInside(uint64_t offset, void *buffer, size_t count,
     if (number == 0)
         return {};
     if (IsGone())
-        return {Status::kSystemError, "the disk or image is not there any more", ENODEV};
+        return {Status::kSystemError, "the disk or image is gone", ENODEV};
     return number == ENOMEM ? SystemError(ENOMEM, "read") : _below.LastError();
 }
 
