@@ -8,7 +8,7 @@
 #include "ByteView.h"
 #include "Guid.h"
 
-#include <cstring>
+#include <algorithm>
 #include <string_view>
 
 namespace vx {
@@ -47,8 +47,11 @@ inline uint64_t U64At(ByteView bytes, size_t offset)
 // Whether these characters are there.
 inline bool HasTextAt(ByteView bytes, size_t offset, std::string_view text)
 {
+    const auto same = [](char character, uint8_t byte) {
+        return static_cast<uint8_t>(character) == byte;
+    };
     return bytes.Holds(offset, text.size()) &&
-           std::memcmp(bytes.data + offset, text.data(), text.size()) == 0;
+           std::equal(text.begin(), text.end(), bytes.data + offset, same);
 }
 
 class ByteReader {
