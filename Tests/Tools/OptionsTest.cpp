@@ -87,17 +87,136 @@ TEST(Options, EachMistakeIsNamed)
     EXPECT_EQ(ErrorOf({"/v"}), "say what to do: --list, or --to and a folder");
     EXPECT_EQ(ErrorOf({"/v", "--lst"}), "unknown option --lst");
     EXPECT_EQ(ErrorOf({"/v", "--to"}), "--to needs the folder to export to");
-    EXPECT_EQ(ErrorOf({"/v", "--to", ""}), "the folder after --to is empty");
+    EXPECT_EQ(ErrorOf({"/v", "--to", ""}), "the value of --to is empty");
     EXPECT_EQ(ErrorOf({"/v", "--to", "a", "--to", "b"}), "--to was given twice");
     EXPECT_EQ(ErrorOf({"/v", "--unlock", "none"}), "--unlock needs a kind and a secret");
     EXPECT_EQ(ErrorOf({"/v", "--unlock", "a", "b", "--unlock", "a", "b"}),
               "--unlock was given twice");
     EXPECT_EQ(ErrorOf({"--list", "/v", "--to", "/d"}), "--list and --to exclude each other");
-    EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--json"}),
-              "--recursive and --json go with --list only");
-    EXPECT_EQ(ErrorOf({"/v", "--list", "--verify"}), "--verify and --verbose go with --to only");
-    EXPECT_EQ(ErrorOf({"/v", "--list", "--no-space-check"}),
-              "--no-space-check goes with --to only");
+}
+
+TEST(Options, EachOptionOfListingIsRefusedWithAnExport)
+{
+    for (const std::string option : {"--recursive", "--json"})
+        EXPECT_EQ(ErrorOf({"/v", "--to", "/d", option}), option + " goes with --list only");
+}
+
+TEST(Options, EachOptionOfExportingIsRefusedWithAList)
+{
+    for (const std::string option :
+         {"--streams", "--no-times", "--no-empty-folders", "--verify", "--resume", "--sync",
+          "--dry-run", "--verbose", "--no-space-check"})
+        EXPECT_EQ(ErrorOf({"/v", "--list", option}), option + " goes with --to only");
+    for (const std::string option : {"--manifest", "--report", "--write-map"})
+        EXPECT_EQ(ErrorOf({"/v", "--list", option, "f"}), option + " goes with --to only");
+}
+
+TEST(Options, EachSwitchOfExportingSetsItsFieldAlone)
+{
+    const std::pair<const char *, bool Options::*> switches[] = {
+        {"--streams", &Options::streams},
+        {"--no-times", &Options::noTimes},
+        {"--no-empty-folders", &Options::noEmptyFolders},
+        {"--verify", &Options::verify},
+        {"--resume", &Options::resume},
+        {"--sync", &Options::sync},
+        {"--dry-run", &Options::dryRun},
+        {"--verbose", &Options::verbose},
+        {"--no-space-check", &Options::skipsSpaceCheck},
+    };
+    for (const auto &[given, field] : switches) {
+        const Options options = Parsed({"/v", "--to", "/d", given});
+        for (const auto &[name, other] : switches)
+            EXPECT_EQ(options.*other, other == field) << given << " " << name;
+    }
+}
+
+TEST(Options, FilesAreTakenAsTheyAreGiven)
+{
+    const Options options = Parsed({"/v", "--to", "/d", "--manifest", "m", "--report=r", "--map",
+                                    "--odd", "--write-map", "w"});
+    EXPECT_EQ(options.manifest, "m");
+    EXPECT_EQ(options.report, "r");
+    EXPECT_EQ(options.map, "--odd");
+    EXPECT_EQ(options.writeMap, "w");
+}
+
+TEST(Options, TwoOptionsMayNotNameTheSameFile)
+{
+    EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--report", "f", "--manifest", "f"}),
+              "--manifest and --report are the same file");
+    EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--write-map", "f", "--map", "f"}),
+              "--map and --write-map are the same file");
+}
+
+TEST(Options, TheRulesKeepTheirOrder)
+{
+    const Options options =
+        Parsed({"--list", "/v", "--exclude", "*.tmp", "--include=-a b", "--exclude", "/x/"});
+    ASSERT_EQ(options.rules.size(), 3u);
+    EXPECT_FALSE(options.rules[0].includes);
+    EXPECT_EQ(options.rules[0].pattern, "*.tmp");
+    EXPECT_TRUE(options.rules[1].includes);
+    EXPECT_EQ(options.rules[1].pattern, "-a b");
+    EXPECT_EQ(options.rules[2].pattern, "/x/");
+}
+
+TEST(Options, WhatIsChosenGoesWithBothActions)
+{
+    for (const std::vector<std::string> &action :
+         {std::vector<std::string>{"--list"}, std::vector<std::string>{"--to", "/d"}}) {
+        std::vector<std::string> arguments = action;
+        arguments.insert(arguments.end(),
+                         {"/v", "--min-size", "1", "--max-size=2K", "--newer", "2019-03-02",
+                          "--older", "2020-01-01T00:00Z", "--retries", "7", "--skip-slow", "0.5"});
+        const Options options = Parsed(arguments);
+        EXPECT_EQ(options.minSize, 1);
+        EXPECT_EQ(options.maxSize, 2048);
+        EXPECT_TRUE(options.newer.has_value());
+        EXPECT_EQ(options.older, 132223104000000000u);
+        EXPECT_EQ(options.retries, 7u);
+        EXPECT_EQ(options.skipSlow, 500u);
+    }
+}
+
+TEST(Options, AValueOfNoUseIsNamedWithItsForm)
+{
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--min-size", "1.5G"}),
+              "--min-size needs a size such as 4096, 10K, 4M or 2G");
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--newer", "2019-02-30"}),
+              "--newer needs a time such as 2019-03-02, 2019-03-02T10:00 or 2019-03-02T10:00:00Z");
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--retries", "1001"}),
+              "--retries needs a number up to 1000");
+    for (const char *value : {"0", "0.000", "3600.001", "-1", "1.", ".5", "x"})
+        EXPECT_EQ(ErrorOf({"--list", "/v", "--skip-slow", value}),
+                  "--skip-slow needs a number of seconds up to 3600, such as 5 or 0.5");
+    for (const char *option : {"--include", "--exclude", "--max-size", "--older", "--map"})
+        EXPECT_EQ(ErrorOf({"--list", "/v", option, ""}),
+                  std::string("the value of ") + option + " is empty");
+}
+
+TEST(Options, AValueIsGivenOnce)
+{
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--older", "2019-01-01", "--older", "2019-01-01"}),
+              "--older was given twice");
+    EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--report", "a", "--report", "a"}),
+              "--report was given twice");
+}
+
+TEST(Options, AChoiceThatNoFileCanMeetIsRefused)
+{
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--min-size", "2", "--max-size", "1"}),
+              "no file can be as large as --min-size and as small as --max-size");
+    EXPECT_EQ(Parsed({"--list", "/v", "--min-size", "2", "--max-size", "2"}).maxSize, 2);
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--newer", "2019-01-01", "--older", "2019-01-01"}),
+              "no file can be as new as --newer and older than --older");
+}
+
+TEST(Options, ResumingNeedsSomethingToCompare)
+{
+    EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--resume", "--no-times"}),
+              "--resume with --no-times needs --manifest: nothing else tells what is complete");
+    EXPECT_TRUE(Parsed({"/v", "--to", "/d", "--resume", "--no-times", "--manifest", "m"}).resume);
 }
 
 }  // namespace

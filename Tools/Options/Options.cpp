@@ -1,26 +1,107 @@
 #include "Options.h"
 
 #include "ArgumentReader.h"
+#include "IsoTimeReader.h"
+#include "OptionValues.h"
 #include "TypedSecret.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <iterator>
 
 namespace vx {
 namespace {
 
-enum OwnOption { kList, kRecursive, kJson, kTo, kVerify, kVerbose, kNoSpaceCheck };
+constexpr uint32_t kMostRetries = 1000;
+constexpr uint32_t kLongestWait = 3600 * 1000;  // milliseconds
 
-const std::vector<OptionName> kOwnOptions = {
-    {"list", nullptr},           {"recursive", nullptr},
-    {"json", nullptr},           {"to", "the folder to export to"},
-    {"verify", nullptr},         {"verbose", nullptr},
-    {"no-space-check", nullptr},
+// Which of the two actions an option goes with.
+enum class Scope { kBoth, kList, kExport };
+
+enum OwnOption : size_t {
+    kList,
+    kTo,
+    kRecursive,
+    kJson,
+    kInclude,
+    kExclude,
+    kMinSize,
+    kMaxSize,
+    kNewer,
+    kOlder,
+    kMap,
+    kRetries,
+    kSkipSlow,
+    kStreams,
+    kNoTimes,
+    kNoEmptyFolders,
+    kManifest,
+    kReport,
+    kVerify,
+    kResume,
+    kSync,
+    kDryRun,
+    kWriteMap,
+    kVerbose,
+    kNoSpaceCheck,
+    kOwnOptions
 };
+
+constexpr char kSizeForm[] = "a size such as 4096, 10K, 4M or 2G";
+constexpr char kTimeForm[] = "a time such as 2019-03-02, 2019-03-02T10:00 or 2019-03-02T10:00:00Z";
+
+// An option without flag and text has a value that is not taken as it is.
+struct OptionForm {
+    const char *name;
+    const char *value;  // what it needs; null if it takes no value
+    Scope scope;
+    bool Options::*flag = nullptr;
+    std::string Options::*text = nullptr;
+};
+
+// In the order of OwnOption.
+constexpr OptionForm kForms[] = {
+    {"list", nullptr, Scope::kBoth},
+    {"to", "the folder to export to", Scope::kBoth, nullptr, &Options::destination},
+    {"recursive", nullptr, Scope::kList, &Options::recursive},
+    {"json", nullptr, Scope::kList, &Options::json},
+    {"include", "a pattern", Scope::kBoth},
+    {"exclude", "a pattern", Scope::kBoth},
+    {"min-size", kSizeForm, Scope::kBoth},
+    {"max-size", kSizeForm, Scope::kBoth},
+    {"newer", kTimeForm, Scope::kBoth},
+    {"older", kTimeForm, Scope::kBoth},
+    {"map", "a map file", Scope::kBoth, nullptr, &Options::map},
+    {"retries", "a number up to 1000", Scope::kBoth},
+    {"skip-slow", "a number of seconds up to 3600, such as 5 or 0.5", Scope::kBoth},
+    {"streams", nullptr, Scope::kExport, &Options::streams},
+    {"no-times", nullptr, Scope::kExport, &Options::noTimes},
+    {"no-empty-folders", nullptr, Scope::kExport, &Options::noEmptyFolders},
+    {"manifest", "a file to write", Scope::kExport, nullptr, &Options::manifest},
+    {"report", "a file to write", Scope::kExport, nullptr, &Options::report},
+    {"verify", nullptr, Scope::kExport, &Options::verify},
+    {"resume", nullptr, Scope::kExport, &Options::resume},
+    {"sync", nullptr, Scope::kExport, &Options::sync},
+    {"dry-run", nullptr, Scope::kExport, &Options::dryRun},
+    {"write-map", "a file to write", Scope::kExport, nullptr, &Options::writeMap},
+    {"verbose", nullptr, Scope::kExport, &Options::verbose},
+    {"no-space-check", nullptr, Scope::kExport, &Options::skipsSpaceCheck},
+};
+static_assert(std::size(kForms) == kOwnOptions, "every option has its form");
+
+std::vector<OptionName> OptionNames()
+{
+    std::vector<OptionName> names;
+    for (const OptionForm &form : kForms)
+        names.push_back({form.name, form.value});
+    return names;
+}
 
 class Parser {
 public:
     Parser(const std::vector<std::string> &arguments, std::string *error)
-        : _reader(arguments, kOwnOptions), _error(*error)
+        : _reader(arguments, OptionNames()), _error(*error)
     {
     }
 
@@ -59,53 +140,111 @@ private:
 
     bool TakeOption(int found)
     {
-        switch (found - ArgumentReader::kOwnOption) {
-        case kList:
-            return _hasList = true;
-        case kRecursive:
-            return _options.recursive = true;
-        case kJson:
-            return _options.json = true;
-        case kVerify:
-            return _options.verify = true;
-        case kVerbose:
-            return _options.verbose = true;
-        case kNoSpaceCheck:
-            return _options.skipsSpaceCheck = true;
-        default:
-            return TakeDestination();
-        }
+        const auto option = static_cast<OwnOption>(found - ArgumentReader::kOwnOption);
+        const OptionForm &form = kForms[option];
+        const bool isRule = option == kInclude || option == kExclude;
+        if (_has[option] && form.value != nullptr && !isRule)
+            return Fail(NameOf(option) + " was given twice");
+        _has[option] = true;
+        if (form.value == nullptr)
+            return form.flag == nullptr || (_options.*form.flag = true);
+        if (_reader.Value().empty())
+            return Fail("the value of " + NameOf(option) + " is empty");
+        if (form.text != nullptr)
+            return (_options.*form.text = _reader.Value()), true;
+        return isRule ? TakeRule(option == kInclude)
+                      : TakeNumber(option) || Fail(NameOf(option) + " needs " + form.value);
     }
 
-    bool TakeDestination()
+    bool TakeRule(bool includes)
     {
-        if (_hasDestination)
-            return Fail("--to was given twice");
-        _hasDestination = true;
-        _options.destination = _reader.Value();
-        return !_options.destination.empty() || Fail("the folder after --to is empty");
+        _options.rules.push_back({includes, _reader.Value()});
+        return true;
+    }
+
+    bool TakeNumber(OwnOption option)
+    {
+        const std::string &value = _reader.Value();
+        switch (option) {
+        case kMinSize:
+            return (_options.minSize = ReadSize(value)).has_value();
+        case kMaxSize:
+            return (_options.maxSize = ReadSize(value)).has_value();
+        case kNewer:
+            return (_options.newer = ReadIsoTime(value)).has_value();
+        case kOlder:
+            return (_options.older = ReadIsoTime(value)).has_value();
+        case kRetries:
+            return (_options.retries = ReadCount(value, kMostRetries)).has_value();
+        default:
+            _options.skipSlow = ReadMilliseconds(value, kLongestWait);
+            return _options.skipSlow.value_or(0) > 0;
+        }
     }
 
     bool IsComplete()
     {
         if (!_hasVolume)
             return Fail("VOLUME is missing");
-        if (_hasList && _hasDestination)
+        if (_has[kList] && _has[kTo])
             return Fail("--list and --to exclude each other");
-        if (!_hasList && !_hasDestination)
+        if (!_has[kList] && !_has[kTo])
             return Fail("say what to do: --list, or --to and a folder");
-        if (_hasDestination && (_options.recursive || _options.json))
-            return Fail("--recursive and --json go with --list only");
-        if (_hasList && (_options.verify || _options.verbose))
-            return Fail("--verify and --verbose go with --to only");
-        if (_hasList && _options.skipsSpaceCheck)
-            return Fail("--no-space-check goes with --to only");
-        _options.action = _hasList ? Options::Action::kList : Options::Action::kExport;
+        if (!FitsAction() || !IsChoicePossible() || !AreFilesDifferent() || !CanResume())
+            return false;
+        _options.action = _has[kList] ? Options::Action::kList : Options::Action::kExport;
         _options.unlockKind = _reader.Unlock().kind;
         _options.secret = _reader.Unlock().secret;
         _options.asksSecret = _reader.Unlock().asksSecret;
         return true;
     }
+
+    bool FitsAction()
+    {
+        const Scope other = _has[kList] ? Scope::kExport : Scope::kList;
+        for (size_t option = 0; option < kOwnOptions; ++option) {
+            if (_has[option] && kForms[option].scope == other)
+                return Fail(NameOf(option) + " goes with " + (_has[kList] ? "--to" : "--list") +
+                            " only");
+        }
+        return true;
+    }
+
+    bool IsChoicePossible()
+    {
+        if (_options.minSize && _options.maxSize && *_options.minSize > *_options.maxSize)
+            return Fail("no file can be as large as --min-size and as small as --max-size");
+        if (_options.newer && _options.older && *_options.newer >= *_options.older)
+            return Fail("no file can be as new as --newer and older than --older");
+        return true;
+    }
+
+    // Of two files under one path the second would take the first one's place.
+    bool AreFilesDifferent()
+    {
+        constexpr OwnOption kFiles[] = {kMap, kWriteMap, kManifest, kReport};
+        for (const OwnOption *second = kFiles + 1; second != std::end(kFiles); ++second) {
+            const auto isSame = [&](OwnOption first) {
+                return _has[first] && TextOf(first) == TextOf(*second);
+            };
+            const OwnOption *first = std::find_if(kFiles, second, isSame);
+            if (first != second)
+                return Fail(NameOf(*first) + " and " + NameOf(*second) + " are the same file");
+        }
+        return true;
+    }
+
+    bool CanResume()
+    {
+        const bool canCompare = !_options.noTimes || _has[kManifest];
+        return !_options.resume || canCompare ||
+               Fail("--resume with --no-times needs --manifest: nothing else tells what is "
+                    "complete");
+    }
+
+    const std::string &TextOf(OwnOption option) const { return _options.*kForms[option].text; }
+
+    static std::string NameOf(size_t option) { return std::string("--") + kForms[option].name; }
 
     bool Fail(const std::string &reason)
     {
@@ -117,8 +256,7 @@ private:
     std::string &_error;
     Options _options;
     bool _hasVolume = false;
-    bool _hasList = false;
-    bool _hasDestination = false;
+    std::array<bool, kOwnOptions> _has = {};
 };
 
 }  // namespace

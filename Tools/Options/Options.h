@@ -3,11 +3,18 @@
 // Errors: one line without a line end, ready to follow "volume-export: ".
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vx {
+
+// One --include or --exclude.
+struct ChoiceRule {
+    bool includes = false;
+    std::string pattern;  // never empty
+};
 
 struct Options {
     enum class Action { kHelp, kVersion, kList, kExport };
@@ -18,13 +25,38 @@ struct Options {
     std::string secret;              // as given; empty if it is to be asked for
     bool asksSecret = false;         // the secret was given as "-"
     std::string keyFile;             // the path of a startup key; empty for other kinds
-    std::string destination;         // kExport only, as given
-    bool recursive = false;          // kList only, as is the next
-    bool json = false;               //
-    bool verify = false;             // kExport only, as are the next two
-    bool verbose = false;            //
-    bool skipsSpaceCheck = false;    //
     std::vector<std::string> paths;  // as given; none means the root
+
+    // What is listed or exported; sizes in bytes, times in 100 ns since 1601-01-01 00:00 UTC.
+    std::vector<ChoiceRule> rules;   // in the order given
+    std::optional<int64_t> minSize;  // at least this
+    std::optional<int64_t> maxSize;  // at most this
+    std::optional<uint64_t> newer;   // modified then or later
+    std::optional<uint64_t> older;   // modified before then
+
+    // How a damaged disk is read.
+    std::string map;                   // a path as given, empty for none, as all paths below
+    std::optional<uint32_t> retries;   // how often a place that failed is read again
+    std::optional<uint32_t> skipSlow;  // milliseconds after which a read is slow
+
+    // kList only.
+    bool recursive = false;
+    bool json = false;
+
+    // kExport only.
+    std::string destination;
+    bool streams = false;
+    bool noTimes = false;
+    bool noEmptyFolders = false;
+    std::string manifest;
+    std::string report;
+    bool verify = false;
+    bool resume = false;
+    bool sync = false;
+    bool dryRun = false;
+    std::string writeMap;
+    bool verbose = false;
+    bool skipsSpaceCheck = false;
 };
 
 // arguments: without the program's name. Returns nothing for a wrong command line, and error says

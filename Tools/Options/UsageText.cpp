@@ -1,9 +1,8 @@
 #include "UsageText.h"
 
 #define VX_USAGE                                                                                   \
-    "Usage: volume-export --list [--recursive] [--json] VOLUME [--unlock KIND SECRET] [PATH...]\n" \
-    "       volume-export --to DEST [--verify] [--verbose] [--no-space-check] VOLUME\n"            \
-    "                     [--unlock KIND SECRET] [PATH...]\n"
+    "Usage: volume-export --list [OPTION...] VOLUME [--unlock KIND SECRET] [PATH...]\n"            \
+    "       volume-export --to DEST [OPTION...] VOLUME [--unlock KIND SECRET] [PATH...]\n"
 
 namespace vx {
 
@@ -28,18 +27,49 @@ Listing
                         escaped: \\, \n, \x1b, \u202e
   --recursive           list everything below as well
   --json                one JSON object on each line: path, size in bytes, times in UTC,
-                        attributes, whether it can be exported and if not, why
+                        attributes, named streams, whether it can be exported and if not,
+                        why
 
 Exporting
   --to DEST             export to the folder DEST, which is made if its parent folder
-                        exists. /a/b.txt becomes DEST/a/b.txt. A file that exists already
-                        is replaced when its new copy is complete; dates and permissions
-                        are not kept; folders without files are not made.
-  --verify              read everything again afterwards, and compare
+                        exists. /a/b.txt becomes DEST/a/b.txt, with its dates. A file that
+                        exists already is replaced when its new copy is complete.
+                        Permissions are not kept.
+  --dry-run             write nothing to DEST; say how many files and bytes would be
+                        exported, how many exist already, and whether there is room
+  --streams             export the named streams of files, too, as NAME:STREAM
+  --no-times            do not keep the dates of files and folders
+  --no-empty-folders    make only folders that get a file
+  --manifest FILE       write the SHA-256 of every exported file to FILE, in the form that
+                        sha256sum checks
+  --report FILE         write what was opened, exported and missed to FILE, as JSON
+  --verify              read everything again from DEST afterwards, and compare it with
+                        what was written
+  --resume              leave out the files that an earlier export has completed: those of
+                        the same size and date and, with --manifest, the same SHA-256
+  --sync                make each file durable before it is reported as exported
   --verbose             name everything that is only counted otherwise: links that were not
-                        followed, files that are packed or in the cloud, every range of a
-                        file that could not be read
+                        followed, files that are in the cloud, every range of a file that
+                        could not be read
   --no-space-check      begin even if there is not enough room, and export what fits
+
+Choosing what is listed or exported
+  --include PATTERN     names to choose and to leave out; of all --include and --exclude
+  --exclude PATTERN     the first that matches decides. Patterns are those of rsync:
+                        "*.bak", "/Temp", "cache/", "a/**/b", "/Users/***". An excluded
+                        folder is not entered.
+  --min-size SIZE       only files of at least, or at most, SIZE bytes: 4096, 10K, 4M, 2G
+  --max-size SIZE       (in powers of 1024)
+  --newer TIME          only files modified at TIME or later, or before TIME: 2019-03-02,
+  --older TIME          2019-03-02T10:00 (local time), 2019-03-02T10:00:00Z, ...+01:00
+
+Failing disks
+  --map FILE            do not read what FILE, a map of GNU ddrescue, marks as not rescued
+  --write-map FILE      write a map of the sectors that the export needs, which ddrescue
+                        takes as its domain; also with --dry-run
+  --retries N           read a place that failed up to N times more
+  --skip-slow SECONDS   skip the surroundings of a read that took longer
+
 Ctrl-C stops an export after at most 4 MiB more and keeps the complete files; a second one
 ends the program at once. Progress goes to standard error, the summary to standard output.
 
