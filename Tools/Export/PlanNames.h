@@ -1,0 +1,41 @@
+// Where each entry of a plan arrives below the destination: its names from the root down, with a
+// backslash read as "/". Three kinds of names change: one that is longer than the file system
+// allows is cut, keeps its extension and gets a number; a name of separators only becomes "_"; ""
+// and "." between separators are left out.
+//
+// All names are chosen when it is made, so that the same plan gives the same names. Memory: only
+// for names that change.
+// Ownership: borrows the plan, which is complete. Threads: any.
+#pragma once
+
+#include "ExportPlan.h"
+
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+
+namespace vx {
+
+class PlanNames {
+public:
+    using Number = ExportPlan::Number;
+
+    // longestName: in bytes, of one name in the destination.
+    PlanNames(const ExportPlan &plan, size_t longestName);
+
+    // The entry's path relative to the destination: "a/b.txt". isChanged: whether a name on the way
+    // differs from the one on the volume, apart from backslashes. Empty for the root, and if a name
+    // is not valid text or would lead out of the destination.
+    std::string PathOf(Number number, bool *isChanged) const;
+
+    size_t LongestName() const { return _longestName; }
+
+private:
+    bool AppendName(Number number, std::string *path, bool *isChanged) const;
+
+    const ExportPlan &_plan;
+    const size_t _longestName;
+    std::unordered_map<Number, std::string> _changed;  // a name may be a path here: "a/b"
+};
+
+}  // namespace vx
