@@ -68,13 +68,42 @@ TEST_F(Destined, AFolderThatHoldsTheVolumeAsDestinationKeepsEveryFile)
     EXPECT_EQ(_folder.ReadFile("a.txt"), "original");
 }
 
-TEST_F(Destined, ALinkedFolderElsewhereIsUsedAsAFolder)
+TEST_F(Destined, ALinkedFolderThatLeadsOutIsNotFollowedAndTheOthersArrive)
+{
+    _folder.WriteFile("volume/x/a.txt", "1");
+    _folder.WriteFile("volume/y/x/b.txt", "2");
+    _folder.WriteFile("volume/good.txt", "3");
+    _folder.MakeFolder("elsewhere");
+    _folder.MakeLink("destination/x", _folder.At("elsewhere"));
+    _folder.MakeFolder("destination/y");
+    _folder.MakeLink("destination/y/x", "../../elsewhere");
+    const Result result = ExportAll();
+    EXPECT_EQ(result.status, 1);
+    for (const std::string link : {"x", "y/x"}) {
+        EXPECT_TRUE(Holds(result.output, ": the link " + link +
+                                             " stands where its folder should be, and leads out "
+                                             "of the destination\n"));
+    }
+    EXPECT_TRUE(FilesBelow(_folder.At("elsewhere")).empty());
+    EXPECT_EQ(FilesBelow(_destination), (Files{{"good.txt", "3"}}));
+}
+
+TEST_F(Destined, ALinkedFolderThatStaysInTheDestinationIsUsedAsAFolder)
+{
+    _folder.WriteFile("volume/x/a.txt", "1");
+    _folder.MakeFolder("destination/real/inside");
+    _folder.MakeLink("destination/x", "real/inside");
+    EXPECT_EQ(ExportAll({"--verify"}).status, 0);
+    EXPECT_EQ(_folder.ReadFile("destination/real/inside/a.txt"), "1");
+}
+
+TEST_F(Destined, TheDestinationItselfMayBeALink)
 {
     _folder.WriteFile("volume/x/a.txt", "1");
     _folder.MakeFolder("elsewhere");
-    _folder.MakeLink("destination/x", _folder.At("elsewhere"));
-    EXPECT_EQ(ExportAll().status, 0);
-    EXPECT_EQ(_folder.ReadFile("elsewhere/a.txt"), "1");
+    _destination = _folder.MakeLink("link", "elsewhere");
+    EXPECT_EQ(ExportAll({"--verify"}).status, 0);
+    EXPECT_EQ(_folder.ReadFile("elsewhere/x/a.txt"), "1");
 }
 
 TEST_F(Destined, TheDestinationMayLieInTheFolderThatIsExported)

@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 
 namespace vx {
 namespace {
@@ -154,17 +153,18 @@ std::string ArrivalCheck::Difference(const Arrival &arrival, FileComparison::Unr
     const SplitPath path(arrival.path);
     std::string reason;
     int error = 0;
-    const int folder = _tree.Enter(path.folder, DestinationTree::Missing::kFail, &reason, &error);
-    if (folder < 0)
+    const DestinationTree::Folder folder =
+        _tree.Enter(path.folder, DestinationTree::Missing::kFail, &reason, &error);
+    if (!folder)
         return reason;
-    reason = ReasonNotThere(folder, path.name, arrival.size);
+    reason = ReasonNotThere(folder->Get(), path.name, arrival.size);
     if (!reason.empty())
         return reason;
     if (!_settings.verifies) {
         Advance(arrival.size);
         return "";
     }
-    const UniqueFd copy(openat(folder, path.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    const UniqueFd copy = OpenArrived(folder->Get(), path.name);
     if (!copy)
         return std::string("the copy cannot be read again: ") + strerror(errno);
     return DifferenceFrom(arrival, copy.Get(), unread);

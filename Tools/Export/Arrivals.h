@@ -88,7 +88,8 @@ private:
     const bool _namesAllRanges;
 
     // Of the current entry.
-    int _folder = -1;
+    DestinationTree::Folder _opened;
+    int _folder = -1;  // the same
     std::string _path;
     std::string _name;
     bool _isChanged = false;

@@ -90,10 +90,11 @@ bool Arrivals::MakeFolder(Z5FindData *entry)
     const SplitPath path(_path);
     _name = path.name;
     int error = 0;
-    _folder = _tree.Enter(path.folder, DestinationTree::Missing::kMake, &_reason, &error);
-    if (_folder < 0)
+    _opened = _tree.Enter(path.folder, DestinationTree::Missing::kMake, &_reason, &error);
+    if (!_opened)
         NoteFull(error);
-    return _folder >= 0;
+    _folder = _opened ? _opened->Get() : -1;
+    return bool(_opened);
 }
 
 FILE *Arrivals::Open(Z5FindData *)

@@ -26,4 +26,16 @@ std::string ReasonNotThere(int folder, const std::string &name, int64_t size)
            " arrived";
 }
 
+UniqueFd OpenArrived(int folder, const std::string &name)
+{
+    UniqueFd file(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat opened;
+    if (!file || fstat(file.Get(), &opened) != 0)
+        return UniqueFd();
+    if (S_ISREG(opened.st_mode))
+        return file;
+    errno = ENXIO;
+    return UniqueFd();
+}
+
 }  // namespace vx

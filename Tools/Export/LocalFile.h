@@ -1,6 +1,8 @@
 // An exported file as it lies in the destination.
 #pragma once
 
+#include "UniqueFd.h"
+
 #include <cstdint>
 #include <string>
 #include <sys/stat.h>
@@ -14,5 +16,9 @@ FileIdentity IdentityOf(const struct stat &file);
 
 // Why the file of that name in an open folder is not one of size bytes; empty if it is.
 std::string ReasonNotThere(int folder, const std::string &name, int64_t size);
+
+// Opens it for reading. A link is not followed, and a FIFO or a device that has come into its place
+// is not waited for: errno says ENXIO.
+UniqueFd OpenArrived(int folder, const std::string &name);
 
 }  // namespace vx
