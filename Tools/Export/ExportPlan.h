@@ -24,6 +24,7 @@ struct PlanEntry {
     static constexpr uint8_t kIsNamed = 4;       // on the command line
     static constexpr uint8_t kIsUnlistable = 8;  // a folder that could not be entered
     static constexpr uint8_t kIsRepeated = 16;   // an earlier entry of its folder has its name
+    static constexpr uint8_t kIsThinned = 32;    // a folder of which a filter left something out
 
     uint64_t created = 0;  // the three times: 100 ns since 1601-01-01 00:00 UTC; 0 for none
     uint64_t accessed = 0;

@@ -11,18 +11,16 @@ namespace {
 // Length Limitation"). A folder beyond it exists only on a volume whose folders never end.
 constexpr size_t kLongestPath = 32767;
 
-FolderRecord RecordOf(const VolumeFindData &data)
+void TakeRecord(const VolumeFindData &data, FolderRecord *record)
 {
-    FolderRecord record;
-    record.name.assign(std::begin(data.name),
-                       std::find(std::begin(data.name), std::end(data.name), u'\0'));
-    record.attributes = data.attributes;
-    record.reparseTag = static_cast<uint32_t>(data.reserved);
-    record.created = data.creationTime;
-    record.accessed = data.lastAccessTime;
-    record.modified = data.lastWriteTime;
-    record.size = static_cast<int64_t>(uint64_t(data.sizeHigh) << 32 | data.sizeLow);
-    return record;
+    record->name.assign(std::begin(data.name),
+                        std::find(std::begin(data.name), std::end(data.name), u'\0'));
+    record->attributes = data.attributes;
+    record->reparseTag = static_cast<uint32_t>(data.reserved);
+    record->created = data.creationTime;
+    record->accessed = data.lastAccessTime;
+    record->modified = data.lastWriteTime;
+    record->size = static_cast<int64_t>(uint64_t(data.sizeHigh) << 32 | data.sizeLow);
 }
 
 // An empty folder leaves the record as it was given, all zero.
@@ -50,8 +48,9 @@ bool FolderRecord::IsSelfOrParent() const
     return name == u"." || name == u"..";
 }
 
-std::optional<FolderRecords> ReadFolder(IVolume &volume, const VolumeReports &reports,
-                                        const std::u16string &path)
+std::optional<VolumeListingReport> VisitFolder(IVolume &volume, const VolumeReports &reports,
+                                               const std::u16string &path,
+                                               const RecordVisitor &visit)
 {
     const std::u16string pattern = path + u"/*";
     if (pattern.size() > kLongestPath)
@@ -61,13 +60,27 @@ std::optional<FolderRecords> ReadFolder(IVolume &volume, const VolumeReports &re
     VolumeHandle search = volume.FindFirstFile(pattern.c_str(), &data);
     if (search == nullptr)
         return std::nullopt;
-    FolderRecords folder;
-    if (!IsUntouched(data))
-        folder.records.push_back(RecordOf(data));
-    while (volume.FindNextFile(search, &data))
-        folder.records.push_back(RecordOf(data));
-    reports.DescribeListing(search, &folder.report);
+    FolderRecord record;
+    for (bool isOne = !IsUntouched(data); isOne; isOne = volume.FindNextFile(search, &data)) {
+        TakeRecord(data, &record);
+        visit(record);
+    }
+    VolumeListingReport report;
+    reports.DescribeListing(search, &report);
     volume.FindClose(search);
+    return report;
+}
+
+std::optional<FolderRecords> ReadFolder(IVolume &volume, const VolumeReports &reports,
+                                        const std::u16string &path)
+{
+    FolderRecords folder;
+    const auto report =
+        VisitFolder(volume, reports, path,
+                    [&folder](const FolderRecord &record) { folder.records.push_back(record); });
+    if (!report)
+        return std::nullopt;
+    folder.report = *report;
     return folder;
 }
 

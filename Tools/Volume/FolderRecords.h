@@ -3,6 +3,7 @@
 
 #include "VolumeReports.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,13 +29,21 @@ struct FolderRecord {
     bool IsSelfOrParent() const;
 };
 
+// One of a listing, in the volume's order; valid until it returns.
+using RecordVisitor = std::function<void(const FolderRecord &record)>;
+
+// path: the folder's volume path, empty for the root. Nothing if it cannot be listed.
+// Threads: as the operations of IVolume.
+std::optional<VolumeListingReport> VisitFolder(IVolume &volume, const VolumeReports &reports,
+                                               const std::u16string &path,
+                                               const RecordVisitor &visit);
+
 struct FolderRecords {
     std::vector<FolderRecord> records;  // in the volume's order
     VolumeListingReport report;
 };
 
-// path: the folder's volume path, empty for the root. Nothing if it cannot be listed.
-// Threads: as the operations of IVolume.
+// The same at once.
 std::optional<FolderRecords> ReadFolder(IVolume &volume, const VolumeReports &reports,
                                         const std::u16string &path);
 

@@ -1,0 +1,70 @@
+// What an export reports of its files while they arrive, and asks before one is opened: for hash
+// lists, for reports, and for going on with an interrupted export.
+//
+// Ownership: the export borrows its sink; what a call passes is valid until it returns.
+// Threads: Begin on the main thread, before any worker; the others on any worker, several at once,
+// with no lock of the export held. A hasher is used by one thread at a time.
+#pragma once
+
+#include "ExportPlan.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace vx {
+
+using FileHash = std::array<uint8_t, 32>;
+
+// Takes the bytes of one file after the other as they are written, zeros in place of what could
+// not be read included.
+class ChunkHasher {
+public:
+    virtual ~ChunkHasher() = default;
+    virtual void Begin() = 0;
+    virtual void Add(const void *bytes, size_t count) = 0;
+    virtual FileHash End() = 0;
+};
+
+struct ArrivedFile {
+    ExportPlan::Number number;
+    const std::string &path;  // of the copy, relative to the destination
+    int folder;               // the open folder of the copy
+    const std::string &name;  // in that folder
+    int64_t size;             // in bytes
+    bool isWhole;             // false: a damaged copy, which may have a name of its own
+    const FileHash *hash;     // null without a hasher
+};
+
+class ArrivalSink {
+public:
+    virtual ~ArrivalSink() = default;
+
+    // Before the first file. destination: the open folder. False: nothing is exported, and error
+    // says why in one line.
+    virtual bool Begin(const ExportPlan &, int /*destination*/, std::string * /*error*/)
+    {
+        return true;
+    }
+
+    // Whether the file is complete in its place, from an earlier export: it is not copied then.
+    // Asked before the volume opens it. folder: the open folder that it belongs in.
+    virtual bool IsAlreadyThere(ExportPlan::Number, int /*folder*/, const std::string & /*name*/)
+    {
+        return false;
+    }
+
+    // One for each worker; null if nothing is to be hashed.
+    virtual std::unique_ptr<ChunkHasher> MakeHasher() { return nullptr; }
+
+    // The last look at a complete file with its times, under its hidden name. 0, or the errno why
+    // it must not take its place.
+    virtual int BeforeItIsPlaced(int /*file*/) { return 0; }
+
+    // The file has taken its place.
+    virtual void Arrived(const ArrivedFile &) {}
+};
+
+}  // namespace vx

@@ -1,0 +1,65 @@
+// Reads from a volume what an export is to copy. Each folder is listed once, when it is entered;
+// the volume's order is kept.
+//
+// Not entered are folders that have the name of an earlier entry, that are named "", "." or "..",
+// and those whose name is not valid text.
+// Ownership: borrows the volume and its reports. Threads: one at a time.
+#pragma once
+
+#include "ExportPlan.h"
+#include "FolderShelf.h"
+#include "VolumeReports.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vx {
+
+// Whether an entry that is about to be added belongs to the export; a folder that does not is not
+// entered. path: on the volume, "/Reports/2019". Not asked for the root and for folders that only
+// lead to what was named.
+using PlanFilter = std::function<bool(const std::u16string &path, const PlanEntry &entry)>;
+
+struct PlannedExport {
+    ExportPlan plan;
+    // Folders that are not whole, or only thanks to other records of the disk.
+    std::map<ExportPlan::Number, VolumeListingReport> damagedFolders;
+    int64_t files = 0;
+    int64_t bytes = 0;  // as listed
+};
+
+class PlanBuilder {
+public:
+    // filter: may be empty, and then all belongs to the export.
+    PlanBuilder(IVolume &volume, const VolumeReports &reports, PlanFilter filter = nullptr)
+        : _volume(volume), _reports(reports), _filter(std::move(filter)), _shelf(volume, reports)
+    {
+    }
+
+    // paths: as on the command line; none for the root. What is named twice, or lies in another
+    // named folder, is planned once. False: error says why in one line. Called once.
+    bool Build(const std::vector<std::string> &paths, PlannedExport *planned, std::string *error);
+
+private:
+    using Number = ExportPlan::Number;
+    struct Step;
+
+    bool Select(const std::vector<std::string> &paths, Step *root, std::string *error);
+    void AddSteps(const Step &root);
+    void ReadAll();
+    void ReadFolderOf(Number folder);
+    void AddEntry(Number folder, std::u16string *path, const FolderRecord &record);
+    void MarkRepeated(Number folder);
+    void Count(const PlanEntry &entry);
+
+    IVolume &_volume;
+    const VolumeReports &_reports;
+    const PlanFilter _filter;
+    FolderShelf _shelf;  // what the selection has listed
+    PlannedExport *_planned = nullptr;
+    bool _isTooLarge = false;
+};
+
+}  // namespace vx
