@@ -2,10 +2,7 @@
 #include "ToolFixture.h"
 
 #include "NameForms.h"
-#include "PlacedFiles.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace vx {
@@ -124,54 +121,6 @@ TEST_F(Names, OfTwoFilesThatMeetTheFirstStaysAndTheSecondNamesIt)
     EXPECT_TRUE(
         Holds(result.output, "  /a/x: its place is taken by /A/x, which has arrived there"));
     EXPECT_EQ(_folder.ReadFile("destination/A/x").size(), 5u);
-}
-
-class Placed : public ToolTest {
-protected:
-    Placed()
-    {
-        _folder.WriteFile("A/x", "1");
-        stat(_folder.At("A/x").c_str(), &_found);
-        _root = open(_folder.Path().c_str(), O_RDONLY | O_DIRECTORY);
-    }
-    void TearDown() override { close(_root); }
-
-    struct stat _found = {};
-    int _root = -1;
-    PlacedFiles _placed;
-    static constexpr FileIdentity kUnknown = {0, 0};
-};
-
-TEST_F(Placed, AFileIsKnownAgainByItsIdentity)
-{
-    _placed.Add({_found.st_dev, _found.st_ino}, "other", 3);
-    EXPECT_EQ(_placed.At(_root, "A/x", _found), std::optional<size_t>(3));
-}
-
-TEST_F(Placed, AFileWhoseIdentityChangedIsKnownByANameThatDiffersInCase)
-{
-    _placed.Add(kUnknown, "A/x", 3);
-    EXPECT_EQ(_placed.At(_root, "a/X", _found), std::optional<size_t>(3));
-    EXPECT_EQ(_placed.At(_root, "a./X ", _found), std::optional<size_t>(3));
-}
-
-TEST_F(Placed, ANameInAnotherNormalFormIsKnownToo)
-{
-    _folder.WriteFile("caf\u00e9", "1");
-    stat(_folder.At("caf\u00e9").c_str(), &_found);
-    _placed.Add(kUnknown, "caf\u00e9", 3);
-    EXPECT_EQ(_placed.At(_root, "CAFE\u0301", _found), std::optional<size_t>(3));
-}
-
-TEST_F(Placed, AnotherFileOfAnAlikeNameIsNotTakenForIt)
-{
-    _folder.WriteFile("a/X", "2");
-    struct stat other = {};
-    stat(_folder.At("a/X").c_str(), &other);
-    if (other.st_ino == _found.st_ino)
-        GTEST_SKIP() << "this disk takes them for one name";
-    _placed.Add(kUnknown, "A/x", 3);
-    EXPECT_EQ(_placed.At(_root, "a/X", other), std::nullopt);
 }
 
 TEST(NameForms, AMarkStandsBeforeTheExtension)

@@ -75,6 +75,7 @@ private:
     bool MayReplace(const struct stat &found);
     void Judge(const ExportOutcome &outcome, Arrival *arrival);
     void Deliver(Arrival *arrival);
+    bool TakePlace();
     void DeliverDamaged(Arrival *arrival);
     void NoteUnwritten(const ExportOutcome &outcome, Arrival *arrival);
     void NoteFull(int error);
@@ -100,7 +101,7 @@ private:
 
     Stop _stop = Stop::kNone;
     std::unordered_set<std::u16string> _seen;
-    PlacedFiles _placed;
+    PlacedFiles _placed{{}, 0};
     std::vector<Arrival> _all;
 };
 

@@ -129,9 +129,9 @@ bool Arrivals::IsFree()
 
 bool Arrivals::MayReplace(const struct stat &found)
 {
-    const auto earlier = _placed.At(_tree.Root(), _path, found);
-    if (earlier)
-        return Refuse("its place is taken by " + ShownPathOf(_all[*earlier].entry) +
+    const PlacedFiles::Number earlier = _placed.At(_path, IdentityOf(found));
+    if (earlier != PlacedFiles::kNone)
+        return Refuse("its place is taken by " + ShownPathOf(_all[earlier].entry) +
                       ", which has arrived there");
     if (!S_ISREG(found.st_mode))
         return true;
@@ -218,7 +218,7 @@ void Arrivals::Deliver(Arrival *arrival)
     }
     if (IsDamaged(*arrival))
         return DeliverDamaged(arrival);
-    if (!_file.Deliver()) {
+    if (!TakePlace()) {
         arrival->reason = "could not be put into its place: " + SystemText(errno);
         NoteFull(errno);
         return;
@@ -226,7 +226,19 @@ void Arrivals::Deliver(Arrival *arrival)
     arrival->state = Arrival::State::kArrived;
     arrival->path = _path;
     arrival->isChanged = _isChanged;
-    _placed.Add(_file.Identity(), _path, _all.size());
+}
+
+bool Arrivals::TakePlace()
+{
+    const FileIdentity replaced = IdentityOf(_replaced);
+    const FileIdentity *const old = _replaces ? &replaced : nullptr;
+    _placed.Place(_file.Identity(), _path, old, static_cast<PlacedFiles::Number>(_all.size()));
+    if (_file.Deliver())
+        return true;
+    const int error = errno;
+    _placed.Forget(_file.Identity(), _path, old);
+    errno = error;
+    return false;
 }
 
 // From a disk that is gone, only whole files are kept.
@@ -256,7 +268,8 @@ void Arrivals::DeliverDamaged(Arrival *arrival)
     arrival->state = Arrival::State::kDamaged;
     arrival->path = _path.substr(0, _path.size() - _name.size()) + name;
     arrival->isChanged = _isChanged;
-    _placed.Add(_file.Identity(), arrival->path, _all.size());
+    _placed.Place(_file.Identity(), arrival->path, nullptr,
+                  static_cast<PlacedFiles::Number>(_all.size()));
 }
 
 std::string Arrivals::DamageOf(const Arrival &arrival) const

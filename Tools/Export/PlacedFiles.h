@@ -1,40 +1,48 @@
 // The files that this run has put into the destination, so that none of them replaces another: two
-// paths of a volume can lead to one file here, "a\b" and "a/b", or "A" and "a" if case makes no
-// difference.
+// paths of a volume can lead to one file here, "a\b" and "a/b", or through links.
 //
-// A file is recognised by its identity, and if the file system does not keep identities, by the
-// places of those whose names differ only in case or normal form.
-// Threads: one at a time.
+// A file is recognised by its identity, and if the file system does not keep identities, by its
+// path. Memory: about 32 bytes for each file.
+// Threads: any.
 #pragma once
 
+#include "DestinationTraits.h"
 #include "LocalFile.h"
+#include "Mutex.h"
+#include "NumberTable.h"
 
-#include <cstddef>
-#include <map>
-#include <optional>
+#include <cstdint>
 #include <string>
-#include <sys/stat.h>
-#include <unordered_map>
 
 namespace vx {
 
 class PlacedFiles {
 public:
-    // path: relative to the destination. arrival: a number of the caller's.
-    void Add(const FileIdentity &identity, const std::string &path, size_t arrival);
+    using Number = uint32_t;
+    static constexpr Number kNone = NumberTable::kNone;
 
-    // The arrival that the file standing at the path is; nothing if it was there before. root: the
-    // destination.
-    std::optional<size_t> At(int root, const std::string &path, const struct stat &found) const;
+    // expected: how many files there will probably be.
+    PlacedFiles(const DestinationTraits &traits, size_t expected);
+
+    // The file of this run that stands at a path relative to the destination, where something with
+    // the given identity was found; kNone if that was there before.
+    Number At(const std::string &path, const FileIdentity &found) const;
+
+    // Before a file takes its place there. replaced: what it replaces, or null. kNone if it may;
+    // otherwise the number of the file that has come first.
+    Number Place(const FileIdentity &file, const std::string &path, const FileIdentity *replaced,
+                 Number number);
+    // It did not take its place after all.
+    void Forget(const FileIdentity &file, const std::string &path, const FileIdentity *replaced);
 
 private:
-    struct Placed {
-        std::string path;
-        size_t arrival;
-    };
+    uint64_t HashOf(const FileIdentity &file) const;
+    uint64_t HashOf(const std::string &path) const;
 
-    std::map<FileIdentity, size_t> _byIdentity;
-    std::unordered_multimap<std::string, Placed> _byFoldedPath;
+    const DestinationTraits _traits;
+    const uint64_t _seed;
+    mutable Mutex _mutex;
+    NumberTable _numbers VX_GUARDED_BY(_mutex);
 };
 
 }  // namespace vx
