@@ -10,7 +10,7 @@
 #include "Destination.h"
 #include "EndingSignal.h"
 #include "ExitStatus.h"
-#import "ExportCommand.h"
+#include "ExportCommand.h"
 #import "ListCommand.h"
 #include "OpeningInterruption.h"
 #include "Options.h"
@@ -20,7 +20,7 @@
 #include "ThreadChecks.h"
 #include "Unicode.h"
 #include "UsageText.h"
-#import "VolumeSession.h"
+#include "VolumeSession.h"
 
 namespace {
 
@@ -101,7 +101,8 @@ int Run(Options &options)
         fprintf(stderr, "volume-export: warning: %s\n", warning.c_str());
     if (options.action == Options::Action::kList)
         return vx::ListCommand(session, options).Run();
-    return vx::ExportCommand(session, options, vx::Destination(options.destination)).Run();
+    vx::ArrivalSink sink;
+    return vx::ExportCommand(session, options, vx::Destination(options.destination), sink).Run();
 }
 
 }  // namespace

@@ -1,13 +1,14 @@
 // Loaded before a program's own libraries: gives its disks less room than they have. VX_FREE_BYTES
 // is what is told to be free, VX_ROOM_BYTES is what can really be written to ordinary files.
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,10 +20,20 @@ uint64_t BytesOf(const char *variable)
     return text == nullptr ? kPlenty : strtoull(text, nullptr, 10);
 }
 
-bool IsOrdinary(FILE *stream)
+bool IsOrdinary(int file)
 {
     struct stat found;
-    return fstat(fileno(stream), &found) == 0 && S_ISREG(found.st_mode);
+    return fstat(file, &found) == 0 && S_ISREG(found.st_mode);
+}
+
+// How many of the bytes there is room for.
+size_t TakeRoom(size_t count)
+{
+    static std::atomic<uint64_t> room{BytesOf("VX_ROOM_BYTES")};
+    uint64_t left = room;
+    while (!room.compare_exchange_weak(left, left - std::min<uint64_t>(count, left)))
+        continue;
+    return static_cast<size_t>(std::min<uint64_t>(count, left));
 }
 
 int TellLess(int result, struct statvfs *disk)
@@ -41,18 +52,16 @@ extern "C" __attribute__((visibility("default"))) int fstatvfs(int file, struct 
     return TellLess(real(file, disk), disk);
 }
 
-extern "C" __attribute__((visibility("default"))) size_t fwrite(const void *bytes, size_t size,
-                                                                size_t count, FILE *stream)
+extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const void *bytes,
+                                                                size_t count)
 {
-    using Function = size_t (*)(const void *, size_t, size_t, FILE *);
-    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fwrite"));
-    static uint64_t room = BytesOf("VX_ROOM_BYTES");
-    if (!IsOrdinary(stream) || size != 1)
-        return real(bytes, size, count, stream);
-    const size_t fitting = static_cast<size_t>(std::min<uint64_t>(count, room));
-    const size_t written = real(bytes, size, fitting, stream);
-    room -= written;
-    if (fitting < count)
-        errno = ENOSPC;
-    return written;
+    using Function = ssize_t (*)(int, const void *, size_t);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "write"));
+    if (!IsOrdinary(file) || count == 0)
+        return real(file, bytes, count);
+    const size_t fitting = TakeRoom(count);
+    if (fitting > 0)
+        return real(file, bytes, fitting);
+    errno = ENOSPC;
+    return -1;
 }

@@ -36,8 +36,8 @@ TEST(NameFolding, CaseIsFoldedInEveryScript)
     EXPECT_TRUE(AreOne(kCaseless, "Readme/A.TXT", "README/a.txt"));
     EXPECT_TRUE(AreOne(kCaseless, "\u00c9t\u00c9", "\u00e9t\u00e9"));
     EXPECT_TRUE(AreOne(kCaseless, "\u0416", "\u0436"));
-    EXPECT_TRUE(AreOne(kCaseless, "\u03c3x", "\u03c2x"));       // the two small sigmas
-    EXPECT_TRUE(AreOne(kCaseless, "\u212a", "k"));              // the sign of the kelvin
+    EXPECT_TRUE(AreOne(kCaseless, "\u03c3x", "\u03c2x"));  // the two small sigmas
+    EXPECT_TRUE(AreOne(kCaseless, "\u212a", "k"));         // the sign of the kelvin
     EXPECT_FALSE(AreOne(kCaseless, "a", "b"));
     EXPECT_FALSE(AreOne(kCaseless, "\u00e9", "e\u0301"));
     EXPECT_FALSE(AreOne(kCaseless, "a", "a."));

@@ -2,25 +2,26 @@
 // copy is where it was put, with the size that it had on the volume, and on request whether both
 // hold the same bytes. Reports the folders that could not be listed, or not whole.
 //
-// Ownership: borrows all that it is made with. Threads: main.
+// Ownership: borrows all that it is made with. Threads: main, with no worker left.
 #pragma once
 
-#import <Foundation/Foundation.h>
-
-#include <string>
-#include <unordered_set>
-
 #include "Arrivals.h"
+#include "CopyProgress.h"
 #include "DestinationTree.h"
 #include "ExportReport.h"
 #include "FileComparison.h"
-#include "ProgressLine.h"
-#import "VolumeSession.h"
+#include "PlanBuilder.h"
+#include "PlanNames.h"
+#include "VolumeSession.h"
+
+#include <string>
 
 namespace vx {
 
 class ArrivalCheck {
 public:
+    using Number = ExportPlan::Number;
+
     struct Settings {
         bool verifies = false;
         // By a StopRequest, and a comparison by a disk that goes away; not if the export was
@@ -28,42 +29,47 @@ public:
         bool mayBeStopped = false;
     };
 
-    // selected: what the user named; a link among them that cannot be followed is a failure.
-    ArrivalCheck(const VolumeSession &session, NSArray *selected, DestinationTree &tree,
-                 Settings settings, ProgressLine &line, ExportReport *report);
+    ArrivalCheck(const VolumeSession &session, const PlannedExport &planned, DestinationTree &tree,
+                 const PlanNames &names, Settings settings, CopyProgress &progress,
+                 ExportReport *report);
 
-    // Adds the folders below the entries that could not be listed, or are not whole.
+    // Adds the folders that could not be listed, or are not whole.
     void CheckFolders();
 
-    // Adds the result of the plan; what the arrivals did not record was not copied.
-    void CheckFiles(NSArray *plan, const std::vector<Arrival> &arrivals);
+    // Adds the result of the plan.
+    void CheckFiles(const Arrivals &arrivals);
 
 private:
-    void CheckFolder(Z5FindData *folder, bool isUnlistable);
-    void CheckListing(const std::u16string &path, const std::string &shownPath);
-    void CheckFile(const Arrival &arrival);
-    void CheckArrived(const Arrival &arrival);
-    void CheckDamaged(const Arrival &arrival);
-    void NoteName(const Arrival &arrival);
-    std::string Difference(const Arrival &arrival, FileComparison::Unread unread);
-    std::string DifferenceFrom(const Arrival &arrival, int copy, FileComparison::Unread unread);
-    void CountUnreached(NSArray *plan, const std::vector<Arrival> &arrivals);
-    void NoteUnopened(Z5FindData *entry, VolumeObstacle obstacle, const std::string &reason);
-    void Fail(Z5FindData *entry, const std::string &reason);
-    bool IsNamed(Z5FindData *entry) const;
+    struct Copy {
+        Number number;
+        Arrival arrival;
+        std::string path;  // relative to the destination
+        bool isChanged = false;
+    };
+
+    void CheckFolder(Number folder);
+    void CheckListing(Number folder);
+    void CheckFile(Number file, const Arrival &arrival);
+    void CheckArrived(const Copy &copy);
+    void CheckDamaged(const Copy &copy);
+    Copy CopyOf(Number file, const Arrival &arrival) const;
+    void NoteName(const Copy &copy);
+    void NoteUnreached(Number file);
+    std::string Difference(const Copy &copy, FileComparison::Unread unread);
+    std::string DifferenceFrom(const Copy &copy, int file, FileComparison::Unread unread);
+    void NoteUnopened(Number entry, VolumeObstacle obstacle, const std::string &reason);
+    void Fail(Number entry, const std::string &reason);
     bool WasStopped() const;
-    bool Advance(int64_t bytes);
 
     const VolumeSession &_session;
-    NSArray *const _selected;
+    const PlannedExport &_planned;
+    const ExportPlan &_plan;
     DestinationTree &_tree;
+    const PlanNames &_names;
     const Settings _settings;
-    ProgressLine &_line;
+    CopyProgress &_progress;
     ExportReport &_report;
     FileComparison _comparison;
-    std::unordered_set<std::u16string> _folders;
-    std::string _current;
-    int64_t _doneBytes = 0;
 };
 
 }  // namespace vx

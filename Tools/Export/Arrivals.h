@@ -1,108 +1,55 @@
-// Puts the files of one export into the destination, and records how each ended.
+// How the files of an export ended, by their numbers in the plan: a byte for each, and more only
+// for those of which there is more to say.
 //
-// A file arrives under a hidden name and takes its place when it is complete; until then the place
-// keeps what it holds. A copy that is not whole replaces nothing: it is put beside a file that is
-// in its place. Files that this export has written, or reads, are never replaced.
-//
-// Ownership: borrows all that it is made with; entries belong to the plan.
-// Threads: the export's worker; the queries once that has ended.
+// Threads: Set on any, once for each number; At when the workers have ended.
 #pragma once
 
-#import <Foundation/Foundation.h>
+#include "ExportPlan.h"
+#include "Mutex.h"
+#include "VolumeReports.h"
 
-#include "ArrivingFile.h"
-#include "DestinationTree.h"
-#import "ExportPlacing.h"
-#import "LocalNames.h"
-#include "PlacedFiles.h"
-#include "SourceFiles.h"
-#import "VolumeSession.h"
-
-#include <cstdio>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 namespace vx {
 
 struct Arrival {
-    enum class State {
-        kArrived,     // whole; the copy noticed no damage
-        kDamaged,     // a copy is there, and not whole
-        kFailed,      // there is no copy
-        kUnopened,    // the volume did not open it; the obstacle says why, if it is known
-        kUnfinished,  // the export stopped inside it; there is no copy
+    enum class State : uint8_t {
+        kNotReached,    // the export ended before it
+        kArrived,       // whole; the copy noticed no damage
+        kAlreadyThere,  // from an earlier export
+        kDamaged,       // a copy is there, and not whole
+        kFailed,        // there is no copy
+        kUnopened,      // the volume did not open it; the obstacle says why, if it is known
+        kUnfinished,    // the export stopped inside it; there is no copy
     };
 
-    Z5FindData *entry = nil;
-    State state = State::kFailed;
-    std::string reason;  // follows a colon; empty for kArrived and kUnopened
+    State state = State::kNotReached;
     VolumeObstacle obstacle = VolumeObstacle::kNone;
-    int64_t size = 0;        // in bytes
-    std::string path;        // of the copy, relative to the destination
-    bool isChanged = false;  // the path has another name than the volume
+    int64_t size = 0;    // in bytes, of the opened file
+    std::string reason;  // follows a colon; empty for kArrived and kUnopened
+    std::string copy;    // its name, if that is not the planned one
 };
 
 class Arrivals {
 public:
-    enum class Stop { kNone, kDiskFull, kDiskGone };
+    explicit Arrivals(const ExportPlan &plan) : _plan(plan), _states(plan.Size()) {}
 
-    Arrivals(const VolumeSession &session, DestinationTree &tree, LocalNames &names,
-             const SourceFiles &sources, bool namesAllRanges)
-        : _session(session),
-          _tree(tree),
-          _names(names),
-          _sources(sources),
-          _namesAllRanges(namesAllRanges)
-    {
-    }
-
-    // The three operations of ExportPlacing.
-    bool MakeFolder(Z5FindData *entry);
-    FILE *Open(Z5FindData *entry);
-    void End(Z5FindData *entry, const ExportOutcome &outcome);
-
-    // Whether the export cannot go on: the destination is full, or the volume's disk is gone.
-    bool MustStop();
-
-    Stop StoppedBy() const { return _stop; }
-    // In the order of the plan, without those that a stop left out.
-    const std::vector<Arrival> &All() const { return _all; }
+    void Set(ExportPlan::Number number, const Arrival &arrival);
+    Arrival At(ExportPlan::Number number) const;
 
 private:
-    bool Refuse(const std::string &reason);
-    bool IsFree();
-    bool MayReplace(const struct stat &found);
-    void Judge(const ExportOutcome &outcome, Arrival *arrival);
-    void Deliver(Arrival *arrival);
-    bool TakePlace();
-    void DeliverDamaged(Arrival *arrival);
-    void NoteUnwritten(const ExportOutcome &outcome, Arrival *arrival);
-    void NoteFull(int error);
-    bool IsDamaged(const Arrival &arrival) const;
-    std::string DamageOf(const Arrival &arrival) const;
+    struct Detail {
+        int64_t size;
+        std::string reason;
+        std::string copy;
+    };
 
-    const VolumeSession &_session;
-    DestinationTree &_tree;
-    LocalNames &_names;
-    const SourceFiles &_sources;
-    const bool _namesAllRanges;
-
-    // Of the current entry.
-    DestinationTree::Folder _opened;
-    int _folder = -1;  // the same
-    std::string _path;
-    std::string _name;
-    bool _isChanged = false;
-    bool _replaces = false;  // an ordinary file, _replaced
-    struct stat _replaced;
-    std::string _reason;
-    ArrivingFile _file;
-
-    Stop _stop = Stop::kNone;
-    std::unordered_set<std::u16string> _seen;
-    PlacedFiles _placed{{}, 0};
-    std::vector<Arrival> _all;
+    const ExportPlan &_plan;
+    std::vector<uint8_t> _states;  // with the obstacle in the upper bits
+    mutable Mutex _mutex;
+    std::unordered_map<ExportPlan::Number, Detail> _details VX_GUARDED_BY(_mutex);
 };
 
 }  // namespace vx

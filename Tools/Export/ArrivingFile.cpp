@@ -25,32 +25,31 @@ void TakeAfter(int file, const struct stat &replaced)
 
 }  // namespace
 
-FILE *ArrivingFile::Create(int folder, const std::string &name, size_t longest,
-                           const struct stat *replaced)
+bool ArrivingFile::Create(const Folder &folder, const std::string &name,
+                          const struct stat *replaced)
 {
     Discard();
     _folder = folder;
     _name = name;
-    _longest = longest;
-    UniqueFd file = CreatePartial();
-    if (!file)
-        return nullptr;
+    _file = CreatePartial();
+    if (!_file)
+        return false;
     if (replaced != nullptr)
-        TakeAfter(file.Get(), *replaced);
+        TakeAfter(_file.Get(), *replaced);
     struct stat made;
-    if (fstat(file.Get(), &made) == 0)
+    if (fstat(_file.Get(), &made) == 0)
         _identity = IdentityOf(made);
-    FILE *stream = fdopen(file.Get(), "w");
-    if (stream != nullptr)
-        file.Release();
-    return stream;
+    return true;
 }
 
 UniqueFd ArrivingFile::CreatePartial()
 {
+    errno = EEXIST;
     for (unsigned number = 1; number < kMostNumbers; ++number) {
         const std::string partial = PartialName(_name, number, _longest);
-        UniqueFd file(CreateLocalFile(_folder, partial.c_str()));
+        if (!_partials.IsFree(partial))
+            continue;
+        UniqueFd file(CreateLocalFile(_folder->Get(), partial.c_str()));
         if (file)
             _partial = partial;
         if (file || errno != EEXIST)
@@ -59,9 +58,31 @@ UniqueFd ArrivingFile::CreatePartial()
     return UniqueFd();
 }
 
+size_t ArrivingFile::Write(const void *bytes, size_t count)
+{
+    const char *from = static_cast<const char *>(bytes);
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t written = write(_file.Get(), from + done, count - done);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written == 0)
+            errno = EIO;
+        if (written <= 0)
+            break;
+        done += static_cast<size_t>(written);
+    }
+    return done;
+}
+
+bool ArrivingFile::Close()
+{
+    return close(_file.Release()) == 0 || errno == EINTR;
+}
+
 bool ArrivingFile::MoveTo(const std::string &name)
 {
-    if (renameat(_folder, _partial.c_str(), _folder, name.c_str()) != 0)
+    if (renameat(_folder->Get(), _partial.c_str(), _folder->Get(), name.c_str()) != 0)
         return false;
     _partial.clear();
     return true;
@@ -77,14 +98,14 @@ std::string ArrivingFile::DeliverAsDamaged()
 {
     for (unsigned number = 1; number < kMostNumbers; ++number) {
         std::string name = DamagedName(_name, number, _longest);
-        const UniqueFd taken(CreateLocalFile(_folder, name.c_str()));
+        const UniqueFd taken(CreateLocalFile(_folder->Get(), name.c_str()));
         if (!taken && errno == EEXIST)
             continue;
         if (!taken)
             return "";
         if (MoveTo(name))
             return name;
-        unlinkat(_folder, name.c_str(), 0);
+        unlinkat(_folder->Get(), name.c_str(), 0);
         return "";
     }
     return "";
@@ -92,8 +113,9 @@ std::string ArrivingFile::DeliverAsDamaged()
 
 void ArrivingFile::Discard()
 {
+    _file.Close();
     if (!_partial.empty())
-        unlinkat(_folder, _partial.c_str(), 0);
+        unlinkat(_folder->Get(), _partial.c_str(), 0);
     _partial.clear();
 }
 

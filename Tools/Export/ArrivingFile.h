@@ -1,14 +1,17 @@
 // A file that is being written: it lies beside its place under a hidden name, ".NAME.partial", and
 // takes the place only when it is complete. What stood there stays until then.
 //
-// Ownership: removes the partial file when it goes, unless that was delivered. Borrows the folder,
-// which must be open until then. Threads: one at a time. Errors: errno.
+// Ownership: removes the partial file when it goes, unless that was delivered; keeps the folder
+// open until then. Threads: one at a time. Errors: errno.
 #pragma once
 
+#include "DestinationTree.h"
 #include "LocalFile.h"
+#include "PartialNames.h"
 #include "UniqueFd.h"
 
-#include <cstdio>
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <sys/stat.h>
 
@@ -16,17 +19,28 @@ namespace vx {
 
 class ArrivingFile {
 public:
-    ArrivingFile() = default;
+    using Folder = DestinationTree::Folder;
+
+    // partials: borrowed. longest: the most bytes of a name.
+    ArrivingFile(const PartialNames &partials, size_t longest)
+        : _partials(partials), _longest(longest)
+    {
+    }
     ~ArrivingFile() { Discard(); }
     ArrivingFile(const ArrivingFile &) = delete;
     ArrivingFile &operator=(const ArrivingFile &) = delete;
 
-    // Creates the partial file. folder: an open one. longest: the most bytes of a name. replaced:
-    // what stands in its place, or null; the new file gets its owner if that is allowed, and its
-    // permissions. Null if it could not be created; the caller closes the stream.
-    FILE *Create(int folder, const std::string &name, size_t longest, const struct stat *replaced);
+    // Creates the partial file. replaced: what stands in its place, or null; the new file gets its
+    // owner if that is allowed, and its permissions.
+    bool Create(const Folder &folder, const std::string &name, const struct stat *replaced);
 
-    // Puts the complete file into its place.
+    // The descriptor of the partial file, until it is closed.
+    int File() const { return _file.Get(); }
+    // How many bytes were written: count, or fewer after an error.
+    size_t Write(const void *bytes, size_t count);
+    bool Close();
+
+    // Puts the complete, closed file into its place.
     bool Deliver();
     // Puts it beside its place, under a name that says that it is damaged; empty if that fails.
     std::string DeliverAsDamaged();
@@ -40,10 +54,12 @@ private:
     UniqueFd CreatePartial();
     bool MoveTo(const std::string &name);
 
-    int _folder = -1;
+    const PartialNames &_partials;
+    const size_t _longest;
+    Folder _folder;
     std::string _name;
     std::string _partial;  // empty: there is none
-    size_t _longest = 0;
+    UniqueFd _file;
     FileIdentity _identity = {0, 0};
 };
 

@@ -3,45 +3,45 @@
 // Progress goes to standard error, the summary to standard output. Threads: main.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
+#include "ArrivalSink.h"
 #include "Arrivals.h"
 #include "Destination.h"
 #include "DestinationTree.h"
 #include "ExportReport.h"
+#include "ExportStop.h"
 #include "Options.h"
-#import "VolumeSession.h"
-#import "Z5FileManager.h"
+#include "PlanBuilder.h"
+#include "PlanNames.h"
+#include "VolumeSession.h"
+
+#include <string>
 
 namespace vx {
 
 class ExportCommand {
 public:
-    // destination: usable.
-    ExportCommand(const VolumeSession &session, const Options &options, Destination destination);
+    // destination: usable. sink: borrowed.
+    ExportCommand(const VolumeSession &session, const Options &options, Destination destination,
+                  ArrivalSink &sink);
 
     // The program's exit status.
     int Run();
 
 private:
-    struct Plan {
-        Z5FileManager *engine = nil;  // nil if there is no file to copy
-        NSArray *files = nil;
-        int64_t bytes = 0;
-    };
-
-    Plan MakePlan(NSArray *selected) const;
-    bool HasRoom(const Plan &plan, std::string *error) const;
-    void Export(NSArray *selected, const Plan &plan);
-    void Copy(const Plan &plan, Arrivals *arrivals);
-    void Check(const Plan &plan, NSArray *selected, const Arrivals &arrivals);
+    bool MakePlan(std::string *error);
+    int RunInto(bool isNew);
+    bool MayBegin(const PlanNames &names, std::string *error);
+    void Export(const PlanNames &names);
+    void Copy(const PlanNames &names, Arrivals *arrivals);
+    void Check(const PlanNames &names, const Arrivals &arrivals);
     int Status() const;
 
     const VolumeSession &_session;
     const Options &_options;
     Destination _destination;
+    ArrivalSink &_sink;
     DestinationTree _tree;
+    PlannedExport _planned;
     ExportReport _report;
     int _signal = 0;
 };

@@ -3,14 +3,12 @@
 // Ownership: owns its two buffers, which are used for all files. Threads: one at a time.
 #pragma once
 
-#import <Foundation/Foundation.h>
-
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
-#import "Z5BitLockerFile.h"
+#include "OpenVolumeFile.h"
 
 namespace vx {
 
@@ -26,13 +24,13 @@ public:
 
     // Why the first size bytes differ, or could not be compared; empty if they are equal, or if
     // the comparison was ended. file: open, at any position. copy: a descriptor.
-    std::string Difference(Z5BitLockerFile *file, int64_t size, int copy, Unread unread,
+    std::string Difference(OpenVolumeFile *file, int64_t size, int copy, Unread unread,
                            const PieceCompared &compared);
 
 private:
     static constexpr int64_t kPieceSize = int64_t(1) << 20;
 
-    std::string DifferenceAt(Z5BitLockerFile *file, int64_t position, size_t count, int copy,
+    std::string DifferenceAt(OpenVolumeFile *file, int64_t position, size_t count, int copy,
                              Unread unread);
 
     std::vector<char> _original;

@@ -8,11 +8,12 @@
 
 #include "ExportPlan.h"
 #include "FolderShelf.h"
-#include "VolumeReports.h"
+#include "VolumeSelection.h"
 
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vx {
@@ -34,7 +35,7 @@ class PlanBuilder {
 public:
     // filter: may be empty, and then all belongs to the export.
     PlanBuilder(IVolume &volume, const VolumeReports &reports, PlanFilter filter = nullptr)
-        : _volume(volume), _reports(reports), _filter(std::move(filter)), _shelf(volume, reports)
+        : _filter(std::move(filter)), _shelf(volume, reports)
     {
     }
 
@@ -46,16 +47,13 @@ private:
     using Number = ExportPlan::Number;
     struct Step;
 
-    bool Select(const std::vector<std::string> &paths, Step *root, std::string *error);
-    void AddSteps(const Step &root);
+    static void Select(const NamedEntry &entry, std::vector<Step> *steps);
+    void AddSteps(const std::vector<Step> &steps);
     void ReadAll();
     void ReadFolderOf(Number folder);
-    void AddEntry(Number folder, std::u16string *path, const FolderRecord &record);
+    Number AddEntry(Number folder, std::u16string *path, const FolderRecord &record, uint8_t flags);
     void MarkRepeated(Number folder);
-    void Count(const PlanEntry &entry);
 
-    IVolume &_volume;
-    const VolumeReports &_reports;
     const PlanFilter _filter;
     FolderShelf _shelf;  // what the selection has listed
     PlannedExport *_planned = nullptr;

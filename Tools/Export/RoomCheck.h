@@ -3,37 +3,37 @@
 // Ownership: borrows all that it is made with. Threads: main.
 #pragma once
 
-#import <Foundation/Foundation.h>
-
 #include <string>
 
 #include "DestinationTree.h"
 #include "FreeSpace.h"
-#import "LocalNames.h"
-#import "VolumeSession.h"
+#include "PlanNames.h"
+#include "VolumeReports.h"
 
 namespace vx {
 
 class RoomCheck {
 public:
-    RoomCheck(const VolumeSession &session, const DestinationTree &tree, LocalNames &names)
-        : _session(session), _tree(tree), _names(names)
+    RoomCheck(const ExportPlan &plan, const VolumeReports &reports, const DestinationTree &tree,
+              const PlanNames &names)
+        : _plan(plan), _reports(reports), _tree(tree), _names(names)
     {
     }
 
-    // files: the plan. shownFolder: the destination's path. False: error says in one line what is
+    // shownFolder: the destination's path. False: error says in one line what is
     // missing. True as well where the system does not say what is free.
-    bool HasRoomFor(NSArray *files, const std::string &shownFolder, std::string *error);
+    bool HasRoom(const std::string &shownFolder, std::string *error) const;
 
 private:
-    uint64_t RoughNeed(NSArray *files, const DiskSpace &space) const;
-    uint64_t ExactNeed(NSArray *files, const DiskSpace &space);
-    bool IsExported(Z5FindData *entry) const;
-    int64_t GivenBackFor(Z5FindData *entry);
+    uint64_t RoughNeed(const DiskSpace &space) const;
+    uint64_t ExactNeed(const DiskSpace &space) const;
+    bool IsExported(ExportPlan::Number number) const;
+    int64_t GivenBackFor(ExportPlan::Number number) const;
 
-    const VolumeSession &_session;
+    const ExportPlan &_plan;
+    const VolumeReports &_reports;
     const DestinationTree &_tree;
-    LocalNames &_names;
+    const PlanNames &_names;
 };
 
 }  // namespace vx

@@ -11,7 +11,8 @@
 
 #include "EntryJson.h"
 #include "Options.h"
-#import "VolumeSession.h"
+#include "VolumeSelection.h"
+#include "VolumeSession.h"
 
 #include <vector>
 
@@ -33,10 +34,11 @@ private:
     };
 
     void ListPath(const std::string &path);
-    void ListFile(const std::u16string &path);
-    void ListFolder(const std::u16string &path);
+    void ListFile(const NamedEntry &entry);
+    void ListFolder(const NamedEntry &entry);
     void ListEntries(std::vector<FolderRecord> records);
     void ListEntry(const FolderRecord &record);
+    bool IsLink(const FolderRecord &record, const std::u16string &path) const;
     bool IsEntered(const FolderRecord &record) const;
     std::optional<FolderRecords> Read(const std::u16string &path) const;
 

@@ -1,13 +1,12 @@
 #import "ListCommand.h"
 
-#import "EntryText.h"
 #include "ExitStatus.h"
 #include "ObstacleText.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 #include "Unicode.h"
 #import "Utf16Text.h"
-#import "VolumeSelection.h"
+#import "Z5FindData.h"
 
 #include <cerrno>
 #include <cinttypes>
@@ -83,40 +82,30 @@ int ListCommand::Run()
 
 void ListCommand::ListPath(const std::string &path)
 {
-    Z5FindData *entry = nil;
+    FolderShelf shelf(_session.Volume(), _session.Reports());
+    NamedEntry entry;
     std::string error;
-    if (!FindEntry(_session.Explorer(), path, &entry, &error))
+    if (!FindEntry(shelf, path, &entry, &error))
         return Fail(error);
-    const std::u16string volumePath = VolumePathOf(entry);
-    if (entry == nil || [entry bDirectory])
-        ListFolder(volumePath);
+    if (entry.IsFolder())
+        ListFolder(entry);
     else
-        ListFile(volumePath);
+        ListFile(entry);
 }
 
-void ListCommand::ListFile(const std::u16string &path)
+void ListCommand::ListFile(const NamedEntry &entry)
 {
-    const size_t slash = path.rfind(u'/');
-    const std::u16string name = path.substr(slash + 1);
-    std::optional<FolderRecords> folder = Read(path.substr(0, slash));
-    if (folder) {
-        for (FolderRecord &record : folder->records) {
-            if (record.name != name || record.IsFolder())
-                continue;
-            _path = path.substr(0, slash);
-            std::vector<FolderRecord> found;
-            found.push_back(std::move(record));
-            return ListEntries(std::move(found));
-        }
-    }
-    Fail("not on the volume: " + TerminalText(path));
+    const std::u16string path = entry.Path();
+    _path = path.substr(0, path.rfind(u'/'));
+    ListEntries({entry.way.back()});
 }
 
-void ListCommand::ListFolder(const std::u16string &path)
+void ListCommand::ListFolder(const NamedEntry &entry)
 {
+    const std::u16string path = entry.Path();
     std::optional<FolderRecords> folder = Read(path);
     if (!folder) {
-        const bool isLink = _session.Volume().IsLink(path);
+        const bool isLink = !entry.way.empty() && IsLink(entry.way.back(), path);
         return Fail(
             (isLink ? "a link to a folder is not followed: " : "this folder cannot be listed: ") +
             ShownFolder(path));
@@ -177,6 +166,14 @@ void ListCommand::ListEntry(const FolderRecord &record)
     }
 }
 
+// A reparse point without a tag is one only where the library cannot say more of it.
+bool ListCommand::IsLink(const FolderRecord &record, const std::u16string &path) const
+{
+    VolumeEntryReport report;
+    return record.IsLink() &&
+           (record.reparseTag != 0 || !_session.Reports().DescribeEntry(path, &report));
+}
+
 // As in the catalogue: what that does not enter is not exported either.
 bool ListCommand::IsEntered(const FolderRecord &record) const
 {
@@ -185,7 +182,7 @@ bool ListCommand::IsEntered(const FolderRecord &record) const
 
 std::optional<FolderRecords> ListCommand::Read(const std::u16string &path) const
 {
-    return ReadFolder(*[_session.Explorer() getVolObject], _session.Reports(), path);
+    return ReadFolder(_session.Volume(), _session.Reports(), path);
 }
 
 void ListCommand::Print(const ListedEntry &entry)

@@ -61,7 +61,11 @@ std::optional<VolumeListingReport> VisitFolder(IVolume &volume, const VolumeRepo
     if (search == nullptr)
         return std::nullopt;
     FolderRecord record;
-    for (bool isOne = !IsUntouched(data); isOne; isOne = volume.FindNextFile(search, &data)) {
+    if (!IsUntouched(data)) {
+        TakeRecord(data, &record);
+        visit(record);
+    }
+    while (volume.FindNextFile(search, &data)) {
         TakeRecord(data, &record);
         visit(record);
     }
@@ -75,9 +79,9 @@ std::optional<FolderRecords> ReadFolder(IVolume &volume, const VolumeReports &re
                                         const std::u16string &path)
 {
     FolderRecords folder;
-    const auto report =
-        VisitFolder(volume, reports, path,
-                    [&folder](const FolderRecord &record) { folder.records.push_back(record); });
+    const auto report = VisitFolder(volume, reports, path, [&folder](const FolderRecord &record) {
+        folder.records.push_back(record);
+    });
     if (!report)
         return std::nullopt;
     folder.report = *report;

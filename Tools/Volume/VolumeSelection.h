@@ -1,25 +1,26 @@
-// Finds the entries that paths on the command line name.
+// Finds the entry that a path on the command line names.
 //
 // A path is absolute from the volume's root; the leading "/" may be missing and a trailing one
-// is ignored. Names match exactly, unit by unit. Main thread.
+// is ignored. Names match exactly, unit by unit. Threads: one at a time.
 #pragma once
 
-#import <Foundation/Foundation.h>
+#include "FolderShelf.h"
 
 #include <string>
 #include <vector>
 
-#import "Z5FileExplorerWapper.h"
-
 namespace vx {
 
-// entry receives the path's entry, nil for the root. False: error says why in one line.
-bool FindEntry(Z5FileExplorerWapper *explorer, const std::string &path, Z5FindData **entry,
-               std::string *error);
+// An entry with the folders above it, from the root's child down; empty for the root.
+struct NamedEntry {
+    std::vector<FolderRecord> way;
 
-// The entries of all paths, of the root for none, in their order. An entry that is named twice,
-// or that lies in another one, is in the result only once. nil: error says why in one line.
-NSArray *SelectEntries(Z5FileExplorerWapper *explorer, const std::vector<std::string> &paths,
-                       std::string *error);
+    bool IsFolder() const { return way.empty() || way.back().IsFolder(); }
+    // On the volume; empty for the root.
+    std::u16string Path() const;
+};
+
+// False: error says why in one line.
+bool FindEntry(FolderShelf &shelf, const std::string &path, NamedEntry *entry, std::string *error);
 
 }  // namespace vx

@@ -1,10 +1,8 @@
-// An opened volume with its catalogue, for as long as the program runs.
+// An opened volume, for as long as the program runs.
 //
-// Ownership: owns the observer, the reports and the catalogue; the volume belongs to the volume
-// library. Threads: opened on the main thread.
+// Ownership: owns the observer and the reports; the volume belongs to the volume library.
+// Threads: opened on the main thread.
 #pragma once
-
-#import <Foundation/Foundation.h>
 
 #include <memory>
 #include <string>
@@ -12,14 +10,12 @@
 
 #include "ObservedVolume.h"
 #include "VolumeReports.h"
-#import "Z5FileExplorerWapper.h"
 
 namespace vx {
 
 class VolumeSession {
 public:
     VolumeSession() = default;
-    ~VolumeSession() { [_explorer release]; }
     VolumeSession(const VolumeSession &) = delete;
     VolumeSession &operator=(const VolumeSession &) = delete;
 
@@ -33,9 +29,8 @@ public:
     // What was noticed when it was opened, and did not prevent it; one line each.
     const std::vector<std::string> &Warnings() const { return _warnings; }
 
-    const ObservedVolume &Volume() const { return *_volume; }
+    ObservedVolume &Volume() const { return *_volume; }
     const VolumeReports &Reports() const { return *_reports; }
-    Z5FileExplorerWapper *Explorer() const { return _explorer; }
 
 private:
     // Takes what the library has opened, or says why it did not.
@@ -45,7 +40,6 @@ private:
     std::vector<std::string> _warnings;
     std::unique_ptr<VolumeReports> _reports;
     std::unique_ptr<ObservedVolume> _volume;
-    Z5FileExplorerWapper *_explorer = nil;
 };
 
 }  // namespace vx

@@ -1,4 +1,4 @@
-#import "VolumeSession.h"
+#include "VolumeSession.h"
 
 #import "CBitlockerWrapper.h"
 #include "OpenFailureText.h"
@@ -28,6 +28,16 @@ std::string ReasonNotCalled(const std::string &path)
                TerminalText(reason != nullptr ? std::string(reason) : path);
     }
     return "the volume library " + TerminalText(path) + " has no entry \"open_bitlocker_device\"";
+}
+
+bool CanListRoot(IVolume &volume)
+{
+    VolumeFindData record = {};
+    VolumeHandle search = volume.FindFirstFile(u"/*", &record);
+    if (search == nullptr)
+        return false;
+    volume.FindClose(search);
+    return true;
 }
 
 // Each begins with the shown name of the volume, which the library's words refer to.
@@ -77,10 +87,11 @@ bool VolumeSession::Accept(void *library, const std::string &name, IVolume *open
     _warnings = WarningsOf(library, name);
     _reports = std::make_unique<VolumeReports>(library, *opened);
     _volume = std::make_unique<ObservedVolume>(*opened, *_reports);
-    _explorer = [[Z5FileExplorerWapper alloc] initWithVolumeObject:_volume.get()];
-    if (_explorer == nil)
+    if (!CanListRoot(*_volume)) {
         *error = "cannot open " + name + ": its root folder cannot be listed";
-    return _explorer != nil;
+        return false;
+    }
+    return true;
 }
 
 }  // namespace vx

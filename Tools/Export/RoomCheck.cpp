@@ -1,6 +1,6 @@
-#import "RoomCheck.h"
+#include "RoomCheck.h"
 
-#import "EntryText.h"
+#include "EntryObstacle.h"
 #include "NumberText.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
@@ -9,6 +9,9 @@
 #include <sys/stat.h>
 
 namespace vx {
+
+using Number = ExportPlan::Number;
+
 namespace {
 
 // st_blocks counts in these, whatever the file system's own blocks are.
@@ -16,13 +19,13 @@ constexpr int64_t kStatBlock = 512;
 
 }  // namespace
 
-bool RoomCheck::HasRoomFor(NSArray *files, const std::string &shownFolder, std::string *error)
+bool RoomCheck::HasRoom(const std::string &shownFolder, std::string *error) const
 {
     AssertMainThread();
     DiskSpace space;
-    if (!LookAtSpace(_tree.Root(), &space) || RoughNeed(files, space) <= space.freeBytes)
+    if (!LookAtSpace(_tree.Root(), &space) || RoughNeed(space) <= space.freeBytes)
         return true;
-    const uint64_t need = ExactNeed(files, space);
+    const uint64_t need = ExactNeed(space);
     if (need <= space.freeBytes)
         return true;
     *error = "not enough room on the disk of " + TerminalText(shownFolder) + ": the export needs " +
@@ -33,29 +36,29 @@ bool RoomCheck::HasRoomFor(NSArray *files, const std::string &shownFolder, std::
 }
 
 // As if nothing were replaced, and all could be read.
-uint64_t RoomCheck::RoughNeed(NSArray *files, const DiskSpace &space) const
+uint64_t RoomCheck::RoughNeed(const DiskSpace &space) const
 {
     RoomCount room(space.blockSize);
-    for (Z5FindData *entry in files)
-        room.Add([entry nFileSize], 0);
-    return room.Peak();
-}
-
-uint64_t RoomCheck::ExactNeed(NSArray *files, const DiskSpace &space)
-{
-    RoomCount room(space.blockSize);
-    for (Z5FindData *entry in files) {
-        @autoreleasepool {
-            if (IsExported(entry))
-                room.Add([entry nFileSize], GivenBackFor(entry));
-        }
+    for (Number file = ExportPlan::kRoot; file != ExportPlan::kNone; file = _plan.Next(file)) {
+        if (!_plan.At(file).IsFolder())
+            room.Add(_plan.At(file).size, 0);
     }
     return room.Peak();
 }
 
-bool RoomCheck::IsExported(Z5FindData *entry) const
+uint64_t RoomCheck::ExactNeed(const DiskSpace &space) const
 {
-    switch (_session.Volume().ObstacleOf(VolumePathOf(entry))) {
+    RoomCount room(space.blockSize);
+    for (Number file = ExportPlan::kRoot; file != ExportPlan::kNone; file = _plan.Next(file)) {
+        if (!_plan.At(file).IsFolder() && IsExported(file))
+            room.Add(_plan.At(file).size, GivenBackFor(file));
+    }
+    return room.Peak();
+}
+
+bool RoomCheck::IsExported(Number file) const
+{
+    switch (ObstacleOf(_plan.At(file), _plan.PathOf(file), _reports)) {
     case VolumeObstacle::kNone:
     case VolumeObstacle::kDamaged:
     case VolumeObstacle::kUnreadable:
@@ -66,10 +69,10 @@ bool RoomCheck::IsExported(Z5FindData *entry) const
 }
 
 // Space freed when the entry replaces an existing file.
-int64_t RoomCheck::GivenBackFor(Z5FindData *entry)
+int64_t RoomCheck::GivenBackFor(Number file) const
 {
     bool isChanged = false;
-    const std::string path = _names.PathOf(entry, &isChanged);
+    const std::string path = _names.PathOf(file, &isChanged);
     struct stat found;
     const bool isReplaced = !path.empty() &&
                             fstatat(_tree.Root(), path.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&

@@ -1,4 +1,4 @@
-#import "FileComparison.h"
+#include "FileComparison.h"
 
 #include "NumberText.h"
 
@@ -28,10 +28,10 @@ bool ReadPiece(int file, int64_t position, char *bytes, size_t count)
 
 FileComparison::FileComparison() : _original(kPieceSize), _copy(kPieceSize) {}
 
-std::string FileComparison::Difference(Z5BitLockerFile *file, int64_t size, int copy, Unread unread,
+std::string FileComparison::Difference(OpenVolumeFile *file, int64_t size, int copy, Unread unread,
                                        const PieceCompared &compared)
 {
-    if (![file seekFile:0])
+    if (!file->Seek(0))
         return "the volume cannot read it again";
     for (int64_t position = 0; position < size;) {
         const int64_t count = std::min(size - position, kPieceSize);
@@ -45,14 +45,14 @@ std::string FileComparison::Difference(Z5BitLockerFile *file, int64_t size, int 
     return "";
 }
 
-std::string FileComparison::DifferenceAt(Z5BitLockerFile *file, int64_t position, size_t count,
+std::string FileComparison::DifferenceAt(OpenVolumeFile *file, int64_t position, size_t count,
                                          int copy, Unread unread)
 {
     std::fill(_original.begin(), _original.end(), '\0');
-    if (![file readFile:_original.data() ofsize:int64_t(count)]) {
+    if (!file->Read(_original.data(), static_cast<uint32_t>(count))) {
         if (unread == Unread::kIsFailure)
             return "the volume cannot read it again";
-        [file seekFile:position + int64_t(count)];
+        file->Seek(position + int64_t(count));
     }
     if (!ReadPiece(copy, position, _copy.data(), count))
         return "the copy cannot be read again";

@@ -1,0 +1,161 @@
+#include "ArrivalPlaces.h"
+
+#include "ExportStop.h"
+#include "LocalFileOpening.h"
+#include "PathText.h"
+#include "PlanText.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <utility>
+
+namespace vx {
+namespace {
+
+bool Refuse(int error, const std::string &reason, PlaceError *refusal)
+{
+    refusal->error = error;
+    refusal->reason = reason;
+    return false;
+}
+
+std::string ReasonRefused(int error)
+{
+    switch (error) {
+    case EISDIR:
+        return "a folder of this machine stands in its place";
+    case EBUSY:
+        return "a file that this export reads stands in its place";
+    case ENXIO:
+        return "a FIFO, a socket or a device of this machine stands in its place";
+    case EACCES:
+        return "an older file in its place could not be overwritten";
+    default:
+        return "could not be created: " + DestinationErrorText(error);
+    }
+}
+
+}  // namespace
+
+ArrivalPlaces::ArrivalPlaces(const ExportPlan &plan, DestinationTree &tree, const PlanNames &names,
+                             const SourceFiles &sources)
+    : _plan(plan),
+      _names(names),
+      _sources(sources),
+      _partials(plan),
+      _tree(tree),
+      _placed(DestinationTraits(), plan.Size())
+{
+}
+
+bool ArrivalPlaces::Find(Number number, ArrivalPlace *place, PlaceError *error)
+{
+    const std::string path = _names.PathOf(number, &place->isChanged);
+    if (path.empty())
+        return Refuse(0, "its path would lead out of the destination", error);
+    // The volume opens only the first one.
+    if (_plan.At(number).Has(PlanEntry::kIsRepeated))
+        return Refuse(0, "an earlier entry of its folder has the same name", error);
+    SplitPath split(path);
+    place->name = std::move(split.name);
+    if (place->folder && place->folderPath == split.folder)
+        return true;
+    place->folderPath = std::move(split.folder);
+    place->folder = _tree.Enter(place->folderPath, DestinationTree::Missing::kMake, &error->reason,
+                                &error->error);
+    return place->folder != nullptr;
+}
+
+bool ArrivalPlaces::MayTake(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
+                            PlaceError *error)
+{
+    const MutexLock lock(_mutex);
+    return LookAt(place, replaces, replaced, error);
+}
+
+bool ArrivalPlaces::LookAt(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
+                           PlaceError *error)
+{
+    *replaces = false;
+    switch (LookAtLocalTarget(place.folder->Get(), place.name.c_str(), replaced)) {
+    case LocalTarget::kNothing:
+        return true;
+    case LocalTarget::kRefused:
+        return Refuse(errno, ReasonRefused(errno), error);
+    case LocalTarget::kFile:
+    case LocalTarget::kOtherName:
+        break;
+    }
+    *replaces = S_ISREG(replaced->st_mode);
+    return MayReplace(place, *replaced, error);
+}
+
+bool ArrivalPlaces::MayReplace(const ArrivalPlace &place, const struct stat &found,
+                               PlaceError *error)
+{
+    const PlacedFiles::Number earlier = _placed.At(place.Path(), IdentityOf(found));
+    if (earlier != PlacedFiles::kNone)
+        return RefuseTaken(earlier, error);
+    if (!S_ISREG(found.st_mode))
+        return true;
+    if (_sources.Holds(found))
+        return Refuse(EBUSY, ReasonRefused(EBUSY), error);
+    if (faccessat(place.folder->Get(), place.name.c_str(), W_OK, AT_EACCESS) != 0)
+        return Refuse(EACCES, ReasonRefused(EACCES), error);
+    return true;
+}
+
+// Another file of this export, or another program, may have come there since the first look.
+bool ArrivalPlaces::Deliver(Number number, const ArrivalPlace &place, ArrivingFile *file,
+                            PlaceError *error)
+{
+    bool replaces = false;
+    struct stat replaced = {};
+    const MutexLock lock(_mutex);
+    if (!LookAt(place, &replaces, &replaced, error))
+        return false;
+    const std::string path = place.Path();
+    const FileIdentity old = IdentityOf(replaced);
+    const FileIdentity *const known = replaces ? &old : nullptr;
+    const PlacedFiles::Number earlier = _placed.Place(file->Identity(), path, known, number);
+    if (earlier != PlacedFiles::kNone)
+        return RefuseTaken(earlier, error);
+    if (file->Deliver())
+        return true;
+    Refuse(errno, "could not be put into its place: " + DestinationErrorText(errno), error);
+    _placed.Forget(file->Identity(), path, known);
+    return false;
+}
+
+bool ArrivalPlaces::RefuseTaken(Number earlier, PlaceError *error) const
+{
+    return Refuse(EEXIST,
+                  "its place is taken by " + ShownPathOf(_plan, earlier) +
+                      ", which has arrived there",
+                  error);
+}
+
+std::string ArrivalPlaces::DeliverDamaged(Number number, const ArrivalPlace &place,
+                                          ArrivingFile *file, PlaceError *error)
+{
+    struct stat found;
+    const MutexLock lock(_mutex);
+    const bool isFree =
+        LookAtLocalTarget(place.folder->Get(), place.name.c_str(), &found) == LocalTarget::kNothing;
+    std::string name;
+    if (!isFree)
+        name = file->DeliverAsDamaged();
+    else if (file->Deliver())
+        name = place.name;
+    if (name.empty()) {
+        Refuse(errno, "the copy could not be put into its place: " + DestinationErrorText(errno),
+               error);
+        return "";
+    }
+    ArrivalPlace own = place;
+    own.name = name;
+    _placed.Place(file->Identity(), own.Path(), nullptr, number);
+    return name;
+}
+
+}  // namespace vx

@@ -1,0 +1,76 @@
+// Where the files of one export arrive, and what may stand there. An existing file is replaced by a
+// complete one only; files that this export has written, or reads, are never replaced.
+//
+// Ownership: borrows all that it is made with. Threads: any; the last look at a place and the move
+// into it are one step.
+// Errors: a reason in words, ready to follow a colon, and an errno where the system gave one.
+#pragma once
+
+#include "ArrivingFile.h"
+#include "DestinationTree.h"
+#include "Mutex.h"
+#include "PlacedFiles.h"
+#include "PlanNames.h"
+#include "SourceFiles.h"
+
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+
+namespace vx {
+
+struct ArrivalPlace {
+    ArrivingFile::Folder folder;
+    std::string folderPath;  // relative to the destination
+    std::string name;
+    bool isChanged = false;  // a name on the way is not the one on the volume
+
+    std::string Path() const { return folderPath.empty() ? name : folderPath + "/" + name; }
+};
+
+struct PlaceError {
+    std::string reason;
+    int error = 0;
+};
+
+class ArrivalPlaces {
+public:
+    using Number = ExportPlan::Number;
+
+    ArrivalPlaces(const ExportPlan &plan, DestinationTree &tree, const PlanNames &names,
+                  const SourceFiles &sources);
+
+    const PartialNames &Partials() const { return _partials; }
+    size_t LongestName() const { return _names.LongestName(); }
+
+    // Makes the folders on the way. place: of the file before, whose folder is often the same.
+    bool Find(Number number, ArrivalPlace *place, PlaceError *error);
+
+    // Whether the file may arrive. replaces: whether an ordinary file stands there, replaced.
+    bool MayTake(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
+                 PlaceError *error);
+
+    // Puts a complete file into its place.
+    bool Deliver(Number number, const ArrivalPlace &place, ArrivingFile *file, PlaceError *error);
+    // Puts a damaged copy into its place if that is free, and beside it if not. The name of the
+    // copy; empty: error.
+    std::string DeliverDamaged(Number number, const ArrivalPlace &place, ArrivingFile *file,
+                               PlaceError *error);
+
+private:
+    bool RefuseTaken(Number earlier, PlaceError *error) const;
+    bool MayReplace(const ArrivalPlace &place, const struct stat &found, PlaceError *error)
+        VX_REQUIRES(_mutex);
+    bool LookAt(const ArrivalPlace &place, bool *replaces, struct stat *replaced, PlaceError *error)
+        VX_REQUIRES(_mutex);
+
+    const ExportPlan &_plan;
+    const PlanNames &_names;
+    const SourceFiles &_sources;
+    const PartialNames _partials;
+    Mutex _mutex;  // held from the last look at a place until it is taken
+    DestinationTree &_tree;
+    PlacedFiles _placed;
+};
+
+}  // namespace vx

@@ -1,0 +1,24 @@
+// What the workers of one export share. Ownership: borrows all of it. Threads: any.
+#pragma once
+
+#include "ArrivalPlaces.h"
+#include "ArrivalSink.h"
+#include "Arrivals.h"
+#include "CopyProgress.h"
+#include "ExportStop.h"
+
+namespace vx {
+
+struct CopyJob {
+    const ExportPlan &plan;
+    ObservedVolume &volume;
+    const VolumeReports &reports;
+    ArrivalPlaces &places;
+    ArrivalSink &sink;
+    CopyProgress &progress;
+    ExportStop &stop;
+    Arrivals &arrivals;
+    bool namesAllRanges;  // of what could not be read
+};
+
+}  // namespace vx

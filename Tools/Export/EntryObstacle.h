@@ -1,0 +1,23 @@
+// Why an entry of the plan does not open.
+#pragma once
+
+#include "ExportPlan.h"
+#include "VolumeReports.h"
+
+#include <string>
+
+namespace vx {
+
+// path: the entry's on the volume. A reparse point without a tag is a link only where the library
+// cannot say more of it.
+inline VolumeObstacle ObstacleOf(const PlanEntry &entry, const std::u16string &path,
+                                 const VolumeReports &reports)
+{
+    VolumeEntryReport report;
+    const bool isDescribed = reports.DescribeEntry(path, &report);
+    const bool isLink = entry.IsLink() && (entry.reparseTag != 0 || !isDescribed);
+    return report.obstacle == VolumeObstacle::kNone && isLink ? VolumeObstacle::kLink
+                                                              : report.obstacle;
+}
+
+}  // namespace vx

@@ -1,0 +1,188 @@
+#include "ExportCommand.h"
+
+#include "ArrivalCheck.h"
+#include "CopyWorkers.h"
+#include "ExitStatus.h"
+#include "FileSizeLimit.h"
+#include "NumberText.h"
+#include "RoomCheck.h"
+#include "SourceFiles.h"
+#include "StopRequest.h"
+#include "TerminalText.h"
+#include "ThreadChecks.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+#include <utility>
+
+namespace vx {
+namespace {
+
+using Clock = CopyProgress::Clock;
+
+double SecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+int FailWith(int status, const std::string &error)
+{
+    fprintf(stderr, "volume-export: %s\n", error.c_str());
+    return status;
+}
+
+// Shown on a terminal while the folders are read, which can take long and cannot be measured.
+class PlanningNotice {
+public:
+    PlanningNotice()
+    {
+        if (isatty(STDERR_FILENO) != 0)
+            fputs("Reading the volume's folders...", stderr);
+    }
+    ~PlanningNotice()
+    {
+        if (isatty(STDERR_FILENO) != 0)
+            fputs("\r\x1b[K", stderr);
+    }
+    PlanningNotice(const PlanningNotice &) = delete;
+    PlanningNotice &operator=(const PlanningNotice &) = delete;
+};
+
+ExportReport::Stop StopOf(ExportStop::Reason reason)
+{
+    switch (reason) {
+    case ExportStop::Reason::kNone:
+        return ExportReport::Stop::kNone;
+    case ExportStop::Reason::kSignal:
+        return ExportReport::Stop::kSignal;
+    case ExportStop::Reason::kDiskFull:
+        return ExportReport::Stop::kDiskFull;
+    case ExportStop::Reason::kDiskGone:
+        break;
+    }
+    return ExportReport::Stop::kDiskGone;
+}
+
+}  // namespace
+
+ExportCommand::ExportCommand(const VolumeSession &session, const Options &options,
+                             Destination destination, ArrivalSink &sink)
+    : _session(session),
+      _options(options),
+      _destination(std::move(destination)),
+      _sink(sink),
+      _tree(options.volume)
+{
+}
+
+int ExportCommand::Run()
+{
+    AssertMainThread();
+    std::string error;
+    FailWritesBeyondFileSizeLimit();
+    if (!MakePlan(&error))
+        return FailWith(kExitIncomplete, error + " (nothing was exported)");
+    bool isNew = false;
+    if (!_destination.Prepare(&isNew, &error))
+        return FailWith(kExitUsage, error);
+    return RunInto(isNew);
+}
+
+bool ExportCommand::MakePlan(std::string *error)
+{
+    const PlanningNotice notice;
+    return PlanBuilder(_session.Volume(), _session.Reports())
+        .Build(_options.paths, &_planned, error);
+}
+
+// isNew: the destination was made for this.
+int ExportCommand::RunInto(bool isNew)
+{
+    const std::string &folder = _destination.Path();
+    if (!_tree.Open(folder))
+        return FailWith(kExitUsage, "cannot use the destination " + TerminalText(folder) + ": " +
+                                        strerror(errno));
+    const PlanNames names(_planned.plan, _tree.LongestName());
+    std::string error;
+    if (!MayBegin(names, &error)) {
+        if (isNew)
+            rmdir(folder.c_str());
+        return FailWith(kExitUsage, error);
+    }
+    if (isNew)
+        fprintf(stderr, "Made the folder %s\n", TerminalText(folder).c_str());
+    _report.destination = folder;
+    Export(names);
+    PrintReport(_report, _options.verbose, stdout);
+    if (fflush(stdout) != 0 || ferror(stdout) != 0)
+        return FailWith(kExitIncomplete, "cannot write the summary");
+    return Status();
+}
+
+bool ExportCommand::MayBegin(const PlanNames &names, std::string *error)
+{
+    const RoomCheck room(_planned.plan, _session.Reports(), _tree, names);
+    if (!_options.skipsSpaceCheck && !room.HasRoom(_destination.Path(), error))
+        return false;
+    return _sink.Begin(_planned.plan, _tree.Root(), error);
+}
+
+int ExportCommand::Status() const
+{
+    if (_report.IsComplete())
+        return kExitSuccess;
+    const bool wasStopped = _report.stop == ExportReport::Stop::kSignal;
+    return wasStopped ? kExitSignalBase + _signal : kExitIncomplete;
+}
+
+void ExportCommand::Export(const PlanNames &names)
+{
+    fprintf(stderr, "Exporting %s, %s, to %s\n", CountText(_planned.files, "file", "files").c_str(),
+            SizeText(_planned.bytes).c_str(), TerminalText(_report.destination).c_str());
+    Arrivals arrivals(_planned.plan);
+    // Before this a signal ends the program at once: nothing has been written.
+    const StopRequest stops;
+    Copy(names, &arrivals);
+    Check(names, arrivals);
+    _signal = StopRequest::Signal();
+}
+
+void ExportCommand::Copy(const PlanNames &names, Arrivals *arrivals)
+{
+    const auto start = Clock::now();
+    const SourceFiles sources(_options.volume, _options.keyFile);
+    ArrivalPlaces places(_planned.plan, _tree, names, sources);
+    CopyProgress progress("Copying", _planned.plan, _planned.bytes, start);
+    ExportStop stop(_session.Volume());
+    CopyJob job{_planned.plan, _session.Volume(), _session.Reports(), places, _sink, progress,
+                stop,          *arrivals,         _options.verbose};
+    CopyFiles(job, _planned.files);
+    _report.copySeconds = SecondsSince(start);
+    _report.stop = StopOf(stop.Why());
+}
+
+void ExportCommand::Check(const PlanNames &names, const Arrivals &arrivals)
+{
+    const bool wasStopped = _report.stop != ExportReport::Stop::kNone;
+    ArrivalCheck::Settings settings;
+    // After a stop the user does not wait for a comparison, and a disk that is gone allows none.
+    settings.verifies = _options.verify && !wasStopped;
+    settings.mayBeStopped = !wasStopped;
+
+    const auto start = Clock::now();
+    CopyProgress progress(settings.verifies ? "Comparing" : "Checking", _planned.plan,
+                          _planned.bytes, start);
+    ArrivalCheck check(_session, _planned, _tree, names, settings, progress, &_report);
+    check.CheckFolders();
+    check.CheckFiles(arrivals);
+    _report.checkSeconds = SecondsSince(start);
+    _report.isVerified = settings.verifies && _report.notChecked.empty();
+    if (!_report.notChecked.empty())
+        _report.stop = StopRequest::Signal() != 0 ? ExportReport::Stop::kSignal
+                                                  : ExportReport::Stop::kDiskGone;
+}
+
+}  // namespace vx

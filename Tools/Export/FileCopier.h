@@ -1,0 +1,67 @@
+// Copies one file of a plan after the other from the volume to its place in the destination.
+//
+// A file arrives under a hidden name and takes its place when it is complete. A copy that is not
+// whole replaces nothing: it is put beside a file that is in its place. What cannot be read is
+// zeros in the copy.
+//
+// Ownership: borrows the job; owns a buffer of one chunk. Threads: one at a time; every worker has
+// one of its own.
+#pragma once
+
+#include "CopyJob.h"
+#include "OpenVolumeFile.h"
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace vx {
+
+class FileCopier {
+public:
+    static constexpr int64_t kChunk = int64_t{4} << 20;  // bytes
+
+    explicit FileCopier(CopyJob &job);
+
+    // Records how it ended; nothing if the export ended before the file.
+    void Copy(ExportPlan::Number number);
+
+private:
+    struct FreeBuffer {
+        void operator()(unsigned char *bytes) const { free(bytes); }
+    };
+
+    bool FindPlace();
+    void CopyIfMissing();
+    void CopyOpened(OpenVolumeFile *source);
+    bool Create();
+    bool CopyChunks(OpenVolumeFile *source);
+    void ReadChunk(OpenVolumeFile *source, int64_t position, uint32_t count);
+    bool WriteChunk(uint32_t count);
+    bool CloseCopy();
+    void Deliver(const OpenVolumeFile &source);
+    void DeliverDamaged(const std::string &damage);
+    std::string DamageOf(const OpenVolumeFile &source);
+    void Report(const std::string &name, bool isWhole);
+
+    bool Fail(const std::string &reason);
+    bool FailPlaced(const PlaceError &error);
+    void NoteUnopened();
+    bool NoteUnwritten(int error);
+    std::string CopiedText() const;
+
+    CopyJob &_job;
+    const std::unique_ptr<unsigned char, FreeBuffer> _buffer;  // null: no memory
+    const std::unique_ptr<ChunkHasher> _hasher;
+    ArrivingFile _file;
+    ArrivalPlace _place;
+
+    // Of the current file.
+    ExportPlan::Number _number = ExportPlan::kRoot;
+    std::u16string _volumePath;
+    Arrival _arrival;
+    int64_t _copied = 0;
+    bool _hasReadAll = true;
+};
+
+}  // namespace vx
