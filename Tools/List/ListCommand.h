@@ -4,11 +4,13 @@
 // "folder" or "link"; a link's size and date are those of what it leads to, if that is on the
 // volume. EntryJson.h has the objects. Rows go to standard output as they are found, errors to
 // standard error. Reading stops when the reader of the rows ends.
+// What Choice.h leaves out is neither listed nor entered; what was named on the command line is.
 // Folders are read from the volume anew, not from the catalogue, which does not keep all of a
 // record; what was printed is not kept.
 // Threads: main.
 #pragma once
 
+#include "Choice.h"
 #include "EntryJson.h"
 #include "Options.h"
 #include "VolumeSelection.h"
@@ -52,6 +54,7 @@ private:
 
     const VolumeSession &_session;
     const Options &_options;
+    Choice _choice;
     const bool _isTerminal;
     const size_t _dateColumns;
     std::u16string _path;  // of what is being printed

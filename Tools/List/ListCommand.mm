@@ -55,6 +55,7 @@ std::string ShownFolder(const std::u16string &path)
 ListCommand::ListCommand(const VolumeSession &session, const Options &options)
     : _session(session),
       _options(options),
+      _choice(options),
       _isTerminal(isatty(STDOUT_FILENO) != 0),
       _dateColumns(WidestDate())
 {
@@ -95,9 +96,8 @@ void ListCommand::ListPath(const std::string &path)
 
 void ListCommand::ListFile(const NamedEntry &entry)
 {
-    const std::u16string path = entry.Path();
-    _path = path.substr(0, path.rfind(u'/'));
-    ListEntries({entry.way.back()});
+    _path = entry.Path();
+    ListEntry(entry.way.back());
 }
 
 void ListCommand::ListFolder(const NamedEntry &entry)
@@ -136,6 +136,8 @@ void ListCommand::ListEntries(std::vector<FolderRecord> records)
         }
         const FolderRecord record = std::move(level.records[level.next++]);
         _path.append(u"/").append(record.name);
+        if (!_choice.Has(_path, record.IsFolder(), record.size, record.modified))
+            continue;
         @autoreleasepool {
             ListEntry(record);
         }
