@@ -1,6 +1,7 @@
 #include "ExportCommand.h"
 
 #include "ArrivalCheck.h"
+#include "Choice.h"
 #include "CopyWorkers.h"
 #include "ExitStatus.h"
 #include "FileSizeLimit.h"
@@ -94,7 +95,15 @@ int ExportCommand::Run()
 bool ExportCommand::MakePlan(std::string *error)
 {
     const PlanningNotice notice;
-    return PlanBuilder(_session.Volume(), _session.Reports())
+    Choice choice(_options);
+    PlanFilter filter;
+    if (!choice.IsEverything()) {
+        filter = [&choice](const std::u16string &path, const PlanEntry &entry) {
+            return entry.Has(PlanEntry::kIsNamed) ||
+                   choice.Has(path, entry.IsFolder(), entry.size, entry.modified);
+        };
+    }
+    return PlanBuilder(_session.Volume(), _session.Reports(), filter)
         .Build(_options.paths, &_planned, error);
 }
 
