@@ -1,13 +1,11 @@
 #include "SecretPrompt.h"
 
-#include "AwaitReadable.h"
 #include "EndingSignal.h"
 #include "EventPipe.h"
 #include "SignalWatch.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 
-#include <cerrno>
 #include <signal.h>
 #include <termios.h>
 #include <unistd.h>
@@ -77,12 +75,12 @@ SecretPrompt::Answer SecretPrompt::ReadLine(TypedSecret *secret)
     bool fits = true;
     bool hasZero = false;
     char byte = 0;
-    while (ReadByte(&byte) && byte != '\n') {
+    while (_bytes.Read(&byte) && byte != '\n') {
         hasZero = hasZero || byte == 0;
         fits = secret->Append(byte) && fits;
     }
     byte = 0;
-    if (_signal != 0)
+    if (InterruptingSignal() != 0)
         return Answer::kInterrupted;
     if (!fits)
         return Answer::kTooLong;
@@ -91,37 +89,6 @@ SecretPrompt::Answer SecretPrompt::ReadLine(TypedSecret *secret)
     if (!secret->IsEmpty() && secret->Last() == '\r')
         secret->RemoveLast();
     return secret->IsEmpty() ? Answer::kNone : Answer::kGiven;
-}
-
-// One at a time, since what follows the line is not ours. False: the input ended, or a signal came.
-bool SecretPrompt::ReadByte(char *byte)
-{
-    while (AwaitInput()) {
-        const ssize_t count = read(_input, byte, 1);
-        if (count >= 0 || (errno != EINTR && errno != EAGAIN))
-            return count == 1;
-    }
-    return false;
-}
-
-// The signal that asks the program to end; 0 if the event was another one.
-int SecretPrompt::NextSignal()
-{
-    const int event = _events.Await(std::nullopt).value_or(SIGTERM);
-    return event == SIGCHLD ? 0 : event;
-}
-
-// False: a signal asked the program to end.
-bool SecretPrompt::AwaitInput()
-{
-    for (;;) {
-        const Readable ready = AwaitReadable(_input, _events.GetDescriptor());
-        // An earlier child may end meanwhile.
-        if (ready.second && (_signal = NextSignal()) != 0)
-            return false;
-        if (ready.first)
-            return true;
-    }
 }
 
 const char *SecretPrompt::RefusalText(Answer answer)

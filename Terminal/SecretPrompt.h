@@ -8,13 +8,12 @@
 // the same events.
 #pragma once
 
+#include "InputBytes.h"
 #include "TypedSecret.h"
 
 #include <string>
 
 namespace vx {
-
-class EventPipe;
 
 class SecretPrompt {
 public:
@@ -27,12 +26,12 @@ public:
     };
 
     // input: of a terminal, which shows the question then; or of anything else.
-    SecretPrompt(int input, EventPipe &events) : _input(input), _events(events) {}
+    SecretPrompt(int input, EventPipe &events) : _input(input), _bytes(input, events) {}
 
     // secret: receives the line without its end, and is empty for any other answer than kGiven.
     Answer Ask(const std::string &question, TypedSecret *secret);
     // 0 if no signal interrupted the question.
-    int InterruptingSignal() const { return _signal; }
+    int InterruptingSignal() const { return _bytes.Signal(); }
 
     // One line for the user: why the answer is no secret.
     static const char *RefusalText(Answer answer);
@@ -40,13 +39,9 @@ public:
 private:
     Answer AskOnTerminal(const std::string &question, TypedSecret *secret);
     Answer ReadLine(TypedSecret *secret);
-    bool ReadByte(char *byte);
-    bool AwaitInput();
-    int NextSignal();
 
     const int _input;
-    EventPipe &_events;
-    int _signal = 0;
+    InputBytes _bytes;
 };
 
 // What both programs ask, e.g. "Secret (password) for disk.img: ".

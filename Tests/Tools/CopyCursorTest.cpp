@@ -1,9 +1,9 @@
 // How files are dealt out to the workers of an export.
 #include "CopyCursor.h"
 
-#include <gtest/gtest.h>
 #include <algorithm>
 #include <atomic>
+#include <gtest/gtest.h>
 #include <thread>
 
 namespace vx {

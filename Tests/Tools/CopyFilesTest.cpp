@@ -91,7 +91,7 @@ protected:
         CopyProgress progress("Copying", _planned.plan, _planned.bytes, CopyProgress::Clock::now());
         ExportStop stop(_volumeOfTool);
         _arrivals = std::make_unique<Arrivals>(_planned.plan);
-        CopyJob job{_planned.plan, _volumeOfTool, _reports, places, _witness,
+        CopyJob job{_planned.plan, _volumeOfTool, _reports,   places, _witness,
                     progress,      stop,          *_arrivals, false};
         CopyFiles(job, _planned.files);
         _stop = stop.Why();
@@ -191,8 +191,7 @@ TEST_F(CopyFilesTest, WhatFollowsAChunkThatFailedIsStillRead)
     std::string expected = _volume.Root().Find(u"/a")->Read(0, 10 * kMiB);
     expected.replace(4 * kMiB, 4 * kMiB, std::string(4 * kMiB, '\0'));
     EXPECT_TRUE(Written("a") == expected);
-    EXPECT_EQ(ArrivalOf(u"/a").reason,
-              "the volume could not read all of it; the copy is damaged");
+    EXPECT_EQ(ArrivalOf(u"/a").reason, "the volume could not read all of it; the copy is damaged");
 }
 
 TEST_F(CopyFilesTest, WhatIsAlreadyThereIsNeitherOpenedNorTouched)
@@ -226,7 +225,8 @@ TEST_F(CopyFilesTest, FilesNamedLikeArrivingOnesAllArriveWhole)
     // Neighbours are copied by one worker, one after the other.
     constexpr int kTogether = static_cast<int>(CopyCursor::kMostTogether);
     for (int i = 0; i < 40 * kTogether; ++i) {
-        const std::string number = std::to_string(1000 + i / 2 / kTogether * kTogether + i % kTogether);
+        const std::string number =
+            std::to_string(1000 + i / 2 / kTogether * kTogether + i % kTogether);
         const bool isHidden = i / kTogether % 2 == 1;
         const std::string name = isHidden ? "." + number + ".partial" : number;
         _volume.Root().File(std::u16string(name.begin(), name.end()), name);

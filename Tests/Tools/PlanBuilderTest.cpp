@@ -103,8 +103,8 @@ TEST_F(Planning, ThePathsOfTheCommandLineAreExact)
     EXPECT_EQ(_error, "a file and not a folder is on the way to /a/one/two");
     EXPECT_FALSE(Build({"/a/\xff"}));
     EXPECT_EQ(_error, "not valid UTF-8: /a/\xff");
-    _volume.AtCall(VolumeOperation::kFindFirstFile, _volume.Count(VolumeOperation::kFindFirstFile) + 2,
-                   Fault::kFail);
+    _volume.AtCall(VolumeOperation::kFindFirstFile,
+                   _volume.Count(VolumeOperation::kFindFirstFile) + 2, Fault::kFail);
     EXPECT_FALSE(Build({"/a/one"}));
     EXPECT_EQ(_error, "a folder cannot be listed on the way to /a/one");
 }

@@ -2,7 +2,9 @@
 
 #include "ArrivalCheck.h"
 #include "Choice.h"
+#include "Confirmation.h"
 #include "CopyWorkers.h"
+#include "EndingSignal.h"
 #include "ExitStatus.h"
 #include "FileSizeLimit.h"
 #include "NumberText.h"
@@ -119,6 +121,8 @@ int ExportCommand::RunInto(bool isNew)
     if (!MayBegin(names, &error)) {
         if (isNew)
             rmdir(folder.c_str());
+        if (_signal != 0)
+            EndBySignal(_signal);
         return FailWith(kExitUsage, error);
     }
     if (isNew)
@@ -133,10 +137,25 @@ int ExportCommand::RunInto(bool isNew)
 
 bool ExportCommand::MayBegin(const PlanNames &names, std::string *error)
 {
-    const RoomCheck room(_planned.plan, _session.Reports(), _tree, names);
-    if (!_options.skipsSpaceCheck && !room.HasRoom(_destination.Path(), error))
+    if (!_options.skipsSpaceCheck && !HasRoom(names, error))
         return false;
     return _sink.Begin(_planned.plan, _tree.Root(), error);
+}
+
+// Without room, what fits is exported if the user wants that.
+bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
+{
+    if (RoomCheck(_planned.plan, _session.Reports(), _tree, names)
+            .HasRoom(_destination.Path(), error))
+        return true;
+    if (!CanConfirm()) {
+        *error += "; nothing was exported. With --no-space-check, what fits is exported";
+        return false;
+    }
+    const Confirmation answer =
+        Confirm("volume-export: " + *error + ". Export what fits? [y/N] ", &_signal);
+    *error = "nothing was exported";
+    return answer == Confirmation::kYes;
 }
 
 int ExportCommand::Status() const

@@ -31,6 +31,7 @@ private:
     bool MakePlan(std::string *error);
     int RunInto(bool isNew);
     bool MayBegin(const PlanNames &names, std::string *error);
+    bool HasRoom(const PlanNames &names, std::string *error);
     void Export(const PlanNames &names);
     void Copy(const PlanNames &names, Arrivals *arrivals);
     void Check(const PlanNames &names, const Arrivals &arrivals);

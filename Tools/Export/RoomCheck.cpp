@@ -30,8 +30,7 @@ bool RoomCheck::HasRoom(const std::string &shownFolder, std::string *error) cons
         return true;
     *error = "not enough room on the disk of " + TerminalText(shownFolder) + ": the export needs " +
              ExactSizeText(static_cast<int64_t>(need)) + ", and " +
-             ExactSizeText(static_cast<int64_t>(space.freeBytes)) +
-             " are free; nothing was exported. With --no-space-check, what fits is exported";
+             ExactSizeText(static_cast<int64_t>(space.freeBytes)) + " are free";
     return false;
 }
 
