@@ -1,0 +1,13 @@
+// Finds out what the file system of a destination does, by trying: in a hidden folder of its own
+// inside the destination, which it removes. Nothing that exists is touched. What cannot be tried is
+// taken to be as usual.
+#pragma once
+
+#include "DestinationTraits.h"
+
+namespace vx {
+
+// folder: the destination, open.
+DestinationTraits ProbeDestination(int folder);
+
+}  // namespace vx
