@@ -39,8 +39,7 @@ TEST_F(Probe, AnOrdinaryFolderTakesEveryName)
     EXPECT_EQ(traits.refused, "");
     EXPECT_GE(traits.largestFile, int64_t{1} << 40);
     EXPECT_EQ(traits.timeStep, 1);
-    EXPECT_EQ(static_cast<long>(traits.longestName),
-              pathconf(_destination.c_str(), _PC_NAME_MAX));
+    EXPECT_EQ(static_cast<long>(traits.longestName), pathconf(_destination.c_str(), _PC_NAME_MAX));
 }
 
 TEST_F(Probe, NothingThatExistsChangesAndNothingStays)

@@ -1,8 +1,14 @@
 // The names that entries of a plan get in the destination, chosen before anything is copied.
 #include "PlanNames.h"
+#include "LocalText.h"
+#include "NameFolding.h"
+#include "NameRules.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -10,8 +16,6 @@
 
 namespace vx {
 namespace {
-
-constexpr size_t kLongest = 255;
 
 std::string Repeated(const std::string &text, size_t count)
 {
@@ -37,10 +41,11 @@ protected:
     }
     std::string PathOf(Number number)
     {
-        return PlanNames(_plan, kLongest).PathOf(number, &_isChanged);
+        return PlanNames(_plan, _traits).PathOf(number, &_isChanged);
     }
 
     ExportPlan _plan;
+    DestinationTraits _traits;
     bool _isChanged = false;
 };
 
@@ -158,6 +163,173 @@ TEST_F(PlannedNames, EachFolderCountsItsOwnCutNames)
     EXPECT_EQ(PathOf(second), "b/" + std::string(253, 'x') + "~1");
 }
 
+TEST_F(PlannedNames, WhereCaseCountsNamesThatDifferInCaseStay)
+{
+    const Number first = AddFile(u"readme.txt");
+    const Number second = AddFile(u"README.TXT");
+    EXPECT_EQ(PathOf(first), "readme.txt");
+    EXPECT_EQ(PathOf(second), "README.TXT");
+    EXPECT_FALSE(_isChanged);
+}
+
+TEST_F(PlannedNames, OfNamesThatDifferInCaseTheFirstStaysAndTheOthersGetNumbers)
+{
+    _traits.ignoresCase = true;
+    const Number first = AddFile(u"readme.txt");
+    const Number second = AddFile(u"README.TXT");
+    const Number taken = AddFile(u"ReadMe~1.txt");
+    const Number third = AddFile(u"Readme.txt");
+    EXPECT_EQ(PathOf(first), "readme.txt");
+    EXPECT_FALSE(_isChanged);
+    EXPECT_EQ(PathOf(second), "README~2.TXT");
+    EXPECT_TRUE(_isChanged);
+    EXPECT_EQ(PathOf(taken), "ReadMe~1.txt");
+    EXPECT_EQ(PathOf(third), "Readme~3.txt");
+}
+
+TEST_F(PlannedNames, FoldersThatDifferInCaseAreKeptApartWithAllTheyHold)
+{
+    _traits.ignoresCase = true;
+    const Number first = AddFolder(u"A");
+    const Number second = AddFolder(u"a");
+    const Number inFirst = AddFile(u"x", first);
+    const Number inSecond = AddFile(u"x", second);
+    EXPECT_EQ(PathOf(inFirst), "A/x");
+    EXPECT_FALSE(_isChanged);
+    EXPECT_EQ(PathOf(inSecond), "a~1/x");
+    EXPECT_TRUE(_isChanged);
+}
+
+TEST_F(PlannedNames, NamesInTwoNormalFormsAreKeptApart)
+{
+    _traits.ignoresForm = true;
+    AddFile(u"caf\u00e9");
+    const Number second = AddFile(u"cafe\u0301");
+    const Number other = AddFile(u"CAF\u00c9");
+    EXPECT_EQ(PathOf(second), "cafe\u0301~1");
+    EXPECT_EQ(PathOf(other), "CAF\u00c9");
+}
+
+TEST_F(PlannedNames, AnEntryThatTheVolumeCannotOpenTakesNoName)
+{
+    _traits.ignoresCase = true;
+    AddFile(u"a");
+    PlanEntry repeated;
+    repeated.flags = PlanEntry::kIsRepeated;
+    const Number second = _plan.Add(ExportPlan::kRoot, repeated, u"a");
+    EXPECT_EQ(PathOf(second), "a");
+    EXPECT_EQ(PathOf(AddFile(u"A")), "A~1");
+}
+
+TEST_F(PlannedNames, RefusedCharactersBecomeUnderscores)
+{
+    _traits.refused = ":*\x01";
+    const Number stream = AddFile(u"a.txt:s");
+    const Number other = AddFile(u"a*b\x01\\c:d");
+    EXPECT_EQ(PathOf(stream), "a.txt_s");
+    EXPECT_TRUE(_isChanged);
+    EXPECT_EQ(PathOf(other), "a_b_/c_d");
+}
+
+TEST_F(PlannedNames, ANameThatBecomesAnotherLeavesThatAlone)
+{
+    _traits.refused = ":";
+    const Number first = AddFile(u"a.txt:s");
+    const Number second = AddFile(u"a.txt_s");
+    const Number third = AddFile(u"a.txt|s");
+    EXPECT_EQ(PathOf(first), "a~1.txt_s");
+    EXPECT_EQ(PathOf(second), "a.txt_s");
+    EXPECT_EQ(PathOf(third), "a.txt|s");
+}
+
+TEST_F(PlannedNames, RefusedEndsAndNamesOfDevicesGetAnUnderscore)
+{
+    _traits.refusesEnds = true;
+    _traits.refusesDevices = true;
+    const std::vector<std::pair<std::u16string, std::string>> all = {{u"a.", "a_"},
+                                                                     {u"b ", "b_"},
+                                                                     {u"...", ".._"},
+                                                                     {u"CON", "CON_"},
+                                                                     {u"nul.txt", "nul_.txt"},
+                                                                     {u"Com1 .a.b", "Com1_ .a.b"},
+                                                                     {u"com0", "com0"},
+                                                                     {u"console", "console"},
+                                                                     {u" a", " a"},
+                                                                     {u"lpt9", "lpt9_"},
+                                                                     {u"f.nul", "f.nul"}};
+    std::vector<Number> numbers;
+    for (const auto &[name, expected] : all)
+        numbers.push_back(AddFile(name));
+    for (size_t i = 0; i < all.size(); ++i)
+        EXPECT_EQ(PathOf(numbers[i]), all[i].second);
+}
+
+TEST_F(PlannedNames, WhereEndsAreDroppedTheyBecomeUnderscoresSoThatNoNameChangesInSilence)
+{
+    _traits.dropsEnds = true;
+    const Number plain = AddFile(u"a");
+    const Number dot = AddFile(u"a.");
+    EXPECT_EQ(PathOf(plain), "a");
+    EXPECT_EQ(PathOf(dot), "a_");
+}
+
+TEST_F(PlannedNames, WhereUnitsAreCountedALongNameOfWideCharactersStays)
+{
+    _traits.longestUnits = 255;
+    const std::u16string wide(255, u'\u65e5');
+    const Number kept = AddFile(wide);
+    const Number cut = AddFile(wide + u"x");
+    EXPECT_EQ(PathOf(kept), Repeated("\u65e5", 255));
+    EXPECT_EQ(PathOf(cut), Repeated("\u65e5", 84) + "~1");
+}
+
+// Short names of few characters, which meet in every way.
+TEST_F(PlannedNames, AllNamesOfAFolderAreAllowedAndApartAndChangeOnlyIfTheyMust)
+{
+    constexpr std::u16string_view kCharacters = u"aA\u00e9\u00c9e\u0301. :~1_";
+    std::mt19937 random(1);
+    _traits.ignoresCase = _traits.ignoresForm = _traits.dropsEnds = _traits.refusesDevices = true;
+    _traits.refused = ":";
+    _traits.longestName = 12;
+    std::set<std::u16string> originals;
+    for (int i = 0; i < 20000; ++i) {
+        std::u16string name;
+        for (size_t length = 1 + random() % 14; length > 0; --length)
+            name += kCharacters[random() % kCharacters.size()];
+        if (name != u".." && originals.insert(name).second)
+            AddFile(name);
+    }
+    const PlanNames names(_plan, _traits);
+    std::map<std::string, std::string> owners;
+    int changed = 0;
+    for (Number number = 1; number < _plan.Size(); ++number) {
+        const std::string path = names.PathOf(number, &_isChanged);
+        EXPECT_EQ(AllowedName(path, _traits), path);
+        EXPECT_TRUE(Fits(path, _traits)) << path;
+        EXPECT_TRUE(owners.insert({FoldedFor(_traits, path), path}).second) << path;
+        std::string original;
+        LocalTextOf(_plan.NameOf(number), &original);
+        EXPECT_EQ(_isChanged, path != original);
+        changed += _isChanged ? 1 : 0;
+    }
+    EXPECT_GT(changed, 1000);
+    EXPECT_LT(changed + 1000, static_cast<int>(_plan.Size()));
+}
+
+TEST_F(PlannedNames, AHundredThousandNamesThatMeetTakeLittleTime)
+{
+    _traits.ignoresCase = true;
+    std::u16string name = u"abcdefghijklmnopq";
+    for (uint32_t bits = 0; bits < 1 << 17; ++bits) {
+        for (size_t i = 0; i < name.size(); ++i)
+            name[i] = static_cast<char16_t>((bits >> i & 1 ? u'A' : u'a') + i);
+        AddFile(name);
+    }
+    const PlanNames names(_plan, _traits);
+    EXPECT_EQ(names.PathOf(1, &_isChanged), "abcdefghijklmnopq");
+    EXPECT_EQ(names.PathOf(1 << 17, &_isChanged), "ABCDEFGHIJKLMNOPQ~131071");
+}
+
 TEST_F(PlannedNames, SeveralThreadsGetTheSameNames)
 {
     std::vector<std::string> expected;
@@ -165,7 +337,7 @@ TEST_F(PlannedNames, SeveralThreadsGetTheSameNames)
         const std::u16string end(1, static_cast<char16_t>(u'\u0100' + i));
         AddFile(i % 2 == 0 ? end : std::u16string(255, u'\u00e9') + end);
     }
-    const PlanNames names(_plan, kLongest);
+    const PlanNames names(_plan, _traits);
     for (Number number = 1; number < _plan.Size(); ++number)
         expected.push_back(names.PathOf(number, &_isChanged));
     std::vector<std::vector<std::string>> found(4);

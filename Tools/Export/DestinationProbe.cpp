@@ -149,6 +149,16 @@ int64_t TimeStepOf(int file)
     return 0;
 }
 
+// More bytes than usual mean that names are limited in units: as many as the usual bytes.
+void NoteLengths(long longest, DestinationTraits *traits)
+{
+    constexpr size_t kUsual = DestinationTraits::kUsualLongestName;
+    if (longest > 0)
+        traits->longestName = std::min(static_cast<size_t>(longest), kUsual);
+    if (longest > static_cast<long>(kUsual))
+        traits->longestUnits = kUsual;
+}
+
 void TryNames(const ProbeFolder &probe, DestinationTraits *traits)
 {
     traits->ignoresCase = probe.Make("case") && probe.Has("CASE");
@@ -167,9 +177,7 @@ void TryNames(const ProbeFolder &probe, DestinationTraits *traits)
 DestinationTraits ProbeDestination(int folder)
 {
     DestinationTraits traits;
-    const long longest = fpathconf(folder, _PC_NAME_MAX);
-    if (longest > 0)
-        traits.longestName = static_cast<size_t>(longest);
+    NoteLengths(fpathconf(folder, _PC_NAME_MAX), &traits);
     const ProbeFolder probe(folder);
     const UniqueFd file = probe ? probe.Make("probe") : UniqueFd();
     if (!file)

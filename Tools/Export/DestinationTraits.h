@@ -13,6 +13,8 @@ struct DestinationTraits {
 
     // Of one name, in bytes.
     size_t longestName = kUsualLongestName;
+    // If names are limited in UTF-16 units: how many they may have, however many bytes that are.
+    size_t longestUnits = 0;
     // "A" and "a" are one name.
     bool ignoresCase = false;
     // A letter with its accent and the letter before its accent are one name.

@@ -63,7 +63,8 @@ bool DestinationTree::Open(const std::string &path)
 size_t DestinationTree::LongestName() const
 {
     const long longest = fpathconf(Root(), _PC_NAME_MAX);
-    return longest > 0 ? static_cast<size_t>(longest) : kUsualLongestName;
+    return longest > 0 ? std::min(static_cast<size_t>(longest), kUsualLongestName)
+                       : kUsualLongestName;
 }
 
 DestinationTree::Folder DestinationTree::Enter(const std::string &path, Missing missing,

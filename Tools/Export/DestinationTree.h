@@ -40,7 +40,7 @@ public:
 
     // The destination itself.
     int Root() const { return _root->Get(); }
-    // Bytes that a name in it may have.
+    // Bytes that a name in it may have in any case.
     size_t LongestName() const;
 
 private:

@@ -1,59 +1,57 @@
 #include "FolderNames.h"
 
 #include "LocalText.h"
+#include "NameFolding.h"
 #include "NameForms.h"
+#include "NameRules.h"
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace vx {
 namespace {
 
 // Stands for a name that consists of separators alone.
 constexpr char kPlaceholder[] = "_";
-// In front of the number of a name that was cut.
+// In front of the number of a name.
 constexpr char kNumberMark = '~';
-// Of one UTF-16 unit in UTF-8.
-constexpr size_t kMostBytesOfUnit = 3;
-
-// A cut name has a number from 1; the placeholder has one only if there is more than one of it.
-std::string Numbered(const std::string &name, unsigned number, size_t longest)
-{
-    const bool isWhole = name.size() <= longest;
-    const unsigned shown = isWhole ? number - 1 : number;
-    const std::string mark = shown == 0 ? "" : kNumberMark + std::to_string(shown);
-    return MarkedName(name, mark, longest);
-}
-
-bool IsShortAndWhole(std::u16string_view name, size_t longest)
-{
-    return !name.empty() && name.size() * kMostBytesOfUnit <= longest &&
-           name.find_first_of(u"\\/.") == std::u16string_view::npos;
-}
 
 bool LeadsUp(const std::vector<std::string> &parts)
 {
     return std::find(parts.begin(), parts.end(), "..") != parts.end();
 }
 
+std::string Joined(const std::vector<std::string> &parts)
+{
+    std::string path;
+    for (const std::string &part : parts)
+        path += "/" + part;
+    return path;
+}
+
 }  // namespace
 
 void FolderNames::Choose(Names *names)
 {
-    Names changing;
-    std::vector<Number> order;
-    for (Number i = 0; i < _folder.children; ++i) {
-        if (MustChange(_folder.firstChild + i)) {
-            order.push_back(_folder.firstChild + i);
-            changing.emplace(order.back(), "");
-        }
-    }
-    if (order.empty())
+    std::vector<Number> changing = ChangingNames();
+    if (changing.empty() && !_traits.MergesNames())
         return;
-    NoteKeptNames(changing);
-    for (const Number number : order)
+    TakeKeptNames(&changing);
+    for (const Number number : changing)
         names->emplace(number, PathFor(number));
+}
+
+std::vector<FolderNames::Number> FolderNames::ChangingNames() const
+{
+    std::vector<Number> changing;
+    for (Number number = _folder.firstChild; number < _folder.firstChild + _folder.children;
+         ++number) {
+        if (MustChange(number))
+            changing.push_back(number);
+    }
+    return changing;
 }
 
 // A name that leads nowhere is left alone.
@@ -61,23 +59,49 @@ bool FolderNames::MustChange(Number number) const
 {
     const std::u16string_view name = _plan.NameOf(number);
     std::string text;
-    if (IsShortAndWhole(name, _longest) || !LocalTextOf(name, &text))
+    if (IsPlainName(name, _traits) || !LocalTextOf(name, &text))
         return false;
     const std::vector<std::string> parts = PartsOf(text);
     return !LeadsUp(parts) &&
-           (parts.empty() || std::any_of(parts.begin(), parts.end(), [this](const auto &part) {
-                return part.size() > _longest;
+           (parts.empty() || !std::all_of(parts.begin(), parts.end(), [this](const auto &part) {
+                return Fits(part, _traits) && AllowedName(part, _traits) == part;
             }));
 }
 
-void FolderNames::NoteKeptNames(const Names &changing)
+// Of kept names that the destination merges the first is kept; the others change, too.
+void FolderNames::TakeKeptNames(std::vector<Number> *changing)
 {
+    std::vector<std::pair<size_t, Number>> kept;
+    auto next = changing->begin();
     std::string text;
-    for (Number i = 0; i < _folder.children; ++i) {
-        const Number number = _folder.firstChild + i;
-        if (changing.count(number) == 0 && LocalTextOf(_plan.NameOf(number), &text))
-            _taken.insert("/" + text);
+    for (Number number = _folder.firstChild; number < _folder.firstChild + _folder.children;
+         ++number) {
+        if (next != changing->end() && *next == number)
+            ++next;
+        else if (!_plan.At(number).Has(PlanEntry::kIsRepeated) &&
+                 LocalTextOf(_plan.NameOf(number), &text))
+            kept.emplace_back(HashOf(Joined(PartsOf(text))), number);
     }
+    std::sort(kept.begin(), kept.end());
+    for (const auto &[hash, number] : kept) {
+        if (_kept.empty() || _kept.back() != hash)
+            _kept.push_back(hash);
+        else
+            changing->push_back(number);
+    }
+    std::sort(changing->begin(), changing->end());
+}
+
+// Equal hashes of different paths cost a number and nothing else.
+size_t FolderNames::HashOf(const std::string &path) const
+{
+    return std::hash<std::string>()(FoldedFor(_traits, path));
+}
+
+bool FolderNames::Take(const std::string &path)
+{
+    const size_t hash = HashOf(path);
+    return !std::binary_search(_kept.begin(), _kept.end(), hash) && _given.insert(hash).second;
 }
 
 std::string FolderNames::PathFor(Number number)
@@ -87,12 +111,14 @@ std::string FolderNames::PathFor(Number number)
     std::vector<std::string> parts = PartsOf(text);
     if (parts.empty())
         return NameFor("/", kPlaceholder, text);
-    std::string path;
+    const std::string last = std::move(parts.back());
+    parts.pop_back();
+    std::string place = "/";
     for (const std::string &part : parts) {
-        const std::string place = path + "/";
-        path = place + (part.size() <= _longest ? part : NameFor(place, part, part));
+        const std::string allowed = AllowedName(part, _traits);
+        place += (Fits(allowed, _traits) ? allowed : NameFor(place, allowed, part)) + "/";
     }
-    return path.substr(1);
+    return (place + NameFor(place, AllowedName(last, _traits), last)).substr(1);
 }
 
 // The same name for the same original: a cut folder can be a part of several names.
@@ -107,10 +133,13 @@ std::string FolderNames::NameFor(const std::string &place, const std::string &na
 
 std::string FolderNames::FreeName(const std::string &place, const std::string &name)
 {
-    unsigned &number = _numbers[place + MarkedName(name, "", _longest / 2)];
+    if (Fits(name, _traits) && Take(place + name))
+        return name;
+    const size_t longest = _traits.longestName;
+    unsigned &number = _numbers[FoldedFor(_traits, place + MarkedName(name, "", longest / 2))];
     while (true) {
-        std::string candidate = Numbered(name, ++number, _longest);
-        if (_taken.insert(place + candidate).second)
+        std::string candidate = MarkedName(name, kNumberMark + std::to_string(++number), longest);
+        if (Take(place + candidate))
             return candidate;
     }
 }

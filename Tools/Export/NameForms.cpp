@@ -23,11 +23,12 @@ std::string Cut(const std::string &text, size_t length)
     return text.substr(0, length);
 }
 
-size_t StartOfExtension(const std::string &name)
+size_t StartOfExtension(const std::string &name, size_t longest)
 {
     const size_t dot = name.rfind('.');
-    const bool isOne =
-        dot != std::string::npos && dot > 0 && name.size() - dot <= kLongestExtension;
+    // Where names are short, a number must fit beside the extension.
+    const bool isOne = dot != std::string::npos && dot > 0 &&
+                       name.size() - dot <= std::min(kLongestExtension, longest / 2);
     return isOne ? dot : name.size();
 }
 
@@ -46,7 +47,7 @@ std::string NumberAfter(const char *separator, unsigned number)
 
 std::string MarkedName(const std::string &name, const std::string &mark, size_t longest)
 {
-    const size_t extension = StartOfExtension(name);
+    const size_t extension = StartOfExtension(name, longest);
     return Joined(name.substr(0, extension), mark + name.substr(extension), longest);
 }
 

@@ -7,12 +7,12 @@
 
 namespace vx {
 
-PlanNames::PlanNames(const ExportPlan &plan, size_t longestName)
-    : _plan(plan), _longestName(longestName)
+PlanNames::PlanNames(const ExportPlan &plan, const DestinationTraits &traits)
+    : _plan(plan), _longestName(traits.longestName)
 {
     for (Number number = ExportPlan::kRoot; number < plan.Size(); ++number) {
         if (plan.At(number).children > 0)
-            FolderNames(plan, number, longestName).Choose(&_changed);
+            FolderNames(plan, number, traits).Choose(&_changed);
     }
 }
 

@@ -1,13 +1,17 @@
 // Where each entry of a plan arrives below the destination: its names from the root down, with a
-// backslash read as "/". Three kinds of names change: one that is longer than the file system
-// allows is cut, keeps its extension and gets a number; a name of separators only becomes "_"; ""
-// and "." between separators are left out.
+// backslash read as "/". Names that change:
+// - one that is too long is cut, keeps its extension and gets a number;
+// - what the destination refuses becomes "_";
+// - of names that the destination takes for one, all but the first get a number;
+// - a name of separators only becomes "_";
+// - "" and "." between separators are left out.
 //
 // All names are chosen when it is made, so that the same plan gives the same names. Memory: only
 // for names that change.
 // Ownership: borrows the plan, which is complete. Threads: any.
 #pragma once
 
+#include "DestinationTraits.h"
 #include "ExportPlan.h"
 
 #include <cstddef>
@@ -20,14 +24,15 @@ class PlanNames {
 public:
     using Number = ExportPlan::Number;
 
-    // longestName: in bytes, of one name in the destination.
-    PlanNames(const ExportPlan &plan, size_t longestName);
+    // traits: of the destination.
+    PlanNames(const ExportPlan &plan, const DestinationTraits &traits);
 
     // The entry's path relative to the destination: "a/b.txt". isChanged: whether a name on the way
     // differs from the one on the volume, apart from backslashes. Empty for the root, and if a name
     // is not valid text or would lead out of the destination.
     std::string PathOf(Number number, bool *isChanged) const;
 
+    // Bytes that a name in the destination may have in any case.
     size_t LongestName() const { return _longestName; }
 
 private:
