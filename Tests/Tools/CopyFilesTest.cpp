@@ -85,7 +85,7 @@ protected:
         ASSERT_TRUE(PlanBuilder(_volume, _reports).Build({}, &_planned, &error)) << error;
         DestinationTree tree("");
         ASSERT_TRUE(tree.Open(_destination));
-        const PlanNames names(_planned.plan, tree.LongestName());
+        const PlanNames names(_planned.plan, DestinationTraits());
         const SourceFiles sources("", "");
         ArrivalPlaces places(_planned.plan, tree, names, sources);
         CopyProgress progress("Copying", _planned.plan, _planned.bytes, CopyProgress::Clock::now());

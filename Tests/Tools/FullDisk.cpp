@@ -1,5 +1,6 @@
 // Loaded before a program's own libraries: gives its disks less room than they have. VX_FREE_BYTES
-// is what is told to be free, VX_ROOM_BYTES is what can really be written to ordinary files.
+// is what is told to be free, VX_ROOM_BYTES is what can really be written to ordinary files, and
+// VX_LARGEST_FILE how large one of them may be.
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -63,5 +64,17 @@ extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const 
     if (fitting > 0)
         return real(file, bytes, fitting);
     errno = ENOSPC;
+    return -1;
+}
+
+extern "C" __attribute__((visibility("default"))) off_t lseek(int file, off_t position, int origin)
+{
+    using Function = off_t (*)(int, off_t, int);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "lseek"));
+    const bool isLimited = getenv("VX_LARGEST_FILE") != nullptr && IsOrdinary(file);
+    if (!isLimited || origin != SEEK_SET ||
+        position <= static_cast<off_t>(BytesOf("VX_LARGEST_FILE")))
+        return real(file, position, origin);
+    errno = EINVAL;
     return -1;
 }

@@ -10,14 +10,18 @@ constexpr size_t kMiB = 1 << 20;
 
 class FullDisk : public ToolTest {
 protected:
-    // told: bytes that seem to be free, room: bytes that can be written; empty for as they are.
-    Result ExportWith(const std::string &told, const std::string &room, Arguments more)
+    // told: bytes that seem to be free, room: bytes that can be written, largest: how large a file
+    // may be; empty for as they are.
+    Result ExportWith(const std::string &told, const std::string &room, Arguments more,
+                      const std::string &largest = "")
     {
         std::vector<std::string> arguments = {"LD_PRELOAD=" VX_FULL_DISK};
         if (!told.empty())
             arguments.push_back("VX_FREE_BYTES=" + told);
         if (!room.empty())
             arguments.push_back("VX_ROOM_BYTES=" + room);
+        if (!largest.empty())
+            arguments.push_back("VX_LARGEST_FILE=" + largest);
         // The leak checker of a sanitizer build looks for itself in other places.
         arguments.push_back("ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0");
         arguments.push_back(CopyOfTool(kStandIn));
@@ -47,6 +51,36 @@ TEST_F(FullDisk, WithoutTheCheckItIsExportedAsFarAsItFits)
     const Result result = ExportWith("8388608", "", {"large", "--no-space-check"});
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_EQ(FilesBelow(_destination).size(), 3u);
+}
+
+TEST_F(FullDisk, FilesThatAreTooLargeForTheDiskAreNamedFirstAndAreFailuresAndNotBegun)
+{
+    _folder.WriteFile("destination/changing.bin", "old");
+    const Result result = ExportWith("", "", {"changing"}, "1048576");
+    EXPECT_EQ(result.status, 1);
+    const std::string notice = "Too large for the destination, whose disk takes files of up to "
+                               "1.0 MiB, and not exported: 1 file\n  /changing.bin: 3.0 MiB\n";
+    EXPECT_TRUE(Holds(result.errors, notice));
+    EXPECT_TRUE(Holds(result.output,
+                      "Failed: 1\n  /changing.bin: too large: the destination's disk "
+                      "takes files of up to 1.0 MiB (1,048,576 bytes)\n"));
+    EXPECT_EQ(_folder.ReadFile("destination/changing.bin"), "old");
+    EXPECT_EQ(FilesBelow(_destination).size(), 2u);
+}
+
+TEST_F(FullDisk, AFileThatIsAsLargeAsTheDiskTakesArrives)
+{
+    const Result result = ExportWith("", "", {"changing"}, "3145728");
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_TRUE(Lacks(result.errors, "Too large"));
+}
+
+// 3 MiB that do not arrive need no room.
+TEST_F(FullDisk, FilesThatAreTooLargeNeedNoRoom)
+{
+    const Result result = ExportWith("65536", "", {"changing"}, "1048576");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(_folder.ReadFile("destination/steady.bin").size(), 10u);
 }
 
 TEST_F(FullDisk, ARefusedExportLeavesNoNewFolderBehind)

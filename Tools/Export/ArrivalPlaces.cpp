@@ -44,7 +44,7 @@ ArrivalPlaces::ArrivalPlaces(const ExportPlan &plan, DestinationTree &tree, cons
       _sources(sources),
       _partials(plan),
       _tree(tree),
-      _placed(DestinationTraits(), plan.Size())
+      _placed(names.Traits(), plan.Size())
 {
 }
 

@@ -41,7 +41,7 @@ public:
                   const SourceFiles &sources);
 
     const PartialNames &Partials() const { return _partials; }
-    size_t LongestName() const { return _names.LongestName(); }
+    const DestinationTraits &Traits() const { return _names.Traits(); }
 
     // Makes the folders on the way. place: of the file before, whose folder is often the same.
     bool Find(Number number, ArrivalPlace *place, PlaceError *error);

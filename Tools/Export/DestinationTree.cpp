@@ -15,7 +15,6 @@ namespace vx {
 namespace {
 
 constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
-constexpr size_t kUsualLongestName = 255;
 
 // No errors of the system: where a link leads.
 constexpr int kLeadsBack = -1;
@@ -58,13 +57,6 @@ bool DestinationTree::Open(const std::string &path)
 {
     _root = std::make_shared<const UniqueFd>(open(path.c_str(), kFolder));
     return bool(*_root);
-}
-
-size_t DestinationTree::LongestName() const
-{
-    const long longest = fpathconf(Root(), _PC_NAME_MAX);
-    return longest > 0 ? std::min(static_cast<size_t>(longest), kUsualLongestName)
-                       : kUsualLongestName;
 }
 
 DestinationTree::Folder DestinationTree::Enter(const std::string &path, Missing missing,

@@ -40,8 +40,6 @@ public:
 
     // The destination itself.
     int Root() const { return _root->Get(); }
-    // Bytes that a name in it may have in any case.
-    size_t LongestName() const;
 
 private:
     struct Kept {

@@ -20,4 +20,11 @@ inline VolumeObstacle ObstacleOf(const PlanEntry &entry, const std::u16string &p
                                                               : report.obstacle;
 }
 
+// Whether what can be read of such an entry is exported.
+inline bool HasCopy(VolumeObstacle obstacle)
+{
+    return obstacle == VolumeObstacle::kNone || obstacle == VolumeObstacle::kDamaged ||
+           obstacle == VolumeObstacle::kUnreadable;
+}
+
 }  // namespace vx

@@ -4,6 +4,7 @@
 #include "Choice.h"
 #include "Confirmation.h"
 #include "CopyWorkers.h"
+#include "DestinationProbe.h"
 #include "EndingSignal.h"
 #include "ExitStatus.h"
 #include "FileSizeLimit.h"
@@ -13,6 +14,7 @@
 #include "StopRequest.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
+#include "TooLargeFiles.h"
 
 #include <cerrno>
 #include <chrono>
@@ -116,7 +118,8 @@ int ExportCommand::RunInto(bool isNew)
     if (!_tree.Open(folder))
         return FailWith(kExitUsage, "cannot use the destination " + TerminalText(folder) + ": " +
                                         strerror(errno));
-    const PlanNames names(_planned.plan, _tree.LongestName());
+    _traits = ProbeDestination(_tree.Root());
+    const PlanNames names(_planned.plan, _traits);
     std::string error;
     if (!MayBegin(names, &error)) {
         if (isNew)
@@ -170,6 +173,7 @@ void ExportCommand::Export(const PlanNames &names)
 {
     fprintf(stderr, "Exporting %s, %s, to %s\n", CountText(_planned.files, "file", "files").c_str(),
             SizeText(_planned.bytes).c_str(), TerminalText(_report.destination).c_str());
+    NameTooLargeFiles(_planned.plan, _session.Reports(), _traits, _options.verbose);
     Arrivals arrivals(_planned.plan);
     // Before this a signal ends the program at once: nothing has been written.
     const StopRequest stops;

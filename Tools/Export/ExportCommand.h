@@ -42,6 +42,7 @@ private:
     Destination _destination;
     ArrivalSink &_sink;
     DestinationTree _tree;
+    DestinationTraits _traits;
     PlannedExport _planned;
     ExportReport _report;
     int _signal = 0;

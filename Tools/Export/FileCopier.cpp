@@ -4,6 +4,7 @@
 #include "NumberText.h"
 #include "ObstacleText.h"
 #include "TerminalText.h"
+#include "TooLargeFiles.h"
 #include "Unicode.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ FileCopier::FileCopier(CopyJob &job)
     : _job(job),
       _buffer(static_cast<unsigned char *>(calloc(1, kChunk))),
       _hasher(job.sink.MakeHasher()),
-      _file(job.places.Partials(), job.places.LongestName())
+      _file(job.places.Partials(), job.places.Traits().longestName)
 {
 }
 
@@ -76,6 +77,10 @@ void FileCopier::CopyOpened(OpenVolumeFile *source)
     _arrival.size = size.value_or(0);
     if (_arrival.size < 0) {
         Fail("the volume gives no valid size for it");
+        return;
+    }
+    if (_arrival.size > _job.places.Traits().largestFile) {
+        Fail(ReasonTooLarge(_job.places.Traits()));
         return;
     }
     if (Create() && CopyChunks(source) && CloseCopy())

@@ -14,7 +14,7 @@ constexpr char kSubstitute = '_';
 // Of one UTF-16 unit in UTF-8.
 constexpr size_t kMostBytesOfUnit = 3;
 
-constexpr std::array<std::string_view, 6> kDevices = {"con",   "prn",    "aux",
+constexpr std::array<std::string_view, 6> kDevices = {"con", "prn",    "aux",
                                                       "nul", "conin$", "conout$"};
 // With a digit from 1 to 9.
 constexpr std::array<std::string_view, 2> kNumberedDevices = {"com", "lpt"};

@@ -8,11 +8,11 @@
 namespace vx {
 
 PlanNames::PlanNames(const ExportPlan &plan, const DestinationTraits &traits)
-    : _plan(plan), _longestName(traits.longestName)
+    : _plan(plan), _traits(traits)
 {
     for (Number number = ExportPlan::kRoot; number < plan.Size(); ++number) {
         if (plan.At(number).children > 0)
-            FolderNames(plan, number, traits).Choose(&_changed);
+            FolderNames(plan, number, _traits).Choose(&_changed);
     }
 }
 

@@ -14,7 +14,6 @@
 #include "DestinationTraits.h"
 #include "ExportPlan.h"
 
-#include <cstddef>
 #include <string>
 #include <unordered_map>
 
@@ -32,14 +31,14 @@ public:
     // is not valid text or would lead out of the destination.
     std::string PathOf(Number number, bool *isChanged) const;
 
-    // Bytes that a name in the destination may have in any case.
-    size_t LongestName() const { return _longestName; }
+    // Of the destination.
+    const DestinationTraits &Traits() const { return _traits; }
 
 private:
     bool AppendName(Number number, std::string *path, bool *isChanged) const;
 
     const ExportPlan &_plan;
-    const size_t _longestName;
+    const DestinationTraits _traits;
     std::unordered_map<Number, std::string> _changed;  // a name may be a path here: "a/b"
 };
 

@@ -57,14 +57,8 @@ uint64_t RoomCheck::ExactNeed(const DiskSpace &space) const
 
 bool RoomCheck::IsExported(Number file) const
 {
-    switch (ObstacleOf(_plan.At(file), _plan.PathOf(file), _reports)) {
-    case VolumeObstacle::kNone:
-    case VolumeObstacle::kDamaged:
-    case VolumeObstacle::kUnreadable:
-        return true;
-    default:
-        return false;
-    }
+    return _plan.At(file).size <= _names.Traits().largestFile &&
+           HasCopy(ObstacleOf(_plan.At(file), _plan.PathOf(file), _reports));
 }
 
 // Space freed when the entry replaces an existing file.

@@ -1,0 +1,100 @@
+// Exports to disks with file systems of Windows, by drivers that are not part of this system.
+#include "MountedDisk.h"
+#include "ToolFixture.h"
+
+#include <algorithm>
+
+namespace vx {
+namespace {
+
+class OtherDisk : public ToolTest {
+protected:
+    // What a folder of a case-sensitive disk may hold, and that of Windows may not.
+    void WriteHardNames()
+    {
+        for (const std::string name :
+             {"readme.txt", "README.TXT", "Readme.txt", "readme~1.txt", "a.txt:s", "a.txt_s", "A/x",
+              "a/x", "a/X", "q\"*<>?|.txt", "end.", "end", "blank ", "con", "nul.txt"})
+            _folder.WriteFile("volume/" + name, "contents of " + name);
+    }
+    Result ExportTo(const MountedDisk &disk, const Arguments &more = {})
+    {
+        Arguments arguments = {"--to", disk.Path(), _volume};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return Run(arguments);
+    }
+    // The contents alone, since a driver may show names in another case.
+    static std::vector<std::string> ContentsBelow(const std::string &folder)
+    {
+        std::vector<std::string> all;
+        for (const auto &[name, contents] : FilesBelow(folder))
+            all.push_back(contents);
+        std::sort(all.begin(), all.end());
+        return all;
+    }
+    // Every file arrives, under a name of its own, and again under the same when all is repeated.
+    void ExpectAllArriveTwice(const MountedDisk &disk)
+    {
+        WriteHardNames();
+        const Result first = ExportTo(disk, {"--verify"});
+        EXPECT_EQ(first.status, 0) << first.output << first.errors;
+        const Files files = FilesBelow(disk.Path());
+        EXPECT_EQ(ContentsBelow(disk.Path()), ContentsBelow(_volume));
+        EXPECT_TRUE(Holds(first.output, "  /a.txt:s: as a~1.txt_s\n"));
+        const Result second = ExportTo(disk, {"--verify"});
+        EXPECT_EQ(second.status, 0) << second.output << second.errors;
+        EXPECT_EQ(FilesBelow(disk.Path()), files);
+    }
+};
+
+TEST_F(OtherDisk, OnADiskWithTheRulesOfWindowsEveryFileArrivesUnderANameOfItsOwn)
+{
+    const MountedDisk disk(DiskKind::kNtfs);
+    VX_NEEDS_DISK(disk);
+    ExpectAllArriveTwice(disk);
+}
+
+TEST_F(OtherDisk, OnAnExfatDiskEveryFileArrivesUnderANameOfItsOwn)
+{
+    const MountedDisk disk(DiskKind::kExfat);
+    VX_NEEDS_DISK(disk);
+    ExpectAllArriveTwice(disk);
+}
+
+TEST_F(OtherDisk, OnAFatDiskEveryFileArrivesUnderANameOfItsOwn)
+{
+    const MountedDisk disk(DiskKind::kFat);
+    VX_NEEDS_DISK(disk);
+    ExpectAllArriveTwice(disk);
+}
+
+// What the disk of the destination does with names does not hold for a disk that is mounted in it.
+TEST_F(OtherDisk, OnADiskInsideTheDestinationOfTwoNamesThatMeetTheSecondIsAFailure)
+{
+    const MountedDisk disk(DiskKind::kNtfs);
+    VX_NEEDS_DISK(disk);
+    _folder.WriteFile("volume/mount/README", "first");
+    _folder.WriteFile("volume/mount/readme", "second");
+    const std::string outer = disk.Path().substr(0, disk.Path().rfind('/'));
+    const Result result = Run({"--to", outer, _volume});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, ": its place is taken by /mount/"));
+    EXPECT_EQ(FilesBelow(disk.Path()).size(), 1u);
+}
+
+TEST_F(OtherDisk, OnAFatDiskAFileOfFourGibibytesIsNamedFirstAndIsAFailure)
+{
+    const MountedDisk disk(DiskKind::kFat);
+    VX_NEEDS_DISK(disk);
+    _folder.MakeSparseFile("volume/large.bin", 1ll << 32);
+    _folder.WriteFile("volume/small.txt", "1");
+    const Result result = ExportTo(disk);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.errors, "not exported: 1 file\n  /large.bin: 4.0 GiB\n"));
+    EXPECT_TRUE(Holds(result.output, "  /large.bin: too large: the destination's disk takes files "
+                                     "of up to 4.0 GiB (4,294,967,295 bytes)\n"));
+    EXPECT_EQ(FilesBelow(disk.Path()), (Files{{"small.txt", "1"}}));
+}
+
+}  // namespace
+}  // namespace vx
