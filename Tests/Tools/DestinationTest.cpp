@@ -197,6 +197,18 @@ TEST_F(Destined, OneOfSeveralNamesOfAFileIsReplacedAndTheOthersKeepIt)
     EXPECT_EQ(_folder.ReadFile("other"), "old");
 }
 
+TEST_F(Destined, TwoNamesOfOneFileAreBothReplacedAndBecomeTwoFiles)
+{
+    _folder.WriteFile("volume/a.txt", "new a");
+    _folder.WriteFile("volume/sub/b.txt", "new b");
+    const std::string old = _folder.WriteFile("destination/a.txt", "old");
+    _folder.MakeFolder("destination/sub");
+    ASSERT_EQ(link(old.c_str(), _folder.At("destination/sub/b.txt").c_str()), 0);
+    const Result result = ExportAll({"--verify"});
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(FilesBelow(_destination), (Files{{"a.txt", "new a"}, {"sub/b.txt", "new b"}}));
+}
+
 TEST_F(Destined, AReplacedFileKeepsItsPermissions)
 {
     _folder.WriteFile("volume/a.txt", "new");

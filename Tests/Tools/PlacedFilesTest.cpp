@@ -21,7 +21,7 @@ protected:
 
 TEST_F(Placed, AFileIsKnownAgainByItsIdentityUnderAnyPath)
 {
-    EXPECT_EQ(_placed.Place(kFirst, "A/x", nullptr, 3), kNone);
+    EXPECT_EQ(_placed.Place(kFirst, "A/x", 3), kNone);
     EXPECT_EQ(_placed.At("other", kFirst), 3u);
     EXPECT_EQ(_placed.At("other", {2, 11}), kNone);
     EXPECT_EQ(_placed.At("other", {11, 1}), kNone);
@@ -29,7 +29,7 @@ TEST_F(Placed, AFileIsKnownAgainByItsIdentityUnderAnyPath)
 
 TEST_F(Placed, AFileWhoseIdentityChangedIsKnownByItsPath)
 {
-    EXPECT_EQ(_placed.Place(kFirst, "A/x", nullptr, 3), kNone);
+    EXPECT_EQ(_placed.Place(kFirst, "A/x", 3), kNone);
     EXPECT_EQ(_placed.At("A/x", kOld), 3u);
     EXPECT_EQ(_placed.At("a/x", kOld), kNone);
 }
@@ -39,36 +39,29 @@ TEST_F(Placed, WhereCaseMakesNoDifferenceItIsKnownByAPathInAnotherCase)
     DestinationTraits traits;
     traits.ignoresCase = true;
     PlacedFiles placed(traits, 4);
-    EXPECT_EQ(placed.Place(kFirst, "A/x", nullptr, 3), kNone);
+    EXPECT_EQ(placed.Place(kFirst, "A/x", 3), kNone);
     EXPECT_EQ(placed.At("a/X", kOld), 3u);
 }
 
 TEST_F(Placed, OfTwoFilesForOnePlaceTheSecondIsRefused)
 {
-    EXPECT_EQ(_placed.Place(kFirst, "a/b", nullptr, 3), kNone);
-    EXPECT_EQ(_placed.Place(kSecond, "a/b", nullptr, 4), 3u);
+    EXPECT_EQ(_placed.Place(kFirst, "a/b", 3), kNone);
+    EXPECT_EQ(_placed.Place(kSecond, "a/b", 4), 3u);
     EXPECT_EQ(_placed.At("other", kSecond), kNone);
-}
-
-TEST_F(Placed, OfTwoFilesThatReplaceOneFileTheSecondIsRefused)
-{
-    EXPECT_EQ(_placed.Place(kFirst, "a", &kOld, 3), kNone);
-    EXPECT_EQ(_placed.Place(kSecond, "link/a", &kOld, 4), 3u);
 }
 
 TEST_F(Placed, APlaceThatWasNotTakenAfterAllIsFreeAgain)
 {
-    EXPECT_EQ(_placed.Place(kFirst, "a", &kOld, 3), kNone);
-    _placed.Forget(kFirst, "a", &kOld);
+    EXPECT_EQ(_placed.Place(kFirst, "a", 3), kNone);
+    _placed.Forget(kFirst, "a");
     EXPECT_EQ(_placed.At("a", kFirst), kNone);
-    EXPECT_EQ(_placed.Place(kSecond, "a", &kOld, 4), kNone);
-    EXPECT_EQ(_placed.At("b", kOld), 4u);
+    EXPECT_EQ(_placed.Place(kSecond, "a", 4), kNone);
 }
 
 TEST_F(Placed, AHundredThousandAreKnownThoughFourWereExpected)
 {
     for (uint32_t i = 0; i < 100000; ++i)
-        ASSERT_EQ(_placed.Place({7, i}, std::to_string(i), nullptr, i), kNone);
+        ASSERT_EQ(_placed.Place({7, i}, std::to_string(i), i), kNone);
     for (uint32_t i = 0; i < 100000; ++i) {
         ASSERT_EQ(_placed.At("other", {7, i}), i);
         ASSERT_EQ(_placed.At(std::to_string(i), {8, i}), i);
@@ -84,7 +77,7 @@ TEST_F(Placed, OfManyThreadsOneTakesAPlace)
         threads.emplace_back([this, &winners, thread] {
             for (uint32_t i = 0; i < 1000; ++i) {
                 const FileIdentity own = {thread, i};
-                if (_placed.Place(own, std::to_string(i), nullptr, thread) == kNone)
+                if (_placed.Place(own, std::to_string(i), thread) == kNone)
                     ++winners;
             }
         });

@@ -115,15 +115,13 @@ bool ArrivalPlaces::Deliver(Number number, const ArrivalPlace &place, ArrivingFi
     if (!LookAt(place, &replaces, &replaced, error))
         return false;
     const std::string path = place.Path();
-    const FileIdentity old = IdentityOf(replaced);
-    const FileIdentity *const known = replaces ? &old : nullptr;
-    const PlacedFiles::Number earlier = _placed.Place(file->Identity(), path, known, number);
+    const PlacedFiles::Number earlier = _placed.Place(file->Identity(), path, number);
     if (earlier != PlacedFiles::kNone)
         return RefuseTaken(earlier, error);
     if (file->Deliver())
         return true;
     Refuse(errno, "could not be put into its place: " + DestinationErrorText(errno), error);
-    _placed.Forget(file->Identity(), path, known);
+    _placed.Forget(file->Identity(), path);
     return false;
 }
 
@@ -154,7 +152,7 @@ std::string ArrivalPlaces::DeliverDamaged(Number number, const ArrivalPlace &pla
     }
     ArrivalPlace own = place;
     own.name = name;
-    _placed.Place(file->Identity(), own.Path(), nullptr, number);
+    _placed.Place(file->Identity(), own.Path(), number);
     return name;
 }
 

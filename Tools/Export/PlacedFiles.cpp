@@ -53,31 +53,24 @@ PlacedFiles::Number PlacedFiles::At(const std::string &path, const FileIdentity 
 }
 
 PlacedFiles::Number PlacedFiles::Place(const FileIdentity &file, const std::string &path,
-                                       const FileIdentity *replaced, Number number)
+                                       Number number)
 {
     const uint64_t own = HashOf(path);
     const MutexLock lock(_mutex);
-    Number first = _numbers.At(own);
-    if (first == kNone && replaced != nullptr)
-        first = _numbers.At(HashOf(*replaced));
+    const Number first = _numbers.At(own);
     if (first != kNone)
         return first;
     _numbers.Set(own, number);
     _numbers.Set(HashOf(file), number);
-    if (replaced != nullptr)
-        _numbers.Set(HashOf(*replaced), number);
     return kNone;
 }
 
-void PlacedFiles::Forget(const FileIdentity &file, const std::string &path,
-                         const FileIdentity *replaced)
+void PlacedFiles::Forget(const FileIdentity &file, const std::string &path)
 {
     const uint64_t own = HashOf(path);
     const MutexLock lock(_mutex);
     _numbers.Set(own, kNone);
     _numbers.Set(HashOf(file), kNone);
-    if (replaced != nullptr)
-        _numbers.Set(HashOf(*replaced), kNone);
 }
 
 }  // namespace vx

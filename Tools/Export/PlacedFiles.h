@@ -28,12 +28,12 @@ public:
     // the given identity was found; kNone if that was there before.
     Number At(const std::string &path, const FileIdentity &found) const;
 
-    // Before a file takes its place there. replaced: what it replaces, or null. kNone if it may;
-    // otherwise the number of the file that has come first.
-    Number Place(const FileIdentity &file, const std::string &path, const FileIdentity *replaced,
-                 Number number);
+    // Before a file takes its place there. kNone if it may; otherwise the number of the file that
+    // has come first. Whoever calls holds a lock from the last look at the place until the file is
+    // there.
+    Number Place(const FileIdentity &file, const std::string &path, Number number);
     // It did not take its place after all.
-    void Forget(const FileIdentity &file, const std::string &path, const FileIdentity *replaced);
+    void Forget(const FileIdentity &file, const std::string &path);
 
 private:
     uint64_t HashOf(const FileIdentity &file) const;
