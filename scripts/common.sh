@@ -14,7 +14,7 @@ build_packages=(
 test_packages=(
     libgtest-dev libgmock-dev
     xvfb xdotool x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
-    ntfs-3g exfatprogs fdisk qemu-utils ewf-tools attr fuse3 xz-utils rsync exfat-fuse fusefat
+    ntfs-3g exfatprogs fdisk qemu-utils ewf-tools attr fuse3 xz-utils rsync exfat-fuse fusefat libwim-dev sleuthkit
 )
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
 

@@ -177,17 +177,18 @@ TEST_F(Damage, WhatCannotBeHadIsCountedInALineForEachReason)
 {
     const Result result = Export("obstacles");
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output,
-                      "Failed: 7\n"
-                      "  2 files are packed by Windows and cannot be read yet (--verbose names "
-                      "them)\n"
-                      "  1 file is only in the cloud (--verbose names it)\n"
-                      "  1 folder is only in the cloud (--verbose names it)\n"
-                      "  1 file is encrypted by Windows on its own (EFS) and cannot be read "
-                      "(--verbose names it)\n"
-                      "  /closed.txt: the volume cannot open it\n"
-                      "  /contradictory.txt: its records on the disk contradict each other; "
-                      "the copy is damaged\n"));
+    EXPECT_TRUE(Holds(
+        result.output,
+        "Failed: 7\n"
+        "  2 files are packed by Windows in an unknown form or into a WIM image (--verbose names "
+        "them)\n"
+        "  1 file is only in the cloud (--verbose names it)\n"
+        "  1 folder is only in the cloud (--verbose names it)\n"
+        "  1 file is encrypted by Windows on its own (EFS) and cannot be read "
+        "(--verbose names it)\n"
+        "  /closed.txt: the volume cannot open it\n"
+        "  /contradictory.txt: its records on the disk contradict each other; "
+        "the copy is damaged\n"));
     EXPECT_TRUE(Holds(result.output, "Links not followed: 1 ("));
     EXPECT_EQ(FilesBelow(_destination),
               (Files{{"here.txt", Content(5)}, {"contradictory.txt", Content(5)}}));
@@ -196,8 +197,9 @@ TEST_F(Damage, WhatCannotBeHadIsCountedInALineForEachReason)
 TEST_F(Damage, VerboseNamesWhatIsCounted)
 {
     const Result result = Export("obstacles", {"--verbose"});
-    EXPECT_TRUE(Holds(result.output, "  2 files are packed by Windows and cannot be read yet:\n"
-                                     "    /packed1.exe\n    /packed2.exe\n"));
+    EXPECT_TRUE(Holds(result.output,
+                      "  2 files are packed by Windows in an unknown form or into a WIM image:\n"
+                      "    /packed1.exe\n    /packed2.exe\n"));
 }
 
 TEST_F(Damage, FilesThatAreAllPackedAreNoSuccess)

@@ -15,7 +15,7 @@ const char *CountedWords(VolumeObstacle obstacle)
 {
     switch (obstacle) {
     case VolumeObstacle::kPacked:
-        return "packed by Windows and cannot be read yet";
+        return "packed by Windows in an unknown form or into a WIM image";
     case VolumeObstacle::kOnlyInCloud:
         return "only in the cloud";
     case VolumeObstacle::kDeduplicated:

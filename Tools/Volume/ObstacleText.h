@@ -12,7 +12,7 @@ namespace vx {
 // Whether entries with this obstacle are counted in one line, since there may be many.
 bool IsCounted(VolumeObstacle obstacle);
 
-// "12 files are packed by Windows and cannot be read yet". Of an obstacle that is counted.
+// "12 files are only in the cloud". Of an obstacle that is counted.
 std::string CountedText(VolumeObstacle obstacle, bool areFolders, int64_t count);
 
 // Follows the entry's path and a colon: "blocks that it needs cannot be read"; empty where there is

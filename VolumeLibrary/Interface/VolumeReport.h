@@ -18,7 +18,7 @@
 enum class VolumeObstacle : uint32_t {
     kNone = 0,
     kLink = 1,                 // a symbolic link, a junction or a mount point: it leads elsewhere
-    kPacked = 2,               // packed by Windows (compact /exe), a form that cannot be read
+    kPacked = 2,               // packed by Windows in an unknown form or into a WIM image
     kOnlyInCloud = 3,          // a cloud drive's placeholder: the data is not on this disk
     kDeduplicated = 4,         // its data lies in a store of Windows Server
     kEncryptedFile = 5,        // encrypted by Windows on its own (EFS)

@@ -169,6 +169,26 @@ Bytes NtfsWriter::Data(const std::string &contents)
     return Resident(NtfsType::kData, Bytes(contents.begin(), contents.end()));
 }
 
+Bytes NtfsWriter::PackedPoint(uint32_t packing, uint32_t provider, uint32_t version)
+{
+    constexpr uint32_t kTag = 0x80000017;
+    Bytes point(24);
+    PutNumber(&point, 0, kTag, 4);
+    PutNumber(&point, 4, point.size() - 8, 2);
+    PutNumber(&point, 8, version, 4);
+    PutNumber(&point, 12, provider, 4);
+    PutNumber(&point, 16, version, 4);
+    PutNumber(&point, 20, packing, 4);
+    return Resident(NtfsType::kReparsePoint, point);
+}
+
+Bytes NtfsWriter::Hole(uint64_t size)
+{
+    constexpr uint16_t kSparse = 0x8000;
+    const uint64_t clusters = (size + kClusterBytes - 1) / kClusterBytes;
+    return InRuns({NtfsType::kData, {}, 0, size, {{0, clusters}}, kSparse});
+}
+
 Bytes NtfsWriter::Listed(NtfsType type, const std::u16string &name, uint64_t firstCluster,
                          uint64_t record)
 {

@@ -45,6 +45,10 @@ public:
     static Bytes Resident(NtfsType type, const Bytes &value, const std::u16string &name = {});
     static Bytes InRuns(const Stream &stream);
     static Bytes Data(const std::string &contents);
+    // The reparse point of a file that Windows packed; provider: 2 for one that holds its data.
+    static Bytes PackedPoint(uint32_t packing, uint32_t provider = 2, uint32_t version = 1);
+    // The unnamed stream of such a file: a hole.
+    static Bytes Hole(uint64_t size);
     // An entry of an attribute list.
     static Bytes Listed(NtfsType type, const std::u16string &name, uint64_t firstCluster,
                         uint64_t record);

@@ -38,6 +38,11 @@ VolumeObstacle TakeAbsent(VolumeObstacle absence, NtfsContents *contents)
                                                                     : VolumeObstacle::kNone;
 }
 
+bool IsEncrypted(const NtfsStream &stream)
+{
+    return (stream.flags & NtfsAttribute::kEncrypted) != 0;
+}
+
 VolumeObstacle ObstacleOf(const NtfsReparsePoint &point, NtfsContents *contents)
 {
     if (contents->data.Size() == 0) {
@@ -45,13 +50,27 @@ VolumeObstacle ObstacleOf(const NtfsReparsePoint &point, NtfsContents *contents)
         return contents->canOpen ? VolumeObstacle::kNone : VolumeObstacle::kUnknownReparsePoint;
     }
     contents->canOpen = false;
-    if ((contents->data.flags & NtfsAttribute::kEncrypted) != 0)
+    if (IsEncrypted(contents->data))
         return VolumeObstacle::kEncryptedFile;
     if (point.Form() != VolumeObstacle::kNone)
         return point.Form();
     contents->canOpen = true;
+    contents->packing = point.Packing();
+    if (contents->packing)
+        return VolumeObstacle::kNone;
     const VolumeObstacle absence = point.Absence();
     return absence != VolumeObstacle::kNone ? TakeAbsent(absence, contents) : VolumeObstacle::kNone;
+}
+
+// For a packed file: the unnamed stream has its size, and is otherwise a hole.
+VolumeObstacle TakePacked(NtfsStream packed, NtfsContents *contents)
+{
+    contents->canOpen = packed.found == NtfsFound::kYes && !IsEncrypted(packed);
+    contents->data = std::move(packed);
+    if (IsEncrypted(contents->data))
+        return VolumeObstacle::kEncryptedFile;
+    return contents->data.found == NtfsFound::kNo ? VolumeObstacle::kDamaged
+                                                  : contents->data.trouble;
 }
 
 }  // namespace
@@ -68,8 +87,14 @@ NtfsContents FindContents(const NtfsMft &mft, const ByteSource &volume, const Nt
     if (contents.data.found == NtfsFound::kNo)
         contents.data.isResident = true;
     const VolumeObstacle trouble = contents.data.trouble;
+    contents.size = contents.data.Size();
     if (contents.data.found != NtfsFound::kDamaged)
         contents.obstacle = ObstacleOf(point, &contents);
+    if (contents.packing) {
+        NtfsStream packed = FindStream(mft, volume, file, number, NtfsType::kData, kWofStreamName);
+        contents.obstacle = TakePacked(std::move(packed), &contents);
+        return contents;
+    }
     if (contents.obstacle == VolumeObstacle::kNone)
         contents.obstacle = trouble != VolumeObstacle::kNone ? trouble : point.Trouble();
     return contents;

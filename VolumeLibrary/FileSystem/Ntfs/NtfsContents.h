@@ -15,6 +15,9 @@ struct NtfsContents {
     // rest is in no run.
     bool canOpen = false;
     NtfsStream data;
+    // Of a file that Windows packed: data is then the packed stream.
+    std::optional<WofPacking> packing;
+    uint64_t size = 0;  // of the file
 };
 
 NtfsContents FindContents(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,

@@ -81,7 +81,12 @@ std::unique_ptr<VolumeFile> NtfsFileSystem::OpenFile(const Node &file) const
         return nullptr;
     const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
     NtfsContents contents = FindContents(*_mft, _tables, *record, number, point);
-    return contents.canOpen ? OpenStream(std::move(contents.data)) : nullptr;
+    if (!contents.canOpen)
+        return nullptr;
+    auto opened = OpenStream(std::move(contents.data));
+    if (!opened || !contents.packing)
+        return opened;
+    return std::make_unique<WofFile>(std::move(opened), contents.size, *contents.packing);
 }
 
 void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) const

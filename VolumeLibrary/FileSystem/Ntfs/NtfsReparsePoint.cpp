@@ -75,10 +75,26 @@ bool NtfsReparsePoint::LeadsElsewhere() const
     return (_tag & kReparseTagNameSurrogate) != 0;
 }
 
+// Two versions of two programs, with what each says: that the data lies in the file itself, and how
+// it is packed. The other possible place is a disk image (WIM).
+std::optional<WofPacking> NtfsReparsePoint::Packing() const
+{
+    constexpr uint32_t kVersion = 1;
+    constexpr uint32_t kInFile = 2;
+    ByteReader reader(_bytes, kHeaderBytes);
+    const bool isInFile = reader.U32() == kVersion && reader.U32() == kInFile;
+    const bool isKnown = reader.U32() == kVersion && isInFile;
+    const uint32_t packing = reader.U32();
+    if (_tag != kPacked || !reader.Good() || !isKnown ||
+        packing > static_cast<uint32_t>(WofPacking::kXpress16K))
+        return std::nullopt;
+    return static_cast<WofPacking>(packing);
+}
+
 VolumeObstacle NtfsReparsePoint::Form() const
 {
     if (_tag == kPacked)
-        return VolumeObstacle::kPacked;
+        return Packing() ? VolumeObstacle::kNone : VolumeObstacle::kPacked;
     return _tag == kDeduplicated ? VolumeObstacle::kDeduplicated : VolumeObstacle::kNone;
 }
 
@@ -91,7 +107,7 @@ VolumeObstacle NtfsReparsePoint::Absence() const
 
 bool NtfsReparsePoint::MayBeEmpty() const
 {
-    return _tag == 0 || Form() != VolumeObstacle::kNone || BringsData(_tag);
+    return _tag == 0 || _tag == kPacked || _tag == kDeduplicated || BringsData(_tag);
 }
 
 // The name to show, or else the one that the system follows.

@@ -2,11 +2,12 @@
 // file system. The tag says which; only tags with the bit of a name surrogate lead elsewhere.
 //
 // Threads: any number at a time; the values are unchanging.
-// Source of the tags and layouts: Microsoft Learn, [MS-FSCC] 2.1.2, "Reparse Point Data
-// Structures".
+// Sources of the tags and layouts: Microsoft Learn, [MS-FSCC] 2.1.2, "Reparse Point Data
+// Structures"; of packed files, "WOF_EXTERNAL_INFO" and "FILE_PROVIDER_EXTERNAL_INFO_V1".
 #pragma once
 
 #include "NtfsStream.h"
+#include "WofFile.h"
 
 namespace vx {
 
@@ -22,6 +23,8 @@ public:
     VolumeObstacle Trouble() const { return _trouble; }
 
     bool LeadsElsewhere() const;
+    // How its data is packed; nothing if it is not, or in a way that is not known.
+    std::optional<WofPacking> Packing() const;
     // Its data is packed or stored elsewhere in a form that cannot be read: kPacked,
     // kDeduplicated; otherwise kNone.
     VolumeObstacle Form() const;
