@@ -52,6 +52,8 @@ public:
     // of the first such place.
     int Read(uint64_t offset, char *buffer, size_t count, ByteRanges *unread) const;
     bool IsGone() const { return _isGone.load(std::memory_order_relaxed); }
+    // Whether something was bad so far, or it is gone.
+    bool HasFaults() const { return _hasFaults.load(std::memory_order_relaxed); }
 
 private:
     struct Request;

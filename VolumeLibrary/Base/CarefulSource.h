@@ -28,6 +28,7 @@ public:
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
 
     bool IsGone() const { return _reader.IsGone(); }
+    bool HasFaults() const { return _reader.HasFaults(); }
 
 protected:
     Error SalvageInside(uint64_t offset, void *buffer, size_t count,

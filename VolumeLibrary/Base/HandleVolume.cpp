@@ -85,7 +85,8 @@ bool HandleVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uin
         return false;
     }
     auto *opened = static_cast<VolumeFile *>(file);
-    return IsGone() ? opened->GiveUp(buffer, count, done) : opened->Read(buffer, count, done);
+    const bool isLost = IsGone() && !opened->IsAhead();
+    return isLost ? opened->GiveUp(buffer, count, done) : opened->Read(buffer, count, done);
 }
 
 bool HandleVolume::WriteFile(VolumeHandle, const void *, uint32_t, uint32_t *done)

@@ -32,8 +32,12 @@ public:
     virtual std::optional<int64_t> Size() const = 0;
     // What could not be read so far, in the file's order.
     const ByteRanges &UnreadRanges() const { return _unread.All(); }
+    // Whether bytes from the position on have been read already and wait to be taken.
+    virtual bool IsAhead() const { return false; }
 
 protected:
+    friend class ReadAheadFile;  // reads another file's bytes
+
     // The end of the file, if it is known without asking for it.
     virtual int64_t KnownSize() const = 0;
     // Reads at any place; position + count never overflows. Returns how many of count bytes the

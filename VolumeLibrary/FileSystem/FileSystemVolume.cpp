@@ -24,7 +24,15 @@ std::unique_ptr<VolumeListing> FileSystemVolume::OpenListing(const VolumePath &f
 std::unique_ptr<VolumeFile> FileSystemVolume::OpenVolumeFile(const VolumePath &file)
 {
     const auto found = Resolve(file.Relative());
-    return found ? _fileSystem->OpenFile(found->node) : nullptr;
+    return found ? WithReadAhead(_fileSystem->OpenFile(found->node)) : nullptr;
+}
+
+std::unique_ptr<VolumeFile> FileSystemVolume::WithReadAhead(std::unique_ptr<VolumeFile> file)
+{
+    if (file == nullptr || file->Size() <= ReadAheadFile::kShortestFile ||
+        (_disk != nullptr && _disk->HasFaults()))
+        return file;
+    return std::make_unique<ReadAheadFile>(std::move(file), &_room);
 }
 
 VolumeEntryReport FileSystemVolume::Describe(const VolumePath &entry)

@@ -10,6 +10,7 @@
 #include "CarefulSource.h"
 #include "FolderIndex.h"
 #include "HandleVolume.h"
+#include "ReadAheadFile.h"
 
 namespace vx {
 
@@ -27,6 +28,10 @@ protected:
     VolumeEntryReport Describe(const VolumePath &entry) override;
 
 private:
+    // A large file on a disk without known faults is read ahead; others are returned as they are,
+    // null too.
+    std::unique_ptr<VolumeFile> WithReadAhead(std::unique_ptr<VolumeFile> file);
+
     struct Found {
         Node node;
         Way way;
@@ -38,6 +43,7 @@ private:
     const std::unique_ptr<FileSystem> _fileSystem;
     std::shared_ptr<const CarefulSource> _disk;
     FolderIndex _index;
+    ReadAheadRoom _room;
 };
 
 }  // namespace vx
