@@ -2,8 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 namespace vx {
+namespace {
+
+bool Touch(const ByteRange &one, const ByteRange &other)
+{
+    return one.offset < other.offset + other.length && other.offset < one.offset + one.length;
+}
+
+}  // namespace
 
 void FailingReader::FailAt(uint64_t place, int times)
 {
@@ -18,8 +28,10 @@ char FailingReader::ByteAt(uint64_t place)
 
 RawReader::Outcome FailingReader::ReadOnce(uint64_t offset, char *buffer, size_t count) const
 {
+    Linger({offset, count});
     const MutexLock lock(_mutex);
     ++_reads;
+    _all.push_back({offset, count});
     if (_error != 0)
         return {0, _error};
     const uint64_t end = offset + count;
@@ -35,6 +47,25 @@ RawReader::Outcome FailingReader::ReadOnce(uint64_t offset, char *buffer, size_t
     if (_says == Says::kTooMuch)
         return {count, EIO};
     return {_says == Says::kHowFar ? bad - offset : 0, EIO};
+}
+
+// As a slow disk does.
+void FailingReader::Linger(const ByteRange &read) const
+{
+    for (const Slow &slow : _slow) {
+        if (Touch(slow.range, read)) {
+            ++_slowReads;
+            std::this_thread::sleep_for(std::chrono::milliseconds(slow.milliseconds));
+            return;
+        }
+    }
+}
+
+bool FailingReader::HasRead(const ByteRange &range) const
+{
+    const MutexLock lock(_mutex);
+    return std::any_of(_all.begin(), _all.end(),
+                       [&](const ByteRange &read) { return Touch(read, range); });
 }
 
 uint64_t FailingReader::FirstBad(uint64_t offset, uint64_t end) const

@@ -5,8 +5,8 @@
 namespace vx {
 
 CarefulSource::CarefulSource(std::shared_ptr<const ByteSource> source,
-                             const std::vector<std::string> &files)
-    : _below(std::move(source), files), _reader(_below, _below.source->Size())
+                             const std::vector<std::string> &files, ReadingLimits limits)
+    : _below(std::move(source), files), _reader(_below, _below.source->Size(), std::move(limits))
 {
 }
 
@@ -23,6 +23,8 @@ Error CarefulSource::SalvageInside(uint64_t offset, void *buffer, size_t count,
         return {};
     if (IsGone())
         return {Status::kSystemError, "the disk or image is gone", ENODEV};
+    if (number == CarefulReader::kWithheld)
+        return {Status::kSystemError, "the map marks it as not read", number};
     return number == ENOMEM ? SystemError(ENOMEM, "read") : _below.LastError();
 }
 

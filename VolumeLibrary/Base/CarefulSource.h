@@ -22,7 +22,7 @@ public:
     // files: the paths that the source is read from, to find out whether they are still there; may
     // be empty.
     explicit CarefulSource(std::shared_ptr<const ByteSource> source,
-                           const std::vector<std::string> &files = {});
+                           const std::vector<std::string> &files = {}, ReadingLimits limits = {});
 
     uint64_t Size() const override { return _below.source->Size(); }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;

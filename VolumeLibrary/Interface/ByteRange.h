@@ -52,4 +52,26 @@ inline void AddMoved(const ByteRanges &moved, uint64_t from, uint64_t to, ByteRa
         AddRange(range.offset - from + to, range.length, ranges);
 }
 
+// Where the range that holds the place ends; the place itself if there is none. The ranges are
+// sorted and do not overlap.
+inline uint64_t EndOfRangeAt(const ByteRanges &ranges, uint64_t place)
+{
+    const auto after = std::upper_bound(
+        ranges.begin(), ranges.end(), place,
+        [](uint64_t wanted, const ByteRange &range) { return wanted < range.offset; });
+    if (after == ranges.begin())
+        return place;
+    const ByteRange &range = *(after - 1);
+    return std::max(place, range.offset + range.length);
+}
+
+// Where the first of such ranges from the place on begins; UINT64_MAX if there is none.
+inline uint64_t NextRangeBegin(const ByteRanges &ranges, uint64_t place)
+{
+    const auto next = std::lower_bound(
+        ranges.begin(), ranges.end(), place,
+        [](const ByteRange &range, uint64_t wanted) { return range.offset < wanted; });
+    return next == ranges.end() ? UINT64_MAX : next->offset;
+}
+
 }  // namespace vx
