@@ -69,9 +69,13 @@ TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
                                                VX_EXPORT_PREFIX "volume_library_cancel_opening",
                                                VX_EXPORT_PREFIX "volume_library_describe_entry",
                                                VX_EXPORT_PREFIX "volume_library_describe_listing",
+                                               VX_EXPORT_PREFIX "volume_library_file_places",
                                                VX_EXPORT_PREFIX "volume_library_is_gone",
                                                VX_EXPORT_PREFIX "volume_library_last_error",
-                                               VX_EXPORT_PREFIX "volume_library_unread_ranges"};
+                                               VX_EXPORT_PREFIX
+                                               "volume_library_set_opening_options",
+                                               VX_EXPORT_PREFIX "volume_library_unread_ranges",
+                                               VX_EXPORT_PREFIX "volume_library_visit_tables_read"};
     EXPECT_EQ(ExportedSymbols(), expected);
 }
 

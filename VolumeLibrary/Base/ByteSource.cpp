@@ -17,6 +17,13 @@ Error ByteSource::Salvage(uint64_t offset, void *buffer, size_t count, ByteRange
     return error ? error : CheckRange(Size(), offset, count);
 }
 
+void ByteSource::Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const
+{
+    const uint64_t inside = std::min(length, Size() - std::min(Size(), offset));
+    if (inside > 0)
+        visit({offset, offset, inside});
+}
+
 Error ByteSource::SalvageInside(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const
 {
     Error error = ReadAt(offset, buffer, count);

@@ -9,8 +9,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace vx {
+
+// Where a part of a source or a file lies on the disk or image. Where whole sectors are decrypted,
+// offset and length are those of whole sectors, of which the part may only be a piece.
+struct StoredPlace {
+    uint64_t position = 0;  // where the part begins in what was asked about
+    uint64_t offset = 0;    // on the disk or image
+    uint64_t length = 0;
+};
+
+using StoredPlaceVisitor = std::function<void(const StoredPlace &place)>;
 
 class ByteSource {
 public:
@@ -24,6 +35,12 @@ public:
     // Fills the whole buffer: what cannot be read is zeros, and gaps receives where in the source
     // that is, in ascending order. The error is that of the first gap; none if there is none.
     Error Salvage(uint64_t offset, void *buffer, size_t count, ByteRanges *gaps) const;
+
+    // Visits where the range is stored, in its order; what is stored nowhere, or lies beyond
+    // Size(), is left out. Reads nothing. A source over another one asks that one.
+    virtual void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const;
+    // Called for a table that is needed and is read as a part of something longer.
+    virtual void NoteTable(uint64_t, size_t) const {}
 
 protected:
     // The same for a range before Size(). A source that knows no better gives all or nothing.

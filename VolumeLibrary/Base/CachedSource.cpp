@@ -9,6 +9,7 @@ CachedSource::CachedSource(std::shared_ptr<const ByteSource> source) : _source(s
 
 Error CachedSource::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
+    _source->NoteTable(offset, count);
     const MutexLock lock(_mutex);
     auto *place = static_cast<uint8_t *>(buffer);
     while (count > 0) {

@@ -25,6 +25,10 @@ public:
     uint64_t Size() const override { return _source->Size(); }
     // count is best well below a block.
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
+    void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const override
+    {
+        _source->Locate(offset, length, visit);
+    }
 
 private:
     struct Block {

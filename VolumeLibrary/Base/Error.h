@@ -26,6 +26,7 @@ enum class Status {
     kTruncatedImage,        // a read beyond the end of the device or image
     kSeveralVolumes,        // the disk holds several and none was chosen
     kNoSuchVolume,          // the disk has no volume of the chosen number
+    kPlacesNotKept,         // a map of the disk does not fit it
 
     // Encryption
     kNotBitlocker,           // too short, no known signature, or an unknown identifier

@@ -162,4 +162,16 @@ bool HandleVolume::VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction rang
     return true;
 }
 
+bool HandleVolume::VisitPlaces(VolumeHandle file, VolumePlaceFunction place, void *context)
+{
+    if (file == nullptr || place == nullptr)
+        return false;
+    return OrIfThrown(false, [&] {
+        static_cast<VolumeFile *>(file)->VisitPlaces([&](const StoredPlace &stored) {
+            place(context, stored.position, stored.offset, stored.length);
+        });
+        return true;
+    });
+}
+
 }  // namespace vx

@@ -40,7 +40,9 @@ public:
     bool DescribeEntry(const char16_t *path, VolumeEntryReport *report) final;
     bool DescribeListing(VolumeHandle search, VolumeListingReport *report) final;
     bool VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context) final;
+    bool VisitPlaces(VolumeHandle file, VolumePlaceFunction place, void *context) final;
     // A kind of volume that can tell says more.
+    bool VisitTablesRead(VolumeRangeFunction, void *) override { return false; }
     bool IsGone() override { return false; }
 
 protected:

@@ -15,6 +15,8 @@ public:
     virtual bool DescribeEntry(const char16_t *path, VolumeEntryReport *report) = 0;
     virtual bool DescribeListing(VolumeHandle search, VolumeListingReport *report) = 0;
     virtual bool VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context) = 0;
+    virtual bool VisitPlaces(VolumeHandle file, VolumePlaceFunction place, void *context) = 0;
+    virtual bool VisitTablesRead(VolumeRangeFunction range, void *context) = 0;
     virtual bool IsGone() = 0;
 };
 

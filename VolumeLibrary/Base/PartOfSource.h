@@ -20,6 +20,7 @@ public:
 
     uint64_t Size() const override { return _size; }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
+    void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const override;
 
 protected:
     Error SalvageInside(uint64_t offset, void *buffer, size_t count,

@@ -3,7 +3,7 @@
 // Positions and sizes are bytes; a position is never negative and may lie past the end.
 #pragma once
 
-#include "ByteRange.h"
+#include "ByteSource.h"
 #include "LostRanges.h"
 
 #include <cstdint>
@@ -34,6 +34,9 @@ public:
     const ByteRanges &UnreadRanges() const { return _unread.All(); }
     // Whether bytes from the position on have been read already and wait to be taken.
     virtual bool IsAhead() const { return false; }
+    // Where its bytes are stored on the disk, in the file's order. What is stored in a table, is
+    // zeros without a place, or is not on a disk of sectors, has none. May throw std::bad_alloc.
+    virtual void VisitPlaces(const StoredPlaceVisitor &) const {}
 
 protected:
     friend class ReadAheadFile;  // reads another file's bytes

@@ -26,6 +26,26 @@ Error DecryptedVolume::ReadAt(uint64_t offset, void *buffer, size_t count) const
     return ReadBySalvage(offset, buffer, count);
 }
 
+void DecryptedVolume::Locate(uint64_t offset, uint64_t length,
+                             const StoredPlaceVisitor &visit) const
+{
+    const uint32_t sectorSize = _layout.SectorSize();
+    const uint64_t end = offset + std::min(length, Size() - std::min(Size(), offset));
+    for (uint64_t at = offset - offset % sectorSize; at < end;) {
+        const Extent extent = _layout.ExtentAt(at);
+        const uint64_t needed = (end - at + sectorSize - 1) / sectorSize * sectorSize;
+        const uint64_t count = std::min(extent.length, needed);
+        const bool isStored =
+            extent.kind != Extent::Kind::kZeros && extent.kind != Extent::Kind::kUnknown;
+        if (isStored)
+            _source->Locate(extent.stored, count, [&](StoredPlace place) {
+                place.position = std::max(offset, place.position - extent.stored + at);
+                visit(place);
+            });
+        at += count;
+    }
+}
+
 Error DecryptedVolume::SalvageInside(uint64_t offset, void *buffer, size_t count,
                                      ByteRanges *gaps) const
 {

@@ -39,6 +39,13 @@ std::string AdviceForPermission(FileForm form)
                : "let your user read the file: chmod u+r FILE as its owner";
 }
 
+Result<Container> InForm(const char *form, Result<Container> image)
+{
+    if (image)
+        image->form = form;
+    return image;
+}
+
 Result<Container> OpenFile(const std::string &path, const Source &file)
 {
     const FoundContainer found = FindContainerKind(path, *file);
@@ -46,11 +53,12 @@ Result<Container> OpenFile(const std::string &path, const Source &file)
     case ContainerKind::kUnsupported:
         return Error{Status::kUnsupportedContainer, found.unsupported->Sentence()};
     case ContainerKind::kEwf:
-        return OpenEwf(path);
+        return InForm("an E01 or S01 image", OpenEwf(path));
     case ContainerKind::kVhd:
-        return OpenVhd(file);
+        return InForm("a VHD image", OpenVhd(file));
     case ContainerKind::kVmdk:
-        return OpenVmdk(path.substr(path.rfind('/') + 1), file, VmdkPartsBeside(path));
+        return InForm("a VMDK image",
+                      OpenVmdk(path.substr(path.rfind('/') + 1), file, VmdkPartsBeside(path)));
     case ContainerKind::kSplit:
         return OpenSplit(*found.parts);
     case ContainerKind::kRaw:

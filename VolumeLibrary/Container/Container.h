@@ -28,6 +28,9 @@ struct Container {
     // The paths of its files. For a VMDK image only the one that was given, without the files that
     // its text names.
     std::vector<std::string> files = {};
+    // "an E01 image" of one that does not keep the disk byte by byte; null for a disk and a raw
+    // image, whole or in parts.
+    const char *form = nullptr;
 };
 
 // Errors: kSystemError, with advice if permission is missing; kNotAVolume for what is neither a

@@ -9,6 +9,7 @@
 #include "NotingSource.h"
 #include "NtfsFileSystem.h"
 #include "ParallelSource.h"
+#include "RecordingSource.h"
 #include "RoundedSizeText.h"
 #include "VolumeChoice.h"
 #include "VolumeOpener.h"
@@ -64,9 +65,13 @@ struct FoundVolume {
 
 class Opening {
 public:
-    Opening(const Container &container, const UnlockRequest &unlocking)
+    Opening(const Container &container, const UnlockRequest &unlocking,
+            const OpeningOptions &options)
         : _unlocking(unlocking),
-          _disk(std::make_shared<CarefulSource>(container.source, container.files)),
+          _careful(
+              std::make_shared<CarefulSource>(container.source, container.files, options.limits)),
+          _record(options.recordsReads ? std::make_shared<ReadRecord>() : nullptr),
+          _disk(Recorded(_careful)),
           _firstPart(container.firstPart),
           _notes(container.notes)
     {
@@ -86,11 +91,18 @@ public:
         if (!fileSystem)
             return fileSystem.Failure();
         auto volume = std::make_unique<FileSystemVolume>(std::move(*fileSystem));
-        volume->SetDisk(_disk);
+        volume->SetDisk(_careful);
+        volume->SetRecord(_record);
         return OpenedVolume{std::move(volume), std::move(_notes)};
     }
 
 private:
+    Source Recorded(Source source) const
+    {
+        return _record != nullptr ? std::make_shared<RecordingSource>(std::move(source), _record)
+                                  : std::move(source);
+    }
+
     bool IsUnlocking() const { return _unlocking.kind != UnlockKind::kNone; }
 
     // The disk as a whole, or one of its partitions.
@@ -219,7 +231,9 @@ private:
         const bool isCut = needed > volume.stored;
         if (isCut)
             _notes.push_back(CutText(needed - volume.stored));
-        const auto noting = std::make_shared<NotingSource>(volume.source);
+        const auto noting = std::make_shared<NotingSource>(Recorded(volume.source));
+        if (_record != nullptr)
+            _record->EndOpening();
         auto fileSystem = OpenByKind(volume.kind, noting);
         if (!fileSystem)
             return WithReadFailure(fileSystem.Failure(), *noting, isCut);
@@ -283,7 +297,9 @@ private:
     }
 
     const UnlockRequest _unlocking;
-    const std::shared_ptr<const CarefulSource> _disk;
+    const std::shared_ptr<const CarefulSource> _careful;
+    const std::shared_ptr<ReadRecord> _record;  // null if nothing is recorded
+    const Source _disk;
     const std::string _firstPart;
     std::vector<std::string> _notes;
     bool _wasEncrypted = false;
@@ -291,19 +307,22 @@ private:
 
 }  // namespace
 
-Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking)
+Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking,
+                              const OpeningOptions &options)
 {
     const VolumeChoice choice = VolumeChoice::Parse(device);
     const auto container = OpenContainer(choice.path);
     if (!container)
         return container.Failure();
-    return OpenDiskContents(*container, choice.number, unlocking);
+    if (options.NamesPlaces() && container->form != nullptr)
+        return Error{Status::kPlacesNotKept, "it is " + std::string(container->form)};
+    return OpenDiskContents(*container, choice.number, unlocking, options);
 }
 
 Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
-                                      const UnlockRequest &unlocking)
+                                      const UnlockRequest &unlocking, const OpeningOptions &options)
 {
-    return Opening(container, unlocking).Open(number);
+    return Opening(container, unlocking, options).Open(number);
 }
 
 }  // namespace vx

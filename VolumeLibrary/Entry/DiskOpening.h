@@ -19,11 +19,13 @@ struct UnlockRequest {
 
 // device: a path; "#" and a number after it choose one of the volumes of a disk, unless something
 // has that name. Errors: any Status. May throw std::bad_alloc.
-Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking);
+Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking,
+                              const OpeningOptions &options = {});
 
 // The same for a disk or an image that is open already. number: of the volume that was chosen, from
 // 1 on; 0 if none was.
 Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
-                                      const UnlockRequest &unlocking);
+                                      const UnlockRequest &unlocking,
+                                      const OpeningOptions &options = {});
 
 }  // namespace vx

@@ -6,7 +6,8 @@
 
 namespace vx {
 
-Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &)
+Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &,
+                              const OpeningOptions &)
 {
     struct stat found;
     if (stat(device.c_str(), &found) != 0)

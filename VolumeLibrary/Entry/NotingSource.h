@@ -18,6 +18,14 @@ public:
 
     uint64_t Size() const override { return _source->Size(); }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
+    void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const override
+    {
+        _source->Locate(offset, length, visit);
+    }
+    void NoteTable(uint64_t offset, size_t count) const override
+    {
+        _source->NoteTable(offset, count);
+    }
 
     // No error if there was no failure.
     Error Failure() const;

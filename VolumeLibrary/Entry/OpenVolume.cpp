@@ -42,9 +42,12 @@ Result<OpenedVolume> OpenVolume(const OpenRequest &request)
     if (IsFolder(request.device)) {
         if (*unlock != UnlockKind::kNone)
             return Error{Status::kNotBitlocker, "it is a folder; open it with \"none\""};
+        if (request.options.NamesPlaces())
+            return Error{Status::kPlacesNotKept, "it is a folder"};
         return OpenFolder(request.device);
     }
-    auto disk = OpenDisk(request.device, {*unlock, request.secret, request.cancel});
+    auto disk =
+        OpenDisk(request.device, {*unlock, request.secret, request.cancel}, request.options);
     if (!disk)
         return WithAdvice(disk.Failure(), "let your user enter the folders on the way to it: "
                                           "chmod u+x FOLDER as their owner");

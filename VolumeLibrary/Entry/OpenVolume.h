@@ -5,6 +5,7 @@
 #include "CancelFlag.h"
 #include "Error.h"
 #include "OwnedVolume.h"
+#include "ReadingLimits.h"
 
 #include <memory>
 #include <string>
@@ -12,13 +13,23 @@
 
 namespace vx {
 
-// The three texts of the library's entry, UTF-8, none of them null, and a flag to cancel the
-// opening.
+// What VolumeOpeningOptions.h says, with ranges of its own.
+struct OpeningOptions {
+    ReadingLimits limits;
+    bool recordsReads = false;
+
+    // Whether places of the disk are named, so that it must be kept byte by byte.
+    bool NamesPlaces() const { return recordsReads || limits.withheld != nullptr; }
+};
+
+// The three texts of the library's entry, UTF-8, none of them null, a flag to cancel the opening
+// and the options.
 struct OpenRequest {
     const char *device;
     const char *unlockKind;
     const char *secret;
     const CancelFlag *cancel = nullptr;  // may be null
+    OpeningOptions options = {};
 };
 
 struct OpenedVolume {

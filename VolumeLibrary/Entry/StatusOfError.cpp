@@ -62,6 +62,8 @@ VolumeLibraryStatus StatusOfError(const Error &error)
         return VolumeLibraryStatus::kSeveralVolumes;
     case Status::kNoSuchVolume:
         return VolumeLibraryStatus::kNoSuchVolume;
+    case Status::kPlacesNotKept:
+        return VolumeLibraryStatus::kPlacesNotKept;
     case Status::kUnsupportedFileSystem:
         return VolumeLibraryStatus::kFileSystemNotSupported;
     case Status::kDamagedFileSystem:

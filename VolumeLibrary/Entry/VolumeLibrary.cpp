@@ -36,6 +36,41 @@ OwnedVolume *Owned(IVolume *volume)
 // What the last opening on this thread reports beyond its status.
 thread_local std::string lastDetail;
 
+// For the next openings on this thread.
+thread_local OpeningOptions nextOptions;
+
+bool AreSorted(const ByteRange *ranges, uint64_t count)
+{
+    uint64_t end = 0;
+    for (uint64_t i = 0; i < count; ++i) {
+        const ByteRange &range = ranges[i];
+        if (range.offset < end || range.length == 0 || range.length > UINT64_MAX - range.offset)
+            return false;
+        end = range.offset + range.length;
+    }
+    return true;
+}
+
+bool AreKnown(const VolumeOpeningOptions &options)
+{
+    return options.bytes == sizeof options &&
+           options.unreadCount <= VolumeOpeningOptions::kMostRanges &&
+           (options.unreadCount == 0 || options.unread != nullptr) &&
+           AreSorted(options.unread, options.unreadCount);
+}
+
+OpeningOptions Copied(const VolumeOpeningOptions &options)
+{
+    OpeningOptions copy;
+    if (options.unreadCount > 0)
+        copy.limits.withheld = std::make_shared<const ByteRanges>(
+            options.unread, options.unread + options.unreadCount);
+    copy.limits.retries = options.retries;
+    copy.limits.slowMilliseconds = options.slowMilliseconds;
+    copy.recordsReads = options.recordsReads != 0;
+    return copy;
+}
+
 std::string Lines(const std::vector<std::string> &notes)
 {
     std::string lines;
@@ -46,7 +81,9 @@ std::string Lines(const std::vector<std::string> &notes)
 
 VolumeLibraryStatus OpenAndKeep(const OpenRequest &request, IVolume **volume)
 {
-    Result<OpenedVolume> opened = OpenVolume(request);
+    OpenRequest withOptions = request;
+    withOptions.options = nextOptions;
+    Result<OpenedVolume> opened = OpenVolume(withOptions);
     lastDetail = opened ? Lines(opened->notes) : opened.Failure().detail;
     if (!opened)
         return StatusOfError(opened.Failure());
@@ -81,6 +118,18 @@ int32_t open_bitlocker_device(const char *device, const char *unlockKind, const 
     return static_cast<int32_t>(status);
 }
 
+bool volume_library_set_opening_options(const VolumeOpeningOptions *options) noexcept
+{
+    if (options != nullptr && !vx::AreKnown(*options))
+        return false;
+    try {
+        vx::nextOptions = options != nullptr ? vx::Copied(*options) : vx::OpeningOptions();
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+    return true;
+}
+
 const char *volume_library_last_error() noexcept
 {
     return vx::lastDetail.c_str();
@@ -102,6 +151,22 @@ bool volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRang
                                   void *context) noexcept
 {
     return volume != nullptr && vx::Owned(volume)->VisitUnreadRanges(file, range, context);
+}
+
+bool volume_library_file_places(IVolume *volume, VolumeHandle file, VolumePlaceFunction place,
+                                void *context) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->VisitPlaces(file, place, context);
+}
+
+bool volume_library_visit_tables_read(IVolume *volume, VolumeRangeFunction range,
+                                      void *context) noexcept
+{
+    try {
+        return volume != nullptr && vx::Owned(volume)->VisitTablesRead(range, context);
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
 }
 
 bool volume_library_is_gone(IVolume *volume) noexcept

@@ -142,6 +142,22 @@ void SalvageExtents(const ByteSource &source, const FileExtents &extents, uint64
         std::memset(buffer + written, 0, count - written);
 }
 
+void LocateRuns(const ByteSource &source, const Runs &runs, uint64_t end,
+                const StoredPlaceVisitor &visit)
+{
+    for (const FileRun &run : runs) {
+        if (run.position >= end)
+            return;
+        if (run.kind != FileRun::Kind::kStored)
+            continue;
+        const uint64_t length = std::min(run.length, end - run.position);
+        source.Locate(run.offset, length, [&](StoredPlace place) {
+            place.position = place.position - run.offset + run.position;
+            visit(place);
+        });
+    }
+}
+
 uint64_t StoredBytes(const Runs &runs, uint64_t position, uint64_t count)
 {
     uint64_t stored = 0;
@@ -165,6 +181,11 @@ bool AreCovered(const Runs &runs, uint64_t position, uint64_t count)
         position = run->position + run->length;
     }
     return true;
+}
+
+void ExtentFile::VisitPlaces(const StoredPlaceVisitor &visit) const
+{
+    LocateRuns(*_source, _extents.runs, std::min(_extents.initialised, _extents.size), visit);
 }
 
 uint32_t ExtentFile::ReadAt(int64_t position, char *buffer, uint32_t count, ByteRanges *unread)

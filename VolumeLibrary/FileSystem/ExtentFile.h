@@ -57,6 +57,10 @@ void SalvageRuns(const ByteSource &source, const std::vector<FileRun> &runs, uin
 void SalvageExtents(const ByteSource &source, const FileExtents &extents, uint64_t position,
                     char *buffer, uint32_t count, ByteRanges *unread);
 
+// Visits where the bytes before end are stored; a place's position is that in the file.
+void LocateRuns(const ByteSource &source, const std::vector<FileRun> &runs, uint64_t end,
+                const StoredPlaceVisitor &visit);
+
 // How many of count bytes at position are stored, and not zeros.
 uint64_t StoredBytes(const std::vector<FileRun> &runs, uint64_t position, uint64_t count);
 
@@ -71,6 +75,7 @@ public:
     }
 
     std::optional<int64_t> Size() const override { return static_cast<int64_t>(_extents.size); }
+    void VisitPlaces(const StoredPlaceVisitor &visit) const override;
 
 protected:
     int64_t KnownSize() const override { return static_cast<int64_t>(_extents.size); }

@@ -45,6 +45,17 @@ VolumeEntryReport FileSystemVolume::Describe(const VolumePath &entry)
     return report;
 }
 
+bool FileSystemVolume::VisitTablesRead(VolumeRangeFunction range, void *context)
+{
+    if (_record == nullptr || _disk == nullptr || range == nullptr)
+        return false;
+    ByteRanges tables = _record->All();
+    CutRanges(_disk->Size(), &tables);
+    for (const ByteRange &table : tables)
+        range(context, table.offset, table.length);
+    return true;
+}
+
 std::optional<FileSystemVolume::Found> FileSystemVolume::Resolve(std::string_view relative)
 {
     Found found = {_fileSystem->Root(), {}};

@@ -11,6 +11,7 @@
 #include "FolderIndex.h"
 #include "HandleVolume.h"
 #include "ReadAheadFile.h"
+#include "ReadRecord.h"
 
 namespace vx {
 
@@ -20,6 +21,9 @@ public:
 
     // The disk that the volume lies on, which says whether it is still there.
     void SetDisk(std::shared_ptr<const CarefulSource> disk) { _disk = std::move(disk); }
+    // What was read of it as tables; null if that is not recorded.
+    void SetRecord(std::shared_ptr<const ReadRecord> record) { _record = std::move(record); }
+    bool VisitTablesRead(VolumeRangeFunction range, void *context) override;
     bool IsGone() override { return _disk != nullptr && _disk->IsGone(); }
 
 protected:
@@ -42,6 +46,7 @@ private:
 
     const std::unique_ptr<FileSystem> _fileSystem;
     std::shared_ptr<const CarefulSource> _disk;
+    std::shared_ptr<const ReadRecord> _record;
     FolderIndex _index;
     ReadAheadRoom _room;
 };

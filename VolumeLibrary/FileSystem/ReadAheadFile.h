@@ -51,6 +51,7 @@ public:
     ~ReadAheadFile() override;
 
     std::optional<int64_t> Size() const override { return _file->Size(); }
+    void VisitPlaces(const StoredPlaceVisitor &visit) const override { _file->VisitPlaces(visit); }
     bool IsAhead() const override { return _chunkBytes > 0 && Position() == _end; }
 
 protected:

@@ -1,7 +1,8 @@
 // The library's entry, the text of its failures, and what it can say about an opened volume: the
 // only symbols that it exports. Callers look them up at run time by their names (see
 // OpenBitlockerDeviceFunction in IVolume.h); the statuses and the meaning of the three texts are in
-// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h.
+// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h, and how a failing
+// disk is read in VolumeOpeningOptions.h.
 //
 // Ownership: an opened volume belongs to the library and stays until the process ends.
 // Threads: may be called on several threads. Nothing is thrown.
@@ -14,6 +15,7 @@
 // nothing.
 #pragma once
 
+#include "VolumeOpeningOptions.h"
 #include "VolumeReport.h"
 
 #include <cstdint>
@@ -39,6 +41,17 @@ volume_library_describe_listing(IVolume *volume, VolumeHandle search,
 extern "C" __attribute__((visibility("default"))) bool
 volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRangeFunction range,
                              void *context) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_file_places(IVolume *volume, VolumeHandle file, VolumePlaceFunction place,
+                           void *context) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_visit_tables_read(IVolume *volume, VolumeRangeFunction range,
+                                 void *context) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_set_opening_options(const VolumeOpeningOptions *options) noexcept;
 
 extern "C" __attribute__((visibility("default"))) bool
 volume_library_is_gone(IVolume *volume) noexcept;

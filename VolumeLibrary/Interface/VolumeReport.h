@@ -71,6 +71,22 @@ using VolumeLibraryDescribeListingFunction = bool (*)(IVolume *volume, VolumeHan
 // given as zeros.
 using VolumeLibraryUnreadRangesFunction = bool (*)(IVolume *volume, VolumeHandle file,
                                                    VolumeRangeFunction range, void *context);
+// Called for each place of a file, in the file's order: the bytes at this position of the file are
+// stored at this offset of the disk or image. Of an encrypted volume a place consists of whole
+// sectors, and may begin before the file's bytes and end after them.
+using VolumePlaceFunction = void (*)(void *context, uint64_t position, uint64_t offset,
+                                     uint64_t length);
+
+// "volume_library_file_places". A compressed or packed file has the places of its stored bytes; one
+// that is stored in a table has none, nor has a file of a plain folder. Reads nothing.
+using VolumeLibraryFilePlacesFunction = bool (*)(IVolume *volume, VolumeHandle file,
+                                                 VolumePlaceFunction place, void *context);
+// "volume_library_visit_tables_read". What was read of the disk so far but for the contents of
+// files: partition tables, metadata, records and folders. In the disk's order, rounded to 4 KiB or,
+// if there is very much of it, more. Answers only if VolumeOpeningOptions::recordsReads was set.
+using VolumeLibraryVisitTablesReadFunction = bool (*)(IVolume *volume, VolumeRangeFunction range,
+                                                      void *context);
+
 // "volume_library_is_gone". Whether the disk or image went away; from then on every operation fails
 // at once.
 using VolumeLibraryIsGoneFunction = bool (*)(IVolume *volume);

@@ -32,6 +32,14 @@ uint32_t NtfsCompressedFile::ReadAt(int64_t position, char *buffer, uint32_t cou
     return count;
 }
 
+// Of units: a packed one lies in its first clusters, whichever of its bytes is wanted.
+void NtfsCompressedFile::VisitPlaces(const StoredPlaceVisitor &visit) const
+{
+    const uint64_t written = std::min(_extents.initialised, _extents.size);
+    LocateRuns(*_source, _extents.runs, (written + _unitBytes - 1) / _unitBytes * _unitBytes,
+               visit);
+}
+
 void NtfsCompressedFile::LoadUnit(uint64_t number)
 {
     if (number == _loaded)

@@ -18,6 +18,7 @@ public:
                        uint32_t unitBytes);
 
     std::optional<int64_t> Size() const override { return static_cast<int64_t>(_extents.size); }
+    void VisitPlaces(const StoredPlaceVisitor &visit) const override;
 
 protected:
     int64_t KnownSize() const override { return static_cast<int64_t>(_extents.size); }

@@ -31,6 +31,8 @@ public:
     WofFile(std::unique_ptr<VolumeFile> packed, uint64_t size, WofPacking packing);
 
     std::optional<int64_t> Size() const override { return KnownSize(); }
+    // Of the packed stream; positions are those in it.
+    void VisitPlaces(const StoredPlaceVisitor &visit) const override { _packed->VisitPlaces(visit); }
 
 protected:
     int64_t KnownSize() const override { return static_cast<int64_t>(_size); }

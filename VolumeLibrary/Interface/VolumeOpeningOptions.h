@@ -1,0 +1,37 @@
+// How a failing disk is read: what a program says to the volume library before it opens a volume.
+// For every program that loads the library; the function is optional, as those of VolumeReport.h.
+//
+// Threads: the options concern the openings of the calling thread. Units: bytes, milliseconds.
+#pragma once
+
+#include "ByteRange.h"
+
+#include <cstdint>
+
+struct VolumeOpeningOptions {
+    // The most ranges that unread may have: 64 MiB of them.
+    static constexpr uint64_t kMostRanges = (uint64_t{64} << 20) / sizeof(vx::ByteRange);
+
+    // Versions of this structure are told apart by its size.
+    uint32_t bytes = sizeof(VolumeOpeningOptions);
+    // How often a sector that cannot be read is tried again. If it is, no sector is given up
+    // without being tried.
+    uint32_t retries = 0;
+    // After a read that took longer the following area is given up without being tried: 64 KiB,
+    // and more if what comes after it is slow too. 0: none is. A read that never returns cannot be
+    // interrupted.
+    uint32_t slowMilliseconds = 0;
+    // Whether VolumeLibraryVisitTablesReadFunction shall have an answer. 0: no.
+    uint32_t recordsReads = 0;
+    // What is never read of the disk: sorted ranges that do not overlap, none of them empty. Files
+    // have zeros there. With these or recordsReads only disks and raw images open, whole or in
+    // parts (kPlacesNotKept otherwise).
+    const vx::ByteRange *unread = nullptr;
+    uint64_t unreadCount = 0;
+};
+
+// "volume_library_set_opening_options". Concerns all later openings on the calling thread, until it
+// is called again; null for none of it. What it points to is copied. False, and nothing changes, if
+// the library does not know this version of the structure, the ranges are not as described, or
+// there is no memory.
+using VolumeLibrarySetOpeningOptionsFunction = bool (*)(const VolumeOpeningOptions *options);
