@@ -14,7 +14,8 @@ build_packages=(
 test_packages=(
     libgtest-dev libgmock-dev
     xvfb xdotool x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
-    ntfs-3g exfatprogs fdisk qemu-utils ewf-tools attr fuse3 xz-utils rsync exfat-fuse fusefat libwim-dev sleuthkit
+    ntfs-3g exfatprogs exfat-fuse fusefat fuse3 fdisk qemu-utils ewf-tools attr xz-utils
+    rsync gddrescue libwim-dev wimtools sleuthkit
 )
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
 

@@ -16,9 +16,8 @@ void RecordingSource::Locate(uint64_t offset, uint64_t length,
 
 void RecordingSource::NoteTable(uint64_t offset, size_t count) const
 {
-    _source->Locate(offset, count, [this](const StoredPlace &place) {
-        _record->Add(place.offset, place.length);
-    });
+    _source->Locate(offset, count,
+                    [this](const StoredPlace &place) { _record->Add(place.offset, place.length); });
 }
 
 Error RecordingSource::SalvageInside(uint64_t offset, void *buffer, size_t count,
