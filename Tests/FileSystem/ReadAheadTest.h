@@ -70,9 +70,9 @@ public:
         return end;
     }
 
-    std::atomic<int64_t> bad{kNowhere};           // this byte cannot be read
-    std::atomic<int64_t> throwsFrom{kNowhere};    // there is no memory from here on ...
-    std::atomic<bool> throwsOnlyAhead{true};      // ... on other threads than the test's
+    std::atomic<int64_t> bad{kNowhere};         // this byte cannot be read
+    std::atomic<int64_t> throwsFrom{kNowhere};  // there is no memory from here on ...
+    std::atomic<bool> throwsOnlyAhead{true};    // ... on other threads than the test's
     std::atomic<int> readers{0};
     std::atomic<bool> isClosed{false};
     std::atomic<bool> wasReadAfterClosing{false};
@@ -102,8 +102,8 @@ protected:
         const int64_t from = _script.throwsFrom;
         const bool throws = from != kNowhere && position + count > from &&
                             (thread != _maker || !_script.throwsOnlyAhead);
-        const auto length = static_cast<uint32_t>(
-            std::min<int64_t>(count, std::max<int64_t>(0, _size - position)));
+        const auto length =
+            static_cast<uint32_t>(std::min<int64_t>(count, std::max<int64_t>(0, _size - position)));
         for (uint32_t i = 0; i < length; ++i)
             buffer[i] = ByteAt(position + i);
         const int64_t bad = _script.bad;
@@ -133,8 +133,7 @@ protected:
 
     std::unique_ptr<ReadAheadFile> Open(int64_t size = kSize)
     {
-        return std::make_unique<ReadAheadFile>(std::make_unique<ScriptedFile>(script, size),
-                                               &room);
+        return std::make_unique<ReadAheadFile>(std::make_unique<ScriptedFile>(script, size), &room);
     }
 
     // The bytes of a read that is whole, checked; how many they were.

@@ -1,6 +1,6 @@
 // Maps of GNU ddrescue: ours are read by the real programs, and theirs by us.
-#include "DiskAreas.h"
 #include "RescueMap.h"
+#include "DiskAreas.h"
 #include "RescueMapParser.h"
 #include "RescueMapWriter.h"
 #include "TemporaryFolder.h"
@@ -133,7 +133,8 @@ TEST_F(Map, ErrorsNameTheLine)
               "line 4: the area overlaps the one before it");
     EXPECT_EQ(ErrorOf(begin + "0 512 +\n1024 512 -\n"),
               "line 4: there is a gap between the area and the one before it");
-    EXPECT_EQ(ErrorOf(begin + "0 512 =\n"), "line 3: the status of an area is not one of ? * / - +");
+    EXPECT_EQ(ErrorOf(begin + "0 512 =\n"),
+              "line 3: the status of an area is not one of ? * / - +");
     EXPECT_EQ(ErrorOf(begin + "0 512\n"), "line 3: the status of an area is not one of ? * / - +");
     const char *const wrongNumber =
         "line 3: an area needs a position and a size, each a number below 2^63";
@@ -170,8 +171,8 @@ TEST_F(Map, MoreAreasThanFitIntoMemoryAreRefused)
 
 TEST_F(RealMap, TheirMapOfAPartIsRead)
 {
-    ASSERT_EQ(Run("ddrescue", {"-q", "-b", "4096", "-i", "64KiB", "-s", "128KiB", "image", "copy",
-                               "map"}),
+    ASSERT_EQ(Run("ddrescue",
+                  {"-q", "-b", "4096", "-i", "64KiB", "-s", "128KiB", "image", "copy", "map"}),
               0)
         << output;
     EXPECT_EQ(ReadFile("map"), (Ranges{{0, 65536}, {196608, kEnd - 196608}}));
@@ -191,10 +192,8 @@ TEST_F(RealMap, TheirProgramsAcceptOursAndFetchJustThat)
     EXPECT_NE(output.find("rescued:     5632 B"), std::string::npos) << output;
     ASSERT_EQ(Run("ddrescue", {"-q", "--domain-mapfile=domain", "image", "copy", "map"}), 0)
         << output;
-    EXPECT_EQ(ReadFile("map"), (Ranges{{0, 512},
-                                       {1536, 64000},
-                                       {69632, 978432},
-                                       {1 << 20, kEnd - (1 << 20)}}));
+    EXPECT_EQ(ReadFile("map"),
+              (Ranges{{0, 512}, {1536, 64000}, {69632, 978432}, {1 << 20, kEnd - (1 << 20)}}));
     const std::string image = folder.ReadFile("image");
     std::string expected(image.size(), '\0');
     for (const ByteRange &range : wanted)
@@ -219,8 +218,8 @@ TEST_F(Map, AWrittenMapReplacesAnOlderOneAndLeavesNothingElse)
     EXPECT_EQ(ReadFile("map"), (Ranges{{512, kEnd - 512}}));
     EXPECT_NE(access(folder.At("map.partial").c_str(), F_OK), 0);
     EXPECT_FALSE(WriteRescueMap(folder.At("none/map"), {}, 1024, &error));
-    EXPECT_EQ(error, "the map " + folder.At("none/map") +
-                         " cannot be written: No such file or directory");
+    EXPECT_EQ(error,
+              "the map " + folder.At("none/map") + " cannot be written: No such file or directory");
 }
 
 TEST(DiskAreas, TheyAreSortedWholeSectors)

@@ -41,8 +41,7 @@ void DiskAreas::Join()
         if (joined.empty() || (area.offset > end && area.offset - end > _nearest))
             joined.push_back(area);
         else
-            joined.back().length =
-                std::max(end, area.offset + area.length) - joined.back().offset;
+            joined.back().length = std::max(end, area.offset + area.length) - joined.back().offset;
     }
     _areas.swap(joined);
     _isSorted = true;

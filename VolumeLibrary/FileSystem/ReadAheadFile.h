@@ -89,9 +89,9 @@ private:
     ReadAheadRoom &_room;
 
     // The caller's:
-    int64_t _end = 0;      // of the last read
-    int _largeReads = 0;   // one after the other
-    uint32_t _taken = 0;   // of the first chunk
+    int64_t _end = 0;     // of the last read
+    int _largeReads = 0;  // one after the other
+    uint32_t _taken = 0;  // of the first chunk
     std::future<void> _reader;
 
     // Change only while the second thread does not run. Of the ring those that are ready are the

@@ -166,8 +166,7 @@ TEST(WofFile, AStoredChunkLosesOnlyTheBytesThatCannotBeRead)
     constexpr uint64_t kSize = 100 * kChunk;
     const Bytes stream = StoredStream(kSize, kChunk);
     const uint64_t table = stream.size() - kSize;
-    const auto source =
-        std::make_shared<SourceWithHole>(std::string(stream.begin(), stream.end()));
+    const auto source = std::make_shared<SourceWithHole>(std::string(stream.begin(), stream.end()));
     const auto opened = [&] {
         const FileExtents extents = {
             stream.size(),
@@ -176,8 +175,7 @@ TEST(WofFile, AStoredChunkLosesOnlyTheBytesThatCannotBeRead)
              {table + 5 * kChunk + 100, 50, table + 5 * kChunk + 100, FileRun::Kind::kStored},
              {table + 5 * kChunk + 150, stream.size() - table - 5 * kChunk - 150,
               table + 5 * kChunk + 150, FileRun::Kind::kStored}}};
-        return WofFile(std::make_unique<ExtentFile>(source, extents), kSize,
-                       WofPacking::kXpress4K);
+        return WofFile(std::make_unique<ExtentFile>(source, extents), kSize, WofPacking::kXpress4K);
     };
     source->MoveHole(table + 5 * kChunk + 110, table + 5 * kChunk + 120);
     WofFile file = opened();
@@ -208,7 +206,8 @@ TEST(WofFile, AnEntryThatCannotBeReadLosesTheChunksOnItsSides)
 class GeneratedStream final : public VolumeFile {
 public:
     GeneratedStream(uint64_t size, uint64_t chunkBytes, uint32_t entryBytes)
-        : _chunkBytes(chunkBytes), _entryBytes(entryBytes),
+        : _chunkBytes(chunkBytes),
+          _entryBytes(entryBytes),
           _tableBytes(((size + chunkBytes - 1) / chunkBytes - 1) * entryBytes),
           _size(_tableBytes + size)
     {
@@ -245,9 +244,9 @@ TEST(WofFile, FromFourGibibytesOnTheEntriesHaveEightBytes)
     constexpr uint32_t kCount = 70000;
     for (const Form &form : kForms) {
         for (const uint64_t size : {k4GiB - 1, k4GiB, k4GiB + 1, 3 * k4GiB + 12345}) {
-            WofFile file(std::make_unique<GeneratedStream>(size, form.chunkBytes,
-                                                           size < k4GiB ? 4 : 8),
-                         size, form.packing);
+            WofFile file(
+                std::make_unique<GeneratedStream>(size, form.chunkBytes, size < k4GiB ? 4 : 8),
+                size, form.packing);
             for (const uint64_t at : {uint64_t{0}, k4GiB - kCount / 2 - 1, size - kCount}) {
                 const auto count = static_cast<uint32_t>(std::min<uint64_t>(kCount, size - at));
                 std::string piece(count, '?');

@@ -1,4 +1,5 @@
-// Chunks that libwim packs, and the same ones damaged: what is unpacked here is what libwim unpacks.
+// Chunks that libwim packs, and the same ones damaged: what is unpacked here is what libwim
+// unpacks.
 #include "LzxDecoder.h"
 #include "PackedContents.h"
 #include "WimChunks.h"
@@ -53,8 +54,8 @@ void Damage(std::mt19937 *random, Bytes *packed)
 {
     for (unsigned times = 1 + (*random)() % 3; times > 0; --times) {
         uint8_t &byte = (*packed)[(*random)() % packed->size()];
-        byte = static_cast<uint8_t>((*random)() % 2 == 0 ? (*random)()
-                                                         : byte ^ 1u << (*random)() % 8);
+        byte =
+            static_cast<uint8_t>((*random)() % 2 == 0 ? (*random)() : byte ^ 1u << (*random)() % 8);
     }
     if ((*random)() % 4 == 0)
         packed->resize(1 + (*random)() % packed->size());
@@ -89,8 +90,8 @@ TEST_P(PackedChunks, OfADamagedChunkTheSameBytesAreGivenAsElsewhereOrNone)
     int alike = 0;
     int refused = 0;
     for (int i = 0; i < kTimes; ++i) {
-        const size_t size = i % 3 == 0 ? 1 + random() % GetParam().chunkBytes
-                                       : GetParam().chunkBytes;
+        const size_t size =
+            i % 3 == 0 ? 1 + random() % GetParam().chunkBytes : GetParam().chunkBytes;
         Bytes packed = samples[random() % samples.size()];
         Damage(&random, &packed);
         const auto found = Unpacked(packed, size);

@@ -77,7 +77,8 @@ TEST(PackedFiles, ADamagedChunkIsLostWholeAndNoOtherIs)
 class RepeatedStream final : public VolumeFile {
 public:
     RepeatedStream(const PackedForm &form, const std::string &period, uint64_t size)
-        : _entries((size - 1) / form.chunkBytes), _ends(EndsOf(form, period, &_packed)),
+        : _entries((size - 1) / form.chunkBytes),
+          _ends(EndsOf(form, period, &_packed)),
           _tail(Bytes(StreamOf(form, period.substr(0, size % period.size()))))
     {
         const uint64_t chunks = size / form.chunkBytes;

@@ -55,14 +55,13 @@ protected:
         }
     }
 
-    void PutFile(const Bytes &stream, uint64_t size, const PackedForm &form,
-                 const Runs &runs)
+    void PutFile(const Bytes &stream, uint64_t size, const PackedForm &form, const Runs &runs)
     {
         PutInRuns(stream, runs);
-        ntfs.PutFile(kFile, {NtfsWriter::Hole(size),
-                             NtfsWriter::InRuns(
-                                 {NtfsType::kData, kStream, 0, stream.size(), runs, 0}),
-                             NtfsWriter::PackedPoint(NumberOf(form))});
+        ntfs.PutFile(kFile,
+                     {NtfsWriter::Hole(size),
+                      NtfsWriter::InRuns({NtfsType::kData, kStream, 0, stream.size(), runs, 0}),
+                      NtfsWriter::PackedPoint(NumberOf(form))});
     }
 
     OwnedVolume &Open()
@@ -121,12 +120,11 @@ TEST_F(PackedVolume, AStreamInOtherRecordsIsRead)
     const Runs first = {{kFree, 20}};
     const Runs second = {{kFree + 50, 30}};
     PutInRuns(stream, {first[0], second[0]});
-    const Bytes list = NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kData, {}, 0, kFile),
-                                           NtfsWriter::Listed(NtfsType::kData, kStream, 0, kMore),
-                                           NtfsWriter::Listed(NtfsType::kData, kStream, 20,
-                                                              kMore + 1),
-                                           NtfsWriter::Listed(NtfsType::kReparsePoint, {}, 0,
-                                                              kMore + 1)});
+    const Bytes list =
+        NtfsWriter::Joined({NtfsWriter::Listed(NtfsType::kData, {}, 0, kFile),
+                            NtfsWriter::Listed(NtfsType::kData, kStream, 0, kMore),
+                            NtfsWriter::Listed(NtfsType::kData, kStream, 20, kMore + 1),
+                            NtfsWriter::Listed(NtfsType::kReparsePoint, {}, 0, kMore + 1)});
     ntfs.PutFile(kFile, {NtfsWriter::Resident(NtfsType::kAttributeList, list),
                          NtfsWriter::Hole(contents.size())});
     ntfs.PutFile(kMore, {NtfsWriter::InRuns({NtfsType::kData, kStream, 0, stream.size(), first})},
@@ -169,8 +167,8 @@ TEST_F(PackedVolume, ABadSectorLosesTheChunksThatTouchItAndNoOther)
         ASSERT_LT(kFree + clusters, 1024u);
         PutFile(stream, contents.size(), form, {{kFree, clusters}});
         const uint64_t table = 12 * 4;
-        const auto source = std::make_shared<SourceWithHole>(
-            std::string(ntfs.Image().begin(), ntfs.Image().end()));
+        const auto source =
+            std::make_shared<SourceWithHole>(std::string(ntfs.Image().begin(), ntfs.Image().end()));
         volume = NtfsVolumeOf(std::make_shared<CarefulSource>(source));
         ASSERT_TRUE(volume);
         // A sector in the middle of the stream.
@@ -227,8 +225,7 @@ TEST_F(PackedVolume, AnEncryptedStreamIsNotUnpacked)
     constexpr uint16_t kEncrypted = 0x4000;
     ntfs.PutFile(kFile,
                  {NtfsWriter::Hole(5000),
-                  NtfsWriter::InRuns(
-                      {NtfsType::kData, kStream, 0, 900, {{kFree, 1}}, kEncrypted}),
+                  NtfsWriter::InRuns({NtfsType::kData, kStream, 0, 900, {{kFree, 1}}, kEncrypted}),
                   NtfsWriter::PackedPoint(0)});
     ExpectObstacle(VolumeObstacle::kEncryptedFile);
 }

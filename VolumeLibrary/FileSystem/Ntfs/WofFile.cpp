@@ -46,17 +46,20 @@ uint64_t PackedBytesOf(const VolumeFile &packed, uint64_t tableBytes)
 
 bool IsWithin(const ByteRange &part, const ByteRange &whole)
 {
-    return part.offset >= whole.offset &&
-           part.offset + part.length <= whole.offset + whole.length;
+    return part.offset >= whole.offset && part.offset + part.length <= whole.offset + whole.length;
 }
 
 }  // namespace
 
 WofFile::WofFile(std::unique_ptr<VolumeFile> packed, uint64_t size, WofPacking packing)
-    : _packed(std::move(packed)), _size(size), _chunkBytes(ChunkBytesOf(packing)),
+    : _packed(std::move(packed)),
+      _size(size),
+      _chunkBytes(ChunkBytesOf(packing)),
       _chunks(size / _chunkBytes + (size % _chunkBytes != 0 ? 1 : 0)),
-      _entryBytes(EntryBytesOf(size)), _tableBytes((_chunks - std::min<uint64_t>(_chunks, 1)) * _entryBytes),
-      _packedBytes(PackedBytesOf(*_packed, _tableBytes)), _decoder(DecoderOf(packing))
+      _entryBytes(EntryBytesOf(size)),
+      _tableBytes((_chunks - std::min<uint64_t>(_chunks, 1)) * _entryBytes),
+      _packedBytes(PackedBytesOf(*_packed, _tableBytes)),
+      _decoder(DecoderOf(packing))
 {
 }
 
@@ -173,8 +176,8 @@ void WofFile::LoadWindow(const ByteRange &place, uint64_t last)
     const auto end = PlaceOf(std::min(last, known));
     ByteRange wanted = place;
     if (end && end->offset > place.offset)
-        wanted.length = std::max(
-            place.length, std::min(end->offset + end->length - place.offset, kWindowBytes));
+        wanted.length = std::max(place.length,
+                                 std::min(end->offset + end->length - place.offset, kWindowBytes));
     _windowPlace = {};
     _windowGaps.clear();
     _window.resize(static_cast<size_t>(wanted.length));

@@ -32,7 +32,10 @@ public:
 
     std::optional<int64_t> Size() const override { return KnownSize(); }
     // Of the packed stream; positions are those in it.
-    void VisitPlaces(const StoredPlaceVisitor &visit) const override { _packed->VisitPlaces(visit); }
+    void VisitPlaces(const StoredPlaceVisitor &visit) const override
+    {
+        _packed->VisitPlaces(visit);
+    }
 
 protected:
     int64_t KnownSize() const override { return static_cast<int64_t>(_size); }
