@@ -88,11 +88,12 @@ protected:
         const PlanNames names(_planned.plan, DestinationTraits());
         const SourceFiles sources("", "");
         ArrivalPlaces places(_planned.plan, tree, names, sources);
+        ExportDates dates(_planned.plan, true);
         CopyProgress progress("Copying", _planned.plan, _planned.bytes, CopyProgress::Clock::now());
         ExportStop stop(_volumeOfTool);
         _arrivals = std::make_unique<Arrivals>(_planned.plan);
-        CopyJob job{_planned.plan, _volumeOfTool, _reports,   places, _witness,
-                    progress,      stop,          *_arrivals, false};
+        CopyJob job{_planned.plan, _volumeOfTool, _reports, places,     _witness,
+                    dates,         progress,      stop,     *_arrivals, false};
         CopyFiles(job, _planned.files);
         _stop = stop.Why();
     }

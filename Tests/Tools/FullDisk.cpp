@@ -1,6 +1,7 @@
 // Loaded before a program's own libraries: gives its disks less room than they have. VX_FREE_BYTES
 // is what is told to be free, VX_ROOM_BYTES is what can really be written to ordinary files, and
-// VX_LARGEST_FILE how large one of them may be.
+// VX_LARGEST_FILE how large one of them may be. With VX_NO_DATES no file takes times, with
+// VX_SYNC_FAILS the disk cannot hold what was written.
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -76,5 +77,25 @@ extern "C" __attribute__((visibility("default"))) off_t lseek(int file, off_t po
         position <= static_cast<off_t>(BytesOf("VX_LARGEST_FILE")))
         return real(file, position, origin);
     errno = EINVAL;
+    return -1;
+}
+
+extern "C" __attribute__((visibility("default"))) int futimens(int file, const timespec *times)
+{
+    using Function = int (*)(int, const timespec *);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "futimens"));
+    if (getenv("VX_NO_DATES") == nullptr)
+        return real(file, times);
+    errno = EPERM;
+    return -1;
+}
+
+extern "C" __attribute__((visibility("default"))) int syncfs(int file)
+{
+    using Function = int (*)(int);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "syncfs"));
+    if (getenv("VX_SYNC_FAILS") == nullptr)
+        return real(file);
+    errno = EIO;
     return -1;
 }

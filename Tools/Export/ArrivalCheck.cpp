@@ -39,16 +39,16 @@ ArrivalCheck::ArrivalCheck(const VolumeSession &session, const PlannedExport &pl
     AssertMainThread();
 }
 
-void ArrivalCheck::CheckFolders()
+void ArrivalCheck::CheckFolders(const Arrivals &arrivals)
 {
     AssertMainThread();
     for (Number entry = ExportPlan::kRoot; entry != ExportPlan::kNone; entry = _plan.Next(entry)) {
         if (_plan.At(entry).IsFolder())
-            CheckFolder(entry);
+            CheckFolder(entry, arrivals.At(entry));
     }
 }
 
-void ArrivalCheck::CheckFolder(Number folder)
+void ArrivalCheck::CheckFolder(Number folder, const Arrival &arrival)
 {
     const PlanEntry &entry = _plan.At(folder);
     if (entry.Has(PlanEntry::kIsRepeated))
@@ -56,11 +56,25 @@ void ArrivalCheck::CheckFolder(Number folder)
     if (entry.Has(PlanEntry::kIsUnlistable))
         return NoteUnopened(folder, ObstacleOf(entry, _plan.PathOf(folder), _session.Reports()),
                             "this folder cannot be listed");
+    if (arrival.state == Arrival::State::kFailed && !arrival.reason.empty() && !HasFiles(folder))
+        Fail(folder, arrival.reason);
     const auto damaged = _planned.damagedFolders.find(folder);
     if (damaged == _planned.damagedFolders.end())
         return;
     ++_report.damagedFolders;
     Fail(folder, ListingText(damaged->second));
+}
+
+// They say why their folder could not be made.
+bool ArrivalCheck::HasFiles(Number folder) const
+{
+    const Number first = _plan.At(folder).firstChild;
+    const Number end = first + _plan.At(folder).children;
+    for (Number child = first; child < end; ++child) {
+        if (!_plan.At(child).IsFolder())
+            return true;
+    }
+    return false;
 }
 
 void ArrivalCheck::CheckFiles(const Arrivals &arrivals)

@@ -33,8 +33,8 @@ public:
                  const PlanNames &names, Settings settings, CopyProgress &progress,
                  ExportReport *report);
 
-    // Adds the folders that could not be listed, or are not whole.
-    void CheckFolders();
+    // Adds the folders that could not be listed or made, or are not whole.
+    void CheckFolders(const Arrivals &arrivals);
 
     // Adds the result of the plan.
     void CheckFiles(const Arrivals &arrivals);
@@ -47,7 +47,8 @@ private:
         bool isChanged = false;
     };
 
-    void CheckFolder(Number folder);
+    void CheckFolder(Number folder, const Arrival &arrival);
+    bool HasFiles(Number folder) const;
     void CheckListing(Number folder);
     void CheckFile(Number file, const Arrival &arrival);
     void CheckArrived(const Copy &copy);

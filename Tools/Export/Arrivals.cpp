@@ -20,10 +20,15 @@ void Arrivals::Set(ExportPlan::Number number, const Arrival &arrival)
     _details[number] = {arrival.size, arrival.reason, arrival.copy};
 }
 
+Arrival::State Arrivals::StateOf(ExportPlan::Number number) const
+{
+    return static_cast<Arrival::State>(_states[number] & kStateMask);
+}
+
 Arrival Arrivals::At(ExportPlan::Number number) const
 {
     Arrival arrival;
-    arrival.state = static_cast<Arrival::State>(_states[number] & kStateMask);
+    arrival.state = StateOf(number);
     arrival.obstacle = static_cast<VolumeObstacle>(_states[number] >> kStateBits);
     arrival.size = _plan.At(number).size;
     const MutexLock lock(_mutex);

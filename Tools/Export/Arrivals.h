@@ -38,6 +38,7 @@ public:
 
     void Set(ExportPlan::Number number, const Arrival &arrival);
     Arrival At(ExportPlan::Number number) const;
+    Arrival::State StateOf(ExportPlan::Number number) const;
 
 private:
     struct Detail {

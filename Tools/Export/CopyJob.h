@@ -5,6 +5,7 @@
 #include "ArrivalSink.h"
 #include "Arrivals.h"
 #include "CopyProgress.h"
+#include "ExportDates.h"
 #include "ExportStop.h"
 
 namespace vx {
@@ -15,6 +16,7 @@ struct CopyJob {
     const VolumeReports &reports;
     ArrivalPlaces &places;
     ArrivalSink &sink;
+    ExportDates &dates;
     CopyProgress &progress;
     ExportStop &stop;
     Arrivals &arrivals;

@@ -5,10 +5,12 @@
 #include "Confirmation.h"
 #include "CopyWorkers.h"
 #include "DestinationProbe.h"
+#include "DiskSync.h"
 #include "EndingSignal.h"
 #include "ExitStatus.h"
 #include "FileSizeLimit.h"
 #include "NumberText.h"
+#include "PlanText.h"
 #include "RoomCheck.h"
 #include "SourceFiles.h"
 #include "StopRequest.h"
@@ -39,21 +41,21 @@ int FailWith(int status, const std::string &error)
     return status;
 }
 
-// Shown on a terminal while the folders are read, which can take long and cannot be measured.
-class PlanningNotice {
+// Shown on a terminal during what can take long and cannot be measured.
+class Notice {
 public:
-    PlanningNotice()
+    explicit Notice(const char *text)
     {
         if (isatty(STDERR_FILENO) != 0)
-            fputs("Reading the volume's folders...", stderr);
+            fputs(text, stderr);
     }
-    ~PlanningNotice()
+    ~Notice()
     {
         if (isatty(STDERR_FILENO) != 0)
             fputs("\r\x1b[K", stderr);
     }
-    PlanningNotice(const PlanningNotice &) = delete;
-    PlanningNotice &operator=(const PlanningNotice &) = delete;
+    Notice(const Notice &) = delete;
+    Notice &operator=(const Notice &) = delete;
 };
 
 ExportReport::Stop StopOf(ExportStop::Reason reason)
@@ -98,7 +100,7 @@ int ExportCommand::Run()
 
 bool ExportCommand::MakePlan(std::string *error)
 {
-    const PlanningNotice notice;
+    const Notice notice("Reading the volume's folders...");
     Choice choice(_options);
     PlanFilter filter;
     if (!choice.IsEverything()) {
@@ -178,6 +180,7 @@ void ExportCommand::Export(const PlanNames &names)
     // Before this a signal ends the program at once: nothing has been written.
     const StopRequest stops;
     Copy(names, &arrivals);
+    Sync();
     Check(names, arrivals);
     _signal = StopRequest::Signal();
 }
@@ -188,12 +191,40 @@ void ExportCommand::Copy(const PlanNames &names, Arrivals *arrivals)
     const SourceFiles sources(_options.volume, _options.keyFile);
     ArrivalPlaces places(_planned.plan, _tree, names, sources);
     CopyProgress progress("Copying", _planned.plan, _planned.bytes, start);
+    ExportDates dates(_planned.plan, !_options.noTimes);
+    ExportFolders folders(_planned.plan, _tree, names);
     ExportStop stop(_session.Volume());
-    CopyJob job{_planned.plan, _session.Volume(), _session.Reports(), places, _sink, progress,
-                stop,          *arrivals,         _options.verbose};
+    CopyJob job{
+        _planned.plan, _session.Volume(), _session.Reports(), places, _sink, dates, progress,
+        stop,          *arrivals,         _options.verbose};
     CopyFiles(job, _planned.files);
+    Finish(&folders, &dates, &stop, arrivals);
     _report.copySeconds = SecondsSince(start);
     _report.stop = StopOf(stop.Why());
+}
+
+// After a stop the user does not wait; another export finishes the folders.
+void ExportCommand::Finish(ExportFolders *folders, ExportDates *dates, ExportStop *stop,
+                           Arrivals *arrivals)
+{
+    if (!_options.noEmptyFolders && !stop->IsDue())
+        folders->MakeMissing(*stop, arrivals);
+    if (!stop->IsDue())
+        folders->GiveDates(dates);
+    const ExportDates::Failures failures = dates->All();
+    if (failures.count == 0)
+        return;
+    _report.undated = failures.count;
+    _report.firstUndated = ShownPathOf(_planned.plan, failures.first);
+    _report.undatedReason = strerror(failures.error);
+}
+
+void ExportCommand::Sync()
+{
+    const Notice notice("Waiting until the disk holds everything...");
+    const int error = SyncDiskOf(_tree.Root());
+    if (error != 0)
+        _report.syncError = strerror(error);
 }
 
 void ExportCommand::Check(const PlanNames &names, const Arrivals &arrivals)
@@ -208,7 +239,7 @@ void ExportCommand::Check(const PlanNames &names, const Arrivals &arrivals)
     CopyProgress progress(settings.verifies ? "Comparing" : "Checking", _planned.plan,
                           _planned.bytes, start);
     ArrivalCheck check(_session, _planned, _tree, names, settings, progress, &_report);
-    check.CheckFolders();
+    check.CheckFolders(arrivals);
     check.CheckFiles(arrivals);
     _report.checkSeconds = SecondsSince(start);
     _report.isVerified = settings.verifies && _report.notChecked.empty();

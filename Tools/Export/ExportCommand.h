@@ -7,6 +7,8 @@
 #include "Arrivals.h"
 #include "Destination.h"
 #include "DestinationTree.h"
+#include "ExportDates.h"
+#include "ExportFolders.h"
 #include "ExportReport.h"
 #include "ExportStop.h"
 #include "Options.h"
@@ -34,6 +36,8 @@ private:
     bool HasRoom(const PlanNames &names, std::string *error);
     void Export(const PlanNames &names);
     void Copy(const PlanNames &names, Arrivals *arrivals);
+    void Finish(ExportFolders *folders, ExportDates *dates, ExportStop *stop, Arrivals *arrivals);
+    void Sync();
     void Check(const PlanNames &names, const Arrivals &arrivals);
     int Status() const;
 

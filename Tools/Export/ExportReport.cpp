@@ -139,11 +139,25 @@ void PrintFailures(const ExportReport &report, bool verbose, FILE *stream)
         fprintf(stream, "  %s: %s\n", failure.path.c_str(), failure.reason.c_str());
 }
 
+void PrintDisk(const ExportReport &report, FILE *stream)
+{
+    if (report.undated > 0)
+        fprintf(stream, "Dates not set: %s; the first is %s: %s\n",
+                CountText(report.undated, "file or folder", "files and folders").c_str(),
+                report.firstUndated.c_str(), report.undatedReason.c_str());
+    if (!report.syncError.empty())
+        fprintf(
+            stream,
+            "Not everything could be written to the disk of %s: %s; do not rely on the copies\n",
+            TerminalText(report.destination).c_str(), report.syncError.c_str());
+}
+
 }  // namespace
 
 bool ExportReport::IsComplete() const
 {
-    return failures.empty() && counted.empty() && stop == Stop::kNone;
+    return failures.empty() && counted.empty() && undated == 0 && syncError.empty() &&
+           stop == Stop::kNone;
 }
 
 void PrintReport(const ExportReport &report, bool verbose, FILE *stream)
@@ -152,6 +166,7 @@ void PrintReport(const ExportReport &report, bool verbose, FILE *stream)
     PrintRenamed(report, verbose, stream);
     PrintLinks(report, verbose, stream);
     PrintFailures(report, verbose, stream);
+    PrintDisk(report, stream);
     PrintStopped(report, verbose, stream);
 }
 

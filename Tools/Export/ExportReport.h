@@ -37,6 +37,10 @@ struct ExportReport {
     int64_t damagedFolders = 0;                        // each is one of the failures, too
     std::vector<std::string> links;                    // not followed, as they may be shown
     std::vector<Renamed> renamed;                      // arrived under another name
+    int64_t undated = 0;       // files and folders that did not get their dates
+    std::string firstUndated;  // one of them, as it may be shown
+    std::string undatedReason;
+    std::string syncError;  // why the disk may not hold all that was written; empty if it does
     Stop stop = Stop::kNone;
     std::vector<std::string> arrived;     // named if the disk went away, as shown
     std::vector<Failure> unfinished;      // what was being copied when it stopped: one or none

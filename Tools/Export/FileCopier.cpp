@@ -153,6 +153,7 @@ bool FileCopier::WriteChunk(uint32_t count)
 
 bool FileCopier::CloseCopy()
 {
+    _job.dates.Give(_number, _file.File());
     const int refusal = _job.sink.BeforeItIsPlaced(_file.File());
     if (refusal != 0)
         return NoteUnwritten(refusal);
