@@ -162,6 +162,7 @@ TEST_F(Tree, SeveralThreadsMakeEveryFolderAndNoneOutside)
         }
     });
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([this, &failures, thread] {
             std::string reason;

@@ -73,6 +73,7 @@ TEST_F(Placed, OfManyThreadsOneTakesAPlace)
 {
     std::atomic<int> winners{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (uint32_t thread = 0; thread < 4; ++thread) {
         threads.emplace_back([this, &winners, thread] {
             for (uint32_t i = 0; i < 1000; ++i) {

@@ -258,6 +258,7 @@ TEST_F(PlannedNames, RefusedEndsAndNamesOfDevicesGetAnUnderscore)
                                                                      {u"lpt9", "lpt9_"},
                                                                      {u"f.nul", "f.nul"}};
     std::vector<Number> numbers;
+    numbers.reserve(all.size());
     for (const auto &[name, expected] : all)
         numbers.push_back(AddFile(name));
     for (size_t i = 0; i < all.size(); ++i)
@@ -342,6 +343,7 @@ TEST_F(PlannedNames, SeveralThreadsGetTheSameNames)
         expected.push_back(names.PathOf(number, &_isChanged));
     std::vector<std::vector<std::string>> found(4);
     std::vector<std::thread> threads;
+    threads.reserve(found.size());
     for (std::vector<std::string> &paths : found) {
         threads.emplace_back([&] {
             bool isChanged = false;

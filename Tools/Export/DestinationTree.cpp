@@ -63,7 +63,7 @@ DestinationTree::Folder DestinationTree::Enter(const std::string &path, Missing 
                                                std::string *reason, int *error)
 {
     size_t start = 0;
-    const Folder nearest = NearestKept(path, &start);
+    Folder nearest = NearestKept(path, &start);
     if (start == path.size())
         return nearest;
     UniqueFd folder;
@@ -108,7 +108,7 @@ DestinationTree::Folder DestinationTree::Keep(const std::string &path, UniqueFd 
 {
     const Folder opened = std::make_shared<const UniqueFd>(std::move(folder));
     const MutexLock lock(_mutex);
-    const Folder kept = _kept.insert({path, {opened, ++_uses}}).first->second.folder;
+    Folder kept = _kept.insert({path, {opened, ++_uses}}).first->second.folder;
     if (_kept.size() > kMostKept)
         _kept.erase(
             std::min_element(_kept.begin(), _kept.end(), [](const auto &first, const auto &other) {
