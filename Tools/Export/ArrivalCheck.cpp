@@ -1,7 +1,5 @@
 #include "ArrivalCheck.h"
 
-#include "EntryObstacle.h"
-#include "ObstacleText.h"
 #include "PathText.h"
 #include "PlanText.h"
 #include "StopRequest.h"
@@ -13,68 +11,20 @@
 #include <cstring>
 
 namespace vx {
-namespace {
-
-constexpr char kSameName[] = "an earlier folder in its place has the same name";
-
-std::string WithDetail(const std::string &reason, const std::string &detail)
-{
-    return detail.empty() ? reason : reason + ": " + detail;
-}
-
-}  // namespace
 
 ArrivalCheck::ArrivalCheck(const VolumeSession &session, const PlannedExport &planned,
                            DestinationTree &tree, const PlanNames &names, Settings settings,
                            CopyProgress &progress, ExportReport *report)
     : _session(session),
-      _planned(planned),
       _plan(planned.plan),
       _tree(tree),
       _names(names),
       _settings(settings),
       _progress(progress),
-      _report(*report)
+      _report(*report),
+      _failures(planned, session.Reports(), report)
 {
     AssertMainThread();
-}
-
-void ArrivalCheck::CheckFolders(const Arrivals &arrivals)
-{
-    AssertMainThread();
-    for (Number entry = ExportPlan::kRoot; entry != ExportPlan::kNone; entry = _plan.Next(entry)) {
-        if (_plan.At(entry).IsFolder())
-            CheckFolder(entry, arrivals.At(entry));
-    }
-}
-
-void ArrivalCheck::CheckFolder(Number folder, const Arrival &arrival)
-{
-    const PlanEntry &entry = _plan.At(folder);
-    if (entry.Has(PlanEntry::kIsRepeated))
-        return Fail(folder, kSameName);
-    if (entry.Has(PlanEntry::kIsUnlistable))
-        return NoteUnopened(folder, ObstacleOf(entry, _plan.PathOf(folder), _session.Reports()),
-                            "this folder cannot be listed");
-    if (arrival.state == Arrival::State::kFailed && !arrival.reason.empty() && !HasFiles(folder))
-        Fail(folder, arrival.reason);
-    const auto damaged = _planned.damagedFolders.find(folder);
-    if (damaged == _planned.damagedFolders.end())
-        return;
-    ++_report.damagedFolders;
-    Fail(folder, ListingText(damaged->second));
-}
-
-// They say why their folder could not be made.
-bool ArrivalCheck::HasFiles(Number folder) const
-{
-    const Number first = _plan.At(folder).firstChild;
-    const Number end = first + _plan.At(folder).children;
-    for (Number child = first; child < end; ++child) {
-        if (!_plan.At(child).IsFolder())
-            return true;
-    }
-    return false;
 }
 
 void ArrivalCheck::CheckFiles(const Arrivals &arrivals)
@@ -97,12 +47,12 @@ void ArrivalCheck::CheckFile(Number file, const Arrival &arrival)
     case Arrival::State::kDamaged:
         return CheckDamaged(CopyOf(file, arrival));
     case Arrival::State::kUnopened:
-        return NoteUnopened(file, arrival.obstacle, "the volume cannot open it");
+        return _failures.AddUnopened(file, arrival.obstacle, "the volume cannot open it");
     case Arrival::State::kUnfinished:
         _report.unfinished.push_back({ShownPathOf(_plan, file), arrival.reason});
         return;
     case Arrival::State::kFailed:
-        Fail(file, arrival.reason);
+        _failures.Add(file, arrival.reason);
     }
 }
 
@@ -111,7 +61,7 @@ void ArrivalCheck::NoteUnreached(Number file)
     if (_report.stop != ExportReport::Stop::kNone)
         _report.notCopied.push_back(ShownPathOf(_plan, file));
     else
-        Fail(file, "it was not copied");
+        _failures.Add(file, "it was not copied");
 }
 
 ArrivalCheck::Copy ArrivalCheck::CopyOf(Number file, const Arrival &arrival) const
@@ -133,7 +83,7 @@ void ArrivalCheck::CheckArrived(const Copy &copy)
         return NoteName(copy);
     }
     if (!reason.empty())
-        return Fail(copy.number, reason);
+        return _failures.Add(copy.number, reason);
     ++_report.arrivedFiles;
     _report.arrivedBytes += copy.arrival.size;
     if (_report.stop == ExportReport::Stop::kDiskGone)
@@ -145,7 +95,7 @@ void ArrivalCheck::CheckDamaged(const Copy &copy)
 {
     const std::string &reason = copy.arrival.reason;
     const std::string more = WasStopped() ? "" : Difference(copy, FileComparison::Unread::kIsZero);
-    Fail(copy.number, more.empty() ? reason : reason + "; " + more);
+    _failures.Add(copy.number, more.empty() ? reason : reason + "; " + more);
     NoteName(copy);
 }
 
@@ -188,26 +138,6 @@ std::string ArrivalCheck::DifferenceFrom(const Copy &copy, int file, FileCompari
                                       _progress.Show(copy.number, bytes);
                                       return !WasStopped();
                                   });
-}
-
-// A link leads to a folder, to nothing or out of the volume; it is missed only if it was named.
-void ArrivalCheck::NoteUnopened(Number entry, VolumeObstacle obstacle, const std::string &reason)
-{
-    const PlanEntry &planned = _plan.At(entry);
-    const bool isLink = obstacle == VolumeObstacle::kLink;
-    if (IsCounted(obstacle))
-        _report.counted[{obstacle, planned.IsFolder()}].push_back(ShownPathOf(_plan, entry));
-    else if (isLink && !planned.Has(PlanEntry::kIsNamed))
-        _report.links.push_back(ShownPathOf(_plan, entry));
-    else if (isLink)
-        Fail(entry, "this link is not followed");
-    else
-        Fail(entry, WithDetail(reason, ObstacleText(obstacle)));
-}
-
-void ArrivalCheck::Fail(Number entry, const std::string &reason)
-{
-    _report.failures.push_back({ShownPathOf(_plan, entry), reason});
 }
 
 bool ArrivalCheck::WasStopped() const

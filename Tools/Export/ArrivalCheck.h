@@ -1,6 +1,6 @@
 // Checks afterwards whether each planned file has arrived: what the arrivals recorded, whether its
 // copy is where it was put, with the size that it had on the volume, and on request whether both
-// hold the same bytes. Reports the folders that could not be listed, or not whole.
+// hold the same bytes.
 //
 // Ownership: borrows all that it is made with. Threads: main, with no worker left.
 #pragma once
@@ -8,6 +8,7 @@
 #include "Arrivals.h"
 #include "CopyProgress.h"
 #include "DestinationTree.h"
+#include "EntryFailures.h"
 #include "ExportReport.h"
 #include "FileComparison.h"
 #include "PlanBuilder.h"
@@ -33,9 +34,6 @@ public:
                  const PlanNames &names, Settings settings, CopyProgress &progress,
                  ExportReport *report);
 
-    // Adds the folders that could not be listed or made, or are not whole.
-    void CheckFolders(const Arrivals &arrivals);
-
     // Adds the result of the plan.
     void CheckFiles(const Arrivals &arrivals);
 
@@ -47,9 +45,6 @@ private:
         bool isChanged = false;
     };
 
-    void CheckFolder(Number folder, const Arrival &arrival);
-    bool HasFiles(Number folder) const;
-    void CheckListing(Number folder);
     void CheckFile(Number file, const Arrival &arrival);
     void CheckArrived(const Copy &copy);
     void CheckDamaged(const Copy &copy);
@@ -58,18 +53,16 @@ private:
     void NoteUnreached(Number file);
     std::string Difference(const Copy &copy, FileComparison::Unread unread);
     std::string DifferenceFrom(const Copy &copy, int file, FileComparison::Unread unread);
-    void NoteUnopened(Number entry, VolumeObstacle obstacle, const std::string &reason);
-    void Fail(Number entry, const std::string &reason);
     bool WasStopped() const;
 
     const VolumeSession &_session;
-    const PlannedExport &_planned;
     const ExportPlan &_plan;
     DestinationTree &_tree;
     const PlanNames &_names;
     const Settings _settings;
     CopyProgress &_progress;
     ExportReport &_report;
+    EntryFailures _failures;
     FileComparison _comparison;
 };
 

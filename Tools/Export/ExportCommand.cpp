@@ -7,6 +7,7 @@
 #include "DestinationProbe.h"
 #include "DiskSync.h"
 #include "EndingSignal.h"
+#include "EntryFailures.h"
 #include "ExitStatus.h"
 #include "FileSizeLimit.h"
 #include "NumberText.h"
@@ -239,7 +240,7 @@ void ExportCommand::Check(const PlanNames &names, const Arrivals &arrivals)
     CopyProgress progress(settings.verifies ? "Comparing" : "Checking", _planned.plan,
                           _planned.bytes, start);
     ArrivalCheck check(_session, _planned, _tree, names, settings, progress, &_report);
-    check.CheckFolders(arrivals);
+    EntryFailures(_planned, _session.Reports(), &_report).AddFolders(&arrivals);
     check.CheckFiles(arrivals);
     _report.checkSeconds = SecondsSince(start);
     _report.isVerified = settings.verifies && _report.notChecked.empty();

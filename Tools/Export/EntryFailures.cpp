@@ -1,0 +1,79 @@
+#include "EntryFailures.h"
+
+#include "EntryObstacle.h"
+#include "ObstacleText.h"
+#include "PlanText.h"
+
+namespace vx {
+namespace {
+
+constexpr char kSameName[] = "an earlier folder in its place has the same name";
+
+std::string WithDetail(const std::string &reason, const std::string &detail)
+{
+    return detail.empty() ? reason : reason + ": " + detail;
+}
+
+}  // namespace
+
+void EntryFailures::AddFolders(const Arrivals *arrivals)
+{
+    const ExportPlan &plan = _planned.plan;
+    for (Number entry = ExportPlan::kRoot; entry != ExportPlan::kNone; entry = plan.Next(entry)) {
+        if (plan.At(entry).IsFolder())
+            AddFolder(entry, arrivals);
+    }
+}
+
+void EntryFailures::AddFolder(Number folder, const Arrivals *arrivals)
+{
+    const PlanEntry &entry = _planned.plan.At(folder);
+    if (entry.Has(PlanEntry::kIsRepeated))
+        return Add(folder, kSameName);
+    if (entry.Has(PlanEntry::kIsUnlistable))
+        return AddUnopened(folder, ObstacleOf(entry, _planned.plan.PathOf(folder), _reports),
+                           "this folder cannot be listed");
+    const Arrival arrival = arrivals == nullptr ? Arrival() : arrivals->At(folder);
+    if (arrival.state == Arrival::State::kFailed && !arrival.reason.empty() && !HasFiles(folder))
+        Add(folder, arrival.reason);
+    const auto damaged = _planned.damagedFolders.find(folder);
+    if (damaged == _planned.damagedFolders.end())
+        return;
+    ++_report.damagedFolders;
+    Add(folder, ListingText(damaged->second));
+}
+
+// They say why their folder could not be made.
+bool EntryFailures::HasFiles(Number folder) const
+{
+    const Number first = _planned.plan.At(folder).firstChild;
+    const Number end = first + _planned.plan.At(folder).children;
+    for (Number child = first; child < end; ++child) {
+        if (!_planned.plan.At(child).IsFolder())
+            return true;
+    }
+    return false;
+}
+
+// A link leads to a folder, to nothing or out of the volume; it is missed only if it was named.
+void EntryFailures::AddUnopened(Number entry, VolumeObstacle obstacle, const std::string &reason)
+{
+    const PlanEntry &planned = _planned.plan.At(entry);
+    const bool isLink = obstacle == VolumeObstacle::kLink;
+    if (IsCounted(obstacle))
+        _report.counted[{obstacle, planned.IsFolder()}].push_back(
+            ShownPathOf(_planned.plan, entry));
+    else if (isLink && !planned.Has(PlanEntry::kIsNamed))
+        _report.links.push_back(ShownPathOf(_planned.plan, entry));
+    else if (isLink)
+        Add(entry, "this link is not followed");
+    else
+        Add(entry, WithDetail(reason, ObstacleText(obstacle)));
+}
+
+void EntryFailures::Add(Number entry, const std::string &reason)
+{
+    _report.failures.push_back({ShownPathOf(_planned.plan, entry), reason});
+}
+
+}  // namespace vx
