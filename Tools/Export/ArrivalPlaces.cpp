@@ -48,7 +48,8 @@ ArrivalPlaces::ArrivalPlaces(const ExportPlan &plan, DestinationTree &tree, cons
 {
 }
 
-bool ArrivalPlaces::Find(Number number, ArrivalPlace *place, PlaceError *error)
+bool ArrivalPlaces::Find(Number number, DestinationTree::Missing missing, ArrivalPlace *place,
+                         PlaceError *error)
 {
     const std::string path = _names.PathOf(number, &place->isChanged);
     if (path.empty())
@@ -61,8 +62,7 @@ bool ArrivalPlaces::Find(Number number, ArrivalPlace *place, PlaceError *error)
     if (place->folder && place->folderPath == split.folder)
         return true;
     place->folderPath = std::move(split.folder);
-    place->folder = _tree.Enter(place->folderPath, DestinationTree::Missing::kMake, &error->reason,
-                                &error->error);
+    place->folder = _tree.Enter(place->folderPath, missing, &error->reason, &error->error);
     return place->folder != nullptr;
 }
 

@@ -43,8 +43,10 @@ public:
     const PartialNames &Partials() const { return _partials; }
     const DestinationTraits &Traits() const { return _names.Traits(); }
 
-    // Makes the folders on the way. place: of the file before, whose folder is often the same.
-    bool Find(Number number, ArrivalPlace *place, PlaceError *error);
+    // place: of the file before, whose folder is often the same. missing: what is done about
+    // folders on the way; ENOENT if they are not made.
+    bool Find(Number number, DestinationTree::Missing missing, ArrivalPlace *place,
+              PlaceError *error);
 
     // Whether the file may arrive. replaces: whether an ordinary file stands there, replaced.
     bool MayTake(const ArrivalPlace &place, bool *replaces, struct stat *replaced,

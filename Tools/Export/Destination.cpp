@@ -55,11 +55,26 @@ bool Destination::IsFolder(const std::string &path) const
     return own.st_dev == other.st_dev && own.st_ino == other.st_ino;
 }
 
+bool Destination::Find(bool *exists, std::string *error)
+{
+    *exists = access(_path.c_str(), F_OK) == 0;
+    return !*exists || Resolve(error);
+}
+
 bool Destination::Prepare(bool *made, std::string *error)
 {
     *made = mkdir(_path.c_str(), 0777) == 0;
     if (!*made && errno != EEXIST)
         return FailFor("cannot make the folder ", _path, error);
+    if (Resolve(error))
+        return true;
+    if (*made)
+        rmdir(_path.c_str());
+    return false;
+}
+
+bool Destination::Resolve(std::string *error)
+{
     const std::unique_ptr<char, decltype(&free)> resolved(realpath(_path.c_str(), nullptr), &free);
     if (!resolved)
         return FailFor("cannot use the destination ", _path, error);
@@ -67,8 +82,6 @@ bool Destination::Prepare(bool *made, std::string *error)
     if (!IsUtf8(resolved.get())) {
         *error = "the destination " + TerminalText(_path) +
                  " lies in a folder whose name is not valid UTF-8";
-        if (*made)
-            rmdir(_path.c_str());
         return false;
     }
     _path = resolved.get();

@@ -1,6 +1,7 @@
 #include "DestinationProbe.h"
 
 #include "FileSystemFacts.h"
+#include "LocalFile.h"
 #include "UniqueFd.h"
 
 #include <algorithm>
@@ -172,6 +173,30 @@ void TryNames(const ProbeFolder &probe, DestinationTraits *traits)
     traits->refused = RefusedOf(probe, kPunctuation) + RefusedOf(probe, ControlCharacters());
 }
 
+std::string InOtherCase(std::string name)
+{
+    for (char &character : name) {
+        const bool isLetter = (character | 0x20) >= 'a' && (character | 0x20) <= 'z';
+        character = static_cast<char>(isLetter ? character ^ 0x20 : character);
+    }
+    return name;
+}
+
+// Told by the first name that has letters.
+bool FindsNamesInOtherCase(int folder)
+{
+    for (const std::string &name : NamesIn(folder)) {
+        const std::string other = InOtherCase(name);
+        struct stat found;
+        struct stat otherFound;
+        if (other == name || fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
+            continue;
+        return fstatat(folder, other.c_str(), &otherFound, AT_SYMLINK_NOFOLLOW) == 0 &&
+               IdentityOf(found) == IdentityOf(otherFound);
+    }
+    return false;
+}
+
 }  // namespace
 
 DestinationTraits ProbeDestination(int folder)
@@ -185,6 +210,15 @@ DestinationTraits ProbeDestination(int folder)
     traits.largestFile = LargestFileBySystem(file.Get());
     traits.timeStep = TimeStepOf(file.Get());
     TryNames(probe, &traits);
+    return traits;
+}
+
+DestinationTraits LookAtDestination(int folder)
+{
+    DestinationTraits traits;
+    NoteLengths(fpathconf(folder, _PC_NAME_MAX), &traits);
+    traits.largestFile = LargestFileByKind(folder);
+    traits.ignoresCase = FindsNamesInOtherCase(folder);
     return traits;
 }
 

@@ -10,4 +10,8 @@ namespace vx {
 // folder: the destination, open.
 DestinationTraits ProbeDestination(int folder);
 
+// What can be known without writing: how long names and how large files may be, and whether case
+// matters, if there is a name to tell by. folder: open, the destination or where it will be made.
+DestinationTraits LookAtDestination(int folder);
+
 }  // namespace vx

@@ -6,13 +6,14 @@
 #include "CopyWorkers.h"
 #include "DestinationProbe.h"
 #include "DiskSync.h"
+#include "DryRun.h"
 #include "EndingSignal.h"
 #include "EntryFailures.h"
 #include "ExitStatus.h"
 #include "FileSizeLimit.h"
+#include "Forecast.h"
 #include "NumberText.h"
 #include "PlanText.h"
-#include "RoomCheck.h"
 #include "SourceFiles.h"
 #include "StopRequest.h"
 #include "TerminalText.h"
@@ -93,6 +94,8 @@ int ExportCommand::Run()
     FailWritesBeyondFileSizeLimit();
     if (!MakePlan(&error))
         return FailWith(kExitIncomplete, error + " (nothing was exported)");
+    if (_options.dryRun)
+        return DryRun(_session, _options, _planned, _tree).Run(_destination);
     bool isNew = false;
     if (!_destination.Prepare(&isNew, &error))
         return FailWith(kExitUsage, error);
@@ -151,9 +154,15 @@ bool ExportCommand::MayBegin(const PlanNames &names, std::string *error)
 // Without room, what fits is exported if the user wants that.
 bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
 {
-    if (RoomCheck(_planned.plan, _session.Reports(), _tree, names)
-            .HasRoom(_destination.Path(), error))
+    if (HasRoomForAll(_planned.plan, _tree.Root()))
         return true;
+    const SourceFiles sources(_options.volume, _options.keyFile);
+    const Forecast forecast =
+        Forecaster({_planned, _session.Reports(), names, sources, _tree, _tree.Root(), false})
+            .Run(_destination.Path());
+    if (forecast.Fits())
+        return true;
+    *error = forecast.ShortageText();
     if (!CanConfirm()) {
         *error += "; nothing was exported. With --no-space-check, what fits is exported";
         return false;

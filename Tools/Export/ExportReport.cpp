@@ -12,6 +12,15 @@ namespace {
 // Names of copies that are shown without --verbose.
 constexpr size_t kFewRenamed = 20;
 
+// Of what has happened, or would.
+struct Words {
+    const char *renamed;
+    const char *failed;
+    const char *exported;
+};
+constexpr Words kHappened = {"Arrived under another name", "Failed", "was exported"};
+constexpr Words kExpected = {"Would arrive under another name", "Would fail", "would be exported"};
+
 int64_t CountOf(size_t count)
 {
     return static_cast<int64_t>(count);
@@ -82,13 +91,13 @@ void PrintStopped(const ExportReport &report, bool verbose, FILE *stream)
     PrintCountedFiles("Copied, but not checked", report.notChecked, verbose, stream);
 }
 
-void PrintRenamed(const ExportReport &report, bool verbose, FILE *stream)
+void PrintRenamed(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
 {
     if (report.renamed.empty())
         return;
     const size_t count = report.renamed.size();
     const size_t shown = verbose ? count : std::min(count, kFewRenamed);
-    fprintf(stream, "Arrived under another name: %s%s\n", FilesText(CountOf(count)).c_str(),
+    fprintf(stream, "%s: %s%s\n", words.renamed, FilesText(CountOf(count)).c_str(),
             shown < count ? " (--verbose names them all)" : "");
     for (size_t i = 0; i < shown; ++i)
         fprintf(stream, "  %s: as %s\n", report.renamed[i].path.c_str(),
@@ -108,7 +117,7 @@ void PrintLinks(const ExportReport &report, bool verbose, FILE *stream)
         fprintf(stream, "  %s\n", link.c_str());
 }
 
-void PrintCounted(const ExportReport &report, bool verbose, FILE *stream)
+void PrintCounted(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
 {
     for (const auto &kind : report.counted) {
         const std::vector<std::string> &paths = kind.second;
@@ -121,20 +130,20 @@ void PrintCounted(const ExportReport &report, bool verbose, FILE *stream)
             fprintf(stream, "    %s\n", path.c_str());
     }
     if (report.damagedFolders > 0)
-        fprintf(stream, "  %s damaged: what could be read of %s was exported\n",
+        fprintf(stream, "  %s damaged: what could be read of %s %s\n",
                 CountText(report.damagedFolders, "folder is", "folders are").c_str(),
-                report.damagedFolders == 1 ? "it" : "them");
+                report.damagedFolders == 1 ? "it" : "them", words.exported);
 }
 
-void PrintFailures(const ExportReport &report, bool verbose, FILE *stream)
+void PrintFailures(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
 {
     size_t count = report.failures.size();
     for (const auto &kind : report.counted)
         count += kind.second.size();
     if (count == 0)
         return;
-    fprintf(stream, "Failed: %s\n", GroupedText(CountOf(count)).c_str());
-    PrintCounted(report, verbose, stream);
+    fprintf(stream, "%s: %s\n", words.failed, GroupedText(CountOf(count)).c_str());
+    PrintCounted(report, words, verbose, stream);
     for (const ExportReport::Failure &failure : report.failures)
         fprintf(stream, "  %s: %s\n", failure.path.c_str(), failure.reason.c_str());
 }
@@ -152,6 +161,13 @@ void PrintDisk(const ExportReport &report, FILE *stream)
             TerminalText(report.destination).c_str(), report.syncError.c_str());
 }
 
+void PrintExceptions(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
+{
+    PrintRenamed(report, words, verbose, stream);
+    PrintLinks(report, verbose, stream);
+    PrintFailures(report, words, verbose, stream);
+}
+
 }  // namespace
 
 bool ExportReport::IsComplete() const
@@ -163,11 +179,14 @@ bool ExportReport::IsComplete() const
 void PrintReport(const ExportReport &report, bool verbose, FILE *stream)
 {
     PrintArrived(report, stream);
-    PrintRenamed(report, verbose, stream);
-    PrintLinks(report, verbose, stream);
-    PrintFailures(report, verbose, stream);
+    PrintExceptions(report, kHappened, verbose, stream);
     PrintDisk(report, stream);
     PrintStopped(report, verbose, stream);
+}
+
+void PrintExpected(const ExportReport &report, bool verbose, FILE *stream)
+{
+    PrintExceptions(report, kExpected, verbose, stream);
 }
 
 }  // namespace vx

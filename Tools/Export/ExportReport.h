@@ -53,4 +53,7 @@ struct ExportReport {
 // verbose: names everything that is only counted otherwise.
 void PrintReport(const ExportReport &report, bool verbose, FILE *stream);
 
+// The part of it on other names, links and failures, as what would happen.
+void PrintExpected(const ExportReport &report, bool verbose, FILE *stream);
+
 }  // namespace vx

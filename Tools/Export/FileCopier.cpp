@@ -54,7 +54,8 @@ bool FileCopier::FindPlace()
     if (!IsUtf16(_job.plan.NameOf(_number)))
         return Fail("its name is not valid text");
     PlaceError error;
-    return _job.places.Find(_number, &_place, &error) || FailPlaced(error);
+    return _job.places.Find(_number, DestinationTree::Missing::kMake, &_place, &error) ||
+           FailPlaced(error);
 }
 
 void FileCopier::CopyIfMissing()

@@ -11,6 +11,9 @@ namespace vx {
 // nothing.
 int64_t LargestFileBySystem(int file);
 
+// The same for an open folder, as far as the kind of its file system says.
+int64_t LargestFileByKind(int folder);
+
 // When it was modified.
 timespec ModificationOf(const struct stat &file);
 

@@ -67,7 +67,12 @@ int64_t LargestFileBySystem(int file)
         (MayReach(file, middle) ? reached : beyond) = middle;
     }
     lseek(file, 0, SEEK_SET);
-    return LiesOnFat(file) ? std::min(reached, kLargestOnFat) : reached;
+    return std::min(reached, LargestFileByKind(file));
+}
+
+int64_t LargestFileByKind(int folder)
+{
+    return LiesOnFat(folder) ? kLargestOnFat : std::numeric_limits<int64_t>::max();
 }
 
 timespec ModificationOf(const struct stat &file)

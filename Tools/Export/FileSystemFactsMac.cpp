@@ -19,6 +19,11 @@ int64_t LargestFileBySystem(int file)
     return (int64_t{1} << (bits - 1)) - 1;
 }
 
+int64_t LargestFileByKind(int folder)
+{
+    return LargestFileBySystem(folder);
+}
+
 timespec ModificationOf(const struct stat &file)
 {
     return file.st_mtimespec;
