@@ -1,5 +1,6 @@
 #include "ArrivingFile.h"
 
+#include "EarlyWriting.h"
 #include "LocalFileOpening.h"
 #include "NameForms.h"
 
@@ -13,6 +14,9 @@ namespace {
 constexpr unsigned kMostNumbers = 10000;
 
 constexpr mode_t kPermissions = 0777;
+
+// Long enough for the file system to lay it out in one piece.
+constexpr int64_t kWritingStep = int64_t{8} << 20;
 
 void TakeAfter(int file, const struct stat &replaced)
 {
@@ -31,6 +35,7 @@ bool ArrivingFile::Create(const Folder &folder, const std::string &name,
     Discard();
     _folder = folder;
     _name = name;
+    _written = _begun = 0;
     _file = CreatePartial();
     if (!_file)
         return false;
@@ -72,7 +77,17 @@ size_t ArrivingFile::Write(const void *bytes, size_t count)
             break;
         done += static_cast<size_t>(written);
     }
+    NoteWritten(done);
     return done;
+}
+
+void ArrivingFile::NoteWritten(size_t count)
+{
+    _written += static_cast<int64_t>(count);
+    if (_written - _begun < kWritingStep)
+        return;
+    BeginWriting(_file.Get(), _begun, _written - _begun);
+    _begun = _written;
 }
 
 bool ArrivingFile::Close()

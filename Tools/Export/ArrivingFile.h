@@ -36,7 +36,8 @@ public:
 
     // The descriptor of the partial file, until it is closed.
     int File() const { return _file.Get(); }
-    // How many bytes were written: count, or fewer after an error.
+    // How many bytes were written: count, or fewer after an error. Of a large file the disk gets
+    // each part soon after it was written (EarlyWriting.h).
     size_t Write(const void *bytes, size_t count);
     bool Close();
 
@@ -53,6 +54,7 @@ public:
 private:
     UniqueFd CreatePartial();
     bool MoveTo(const std::string &name);
+    void NoteWritten(size_t count);
 
     const PartialNames &_partials;
     const size_t _longest;
@@ -60,6 +62,8 @@ private:
     std::string _name;
     std::string _partial;  // empty: there is none
     UniqueFd _file;
+    int64_t _written = 0;
+    int64_t _begun = 0;  // of which the disk has been asked to write this much
     FileIdentity _identity = {0, 0};
 };
 
