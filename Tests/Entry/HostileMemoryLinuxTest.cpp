@@ -1,5 +1,6 @@
 // How much memory the opening of a hostile volume takes at most; asks the kernel, so Linux only.
 #include "ExfatImage.h"
+#include "FolderIndex.h"
 #include "TestImage.h"
 
 #include <algorithm>
@@ -128,7 +129,7 @@ protected:
     // attributes: of the entries.
     void ExpectLittleForFolderOf(uint16_t attributes);
 
-    static constexpr size_t kEntries = 524288;
+    static constexpr size_t kEntries = FolderMap::kMostEntries;
 };
 
 // The folder is listed twice, and then the last entry is looked for.
@@ -136,7 +137,7 @@ void HostileFolder::ExpectLittleForFolderOf(uint16_t attributes)
 {
     constexpr uint32_t kFolder = 100;
     constexpr size_t kSetBytes = 96;
-    ASSERT_TRUE(image.MakeExfat(80));
+    ASSERT_TRUE(image.MakeExfat(160));
     auto made = std::make_unique<ExfatImage>(image.Folder().ReadFile("image"));
     const size_t cluster = made->clusterBytes;
     const uint64_t size = (kEntries * kSetBytes + cluster - 1) / cluster * cluster;

@@ -52,6 +52,16 @@ TEST(FolderIndex, TheFolderUsedLeastRecentlyIsForgottenFirst)
     EXPECT_TRUE(index.Find(3, kWay));
 }
 
+TEST(FolderIndex, ATreeOfAMillionEntriesIsKept)
+{
+    FolderIndex index;
+    const auto thousand = MapOf("x", 1000);
+    for (uint64_t folder = 0; folder < 1000; ++folder)
+        index.Keep(folder, kWay, thousand);
+    for (uint64_t folder = 0; folder < 1000; ++folder)
+        EXPECT_TRUE(index.Find(folder, kWay));
+}
+
 TEST(FolderIndex, AFolderThatIsTooLargeIsNotKept)
 {
     FolderIndex index;

@@ -20,7 +20,7 @@ namespace vx {
 // The entries of one folder; unchanging once it is sealed.
 class FolderMap {
 public:
-    static constexpr size_t kMostEntries = size_t{1} << 19;
+    static constexpr size_t kMostEntries = size_t{1} << 20;
 
     // Once there are more than kMostEntries, it holds nothing.
     void Add(std::string_view name, const Node &node);
