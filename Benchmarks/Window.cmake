@@ -5,6 +5,7 @@ include("${CMAKE_SOURCE_DIR}/Tests/Support/Display.cmake")
 
 add_executable(window-probe EXCLUDE_FROM_ALL
   CountedRows.mm
+  ExportWorkerEnd.mm
   GeneratedVolume.cpp
   WatchedProgress.mm
   WindowProbe.mm)
