@@ -2,7 +2,7 @@
 //
 // PROGRAMS is the folder with the programs, FOLDER one on the file system to measure. TURNS is
 // how often each pair is measured, 5 without it; WORD picks the rows that hold it. Ends with 1
-// if a row failed or missed its limit.
+// if a row failed, missed its limit or could not be measured here.
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "BenchData.h"
+#include "ExportRows.h"
 #include "Rows.h"
-#include "VolumeRows.h"
 
 namespace {
 
@@ -21,9 +21,9 @@ bool Print(const Row &row)
 {
     const RowResult result = row.measure();
     if (!result.leftOut.empty()) {
-        printf("| %s | left out: %s | | | %g | - |\n", row.what.c_str(), result.leftOut.c_str(),
+        printf("| %s | not measured: %s | | | %g | - |\n", row.what.c_str(), result.leftOut.c_str(),
                row.limit);
-        return true;
+        return false;
     }
     if (!result.succeeded) {
         printf("| %s | failed | | | %g | no |\n", row.what.c_str(), row.limit);
@@ -54,7 +54,7 @@ int main(int argc, char **argv)
 
     const BenchSetting setting = {data, argv[1], turns};
     std::vector<Row> rows = BenchRows(setting);
-    for (Row &row : VolumeRows(setting))
+    for (Row &row : ExportRows(setting))
         rows.push_back(std::move(row));
     bool kept = true;
     printf(

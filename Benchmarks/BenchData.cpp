@@ -76,13 +76,23 @@ bool BenchData::MakeFolder(const std::string &folder) const
     return Made() && mkdir(folder.c_str(), 0777) == 0;
 }
 
-std::string BenchData::OneLargeFile()
+std::string BenchData::OneFile(const std::string &name, long long bytes)
 {
-    std::string folder = _folder + "/large";
+    std::string folder = _folder + name;
     if (!MakeFolder(folder))
         return errno == EEXIST ? folder : "";
     const std::vector<char> block = Noise(size_t(1) << 20);
-    return WriteFile(folder + "/file.bin", block, kLargeFileBytes >> 20) ? folder : "";
+    return WriteFile(folder + "/file.bin", block, bytes >> 20) ? folder : "";
+}
+
+std::string BenchData::OneLargeFile()
+{
+    return OneFile("/large", kLargeFileBytes);
+}
+
+std::string BenchData::OneGibibyte()
+{
+    return OneFile("/gibibyte", 1LL << 30);
 }
 
 std::string BenchData::ManySmallFiles()
@@ -116,6 +126,23 @@ std::string BenchData::ManyEntries()
         if (!WriteFile(path, {}, 0) || truncate(path.c_str(), sizes(generator)) != 0 ||
             !SetModified(path, times(generator)))
             return "";
+    }
+    return folder;
+}
+
+std::string BenchData::EmptyFiles(unsigned thousands)
+{
+    std::string folder = _folder + "/empty files " + std::to_string(thousands);
+    if (!MakeFolder(folder))
+        return errno == EEXIST ? folder : "";
+    for (unsigned i = 0; i < thousands; ++i) {
+        const std::string inner = folder + Numbered("/folder %04u", i);
+        if (!MakeFolder(inner))
+            return "";
+        for (unsigned j = 0; j < 1000; ++j) {
+            if (!WriteFile(inner + Numbered("/document %04u.txt", j), {}, 0))
+                return "";
+        }
     }
     return folder;
 }

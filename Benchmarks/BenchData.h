@@ -16,9 +16,12 @@ public:
 
     // Each makes its folder at the first call. An empty text: it could not be made.
     std::string OneLargeFile();    // one file of 2 GiB
+    std::string OneGibibyte();     // one file of 1 GiB
     std::string ManySmallFiles();  // 20,000 files of 4 KiB in 200 folders
     std::string ManyEntries();     // 100,000 sparse files of many sizes and times
-    std::string LikeADisk();       // 100 entries of many kinds, as at a disk's root
+    // Empty files in folders of a thousand. thousands: how many of those.
+    std::string EmptyFiles(unsigned thousands);
+    std::string LikeADisk();  // 100 entries of many kinds, as at a disk's root
     std::string Empty();
 
     // A folder that does not exist, for a copy; what an earlier copy left there is removed, what is
@@ -27,6 +30,7 @@ public:
 
 private:
     bool MakeFolder(const std::string &folder) const;
+    std::string OneFile(const std::string &name, long long bytes);
 
     std::string _folder;
 };

@@ -1,12 +1,15 @@
 #include "ChildProcess.h"
 
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <chrono>
+
+#include "ResidentMemory.h"
 
 extern char **environ;
 
@@ -26,10 +29,10 @@ std::string ReadAll(int descriptor)
     }
 }
 
-bool EndedWell(pid_t child)
+bool EndedWell(pid_t child, rusage *usage)
 {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
+    while (wait4(child, &status, 0, usage) < 0) {
         if (errno != EINTR)
             return false;
     }
@@ -42,7 +45,7 @@ ChildResult RunChild(const std::vector<std::string> &arguments)
 {
     int ends[2];
     if (pipe(ends) != 0)
-        return {false, 0, ""};
+        return {false, 0, "", 0};
     std::vector<char *> argv;
     argv.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments)
@@ -60,9 +63,11 @@ ChildResult RunChild(const std::vector<std::string> &arguments)
     const int error = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
-    ChildResult result = {false, 0, error == 0 ? ReadAll(ends[0]) : ""};
+    ChildResult result = {false, 0, error == 0 ? ReadAll(ends[0]) : "", 0};
     close(ends[0]);
-    result.succeeded = error == 0 && EndedWell(child);
+    rusage usage = {};
+    result.succeeded = error == 0 && EndedWell(child, &usage);
+    result.peakBytes = PeakBytes(usage);
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;

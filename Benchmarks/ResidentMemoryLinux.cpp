@@ -30,3 +30,9 @@ int64_t ResidentBytesAtMost()
 {
     return StatusBytes("VmHWM");
 }
+
+// Counted in KiB here.
+int64_t PeakBytes(const rusage &usage)
+{
+    return int64_t{usage.ru_maxrss} * 1024;
+}

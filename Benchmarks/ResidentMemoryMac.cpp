@@ -23,3 +23,9 @@ int64_t ResidentBytesAtMost()
 {
     return static_cast<int64_t>(basicInfo().resident_size_max);
 }
+
+// Counted in bytes here.
+int64_t PeakBytes(const rusage &usage)
+{
+    return usage.ru_maxrss;
+}

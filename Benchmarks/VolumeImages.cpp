@@ -26,7 +26,7 @@ from=$(realpath "$3")
 (cd "$mount" && eval "$4") || { unmount; exit 1; }
 unmount
 rmdir "$mount"
-"$5" "$1.part" "$1.encrypted" --method xts128 --password "$6"
+"$5" "$1.part" "$1.encrypted" --method xts128 --password "$6" --startup-key "$1.BEK"
 mv "$1.part" "$1"
 )";
 
@@ -57,7 +57,7 @@ VolumeImages::Pair VolumeImages::Make(const std::string &name, const std::string
                                       const std::string &from, const std::string &fill) const
 {
     const std::string image = _data.Folder() + "/" + name;
-    Pair pair = {image, image + ".encrypted"};
+    Pair pair = {image, image + ".encrypted", image + ".BEK"};
     if (access(image.c_str(), R_OK) == 0)
         return pair;
     const ChildResult result =
@@ -66,10 +66,9 @@ VolumeImages::Pair VolumeImages::Make(const std::string &name, const std::string
     return result.succeeded ? pair : Pair{};
 }
 
-VolumeImages::Pair VolumeImages::OneLargeFile() const
+VolumeImages::Pair VolumeImages::OneGibibyte() const
 {
-    return Make("large.ntfs", "1200M", _data.OneLargeFile(),
-                R"(head -c 1073741824 "$from/file.bin" > file.bin)");
+    return Make("gibibyte.ntfs", "1200M", _data.OneGibibyte(), R"(cp -r "$from/." .)");
 }
 
 VolumeImages::Pair VolumeImages::ManySmallFiles() const

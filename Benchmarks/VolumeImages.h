@@ -19,10 +19,11 @@ public:
     struct Pair {
         std::string plain;
         std::string encrypted;
+        std::string key;  // the startup key of the encrypted one
         bool Made() const { return !plain.empty(); }
     };
     // Each makes its images at the first call.
-    Pair OneLargeFile() const;    // one file of 1 GiB
+    Pair OneGibibyte() const;     // BenchData's file of 1 GiB
     Pair ManySmallFiles() const;  // BenchData's tree of small files
 
 private:
