@@ -232,7 +232,7 @@ RowResult MemoryOfMany(const EmptyTrees &trees)
 std::vector<Row> ExportRows(const BenchSetting &setting)
 {
     const auto trees = std::make_shared<SharedTrees::element_type>();
-    const auto onTrees = [=](std::function<RowResult(const EmptyTrees &)> measure) {
+    const auto onTrees = [=](const std::function<RowResult(const EmptyTrees &)> &measure) {
         return [=] { return OnEmptyTrees(setting, trees, measure); };
     };
     return {

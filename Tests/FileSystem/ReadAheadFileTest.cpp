@@ -121,8 +121,10 @@ TEST_F(ReadAhead, AFileWithABadPlaceInItsFirstChunkIsNeverReadAhead)
     script.bad = 5;
     const auto file = Open();
     EXPECT_FALSE(Read(*file, kMiB));
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 10; ++i) {
         ReadWell(*file, kMiB);
+        EXPECT_FALSE(file->IsAhead());
+    }
     EXPECT_EQ(script.ByOthers(), 0u);
 }
 

@@ -84,7 +84,7 @@ void ReadAheadFile::Begin(uint32_t count)
     const uint32_t chunkBytes = std::min(count, kLargestChunk);
     const int64_t left = KnownSize() - _end;
     const int64_t chunks = std::min<int64_t>(kChunks, (left + chunkBytes - 1) / chunkBytes);
-    if (left <= 0 || !MakeWindow(static_cast<size_t>(chunks), chunkBytes))
+    if (left <= 0 || IsOver() || !MakeWindow(static_cast<size_t>(chunks), chunkBytes))
         return;
     const MutexLock lock(_mutex);
     _next = _end;
@@ -193,6 +193,12 @@ void ReadAheadFile::NoteFilled(const Chunk &chunk, bool isWhole)
     _next += chunk.count;
     ++_ready;
     _changed.NotifyAll();
+}
+
+bool ReadAheadFile::IsOver()
+{
+    const MutexLock lock(_mutex);
+    return _isOver;
 }
 
 // What is ready remains.

@@ -49,6 +49,8 @@ public:
 
     ReadAheadFile(std::unique_ptr<VolumeFile> file, ReadAheadRoom *room);
     ~ReadAheadFile() override;
+    ReadAheadFile(const ReadAheadFile &) = delete;
+    ReadAheadFile &operator=(const ReadAheadFile &) = delete;
 
     std::optional<int64_t> Size() const override { return _file->Size(); }
     void VisitPlaces(const StoredPlaceVisitor &visit) const override { _file->VisitPlaces(visit); }
@@ -69,7 +71,6 @@ private:
     uint32_t Take(char *buffer, uint32_t count);
     const Chunk *WaitForFirst();
     void DropFirst();
-    void NoteRead(int64_t position, uint32_t asked, uint32_t length);
     void Begin(uint32_t count);
     bool MakeWindow(size_t chunks, uint32_t chunkBytes) noexcept;
     void Refill() noexcept;
@@ -83,6 +84,7 @@ private:
     void NoteFilled(const Chunk &chunk, bool isWhole);
 
     // On either:
+    bool IsOver();
     void GiveUpAhead();
 
     const std::unique_ptr<VolumeFile> _file;
