@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Destination.h"
@@ -14,6 +15,7 @@
 #import "ListCommand.h"
 #include "OpeningInterruption.h"
 #include "Options.h"
+#include "RescueMap.h"
 #include "SecretPrompt.h"
 #include "StandardDescriptors.h"
 #include "TerminalText.h"
@@ -85,12 +87,28 @@ int Open(Options *options, vx::VolumeSession *session, std::string *error)
     return isOpen ? vx::kExitSuccess : vx::kExitNotOpened;
 }
 
+// What the options say of a damaged disk.
+bool ReadDiskOptions(const Options &options, vx::DiskReading *reading, std::string *error)
+{
+    reading->retries = options.retries.value_or(0);
+    reading->slowAfter = options.skipSlow.value_or(0);
+    reading->recordsReads = !options.writeMap.empty();
+    if (options.map.empty())
+        return true;
+    auto map = vx::RescueMap::Read(options.map, error);
+    if (map)
+        reading->unread = std::move(map->unread);
+    return map.has_value();
+}
+
 int Run(Options &options)
 {
     std::string error;
-    if (!IsDestinationUsable(options, &error))
+    vx::DiskReading reading;
+    if (!IsDestinationUsable(options, &error) || !ReadDiskOptions(options, &reading, &error))
         return Fail(vx::kExitUsage, error);
     vx::VolumeSession session;
+    session.SetReading(std::move(reading));
     const int status = Open(&options, &session, &error);
     // With nothing written, and the secret overwritten.
     if (vx::OpeningInterruption::Signal() != 0)

@@ -13,6 +13,7 @@
 #include "FileSizeLimit.h"
 #include "Forecast.h"
 #include "NumberText.h"
+#include "PlacesSurvey.h"
 #include "PlanText.h"
 #include "SourceFiles.h"
 #include "StopRequest.h"
@@ -94,6 +95,8 @@ int ExportCommand::Run()
     FailWritesBeyondFileSizeLimit();
     if (!MakePlan(&error))
         return FailWith(kExitIncomplete, error + " (nothing was exported)");
+    if (!Survey(&error))
+        return FailWith(kExitUsage, error + " (nothing was exported)");
     if (_options.dryRun)
         return DryRun(_session, _options, _planned, _tree).Run(_destination);
     bool isNew = false;
@@ -115,6 +118,28 @@ bool ExportCommand::MakePlan(std::string *error)
     }
     return PlanBuilder(_session.Volume(), _session.Reports(), filter)
         .Build(_options.paths, &_planned, error);
+}
+
+SourceFiles ExportCommand::Sources() const
+{
+    SourceFiles sources(_options.volume, _options.keyFile);
+    sources.AddFile(_options.map);
+    return sources;
+}
+
+// Of a disk with a map, or for one.
+bool ExportCommand::Survey(std::string *error) const
+{
+    if (_options.map.empty() && _options.writeMap.empty())
+        return true;
+    PlacesSurvey survey(_session, _planned);
+    survey.Run();
+    if (!_options.map.empty())
+        survey.Print(_options.verbose, stderr);
+    if (_options.writeMap.empty())
+        return true;
+    return Sources().MayReplace(_options.writeMap, error) &&
+           survey.WriteMap(_options.writeMap, SourceFiles::ImageOf(_options.volume), error);
 }
 
 // isNew: the destination was made for this.
@@ -156,7 +181,7 @@ bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
 {
     if (HasRoomForAll(_planned.plan, _tree.Root()))
         return true;
-    const SourceFiles sources(_options.volume, _options.keyFile);
+    const SourceFiles sources = Sources();
     const Forecast forecast =
         Forecaster({_planned, _session.Reports(), names, sources, _tree, _tree.Root(), false})
             .Run(_destination.Path());
@@ -198,7 +223,8 @@ void ExportCommand::Export(const PlanNames &names)
 void ExportCommand::Copy(const PlanNames &names, Arrivals *arrivals)
 {
     const auto start = Clock::now();
-    const SourceFiles sources(_options.volume, _options.keyFile);
+    SourceFiles sources = Sources();
+    sources.AddFile(_options.writeMap);
     ArrivalPlaces places(_planned.plan, _tree, names, sources);
     CopyProgress progress("Copying", _planned.plan, _planned.bytes, start);
     ExportDates dates(_planned.plan, !_options.noTimes);

@@ -14,6 +14,7 @@
 #include "Options.h"
 #include "PlanBuilder.h"
 #include "PlanNames.h"
+#include "SourceFiles.h"
 #include "VolumeSession.h"
 
 #include <string>
@@ -31,6 +32,8 @@ public:
 
 private:
     bool MakePlan(std::string *error);
+    SourceFiles Sources() const;
+    bool Survey(std::string *error) const;
     int RunInto(bool isNew);
     bool MayBegin(const PlanNames &names, std::string *error);
     bool HasRoom(const PlanNames &names, std::string *error);

@@ -1,6 +1,7 @@
 #include "SourceFiles.h"
 
 #include "PathText.h"
+#include "TerminalText.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -25,13 +26,6 @@ bool IsFile(const std::string &path)
 {
     struct stat found;
     return stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode);
-}
-
-// "disk.E01#2" → "disk.E01", unless there is a file of the whole name.
-std::string ImageOf(const std::string &volume)
-{
-    const size_t mark = volume.rfind('#');
-    return IsFile(volume) || mark == std::string::npos ? volume : volume.substr(0, mark);
 }
 
 struct NameParts {
@@ -67,6 +61,25 @@ bool IsPartOf(const NameParts &image, const NameParts &other)
 }
 
 }  // namespace
+
+std::string SourceFiles::ImageOf(const std::string &volume)
+{
+    const size_t mark = volume.rfind('#');
+    return IsFile(volume) || mark == std::string::npos ? volume : volume.substr(0, mark);
+}
+
+bool SourceFiles::MayReplace(const std::string &path, std::string *error) const
+{
+    struct stat found;
+    if (lstat(path.c_str(), &found) != 0)
+        return true;
+    if (S_ISREG(found.st_mode) && !Holds(found))
+        return true;
+    *error =
+        TerminalText(path) + (S_ISREG(found.st_mode) ? " is read by this export and is not replaced"
+                                                     : " is no ordinary file and is not replaced");
+    return false;
+}
 
 SourceFiles::SourceFiles(const std::string &volume, const std::string &key)
 {

@@ -18,11 +18,19 @@ class SourceFiles {
 public:
     // volume: as it was opened, "disk.E01#2" too. key: a startup key's path, or empty.
     SourceFiles(const std::string &volume, const std::string &key);
+    // One more; a path that is empty or leads nowhere adds nothing.
+    void AddFile(const std::string &path);
 
     bool Holds(const struct stat &file) const;
+    // Whether a file that the program writes may get this path: nothing is there, or an ordinary
+    // file that is none of these. False: error says why in one line.
+    bool MayReplace(const std::string &path, std::string *error) const;
+
+    // The path without the number of a volume: "disk.E01#2" → "disk.E01", unless there is a file of
+    // the whole name.
+    static std::string ImageOf(const std::string &volume);
 
 private:
-    void AddFile(const std::string &path);
     void AddOpenFiles();
     void AddParts(const std::string &image);
     void AddNamedBy(const std::string &descriptor);

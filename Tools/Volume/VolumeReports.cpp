@@ -16,6 +16,11 @@ void AddRange(void *ranges, uint64_t offset, uint64_t length)
     static_cast<std::vector<ByteRange> *>(ranges)->push_back({offset, length});
 }
 
+void AddPlace(void *ranges, uint64_t, uint64_t offset, uint64_t length)
+{
+    AddRange(ranges, offset, length);
+}
+
 }  // namespace
 
 VolumeReports::VolumeReports(void *library, IVolume &volume)
@@ -26,6 +31,10 @@ VolumeReports::VolumeReports(void *library, IVolume &volume)
           library, "volume_library_describe_listing")),
       _unreadRanges(
           FunctionOf<VolumeLibraryUnreadRangesFunction>(library, "volume_library_unread_ranges")),
+      _filePlaces(
+          FunctionOf<VolumeLibraryFilePlacesFunction>(library, "volume_library_file_places")),
+      _visitTablesRead(FunctionOf<VolumeLibraryVisitTablesReadFunction>(
+          library, "volume_library_visit_tables_read")),
       _isGone(FunctionOf<VolumeLibraryIsGoneFunction>(library, "volume_library_is_gone"))
 {
 }
@@ -46,6 +55,22 @@ std::vector<ByteRange> VolumeReports::UnreadRanges(VolumeHandle file) const
     if (_unreadRanges != nullptr)
         _unreadRanges(&_volume, file, AddRange, &ranges);
     return ranges;
+}
+
+std::vector<ByteRange> VolumeReports::Places(VolumeHandle file) const
+{
+    std::vector<ByteRange> places;
+    if (_filePlaces != nullptr)
+        _filePlaces(&_volume, file, AddPlace, &places);
+    return places;
+}
+
+std::vector<ByteRange> VolumeReports::TablesRead() const
+{
+    std::vector<ByteRange> tables;
+    if (_visitTablesRead != nullptr)
+        _visitTablesRead(&_volume, AddRange, &tables);
+    return tables;
 }
 
 bool VolumeReports::IsGone() const

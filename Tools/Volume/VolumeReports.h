@@ -25,6 +25,11 @@ public:
     bool DescribeListing(VolumeHandle search, VolumeListingReport *report) const;
     // What could not be read through this open file so far, in the file's order.
     std::vector<ByteRange> UnreadRanges(VolumeHandle file) const;
+    // Where on the disk the file is stored, in the file's order.
+    std::vector<ByteRange> Places(VolumeHandle file) const;
+    // What was read of the disk so far but for the contents of files; none if that was not wanted
+    // (DiskReading).
+    std::vector<ByteRange> TablesRead() const;
     // Whether the disk or image went away.
     bool IsGone() const;
 
@@ -33,6 +38,8 @@ private:
     const VolumeLibraryDescribeEntryFunction _describeEntry;
     const VolumeLibraryDescribeListingFunction _describeListing;
     const VolumeLibraryUnreadRangesFunction _unreadRanges;
+    const VolumeLibraryFilePlacesFunction _filePlaces;
+    const VolumeLibraryVisitTablesReadFunction _visitTablesRead;
     const VolumeLibraryIsGoneFunction _isGone;
 };
 

@@ -6,8 +6,10 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "DiskReading.h"
 #include "ObservedVolume.h"
 #include "VolumeReports.h"
 
@@ -18,6 +20,10 @@ public:
     VolumeSession() = default;
     VolumeSession(const VolumeSession &) = delete;
     VolumeSession &operator=(const VolumeSession &) = delete;
+
+    // How the disk is read; called before Open.
+    void SetReading(DiskReading reading) { _reading = std::move(reading); }
+    const DiskReading &Reading() const { return _reading; }
 
     // The three texts go to the volume library. Called once. False: error says in one line what
     // is wrong: the library or its entry is missing, the status that came back and its meaning,
@@ -37,6 +43,7 @@ private:
     bool Accept(void *library, const std::string &name, IVolume *opened, int32_t status,
                 std::string *error);
 
+    DiskReading _reading;
     std::vector<std::string> _warnings;
     std::unique_ptr<VolumeReports> _reports;
     std::unique_ptr<ObservedVolume> _volume;

@@ -61,11 +61,14 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
     IVolume *opened = nullptr;
     int32_t status = 0;
     bool isCalled = false;
+    if (!_reading.Request(library.get(), error))
+        return false;
     {
         const OpeningInterruption interruption(library.get());
         isCalled = wrapper.openBitlockerDevice(volume.c_str(), unlockKind.c_str(), secret, &opened,
                                                &status);
     }
+    DiskReading::Reset(library.get());
     if (!isCalled) {
         *error = ReasonNotCalled(path);
         return false;

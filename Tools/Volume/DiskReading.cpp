@@ -1,0 +1,47 @@
+#include "DiskReading.h"
+
+#include "VolumeOpeningOptions.h"
+
+#include <dlfcn.h>
+
+namespace vx {
+namespace {
+
+VolumeLibrarySetOpeningOptionsFunction FunctionOf(void *library)
+{
+    return reinterpret_cast<VolumeLibrarySetOpeningOptionsFunction>(
+        library != nullptr ? dlsym(library, "volume_library_set_opening_options") : nullptr);
+}
+
+}  // namespace
+
+bool DiskReading::IsUsual() const
+{
+    return unread.empty() && retries == 0 && slowAfter == 0 && !recordsReads;
+}
+
+bool DiskReading::Request(void *library, std::string *error) const
+{
+    if (IsUsual())
+        return true;
+    VolumeOpeningOptions options;
+    options.retries = retries;
+    options.slowMilliseconds = slowAfter;
+    options.recordsReads = recordsReads ? 1 : 0;
+    options.unread = unread.data();
+    options.unreadCount = unread.size();
+    const auto set = FunctionOf(library);
+    if (set != nullptr && set(&options))
+        return true;
+    *error = "the volume library is another version, which cannot read a disk by a map, with "
+             "retries or without slow places";
+    return false;
+}
+
+void DiskReading::Reset(void *library)
+{
+    if (const auto set = FunctionOf(library))
+        (void)set(nullptr);
+}
+
+}  // namespace vx

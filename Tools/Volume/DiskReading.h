@@ -1,0 +1,29 @@
+// How a damaged disk is to be read; the volume library is told before it opens the volume.
+//
+// Units: bytes, milliseconds. Errors: one line without a line end.
+#pragma once
+
+#include "ByteRange.h"
+
+#include <cstdint>
+#include <string>
+
+namespace vx {
+
+struct DiskReading {
+    ByteRanges unread;          // is never read; sorted, without overlaps
+    uint32_t retries = 0;       // of a sector that cannot be read
+    uint32_t slowAfter = 0;     // a read that takes longer is followed by a skip; 0: none is
+    bool recordsReads = false;  // what is read as tables
+
+    // library: the handle of the loaded one. Concerns the next opening on this thread. False if the
+    // library cannot do it; one that is told nothing always can.
+    bool Request(void *library, std::string *error) const;
+    // So that a later opening is not concerned.
+    static void Reset(void *library);
+
+private:
+    bool IsUsual() const;
+};
+
+}  // namespace vx
