@@ -72,9 +72,11 @@ TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
                                                VX_EXPORT_PREFIX "volume_library_file_places",
                                                VX_EXPORT_PREFIX "volume_library_is_gone",
                                                VX_EXPORT_PREFIX "volume_library_last_error",
+                                               VX_EXPORT_PREFIX "volume_library_open_stream",
                                                VX_EXPORT_PREFIX
                                                "volume_library_set_opening_options",
                                                VX_EXPORT_PREFIX "volume_library_unread_ranges",
+                                               VX_EXPORT_PREFIX "volume_library_visit_streams",
                                                VX_EXPORT_PREFIX "volume_library_visit_tables_read"};
     EXPECT_EQ(ExportedSymbols(), expected);
 }

@@ -63,8 +63,11 @@ bool Opens(IVolume &volume, const std::u16string &path)
 std::optional<std::string> ReadWholeFile(IVolume &volume, const std::u16string &path)
 {
     const VolumeHandle file = OpenForReading(volume, path);
-    if (file == nullptr)
-        return std::nullopt;
+    return file != nullptr ? ReadToEnd(volume, file) : std::nullopt;
+}
+
+std::optional<std::string> ReadToEnd(IVolume &volume, VolumeHandle file)
+{
     std::string contents;
     char chunk[4096];
     uint32_t done = 0;

@@ -26,6 +26,8 @@ uint64_t SizeOf(const VolumeFindData &record);
 
 VolumeHandle OpenForReading(IVolume &volume, const std::u16string &path);
 bool Opens(IVolume &volume, const std::u16string &path);
+// The bytes from the handle's position on, or nothing if a read fails; closes it.
+std::optional<std::string> ReadToEnd(IVolume &volume, VolumeHandle file);
 // The file's bytes, or nothing if it does not open or a read fails.
 std::optional<std::string> ReadWholeFile(IVolume &volume, const std::u16string &path);
 

@@ -1,6 +1,10 @@
 #include "HandleVolume.h"
 
+#include "NameMapping.h"
+
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 namespace vx {
 namespace {
@@ -20,6 +24,16 @@ void SplitHalves(int64_t value, uint32_t *low, uint32_t *high)
 {
     *low = static_cast<uint32_t>(value);
     *high = static_cast<uint32_t>(static_cast<uint64_t>(value) >> 32);
+}
+
+// A stream's name takes 255 units on the disk, and three for a surrogate without its partner.
+constexpr size_t kStreamNameUnits = 3 * 255 + 1;
+
+// A file or a folder, which may be the root.
+std::optional<VolumePath> EntryPath(const char16_t *path)
+{
+    const bool isRoot = path != nullptr && std::u16string_view(path) == u"/";
+    return isRoot ? VolumePath::FromPattern(u"/*") : VolumePath::FromFile(path);
 }
 
 int64_t JoinHalves(uint32_t low, uint32_t high)
@@ -151,6 +165,36 @@ bool HandleVolume::DescribeListing(VolumeHandle search, VolumeListingReport *rep
         report->reason = reason;
     }
     return true;
+}
+
+bool HandleVolume::VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context)
+{
+    return OrIfThrown(false, [&] {
+        const auto checked = EntryPath(path);
+        if (!checked || stream == nullptr || IsGone())
+            return false;
+        return VisitEntryStreams(*checked, [&](const std::string &name, uint64_t size) {
+            char16_t units[kStreamNameUnits];
+            NameToUtf16(name.c_str(), units, std::size(units));
+            stream(context, units, size);
+        });
+    });
+}
+
+bool HandleVolume::OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle)
+{
+    return OrIfThrown(false, [&] {
+        const auto checked = EntryPath(path);
+        std::string name;
+        if (!checked || stream == nullptr || handle == nullptr || IsGone() ||
+            !AppendNameBytes(stream, std::u16string_view(stream).size(), &name))
+            return false;
+        auto opened = OpenEntryStream(*checked, name);
+        if (!opened)
+            return false;
+        *handle = opened.release();
+        return true;
+    });
 }
 
 bool HandleVolume::VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context)

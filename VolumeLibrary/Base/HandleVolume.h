@@ -13,7 +13,9 @@
 #include "VolumeListing.h"
 #include "VolumePath.h"
 
+#include <functional>
 #include <memory>
+#include <string>
 
 namespace vx {
 
@@ -44,6 +46,8 @@ public:
     // A kind of volume that can tell says more.
     bool VisitTablesRead(VolumeRangeFunction, void *) override { return false; }
     bool IsGone() override { return false; }
+    bool VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context) final;
+    bool OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle) final;
 
 protected:
     // Each returns null if that is not possible, and may throw std::bad_alloc.
@@ -51,6 +55,17 @@ protected:
     virtual std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) = 0;
     // What stands in the way of exporting what lies at the path.
     virtual VolumeEntryReport Describe(const VolumePath &entry) = 0;
+
+    // A stream beside the data of an entry: its name in the disk's bytes, and its size or
+    // kUnknownStreamSize.
+    using StreamVisitor = std::function<void(const std::string &name, uint64_t size)>;
+    // False if streams may be missing among those visited. A kind of volume with streams says more.
+    virtual bool VisitEntryStreams(const VolumePath &, const StreamVisitor &) { return true; }
+    // Null if that is not possible.
+    virtual std::unique_ptr<VolumeFile> OpenEntryStream(const VolumePath &, const std::string &)
+    {
+        return nullptr;
+    }
 };
 
 }  // namespace vx

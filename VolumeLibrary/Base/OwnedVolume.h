@@ -18,6 +18,8 @@ public:
     virtual bool VisitPlaces(VolumeHandle file, VolumePlaceFunction place, void *context) = 0;
     virtual bool VisitTablesRead(VolumeRangeFunction range, void *context) = 0;
     virtual bool IsGone() = 0;
+    virtual bool VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context) = 0;
+    virtual bool OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle) = 0;
 };
 
 }  // namespace vx

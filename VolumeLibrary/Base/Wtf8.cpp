@@ -18,7 +18,37 @@ void VisitCharacters(ByteView units, Take take)
     }
 }
 
+// The character at the front, which may be a surrogate; kInvalidCharacter for other bytes.
+char32_t NamedCharacter(std::string_view name, size_t *length)
+{
+    constexpr char kLeadOfSurrogates = '\xED';
+    const char32_t point = CharacterAtFront(name, length);
+    if (point != kInvalidCharacter || name[0] != kLeadOfSurrogates || name.size() < 3)
+        return point;
+    *length = 3;
+    const auto middle = static_cast<unsigned char>(name[1]);
+    const auto last = static_cast<unsigned char>(name[2]);
+    const char32_t surrogate = 0xD000u | (middle & 0x3Fu) << 6 | (last & 0x3Fu);
+    return IsSurrogate(surrogate) && last >> 6 == 2 && middle >> 6 == 2 ? surrogate
+                                                                        : kInvalidCharacter;
+}
+
 }  // namespace
+
+std::optional<std::u16string> Utf16FromWtf8(std::string_view name)
+{
+    std::u16string units;
+    size_t length = 0;
+    for (; !name.empty(); name.remove_prefix(length)) {
+        const char32_t point = NamedCharacter(name, &length);
+        if (point == kInvalidCharacter)
+            return std::nullopt;
+        units += FirstUnit(point);
+        if (UnitCount(point) == 2)
+            units += SecondUnit(point);
+    }
+    return units;
+}
 
 std::string Wtf8FromUtf16(ByteView units)
 {

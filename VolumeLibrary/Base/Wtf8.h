@@ -3,13 +3,18 @@
 
 #include "ByteView.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace vx {
 
 // A name: a surrogate without its partner is written as if it were a character (WTF-8). NameMapping
 // shows those bytes and finds them again, so no two names of a folder are confused.
 std::string Wtf8FromUtf16(ByteView units);
+
+// The reverse. Nothing for bytes that are not such a name.
+std::optional<std::u16string> Utf16FromWtf8(std::string_view name);
 
 // Text that is only shown, up to a zero unit: a surrogate without its partner becomes U+FFFD.
 std::string Utf8FromUtf16(ByteView units);

@@ -174,6 +174,18 @@ bool volume_library_is_gone(IVolume *volume) noexcept
     return volume != nullptr && vx::Owned(volume)->IsGone();
 }
 
+bool volume_library_visit_streams(IVolume *volume, const char16_t *path,
+                                  VolumeStreamFunction stream, void *context) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->VisitStreams(path, stream, context);
+}
+
+bool volume_library_open_stream(IVolume *volume, const char16_t *path, const char16_t *stream,
+                                VolumeHandle *handle) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->OpenStream(path, stream, handle);
+}
+
 void volume_library_cancel_opening() noexcept
 {
     vx::CancelFlag::RaiseAll();

@@ -81,6 +81,16 @@ public:
     virtual std::unique_ptr<VolumeFile> OpenFile(const Node &file) const = 0;
     // What stands in the way of exporting the entry; leaves report alone if nothing does.
     virtual void Describe(const Node &, VolumeEntryReport *) const {}
+
+    // The streams with names of a file or folder, each once; size: or kUnknownStreamSize.
+    using StreamVisitor = std::function<void(const std::string &name, uint64_t size)>;
+    // False if streams may be missing among those visited.
+    virtual bool VisitStreams(const Node &, const StreamVisitor &) const { return true; }
+    // Null if there is no such stream, or nothing of it can be read.
+    virtual std::unique_ptr<VolumeFile> OpenStream(const Node &, const std::string &) const
+    {
+        return nullptr;
+    }
 };
 
 }  // namespace vx

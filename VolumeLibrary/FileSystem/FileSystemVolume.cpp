@@ -56,6 +56,19 @@ bool FileSystemVolume::VisitTablesRead(VolumeRangeFunction range, void *context)
     return true;
 }
 
+bool FileSystemVolume::VisitEntryStreams(const VolumePath &entry, const StreamVisitor &visit)
+{
+    const auto found = Resolve(entry.Relative());
+    return found && _fileSystem->VisitStreams(found->node, visit);
+}
+
+std::unique_ptr<VolumeFile> FileSystemVolume::OpenEntryStream(const VolumePath &entry,
+                                                              const std::string &name)
+{
+    const auto found = Resolve(entry.Relative());
+    return found ? WithReadAhead(_fileSystem->OpenStream(found->node, name)) : nullptr;
+}
+
 std::optional<FileSystemVolume::Found> FileSystemVolume::Resolve(std::string_view relative)
 {
     Found found = {_fileSystem->Root(), {}};

@@ -30,6 +30,9 @@ protected:
     std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
     std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
     VolumeEntryReport Describe(const VolumePath &entry) override;
+    bool VisitEntryStreams(const VolumePath &entry, const StreamVisitor &visit) override;
+    std::unique_ptr<VolumeFile> OpenEntryStream(const VolumePath &entry,
+                                                const std::string &name) override;
 
 private:
     // A large file on a disk without known faults is read ahead; others are returned as they are,

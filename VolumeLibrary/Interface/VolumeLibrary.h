@@ -56,4 +56,12 @@ volume_library_set_opening_options(const VolumeOpeningOptions *options) noexcept
 extern "C" __attribute__((visibility("default"))) bool
 volume_library_is_gone(IVolume *volume) noexcept;
 
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_visit_streams(IVolume *volume, const char16_t *path, VolumeStreamFunction stream,
+                             void *context) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_open_stream(IVolume *volume, const char16_t *path, const char16_t *stream,
+                           VolumeHandle *handle) noexcept;
+
 extern "C" __attribute__((visibility("default"))) void volume_library_cancel_opening() noexcept;

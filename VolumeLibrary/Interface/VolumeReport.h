@@ -1,6 +1,7 @@
 // What the volume library offers beyond IVolume: why an entry cannot be exported, whether a folder
-// was listed whole, which bytes of a file could not be read, whether the disk is still there, and a
-// way to cancel an opening. For every program that loads the library; the header needs only
+// was listed whole, which bytes of a file could not be read, whether the disk is still there, the
+// streams with names that a file or folder of NTFS has beside its data, and a way to cancel an
+// opening. For every program that loads the library; the header needs only
 // IVolume.h.
 //
 // Each function is optional: a program looks it up by its name and does without it where it is
@@ -90,6 +91,24 @@ using VolumeLibraryVisitTablesReadFunction = bool (*)(IVolume *volume, VolumeRan
 // "volume_library_is_gone". Whether the disk or image went away; from then on every operation fails
 // at once.
 using VolumeLibraryIsGoneFunction = bool (*)(IVolume *volume);
+
+// Called for each stream. name: zero-terminated UTF-16, as IVolume gives names; it stays as long as
+// the call. size: in bytes, or kUnknownStreamSize if the record that holds it is damaged.
+using VolumeStreamFunction = void (*)(void *context, const char16_t *name, uint64_t size);
+constexpr uint64_t kUnknownStreamSize = ~uint64_t{0};
+
+// "volume_library_visit_streams". path: as for IVolume::OpenFile; of a file or a folder, "/" for
+// the root. Each name is visited once, without its colon; left out are the unnamed stream, which is
+// the file's data, and the one that a packed file's data is read from. False, too, if streams may
+// be missing among those that were visited: records are damaged, or a name cannot be part of a
+// path.
+using VolumeLibraryVisitStreamsFunction = bool (*)(IVolume *volume, const char16_t *path,
+                                                   VolumeStreamFunction stream, void *context);
+// "volume_library_open_stream". stream: a name as it was visited. handle receives one that is used
+// and closed like that of IVolume::OpenFile. False if there is no such stream, or nothing of it can
+// be read.
+using VolumeLibraryOpenStreamFunction = bool (*)(IVolume *volume, const char16_t *path,
+                                                 const char16_t *stream, VolumeHandle *handle);
 
 // "volume_library_cancel_opening". Cancels every opening that is running on any thread of the
 // process. One that derives a key from a password or searches for metadata ends with kCancelled

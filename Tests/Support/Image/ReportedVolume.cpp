@@ -1,5 +1,7 @@
 #include "ReportedVolume.h"
 
+#include "VolumeReader.h"
+
 #include <gtest/gtest.h>
 
 namespace vx {
@@ -18,6 +20,25 @@ ReportedListing ListWithReport(OwnedVolume &volume, const std::u16string &folder
     EXPECT_EQ(volume.DescribeListing(search, &listing.report), listing.isListed);
     volume.FindClose(search);
     return listing;
+}
+
+ReportedStreams StreamsOf(OwnedVolume &volume, const std::u16string &path)
+{
+    ReportedStreams found;
+    const auto take = [](void *context, const char16_t *name, uint64_t size) {
+        static_cast<ReportedStreams *>(context)->streams.emplace_back(name, size);
+    };
+    found.areAll = volume.VisitStreams(path.c_str(), take, &found);
+    return found;
+}
+
+std::optional<std::string> ReadWholeStream(OwnedVolume &volume, const std::u16string &path,
+                                           const std::u16string &stream)
+{
+    VolumeHandle file = nullptr;
+    if (!volume.OpenStream(path.c_str(), stream.c_str(), &file))
+        return std::nullopt;
+    return ReadToEnd(volume, file);
 }
 
 VolumeEntryReport ReportOf(OwnedVolume &volume, const std::u16string &path)

@@ -4,6 +4,9 @@
 #include "NtfsContents.h"
 #include "NtfsFolder.h"
 #include "ResidentFile.h"
+#include "Wtf8.h"
+
+#include <set>
 
 namespace vx {
 namespace {
@@ -83,7 +86,7 @@ std::unique_ptr<VolumeFile> NtfsFileSystem::OpenFile(const Node &file) const
     NtfsContents contents = FindContents(*_mft, _tables, *record, number, point);
     if (!contents.canOpen)
         return nullptr;
-    auto opened = OpenStream(std::move(contents.data));
+    auto opened = OpenData(std::move(contents.data));
     if (!opened || !contents.packing)
         return opened;
     return std::make_unique<WofFile>(std::move(opened), contents.size, *contents.packing);
@@ -105,6 +108,43 @@ void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) cons
             point.LeadsElsewhere() ? VolumeObstacle::kLink : IndexTrouble(*record, number);
 }
 
+// A name occurs once in a sound file; a name with "/" or a zero could not be opened by it.
+bool NtfsFileSystem::VisitStreams(const Node &entry, const StreamVisitor &visit) const
+{
+    constexpr std::string_view kNotInNames("/\0", 2);
+    const uint64_t number = NtfsNumber(entry.place);
+    const auto record = _mft->Load(entry.place);
+    if (!record)
+        return false;
+    const bool isPacked =
+        NtfsReparsePoint::Read(*_mft, _tables, *record, number).Packing().has_value();
+    std::set<std::string> names;
+    bool areAllNames = true;
+    const auto take = [&](ByteView units, std::optional<uint64_t> size) {
+        if (isPacked && IsNtfsName(units, kWofStreamName))
+            return;
+        const std::string name = Wtf8FromUtf16(units);
+        if (name.find_first_of(kNotInNames) != name.npos)
+            areAllNames = false;
+        else if (names.insert(name).second)
+            visit(name, size.value_or(kUnknownStreamSize));
+    };
+    return VisitStreamNames(*_mft, _tables, *record, number, take) && areAllNames;
+}
+
+std::unique_ptr<VolumeFile> NtfsFileSystem::OpenStream(const Node &entry,
+                                                       const std::string &name) const
+{
+    const auto units = Utf16FromWtf8(name);
+    const auto record = _mft->Load(entry.place);
+    if (!record || !units || units->empty())
+        return nullptr;
+    NtfsStream stream =
+        FindStream(*_mft, _tables, *record, NtfsNumber(entry.place), NtfsType::kData, *units);
+    const bool isEncrypted = (stream.flags & NtfsAttribute::kEncrypted) != 0;
+    return stream.found == NtfsFound::kYes && !isEncrypted ? OpenData(std::move(stream)) : nullptr;
+}
+
 // What its listing would begin with.
 VolumeObstacle NtfsFileSystem::IndexTrouble(const NtfsRecord &folder, uint64_t number) const
 {
@@ -113,7 +153,7 @@ VolumeObstacle NtfsFileSystem::IndexTrouble(const NtfsRecord &folder, uint64_t n
     return index.Trouble();
 }
 
-std::unique_ptr<VolumeFile> NtfsFileSystem::OpenStream(NtfsStream stream) const
+std::unique_ptr<VolumeFile> NtfsFileSystem::OpenData(NtfsStream stream) const
 {
     if (stream.isResident)
         return std::make_unique<ResidentFile>(std::move(stream.bytes));

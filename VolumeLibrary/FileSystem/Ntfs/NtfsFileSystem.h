@@ -1,9 +1,10 @@
 // NTFS, for reading.
 //
-// Shown: every name of a file but the short ones, even if it has several. Not shown: streams with
-// names, the file system's own files, deleted files. What leads elsewhere, and files whose data is
-// elsewhere or in a form that cannot be read, are shown but do not open, and Describe says why.
-// What a volume keeps twice is read from the copy if the first one is damaged.
+// Shown: every name of a file but the short ones, even if it has several. Not shown: the file
+// system's own files, deleted files. Streams with names are visited on their own. What leads
+// elsewhere, and files whose data is elsewhere or in a form that cannot be read, are shown but do
+// not open, and Describe says why. What a volume keeps twice is read from the copy if the first one
+// is damaged.
 #pragma once
 
 #include "CachedSource.h"
@@ -25,6 +26,9 @@ public:
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;
     std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
     void Describe(const Node &entry, VolumeEntryReport *report) const override;
+    bool VisitStreams(const Node &entry, const StreamVisitor &visit) const override;
+    std::unique_ptr<VolumeFile> OpenStream(const Node &entry,
+                                           const std::string &name) const override;
 
 private:
     NtfsFileSystem(std::shared_ptr<const ByteSource> volume, std::unique_ptr<NtfsMft> mft);
@@ -32,7 +36,7 @@ private:
     bool IsLostFolder(const Node &folder, const Way &way) const;
     bool IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const;
     VolumeObstacle IndexTrouble(const NtfsRecord &folder, uint64_t number) const;
-    std::unique_ptr<VolumeFile> OpenStream(NtfsStream stream) const;
+    std::unique_ptr<VolumeFile> OpenData(NtfsStream stream) const;
 
     const std::shared_ptr<const ByteSource> _volume;
     const CachedSource _tables;  // indexes and lists of attributes

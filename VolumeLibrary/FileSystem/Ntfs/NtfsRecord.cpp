@@ -155,6 +155,18 @@ std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view
     return std::nullopt;
 }
 
+void NtfsRecord::Visit(NtfsType type, const std::function<void(const NtfsAttribute &)> &visit) const
+{
+    size_t offset = FirstOffset();
+    while (const size_t length = LengthAt(offset)) {
+        const bool isWanted = U32At(_bytes, offset) == static_cast<uint32_t>(type);
+        const auto attribute = isWanted ? AttributeAt(offset, length) : std::nullopt;
+        if (attribute)
+            visit(*attribute);
+        offset += length;
+    }
+}
+
 std::optional<NtfsAttribute> NtfsRecord::AttributeAt(size_t offset, size_t length) const
 {
     const ByteView bytes = ByteView(_bytes).From(offset).First(length);

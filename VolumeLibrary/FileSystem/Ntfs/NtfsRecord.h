@@ -6,6 +6,7 @@
 
 #include "ByteView.h"
 
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,9 @@ public:
     // others of them as are to be passed over.
     std::optional<NtfsAttribute> Find(NtfsType type, std::u16string_view name,
                                       uint64_t firstCluster = 0, size_t others = 0) const;
+
+    // Every attribute of this type, in the order of the record.
+    void Visit(NtfsType type, const std::function<void(const NtfsAttribute &)> &visit) const;
 
 private:
     explicit NtfsRecord(std::vector<uint8_t> bytes);

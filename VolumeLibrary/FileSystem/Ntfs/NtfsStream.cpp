@@ -194,6 +194,41 @@ NtfsFound FindByList(const NtfsMft &mft, const NtfsRecord &file, uint64_t number
     return stream->trouble == VolumeObstacle::kNone ? NtfsFound::kNo : NtfsFound::kDamaged;
 }
 
+std::u16string UnitsOf(ByteView name)
+{
+    std::u16string units;
+    for (size_t at = 0; at < name.size; at += 2)
+        units += U16At(name, at);
+    return units;
+}
+
+std::optional<uint64_t> SizeOfStream(const NtfsAttribute &first)
+{
+    return first.size <= kLargestFile ? std::optional(first.size) : std::nullopt;
+}
+
+// A record holds several streams, and the list names them one after the other.
+bool VisitStreamsByList(const NtfsMft &mft, const NtfsRecord &file, uint64_t number, ByteView list,
+                        const StreamNameVisitor &visit)
+{
+    NtfsReference loaded = ~NtfsReference{0};
+    std::optional<NtfsRecord> other;
+    while (const auto entry = TakeEntry(&list)) {
+        if (entry->type != NtfsType::kData || entry->name.size == 0 || entry->firstCluster != 0)
+            continue;
+        const bool isHere = NtfsNumber(entry->record) == number;
+        if (!isHere && loaded != entry->record) {
+            other = LoadPart(mft, number, *entry);
+            loaded = entry->record;
+        }
+        const NtfsRecord *record = isHere ? &file : other ? &*other : nullptr;
+        const auto first =
+            record != nullptr ? record->Find(NtfsType::kData, UnitsOf(entry->name)) : std::nullopt;
+        visit(entry->name, first ? SizeOfStream(*first) : std::nullopt);
+    }
+    return list.size == 0;
+}
+
 }  // namespace
 
 void NtfsStream::NoteTrouble(VolumeObstacle reason)
@@ -238,6 +273,20 @@ std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const ByteSource &v
         return false;
     });
     return first;
+}
+
+bool VisitStreamNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                      uint64_t number, const StreamNameVisitor &visit)
+{
+    VolumeObstacle trouble;
+    const auto list = ReadListOf(mft, volume, file, &trouble);
+    if (list)
+        return VisitStreamsByList(mft, file, number, *list, visit);
+    file.Visit(NtfsType::kData, [&visit](const NtfsAttribute &data) {
+        if (data.name.size > 0 && data.firstCluster == 0)
+            visit(data.name, SizeOfStream(data));
+    });
+    return trouble == VolumeObstacle::kNone && file.IsWhole();
 }
 
 uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,

@@ -36,6 +36,12 @@ NtfsStream FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRe
 uint64_t StreamSize(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, NtfsType type);
 
+// Every stream of data with a name, as the file's records name them, with its size; nothing if the
+// record of the stream is damaged. False if some may be missing.
+using StreamNameVisitor = std::function<void(ByteView name, std::optional<uint64_t> size)>;
+bool VisitStreamNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+                      uint64_t number, const StreamNameVisitor &visit);
+
 // Every long name of the file: those in its own record, then those in its other ones. visit returns
 // whether to continue.
 void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
