@@ -34,7 +34,10 @@ TEST_F(JsonList, IsOneObjectOnEachLine)
     std::istringstream lines(result.output);
     std::string line;
     std::getline(lines, line);
-    EXPECT_EQ(line.find("{\"type\":\"file\",\"path\":\"/a.txt\",\"size\":5,\"modified\":\"20"), 0u);
+    EXPECT_EQ(
+        line.find(
+            "{\"type\":\"file\",\"path\":\"/a.txt\",\"size\":5,\"streams\":[],\"allStreams\":true,\"modified\":\"20"),
+        0u);
     EXPECT_EQ(line.back(), '}');
     std::getline(lines, line);
     EXPECT_EQ(line.find("{\"type\":\"folder\",\"path\":\"/B\u00fccher/\u65e5\u672c\",\"size\":0,"),
@@ -53,12 +56,22 @@ TEST_F(JsonList, AFileHasItsTimesAndAttributes)
 {
     EXPECT_EQ(LineOf(Kinds().output, "/plain.txt"),
               "{\"type\":\"file\",\"path\":\"/plain.txt\",\"size\":5,"
+              "\"streams\":[],\"allStreams\":true,"
               "\"modified\":\"2020-09-30T17:00:00.0000000Z\","
               "\"created\":\"1601-01-01T00:00:00.0000001Z\","
               "\"accessed\":\"2020-09-30T17:00:00.1234567Z\","
               "\"attributes\":33,\"attributeNames\":[\"read-only\",\"archive\"],"
               "\"reparse\":null,\"target\":null,"
               "\"exportable\":true,\"reason\":null,\"listing\":null}");
+}
+
+TEST_F(JsonList, NamedStreamsAreListedWithTheirSizes)
+{
+    const Result result = RunWith(VX_REPORTING, {"--list", "--json", "streams"});
+    EXPECT_TRUE(Holds(LineOf(result.output, "/f.txt"),
+                      "\"streams\":[{\"name\":\"Zone.Identifier\",\"size\":26},"
+                      "{\"name\":\"a \\\"b\\\"\",\"size\":null}],\"allStreams\":true,"));
+    EXPECT_TRUE(Holds(LineOf(result.output, "/torn"), "\"streams\":[],\"allStreams\":false,"));
 }
 
 TEST_F(JsonList, ALinkToAFolderHasNoListing)

@@ -67,6 +67,11 @@ std::vector<StandInEntry> TreeOfManyRows()
     return entries;
 }
 
+std::vector<StandInEntry> TreeWithStreams()
+{
+    return {Entry(u"", u"f.txt", 0x20), Entry(u"", u"torn", kFolder)};
+}
+
 struct Said {
     VolumeObstacle obstacle;
     uint32_t tag;
@@ -81,7 +86,10 @@ VX_EXPORTED int32_t open_bitlocker_device(const char *first, const char *, const
                                           IVolume **volume)
 {
     static const std::map<std::string, std::vector<StandInEntry> (*)()> kTrees = {
-        {"kinds", TreeOfEveryKind}, {"holes", TreeWithHoles}, {"many", TreeOfManyRows}};
+        {"kinds", TreeOfEveryKind},
+        {"holes", TreeWithHoles},
+        {"many", TreeOfManyRows},
+        {"streams", TreeWithStreams}};
     const auto tree = kTrees.find(first);
     if (tree == kTrees.end())
         return 1;
@@ -110,6 +118,16 @@ VX_EXPORTED bool volume_library_describe_entry(IVolume *, const char16_t *path,
     const std::u16string target = said->second.target;
     std::copy(target.begin(), target.end(), report->target);
     return true;
+}
+
+VX_EXPORTED bool volume_library_visit_streams(IVolume *, const char16_t *path,
+                                              VolumeStreamFunction stream, void *context)
+{
+    if (path == std::u16string(u"/f.txt")) {
+        stream(context, u"Zone.Identifier", 26);
+        stream(context, u"a \"b\"", kUnknownStreamSize);
+    }
+    return path != std::u16string(u"/torn");
 }
 
 VX_EXPORTED bool volume_library_describe_listing(IVolume *, VolumeHandle search,

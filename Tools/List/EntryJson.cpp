@@ -142,6 +142,17 @@ const char *ReasonOf(const ListedEntry &entry)
     return "not-listable";
 }
 
+std::string StreamsJson(const std::vector<VolumeStream> &streams)
+{
+    std::string objects;
+    for (const VolumeStream &stream : streams) {
+        objects.append(objects.empty() ? "" : ",");
+        objects += "{\"name\":" + JsonText(stream.name) + ",\"size\":";
+        objects += (stream.size == kUnknownStreamSize ? "null" : std::to_string(stream.size)) + "}";
+    }
+    return "[" + objects + "]";
+}
+
 std::string ListingMembers(const VolumeListingReport &report)
 {
     return std::string("{\"whole\":") + (report.isWhole ? "true" : "false") +
@@ -166,6 +177,8 @@ std::string EntryJson(const ListedEntry &entry)
     std::string json = "{\"type\":" + Quoted(TypeName(record));
     json += ",\"path\":" + JsonText(entry.path);
     json += ",\"size\":" + std::to_string(record.size);
+    json += ",\"streams\":" + StreamsJson(entry.streams);
+    json += std::string(",\"allStreams\":") + (entry.areAllStreams ? "true" : "false");
     json += ",\"modified\":" + TimeJson(record.modified);
     json += ",\"created\":" + TimeJson(record.created);
     json += ",\"accessed\":" + TimeJson(record.accessed);

@@ -18,6 +18,8 @@ struct ListedEntry {
     // Of a folder that was listed or could not be; nothing for any other entry.
     std::optional<VolumeListingReport> listing;
     bool isListable = true;
+    std::vector<VolumeStream> streams = {};  // beside its data
+    bool areAllStreams = true;
 };
 
 // "file", "folder" or "link"

@@ -214,6 +214,7 @@ void ListCommand::PrintJson(ListedEntry entry)
     // A library that cannot say more leaves it at what the record says.
     if (!_session.Reports().DescribeEntry(entry.path, &entry.report) && entry.record.IsLink())
         entry.report.obstacle = VolumeObstacle::kLink;
+    entry.areAllStreams = _session.Reports().VisitStreams(entry.path, &entry.streams);
     printf("%s\n", EntryJson(entry).c_str());
 }
 

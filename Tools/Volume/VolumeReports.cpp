@@ -21,6 +21,11 @@ void AddPlace(void *ranges, uint64_t, uint64_t offset, uint64_t length)
     AddRange(ranges, offset, length);
 }
 
+void AddStream(void *streams, const char16_t *name, uint64_t size)
+{
+    static_cast<std::vector<VolumeStream> *>(streams)->push_back({name, size});
+}
+
 }  // namespace
 
 VolumeReports::VolumeReports(void *library, IVolume &volume)
@@ -35,7 +40,11 @@ VolumeReports::VolumeReports(void *library, IVolume &volume)
           FunctionOf<VolumeLibraryFilePlacesFunction>(library, "volume_library_file_places")),
       _visitTablesRead(FunctionOf<VolumeLibraryVisitTablesReadFunction>(
           library, "volume_library_visit_tables_read")),
-      _isGone(FunctionOf<VolumeLibraryIsGoneFunction>(library, "volume_library_is_gone"))
+      _isGone(FunctionOf<VolumeLibraryIsGoneFunction>(library, "volume_library_is_gone")),
+      _visitStreams(
+          FunctionOf<VolumeLibraryVisitStreamsFunction>(library, "volume_library_visit_streams")),
+      _openStream(
+          FunctionOf<VolumeLibraryOpenStreamFunction>(library, "volume_library_open_stream"))
 {
 }
 
@@ -71,6 +80,20 @@ std::vector<ByteRange> VolumeReports::TablesRead() const
     if (_visitTablesRead != nullptr)
         _visitTablesRead(&_volume, AddRange, &tables);
     return tables;
+}
+
+bool VolumeReports::VisitStreams(const std::u16string &path,
+                                 std::vector<VolumeStream> *streams) const
+{
+    return _visitStreams == nullptr || _visitStreams(&_volume, path.c_str(), AddStream, streams);
+}
+
+VolumeHandle VolumeReports::OpenStream(const std::u16string &path, const std::u16string &name) const
+{
+    VolumeHandle handle = nullptr;
+    if (_openStream != nullptr)
+        _openStream(&_volume, path.c_str(), name.c_str(), &handle);
+    return handle;
 }
 
 bool VolumeReports::IsGone() const

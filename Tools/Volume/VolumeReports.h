@@ -13,6 +13,12 @@
 
 namespace vx {
 
+// A stream with a name, of a file or folder; size: kUnknownStreamSize if that is lost.
+struct VolumeStream {
+    std::u16string name;
+    uint64_t size = 0;
+};
+
 class VolumeReports {
 public:
     // library: the handle of the loaded library; null for none, and then nothing is known. volume:
@@ -30,6 +36,10 @@ public:
     // What was read of the disk so far but for the contents of files; none if that was not wanted
     // (DiskReading).
     std::vector<ByteRange> TablesRead() const;
+    // The streams beside the data of an entry, in the volume's order; false if some may be missing.
+    bool VisitStreams(const std::u16string &path, std::vector<VolumeStream> *streams) const;
+    // Null if the stream cannot be opened; the handle is the volume's.
+    VolumeHandle OpenStream(const std::u16string &path, const std::u16string &name) const;
     // Whether the disk or image went away.
     bool IsGone() const;
 
@@ -41,6 +51,8 @@ private:
     const VolumeLibraryFilePlacesFunction _filePlaces;
     const VolumeLibraryVisitTablesReadFunction _visitTablesRead;
     const VolumeLibraryIsGoneFunction _isGone;
+    const VolumeLibraryVisitStreamsFunction _visitStreams;
+    const VolumeLibraryOpenStreamFunction _openStream;
 };
 
 }  // namespace vx
