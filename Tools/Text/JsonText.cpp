@@ -32,4 +32,15 @@ std::string JsonText(std::u16string_view text)
     return json;
 }
 
+std::string JsonText(std::string_view text)
+{
+    std::string json = "\"";
+    while (!text.empty()) {
+        const char32_t character = TakeCharacter(&text);
+        AppendJson(character == kInvalidCharacter ? kReplacementCharacter : character, &json);
+    }
+    json.push_back('"');
+    return json;
+}
+
 }  // namespace vx
