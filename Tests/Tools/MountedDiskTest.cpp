@@ -1,8 +1,15 @@
 // Exports to disks with file systems of Windows, by drivers that are not part of this system.
 #include "MountedDisk.h"
+#include "CodePoints.h"
+#include "NameFolding.h"
 #include "ToolFixture.h"
+#include "UniqueFd.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <set>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -66,6 +73,31 @@ TEST_F(OtherDisk, OnAFatDiskEveryFileArrivesUnderANameOfItsOwn)
     const MountedDisk disk(DiskKind::kFat);
     VX_NEEDS_DISK(disk);
     ExpectAllArriveTwice(disk);
+}
+
+// Every letter of the scripts that have case, by what the other driver takes for one name.
+TEST_F(OtherDisk, LettersThatADiskTakesForOneAreTakenForOneBeforeTheyMeet)
+{
+    const MountedDisk disk(DiskKind::kNtfs);
+    VX_NEEDS_DISK(disk);
+    DestinationTraits traits;
+    traits.ignoresCase = true;
+    std::set<std::string> folded;
+    int merged = 0;
+    for (const auto &[first, last] : {std::pair(0xC0, 0x587), std::pair(0x1E00, 0x1FFF),
+                                      std::pair(0x2C00, 0x2CFF), std::pair(0xFF21, 0xFF5A)}) {
+        for (int letter = first; letter <= last; ++letter) {
+            std::string name;
+            AppendUtf8(static_cast<char32_t>(letter), &name);
+            const UniqueFd file(
+                open((disk.Path() + "/" + name).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600));
+            const bool isMerged = !file && errno == EEXIST;
+            const bool isNew = folded.insert(FoldedFor(traits, name)).second;
+            EXPECT_FALSE(isMerged && isNew) << name;
+            merged += isMerged ? 1 : 0;
+        }
+    }
+    EXPECT_GT(merged, 500);
 }
 
 // What the disk of the destination does with names does not hold for a disk that is mounted in it.

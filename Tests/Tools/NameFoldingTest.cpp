@@ -38,6 +38,9 @@ TEST(NameFolding, CaseIsFoldedInEveryScript)
     EXPECT_TRUE(AreOne(kCaseless, "\u0416", "\u0436"));
     EXPECT_TRUE(AreOne(kCaseless, "\u03c3x", "\u03c2x"));  // the two small sigmas
     EXPECT_TRUE(AreOne(kCaseless, "\u212a", "k"));         // the sign of the kelvin
+    EXPECT_TRUE(AreOne(kCaseless, "\u048a", "\u048b"));
+    EXPECT_TRUE(AreOne(kCaseless, "\u2c00", "\u2c30"));
+    EXPECT_TRUE(AreOne(kCaseless, "\U00010400", "\U00010428"));  // beyond 16 bits
     EXPECT_FALSE(AreOne(kCaseless, "a", "b"));
     EXPECT_FALSE(AreOne(kCaseless, "\u00e9", "e\u0301"));
     EXPECT_FALSE(AreOne(kCaseless, "a", "a."));

@@ -1,8 +1,12 @@
 #include "NameFolding.h"
 
+#include "CodePoints.h"
+#include "LetterCase.h"
+
 #import <Foundation/Foundation.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace vx {
 namespace {
@@ -36,18 +40,21 @@ std::string WithoutEnds(const std::string &path)
     return trimmed;
 }
 
-// Upper case first: some letters have one capital for two small ones.
-std::string FoldedText(const DestinationTraits &traits, const std::string &path)
+std::string Decomposed(const std::string &path)
 {
     @autoreleasepool {
         NSString *text = [NSString stringWithUTF8String:path.c_str()];
-        if (traits.ignoresForm)
-            text = [text decomposedStringWithCanonicalMapping];
-        if (traits.ignoresCase)
-            text = [[text uppercaseString] lowercaseString];
-        const char *folded = [text UTF8String];
-        return folded == nullptr ? path : folded;
+        const char *decomposed = [[text decomposedStringWithCanonicalMapping] UTF8String];
+        return decomposed == nullptr ? path : decomposed;
     }
+}
+
+std::string Caseless(const std::string &path)
+{
+    std::string caseless;
+    for (std::string_view rest = path; !rest.empty();)
+        AppendUtf8(CaselessOf(TakeCharacter(&rest)), &caseless);
+    return caseless;
 }
 
 }  // namespace
@@ -55,13 +62,14 @@ std::string FoldedText(const DestinationTraits &traits, const std::string &path)
 std::string FoldedFor(const DestinationTraits &traits, const std::string &path)
 {
     std::string folded = traits.dropsEnds ? WithoutEnds(path) : path;
-    if (!traits.ignoresCase && !traits.ignoresForm)
+    if (IsAscii(folded)) {
+        if (traits.ignoresCase)
+            std::transform(folded.begin(), folded.end(), folded.begin(), Lowered);
         return folded;
-    if (!IsAscii(folded))
-        return FoldedText(traits, folded);
-    if (traits.ignoresCase)
-        std::transform(folded.begin(), folded.end(), folded.begin(), Lowered);
-    return folded;
+    }
+    if (traits.ignoresForm)
+        folded = Decomposed(folded);
+    return traits.ignoresCase ? Caseless(folded) : folded;
 }
 
 }  // namespace vx
