@@ -38,8 +38,7 @@ class OnDisk : public ::testing::Test {
 protected:
     UniqueFd Open(const std::string &contents)
     {
-        return UniqueFd(
-            open(_folder.WriteFile("file", contents).c_str(), O_RDONLY | O_CLOEXEC));
+        return UniqueFd(open(_folder.WriteFile("file", contents).c_str(), O_RDONLY | O_CLOEXEC));
     }
 
     TemporaryFolder _folder;

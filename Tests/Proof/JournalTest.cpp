@@ -53,8 +53,8 @@ TEST_F(JournalOf, ARunIsThereAtOnceAndIsFoundByTheNextOne)
     EXPECT_EQ(TextOf(_found), TextOf(RecordOf("sub/b\n")));
     EXPECT_FALSE(journal.Find("b", &_found));
     EXPECT_TRUE(journal.Append(RecordOf("c")));
-    EXPECT_EQ(Text(),
-              _header + TextOf(RecordOf("a")) + TextOf(RecordOf("sub/b\n")) + TextOf(RecordOf("c")));
+    EXPECT_EQ(Text(), _header + TextOf(RecordOf("a")) + TextOf(RecordOf("sub/b\n")) +
+                          TextOf(RecordOf("c")));
 }
 
 TEST_F(JournalOf, OfTwoRecordsOfAPathTheLaterOneCounts)
@@ -75,8 +75,7 @@ TEST_F(JournalOf, ATornEndIsDroppedBeforeTheNextRecord)
 {
     const std::string torn = TextOf(RecordOf("torn"));
     for (size_t kept = 1; kept < torn.size(); ++kept) {
-        _folder.WriteFile(".list.journal",
-                          _header + TextOf(RecordOf("a")) + torn.substr(0, kept));
+        _folder.WriteFile(".list.journal", _header + TextOf(RecordOf("a")) + torn.substr(0, kept));
         Journal journal(_list, "/to");
         ASSERT_TRUE(journal.Resume(&_error)) << _error;
         EXPECT_TRUE(journal.Find("a", &_found));
@@ -89,8 +88,7 @@ TEST_F(JournalOf, ATornEndIsDroppedBeforeTheNextRecord)
 
 TEST_F(JournalOf, ZerosThatAPowerFailureLeavesAreDropped)
 {
-    _folder.WriteFile(".list.journal",
-                      _header + TextOf(RecordOf("a")) + std::string(4096, '\0'));
+    _folder.WriteFile(".list.journal", _header + TextOf(RecordOf("a")) + std::string(4096, '\0'));
     Journal journal(_list, "/to");
     ASSERT_TRUE(journal.Resume(&_error)) << _error;
     EXPECT_EQ(Text(), _header + TextOf(RecordOf("a")));
@@ -217,8 +215,8 @@ TEST_F(JournalOf, ManyThreadsAddAndSyncWithoutALoss)
         for (int thread = 0; thread < 4; ++thread) {
             threads.emplace_back([&journal, thread] {
                 for (int i = 0; i < 25; ++i) {
-                    EXPECT_TRUE(journal.Append(
-                        RecordOf(std::to_string(thread) + "/" + std::to_string(i))));
+                    EXPECT_TRUE(
+                        journal.Append(RecordOf(std::to_string(thread) + "/" + std::to_string(i))));
                     EXPECT_TRUE(journal.Sync());
                 }
             });
@@ -231,8 +229,7 @@ TEST_F(JournalOf, ManyThreadsAddAndSyncWithoutALoss)
     ASSERT_TRUE(journal.Resume(&_error));
     for (int thread = 0; thread < 4; ++thread) {
         for (int i = 0; i < 25; ++i)
-            EXPECT_TRUE(
-                journal.Find(std::to_string(thread) + "/" + std::to_string(i), &_found));
+            EXPECT_TRUE(journal.Find(std::to_string(thread) + "/" + std::to_string(i), &_found));
     }
 }
 

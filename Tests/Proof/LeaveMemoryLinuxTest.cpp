@@ -35,8 +35,7 @@ TEST(MemoryOfLinux, AFileThatLeavesMemoryIsReadFromTheDiskAgain)
     if (system.f_type == TMPFS_MAGIC)
         GTEST_SKIP() << "the temporary folder lies in memory";
     const std::string contents(size_t{8} << 20, 'x');
-    const UniqueFd file(
-        open(folder.WriteFile("file", contents).c_str(), O_RDONLY | O_CLOEXEC));
+    const UniqueFd file(open(folder.WriteFile("file", contents).c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_GT(PagesInMemory(file.Get(), contents.size()), 0u);
     ASSERT_TRUE(LeaveMemory(file.Get()));
     EXPECT_EQ(PagesInMemory(file.Get(), contents.size()), 0u);

@@ -18,9 +18,10 @@ namespace {
 constexpr uint64_t kTime = 132459588001234567;  // 2020-09-30T17:00:00.1234567Z
 
 const std::vector<std::string> kOddNames = {
-    "a.txt",      " lead",    "trail ",        "*star",    "#hash",   "back\\slash", "\\front",
-    "line\nfeed", "re\rturn", "\\\n\r\\",      "tab\tq\"", "-",       "--",          "\xE9 latin",
-    "\u00e9\u20ac", "sub/-",  "sub/in\\\nner", "\n",       "a  b",    "SHA256 (x) = y",
+    "a.txt",   " lead",          "trail ",       "*star",    "#hash",         "back\\slash",
+    "\\front", "line\nfeed",     "re\rturn",     "\\\n\r\\", "tab\tq\"",      "-",
+    "--",      "\xE9 latin",     "\u00e9\u20ac", "sub/-",    "sub/in\\\nner", "\n",
+    "a  b",    "SHA256 (x) = y",
 };
 
 struct Ran {

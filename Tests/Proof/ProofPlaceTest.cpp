@@ -1,6 +1,6 @@
 // Where the lists of an export may not be written.
-#include "OrdinaryUser.h"
 #include "ProofPlace.h"
+#include "OrdinaryUser.h"
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>

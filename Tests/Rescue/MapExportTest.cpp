@@ -91,8 +91,8 @@ protected:
         std::string error;
         const uint64_t size = BytesOf(volume->path).size();
         const uint64_t end = lost.offset + lost.length;
-        ASSERT_TRUE(WriteRescueMap(folder.At("map"), {{0, lost.offset}, {end, size - end}}, size,
-                                   &error))
+        ASSERT_TRUE(
+            WriteRescueMap(folder.At("map"), {{0, lost.offset}, {end, size - end}}, size, &error))
             << error;
     }
 
@@ -130,9 +130,9 @@ protected:
 
         const Ended whole = Export(image, first);
         ASSERT_EQ(whole.status, 0) << whole.output << whole.errors;
-        const Ended fetched = RunIn("/usr/bin/ddrescue",
-                                  {"-q", "--domain-mapfile=domain", image, "copy", "map"},
-                                  folder.Path());
+        const Ended fetched =
+            RunIn("/usr/bin/ddrescue", {"-q", "--domain-mapfile=domain", image, "copy", "map"},
+                  folder.Path());
         ASSERT_EQ(fetched.status, 0) << fetched.errors;
         const Ended again = Export("copy", second);
         EXPECT_EQ(again.status, 0) << again.output << again.errors;
@@ -281,8 +281,9 @@ TEST_F(MapExport, AMapIsNotWrittenOverWhatTheExportReads)
 size_t ReadsOf(const std::string &log, const Spot &spot)
 {
     const auto reads = FaultPlan::ReadLog(log);
-    return static_cast<size_t>(std::count_if(
-        reads.begin(), reads.end(), [&](const FailedRead &read) { return read.offset == spot.from; }));
+    return static_cast<size_t>(
+        std::count_if(reads.begin(), reads.end(),
+                      [&](const FailedRead &read) { return read.offset == spot.from; }));
 }
 
 TEST_F(MapExport, RetriesAreCounted)
@@ -296,9 +297,9 @@ TEST_F(MapExport, RetriesAreCounted)
     size_t usual = 0;
     for (const size_t retries : {0, 3, 10}) {
         (void)unlink(folder.At("log").c_str());
-        const Ended ended = Export(volume->path, {"--to", "to" + std::to_string(retries),
-                                                  "--retries", std::to_string(retries), "VOLUME",
-                                                  kLarge});
+        const Ended ended =
+            Export(volume->path, {"--to", "to" + std::to_string(retries), "--retries",
+                                  std::to_string(retries), "VOLUME", kLarge});
         EXPECT_EQ(ended.status, 1) << ended.errors;
         const size_t reads = ReadsOf(folder.At("log"), *spot);
         usual = retries == 0 ? reads : usual;
@@ -316,8 +317,7 @@ TEST_F(MapExport, ASectorThatComesBackIsReadWithRetries)
     plan.Bad(*spot, EIO, 4);
     Plan(plan);
     EXPECT_EQ(Export(volume->path, {"--to", "without", "VOLUME", kLarge}).status, 1);
-    const Ended ended =
-        Export(volume->path, {"--to", "with", "--retries", "5", "VOLUME", kLarge});
+    const Ended ended = Export(volume->path, {"--to", "with", "--retries", "5", "VOLUME", kLarge});
     EXPECT_EQ(ended.status, 0) << ended.output << ended.errors;
     ExpectExported("with", {kLarge});
 }
@@ -335,8 +335,8 @@ TEST_P(SlowDisk, ASlowZoneIsSkippedReportedAndDoneInTime)
     plan.Bad({begin->part, begin->from, end->from}, GetParam(), FaultPlan::kAlways, kSlow);
     Plan(plan);
     const auto start = std::chrono::steady_clock::now();
-    const Ended ended = Export(volume->path, {"--to", "to", "--skip-slow", "0.1", "VOLUME", kLarge,
-                                              kMiddling});
+    const Ended ended =
+        Export(volume->path, {"--to", "to", "--skip-slow", "0.1", "VOLUME", kLarge, kMiddling});
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(12));
     EXPECT_EQ(ended.status, 1);
     EXPECT_NE(ended.output.find("/large.bin: "), std::string::npos) << ended.output;

@@ -5,8 +5,10 @@
 #include "UniqueFd.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace vx {
@@ -52,6 +54,42 @@ TEST_F(Probe, NothingThatExistsChangesAndNothingStays)
     EXPECT_EQ(rmdir(_destination.c_str()), -1);
     for (const auto &[name, contents] : before)
         unlink((_destination + "/" + name).c_str());
+    EXPECT_EQ(rmdir(_destination.c_str()), 0) << "something hidden stayed";
+}
+
+TEST_F(Probe, WhatAKilledRunHasLeftIsRemovedByTheNext)
+{
+    _folder.WriteFile("destination/.volume-export-12345/case", "");
+    _folder.MakeFolder("destination/.volume-export-678");
+    TraitsOf(_destination);
+    EXPECT_EQ(rmdir(_destination.c_str()), 0) << "something hidden stayed";
+}
+
+TEST_F(Probe, AFolderWithContentsOrOfAnotherNameStays)
+{
+    _folder.WriteFile("destination/.volume-export-12345/notes.txt", "mine");
+    _folder.WriteFile("destination/.volume-export-old/empty", "");
+    const Files before = FilesBelow(_destination);
+    TraitsOf(_destination);
+    EXPECT_EQ(FilesBelow(_destination), before);
+}
+
+TEST_F(Probe, RunsAtTheSameTimeDoNotDisturbEachOther)
+{
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong{0};
+    threads.reserve(4);
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([this, &wrong] {
+            for (int i = 0; i < 20; ++i) {
+                const DestinationTraits traits = TraitsOf(_destination);
+                wrong += traits.refusesEnds || !traits.refused.empty() || traits.timeStep != 1;
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
     EXPECT_EQ(rmdir(_destination.c_str()), 0) << "something hidden stayed";
 }
 

@@ -45,8 +45,8 @@ protected:
     }
 
     const TemporaryFolder folder;
-    const ArrivingFile::Folder opened = std::make_shared<UniqueFd>(
-        open(folder.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const ArrivingFile::Folder opened =
+        std::make_shared<UniqueFd>(open(folder.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const PartialNames partials{};
     ArrivingFile file{partials, 255};
 };

@@ -1,25 +1,19 @@
 #include "DestinationProbe.h"
 
 #include "FileSystemFacts.h"
+#include "FolderListing.h"
 #include "LocalFile.h"
-#include "UniqueFd.h"
+#include "ProbeFolder.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <dirent.h>
 #include <fcntl.h>
-#include <memory>
-#include <random>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
 namespace vx {
 namespace {
-
-constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-constexpr int kAttempts = 100;
 
 constexpr char kComposed[] = "\u00e9";
 constexpr char kDecomposed[] = "e\u0301";
@@ -31,82 +25,6 @@ constexpr int64_t kSecond = 1000000000;
 // An odd second, and a fraction that no step but 1 ns divides.
 constexpr timespec kOddTime = {1234567891, 987654321};
 constexpr int64_t kSteps[] = {1, 100, 1000, 1000000, kSecond / 100, kSecond, 2 * kSecond};
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
-
-std::vector<std::string> NamesIn(int folder)
-{
-    UniqueFd own(openat(folder, ".", kFolder));
-    const std::unique_ptr<DIR, CloseFolder> list(own ? fdopendir(own.Get()) : nullptr);
-    std::vector<std::string> names;
-    if (list == nullptr)
-        return names;
-    own.Release();
-    while (const dirent *entry = readdir(list.get())) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..")
-            names.push_back(name);
-    }
-    return names;
-}
-
-// A new, hidden folder; what it holds goes with it.
-class ProbeFolder {
-public:
-    explicit ProbeFolder(int parent) : _parent(parent)
-    {
-        std::random_device random;
-        for (int i = 0; i < kAttempts; ++i) {
-            _name = ".volume-export-" + std::to_string(random());
-            if (mkdirat(parent, _name.c_str(), 0700) == 0) {
-                _folder = UniqueFd(openat(parent, _name.c_str(), kFolder));
-                return;
-            }
-            if (errno != EEXIST)
-                break;
-        }
-        _name.clear();
-    }
-    ~ProbeFolder()
-    {
-        if (_folder) {
-            for (const std::string &name : NamesIn(_folder.Get()))
-                unlinkat(_folder.Get(), name.c_str(), 0);
-        }
-        if (!_name.empty())
-            unlinkat(_parent, _name.c_str(), AT_REMOVEDIR);
-    }
-    ProbeFolder(const ProbeFolder &) = delete;
-    ProbeFolder &operator=(const ProbeFolder &) = delete;
-
-    explicit operator bool() const { return bool(_folder); }
-
-    UniqueFd Make(const std::string &name) const
-    {
-        return UniqueFd(
-            openat(_folder.Get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    }
-    bool Has(const std::string &name) const
-    {
-        struct stat found;
-        return fstatat(_folder.Get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0;
-    }
-    // Whether a file can be made that has exactly this name then.
-    bool Keeps(const std::string &name) const
-    {
-        if (!Make(name))
-            return false;
-        const std::vector<std::string> names = NamesIn(_folder.Get());
-        return std::find(names.begin(), names.end(), name) != names.end();
-    }
-
-private:
-    const int _parent;
-    std::string _name;
-    UniqueFd _folder;
-};
 
 // Those that no name may have.
 std::string RefusedOf(const ProbeFolder &probe, const std::string &characters)

@@ -58,8 +58,7 @@ void PlacesSurvey::Visit(Number number)
 // What the export reads of a file besides its contents is read here as well.
 void PlacesSurvey::VisitFile(Number number, const std::u16string &path)
 {
-    const VolumeObstacle obstacle =
-        ObstacleOf(_planned.plan.At(number), path, _session.Reports());
+    const VolumeObstacle obstacle = ObstacleOf(_planned.plan.At(number), path, _session.Reports());
     const OpenVolumeFile file(_session.Volume(), path);
     if (!file) {
         if (obstacle == VolumeObstacle::kUnreadable || obstacle == VolumeObstacle::kDamaged)

@@ -22,7 +22,8 @@ public:
         bool isDamaged = false;
     };
 
-    // A file is added once. path: of the copy, relative to the destination, if it has another one than it was to have.
+    // A file is added once. path: of the copy, relative to the destination, if it has another one
+    // than it was to have.
     void Add(const File &file, const std::string &path = "");
 
     // Into the order of the plan.

@@ -37,10 +37,9 @@ bool EarlierRecords::Read(int file, int64_t offset, int64_t *end)
 bool EarlierRecords::Find(const std::string &path, ManifestRecord *record) const
 {
     const uint64_t hash = HashOf(path);
-    auto after = std::upper_bound(_places.begin(), _places.end(), hash,
-                                  [](uint64_t wanted, const Place &place) {
-                                      return wanted < place.hash;
-                                  });
+    auto after =
+        std::upper_bound(_places.begin(), _places.end(), hash,
+                         [](uint64_t wanted, const Place &place) { return wanted < place.hash; });
     while (after != _places.begin() && (--after)->hash == hash) {
         ManifestReader reader(_file, after->offset, kOneRecord);
         if (reader.Next(record) && record->path == path)

@@ -59,8 +59,8 @@ bool Journal::Open(std::string *error)
 // isStale: another run has removed the file in the meantime.
 bool Journal::OpenOnce(bool *isStale, std::string *error)
 {
-    _file = UniqueFd(
-        open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
+    _file =
+        UniqueFd(open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
     struct stat found;
     if (!_file || fstat(_file.Get(), &found) != 0) {
         *error = Failure("cannot write", _path, errno);

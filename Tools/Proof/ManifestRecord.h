@@ -18,10 +18,10 @@ namespace vx {
 
 struct ManifestRecord {
     Sha256Digest digest = {};
-    int64_t size = 0;         // in bytes
-    uint64_t modified = 0;    // 100 ns since 1601-01-01 00:00 UTC; 0: the volume has no time for it
-    bool isDamaged = false;   // the copy is not whole; the first line ends in ", damaged"
-    std::string path;         // of the copy, relative to the destination, in its bytes
+    int64_t size = 0;        // in bytes
+    uint64_t modified = 0;   // 100 ns since 1601-01-01 00:00 UTC; 0: the volume has no time for it
+    bool isDamaged = false;  // the copy is not whole; the first line ends in ", damaged"
+    std::string path;        // of the copy, relative to the destination, in its bytes
 };
 
 // Both lines, with their line ends.

@@ -19,8 +19,8 @@ struct ProofFile {
 };
 
 struct ProofSurroundings {
-    std::string destination;  // it need not exist yet
-    std::string volume;       // what is opened
+    std::string destination;                               // it need not exist yet
+    std::string volume;                                    // what is opened
     std::function<bool(const struct stat &found)> isRead;  // by the export: the image, its parts
 };
 

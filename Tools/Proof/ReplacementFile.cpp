@@ -86,8 +86,7 @@ bool ReplacementFile::Flush()
 {
     size_t written = 0;
     while (_error == 0 && written < _buffer.size()) {
-        const ssize_t now =
-            write(_file.Get(), _buffer.data() + written, _buffer.size() - written);
+        const ssize_t now = write(_file.Get(), _buffer.data() + written, _buffer.size() - written);
         if (now >= 0)
             written += static_cast<size_t>(now);
         else if (errno != EINTR)
