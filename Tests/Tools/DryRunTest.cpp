@@ -107,6 +107,30 @@ TEST_F(DryRunning, CountsTheFilesThatWouldBeReplaced)
     EXPECT_TRUE(Holds(Try().output, "Would replace 2 files\n"));
 }
 
+TEST_F(DryRunning, CountsTheEmptyFoldersThatTheExportMakes)
+{
+    _folder.MakeFolder("volume/empty/deep");
+    EXPECT_TRUE(Holds(Try().output, "Would export 3 files in 4 folders,"));
+    EXPECT_TRUE(Holds(Try({"--no-empty-folders"}).output, "Would export 3 files in 2 folders,"));
+    EXPECT_TRUE(Holds(Try({"--exclude", "two"}).output, "Would export 2 files in 3 folders,"));
+    const int made = Run({"--to", _destination, _volume, "--exclude", "two"}).status;
+    EXPECT_EQ(made, 0);
+    EXPECT_EQ(access((_destination + "/empty/deep").c_str(), F_OK), 0);
+    EXPECT_NE(access((_destination + "/a/b").c_str(), F_OK), 0);
+}
+
+TEST_F(DryRunning, AnEmptyFolderWhosePlaceIsTakenIsNamedOnce)
+{
+    _folder.MakeFolder("volume/empty/deep");
+    _folder.WriteFile("destination/empty", "");
+    const std::string tried = Try().output;
+    const std::string done = Run({"--to", _destination, _volume}).output;
+    const std::string failure =
+        "  /empty: a file of this machine stands where its folder should be\n";
+    EXPECT_TRUE(Holds(tried, "Would fail: 1\n" + failure));
+    EXPECT_TRUE(Holds(done, "Failed: 1\n" + failure));
+}
+
 TEST_F(DryRunning, WhatCannotArriveIsNamed)
 {
     _folder.MakeFolder("destination/three");

@@ -23,12 +23,12 @@ int FailWith(int status, const std::string &error)
 
 }  // namespace
 
-int DryRun::Run(Destination destination)
+int DryRun::Run(Destination destination, const SourceFiles &sources)
 {
     AssertMainThread();
     Forecast forecast;
     std::string error;
-    if (!Look(std::move(destination), &forecast, &error))
+    if (!Look(std::move(destination), sources, &forecast, &error))
         return FailWith(kExitUsage, error);
     PrintForecast(forecast, _options.verbose, stdout);
     if (fflush(stdout) != 0 || ferror(stdout) != 0)
@@ -36,7 +36,8 @@ int DryRun::Run(Destination destination)
     return Status(forecast);
 }
 
-bool DryRun::Look(Destination destination, Forecast *forecast, std::string *error)
+bool DryRun::Look(Destination destination, const SourceFiles &sources, Forecast *forecast,
+                  std::string *error)
 {
     bool isThere = false;
     if (!destination.Find(&isThere, error))
@@ -50,10 +51,9 @@ bool DryRun::Look(Destination destination, Forecast *forecast, std::string *erro
         return false;
     }
     const PlanNames names(_planned.plan, LookAtDestination(disk.Get()));
-    const SourceFiles sources(_options.volume, _options.keyFile);
-    *forecast =
-        Forecaster({_planned, _session.Reports(), names, sources, _tree, disk.Get(), !isThere})
-            .Run(path);
+    *forecast = Forecaster({_planned, _session.Reports(), names, sources, _tree, disk.Get(),
+                            !isThere, !_options.noEmptyFolders})
+                    .Run(path);
     return true;
 }
 

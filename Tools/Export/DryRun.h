@@ -27,10 +27,11 @@ public:
     }
 
     // The program's exit status.
-    int Run(Destination destination);
+    int Run(Destination destination, const SourceFiles &sources);
 
 private:
-    bool Look(Destination destination, Forecast *forecast, std::string *error);
+    bool Look(Destination destination, const SourceFiles &sources, Forecast *forecast,
+              std::string *error);
     int Status(const Forecast &forecast) const;
 
     const VolumeSession &_session;

@@ -34,8 +34,8 @@ void EntryFailures::AddFolder(Number folder, const Arrivals *arrivals)
         return AddUnopened(folder, ObstacleOf(entry, _planned.plan.PathOf(folder), _reports),
                            "this folder cannot be listed");
     const Arrival arrival = arrivals == nullptr ? Arrival() : arrivals->At(folder);
-    if (arrival.state == Arrival::State::kFailed && !arrival.reason.empty() && !HasFiles(folder))
-        Add(folder, arrival.reason);
+    if (arrival.state == Arrival::State::kFailed && !arrival.reason.empty())
+        AddUnmade(folder, arrival.reason);
     const auto damaged = _planned.damagedFolders.find(folder);
     if (damaged == _planned.damagedFolders.end())
         return;
@@ -43,7 +43,12 @@ void EntryFailures::AddFolder(Number folder, const Arrivals *arrivals)
     Add(folder, ListingText(damaged->second));
 }
 
-// They say why their folder could not be made.
+void EntryFailures::AddUnmade(Number folder, const std::string &reason)
+{
+    if (!HasFiles(folder))
+        Add(folder, reason);
+}
+
 bool EntryFailures::HasFiles(Number folder) const
 {
     const Number first = _planned.plan.At(folder).firstChild;

@@ -27,6 +27,8 @@ public:
     // What the volume does not open: as a failure, as one of many or as a link. reason: follows
     // the entry's path and a colon.
     void AddUnopened(Number entry, VolumeObstacle obstacle, const std::string &reason);
+    // A folder that cannot be made, unless files in it say so.
+    void AddUnmade(Number folder, const std::string &reason);
     void Add(Number entry, const std::string &reason);
 
 private:

@@ -98,7 +98,7 @@ int ExportCommand::Run()
     if (!Survey(&error))
         return FailWith(kExitUsage, error + " (nothing was exported)");
     if (_options.dryRun)
-        return DryRun(_session, _options, _planned, _tree).Run(_destination);
+        return DryRun(_session, _options, _planned, _tree).Run(_destination, Sources());
     bool isNew = false;
     if (!_destination.Prepare(&isNew, &error))
         return FailWith(kExitUsage, error);
@@ -182,9 +182,9 @@ bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
     if (HasRoomForAll(_planned.plan, _tree.Root()))
         return true;
     const SourceFiles sources = Sources();
-    const Forecast forecast =
-        Forecaster({_planned, _session.Reports(), names, sources, _tree, _tree.Root(), false})
-            .Run(_destination.Path());
+    const Forecast forecast = Forecaster({_planned, _session.Reports(), names, sources, _tree,
+                                          _tree.Root(), false, !_options.noEmptyFolders})
+                                  .Run(_destination.Path());
     if (forecast.Fits())
         return true;
     *error = forecast.ShortageText();

@@ -8,6 +8,12 @@ bool IsSelfOrParent(std::u16string_view name)
     return name == u"." || name == u"..";
 }
 
+bool IsOfUse(const ExportPlan &plan, ExportPlan::Number folder)
+{
+    return !plan.At(folder).Has(PlanEntry::kIsUnlistable | PlanEntry::kIsRepeated) &&
+           !IsSelfOrParent(plan.NameOf(folder));
+}
+
 }  // namespace
 
 ExportFolders::ExportFolders(const ExportPlan &plan, DestinationTree &tree, const PlanNames &names)
@@ -32,25 +38,19 @@ void ExportFolders::NoteExisting()
 }
 
 // What was chosen wants the folders above it; a parent has a smaller number than its children.
-std::vector<bool> ExportFolders::Wanted() const
+std::vector<bool> ExportFolders::Wanted(const ExportPlan &plan)
 {
-    std::vector<bool> isWanted(_plan.Size());
-    for (auto number = static_cast<Number>(_plan.Size() - 1); number > ExportPlan::kRoot;
-         --number) {
-        const PlanEntry &entry = _plan.At(number);
+    std::vector<bool> isWanted(plan.Size());
+    for (auto number = static_cast<Number>(plan.Size() - 1); number > ExportPlan::kRoot; --number) {
+        const PlanEntry &entry = plan.At(number);
         const bool isEmptied = entry.Has(PlanEntry::kIsThinned | PlanEntry::kIsWay);
-        if (!entry.IsFolder() || (!isEmptied && IsOfUse(number)))
-            isWanted[number] = true;
-        if (isWanted[number])
+        const bool wantsParent =
+            !entry.IsFolder() || isWanted[number] || (!isEmptied && IsOfUse(plan, number));
+        isWanted[number] = entry.IsFolder() && wantsParent && IsOfUse(plan, number);
+        if (wantsParent)
             isWanted[entry.parent] = true;
     }
     return isWanted;
-}
-
-bool ExportFolders::IsOfUse(Number folder) const
-{
-    return !_plan.At(folder).Has(PlanEntry::kIsUnlistable | PlanEntry::kIsRepeated) &&
-           !IsSelfOrParent(_plan.NameOf(folder));
 }
 
 bool ExportFolders::HasFile(Number folder, const Arrivals &arrivals) const
@@ -66,11 +66,10 @@ bool ExportFolders::HasFile(Number folder, const Arrivals &arrivals) const
 
 void ExportFolders::MakeMissing(ExportStop &stop, Arrivals *arrivals)
 {
-    const std::vector<bool> isWanted = Wanted();
+    const std::vector<bool> isWanted = Wanted(_plan);
     for (Number number = ExportPlan::kRoot; number != ExportPlan::kNone && !stop.IsDue();
          number = _plan.Next(number)) {
-        if (number != ExportPlan::kRoot && _plan.At(number).IsFolder() && isWanted[number] &&
-            IsOfUse(number) && !HasFile(number, *arrivals))
+        if (number != ExportPlan::kRoot && isWanted[number] && !HasFile(number, *arrivals))
             Make(number, stop, arrivals);
     }
 }
@@ -98,7 +97,7 @@ void ExportFolders::GiveDates(ExportDates *dates)
     int error = 0;
     for (auto number = static_cast<Number>(_plan.Size() - 1); number > ExportPlan::kRoot;
          --number) {
-        if (!_plan.At(number).IsFolder() || !IsOfUse(number) || _existing.count(number) != 0)
+        if (!_plan.At(number).IsFolder() || !IsOfUse(_plan, number) || _existing.count(number) != 0)
             continue;
         if (const auto folder = Enter(number, DestinationTree::Missing::kFail, &reason, &error))
             dates->Give(number, folder->Get());

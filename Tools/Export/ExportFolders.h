@@ -23,6 +23,9 @@ class ExportFolders {
 public:
     using Number = ExportPlan::Number;
 
+    // By number: the folders that an export makes, whether files bring them or not.
+    static std::vector<bool> Wanted(const ExportPlan &plan);
+
     // Before anything is copied.
     ExportFolders(const ExportPlan &plan, DestinationTree &tree, const PlanNames &names);
 
@@ -33,8 +36,6 @@ public:
 
 private:
     void NoteExisting();
-    std::vector<bool> Wanted() const;
-    bool IsOfUse(Number folder) const;
     bool HasFile(Number folder, const Arrivals &arrivals) const;
     void Make(Number folder, ExportStop &stop, Arrivals *arrivals);
     DestinationTree::Folder Enter(Number folder, DestinationTree::Missing missing,

@@ -1,6 +1,7 @@
 #include "Forecast.h"
 
 #include "EntryObstacle.h"
+#include "ExportFolders.h"
 #include "ExportProgress.h"
 #include "NumberText.h"
 #include "ObstacleText.h"
@@ -97,6 +98,8 @@ Forecast Forecaster::Run(const std::string &destination)
         if (!_plan.At(file).IsFolder())
             AddFile(file);
     }
+    if (_scene.makesEmptyFolders)
+        AddEmptyFolders();
     _forecast.folders = std::count(_isMade.begin(), _isMade.end(), true);
     _forecast.disk = _disk;
     _forecast.neededBytes = _room.Peak();
@@ -157,6 +160,36 @@ void Forecaster::MarkFolders(Number file)
     Number folder = _plan.At(file).parent;
     for (; folder != ExportPlan::kRoot && !_isMade[folder]; folder = _plan.At(folder).parent)
         _isMade[folder] = true;
+}
+
+void Forecaster::AddEmptyFolders()
+{
+    const std::vector<bool> isWanted = ExportFolders::Wanted(_plan);
+    std::vector<bool> isBlocked(_plan.Size());
+    for (Number folder = _plan.Next(ExportPlan::kRoot); folder != ExportPlan::kNone;
+         folder = _plan.Next(folder)) {
+        if (!isWanted[folder] || _isMade[folder])
+            continue;
+        const bool isBlockedAbove = isBlocked[_plan.At(folder).parent];
+        const std::string reason = isBlockedAbove ? "" : ReasonBlocked(folder);
+        isBlocked[folder] = isBlockedAbove || !reason.empty();
+        _isMade[folder] = !isBlocked[folder];
+        if (!reason.empty())
+            _failures.AddUnmade(folder, reason);
+    }
+}
+
+// Why the folder could not be made; empty if it could be, or exists.
+std::string Forecaster::ReasonBlocked(Number folder)
+{
+    bool isChanged = false;
+    std::string reason;
+    int error = ENOENT;
+    const std::string path = _scene.names.PathOf(folder, &isChanged);
+    const bool isThere =
+        _scene.isNew || path.empty() ||
+        _scene.tree.Enter(path, DestinationTree::Missing::kFail, &reason, &error) != nullptr;
+    return isThere || error == ENOENT ? "" : reason;
 }
 
 }  // namespace vx

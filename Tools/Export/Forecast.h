@@ -48,6 +48,7 @@ public:
         DestinationTree &tree;
         int disk;    // an open folder on the destination's disk
         bool isNew;  // the destination is still to be made; the tree is not open
+        bool makesEmptyFolders;
     };
 
     explicit Forecaster(const Scene &scene);
@@ -62,6 +63,8 @@ private:
     bool FindPlace(Number file, PlaceError *error);
     void AddArrival(Number file);
     void MarkFolders(Number file);
+    void AddEmptyFolders();
+    std::string ReasonBlocked(Number folder);
 
     const Scene _scene;
     const ExportPlan &_plan;
@@ -71,7 +74,7 @@ private:
     EntryFailures _failures;
     ArrivalPlaces _places;
     ArrivalPlace _place;        // of the file before
-    std::vector<bool> _isMade;  // by number: folders that a file brings
+    std::vector<bool> _isMade;  // by number: folders that would be there
 };
 
 }  // namespace vx
