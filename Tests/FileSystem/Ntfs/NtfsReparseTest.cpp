@@ -226,6 +226,23 @@ TEST_F(NtfsReparse, OfAFileThatIsPartlyHereThatPartOpensAndTheRestIsNotZeros)
     EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kOnlyInCloud);
 }
 
+TEST_F(NtfsReparse, AHoleAfterWhatWasWrittenOfAFileThatIsPartlyHereIsNotZeros)
+{
+    Bytes partly = InRuns({{kFree, 2}, {0, 1}});
+    PutNumber(&partly, 56, kClusterBytes, 8);
+    ntfs.PutFile(kFile, {partly, PointAttribute(kCloud)});
+    const VolumeHandle file = OpenForReading(Open(), u"/f");
+    ASSERT_NE(file, nullptr);
+    // The second cluster is there, but nothing was written to it.
+    std::string bytes(2 * kClusterBytes, 'x');
+    uint32_t done = 0;
+    EXPECT_TRUE(volume->ReadFile(file, bytes.data(), 2 * kClusterBytes, &done));
+    EXPECT_TRUE(bytes == contents.substr(0, kClusterBytes) + std::string(kClusterBytes, '\0'));
+    EXPECT_FALSE(volume->ReadFile(file, bytes.data(), kClusterBytes, &done));
+    volume->CloseHandle(file);
+    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kOnlyInCloud);
+}
+
 TEST_F(NtfsReparse, HolesOfAnOrdinaryFileStayZeros)
 {
     ntfs.PutFile(kFile, {InRuns({{kFree, 1}, {0, 2}})});

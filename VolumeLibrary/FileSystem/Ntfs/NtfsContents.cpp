@@ -1,6 +1,7 @@
 #include "NtfsContents.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -10,18 +11,32 @@ uint64_t WrittenBytes(const FileExtents &extents)
     return std::min(extents.initialised, extents.size);
 }
 
-// Removes the holes before the end of what was written; false if there are none.
+// Appends a stored run; what of it was not written is zeros.
+void AppendWritten(const FileRun &run, uint64_t written, std::vector<FileRun> *runs)
+{
+    const uint64_t stored = std::min(run.length, written - std::min(written, run.position));
+    if (stored > 0)
+        runs->push_back({run.position, stored, run.offset, FileRun::Kind::kStored});
+    if (stored < run.length)
+        runs->push_back({run.position + stored, run.length - stored, 0, FileRun::Kind::kZeros});
+}
+
+// Removes the holes, those after the end of what was written as well; false if there are none.
 bool RemoveHoles(FileExtents *extents)
 {
-    const uint64_t written = WrittenBytes(*extents);
-    std::vector<FileRun> &runs = extents->runs;
-    const auto isHole = [written](const FileRun &run) {
-        return run.kind == FileRun::Kind::kZeros && run.position < written;
-    };
-    const auto holes = std::remove_if(runs.begin(), runs.end(), isHole);
-    const bool found = holes != runs.end();
-    runs.erase(holes, runs.end());
-    return found;
+    std::vector<FileRun> kept;
+    bool found = false;
+    for (const FileRun &run : extents->runs) {
+        const bool isHole = run.kind == FileRun::Kind::kZeros;
+        found = found || (isHole && run.position < extents->size);
+        if (!isHole)
+            AppendWritten(run, WrittenBytes(*extents), &kept);
+    }
+    if (!found)
+        return false;
+    extents->runs = std::move(kept);
+    extents->initialised = extents->size;
+    return true;
 }
 
 // For a file whose data may be elsewhere: a hole is not zeros, but data that was never brought
