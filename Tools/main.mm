@@ -12,6 +12,7 @@
 #include "EndingSignal.h"
 #include "ExitStatus.h"
 #include "ExportCommand.h"
+#include "ExportProof.h"
 #import "ListCommand.h"
 #include "OpeningInterruption.h"
 #include "Options.h"
@@ -119,8 +120,8 @@ int Run(Options &options)
         fprintf(stderr, "volume-export: warning: %s\n", warning.c_str());
     if (options.action == Options::Action::kList)
         return vx::ListCommand(session, options).Run();
-    vx::ArrivalSink sink;
-    return vx::ExportCommand(session, options, vx::Destination(options.destination), sink).Run();
+    vx::ExportProof proof(options);
+    return vx::ExportCommand(session, options, vx::Destination(options.destination), proof).Run();
 }
 
 }  // namespace

@@ -152,27 +152,6 @@ TEST_F(Damage, VerboseNamesTheFilesThatAStoppedExportDidNotComeTo)
                       "Not copied: 2 files:\n  /three.bin\n  /four.bin\n"));
 }
 
-TEST_F(Damage, ADiskThatGoesAwayWhileCopiesAreComparedEndsTheComparison)
-{
-    const Result result = Export("gone-later", {"--verify"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "Stopped, since the disk is gone; what had arrived was kept.\n"
-                                     "Copied, but not checked: 2 files (--verbose names "
-                                     "them)\n"));
-    EXPECT_TRUE(Lacks(result.output, "Failed"));
-    EXPECT_TRUE(Lacks(result.output, "equal"));
-}
-
-TEST_F(Damage, ADamagedCopyIsNamedEvenIfTheComparisonStopsBeforeIt)
-{
-    const Result result = Export("gone-before-damaged", {"--verify", "--verbose"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "  /damaged.bin: bytes 4096 to 4607 could not be read and "
-                                     "are zero\n"));
-    EXPECT_TRUE(Holds(result.output, "Copied, but not checked: 2 files:\n  /two.bin\n"
-                                     "  /three.bin\n"));
-}
-
 TEST_F(Damage, WhatCannotBeHadIsCountedInALineForEachReason)
 {
     const Result result = Export("obstacles");

@@ -296,21 +296,15 @@ TEST_F(Export, VerifyComparesEverythingAgain)
     _folder.WriteFile("volume/a.txt", std::string(3000000, 'x'));
     const Result result = Run({"--to", _destination, _volume, "--verify"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(Holds(result.output, "Read again and compared in "));
+    EXPECT_TRUE(Holds(result.output, "Read again from the destination and compared in "));
 }
 
-TEST_F(Export, VerifyFindsACopyThatDiffers)
+// Another read of the file would give other bytes.
+TEST_F(Export, VerifyReadsTheVolumeNoSecondTime)
 {
     const Result result = RunWith(kStandIn, {"--to", _destination, "changing", "--verify"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "Exported 1 file, 10 bytes, to "));
-    EXPECT_TRUE(
-        Holds(result.output, "  /changing.bin: the copy differs within 1 MiB after byte 0\n"));
-}
-
-TEST_F(Export, WithoutVerifyOnlySizesAreCompared)
-{
-    EXPECT_EQ(RunWith(kStandIn, {"--to", _destination, "changing"}).status, 0);
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_TRUE(Holds(result.output, "compared in "));
 }
 
 TEST_F(Export, TheLocaleOfTheMachineDoesNotChangeNames)

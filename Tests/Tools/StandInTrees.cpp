@@ -58,14 +58,6 @@ std::vector<StandInEntry> StallingTree()
     return {File(u"", u"one.bin", 5 * kMiB), second, File(u"", u"three.bin", 10)};
 }
 
-// Stalls when it is compared: only then is a file of this size read in more than one piece.
-std::vector<StandInEntry> StallingComparison()
-{
-    StandInEntry first = File(u"", u"one.bin", 3 * kMiB);
-    first.stallsAtRead = 2;
-    return {first, File(u"", u"two.bin", 10)};
-}
-
 std::vector<StandInEntry> StallingListing()
 {
     StandInEntry folder = Folder(u"", u"slow");
@@ -201,24 +193,6 @@ std::vector<StandInEntry> GoneTree()
             File(u"", u"four.bin", 10)};
 }
 
-// The disk goes away when the second file is compared: only then is it read in two pieces.
-std::vector<StandInEntry> GoneLaterTree()
-{
-    StandInEntry second = File(u"", u"two.bin", 2 * kMiB);
-    second.goesAtRead = 2;
-    return {File(u"", u"one.bin", 10), second, File(u"", u"three.bin", 10)};
-}
-
-// As before, and of a further file the copy lacks a range.
-std::vector<StandInEntry> GoneBeforeDamagedTree()
-{
-    std::vector<StandInEntry> entries = GoneLaterTree();
-    StandInEntry damaged = File(u"", u"damaged.bin", kMiB);
-    damaged.unread = {{4096, 512}};
-    entries.push_back(damaged);
-    return entries;
-}
-
 std::vector<StandInEntry> ObstacleTree()
 {
     StandInEntry here = File(u"", u"here.txt", 5);
@@ -309,7 +283,6 @@ struct NamedTree {
 };
 
 constexpr NamedTree kTrees[] = {{"stalling", StallingTree},
-                                {"stalling-comparison", StallingComparison},
                                 {"stalling-listing", StallingListing},
                                 {"hostile", HostileTree},
                                 {"failing", FailingTree},
@@ -326,11 +299,9 @@ constexpr NamedTree kTrees[] = {{"stalling", StallingTree},
                                 {"unread", UnreadTree},
                                 {"riddled", RiddledTree},
                                 {"gone", GoneTree},
-                                {"gone-later", GoneLaterTree},
                                 {"gone-in-small-file", GoneInSmallFileTree},
                                 {"impossible-size", ImpossibleSizeTree},
                                 {"lacking", LackingTree},
-                                {"gone-before-damaged", GoneBeforeDamagedTree},
                                 {"obstacles", ObstacleTree},
                                 {"untagged", UntaggedTree},
                                 {"damaged-folders", DamagedFolderTree},

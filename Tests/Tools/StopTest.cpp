@@ -111,16 +111,6 @@ TEST_F(Stop, AStoppedExportIsNotCompared)
     EXPECT_TRUE(Lacks(run.Output(), "compared"));
 }
 
-TEST_F(Stop, AComparisonIsStoppedToo)
-{
-    ToolRun run(CopyOfTool(kStandIn), {"--to", _destination, "--verify", "stalling-comparison",
-                                       "--unlock", "none", _stall});
-    EXPECT_EQ(StopBy(SIGINT, &run), 128 + SIGINT);
-    EXPECT_EQ(FilesBelow(_destination).size(), 2u);
-    EXPECT_TRUE(Holds(run.Output(), "Copied, but not checked: 2 files (--verbose names them)\n"));
-    EXPECT_TRUE(Lacks(run.Output(), "equal"));
-}
-
 TEST_F(Stop, OffATerminalTheNoticeOfTheStopHasNoBlankLineBeforeIt)
 {
     ToolRun run(CopyOfTool(kStandIn), StallingExport());

@@ -1,24 +1,18 @@
 #include "ArrivalCheck.h"
 
 #include "PathText.h"
-#include "PlanText.h"
 #include "StopRequest.h"
-#include "TerminalText.h"
 #include "ThreadChecks.h"
-#include "UniqueFd.h"
-
-#include <cerrno>
-#include <cstring>
 
 namespace vx {
 
 ArrivalCheck::ArrivalCheck(const VolumeSession &session, const PlannedExport &planned,
-                           DestinationTree &tree, const PlanNames &names, Settings settings,
-                           CopyProgress &progress, ExportReport *report)
-    : _session(session),
-      _plan(planned.plan),
+                           DestinationTree &tree, const PlanNames &names, ArrivalSink &sink,
+                           Settings settings, CopyProgress &progress, ExportReport *report)
+    : _plan(planned.plan),
       _tree(tree),
       _names(names),
+      _sink(sink),
       _settings(settings),
       _progress(progress),
       _report(*report),
@@ -49,19 +43,20 @@ void ArrivalCheck::CheckFile(Number file, const Arrival &arrival)
     case Arrival::State::kUnopened:
         return _failures.AddUnopened(file, arrival.obstacle, "the volume cannot open it");
     case Arrival::State::kUnfinished:
-        _report.unfinished.push_back({ShownPathOf(_plan, file), arrival.reason});
+        _report.unfinished.push_back(
+            {file, FailureKind::kNotCopied, VolumeObstacle::kNone, arrival.reason, "", {}});
         return;
     case Arrival::State::kFailed:
-        _failures.Add(file, arrival.reason);
+        _failures.Add(file, arrival.kind, arrival.reason);
     }
 }
 
 void ArrivalCheck::NoteUnreached(Number file)
 {
     if (_report.stop != ExportReport::Stop::kNone)
-        _report.notCopied.push_back(ShownPathOf(_plan, file));
+        _report.notCopied.push_back(file);
     else
-        _failures.Add(file, "it was not copied");
+        _failures.Add(file, FailureKind::kNotCopied, "it was not copied");
 }
 
 ArrivalCheck::Copy ArrivalCheck::CopyOf(Number file, const Arrival &arrival) const
@@ -75,38 +70,47 @@ ArrivalCheck::Copy ArrivalCheck::CopyOf(Number file, const Arrival &arrival) con
 
 void ArrivalCheck::CheckArrived(const Copy &copy)
 {
-    const std::string reason =
-        WasStopped() ? "" : Difference(copy, FileComparison::Unread::kIsFailure);
-    // A disk that is gone says nothing about the copy.
-    if (WasStopped() && (reason.empty() || _session.Volume().IsGone())) {
-        _report.notChecked.push_back(ShownPathOf(_plan, copy.number));
+    auto kind = FailureKind::kDestination;
+    const std::string reason = WasStopped() ? "" : Difference(copy, &kind);
+    if (WasStopped() && reason.empty()) {
+        _report.notChecked.push_back(copy.number);
         return NoteName(copy);
     }
     if (!reason.empty())
-        return _failures.Add(copy.number, reason);
-    ++_report.arrivedFiles;
-    _report.arrivedBytes += copy.arrival.size;
+        return _failures.Add({copy.number, kind, VolumeObstacle::kNone, reason, copy.path, {}});
+    Count(copy);
     if (_report.stop == ExportReport::Stop::kDiskGone)
-        _report.arrived.push_back(ShownPathOf(_plan, copy.number));
+        _report.arrived.push_back(copy.number);
     NoteName(copy);
+}
+
+void ArrivalCheck::Count(const Copy &copy)
+{
+    const bool wasThere = copy.arrival.state == Arrival::State::kAlreadyThere;
+    ++(wasThere ? _report.earlierFiles : _report.arrivedFiles);
+    (wasThere ? _report.earlierBytes : _report.arrivedBytes) += copy.arrival.size;
+    if (_settings.verifies && !_sink.IsHashed(copy.number))
+        ++_report.unhashedFiles;
 }
 
 void ArrivalCheck::CheckDamaged(const Copy &copy)
 {
     const std::string &reason = copy.arrival.reason;
-    const std::string more = WasStopped() ? "" : Difference(copy, FileComparison::Unread::kIsZero);
-    _failures.Add(copy.number, more.empty() ? reason : reason + "; " + more);
+    auto kind = FailureKind::kDestination;
+    const std::string more = WasStopped() ? "" : Difference(copy, &kind);
+    _failures.Add({copy.number, copy.arrival.kind, VolumeObstacle::kNone,
+                   more.empty() ? reason : reason + "; " + more, copy.path, copy.arrival.unread});
     NoteName(copy);
 }
 
 void ArrivalCheck::NoteName(const Copy &copy)
 {
     if (copy.isChanged)
-        _report.renamed.push_back({ShownPathOf(_plan, copy.number), TerminalText(copy.path)});
+        _report.renamed.push_back({copy.number, copy.path});
 }
 
 // Between the copy and what it should be; empty if there is none.
-std::string ArrivalCheck::Difference(const Copy &copy, FileComparison::Unread unread)
+std::string ArrivalCheck::Difference(const Copy &copy, FailureKind *kind)
 {
     const SplitPath path(copy.path);
     std::string reason;
@@ -118,32 +122,20 @@ std::string ArrivalCheck::Difference(const Copy &copy, FileComparison::Unread un
     reason = ReasonNotThere(folder->Get(), path.name, copy.arrival.size);
     if (!reason.empty())
         return reason;
-    if (!_settings.verifies) {
+    if (!_settings.verifies || !_sink.IsHashed(copy.number)) {
         _progress.Show(copy.number, copy.arrival.size);
         return "";
     }
-    const UniqueFd file = OpenArrived(folder->Get(), path.name);
-    if (!file)
-        return std::string("the copy cannot be read again: ") + strerror(errno);
-    return DifferenceFrom(copy, file.Get(), unread);
-}
-
-std::string ArrivalCheck::DifferenceFrom(const Copy &copy, int file, FileComparison::Unread unread)
-{
-    OpenVolumeFile original(_session.Volume(), _plan.PathOf(copy.number));
-    if (!original)
-        return "the volume cannot open it again";
-    return _comparison.Difference(&original, copy.arrival.size, file, unread,
-                                  [this, &copy](int64_t bytes) {
-                                      _progress.Show(copy.number, bytes);
-                                      return !WasStopped();
-                                  });
+    *kind = FailureKind::kDiffers;
+    return _sink.Difference(copy.number, folder->Get(), path.name, [this, &copy](int64_t bytes) {
+        _progress.Show(copy.number, bytes);
+        return !WasStopped();
+    });
 }
 
 bool ArrivalCheck::WasStopped() const
 {
-    return _settings.mayBeStopped &&
-           (StopRequest::Signal() != 0 || (_settings.verifies && _session.Volume().IsGone()));
+    return _settings.mayBeStopped && StopRequest::Signal() != 0;
 }
 
 }  // namespace vx

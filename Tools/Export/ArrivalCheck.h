@@ -1,16 +1,16 @@
 // Checks afterwards whether each planned file has arrived: what the arrivals recorded, whether its
-// copy is where it was put, with the size that it had on the volume, and on request whether both
-// hold the same bytes.
+// copy is where it was put, with the size that it had on the volume, and on request whether it
+// still is what was written to it.
 //
 // Ownership: borrows all that it is made with. Threads: main, with no worker left.
 #pragma once
 
+#include "ArrivalSink.h"
 #include "Arrivals.h"
 #include "CopyProgress.h"
 #include "DestinationTree.h"
 #include "EntryFailures.h"
 #include "ExportReport.h"
-#include "FileComparison.h"
 #include "PlanBuilder.h"
 #include "PlanNames.h"
 #include "VolumeSession.h"
@@ -25,14 +25,13 @@ public:
 
     struct Settings {
         bool verifies = false;
-        // By a StopRequest, and a comparison by a disk that goes away; not if the export was
-        // stopped.
+        // By a StopRequest; not if the export was stopped.
         bool mayBeStopped = false;
     };
 
     ArrivalCheck(const VolumeSession &session, const PlannedExport &planned, DestinationTree &tree,
-                 const PlanNames &names, Settings settings, CopyProgress &progress,
-                 ExportReport *report);
+                 const PlanNames &names, ArrivalSink &sink, Settings settings,
+                 CopyProgress &progress, ExportReport *report);
 
     // Adds the result of the plan.
     void CheckFiles(const Arrivals &arrivals);
@@ -51,19 +50,18 @@ private:
     Copy CopyOf(Number file, const Arrival &arrival) const;
     void NoteName(const Copy &copy);
     void NoteUnreached(Number file);
-    std::string Difference(const Copy &copy, FileComparison::Unread unread);
-    std::string DifferenceFrom(const Copy &copy, int file, FileComparison::Unread unread);
+    void Count(const Copy &copy);
+    std::string Difference(const Copy &copy, FailureKind *kind);
     bool WasStopped() const;
 
-    const VolumeSession &_session;
     const ExportPlan &_plan;
     DestinationTree &_tree;
     const PlanNames &_names;
+    ArrivalSink &_sink;
     const Settings _settings;
     CopyProgress &_progress;
     ExportReport &_report;
     EntryFailures _failures;
-    FileComparison _comparison;
 };
 
 }  // namespace vx

@@ -105,6 +105,18 @@ bool ArrivalPlaces::MayReplace(const ArrivalPlace &place, const struct stat &fou
     return true;
 }
 
+bool ArrivalPlaces::Keep(Number number, const ArrivalPlace &place, PlaceError *error)
+{
+    struct stat found;
+    const MutexLock lock(_mutex);
+    if (fstatat(place.folder->Get(), place.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
+        return Refuse(errno, "its copy is no longer in its place: " + DestinationErrorText(errno),
+                      error);
+    const FileIdentity identity = IdentityOf(found);
+    const PlacedFiles::Number earlier = _placed.Place(identity, place.Path(), number);
+    return earlier == PlacedFiles::kNone || RefuseTaken(earlier, error);
+}
+
 // Another file of this export, or another program, may have come there since the first look.
 bool ArrivalPlaces::Deliver(Number number, const ArrivalPlace &place, ArrivingFile *file,
                             PlaceError *error)

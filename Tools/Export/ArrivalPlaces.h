@@ -52,6 +52,8 @@ public:
     bool MayTake(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
                  PlaceError *error);
 
+    // Leaves what is complete in its place, where no later file of this export may come.
+    bool Keep(Number number, const ArrivalPlace &place, PlaceError *error);
     // Puts a complete file into its place.
     bool Deliver(Number number, const ArrivalPlace &place, ArrivingFile *file, PlaceError *error);
     // Puts a damaged copy into its place if that is free, and beside it if not. The name of the

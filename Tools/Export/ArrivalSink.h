@@ -7,14 +7,21 @@
 #pragma once
 
 #include "ExportPlan.h"
+#include "ExportReport.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
 namespace vx {
+
+class DestinationTree;
+struct DestinationTraits;
+class PlanNames;
+struct PlannedExport;
 
 using FileHash = std::array<uint8_t, 32>;
 
@@ -38,16 +45,24 @@ struct ArrivedFile {
     const FileHash *hash;     // null without a hasher
 };
 
+// What is known before the first file. Valid until the export has ended.
+struct ExportScene {
+    const ExportPlan &plan;
+    const PlanNames &names;
+    DestinationTree &tree;
+    const std::string &destination;  // absolute
+    const DestinationTraits &traits;
+};
+
 class ArrivalSink {
 public:
+    // After each piece that was read, with its bytes; false stops the reading.
+    using Advance = std::function<bool(int64_t bytes)>;
+
     virtual ~ArrivalSink() = default;
 
-    // Before the first file. destination: the open folder. False: nothing is exported, and error
-    // says why in one line.
-    virtual bool Begin(const ExportPlan &, int /*destination*/, std::string * /*error*/)
-    {
-        return true;
-    }
+    // Before the first file. False: nothing is exported, and error says why in one line.
+    virtual bool Begin(const ExportScene &, std::string * /*error*/) { return true; }
 
     // Whether the file is complete in its place, from an earlier export: it is not copied then.
     // Asked before the volume opens it. folder: the open folder that it belongs in.
@@ -65,6 +80,26 @@ public:
 
     // The file has taken its place.
     virtual void Arrived(const ArrivedFile &) {}
+
+    // After the last file, on the main thread as all below. isAtItsEnd: nothing has stopped the
+    // export before the end of its plan. False: error says in one line what is missing.
+    virtual bool Seal(bool /*isAtItsEnd*/, std::string * /*error*/) { return true; }
+
+    // Whether Difference can say something of the file.
+    virtual bool IsHashed(ExportPlan::Number) const { return false; }
+    // Reads a copy from its disk. Why it is not what was written to it; empty if it is. After Seal.
+    virtual std::string Difference(ExportPlan::Number, int /*folder*/, const std::string & /*name*/,
+                                   const Advance &)
+    {
+        return "";
+    }
+
+    // The end of the export, with the status that the program will have.
+    virtual bool Ended(const PlannedExport &, const ExportReport &, int /*status*/,
+                       std::string * /*error*/)
+    {
+        return true;
+    }
 };
 
 }  // namespace vx

@@ -17,7 +17,7 @@ void Arrivals::Set(ExportPlan::Number number, const Arrival &arrival)
     if (isPlain)
         return;
     const MutexLock lock(_mutex);
-    _details[number] = {arrival.size, arrival.reason, arrival.copy};
+    _details[number] = {arrival.size, arrival.kind, arrival.reason, arrival.copy, arrival.unread};
 }
 
 Arrival::State Arrivals::StateOf(ExportPlan::Number number) const
@@ -36,8 +36,10 @@ Arrival Arrivals::At(ExportPlan::Number number) const
     if (detail == _details.end())
         return arrival;
     arrival.size = detail->second.size;
+    arrival.kind = detail->second.kind;
     arrival.reason = detail->second.reason;
     arrival.copy = detail->second.copy;
+    arrival.unread = detail->second.unread;
     return arrival;
 }
 

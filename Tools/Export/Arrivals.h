@@ -5,6 +5,7 @@
 #pragma once
 
 #include "ExportPlan.h"
+#include "ExportReport.h"
 #include "Mutex.h"
 #include "VolumeReports.h"
 
@@ -27,9 +28,11 @@ struct Arrival {
 
     State state = State::kNotReached;
     VolumeObstacle obstacle = VolumeObstacle::kNone;
-    int64_t size = 0;    // in bytes, of the opened file
-    std::string reason;  // follows a colon; empty for kArrived and kUnopened
-    std::string copy;    // its name, if that is not the planned one
+    FailureKind kind = FailureKind::kDestination;
+    int64_t size = 0;               // in bytes, of the opened file
+    std::string reason;             // follows a colon; empty for kArrived and kUnopened
+    std::string copy;               // its name, if that is not the planned one
+    std::vector<ByteRange> unread;  // what is zero in the copy
 };
 
 class Arrivals {
@@ -43,8 +46,10 @@ public:
 private:
     struct Detail {
         int64_t size;
+        FailureKind kind;
         std::string reason;
         std::string copy;
+        std::vector<ByteRange> unread;
     };
 
     const ExportPlan &_plan;

@@ -30,7 +30,7 @@ int DryRun::Run(Destination destination, const SourceFiles &sources)
     std::string error;
     if (!Look(std::move(destination), sources, &forecast, &error))
         return FailWith(kExitUsage, error);
-    PrintForecast(forecast, _options.verbose, stdout);
+    PrintForecast(forecast, _planned.plan, _options.verbose, stdout);
     if (fflush(stdout) != 0 || ferror(stdout) != 0)
         return FailWith(kExitIncomplete, "cannot write the summary");
     return Status(forecast);

@@ -2,7 +2,6 @@
 
 #include "EntryObstacle.h"
 #include "ObstacleText.h"
-#include "PlanText.h"
 
 namespace vx {
 namespace {
@@ -29,24 +28,24 @@ void EntryFailures::AddFolder(Number folder, const Arrivals *arrivals)
 {
     const PlanEntry &entry = _planned.plan.At(folder);
     if (entry.Has(PlanEntry::kIsRepeated))
-        return Add(folder, kSameName);
+        return Add(folder, FailureKind::kName, kSameName);
     if (entry.Has(PlanEntry::kIsUnlistable))
         return AddUnopened(folder, ObstacleOf(entry, _planned.plan.PathOf(folder), _reports),
                            "this folder cannot be listed");
     const Arrival arrival = arrivals == nullptr ? Arrival() : arrivals->At(folder);
     if (arrival.state == Arrival::State::kFailed && !arrival.reason.empty())
-        AddUnmade(folder, arrival.reason);
+        AddUnmade(folder, arrival.kind, arrival.reason);
     const auto damaged = _planned.damagedFolders.find(folder);
     if (damaged == _planned.damagedFolders.end())
         return;
     ++_report.damagedFolders;
-    Add(folder, ListingText(damaged->second));
+    Add(folder, FailureKind::kFolder, ListingText(damaged->second));
 }
 
-void EntryFailures::AddUnmade(Number folder, const std::string &reason)
+void EntryFailures::AddUnmade(Number folder, FailureKind kind, const std::string &reason)
 {
     if (!HasFiles(folder))
-        Add(folder, reason);
+        Add(folder, kind, reason);
 }
 
 bool EntryFailures::HasFiles(Number folder) const
@@ -66,19 +65,23 @@ void EntryFailures::AddUnopened(Number entry, VolumeObstacle obstacle, const std
     const PlanEntry &planned = _planned.plan.At(entry);
     const bool isLink = obstacle == VolumeObstacle::kLink;
     if (IsCounted(obstacle))
-        _report.counted[{obstacle, planned.IsFolder()}].push_back(
-            ShownPathOf(_planned.plan, entry));
+        _report.counted[{obstacle, planned.IsFolder()}].push_back(entry);
     else if (isLink && !planned.Has(PlanEntry::kIsNamed))
-        _report.links.push_back(ShownPathOf(_planned.plan, entry));
+        _report.links.push_back(entry);
     else if (isLink)
-        Add(entry, "this link is not followed");
+        Add(entry, FailureKind::kLink, "this link is not followed");
     else
-        Add(entry, WithDetail(reason, ObstacleText(obstacle)));
+        Add({entry,
+             planned.IsFolder() ? FailureKind::kFolder : FailureKind::kUnopened,
+             obstacle,
+             WithDetail(reason, ObstacleText(obstacle)),
+             "",
+             {}});
 }
 
-void EntryFailures::Add(Number entry, const std::string &reason)
+void EntryFailures::Add(Number entry, FailureKind kind, const std::string &reason)
 {
-    _report.failures.push_back({ShownPathOf(_planned.plan, entry), reason});
+    Add({entry, kind, VolumeObstacle::kNone, reason, "", {}});
 }
 
 }  // namespace vx

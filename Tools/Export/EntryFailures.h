@@ -28,8 +28,9 @@ public:
     // the entry's path and a colon.
     void AddUnopened(Number entry, VolumeObstacle obstacle, const std::string &reason);
     // A folder that cannot be made, unless files in it say so.
-    void AddUnmade(Number folder, const std::string &reason);
-    void Add(Number entry, const std::string &reason);
+    void AddUnmade(Number folder, FailureKind kind, const std::string &reason);
+    void Add(Number entry, FailureKind kind, const std::string &reason);
+    void Add(ExportReport::Failure failure) { _report.failures.push_back(std::move(failure)); }
 
 private:
     void AddFolder(Number folder, const Arrivals *arrivals);

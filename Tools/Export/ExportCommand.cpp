@@ -94,14 +94,14 @@ int ExportCommand::Run()
     std::string error;
     FailWritesBeyondFileSizeLimit();
     if (!MakePlan(&error))
-        return FailWith(kExitIncomplete, error + " (nothing was exported)");
+        return Refuse(kExitIncomplete, error + " (nothing was exported)");
     if (!Survey(&error))
-        return FailWith(kExitUsage, error + " (nothing was exported)");
+        return Refuse(kExitUsage, error + " (nothing was exported)");
     if (_options.dryRun)
         return DryRun(_session, _options, _planned, _tree).Run(_destination, Sources());
     bool isNew = false;
     if (!_destination.Prepare(&isNew, &error))
-        return FailWith(kExitUsage, error);
+        return Refuse(kExitUsage, error);
     return RunInto(isNew);
 }
 
@@ -147,8 +147,8 @@ int ExportCommand::RunInto(bool isNew)
 {
     const std::string &folder = _destination.Path();
     if (!_tree.Open(folder))
-        return FailWith(kExitUsage, "cannot use the destination " + TerminalText(folder) + ": " +
-                                        strerror(errno));
+        return Refuse(kExitUsage, "cannot use the destination " + TerminalText(folder) + ": " +
+                                      strerror(errno));
     _traits = ProbeDestination(_tree.Root());
     const PlanNames names(_planned.plan, _traits);
     std::string error;
@@ -157,23 +157,42 @@ int ExportCommand::RunInto(bool isNew)
             rmdir(folder.c_str());
         if (_signal != 0)
             EndBySignal(_signal);
-        return FailWith(kExitUsage, error);
+        return Refuse(kExitUsage, error);
     }
     if (isNew)
         fprintf(stderr, "Made the folder %s\n", TerminalText(folder).c_str());
     _report.destination = folder;
     Export(names);
-    PrintReport(_report, _options.verbose, stdout);
+    return Report();
+}
+
+// Before the summary, which may have no reader.
+int ExportCommand::Report()
+{
+    std::string error;
+    if (!_sink.Ended(_planned, _report, Status(), &error))
+        _report.errors.push_back(error);
+    PrintReport(_report, _planned.plan, _options.verbose, stdout);
     if (fflush(stdout) != 0 || ferror(stdout) != 0)
         return FailWith(kExitIncomplete, "cannot write the summary");
     return Status();
+}
+
+// Nothing was exported.
+int ExportCommand::Refuse(int status, const std::string &error)
+{
+    _report.errors.push_back(error);
+    std::string more;
+    if (!_sink.Ended(_planned, _report, status, &more))
+        FailWith(status, more);
+    return FailWith(status, error);
 }
 
 bool ExportCommand::MayBegin(const PlanNames &names, std::string *error)
 {
     if (!_options.skipsSpaceCheck && !HasRoom(names, error))
         return false;
-    return _sink.Begin(_planned.plan, _tree.Root(), error);
+    return _sink.Begin({_planned.plan, names, _tree, _destination.Path(), _traits}, error);
 }
 
 // Without room, what fits is exported if the user wants that.
@@ -216,6 +235,9 @@ void ExportCommand::Export(const PlanNames &names)
     const StopRequest stops;
     Copy(names, &arrivals);
     Sync();
+    std::string error;
+    if (!_sink.Seal(_report.stop == ExportReport::Stop::kNone, &error))
+        _report.errors.push_back(error);
     Check(names, arrivals);
     _signal = StopRequest::Signal();
 }
@@ -267,21 +289,20 @@ void ExportCommand::Check(const PlanNames &names, const Arrivals &arrivals)
 {
     const bool wasStopped = _report.stop != ExportReport::Stop::kNone;
     ArrivalCheck::Settings settings;
-    // After a stop the user does not wait for a comparison, and a disk that is gone allows none.
+    // After a stop the user does not wait for a comparison.
     settings.verifies = _options.verify && !wasStopped;
     settings.mayBeStopped = !wasStopped;
 
     const auto start = Clock::now();
     CopyProgress progress(settings.verifies ? "Comparing" : "Checking", _planned.plan,
                           _planned.bytes, start);
-    ArrivalCheck check(_session, _planned, _tree, names, settings, progress, &_report);
+    ArrivalCheck check(_session, _planned, _tree, names, _sink, settings, progress, &_report);
     EntryFailures(_planned, _session.Reports(), &_report).AddFolders(&arrivals);
     check.CheckFiles(arrivals);
     _report.checkSeconds = SecondsSince(start);
     _report.isVerified = settings.verifies && _report.notChecked.empty();
     if (!_report.notChecked.empty())
-        _report.stop = StopRequest::Signal() != 0 ? ExportReport::Stop::kSignal
-                                                  : ExportReport::Stop::kDiskGone;
+        _report.stop = ExportReport::Stop::kSignal;
 }
 
 }  // namespace vx

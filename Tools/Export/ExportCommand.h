@@ -42,6 +42,8 @@ private:
     void Finish(ExportFolders *folders, ExportDates *dates, ExportStop *stop, Arrivals *arrivals);
     void Sync();
     void Check(const PlanNames &names, const Arrivals &arrivals);
+    int Report();
+    int Refuse(int status, const std::string &error);
     int Status() const;
 
     const VolumeSession &_session;

@@ -2,6 +2,7 @@
 
 #include "NumberText.h"
 #include "ObstacleText.h"
+#include "PlanText.h"
 #include "TerminalText.h"
 
 #include <algorithm>
@@ -31,19 +32,6 @@ std::string FilesText(int64_t count)
     return CountText(count, "file", "files");
 }
 
-void PrintArrived(const ExportReport &report, FILE *stream)
-{
-    fprintf(stream, "Exported %s, %s, to %s in %.1f s", FilesText(report.arrivedFiles).c_str(),
-            ExactSizeText(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str(),
-            report.copySeconds);
-    // A shorter time gives no meaningful speed.
-    if (report.copySeconds >= 0.1)
-        fprintf(stream, " (%s)", SpeedText(report.arrivedBytes, report.copySeconds).c_str());
-    fprintf(stream, ".\n");
-    if (report.isVerified && report.arrivedFiles > 0)
-        fprintf(stream, "Read again and compared in %.1f s: equal.\n", report.checkSeconds);
-}
-
 const char *TextOfStop(ExportReport::Stop stop)
 {
     switch (stop) {
@@ -64,129 +52,187 @@ const char *EndOfCount(size_t count, bool verbose)
     return count == 1 ? " (--verbose names it)" : " (--verbose names them)";
 }
 
-void PrintCountedFiles(const char *what, const std::vector<std::string> &paths, bool verbose,
-                       FILE *stream)
+class Printer {
+public:
+    Printer(const ExportReport &report, const ExportPlan &plan, bool verbose, FILE *stream)
+        : _report(report), _plan(plan), _verbose(verbose), _stream(stream)
+    {
+    }
+
+    void PrintArrived() const;
+    void PrintExceptions(const Words &words) const;
+    void PrintDisk() const;
+    void PrintStopped() const;
+
+private:
+    using Number = ExportReport::Number;
+
+    void PrintEarlier() const;
+    void PrintRenamed(const Words &words) const;
+    void PrintLinks() const;
+    void PrintFailures(const Words &words) const;
+    void PrintCounted(const Words &words) const;
+    void PrintNames(const std::vector<Number> &entries, const char *indent) const;
+    void PrintCountedFiles(const char *what, const std::vector<Number> &files, bool names) const;
+
+    const ExportReport &_report;
+    const ExportPlan &_plan;
+    const bool _verbose;
+    FILE *const _stream;
+};
+
+void Printer::PrintArrived() const
 {
-    if (paths.empty())
-        return;
-    fprintf(stream, "%s: %s%s\n", what, FilesText(CountOf(paths.size())).c_str(),
-            EndOfCount(paths.size(), verbose));
-    if (!verbose)
-        return;
-    for (const std::string &path : paths)
-        fprintf(stream, "  %s\n", path.c_str());
+    fprintf(_stream, "Exported %s, %s, to %s in %.1f s", FilesText(_report.arrivedFiles).c_str(),
+            ExactSizeText(_report.arrivedBytes).c_str(), TerminalText(_report.destination).c_str(),
+            _report.copySeconds);
+    // A shorter time gives no meaningful speed.
+    if (_report.copySeconds >= 0.1)
+        fprintf(_stream, " (%s)", SpeedText(_report.arrivedBytes, _report.copySeconds).c_str());
+    fprintf(_stream, ".\n");
+    PrintEarlier();
+    if (_report.isVerified && _report.arrivedFiles + _report.earlierFiles > _report.unhashedFiles)
+        fprintf(_stream, "Read again from the destination and compared in %.1f s: equal.\n",
+                _report.checkSeconds);
 }
 
-void PrintStopped(const ExportReport &report, bool verbose, FILE *stream)
+void Printer::PrintEarlier() const
 {
-    if (report.stop == ExportReport::Stop::kNone)
+    if (_report.earlierFiles > 0)
+        fprintf(_stream, "%s, %s, %s there already.\n", FilesText(_report.earlierFiles).c_str(),
+                ExactSizeText(_report.earlierBytes).c_str(),
+                _report.earlierFiles == 1 ? "was" : "were");
+    if (_report.unhashedFiles > 0)
+        fprintf(_stream, "Not read again: %s there already, since no hash list was kept.\n",
+                CountText(_report.unhashedFiles, "file that was", "files that were").c_str());
+}
+
+void Printer::PrintNames(const std::vector<Number> &entries, const char *indent) const
+{
+    for (const Number entry : entries)
+        fprintf(_stream, "%s%s\n", indent, ShownPathOf(_plan, entry).c_str());
+}
+
+void Printer::PrintCountedFiles(const char *what, const std::vector<Number> &files,
+                                bool names) const
+{
+    if (files.empty())
         return;
-    fputs(TextOfStop(report.stop), stream);
+    fprintf(_stream, "%s: %s%s\n", what, FilesText(CountOf(files.size())).c_str(),
+            EndOfCount(files.size(), names));
+    if (names)
+        PrintNames(files, "  ");
+}
+
+void Printer::PrintStopped() const
+{
+    if (_report.stop == ExportReport::Stop::kNone)
+        return;
+    fputs(TextOfStop(_report.stop), _stream);
     // The disk cannot be listed again for a comparison.
-    PrintCountedFiles("Arrived", report.arrived, true, stream);
-    for (const ExportReport::Failure &unfinished : report.unfinished)
-        fprintf(stream, "Not kept, since it is incomplete: %s: %s\n", unfinished.path.c_str(),
-                unfinished.reason.c_str());
-    PrintCountedFiles("Not copied", report.notCopied, verbose, stream);
-    PrintCountedFiles("Copied, but not checked", report.notChecked, verbose, stream);
+    PrintCountedFiles("Arrived", _report.arrived, true);
+    for (const ExportReport::Failure &unfinished : _report.unfinished)
+        fprintf(_stream, "Not kept, since it is incomplete: %s: %s\n",
+                ShownPathOf(_plan, unfinished.entry).c_str(), unfinished.reason.c_str());
+    PrintCountedFiles("Not copied", _report.notCopied, _verbose);
+    PrintCountedFiles("Copied, but not checked", _report.notChecked, _verbose);
 }
 
-void PrintRenamed(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
+void Printer::PrintRenamed(const Words &words) const
 {
-    if (report.renamed.empty())
+    if (_report.renamed.empty())
         return;
-    const size_t count = report.renamed.size();
-    const size_t shown = verbose ? count : std::min(count, kFewRenamed);
-    fprintf(stream, "%s: %s%s\n", words.renamed, FilesText(CountOf(count)).c_str(),
+    const size_t count = _report.renamed.size();
+    const size_t shown = _verbose ? count : std::min(count, kFewRenamed);
+    fprintf(_stream, "%s: %s%s\n", words.renamed, FilesText(CountOf(count)).c_str(),
             shown < count ? " (--verbose names them all)" : "");
     for (size_t i = 0; i < shown; ++i)
-        fprintf(stream, "  %s: as %s\n", report.renamed[i].path.c_str(),
-                report.renamed[i].copy.c_str());
+        fprintf(_stream, "  %s: as %s\n", ShownPathOf(_plan, _report.renamed[i].entry).c_str(),
+                TerminalText(_report.renamed[i].copy).c_str());
 }
 
-void PrintLinks(const ExportReport &report, bool verbose, FILE *stream)
+void Printer::PrintLinks() const
 {
-    if (report.links.empty())
+    if (_report.links.empty())
         return;
-    fprintf(stream, "Links not followed: %s (to a folder, to nothing, or out of the volume%s\n",
-            GroupedText(CountOf(report.links.size())).c_str(),
-            verbose ? "):" : "; --verbose names them)");
-    if (!verbose)
-        return;
-    for (const std::string &link : report.links)
-        fprintf(stream, "  %s\n", link.c_str());
+    fprintf(_stream, "Links not followed: %s (to a folder, to nothing, or out of the volume%s\n",
+            GroupedText(CountOf(_report.links.size())).c_str(),
+            _verbose ? "):" : "; --verbose names them)");
+    if (_verbose)
+        PrintNames(_report.links, "  ");
 }
 
-void PrintCounted(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
+void Printer::PrintCounted(const Words &words) const
 {
-    for (const auto &kind : report.counted) {
-        const std::vector<std::string> &paths = kind.second;
-        fprintf(stream, "  %s%s\n",
-                CountedText(kind.first.first, kind.first.second, CountOf(paths.size())).c_str(),
-                EndOfCount(paths.size(), verbose));
-        if (!verbose)
-            continue;
-        for (const std::string &path : paths)
-            fprintf(stream, "    %s\n", path.c_str());
+    for (const auto &[kind, entries] : _report.counted) {
+        fprintf(_stream, "  %s%s\n",
+                CountedText(kind.first, kind.second, CountOf(entries.size())).c_str(),
+                EndOfCount(entries.size(), _verbose));
+        if (_verbose)
+            PrintNames(entries, "    ");
     }
-    if (report.damagedFolders > 0)
-        fprintf(stream, "  %s damaged: what could be read of %s %s\n",
-                CountText(report.damagedFolders, "folder is", "folders are").c_str(),
-                report.damagedFolders == 1 ? "it" : "them", words.exported);
+    if (_report.damagedFolders > 0)
+        fprintf(_stream, "  %s damaged: what could be read of %s %s\n",
+                CountText(_report.damagedFolders, "folder is", "folders are").c_str(),
+                _report.damagedFolders == 1 ? "it" : "them", words.exported);
 }
 
-void PrintFailures(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
+void Printer::PrintFailures(const Words &words) const
 {
-    size_t count = report.failures.size();
-    for (const auto &kind : report.counted)
+    size_t count = _report.failures.size() + _report.errors.size();
+    for (const auto &kind : _report.counted)
         count += kind.second.size();
     if (count == 0)
         return;
-    fprintf(stream, "%s: %s\n", words.failed, GroupedText(CountOf(count)).c_str());
-    PrintCounted(report, words, verbose, stream);
-    for (const ExportReport::Failure &failure : report.failures)
-        fprintf(stream, "  %s: %s\n", failure.path.c_str(), failure.reason.c_str());
+    fprintf(_stream, "%s: %s\n", words.failed, GroupedText(CountOf(count)).c_str());
+    PrintCounted(words);
+    for (const std::string &error : _report.errors)
+        fprintf(_stream, "  %s\n", error.c_str());
+    for (const ExportReport::Failure &failure : _report.failures)
+        fprintf(_stream, "  %s: %s\n", ShownPathOf(_plan, failure.entry).c_str(),
+                failure.reason.c_str());
 }
 
-void PrintDisk(const ExportReport &report, FILE *stream)
+void Printer::PrintExceptions(const Words &words) const
 {
-    if (report.undated > 0)
-        fprintf(stream, "Dates not set: %s; the first is %s: %s\n",
-                CountText(report.undated, "file or folder", "files and folders").c_str(),
-                report.firstUndated.c_str(), report.undatedReason.c_str());
-    if (!report.syncError.empty())
+    PrintRenamed(words);
+    PrintLinks();
+    PrintFailures(words);
+}
+
+void Printer::PrintDisk() const
+{
+    if (_report.undated > 0)
+        fprintf(_stream, "Dates not set: %s; the first is %s: %s\n",
+                CountText(_report.undated, "file or folder", "files and folders").c_str(),
+                _report.firstUndated.c_str(), _report.undatedReason.c_str());
+    if (!_report.syncError.empty())
         fprintf(
-            stream,
+            _stream,
             "Not everything could be written to the disk of %s: %s; do not rely on the copies\n",
-            TerminalText(report.destination).c_str(), report.syncError.c_str());
-}
-
-void PrintExceptions(const ExportReport &report, const Words &words, bool verbose, FILE *stream)
-{
-    PrintRenamed(report, words, verbose, stream);
-    PrintLinks(report, verbose, stream);
-    PrintFailures(report, words, verbose, stream);
+            TerminalText(_report.destination).c_str(), _report.syncError.c_str());
 }
 
 }  // namespace
 
 bool ExportReport::IsComplete() const
 {
-    return failures.empty() && counted.empty() && undated == 0 && syncError.empty() &&
-           stop == Stop::kNone;
+    return failures.empty() && counted.empty() && errors.empty() && undated == 0 &&
+           syncError.empty() && stop == Stop::kNone;
 }
 
-void PrintReport(const ExportReport &report, bool verbose, FILE *stream)
+void PrintReport(const ExportReport &report, const ExportPlan &plan, bool verbose, FILE *stream)
 {
-    PrintArrived(report, stream);
-    PrintExceptions(report, kHappened, verbose, stream);
-    PrintDisk(report, stream);
-    PrintStopped(report, verbose, stream);
+    const Printer printer(report, plan, verbose, stream);
+    printer.PrintArrived();
+    printer.PrintExceptions(kHappened);
+    printer.PrintDisk();
+    printer.PrintStopped();
 }
 
-void PrintExpected(const ExportReport &report, bool verbose, FILE *stream)
+void PrintExpected(const ExportReport &report, const ExportPlan &plan, bool verbose, FILE *stream)
 {
-    PrintExceptions(report, kExpected, verbose, stream);
+    Printer(report, plan, verbose, stream).PrintExceptions(kExpected);
 }
 
 }  // namespace vx

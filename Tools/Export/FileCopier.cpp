@@ -50,9 +50,9 @@ void FileCopier::Copy(ExportPlan::Number number)
 bool FileCopier::FindPlace()
 {
     if (_buffer == nullptr)
-        return Fail("there is not enough memory");
+        return Fail("there is not enough memory", FailureKind::kMemory);
     if (!IsUtf16(_job.plan.NameOf(_number)))
-        return Fail("its name is not valid text");
+        return Fail("its name is not valid text", FailureKind::kName);
     PlaceError error;
     return _job.places.Find(_number, DestinationTree::Missing::kMake, &_place, &error) ||
            FailPlaced(error);
@@ -60,15 +60,26 @@ bool FileCopier::FindPlace()
 
 void FileCopier::CopyIfMissing()
 {
-    if (_job.sink.IsAlreadyThere(_number, _place.folder->Get(), _place.name)) {
-        _arrival.state = Arrival::State::kAlreadyThere;
-        return;
-    }
+    if (_job.sink.IsAlreadyThere(_number, _place.folder->Get(), _place.name))
+        return NoteThere();
     OpenVolumeFile source(_job.volume, _volumePath);
     if (source)
         CopyOpened(&source);
     else
         NoteUnopened();
+}
+
+// Another file of this export may have put it there.
+void FileCopier::NoteThere()
+{
+    PlaceError error;
+    if (!_job.places.Keep(_number, _place, &error)) {
+        FailPlaced(error);
+        return;
+    }
+    _arrival.state = Arrival::State::kAlreadyThere;
+    _arrival.size = _job.plan.At(_number).size;
+    _job.progress.Show(_number, _arrival.size);
 }
 
 void FileCopier::CopyOpened(OpenVolumeFile *source)
@@ -77,7 +88,7 @@ void FileCopier::CopyOpened(OpenVolumeFile *source)
     _hasReadAll = size.has_value();
     _arrival.size = size.value_or(0);
     if (_arrival.size < 0) {
-        Fail("the volume gives no valid size for it");
+        Fail("the volume gives no valid size for it", FailureKind::kDamaged);
         return;
     }
     if (_arrival.size > _job.places.Traits().largestFile) {
@@ -206,6 +217,8 @@ void FileCopier::DeliverDamaged(const std::string &damage)
 std::string FileCopier::DamageOf(const OpenVolumeFile &source)
 {
     const std::vector<ByteRange> unread = _job.reports.UnreadRanges(source.Handle());
+    _arrival.unread = unread;
+    _arrival.kind = unread.empty() ? FailureKind::kDamaged : FailureKind::kUnread;
     if (!unread.empty())
         return UnreadText(unread, _job.namesAllRanges);
     const VolumeObstacle obstacle = ObstacleOf(_job.plan.At(_number), _volumePath, _job.reports);
@@ -228,8 +241,9 @@ void FileCopier::Report(const std::string &name, bool isWhole)
                        _hasher ? &hash : nullptr});
 }
 
-bool FileCopier::Fail(const std::string &reason)
+bool FileCopier::Fail(const std::string &reason, FailureKind kind)
 {
+    _arrival.kind = kind;
     _arrival.state = Arrival::State::kFailed;
     _arrival.reason = reason;
     return false;

@@ -33,6 +33,7 @@ private:
 
     bool FindPlace();
     void CopyIfMissing();
+    void NoteThere();
     void CopyOpened(OpenVolumeFile *source);
     bool Create();
     bool CopyChunks(OpenVolumeFile *source);
@@ -44,7 +45,7 @@ private:
     std::string DamageOf(const OpenVolumeFile &source);
     void Report(const std::string &name, bool isWhole);
 
-    bool Fail(const std::string &reason);
+    bool Fail(const std::string &reason, FailureKind kind = FailureKind::kDestination);
     bool FailPlaced(const PlaceError &error);
     void NoteUnopened();
     bool NoteUnwritten(int error);

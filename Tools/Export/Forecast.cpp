@@ -50,7 +50,7 @@ std::string Forecast::ShortageText() const
            ExactSizeText(SignedSize(disk->freeBytes)) + " are free";
 }
 
-void PrintForecast(const Forecast &forecast, bool verbose, FILE *stream)
+void PrintForecast(const Forecast &forecast, const ExportPlan &plan, bool verbose, FILE *stream)
 {
     const ExportReport &report = forecast.report;
     fprintf(stream, "Would export %s in %s, %s, to %s\n",
@@ -62,7 +62,7 @@ void PrintForecast(const Forecast &forecast, bool verbose, FILE *stream)
         fprintf(stream, "Needs %s of the disk, of which %s are free\n",
                 ExactSizeText(SignedSize(forecast.neededBytes)).c_str(),
                 ExactSizeText(SignedSize(forecast.disk->freeBytes)).c_str());
-    PrintExpected(report, verbose, stream);
+    PrintExpected(report, plan, verbose, stream);
 }
 
 bool HasRoomForAll(const ExportPlan &plan, int folder)
@@ -111,23 +111,25 @@ void Forecaster::AddFile(Number file)
 {
     const PlanEntry &entry = _plan.At(file);
     if (!IsUtf16(_plan.NameOf(file)))
-        return _failures.Add(file, "its name is not valid text");
+        return _failures.Add(file, FailureKind::kName, "its name is not valid text");
     PlaceError error;
     const bool isThere = FindPlace(file, &error);
     if (!error.reason.empty())
-        return _failures.Add(file, error.reason);
+        return _failures.Add(file, FailureKind::kDestination, error.reason);
     const VolumeObstacle obstacle = ObstacleOf(entry, _plan.PathOf(file), _scene.reports);
     if (!HasCopy(obstacle))
         return _failures.AddUnopened(file, obstacle, "the volume cannot open it");
     if (entry.size > _scene.names.Traits().largestFile)
-        return _failures.Add(file, ReasonTooLarge(_scene.names.Traits()));
+        return _failures.Add(file, FailureKind::kDestination,
+                             ReasonTooLarge(_scene.names.Traits()));
     struct stat old = {};
     bool replaces = false;
     if (isThere && !_places.MayTake(_place, &replaces, &old, &error))
-        return _failures.Add(file, error.reason);
+        return _failures.Add(file, FailureKind::kDestination, error.reason);
     _room.Add(entry.size, GivenBackBy(old));
     if (obstacle != VolumeObstacle::kNone)
-        return _failures.Add(file, ObstacleText(obstacle) + "; the copy would be damaged");
+        return _failures.Add(file, FailureKind::kDamaged,
+                             ObstacleText(obstacle) + "; the copy would be damaged");
     _forecast.replaced += old.st_mode != 0 ? 1 : 0;
     AddArrival(file);
 }
@@ -151,7 +153,7 @@ void Forecaster::AddArrival(Number file)
     report.arrivedBytes = AddSizes(report.arrivedBytes, size);
     MarkFolders(file);
     if (_place.isChanged)
-        report.renamed.push_back({ShownPathOf(_plan, file), TerminalText(_place.Path())});
+        report.renamed.push_back({file, _place.Path()});
 }
 
 // The folders above it, up to the first that an earlier file has brought.
@@ -175,7 +177,7 @@ void Forecaster::AddEmptyFolders()
         isBlocked[folder] = isBlockedAbove || !reason.empty();
         _isMade[folder] = !isBlocked[folder];
         if (!reason.empty())
-            _failures.AddUnmade(folder, reason);
+            _failures.AddUnmade(folder, FailureKind::kDestination, reason);
     }
 }
 

@@ -31,7 +31,7 @@ struct Forecast {
 };
 
 // verbose: names everything that is only counted otherwise.
-void PrintForecast(const Forecast &forecast, bool verbose, FILE *stream);
+void PrintForecast(const Forecast &forecast, const ExportPlan &plan, bool verbose, FILE *stream);
 
 // Whether the disk of an open folder has room for all files of a plan, even if none of them
 // replaces another one. True as well where the system does not say.

@@ -1,0 +1,169 @@
+// Exports that are interrupted at random moments and gone on with equal those that were not.
+#include "ProofFixture.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <random>
+#include <sys/stat.h>
+#include <thread>
+
+namespace vx {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGKILL};
+
+struct Series {
+    const char *name;
+    unsigned seed;
+    bool hasList;
+    std::vector<std::string> more;
+};
+
+class Interruption : public ProofTest, public ::testing::WithParamInterface<Series> {
+protected:
+    void SetUp() override
+    {
+        _random.seed(GetParam().seed);
+        MakeVolume();
+        const Clock::time_point start = Clock::now();
+        const Result whole = Export(_folder.MakeFolder("whole"), Options(_folder.At("whole-list")));
+        ASSERT_EQ(whole.status, 0) << whole.errors << whole.output;
+        _duration = Clock::now() - start;
+        _expected = SnapshotOf(_folder.At("whole"));
+    }
+
+    // Small files in several folders, with larger ones between them, so that several are under way.
+    void MakeVolume()
+    {
+        for (int folder = 0; folder < 6; ++folder) {
+            const std::string name = "folder " + std::to_string(folder);
+            for (int file = 0; file < 6; ++file)
+                AddFile(name + "/small " + std::to_string(file), Bytes(Below(20000)));
+            AddFile(name + "/large", Bytes(300000 + Below(1000000)));
+            AddFile(name + "/back\\slash\n", Bytes(100));
+            AddFile(name + "/" + std::string(255, 'n'), Bytes(3000));
+            _folder.MakeFolder("volume/" + name + "/empty");
+        }
+        AddFile("none", "");
+    }
+
+    std::string Bytes(size_t count)
+    {
+        std::string bytes(count, '\0');
+        for (size_t at = 0; at + sizeof(uint32_t) <= count; at += sizeof(uint32_t)) {
+            const auto word = static_cast<uint32_t>(_random());
+            memcpy(&bytes[at], &word, sizeof(word));
+        }
+        return bytes;
+    }
+
+    size_t Below(size_t limit) { return _random() % limit; }
+
+    Arguments Options(const std::string &list) const
+    {
+        Arguments options = GetParam().more;
+        if (GetParam().hasList) {
+            options.push_back("--manifest");
+            options.push_back(list);
+        }
+        return options;
+    }
+
+    // At a random time of its run, or of its copying, or when so many files are in the journal.
+    void InterruptOnce(const std::string &to, bool resumes)
+    {
+        Arguments arguments = Options(_list);
+        arguments.insert(arguments.begin(), {"--to", to, _volume});
+        if (resumes)
+            arguments.push_back("--resume");
+        ToolRun run(VX_TOOL, arguments);
+        const size_t kind = Below(3);
+        if (kind == 0)
+            SleepUpTo(_duration);
+        else if (kind == 1 || !GetParam().hasList)
+            AwaitCopying(to);
+        else
+            AwaitSize(_journal, static_cast<off_t>(Below(6000)));
+        run.Send(kSignals[Below(3)]);
+        const int status = run.Wait();
+        EXPECT_TRUE(status == 0 || status == 128 + SIGINT || status == 128 + SIGTERM ||
+                    status == -SIGINT || status == -SIGTERM || status == -SIGKILL)
+            << status << run.Errors() << run.Output();
+        _inside += status != 0 && IsPartOf(to) ? 1 : 0;
+    }
+
+    // Whether some files are there, but not all.
+    bool IsPartOf(const std::string &to) const
+    {
+        size_t arrived = 0;
+        size_t others = 0;
+        for (const auto &[path, entry] : _expected)
+            ++(Exists(to + "/" + path) ? arrived : others);
+        return arrived > 0 && others > 0;
+    }
+
+    void SleepUpTo(Clock::duration longest)
+    {
+        const auto range = std::chrono::duration_cast<std::chrono::microseconds>(longest).count();
+        std::this_thread::sleep_for(std::chrono::microseconds(Below(range)));
+    }
+
+    void AwaitCopying(const std::string &to)
+    {
+        AwaitSize(to + "/folder 1/large", 1);
+        SleepUpTo(_duration / 8);
+    }
+
+    // Not asleep: the moment between two files is short.
+    void AwaitSize(const std::string &path, off_t size)
+    {
+        const Clock::time_point end = Clock::now() + 2 * _duration;
+        struct stat found;
+        while (Clock::now() < end && (stat(path.c_str(), &found) != 0 || found.st_size < size)) {
+        }
+    }
+
+    void GoOn(const std::string &to)
+    {
+        Arguments options = Options(_list);
+        options.push_back("--resume");
+        const Result resumed = Export(to, options);
+        ASSERT_EQ(resumed.status, 0) << resumed.errors << resumed.output;
+        ASSERT_EQ(DifferenceOf(_expected, SnapshotOf(to)), "");
+        ASSERT_FALSE(Exists(_journal));
+        if (GetParam().hasList)
+            ASSERT_EQ(_folder.ReadFile("list"), _folder.ReadFile("whole-list"));
+    }
+
+    std::mt19937 _random;
+    Clock::duration _duration{};
+    Snapshot _expected;
+    int _inside = 0;  // interruptions that came between the first file and the last
+};
+
+TEST_P(Interruption, AResumedExportEqualsAnUninterruptedOne)
+{
+    for (int moment = 0; moment < VX_MOMENTS; ++moment) {
+        const std::string to = _folder.MakeFolder("to " + std::to_string(moment));
+        InterruptOnce(to, false);
+        while (Below(4) == 0)
+            InterruptOnce(to, true);
+        ASSERT_NO_FATAL_FAILURE(GoOn(to)) << "moment " << moment;
+        Shell(_folder.Path(), "rm -rf 'to " + std::to_string(moment) + "' list");
+    }
+    // Or the moments would prove nothing.
+    EXPECT_GE(_inside, VX_MOMENTS / 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Interruption,
+                         ::testing::Values(Series{"List", 1, true, {}},
+                                           Series{"MoreOfTheList", 2, true, {}},
+                                           Series{"SizeAndTime", 3, false, {}},
+                                           Series{"Sync", 4, true, {"--sync"}}),
+                         [](const auto &series) { return series.param.name; });
+
+}  // namespace
+}  // namespace vx

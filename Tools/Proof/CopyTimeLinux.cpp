@@ -1,0 +1,10 @@
+#include "CopyTime.h"
+
+namespace vx {
+
+timespec ModifiedOf(const struct stat &file)
+{
+    return file.st_mtim;
+}
+
+}  // namespace vx
