@@ -238,6 +238,30 @@ TEST_F(CopyFilesTest, FilesNamedLikeArrivingOnesAllArriveWhole)
         ASSERT_EQ(Written(hash.first), hash.first);
 }
 
+// A folder that is a link to the other one makes two paths meet.
+TEST_F(CopyFilesTest, OfTwoFilesWithOnePlaceOneArrivesAndTheOtherIsAFailure)
+{
+    _folder.MakeFolder("destination/A");
+    _folder.MakeLink("destination/a", "A");
+    constexpr int kTogether = static_cast<int>(CopyCursor::kMostTogether);
+    for (int i = 0; i < 40 * kTogether; ++i) {
+        const bool isSecond = i / kTogether % 2 == 1;
+        const std::string path = (isSecond ? "a\\" : "A\\") +
+                                 std::to_string(i / 2 / kTogether * kTogether + i % kTogether);
+        _volume.Root().File(std::u16string(path.begin(), path.end()), path);
+    }
+    Copy();
+    for (int i = 0; i < 20 * kTogether; ++i) {
+        const std::string number = std::to_string(i);
+        const std::u16string wide(number.begin(), number.end());
+        const bool isFirst = ArrivalOf(u"/A\\" + wide).state == State::kArrived;
+        const Arrival other = ArrivalOf((isFirst ? u"/a\\" : u"/A\\") + wide);
+        EXPECT_EQ(other.state, State::kFailed);
+        EXPECT_EQ(other.reason.rfind("its place is taken by /", 0), 0u) << other.reason;
+        EXPECT_EQ(Written("A/" + number), (isFirst ? "A\\" : "a\\") + number);
+    }
+}
+
 TEST_F(CopyFilesTest, TheSizeOfTheOpenedFileCounts)
 {
     _volume.Root().File(u"grown", 20).CatalogueSize(10);

@@ -1,7 +1,8 @@
 // Loaded before a program's own libraries: gives its disks less room than they have. VX_FREE_BYTES
 // is what is told to be free, VX_ROOM_BYTES is what can really be written to ordinary files, and
 // VX_LARGEST_FILE how large one of them may be. With VX_NO_DATES no file takes times, with
-// VX_SYNC_FAILS the disk cannot hold what was written.
+// VX_SYNC_FAILS the disk cannot hold what was written, and with VX_NO_FREE_RENAME no name is taken
+// only if it is free.
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -97,5 +98,16 @@ extern "C" __attribute__((visibility("default"))) int syncfs(int file)
     if (getenv("VX_SYNC_FAILS") == nullptr)
         return real(file);
     errno = EIO;
+    return -1;
+}
+
+extern "C" __attribute__((visibility("default"))) int
+renameat2(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags)
+{
+    using Function = int (*)(int, const char *, int, const char *, unsigned);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "renameat2"));
+    if (flags == 0 || getenv("VX_NO_FREE_RENAME") == nullptr)
+        return real(fromFolder, from, toFolder, to, flags);
+    errno = EINVAL;
     return -1;
 }

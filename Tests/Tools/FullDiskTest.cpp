@@ -123,6 +123,18 @@ TEST_F(FullDisk, ADiskThatRunsFullStopsTheExportAndNothingIncompleteStays)
     EXPECT_EQ(files.at("three.bin"), "old");
 }
 
+TEST_F(FullDisk, ADiskThatTakesNoNameOnlyIfItIsFreeTakesFilesToo)
+{
+    _folder.WriteFile("destination/two.bin", "old");
+    ToolRun run("/usr/bin/env", {"LD_PRELOAD=" VX_FULL_DISK, "VX_NO_FREE_RENAME=1",
+                                 "ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0",
+                                 CopyOfTool(kStandIn), "--to", _destination, "large"});
+    EXPECT_EQ(run.Wait(), 0) << run.Output();
+    const Files files = FilesBelow(_destination);
+    EXPECT_EQ(files.size(), 3u);
+    EXPECT_EQ(files.at("two.bin").size(), 5 * kMiB);
+}
+
 TEST_F(FullDisk, AFileThatGrowsBeyondTheLimitOfTheProcessEndsWithAReport)
 {
     ToolRun::Settings limited;

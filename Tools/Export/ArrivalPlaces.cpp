@@ -66,28 +66,14 @@ bool ArrivalPlaces::Find(Number number, DestinationTree::Missing missing, Arriva
     return place->folder != nullptr;
 }
 
-bool ArrivalPlaces::MayTake(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
-                            PlaceError *error)
+bool ArrivalPlaces::MayTake(const ArrivalPlace &place, Standing *standing, PlaceError *error)
 {
-    const MutexLock lock(_mutex);
-    return LookAt(place, replaces, replaced, error);
-}
-
-bool ArrivalPlaces::LookAt(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
-                           PlaceError *error)
-{
-    *replaces = false;
-    switch (LookAtLocalTarget(place.folder->Get(), place.name.c_str(), replaced)) {
-    case LocalTarget::kNothing:
+    standing->target = LookAtLocalTarget(place.folder->Get(), place.name.c_str(), &standing->found);
+    if (standing->target == LocalTarget::kNothing)
         return true;
-    case LocalTarget::kRefused:
+    if (standing->target == LocalTarget::kRefused)
         return Refuse(errno, ReasonRefused(errno), error);
-    case LocalTarget::kFile:
-    case LocalTarget::kOtherName:
-        break;
-    }
-    *replaces = S_ISREG(replaced->st_mode);
-    return MayReplace(place, *replaced, error);
+    return MayReplace(place, standing->found, error);
 }
 
 bool ArrivalPlaces::MayReplace(const ArrivalPlace &place, const struct stat &found,
@@ -117,20 +103,33 @@ bool ArrivalPlaces::Keep(Number number, const ArrivalPlace &place, PlaceError *e
     return earlier == PlacedFiles::kNone || RefuseTaken(earlier, error);
 }
 
-// Another file of this export, or another program, may have come there since the first look.
+// Another file of this export, or another program, may have come there since the first look. Where
+// a free place is not taken in one step, every file is put into its place under the lock.
 bool ArrivalPlaces::Deliver(Number number, const ArrivalPlace &place, ArrivingFile *file,
                             PlaceError *error)
 {
-    bool replaces = false;
-    struct stat replaced = {};
-    const MutexLock lock(_mutex);
-    if (!LookAt(place, &replaces, &replaced, error))
+    if (Put(number, place, file, &ArrivingFile::DeliverToFree, error))
+        return true;
+    const bool isTaken = error->error == EEXIST;
+    if (!isTaken && error->error != ENOTSUP)
         return false;
+    Standing standing;
+    const MutexLock lock(_mutex);
+    if (!MayTake(place, &standing, error))
+        return false;
+    const bool isFreeAgain = isTaken && standing.target == LocalTarget::kNothing;
+    return Put(number, place, file,
+               isFreeAgain ? &ArrivingFile::DeliverToFree : &ArrivingFile::Deliver, error);
+}
+
+bool ArrivalPlaces::Put(Number number, const ArrivalPlace &place, ArrivingFile *file, Move move,
+                        PlaceError *error)
+{
     const std::string path = place.Path();
     const PlacedFiles::Number earlier = _placed.Place(file->Identity(), path, number);
     if (earlier != PlacedFiles::kNone)
         return RefuseTaken(earlier, error);
-    if (file->Deliver())
+    if ((file->*move)())
         return true;
     Refuse(errno, "could not be put into its place: " + DestinationErrorText(errno), error);
     _placed.Forget(file->Identity(), path);
@@ -150,13 +149,14 @@ std::string ArrivalPlaces::DeliverDamaged(Number number, const ArrivalPlace &pla
 {
     struct stat found;
     const MutexLock lock(_mutex);
-    const bool isFree =
-        LookAtLocalTarget(place.folder->Get(), place.name.c_str(), &found) == LocalTarget::kNothing;
     std::string name;
-    if (!isFree)
-        name = file->DeliverAsDamaged();
-    else if (file->Deliver())
+    if (file->DeliverToFree() || (errno == ENOTSUP &&
+                                  LookAtLocalTarget(place.folder->Get(), place.name.c_str(),
+                                                    &found) == LocalTarget::kNothing &&
+                                  file->Deliver()))
         name = place.name;
+    else
+        name = file->DeliverAsDamaged();
     if (name.empty()) {
         Refuse(errno, "the copy could not be put into its place: " + DestinationErrorText(errno),
                error);

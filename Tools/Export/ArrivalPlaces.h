@@ -1,13 +1,14 @@
 // Where the files of one export arrive, and what may stand there. An existing file is replaced by a
 // complete one only; files that this export has written, or reads, are never replaced.
 //
-// Ownership: borrows all that it is made with. Threads: any; the last look at a place and the move
-// into it are one step.
+// Ownership: borrows all that it is made with. Threads: any. A free place is taken in one step, and
+// so is any other after the last look at it.
 // Errors: a reason in words, ready to follow a colon, and an errno where the system gave one.
 #pragma once
 
 #include "ArrivingFile.h"
 #include "DestinationTree.h"
+#include "LocalFileOpening.h"
 #include "Mutex.h"
 #include "PlacedFiles.h"
 #include "PlanNames.h"
@@ -26,6 +27,15 @@ struct ArrivalPlace {
     bool isChanged = false;  // a name on the way is not the one on the volume
 
     std::string Path() const { return folderPath.empty() ? name : folderPath + "/" + name; }
+};
+
+// What is in a place before the file arrives.
+struct Standing {
+    LocalTarget target = LocalTarget::kNothing;
+    struct stat found = {};
+
+    // Whether an ordinary file is replaced.
+    bool IsFile() const { return target != LocalTarget::kNothing && S_ISREG(found.st_mode); }
 };
 
 struct PlaceError {
@@ -48,9 +58,8 @@ public:
     bool Find(Number number, DestinationTree::Missing missing, ArrivalPlace *place,
               PlaceError *error);
 
-    // Whether the file may arrive. replaces: whether an ordinary file stands there, replaced.
-    bool MayTake(const ArrivalPlace &place, bool *replaces, struct stat *replaced,
-                 PlaceError *error);
+    // Whether the file may arrive.
+    bool MayTake(const ArrivalPlace &place, Standing *standing, PlaceError *error);
 
     // Leaves what is complete in its place, where no later file of this export may come.
     bool Keep(Number number, const ArrivalPlace &place, PlaceError *error);
@@ -63,16 +72,18 @@ public:
 
 private:
     bool RefuseTaken(Number earlier, PlaceError *error) const;
-    bool MayReplace(const ArrivalPlace &place, const struct stat &found, PlaceError *error)
-        VX_REQUIRES(_mutex);
-    bool LookAt(const ArrivalPlace &place, bool *replaces, struct stat *replaced, PlaceError *error)
-        VX_REQUIRES(_mutex);
+    bool MayReplace(const ArrivalPlace &place, const struct stat &found, PlaceError *error);
+    // How an ArrivingFile takes its place.
+    using Move = bool (ArrivingFile::*)();
+    bool Put(Number number, const ArrivalPlace &place, ArrivingFile *file, Move move,
+             PlaceError *error);
 
     const ExportPlan &_plan;
     const PlanNames &_names;
     const SourceFiles &_sources;
     const PartialNames _partials;
-    Mutex _mutex;  // held from the last look at a place until it is taken
+    // Held from the last look at a place that is not simply free until it is taken.
+    Mutex _mutex;
     DestinationTree &_tree;
     PlacedFiles _placed;
 };

@@ -3,6 +3,7 @@
 #include "EarlyWriting.h"
 #include "LocalFileOpening.h"
 #include "NameForms.h"
+#include "RenameToFree.h"
 
 #include <cerrno>
 #include <unistd.h>
@@ -101,6 +102,14 @@ bool ArrivingFile::MoveTo(const std::string &name)
         return false;
     _partial.clear();
     return true;
+}
+
+bool ArrivingFile::DeliverToFree()
+{
+    errno = RenameToFree(_folder->Get(), _partial.c_str(), _name.c_str());
+    if (errno == 0)
+        _partial.clear();
+    return _partial.empty();
 }
 
 bool ArrivingFile::Deliver()

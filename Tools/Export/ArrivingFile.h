@@ -41,7 +41,10 @@ public:
     size_t Write(const void *bytes, size_t count);
     bool Close();
 
-    // Puts the complete, closed file into its place.
+    // Puts the complete, closed file into its place, if nothing stands there: false with EEXIST;
+    // with ENOTSUP where that is not one step.
+    bool DeliverToFree();
+    // Puts it there, whatever stands there.
     bool Deliver();
     // Puts it beside its place, under a name that says that it is damaged; empty if that fails.
     std::string DeliverAsDamaged();

@@ -101,12 +101,11 @@ void FileCopier::CopyOpened(OpenVolumeFile *source)
 
 bool FileCopier::Create()
 {
-    bool replaces = false;
-    struct stat replaced;
+    Standing standing;
     PlaceError error;
-    if (!_job.places.MayTake(_place, &replaces, &replaced, &error))
+    if (!_job.places.MayTake(_place, &standing, &error))
         return FailPlaced(error);
-    if (_file.Create(_place.folder, _place.name, replaces ? &replaced : nullptr))
+    if (_file.Create(_place.folder, _place.name, standing.IsFile() ? &standing.found : nullptr))
         return true;
     return FailPlaced({"could not be created: " + DestinationErrorText(errno), errno});
 }

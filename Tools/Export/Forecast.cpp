@@ -122,15 +122,14 @@ void Forecaster::AddFile(Number file)
     if (entry.size > _scene.names.Traits().largestFile)
         return _failures.Add(file, FailureKind::kDestination,
                              ReasonTooLarge(_scene.names.Traits()));
-    struct stat old = {};
-    bool replaces = false;
-    if (isThere && !_places.MayTake(_place, &replaces, &old, &error))
+    Standing standing;
+    if (isThere && !_places.MayTake(_place, &standing, &error))
         return _failures.Add(file, FailureKind::kDestination, error.reason);
-    _room.Add(entry.size, GivenBackBy(old));
+    _room.Add(entry.size, GivenBackBy(standing.found));
     if (obstacle != VolumeObstacle::kNone)
         return _failures.Add(file, FailureKind::kDamaged,
                              ObstacleText(obstacle) + "; the copy would be damaged");
-    _forecast.replaced += old.st_mode != 0 ? 1 : 0;
+    _forecast.replaced += standing.target != LocalTarget::kNothing ? 1 : 0;
     AddArrival(file);
 }
 
