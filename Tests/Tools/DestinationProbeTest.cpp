@@ -117,6 +117,19 @@ TEST_F(Probe, ADiskWithTheRulesOfWindowsIsKnown)
     EXPECT_TRUE(FilesBelow(disk.Path()).empty());
 }
 
+// Otherwise names would change, and be others than those of an earlier run.
+TEST_F(Probe, ADiskThatGetsFullMeanwhileRefusesNoName)
+{
+    const MountedDisk disk(DiskKind::kFewFiles);
+    VX_NEEDS_DISK(disk);
+    const DestinationTraits traits = TraitsOf(disk.Path());
+    EXPECT_EQ(traits.refused, "");
+    EXPECT_FALSE(traits.refusesEnds);
+    EXPECT_FALSE(traits.refusesDevices);
+    EXPECT_FALSE(traits.MergesNames());
+    EXPECT_TRUE(FilesBelow(disk.Path()).empty());
+}
+
 TEST_F(Probe, AFatDiskHasFilesBelowFourGibibytes)
 {
     const MountedDisk disk(DiskKind::kFat);

@@ -37,6 +37,8 @@ bool MountedDisk::Make(DiskKind kind, const std::string &image)
         return Runs("mkfs.exfat " + image + " && command -v mount.exfat-fuse") &&
                Runs("losetup -f --show " + image, &_device) &&
                Runs("mount.exfat-fuse " + _device + " " + _mount);
+    case DiskKind::kFewFiles:
+        return Runs("mount -t tmpfs -o nr_inodes=5,size=1m tmpfs " + _mount);
     }
     return false;
 }
@@ -44,7 +46,7 @@ bool MountedDisk::Make(DiskKind kind, const std::string &image)
 MountedDisk::~MountedDisk()
 {
     if (_isMounted)
-        Runs("fusermount3 -u " + _mount + " || fusermount -u " + _mount);
+        Runs("fusermount3 -u " + _mount + " || fusermount -u " + _mount + " || umount " + _mount);
     if (!_device.empty())
         Runs("losetup -d " + _device);
 }

@@ -1,5 +1,5 @@
-// A disk with a file system of Windows, made in a file and mounted through /dev/fuse by a driver
-// that is not part of this system. Unmounted when it goes.
+// A disk, most with a file system of Windows, made in a file and mounted through /dev/fuse by a
+// driver of others. Unmounted when it goes.
 #pragma once
 
 #include "TemporaryFolder.h"
@@ -9,9 +9,10 @@
 namespace vx {
 
 enum class DiskKind {
-    kNtfs,   // with the rules of Windows: no case, its refused names
-    kFat,    // without names beyond ASCII
-    kExfat,  // needs a loop device
+    kNtfs,      // with the rules of Windows: no case, its refused names
+    kFat,       // without names beyond ASCII
+    kExfat,     // needs a loop device
+    kFewFiles,  // of this system, with room for 4 files and folders
 };
 
 class MountedDisk {

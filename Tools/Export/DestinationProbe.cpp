@@ -15,6 +15,7 @@
 namespace vx {
 namespace {
 
+constexpr char kProbe[] = "probe";
 constexpr char kComposed[] = "\u00e9";
 constexpr char kDecomposed[] = "e\u0301";
 constexpr char kPunctuation[] = "\"*:<>?|";
@@ -30,10 +31,10 @@ constexpr int64_t kSteps[] = {1, 100, 1000, 1000000, kSecond / 100, kSecond, 2 *
 std::string RefusedOf(const ProbeFolder &probe, const std::string &characters)
 {
     std::string refused;
-    if (probe.Keeps("a" + characters + "z"))
+    if (!probe.RefusesOrChanges("a" + characters + "z"))
         return refused;
     for (const char character : characters) {
-        if (!probe.Keeps(std::string("b") + character + "z"))
+        if (probe.RefusesOrChanges(std::string("b") + character + "z"))
             refused += character;
     }
     return refused;
@@ -78,19 +79,6 @@ void NoteLengths(long longest, DestinationTraits *traits)
         traits->longestUnits = kUsual;
 }
 
-void TryNames(const ProbeFolder &probe, DestinationTraits *traits)
-{
-    traits->ignoresCase = probe.Make("case") && probe.Has("CASE");
-    traits->ignoresForm = probe.Make(kComposed) && probe.Has(kDecomposed);
-    for (const std::string end : {".", " "}) {
-        const std::string name = "end" + std::to_string(end[0]);
-        traits->refusesEnds = !probe.Make(name + end) || traits->refusesEnds;
-        traits->dropsEnds = probe.Has(name) || traits->dropsEnds;
-    }
-    traits->refusesDevices = !probe.Make("nul.txt");
-    traits->refused = RefusedOf(probe, kPunctuation) + RefusedOf(probe, ControlCharacters());
-}
-
 std::string InOtherCase(std::string name)
 {
     for (char &character : name) {
@@ -100,7 +88,20 @@ std::string InOtherCase(std::string name)
     return name;
 }
 
-// Told by the first name that has letters.
+void TryNames(const ProbeFolder &probe, DestinationTraits *traits)
+{
+    traits->ignoresCase = probe.Has(InOtherCase(kProbe));
+    traits->ignoresForm = probe.Make(kComposed) && probe.Has(kDecomposed);
+    for (const std::string end : {".", " "}) {
+        const std::string name = "end" + std::to_string(end[0]);
+        traits->refusesEnds = probe.Refuses(name + end) || traits->refusesEnds;
+        traits->dropsEnds = probe.Has(name) || traits->dropsEnds;
+    }
+    traits->refusesDevices = probe.Refuses("nul.txt");
+    traits->refused = RefusedOf(probe, kPunctuation) + RefusedOf(probe, ControlCharacters());
+}
+
+// The first name that has letters tells.
 bool FindsNamesInOtherCase(int folder)
 {
     for (const std::string &name : NamesIn(folder)) {
@@ -119,12 +120,12 @@ bool FindsNamesInOtherCase(int folder)
 
 DestinationTraits ProbeDestination(int folder)
 {
+    const ProbeFolder probe(folder);
+    const UniqueFd file = probe ? probe.Make(kProbe) : UniqueFd();
+    if (!file)
+        return LookAtDestination(folder);
     DestinationTraits traits;
     NoteLengths(fpathconf(folder, _PC_NAME_MAX), &traits);
-    const ProbeFolder probe(folder);
-    const UniqueFd file = probe ? probe.Make("probe") : UniqueFd();
-    if (!file)
-        return traits;
     traits.largestFile = LargestFileBySystem(file.Get());
     traits.timeStep = TimeStepOf(file.Get());
     TryNames(probe, &traits);

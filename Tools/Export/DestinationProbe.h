@@ -1,6 +1,6 @@
 // Finds out what the file system of a destination does, by trying: in a hidden folder of its own
-// inside the destination, which it removes. Nothing that exists is touched. What cannot be tried is
-// taken to be as usual.
+// inside the destination, which it removes. Nothing that exists is touched. If the folder cannot be
+// made, what can be known without writing is taken.
 #pragma once
 
 #include "DestinationTraits.h"

@@ -19,6 +19,22 @@ constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLO
 // Another run can take the folder for one that was left, before it is locked.
 constexpr int kAttempts = 10;
 
+// File systems do not agree on the error of a name that they refuse.
+bool IsRefusal(int error)
+{
+    switch (error) {
+    case EINVAL:
+    case EPERM:
+    case EACCES:
+    case ENOENT:
+    case EILSEQ:
+    case ENOTSUP:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool Lock(const UniqueFd &folder)
 {
     return folder && flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
@@ -93,12 +109,18 @@ bool ProbeFolder::Has(const std::string &name) const
     return fstatat(_folder.Get(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-bool ProbeFolder::Keeps(const std::string &name) const
+bool ProbeFolder::Refuses(const std::string &name) const
 {
-    if (!Make(name))
-        return false;
+    return !Make(name) && IsRefusal(errno);
+}
+
+bool ProbeFolder::RefusesOrChanges(const std::string &name) const
+{
+    const bool isMade = bool(Make(name));
+    if (!isMade)
+        return IsRefusal(errno);
     const std::vector<std::string> names = NamesIn(_folder.Get());
-    return std::find(names.begin(), names.end(), name) != names.end();
+    return std::find(names.begin(), names.end(), name) == names.end();
 }
 
 }  // namespace vx

@@ -24,8 +24,11 @@ public:
     // Makes an empty file; none if it is refused or there.
     UniqueFd Make(const std::string &name) const;
     bool Has(const std::string &name) const;
-    // Whether a file can be made that has exactly this name then.
-    bool Keeps(const std::string &name) const;
+    // Whether no file can have this name. A file that could not be made for another reason, such as
+    // a full disk, says nothing of its name.
+    bool Refuses(const std::string &name) const;
+    // The same, or whether a file has another name once it is made.
+    bool RefusesOrChanges(const std::string &name) const;
 
 private:
     bool MakeFolder();
