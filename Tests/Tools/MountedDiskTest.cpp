@@ -52,6 +52,20 @@ protected:
         EXPECT_EQ(second.status, 0) << second.output << second.errors;
         EXPECT_EQ(FilesBelow(disk.Path()), files);
     }
+    // What is there is found again under its new names, by size and time and by hash.
+    void ExpectAllAreFoundAgain(const MountedDisk &disk)
+    {
+        WriteHardNames();
+        const std::string list = _folder.At("list.sha256");
+        EXPECT_EQ(ExportTo(disk, {"--manifest", list}).status, 0);
+        for (const Arguments &more : {Arguments{"--resume"}, {"--resume", "--manifest", list}}) {
+            const Result result = ExportTo(disk, more);
+            EXPECT_EQ(result.status, 0) << result.output << result.errors;
+            EXPECT_TRUE(Holds(result.output, "Exported 0 files")) << result.errors;
+        }
+        ToolRun check("/bin/sh", {"-c", "cd " + disk.Path() + " && sha256sum --check " + list});
+        EXPECT_EQ(check.Wait(), 0) << check.Output();
+    }
 };
 
 TEST_F(OtherDisk, OnADiskWithTheRulesOfWindowsEveryFileArrivesUnderANameOfItsOwn)
@@ -73,6 +87,27 @@ TEST_F(OtherDisk, OnAFatDiskEveryFileArrivesUnderANameOfItsOwn)
     const MountedDisk disk(DiskKind::kFat);
     VX_NEEDS_DISK(disk);
     ExpectAllArriveTwice(disk);
+}
+
+TEST_F(OtherDisk, OnADiskWithTheRulesOfWindowsAnExportIsResumed)
+{
+    const MountedDisk disk(DiskKind::kNtfs);
+    VX_NEEDS_DISK(disk);
+    ExpectAllAreFoundAgain(disk);
+}
+
+TEST_F(OtherDisk, OnAnExfatDiskAnExportIsResumed)
+{
+    const MountedDisk disk(DiskKind::kExfat);
+    VX_NEEDS_DISK(disk);
+    ExpectAllAreFoundAgain(disk);
+}
+
+TEST_F(OtherDisk, OnAFatDiskAnExportIsResumed)
+{
+    const MountedDisk disk(DiskKind::kFat);
+    VX_NEEDS_DISK(disk);
+    ExpectAllAreFoundAgain(disk);
 }
 
 // Every letter of the scripts that have case, by what the other driver takes for one name.
