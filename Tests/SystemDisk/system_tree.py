@@ -123,7 +123,7 @@ def _cloud_and_links(tree):
     tree.sparse_file(partly, 200000, [(0, tree.noise(65536))], keep=True)
     tree.reparse_point(partly, CLOUD, body, "file")
     gone = [(65536, 200000)]
-    tree.truth[partly].update(fate="zeros", lost={"least": gone, "most": gone})
+    tree.truth[partly].update(fate="zeros", reason="only-in-cloud", lost={"least": gone, "most": gone})
     kept = tree.folder(folder + b"/kept here")
     tree.file(kept + b"/inside.txt", tree.noise(500))
     tree.reparse_point(kept, CLOUD, body, "folder")

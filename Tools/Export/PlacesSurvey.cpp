@@ -22,6 +22,12 @@ bool Touches(const ByteRange &place, const ByteRanges &unread)
            NextRangeBegin(unread, place.offset) < place.offset + place.length;
 }
 
+// Whether records on the disk are missing that are needed to open the entry.
+bool IsLost(VolumeObstacle obstacle)
+{
+    return obstacle == VolumeObstacle::kUnreadable || obstacle == VolumeObstacle::kDamaged;
+}
+
 // 0 if it is not known; an image in several parts is longer than its first one.
 uint64_t BytesOf(const std::string &image)
 {
@@ -51,7 +57,9 @@ void PlacesSurvey::Visit(Number number)
     const auto damaged = _planned.damagedFolders.find(number);
     const bool isUnread = damaged != _planned.damagedFolders.end() &&
                           damaged->second.reason != VolumeObstacle::kSameName;
-    if (isUnread || entry.Has(PlanEntry::kIsUnlistable))
+    const std::u16string path = _planned.plan.PathOf(number);
+    if (isUnread || (entry.Has(PlanEntry::kIsUnlistable) &&
+                     IsLost(ObstacleOf(entry, path, _session.Reports()))))
         _unreadable.push_back(number);
 }
 
@@ -61,7 +69,7 @@ void PlacesSurvey::VisitFile(Number number, const std::u16string &path)
     const VolumeObstacle obstacle = ObstacleOf(_planned.plan.At(number), path, _session.Reports());
     const OpenVolumeFile file(_session.Volume(), path);
     if (!file) {
-        if (obstacle == VolumeObstacle::kUnreadable || obstacle == VolumeObstacle::kDamaged)
+        if (IsLost(obstacle))
             _unreadable.push_back(number);
         return;
     }
