@@ -29,6 +29,20 @@ volume_library_unread_ranges(IVolume *volume, VolumeHandle file, VolumeRangeFunc
     return Own(volume)->ReportUnread(file, range, context);
 }
 
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_visit_streams(IVolume *volume, const char16_t *path, VolumeStreamFunction stream,
+                             void *context)
+{
+    return Own(volume)->VisitStreams(path, stream, context);
+}
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_open_stream(IVolume *volume, const char16_t *path, const char16_t *stream,
+                           VolumeHandle *handle)
+{
+    return Own(volume)->OpenStream(path, stream, handle);
+}
+
 extern "C" __attribute__((visibility("default"))) bool volume_library_is_gone(IVolume *volume)
 {
     return Own(volume)->IsGone();

@@ -272,6 +272,38 @@ std::vector<StandInEntry> LackingTree()
     return {lacking, File(u"", u"good.txt", 5)};
 }
 
+StandInEntry Stream(StandInEntry entry)
+{
+    entry.isStream = true;
+    return entry;
+}
+
+std::vector<StandInEntry> StreamsTree()
+{
+    StandInEntry dated = File(u"", u"dated.txt", 3);
+    dated.modified = 130000000000000000;
+    StandInEntry torn = File(u"", u"torn.txt", 3);
+    torn.hasMoreStreams = true;
+    StandInEntry holed = Stream(File(u"/folder", u"inside.txt:holed", 3 * kMiB));
+    holed.unread = {{4096, 512}};
+    StandInEntry ofDated = Stream(File(u"", u"dated.txt:Zone.Identifier", 26));
+    return {dated,
+            ofDated,
+            torn,
+            Folder(u"", u"folder"),
+            Stream(File(u"", u"folder:of a folder", 7)),
+            File(u"/folder", u"inside.txt", 5),
+            holed,
+            Closed(Stream(File(u"/folder", u"inside.txt:closed", 9))),
+            Stream(File(u"/folder", u"inside.txt:..\\..\\escaped", 9)),
+            Kept(File(u"", u"efs.txt", 50), VolumeObstacle::kEncryptedFile),
+            Closed(Stream(File(u"", u"efs.txt:s", 9))),
+            File(u"", u"same", 5),
+            File(u"", u"same:s", 6),
+            Stream(File(u"", u"same:s", 7)),
+            Stream(File(u"", u":of the root", 8))};
+}
+
 std::vector<StandInEntry> OpenedTree()
 {
     return {File(u"", u"opened.txt", 5)};
@@ -282,7 +314,8 @@ struct NamedTree {
     std::vector<StandInEntry> (*make)();
 };
 
-constexpr NamedTree kTrees[] = {{"stalling", StallingTree},
+constexpr NamedTree kTrees[] = {{"streams", StreamsTree},
+                                {"stalling", StallingTree},
                                 {"stalling-listing", StallingListing},
                                 {"hostile", HostileTree},
                                 {"failing", FailingTree},

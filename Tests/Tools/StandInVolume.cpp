@@ -49,7 +49,7 @@ bool StandInVolume::FindNextFile(VolumeHandle handle, VolumeFindData *record)
     auto *search = static_cast<Search *>(handle);
     while (search->next < _entries.size()) {
         const StandInEntry &entry = _entries[search->next++];
-        if (entry.folder != search->folder)
+        if (entry.folder != search->folder || entry.isStream)
             continue;
         *record = {};
         record->attributes = entry.attributes != 0 ? entry.attributes : 0x80;
@@ -73,7 +73,13 @@ bool StandInVolume::FindClose(VolumeHandle search)
 VolumeHandle StandInVolume::OpenFile(const char16_t *path, uint32_t, uint32_t, uint32_t)
 {
     const StandInEntry *entry = EntryAt(path);
-    if (_isGone || entry == nullptr || !entry->opens || (entry->attributes & 0x10) != 0)
+    return entry != nullptr && !entry->isStream ? OpenEntry(*entry) : nullptr;
+}
+
+VolumeHandle StandInVolume::OpenEntry(const StandInEntry &opened)
+{
+    const StandInEntry *entry = &opened;
+    if (_isGone || !entry->opens || (entry->attributes & 0x10) != 0)
         return nullptr;
     const unsigned char seed = entry->changes ? ++_opened : 0;
     return new File{entry, 0, 0, seed, 0};
@@ -156,6 +162,28 @@ bool StandInVolume::DescribeListing(VolumeHandle search, VolumeListingReport *re
     report->recoveredEntries = entry->recoveredEntries;
     report->isWhole = entry->missingEntries == 0;
     return true;
+}
+
+bool StandInVolume::VisitStreams(const char16_t *path, VolumeStreamFunction stream,
+                                 void *context) const
+{
+    const std::u16string owner = std::u16string(path) + u":";
+    for (const StandInEntry &entry : _entries) {
+        const std::u16string whole = entry.folder + u"/" + entry.name;
+        if (entry.isStream && whole.compare(0, owner.size(), owner) == 0)
+            stream(context, whole.c_str() + owner.size(), entry.listedSize);
+    }
+    const StandInEntry *entry = EntryAt(path);
+    return entry == nullptr || !entry->hasMoreStreams;
+}
+
+bool StandInVolume::OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle)
+{
+    const StandInEntry *entry = EntryAt(std::u16string(path) + u":" + stream);
+    VolumeHandle opened = entry != nullptr && entry->isStream ? OpenEntry(*entry) : nullptr;
+    if (opened != nullptr)
+        *handle = opened;
+    return opened != nullptr;
 }
 
 bool StandInVolume::ReportUnread(VolumeHandle handle, VolumeRangeFunction range,

@@ -38,7 +38,9 @@ struct StandInEntry {
     uint64_t recoveredEntries = 0;
     // Given as zeros: offset and length, in bytes and in order.
     std::vector<std::pair<uint32_t, uint32_t>> unread;
-    int goesAtRead = 0;  // at which read the disk goes away, from 1
+    int goesAtRead = 0;           // at which read the disk goes away, from 1
+    bool isStream = false;        // named "f:s", of the entry "f" of its folder
+    bool hasMoreStreams = false;  // that are not found
 };
 
 class StandInVolume final : public IVolume {
@@ -66,6 +68,8 @@ public:
     bool DescribeListing(VolumeHandle search, VolumeListingReport *report) const;
     bool ReportUnread(VolumeHandle file, VolumeRangeFunction range, void *context) const;
     bool IsGone() const { return _isGone; }
+    bool VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context) const;
+    bool OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle);
 
 private:
     struct Search {
@@ -80,6 +84,7 @@ private:
         uint32_t readTo = 0;  // the end of what was read so far
     };
 
+    VolumeHandle OpenEntry(const StandInEntry &opened);
     const StandInEntry *EntryAt(const std::u16string &path) const;
     static bool BlankUnread(const File &file, uint32_t count, unsigned char *bytes);
     void Stall() const;

@@ -22,6 +22,9 @@ void EntryFailures::AddFolders(const Arrivals *arrivals)
         if (plan.At(entry).IsFolder())
             AddFolder(entry, arrivals);
     }
+    for (const Number entry : _planned.lackingStreams)
+        Add(entry, FailureKind::kDamaged,
+            "its named streams may be missing: records on the disk are damaged");
 }
 
 void EntryFailures::AddFolder(Number folder, const Arrivals *arrivals)

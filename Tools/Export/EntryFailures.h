@@ -21,8 +21,8 @@ public:
     {
     }
 
-    // The folders that could not be listed or made, or are not whole. arrivals: null if nothing has
-    // been exported.
+    // The folders that could not be listed or made, or are not whole, and the entries that may have
+    // more streams than were found. arrivals: null if nothing has been exported.
     void AddFolders(const Arrivals *arrivals);
     // What the volume does not open: as a failure, as one of many or as a link. reason: follows
     // the entry's path and a colon.

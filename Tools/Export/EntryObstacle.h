@@ -27,4 +27,16 @@ inline bool HasCopy(VolumeObstacle obstacle)
            obstacle == VolumeObstacle::kUnreadable;
 }
 
+// Of a stream: what keeps all of its owner's data from being read.
+inline VolumeObstacle ObstacleOf(const ExportPlan &plan, ExportPlan::Number number,
+                                 const VolumeReports &reports)
+{
+    if (!plan.At(number).Has(PlanEntry::kIsStream))
+        return ObstacleOf(plan.At(number), plan.PathOf(number), reports);
+    VolumeEntryReport owner;
+    reports.DescribeEntry(plan.PathOf(plan.OwnerOf(number)), &owner);
+    const bool isOfAllData = owner.obstacle == VolumeObstacle::kEncryptedFile;
+    return isOfAllData ? owner.obstacle : VolumeObstacle::kNone;
+}
+
 }  // namespace vx

@@ -116,8 +116,10 @@ bool ExportCommand::MakePlan(std::string *error)
                    choice.Has(path, entry.IsFolder(), entry.size, entry.modified);
         };
     }
-    return PlanBuilder(_session.Volume(), _session.Reports(), filter)
-        .Build(_options.paths, &_planned, error);
+    PlanBuilder builder(_session.Volume(), _session.Reports(), filter);
+    if (_options.streams)
+        builder.AddStreams();
+    return builder.Build(_options.paths, &_planned, error);
 }
 
 SourceFiles ExportCommand::Sources() const

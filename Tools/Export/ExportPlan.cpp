@@ -49,6 +49,26 @@ ExportPlan::Number ExportPlan::Add(Number folder, const PlanEntry &entry, std::u
     return number;
 }
 
+ExportPlan::Number ExportPlan::AddStream(Number owner, std::u16string_view stream, int64_t size)
+{
+    constexpr uint32_t kNotOfStreams = kVolumeAttributeDirectory | kAttributeReparsePoint;
+    PlanEntry entry = _entries[owner];
+    entry.size = size;
+    entry.attributes &= ~kNotOfStreams;
+    entry.reparseTag = 0;
+    entry.flags = PlanEntry::kIsStream;
+    const std::u16string name = std::u16string(NameOf(owner)).append(u":").append(stream);
+    const Number added = Add(_entries[owner].parent, entry, name);
+    if (added != kNone)
+        _entries[added].firstChild = owner;
+    return added;
+}
+
+std::u16string_view ExportPlan::StreamNameOf(Number stream) const
+{
+    return NameOf(stream).substr(NameOf(OwnerOf(stream)).size() + 1);
+}
+
 std::u16string_view ExportPlan::NameOf(Number number) const
 {
     const PlanEntry &entry = _entries[number];

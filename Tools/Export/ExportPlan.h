@@ -25,6 +25,7 @@ struct PlanEntry {
     static constexpr uint8_t kIsUnlistable = 8;  // a folder that could not be entered
     static constexpr uint8_t kIsRepeated = 16;   // an earlier entry of its folder has its name
     static constexpr uint8_t kIsThinned = 32;    // a folder of which a filter left something out
+    static constexpr uint8_t kIsStream = 64;     // a stream beside the data of another entry
 
     uint64_t created = 0;  // the three times: 100 ns since 1601-01-01 00:00 UTC; 0 for none
     uint64_t accessed = 0;
@@ -33,7 +34,7 @@ struct PlanEntry {
     uint32_t attributes = 0;
     uint32_t reparseTag = 0;  // 0 without a reparse point, and if the volume does not report it
     Number parent = 0;
-    Number firstChild = 0;
+    Number firstChild = 0;  // of a stream: the entry that it belongs to
     Number children = 0;
     uint32_t nameBegin = 0;  // ExportPlan's
     uint16_t nameUnits = 0;
@@ -57,6 +58,13 @@ public:
     // Adds one more child to the folder; the children of a folder are added one after the other,
     // with no other entry between them. kNone if there are too many entries.
     Number Add(Number folder, const PlanEntry &entry, std::u16string_view name);
+
+    // Adds a stream of the entry: to its folder, or to the root itself, as "a.txt:s". A copy of it
+    // has the entry's times.
+    Number AddStream(Number owner, std::u16string_view stream, int64_t size);
+    // Of a stream: the entry that it belongs to, and its name there.
+    Number OwnerOf(Number stream) const { return _entries[stream].firstChild; }
+    std::u16string_view StreamNameOf(Number stream) const;
 
     size_t Size() const { return _entries.size(); }
     const PlanEntry &At(Number number) const { return _entries[number]; }

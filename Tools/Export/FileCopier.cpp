@@ -3,6 +3,7 @@
 #include "EntryObstacle.h"
 #include "NumberText.h"
 #include "ObstacleText.h"
+#include "OpenPlanned.h"
 #include "TerminalText.h"
 #include "TooLargeFiles.h"
 #include "Unicode.h"
@@ -34,7 +35,6 @@ FileCopier::FileCopier(CopyJob &job)
 void FileCopier::Copy(ExportPlan::Number number)
 {
     _number = number;
-    _volumePath = _job.plan.PathOf(number);
     _arrival = Arrival();
     _arrival.size = _job.plan.At(number).size;
     _copied = 0;
@@ -62,7 +62,7 @@ void FileCopier::CopyIfMissing()
 {
     if (_job.sink.IsAlreadyThere(_number, _place.folder->Get(), _place.name))
         return NoteThere();
-    OpenVolumeFile source(_job.volume, _volumePath);
+    OpenVolumeFile source = OpenPlanned(_job.volume, _job.plan, _number);
     if (source)
         CopyOpened(&source);
     else
@@ -220,7 +220,7 @@ std::string FileCopier::DamageOf(const OpenVolumeFile &source)
     _arrival.kind = unread.empty() ? FailureKind::kDamaged : FailureKind::kUnread;
     if (!unread.empty())
         return UnreadText(unread, _job.namesAllRanges);
-    const VolumeObstacle obstacle = ObstacleOf(_job.plan.At(_number), _volumePath, _job.reports);
+    const VolumeObstacle obstacle = ObstacleOf(_job.plan, _number, _job.reports);
     const bool isDamaged =
         obstacle == VolumeObstacle::kDamaged || obstacle == VolumeObstacle::kUnreadable;
     if (_hasReadAll && !isDamaged)
@@ -264,7 +264,11 @@ void FileCopier::NoteUnopened()
     if (_job.stop.IsDiskGone())
         return;
     _arrival.state = Arrival::State::kUnopened;
-    _arrival.obstacle = ObstacleOf(_job.plan.At(_number), _volumePath, _job.reports);
+    _arrival.obstacle = ObstacleOf(_job.plan, _number, _job.reports);
+    // A stream that was found lies in records that are there.
+    if (_job.plan.At(_number).Has(PlanEntry::kIsStream) &&
+        _arrival.obstacle == VolumeObstacle::kNone)
+        _arrival.obstacle = VolumeObstacle::kDamaged;
 }
 
 bool FileCopier::NoteUnwritten(int error)

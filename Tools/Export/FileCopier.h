@@ -59,7 +59,6 @@ private:
 
     // Of the current file.
     ExportPlan::Number _number = ExportPlan::kRoot;
-    std::u16string _volumePath;
     Arrival _arrival;
     int64_t _copied = 0;
     bool _hasReadAll = true;

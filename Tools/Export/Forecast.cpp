@@ -116,7 +116,7 @@ void Forecaster::AddFile(Number file)
     const bool isThere = FindPlace(file, &error);
     if (!error.reason.empty())
         return _failures.Add(file, FailureKind::kDestination, error.reason);
-    const VolumeObstacle obstacle = ObstacleOf(entry, _plan.PathOf(file), _scene.reports);
+    const VolumeObstacle obstacle = ObstacleOf(_plan, file, _scene.reports);
     if (!HasCopy(obstacle))
         return _failures.AddUnopened(file, obstacle, "the volume cannot open it");
     if (entry.size > _scene.names.Traits().largestFile)

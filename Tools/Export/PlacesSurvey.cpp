@@ -2,7 +2,7 @@
 
 #include "EntryObstacle.h"
 #include "NumberText.h"
-#include "OpenVolumeFile.h"
+#include "OpenPlanned.h"
 #include "PlanText.h"
 #include "RescueMapWriter.h"
 #include "UniqueFd.h"
@@ -51,7 +51,7 @@ void PlacesSurvey::Visit(Number number)
 {
     const PlanEntry &entry = _planned.plan.At(number);
     if (!entry.IsFolder()) {
-        VisitFile(number, _planned.plan.PathOf(number));
+        VisitFile(number);
         return;
     }
     const auto damaged = _planned.damagedFolders.find(number);
@@ -64,12 +64,13 @@ void PlacesSurvey::Visit(Number number)
 }
 
 // What the export reads of a file besides its contents is read here as well.
-void PlacesSurvey::VisitFile(Number number, const std::u16string &path)
+void PlacesSurvey::VisitFile(Number number)
 {
-    const VolumeObstacle obstacle = ObstacleOf(_planned.plan.At(number), path, _session.Reports());
-    const OpenVolumeFile file(_session.Volume(), path);
+    const ExportPlan &plan = _planned.plan;
+    const VolumeObstacle obstacle = ObstacleOf(plan, number, _session.Reports());
+    const OpenVolumeFile file = OpenPlanned(_session.Volume(), plan, number);
     if (!file) {
-        if (IsLost(obstacle))
+        if (IsLost(obstacle) || plan.At(number).Has(PlanEntry::kIsStream))
             _unreadable.push_back(number);
         return;
     }

@@ -36,7 +36,7 @@ private:
     using Numbers = std::vector<Number>;
 
     void Visit(Number number);
-    void VisitFile(Number number, const std::u16string &path);
+    void VisitFile(Number number);
     void PrintSome(const std::string &heading, const Numbers &numbers, bool all,
                    FILE *stream) const;
 

@@ -5,6 +5,7 @@
 #include "VolumeSelection.h"
 
 #include <algorithm>
+#include <limits>
 #include <unordered_set>
 #include <utility>
 
@@ -12,6 +13,8 @@ namespace vx {
 namespace {
 
 constexpr size_t kRootStep = 0;
+// Of a stream; the size of one whose record is lost is larger.
+constexpr uint64_t kLargestSize = std::numeric_limits<int64_t>::max();
 
 PlanEntry EntryOf(const FolderRecord &record, uint8_t flags)
 {
@@ -99,6 +102,7 @@ void PlanBuilder::AddSteps(const std::vector<Step> &steps)
             if (added != ExportPlan::kNone)
                 folders.push_back({child, added});
         }
+        AddStreamsIn(number);
     }
 }
 
@@ -131,6 +135,44 @@ void PlanBuilder::ReadFolderOf(Number folder)
     else if (!report->isWhole || report->recoveredEntries > 0)
         _planned->damagedFolders.insert({folder, *report});
     MarkRepeated(folder);
+    if (_addsStreams && folder == ExportPlan::kRoot)
+        AddStreamsOf(folder);
+    AddStreamsIn(folder);
+}
+
+// After all other entries of the folder, since a listing ends before other questions are asked.
+void PlanBuilder::AddStreamsIn(Number folder)
+{
+    if (!_addsStreams)
+        return;
+    const ExportPlan &plan = _planned->plan;
+    constexpr uint8_t kWithout = PlanEntry::kIsWay | PlanEntry::kIsRepeated | PlanEntry::kIsStream;
+    const Number first = plan.At(folder).firstChild;
+    const Number end = first + plan.At(folder).children;
+    for (Number child = first; child < end; ++child) {
+        const std::u16string_view name = plan.NameOf(child);
+        const bool hasPath = !name.empty() && IsUtf16(name) && !IsSelfOrParent(name);
+        if (hasPath && (plan.At(child).flags & kWithout) == 0)
+            AddStreamsOf(child);
+    }
+    if (plan.At(folder).firstChild + plan.At(folder).children > end)
+        MarkRepeated(folder);
+}
+
+void PlanBuilder::AddStreamsOf(Number owner)
+{
+    ExportPlan &plan = _planned->plan;
+    std::vector<VolumeStream> streams;
+    const std::u16string path = plan.PathOf(owner);
+    if (!_reports.VisitStreams(path.empty() ? u"/" : path, &streams))
+        _planned->lackingStreams.push_back(owner);
+    for (const VolumeStream &stream : streams) {
+        const int64_t size = stream.size <= kLargestSize ? static_cast<int64_t>(stream.size) : 0;
+        if (plan.AddStream(owner, stream.name, size) == ExportPlan::kNone)
+            _isTooLarge = true;
+        ++_planned->files;
+        _planned->bytes = AddSizes(_planned->bytes, size);
+    }
 }
 
 // path: the folder's, and so again when this returns.

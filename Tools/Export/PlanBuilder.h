@@ -27,6 +27,8 @@ struct PlannedExport {
     ExportPlan plan;
     // Folders that are not whole, or only thanks to other records of the disk.
     std::map<ExportPlan::Number, VolumeListingReport> damagedFolders;
+    // Entries that may have more streams than were found.
+    std::vector<ExportPlan::Number> lackingStreams;
     int64_t files = 0;
     int64_t bytes = 0;  // as listed
 };
@@ -35,9 +37,12 @@ class PlanBuilder {
 public:
     // filter: may be empty, and then all belongs to the export.
     PlanBuilder(IVolume &volume, const VolumeReports &reports, PlanFilter filter = nullptr)
-        : _filter(std::move(filter)), _shelf(volume, reports)
+        : _filter(std::move(filter)), _reports(reports), _shelf(volume, reports)
     {
     }
+
+    // The streams of what belongs to the export belong to it, too.
+    void AddStreams() { _addsStreams = true; }
 
     // paths: as on the command line; none for the root. What is named twice, or lies in another
     // named folder, is planned once. False: error says why in one line. Called once.
@@ -53,9 +58,13 @@ private:
     void ReadFolderOf(Number folder);
     Number AddEntry(Number folder, std::u16string *path, const FolderRecord &record, uint8_t flags);
     void MarkRepeated(Number folder);
+    void AddStreamsIn(Number folder);
+    void AddStreamsOf(Number owner);
 
     const PlanFilter _filter;
+    const VolumeReports &_reports;
     FolderShelf _shelf;  // what the selection has listed
+    bool _addsStreams = false;
     PlannedExport *_planned = nullptr;
     bool _isTooLarge = false;
 };

@@ -22,8 +22,7 @@ std::vector<Number> TooLarge(const ExportPlan &plan, const VolumeReports &report
     std::vector<Number> files;
     for (Number file = ExportPlan::kRoot; file != ExportPlan::kNone; file = plan.Next(file)) {
         const PlanEntry &entry = plan.At(file);
-        if (!entry.IsFolder() && entry.size > largest &&
-            HasCopy(ObstacleOf(entry, plan.PathOf(file), reports)))
+        if (!entry.IsFolder() && entry.size > largest && HasCopy(ObstacleOf(plan, file, reports)))
             files.push_back(file);
     }
     return files;

@@ -36,6 +36,14 @@ VolumeHandle ObservedVolume::OpenFile(const char16_t *path, uint32_t mode1, uint
     return file;
 }
 
+VolumeHandle ObservedVolume::OpenStream(const std::u16string &path, const std::u16string &stream)
+{
+    VolumeHandle file = _reports.OpenStream(path, stream);
+    if (file == nullptr)
+        _hasFailed = true;
+    return file;
+}
+
 bool ObservedVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, uint32_t *done)
 {
     const bool isRead = _volume.ReadFile(file, buffer, count, done);

@@ -25,6 +25,9 @@ public:
     // Whether the disk went away.
     bool IsGone() const { return _hasFailed && _reports.IsGone(); }
 
+    // Null if the stream cannot be opened; the handle is read and closed as a file's.
+    VolumeHandle OpenStream(const std::u16string &path, const std::u16string &stream);
+
     VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override;
     bool FindNextFile(VolumeHandle search, VolumeFindData *record) override;
     bool FindClose(VolumeHandle search) override;

@@ -15,6 +15,8 @@ class OpenVolumeFile {
 public:
     // path: on the volume.
     OpenVolumeFile(IVolume &volume, const std::u16string &path);
+    // handle: of the volume, null for a file that does not open; closed with this.
+    OpenVolumeFile(IVolume &volume, VolumeHandle handle) : _volume(volume), _handle(handle) {}
     ~OpenVolumeFile();
     OpenVolumeFile(const OpenVolumeFile &) = delete;
     OpenVolumeFile &operator=(const OpenVolumeFile &) = delete;

@@ -332,5 +332,22 @@ TEST_F(NtfsStreamsOfOthers, AreThoseThatTheSleuthKitReads)
     EXPECT_EQ(StreamsOf(*opened.volume, u"/d/e/g").streams.size(), 2u);
 }
 
+TEST_F(NtfsStreamsOfOthers, AreExportedByTheToolAsTheyWereWritten)
+{
+    ASSERT_TRUE(
+        image.RunInNtfs("mkdir d && echo data > d/f && printf zone > d/f:Zone.Identifier && "
+                        "head -c 5000000 /dev/urandom > d/f:large && cp d/f:large " +
+                        Quoted(image.At("large")) + " && printf x > d:of.folder"));
+    ASSERT_TRUE(RunShell(VX_TOOL " --streams --to " + Quoted(image.At("out")) + " " +
+                         Quoted(image.Path()) + " >" + Quoted(image.At("log")) + " 2>&1"));
+    ASSERT_TRUE(RunShell("cd " + Quoted(image.At("out")) + " && find . -type f | sort >" +
+                         Quoted(image.At("found"))));
+    EXPECT_EQ(image.Folder().ReadFile("found"),
+              "./d/f\n./d/f:Zone.Identifier\n./d/f:large\n./d:of.folder\n");
+    EXPECT_TRUE(
+        RunShell("cmp " + Quoted(image.At("out/d/f:large")) + " " + Quoted(image.At("large"))));
+    EXPECT_EQ(image.Folder().ReadFile("out/d/f:Zone.Identifier"), "zone");
+}
+
 }  // namespace
 }  // namespace vx
