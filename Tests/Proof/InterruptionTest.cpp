@@ -3,10 +3,12 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace vx {
 namespace {
@@ -22,7 +24,25 @@ struct Series {
     std::vector<std::string> more;
 };
 
-class Interruption : public ProofTest, public ::testing::WithParamInterface<Series> {
+// Every export waits at its end until its disk holds everything; memory is a fast disk.
+class InMemory {
+public:
+    InMemory()
+    {
+        if (access(kMemory, W_OK) == 0)
+            setenv("TMPDIR", kMemory, 1);
+    }
+    ~InMemory() { unsetenv("TMPDIR"); }
+    InMemory(const InMemory &) = delete;
+    InMemory &operator=(const InMemory &) = delete;
+
+private:
+    static constexpr char kMemory[] = "/dev/shm";
+};
+
+class Interruption : private InMemory,
+                     public ProofTest,
+                     public ::testing::WithParamInterface<Series> {
 protected:
     void SetUp() override
     {
@@ -32,7 +52,7 @@ protected:
         const Result whole = Export(_folder.MakeFolder("whole"), Options(_folder.At("whole-list")));
         ASSERT_EQ(whole.status, 0) << whole.errors << whole.output;
         _duration = Clock::now() - start;
-        _expected = SnapshotOf(_folder.At("whole"));
+        _expected = Dated(SnapshotOf(_folder.At("whole")));
     }
 
     // Small files in several folders, with larger ones between them, so that several are under way.
@@ -105,6 +125,16 @@ protected:
         return arrived > 0 && others > 0;
     }
 
+    // A folder that comes from a backslash has no date on the volume.
+    static Snapshot Dated(Snapshot snapshot)
+    {
+        for (auto &[path, entry] : snapshot) {
+            if (path.size() > 5 && path.compare(path.size() - 5, 5, "/back") == 0)
+                entry = {entry.contents, 0, 0};
+        }
+        return snapshot;
+    }
+
     void SleepUpTo(Clock::duration longest)
     {
         const auto range = std::chrono::duration_cast<std::chrono::microseconds>(longest).count();
@@ -132,7 +162,7 @@ protected:
         options.push_back("--resume");
         const Result resumed = Export(to, options);
         ASSERT_EQ(resumed.status, 0) << resumed.errors << resumed.output;
-        ASSERT_EQ(DifferenceOf(_expected, SnapshotOf(to)), "");
+        ASSERT_EQ(DifferenceOf(_expected, Dated(SnapshotOf(to))), "");
         ASSERT_FALSE(Exists(_journal));
         if (GetParam().hasList)
             ASSERT_EQ(_folder.ReadFile("list"), _folder.ReadFile("whole-list"));

@@ -106,7 +106,7 @@ std::string DifferenceOf(const std::map<std::string, Found> &expected,
             text += path + " is missing\n";
         else if (other->second.contents != entry.contents)
             text += path + " has other contents\n";
-        else if (!(other->second == entry) && !getenv("VX_NO_DATES"))
+        else if (!(other->second == entry))
             text += path + " has another date: " + std::to_string(other->second.seconds) + "." +
                     std::to_string(other->second.nanoseconds) + "\n";
     }
