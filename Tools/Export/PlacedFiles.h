@@ -28,9 +28,8 @@ public:
     // the given identity was found; kNone if that was there before.
     Number At(const std::string &path, const FileIdentity &found) const;
 
-    // Before a file takes its place there. kNone if it may; otherwise the number of the file that
-    // has come first. Whoever calls holds a lock from the last look at the place until the file is
-    // there.
+    // Before a file takes its place there, so that a thread that finds it there knows it. kNone if
+    // it may; otherwise the number of the file that has come first to the same path.
     Number Place(const FileIdentity &file, const std::string &path, Number number);
     // It did not take its place after all.
     void Forget(const FileIdentity &file, const std::string &path);
