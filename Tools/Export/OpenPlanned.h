@@ -14,8 +14,8 @@ inline OpenVolumeFile OpenPlanned(ObservedVolume &volume, const ExportPlan &plan
         return OpenVolumeFile(volume, plan.PathOf(number));
     const ExportPlan::Number owner = plan.OwnerOf(number);
     const std::u16string path = owner == ExportPlan::kRoot ? u"/" : plan.PathOf(owner);
-    return OpenVolumeFile(
-        volume, volume.OpenStream(path, std::u16string(plan.StreamNameOf(number))));
+    return OpenVolumeFile(volume,
+                          volume.OpenStream(path, std::u16string(plan.StreamNameOf(number))));
 }
 
 }  // namespace vx
