@@ -22,11 +22,17 @@ bool HoldsSeparator(std::u16string_view name)
     return name.find_first_of(u"\\/") != name.npos;
 }
 
+// Zeroed, and real only where it is used; null without memory.
+unsigned char *NewBuffer()
+{
+    return static_cast<unsigned char *>(calloc(1, FileCopier::kChunk));
+}
+
 }  // namespace
 
 FileCopier::FileCopier(CopyJob &job)
     : _job(job),
-      _buffer(static_cast<unsigned char *>(calloc(1, kChunk))),
+      _buffer(NewBuffer()),
       _hasher(job.sink.MakeHasher()),
       _file(job.places.Partials(), job.places.Traits().longestName)
 {
@@ -113,7 +119,7 @@ bool FileCopier::Create()
 bool FileCopier::CopyChunks(OpenVolumeFile *source)
 {
     if (_hasher)
-        _hasher->Begin();
+        _hasher.Begin();
     while (_copied < _arrival.size) {
         if (_job.stop.IsDue()) {
             _arrival.state = Arrival::State::kUnfinished;
@@ -124,6 +130,8 @@ bool FileCopier::CopyChunks(OpenVolumeFile *source)
         ReadChunk(source, _copied, count);
         if (!WriteChunk(count))
             return false;
+        if (_hasher && _copied < _arrival.size && !ExchangeBuffers())
+            return Fail("there is not enough memory", FailureKind::kMemory);
         _job.progress.Show(_number, count);
     }
     return true;
@@ -152,13 +160,22 @@ void FileCopier::ReadChunk(OpenVolumeFile *source, int64_t position, uint32_t co
 
 bool FileCopier::WriteChunk(uint32_t count)
 {
+    if (_hasher)
+        _hasher.Add(_buffer.get(), count);
     const size_t written = _file.Write(_buffer.get(), count);
     const int error = errno;
     _copied += static_cast<int64_t>(written);
-    if (written < count)
-        return NoteUnwritten(error);
-    if (_hasher)
-        _hasher->Add(_buffer.get(), count);
+    return written == count || NoteUnwritten(error);
+}
+
+// The chunk just written may still be hashed; the one before it no longer is.
+bool FileCopier::ExchangeBuffers()
+{
+    if (_other == nullptr)
+        _other.reset(NewBuffer());
+    if (_other == nullptr)
+        return false;
+    std::swap(_buffer, _other);
     return true;
 }
 
@@ -233,7 +250,7 @@ void FileCopier::Report(const std::string &name, bool isWhole)
 {
     FileHash hash;
     if (_hasher)
-        hash = _hasher->End();
+        hash = _hasher.End();
     ArrivalPlace own = _place;
     own.name = name;
     _job.sink.Arrived({_number, own.Path(), own.folder->Get(), name, _arrival.size, isWhole,

@@ -4,11 +4,12 @@
 // whole replaces nothing: it is put beside a file that is in its place. What cannot be read is
 // zeros in the copy.
 //
-// Ownership: borrows the job; owns a buffer of one chunk. Threads: one at a time; every worker has
-// one of its own.
+// Ownership: borrows the job; owns a buffer of one chunk, or two while a large file is hashed.
+// Threads: one at a time; every worker has one of its own.
 #pragma once
 
 #include "CopyJob.h"
+#include "HashLane.h"
 #include "OpenVolumeFile.h"
 
 #include <cstdlib>
@@ -37,6 +38,7 @@ private:
     void CopyOpened(OpenVolumeFile *source);
     bool Create();
     bool CopyChunks(OpenVolumeFile *source);
+    bool ExchangeBuffers();
     void ReadChunk(OpenVolumeFile *source, int64_t position, uint32_t count);
     bool WriteChunk(uint32_t count);
     bool CloseCopy();
@@ -52,8 +54,11 @@ private:
     std::string CopiedText() const;
 
     CopyJob &_job;
-    const std::unique_ptr<unsigned char, FreeBuffer> _buffer;  // null: no memory
-    const std::unique_ptr<ChunkHasher> _hasher;
+    using Buffer = std::unique_ptr<unsigned char, FreeBuffer>;
+
+    Buffer _buffer;  // null: no memory
+    Buffer _other;   // of the chunk before, which may still be hashed; null without a large file
+    HashLane _hasher;
     ArrivingFile _file;
     ArrivalPlace _place;
 
