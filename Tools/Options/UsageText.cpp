@@ -70,8 +70,9 @@ Failing disks
   --retries N           read a place that failed up to N times more
   --skip-slow SECONDS   skip the surroundings of a read that took longer
 
-Ctrl-C stops an export after at most 4 MiB more and keeps the complete files; a second one
-ends the program at once. Progress goes to standard error, the summary to standard output.
+Ctrl-C stops an export after at most 4 MiB more of each file in progress, and keeps the
+complete files; a second one ends the program at once. Progress goes to standard error,
+the summary to standard output.
 
   --help, --version
 
