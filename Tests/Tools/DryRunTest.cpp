@@ -131,6 +131,27 @@ TEST_F(DryRunning, AnEmptyFolderWhosePlaceIsTakenIsNamedOnce)
     EXPECT_TRUE(Holds(done, "Failed: 1\n" + failure));
 }
 
+TEST_F(DryRunning, AResumptionLeavesOutWhatIsComplete)
+{
+    EXPECT_EQ(Run({"--to", _destination, _volume, "a"}).status, 0);
+    _folder.WriteFile("destination/a/one", "not complete");
+    const Result result = Try({"--resume"});
+    EXPECT_TRUE(Holds(result.output, "Would export 2 files in 2 folders, 5 bytes, to "));
+    EXPECT_TRUE(Holds(result.output,
+                      "Would replace 1 file\n"
+                      "Would leave out 1 file that is there already\nNeeds 4.0 KiB "));
+    EXPECT_EQ(result.output.find("4.9 KiB"), std::string::npos);
+    EXPECT_TRUE(Holds(Try().output, "Would replace 2 files\nNeeds"));
+}
+
+// Its copies stay as they are, and need no room to be replaced.
+TEST_F(DryRunning, AResumptionNeedsRoomForWhatIsMissingOnly)
+{
+    EXPECT_EQ(Run({"--to", _destination, _volume, "a"}).status, 0);
+    EXPECT_EQ(TryWithRoom("0").status, 2);
+    EXPECT_EQ(TryWithRoom("0", {"--resume"}).status, 0);
+}
+
 TEST_F(DryRunning, WhatCannotArriveIsNamed)
 {
     _folder.MakeFolder("destination/three");

@@ -66,7 +66,7 @@ TEST_F(RoomQuestion, AnyOtherAnswerExportsNothingAndLeavesNoFolder)
          {"\n", "n\n", "yess\n", "y n\n", "yyyyyyyyyyyyyyyyyyyyyyyy\n", "\x04"}) {
         Start();
         EXPECT_EQ(EndAfter(typed), 2) << typed;
-        EXPECT_TRUE(Holds(_run->Output(), "volume-export: nothing was exported\r\n"));
+        EXPECT_TRUE(Holds(_run->Output(), " are free; nothing was exported\r\n"));
         EXPECT_FALSE(IsThere());
     }
 }

@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 
 namespace vx {
 
@@ -60,6 +61,14 @@ public:
     using Advance = std::function<bool(int64_t bytes)>;
 
     virtual ~ArrivalSink() = default;
+
+    // Whether an ordinary file in the place of an entry seems to be complete from an earlier
+    // export, by what is known of it without reading; asked before Begin. timeStep: as in
+    // DestinationTraits.
+    virtual bool LooksComplete(const PlanEntry &, const struct stat &, int64_t /*timeStep*/) const
+    {
+        return false;
+    }
 
     // Before the first file. False: nothing is exported, and error says why in one line.
     virtual bool Begin(const ExportScene &, std::string * /*error*/) { return true; }

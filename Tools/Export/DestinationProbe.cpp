@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -137,6 +138,7 @@ DestinationTraits LookAtDestination(int folder)
     DestinationTraits traits;
     NoteLengths(fpathconf(folder, _PC_NAME_MAX), &traits);
     traits.largestFile = LargestFileByKind(folder);
+    traits.timeStep = kSteps[std::size(kSteps) - 1];
     traits.ignoresCase = FindsNamesInOtherCase(folder);
     return traits;
 }

@@ -51,7 +51,7 @@ bool DryRun::Look(Destination destination, const SourceFiles &sources, Forecast 
         return false;
     }
     const PlanNames names(_planned.plan, LookAtDestination(disk.Get()));
-    *forecast = Forecaster({_planned, _session.Reports(), names, sources, _tree, disk.Get(),
+    *forecast = Forecaster({_planned, _session.Reports(), names, sources, _tree, _sink, disk.Get(),
                             !isThere, !_options.noEmptyFolders})
                     .Run(path);
     return true;

@@ -21,8 +21,8 @@ class DryRun {
 public:
     // destination: usable. tree: not open.
     DryRun(const VolumeSession &session, const Options &options, const PlannedExport &planned,
-           DestinationTree &tree)
-        : _session(session), _options(options), _planned(planned), _tree(tree)
+           DestinationTree &tree, const ArrivalSink &sink)
+        : _session(session), _options(options), _planned(planned), _tree(tree), _sink(sink)
     {
     }
 
@@ -38,6 +38,7 @@ private:
     const Options &_options;
     const PlannedExport &_planned;
     DestinationTree &_tree;
+    const ArrivalSink &_sink;
 };
 
 }  // namespace vx

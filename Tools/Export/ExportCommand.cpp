@@ -98,7 +98,7 @@ int ExportCommand::Run()
     if (!Survey(&error))
         return Refuse(kExitUsage, error + " (nothing was exported)");
     if (_options.dryRun)
-        return DryRun(_session, _options, _planned, _tree).Run(_destination, Sources());
+        return DryRun(_session, _options, _planned, _tree, _sink).Run(_destination, Sources());
     bool isNew = false;
     if (!_destination.Prepare(&isNew, &error))
         return Refuse(kExitUsage, error);
@@ -204,7 +204,7 @@ bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
         return true;
     const SourceFiles sources = Sources();
     const Forecast forecast = Forecaster({_planned, _session.Reports(), names, sources, _tree,
-                                          _tree.Root(), false, !_options.noEmptyFolders})
+                                          _sink, _tree.Root(), false, !_options.noEmptyFolders})
                                   .Run(_destination.Path());
     if (forecast.Fits())
         return true;
@@ -215,7 +215,7 @@ bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
     }
     const Confirmation answer =
         Confirm("volume-export: " + *error + ". Export what fits? [y/N] ", &_signal);
-    *error = "nothing was exported";
+    *error += "; nothing was exported";
     return answer == Confirmation::kYes;
 }
 

@@ -58,6 +58,9 @@ void PrintForecast(const Forecast &forecast, const ExportPlan &plan, bool verbos
             CountText(forecast.folders, "folder", "folders").c_str(),
             ExactSizeText(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str());
     fprintf(stream, "Would replace %s\n", CountText(forecast.replaced, "file", "files").c_str());
+    if (forecast.complete > 0)
+        fprintf(stream, "Would leave out %s there already\n",
+                CountText(forecast.complete, "file that is", "files that are").c_str());
     if (forecast.disk)
         fprintf(stream, "Needs %s of the disk, of which %s are free\n",
                 ExactSizeText(SignedSize(forecast.neededBytes)).c_str(),
@@ -125,6 +128,11 @@ void Forecaster::AddFile(Number file)
     Standing standing;
     if (isThere && !_places.MayTake(_place, &standing, &error))
         return _failures.Add(file, FailureKind::kDestination, error.reason);
+    if (standing.IsFile() &&
+        _scene.sink.LooksComplete(entry, standing.found, _scene.names.Traits().timeStep)) {
+        ++_forecast.complete;
+        return MarkFolders(file);
+    }
     _room.Add(entry.size, GivenBackBy(standing.found));
     if (obstacle != VolumeObstacle::kNone)
         return _failures.Add(file, FailureKind::kDamaged,

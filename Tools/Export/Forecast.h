@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ArrivalPlaces.h"
+#include "ArrivalSink.h"
 #include "EntryFailures.h"
 #include "ExportReport.h"
 #include "FreeSpace.h"
@@ -21,6 +22,7 @@ namespace vx {
 struct Forecast {
     ExportReport report;            // what would arrive, and what would not
     int64_t folders = 0;            // that it would be in, the destination aside
+    int64_t complete = 0;           // files that are there already, and are not copied again
     int64_t replaced = 0;           // files of this machine
     std::optional<DiskSpace> disk;  // nothing: the system does not say
     uint64_t neededBytes = 0;       // at any time at most
@@ -46,6 +48,7 @@ public:
         const PlanNames &names;
         const SourceFiles &sources;
         DestinationTree &tree;
+        const ArrivalSink &sink;
         int disk;    // an open folder on the destination's disk
         bool isNew;  // the destination is still to be made; the tree is not open
         bool makesEmptyFolders;

@@ -26,7 +26,8 @@ bool EarlierCopies::IsComplete(ExportPlan::Number number, int folder, const std:
     const PlanEntry &entry = _plan.At(number);
     struct stat found;
     if (fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0 ||
-        !S_ISREG(found.st_mode) || !HasSizeAndTime(entry, found))
+        !S_ISREG(found.st_mode) ||
+        !HasSizeAndTime(entry, found, _settings, _settings.journal != nullptr))
         return false;
     file->number = number;
     file->size = entry.size;
@@ -36,14 +37,13 @@ bool EarlierCopies::IsComplete(ExportPlan::Number number, int folder, const std:
     return HasContents(entry, _names.PathOf(number, &isChanged), folder, name, file);
 }
 
-bool EarlierCopies::HasSizeAndTime(const PlanEntry &entry, const struct stat &found) const
+bool EarlierCopies::HasSizeAndTime(const PlanEntry &entry, const struct stat &found,
+                                   const Settings &settings, bool hasList)
 {
     if (found.st_size != entry.size)
         return false;
-    const bool hasTime = _settings.comparesTimes && _settings.timeStep > 0 && entry.modified != 0;
-    if (!hasTime)
-        return _settings.journal != nullptr;
-    return IsSameTime(ModifiedOf(found), entry.modified, _settings.timeStep);
+    const bool hasTime = settings.comparesTimes && settings.timeStep > 0 && entry.modified != 0;
+    return hasTime ? IsSameTime(ModifiedOf(found), entry.modified, settings.timeStep) : hasList;
 }
 
 bool EarlierCopies::HasContents(const PlanEntry &entry, const std::string &path, int folder,

@@ -32,12 +32,16 @@ public:
     {
     }
 
+    // Whether size and date are those of the entry; the size alone where dates say nothing and a
+    // hash list does.
+    static bool HasSizeAndTime(const PlanEntry &entry, const struct stat &found,
+                               const Settings &settings, bool hasList);
+
     // folder: the open folder that the file belongs in. file: receives the hash, with a journal.
     bool IsComplete(ExportPlan::Number number, int folder, const std::string &name,
                     ArrivedFiles::File *file);
 
 private:
-    bool HasSizeAndTime(const PlanEntry &entry, const struct stat &found) const;
     bool HasContents(const PlanEntry &entry, const std::string &path, int folder,
                      const std::string &name, ArrivedFiles::File *file);
     std::unique_ptr<CopyOnDisk> TakeReader();

@@ -30,6 +30,14 @@ private:
 
 }  // namespace
 
+bool ExportProof::LooksComplete(const PlanEntry &entry, const struct stat &found,
+                                int64_t timeStep) const
+{
+    const EarlierCopies::Settings settings = {!_options.noTimes, timeStep, nullptr};
+    return _options.resume &&
+           EarlierCopies::HasSizeAndTime(entry, found, settings, !_options.manifest.empty());
+}
+
 bool ExportProof::Begin(const ExportScene &scene, std::string *error)
 {
     _plan = &scene.plan;

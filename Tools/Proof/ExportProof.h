@@ -23,6 +23,8 @@ class ExportProof : public ArrivalSink {
 public:
     explicit ExportProof(const Options &options) : _options(options) {}
 
+    bool LooksComplete(const PlanEntry &entry, const struct stat &found,
+                       int64_t timeStep) const override;
     bool Begin(const ExportScene &scene, std::string *error) override;
     bool IsAlreadyThere(ExportPlan::Number number, int folder, const std::string &name) override;
     std::unique_ptr<ChunkHasher> MakeHasher() override;
