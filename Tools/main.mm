@@ -102,11 +102,21 @@ bool ReadDiskOptions(const Options &options, vx::DiskReading *reading, std::stri
     return map.has_value();
 }
 
+int FailToOpen(vx::ExportProof *proof, int status, const std::string &error)
+{
+    std::string more;
+    if (!proof->EndedEarly(error, status, &more))
+        Fail(status, more);
+    return Fail(status, error);
+}
+
 int Run(Options &options)
 {
     std::string error;
     vx::DiskReading reading;
-    if (!IsDestinationUsable(options, &error) || !ReadDiskOptions(options, &reading, &error))
+    vx::ExportProof proof(options);
+    if (!IsDestinationUsable(options, &error) || !ReadDiskOptions(options, &reading, &error) ||
+        !proof.MayBegin(&error))
         return Fail(vx::kExitUsage, error);
     vx::VolumeSession session;
     session.SetReading(std::move(reading));
@@ -115,12 +125,12 @@ int Run(Options &options)
     if (vx::OpeningInterruption::Signal() != 0)
         vx::EndBySignal(vx::OpeningInterruption::Signal());
     if (status != vx::kExitSuccess)
-        return Fail(status, error);
+        return FailToOpen(&proof, status, error);
+    proof.NoteWarnings(session.Warnings());
     for (const std::string &warning : session.Warnings())
         fprintf(stderr, "volume-export: warning: %s\n", warning.c_str());
     if (options.action == Options::Action::kList)
         return vx::ListCommand(session, options).Run();
-    vx::ExportProof proof(options);
     return vx::ExportCommand(session, options, vx::Destination(options.destination), proof).Run();
 }
 

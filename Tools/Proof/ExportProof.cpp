@@ -6,6 +6,9 @@
 #include "ManifestFile.h"
 #include "PartialNames.h"
 #include "PlanNames.h"
+#include "ProofPlace.h"
+#include "ReportFile.h"
+#include "SourceFiles.h"
 #include "TerminalText.h"
 #include "UniqueFd.h"
 
@@ -29,6 +32,45 @@ private:
 };
 
 }  // namespace
+
+ExportProof::ExportProof(const Options &options) : _options(options), _start(FileTimeNow()) {}
+
+bool ExportProof::MayBegin(std::string *error) const
+{
+    if (!Sha256Stream::IsAvailable() && (!_options.manifest.empty() || _options.verify)) {
+        *error = "--manifest and --verify need libcrypto, which this program was built without";
+        return false;
+    }
+    std::vector<ProofFile> files;
+    if (!_options.manifest.empty())
+        files.push_back({"--manifest", _options.manifest});
+    if (!_options.report.empty())
+        files.push_back({"--report", _options.report});
+    if (files.empty())
+        return true;
+    // A secret of this kind is a path.
+    const bool hasKeyFile = _options.unlockKind == "startup-key";
+    SourceFiles sources(_options.volume, hasKeyFile ? _options.secret : "");
+    sources.AddFile(_options.map);
+    const auto isRead = [&sources](const struct stat &found) { return sources.Holds(found); };
+    return MayWrite(files, {_options.destination, _options.volume, isRead}, error);
+}
+
+bool ExportProof::Ended(const PlannedExport &planned, const ExportReport &report, int status,
+                        std::string *error)
+{
+    return _options.report.empty() ||
+           WriteReportFile(_options.report,
+                           {_options, planned, report, _warnings, _start, FileTimeNow(), status},
+                           error);
+}
+
+bool ExportProof::EndedEarly(const std::string &reason, int status, std::string *error)
+{
+    ExportReport report;
+    report.errors.push_back(reason);
+    return Ended(PlannedExport(), report, status, error);
+}
 
 bool ExportProof::LooksComplete(const PlanEntry &entry, const struct stat &found,
                                 int64_t timeStep) const

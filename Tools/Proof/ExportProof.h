@@ -16,12 +16,21 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vx {
 
 class ExportProof : public ArrivalSink {
 public:
-    explicit ExportProof(const Options &options) : _options(options) {}
+    // Takes the time as that of the start.
+    explicit ExportProof(const Options &options);
+
+    // Whether the hash list and the report can be had and written where they are to be. Before
+    // anything is opened or exported. False: error says why.
+    bool MayBegin(std::string *error) const;
+
+    // What was noticed when the volume was opened, one line each.
+    void NoteWarnings(const std::vector<std::string> &warnings) { _warnings = warnings; }
 
     bool LooksComplete(const PlanEntry &entry, const struct stat &found,
                        int64_t timeStep) const override;
@@ -39,6 +48,11 @@ public:
     }
     std::string Difference(ExportPlan::Number number, int folder, const std::string &name,
                            const Advance &advance) override;
+    // Writes the report.
+    bool Ended(const PlannedExport &planned, const ExportReport &report, int status,
+               std::string *error) override;
+    // The same, if nothing was planned, for this reason.
+    bool EndedEarly(const std::string &reason, int status, std::string *error);
 
 private:
     bool WriteList(std::string *error);
@@ -46,6 +60,8 @@ private:
     void NoteError(int error);
 
     const Options &_options;
+    const uint64_t _start;
+    std::vector<std::string> _warnings;
     const ExportPlan *_plan = nullptr;
     const PlanNames *_names = nullptr;
     std::unique_ptr<Journal> _journal;        // with --manifest
