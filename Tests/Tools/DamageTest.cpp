@@ -60,6 +60,27 @@ TEST_F(Damage, ADamagedCopyReplacesNothingAndIsPutBesideWhatStoodThere)
     EXPECT_TRUE(files.at("damaged (damaged 2).bin") == DamagedContent());
 }
 
+TEST_F(Damage, ADamagedCopyOfAnEarlierExportIsReplacedAndNotKeptBesideTheSame)
+{
+    _folder.WriteFile("destination/damaged.bin", "good, from an earlier day");
+    Export("unread");
+    const Result result = Export("unread");
+    EXPECT_TRUE(Holds(result.output, "the copy is beside it: damaged (damaged).bin\n"));
+    EXPECT_EQ(FilesBelow(_destination).size(), 4u);
+}
+
+TEST_F(Damage, AnExportThatGoesOnByDatesCopiesADamagedFileAgain)
+{
+    Export("unread");
+    const Result result = Export("unread", {"--resume"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "  /damaged.bin: bytes 1048576 to 1052671, "));
+    EXPECT_TRUE(Lacks(result.output, "beside it"));
+    const Files files = FilesBelow(_destination);
+    EXPECT_EQ(files.size(), 3u);
+    EXPECT_TRUE(files.at("damaged.bin") == DamagedContent());
+}
+
 TEST_F(Damage, OfManyRangesTheFirstAreNamedAndVerboseNamesAll)
 {
     EXPECT_TRUE(Holds(Export("riddled").output,

@@ -1,5 +1,6 @@
 #include "ArrivingFile.h"
 
+#include "DamagedCopy.h"
 #include "EarlyWriting.h"
 #include "LocalFileOpening.h"
 #include "NameForms.h"
@@ -117,14 +118,24 @@ bool ArrivingFile::Deliver()
     return MoveTo(_name);
 }
 
+bool ArrivingFile::ReplaceLesser(const std::string &name)
+{
+    return HoldsAllOf(_folder->Get(), _partial, name) && MoveTo(name);
+}
+
 // An empty file takes the name first, so that no other file is ever replaced.
 std::string ArrivingFile::DeliverAsDamaged()
 {
+    if (ReplaceLesser(_name))
+        return _name;
     for (unsigned number = 1; number < kMostNumbers; ++number) {
         std::string name = DamagedName(_name, number, _longest);
         const UniqueFd taken(CreateLocalFile(_folder->Get(), name.c_str()));
-        if (!taken && errno == EEXIST)
+        if (!taken && errno == EEXIST) {
+            if (ReplaceLesser(name))
+                return name;
             continue;
+        }
         if (!taken)
             return "";
         if (MoveTo(name))

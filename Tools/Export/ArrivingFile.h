@@ -46,7 +46,9 @@ public:
     bool DeliverToFree();
     // Puts it there, whatever stands there.
     bool Deliver();
-    // Puts it beside its place, under a name that says that it is damaged; empty if that fails.
+    // Puts it beside its place, under a name that says that it is damaged; if a copy of an earlier
+    // export is there or in its place that holds no byte more, it replaces that one. The name;
+    // empty if that fails.
     std::string DeliverAsDamaged();
     // Removes the partial file, if there is one.
     void Discard();
@@ -57,6 +59,7 @@ public:
 private:
     UniqueFd CreatePartial();
     bool MoveTo(const std::string &name);
+    bool ReplaceLesser(const std::string &name);
     void NoteWritten(size_t count);
 
     const PartialNames &_partials;

@@ -1,6 +1,8 @@
 #include "FileCopier.h"
 
+#include "DamageMark.h"
 #include "EntryObstacle.h"
+#include "LocalFile.h"
 #include "NumberText.h"
 #include "ObstacleText.h"
 #include "OpenPlanned.h"
@@ -83,9 +85,19 @@ void FileCopier::NoteThere()
         FailPlaced(error);
         return;
     }
+    GiveDates();
     _arrival.state = Arrival::State::kAlreadyThere;
     _arrival.size = _job.plan.At(_number).size;
     _job.progress.Show(_number, _arrival.size);
+}
+
+// It may have been read since, or the earlier export was interrupted.
+void FileCopier::GiveDates()
+{
+    const UniqueFd copy =
+        _job.dates.AreWanted() ? OpenArrived(_place.folder->Get(), _place.name) : UniqueFd();
+    if (copy)
+        _job.dates.Give(_number, copy.Get());
 }
 
 void FileCopier::CopyOpened(OpenVolumeFile *source)
@@ -101,8 +113,11 @@ void FileCopier::CopyOpened(OpenVolumeFile *source)
         Fail(ReasonTooLarge(_job.places.Traits()));
         return;
     }
-    if (Create() && CopyChunks(source) && CloseCopy())
-        Deliver(*source);
+    if (!Create() || !CopyChunks(source))
+        return;
+    const std::string damage = DamageOf(*source);
+    if (CloseCopy(!damage.empty()))
+        Deliver(damage);
 }
 
 bool FileCopier::Create()
@@ -179,18 +194,20 @@ bool FileCopier::ExchangeBuffers()
     return true;
 }
 
-bool FileCopier::CloseCopy()
+// A damaged copy that cannot be marked keeps the time of its making: a later export must not take
+// it for a whole one.
+bool FileCopier::CloseCopy(bool isDamaged)
 {
-    _job.dates.Give(_number, _file.File());
+    if (!isDamaged || MarkDamaged(_file.File()))
+        _job.dates.Give(_number, _file.File());
     const int refusal = _job.sink.BeforeItIsPlaced(_file.File());
     if (refusal != 0)
         return NoteUnwritten(refusal);
     return _file.Close() || NoteUnwritten(errno);
 }
 
-void FileCopier::Deliver(const OpenVolumeFile &source)
+void FileCopier::Deliver(const std::string &damage)
 {
-    const std::string damage = DamageOf(source);
     if (!damage.empty())
         return DeliverDamaged(damage);
     PlaceError error;

@@ -35,14 +35,15 @@ private:
     bool FindPlace();
     void CopyIfMissing();
     void NoteThere();
+    void GiveDates();
     void CopyOpened(OpenVolumeFile *source);
     bool Create();
     bool CopyChunks(OpenVolumeFile *source);
     bool ExchangeBuffers();
     void ReadChunk(OpenVolumeFile *source, int64_t position, uint32_t count);
     bool WriteChunk(uint32_t count);
-    bool CloseCopy();
-    void Deliver(const OpenVolumeFile &source);
+    bool CloseCopy(bool isDamaged);
+    void Deliver(const std::string &damage);
     void DeliverDamaged(const std::string &damage);
     std::string DamageOf(const OpenVolumeFile &source);
     void Report(const std::string &name, bool isWhole);

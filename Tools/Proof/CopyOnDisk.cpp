@@ -1,5 +1,7 @@
 #include "CopyOnDisk.h"
 
+#include "KeptAccessTime.h"
+
 #include <cerrno>
 #include <unistd.h>
 
@@ -15,6 +17,7 @@ CopyOnDisk::CopyOnDisk() : _buffer(kPiece) {}
 CopyOnDisk::End CopyOnDisk::Hash(int file, const Advance &advance, Sha256Digest *digest,
                                  int64_t *size)
 {
+    const KeptAccessTime accessed(file);
     _stream.Restart();
     *size = 0;
     while (true) {

@@ -1,6 +1,7 @@
 #include "EarlierCopies.h"
 
 #include "CopyTime.h"
+#include "DamageMark.h"
 #include "Journal.h"
 #include "LocalFile.h"
 #include "PlanNames.h"
@@ -18,6 +19,13 @@ bool GoesOn(int64_t)
     return StopRequest::Signal() == 0;
 }
 
+// Without a hash list only the mark says so; it has the size and the date of a whole file.
+bool IsDamaged(int folder, const std::string &name)
+{
+    const UniqueFd copy = OpenArrived(folder, name);
+    return !copy || IsMarkedDamaged(copy.Get());
+}
+
 }  // namespace
 
 bool EarlierCopies::IsComplete(ExportPlan::Number number, int folder, const std::string &name,
@@ -32,7 +40,7 @@ bool EarlierCopies::IsComplete(ExportPlan::Number number, int folder, const std:
     file->number = number;
     file->size = entry.size;
     if (_settings.journal == nullptr)
-        return true;
+        return !IsDamaged(folder, name);
     bool isChanged = false;
     return HasContents(entry, _names.PathOf(number, &isChanged), folder, name, file);
 }
