@@ -23,6 +23,22 @@ void PrintTo(const VolumeCase &value, std::ostream *out)
     *out << value.name;
 }
 
+using Ranges = std::vector<std::pair<uint64_t, uint64_t>>;
+
+// Keeps what is read of it.
+class WatchedSource final : public MemoryByteSource {
+public:
+    using MemoryByteSource::MemoryByteSource;
+
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override
+    {
+        reads.emplace_back(offset, count);
+        return MemoryByteSource::ReadAt(offset, buffer, count);
+    }
+
+    mutable Ranges reads;
+};
+
 class EveryVolumeTest : public testing::TestWithParam<VolumeCase> {
 protected:
     static maker::VolumeRecipe Recipe()
@@ -46,6 +62,36 @@ TEST_P(EveryVolumeTest, TheWholeVolumeIsThePlainImageAndZerosBehindIt)
     std::vector<uint8_t> expected = volume.plain;
     expected.resize(volume.image.size());
     EXPECT_TRUE(ReadBytes(*opened->volume, 0, volume.image.size()) == expected);
+}
+
+TEST_P(EveryVolumeTest, APlaceIsLocatedWhereItIsRead)
+{
+    const TestVolume volume(Recipe());
+    const auto image = std::make_shared<WatchedSource>(volume.image);
+    const Result<UnlockedVolume> opened = OpenQuickly(image, *Secret::FromPassword(kPassword));
+    ASSERT_TRUE(opened) << opened.Failure().detail;
+    char bytes[64];
+    uint64_t elsewhere = 0;
+    for (uint64_t offset = 0; offset + 10 <= opened->volume->Size(); offset += 500) {
+        image->reads.clear();
+        ASSERT_FALSE(opened->volume->ReadAt(offset, bytes, 10));
+        Ranges located;
+        opened->volume->Locate(offset, 10, [&](const StoredPlace &place) {
+            EXPECT_GE(place.position, offset);
+            located.emplace_back(place.offset, place.length);
+            elsewhere += place.offset > offset + GetParam().sectorSize ? 1 : 0;
+        });
+        uint64_t read = 0;
+        uint64_t found = 0;
+        for (const auto &range : image->reads)
+            read += range.second;
+        for (const auto &range : located) {
+            found += range.second;
+            EXPECT_EQ(image->reads.front().first, located.front().first) << offset;
+        }
+        ASSERT_EQ(read, found) << offset;
+    }
+    EXPECT_EQ(elsewhere > 0, GetParam().layout != Layout::kVista) << elsewhere;
 }
 
 TEST_P(EveryVolumeTest, AnyRangeIsReadWhetherOrNotItBeginsWithASector)

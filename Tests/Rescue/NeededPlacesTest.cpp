@@ -84,15 +84,26 @@ uint64_t BytesOf(const ByteRanges &ranges)
     return bytes;
 }
 
-void ExpectEnough(const RescueVolume &volume, const std::string &disk, const std::string &path)
+// Contents by the paths of the files.
+using Files = std::map<std::string, std::string>;
+
+Files FilesOf(const RescueVolume &volume)
+{
+    Files files;
+    for (const std::string &path : ChosenOf(volume))
+        files[path] = volume.File(path)->Contents();
+    return files;
+}
+
+void ExpectEnough(const Files &files, const std::string &disk, const std::string &path,
+                  const std::string &kind, const std::string &secret)
 {
     OpeningOptions options;
     options.recordsReads = true;
-    const Opened opened = OpenWith(options, path, volume.unlockKind, volume.secret);
+    const Opened opened = OpenWith(options, path, kind, secret);
     ASSERT_NE(opened.volume, nullptr) << opened.detail;
-    const std::vector<std::string> chosen = ChosenOf(volume);
     ByteRanges needed;
-    for (const std::string &file : chosen) {
+    for (const auto &[file, contents] : files) {
         for (const ByteRange &place : PlacesOf(*opened.volume, file))
             needed.push_back(place);
     }
@@ -101,11 +112,11 @@ void ExpectEnough(const RescueVolume &volume, const std::string &disk, const std
 
     const TemporaryFolder folder;
     folder.WriteFile("copy", OnlyWith(disk, needed));
-    const Opened copy = OpenWith({}, folder.At("copy"), volume.unlockKind, volume.secret);
+    const Opened copy = OpenWith({}, folder.At("copy"), kind, secret);
     ASSERT_NE(copy.volume, nullptr) << copy.detail;
-    for (const std::string &file : chosen) {
+    for (const auto &[file, contents] : files) {
         const auto found = ReadWholeFile(*copy.volume, Utf16(file));
-        EXPECT_TRUE(found && *found == volume.File(file)->Contents()) << file;
+        EXPECT_TRUE(found && *found == contents) << file;
     }
 }
 
@@ -123,7 +134,8 @@ protected:
 
 TEST_P(NeededPlaces, ADiskWithNothingElseHasTheFiles)
 {
-    ExpectEnough(*volume, DiskOf(*volume), volume->path);
+    ExpectEnough(FilesOf(*volume), DiskOf(*volume), volume->path, volume->unlockKind,
+                 volume->secret);
 }
 
 TEST_P(NeededPlaces, TheSameHoldsForAPartition)
@@ -135,7 +147,8 @@ TEST_P(NeededPlaces, TheSameHoldsForAPartition)
     disk.Bytes().replace(kFirst * DiskWriter::kSector, bytes.size(), bytes);
     const TemporaryFolder folder;
     folder.WriteFile("disk", disk.Bytes());
-    ExpectEnough(*volume, disk.Bytes(), folder.At("disk"));
+    ExpectEnough(FilesOf(*volume), disk.Bytes(), folder.At("disk"), volume->unlockKind,
+                 volume->secret);
 }
 
 TEST_P(NeededPlaces, WhatIsWithheldIsLostAndNothingElse)
@@ -164,6 +177,28 @@ TEST_P(NeededPlaces, WhatIsWithheldIsLostAndNothingElse)
     EXPECT_LE(lost, 3 * 4096u);
     ExpectLost(salvaged, volume->File(path)->Contents(), salvaged.lost);
     EXPECT_EQ(ReadWholeFile(*opened.volume, Utf16(kChunk)), volume->File(kChunk)->Contents());
+}
+
+// A file is compressed if its folder says so when it is made.
+TEST(CompressedFile, ItNeedsItsStoredClusters)
+{
+    if (!CanMountNtfs())
+        GTEST_SKIP() << "an NTFS image cannot be mounted here";
+    const std::string contents =
+        NoiseBytes(70000, 3) + std::string(300000, 'x') + NoiseBytes(100, 4);
+    const TestImage image;
+    const std::string from = image.Folder().WriteFile("from", contents);
+    ASSERT_TRUE(image.MakeNtfs(16));
+    ASSERT_TRUE(image.RunInNtfs("mkdir in && setfattr -h -v 0x00000800 -n system.ntfs_attrib_be in "
+                                "&& cat '" +
+                                from + "' > in/packed"));
+    const Opened opened = OpenWith({}, image.Path(), "none", "");
+    ASSERT_NE(opened.volume, nullptr) << opened.detail;
+    const uint64_t stored = BytesOf(PlacesOf(*opened.volume, "/in/packed"));
+    EXPECT_GE(stored, 70100u);
+    EXPECT_LT(stored, 200000u);
+    ExpectEnough({{"/in/packed", contents}}, image.Folder().ReadFile("image"), image.Path(), "none",
+                 "");
 }
 
 TEST(Withheld, ARecordThatMayNotBeReadIsReadFromItsMirror)
