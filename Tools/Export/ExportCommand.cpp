@@ -135,7 +135,10 @@ bool ExportCommand::Survey(std::string *error) const
     if (_options.map.empty() && _options.writeMap.empty())
         return true;
     PlacesSurvey survey(_session, _planned);
-    survey.Run();
+    {
+        const Notice notice("Finding out where the files lie...");
+        survey.Run();
+    }
     if (!_options.map.empty())
         survey.Print(_options.verbose, stderr);
     if (_options.writeMap.empty())
