@@ -188,6 +188,28 @@ TEST_P(WrittenMapsOfNtfs, WhatDdrescueFetchesOfADamagedFolderIsEnough)
 INSTANTIATE_TEST_SUITE_P(Disks, WrittenMapsOfNtfs, testing::Values("NtfsRaw", "NtfsXts128"),
                          [](const auto &info) { return std::string(info.param); });
 
+TEST_F(MapExport, StreamsAreNeededWhenTheyAreExported)
+{
+    if (!CanMountNtfs() || access("/usr/bin/ddrescue", X_OK) != 0)
+        GTEST_SKIP() << "ddrescue is not installed, or an NTFS image cannot be mounted here";
+    Take("NtfsRaw");
+    const TestImage image;
+    const std::string stream = NoiseBytes(100000, 5);
+    const std::string from = image.Folder().WriteFile("from", stream);
+    ASSERT_TRUE(image.MakeNtfs(16));
+    ASSERT_TRUE(image.RunInNtfs("echo data > file && cat '" + from + "' > file:stream"));
+    const Words first = {"--to",        "first",  "--streams", "--dry-run",
+                         "--write-map", "domain", "VOLUME"};
+    ASSERT_EQ(Export(image.Path(), first).status, 0);
+    const Ended fetched =
+        RunIn("/usr/bin/ddrescue", {"-q", "--domain-mapfile=domain", image.Path(), "copy", "map"},
+              folder.Path());
+    ASSERT_EQ(fetched.status, 0) << fetched.errors;
+    const Ended ended = Export("copy", {"--to", "second", "--streams", "--map", "map", "VOLUME"});
+    EXPECT_EQ(ended.status, 0) << ended.output << ended.errors;
+    EXPECT_TRUE(BytesOf(folder.At("second/file:stream")) == stream);
+}
+
 TEST_F(MapExport, FilesOnUnreadAreasAreNamedBeforeTheExportAndGetZeros)
 {
     Take("NtfsXts128");
