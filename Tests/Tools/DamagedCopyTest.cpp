@@ -1,6 +1,6 @@
 // Which file a damaged copy may replace.
-#include "DamageMark.h"
 #include "DamagedCopy.h"
+#include "DamageMark.h"
 #include "TemporaryFolder.h"
 #include "UniqueFd.h"
 

@@ -14,7 +14,9 @@ protected:
     // The value of a Python expression on the report, "r".
     std::string Value(const std::string &expression) const
     {
-        const std::string program = "import json,sys; r=json.load(open(sys.argv[1], encoding='utf-8')); v="+ expression + "; print(v)";
+        const std::string program =
+            "import json,sys; r=json.load(open(sys.argv[1], encoding='utf-8')); v=" + expression +
+            "; print(v)";
         ToolRun run("/usr/bin/env", {"python3", "-c", program, _report});
         EXPECT_EQ(run.Wait(), 0) << run.Errors();
         const std::string output = run.Output();
@@ -35,7 +37,8 @@ TEST_F(Report, SaysWhatWasOpenedAndHowMuchArrived)
 {
     _folder.WriteFile("volume/a\"\n.txt", "12345");
     _folder.WriteFile("volume/sub/b.txt", "1");
-    EXPECT_EQ(Run({"--to", _destination, "--report", _report, "--streams", _volume, "/"}).status, 0);
+    EXPECT_EQ(Run({"--to", _destination, "--report", _report, "--streams", _volume, "/"}).status,
+              0);
     EXPECT_EQ(Value("r['opened']['volume']"), _volume);
     EXPECT_EQ(Value("r['opened']['unlock'], r['program'], r['format']"),
               "('none', 'volume-export', 1)");
@@ -91,8 +94,8 @@ TEST_F(Report, IsWrittenAfterCtrlC)
     const std::string stall = _folder.MakeFolder("stall");
     ASSERT_EQ(mkfifo((stall + "/stalled").c_str(), 0600), 0);
     ASSERT_EQ(mkfifo((stall + "/release").c_str(), 0600), 0);
-    ToolRun run(CopyOfTool(kStandIn), {"--to", _destination, "--report", _report, "stalling",
-                                       "--unlock", "none", stall});
+    ToolRun run(CopyOfTool(kStandIn),
+                {"--to", _destination, "--report", _report, "stalling", "--unlock", "none", stall});
     close(open((stall + "/stalled").c_str(), O_RDONLY));
     run.Send(SIGINT);
     run.AwaitText("Ctrl-C again ends at once");
@@ -104,8 +107,7 @@ TEST_F(Report, IsWrittenAfterCtrlC)
 TEST_F(Report, IsWrittenIfNothingIsExported)
 {
     EXPECT_EQ(Run({"--to", _destination, "--report", _report, _volume, "/none"}).status, 1);
-    EXPECT_EQ(Value("r['status'], 'none' in r['errors'][0], r['counts']['files']"),
-              "(1, True, 0)");
+    EXPECT_EQ(Value("r['status'], 'none' in r['errors'][0], r['counts']['files']"), "(1, True, 0)");
     EXPECT_EQ(Run({"--to", _destination, "--report", _report, _folder.At("none")}).status, 3);
     EXPECT_EQ(Value("r['status'], len(r['errors'])"), "(3, 1)");
 }

@@ -142,15 +142,17 @@ TEST_F(Resume, WithoutItEverythingIsExportedAgain)
 // The first one has the place, as it had in the first run.
 TEST_F(Resume, OfTwoFilesForOnePlaceTheSecondStaysAFailure)
 {
-    const Arguments arguments = {"--to", _destination, "colliding"};
+    const Arguments arguments = {"--to", _destination, "colliding", "--manifest", _list};
     EXPECT_EQ(RunWith(kStandIn, arguments).status, 1);
     const Files files = FilesBelow(_destination);
+    const std::string list = _folder.ReadFile("list");
     Arguments again = arguments;
     again.push_back("--resume");
     const Result result = RunWith(kStandIn, again);
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(Holds(result.output, "its place is taken by"));
     EXPECT_EQ(FilesBelow(_destination), files);
+    EXPECT_EQ(_folder.ReadFile("list"), list);
 }
 
 TEST_F(Resume, VerifyReadsWhatWasThereToo)
@@ -173,8 +175,9 @@ TEST_F(Resume, AListThatCannotBeWrittenIsAFailureOfACompleteExport)
     limited.fileSizeLimit = 100;
     const Result result = Run({"--to", _destination, _volume, "--manifest", list}, limited);
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(Holds(result.output, "cannot write the hash list " + list + ": File too large; "
-                                     "what has arrived is in "));
+    EXPECT_TRUE(Holds(result.output, "cannot write the hash list " + list +
+                                         ": File too large; "
+                                         "what has arrived is in "));
     EXPECT_NE(access(list.c_str(), F_OK), 0);
 }
 

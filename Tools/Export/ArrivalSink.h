@@ -80,6 +80,9 @@ public:
         return false;
     }
 
+    // It is not, after all: an earlier file of this export has its place.
+    virtual void IsNotThere(ExportPlan::Number) {}
+
     // One for each worker; null if nothing is to be hashed.
     virtual std::unique_ptr<ChunkHasher> MakeHasher() { return nullptr; }
 

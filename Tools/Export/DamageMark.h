@@ -1,5 +1,5 @@
-// A mark on a copy that is not whole, so that an export that goes on later by size and date does not
-// take it for a whole one. It is an extended attribute, and goes with the file.
+// A mark on a copy that is not whole, so that an export that goes on later by size and date does
+// not take it for a whole one. It is an extended attribute, and goes with the file.
 //
 // Threads: any.
 #pragma once

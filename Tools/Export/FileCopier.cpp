@@ -82,6 +82,7 @@ void FileCopier::NoteThere()
 {
     PlaceError error;
     if (!_job.places.Keep(_number, _place, &error)) {
+        _job.sink.IsNotThere(_number);
         FailPlaced(error);
         return;
     }

@@ -22,9 +22,20 @@ void ArrivedFiles::Add(const File &file, const std::string &path)
         _paths[file.number] = path;
 }
 
+void ArrivedFiles::Forget(uint32_t number)
+{
+    const MutexLock lock(_mutex);
+    _forgotten.insert(number);
+}
+
 void ArrivedFiles::Sort()
 {
     const MutexLock lock(_mutex);
+    const std::set<uint32_t> forgotten = _forgotten;
+    _files.erase(std::remove_if(
+                     _files.begin(), _files.end(),
+                     [&forgotten](const File &file) { return forgotten.count(file.number) != 0; }),
+                 _files.end());
     std::sort(_files.begin(), _files.end(), ComesBefore);
 }
 

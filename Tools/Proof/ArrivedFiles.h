@@ -9,6 +9,7 @@
 
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 
 namespace vx {
@@ -26,7 +27,10 @@ public:
     // than it was to have.
     void Add(const File &file, const std::string &path = "");
 
-    // Into the order of the plan.
+    // Takes back one that was added.
+    void Forget(uint32_t number);
+
+    // Into the order of the plan, without what was taken back.
     void Sort();
     const std::deque<File> &Files() const VX_NO_THREAD_SAFETY_ANALYSIS { return _files; }
     // Null if it has not arrived; after Sort.
@@ -38,6 +42,7 @@ private:
     mutable Mutex _mutex;
     std::deque<File> _files VX_GUARDED_BY(_mutex);
     std::map<uint32_t, std::string> _paths VX_GUARDED_BY(_mutex);
+    std::set<uint32_t> _forgotten VX_GUARDED_BY(_mutex);
 };
 
 }  // namespace vx

@@ -36,6 +36,7 @@ public:
                        int64_t timeStep) const override;
     bool Begin(const ExportScene &scene, std::string *error) override;
     bool IsAlreadyThere(ExportPlan::Number number, int folder, const std::string &name) override;
+    void IsNotThere(ExportPlan::Number number) override { _files.Forget(number); }
     std::unique_ptr<ChunkHasher> MakeHasher() override;
     int BeforeItIsPlaced(int file) override;
     void Arrived(const ArrivedFile &file) override;

@@ -359,8 +359,7 @@ void ReportWriter::WriteOptional(const char *name, const std::optional<Value> &v
 uint64_t FileTimeNow()
 {
     const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const int64_t microseconds =
-        std::chrono::duration_cast<std::chrono::microseconds>(now).count();
+    const int64_t microseconds = std::chrono::duration_cast<std::chrono::microseconds>(now).count();
     return static_cast<uint64_t>(kSecondsTo1970 * kUnitsPerSecond + microseconds * 10);
 }
 
@@ -373,8 +372,8 @@ bool WriteReportFile(const std::string &file, const ReportFacts &facts, std::str
         done = replacement.Deliver();
     }
     if (!done)
-        *error = "cannot write the report " + TerminalText(file) + ": " +
-                 strerror(replacement.Error());
+        *error =
+            "cannot write the report " + TerminalText(file) + ": " + strerror(replacement.Error());
     return done;
 }
 
