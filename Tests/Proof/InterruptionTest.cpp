@@ -143,8 +143,9 @@ protected:
 
     void AwaitCopying(const std::string &to)
     {
-        AwaitSize(to + "/folder 1/large", 1);
-        SleepUpTo(_duration / 8);
+        AwaitSize(to + "/folder " + std::to_string(Below(5)) + "/large", 1);
+        if (Below(2) == 0)
+            SleepUpTo(_duration / 16);
     }
 
     // Not asleep: the moment between two files is short.
@@ -184,8 +185,8 @@ TEST_P(Interruption, AResumedExportEqualsAnUninterruptedOne)
         ASSERT_NO_FATAL_FAILURE(GoOn(to)) << "moment " << moment;
         Shell(_folder.Path(), "rm -rf 'to " + std::to_string(moment) + "' list");
     }
-    // Or the moments would prove nothing.
-    EXPECT_GE(_inside, VX_MOMENTS / 4);
+    // Or the moments would prove nothing. A busy machine lets some exports finish first.
+    EXPECT_GE(_inside, VX_MOMENTS / 8);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Interruption,
