@@ -98,7 +98,7 @@ TEST_F(Probe, AFolderThatCannotBeTriedIsTakenToBeAsUsual)
     const DestinationTraits traits = ProbeDestination(-1);
     EXPECT_EQ(traits.longestName, DestinationTraits::kUsualLongestName);
     EXPECT_FALSE(traits.MergesNames());
-    EXPECT_EQ(traits.timeStep, 1);
+    EXPECT_EQ(traits.timeStep, 2 * kSecond);  // the longest of all
 }
 
 TEST_F(Probe, ADiskWithTheRulesOfWindowsIsKnown)
