@@ -44,7 +44,8 @@ void PutFolders(NtfsWriter *ntfs)
         {NtfsWriter::Name(24, u"a"), NtfsWriter::Name(25, u"compressed"), NtfsWriter::Last()});
     ntfs->PutBlock(kFree + 1, 1,
                    {NtfsWriter::Name(27, u"in pieces"), NtfsWriter::Name(28, u"link"),
-                    NtfsWriter::Name(29, u"with a hole"), NtfsWriter::Last()});
+                    NtfsWriter::Name(30, u"packed"), NtfsWriter::Name(29, u"with a hole"),
+                    NtfsWriter::Last()});
     ntfs->PutFolder(
         26, {NtfsWriter::OwnName(u"folder"),
              NtfsWriter::IndexRoot({NtfsWriter::Name(24, u"again", -1, 26), NtfsWriter::Last()})});
@@ -65,10 +66,32 @@ void PutReparsePoints(NtfsWriter *ntfs)
              NtfsWriter::InRuns(Stream{NtfsType::kReparsePoint, {}, 0, 8, {{kFree + 21, 1}}})});
 }
 
+// A packed file with a chunk that is stored as it is and a short one that is packed.
+void PutPacked(NtfsWriter *ntfs)
+{
+    std::string stream("\0\x10\0\0", 4);
+    stream += std::string(4 * kCluster, 'y');
+    std::string lengths(256, '\0');
+    lengths[48] = 0x30;
+    lengths[49] = 0x23;
+    lengths[128] = 0x02;
+    lengths[143] = 0x20;
+    stream += lengths + std::string("\xA8\xDC\0\0\xFF\x26\x01", 7);
+    ntfs->PutBytes(kFree + 22, stream);
+    ntfs->PutFile(30,
+                  {NtfsWriter::OwnName(u"packed"), NtfsWriter::Hole(4 * kCluster + 300),
+                   NtfsWriter::InRuns(Stream{
+                       NtfsType::kData, u"WofCompressedData", 0, stream.size(), {{kFree + 22, 5}}}),
+                   NtfsWriter::PackedPoint(0)});
+}
+
 void PutFiles(NtfsWriter *ntfs)
 {
+    const Bytes zone = {'z', 'o', 'n', 'e'};
     ntfs->PutFile(24, {NtfsWriter::OwnName(u"a"), NtfsWriter::OwnName(u"again", 26),
-                       NtfsWriter::Data("small")});
+                       NtfsWriter::Data("small"),
+                       NtfsWriter::Resident(NtfsType::kData, zone, u"stream")});
+    PutPacked(ntfs);
     // Units of four clusters: one compressed, one not, one of zeros.
     ntfs->PutBytes(kFree + 10, std::string("\x04\xB0\x04"
                                            "ab\x03\x10\x03\x30"

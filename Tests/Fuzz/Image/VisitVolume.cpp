@@ -4,6 +4,7 @@
 #include "FileSystemVolume.h"
 
 #include <algorithm>
+#include <set>
 #include <string>
 
 namespace vx {
@@ -44,9 +45,29 @@ private:
     {
         auto report = std::make_unique<VolumeEntryReport>();
         Require(_volume.DescribeEntry(path.c_str(), report.get()), "an entry has a report");
+        Streams(path);
         const VolumeHandle file = _volume.OpenFile(path.c_str(), 128, 3, 25);
-        if (file == nullptr)
-            return;
+        if (file != nullptr)
+            ReadAndClose(file);
+    }
+
+    void Streams(const std::u16string &path)
+    {
+        std::set<std::u16string> names;
+        const auto take = [](void *context, const char16_t *name, uint64_t) {
+            Require(static_cast<std::set<std::u16string> *>(context)->insert(name).second,
+                    "a stream is visited once");
+        };
+        _volume.VisitStreams(path.c_str(), take, &names);
+        for (const std::u16string &name : names) {
+            VolumeHandle stream = nullptr;
+            if (--_steps > 0 && _volume.OpenStream(path.c_str(), name.c_str(), &stream))
+                ReadAndClose(stream);
+        }
+    }
+
+    void ReadAndClose(VolumeHandle file)
+    {
         char bytes[3000];
         uint32_t done = 0;
         while (--_steps > 0 && _volume.ReadFile(file, bytes, sizeof bytes, &done) && done > 0)
