@@ -194,6 +194,7 @@ TEST_F(NtfsNamedStreams, OddNamesAreFoundAgainAndImpossibleOnesAreMissing)
 TEST_F(NtfsNamedStreams, ANameThatIsThereAgainAndAgainIsVisitedOnce)
 {
     std::vector<Bytes> lines;
+    lines.reserve(6000);
     for (int i = 0; i < 6000; ++i)
         lines.push_back(NtfsWriter::Listed(NtfsType::kData, i % 2 == 0 ? u"a" : u"lost", 0,
                                            i % 2 == 0 ? kFile : kMore + i % 16));

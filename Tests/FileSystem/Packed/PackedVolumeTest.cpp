@@ -284,17 +284,18 @@ TEST_F(PackedByOthers, FilesThatNtfs3gStoresAreRead)
     std::string script;
     for (const PackedForm &form : kPackedForms) {
         for (const ContentsKind kind : kAllContents) {
-            const std::string name =
-                "f" + std::to_string(NumberOf(form)) + "-" + std::to_string(static_cast<int>(kind));
+            const std::string number = std::to_string(NumberOf(form));
+            std::string name = "f" + number;
+            name.append("-").append(std::to_string(static_cast<int>(kind)));
             const std::string contents = ContentsOf(kind, 200003, NumberOf(form) + 1);
             tree[name] = contents;
             const Bytes stream = WimChunks(form).Stream(ViewOf(contents));
             image.Folder().WriteFile(name, std::string(stream.begin(), stream.end()));
-            script += "truncate -s " + std::to_string(contents.size()) + " " + name + " && cat " +
-                      Quoted(image.At(name)) + " >" + name +
-                      ":WofCompressedData && setfattr -h -n system.ntfs_reparse_data -v "
-                      "0x17000080100000000100000002000000010000000" +
-                      std::to_string(NumberOf(form)) + "000000 " + name + " && ";
+            script.append("truncate -s 200003 ").append(name);
+            script.append(" && cat ").append(Quoted(image.At(name))).append(" >").append(name);
+            script.append(":WofCompressedData && setfattr -h -n system.ntfs_reparse_data -v ");
+            script.append("0x17000080100000000100000002000000010000000").append(number);
+            script.append("000000 ").append(name).append(" && ");
         }
     }
     ASSERT_TRUE(image.RunInNtfs(script + "true"));

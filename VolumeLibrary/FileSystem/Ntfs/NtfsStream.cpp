@@ -198,7 +198,7 @@ std::u16string UnitsOf(ByteView name)
 {
     std::u16string units;
     for (size_t at = 0; at < name.size; at += 2)
-        units += U16At(name, at);
+        units.push_back(static_cast<char16_t>(U16At(name, at)));
     return units;
 }
 
