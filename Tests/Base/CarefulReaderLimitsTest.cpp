@@ -12,8 +12,8 @@ constexpr uint64_t kSector = CarefulReader::kSector;
 constexpr uint64_t kKiB = 1024;
 constexpr uint64_t kMiB = 1024 * kKiB;
 constexpr uint64_t kDisk = uint64_t{1} << 40;
-constexpr uint32_t kLimit = 20;  // milliseconds
-constexpr int kSlow = 30;
+constexpr uint32_t kLimit = 200;  // milliseconds
+constexpr int kSlow = 250;
 
 ReadingLimits Withholding(const ByteRanges &ranges)
 {
