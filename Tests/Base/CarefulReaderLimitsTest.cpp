@@ -92,7 +92,7 @@ TEST(CarefulReaderLimits, ABadRunIsNotFollowedIntoWhatIsWithheld)
 TEST(CarefulReaderLimits, AnyDiskIsReadRightAroundAnyWithheldRanges)
 {
     std::mt19937 random(20261122);
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 60; ++round) {
         FailingReader disk(static_cast<FailingReader::Says>(round % 3));
         ByteRanges withheld;
         uint64_t at = 0;
@@ -105,7 +105,7 @@ TEST(CarefulReaderLimits, AnyDiskIsReadRightAroundAnyWithheldRanges)
             disk.MakeBad(bad, bad + kSector * (1 + random() % 20));
         }
         const CarefulReader reader(disk, 256 * kKiB, Withholding(withheld));
-        for (int read = 0; read < 8; ++read) {
+        for (int read = 0; read < 4; ++read) {
             const uint64_t begin = random() % (256 * kKiB);
             ReadChecked(reader, begin, random() % (256 * kKiB - begin));
         }
