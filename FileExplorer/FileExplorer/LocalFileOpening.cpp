@@ -62,9 +62,9 @@ LocalTarget LookAtLink(int folder, const char *name)
     return LocalTarget::kOtherName;
 }
 
-LocalTarget LookAtFile(int folder, const char *name, const struct stat &found)
+LocalTarget LookAtFile(int folder, const char *name, const struct stat &found, OpenQuestion isOpen)
 {
-    if (IsOpenInThisProcess(found))
+    if (isOpen(found))
         return Refuse(EBUSY);
     if (found.st_nlink == 1)
         return LocalTarget::kFile;
@@ -136,7 +136,12 @@ bool IsOpenInThisProcess(const struct stat &file, int except)
     return false;
 }
 
-LocalTarget LookAtLocalTarget(int folder, const char *name, struct stat *found)
+bool IsOpenAnywhere(const struct stat &file)
+{
+    return IsOpenInThisProcess(file);
+}
+
+LocalTarget LookAtLocalTarget(int folder, const char *name, struct stat *found, OpenQuestion isOpen)
 {
     if (fstatat(folder, name, found, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT ? LocalTarget::kNothing : LocalTarget::kRefused;
@@ -144,7 +149,7 @@ LocalTarget LookAtLocalTarget(int folder, const char *name, struct stat *found)
         return LookAtLink(folder, name);
     if (S_ISDIR(found->st_mode))
         return Refuse(EISDIR);
-    return S_ISREG(found->st_mode) ? LookAtFile(folder, name, *found) : Refuse(ENXIO);
+    return S_ISREG(found->st_mode) ? LookAtFile(folder, name, *found, isOpen) : Refuse(ENXIO);
 }
 
 int CreateLocalFile(int folder, const char *name)

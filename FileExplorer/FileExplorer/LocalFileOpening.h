@@ -21,9 +21,16 @@ enum class LocalTarget {
     kRefused,    // errno says why
 };
 
+// Whether the process has the file open.
+using OpenQuestion = bool (*)(const struct stat &file);
+// The usual one.
+bool IsOpenAnywhere(const struct stat &file);
+
 // name: relative to folder, an open folder or AT_FDCWD. found receives the status of what is there,
-// of a link itself and not of its target, unless there is nothing or stat fails.
-LocalTarget LookAtLocalTarget(int folder, const char *name, struct stat *found);
+// of a link itself and not of its target, unless there is nothing or stat fails. isOpen: asked
+// about an ordinary file.
+LocalTarget LookAtLocalTarget(int folder, const char *name, struct stat *found,
+                              OpenQuestion isOpen = &IsOpenAnywhere);
 
 // Creates an ordinary file for writing and returns its descriptor; -1 if the name exists.
 int CreateLocalFile(int folder, const char *name);

@@ -58,9 +58,10 @@ protected:
     }
 
     SlowSum::Gate _gate;
-    HashLane _lane{std::make_unique<SlowSum>(_gate)};
+    // The lane ends before what it hashes.
     const std::string _large = std::string(HashLane::kLarge, 'l');
     const std::string _other = std::string(HashLane::kLarge + 7, 'o');
+    HashLane _lane{std::make_unique<SlowSum>(_gate)};
 };
 
 TEST_F(HashLaneTest, ALargeChunkIsHashedWhileTheCallerGoesOn)

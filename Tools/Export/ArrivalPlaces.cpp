@@ -2,6 +2,7 @@
 
 #include "ExportStop.h"
 #include "LocalFileOpening.h"
+#include "OpenFiles.h"
 #include "PathText.h"
 #include "PlanText.h"
 
@@ -68,7 +69,8 @@ bool ArrivalPlaces::Find(Number number, DestinationTree::Missing missing, Arriva
 
 bool ArrivalPlaces::MayTake(const ArrivalPlace &place, Standing *standing, PlaceError *error)
 {
-    standing->target = LookAtLocalTarget(place.folder->Get(), place.name.c_str(), &standing->found);
+    standing->target =
+        LookAtLocalTarget(place.folder->Get(), place.name.c_str(), &standing->found, &IsOpenHere);
     if (standing->target == LocalTarget::kNothing)
         return true;
     if (standing->target == LocalTarget::kRefused)
@@ -151,8 +153,8 @@ std::string ArrivalPlaces::DeliverDamaged(Number number, const ArrivalPlace &pla
     const MutexLock lock(_mutex);
     std::string name;
     if (file->DeliverToFree() || (errno == ENOTSUP &&
-                                  LookAtLocalTarget(place.folder->Get(), place.name.c_str(),
-                                                    &found) == LocalTarget::kNothing &&
+                                  LookAtLocalTarget(place.folder->Get(), place.name.c_str(), &found,
+                                                    &IsOpenHere) == LocalTarget::kNothing &&
                                   file->Deliver()))
         name = place.name;
     else
