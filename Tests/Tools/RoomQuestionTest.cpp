@@ -12,7 +12,7 @@ protected:
     void Start(const Arguments &more = {})
     {
         // The leak checker of a sanitizer build looks for itself in other places.
-        Arguments arguments = {"LD_PRELOAD=" VX_FULL_DISK,
+        Arguments arguments = {std::string("LD_PRELOAD=") + VX_FULL_DISK,
                                "VX_FREE_BYTES=8388608",
                                "ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0",
                                CopyOfTool(kStandIn),

@@ -19,13 +19,28 @@ struct ChoiceRule {
 struct Options {
     enum class Action { kHelp, kVersion, kList, kExport };
 
-    Action action = Action::kHelp;
     std::string volume;
     std::string unlockKind = "none";
     std::string secret;              // as given; empty if it is to be asked for
-    bool asksSecret = false;         // the secret was given as "-"
     std::string keyFile;             // the path of a startup key; empty for other kinds
     std::vector<std::string> paths;  // as given; none means the root
+    Action action = Action::kHelp;
+    bool asksSecret = false;  // the secret was given as "-"
+
+    // kList only.
+    bool recursive = false;
+    bool json = false;
+
+    // kExport only, as the paths at the end.
+    bool streams = false;
+    bool noTimes = false;
+    bool noEmptyFolders = false;
+    bool verify = false;
+    bool resume = false;
+    bool sync = false;
+    bool dryRun = false;
+    bool verbose = false;
+    bool skipsSpaceCheck = false;
 
     // What is listed or exported; sizes in bytes, times in 100 ns since 1601-01-01 00:00 UTC.
     std::vector<ChoiceRule> rules;   // in the order given
@@ -39,24 +54,10 @@ struct Options {
     std::optional<uint32_t> retries;   // how often a place that failed is read again
     std::optional<uint32_t> skipSlow;  // milliseconds after which a read is slow
 
-    // kList only.
-    bool recursive = false;
-    bool json = false;
-
-    // kExport only.
     std::string destination;
-    bool streams = false;
-    bool noTimes = false;
-    bool noEmptyFolders = false;
     std::string manifest;
     std::string report;
-    bool verify = false;
-    bool resume = false;
-    bool sync = false;
-    bool dryRun = false;
     std::string writeMap;
-    bool verbose = false;
-    bool skipsSpaceCheck = false;
 };
 
 // arguments: without the program's name. Returns nothing for a wrong command line, and error says
