@@ -88,6 +88,8 @@ class ScriptedFile final : public VolumeFile {
 public:
     ScriptedFile(Script &script, int64_t size) : _script(script), _size(size) {}
     ~ScriptedFile() override { _script.isClosed = true; }
+    ScriptedFile(const ScriptedFile &) = delete;
+    ScriptedFile &operator=(const ScriptedFile &) = delete;
 
     std::optional<int64_t> Size() const override { return _size; }
 
