@@ -12,13 +12,13 @@ DEEP = b"Users/anna/deep/"
 
 
 class Damage:
-    def __init__(self, places, tree, volume_bytes):
+    def __init__(self, places, tree):
         self._places, self._tree = places, tree
         self.sectors = set()
         self._files()
         self._files_in_pieces()
         self._metadata()
-        self._take(volume_bytes - (64 << 10))   # a free one
+        self._take(places.free_place())
 
     def _take(self, at, count=1):
         first = at // SECTOR

@@ -93,12 +93,13 @@ class IdealExport:
                     file.write(manifest_line(digest.encode(), path))
 
     def _write_report(self):
-        failures = [{"path": "/" + path.decode(errors="surrogateescape"), "ranges": [
-            {"first": begin, "last": end - 1} for begin, end in
+        failures = [{"path": "/" + path.decode(errors="surrogateescape"), "unread": [
+            {"offset": begin, "length": end - begin} for begin, end in
             merged(entry.get("lost", {}).get("most", ()))]}
             for path, entry in self.truth.items()
             if entry["fate"] != "whole" and entry["kind"] != "link"]
-        self.report.write_text(json.dumps({"failures": failures, "exitStatus": 1}))
+        nothing = dict.fromkeys(("stoppedBy", "syncError", "errors", "notCopied", "notChecked"))
+        self.report.write_text(json.dumps({"failures": failures, "status": 1, **nothing}))
 
 
 def manifest_line(digest, path):

@@ -202,20 +202,26 @@ class Judge:
             return
         with open(report, encoding="utf-8") as file:
             told = json.load(file)
-        failures = {volume_path(failure["path"]): failure for failure in told["failures"]}
+        failures = {}   # by path, the ranges that are not read
+        for failure in told["failures"]:
+            failures.setdefault(volume_path(failure["path"]), []).extend(
+                (part["offset"], part["offset"] + part["length"]) for part in failure["unread"])
         lost = {path for path, entry in self.truth.items()
                 if entry["fate"] != "whole" and entry["kind"] != "link"}
         self._compare_sets("report", set(failures), lost)
         for path in lost & set(failures):
             self._judge_failure(path, failures[path])
-        if status != 1 or told["exitStatus"] != 1:
-            self._complain(b"status", "%d, in the report %d" % (status, told["exitStatus"]))
+        if status != 1 or told["status"] != 1:
+            self._complain(b"status", "%d, in the report %d" % (status, told["status"]))
+        for what in ("stoppedBy", "syncError", "errors", "notCopied", "notChecked"):
+            if told[what]:
+                self._complain(b"report", "%s is %r" % (what, told[what]))
 
-    def _judge_failure(self, path, failure):
+    def _judge_failure(self, path, ranges):
         entry = self.truth[path]
         if "lost" not in entry or path not in self.places:
             return
-        told = merged([(r["first"], r["last"] + 1) for r in failure["ranges"]])
+        told = merged(ranges)
         for begin, end in self.wrong_ranges(path, self.places[path]):
             if not any(a < end and begin < b for a, b in told):
                 self._complain(path, "the report knows nothing of bytes %d to %d" % (begin, end - 1))

@@ -6,7 +6,7 @@ the beginning of the volume, "to" excluded.
 import struct
 
 STANDARD, LIST, NAME, DATA, ROOT, ALLOCATION = 0x10, 0x20, 0x30, 0x80, 0x90, 0xA0
-_ROOT_RECORD = 5
+_ROOT_RECORD, _BITMAP_RECORD = 5, 6
 
 
 class Attribute:
@@ -45,6 +45,7 @@ class NtfsPlaces:
         self._file = open(image, "r+b")
         boot = self._read(0, 512)
         self.cluster = struct.unpack_from("<H", boot, 11)[0] * boot[13]
+        self._clusters = struct.unpack_from("<Q", boot, 40)[0] // boot[13]
         self.record_bytes = 1024
         self._table = []
         first = struct.unpack_from("<Q", boot, 48)[0] * self.cluster
@@ -133,6 +134,14 @@ class NtfsPlaces:
                 return None if cluster is None else cluster * self.cluster + at
             at -= size
         raise IndexError("%r is resident, or ends before byte %d" % (path, at))
+
+    def free_place(self):
+        """The last cluster that no file has."""
+        runs = self._joined(self._attributes(self._record(_BITMAP_RECORD)), DATA, "")
+        bitmap = b"".join(self._read(cluster * self.cluster, count * self.cluster)
+                          for count, cluster in runs)
+        free = max(n for n in range(self._clusters) if not bitmap[n // 8] >> n % 8 & 1)
+        return free * self.cluster
 
     def times_of(self, path):
         """Creation, modification, access in 100 ns since 1601."""

@@ -98,15 +98,16 @@ class PlantedFaults:
         del failures["/Users/anna/lost/all.txt"]
         self._expect(LOST + b"all.txt", "the report does not name it")
         path = self._small.pop()
-        failures["more"] = {"path": "/" + path.decode(), "ranges": []}
+        failures["more"] = {"path": "/" + path.decode(), "unread": []}
         self._expect(path, "the report names it")
-        failures["/Users/anna/lost/two places.pdf"]["ranges"].pop()
+        failures["/Users/anna/lost/two places.pdf"]["unread"].pop()
         self._expect(LOST + b"two places.pdf", "the report knows nothing of bytes")
         self._expect(LOST + b"two places.pdf", "the report lacks bytes")
-        failures["/Users/anna/lost/linked.doc"]["ranges"][0]["last"] += 1
+        failures["/Users/anna/lost/linked.doc"]["unread"][0]["length"] += 1
         self._expect(LOST + b"linked.doc", "the report gives up too much")
-        told.update(failures=list(failures.values()), exitStatus=0)
+        told.update(failures=list(failures.values()), status=0, notCopied=["/a"])
         self._expect(b"status", "1, in the report 0")
+        self._expect(b"report", "notCopied is")
         self._ideal.report.write_text(json.dumps(told))
         return self.expected
 

@@ -19,7 +19,7 @@ def build(tree, files):
     _names(tree)
     _empty_things(tree)
     _streams_and_attributes(tree)
-    _compressed_and_sparse(tree, files >= 10000)
+    _compressed_and_sparse(tree)
     _packed(tree)
     _cloud_and_links(tree)
     _other_names(tree)
@@ -87,7 +87,7 @@ def _compressible(tree, size):
     return bytes(text[:size])
 
 
-def _compressed_and_sparse(tree, huge):
+def _compressed_and_sparse(tree):
     folder = tree.compressing_folder(b"Users/anna/compressed")
     for size in (1, 800, 65535, 65536, 65537, 300000):
         tree.file(b"%s/text%d.log" % (folder, size), _compressible(tree, size))
@@ -95,9 +95,6 @@ def _compressed_and_sparse(tree, huge):
     sparse = tree.folder(b"Users/anna/sparse")
     tree.sparse_file(sparse + b"/disk.vhd", 40 << 20, [(0, tree.noise(5000)),
                                                       (30 << 20, tree.noise(70000))])
-    if huge:
-        tree.sparse_file(sparse + b"/above 4 GiB.vhd", (4 << 30) + 12345,
-                         [(4096, tree.noise(9000)), ((4 << 30) - 8192, tree.noise(20000))])
 
 
 def _packed(tree):
