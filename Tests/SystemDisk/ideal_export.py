@@ -93,7 +93,7 @@ class IdealExport:
                     file.write(manifest_line(digest.encode(), path))
 
     def _write_report(self):
-        failures = [{"path": "/" + path.decode(errors="surrogateescape"), "unread": [
+        failures = [{"path": "/" + path.decode(errors="surrogateescape"), "reason": "lost", "unread": [
             {"offset": begin, "length": end - begin} for begin, end in
             merged(entry.get("lost", {}).get("most", ()))]}
             for path, entry in self.truth.items()

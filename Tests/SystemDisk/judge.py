@@ -204,6 +204,8 @@ class Judge:
             told = json.load(file)
         failures = {}   # by path, the ranges that are not read
         for failure in told["failures"]:
+            if not failure["reason"]:
+                self._complain(volume_path(failure["path"]), "the report gives no reason")
             failures.setdefault(volume_path(failure["path"]), []).extend(
                 (part["offset"], part["offset"] + part["length"]) for part in failure["unread"])
         lost = {path for path, entry in self.truth.items()

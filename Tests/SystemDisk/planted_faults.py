@@ -98,8 +98,9 @@ class PlantedFaults:
         del failures["/Users/anna/lost/all.txt"]
         self._expect(LOST + b"all.txt", "the report does not name it")
         path = self._small.pop()
-        failures["more"] = {"path": "/" + path.decode(), "unread": []}
+        failures["more"] = {"path": "/" + path.decode(), "unread": [], "reason": ""}
         self._expect(path, "the report names it")
+        self._expect(path, "the report gives no reason")
         failures["/Users/anna/lost/two places.pdf"]["unread"].pop()
         self._expect(LOST + b"two places.pdf", "the report knows nothing of bytes")
         self._expect(LOST + b"two places.pdf", "the report lacks bytes")

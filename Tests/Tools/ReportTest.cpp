@@ -78,6 +78,9 @@ TEST_F(Report, NamesWhatTheVolumeKeepsBackEachWithItsObstacle)
     EXPECT_EQ(Value("sorted(f['path'] for f in r['failures'] if f['obstacle'] == 'only-in-cloud') "
                     "!= []"),
               "True");
+    EXPECT_EQ(Value("[f['path'] for f in r['failures'] if not f['reason']]"), "[]");
+    EXPECT_EQ(Value("{f['reason'] for f in r['failures'] if f['obstacle'] == 'encrypted'}"),
+              "{'this file is encrypted by Windows on its own (EFS) and cannot be read'}");
     EXPECT_EQ(Value("r['counts']['failures'] == len(r['failures'])"), "True");
 }
 

@@ -2,6 +2,7 @@
 
 #include "IsoTime.h"
 #include "JsonText.h"
+#include "ObstacleText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -63,28 +64,6 @@ std::string Quoted(const char *word)
     return word == nullptr ? "null" : std::string("\"").append(word).append("\"");
 }
 
-const char *ReasonName(VolumeObstacle obstacle)
-{
-    constexpr const char *kNames[] = {
-        nullptr,
-        "link",
-        "packed",
-        "only-in-cloud",
-        "deduplicated",
-        "encrypted",
-        "unknown-reparse-point",
-        "damaged",
-        "unreadable",
-        "device-gone",
-        "same-name",
-        "no-permission",
-        "not-there",
-        "out-of-memory",
-    };
-    const auto number = static_cast<size_t>(obstacle);
-    return number < std::size(kNames) ? kNames[number] : "other";
-}
-
 const char *TagKind(uint32_t tag)
 {
     if ((tag & kCloudMask) == kCloudTag)
@@ -138,7 +117,7 @@ const char *ReasonOf(const ListedEntry &entry)
     if (!entry.hasTextName)
         return "name";
     if (entry.report.obstacle != VolumeObstacle::kNone || entry.isListable)
-        return ReasonName(entry.report.obstacle);
+        return ObstacleName(entry.report.obstacle);
     return "not-listable";
 }
 
@@ -158,7 +137,7 @@ std::string ListingMembers(const VolumeListingReport &report)
     return std::string("{\"whole\":") + (report.isWhole ? "true" : "false") +
            ",\"missing\":" + std::to_string(report.missingEntries) +
            ",\"recovered\":" + std::to_string(report.recoveredEntries) +
-           ",\"reason\":" + Quoted(ReasonName(report.reason)) + "}";
+           ",\"reason\":" + Quoted(ObstacleName(report.reason)) + "}";
 }
 
 }  // namespace

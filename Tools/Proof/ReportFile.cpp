@@ -2,6 +2,7 @@
 
 #include "IsoTime.h"
 #include "JsonWriter.h"
+#include "ObstacleText.h"
 #include "ReplacementFile.h"
 #include "TerminalText.h"
 
@@ -43,42 +44,6 @@ const char *NameOf(FailureKind kind)
         break;
     }
     return "differs";
-}
-
-// What keeps an entry from being opened; null if nothing is known.
-const char *NameOf(VolumeObstacle obstacle)
-{
-    switch (obstacle) {
-    case VolumeObstacle::kNone:
-        return nullptr;
-    case VolumeObstacle::kLink:
-        return "link";
-    case VolumeObstacle::kPacked:
-        return "packed";
-    case VolumeObstacle::kOnlyInCloud:
-        return "only-in-cloud";
-    case VolumeObstacle::kDeduplicated:
-        return "deduplicated";
-    case VolumeObstacle::kEncryptedFile:
-        return "encrypted-file";
-    case VolumeObstacle::kUnknownReparsePoint:
-        return "unknown-reparse-point";
-    case VolumeObstacle::kDamaged:
-        return "damaged";
-    case VolumeObstacle::kUnreadable:
-        return "unreadable";
-    case VolumeObstacle::kDeviceGone:
-        return "disk-gone";
-    case VolumeObstacle::kSameName:
-        return "same-name";
-    case VolumeObstacle::kNoPermission:
-        return "no-permission";
-    case VolumeObstacle::kNotThere:
-        return "not-there";
-    case VolumeObstacle::kOutOfMemory:
-        return "memory";
-    }
-    return "other";
 }
 
 class ReportWriter {
@@ -250,8 +215,10 @@ void ReportWriter::WriteFailures()
     _json.Name("failures");
     _json.BeginArray();
     for (const auto &[kind, entries] : _report.counted) {
+        // "1 file is only in the cloud" → "this file ..."
+        const std::string reason = "this" + CountedText(kind.first, kind.second, 1).substr(1);
         for (const Number entry : entries)
-            WriteFailure({entry, FailureKind::kUnopened, kind.first, "", "", {}});
+            WriteFailure({entry, FailureKind::kUnopened, kind.first, reason, "", {}});
     }
     for (const ExportReport::Failure &failure : _report.failures)
         WriteFailure(failure);
@@ -266,8 +233,8 @@ void ReportWriter::WriteFailure(const ExportReport::Failure &failure)
     WritePath(failure.entry);
     WriteText("kind", NameOf(failure.kind));
     _json.Name("obstacle");
-    if (NameOf(failure.obstacle) != nullptr)
-        _json.Text(std::string_view(NameOf(failure.obstacle)));
+    if (ObstacleName(failure.obstacle) != nullptr)
+        _json.Text(std::string_view(ObstacleName(failure.obstacle)));
     else
         _json.Null();
     WriteText("reason", failure.reason);

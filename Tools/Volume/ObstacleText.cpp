@@ -3,6 +3,7 @@
 #include "NumberText.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace vx {
 namespace {
@@ -76,6 +77,28 @@ std::string ObstacleText(VolumeObstacle obstacle)
     default:
         return "";
     }
+}
+
+const char *ObstacleName(VolumeObstacle obstacle)
+{
+    constexpr const char *kNames[] = {
+        nullptr,
+        "link",
+        "packed",
+        "only-in-cloud",
+        "deduplicated",
+        "encrypted",
+        "unknown-reparse-point",
+        "damaged",
+        "unreadable",
+        "device-gone",
+        "same-name",
+        "no-permission",
+        "not-there",
+        "out-of-memory",
+    };
+    const auto number = static_cast<size_t>(obstacle);
+    return number < std::size(kNames) ? kNames[number] : "other";
 }
 
 std::string UnreadText(const std::vector<ByteRange> &unread, bool namesAll)

@@ -19,6 +19,9 @@ std::string CountedText(VolumeObstacle obstacle, bool areFolders, int64_t count)
 // nothing to say.
 std::string ObstacleText(VolumeObstacle obstacle);
 
+// Its name in what programs read, "only-in-cloud"; null for none. docs/volumes.md lists them.
+const char *ObstacleName(VolumeObstacle obstacle);
+
 // "bytes 1048576 to 1052671 could not be read and are zero"; the first few ranges, or all.
 std::string UnreadText(const std::vector<ByteRange> &unread, bool namesAll);
 
