@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ostream>
 #include <random>
 #include <sys/stat.h>
 #include <thread>
@@ -39,6 +40,12 @@ public:
 private:
     static constexpr char kMemory[] = "/dev/shm";
 };
+
+// Shown by the framework, which would show its bytes otherwise.
+void PrintTo(const Series &series, std::ostream *stream)
+{
+    *stream << series.name;
+}
 
 class Interruption : private InMemory,
                      public ProofTest,
