@@ -8,6 +8,7 @@
 #include <ostream>
 #include <random>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <thread>
 #include <unistd.h>
 
@@ -30,7 +31,9 @@ class InMemory {
 public:
     InMemory()
     {
-        if (access(kMemory, W_OK) == 0)
+        struct statvfs found;
+        if (access(kMemory, W_OK) == 0 && statvfs(kMemory, &found) == 0 &&
+            found.f_bavail * found.f_frsize >= kRoom && found.f_favail >= kFiles)
             setenv("TMPDIR", kMemory, 1);
     }
     ~InMemory() { unsetenv("TMPDIR"); }
@@ -39,6 +42,8 @@ public:
 
 private:
     static constexpr char kMemory[] = "/dev/shm";
+    static constexpr uint64_t kRoom = 256 << 20;  // bytes
+    static constexpr uint64_t kFiles = 100000;
 };
 
 // Shown by the framework, which would show its bytes otherwise.
