@@ -1,7 +1,9 @@
 // What an export that goes on with an earlier one leaves, does again and removes.
 #include "ToolFixture.h"
+#include "UniqueFd.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -129,6 +131,18 @@ TEST_F(Resume, WhatIsNoLeftoverStays)
     struct stat found;
     EXPECT_EQ(lstat(_folder.At("destination/.a.txt.3.partial").c_str(), &found), 0);
     EXPECT_EQ(lstat(_folder.At("destination/.a.txt.4.partial").c_str(), &found), 0);
+}
+
+// As an export does that is still writing it.
+TEST_F(Resume, WhatAnotherExportIsWritingStays)
+{
+    _folder.WriteFile("destination/.a.txt.partial", "half");
+    const UniqueFd held(open(_folder.At("destination/.a.txt.partial").c_str(), O_WRONLY));
+    ASSERT_EQ(flock(held.Get(), LOCK_EX), 0);
+    EXPECT_EQ(Again(false).status, 0);
+    const Files files = FilesBelow(_destination);
+    EXPECT_EQ(files.at(".a.txt.partial"), "half");
+    EXPECT_EQ(files.at("a.txt"), "12345");
 }
 
 TEST_F(Resume, WithoutItEverythingIsExportedAgain)

@@ -7,6 +7,8 @@
 #include "RenameToFree.h"
 
 #include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace vx {
@@ -57,8 +59,11 @@ UniqueFd ArrivingFile::CreatePartial()
         if (!_partials.IsFree(partial))
             continue;
         UniqueFd file(CreateLocalFile(_folder->Get(), partial.c_str()));
-        if (file)
+        if (file) {
+            // Not every file system has locks.
+            (void)flock(file.Get(), LOCK_EX | LOCK_NB);
             _partial = partial;
+        }
         if (file || errno != EEXIST)
             return file;
     }
@@ -92,8 +97,23 @@ void ArrivingFile::NoteWritten(size_t count)
     _begun = _written;
 }
 
+// Compared while it is open: some file systems number a file anew that nobody has open.
+bool ArrivingFile::HasItsName() const
+{
+    struct stat own;
+    struct stat named;
+    return fstat(_file.Get(), &own) == 0 &&
+           fstatat(_folder->Get(), _partial.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           IdentityOf(own) == IdentityOf(named);
+}
+
 bool ArrivingFile::Close()
 {
+    if (!HasItsName()) {
+        Discard();
+        errno = ENOENT;
+        return false;
+    }
     return close(_file.Release()) == 0 || errno == EINTR;
 }
 
@@ -146,8 +166,11 @@ std::string ArrivingFile::DeliverAsDamaged()
     return "";
 }
 
+// What another program has put under the hidden name stays.
 void ArrivingFile::Discard()
 {
+    if (_file && !_partial.empty() && !HasItsName())
+        _partial.clear();
     _file.Close();
     if (!_partial.empty())
         unlinkat(_folder->Get(), _partial.c_str(), 0);

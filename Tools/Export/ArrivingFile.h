@@ -39,6 +39,7 @@ public:
     // How many bytes were written: count, or fewer after an error. Of a large file the disk gets
     // each part soon after it was written (EarlyWriting.h).
     size_t Write(const void *bytes, size_t count);
+    // Also fails, with ENOENT, if the partial file no longer has its name.
     bool Close();
 
     // Puts the complete, closed file into its place, if nothing stands there: false with EEXIST;
@@ -58,6 +59,7 @@ public:
 
 private:
     UniqueFd CreatePartial();
+    bool HasItsName() const;
     bool MoveTo(const std::string &name);
     bool ReplaceLesser(const std::string &name);
     void NoteWritten(size_t count);

@@ -9,11 +9,13 @@
 #include "UniqueFd.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +33,14 @@ bool IsOwnFile(int folder, const std::string &name)
     struct stat found;
     return fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISREG(found.st_mode) && found.st_nlink == 1 && found.st_uid == geteuid();
+}
+
+// Another export may be writing it: that one has locked it (ArrivingFile).
+bool IsInUse(int folder, const std::string &name)
+{
+    const UniqueFd file(
+        openat(folder, name.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return !file || (flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK);
 }
 
 // ".a.txt.12.partial" → 12; 1 for none
@@ -77,7 +87,8 @@ public:
             const bool isOf =
                 candidate == PartialName(path.name, NumberOf(candidate), _longestName) ||
                 candidate == PartialName(path.name, 1, _longestName);
-            if (!isOf || !IsOwnFile(_folder->Get(), candidate))
+            if (!isOf || !IsOwnFile(_folder->Get(), candidate) ||
+                IsInUse(_folder->Get(), candidate))
                 continue;
             _removed += unlinkat(_folder->Get(), candidate.c_str(), 0) == 0 ? 1 : 0;
         }
