@@ -18,6 +18,7 @@ namespace vx {
 class VolumeSession {
 public:
     VolumeSession() = default;
+    ~VolumeSession() = default;
     VolumeSession(const VolumeSession &) = delete;
     VolumeSession &operator=(const VolumeSession &) = delete;
 
