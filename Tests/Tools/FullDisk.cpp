@@ -1,16 +1,19 @@
 // Loaded before a program's own libraries: gives its disks less room than they have. VX_FREE_BYTES
 // is what is told to be free, VX_ROOM_BYTES is what can really be written to ordinary files, and
 // VX_LARGEST_FILE how large one of them may be. With VX_NO_DATES no file takes times, with
-// VX_SYNC_FAILS the disk cannot hold what was written, and with VX_NO_FREE_RENAME no name is taken
-// only if it is free.
+// VX_NO_MARKS no extended attribute, with VX_SYNC_FAILS the disk cannot hold what was written, and
+// with VX_NO_FREE_RENAME no name is taken only if it is free. VX_NOT_DURABLE is the end of the path
+// of a file or folder that cannot be made durable.
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <string>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -37,6 +40,16 @@ size_t TakeRoom(size_t count)
     while (!room.compare_exchange_weak(left, left - std::min<uint64_t>(count, left)))
         continue;
     return static_cast<size_t>(std::min<uint64_t>(count, left));
+}
+
+bool PathEndsWith(int file, const std::string &end)
+{
+    char path[4096];
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    const ssize_t length = readlink(link.c_str(), path, sizeof(path));
+    const std::string found(path, static_cast<size_t>(std::max<ssize_t>(length, 0)));
+    return found.size() >= end.size() &&
+           found.compare(found.size() - end.size(), end.size(), end) == 0;
 }
 
 int TellLess(int result, struct statvfs *disk)
@@ -98,6 +111,28 @@ extern "C" __attribute__((visibility("default"))) int syncfs(int file)
     if (getenv("VX_SYNC_FAILS") == nullptr)
         return real(file);
     errno = EIO;
+    return -1;
+}
+
+extern "C" __attribute__((visibility("default"))) int fsync(int file)
+{
+    using Function = int (*)(int);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fsync"));
+    const char *end = getenv("VX_NOT_DURABLE");
+    if (end == nullptr || !PathEndsWith(file, end))
+        return real(file);
+    errno = EIO;
+    return -1;
+}
+
+extern "C" __attribute__((visibility("default"))) int
+fsetxattr(int file, const char *name, const void *value, size_t size, int flags)
+{
+    using Function = int (*)(int, const char *, const void *, size_t, int);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fsetxattr"));
+    if (getenv("VX_NO_MARKS") == nullptr)
+        return real(file, name, value, size, flags);
+    errno = ENOTSUP;
     return -1;
 }
 

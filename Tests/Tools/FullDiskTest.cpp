@@ -16,6 +16,8 @@ protected:
                       const std::string &largest = "")
     {
         std::vector<std::string> arguments = {"LD_PRELOAD=" VX_FULL_DISK};
+        if (!_fault.empty())
+            arguments.push_back(_fault);
         if (!told.empty())
             arguments.push_back("VX_FREE_BYTES=" + told);
         if (!room.empty())
@@ -31,6 +33,15 @@ protected:
         const int status = run.Wait();
         return {status, run.Output(), run.Errors()};
     }
+    // With --sync, where what ends in this path cannot be made durable.
+    Result ExportWhereNotDurable(const std::string &end)
+    {
+        _fault = "VX_NOT_DURABLE=" + end;
+        return ExportWith("", "", {"changing", "--sync", "--manifest", _list});
+    }
+
+    const std::string _list = _folder.At("list");
+    std::string _fault;  // "NAME=VALUE"
 };
 
 TEST_F(FullDisk, APlanThatHasNoRoomIsRefusedBeforeAnythingIsWritten)
@@ -145,6 +156,42 @@ TEST_F(FullDisk, AFileThatGrowsBeyondTheLimitOfTheProcessEndsWithAReport)
     EXPECT_TRUE(Holds(result.output, "  /three.bin: could not be written after 3,145,728 of "
                                      "5,242,880 bytes: File too large\n"));
     EXPECT_TRUE(FilesBelow(_destination).empty());
+}
+
+TEST_F(FullDisk, AFileThatCannotBeMadeDurableDoesNotTakeItsPlace)
+{
+    _folder.WriteFile("destination/changing.bin", "old");
+    const Result result = ExportWhereNotDurable("/.changing.bin.partial");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "  /changing.bin: could not be written after "));
+    EXPECT_TRUE(Holds(result.output, ": Input/output error\n"));
+    EXPECT_EQ(FilesBelow(_destination).at("changing.bin"), "old");
+    EXPECT_TRUE(Lacks(_folder.ReadFile("list"), "changing.bin"));
+}
+
+TEST_F(FullDisk, AFolderThatCannotBeMadeDurableIsReportedAndTheListIsWritten)
+{
+    const Result result = ExportWhereNotDurable("/destination");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, "a folder could not be made durable: Input/output error\n"));
+    EXPECT_TRUE(Holds(_folder.ReadFile("list"), "  changing.bin\n"));
+}
+
+TEST_F(FullDisk, AJournalThatCannotBeMadeDurableIsReported)
+{
+    const Result result = ExportWhereNotDurable("/.list.journal");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(Holds(result.output, ".list.journal: Input/output error\n"));
+}
+
+TEST_F(FullDisk, ADamagedCopyThatCannotBeMarkedIsTriedAgain)
+{
+    _fault = "VX_NO_MARKS=1";
+    for (int turn = 0; turn < 2; ++turn) {
+        const Result result = ExportWith("", "", {"unread", "--resume"});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(Holds(result.output, "  /damaged.bin: bytes 1048576 to 1052671, "));
+    }
 }
 
 }  // namespace

@@ -177,12 +177,15 @@ std::string ExportProof::Difference(ExportPlan::Number number, int folder, const
 bool ExportProof::Seal(bool isAtItsEnd, std::string *error)
 {
     _files.Sort();
-    if (_folderError != 0) {
-        *error = std::string("a folder could not be made durable: ") + strerror(_folderError);
+    if (_journal && !SealList(isAtItsEnd, error))
         return false;
-    }
-    if (!_journal)
-        return true;
+    if (_folderError != 0)
+        *error = std::string("a folder could not be made durable: ") + strerror(_folderError);
+    return error->empty();
+}
+
+bool ExportProof::SealList(bool isAtItsEnd, std::string *error)
+{
     if (!WriteList(error)) {
         *error += "; what has arrived is in " + TerminalText(_journal->Path());
         return false;

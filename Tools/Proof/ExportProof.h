@@ -56,6 +56,7 @@ public:
     bool EndedEarly(const std::string &reason, int status, std::string *error);
 
 private:
+    bool SealList(bool isAtItsEnd, std::string *error);
     bool WriteList(std::string *error);
     std::string PathOf(ExportPlan::Number number) const;
     void NoteError(int error);
