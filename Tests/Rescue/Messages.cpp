@@ -64,6 +64,13 @@ bool Messages::NameExactly(const std::string &path) const
     return false;
 }
 
+bool Messages::ListRenamed(const std::string &path, const std::string &copy) const
+{
+    const size_t list = _text.find("Arrived under another name: ");
+    return list != std::string::npos &&
+           _text.find(" " + Shown(path) + ": as " + Shown(copy) + "\n", list) != std::string::npos;
+}
+
 size_t Messages::NotCopied() const
 {
     const std::string label = "Not copied: ";

@@ -27,6 +27,14 @@ std::string NameOf(const std::string &path)
     return path.substr(path.rfind('/') + 1);
 }
 
+// "/Names/Case.bin", 1 -> "/Names/Case~1.bin"
+std::string Numbered(const std::string &path, size_t number)
+{
+    const size_t dot = path.rfind('.');
+    const size_t end = dot == std::string::npos || dot < path.rfind('/') ? path.size() : dot;
+    return path.substr(0, end) + "~" + std::to_string(number) + path.substr(end);
+}
+
 bool IsFile(const SnapshotEntry *entry)
 {
     return entry != nullptr && S_ISREG(entry->kind);
@@ -139,6 +147,8 @@ Oracle::Arrival Oracle::ArrivalOf(const RescueFile &file)
             Say(file.path + " became something that is no file");
         return Arrival::kAbsent;
     }
+    if (_evidence.speaks && DiffersOnlyInCase(file))
+        return ArrivalUnderNumber(file);
     // Another file of the volume has the same place.
     if (_landings.at(Key(file.LocalPath())) > 1) {
         for (const RescueFile &other : _evidence.volume->tree) {
@@ -148,6 +158,37 @@ Oracle::Arrival Oracle::ArrivalOf(const RescueFile &file)
         }
     }
     return JudgeBytes(file, now->bytes);
+}
+
+// From the name of another file of the volume, and the destination takes the two for one.
+bool Oracle::DiffersOnlyInCase(const RescueFile &file) const
+{
+    const std::string local = file.LocalPath();
+    const RescueTree &tree = _evidence.volume->tree;
+    return std::any_of(tree.begin(), tree.end(), [&](const RescueFile &other) {
+        return other.LocalPath() != local && Key(other.LocalPath()) == Key(local);
+    });
+}
+
+// The place of the file holds another one, or this one in part.
+Oracle::Arrival Oracle::ArrivalUnderNumber(const RescueFile &file)
+{
+    const std::string &expected = _evidence.volume->contents[file.number - 1];
+    for (size_t number = 1; number <= _after.size(); ++number) {
+        const std::string path = Numbered(file.LocalPath(), number);
+        const SnapshotEntry *copy = In(_after, Key(path));
+        const bool isNew = _landings.count(Key(path)) == 0 && _before.count(Key(path)) == 0;
+        if (!isNew || !IsFile(copy) || copy->bytes.size() != expected.size() ||
+            FirstWrong(file, copy->bytes) < expected.size() ||
+            !_copiesBeside.insert(Key(path)).second)
+            continue;
+        if (!Messages(_evidence.messages).ListRenamed(file.path, path.substr(1)))
+            Say(file.path + " arrived as " + path + ", and no message lists it");
+        return copy->bytes == expected ? Arrival::kWhole : Arrival::kZeroWhereLost;
+    }
+    if (!_evidence.mayLoseAny && !_evidence.isGone)
+        Say(file.path + " lost its place to a name of other case, and got no number");
+    return Arrival::kAbsent;
 }
 
 // Under a name that the messages give: one that is not whole, or whose name the destination cannot

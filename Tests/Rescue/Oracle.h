@@ -9,6 +9,9 @@
 // A file that is not whole may lie beside its place under a name that the messages give, so that
 // what stands in its place stays.
 //
+// Of names that differ only in case, where the destination takes them for one, the first keeps its
+// place; each other file arrives with a number, NAME~N.EXT, and is listed under its new name.
+//
 // Once the disk is gone or the destination is full, at most one file is left that is not whole: the
 // rest is not made.
 //
@@ -72,6 +75,8 @@ private:
     void JudgeStop();
     // Of a file that is not at its place.
     Arrival ArrivalElsewhere(const RescueFile &file);
+    bool DiffersOnlyInCase(const RescueFile &file) const;
+    Arrival ArrivalUnderNumber(const RescueFile &file);
     bool IsCopyBeside(const RescueFile &file, const std::string &path) const;
     // Where the bytes are neither right nor zero where they may be; their count if nowhere.
     size_t FirstWrong(const RescueFile &file, const std::string &got) const;

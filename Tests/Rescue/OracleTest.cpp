@@ -357,13 +357,73 @@ TEST_F(RescueOracle, NoticesAHangASignalAndASanitizer)
     ExpectViolation("a sanitizer ended it");
 }
 
-TEST_F(RescueOracle, NoticesTheOneOfTwoNamesThatTheOtherOverwrote)
+// Beside "/a.bin", on a destination that takes the two names for one.
+class TwoCases : public RescueOracle {
+protected:
+    TwoCases()
+    {
+        Add("/A.BIN", 2500);
+        evidence.ignoresCase = true;
+        evidence.destinationFails = true;
+        Put("/A~1.BIN", volume.contents[3]);
+        evidence.messages += kListed;
+    }
+
+    static constexpr const char *kListed =
+        "Arrived under another name: 1 file\n  /A.BIN: as A~1.BIN\n";
+};
+
+TEST_F(TwoCases, LetsTheSecondPassUnderANumber)
 {
-    Add("/A.BIN", 2000);
-    evidence.ignoresCase = true;
-    evidence.destinationFails = true;
-    ExpectViolation("/A.BIN did not arrive whole, and the status is 0");
+    ExpectNothing();
+    std::swap(BytesOf("/a.bin"), BytesOf("/A~1.BIN"));
+    evidence.messages = "Arrived under another name: 1 file\n  /a.bin: as a~1.bin\n";
+    ExpectNothing();
+}
+
+TEST_F(TwoCases, NoticesTheOneThatTheOtherOverwrote)
+{
+    evidence.after.Entries().erase("/A~1.BIN");
+    ExpectViolation("/A.BIN lost its place to a name of other case, and got no number");
     Fail("  /A.BIN: another file has its place\n");
+    ExpectViolation("/A.BIN lost its place to a name of other case, and got no number");
+}
+
+TEST_F(TwoCases, NoticesTheContentsOfTheOtherUnderTheNumber)
+{
+    BytesOf("/A~1.BIN") = volume.contents[0];
+    ExpectViolation("/A.BIN lost its place to a name of other case, and got no number");
+    ExpectViolation("invented: /a~1.bin");
+}
+
+TEST_F(TwoCases, NoticesANumberThatIsNotListed)
+{
+    evidence.messages = "";
+    ExpectViolation("/A.BIN arrived as /A~1.BIN, and no message lists it");
+    evidence.messages = "  /A.BIN: as A~1.BIN\n";
+    ExpectViolation("/A.BIN arrived as /A~1.BIN, and no message lists it");
+}
+
+TEST_F(TwoCases, NoticesASecondCopyUnderAnotherNumber)
+{
+    Put("/A~2.BIN", volume.contents[3]);
+    ExpectViolation("invented: /a~2.bin");
+}
+
+TEST_F(TwoCases, NoticesANumberOnADestinationWithCase)
+{
+    evidence.ignoresCase = false;
+    Put("/A.BIN", volume.contents[3]);
+    evidence.messages = "";
+    ExpectViolation("invented: /A~1.BIN");
+}
+
+TEST_F(TwoCases, AsksNoNumberOfTheSilentWindow)
+{
+    evidence.speaks = false;
+    evidence.messages = "";
+    ExpectViolation("invented: /a~1.bin");
+    evidence.after.Entries().erase("/A~1.BIN");
     ExpectNothing();
 }
 
