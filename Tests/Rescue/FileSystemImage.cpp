@@ -60,6 +60,13 @@ std::string OutputOf(const std::string &line)
     return text;
 }
 
+// A file is compressed if its folder says so when it is made, and stays so where it is moved.
+std::string PackingLine(const std::string &from, const std::string &to)
+{
+    return "mkdir packing && setfattr -h -v 0x00000800 -n system.ntfs_attrib_be packing && cat " +
+           from + " > packing/file && mv packing/file " + to + " && rmdir packing";
+}
+
 }  // namespace
 
 bool FileSystemImage::CanMake(Kind kind)
@@ -108,9 +115,8 @@ void FileSystemImage::MakeNtfs()
         const std::string to = Quoted(file.path.substr(1));
         fill << " && mkdir -p " << Quoted("." + file.path.substr(0, file.path.rfind('/')));
         if (file.kind == RescueFile::Kind::kCompressed)
-            fill << " && : > " << to << " && setfattr -h -v 0x00000800 -n system.ntfs_attrib_be "
-                 << to;
-        if (file.kind == RescueFile::Kind::kSparse)
+            fill << " && " << PackingLine(from, to);
+        else if (file.kind == RescueFile::Kind::kSparse)
             fill << " && cp --sparse=always " << from << " " << to;
         else
             fill << " && cat " << from << " > " << to;
@@ -176,7 +182,10 @@ void FileSystemImage::FindPacked()
     std::string line;
     while (std::getline(lines, line) && line.find("attribute $DATA") == std::string::npos) {
     }
+    bool isCompressed = false;
+    uint64_t stored = 0;
     while (std::getline(lines, line)) {
+        isCompressed |= line.find("Attribute flags:\t 0x0001") != std::string::npos;
         unsigned long long first = 0;
         unsigned long long cluster = 0;
         unsigned long long count = 0;
@@ -185,10 +194,12 @@ void FileSystemImage::FindPacked()
         const uint64_t unit = first / kUnitClusters * kUnitClusters * kNtfsClusterBytes;
         const uint64_t end = std::min(unit + kUnitClusters * kNtfsClusterBytes, packed.size);
         const uint64_t sectors = count * kNtfsClusterBytes / kSectorBytes;
+        stored += count * kNtfsClusterBytes;
         for (uint64_t i = 0; i < sectors; ++i)
             _sectors.push_back(
                 {cluster * kNtfsClusterBytes + i * kSectorBytes, packed.number, unit, end});
     }
+    Require(isCompressed && stored > 0 && stored < packed.size, "a compressed file");
 }
 
 void FileSystemImage::FindEntries(Kind kind, const std::string &bytes)
