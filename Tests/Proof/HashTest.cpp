@@ -47,19 +47,32 @@ protected:
     int64_t _size = -1;
 };
 
+TEST_F(OnDisk, ReadingLeavesTheAccessTimeAsItWas)
+{
+    const UniqueFd file = Open("abc");
+    const timespec times[] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(futimens(file.Get(), times), 0);
+    EXPECT_EQ(_copy.Hash(
+                  file.Get(), [](int64_t) { return true; }, &_digest, &_size),
+              CopyOnDisk::End::kWhole);
+    struct stat found;
+    ASSERT_EQ(fstat(file.Get(), &found), 0);
+    EXPECT_EQ(found.st_atime, 1000);
+}
+
 TEST_F(OnDisk, AFileOfSeveralPiecesIsHashedAsAWhole)
 {
     const std::string contents((size_t{5} << 20) + 7, 'x');
     Sha256Stream stream;
     stream.Add(contents.data(), contents.size());
     const Sha256Digest expected = stream.Finish();
-    int64_t told = 0;
+    int64_t counted = 0;
     const UniqueFd file = Open(contents);
-    const auto count = [&told](int64_t bytes) { return (told += bytes) > 0; };
+    const auto count = [&counted](int64_t bytes) { return (counted += bytes) > 0; };
     EXPECT_EQ(_copy.Hash(file.Get(), count, &_digest, &_size), CopyOnDisk::End::kWhole);
     EXPECT_EQ(_digest, expected);
     EXPECT_EQ(_size, static_cast<int64_t>(contents.size()));
-    EXPECT_EQ(told, _size);
+    EXPECT_EQ(counted, _size);
 }
 
 TEST_F(OnDisk, AStopEndsTheReadingAndLeavesNothingForTheNextFile)
