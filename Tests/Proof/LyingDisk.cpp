@@ -1,8 +1,7 @@
 // Loaded before a program's own libraries: below the folder that VX_LIAR names, files are not what
 // was written to them, and nobody says so. VX_LIE is "read", which changes a byte of what is read,
-// "write", which loses
-// a write, or "stall", which opens the FIFOs of the folder VX_STALL before a read; VX_LIAR_NAME is
-// the end of the file's name.
+// "write", which loses a write, or "stall", which opens the FIFOs of the folder VX_STALL before a
+// read; VX_LIAR_NAME is a part of the file's name.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -215,7 +215,7 @@ TEST(Options, AChoiceThatNoFileCanMeetIsRefused)
 TEST(Options, ResumingNeedsSomethingToCompare)
 {
     EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--resume", "--no-times"}),
-              "--resume with --no-times needs --manifest: nothing else tells what is complete");
+              "--resume with --no-times needs --manifest: nothing else says what is complete");
     EXPECT_TRUE(Parsed({"/v", "--to", "/d", "--resume", "--no-times", "--manifest", "m"}).resume);
 }
 

@@ -66,7 +66,7 @@ class Reader {
 public:
     Reader(const std::string &pattern, size_t at) : _pattern(pattern), _at(at) {}
 
-    // The position behind the "]"; nothing as for ReadByteClass.
+    // The position after the "]"; nothing as for ReadByteClass.
     std::optional<size_t> Run(ByteSet *bytes)
     {
         const char sign = At(++_at);

@@ -13,7 +13,7 @@ namespace vx {
 
 using ByteSet = std::bitset<256>;
 
-// *at: of the "[", and then behind the "]". The bytes that the class matches, never a "/". Nothing
+// *at: of the "[", and then after the "]". The bytes that the class matches, never a "/". Nothing
 // if the class does not end, or names a class of characters that does not exist.
 std::optional<ByteSet> ReadByteClass(const std::string &pattern, size_t *at);
 

@@ -15,7 +15,7 @@ bool EndsWith(std::string_view text, std::string_view end)
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// The last parts of the path, with so many slashes between them; nothing if it has fewer.
+// The last parts of the path, with this number of slashes between them; nothing if it has fewer.
 std::string_view LastParts(std::string_view path, size_t slashes)
 {
     size_t begin = path.size();

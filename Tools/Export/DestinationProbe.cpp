@@ -102,7 +102,7 @@ void TryNames(const ProbeFolder &probe, DestinationTraits *traits)
     traits->refused = RefusedOf(probe, kPunctuation) + RefusedOf(probe, ControlCharacters());
 }
 
-// The first name that has letters tells.
+// The first name that has letters shows it.
 bool FindsNamesInOtherCase(int folder)
 {
     for (const std::string &name : NamesIn(folder)) {

@@ -11,7 +11,7 @@ namespace vx {
 DestinationTraits ProbeDestination(int folder);
 
 // What can be known without writing: how long names and how large files may be, and whether case
-// matters, if there is a name to tell by; its times are taken to be as coarse as they may be.
+// matters, if a name there shows it; its times are taken to be as coarse as they may be.
 // folder: open, the destination or where it will be made.
 DestinationTraits LookAtDestination(int folder);
 

@@ -18,7 +18,7 @@ public:
     explicit PartialNames(const ExportPlan &plan);
 
     // Whether a file that arrives may have the name. A planned name in another case, or with other
-    // characters beyond ASCII, counts as the same: the destination may not tell them apart.
+    // characters beyond ASCII, counts as the same: the destination may not distinguish them.
     bool IsFree(const std::string &name) const;
 
 private:

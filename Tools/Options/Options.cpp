@@ -238,7 +238,7 @@ private:
     {
         const bool canCompare = !_options.noTimes || _has[kManifest];
         return !_options.resume || canCompare ||
-               Fail("--resume with --no-times needs --manifest: nothing else tells what is "
+               Fail("--resume with --no-times needs --manifest: nothing else says what is "
                     "complete");
     }
 

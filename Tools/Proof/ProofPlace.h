@@ -1,7 +1,7 @@
-// Whether the files that tell of an export can be written where the user wants them, found out
-// before anything is exported.
+// Whether the hash list and the report of an export can be written where the user wants them, found
+// out before anything is exported.
 //
-// They lie outside the destination, so that they are no part of what they tell of, and outside a
+// They lie outside the destination, so that they are no part of what they describe, and outside a
 // plain folder that is exported. Nothing but an ordinary file is replaced.
 // Threads: any. Errors: one line, ready to follow "volume-export: ".
 #pragma once

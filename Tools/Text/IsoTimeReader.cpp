@@ -38,7 +38,7 @@ private:
         return true;
     }
 
-    // Exactly so many digits, and a number from lowest to highest.
+    // Exactly this number of digits, and a value from lowest to highest.
     bool TakeNumber(int digits, int lowest, int highest, int *number)
     {
         *number = 0;

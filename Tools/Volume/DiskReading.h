@@ -1,4 +1,4 @@
-// How a damaged disk is to be read; the volume library is told before it opens the volume.
+// How a damaged disk is to be read; the volume library is asked before it opens the volume.
 //
 // Units: bytes, milliseconds. Errors: one line without a line end.
 #pragma once
@@ -17,7 +17,7 @@ struct DiskReading {
     bool recordsReads = false;  // what is read as tables
 
     // library: the handle of the loaded one. Concerns the next opening on this thread. False if the
-    // library cannot do it; one that is told nothing always can.
+    // library cannot do it; what asks for nothing can always be done.
     bool Request(void *library, std::string *error) const;
     // So that a later opening is not concerned.
     static void Reset(void *library);

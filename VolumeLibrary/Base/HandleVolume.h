@@ -43,7 +43,7 @@ public:
     bool DescribeListing(VolumeHandle search, VolumeListingReport *report) final;
     bool VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context) final;
     bool VisitPlaces(VolumeHandle file, VolumePlaceFunction place, void *context) final;
-    // A kind of volume that can tell says more.
+    // A kind of volume that knows them overrides it.
     bool VisitTablesRead(VolumeRangeFunction, void *) override { return false; }
     bool IsGone() override { return false; }
     bool VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context) final;

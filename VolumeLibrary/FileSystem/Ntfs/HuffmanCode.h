@@ -16,7 +16,8 @@ public:
     static constexpr unsigned kLongest = 16;  // bits of a code
     static constexpr unsigned kNoSymbol = 0xFFFF;
 
-    // symbols: at most 1024; fastBits: codes of up to so many bits, 1 to 15, are found in one step.
+    // symbols: at most 1024; fastBits: codes of up to this number of bits, 1 to 15, are found in
+    // one step.
     HuffmanCode(size_t symbols, unsigned fastBits);
 
     // lengths: of the code of each symbol, at most kLongest, 0 for a symbol without one. False if
