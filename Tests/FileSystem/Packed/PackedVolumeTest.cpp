@@ -12,6 +12,8 @@
 #include "TestImage.h"
 #include "WimChunks.h"
 
+#include <algorithm>
+
 namespace vx {
 namespace {
 
@@ -191,6 +193,28 @@ TEST_F(PackedVolume, ABadSectorLosesTheChunksThatTouchItAndNoOther)
         ExpectLost(Salvage(*volume, u"/f"), contents, lost);
         ExpectLost(Salvage(*volume, u"/f", 1000), contents, lost);
     }
+}
+
+// The lost bytes are zeros on the disk, so what is left unpacks: nothing but the gap says that it
+// is lost.
+TEST_F(PackedVolume, AChunkWithABadSectorIsLostAlsoIfWhatIsLeftUnpacks)
+{
+    const auto form = std::find_if(std::begin(kPackedForms), std::end(kPackedForms),
+                                   [](const auto &any) { return any.chunkBytes == 16384; });
+    Bytes stream(256 + 16384 / 8 + 4);
+    stream['a' / 2] = 0x10;  // of one bit, as is "b": "a" is 0
+    stream['b' / 2] = 0x01;
+    const std::string contents(16384, 'a');
+    PutFile(stream, contents.size(), *form, {{kFree, stream.size() / kCluster + 1}});
+    const auto source =
+        std::make_shared<SourceWithHole>(std::string(ntfs.Image().begin(), ntfs.Image().end()));
+    volume = NtfsVolumeOf(std::make_shared<CarefulSource>(source));
+    ASSERT_TRUE(volume);
+    ExpectLost(Salvage(*volume, u"/f"), contents, {});
+    source->MoveHole(kFree * kCluster + 1024, kFree * kCluster + 1536);
+    volume = NtfsVolumeOf(std::make_shared<CarefulSource>(source));
+    ASSERT_TRUE(volume);
+    ExpectLost(Salvage(*volume, u"/f"), contents, {{0, 16384}});
 }
 
 TEST_F(PackedVolume, AFormThatIsNotKnownDoesNotOpen)
