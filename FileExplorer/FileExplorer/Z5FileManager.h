@@ -3,8 +3,7 @@
 //
 // Destinations mirror the volume: /a/b/c.txt exported into /x becomes /x/a/b/c.txt, with every
 // backslash of the volume path read as "/". Existing files are overwritten (LocalFileOpening.h says
-// which are not); dates and attributes are not carried over. A sink may place the files itself and
-// be notified how each one ended: ExportPlacing.h.
+// which are not); dates and attributes are not carried over.
 // Ownership: keeps the catalogue, the planned entries and the sink; the worker thread keeps the
 // engine until it ends.
 // Threads: made and started on the main thread; operations marked so below run on the worker.

@@ -2,11 +2,9 @@
 
 #import "CatalogueWalk.h"
 #import "ExportPath.h"
-#import "ExportPlacing.h"
 #import "Z5BitLockerFile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <new>
 
@@ -15,15 +13,6 @@
 #include "ThreadChecks.h"
 
 namespace {
-
-// The first failure is the one that explains the others.
-void noteWriteError(ExportOutcome *outcome)
-{
-    if (outcome->end == ExportEnd::kNotWritten)
-        return;
-    outcome->end = ExportEnd::kNotWritten;
-    outcome->error = errno;
-}
 
 // The last owner of the engine may be the worker: after a cancel the command that made it has
 // ended. The sink may be a window, which only the main thread may release. The reference is handed
@@ -166,12 +155,11 @@ void releaseOnMainThread(id object)
 {
     NSString *path = [Z5FileExplorerWapper fullPath:entry withfilter:nil];
     if (path == nil)
-        return [self skip:entry because:ExportEnd::kNoPath];
+        return YES;
     NSString *file = LocalPathFromVolumePath(path);
-    if (PathClimbs(file))
-        return [self skip:entry because:ExportEnd::kLeavesDestination];
-    if (![self makeFolderFor:entry below:destination])
-        return [self skip:entry because:ExportEnd::kNoFolder];
+    NSString *folder = LocalPathFromVolumePath([Z5FileExplorerWapper parentPath:entry]);
+    if (PathClimbs(file) || ![Z5FileManager makeDirectory:destination withSource:folder])
+        return YES;
 
     const double mebibytes = static_cast<double>(_nTotalCopySize) * (1.0 / 1024) * (1.0 / 1024);
     [_uiDelegate performSelector:@selector(UpdateInformation:) withObject:path];
@@ -180,33 +168,9 @@ void releaseOnMainThread(id object)
     if ([_uiDelegate GetState] == kExportStateStop)
         return NO;
     NSString *local = [destination stringByAppendingString:file];
-    if ([self placing] != nil || !LiesInOpenFolder([local UTF8String], [destination UTF8String]))
+    if (!LiesInOpenFolder([local UTF8String], [destination UTF8String]))
         [self copyOneFile:entry withDest:local];
     return YES;
-}
-
-// The sink, if it places files itself.
-- (id<ExportPlacing>)placing
-{
-    const BOOL places = [_uiDelegate respondsToSelector:@selector(entry:endedWith:)];
-    return places ? static_cast<id<ExportPlacing>>(_uiDelegate) : nil;
-}
-
-- (BOOL)skip:(Z5FindData *)entry because:(ExportEnd)reason
-{
-    ExportOutcome outcome;
-    outcome.end = reason;
-    [[self placing] entry:entry endedWith:outcome];
-    return YES;
-}
-
-- (BOOL)makeFolderFor:(Z5FindData *)entry below:(NSString *)destination
-{
-    id<ExportPlacing> placing = [self placing];
-    if (placing != nil)
-        return [placing makeFolderFor:entry];
-    NSString *folder = LocalPathFromVolumePath([Z5FileExplorerWapper parentPath:entry]);
-    return [Z5FileManager makeDirectory:destination withSource:folder];
 }
 
 - (BOOL)copyOneFile:(Z5FindData *)entry withDest:(NSString *)destination
@@ -214,82 +178,46 @@ void releaseOnMainThread(id object)
     AssertWorkerThread();
     if (entry == nil || destination == nil)
         return NO;
-    ExportOutcome outcome;
-    const BOOL copied = [self copy:entry to:destination outcome:&outcome];
-    [[self placing] entry:entry endedWith:outcome];
-    return copied;
-}
-
-- (BOOL)copy:(Z5FindData *)entry to:(NSString *)destination outcome:(ExportOutcome *)outcome
-{
-    outcome->end = ExportEnd::kNoMemory;
     // Zeroed: a chunk that cannot be read is written as the buffer stands.
     if (_innerBuffer == nullptr)
         _innerBuffer = new (std::nothrow) unsigned char[kExportChunkSize]();
-    if (_innerBuffer == nullptr)
-        return NO;
-    outcome->end = ExportEnd::kNoPath;
     NSString *path = [Z5FileExplorerWapper fullPath:entry withfilter:nil];
-    if (path == nil)
+    if (_innerBuffer == nullptr || path == nil)
         return NO;
 
-    outcome->end = ExportEnd::kNotOpened;
     Z5BitLockerFile *source =
         [[Z5BitLockerFile alloc] initWithFile:path andVol:[_fileExplorerWapper getVolObject]];
     if (source == nil)
         return NO;
-    [source seekFile:0];
-    FILE *local = [self openFileFor:entry at:destination];
-    outcome->end = local == nullptr ? ExportEnd::kNoLocalFile : ExportEnd::kCopied;
-    if (local != nullptr)
-        [self copyFrom:source into:local outcome:outcome];
+    const BOOL copied = [self copyFrom:source to:destination];
     [source release];
-    return local != nullptr;
+    return copied;
 }
 
-- (FILE *)openFileFor:(Z5FindData *)entry at:(NSString *)destination
+- (BOOL)copyFrom:(Z5BitLockerFile *)source to:(NSString *)destination
 {
-    id<ExportPlacing> placing = [self placing];
-    if (placing != nil)
-        return [placing openFileFor:entry];
+    [source seekFile:0];
     const char *path = [destination cStringUsingEncoding:NSUTF8StringEncoding];
-    return path == nullptr ? nullptr : OpenLocalFile(path);
-}
-
-// Closes the local file.
-- (void)copyFrom:(Z5BitLockerFile *)source into:(FILE *)local outcome:(ExportOutcome *)outcome
-{
+    FILE *local = path == nullptr ? nullptr : OpenLocalFile(path);
+    if (local == nullptr)
+        return NO;
     // A chunk is in the file when it is reported; the window may close on that report.
     setvbuf(local, nullptr, _IONBF, 0);
     fseek(local, 0, SEEK_SET);
-    [self copyChunksFrom:source into:local outcome:outcome];
-    if (fclose(local) != 0)
-        noteWriteError(outcome);
+    [self copyChunksFrom:source into:local];
+    fclose(local);
+    return YES;
 }
 
-// Bytes that could not be read or written count as copied: the export is silent about them. Only
-// for a sink that is notified of failed writes does the copy end at the first one.
-- (void)copyChunksFrom:(Z5BitLockerFile *)source into:(FILE *)local outcome:(ExportOutcome *)outcome
+// Bytes that could not be read or written count as copied: the export is silent about them.
+- (void)copyChunksFrom:(Z5BitLockerFile *)source into:(FILE *)local
 {
-    const BOOL endsAtFailure = [self placing] != nil;
-    outcome->size = [source getFileSize];
-    int64_t remaining = outcome->size;
-    while (remaining > 0) {
-        if (![_uiDelegate Continued]) {
-            outcome->end = ExportEnd::kStopped;
-            return;
-        }
+    int64_t remaining = [source getFileSize];
+    while (remaining > 0 && [_uiDelegate Continued]) {
         const int64_t count = std::min(remaining, kExportChunkSize);
         [source readFile:_innerBuffer ofsize:count];
-        const size_t written = fwrite(_innerBuffer, 1, static_cast<size_t>(count), local);
-        if (written != static_cast<size_t>(count))
-            noteWriteError(outcome);
-        if (endsAtFailure && outcome->end == ExportEnd::kNotWritten) {
-            outcome->copied += static_cast<int64_t>(written);
-            return;
-        }
+        fwrite(_innerBuffer, 1, static_cast<size_t>(count), local);
         remaining -= count;
-        outcome->copied += count;
         [self updateProgress:count];
     }
 }

@@ -1,6 +1,8 @@
 // The whole export: the worker thread, its order of work and what it tells the sink.
 #import "ExportTest.h"
 
+#include <objc/runtime.h>
+
 #include <cstring>
 #include <map>
 
@@ -439,4 +441,39 @@ TEST_F(ExportWorker, ManySmallFilesArriveWhole)
         const std::string name = std::string(1, char('a' + i % 5)) + "/" + std::to_string(i);
         EXPECT_EQ(Exported(name), files[i]->Read(0, i)) << name;
     }
+}
+
+namespace {
+
+IMP g_start = nullptr;
+
+void FailToStart(id, SEL)
+{
+    [NSException raise:NSInternalInconsistencyException format:@"no thread"];
+}
+
+// While it lives, the system has no thread to give.
+class NoThreads {
+public:
+    NoThreads() { g_start = method_setImplementation(Start(), reinterpret_cast<IMP>(FailToStart)); }
+    ~NoThreads() { method_setImplementation(Start(), g_start); }
+    NoThreads(const NoThreads &) = delete;
+    NoThreads &operator=(const NoThreads &) = delete;
+
+private:
+    static Method Start() { return class_getInstanceMethod([NSThread class], @selector(start)); }
+};
+
+}  // namespace
+
+TEST_F(ExportWorker, AThreadThatCannotBeMadeIsAFailureOfTheStart)
+{
+    Root().File(u"a", 1);
+    Plan();
+    {
+        const NoThreads none;
+        EXPECT_FALSE(Start());
+    }
+    ASSERT_TRUE(Run());
+    EXPECT_EQ(SizeOf("a"), 1);
 }
