@@ -189,7 +189,10 @@ protected:
 
 TEST_P(Interruption, AResumedExportEqualsAnUninterruptedOne)
 {
-    for (int moment = 0; moment < VX_MOMENTS; ++moment) {
+    constexpr int kFewestInside = VX_MOMENTS / 4;
+    // Some exports of a busy machine end before their signal comes; further moments follow then.
+    for (int moment = 0;
+         moment < VX_MOMENTS || (_inside < kFewestInside && moment < 4 * VX_MOMENTS); ++moment) {
         const std::string to = _folder.MakeFolder("to " + std::to_string(moment));
         InterruptOnce(to, false);
         while (Below(4) == 0)
@@ -197,8 +200,7 @@ TEST_P(Interruption, AResumedExportEqualsAnUninterruptedOne)
         ASSERT_NO_FATAL_FAILURE(GoOn(to)) << "moment " << moment;
         Shell(_folder.Path(), "rm -rf 'to " + std::to_string(moment) + "' list");
     }
-    // Or the moments would prove nothing. A busy machine lets some exports finish first.
-    EXPECT_GE(_inside, VX_MOMENTS / 8);
+    EXPECT_GE(_inside, kFewestInside);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Interruption,
