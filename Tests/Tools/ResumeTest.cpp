@@ -78,6 +78,26 @@ TEST_F(Resume, WithAListTheContentsDecide)
     EXPECT_EQ(FilesBelow(_destination), FilesBelow(_volume));
 }
 
+TEST_F(Resume, TheListKeepsWhatAnEarlierExportOfOtherFilesHasPutThere)
+{
+    const Arguments options = {"--resume", "--manifest", _list};
+    const auto exportOf = [&](const std::string &path) {
+        Arguments arguments = {"--to", _destination, _volume, path};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return Run(arguments);
+    };
+    EXPECT_EQ(exportOf("/sub").status, 0);
+    EXPECT_EQ(exportOf("/a.txt").status, 0);
+    const std::string list = _folder.ReadFile("list");
+    EXPECT_TRUE(Holds(list, "  a.txt\n"));
+    EXPECT_TRUE(Holds(list, "  sub/b.txt\n"));
+
+    // What is gone, or has another size now, is no longer proved.
+    _folder.WriteFile("destination/sub/b.txt", "22");
+    EXPECT_EQ(exportOf("/a.txt").status, 0);
+    EXPECT_FALSE(Holds(_folder.ReadFile("list"), "sub/b.txt"));
+}
+
 TEST_F(Resume, AFileThatChangedOnTheVolumeIsExportedAgain)
 {
     EXPECT_EQ(Again(true).status, 0);

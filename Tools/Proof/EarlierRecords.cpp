@@ -12,12 +12,12 @@ namespace {
 // Most records fit into it.
 constexpr size_t kOneRecord = 512;
 
-uint64_t HashOf(const std::string &path)
+}  // namespace
+
+uint64_t EarlierRecords::HashOf(const std::string &path)
 {
     return std::hash<std::string>()(path);
 }
-
-}  // namespace
 
 bool EarlierRecords::Read(int file, int64_t offset, int64_t *end)
 {
@@ -41,11 +41,27 @@ bool EarlierRecords::Find(const std::string &path, ManifestRecord *record) const
         std::upper_bound(_places.begin(), _places.end(), hash,
                          [](uint64_t wanted, const Place &place) { return wanted < place.hash; });
     while (after != _places.begin() && (--after)->hash == hash) {
-        ManifestReader reader(_file, after->offset, kOneRecord);
-        if (reader.Next(record) && record->path == path)
+        if (ReadAt(after->offset, record) && record->path == path)
             return true;
     }
     return false;
+}
+
+bool EarlierRecords::ReadAt(int64_t place, ManifestRecord *record) const
+{
+    return ManifestReader(_file, place, kOneRecord).Next(record);
+}
+
+std::vector<int64_t> EarlierRecords::PlacesOfOthers(const std::vector<uint64_t> &paths) const
+{
+    std::vector<int64_t> places;
+    for (size_t i = 0; i < _places.size(); ++i) {
+        const bool isLast = i + 1 == _places.size() || _places[i + 1].hash != _places[i].hash;
+        if (isLast && !std::binary_search(paths.begin(), paths.end(), _places[i].hash))
+            places.push_back(_places[i].offset);
+    }
+    std::sort(places.begin(), places.end());
+    return places;
 }
 
 }  // namespace vx

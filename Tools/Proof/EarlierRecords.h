@@ -19,6 +19,13 @@ public:
     // The last record of that path.
     bool Find(const std::string &path, ManifestRecord *record) const;
 
+    // Where the last record of each other path begins, in the order of the file. paths: the hashes
+    // of those to leave out, in ascending order.
+    std::vector<int64_t> PlacesOfOthers(const std::vector<uint64_t> &paths) const;
+    bool ReadAt(int64_t place, ManifestRecord *record) const;
+
+    static uint64_t HashOf(const std::string &path);
+
     size_t Count() const { return _places.size(); }
 
 private:

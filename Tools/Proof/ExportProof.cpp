@@ -11,6 +11,7 @@
 #include "SourceFiles.h"
 #include "TerminalText.h"
 #include "UniqueFd.h"
+#include "UnplannedRecords.h"
 
 #include <cerrno>
 #include <cstring>
@@ -84,6 +85,7 @@ bool ExportProof::Begin(const ExportScene &scene, std::string *error)
 {
     _plan = &scene.plan;
     _names = &scene.names;
+    _tree = &scene.tree;
     if (!_options.manifest.empty()) {
         _journal = std::make_unique<Journal>(_options.manifest, scene.destination);
         if (!(_options.resume ? _journal->Resume(error) : _journal->Begin(error)))
@@ -199,9 +201,10 @@ bool ExportProof::SealList(bool isAtItsEnd, std::string *error)
 bool ExportProof::WriteList(std::string *error)
 {
     auto next = _files.Files().begin();
-    const auto source = [this, &next](ManifestRecord *record) {
+    UnplannedRecords others(_journal->Earlier(), *_plan, *_names, *_tree);
+    const auto source = [this, &next, &others](ManifestRecord *record) {
         if (next == _files.Files().end())
-            return false;
+            return others.Next(record);
         const std::string other = _files.OtherPathOf(next->number);
         record->digest = next->digest;
         record->size = next->size;

@@ -66,6 +66,7 @@ private:
     std::vector<std::string> _warnings;
     const ExportPlan *_plan = nullptr;
     const PlanNames *_names = nullptr;
+    DestinationTree *_tree = nullptr;
     std::unique_ptr<Journal> _journal;        // with --manifest
     std::unique_ptr<EarlierCopies> _earlier;  // with --resume
     std::unique_ptr<CopyOnDisk> _reader;      // of Difference

@@ -30,6 +30,8 @@ public:
     {
         return _earlier.Find(path, record);
     }
+    // The same, as a whole.
+    const EarlierRecords &Earlier() const { return _earlier; }
 
     // False: the record is not in the journal, and FailureText says why, from then on.
     bool Append(const ManifestRecord &record);
