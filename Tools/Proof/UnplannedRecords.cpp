@@ -48,8 +48,7 @@ bool UnplannedRecords::IsInPlace(const ManifestRecord &record)
     const SplitPath path(record.path);
     std::string reason;
     int error = 0;
-    const auto folder =
-        _tree.Enter(path.folder, DestinationTree::Missing::kFail, &reason, &error);
+    const auto folder = _tree.Enter(path.folder, DestinationTree::Missing::kFail, &reason, &error);
     struct stat found;
     return folder != nullptr &&
            fstatat(folder->Get(), path.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&

@@ -1,5 +1,6 @@
-// What an earlier export has put into the destination beside the files of this plan: its records stay
-// in the hash list as long as the file is in its place with its size. Damaged copies are left out.
+// What an earlier export has put into the destination beside the files of this plan: its records
+// stay in the hash list as long as the file is in its place with its size. Damaged copies are left
+// out.
 //
 // Ownership: borrows all that it is made with. Memory: 8 bytes for each file of the plan and each
 // such record. Threads: one.

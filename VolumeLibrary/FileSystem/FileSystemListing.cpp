@@ -5,10 +5,22 @@
 #include <iterator>
 
 namespace vx {
+namespace {
+
+bool HasAll(const std::shared_ptr<const FolderMap> &known)
+{
+    return known != nullptr && known->IsComplete();
+}
+
+}  // namespace
 
 FileSystemListing::FileSystemListing(FolderIndex *index, uint64_t folder, const Way &way,
                                      std::unique_ptr<FolderReader> reader)
-    : _index(*index), _folder(folder), _way(way), _reader(std::move(reader))
+    : _index(*index),
+      _folder(folder),
+      _way(way),
+      _reader(std::move(reader)),
+      _isKnown(HasAll(index->Find(folder, way)))
 {
 }
 
@@ -61,17 +73,20 @@ VolumeListingReport FileSystemListing::Report() const
 VolumeListing::Step FileSystemListing::Take()
 {
     const Step step = _reader->Next(&_entry);
-    if (step == Step::kEntry)
+    if (step == Step::kEntry && !_isKnown)
         _map->Add(_entry.name, _entry.node);
-    else
+    if (step != Step::kEntry)
         Finish(step == Step::kEnd && _reader->Report().isWhole);
     return step;
 }
 
 void FileSystemListing::Finish(bool isComplete)
 {
-    _map->Seal(isComplete);
-    _index.Keep(_folder, _way, std::move(_map));
+    const std::shared_ptr<FolderMap> map = std::move(_map);
+    if (_isKnown)
+        return;
+    map->Seal(isComplete);
+    _index.Keep(_folder, _way, map);
 }
 
 }  // namespace vx

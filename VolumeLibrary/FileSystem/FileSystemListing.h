@@ -1,5 +1,5 @@
 // One pass over a folder of a file system: an open search. At the end of the folder, or where it
-// cannot be read, the names so far are handed to the index.
+// cannot be read, the names so far are handed to the index, unless it has all of them already.
 //
 // A second folder of the same name is left out, and reported as missing: its path leads to the
 // first one, which would be found twice with all that lies below.
@@ -32,6 +32,7 @@ private:
     const uint64_t _folder;
     const Way _way;
     const std::unique_ptr<FolderReader> _reader;
+    const bool _isKnown;  // whether the index has all names
     FolderEntry _entry;
     uint64_t _sameNames = 0;                                          // folders that were left out
     SortedRuns<uint64_t> _folderNames;                                // hashes

@@ -1,6 +1,8 @@
 #include "FolderIndex.h"
 
 #include <algorithm>
+#include <numeric>
+#include <vector>
 
 namespace vx {
 
@@ -17,9 +19,29 @@ void FolderMap::Add(std::string_view name, const Node &node)
 void FolderMap::Seal(bool isComplete)
 {
     _isComplete = isComplete;
-    std::stable_sort(_entries.begin(), _entries.end(),
-                     [](const Entry &a, const Entry &b) { return a.hash < b.hash; });
+    SortByHash();
     _entries.shrink_to_fit();
+}
+
+// Equal hashes stay in their order. std::stable_sort would take half as much memory again.
+void FolderMap::SortByHash()
+{
+    std::vector<uint32_t> order(_entries.size());  // which entry belongs in each place
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(), [this](uint32_t a, uint32_t b) {
+        return _entries[a].hash != _entries[b].hash ? _entries[a].hash < _entries[b].hash : a < b;
+    });
+    for (uint32_t start = 0; start < order.size(); ++start) {
+        const Entry first = _entries[start];
+        uint32_t place = start;
+        for (uint32_t from = order[place]; from != start; from = order[place]) {
+            _entries[place] = _entries[from];
+            order[place] = place;
+            place = from;
+        }
+        _entries[place] = first;
+        order[place] = place;
+    }
 }
 
 std::optional<Node> FolderMap::Find(std::string_view name) const

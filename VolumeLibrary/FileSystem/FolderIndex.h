@@ -9,11 +9,11 @@
 #include "FileSystem.h"
 #include "Mutex.h"
 
+#include <deque>
 #include <list>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 namespace vx {
 
@@ -38,7 +38,10 @@ private:
         Node node;
     };
 
-    std::vector<Entry> _entries;
+    void SortByHash();
+
+    // Not a vector, which needs half as much again while it grows.
+    std::deque<Entry> _entries;
     bool _isWhole = true;
     bool _isComplete = false;
 };
