@@ -3,10 +3,19 @@
 //
 // The entry takes three UTF-8 texts and the place for the volume:
 //   1. what to open: the path of a folder, an image or a device; of a disk with several volumes
-//      "PATH#2" is the second one of its list;
-//   2. how it is unlocked: "none", "password", "recovery" or "startup-key";
-//   3. the secret: ignored for "none"; the password; the recovery password of
-//      48 digits; the path of the startup key file.
+//      "PATH#2" is the second one of its list; "PATH@1048576" is the encrypted volume that begins
+//      at this byte, or has a copy of its metadata there, whatever the first sector and the table
+//      of partitions are;
+//   2. how it is unlocked, and 3. the secret:
+//      "none"           ignored
+//      "password"       the password
+//      "recovery"       the recovery password of 48 digits
+//      "startup-key"    the path of the startup key file
+//      "recovery-file"  the path of a text file in which Windows saved a recovery key
+//      "key-ring"       the path of a folder or file with many recovery keys and startup keys
+//      "vmk"            the volume master key: 64 hexadecimal digits, or the path of its file
+//      "fvek"           the key of the sectors: hexadecimal digits, with the method before them and
+//                       a colon between if need be ("aes-xts-128:00ff..."), or the path of its file
 // A status other than 0 always comes with a null volume. The numbers never change their
 // meaning: 1 to 19 concern opening anything at all, 20 to 39 encrypted disks and images.
 //

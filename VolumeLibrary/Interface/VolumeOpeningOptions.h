@@ -1,5 +1,6 @@
-// How a failing disk is read: what a program says to the volume library before it opens a volume.
-// For every program that loads the library; the function is optional, as those of VolumeReport.h.
+// What a program says to the volume library before it opens a volume: how a failing disk is read,
+// what of an encrypted volume is wanted, and who hears how far an opening is. For every program
+// that loads the library; the function is optional, as those of VolumeReport.h.
 //
 // Threads: the options concern the openings of the calling thread. Units: bytes, milliseconds.
 #pragma once
@@ -7,6 +8,19 @@
 #include "ByteRange.h"
 
 #include <cstdint>
+
+enum class VolumeOpeningStep : uint32_t {
+    kTryingSecrets = 1,  // several secrets in turn: done and total count them
+    kSearching = 2,      // a disk for lost metadata: done and total are bytes
+};
+
+// Called on the opening thread, several times a second at most, and first before the step begins.
+// seconds: what the whole step takes, by what was measured so far; 0 if that is not known.
+using VolumeOpeningProgressFunction = void (*)(void *context, VolumeOpeningStep step, uint64_t done,
+                                               uint64_t total, uint32_t seconds);
+
+// The path of the only file of a volume that was opened for its contents.
+constexpr char16_t kVolumeContentsPath[] = u"/volume.img";
 
 struct VolumeOpeningOptions {
     // The most ranges that unread may have: 64 MiB of them.
@@ -28,10 +42,17 @@ struct VolumeOpeningOptions {
     // parts (kPlacesNotKept otherwise).
     const vx::ByteRange *unread = nullptr;
     uint64_t unreadCount = 0;
+    // Whether the volume is opened for its contents: its only file, kVolumeContentsPath, has every
+    // byte of the volume, decrypted, whatever file system is in it. 0: no.
+    uint32_t opensContents = 0;
+    // Whether VolumeLibraryVisitRecoveryPasswordsFunction shall have an answer. 0: no.
+    uint32_t keepsRecoveryPasswords = 0;
+    VolumeOpeningProgressFunction progress = nullptr;
+    void *progressContext = nullptr;
 };
 
 // "volume_library_set_opening_options". Concerns all later openings on the calling thread, until it
-// is called again; null for none of it. What it points to is copied. False, and nothing changes, if
+// is called again; null for none of it. The ranges are copied. False, and nothing changes, if
 // the library does not know this version of the structure, the ranges are not as described, or
 // there is no memory.
 using VolumeLibrarySetOpeningOptionsFunction = bool (*)(const VolumeOpeningOptions *options);

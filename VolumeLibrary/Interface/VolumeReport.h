@@ -1,8 +1,8 @@
 // What the volume library offers beyond IVolume: why an entry cannot be exported, whether a folder
 // was listed whole, which bytes of a file could not be read, whether the disk is still there, the
-// streams with names that a file or folder of NTFS has beside its data, and a way to cancel an
-// opening. For every program that loads the library; the header needs only
-// IVolume.h.
+// streams with names that a file or folder of NTFS has beside its data, what the file system and
+// the encryption are, and a way to cancel an opening. For every program that loads the library; the
+// header needs only IVolume.h.
 //
 // Each function is optional: a program looks it up by its name and does without it where it is
 // missing. volume is always one that this library opened, and a handle one of its handles that is
@@ -109,6 +109,53 @@ using VolumeLibraryVisitStreamsFunction = bool (*)(IVolume *volume, const char16
 // be read.
 using VolumeLibraryOpenStreamFunction = bool (*)(IVolume *volume, const char16_t *path,
                                                  const char16_t *stream, VolumeHandle *handle);
+
+enum class VolumeFileSystemState : uint32_t {
+    kUnknown = 0,
+    kClean = 1,
+    kInUse = 2,    // it was not taken off in order: what was written last may be missing
+    kDamaged = 3,  // it says itself that errors were found in it
+};
+
+constexpr uint64_t kUnknownBytes = ~uint64_t{0};
+
+struct VolumeFileSystemReport {
+    // Versions of this structure are told apart by its size.
+    uint32_t bytes = sizeof(VolumeFileSystemReport);
+    VolumeFileSystemState state = VolumeFileSystemState::kUnknown;
+    char name[32] = {};    // "NTFS 3.1", "FAT32", "exFAT"; "folder"
+    char label[128] = {};  // UTF-8; cut if it is longer
+    char serial[32] = {};  // as Windows shows it, "1A2B-3C4D"; empty without one
+    uint64_t totalBytes = kUnknownBytes;
+    uint64_t freeBytes = kUnknownBytes;
+    uint32_t clusterBytes = 0;  // 0 without clusters
+};
+
+// "volume_library_describe_file_system".
+using VolumeLibraryDescribeFileSystemFunction = bool (*)(IVolume *volume,
+                                                         VolumeFileSystemReport *report);
+
+// How an encrypted volume was opened. UTF-8; empty if nothing was needed.
+struct VolumeUnlockingReport {
+    uint32_t bytes = sizeof(VolumeUnlockingReport);
+    char kind[64] = {};        // the protector's, as DiskProtectorReport::kind; "vmk", "fvek"
+    char identifier[40] = {};  // the protector's; empty for a raw key
+    char method[32] = {};      // "AES-128-XTS"
+};
+
+// "volume_library_describe_unlocking". False for a volume that is not encrypted.
+using VolumeLibraryDescribeUnlockingFunction = bool (*)(IVolume *volume,
+                                                        VolumeUnlockingReport *report);
+
+// Called for each recovery password. The texts stay as long as the call and are overwritten then.
+// identifier: that of its protector. password: 48 digits in groups of six, with dashes.
+using VolumeRecoveryPasswordFunction = void (*)(void *context, const char *identifier,
+                                                const char *password);
+// "volume_library_visit_recovery_passwords". Answers only if
+// VolumeOpeningOptions::keepsRecoveryPasswords was set, and not for a volume that was opened with
+// the key of its sectors, which does not lead to them. Each password is visited once.
+using VolumeLibraryVisitRecoveryPasswordsFunction =
+    bool (*)(IVolume *volume, VolumeRecoveryPasswordFunction password, void *context);
 
 // "volume_library_cancel_opening". Cancels every opening that is running on any thread of the
 // process. One that derives a key from a password or searches for metadata ends with kCancelled
