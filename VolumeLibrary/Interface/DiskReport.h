@@ -14,9 +14,9 @@
 
 // One way to unlock a volume.
 struct DiskProtectorReport {
-    const char *kind;        // for programs: "password", "recovery-password", "tpm-and-pin", "other"
-    const char *kindText;    // in words: "TPM and PIN"
-    uint32_t kindNumber;     // as the disk has it
+    const char *kind;      // for programs: "password", "recovery-password", "tpm-and-pin", "other"
+    const char *kindText;  // in words: "TPM and PIN"
+    uint32_t kindNumber;   // as the disk has it
     const char *identifier;  // "1A2B3C4D-...", in capitals; Windows shows the first eight digits
     uint64_t changed;
     // The kinds of unlock that the library takes for it, as its entry names them, separated by
@@ -52,21 +52,21 @@ struct DiskVolumeReport {
     uint32_t number;  // 2 for PATH#2; 0 of what has none, since nothing here opens it
     uint64_t offset;
     uint64_t bytes;
-    const char *kind;      // for programs: "encrypted", "ntfs", "fat", "exfat", "unreadable", "other"
+    const char *kind;  // for programs: "encrypted", "ntfs", "fat", "exfat", "unreadable", "other"
     const char *kindText;  // in words: "a LUKS volume"
     const char *nextStep;  // of what does not open: "open it with cryptsetup"
     const char *label;
     const char *partitionName;
-    const char *partitionType;  // "Basic data partition", or the type's number or GUID
+    const char *partitionType;               // "Basic data partition", or the type's number or GUID
     const DiskEncryptionReport *encryption;  // null if it is not encrypted or nothing of it is left
 };
 
 struct DiskReport {
-    const char *container;      // for programs: "device", "raw", "split", "e01", "vhdx", ...
-    const char *containerText;  // in words: "a dynamic VHDX image"
-    uint64_t bytes;             // of the disk
-    uint32_t sectorBytes;       // its logical sectors; 0 if nothing says so
-    const char *table;          // for programs: "gpt", "mbr"; empty without partitions
+    const char *container;            // for programs: "device", "raw", "split", "e01", "vhdx", ...
+    const char *containerText;        // in words: "a dynamic VHDX image"
+    uint64_t bytes;                   // of the disk
+    uint32_t sectorBytes;             // its logical sectors; 0 if nothing says so
+    const char *table;                // for programs: "gpt", "mbr"; empty without partitions
     const DiskVolumeReport *volumes;  // in the order of the disk
     uint64_t volumeCount;
     const char *const *warnings;  // damage that was noticed, a sentence each
@@ -83,12 +83,12 @@ using VolumeLibraryReleaseDiskReportFunction = void (*)(const DiskReport *report
 
 // An encrypted volume that a search has found.
 struct DiskFinding {
-    uint64_t offset;        // of the volume's beginning on the disk
-    uint64_t bytes;         // of the volume, as its metadata has it; 0 if unknown
-    bool hasBootSector;     // its first sector is there
-    bool isInTable;         // a table of partitions names it
-    const char *address;    // what opens it, after the device's path: "@1048576", "#2"
-    const char *method;     // as DiskEncryptionReport
+    uint64_t offset;      // of the volume's beginning on the disk
+    uint64_t bytes;       // of the volume, as its metadata has it; 0 if unknown
+    bool hasBootSector;   // its first sector is there
+    bool isInTable;       // a table of partitions names it
+    const char *address;  // what opens it, after the device's path: "@1048576", "#2"
+    const char *method;   // as DiskEncryptionReport
     const char *identifier;
     const char *description;
     const uint64_t *copies;  // where its copies of the metadata are on the disk
@@ -98,9 +98,9 @@ struct DiskFinding {
 // finding: stays as long as the call.
 using DiskFindingFunction = void (*)(void *context, const DiskFinding *finding);
 
-// "volume_library_search_disk". Reads the whole disk, and reports each encrypted volume once, in the
-// order of the disk, when the search is at its end or was cancelled. What cannot be read is passed
-// over and counted as unreadBytes, which may be null. Progress is reported as
+// "volume_library_search_disk". Reads the whole disk, and reports each encrypted volume once, in
+// the order of the disk, when the search is at its end or was cancelled. What cannot be read is
+// passed over and counted as unreadBytes, which may be null. Progress is reported as
 // VolumeOpeningOptions.h says. Returns a status, kCancelled too.
 using VolumeLibrarySearchDiskFunction = int32_t (*)(const char *device, DiskFindingFunction finding,
                                                     void *context, uint64_t *unreadBytes);
