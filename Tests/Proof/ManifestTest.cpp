@@ -230,16 +230,40 @@ TEST_F(Manifest, TheOldListStaysUntilTheNewOneIsComplete)
     EXPECT_NE(access(_folder.At(".list.partial").c_str(), F_OK), 0);
 }
 
-TEST_F(Manifest, TheLeftoverOfAKilledRunIsReplacedAndNothingElse)
+TEST_F(Manifest, WhatHasTheNameOfThePartialFileStays)
 {
-    _folder.WriteFile(".list.partial", "left");
+    _folder.WriteFile(".list.partial", "mine");
+    _folder.MakeLink(".list.2.partial", _folder.WriteFile("other", "mine, too"));
     std::string error;
-    const auto none = [](ManifestRecord *) { return false; };
-    EXPECT_TRUE(WriteManifest(_list, none, &error)) << error;
-    _folder.MakeLink(".list.partial", _folder.WriteFile("other", "mine"));
-    EXPECT_FALSE(WriteManifest(_list, none, &error));
-    EXPECT_EQ(error, "cannot write the hash list " + _list + ": File exists");
-    EXPECT_EQ(_folder.ReadFile("other"), "mine");
+    const auto source = [turn = 0](ManifestRecord *record) mutable {
+        *record = RecordOf("a");
+        return ++turn < 2;
+    };
+    ASSERT_TRUE(WriteManifest(_list, source, &error)) << error;
+    EXPECT_EQ(ReadList().size(), 1u);
+    EXPECT_EQ(_folder.ReadFile(".list.partial"), "mine");
+    EXPECT_EQ(_folder.ReadFile("other"), "mine, too");
+    EXPECT_NE(access(_folder.At(".list.3.partial").c_str(), F_OK), 0);
+}
+
+TEST_F(Manifest, OfTwoRunsThatWriteItAtATimeTheLastOneWins)
+{
+    std::string error;
+    const auto other = [turn = 0](ManifestRecord *record) mutable {
+        *record = RecordOf("b");
+        return ++turn < 2;
+    };
+    const auto source = [&, turn = 0](ManifestRecord *record) mutable {
+        if (turn == 0) {
+            EXPECT_TRUE(WriteManifest(_list, other, &error)) << error;
+            EXPECT_EQ(ReadList().size(), 1u);
+        }
+        *record = RecordOf("a");
+        return ++turn < 4;
+    };
+    ASSERT_TRUE(WriteManifest(_list, source, &error)) << error;
+    EXPECT_EQ(ReadList().size(), 3u);
+    EXPECT_FALSE(_isTorn);
 }
 
 }  // namespace

@@ -216,10 +216,19 @@ TEST_F(Map, AWrittenMapReplacesAnOlderOneAndLeavesNothingElse)
     folder.WriteFile("map", "older");
     ASSERT_TRUE(WriteRescueMap(folder.At("map"), {{0, 512}}, 1024, &error)) << error;
     EXPECT_EQ(ReadFile("map"), (Ranges{{512, kEnd - 512}}));
-    EXPECT_NE(access(folder.At("map.partial").c_str(), F_OK), 0);
+    EXPECT_NE(access(folder.At(".map.partial").c_str(), F_OK), 0);
     EXPECT_FALSE(WriteRescueMap(folder.At("none/map"), {}, 1024, &error));
     EXPECT_EQ(error,
               "the map " + folder.At("none/map") + " cannot be written: No such file or directory");
+}
+
+TEST_F(Map, WritingOneTouchesNoOtherFile)
+{
+    folder.WriteFile(".map.partial", "mine");
+    folder.WriteFile("map.partial", "mine, too");
+    ASSERT_TRUE(WriteRescueMap(folder.At("map"), {{0, 512}}, 1024, &error)) << error;
+    EXPECT_EQ(folder.ReadFile(".map.partial"), "mine");
+    EXPECT_EQ(folder.ReadFile("map.partial"), "mine, too");
 }
 
 TEST(DiskAreas, TheyAreSortedWholeSectors)

@@ -1,20 +1,15 @@
 #include "RescueMapWriter.h"
 
+#include "ReplacementFile.h"
 #include "TerminalText.h"
-#include "UniqueFd.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace vx {
 namespace {
-
-constexpr mode_t kMode = 0666;
 
 void AddArea(uint64_t begin, uint64_t end, char status, std::string *text)
 {
@@ -24,17 +19,6 @@ void AddArea(uint64_t begin, uint64_t end, char status, std::string *text)
     std::snprintf(line, sizeof line, "0x%08" PRIX64 "  0x%08" PRIX64 "  %c\n", begin, end - begin,
                   status);
     *text += line;
-}
-
-bool WriteAll(int file, const std::string &text)
-{
-    for (size_t done = 0; done < text.size();) {
-        const ssize_t got = write(file, text.data() + done, text.size() - done);
-        if (got < 0 && errno != EINTR)
-            return false;
-        done += static_cast<size_t>(std::max<ssize_t>(got, 0));
-    }
-    return fsync(file) == 0;
 }
 
 }  // namespace
@@ -58,16 +42,13 @@ std::string RescueMapText(const ByteRanges &wanted, uint64_t size)
 bool WriteRescueMap(const std::string &path, const ByteRanges &wanted, uint64_t size,
                     std::string *error)
 {
-    const std::string partial = path + ".partial";
-    (void)unlink(partial.c_str());
-    const UniqueFd file(
-        open(partial.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kMode));
-    if (file && WriteAll(file.Get(), RescueMapText(wanted, size)) &&
-        rename(partial.c_str(), path.c_str()) == 0)
-        return true;
-    *error = "the map " + TerminalText(path) + " cannot be written: " + std::strerror(errno);
-    if (file)
-        (void)unlink(partial.c_str());
+    ReplacementFile file(path);
+    if (file.Create()) {
+        file.Write(RescueMapText(wanted, size));
+        if (file.Deliver())
+            return true;
+    }
+    *error = "the map " + TerminalText(path) + " cannot be written: " + strerror(file.Error());
     return false;
 }
 

@@ -13,13 +13,7 @@ namespace {
 
 constexpr size_t kBufferSize = 65536;
 constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-
-bool IsOwnLeftover(const std::string &path)
-{
-    struct stat found;
-    return lstat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
-           found.st_uid == geteuid();
-}
+constexpr unsigned kMostNumbers = 1000;
 
 // The name of a file is durable when its folder is. Not every file system can do that.
 bool SyncFolder(const std::string &path)
@@ -30,16 +24,14 @@ bool SyncFolder(const std::string &path)
 
 }  // namespace
 
-std::string PartialPathOf(const std::string &path)
+std::string PartialPathOf(const std::string &path, unsigned number)
 {
     const std::string name = path.substr(path.rfind('/') + 1);
-    return path.substr(0, path.size() - name.size()) + "." + name + ".partial";
+    const std::string mark = number == 1 ? "" : "." + std::to_string(number);
+    return path.substr(0, path.size() - name.size()) + "." + name + mark + ".partial";
 }
 
-ReplacementFile::ReplacementFile(std::string path)
-    : _path(std::move(path)), _partial(PartialPathOf(_path))
-{
-}
+ReplacementFile::ReplacementFile(std::string path) : _path(std::move(path)) {}
 
 ReplacementFile::~ReplacementFile()
 {
@@ -56,9 +48,9 @@ bool ReplacementFile::Note(bool done)
 
 bool ReplacementFile::Create()
 {
-    _file = UniqueFd(open(_partial.c_str(), kNew, 0666));
-    if (!_file && errno == EEXIST && IsOwnLeftover(_partial)) {
-        unlink(_partial.c_str());
+    errno = EEXIST;
+    for (unsigned number = 1; !_file && errno == EEXIST && number <= kMostNumbers; ++number) {
+        _partial = PartialPathOf(_path, number);
         _file = UniqueFd(open(_partial.c_str(), kNew, 0666));
     }
     if (!Note(bool(_file)))

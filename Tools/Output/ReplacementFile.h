@@ -1,5 +1,6 @@
 // A file of this machine that is written beside its place, as ".NAME.partial", and takes the place
-// when it is complete: what stood there stays until then.
+// when it is complete: what stood there stays until then. If that name is taken, by what a killed
+// run has left, by another run or by anything else, the file has a number in it.
 //
 // Ownership: removes the partial file when it goes, unless that was delivered. Threads: one at a
 // time. Errors: errno, which the first failure sets.
@@ -12,8 +13,8 @@
 
 namespace vx {
 
-// ".NAME.partial" in the same folder.
-std::string PartialPathOf(const std::string &path);
+// ".NAME.partial" in the same folder; of a later number ".NAME.2.partial".
+std::string PartialPathOf(const std::string &path, unsigned number = 1);
 
 class ReplacementFile {
 public:
@@ -22,7 +23,6 @@ public:
     ReplacementFile(const ReplacementFile &) = delete;
     ReplacementFile &operator=(const ReplacementFile &) = delete;
 
-    // A partial file that a killed run has left is replaced; anything else in its place is not.
     bool Create();
     // After a failure nothing more is written, and Deliver fails.
     void Write(std::string_view text);
@@ -38,7 +38,7 @@ private:
     void TakeAfter();
 
     const std::string _path;
-    const std::string _partial;
+    std::string _partial;
     UniqueFd _file;
     std::string _buffer;
     int _error = 0;
