@@ -24,15 +24,18 @@ public:
     std::string LikeADisk();  // 100 entries of many kinds, as at a disk's root
     std::string Empty();
 
-    // A folder that does not exist, for a copy; what an earlier copy left there is removed, what is
-    // still to be written to the disk is written, and free memory is filled.
+    // A folder that does not exist, for a copy; what an earlier copy left there is removed, or moved
+    // away until the end if it is many files, what is still to be written to the disk is written,
+    // and free memory is filled.
     std::string FreshDestination();
 
 private:
     bool MakeFolder(const std::string &folder) const;
     std::string OneFile(const std::string &name, long long bytes);
+    void ClearAway(const std::string &copy);
 
     std::string _folder;
+    int _cleared = 0;
 };
 
 constexpr long long kLargeFileBytes = 2LL << 30;
