@@ -1,9 +1,10 @@
-// Disk devices, which differ by platform: which files are some, and their size in bytes.
+// Disk devices, which differ by platform: which files are some, and their sizes in bytes.
 #pragma once
 
 #include "Error.h"
 
 #include <cstdint>
+#include <string>
 #include <sys/types.h>
 
 namespace vx {
@@ -15,5 +16,8 @@ bool IsDiskDevice(mode_t mode);
 // Of an open regular file or disk device. Errors: kSystemError; EISDIR or ENOTSUP for what is
 // neither.
 Result<uint64_t> DeviceSize(int descriptor);
+
+// Of a logical sector of the disk device at the path; 0 if it cannot be found.
+uint32_t DeviceSectorBytes(const std::string &path);
 
 }  // namespace vx

@@ -3,6 +3,7 @@
 #include "ContainerKind.h"
 #include "DeviceSize.h"
 #include "EwfImage.h"
+#include "ParentImage.h"
 #include "RawImage.h"
 #include "VhdImage.h"
 #include "VmdkImage.h"
@@ -46,9 +47,9 @@ Result<Container> InForm(const char *form, Result<Container> image)
     return image;
 }
 
-Result<Container> OpenFile(const std::string &path, const Source &file)
+Result<Container> OpenAs(const FoundContainer &found, const std::string &path, const Source &file,
+                         const ParentOpener &)
 {
-    const FoundContainer found = FindContainerKind(path, *file);
     switch (found.kind) {
     case ContainerKind::kUnsupported:
         return Error{Status::kUnsupportedContainer, found.unsupported->Sentence()};
@@ -70,17 +71,40 @@ Result<Container> OpenFile(const std::string &path, const Source &file)
     return raw;
 }
 
-}  // namespace
+Container OpenDevice(const std::string &path, const Source &device)
+{
+    Container container = {device};
+    container.kind = "device";
+    container.description = "a device";
+    container.sectorBytes = DeviceSectorBytes(path);
+    return container;
+}
 
-Result<Container> OpenContainer(const std::string &path)
+// wanted: the kind that the file must have, if any. A raw image is not examined.
+Result<Container> OpenImage(const std::string &path, std::optional<ContainerKind> wanted,
+                            const ParentOpener &parents)
 {
     const auto form = FormOf(path);
     if (!form)
         return form.Failure();
-    auto file = OpenRaw(path, AdviceForPermission(*form));
+    const auto file = OpenRaw(path, AdviceForPermission(*form));
     if (!file)
         return file.Failure();
-    auto container = *form == FileForm::kDevice ? Container{*file} : OpenFile(path, *file);
+    if (*form == FileForm::kDevice)
+        return OpenDevice(path, *file);
+    if (wanted == ContainerKind::kRaw)
+        return Container{*file};
+    const FoundContainer found = FindContainerKind(path, **file);
+    if (wanted && found.kind != *wanted && found.kind != ContainerKind::kUnsupported)
+        return Error{Status::kUnsupportedContainer, "it is not of the format that is needed"};
+    return OpenAs(found, path, *file, parents);
+}
+
+}  // namespace
+
+Result<Container> OpenContainer(const std::string &path)
+{
+    auto container = OpenImage(path, {}, ParentImage::Beside(path, OpenImage));
     if (container && container->files.empty())
         container->files.push_back(path);
     return container;

@@ -31,6 +31,13 @@ struct Container {
     // "an E01 image" of one that does not keep the disk byte by byte; null for a disk and a raw
     // image, whole or in parts.
     const char *form = nullptr;
+    // For programs, a name that never changes: "device", "raw", "split", "e01", "s01", "vhd",
+    // "vmdk".
+    const char *kind = "raw";
+    std::string description = "a raw image";  // in words: "a dynamic VHD image"
+    uint32_t sectorBytes = 0;                 // a logical sector of its disk; 0 if nothing says so
+    // By which a child recognises it as its parent, in a form of its format; empty if it has none.
+    std::string identity = {};
 };
 
 // Errors: kSystemError, with advice if permission is missing; kNotAVolume for what is neither a

@@ -94,6 +94,9 @@ Result<Container> OpenEwf(const std::string &path)
         return layout.Failure();
     Container container;
     container.notes = NotesOf(*layout);
+    container.kind = layout->isOfOlderKind ? "s01" : "e01";
+    container.description = layout->isOfOlderKind ? "an S01 image" : "an E01 image";
+    container.sectorBytes = layout->sectorBytes;
     for (const EwfFile &file : *files)
         container.files.push_back(file.path);
     container.source = std::make_shared<EwfSource>(std::move(*files), std::move(*layout));

@@ -139,7 +139,8 @@ bool EwfLayoutReader::SetDisk(ByteView description)
     ByteReader reader(description, kSectorsOfChunkAt);
     const uint64_t sectorsOfChunk = reader.U32();
     const uint64_t sectorBytes = reader.U32();
-    const uint64_t sectors = description.size == kShortDescription ? reader.U32() : reader.U64();
+    _layout.isOfOlderKind = description.size == kShortDescription;
+    const uint64_t sectors = _layout.isOfOlderKind ? reader.U32() : reader.U64();
     const uint64_t chunkBytes = sectorsOfChunk * sectorBytes;
     if (chunkBytes == 0 || chunkBytes > kLargestChunk || sectors > kMostBytes / sectorBytes)
         return false;

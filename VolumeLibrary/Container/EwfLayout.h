@@ -39,6 +39,7 @@ struct EwfLayout {
     uint64_t chunks = 0;           // in all of them
     uint64_t lostSectors = 0;      // that could not be read when the image was made
     uint32_t sectorBytes = 0;
+    bool isOfOlderKind = false;  // such as S01
     // The lost sectors in bytes of the disk, in ascending order, without overlaps: those of the
     // first kMostLost entries of the image's lists.
     ByteRanges lost;

@@ -27,6 +27,8 @@ Result<Container> OpenSplit(const PartNames &names)
 {
     Container container;
     const size_t count = names.CountWithoutGap();
+    container.kind = "split";
+    container.description = "a raw image in " + std::to_string(count) + " parts";
     std::vector<Source> parts;
     for (size_t number = 1; number <= count; ++number) {
         auto part =

@@ -16,12 +16,22 @@ namespace {
 
 using Source = std::shared_ptr<const ByteSource>;
 
+constexpr const char *kFixed = "a fixed VHD image";
 constexpr size_t kFooterBytes = 512;
 constexpr size_t kHeaderBytes = 1024;
 
 using Header = std::array<uint8_t, kHeaderBytes>;
 
 enum class DiskType : uint32_t { kFixed = 2, kGrowing = 3, kDifferencing = 4 };
+
+Container VhdContainer(const char *description, Source disk)
+{
+    Container container = {std::move(disk)};
+    container.kind = "vhd";
+    container.description = description;
+    container.sectorBytes = 512;
+    return container;
+}
 
 Error Damaged()
 {
@@ -88,20 +98,22 @@ std::optional<Footer> ReadLast(const ByteSource &file)
 
 Result<Container> OpenFixed(const Source &file, const Footer &footer)
 {
-    Container container;
     const uint64_t stored = file->Size() - kFooterBytes;
+    Container container = VhdContainer(
+        kFixed, std::make_shared<PartOfSource>(file, 0, std::min(footer.diskBytes, stored)));
     if (footer.diskBytes > stored)
         container.notes.push_back("the VHD image says that it holds " +
                                   std::to_string(footer.diskBytes) + " bytes and holds " +
                                   std::to_string(stored));
-    container.source = std::make_shared<PartOfSource>(file, 0, std::min(footer.diskBytes, stored));
     return container;
 }
 
 Container OpenFixedWithoutFooter(const Source &file)
 {
-    return {std::make_shared<PartOfSource>(file, 0, file->Size() - kFooterBytes),
-            {"the footer of the VHD image is damaged"}};
+    Container container =
+        VhdContainer(kFixed, std::make_shared<PartOfSource>(file, 0, file->Size() - kFooterBytes));
+    container.notes = {"the footer of the VHD image is damaged"};
+    return container;
 }
 
 // A name for a message: control characters could do harm to a terminal.
@@ -194,7 +206,7 @@ Result<Container> OpenGrowing(const Source &file, const Footer &footer)
         return Damaged();
     if (shape.tableAt > file->Size() || (file->Size() - shape.tableAt) / 4 < shape.entries)
         return EndsEarly();
-    return Container{std::make_shared<VhdBlocks>(file, shape)};
+    return VhdContainer("a dynamic VHD image", std::make_shared<VhdBlocks>(file, shape));
 }
 
 Result<Container> OpenWith(const Footer &footer, const Source &file)

@@ -1,5 +1,7 @@
 #include "VmdkDescription.h"
 
+#include "FileBeside.h"
+
 #include <algorithm>
 #include <optional>
 #include <sstream>
@@ -115,13 +117,6 @@ Result<VmdkDescription> VmdkDescription::Parse(const std::string &text)
     if (isSnapshot)
         return IsSnapshot(parent);
     return description;
-}
-
-std::string ShownName(std::string name)
-{
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return name;
 }
 
 }  // namespace vx

@@ -34,7 +34,4 @@ struct VmdkDescription {
     static Result<VmdkDescription> Parse(const std::string &text);
 };
 
-// A name of the text for a message: "?" replaces control characters, which could harm a terminal.
-std::string ShownName(std::string name);
-
 }  // namespace vx

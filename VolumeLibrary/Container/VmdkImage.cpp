@@ -1,5 +1,6 @@
 #include "VmdkImage.h"
 
+#include "FileBeside.h"
 #include "FilePool.h"
 #include "JoinedSource.h"
 #include "PartOfSource.h"
@@ -9,9 +10,7 @@
 #include "VmdkTables.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <set>
-#include <sys/stat.h>
 #include <utility>
 
 namespace vx {
@@ -49,34 +48,12 @@ Error Refused(const std::string &name, const char *reason)
     return {Status::kUnsupportedContainer, "its part " + ShownName(name) + " " + reason};
 }
 
-Error CheckPartName(const std::string &name)
+Result<Source> OpenPart(FilePool &pool, const std::string &image, const std::string &name)
 {
-    const bool isElsewhere = name.find_first_of("/\\") != std::string::npos;
-    if (isElsewhere || name == "." || name == "..")
-        return Refused(name, "lies elsewhere, and only files beside the image are read");
-    return {};
-}
-
-Error CheckPartFile(const std::string &path, const std::string &name)
-{
-    struct stat found;
-    if (lstat(path.c_str(), &found) != 0) {
-        if (errno == ENOENT)
-            return {Status::kTruncatedImage, "its part " + ShownName(name) + " is missing"};
-        return {Status::kSystemError, "its part " + ShownName(name), errno};
-    }
-    if (!S_ISREG(found.st_mode))
-        return Refused(name, "is a link or no ordinary file, and is not read");
-    return {};
-}
-
-Result<Source> OpenPart(FilePool &pool, const std::string &folder, const std::string &name)
-{
-    if (Error error = CheckPartName(name))
-        return error;
-    if (Error error = CheckPartFile(folder + name, name))
-        return error;
-    auto part = pool.Open(folder + name);
+    const auto path = PathBeside(image, "its part", name);
+    if (!path)
+        return path.Failure();
+    auto part = pool.Open(*path);
     if (part)
         return part;
     Error error = part.Failure();
@@ -109,6 +86,26 @@ Result<CheckedTables> CheckTables(const std::string &name, const ByteSource &fil
         checked.notes.push_back(name + " ends early; " + std::to_string(shortfall->missingBytes) +
                                 " bytes of the disk cannot be read");
     return checked;
+}
+
+Container VmdkContainer(std::string description, Source disk, std::vector<std::string> notes)
+{
+    Container container = {std::move(disk), std::move(notes)};
+    container.kind = "vmdk";
+    container.description = std::move(description);
+    container.sectorBytes = kSector;
+    return container;
+}
+
+// "a flat VMDK image in 3 parts"
+std::string Describe(const VmdkDescription &description)
+{
+    const bool isFlat = std::none_of(
+        description.extents.begin(), description.extents.end(),
+        [](const VmdkExtent &extent) { return extent.kind == VmdkExtent::Kind::kGrowing; });
+    const size_t parts = description.extents.size();
+    return std::string("a ") + (isFlat ? "flat" : "sparse") + " VMDK image" +
+           (parts > 1 ? " in " + std::to_string(parts) + " parts" : "");
 }
 
 Result<VmdkDescription> ReadDescription(const ByteSource &file, uint64_t at, uint64_t bytes)
@@ -144,8 +141,9 @@ Result<Container> OpenGrowing(const std::string &name, const Source &file)
         return checked.Failure();
     if (Error error = CheckIsWhole(*file, checked->header))
         return error;
-    return Container{std::make_shared<VmdkGrains>(file, checked->header),
-                     std::move(checked->notes)};
+    return VmdkContainer(checked->header.isPacked ? "a packed VMDK image" : "a sparse VMDK image",
+                         std::make_shared<VmdkGrains>(file, checked->header),
+                         std::move(checked->notes));
 }
 
 // The parts of the disk that a text describes.
@@ -205,16 +203,16 @@ Result<Container> OpenText(const Source &file, const VmdkPartOpener &openPart)
             return part.Failure();
         parts.push_back(std::move(*part));
     }
-    return Container{std::make_shared<JoinedSource>(std::move(parts)), extents.TakeNotes()};
+    return VmdkContainer(Describe(*description), std::make_shared<JoinedSource>(std::move(parts)),
+                         extents.TakeNotes());
 }
 
 }  // namespace
 
 VmdkPartOpener VmdkPartsBeside(const std::string &path)
 {
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    return [pool = FilePool::Make(), folder](const std::string &name) {
-        return OpenPart(*pool, folder, name);
+    return [pool = FilePool::Make(), path](const std::string &name) {
+        return OpenPart(*pool, path, name);
     };
 }
 

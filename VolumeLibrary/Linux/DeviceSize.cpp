@@ -1,6 +1,12 @@
 #include "DeviceSize.h"
 
+#include "RetryInterrupted.h"
+#include "UniqueFd.h"
+
 #include <cerrno>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +30,16 @@ Result<uint64_t> DeviceSize(int descriptor)
     if (end < 0)
         return SystemError(errno, "size of the device");
     return static_cast<uint64_t>(end);
+}
+
+uint32_t DeviceSectorBytes(const std::string &path)
+{
+    const UniqueFd device(
+        RetryInterrupted([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    int bytes = 0;
+    if (!device || ::ioctl(device.Get(), BLKSSZGET, &bytes) != 0 || bytes < 0)
+        return 0;
+    return static_cast<uint32_t>(bytes);
 }
 
 }  // namespace vx

@@ -1,6 +1,10 @@
 #include "DeviceSize.h"
 
+#include "RetryInterrupted.h"
+#include "UniqueFd.h"
+
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/disk.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -27,6 +31,14 @@ Result<uint64_t> DeviceSize(int descriptor)
         ::ioctl(descriptor, DKIOCGETBLOCKCOUNT, &blockCount) != 0)
         return SystemError(errno, "size of the device");
     return uint64_t{blockSize} * blockCount;
+}
+
+uint32_t DeviceSectorBytes(const std::string &path)
+{
+    const UniqueFd device(
+        RetryInterrupted([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    uint32_t bytes = 0;
+    return device && ::ioctl(device.Get(), DKIOCGETBLOCKSIZE, &bytes) == 0 ? bytes : 0;
 }
 
 }  // namespace vx
