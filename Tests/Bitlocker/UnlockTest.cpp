@@ -129,6 +129,17 @@ TEST(UnlockTest, AWrongSecretIsToldFromAMissingProtector)
     EXPECT_EQ(StatusOf(volume.Open(Secret::None())), Status::kNoProtectorOfKind);
 }
 
+TEST(UnlockTest, TheProtectorThatWasOpenedIsReported)
+{
+    const TestVolume volume(RecipeWith(
+        {ProtectorRecipe::Password(kPassword), ProtectorRecipe::StartupKey(kStartupProtector)}));
+    const Result<UnlockedVolume> opened = volume.Open(StartupKey(kStartupProtector));
+    ASSERT_TRUE(opened);
+    EXPECT_EQ(opened->facts.unlockedBy, UnlockedBy::kProtector);
+    EXPECT_EQ(opened->facts.protectorKind, ProtectorKind::kExternalKey);
+    EXPECT_EQ(opened->facts.protectorIdentifier, kStartupProtector);
+}
+
 const Guid kFirstKey{{0x4d, 0x3c, 0x2b, 0x1a, 0x22, 0x11, 0x44, 0x33, 0x55, 0x66, 0x77}};
 const Guid kSecondKey{{0x8b, 0x7a, 0x6f, 0x5e}};
 const Guid kThirdKey{{0x04, 0x03, 0x02, 0x01}};

@@ -102,13 +102,14 @@ std::optional<KeyMaterial> Unlocker::OpenWith(const Protector &protector, const 
     return protector.wrappedMasterKey->Unwrap(Stretched(secret, *protector.salt));
 }
 
-std::optional<KeyMaterial> Unlocker::FindMasterKey(const MetadataBlock &copy, const Secret &secret)
+std::optional<Unlocker::MasterKey> Unlocker::FindMasterKey(const MetadataBlock &copy,
+                                                           const Secret &secret)
 {
     for (const Protector *protector : ProtectorsFor(copy, secret)) {
         if (IsCancelled(_cancel))
             return std::nullopt;
         if (std::optional<KeyMaterial> key = OpenWith(*protector, secret))
-            return key;
+            return MasterKey{std::move(*key), protector};
     }
     return std::nullopt;
 }
@@ -130,7 +131,7 @@ Result<KeyMaterial> Unlocker::SectorKeyOf(const MetadataBlock &copy, ByteView ma
 }
 
 // first is tried before the other copies.
-Result<UnlockedKey> Unlocker::TakeSectorKey(ByteView masterKey, const MetadataBlock &first)
+Result<UnlockedKey> Unlocker::TakeSectorKey(MasterKey masterKey, const MetadataBlock &first)
 {
     std::vector<const MetadataBlock *> order = {&first};
     for (const MetadataBlock &copy : _copies)
@@ -138,9 +139,15 @@ Result<UnlockedKey> Unlocker::TakeSectorKey(ByteView masterKey, const MetadataBl
             order.push_back(&copy);
     Error failure;
     for (const MetadataBlock *copy : order) {
-        Result<KeyMaterial> key = SectorKeyOf(*copy, masterKey);
+        Result<KeyMaterial> key = SectorKeyOf(*copy, masterKey.key.View());
         if (key)
-            return UnlockedKey{std::move(*key), copy, static_cast<Method>(copy->method),
+            return UnlockedKey{std::move(*key),
+                               std::move(masterKey.key),
+                               UnlockedBy::kProtector,
+                               masterKey.protector->kind,
+                               masterKey.protector->identifier,
+                               copy,
+                               static_cast<Method>(copy->method),
                                std::move(_warnings)};
         if (!failure || key.Failure().status == Status::kDamagedMetadata)
             failure = key.Failure();
@@ -173,9 +180,9 @@ Result<UnlockedKey> Unlocker::Unlock(const Secret &secret)
     const Secret clearKey = Secret::None();
     for (const Secret *tried : {&clearKey, &secret}) {
         for (const MetadataBlock &copy : _copies) {
-            const std::optional<KeyMaterial> masterKey = FindMasterKey(copy, *tried);
+            std::optional<MasterKey> masterKey = FindMasterKey(copy, *tried);
             if (masterKey)
-                return TakeSectorKey(masterKey->View(), copy);
+                return TakeSectorKey(std::move(*masterKey), copy);
         }
     }
     if (IsCancelled(_cancel))

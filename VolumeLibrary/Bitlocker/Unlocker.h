@@ -15,8 +15,21 @@
 
 namespace vx::bitlocker {
 
+// What a volume was opened with.
+enum class UnlockedBy {
+    kNothing,    // no sector is encrypted
+    kProtector,  // a protector and the secret that it wants, or its clear key
+    kMasterKey,  // the volume master key itself
+    kSectorKey,  // the key of the sectors itself
+};
+
 struct UnlockedKey {
     KeyMaterial sectorKey;
+    KeyMaterial masterKey;  // empty if the sector key was given, or none was needed
+    UnlockedBy by = UnlockedBy::kNothing;
+    // With kProtector.
+    ProtectorKind protectorKind = ProtectorKind::kClearKey;
+    Guid protectorIdentifier;
     const MetadataBlock *copy = nullptr;  // the copy of the metadata that it came from
     Method method = Method::kNone;
     std::vector<std::string> warnings;
@@ -39,10 +52,16 @@ public:
     Result<UnlockedKey> Unlock(const Secret &secret);
 
 private:
-    std::optional<KeyMaterial> FindMasterKey(const MetadataBlock &copy, const Secret &secret);
+    // Of a protector that was opened.
+    struct MasterKey {
+        KeyMaterial key;
+        const Protector *protector = nullptr;
+    };
+
+    std::optional<MasterKey> FindMasterKey(const MetadataBlock &copy, const Secret &secret);
     std::optional<KeyMaterial> OpenWith(const Protector &protector, const Secret &secret);
     ByteView Stretched(const Secret &secret, const Salt &salt);
-    Result<UnlockedKey> TakeSectorKey(ByteView masterKey, const MetadataBlock &first);
+    Result<UnlockedKey> TakeSectorKey(MasterKey masterKey, const MetadataBlock &first);
     Result<KeyMaterial> SectorKeyOf(const MetadataBlock &copy, ByteView masterKey);
     Error Refusal(const Secret &secret) const;
 

@@ -241,6 +241,9 @@ VolumeFacts VolumeOpener::Facts(const DecryptedVolume &volume, bool looksLikeFil
     facts.description = copy.description;
     facts.metadataOffset = copy.offset;
     facts.protectors = ProtectorKindNames(copy.protectors);
+    facts.unlockedBy = _key.by;
+    facts.protectorKind = _key.protectorKind;
+    facts.protectorIdentifier = _key.protectorIdentifier;
     facts.converting = _boot.converting;
     facts.truncated = volume.Size() > _source->Size();
     facts.looksLikeFileSystem = looksLikeFileSystem;

@@ -28,8 +28,12 @@ struct VolumeFacts {
     std::string description;        // computer, label and date as Windows noted them; UTF-8
     uint64_t metadataOffset = 0;    // of the copy that was used
     std::string protectors;         // the kinds of protectors, in words
-    bool converting = false;        // a conversion map is in force
-    bool truncated = false;         // the image is shorter than the volume
+    UnlockedBy unlockedBy = UnlockedBy::kNothing;
+    // The protector that was opened, with UnlockedBy::kProtector.
+    ProtectorKind protectorKind = ProtectorKind::kClearKey;
+    Guid protectorIdentifier;
+    bool converting = false;  // a conversion map is in force
+    bool truncated = false;   // the image is shorter than the volume
     // False: the first sector is not one of a known file system. The secret was right nevertheless.
     bool looksLikeFileSystem = false;
     std::vector<std::string> warnings;  // damage that did not prevent opening
