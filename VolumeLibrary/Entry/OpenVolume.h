@@ -6,6 +6,7 @@
 #include "Error.h"
 #include "OwnedVolume.h"
 #include "ReadingLimits.h"
+#include "StepProgress.h"
 
 #include <memory>
 #include <string>
@@ -17,6 +18,7 @@ namespace vx {
 struct OpeningOptions {
     ReadingLimits limits;
     bool recordsReads = false;
+    ProgressReceiver progress;
 
     // Whether places of the disk are named, so that it must be kept byte by byte.
     bool NamesPlaces() const { return recordsReads || limits.withheld != nullptr; }

@@ -68,6 +68,7 @@ OpeningOptions Copied(const VolumeOpeningOptions &options)
     copy.limits.retries = options.retries;
     copy.limits.slowMilliseconds = options.slowMilliseconds;
     copy.recordsReads = options.recordsReads != 0;
+    copy.progress = {options.progress, options.progressContext};
     return copy;
 }
 
