@@ -40,7 +40,7 @@ int AskForSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::Type
 }
 
 // Overwrites the secret as soon as the explorer has it.
-int RunHost(const std::string &argv0, vx::HostOptions &options)
+int RunHost(vx::HostOptions &options)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
@@ -49,7 +49,7 @@ int RunHost(const std::string &argv0, vx::HostOptions &options)
     if (status != 0)
         return status;
     const std::string program =
-        options.explorer.empty() ? vx::ProgramFolder(argv0) + "/" VX_EXPLORER : options.explorer;
+        options.explorer.empty() ? vx::ProgramFolder() + "/" VX_EXPLORER : options.explorer;
     const vx::OpeningTexts opening = {options.volume.c_str(), options.kind.c_str(),
                                       options.asksSecret ? asked.Text() : options.secret.c_str()};
     const auto forget = [&] {
@@ -78,5 +78,5 @@ int main(int argc, char *argv[])
         fputs(line.options.help ? vx::kHelpText : vx::kVersionText, stdout);
         return vx::kExitSuccess;
     }
-    return RunHost(argv[0], line.options);
+    return RunHost(line.options);
 }

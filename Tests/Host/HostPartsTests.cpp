@@ -2,7 +2,6 @@
 #include "ExplorerProcess.h"
 #include "FifoPair.h"
 #include "HostLock.h"
-#include "ProgramFolder.h"
 #include "UniqueFd.h"
 
 #include "Eventually.h"
@@ -181,18 +180,6 @@ TEST_F(ExplorerProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
     signal(SIGPIPE, SIG_DFL);
     ASSERT_TRUE(AwaitEnd());
     EXPECT_EQ(_process.DescribeEnd(), "signal 13");
-}
-
-TEST(ProgramFolderTest, ANameWithAFolderGivesTheRealPathOfThatFolder)
-{
-    EXPECT_EQ(vx::ProgramFolder("/bin/../bin/sh"), vx::ProgramFolder("/bin/sh"));
-    EXPECT_EQ(vx::ProgramFolder("/no/such/program"), "");
-}
-
-TEST(ProgramFolderTest, ABareNameIsLookedForInThePath)
-{
-    EXPECT_EQ(vx::ProgramFolder("sh"), vx::ProgramFolder("/bin/sh"));
-    EXPECT_EQ(vx::ProgramFolder("no-such-program-anywhere"), "");
 }
 
 }  // namespace

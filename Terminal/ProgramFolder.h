@@ -1,0 +1,13 @@
+// Where the running program lies, whatever name or link it was started by.
+//
+//     /usr/bin/volume-host, a link  ->  "/usr/lib/volume-explorer"
+#pragma once
+
+#include <string>
+
+namespace vx {
+
+// Absolute and without links. Empty if the system does not say it.
+std::string ProgramFolder();
+
+}  // namespace vx

@@ -1,0 +1,12 @@
+#include "ProgramFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ProgramFolderTest, TheFolderOfTheRunningProgramIsFound)
+{
+    EXPECT_EQ(vx::ProgramFolder(), TEST_FOLDER);
+}
+
+}  // namespace
