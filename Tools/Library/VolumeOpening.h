@@ -1,0 +1,54 @@
+// Opens a volume through the loaded library, and says in words why it did not open or what was
+// noticed.
+//
+// Ownership: the volume belongs to the library. Threads: the main thread, since signals that arrive
+// meanwhile cancel the opening (OpeningInterruption). Errors and warnings: one line each, safe for
+// a terminal.
+#pragma once
+
+#include "LoadedLibrary.h"
+
+#include <string>
+#include <vector>
+
+namespace vx {
+
+// Options for the calls of the library in one scope.
+class ScopedOptions {
+public:
+    // options: null for the usual ones.
+    ScopedOptions(const LoadedLibrary &library, const VolumeOpeningOptions *options);
+    ~ScopedOptions();
+    ScopedOptions(const ScopedOptions &) = delete;
+    ScopedOptions &operator=(const ScopedOptions &) = delete;
+
+    // False: the library is another version, which does not know them.
+    bool AreSet() const { return _areSet; }
+
+private:
+    const VolumeLibrarySetOpeningOptionsFunction _set;
+    const bool _areSet;
+};
+
+struct VolumeOpening {
+    IVolume *volume = nullptr;  // null if it did not open
+    int32_t status = 0;         // as the library returned it
+    std::string error;
+    std::vector<std::string> warnings;  // damage that did not prevent it
+};
+
+// kind, secret: as the library's entry takes them. options: null for the usual ones; an older library
+// that does not know others opens nothing, and error says that.
+VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume,
+                         const std::string &kind, const char *secret,
+                         const VolumeOpeningOptions *options = nullptr);
+
+// "cannot open NAME: the status in words: the detail (status N)", after a call of the library on
+// this thread that returned the status. verb: "open".
+std::string OpeningFailure(const LoadedLibrary &library, const char *verb,
+                           const std::string &volume, int32_t status);
+
+// What the last call of the library on this thread noticed; each begins with the volume's name.
+std::vector<std::string> OpeningWarnings(const LoadedLibrary &library, const std::string &volume);
+
+}  // namespace vx
