@@ -85,12 +85,14 @@ std::string TerminalText(std::u16string_view text)
 std::string TerminalText(const std::string &text)
 {
     std::string shown;
-    for (const char byte : text) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code < 0x80 && IsEscaped(code))
-            AppendEscaped(code, &shown);
+    shown.reserve(text.size());
+    for (std::string_view left = text; !left.empty();) {
+        const std::string_view before = left;
+        const char32_t character = TakeCharacter(&left);
+        if (character != kInvalidCharacter && IsEscaped(character))
+            AppendEscaped(character, &shown);
         else
-            shown.push_back(byte);
+            shown.append(before.substr(0, before.size() - left.size()));
     }
     return shown;
 }

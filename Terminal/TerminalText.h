@@ -13,7 +13,8 @@ namespace vx {
 // u"a\\b\n" → "a\\\\b\\n", u"\x1b[2J" → "\\x1b[2J", u"\u202e" → "\\u202e"
 std::string TerminalText(std::u16string_view text);
 
-// The same for UTF-8 of this machine, with the bytes above 127 as they are.
+// The same for UTF-8; bytes that are not valid, as names on this machine may have them, stay as
+// they are.
 std::string TerminalText(const std::string &text);
 
 // The end of a shown text that fits into the given columns of a terminal, after "…" if something

@@ -38,6 +38,12 @@ TEST(TerminalText, ALoneSurrogateIsReplaced)
 TEST(TerminalText, BytesOfThisMachineKeepTheirUtf8)
 {
     EXPECT_EQ(TerminalText(std::string("\u00fc\x1b")), "\u00fc\\x1b");
+    EXPECT_EQ(TerminalText(std::string("a\xe9\x9b")), "a\xe9\x9b");
+}
+
+TEST(TerminalText, WhatCouldDriveTheTerminalIsEscapedInUtf8Too)
+{
+    EXPECT_EQ(TerminalText(std::string("\u009b2J\u202etxt")), "\\u009b2J\\u202etxt");
 }
 
 TEST(ClipFront, ATextThatFitsIsUnchanged)
