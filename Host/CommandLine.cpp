@@ -36,7 +36,7 @@ public:
     ~Parser()
     {
         vx::WipeTexts(&_words);
-        vx::WipeText(&_line.options.secret);
+        vx::WipeText(&_line.options.unlocking.secret);
     }
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
@@ -89,16 +89,13 @@ private:
 
     void TakeVolume()
     {
-        vx::Unlocking unlocking = _reader.Unlock();
+        vx::Unlocking &unlocking = _line.options.unlocking;
+        unlocking = _reader.Unlock();
         if (_words.size() > 1)
             unlocking.kind = _words[1];
         if (_words.size() > 2)
-            unlocking.Take(_words[2].c_str());
+            unlocking.Take(_words[2].c_str(), &_line.error);
         _line.options.volume = _words[0];
-        _line.options.kind = unlocking.kind;
-        _line.options.secret = unlocking.secret;
-        _line.options.asksSecret = unlocking.asksSecret;
-        vx::WipeText(&unlocking.secret);
     }
 
     vx::ArgumentReader _reader;

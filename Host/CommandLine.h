@@ -6,6 +6,8 @@
 //     volume-host                                ->  error "a volume is missing"
 #pragma once
 
+#include "Unlocking.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,10 +17,8 @@ namespace vx {
 
 struct HostOptions {
     std::string volume;
-    std::string kind = "none";
-    std::string secret;       // as given; empty if it is to be asked for
-    bool asksSecret = false;  // the secret was given as "-"
-    std::string explorer;     // path of the explorer's program; empty: the one beside this program
+    Unlocking unlocking;
+    std::string explorer;  // path of the explorer's program; empty: the one beside this program
     std::optional<uint32_t> sendCode;
     bool help = false;
     bool version = false;

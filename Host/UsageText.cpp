@@ -13,7 +13,12 @@ in one line which of the two came, and removes the FIFOs of the link.
 
   VOLUME                what to open: a folder, a device or a disk image
   --unlock KIND SECRET  how to unlock the volume (default: none, with an empty secret).
-                        A SECRET of "-" is asked for on the terminal, without echo
+                        KIND: password, recovery (the 48 digits); vmk or fvek (a key as
+                        hexadecimal digits, or the path of its file); startup-key,
+                        recovery-file or key-ring (a path).
+                        A SECRET of "-" is asked for on the terminal, without echo; "@FILE"
+                        is the first line of FILE, "fd:N" a line of the inherited
+                        descriptor N
   --explorer PATH       start this program instead of the explorer beside this one
   --send CODE           send the explorer one message with this command code
   --                    all that follows is VOLUME, even if it begins with "-"
@@ -21,7 +26,8 @@ in one line which of the two came, and removes the FIFOs of the link.
 
 "VOLUME KIND SECRET" is accepted too and means "VOLUME --unlock KIND SECRET".
 
-A secret given on the command line stays in the shell's history; use - instead.
+A secret given on the command line stays in the shell's history; use -, @FILE or
+fd:N instead.
 The secret is passed to the explorer as an argument, so while that runs, other users of
 this machine can see it in the list of processes either way.
 

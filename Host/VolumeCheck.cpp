@@ -5,6 +5,7 @@
 #include "IVolume.h"
 #include "OpenFailureText.h"
 #include "OpeningInterruption.h"
+#include "OpeningProgress.h"
 #include "PathText.h"
 #include "ThreadChecks.h"
 #include "UniqueFd.h"
@@ -58,6 +59,8 @@ std::string LoadAndTryToOpen(const std::string &path, const vx::OpeningTexts &te
         return std::string("the volume library does not load: ") + dlerror();
     std::string report;
     {
+        vx::OpeningProgress progress;
+        progress.RequestFrom(library);
         const vx::OpeningInterruption interruption(library);
         report = TryToOpen(library, path, texts);
     }

@@ -4,7 +4,7 @@
 #include "HostSession.h"
 #include "LinkFifos.h"
 #include "ProgramFolder.h"
-#include "SecretPrompt.h"
+#include "SecretReader.h"
 #include "SignalWatch.h"
 #include "StandardDescriptors.h"
 #include "TerminalText.h"
@@ -22,20 +22,21 @@ namespace {
 const vx::LinkPaths kPaths = {vx::kExplorerToHost, vx::kHostToExplorer};
 
 // Returns 0 or the exit status.
-int AskForSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::TypedSecret *secret)
+int ReadSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::TypedSecret *secret)
 {
-    const vx::UniqueFd terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
-    if (!terminal) {
+    const bool asks = options.unlocking.asksSecret;
+    const vx::UniqueFd terminal(asks ? open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
+    if (asks && !terminal) {
         fputs("volume-host: there is no terminal to ask for the secret on\n", stderr);
         return vx::kExitNotStarted;
     }
-    vx::SecretPrompt prompt(terminal.Get(), events);
-    const auto answer = prompt.Ask(vx::SecretQuestion(options.kind, options.volume), secret);
-    if (answer == vx::SecretPrompt::Answer::kInterrupted)
-        return vx::kExitSignalBase + prompt.InterruptingSignal();
-    if (answer == vx::SecretPrompt::Answer::kGiven)
+    vx::SecretReader reader(terminal.Get(), events);
+    const auto answer = reader.Read(options.unlocking, options.volume, secret);
+    if (answer == vx::SecretReader::Answer::kInterrupted)
+        return vx::kExitSignalBase + reader.InterruptingSignal();
+    if (answer == vx::SecretReader::Answer::kGiven)
         return 0;
-    fprintf(stderr, "volume-host: %s\n", vx::SecretPrompt::RefusalText(answer));
+    fprintf(stderr, "volume-host: %s\n", reader.Error().c_str());
     return vx::kExitUsage;
 }
 
@@ -44,18 +45,16 @@ int RunHost(vx::HostOptions &options)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
-    vx::TypedSecret asked;
-    const int status = options.asksSecret ? AskForSecret(events, options, &asked) : 0;
+    vx::TypedSecret secret;
+    const int status = ReadSecret(events, options, &secret);
+    vx::WipeText(&options.unlocking.secret);
     if (status != 0)
         return status;
     const std::string program =
         options.explorer.empty() ? vx::ProgramFolder() + "/" VX_EXPLORER : options.explorer;
-    const vx::OpeningTexts opening = {options.volume.c_str(), options.kind.c_str(),
-                                      options.asksSecret ? asked.Text() : options.secret.c_str()};
-    const auto forget = [&] {
-        asked.Wipe();
-        vx::WipeText(&options.secret);
-    };
+    const vx::OpeningTexts opening = {options.volume.c_str(), options.unlocking.kind.c_str(),
+                                      secret.Text()};
+    const auto forget = [&] { secret.Wipe(); };
     return vx::HostSession(events, kPaths).Run(program, opening, options.sendCode, forget);
 }
 

@@ -21,14 +21,6 @@ constexpr int kUnknownCode = -2;
 
 }  // namespace
 
-void Unlocking::Take(const char *word)
-{
-    secret = word;
-    asksSecret = secret == "-";
-    if (asksSecret)
-        secret.clear();
-}
-
 ArgumentReader::ArgumentReader(const std::vector<std::string> &arguments,
                                const std::vector<OptionName> &options)
     : _names{{"help", nullptr}, {"version", nullptr}, {"unlock", "a kind and a secret"}}
@@ -127,8 +119,8 @@ int ArgumentReader::TakeUnlock()
     ++optind;
     _hasUnlock = true;
     _unlocking.kind = _value;
-    _unlocking.Take(secret);
-    return Next();
+    std::string error;
+    return _unlocking.Take(secret, &error) ? Next() : Fail(error);
 }
 
 int ArgumentReader::FailWithout(int code)

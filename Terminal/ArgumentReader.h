@@ -7,6 +7,8 @@
 // Errors: one line without a line end, ready to follow "PROGRAM: ".
 #pragma once
 
+#include "Unlocking.h"
+
 #include <getopt.h>
 
 #include <string>
@@ -17,16 +19,6 @@ namespace vx {
 struct OptionName {
     const char *name;   // without its "--"
     const char *value;  // what it needs, e.g. "a path"; null if it takes no value
-};
-
-// How a volume is unlocked. The secret "-" is to be asked for.
-struct Unlocking {
-    std::string kind = "none";
-    std::string secret;
-    bool asksSecret = false;
-
-    // Takes a secret, or the "-" in its place.
-    void Take(const char *word);
 };
 
 class ArgumentReader {

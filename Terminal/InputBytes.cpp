@@ -13,8 +13,12 @@ bool InputBytes::Read(char *byte)
 {
     while (Await()) {
         const ssize_t count = read(_input, byte, 1);
-        if (count >= 0 || (errno != EINTR && errno != EAGAIN))
+        if (count >= 0)
             return count == 1;
+        if (errno != EINTR && errno != EAGAIN) {
+            _error = errno;
+            return false;
+        }
     }
     return false;
 }

@@ -13,8 +13,10 @@ class InputBytes {
 public:
     InputBytes(int input, EventPipe &events) : _input(input), _events(events) {}
 
-    // Waits for the next byte. False: the input ended, or a signal came.
+    // Waits for the next byte. False: the input ended or cannot be read, or a signal came.
     bool Read(char *byte);
+    // The errno of an input that cannot be read; 0 otherwise.
+    int Error() const { return _error; }
     // The signal that ended the reading; 0 if none did.
     int Signal() const { return _signal; }
 
@@ -25,6 +27,7 @@ private:
     const int _input;
     EventPipe &_events;
     int _signal = 0;
+    int _error = 0;
 };
 
 }  // namespace vx

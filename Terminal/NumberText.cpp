@@ -65,6 +65,17 @@ std::string SpeedText(int64_t bytes, double seconds)
     return Formatted("%.1f MiB/s", mebibytes / std::max(seconds, 0.001));
 }
 
+std::string LengthText(uint32_t seconds)
+{
+    constexpr uint32_t kMinute = 60;
+    constexpr uint32_t kHour = 3600;
+    if (seconds < 2 * kMinute)
+        return std::to_string(seconds) + " s";
+    if (seconds < 2 * kHour)
+        return std::to_string((seconds + kMinute / 2) / kMinute) + " min";
+    return std::to_string((seconds + kHour / 2) / kHour) + " h";
+}
+
 std::string DurationText(double seconds)
 {
     constexpr double kLongest = 100 * 3600;

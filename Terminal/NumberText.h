@@ -24,6 +24,9 @@ std::string MebibyteText(int64_t bytes);
 // In MiB per second: 10 MiB in 4 s → "2.5 MiB/s". No time at all counts as a millisecond.
 std::string SpeedText(int64_t bytes, double seconds);
 
+// About how long: 1 → "1 s", 119 → "119 s", 150 → "3 min", 7200 → "2 h"
+std::string LengthText(uint32_t seconds);
+
 // 9 → "0:09", 75 → "1:15", 3700 → "1:01:40"; more than 99 hours is "more than 99 hours".
 std::string DurationText(double seconds);
 

@@ -4,6 +4,8 @@
 // width. Elsewhere a plain line is written every five seconds. Threads: one at a time.
 #pragma once
 
+#include "LiveLine.h"
+
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -18,8 +20,6 @@ public:
     // verb: "Copying". stream: borrowed; what is drawn depends on whether it is a terminal.
     // total: in bytes.
     ProgressLine(const char *verb, FILE *stream, int64_t total, Clock::time_point start);
-    // Clears the live line.
-    ~ProgressLine();
     ProgressLine(const ProgressLine &) = delete;
     ProgressLine &operator=(const ProgressLine &) = delete;
 
@@ -32,15 +32,12 @@ public:
     std::string Text(int64_t done, Clock::time_point now) const;
 
 private:
-    size_t TerminalColumns() const;
-
     const char *const _verb;
     FILE *const _stream;
-    const bool _isLive;
+    LiveLine _line;
     const int64_t _total;
     const Clock::time_point _start;
     Clock::time_point _nextDue;
-    bool _isDrawn = false;
 };
 
 }  // namespace vx

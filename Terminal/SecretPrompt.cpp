@@ -12,6 +12,9 @@
 
 namespace {
 
+// What is longer is not read to its end, which an input that is no text may not have. Bytes.
+constexpr size_t kLongestLine = 65536;
+
 // A terminal without echo and suspension for one scope.
 class SilentTerminal {
 public:
@@ -75,13 +78,15 @@ SecretPrompt::Answer SecretPrompt::ReadLine(TypedSecret *secret)
     bool fits = true;
     bool hasZero = false;
     char byte = 0;
-    while (_bytes.Read(&byte) && byte != '\n') {
+    for (size_t left = kLongestLine; left > 0 && _bytes.Read(&byte) && byte != '\n'; --left) {
         hasZero = hasZero || byte == 0;
         fits = secret->Append(byte) && fits;
     }
     byte = 0;
     if (InterruptingSignal() != 0)
         return Answer::kInterrupted;
+    if (_bytes.Error() != 0)
+        return Answer::kUnreadable;
     if (!fits)
         return Answer::kTooLong;
     if (hasZero)
@@ -102,6 +107,8 @@ const char *SecretPrompt::RefusalText(Answer answer)
         return "the secret is longer than 4095 bytes";
     case Answer::kZeroByte:
         return "the secret contains a zero byte";
+    case Answer::kUnreadable:
+        return "the secret cannot be read from there";
     case Answer::kInterrupted:
         return "interrupted";
     }

@@ -1,5 +1,5 @@
 // Asks for a secret on a terminal without echo, or reads it as one line of another input. Bytes
-// after the line are not consumed.
+// after the line are not consumed, nor after 64 KiB of it.
 //
 // The terminal is restored however the question ends: by an answer, the end of input or a signal.
 // It cannot be suspended meanwhile, which would leave the shell without echo.
@@ -22,6 +22,7 @@ public:
         kNone,         // an empty line, or the end of input
         kTooLong,      // more than TypedSecret::kMostBytes
         kZeroByte,     // which would end the text before its end
+        kUnreadable,   // the input cannot be read
         kInterrupted,  // by InterruptingSignal
     };
 

@@ -17,7 +17,7 @@
 #include "OpeningInterruption.h"
 #include "Options.h"
 #include "RescueMap.h"
-#include "SecretPrompt.h"
+#include "SecretReader.h"
 #include "StandardDescriptors.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
@@ -66,25 +66,27 @@ bool AreAllUtf8(const std::vector<std::string> &arguments)
     return std::all_of(arguments.begin(), arguments.end(), vx::IsUtf8);
 }
 
-bool AskForSecret(const Options &options, vx::TypedSecret *secret, std::string *error)
+// A path that the secret has brought counts as one that the options name.
+bool ReadSecret(Options *options, const vx::ExportProof &proof, vx::TypedSecret *secret,
+                std::string *error)
 {
-    const std::string question = vx::SecretQuestion(options.unlockKind, options.volume);
-    const auto answer = vx::AskOnStandardInput(question, secret);
-    *error = vx::SecretPrompt::RefusalText(answer);
-    return answer == vx::SecretPrompt::Answer::kGiven;
+    const bool isRead = vx::ReadSecret(options->unlocking, options->volume, secret, error);
+    vx::WipeText(&options->unlocking.secret);
+    if (!isRead)
+        return false;
+    options->keyPaths = options->unlocking.KeyPaths(secret->Text());
+    return proof.MayBegin(error);
 }
 
 // Opens the volume and overwrites the secret. Returns the exit status.
-int Open(Options *options, vx::VolumeSession *session, std::string *error)
+int Open(Options *options, const vx::ExportProof &proof, vx::VolumeSession *session,
+         std::string *error)
 {
-    vx::TypedSecret asked;
-    if (options->asksSecret && !AskForSecret(*options, &asked, error))
+    vx::TypedSecret secret;
+    if (!ReadSecret(options, proof, &secret, error))
         return vx::kExitUsage;
-    const char *secret = options->asksSecret ? asked.Text() : options->secret.c_str();
-    if (options->unlockKind == "startup-key")
-        options->keyFile = secret;
-    const bool isOpen = session->Open(options->volume, options->unlockKind, secret, error);
-    vx::WipeText(&options->secret);
+    const bool isOpen =
+        session->Open(options->volume, options->unlocking.kind, secret.Text(), error);
     return isOpen ? vx::kExitSuccess : vx::kExitNotOpened;
 }
 
@@ -120,7 +122,7 @@ int Run(Options &options)
         return Fail(vx::kExitUsage, error);
     vx::VolumeSession session;
     session.SetReading(std::move(reading));
-    const int status = Open(&options, &session, &error);
+    const int status = Open(&options, proof, &session, &error);
     // With nothing written, and the secret overwritten.
     if (vx::OpeningInterruption::Signal() != 0)
         vx::EndBySignal(vx::OpeningInterruption::Signal());

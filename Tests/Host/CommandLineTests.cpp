@@ -12,18 +12,18 @@ TEST(CommandLineTest, AVolumeAloneIsOpenedWithoutUnlocking)
     const auto line = ParseCommandLine({"disk"});
     EXPECT_EQ(line.error, "");
     EXPECT_EQ(line.options.volume, "disk");
-    EXPECT_EQ(line.options.kind, "none");
-    EXPECT_EQ(line.options.secret, "");
-    EXPECT_FALSE(line.options.asksSecret);
+    EXPECT_EQ(line.options.unlocking.kind, "none");
+    EXPECT_EQ(line.options.unlocking.secret, "");
+    EXPECT_FALSE(line.options.unlocking.asksSecret);
     EXPECT_FALSE(line.options.sendCode);
 }
 
 TEST(CommandLineTest, KindAndSecretFollowTheVolume)
 {
     const auto line = ParseCommandLine({"disk", "password", "open sesame"});
-    EXPECT_EQ(line.options.kind, "password");
-    EXPECT_EQ(line.options.secret, "open sesame");
-    EXPECT_FALSE(line.options.asksSecret);
+    EXPECT_EQ(line.options.unlocking.kind, "password");
+    EXPECT_EQ(line.options.unlocking.secret, "open sesame");
+    EXPECT_FALSE(line.options.unlocking.asksSecret);
 }
 
 TEST(CommandLineTest, UnlockNamesTheSameAsTwoMoreWords)
@@ -31,9 +31,10 @@ TEST(CommandLineTest, UnlockNamesTheSameAsTwoMoreWords)
     const auto line = ParseCommandLine({"--unlock", "password", "open sesame", "disk"});
     EXPECT_EQ(line.error, "");
     EXPECT_EQ(line.options.volume, "disk");
-    EXPECT_EQ(line.options.kind, "password");
-    EXPECT_EQ(line.options.secret, "open sesame");
-    EXPECT_TRUE(ParseCommandLine({"disk", "--unlock", "password", "-"}).options.asksSecret);
+    EXPECT_EQ(line.options.unlocking.kind, "password");
+    EXPECT_EQ(line.options.unlocking.secret, "open sesame");
+    EXPECT_TRUE(
+        ParseCommandLine({"disk", "--unlock", "password", "-"}).options.unlocking.asksSecret);
     EXPECT_NE(ParseCommandLine({"disk", "none", "--unlock", "password", "-"}).error, "");
 }
 
@@ -48,8 +49,8 @@ TEST(CommandLineTest, ADashForTheSecretAsksForIt)
 {
     const auto line = ParseCommandLine({"disk", "password", "-"});
     EXPECT_EQ(line.error, "");
-    EXPECT_TRUE(line.options.asksSecret);
-    EXPECT_EQ(line.options.secret, "");
+    EXPECT_TRUE(line.options.unlocking.asksSecret);
+    EXPECT_EQ(line.options.unlocking.secret, "");
 }
 
 TEST(CommandLineTest, OptionsMayStandAnywhere)
@@ -58,14 +59,14 @@ TEST(CommandLineTest, OptionsMayStandAnywhere)
     EXPECT_EQ(line.error, "");
     EXPECT_EQ(line.options.sendCode, 7u);
     EXPECT_EQ(line.options.explorer, "/x/y");
-    EXPECT_EQ(line.options.kind, "kind");
+    EXPECT_EQ(line.options.unlocking.kind, "kind");
 }
 
 TEST(CommandLineTest, AfterTwoDashesNothingIsAnOption)
 {
     const auto line = ParseCommandLine({"--", "disk", "password", "--send"});
     EXPECT_EQ(line.error, "");
-    EXPECT_EQ(line.options.secret, "--send");
+    EXPECT_EQ(line.options.unlocking.secret, "--send");
 }
 
 TEST(CommandLineTest, HelpNeedsNoVolume)

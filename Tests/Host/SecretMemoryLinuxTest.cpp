@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <fstream>
+#include <iterator>
 #include <string_view>
 #include <unistd.h>
 
@@ -74,6 +75,12 @@ pid_t HostOf(const std::string &explorer)
     return parent;
 }
 
+std::string ArgumentsOf(const std::string &process)
+{
+    std::ifstream file("/proc/" + process + "/cmdline", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 // Ways to give a secret on the command line.
 class SecretMemory : public testing::TestWithParam<std::vector<std::string>> {};
 
@@ -96,6 +103,25 @@ TEST_P(SecretMemory, OnlyTheArgumentItselfIsLeftOfASecretWhileTheExplorerRuns)
         host.Signal(SIGTERM);
         EXPECT_EQ(host.AwaitEnd(), 128 + SIGTERM);
     }
+}
+
+TEST(SecretMemoryOfAFile, NothingIsLeftOfItWhileTheExplorerRuns)
+{
+    const std::string secret = "a s3cret that is longer than a short text";
+    const PipeFolder folder;
+    const std::string file = folder.At("reported");
+    ChildProcess host(VOLUME_HOST, {"--explorer", FAKE_EXPLORER, "wait:" + file, "--unlock",
+                                    "password", "@" + folder.WriteFile("secret", secret)});
+    ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(file); }));
+    std::string explorer;
+    std::getline(std::ifstream(file), explorer);
+    const std::string end = secret.substr(secret.size() / 2);
+    EXPECT_TRUE(Eventually([&] { return CountInMemory(HostOf(explorer), end) == 0; }))
+        << CountInMemory(HostOf(explorer), end) << " copies";
+    EXPECT_EQ(ArgumentsOf(explorer).find("--unlock"), std::string::npos);
+    EXPECT_NE(ArgumentsOf(explorer).find(secret), std::string::npos);
+    host.Signal(SIGTERM);
+    EXPECT_EQ(host.AwaitEnd(), 128 + SIGTERM);
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, SecretMemory,

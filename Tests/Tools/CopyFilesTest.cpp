@@ -86,7 +86,7 @@ protected:
         DestinationTree tree("");
         ASSERT_TRUE(tree.Open(_destination));
         const PlanNames names(_planned.plan, DestinationTraits());
-        const SourceFiles sources("", "");
+        const SourceFiles sources("", {});
         ArrivalPlaces places(_planned.plan, tree, names, sources);
         ExportDates dates(_planned.plan, true);
         CopyProgress progress("Copying", _planned.plan, _planned.bytes, CopyProgress::Clock::now());

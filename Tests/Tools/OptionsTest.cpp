@@ -35,9 +35,9 @@ TEST(Options, AListOfTheRootNeedsOnlyTheVolume)
 TEST(Options, WithoutUnlockTheKindIsNoneAndTheSecretEmpty)
 {
     const Options options = Parsed({"--list", "/v"});
-    EXPECT_EQ(options.unlockKind, "none");
-    EXPECT_EQ(options.secret, "");
-    EXPECT_FALSE(options.asksSecret);
+    EXPECT_EQ(options.unlocking.kind, "none");
+    EXPECT_EQ(options.unlocking.secret, "");
+    EXPECT_FALSE(options.unlocking.asksSecret);
 }
 
 TEST(Options, OptionsMayStandAnywhere)
@@ -55,14 +55,14 @@ TEST(Options, OptionsMayStandAnywhere)
 TEST(Options, UnlockTakesAKindAndASecretOfAnyForm)
 {
     const Options options = Parsed({"--list", "/v", "--unlock", "password", "--list"});
-    EXPECT_EQ(options.unlockKind, "password");
-    EXPECT_EQ(options.secret, "--list");
-    EXPECT_FALSE(options.asksSecret);
+    EXPECT_EQ(options.unlocking.kind, "password");
+    EXPECT_EQ(options.unlocking.secret, "--list");
+    EXPECT_FALSE(options.unlocking.asksSecret);
 }
 
 TEST(Options, ASecretOfADashIsAskedFor)
 {
-    EXPECT_TRUE(Parsed({"--list", "/v", "--unlock", "password", "-"}).asksSecret);
+    EXPECT_TRUE(Parsed({"--list", "/v", "--unlock", "password", "-"}).unlocking.asksSecret);
 }
 
 TEST(Options, AfterTwoDashesEverythingIsAPath)

@@ -38,6 +38,7 @@ public:
     // Types on the terminal.
     void Type(const std::string &text);
     void Send(int signal);
+    pid_t Process() const { return _process; }
     // Whether the terminal echoes what is typed.
     bool Echoes() const;
 

@@ -124,7 +124,7 @@ bool ExportCommand::MakePlan(std::string *error)
 
 SourceFiles ExportCommand::Sources() const
 {
-    SourceFiles sources(_options.volume, _options.keyFile);
+    SourceFiles sources(_options.volume, _options.keyPaths);
     sources.AddFile(_options.map);
     return sources;
 }

@@ -81,7 +81,7 @@ bool SourceFiles::MayReplace(const std::string &path, std::string *error) const
     return false;
 }
 
-SourceFiles::SourceFiles(const std::string &volume, const std::string &key)
+SourceFiles::SourceFiles(const std::string &volume, const std::vector<std::string> &keys)
 {
     const std::string image = ImageOf(volume);
     if (IsFile(image)) {
@@ -89,8 +89,17 @@ SourceFiles::SourceFiles(const std::string &volume, const std::string &key)
         AddParts(image);
         AddNamedBy(image);
     }
-    AddFile(key);
+    for (const std::string &path : keys)
+        AddKeys(path);
     AddOpenFiles();
+}
+
+void SourceFiles::AddKeys(const std::string &path)
+{
+    AddFile(path);
+    const Folder folder(opendir(path.c_str()));
+    while (const dirent *entry = folder == nullptr ? nullptr : readdir(folder.get()))
+        AddFile(path + "/" + entry->d_name);
 }
 
 void SourceFiles::AddFile(const std::string &path)

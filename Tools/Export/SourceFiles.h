@@ -2,8 +2,8 @@
 // files alone are not enough: a library opens some parts of an image only when it needs them.
 //
 // These are all files that the process has open when this is made; those beside the image that are
-// named like its parts ("disk.E02", "disk-s001.vmdk"); those that its descriptor names; and the
-// file of a startup key. Threads: one at a time.
+// named like its parts ("disk.E02", "disk-s001.vmdk"); those that its descriptor names; and those
+// that have keys. Threads: one at a time.
 #pragma once
 
 #include "LocalFile.h"
@@ -11,13 +11,14 @@
 #include <set>
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
 namespace vx {
 
 class SourceFiles {
 public:
-    // volume: as it was opened, "disk.E01#2" too. key: a startup key's path, or empty.
-    SourceFiles(const std::string &volume, const std::string &key);
+    // volume: as it was opened, "disk.E01#2" too. keys: files, and folders with files.
+    SourceFiles(const std::string &volume, const std::vector<std::string> &keys);
     // One more; a path that is empty or leads nowhere adds nothing.
     void AddFile(const std::string &path);
 
@@ -34,6 +35,7 @@ private:
     void AddOpenFiles();
     void AddParts(const std::string &image);
     void AddNamedBy(const std::string &descriptor);
+    void AddKeys(const std::string &path);
 
     std::set<FileIdentity> _files;
 };

@@ -105,7 +105,7 @@ public:
     {
     }
 
-    ~Parser() { WipeText(&_options.secret); }
+    ~Parser() { WipeText(&_options.unlocking.secret); }
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
 
@@ -193,9 +193,8 @@ private:
         if (!FitsAction() || !IsChoicePossible() || !AreFilesDifferent() || !CanResume())
             return false;
         _options.action = _has[kList] ? Options::Action::kList : Options::Action::kExport;
-        _options.unlockKind = _reader.Unlock().kind;
-        _options.secret = _reader.Unlock().secret;
-        _options.asksSecret = _reader.Unlock().asksSecret;
+        _options.unlocking = _reader.Unlock();
+        _options.keyPaths = _options.unlocking.KeyPaths(_options.unlocking.secret.c_str());
         return true;
     }
 

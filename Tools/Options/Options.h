@@ -3,6 +3,8 @@
 // Errors: one line without a line end, ready to follow "volume-export: ".
 #pragma once
 
+#include "Unlocking.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,12 +22,11 @@ struct Options {
     enum class Action { kHelp, kVersion, kList, kExport };
 
     std::string volume;
-    std::string unlockKind = "none";
-    std::string secret;              // as given; empty if it is to be asked for
-    std::string keyFile;             // the path of a startup key; empty for other kinds
+    Unlocking unlocking;
+    // Unlocking::KeyPaths, as far as they are known.
+    std::vector<std::string> keyPaths;
     std::vector<std::string> paths;  // as given; none means the root
     Action action = Action::kHelp;
-    bool asksSecret = false;  // the secret was given as "-"
 
     // kList only.
     bool recursive = false;

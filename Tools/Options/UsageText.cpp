@@ -15,9 +15,13 @@ Lists the files of a volume, or exports them: copies them to a folder of this ma
   PATH                  files or folders of the volume, e.g. /Reports/2019; without any,
                         everything. The leading "/" may be omitted.
   --unlock KIND SECRET  how to unlock the volume (default: none, with an empty secret).
+                        KIND: password, recovery (the 48 digits); vmk or fvek (a key as
+                        hexadecimal digits, or the path of its file); startup-key,
+                        recovery-file or key-ring (a path).
                         A SECRET of "-" is asked for on the terminal, without echo, or
-                        read as one line from standard input; other users can see one
-                        given here.
+                        read as one line from standard input; "@FILE" is the first line
+                        of FILE, "fd:N" a line of the inherited descriptor N. Other users
+                        can see one given here.
   --                    all that follows is VOLUME and PATHs
 
 Listing

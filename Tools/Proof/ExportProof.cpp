@@ -49,9 +49,7 @@ bool ExportProof::MayBegin(std::string *error) const
         files.push_back({"--report", _options.report});
     if (files.empty())
         return true;
-    // A secret of this kind is a path.
-    const bool hasKeyFile = _options.unlockKind == "startup-key";
-    SourceFiles sources(_options.volume, hasKeyFile ? _options.secret : "");
+    SourceFiles sources(_options.volume, _options.keyPaths);
     sources.AddFile(_options.map);
     const auto isRead = [&sources](const struct stat &found) { return sources.Holds(found); };
     return MayWrite(files, {_options.destination, _options.volume, isRead}, error);

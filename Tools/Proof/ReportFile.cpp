@@ -107,7 +107,7 @@ void ReportWriter::WriteOpened()
     _json.Name("opened");
     _json.BeginObject();
     WriteText("volume", _facts.options.volume);
-    WriteText("unlock", _facts.options.unlockKind);
+    WriteText("unlock", _facts.options.unlocking.kind);
     WriteTexts("warnings", _facts.warnings);
     _json.EndObject();
 }

@@ -1,5 +1,6 @@
 #include "DiskReading.h"
 
+#include "OpeningProgress.h"
 #include "VolumeOpeningOptions.h"
 
 #include <dlfcn.h>
@@ -20,18 +21,17 @@ bool DiskReading::IsUsual() const
     return unread.empty() && retries == 0 && slowAfter == 0 && !recordsReads;
 }
 
-bool DiskReading::Request(void *library, std::string *error) const
+bool DiskReading::Request(void *library, OpeningProgress *progress, std::string *error) const
 {
-    if (IsUsual())
-        return true;
     VolumeOpeningOptions options;
+    progress->AddTo(&options);
     options.retries = retries;
     options.slowMilliseconds = slowAfter;
     options.recordsReads = recordsReads ? 1 : 0;
     options.unread = unread.data();
     options.unreadCount = unread.size();
     const auto set = FunctionOf(library);
-    if (set != nullptr && set(&options))
+    if ((set != nullptr && set(&options)) || IsUsual())
         return true;
     *error = "the volume library is another version, which cannot read a disk by a map, with "
              "retries or without slow places";

@@ -10,15 +10,18 @@
 
 namespace vx {
 
+class OpeningProgress;
+
 struct DiskReading {
     ByteRanges unread;          // is never read; sorted, without overlaps
     uint32_t retries = 0;       // of a sector that cannot be read
     uint32_t slowAfter = 0;     // a read that takes longer is followed by a skip; 0: none is
     bool recordsReads = false;  // what is read as tables
 
-    // library: the handle of the loaded one. Concerns the next opening on this thread. False if the
-    // library cannot do it; what asks for nothing can always be done.
-    bool Request(void *library, std::string *error) const;
+    // library: the handle of the loaded one. Concerns the next opening on this thread, which
+    // reports to progress. False if the library cannot do it; what asks for nothing can always be
+    // done, without reports at worst.
+    bool Request(void *library, OpeningProgress *progress, std::string *error) const;
     // So that a later opening is not concerned.
     static void Reset(void *library);
 

@@ -3,6 +3,7 @@
 #import "CBitlockerWrapper.h"
 #include "OpenFailureText.h"
 #include "OpeningInterruption.h"
+#include "OpeningProgress.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 
@@ -61,7 +62,8 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
     IVolume *opened = nullptr;
     int32_t status = 0;
     bool isCalled = false;
-    if (!_reading.Request(library.get(), error))
+    OpeningProgress progress;
+    if (!_reading.Request(library.get(), &progress, error))
         return false;
     {
         const OpeningInterruption interruption(library.get());
