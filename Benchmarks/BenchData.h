@@ -24,9 +24,9 @@ public:
     std::string LikeADisk();  // 100 entries of many kinds, as at a disk's root
     std::string Empty();
 
-    // A folder that does not exist, for a copy; what an earlier copy left there is removed, or moved
-    // away until the end if it is many files, what is still to be written to the disk is written,
-    // and free memory is filled.
+    // A folder that does not exist, for a copy; what an earlier copy left there is removed, or
+    // moved away until the end if it is many files, what is still to be written to the disk is
+    // written, and free memory is filled.
     std::string FreshDestination();
 
 private:

@@ -59,8 +59,9 @@ bool Unlocking::TakeDescriptor(const char *number, std::string *error)
     const int given = DescriptorOf(number);
     error->clear();
     if (given == kNoDescriptor)
-        *error = "\"fd:\" needs the number of a descriptor (a secret that begins with \"fd:\" can be "
-                 "typed after \"-\", or given by @FILE)";
+        *error =
+            "\"fd:\" needs the number of a descriptor (a secret that begins with \"fd:\" can be "
+            "typed after \"-\", or given by @FILE)";
     else if (given == STDOUT_FILENO || given == STDERR_FILENO)
         *error = "no secret is read from descriptors 1 and 2, to which messages are written";
     else if (fcntl(given, F_GETFD) != 0)

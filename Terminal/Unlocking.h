@@ -1,9 +1,10 @@
 // How a volume is unlocked, as a command line has it: "--unlock KIND SECRET".
 //
-// A SECRET of "-" is asked for; "@FILE" is the first line of a file; "fd:N" is a line of a descriptor
-// that the program has inherited. Any other is the secret itself, which other users of the machine
-// can see in the list of processes. For a kind whose secret is a path, such a line is the path.
-// Threads: one at a time. Errors: one line without a line end, which does not repeat the secret.
+// A SECRET of "-" is asked for; "@FILE" is the first line of a file; "fd:N" is a line of a
+// descriptor that the program has inherited. Any other is the secret itself, which other users of
+// the machine can see in the list of processes. For a kind whose secret is a path, such a line is
+// the path. Threads: one at a time. Errors: one line without a line end, which does not repeat the
+// secret.
 #pragma once
 
 #include <string>

@@ -51,7 +51,8 @@ TEST(StepProgressTest, ItIsReportedAFewTimesASecondAtMost)
     const auto start = std::chrono::steady_clock::now();
     for (uint64_t done = 1; done <= 100000; ++done)
         progress.Report(done);
-    const auto quarters = (std::chrono::steady_clock::now() - start) / std::chrono::milliseconds(250);
+    const auto quarters =
+        (std::chrono::steady_clock::now() - start) / std::chrono::milliseconds(250);
     EXPECT_LE(heard.size(), 2U + static_cast<size_t>(quarters));
 }
 

@@ -32,8 +32,8 @@ TEST_F(LoadedLibraryTest, AMissingLibraryIsNamedWithItsPath)
 
 TEST_F(LoadedLibraryTest, ALibraryWithoutTheEntryIsRefused)
 {
-    EXPECT_EQ(ErrorAt(VX_ENTRYLESS), "the volume library " VX_ENTRYLESS
-                                     " has no entry \"open_bitlocker_device\"");
+    EXPECT_EQ(ErrorAt(VX_ENTRYLESS),
+              "the volume library " VX_ENTRYLESS " has no entry \"open_bitlocker_device\"");
 }
 
 TEST_F(LoadedLibraryTest, BesideAProgramWithoutTheLibraryThereIsNone)
@@ -78,8 +78,8 @@ TEST_F(LoadedLibraryTest, AFailureNamesTheVolumeTheReasonAndTheStatus)
     const VolumeOpening opening = OpenVolume(*library, path, "none", "");
     EXPECT_EQ(opening.volume, nullptr);
     EXPECT_EQ(opening.status, 3);
-    EXPECT_EQ(opening.error, "cannot open " + _folder.At("a\\nb") +
-                                 ": there is nothing at this path (status 3)");
+    EXPECT_EQ(opening.error,
+              "cannot open " + _folder.At("a\\nb") + ": there is nothing at this path (status 3)");
 }
 
 }  // namespace

@@ -20,9 +20,10 @@ protected:
     // What /proc shows of the program while it opens a volume with the secret.
     std::string SeenWhileOpening(const std::string &word, const std::string &redirection)
     {
-        ToolRun run("/bin/sh", {"-c", "exec \"$0\" --list slow --unlock password \"" + word +
-                                          "\" " + redirection,
-                                CopyOfTool(VX_CANCELLABLE)});
+        ToolRun run("/bin/sh",
+                    {"-c",
+                     "exec \"$0\" --list slow --unlock password \"" + word + "\" " + redirection,
+                     CopyOfTool(VX_CANCELLABLE)});
         close(open((_secret + "/opening").c_str(), O_RDONLY));
         std::string seen;
         for (const char *name : {"/cmdline", "/environ"})

@@ -24,8 +24,8 @@ std::optional<LoadedLibrary> LoadedLibrary::At(const std::string &path, std::str
     const auto entry =
         reinterpret_cast<OpenBitlockerDeviceFunction>(dlsym(handle, "open_bitlocker_device"));
     if (entry == nullptr) {
-        *error = "the volume library " + TerminalText(path) +
-                 " has no entry \"open_bitlocker_device\"";
+        *error =
+            "the volume library " + TerminalText(path) + " has no entry \"open_bitlocker_device\"";
         return std::nullopt;
     }
     return LoadedLibrary(handle, entry);

@@ -33,8 +33,7 @@ VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume
     }
     {
         const OpeningInterruption interruption(library.Handle());
-        opening.status =
-            library.Entry()(volume.c_str(), kind.c_str(), secret, &opening.volume);
+        opening.status = library.Entry()(volume.c_str(), kind.c_str(), secret, &opening.volume);
     }
     if (opening.status != 0)
         opening.error = OpeningFailure(library, "open", volume, opening.status);

@@ -37,8 +37,8 @@ struct VolumeOpening {
     std::vector<std::string> warnings;  // damage that did not prevent it
 };
 
-// kind, secret: as the library's entry takes them. options: null for the usual ones; an older library
-// that does not know others opens nothing, and error says that.
+// kind, secret: as the library's entry takes them. options: null for the usual ones; an older
+// library that does not know others opens nothing, and error says that.
 VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume,
                          const std::string &kind, const char *secret,
                          const VolumeOpeningOptions *options = nullptr);
