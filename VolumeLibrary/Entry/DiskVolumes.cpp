@@ -11,7 +11,6 @@ namespace {
 
 using Source = DiskVolumes::Source;
 
-constexpr size_t kMostPartitions = 256;
 constexpr size_t kMostDescribed = 16;
 
 FileSystemKind KindOf(const Partition &partition, const Source &disk)
@@ -27,9 +26,11 @@ void SortByOffset(std::vector<DiskVolume> *volumes)
 }
 
 // By what the partitions of a table hold.
-DiskVolumes VolumesOf(const Source &disk, PartitionTable table)
+DiskVolumes VolumesOf(const Source &disk, PartitionTable table, uint32_t sectorBytes)
 {
     DiskVolumes found;
+    found.kind = table.kind;
+    found.sectorBytes = sectorBytes;
     found.unread = std::move(table.unread);
     found.note = std::move(table.note);
     for (Partition &partition : table.partitions) {
@@ -37,7 +38,7 @@ DiskVolumes VolumesOf(const Source &disk, PartitionTable table)
         volume.kind = KindOf(volume, disk);
         const bool isOther = volume.kind == FileSystemKind::kUnknown;
         std::vector<DiskVolume> *list = isOther ? &found.others : &found.volumes;
-        if (list->size() < kMostPartitions)
+        if (list->size() < DiskVolumes::kMostPartitions)
             list->push_back(std::move(volume));
     }
     SortByOffset(&found.volumes);
@@ -73,9 +74,9 @@ const KnownContents *ContentsOf(const Partition &partition, const Source &disk)
 DiskVolumes DiskVolumes::Read(const Source &disk)
 {
     DiskVolumes best;
-    for (const uint64_t sectorBytes : {512, 4096}) {
+    for (const uint32_t sectorBytes : {512, 4096}) {
         for (PartitionTable &table : PartitionTable::ReadAll(*disk, sectorBytes)) {
-            DiskVolumes found = VolumesOf(disk, std::move(table));
+            DiskVolumes found = VolumesOf(disk, std::move(table), sectorBytes);
             if (!found.volumes.empty())
                 return found;
             if (best.unread)

@@ -17,10 +17,15 @@ struct DiskVolume : Partition {
 struct DiskVolumes {
     using Source = std::shared_ptr<const ByteSource>;
 
+    // No disk has more of either; a table that claims so is not read to its end.
+    static constexpr size_t kMostPartitions = 256;
+
     std::vector<DiskVolume> volumes;  // the n-th one has the number n + 1
     std::vector<DiskVolume> others;   // kUnknown, all of them
-    std::string note;                 // as PartitionTable's
-    Error unread;                     // as PartitionTable's: there may be more volumes than those
+    PartitionTable::Kind kind = PartitionTable::Kind::kNone;
+    uint32_t sectorBytes = 0;  // in which the table counts
+    std::string note;          // as PartitionTable's
+    Error unread;              // as PartitionTable's: there may be more volumes than those
 
     // By the first table in which there are volumes. Empty if there is none.
     static DiskVolumes Read(const Source &disk);

@@ -2,6 +2,7 @@
 
 #include "ByteReader.h"
 #include "Crc32.h"
+#include "PartitionTypes.h"
 #include "Wtf8.h"
 
 #include <algorithm>
@@ -102,7 +103,7 @@ std::optional<PartitionPlace> PlaceIn(ByteView entry)
     const uint64_t last = reader.U64();
     if (type == kUnused || last < first || last - first == ~uint64_t{0})
         return std::nullopt;
-    return PartitionPlace{first, last - first + 1, NameOf(entry), UseOf(type)};
+    return PartitionPlace{first, last - first + 1, NameOf(entry), UseOf(type), GptTypeName(type)};
 }
 
 struct EntriesRead {

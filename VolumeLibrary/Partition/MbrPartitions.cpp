@@ -1,6 +1,7 @@
 #include "MbrPartitions.h"
 
 #include "ByteReader.h"
+#include "PartitionTypes.h"
 
 #include <algorithm>
 #include <array>
@@ -86,7 +87,11 @@ private:
     {
         for (const TableEntry &entry : entries) {
             if (entry.IsVolume())
-                _found.places.push_back({base + entry.firstSector, entry.sectors, {}, entry.Use()});
+                _found.places.push_back({base + entry.firstSector,
+                                         entry.sectors,
+                                         {},
+                                         entry.Use(),
+                                         MbrTypeName(entry.type)});
         }
     }
 

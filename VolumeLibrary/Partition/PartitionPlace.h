@@ -18,6 +18,7 @@ struct PartitionPlace {
     uint64_t sectors = 0;
     std::string name;  // UTF-8; may be empty
     PartitionUse use = PartitionUse::kOrdinary;
+    std::string type;  // as PartitionTypes.h names it
 };
 
 }  // namespace vx

@@ -10,8 +10,11 @@
 namespace vx {
 namespace {
 
+using Kind = PartitionTable::Kind;
+
 // What one of the tables says.
 struct Layout {
+    PartitionTable::Kind kind;
     std::vector<PartitionPlace> places;
     std::string note;
     Error unread;
@@ -20,7 +23,7 @@ struct Layout {
 // Nothing if no disk can have such a partition.
 std::optional<Partition> PartitionAt(const PartitionPlace &place, uint64_t sectorBytes)
 {
-    Partition partition = {0, 0, WithoutControls(place.name), place.use};
+    Partition partition = {0, 0, WithoutControls(place.name), place.use, place.type};
     uint64_t end = 0;
     const bool isPossible =
         !__builtin_mul_overflow(place.firstSector, sectorBytes, &partition.offset) &&
@@ -35,14 +38,16 @@ std::vector<Layout> LayoutsOf(const ByteSource &disk, uint64_t sectorBytes)
 {
     GptPartitions gpt = GptPartitions::Read(disk, sectorBytes);
     const bool hasGpt = !gpt.places.empty();
-    Layout ofGpt = {std::move(gpt.places), std::move(gpt.note), std::move(gpt.unread)};
+    Layout ofGpt = {hasGpt ? Kind::kGpt : Kind::kNone, std::move(gpt.places), std::move(gpt.note),
+                    std::move(gpt.unread)};
     if (hasGpt && !gpt.areOfBackup)
         return {ofGpt};
     MbrPartitions mbr = MbrPartitions::Read(disk, sectorBytes);
     const bool hasMbr = !mbr.places.empty();
     if (hasGpt && (mbr.protectsGpt || !hasMbr))
         return {ofGpt};
-    Layout ofMbr = {std::move(mbr.places), "", std::move(mbr.unread)};
+    Layout ofMbr = {hasMbr ? Kind::kMbr : Kind::kNone, std::move(mbr.places), "",
+                    std::move(mbr.unread)};
     if (hasGpt)
         return {ofMbr, ofGpt};
     if (!hasMbr && !ofMbr.unread)
@@ -53,6 +58,7 @@ std::vector<Layout> LayoutsOf(const ByteSource &disk, uint64_t sectorBytes)
 PartitionTable TableOf(Layout layout, uint64_t sectorBytes, uint64_t diskBytes)
 {
     PartitionTable table;
+    table.kind = layout.kind;
     table.unread = std::move(layout.unread);
     table.note = std::move(layout.note);
     for (const PartitionPlace &place : layout.places) {

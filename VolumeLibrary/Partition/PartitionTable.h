@@ -17,11 +17,15 @@ struct Partition {
     uint64_t size = 0;
     std::string name;  // UTF-8 without control characters; may be empty
     PartitionUse use = PartitionUse::kOrdinary;
+    std::string type;  // as PartitionTypes.h names it
 
     std::shared_ptr<const ByteSource> In(std::shared_ptr<const ByteSource> disk) const;
 };
 
 struct PartitionTable {
+    enum class Kind { kNone, kMbr, kGpt };
+
+    Kind kind = Kind::kNone;
     std::vector<Partition> partitions;  // in the order of the table; all begin on the disk
     std::string note;                   // a defect of the table, for the user; may be empty
     // Why the disk may have more partitions than these, or none: kSystemError if a part of the
