@@ -4,6 +4,7 @@
 #include "ByteReader.h"
 #include "FirstSector.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vx::bitlocker {
@@ -54,6 +55,21 @@ Result<BootSector> ParseNewer(ByteView bytes, BootSector boot, size_t identifier
 }
 
 }  // namespace
+
+Result<BootSector> BootSector::Read(const ByteSource &volume)
+{
+    uint8_t sector[kSize];
+    if (volume.Size() < sizeof sector)
+        return UnknownVolume("shorter than one sector");
+    if (Error error = volume.ReadAt(0, sector, sizeof sector))
+        return error;
+    return Parse({sector, sizeof sector});
+}
+
+bool BootSector::NamesEveryCopy() const
+{
+    return std::find(metadataOffsets.begin(), metadataOffsets.end(), 0) == metadataOffsets.end();
+}
 
 Result<BootSector> BootSector::Parse(ByteView bytes)
 {

@@ -3,6 +3,7 @@
 // Everything else in this sector imitates a FAT32 boot sector and is not used.
 #pragma once
 
+#include "ByteSource.h"
 #include "ByteView.h"
 #include "Error.h"
 
@@ -31,6 +32,10 @@ struct BootSector {
 
     // Errors: kNotBitlocker.
     static Result<BootSector> Parse(ByteView bytes);
+    // That of the volume. Errors: of reading too.
+    static Result<BootSector> Read(const ByteSource &volume);
+
+    bool NamesEveryCopy() const;
 };
 
 }  // namespace vx::bitlocker

@@ -22,6 +22,14 @@ uint64_t ConversionMap::Region::EndOfSame(uint64_t chunk) const
     return chunk == count ? offset + length : offset + chunk * chunkSize;
 }
 
+uint64_t ConversionMap::Region::EncryptedBytes() const
+{
+    uint64_t bytes = 0;
+    for (uint64_t chunk = 0; chunk < ChunkCount(); ++chunk)
+        bytes += Bit(chunk) ? std::min(chunkSize, length - chunk * chunkSize) : 0;
+    return bytes;
+}
+
 ConversionMap::Run ConversionMap::RunAt(uint64_t offset) const
 {
     const auto next = std::upper_bound(
@@ -51,6 +59,19 @@ bool ConversionMap::IsAllPlain() const
                region.EndOfSame(0) == region.offset + region.length;
     };
     return std::all_of(_regions.begin(), _regions.end(), isPlain);
+}
+
+ConversionMap::Progress ConversionMap::Count() const
+{
+    Progress progress;
+    for (const Region &region : _regions) {
+        progress.coveredBytes += region.length;
+        progress.encryptedBytes += region.EncryptedBytes();
+        progress.isInterrupted = progress.isInterrupted || !region.interrupted.empty();
+        if (progress.direction == Direction::kIdle)
+            progress.direction = region.direction;
+    }
+    return progress;
 }
 
 }  // namespace vx::bitlocker

@@ -21,6 +21,16 @@ public:
         std::vector<uint8_t> saved;  // 16 bytes for each sector
     };
 
+    // Which way a conversion runs.
+    enum class Direction { kIdle, kEncrypting, kDecrypting };
+
+    struct Progress {
+        uint64_t coveredBytes = 0;  // by regions
+        uint64_t encryptedBytes = 0;
+        bool isInterrupted = false;  // amid a chunk
+        Direction direction = Direction::kIdle;
+    };
+
     enum class State { kPlain, kEncrypted, kInterrupted, kUnknown };
 
     struct Run {
@@ -38,6 +48,7 @@ public:
     Run RunAt(uint64_t offset) const;
     // Whether nothing at all is encrypted.
     bool IsAllPlain() const;
+    Progress Count() const;
 
 private:
     friend class ConversionMapReader;
@@ -47,11 +58,13 @@ private:
         uint64_t length = 0;
         uint64_t chunkSize = 0;
         std::vector<uint8_t> bits;
+        Direction direction = Direction::kIdle;
         std::vector<InterruptedChunk> interrupted;  // one at most
 
         uint64_t ChunkCount() const { return (length + chunkSize - 1) / chunkSize; }
         bool Bit(uint64_t chunk) const { return (bits[chunk / 8] >> (chunk % 8) & 1) != 0; }
         uint64_t EndOfSame(uint64_t chunk) const;
+        uint64_t EncryptedBytes() const;
     };
 
     std::vector<Region> _regions;  // by offset, not overlapping

@@ -43,8 +43,21 @@ bool IsChecksumRight(ByteView bytes, size_t field)
 // What counts in a record of bits.
 struct Record {
     uint64_t sequence = 0;
+    ConversionMap::Direction direction = ConversionMap::Direction::kIdle;
     ByteView bits;
 };
+
+ConversionMap::Direction DirectionOf(uint32_t stored)
+{
+    switch (stored) {
+    case 1:
+        return ConversionMap::Direction::kEncrypting;
+    case 2:
+        return ConversionMap::Direction::kDecrypting;
+    default:
+        return ConversionMap::Direction::kIdle;
+    }
+}
 
 // False for a record that is damaged.
 bool ParseRecord(ByteView bytes, uint64_t bitCount, Record &record)
@@ -56,6 +69,7 @@ bool ParseRecord(ByteView bytes, uint64_t bitCount, Record &record)
     const size_t length = reader.U32();
     const uint64_t storedCount = reader.U32();
     record.sequence = reader.U64();
+    record.direction = DirectionOf(reader.U32());
     record.bits = bytes.From(kRecordHeader);
     return headerSize == kRecordHeader && length == bytes.size && storedCount == bitCount &&
            (bitCount + 7) / 8 <= record.bits.size && IsChecksumRight(bytes, kRecordChecksumAt);
@@ -142,6 +156,7 @@ Error ConversionMapReader::ReadBits(ByteView block, ConversionMap::Region &regio
     }
     if (!found)
         return Damage("both records of a region are damaged");
+    region.direction = newest.direction;
     region.bits = newest.bits.First((region.ChunkCount() + 7) / 8).Copy();
     return {};
 }

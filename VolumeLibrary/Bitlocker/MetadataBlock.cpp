@@ -60,6 +60,8 @@ Result<size_t> ParseMetadataHeader(ByteView covered, MetadataBlock &block)
     block.volume = reader.TakeGuid();
     block.nonceCounter = reader.U32();
     block.method = reader.U16();
+    reader.Skip(2);  // the method again
+    block.created = reader.U64();
     if (!reader.Good() || headerSize != kMetadataHeaderSize || size != sizeAgain)
         return Damage("the header of the metadata is damaged");
     if (size < kMetadataHeaderSize || size > covered.size - MetadataBlock::kHeaderSize)

@@ -36,6 +36,7 @@ struct MetadataBlock {
     Guid volume;
     uint32_t nonceCounter = 0;
     uint16_t method = 0;
+    uint64_t created = 0;     // in 100 ns since 1601-01-01 UTC
     std::string description;  // UTF-8: computer, label, date; may be empty
     std::vector<Protector> protectors;
     std::optional<WrappedKey> wrappedSectorKey;

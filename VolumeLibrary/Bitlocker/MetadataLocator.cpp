@@ -29,6 +29,16 @@ bool AgreesWithBlock(const MetadataBlock &block, uint32_t sectorSize)
 
 }  // namespace
 
+uint32_t RecordedSectorSize(const BootSector &boot, const std::vector<MetadataBlock> &copies)
+{
+    if (boot.sectorSize != 0)
+        return boot.sectorSize;
+    for (const MetadataBlock &copy : copies)
+        if (copy.volumeHeader && copy.volumeHeader->sectorSize != 0)
+            return copy.volumeHeader->sectorSize;
+    return 0;
+}
+
 MetadataLocator::MetadataLocator(const ByteSource &source, const BootSector &boot,
                                  const CancelFlag *cancel)
     : _source(source),
@@ -74,6 +84,7 @@ void MetadataLocator::AddCandidates(const std::vector<uint64_t> &offsets)
 void MetadataLocator::TryCopy(uint64_t offset)
 {
     const auto warn = [&](const Error &error) {
+        _copies.examined.push_back({offset, error.detail});
         _copies.warnings.push_back("the copy of the metadata at " + std::to_string(offset) +
                                    " cannot be used: " + error.detail);
     };
@@ -89,6 +100,7 @@ void MetadataLocator::TryCopy(uint64_t offset)
     Result<MetadataBlock> block = ParseChecked(area, offset);
     if (block) {
         _allBeyondEnd = false;
+        _copies.examined.push_back({offset, ""});
         _copies.usable.push_back(std::move(*block));
         return;
     }
@@ -136,14 +148,33 @@ void MetadataLocator::TryCandidates()
         TryCopy(_candidates.front());
 }
 
-Result<MetadataCopies> MetadataLocator::Locate()
+void MetadataLocator::TryNamed()
 {
-    const std::vector<uint64_t> &offsets = _boot.metadataOffsets;
-    if (std::find(offsets.begin(), offsets.end(), 0) != offsets.end())
+    if (!_boot.NamesEveryCopy())
         _copies.warnings.push_back("the boot sector does not name every copy of the metadata");
-    AddCandidates(offsets);
+    AddCandidates(_boot.metadataOffsets);
     _allBeyondEnd = !_candidates.empty();
     TryCandidates();
+}
+
+void MetadataLocator::PutNewestFirst()
+{
+    std::stable_sort(_copies.usable.begin(), _copies.usable.end(),
+                     [](const MetadataBlock &a, const MetadataBlock &b) {
+                         return a.nonceCounter > b.nonceCounter;
+                     });
+}
+
+MetadataCopies MetadataLocator::LocateNamed()
+{
+    TryNamed();
+    PutNewestFirst();
+    return std::move(_copies);
+}
+
+Result<MetadataCopies> MetadataLocator::Locate()
+{
+    TryNamed();
     if (_copies.usable.empty() && !_allBeyondEnd) {
         if (Error error = Search())
             return error;
@@ -151,10 +182,7 @@ Result<MetadataCopies> MetadataLocator::Locate()
     }
     if (_copies.usable.empty())
         return Failure();
-    std::stable_sort(_copies.usable.begin(), _copies.usable.end(),
-                     [](const MetadataBlock &a, const MetadataBlock &b) {
-                         return a.nonceCounter > b.nonceCounter;
-                     });
+    PutNewestFirst();
     return std::move(_copies);
 }
 

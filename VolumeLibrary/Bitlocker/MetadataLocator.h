@@ -14,10 +14,19 @@
 
 namespace vx::bitlocker {
 
-struct MetadataCopies {
-    std::vector<MetadataBlock> usable;  // the newest first; at least one
-    std::vector<std::string> warnings;  // one for each copy that is damaged or missing
+struct ExaminedCopy {
+    uint64_t offset = 0;  // in the volume
+    std::string problem;  // why it cannot be used; empty if it can
 };
+
+struct MetadataCopies {
+    std::vector<MetadataBlock> usable;   // the newest first; at least one
+    std::vector<std::string> warnings;   // one for each copy that is damaged or missing
+    std::vector<ExaminedCopy> examined;  // in the order in which they were named
+};
+
+// By the boot sector or else by a copy; 0 if neither says so.
+uint32_t RecordedSectorSize(const BootSector &boot, const std::vector<MetadataBlock> &copies);
 
 class MetadataLocator {
 public:
@@ -30,8 +39,12 @@ public:
     // Errors: kDamagedMetadata; kTruncatedImage if every copy lies beyond the end; kSystemError if
     // no copy could be read for that reason; kCancelled.
     Result<MetadataCopies> Locate();
+    // Only those that are named somewhere; usable may be empty.
+    MetadataCopies LocateNamed();
 
 private:
+    void TryNamed();
+    void PutNewestFirst();
     void TryCandidates();
     void TryCopy(uint64_t offset);
     void AddCandidates(const std::vector<uint64_t> &offsets);

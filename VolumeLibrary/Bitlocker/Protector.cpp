@@ -11,6 +11,20 @@ namespace {
 
 constexpr uint16_t kNeedsTpm = 0x0100;
 
+// A copy of the secret that the master key opens is of no use for unlocking.
+void TakeSecrets(Protector &protector, const MetadataEntry &stretchKey)
+{
+    const Result<std::vector<MetadataEntry>> entries = ParseEntries(stretchKey.Nested(), 3);
+    if (!entries)
+        return;
+    for (const MetadataEntry &entry : *entries) {
+        if (entry.valueType != ValueType::kWrapped)
+            continue;
+        if (auto wrapped = WrappedKey::Parse(entry.data))
+            protector.wrappedSecrets.push_back(std::move(*wrapped));
+    }
+}
+
 void TakeProperty(Protector &protector, const MetadataEntry &property)
 {
     ByteReader reader(property.data);
@@ -23,6 +37,7 @@ void TakeProperty(Protector &protector, const MetadataEntry &property)
         const ByteView bytes = reader.Bytes(Salt().size());
         protector.salt.emplace();
         std::copy(bytes.data, bytes.data + bytes.size, protector.salt->begin());
+        TakeSecrets(protector, property);
     }
 }
 
@@ -49,7 +64,8 @@ Protector Protector::Parse(const MetadataEntry &entry)
     Protector protector;
     ByteReader reader(entry.data);
     protector.identifier = reader.TakeGuid();
-    reader.Skip(8 + 2);  // time of the last change, zeros
+    protector.changed = reader.U64();
+    reader.Skip(2);
     protector.kind = static_cast<ProtectorKind>(reader.U16());
     const Result<std::vector<MetadataEntry>> properties = ParseEntries(entry.Nested(), 2);
     if (!properties)
@@ -57,6 +73,31 @@ Protector Protector::Parse(const MetadataEntry &entry)
     for (const MetadataEntry &property : *properties)
         TakeProperty(protector, property);
     return protector;
+}
+
+const char *ProtectorKindToken(ProtectorKind kind)
+{
+    switch (kind) {
+    case ProtectorKind::kClearKey:
+        return "clear-key";
+    case ProtectorKind::kTpm:
+        return "tpm";
+    case ProtectorKind::kExternalKey:
+        return "startup-key";
+    case ProtectorKind::kTpmAndStartupKey:
+        return "tpm-and-startup-key";
+    case ProtectorKind::kTpmAndPin:
+        return "tpm-and-pin";
+    case ProtectorKind::kTpmPinAndStartupKey:
+        return "tpm-pin-and-startup-key";
+    case ProtectorKind::kRecoveryPassword:
+        return "recovery-password";
+    case ProtectorKind::kSmartCard:
+        return "smart-card";
+    case ProtectorKind::kPassword:
+        return "password";
+    }
+    return "other";
 }
 
 std::string ProtectorKindName(ProtectorKind kind)

@@ -26,15 +26,20 @@ using Salt = std::array<uint8_t, 16>;
 
 struct Protector {
     Guid identifier;
+    uint64_t changed = 0;                           // in 100 ns since 1601-01-01 UTC
     ProtectorKind kind = ProtectorKind::kClearKey;  // any number, not only the named ones
     std::optional<WrappedKey> wrappedMasterKey;
     std::vector<uint8_t> clearKey;  // of a clear-key protector; it lies open on the disk
     std::optional<Salt> salt;       // of a password or recovery password
+    // Wrapped under the master key: what the secret is stretched from, and the outcome.
+    std::vector<WrappedKey> wrappedSecrets;
 
     // entry: of value type Protector, from ParseEntries.
     static Protector Parse(const MetadataEntry &entry);
 };
 
+// For programs, in names that never change: "password", "tpm-and-pin"; "other" of an unknown kind.
+const char *ProtectorKindToken(ProtectorKind kind);
 // "password", "TPM and PIN", "unknown kind 0x4000"
 std::string ProtectorKindName(ProtectorKind kind);
 // Whether this library can use a protector of the kind.

@@ -43,17 +43,6 @@ bool IsPlausible(const DecryptedVolume &volume)
     return (isNamed || EndsAsBootSector(sector)) && (stated == 0 || stated == volume.SectorSize());
 }
 
-// Errors: of reading; kNotBitlocker.
-Result<BootSector> ReadBootSector(const ByteSource &source)
-{
-    uint8_t sector[BootSector::kSize];
-    if (source.Size() < sizeof sector)
-        return Error{Status::kNotBitlocker, "shorter than one sector"};
-    if (Error error = source.ReadAt(0, sector, sizeof sector))
-        return error;
-    return BootSector::Parse({sector, sizeof sector});
-}
-
 }  // namespace
 
 bool VolumeOpener::Recognises(ByteView firstSector)
@@ -64,7 +53,7 @@ bool VolumeOpener::Recognises(ByteView firstSector)
 
 std::string VolumeOpener::Describe(const ByteSource &source)
 {
-    const Result<BootSector> boot = ReadBootSector(source);
+    const Result<BootSector> boot = BootSector::Read(source);
     if (!boot)
         return {};
     for (const uint64_t offset : boot->metadataOffsets) {
@@ -101,7 +90,7 @@ Result<UnlockedVolume> VolumeOpener::Open(const Secret &secret)
 
 Error VolumeOpener::ReadMetadata()
 {
-    const Result<BootSector> boot = ReadBootSector(*_source);
+    const Result<BootSector> boot = BootSector::Read(*_source);
     if (!boot)
         return boot.Failure();
     _boot = *boot;
@@ -196,11 +185,9 @@ Result<UnlockedVolume> VolumeOpener::Build() const
 
 std::vector<uint32_t> VolumeOpener::SectorSizes() const
 {
-    if (_boot.sectorSize != 0)
-        return {_boot.sectorSize};
-    for (const MetadataBlock &copy : _copies.usable)
-        if (copy.volumeHeader && copy.volumeHeader->sectorSize != 0)
-            return {copy.volumeHeader->sectorSize};
+    const uint32_t recorded = RecordedSectorSize(_boot, _copies.usable);
+    if (recorded != 0)
+        return {recorded};
     return {512, 4096, 1024, 2048};
 }
 
