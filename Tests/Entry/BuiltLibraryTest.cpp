@@ -65,19 +65,21 @@ TEST(BuiltLibrary, ItsFileNameIsTheOneThatProgramsLookFor)
 
 TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
 {
-    const std::vector<std::string> expected = {VX_EXPORT_PREFIX "open_bitlocker_device",
-                                               VX_EXPORT_PREFIX "volume_library_cancel_opening",
-                                               VX_EXPORT_PREFIX "volume_library_describe_entry",
-                                               VX_EXPORT_PREFIX "volume_library_describe_listing",
-                                               VX_EXPORT_PREFIX "volume_library_file_places",
-                                               VX_EXPORT_PREFIX "volume_library_is_gone",
-                                               VX_EXPORT_PREFIX "volume_library_last_error",
-                                               VX_EXPORT_PREFIX "volume_library_open_stream",
-                                               VX_EXPORT_PREFIX
-                                               "volume_library_set_opening_options",
-                                               VX_EXPORT_PREFIX "volume_library_unread_ranges",
-                                               VX_EXPORT_PREFIX "volume_library_visit_streams",
-                                               VX_EXPORT_PREFIX "volume_library_visit_tables_read"};
+    const std::vector<std::string> expected = {
+        VX_EXPORT_PREFIX "open_bitlocker_device",
+        VX_EXPORT_PREFIX "volume_library_cancel_opening",
+        VX_EXPORT_PREFIX "volume_library_describe_disk",
+        VX_EXPORT_PREFIX "volume_library_describe_entry",
+        VX_EXPORT_PREFIX "volume_library_describe_listing",
+        VX_EXPORT_PREFIX "volume_library_file_places",
+        VX_EXPORT_PREFIX "volume_library_is_gone",
+        VX_EXPORT_PREFIX "volume_library_last_error",
+        VX_EXPORT_PREFIX "volume_library_open_stream",
+        VX_EXPORT_PREFIX "volume_library_release_disk_report",
+        VX_EXPORT_PREFIX "volume_library_set_opening_options",
+        VX_EXPORT_PREFIX "volume_library_unread_ranges",
+        VX_EXPORT_PREFIX "volume_library_visit_streams",
+        VX_EXPORT_PREFIX "volume_library_visit_tables_read"};
     EXPECT_EQ(ExportedSymbols(), expected);
 }
 

@@ -58,6 +58,7 @@ Result<EncryptionFacts> EncryptionFacts::Read(const ByteSource &volume, MapReadi
     MetadataCopies copies = MetadataLocator(volume, *boot, nullptr).LocateNamed();
     EncryptionFacts facts;
     facts.layout = boot->layout;
+    facts.isConverting = boot->converting;
     facts.sectorBytes = RecordedSectorSize(*boot, copies.usable);
     facts.examined = std::move(copies.examined);
     if (!boot->NamesEveryCopy())

@@ -26,6 +26,7 @@ struct EncryptionFacts {
     static constexpr uint64_t kUnknownBytes = ~uint64_t{0};
 
     Layout layout = Layout::kWindows7;
+    bool isConverting = false;  // a map says what is encrypted
     EncryptionState state = EncryptionState::kUnknown;
     uint64_t encryptedBytes = kUnknownBytes;
     uint64_t statedBytes = 0;            // of the volume; 0 if nothing says so

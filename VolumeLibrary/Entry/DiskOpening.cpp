@@ -42,12 +42,6 @@ Result<Secret> SecretOf(const UnlockRequest &unlocking)
     return Secret::None();
 }
 
-std::string CutText(uint64_t missingBytes)
-{
-    return "the image or device ends " + RoundedSizeText(missingBytes) +
-           " before the volume does; what lies there cannot be read";
-}
-
 // A volume whose root cannot be listed does not open.
 bool HasRoot(const FileSystem &fileSystem)
 {

@@ -1,6 +1,5 @@
 #include "DiskVolumes.h"
 
-#include "KnownContents.h"
 #include "RoundedSizeText.h"
 #include "VolumeLabel.h"
 
@@ -40,6 +39,8 @@ DiskVolumes VolumesOf(const Source &disk, PartitionTable table, uint32_t sectorB
         std::vector<DiskVolume> *list = isOther ? &found.others : &found.volumes;
         if (list->size() < DiskVolumes::kMostPartitions)
             list->push_back(std::move(volume));
+        else
+            found.isCut = true;
     }
     SortByOffset(&found.volumes);
     SortByOffset(&found.others);
@@ -59,16 +60,6 @@ std::string DescribeVolume(const DiskVolume &volume, const Source &disk)
     return volume.name.empty() ? text : text + " (" + volume.name + ")";
 }
 
-// Null for what is unknown or, as reserved partitions are, blank.
-const KnownContents *ContentsOf(const Partition &partition, const Source &disk)
-{
-    if (partition.use == PartitionUse::kStorageSpaces)
-        return &kPartOfStorageSpaces;
-    if (const KnownContents *known = KnownContents::FindMarked(*partition.In(disk)))
-        return known;
-    return partition.use == PartitionUse::kDynamicDisk ? &kPartOfDynamicDisk : nullptr;
-}
-
 }  // namespace
 
 DiskVolumes DiskVolumes::Read(const Source &disk)
@@ -86,6 +77,15 @@ DiskVolumes DiskVolumes::Read(const Source &disk)
         }
     }
     return best;
+}
+
+const KnownContents *DiskVolumes::ContentsOf(const Partition &partition, const Source &disk)
+{
+    if (partition.use == PartitionUse::kStorageSpaces)
+        return &kPartOfStorageSpaces;
+    if (const KnownContents *known = KnownContents::FindMarked(*partition.In(disk)))
+        return known;
+    return partition.use == PartitionUse::kDynamicDisk ? &kPartOfDynamicDisk : nullptr;
 }
 
 const DiskVolume *DiskVolumes::Choose(size_t number, bool isUnlocking) const

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "FileSystemKind.h"
+#include "KnownContents.h"
 #include "PartitionTable.h"
 
 namespace vx {
@@ -24,11 +25,16 @@ struct DiskVolumes {
     std::vector<DiskVolume> others;   // kUnknown, all of them
     PartitionTable::Kind kind = PartitionTable::Kind::kNone;
     uint32_t sectorBytes = 0;  // in which the table counts
+    bool isCut = false;        // there are more partitions than these
     std::string note;          // as PartitionTable's
     Error unread;              // as PartitionTable's: there may be more volumes than those
 
     // By the first table in which there are volumes. Empty if there is none.
     static DiskVolumes Read(const Source &disk);
+
+    // What one of the others is; null for what is unknown or, as reserved partitions are, blank.
+    // Reads it.
+    static const KnownContents *ContentsOf(const Partition &partition, const Source &disk);
 
     // Null if there is no such volume, or several fit. number: from 1 on; 0 if none was chosen. A
     // secret fits an encrypted volume, and one that cannot be read.

@@ -1,18 +1,33 @@
-// Takes the place of DiskOpening.cpp where the libraries that disks and images need are missing.
+// Takes the place of DiskOpening.cpp and DiskDescription.cpp where the libraries that disks and
+// images need are missing.
+#include "DiskDescription.h"
 #include "DiskOpening.h"
 
 #include <cerrno>
 #include <sys/stat.h>
 
 namespace vx {
+namespace {
+
+Error Refusal(const std::string &device)
+{
+    struct stat found;
+    if (stat(device.c_str(), &found) != 0)
+        return {Status::kSystemError, "", errno};
+    return {Status::kNotAVolume, "this volume library was built for folders only"};
+}
+
+}  // namespace
 
 Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &,
                               const OpeningOptions &)
 {
-    struct stat found;
-    if (stat(device.c_str(), &found) != 0)
-        return Error{Status::kSystemError, "", errno};
-    return Error{Status::kNotAVolume, "this volume library was built for folders only"};
+    return Refusal(device);
+}
+
+Result<DescribedDisk> DescribeDisk(const std::string &device, const OpeningOptions &)
+{
+    return Refusal(device);
 }
 
 }  // namespace vx

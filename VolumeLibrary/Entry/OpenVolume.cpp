@@ -1,5 +1,6 @@
 #include "OpenVolume.h"
 
+#include "DiskDescription.h"
 #include "DiskOpening.h"
 #include "FolderVolume.h"
 #include "UnlockKind.h"
@@ -32,6 +33,12 @@ Result<OpenedVolume> OpenFolder(const char *path)
     return OpenedVolume{std::move(*volume), {}};
 }
 
+Error WithAdviceForWay(Error error)
+{
+    return WithAdvice(std::move(error), "let your user enter the folders on the way to it: "
+                                        "chmod u+x FOLDER as their owner");
+}
+
 }  // namespace
 
 Result<OpenedVolume> OpenVolume(const OpenRequest &request)
@@ -49,9 +56,21 @@ Result<OpenedVolume> OpenVolume(const OpenRequest &request)
     auto disk =
         OpenDisk(request.device, {*unlock, request.secret, request.cancel}, request.options);
     if (!disk)
-        return WithAdvice(disk.Failure(), "let your user enter the folders on the way to it: "
-                                          "chmod u+x FOLDER as their owner");
+        return WithAdviceForWay(disk.Failure());
     return disk;
+}
+
+Result<std::unique_ptr<const OwnedDiskReport>> DescribeDevice(const char *device,
+                                                              const OpeningOptions &options)
+{
+    if (IsFolder(device))
+        return Error{
+            Status::kNotBitlocker,
+            "it is a folder, not a disk or an image; volume-export --list shows its files"};
+    auto report = DescribeDisk(device, options);
+    if (!report)
+        return WithAdviceForWay(report.Failure());
+    return report;
 }
 
 }  // namespace vx

@@ -14,6 +14,8 @@
 
 namespace vx {
 
+struct OwnedDiskReport;
+
 // What VolumeOpeningOptions.h says, with ranges of its own.
 struct OpeningOptions {
     ReadingLimits limits;
@@ -41,5 +43,10 @@ struct OpenedVolume {
 
 // Errors: any Status. May throw std::bad_alloc.
 Result<OpenedVolume> OpenVolume(const OpenRequest &request);
+
+// What a disk or an image is, without a secret (DiskDescription.h). A folder is neither:
+// kNotBitlocker. Otherwise the same errors.
+Result<std::unique_ptr<const OwnedDiskReport>> DescribeDevice(const char *device,
+                                                              const OpeningOptions &options);
 
 }  // namespace vx

@@ -17,4 +17,10 @@ std::string RoundedSizeText(uint64_t bytes)
     return text;
 }
 
+std::string CutText(uint64_t missingBytes)
+{
+    return "the image or device ends " + RoundedSizeText(missingBytes) +
+           " before the volume does; what lies there cannot be read";
+}
+
 }  // namespace vx

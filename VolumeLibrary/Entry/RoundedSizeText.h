@@ -9,4 +9,7 @@ namespace vx {
 
 std::string RoundedSizeText(uint64_t bytes);
 
+// For the user, of a volume that lacks its last bytes.
+std::string CutText(uint64_t missingBytes);
+
 }  // namespace vx

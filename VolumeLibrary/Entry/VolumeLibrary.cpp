@@ -1,6 +1,7 @@
 #include "VolumeLibrary.h"
 
 #include "CancelFlag.h"
+#include "DiskDescription.h"
 #include "Mutex.h"
 #include "OpenVolume.h"
 #include "StatusOfError.h"
@@ -92,10 +93,23 @@ VolumeLibraryStatus OpenAndKeep(const OpenRequest &request, IVolume **volume)
     return VolumeLibraryStatus::kSuccess;
 }
 
-VolumeLibraryStatus OpenForCaller(const OpenRequest &request, IVolume **volume) noexcept
+VolumeLibraryStatus DescribeAndRelease(const char *device, const DiskReport **report)
+{
+    auto described = DescribeDevice(device, nextOptions);
+    if (!described) {
+        lastDetail = described.Failure().detail;
+        return StatusOfError(described.Failure());
+    }
+    *report = described->release();
+    return VolumeLibraryStatus::kSuccess;
+}
+
+// Nothing is thrown at a caller.
+template <typename Operation>
+VolumeLibraryStatus StatusOf(Operation operation) noexcept
 {
     try {
-        return OpenAndKeep(request, volume);
+        return operation();
     } catch (const std::bad_alloc &) {
         return VolumeLibraryStatus::kOutOfMemory;
     } catch (...) {
@@ -115,8 +129,26 @@ int32_t open_bitlocker_device(const char *device, const char *unlockKind, const 
     if (volume != nullptr)
         *volume = nullptr;
     if (volume != nullptr && device != nullptr && unlockKind != nullptr && secret != nullptr)
-        status = vx::OpenForCaller({device, unlockKind, secret, &cancel}, volume);
+        status = vx::StatusOf([&] {
+            return vx::OpenAndKeep({device, unlockKind, secret, &cancel}, volume);
+        });
     return static_cast<int32_t>(status);
+}
+
+int32_t volume_library_describe_disk(const char *device, const DiskReport **report) noexcept
+{
+    VolumeLibraryStatus status = VolumeLibraryStatus::kArgumentMissing;
+    vx::lastDetail.clear();
+    if (report != nullptr)
+        *report = nullptr;
+    if (report != nullptr && device != nullptr)
+        status = vx::StatusOf([&] { return vx::DescribeAndRelease(device, report); });
+    return static_cast<int32_t>(status);
+}
+
+void volume_library_release_disk_report(const DiskReport *report) noexcept
+{
+    delete static_cast<const vx::OwnedDiskReport *>(report);
 }
 
 bool volume_library_set_opening_options(const VolumeOpeningOptions *options) noexcept

@@ -30,12 +30,14 @@ struct DiskMetadataReport {
     const char *problem;  // why it cannot be used; empty if it is good
 };
 
+constexpr uint64_t kUnknownEncryptedBytes = ~uint64_t{0};
+
 struct DiskEncryptionReport {
     const char *layout;  // for programs: "vista", "windows-7", "to-go"
-    const char *method;  // "AES-128-XTS"
+    const char *method;  // "AES-128-XTS"; with all that follows unknown if no copy is good
     // For programs: "encrypted", "decrypted", "encrypting", "decrypting", "paused", "unknown".
     const char *state;
-    uint64_t encryptedBytes;  // of DiskVolumeReport::bytes
+    uint64_t encryptedBytes;  // of DiskVolumeReport::bytes; or kUnknownEncryptedBytes
     const char *identifier;   // of the volume, as those of protectors
     const char *description;  // computer, drive and date as Windows noted them
     uint64_t created;

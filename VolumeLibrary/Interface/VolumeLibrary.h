@@ -1,7 +1,8 @@
 // The library's entry, the text of its failures, and what it can say about an opened volume: the
 // only symbols that it exports. Callers look them up at run time by their names (see
 // OpenBitlockerDeviceFunction in IVolume.h); the statuses and the meaning of the three texts are in
-// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h, and how a failing
+// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h, those
+// about a disk in DiskReport.h, and how a failing
 // disk is read in VolumeOpeningOptions.h.
 //
 // Ownership: an opened volume belongs to the library and stays until the process ends.
@@ -15,6 +16,7 @@
 // nothing.
 #pragma once
 
+#include "DiskReport.h"
 #include "VolumeOpeningOptions.h"
 #include "VolumeReport.h"
 
@@ -52,6 +54,12 @@ volume_library_visit_tables_read(IVolume *volume, VolumeRangeFunction range,
 
 extern "C" __attribute__((visibility("default"))) bool
 volume_library_set_opening_options(const VolumeOpeningOptions *options) noexcept;
+
+extern "C" __attribute__((visibility("default"))) int32_t
+volume_library_describe_disk(const char *device, const DiskReport **report) noexcept;
+
+extern "C" __attribute__((visibility("default"))) void
+volume_library_release_disk_report(const DiskReport *report) noexcept;
 
 extern "C" __attribute__((visibility("default"))) bool
 volume_library_is_gone(IVolume *volume) noexcept;
