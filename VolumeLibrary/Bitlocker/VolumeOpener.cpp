@@ -85,7 +85,11 @@ Result<UnlockedVolume> VolumeOpener::Open(const Secret &secret)
         return error;
     if (Error error = CheckReadable())
         return error;
-    return Build();
+    Result<UnlockedVolume> opened = Build();
+    if (opened && _keepsRecoveryPasswords && !_key.masterKey.Empty())
+        opened->recoveryPasswords =
+            std::make_shared<const RecoveryPasswords>(_key.copy->protectors, _key.masterKey.View());
+    return opened;
 }
 
 Error VolumeOpener::ReadMetadata()

@@ -12,6 +12,7 @@
 #pragma once
 
 #include "DecryptedVolume.h"
+#include "RecoveryPasswords.h"
 #include "Unlocker.h"
 
 namespace vx::bitlocker {
@@ -42,6 +43,8 @@ struct VolumeFacts {
 struct UnlockedVolume {
     std::shared_ptr<const DecryptedVolume> volume;
     VolumeFacts facts;
+    // Null if they were not to be kept, or the volume was not unlocked with its master key.
+    std::shared_ptr<const RecoveryPasswords> recoveryPasswords = nullptr;
 };
 
 class VolumeOpener {
@@ -58,6 +61,9 @@ public:
     // metadata that the boot sector names; empty if there is none. Reads three copies at most and
     // searches for no other.
     static std::string Describe(const ByteSource &source);
+
+    // Before Open: its answer has the recovery passwords.
+    void KeepRecoveryPasswords() { _keepsRecoveryPasswords = true; }
 
     // To be called once. Errors: every Status but kDamagedFileSystem.
     Result<UnlockedVolume> Open(const Secret &secret);
@@ -81,6 +87,7 @@ private:
     const std::shared_ptr<const ByteSource> _source;
     const CancelFlag *const _cancel;
     const KeyStretcher _stretcher;
+    bool _keepsRecoveryPasswords = false;
     BootSector _boot;
     MetadataCopies _copies;
     std::optional<ConversionMap> _map;
