@@ -70,7 +70,9 @@ TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
         VX_EXPORT_PREFIX "volume_library_cancel_opening",
         VX_EXPORT_PREFIX "volume_library_describe_disk",
         VX_EXPORT_PREFIX "volume_library_describe_entry",
+        VX_EXPORT_PREFIX "volume_library_describe_file_system",
         VX_EXPORT_PREFIX "volume_library_describe_listing",
+        VX_EXPORT_PREFIX "volume_library_describe_unlocking",
         VX_EXPORT_PREFIX "volume_library_file_places",
         VX_EXPORT_PREFIX "volume_library_is_gone",
         VX_EXPORT_PREFIX "volume_library_last_error",
@@ -78,6 +80,7 @@ TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
         VX_EXPORT_PREFIX "volume_library_release_disk_report",
         VX_EXPORT_PREFIX "volume_library_set_opening_options",
         VX_EXPORT_PREFIX "volume_library_unread_ranges",
+        VX_EXPORT_PREFIX "volume_library_visit_recovery_passwords",
         VX_EXPORT_PREFIX "volume_library_visit_streams",
         VX_EXPORT_PREFIX "volume_library_visit_tables_read"};
     EXPECT_EQ(ExportedSymbols(), expected);

@@ -197,6 +197,34 @@ bool HandleVolume::OpenStream(const char16_t *path, const char16_t *stream, Volu
     });
 }
 
+bool HandleVolume::DescribeFileSystem(VolumeFileSystemReport *report)
+{
+    return OrIfThrown(false, [&] {
+        VolumeFileSystemReport described;
+        if (report == nullptr || report->bytes != described.bytes || IsGone() ||
+            !DescribeWhole(&described))
+            return false;
+        *report = described;
+        return true;
+    });
+}
+
+bool HandleVolume::DescribeUnlocking(VolumeUnlockingReport *report)
+{
+    if (report == nullptr || report->bytes != sizeof *report || _unlocking == nullptr)
+        return false;
+    _unlocking->Describe(report);
+    return true;
+}
+
+bool HandleVolume::VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password, void *context)
+{
+    return OrIfThrown(false, [&] {
+        return password != nullptr && _unlocking != nullptr &&
+               _unlocking->VisitRecoveryPasswords(password, context);
+    });
+}
+
 bool HandleVolume::VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context)
 {
     if (file == nullptr || range == nullptr)

@@ -12,6 +12,7 @@
 #include "VolumeFile.h"
 #include "VolumeListing.h"
 #include "VolumePath.h"
+#include "VolumeUnlocking.h"
 
 #include <functional>
 #include <memory>
@@ -48,6 +49,15 @@ public:
     bool IsGone() override { return false; }
     bool VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context) final;
     bool OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle) final;
+    bool DescribeFileSystem(VolumeFileSystemReport *report) final;
+    bool DescribeUnlocking(VolumeUnlockingReport *report) final;
+    bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password, void *context) final;
+
+    // How it was unlocked; null if it is not encrypted.
+    void SetUnlocking(std::shared_ptr<const VolumeUnlocking> unlocking)
+    {
+        _unlocking = std::move(unlocking);
+    }
 
 protected:
     // Each returns null if that is not possible, and may throw std::bad_alloc.
@@ -55,6 +65,9 @@ protected:
     virtual std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) = 0;
     // What stands in the way of exporting what lies at the path.
     virtual VolumeEntryReport Describe(const VolumePath &entry) = 0;
+
+    // What is known of the file system; false if there is none.
+    virtual bool DescribeWhole(VolumeFileSystemReport *) { return false; }
 
     // A stream beside the data of an entry: its name in the disk's bytes, and its size or
     // kUnknownStreamSize.
@@ -66,6 +79,9 @@ protected:
     {
         return nullptr;
     }
+
+private:
+    std::shared_ptr<const VolumeUnlocking> _unlocking;
 };
 
 }  // namespace vx

@@ -20,6 +20,9 @@ public:
     virtual bool IsGone() = 0;
     virtual bool VisitStreams(const char16_t *path, VolumeStreamFunction stream, void *context) = 0;
     virtual bool OpenStream(const char16_t *path, const char16_t *stream, VolumeHandle *handle) = 0;
+    virtual bool DescribeFileSystem(VolumeFileSystemReport *report) = 0;
+    virtual bool DescribeUnlocking(VolumeUnlockingReport *report) = 0;
+    virtual bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password, void *context) = 0;
 };
 
 }  // namespace vx

@@ -295,9 +295,10 @@ private:
         for (const std::string &warning : facts->warnings)
             Warn(subject, warning);
         if (!facts->copy)
-            Warn(subject,
-                 "no copy of the metadata that is named can be used; volume-info --search looks for "
-                 "others on the whole disk");
+            Warn(
+                subject,
+                "no copy of the metadata that is named can be used; volume-info --search looks for "
+                "others on the whole disk");
         else if (facts->copy->protectors.size() > kMostProtectors)
             Warn(subject, "it has more protectors than are listed");
         return Arena().List(

@@ -11,6 +11,7 @@
 #include "ParallelSource.h"
 #include "RecordingSource.h"
 #include "RoundedSizeText.h"
+#include "UnlockedWith.h"
 #include "VolumeChoice.h"
 #include "VolumeOpener.h"
 
@@ -67,6 +68,7 @@ public:
           _record(options.recordsReads ? std::make_shared<ReadRecord>() : nullptr),
           _disk(Recorded(_careful)),
           _firstPart(container.firstPart),
+          _keepsRecoveryPasswords(options.keepsRecoveryPasswords),
           _notes(container.notes)
     {
     }
@@ -87,6 +89,7 @@ public:
         auto volume = std::make_unique<FileSystemVolume>(std::move(*fileSystem));
         volume->SetDisk(_careful);
         volume->SetRecord(_record);
+        volume->SetUnlocking(_unlocked);
         return OpenedVolume{std::move(volume), std::move(_notes)};
     }
 
@@ -200,9 +203,13 @@ private:
         const Result<Secret> secret = SecretOf(_unlocking);
         if (!secret)
             return secret.Failure();
-        auto opened = bitlocker::VolumeOpener(volume, _unlocking.cancel).Open(*secret);
+        bitlocker::VolumeOpener opener(volume, _unlocking.cancel);
+        if (_keepsRecoveryPasswords)
+            opener.KeepRecoveryPasswords();
+        auto opened = opener.Open(*secret);
         if (!opened)
             return WithoutSecret(opened.Failure());
+        _unlocked = std::make_shared<UnlockedWith>(*opened);
         const std::vector<std::string> &warnings = opened->facts.warnings;
         _notes.insert(_notes.end(), warnings.begin(), warnings.end());
         return Source(std::make_shared<ParallelSource>(opened->volume));
@@ -295,6 +302,8 @@ private:
     const std::shared_ptr<ReadRecord> _record;  // null if nothing is recorded
     const Source _disk;
     const std::string _firstPart;
+    const bool _keepsRecoveryPasswords;
+    std::shared_ptr<const VolumeUnlocking> _unlocked;  // null if it is not encrypted
     std::vector<std::string> _notes;
     bool _wasEncrypted = false;
 };

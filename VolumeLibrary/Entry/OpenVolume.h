@@ -21,6 +21,7 @@ struct OpeningOptions {
     ReadingLimits limits;
     bool recordsReads = false;
     ProgressReceiver progress;
+    bool keepsRecoveryPasswords = false;
 
     // Whether places of the disk are named, so that it must be kept byte by byte.
     bool NamesPlaces() const { return recordsReads || limits.withheld != nullptr; }

@@ -1,5 +1,7 @@
 #include "ReportArena.h"
 
+#include "TextField.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -12,12 +14,7 @@ constexpr size_t kAlignment = alignof(std::max_align_t);
 std::string_view Cut(std::string_view text)
 {
     text = text.substr(0, text.find('\0'));
-    if (text.size() <= ReportArena::kLongestText)
-        return text;
-    size_t end = ReportArena::kLongestText;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
-        --end;
-    return text.substr(0, end);
+    return text.substr(0, CutLength(text, ReportArena::kLongestText));
 }
 
 }  // namespace

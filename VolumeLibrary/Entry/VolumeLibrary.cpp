@@ -70,6 +70,7 @@ OpeningOptions Copied(const VolumeOpeningOptions &options)
     copy.limits.slowMilliseconds = options.slowMilliseconds;
     copy.recordsReads = options.recordsReads != 0;
     copy.progress = {options.progress, options.progressContext};
+    copy.keepsRecoveryPasswords = options.keepsRecoveryPasswords != 0;
     return copy;
 }
 
@@ -217,6 +218,23 @@ bool volume_library_open_stream(IVolume *volume, const char16_t *path, const cha
                                 VolumeHandle *handle) noexcept
 {
     return volume != nullptr && vx::Owned(volume)->OpenStream(path, stream, handle);
+}
+
+bool volume_library_describe_file_system(IVolume *volume, VolumeFileSystemReport *report) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->DescribeFileSystem(report);
+}
+
+bool volume_library_describe_unlocking(IVolume *volume, VolumeUnlockingReport *report) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->DescribeUnlocking(report);
+}
+
+bool volume_library_visit_recovery_passwords(IVolume *volume,
+                                             VolumeRecoveryPasswordFunction password,
+                                             void *context) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->VisitRecoveryPasswords(password, context);
 }
 
 void volume_library_cancel_opening() noexcept

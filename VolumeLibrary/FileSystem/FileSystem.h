@@ -82,6 +82,9 @@ public:
     // What stands in the way of exporting the entry; leaves report alone if nothing does.
     virtual void Describe(const Node &, VolumeEntryReport *) const {}
 
+    // What is known of the file system as a whole; leaves alone what is not known.
+    virtual void DescribeWhole(VolumeFileSystemReport *) const {}
+
     // The streams with names of a file or folder, each once; size: or kUnknownStreamSize.
     using StreamVisitor = std::function<void(const std::string &name, uint64_t size)>;
     // False if streams may be missing among those visited.

@@ -30,6 +30,11 @@ protected:
     std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
     std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
     VolumeEntryReport Describe(const VolumePath &entry) override;
+    bool DescribeWhole(VolumeFileSystemReport *report) override
+    {
+        _fileSystem->DescribeWhole(report);
+        return true;
+    }
     bool VisitEntryStreams(const VolumePath &entry, const StreamVisitor &visit) override;
     std::unique_ptr<VolumeFile> OpenEntryStream(const VolumePath &entry,
                                                 const std::string &name) override;

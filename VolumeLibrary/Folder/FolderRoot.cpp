@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace vx {
@@ -53,6 +54,15 @@ FolderRoot::FolderRoot(UniqueFd folder, std::string path)
       _path(std::move(path)),
       _prefix(_path == "/" ? _path : _path + '/')
 {
+}
+
+std::optional<FolderSpace> FolderRoot::Space() const
+{
+    struct statvfs found;
+    if (fstatvfs(_folder.Get(), &found) != 0)
+        return std::nullopt;
+    return FolderSpace{uint64_t{found.f_blocks} * found.f_frsize,
+                       uint64_t{found.f_bfree} * found.f_frsize};
 }
 
 UniqueFd FolderRoot::OpenFolder(const std::string &relative) const

@@ -19,6 +19,12 @@
 
 namespace vx {
 
+// Bytes of the file system that a folder lies on.
+struct FolderSpace {
+    uint64_t total = 0;
+    uint64_t free = 0;
+};
+
 class FolderRoot {
 public:
     // Errors: kSystemError without a detail.
@@ -35,6 +41,9 @@ public:
     bool StatLinkTarget(const std::string &link, EntryStat *target) const;
     // Where the link says that it leads; nothing if it cannot be read.
     std::optional<std::string> TextOfLink(const std::string &link) const;
+
+    // Nothing if the system does not say.
+    std::optional<FolderSpace> Space() const;
 
     const std::shared_ptr<FolderPresence> &Presence() const { return _presence; }
 

@@ -3,6 +3,7 @@
 #include "FolderFile.h"
 #include "FolderListing.h"
 #include "NameMapping.h"
+#include "TextField.h"
 
 #include <cerrno>
 #include <iterator>
@@ -70,6 +71,16 @@ VolumeEntryReport FolderVolume::Describe(const VolumePath &entry)
     else
         report.obstacle = VolumeObstacle::kNotThere;  // it is not shown
     return report;
+}
+
+bool FolderVolume::DescribeWhole(VolumeFileSystemReport *report)
+{
+    PutText("folder", report->name);
+    if (const auto space = _root.Space()) {
+        report->totalBytes = space->total;
+        report->freeBytes = space->free;
+    }
+    return true;
 }
 
 // A link to a file of this folder is read as that file.

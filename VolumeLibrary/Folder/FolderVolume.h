@@ -27,6 +27,7 @@ protected:
     std::unique_ptr<VolumeListing> OpenListing(const VolumePath &folder) override;
     std::unique_ptr<VolumeFile> OpenVolumeFile(const VolumePath &file) override;
     VolumeEntryReport Describe(const VolumePath &entry) override;
+    bool DescribeWhole(VolumeFileSystemReport *report) override;
 
 private:
     void DescribeLink(const std::string &link, VolumeEntryReport *report) const;

@@ -72,4 +72,14 @@ extern "C" __attribute__((visibility("default"))) bool
 volume_library_open_stream(IVolume *volume, const char16_t *path, const char16_t *stream,
                            VolumeHandle *handle) noexcept;
 
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_describe_file_system(IVolume *volume, VolumeFileSystemReport *report) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_describe_unlocking(IVolume *volume, VolumeUnlockingReport *report) noexcept;
+
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_visit_recovery_passwords(IVolume *volume, VolumeRecoveryPasswordFunction password,
+                                        void *context) noexcept;
+
 extern "C" __attribute__((visibility("default"))) void volume_library_cancel_opening() noexcept;

@@ -131,7 +131,9 @@ struct VolumeFileSystemReport {
     uint32_t clusterBytes = 0;  // 0 without clusters
 };
 
-// "volume_library_describe_file_system".
+// "volume_library_describe_file_system". What the file system says about itself, which takes as
+// long as reading its map of free clusters. Unknown is what cannot be read; false only if there is
+// none.
 using VolumeLibraryDescribeFileSystemFunction = bool (*)(IVolume *volume,
                                                          VolumeFileSystemReport *report);
 
@@ -153,7 +155,8 @@ using VolumeRecoveryPasswordFunction = void (*)(void *context, const char *ident
                                                 const char *password);
 // "volume_library_visit_recovery_passwords". Answers only if
 // VolumeOpeningOptions::keepsRecoveryPasswords was set, and not for a volume that was opened with
-// the key of its sectors, which does not lead to them. Each password is visited once.
+// the key of its sectors, which does not lead to them. Each password is visited once. False, too,
+// if one of them is damaged; the others are visited nevertheless.
 using VolumeLibraryVisitRecoveryPasswordsFunction =
     bool (*)(IVolume *volume, VolumeRecoveryPasswordFunction password, void *context);
 

@@ -222,6 +222,7 @@ Result<FatBoot> FindFatBoot(const ByteSource &volume)
     const bool mayHaveBackup = !first.isSensible || MayHaveBackup(first.boot.geometry);
     auto backup = mayHaveBackup ? FindBackup(volume, first) : std::nullopt;
     if (backup && IsBackupBetter(first, *backup)) {
+        backup->boot.isBackup = true;
         backup->boot.note = WhatIsWrong(first) + "; the backup of it was used";
         return std::move(backup->boot);
     }

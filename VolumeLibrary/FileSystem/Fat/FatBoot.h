@@ -21,6 +21,7 @@ namespace vx {
 struct FatBoot {
     std::array<uint8_t, 512> sector = {};
     FatGeometry geometry;
+    bool isBackup = false;
     std::string note;  // what is wrong with the boot sector; empty if nothing is
 
     bool IsExfat() const { return geometry.kind == FatGeometry::Kind::kExfat; }

@@ -2,6 +2,7 @@
 
 #include "ExfatFolder.h"
 #include "FatBoot.h"
+#include "FatSummary.h"
 
 #include <algorithm>
 
@@ -176,6 +177,11 @@ void FatFileSystem::Describe(const Node &node, VolumeEntryReport *report) const
     report->obstacle = (unpacked.isFolder ? RunsOfFolder(node) : RunsOfFile(unpacked)).obstacle;
     if (report->obstacle == VolumeObstacle::kNone && unpacked.isDoubtful)
         report->obstacle = VolumeObstacle::kDamaged;
+}
+
+void FatFileSystem::DescribeWhole(VolumeFileSystemReport *report) const
+{
+    SummariseFat(*_volume, _tables, _geometry, _chain, report);
 }
 
 }  // namespace vx

@@ -31,6 +31,7 @@ public:
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;
     std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
     void Describe(const Node &node, VolumeEntryReport *report) const override;
+    void DescribeWhole(VolumeFileSystemReport *report) const override;
 
 private:
     FatFileSystem(std::shared_ptr<const ByteSource> volume, const FatGeometry &geometry);

@@ -130,6 +130,7 @@ std::optional<FatGeometry> TakeExfat(ByteView sector)
     geometry.clusters = clusters;
     geometry.rootCluster = rootCluster;
     const bool isSecondActive = tables == 2 && (flags & 1) != 0;
+    geometry.isSecondTable = isSecondActive;
     ChooseTable(isSecondActive ? 1 : 0, &geometry);
     return geometry;
 }

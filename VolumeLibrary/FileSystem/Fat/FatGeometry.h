@@ -19,6 +19,7 @@ struct FatGeometry {
     uint32_t clusterBytes = 0;
     uint64_t tableOffset = 0;  // of the file allocation table; bytes, as all offsets
     uint64_t tableBytes = 0;
+    bool isSecondTable = false;   // of exFAT: the second of two tables is the one in use
     unsigned tableCopies = 1;     // one after the other, all with the same contents
     uint64_t clustersOffset = 0;  // of cluster 2, the first one
     uint64_t clusters = 0;

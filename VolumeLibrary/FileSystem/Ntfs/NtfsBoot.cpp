@@ -57,6 +57,7 @@ struct Fields {
     uint64_t mftCluster = 0;
     uint64_t mirrorCluster = 0;
     int8_t recordSize = 0;  // see SizeFrom
+    uint64_t serial = 0;
 
     explicit Fields(ByteView sector)
     {
@@ -68,6 +69,8 @@ struct Fields {
         mftCluster = reader.U64();
         mirrorCluster = reader.U64();
         recordSize = static_cast<int8_t>(reader.U8());
+        reader.Skip(7);  // the size of a block of an index among them
+        serial = reader.U64();
     }
 };
 
@@ -132,6 +135,7 @@ Result<NtfsBoot> ReadNtfsBoot(const ByteSource &volume, uint64_t offset)
     boot.mftOffset = fields.mftCluster * geometry->clusterBytes;
     if (fields.mirrorCluster < geometry->clusters)
         boot.mirrorOffset = fields.mirrorCluster * geometry->clusterBytes;
+    boot.serial = fields.serial;
     return boot;
 }
 
@@ -152,12 +156,16 @@ std::optional<uint64_t> FindNtfsBackupBoot(const ByteSource &volume)
     return std::nullopt;
 }
 
-uint64_t NtfsVolumeBytes(const ByteSource &volume)
+Result<NtfsBoot> FindNtfsBoot(const ByteSource &volume)
 {
     auto boot = ReadNtfsBoot(volume, 0);
     const auto backup = boot ? std::nullopt : FindNtfsBackupBoot(volume);
-    if (backup)
-        boot = ReadNtfsBoot(volume, *backup);
+    return backup ? ReadNtfsBoot(volume, *backup) : boot;
+}
+
+uint64_t NtfsVolumeBytes(const ByteSource &volume)
+{
+    const auto boot = FindNtfsBoot(volume);
     return boot ? boot->bytes : 0;
 }
 

@@ -19,10 +19,14 @@ struct NtfsBoot {
     uint64_t bytes = 0;         // of the volume, without its last sector
     uint64_t mftOffset = 0;     // of the table of files
     uint64_t mirrorOffset = 0;  // of the copy of its first records; 0 if there is none
+    uint64_t serial = 0;        // Windows shows the lower half
 };
 
 // Reads the boot sector at the offset.
 Result<NtfsBoot> ReadNtfsBoot(const ByteSource &volume, uint64_t offset);
+
+// Reads the boot sector or, if that cannot be used, its copy.
+Result<NtfsBoot> FindNtfsBoot(const ByteSource &volume);
 
 // Where the copy lies: in the last sector of the file system, which may end a little before the
 // volume does.

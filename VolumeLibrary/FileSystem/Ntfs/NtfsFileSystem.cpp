@@ -3,6 +3,7 @@
 #include "NtfsCompressedFile.h"
 #include "NtfsContents.h"
 #include "NtfsFolder.h"
+#include "NtfsSummary.h"
 #include "ResidentFile.h"
 #include "Wtf8.h"
 
@@ -106,6 +107,11 @@ void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) cons
     else
         report->obstacle =
             point.LeadsElsewhere() ? VolumeObstacle::kLink : IndexTrouble(*record, number);
+}
+
+void NtfsFileSystem::DescribeWhole(VolumeFileSystemReport *report) const
+{
+    SummariseNtfs(*_volume, _tables, *_mft, report);
 }
 
 // A name occurs once in a sound file; a name with "/" or a zero could not be opened by it.

@@ -26,6 +26,7 @@ public:
     std::unique_ptr<FolderReader> OpenFolder(const Node &folder, const Way &way) const override;
     std::unique_ptr<VolumeFile> OpenFile(const Node &file) const override;
     void Describe(const Node &entry, VolumeEntryReport *report) const override;
+    void DescribeWhole(VolumeFileSystemReport *report) const override;
     bool VisitStreams(const Node &entry, const StreamVisitor &visit) const override;
     std::unique_ptr<VolumeFile> OpenStream(const Node &entry,
                                            const std::string &name) const override;

@@ -37,6 +37,7 @@ enum class NtfsType : uint32_t {
     kAttributeList = 0x20,
     kFileName = 0x30,
     kVolumeName = 0x60,
+    kVolumeInformation = 0x70,
     kData = 0x80,
     kIndexRoot = 0x90,
     kIndexAllocation = 0xA0,
