@@ -72,7 +72,7 @@ std::vector<uint8_t> ConversionMapWriter::Record(size_t index, uint64_t sequence
     const uint64_t count = (place.length + _conversion.chunkSize - 1) / _conversion.chunkSize;
     ByteWriter writer;
     writer.Text("FVE-EOWBR", true).U16(0x24).U32(kRecordLength).U32(static_cast<uint32_t>(count));
-    writer.U64(sequence).U32(1).U32(0).Zeros(kRecordLength - 0x24);
+    writer.U64(sequence).U32(_conversion.direction).U32(0).Zeros(kRecordLength - 0x24);
     std::vector<uint8_t> bytes = writer.Result();
     for (uint64_t chunk = 0; chunk < count; ++chunk)
         if (_conversion.isEncrypted(place.offset + chunk * _conversion.chunkSize) != stale)

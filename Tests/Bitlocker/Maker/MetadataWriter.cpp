@@ -8,8 +8,10 @@
 #include "Crc32.h"
 #include "MetadataBlock.h"
 #include "PasswordText.h"
+#include "RecoveryPassword.h"
 #include "Secret.h"
 
+#include <functional>
 #include <stdexcept>
 
 namespace vx::bitlocker::maker {
@@ -38,28 +40,31 @@ struct ProtectorKey {
     std::vector<uint8_t> property;
 };
 
+// What a volume keeps of a secret beside its salt: entries, wrapped under the master key.
+using InnerEntries = std::function<std::vector<uint8_t>(const std::vector<uint8_t> &stretched)>;
+
 ProtectorKey MakeStretched(const Secret &secret, const std::vector<uint8_t> &saltBytes,
-                           uint64_t rounds)
+                           uint64_t rounds, const InnerEntries &innerOf)
 {
     Salt salt;
     std::copy(saltBytes.begin(), saltBytes.end(), salt.begin());
     const uint32_t kind = secret.Kind() == ProtectorKind::kPassword ? 0x1001 : 0x1000;
-    // A copy of the stretched key under the master key follows on real volumes; no reader needs it.
-    const std::vector<uint8_t> inner = MakeEntry(0x0013, 0x0005, std::vector<uint8_t>(72, 0x5a));
-    return {StretchedKey(secret, salt, rounds),
-            MakeEntry(0, 3, ByteWriter().U32(kind).Bytes(saltBytes).Bytes(inner).Result())};
+    const std::vector<uint8_t> key = StretchedKey(secret, salt, rounds);
+    return {key,
+            MakeEntry(0, 3, ByteWriter().U32(kind).Bytes(saltBytes).Bytes(innerOf(key)).Result())};
 }
 
 ProtectorKey MakeProtectorKey(const ProtectorRecipe &recipe, const Guid &identifier,
-                              const MadeUpBytes &madeUp, const std::string &label, uint64_t rounds)
+                              const MadeUpBytes &madeUp, const std::string &label, uint64_t rounds,
+                              const InnerEntries &innerOf)
 {
     switch (recipe.kind) {
     case ProtectorKind::kPassword:
         return MakeStretched(OrThrow(Secret::FromPassword(recipe.secret)),
-                             madeUp.Bytes(label + " salt", sizeof(Salt)), rounds);
+                             madeUp.Bytes(label + " salt", sizeof(Salt)), rounds, innerOf);
     case ProtectorKind::kRecoveryPassword:
         return MakeStretched(OrThrow(Secret::FromRecoveryPassword(recipe.secret)),
-                             madeUp.Bytes(label + " salt", sizeof(Salt)), rounds);
+                             madeUp.Bytes(label + " salt", sizeof(Salt)), rounds, innerOf);
     case ProtectorKind::kExternalKey:
         return {StartupKeyOf(identifier), MakeEntry(0, 4, ByteWriter().U32(0x2002).Result())};
     default:
@@ -101,7 +106,8 @@ std::vector<uint8_t> MetadataWriter::ProtectorEntry(const ProtectorRecipe &prote
     const Guid identifier =
         protector.identifier == Guid() ? _madeUp.GuidOf(label) : protector.identifier;
     const ProtectorKey key =
-        MakeProtectorKey(protector, identifier, _madeUp, label, _recipe.rounds);
+        MakeProtectorKey(protector, identifier, _madeUp, label, _recipe.rounds,
+                         [&](const auto &stretched) { return InnerOf(protector, stretched); });
     std::vector<uint8_t> wrapped = WrapKey(key.key, Nonce(), kMasterKeyKind, _masterKey);
     if (protector.damaged)
         wrapped.back() ^= 1;
@@ -111,6 +117,24 @@ std::vector<uint8_t> MetadataWriter::ProtectorEntry(const ProtectorRecipe &prote
         data.Bytes(MakeEntry(0, 0x15, std::vector<uint8_t>(20, 0x11)));
     data.Bytes(key.property).Bytes(MakeEntry(0, 5, wrapped));
     return MakeEntry(2, 8, data.Result());
+}
+
+// The stretched key, and of a recovery password the password itself.
+std::vector<uint8_t> MetadataWriter::InnerOf(const ProtectorRecipe &protector,
+                                             const std::vector<uint8_t> &stretched) const
+{
+    constexpr uint16_t kStretchedKind = 0x2008;
+    constexpr uint16_t kRecoveryKind = 0x1000;
+    ByteWriter inner;
+    inner.Bytes(MakeEntry(0x0013, 5, WrapKey(_masterKey, Nonce(), kStretchedKind, stretched)));
+    if (protector.kind == ProtectorKind::kRecoveryPassword) {
+        const KeyMaterial password = OrThrow(ParseRecoveryPassword(protector.secret));
+        std::vector<uint8_t> wrapped = WrapKey(_masterKey, Nonce(), kRecoveryKind, password.View());
+        if (protector.damagedSecret)
+            wrapped.back() ^= 1;
+        inner.Bytes(MakeEntry(0x0012, 5, wrapped));
+    }
+    return inner.Result();
 }
 
 std::vector<uint8_t> MetadataWriter::HeaderEntry() const

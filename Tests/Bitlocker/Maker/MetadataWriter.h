@@ -21,6 +21,8 @@ public:
 private:
     std::vector<uint8_t> Entries() const;
     std::vector<uint8_t> ProtectorEntry(const ProtectorRecipe &protector, size_t index) const;
+    std::vector<uint8_t> InnerOf(const ProtectorRecipe &protector,
+                                 const std::vector<uint8_t> &stretched) const;
     std::vector<uint8_t> HeaderEntry() const;
     std::vector<uint8_t> BlockHeader(size_t covered) const;
     std::vector<uint8_t> Validation(ByteView covered) const;

@@ -20,6 +20,7 @@ struct ProtectorRecipe {
     Guid identifier;                   // zeros: made up
     bool withUnknownProperty = false;  // an unknown property before the ones that count
     bool damaged = false;              // its wrapped key does not authenticate
+    bool damagedSecret = false;        // nor does its secret under the master key
 
     static ProtectorRecipe Password(const std::string &text);
     static ProtectorRecipe Recovery(const std::string &text);
@@ -37,6 +38,7 @@ struct ConversionRecipe {
     // A chunk, by its first byte, and how many sectors at its front are encrypted.
     std::optional<uint64_t> interruptedChunk;
     uint64_t interruptedSectors = 0;
+    uint32_t direction = 1;  // 0: idle, 1: encrypting, 2: decrypting
     bool withLog = true;
 };
 

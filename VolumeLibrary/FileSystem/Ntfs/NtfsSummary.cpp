@@ -49,9 +49,7 @@ private:
         PutText("NTFS " + std::to_string(U8At(value, 8)) + "." + std::to_string(U8At(value, 9)),
                 report->name);
         const bool isDirty = (U16At(value, 10) & kIsDirty) != 0;
-        report->state = isDirty
-                            ? State::kInUse
-                            : StateOfNtfsJournal(_volume, Find(kJournalFile));
+        report->state = isDirty ? State::kInUse : StateOfNtfsJournal(_volume, Find(kJournalFile));
     }
 
     NtfsStream Find(uint64_t number) const
