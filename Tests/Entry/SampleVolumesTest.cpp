@@ -2,7 +2,9 @@
 // that the manifests list, byte for byte.
 #include "SampleImages.h"
 #include "SampleManifest.h"
+#include "VolumeOpeningOptions.h"
 
+#include <openssl/evp.h>
 #include <openssl/sha.h>
 
 namespace vx {
@@ -10,10 +12,8 @@ namespace {
 
 using bitlocker::SampleImages;
 
-std::string HashOf(const std::string &bytes)
+std::string TextOf(const unsigned char (&digest)[SHA256_DIGEST_LENGTH])
 {
-    unsigned char digest[SHA256_DIGEST_LENGTH];
-    SHA256(reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size(), digest);
     std::string text;
     for (const unsigned char byte : digest) {
         char digits[3];
@@ -21,6 +21,13 @@ std::string HashOf(const std::string &bytes)
         text += digits;
     }
     return text;
+}
+
+std::string HashOf(const std::string &bytes)
+{
+    unsigned char digest[SHA256_DIGEST_LENGTH];
+    SHA256(reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size(), digest);
+    return TextOf(digest);
 }
 
 TestTree HashesOf(const TestTree &tree)
@@ -100,6 +107,49 @@ TEST(SampleVolumes, HeaderOnlyImagesEndInADamagedFileSystemOrMapWithEverySecret)
     if (tried == 0)
         GTEST_SKIP() << samples.Need("README.md") << " is missing";
     EXPECT_EQ(tried, 21);
+}
+
+std::string HashOfContents(IVolume &volume)
+{
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> hash(EVP_MD_CTX_new(),
+                                                                       EVP_MD_CTX_free);
+    EVP_DigestInit_ex(hash.get(), EVP_sha256(), nullptr);
+    VolumeHandle file = OpenForReading(volume, kVolumeContentsPath);
+    std::string chunk(4 << 20, '\0');
+    uint32_t done = 0;
+    while (volume.ReadFile(file, chunk.data(), static_cast<uint32_t>(chunk.size()), &done) &&
+           done > 0)
+        EVP_DigestUpdate(hash.get(), chunk.data(), done);
+    volume.CloseHandle(file);
+    unsigned char digest[SHA256_DIGEST_LENGTH];
+    EVP_DigestFinal_ex(hash.get(), digest, nullptr);
+    return TextOf(digest);
+}
+
+TEST(SampleVolumes, ContentsHaveThePublishedHashWithEverySecret)
+{
+    SampleImages &samples = SampleImages::Shared();
+    int hashed = 0;
+    OpeningOptions options;
+    options.opensContents = true;
+    for (const auto &[name, image] : samples.Images()) {
+        const std::string missing = samples.Prepare(name);
+        if (!missing.empty())
+            GTEST_SKIP() << missing << " is missing";
+        if (image.plainHash.empty())
+            continue;
+        for (const auto &[kind, secret] : WaysToOpen(name)) {
+            const std::string path = samples.Path(name);
+            const Opened opened =
+                AsAnswer(OpenVolume({path.c_str(), kind, secret.c_str(), nullptr, options}));
+            ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << name << opened.detail;
+            EXPECT_EQ(HashOfContents(*opened.volume), image.plainHash) << name << " by " << kind;
+        }
+        ++hashed;
+    }
+    if (hashed == 0)
+        GTEST_SKIP() << samples.Need("README.md") << " is missing";
+    EXPECT_EQ(hashed, 22);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "CarefulSource.h"
 #include "Container.h"
+#include "ContentsFileSystem.h"
 #include "DiskVolumes.h"
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
@@ -67,6 +68,7 @@ public:
               std::make_shared<CarefulSource>(container.source, container.files, options.limits)),
           _record(options.recordsReads ? std::make_shared<ReadRecord>() : nullptr),
           _disk(Recorded(_careful)),
+          _opensContents(options.opensContents),
           _firstPart(container.firstPart),
           _keepsRecoveryPasswords(options.keepsRecoveryPasswords),
           _notes(container.notes)
@@ -125,7 +127,7 @@ private:
     {
         const DiskVolumes table = DiskVolumes::Read(_disk);
         if (table.volumes.empty())
-            return NothingFound(table, unread);
+            return WholeDisk(number, NothingFound(table, unread));
         const DiskVolume *chosen = table.Choose(number, IsUnlocking());
         if (chosen == nullptr)
             return table.NotChosen(_disk, number);
@@ -143,6 +145,16 @@ private:
         if (Error error = CheckPieces(*chosen, *source, *kind))
             return error;
         return FoundVolume{source, *kind, std::min(chosen->size, _disk->Size() - chosen->offset)};
+    }
+
+    // A disk without a volume is one for who wants only its contents, unless they are packed or
+    // cannot be read. nothing: why there is no volume.
+    Result<FoundVolume> WholeDisk(size_t number, Error nothing)
+    {
+        if (!_opensContents || IsUnlocking() || number > 1 ||
+            nothing.status != Status::kUnsupportedFileSystem)
+            return nothing;
+        return FoundVolume{_disk, FileSystemKind::kUnknown, _disk->Size()};
     }
 
     // The list of volumes has the kind, but not why a first sector cannot be read.
@@ -235,6 +247,8 @@ private:
         const auto noting = std::make_shared<NotingSource>(Recorded(volume.source));
         if (_record != nullptr)
             _record->EndOpening();
+        if (_opensContents)
+            return OpenContents(volume.kind, noting);
         auto fileSystem = OpenByKind(volume.kind, noting);
         if (!fileSystem)
             return WithReadFailure(fileSystem.Failure(), *noting, isCut);
@@ -242,6 +256,15 @@ private:
             return WithReadFailure({Status::kDamagedFileSystem, "its root folder cannot be read"},
                                    *noting, isCut);
         return fileSystem;
+    }
+
+    Result<std::unique_ptr<FileSystem>> OpenContents(FileSystemKind kind, const Source &volume)
+    {
+        if (volume->Size() > INT64_MAX)
+            return Error{Status::kUnsupportedFileSystem, "it is larger than any file can be"};
+        if (kind == FileSystemKind::kUnknown)
+            _notes.push_back(NothingThatOpens(*volume).detail);
+        return std::unique_ptr<FileSystem>(std::make_unique<ContentsFileSystem>(volume));
     }
 
     Result<std::unique_ptr<FileSystem>> OpenByKind(FileSystemKind kind, const Source &volume)
@@ -301,6 +324,7 @@ private:
     const std::shared_ptr<const CarefulSource> _careful;
     const std::shared_ptr<ReadRecord> _record;  // null if nothing is recorded
     const Source _disk;
+    const bool _opensContents;  // and not the file system in them
     const std::string _firstPart;
     const bool _keepsRecoveryPasswords;
     std::shared_ptr<const VolumeUnlocking> _unlocked;  // null if it is not encrypted

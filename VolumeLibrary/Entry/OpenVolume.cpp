@@ -51,6 +51,8 @@ Result<OpenedVolume> OpenVolume(const OpenRequest &request)
             return Error{Status::kNotBitlocker, "it is a folder; open it with \"none\""};
         if (request.options.NamesPlaces())
             return Error{Status::kPlacesNotKept, "it is a folder"};
+        if (request.options.opensContents)
+            return Error{Status::kNotAVolume, "it is a folder, of which there is no image"};
         return OpenFolder(request.device);
     }
     auto disk =

@@ -22,6 +22,7 @@ struct OpeningOptions {
     bool recordsReads = false;
     ProgressReceiver progress;
     bool keepsRecoveryPasswords = false;
+    bool opensContents = false;
 
     // Whether places of the disk are named, so that it must be kept byte by byte.
     bool NamesPlaces() const { return recordsReads || limits.withheld != nullptr; }

@@ -71,6 +71,7 @@ OpeningOptions Copied(const VolumeOpeningOptions &options)
     copy.recordsReads = options.recordsReads != 0;
     copy.progress = {options.progress, options.progressContext};
     copy.keepsRecoveryPasswords = options.keepsRecoveryPasswords != 0;
+    copy.opensContents = options.opensContents != 0;
     return copy;
 }
 
