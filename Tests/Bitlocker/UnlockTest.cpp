@@ -167,7 +167,11 @@ TEST(UnlockTest, ASecretThatFailsOrIsMissingNamesEveryProtectorByItsKeyId)
     const Result<UnlockedVolume> wrong =
         volume.OpenWithRecovery("000022-000022-000033-720885-111111-222222-333333-444444");
     ASSERT_EQ(StatusOf(wrong), Status::kWrongSecret);
-    EXPECT_EQ(wrong.Failure().detail, list);
+    EXPECT_EQ(
+        wrong.Failure().detail,
+        "the recovery password was tried on recovery password (Key ID 1A2B3C4D), recovery "
+        "password (Key ID 5E6F7A8B); the volume also has TPM and PIN (Key ID 01020304), which "
+        "cannot be used here");
 }
 
 TEST(UnlockTest, OnlyTpmSmartCardOrUnknownProtectorsAreUnsupportedAndNamed)
@@ -190,11 +194,13 @@ TEST(UnlockTest, AStartupKeyOfAnotherVolumeIsToldFromTheOneThatIsWanted)
                     ProtectorRecipe::StartupKey(kThirdKey)}));
     const Result<UnlockedVolume> opened = volume.Open(StartupKey(Guid{{0xaa, 0xbb, 0xcc, 0xdd}}));
     ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
-    EXPECT_EQ(opened.Failure().detail,
-              "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, but this volume needs "
-              "1A2B3C4D-1122-3344-5566-770000000000.BEK or "
-              "01020304-0000-0000-0000-000000000000.BEK; the volume has: startup key (Key ID "
-              "1A2B3C4D), password (Key ID 5E6F7A8B), startup key (Key ID 01020304)");
+    EXPECT_EQ(
+        opened.Failure().detail,
+        "the key file is DDCCBBAA-0000-0000-0000-000000000000.BEK, but this volume needs "
+        "1A2B3C4D-1122-3344-5566-770000000000.BEK or "
+        "01020304-0000-0000-0000-000000000000.BEK; it was tried on startup key (Key ID "
+        "1A2B3C4D), startup key (Key ID 01020304); the volume also opens with password (Key ID "
+        "5E6F7A8B)");
 }
 
 TEST(UnlockTest, AStartupKeyWhoseKeyIsAnotherOneIsNotTakenForOneOfAnotherVolume)
@@ -206,7 +212,7 @@ TEST(UnlockTest, AStartupKeyWhoseKeyIsAnotherOneIsNotTakenForOneOfAnotherVolume)
     ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
     EXPECT_EQ(opened.Failure().detail,
               "the key file is the one of this volume, 1A2B3C4D-1122-3344-5566-770000000000.BEK, "
-              "but the key in it is another one; the volume has: startup key (Key ID 1A2B3C4D)");
+              "but the key in it is another one; it was tried on startup key (Key ID 1A2B3C4D)");
 }
 
 TEST(UnlockTest, AStartupKeyThatOpensOnlyTogetherWithTheTpmIsNamedAsSuch)

@@ -124,10 +124,15 @@ std::string ProtectorKindName(ProtectorKind kind)
     return TpmKindName(kind);
 }
 
+bool IsStretched(ProtectorKind kind)
+{
+    return kind == ProtectorKind::kRecoveryPassword || kind == ProtectorKind::kPassword;
+}
+
 bool IsSupported(ProtectorKind kind)
 {
     return kind == ProtectorKind::kClearKey || kind == ProtectorKind::kExternalKey ||
-           kind == ProtectorKind::kRecoveryPassword || kind == ProtectorKind::kPassword;
+           IsStretched(kind);
 }
 
 std::string ProtectorKindNames(const std::vector<Protector> &protectors)

@@ -42,6 +42,8 @@ struct Protector {
 const char *ProtectorKindToken(ProtectorKind kind);
 // "password", "TPM and PIN", "unknown kind 0x4000"
 std::string ProtectorKindName(ProtectorKind kind);
+// Whether its key is stretched: passwords and recovery passwords.
+bool IsStretched(ProtectorKind kind);
 // Whether this library can use a protector of the kind.
 bool IsSupported(ProtectorKind kind);
 // The names of all kinds present, each once: "password, recovery password"; "none".

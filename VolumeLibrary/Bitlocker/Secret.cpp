@@ -1,13 +1,21 @@
 #include "Secret.h"
 
+#include "HexText.h"
+#include "KeyCollection.h"
+#include "KeyFile.h"
 #include "PasswordText.h"
 #include "RecoveryPassword.h"
 #include "Sha256.h"
 #include "StartupKeyFile.h"
 
+#include <algorithm>
+#include <sys/stat.h>
+
 namespace vx::bitlocker {
 
 namespace {
+
+constexpr size_t kMasterKeyBytes = 32;
 
 KeyMaterial HashOf(ByteView bytes)
 {
@@ -16,14 +24,99 @@ KeyMaterial HashOf(ByteView bytes)
     return digest;
 }
 
+Error Malformed(const std::string &detail)
+{
+    return {Status::kMalformedSecret, detail};
+}
+
+// What cannot be read is what was named, not the volume.
+Error About(const std::string &what, Error error)
+{
+    if (error.status == Status::kSystemError)
+        error.detail = what + (error.detail.empty() ? "" : ": " + error.detail);
+    return error;
+}
+
+bool IsThere(const char *path)
+{
+    struct stat status;
+    return ::stat(path, &status) == 0;
+}
+
+// The digits themselves in place of the path of a file that has them. They must not get into a
+// message.
+bool IsRecoveryPassword(std::string_view text)
+{
+    constexpr ptrdiff_t kFewDigits = 30;
+    return std::count_if(text.begin(), text.end(),
+                         [](char sign) { return sign >= '0' && sign <= '9'; }) > kFewDigits &&
+           text.find('/') == text.npos;
+}
+
+Error CheckPath(const char *path)
+{
+    if (!IsThere(path) && IsRecoveryPassword(path))
+        return Malformed("this looks like a recovery password; give it with the kind \"recovery\"");
+    return {};
+}
+
+// A mistyped key rather than the path of a file.
+bool LooksTyped(const char *given)
+{
+    constexpr size_t kFewDigits = 16;
+    const std::string_view text = given;
+    return !IsThere(given) && text.find('/') == text.npos && CountHexDigits(text) >= kFewDigits;
+}
+
+Result<KeyMaterial> MasterKeyFromText(std::string_view text)
+{
+    std::optional<KeyMaterial> bytes = BytesFromHex(text);
+    if (bytes && bytes->Size() == kMasterKeyBytes)
+        return std::move(*bytes);
+    return Malformed("a master key has 64 hexadecimal digits, and this one has " +
+                     HexDigitsText(text));
+}
+
+Result<KeyMaterial> MasterKeyFromFile(ByteView file)
+{
+    const std::string_view text(reinterpret_cast<const char *>(file.data), file.size);
+    Result<KeyMaterial> written = MasterKeyFromText(text);
+    if (written)
+        return written;
+    if (file.size != kMasterKeyBytes)
+        return Malformed("a file with a master key has 32 bytes or holds 64 hexadecimal digits, "
+                         "and this one has " +
+                         std::to_string(file.size) + " bytes");
+    return KeyMaterial(file);
+}
+
+// Typed, or in a file.
+template <typename Key>
+Result<Key> RawKey(const char *given, Result<Key> (*fromText)(std::string_view),
+                   Result<Key> (*fromFile)(ByteView))
+{
+    Result<Key> typed = fromText(given);
+    if (typed || LooksTyped(given))
+        return typed;
+    const Result<KeyMaterial> file = ReadKeyFile(given, Secret::kLargestRawKeyFile);
+    if (!file)
+        return About(Secret::kRawKeyDetail, file.Failure());
+    return fromFile(file->View());
+}
+
 }  // namespace
+
+Secret::Secret(Form form, ProtectorKind kind, const KeyMaterial &key) : _form(form)
+{
+    _keys.Add(kind, key.View());
+}
 
 Result<Secret> Secret::FromPassword(std::string_view utf8)
 {
     const std::optional<KeyMaterial> units = Utf16FromUtf8(utf8);
     if (!units)
-        return Error{Status::kMalformedSecret, "the password is not valid UTF-8"};
-    return Secret(ProtectorKind::kPassword, HashOf(HashOf(units->View()).View()));
+        return Malformed("the password is not valid UTF-8");
+    return Secret(Form::kPassword, ProtectorKind::kPassword, HashOf(HashOf(units->View()).View()));
 }
 
 Result<Secret> Secret::FromRecoveryPassword(std::string_view text)
@@ -31,7 +124,7 @@ Result<Secret> Secret::FromRecoveryPassword(std::string_view text)
     const Result<KeyMaterial> bytes = ParseRecoveryPassword(text);
     if (!bytes)
         return bytes.Failure();
-    return Secret(ProtectorKind::kRecoveryPassword, HashOf(bytes->View()));
+    return Secret(Form::kRecoveryPassword, ProtectorKind::kRecoveryPassword, HashOf(bytes->View()));
 }
 
 Result<Secret> Secret::FromStartupKey(ByteView file)
@@ -48,14 +141,69 @@ Result<Secret> Secret::FromParsed(Result<StartupKeyFile> file)
 {
     if (!file)
         return file.Failure();
-    Secret secret(ProtectorKind::kExternalKey, std::move(file->key));
-    secret._protector = file->identifier;
+    Secret secret(Form::kStartupKey);
+    secret._keys.Add(ProtectorKind::kExternalKey, file->key.View(), {file->identifier});
     return secret;
 }
 
-bool Secret::IsStretched() const
+Secret Secret::FromCollection(Form form, KeyCollection collection)
 {
-    return _kind == ProtectorKind::kPassword || _kind == ProtectorKind::kRecoveryPassword;
+    Secret secret(form);
+    secret._problems = collection.Problems();
+    secret._keys = collection.TakeKeys();
+    return secret;
+}
+
+Result<Secret> Secret::FromRecoveryFile(const char *path)
+{
+    if (Error error = CheckPath(path))
+        return error;
+    Result<KeyCollection> file = KeyCollection::FromFile(path, kLargestRecoveryFile);
+    if (!file)
+        return About(std::string(kRecoveryFileDetail) + path, file.Failure());
+    const KeyList &keys = file->Keys();
+    if (keys.CountOf(ProtectorKind::kExternalKey) > 0)
+        return Malformed("the file is a startup key; give it with the kind \"startup-key\"");
+    if (keys.Size() > 0)
+        return FromCollection(Form::kRecoveryFile, std::move(*file));
+    const std::string problems = file->Problems();
+    return Malformed(problems.empty() ? "there is no recovery password of 48 digits in the file"
+                                      : problems);
+}
+
+Result<Secret> Secret::FromKeyRing(const char *path, const CancelFlag *cancel)
+{
+    if (Error error = CheckPath(path))
+        return error;
+    Result<KeyCollection> ring = KeyCollection::FromPath(path, cancel);
+    if (!ring)
+        return About(std::string(kKeyRingDetail) + path, ring.Failure());
+    if (ring->Keys().Size() > 0)
+        return FromCollection(Form::kKeyRing, std::move(*ring));
+    const std::string problems = ring->Problems();
+    return Malformed("there is no recovery password of 48 digits and no startup key in the key "
+                     "ring" +
+                     (problems.empty() ? "" : "; " + problems));
+}
+
+Result<Secret> Secret::FromMasterKey(const char *given)
+{
+    Result<KeyMaterial> key = RawKey(given, MasterKeyFromText, MasterKeyFromFile);
+    if (!key)
+        return key.Failure();
+    Secret secret(Form::kMasterKey);
+    secret._masterKey = std::move(*key);
+    return secret;
+}
+
+Result<Secret> Secret::FromSectorKey(const char *given)
+{
+    Result<GivenSectorKey> key = RawKey(given, GivenSectorKey::FromText, GivenSectorKey::FromFile);
+    if (!key)
+        return key.Failure();
+    Secret secret(Form::kSectorKey);
+    secret._sectorKey = std::move(*key);
+    return secret;
 }
 
 }  // namespace vx::bitlocker

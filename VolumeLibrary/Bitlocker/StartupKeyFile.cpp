@@ -1,11 +1,8 @@
 #include "StartupKeyFile.h"
 
 #include "ByteReader.h"
-#include "FileByteSource.h"
+#include "KeyFile.h"
 #include "MetadataEntries.h"
-
-#include <cerrno>
-#include <sys/stat.h>
 
 namespace vx::bitlocker {
 
@@ -36,14 +33,9 @@ ByteView FindKey(ByteView entries)
 // What cannot be read is this file, not the volume.
 Error Unreadable(Error error, const std::string &path)
 {
-    error.detail = StartupKeyFile::kDetail + path;
+    if (error.status == Status::kSystemError)
+        error.detail = StartupKeyFile::kDetail + path;
     return error;
-}
-
-bool IsFifo(const std::string &path)
-{
-    struct stat status;
-    return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 Result<StartupKeyFile> TakeKey(const std::vector<MetadataEntry> &entries)
@@ -82,18 +74,10 @@ Result<StartupKeyFile> StartupKeyFile::Parse(ByteView bytes)
 
 Result<StartupKeyFile> StartupKeyFile::Read(const std::string &path)
 {
-    // Opening a FIFO would wait for a writer.
-    if (IsFifo(path))
-        return Unreadable(SystemError(ENOTSUP, "open"), path);
-    Result<std::unique_ptr<FileByteSource>> file = FileByteSource::Open(path);
-    if (!file)
-        return Unreadable(file.Failure(), path);
-    if ((*file)->Size() > kLargest)
-        return Malformed("the key file is too long");
-    KeyMaterial bytes(static_cast<size_t>((*file)->Size()));
-    if (Error error = (*file)->ReadAt(0, bytes.Data(), bytes.Size()))
-        return Unreadable(error, path);
-    return Parse(bytes.View());
+    const Result<KeyMaterial> bytes = ReadKeyFile(path.c_str(), kLargest);
+    if (!bytes)
+        return Unreadable(bytes.Failure(), path);
+    return Parse(bytes->View());
 }
 
 }  // namespace vx::bitlocker

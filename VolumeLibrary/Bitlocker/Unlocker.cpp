@@ -1,24 +1,15 @@
 #include "Unlocker.h"
 
+#include "UnlockRefusal.h"
+
 #include <algorithm>
+#include <future>
 #include <openssl/crypto.h>
+#include <thread>
 
 namespace vx::bitlocker {
 
 namespace {
-
-// The protectors of a kind in stored order, but the one that a startup key names first.
-std::vector<const Protector *> ProtectorsFor(const MetadataBlock &copy, const Secret &secret)
-{
-    std::vector<const Protector *> found;
-    for (const Protector &protector : copy.protectors)
-        if (protector.kind == secret.Kind())
-            found.push_back(&protector);
-    std::stable_partition(found.begin(), found.end(), [&](const Protector *protector) {
-        return protector->identifier == secret.Protector();
-    });
-    return found;
-}
 
 bool IsDigestRight(const MetadataBlock &copy, ByteView masterKey)
 {
@@ -29,87 +20,108 @@ bool IsDigestRight(const MetadataBlock &copy, ByteView masterKey)
            CRYPTO_memcmp(digest->Data(), copy.digest.data(), copy.digest.size()) == 0;
 }
 
-// "1A2B3C4D-....BEK", as Windows names the file of a startup key.
-std::string KeyFileName(const Guid &protector)
+// Whether something in the copy was wrapped under the key.
+bool IsMasterKeyOf(const MetadataBlock &copy, ByteView key)
 {
-    return protector.Capitals() + ".BEK";
+    return (copy.wrappedSectorKey && copy.wrappedSectorKey->Unwrap(key)) ||
+           (copy.wrappedDigest && copy.wrappedDigest->Unwrap(key));
 }
 
-// The files of the startup keys present, each once: "1A2B....BEK or 5E6F....BEK".
-std::string WantedKeyFiles(const std::vector<Protector> &present)
+// How many keys are stretched at the same time.
+size_t Lanes()
 {
-    std::vector<std::string> names;
-    for (const Protector &protector : present) {
-        const std::string name = KeyFileName(protector.identifier);
-        if (protector.kind == ProtectorKind::kExternalKey && names.size() < kMostNamed &&
-            std::find(names.begin(), names.end(), name) == names.end())
-            names.push_back(name);
-    }
-    std::string text;
-    for (const std::string &name : names)
-        text += (text.empty() ? "" : " or ") + name;
-    return text;
-}
-
-// Which volume a startup key belongs to that does not open this one.
-std::string AboutKeyFile(const Secret &secret, const std::vector<Protector> &present)
-{
-    const auto meant =
-        std::find_if(present.begin(), present.end(), [&](const Protector &protector) {
-            return protector.identifier == secret.Protector();
-        });
-    const std::string given = KeyFileName(secret.Protector());
-    if (meant != present.end() && meant->kind != ProtectorKind::kExternalKey)
-        return "the key file is the one for " + ProtectorKindName(meant->kind) + " together; ";
-    if (meant != present.end())
-        return "the key file is the one of this volume, " + given +
-               ", but the key in it is another one; ";
-    return "the key file is " + given + ", but this volume needs " + WantedKeyFiles(present) + "; ";
+    constexpr size_t kMostLanes = 8;
+    return std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMostLanes);
 }
 
 }  // namespace
 
 Unlocker::Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher &stretcher,
-                   const CancelFlag *cancel)
-    : _copies(copies), _stretcher(stretcher), _cancel(cancel)
+                   const CancelFlag *cancel, ProgressReceiver progress)
+    : _copies(copies), _stretcher(stretcher), _cancel(cancel), _progress(progress)
 {
 }
 
-// Empty when cancelled, or after too many stretchings.
-ByteView Unlocker::Stretched(const Secret &secret, const Salt &salt)
+// The protectors of the kind, in stored order.
+std::vector<Unlocker::Place> Unlocker::PlacesOf(ProtectorKind kind) const
 {
-    const auto known = _stretched.find(salt);
-    if (known != _stretched.end())
-        return known->second.View();
-    if (_stretched.size() == kMostStretchings)
-        return {};
-    Result<KeyMaterial> key = _stretcher.Stretch(secret.Key(), salt, _cancel);
-    if (!key)
-        return {};
-    return _stretched.emplace(salt, std::move(*key)).first->second.View();
+    std::vector<Place> places;
+    for (const MetadataBlock &copy : _copies)
+        for (const Protector &protector : copy.protectors)
+            if (protector.kind == kind && protector.wrappedMasterKey)
+                places.push_back({&copy, &protector});
+    return places;
 }
 
-std::optional<KeyMaterial> Unlocker::OpenWith(const Protector &protector, const Secret &secret)
+std::optional<Unlocker::Opened> Unlocker::OpenClearKey() const
 {
-    if (!protector.wrappedMasterKey)
-        return std::nullopt;
-    if (protector.kind == ProtectorKind::kClearKey)
-        return protector.wrappedMasterKey->Unwrap(protector.clearKey);
-    if (!secret.IsStretched())
-        return protector.wrappedMasterKey->Unwrap(secret.Key());
-    if (!protector.salt)
-        return std::nullopt;
-    return protector.wrappedMasterKey->Unwrap(Stretched(secret, *protector.salt));
+    for (const Place &place : PlacesOf(ProtectorKind::kClearKey)) {
+        const Protector &protector = *place.protector;
+        if (auto masterKey = protector.wrappedMasterKey->Unwrap(protector.clearKey))
+            return Opened{std::move(*masterKey), place};
+    }
+    return std::nullopt;
 }
 
-std::optional<Unlocker::MasterKey> Unlocker::FindMasterKey(const MetadataBlock &copy,
-                                                           const Secret &secret)
+// First each on the protectors that it names, then on the others.
+std::optional<Unlocker::Opened> Unlocker::OpenWithStartupKeys(const KeyList &keys) const
 {
-    for (const Protector *protector : ProtectorsFor(copy, secret)) {
-        if (IsCancelled(_cancel))
-            return std::nullopt;
-        if (std::optional<KeyMaterial> key = OpenWith(*protector, secret))
-            return MasterKey{std::move(*key), protector};
+    const std::vector<Place> places = PlacesOf(ProtectorKind::kExternalKey);
+    for (const bool named : {true, false}) {
+        for (size_t key = 0; key < keys.Size(); ++key) {
+            if (keys.At(key).kind != ProtectorKind::kExternalKey)
+                continue;
+            if (IsCancelled(_cancel))
+                return std::nullopt;
+            for (const Place &place : places) {
+                if (keys.At(key).Names(place.protector->identifier) != named)
+                    continue;
+                if (auto masterKey = place.protector->wrappedMasterKey->Unwrap(keys.Key(key)))
+                    return Opened{std::move(*masterKey), place};
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+// Those of some steps of the plan, at the same time.
+std::vector<Result<KeyMaterial>> Unlocker::Stretch(const KeyList &keys, const StretchPlan &plan,
+                                                   size_t first, size_t count) const
+{
+    const auto stretch = [&](size_t index) {
+        const StretchPlan::Step &step = plan.Steps()[index];
+        return _stretcher.Stretch(keys.Key(step.key), plan.Targets()[step.target].salt, _cancel);
+    };
+    std::vector<std::future<Result<KeyMaterial>>> others;
+    for (size_t i = 1; i < count; ++i)
+        others.push_back(
+            std::async(std::launch::async | std::launch::deferred, stretch, first + i));
+    std::vector<Result<KeyMaterial>> stretched;
+    stretched.push_back(stretch(first));
+    for (std::future<Result<KeyMaterial>> &other : others)
+        stretched.push_back(other.get());
+    return stretched;
+}
+
+std::optional<Unlocker::Opened> Unlocker::OpenStretched(const KeyList &keys,
+                                                        const StretchPlan &plan) const
+{
+    const std::vector<StretchPlan::Step> &steps = plan.Steps();
+    StepProgress progress(steps.size() > 1 ? _progress : ProgressReceiver(),
+                          VolumeOpeningStep::kTryingSecrets, steps.size());
+    const size_t lanes = Lanes();
+    for (size_t first = 0; first < steps.size(); first += lanes) {
+        const size_t count = std::min(lanes, steps.size() - first);
+        const std::vector<Result<KeyMaterial>> stretched = Stretch(keys, plan, first, count);
+        for (size_t i = 0; i < count; ++i) {
+            if (!stretched[i])
+                return std::nullopt;
+            for (const Place &place : plan.Targets()[steps[first + i].target].places)
+                if (auto masterKey =
+                        place.protector->wrappedMasterKey->Unwrap(stretched[i]->View()))
+                    return Opened{std::move(*masterKey), place};
+        }
+        progress.Report(first + count);
     }
     return std::nullopt;
 }
@@ -130,25 +142,31 @@ Result<KeyMaterial> Unlocker::SectorKeyOf(const MetadataBlock &copy, ByteView ma
     return std::move(*key);
 }
 
-// first is tried before the other copies.
-Result<UnlockedKey> Unlocker::TakeSectorKey(MasterKey masterKey, const MetadataBlock &first)
+// The copy that the master key came from is tried before the others.
+Result<UnlockedKey> Unlocker::TakeSectorKey(Opened opened)
 {
-    std::vector<const MetadataBlock *> order = {&first};
+    std::vector<const MetadataBlock *> order = {opened.place.copy};
     for (const MetadataBlock &copy : _copies)
-        if (&copy != &first)
+        if (&copy != opened.place.copy)
             order.push_back(&copy);
     Error failure;
     for (const MetadataBlock *copy : order) {
-        Result<KeyMaterial> key = SectorKeyOf(*copy, masterKey.key.View());
-        if (key)
-            return UnlockedKey{std::move(*key),
-                               std::move(masterKey.key),
-                               UnlockedBy::kProtector,
-                               masterKey.protector->kind,
-                               masterKey.protector->identifier,
-                               copy,
-                               static_cast<Method>(copy->method),
-                               std::move(_warnings)};
+        Result<KeyMaterial> key = SectorKeyOf(*copy, opened.masterKey.View());
+        if (key) {
+            UnlockedKey unlocked;
+            unlocked.sectorKey = std::move(*key);
+            unlocked.masterKey = std::move(opened.masterKey);
+            unlocked.copy = copy;
+            unlocked.method = static_cast<Method>(copy->method);
+            unlocked.warnings = std::move(_warnings);
+            unlocked.by = UnlockedBy::kMasterKey;
+            if (const Protector *protector = opened.place.protector) {
+                unlocked.by = UnlockedBy::kProtector;
+                unlocked.protectorKind = protector->kind;
+                unlocked.protectorIdentifier = protector->identifier;
+            }
+            return unlocked;
+        }
         if (!failure || key.Failure().status == Status::kDamagedMetadata)
             failure = key.Failure();
         _warnings.push_back("the copy of the metadata at " + std::to_string(copy->offset) +
@@ -157,37 +175,58 @@ Result<UnlockedKey> Unlocker::TakeSectorKey(MasterKey masterKey, const MetadataB
     return failure;
 }
 
-Error Unlocker::Refusal(const Secret &secret) const
+Result<UnlockedKey> Unlocker::UseMasterKey(const Secret &secret)
 {
-    std::vector<Protector> present;
     for (const MetadataBlock &copy : _copies)
-        present.insert(present.end(), copy.protectors.begin(), copy.protectors.end());
-    const std::string names = "the volume has: " + ProtectorList(present);
-    const auto fits = [&](const Protector &protector) { return protector.kind == secret.Kind(); };
-    const auto supported = [](const Protector &protector) { return IsSupported(protector.kind); };
-    if (std::any_of(present.begin(), present.end(), fits))
-        return {
-            Status::kWrongSecret,
-            (secret.Kind() == ProtectorKind::kExternalKey ? AboutKeyFile(secret, present) : "") +
-                names};
-    if (!present.empty() && std::none_of(present.begin(), present.end(), supported))
-        return {Status::kUnsupportedProtector, names};
-    return {Status::kNoProtectorOfKind, names};
+        if (IsMasterKeyOf(copy, secret.MasterKey()))
+            return TakeSectorKey({KeyMaterial(secret.MasterKey()), {&copy, nullptr}});
+    return UnlockRefusal(_copies, secret);
+}
+
+Result<UnlockedKey> Unlocker::UseSectorKey(const GivenSectorKey &given)
+{
+    const MetadataBlock &copy = _copies.front();
+    UnlockedKey unlocked;
+    const auto stored = static_cast<Method>(copy.method);
+    unlocked.method = given.StatedMethod() != Method::kNone ? given.StatedMethod() : stored;
+    if (SectorKeySize(unlocked.method) == 0)
+        return Error{Status::kUnsupportedMethod, MethodName(unlocked.method)};
+    Result<KeyMaterial> key = given.KeyFor(unlocked.method);
+    if (!key)
+        return key.Failure();
+    if (unlocked.method != stored)
+        unlocked.warnings.push_back("the key is given as one of " + MethodName(unlocked.method) +
+                                    ", but the volume is encrypted with " + MethodName(stored));
+    unlocked.sectorKey = std::move(*key);
+    unlocked.by = UnlockedBy::kSectorKey;
+    unlocked.copy = &copy;
+    return unlocked;
+}
+
+Result<UnlockedKey> Unlocker::UseKeys(const Secret &secret)
+{
+    std::optional<Opened> opened = OpenWithStartupKeys(secret.Keys());
+    if (opened)
+        return TakeSectorKey(std::move(*opened));
+    const StretchPlan plan(_copies, secret.Keys());
+    opened = OpenStretched(secret.Keys(), plan);
+    if (opened)
+        return TakeSectorKey(std::move(*opened));
+    if (IsCancelled(_cancel))
+        return Error{Status::kCancelled, ""};
+    return UnlockRefusal(_copies, secret, plan.LeftOut());
 }
 
 Result<UnlockedKey> Unlocker::Unlock(const Secret &secret)
 {
-    const Secret clearKey = Secret::None();
-    for (const Secret *tried : {&clearKey, &secret}) {
-        for (const MetadataBlock &copy : _copies) {
-            std::optional<MasterKey> masterKey = FindMasterKey(copy, *tried);
-            if (masterKey)
-                return TakeSectorKey(std::move(*masterKey), copy);
-        }
-    }
-    if (IsCancelled(_cancel))
-        return Error{Status::kCancelled, ""};
-    return Refusal(secret);
+    std::optional<Opened> suspended = OpenClearKey();
+    if (suspended)
+        return TakeSectorKey(std::move(*suspended));
+    if (secret.SectorKey() != nullptr)
+        return UseSectorKey(*secret.SectorKey());
+    if (secret.MasterKey().size != 0)
+        return UseMasterKey(secret);
+    return UseKeys(secret);
 }
 
 }  // namespace vx::bitlocker

@@ -1,17 +1,19 @@
 // From the secret to the key of the sectors.
 //
-// The clear key of a suspended volume is tried first, then every protector that the secret
-// fits, in stored order and in every copy of the metadata. A secret is stretched once for each
-// salt. Takes up to a second of one core for each protector of the kind, so not on the main
-// thread; another thread may cancel it.
+// The clear key of a suspended volume is tried first. Then keys are tried on the protectors of
+// their kind in every copy of the metadata: first those that need no stretching, then the others in
+// the order of StretchPlan.h, on several cores if there are several to stretch. Each takes up to a
+// second of one core, so not on the main thread; another thread may cancel it.
+// A raw master key needs no protector: the sector key is authenticated by it. A raw sector key is
+// authenticated by nothing.
 #pragma once
 
 #include "KeyStretcher.h"
 #include "MetadataLocator.h"
 #include "Method.h"
 #include "Secret.h"
-
-#include <map>
+#include "StepProgress.h"
+#include "StretchPlan.h"
 
 namespace vx::bitlocker {
 
@@ -37,38 +39,41 @@ struct UnlockedKey {
 
 class Unlocker {
 public:
-    // The most stretchings of one secret: a volume that claims hundreds of protectors would keep
-    // the caller waiting for minutes.
-    static constexpr size_t kMostStretchings = 32;
-
-    // copies: not empty. The arguments must outlive the unlocker and what it returns.
+    // copies: not empty. The arguments must outlive the unlocker and what it returns. progress:
+    // hears of kTryingSecrets if more than one stretching may be needed; it counts them.
     Unlocker(const std::vector<MetadataBlock> &copies, const KeyStretcher &stretcher,
-             const CancelFlag *cancel);
+             const CancelFlag *cancel, ProgressReceiver progress = {});
 
-    // Errors: kNoProtectorOfKind, kUnsupportedProtector, kWrongSecret, kUnsupportedMethod,
-    // kDamagedMetadata (no sector key although the secret is right), kCancelled. The
-    // detail of the first three names every protector and, with a startup key of another volume,
-    // the key files that this one needs.
+    // Errors: kNoProtectorOfKind, kUnsupportedProtector, kWrongSecret, with what UnlockRefusal.h
+    // says; kMalformedSecret (a sector key of a length that does not fit), kUnsupportedMethod,
+    // kDamagedMetadata (no sector key although the secret is right), kCancelled.
     Result<UnlockedKey> Unlock(const Secret &secret);
 
 private:
-    // Of a protector that was opened.
-    struct MasterKey {
-        KeyMaterial key;
-        const Protector *protector = nullptr;
+    using Place = StretchPlan::Place;
+
+    // place.protector: null for a master key that was given.
+    struct Opened {
+        KeyMaterial masterKey;
+        Place place;
     };
 
-    std::optional<MasterKey> FindMasterKey(const MetadataBlock &copy, const Secret &secret);
-    std::optional<KeyMaterial> OpenWith(const Protector &protector, const Secret &secret);
-    ByteView Stretched(const Secret &secret, const Salt &salt);
-    Result<UnlockedKey> TakeSectorKey(MasterKey masterKey, const MetadataBlock &first);
-    Result<KeyMaterial> SectorKeyOf(const MetadataBlock &copy, ByteView masterKey);
-    Error Refusal(const Secret &secret) const;
+    std::vector<Place> PlacesOf(ProtectorKind kind) const;
+    std::optional<Opened> OpenClearKey() const;
+    std::optional<Opened> OpenWithStartupKeys(const KeyList &keys) const;
+    std::optional<Opened> OpenStretched(const KeyList &keys, const StretchPlan &plan) const;
+    std::vector<Result<KeyMaterial>> Stretch(const KeyList &keys, const StretchPlan &plan,
+                                             size_t first, size_t count) const;
+    Result<UnlockedKey> UseKeys(const Secret &secret);
+    Result<UnlockedKey> UseMasterKey(const Secret &secret);
+    Result<UnlockedKey> UseSectorKey(const GivenSectorKey &given);
+    Result<UnlockedKey> TakeSectorKey(Opened opened);
+    static Result<KeyMaterial> SectorKeyOf(const MetadataBlock &copy, ByteView masterKey);
 
     const std::vector<MetadataBlock> &_copies;
     const KeyStretcher &_stretcher;
     const CancelFlag *const _cancel;
-    std::map<Salt, KeyMaterial> _stretched;
+    const ProgressReceiver _progress;
     std::vector<std::string> _warnings;
 };
 

@@ -70,8 +70,8 @@ std::string VolumeOpener::Describe(const ByteSource &source)
 }
 
 VolumeOpener::VolumeOpener(std::shared_ptr<const ByteSource> source, const CancelFlag *cancel,
-                           KeyStretcher stretcher)
-    : _source(std::move(source)), _cancel(cancel), _stretcher(stretcher)
+                           KeyStretcher stretcher, ProgressReceiver progress)
+    : _source(std::move(source)), _cancel(cancel), _stretcher(stretcher), _progress(progress)
 {
 }
 
@@ -123,7 +123,8 @@ Error VolumeOpener::Unlock(const Secret &secret)
         _key = WithoutKey();
         return {};
     }
-    Result<UnlockedKey> key = Unlocker(_copies.usable, _stretcher, _cancel).Unlock(secret);
+    Result<UnlockedKey> key =
+        Unlocker(_copies.usable, _stretcher, _cancel, _progress).Unlock(secret);
     if (!key)
         return key.Failure();
     _key = std::move(*key);

@@ -50,9 +50,10 @@ struct UnlockedVolume {
 class VolumeOpener {
 public:
     // cancel: may be null; must outlive the opener. stretcher: tests use one with fewer rounds.
+    // progress: hears how far a search for the right one of several secrets is.
     explicit VolumeOpener(std::shared_ptr<const ByteSource> source,
                           const CancelFlag *cancel = nullptr,
-                          KeyStretcher stretcher = KeyStretcher());
+                          KeyStretcher stretcher = KeyStretcher(), ProgressReceiver progress = {});
 
     // Whether the first 512 bytes are those of a BitLocker volume.
     static bool Recognises(ByteView firstSector);
@@ -88,6 +89,7 @@ private:
     const CancelFlag *const _cancel;
     const KeyStretcher _stretcher;
     bool _keepsRecoveryPasswords = false;
+    const ProgressReceiver _progress;
     BootSector _boot;
     MetadataCopies _copies;
     std::optional<ConversionMap> _map;

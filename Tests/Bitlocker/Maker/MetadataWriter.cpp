@@ -31,7 +31,7 @@ T OrThrow(Result<T> result)
 
 std::vector<uint8_t> StretchedKey(const Secret &secret, const Salt &salt, uint64_t rounds)
 {
-    return OrThrow(KeyStretcher(rounds).Stretch(secret.Key(), salt, nullptr)).View().Copy();
+    return OrThrow(KeyStretcher(rounds).Stretch(secret.Keys().Key(0), salt, nullptr)).View().Copy();
 }
 
 // The key of a protector and the property that says how to get it.
@@ -48,7 +48,7 @@ ProtectorKey MakeStretched(const Secret &secret, const std::vector<uint8_t> &sal
 {
     Salt salt;
     std::copy(saltBytes.begin(), saltBytes.end(), salt.begin());
-    const uint32_t kind = secret.Kind() == ProtectorKind::kPassword ? 0x1001 : 0x1000;
+    const uint32_t kind = secret.GivenForm() == Secret::Form::kPassword ? 0x1001 : 0x1000;
     const std::vector<uint8_t> key = StretchedKey(secret, salt, rounds);
     return {key,
             MakeEntry(0, 3, ByteWriter().U32(kind).Bytes(saltBytes).Bytes(innerOf(key)).Result())};

@@ -1,0 +1,189 @@
+#include "KeyTexts.h"
+#include "Maker/StartupKeyFileWriter.h"
+#include "TestVolume.h"
+
+#include "KeyCollection.h"
+#include "Secret.h"
+#include "TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace vx::bitlocker {
+namespace {
+
+std::string StartupKeyText(const Guid &protector)
+{
+    const std::vector<uint8_t> bytes = maker::MakeStartupKeyFile(protector);
+    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
+
+class KeyCollectionTest : public testing::Test {
+protected:
+    Result<KeyCollection> Read(const std::string &path) const
+    {
+        return KeyCollection::FromPath(path.c_str(), nullptr);
+    }
+
+    std::string Write(const std::string &name, const std::string &text) const
+    {
+        return _folder.WriteFile(name, text);
+    }
+
+    const TemporaryFolder _folder;
+};
+
+TEST_F(KeyCollectionTest, AFolderGivesTheKeysOfItsFilesAndOfTheFoldersInIt)
+{
+    Write("b/BitLocker Recovery Key " + std::string(kKeyId) + ".TXT", kRecovery);
+    Write("a.csv", Encoded(kOtherRecovery, TextEncoding::kLittleEndianWithMark));
+    Write("x.BEK", StartupKeyText(kOtherKeyGuid));
+    Write("b/deeper/not.txt", "111111-222222-333333-444444-555555-666666-000011-000033");
+    Write("notes.txt", "nothing");
+    const Result<KeyCollection> ring = Read(_folder.Path());
+    ASSERT_TRUE(ring);
+    ASSERT_EQ(ring->Keys().Size(), 3U);
+    EXPECT_TRUE(ring->Keys().At(0).identifiers.empty());
+    EXPECT_EQ(ring->Keys().At(1).identifiers, std::vector<Guid>{kKeyGuid});
+    EXPECT_EQ(ring->Keys().At(2).kind, ProtectorKind::kExternalKey);
+    EXPECT_EQ(ring->Keys().At(2).identifiers, std::vector<Guid>{kOtherKeyGuid});
+    EXPECT_EQ(ring->Problems(), "");
+}
+
+TEST_F(KeyCollectionTest, TheNameOfAFileCountsOnlyIfItsTextNamesNoIdentifier)
+{
+    Write("BitLocker Recovery Key " + std::string(kKeyId) + ".TXT",
+          std::string(kOtherKeyId) + "\r\n" + kRecovery);
+    const Result<KeyCollection> ring = Read(_folder.Path());
+    ASSERT_TRUE(ring);
+    ASSERT_EQ(ring->Keys().Size(), 1U);
+    EXPECT_EQ(ring->Keys().At(0).identifiers, std::vector<Guid>{kOtherKeyGuid});
+}
+
+TEST_F(KeyCollectionTest, TheSamePasswordInSeveralFilesIsOneKey)
+{
+    Write("a.txt", kRecovery);
+    Write("b.txt", std::string(kKeyId) + " " + kRecovery);
+    const Result<KeyCollection> ring = Read(_folder.Path());
+    ASSERT_TRUE(ring);
+    ASSERT_EQ(ring->Keys().Size(), 1U);
+    EXPECT_EQ(ring->Keys().At(0).identifiers, std::vector<Guid>{kKeyGuid});
+}
+
+TEST_F(KeyCollectionTest, WhatIsNoOrdinaryFileIsNeitherWaitedForNorRead)
+{
+    ASSERT_EQ(mkfifo(_folder.At("fifo").c_str(), 0600), 0);
+    ASSERT_EQ(symlink("/dev/zero", _folder.At("zero").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", _folder.At("dangling").c_str()), 0);
+    Write("a.txt", kRecovery);
+    const Result<KeyCollection> ring = Read(_folder.Path());
+    ASSERT_TRUE(ring);
+    EXPECT_EQ(ring->Keys().Size(), 1U);
+    EXPECT_EQ(ring->Problems(), "3 files could not be read or had more than 1 MiB");
+    for (const char *name : {"fifo", "zero"}) {
+        const Result<KeyCollection> alone = Read(_folder.At(name));
+        ASSERT_FALSE(alone) << name;
+        EXPECT_EQ(alone.Failure().systemError, ENOTSUP) << name;
+    }
+}
+
+TEST_F(KeyCollectionTest, ALongFileIsPassedOverInAFolderAndReadAlone)
+{
+    const std::string path = Write("long.txt", std::string(2 << 20, ' ') + kRecovery);
+    EXPECT_EQ(Read(_folder.Path())->Keys().Size(), 0U);
+    EXPECT_EQ(Read(path)->Keys().Size(), 1U);
+    const Result<Secret> recoveryFile = Secret::FromRecoveryFile(path.c_str());
+    ASSERT_FALSE(recoveryFile);
+    EXPECT_EQ(recoveryFile.Failure().status, Status::kMalformedSecret);
+    EXPECT_EQ(recoveryFile.Failure().detail, "it is too long for a file of keys");
+    const std::string longer = _folder.MakeSparseFile("longer", 17 << 20);
+    const Result<KeyCollection> tooLong = Read(longer);
+    ASSERT_FALSE(tooLong);
+    EXPECT_EQ(tooLong.Failure().status, Status::kMalformedSecret);
+}
+
+TEST_F(KeyCollectionTest, OfAFolderWithVeryManyFilesSomeAreReadAndThatIsSaid)
+{
+    for (size_t i = 0; i < KeyCollection::kMostFiles + 5; ++i)
+        ASSERT_EQ(mknod(_folder.At(std::to_string(i)).c_str(), S_IFREG | 0600, 0), 0);
+    const Result<KeyCollection> ring = Read(_folder.Path());
+    ASSERT_TRUE(ring);
+    EXPECT_EQ(ring->Problems(), "there are more files or keys than are read");
+}
+
+TEST_F(KeyCollectionTest, AMistakeIsNamedWithItsFileAndLine)
+{
+    Write("keys\n.txt", "\n000011-000022-000034-720885-111111-222222-333333-444444\n");
+    const Result<KeyCollection> ring = Read(_folder.Path());
+    ASSERT_TRUE(ring);
+    EXPECT_EQ(ring->Problems(),
+              "1 recovery password is mistyped: in keys?.txt, line 2: group 3 is mistyped");
+}
+
+TEST_F(KeyCollectionTest, ReadingIsCancelled)
+{
+    Write("a.txt", kRecovery);
+    const CancelFlag cancel;
+    CancelFlag::RaiseAll();
+    const Result<KeyCollection> ring = KeyCollection::FromPath(_folder.Path().c_str(), &cancel);
+    ASSERT_FALSE(ring);
+    EXPECT_EQ(ring.Failure().status, Status::kCancelled);
+}
+
+// --- As secrets
+
+std::string DetailOf(const Result<Secret> &secret)
+{
+    return secret ? "accepted" : secret.Failure().detail;
+}
+
+TEST_F(KeyCollectionTest, AFileOrRingWithoutAKeyIsMalformed)
+{
+    const std::string empty = Write("empty.txt", "");
+    EXPECT_EQ(DetailOf(Secret::FromRecoveryFile(empty.c_str())),
+              "there is no recovery password of 48 digits in the file");
+    EXPECT_EQ(DetailOf(Secret::FromKeyRing(_folder.Path().c_str())),
+              "there is no recovery password of 48 digits and no startup key in the key ring");
+    const std::string wrong =
+        Write("wrong.txt", "000011-000022-000034-720885-111111-222222-333333-444444\n");
+    EXPECT_EQ(DetailOf(Secret::FromRecoveryFile(wrong.c_str())),
+              "1 recovery password is mistyped: in wrong.txt, line 1: group 3 is mistyped");
+    const std::string key = Write("key.BEK", StartupKeyText(kKeyGuid));
+    EXPECT_EQ(DetailOf(Secret::FromRecoveryFile(key.c_str())),
+              "the file is a startup key; give it with the kind \"startup-key\"");
+}
+
+TEST_F(KeyCollectionTest, WhatCannotBeReadIsNamed)
+{
+    const std::string missing = _folder.At("missing.txt");
+    Result<Secret> secret = Secret::FromRecoveryFile(missing.c_str());
+    ASSERT_FALSE(secret);
+    EXPECT_EQ(secret.Failure().systemError, ENOENT);
+    EXPECT_EQ(secret.Failure().detail, "the recovery file at " + missing);
+    EXPECT_EQ(DetailOf(Secret::FromRecoveryFile(_folder.Path().c_str())),
+              "the recovery file at " + _folder.Path() + ": it is a folder");
+    secret = Secret::FromKeyRing(missing.c_str());
+    ASSERT_FALSE(secret);
+    EXPECT_EQ(secret.Failure().systemError, ENOENT);
+    EXPECT_EQ(secret.Failure().detail, "the key ring at " + missing);
+}
+
+TEST_F(KeyCollectionTest, DigitsInPlaceOfAPathAreNotRepeated)
+{
+    for (const Result<Secret> &secret :
+         {Secret::FromRecoveryFile(kRecovery), Secret::FromKeyRing(kRecovery)}) {
+        ASSERT_FALSE(secret);
+        EXPECT_EQ(secret.Failure().status, Status::kMalformedSecret);
+        EXPECT_EQ(secret.Failure().detail,
+                  "this looks like a recovery password; give it with the kind \"recovery\"");
+    }
+}
+
+}  // namespace
+}  // namespace vx::bitlocker

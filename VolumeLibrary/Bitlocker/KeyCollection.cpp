@@ -1,0 +1,155 @@
+#include "KeyCollection.h"
+
+#include "KeyFile.h"
+#include "RecoveryKeyText.h"
+#include "StartupKeyFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <memory>
+#include <sys/stat.h>
+
+namespace vx::bitlocker {
+namespace {
+
+bool IsFolder(const char *path)
+{
+    struct stat status;
+    return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+struct FolderCloser {
+    void operator()(DIR *folder) const { ::closedir(folder); }
+};
+
+// In order; no more than limit + 1.
+Result<std::vector<std::string>> NamesIn(const std::string &folder, size_t limit)
+{
+    const std::unique_ptr<DIR, FolderCloser> open(::opendir(folder.c_str()));
+    if (open == nullptr)
+        return Error{Status::kSystemError, "", errno};
+    std::vector<std::string> names;
+    while (const dirent *entry = ::readdir(open.get())) {
+        const std::string name = entry->d_name;
+        if (name == "." || name == "..")
+            continue;
+        names.push_back(name);
+        if (names.size() > limit)
+            break;
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// Fit for a message of one line.
+std::string Printable(std::string name)
+{
+    std::replace_if(
+        name.begin(), name.end(),
+        [](char sign) { return static_cast<unsigned char>(sign) < 0x20 || sign == 0x7f; }, '?');
+    return name;
+}
+
+}  // namespace
+
+void KeyCollection::Add(ByteView file, const std::string &name)
+{
+    ++_files;
+    const Result<StartupKeyFile> startupKey =
+        file.size <= StartupKeyFile::kLargest ? StartupKeyFile::Parse(file)
+                                              : Result<StartupKeyFile>(Error{});
+    if (startupKey) {
+        _keys.Add(ProtectorKind::kExternalKey, startupKey->key.View(), {startupKey->identifier});
+        return;
+    }
+    const size_t before = _keys.Size();
+    const RecoveryKeyText text = RecoveryKeyText::Find(file, &_keys);
+    for (size_t key = before; key < _keys.Size(); ++key)
+        if (_keys.At(key).identifiers.empty())
+            _keys.AddIdentifiers(key, IdentifiersInName(name));
+    if (text.mistyped > 0 && _mistyped == 0)
+        _firstMistake = "in " + Printable(name) + ", " + text.firstMistake;
+    _mistyped += text.mistyped;
+}
+
+Result<KeyCollection> KeyCollection::FromFile(const char *path, size_t largest)
+{
+    const Result<KeyMaterial> bytes = ReadKeyFile(path, largest);
+    if (!bytes)
+        return bytes.Failure();
+    const std::string name = path;
+    KeyCollection collection;
+    collection.Add(bytes->View(), name.substr(name.rfind('/') + 1));
+    collection._keys.MergeEqual();
+    return collection;
+}
+
+Result<KeyCollection> KeyCollection::FromPath(const char *path, const CancelFlag *cancel)
+{
+    if (!IsFolder(path))
+        return FromFile(path, kLargestAlone);
+    KeyCollection collection;
+    if (Error error = collection.AddFolder(path, true, cancel))
+        return error;
+    collection._keys.MergeEqual();
+    return collection;
+}
+
+Error KeyCollection::AddFolder(const std::string &folder, bool entersFolders,
+                               const CancelFlag *cancel)
+{
+    const Result<std::vector<std::string>> names = NamesIn(folder, kMostFiles);
+    if (!names)
+        return names.Failure();
+    for (const std::string &name : *names) {
+        const std::string path = folder + "/" + name;
+        if (IsCancelled(cancel))
+            return {Status::kCancelled, ""};
+        if (_files + _notRead >= kMostFiles || _bytes >= kMostBytes) {
+            _isCut = true;
+            return {};
+        }
+        if (!IsFolder(path.c_str()))
+            AddFromFolder(path, name);
+        else if (entersFolders) {
+            const Error error = AddFolder(path, false, cancel);
+            if (error.status == Status::kCancelled)
+                return error;
+            _notRead += error ? 1 : 0;
+        }
+    }
+    return {};
+}
+
+// What cannot be read is counted; the others may have the key.
+void KeyCollection::AddFromFolder(const std::string &path, const std::string &name)
+{
+    const Result<KeyMaterial> bytes = ReadKeyFile(path.c_str(), kLargestInFolder);
+    if (!bytes) {
+        ++_notRead;
+        return;
+    }
+    _bytes += bytes->Size();
+    Add(bytes->View(), name);
+}
+
+std::string KeyCollection::Problems() const
+{
+    std::vector<std::string> sentences;
+    if (_mistyped > 0)
+        sentences.push_back(std::to_string(_mistyped) +
+                            (_mistyped == 1 ? " recovery password is" : " recovery passwords are") +
+                            " mistyped: " + _firstMistake);
+    if (_notRead > 0)
+        sentences.push_back(std::to_string(_notRead) + (_notRead == 1 ? " file" : " files") +
+                            " could not be read or had more than 1 MiB");
+    if (_isCut || _keys.IsFull())
+        sentences.push_back("there are more files or keys than are read");
+    std::string text;
+    for (const std::string &sentence : sentences)
+        text += (text.empty() ? "" : "; ") + sentence;
+    return text;
+}
+
+}  // namespace vx::bitlocker

@@ -1,0 +1,50 @@
+// What files of keys hold: recovery passwords as RecoveryKeyText finds them, and startup keys.
+//
+// A collection is a file, or a folder whose files, and those of the folders in it, are read in the
+// order of their names; deeper folders are not entered. One thread.
+#pragma once
+
+#include "CancelFlag.h"
+#include "Error.h"
+#include "KeyList.h"
+
+#include <string>
+
+namespace vx::bitlocker {
+
+class KeyCollection {
+public:
+    // Bytes; longer files are passed over in a folder and refused otherwise.
+    static constexpr size_t kLargestInFolder = size_t{1} << 20;
+    static constexpr size_t kLargestAlone = size_t{16} << 20;
+    // Of a folder no more than these are read.
+    static constexpr size_t kMostFiles = 10000;
+    static constexpr size_t kMostBytes = size_t{256} << 20;
+
+    // A file of keys, longer than largest or not. Errors: kSystemError, kMalformedSecret.
+    static Result<KeyCollection> FromFile(const char *path, size_t largest);
+    // A file or a folder. Errors: as before; kCancelled.
+    static Result<KeyCollection> FromPath(const char *path, const CancelFlag *cancel);
+
+    // name: of the file.
+    void Add(ByteView file, const std::string &name);
+
+    const KeyList &Keys() const { return _keys; }
+    KeyList TakeKeys() { return std::move(_keys); }
+    // What could not be used, in words; empty if there is nothing. Never with digits of a key.
+    std::string Problems() const;
+
+private:
+    Error AddFolder(const std::string &folder, bool entersFolders, const CancelFlag *cancel);
+    void AddFromFolder(const std::string &path, const std::string &name);
+
+    KeyList _keys;
+    size_t _files = 0;
+    size_t _bytes = 0;
+    size_t _notRead = 0;
+    bool _isCut = false;
+    size_t _mistyped = 0;
+    std::string _firstMistake;
+};
+
+}  // namespace vx::bitlocker

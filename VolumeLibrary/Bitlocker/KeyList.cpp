@@ -1,0 +1,96 @@
+#include "KeyList.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
+namespace vx::bitlocker {
+
+bool KeyList::Label::Names(const Guid &protector) const
+{
+    return std::find(identifiers.begin(), identifiers.end(), protector) != identifiers.end();
+}
+
+void KeyList::Label::AddIdentifiers(const std::vector<Guid> &more)
+{
+    for (const Guid &identifier : more)
+        if (identifiers.size() < kMostIdentifiers && !Names(identifier))
+            identifiers.push_back(identifier);
+}
+
+ByteView KeyList::Key(size_t index) const
+{
+    return _pieces[index / kPerPiece].View().From(index % kPerPiece * kKeyBytes).First(kKeyBytes);
+}
+
+uint8_t *KeyList::Place(size_t index)
+{
+    return _pieces[index / kPerPiece].Data() + index % kPerPiece * kKeyBytes;
+}
+
+void KeyList::Add(ProtectorKind kind, ByteView key, const std::vector<Guid> &identifiers)
+{
+    if (IsFull())
+        return;
+    if (Size() == _pieces.size() * kPerPiece)
+        _pieces.emplace_back(kPerPiece * kKeyBytes);
+    Label label;
+    label.kind = kind;
+    label.AddIdentifiers(identifiers);
+    _labels.push_back(std::move(label));
+    std::memcpy(Place(Size() - 1), key.data, std::min(key.size, kKeyBytes));
+}
+
+void KeyList::AddIdentifiers(size_t index, const std::vector<Guid> &identifiers)
+{
+    _labels[index].AddIdentifiers(identifiers);
+}
+
+size_t KeyList::CountOf(ProtectorKind kind) const
+{
+    return static_cast<size_t>(std::count_if(_labels.begin(), _labels.end(),
+                                             [&](const Label &label) { return label.kind == kind; }));
+}
+
+bool KeyList::IsBefore(size_t one, size_t other) const
+{
+    if (_labels[one].kind != _labels[other].kind)
+        return _labels[one].kind < _labels[other].kind;
+    const int order = std::memcmp(Key(one).data, Key(other).data, kKeyBytes);
+    return order != 0 ? order < 0 : one < other;
+}
+
+bool KeyList::IsEqual(size_t one, size_t other) const
+{
+    return _labels[one].kind == _labels[other].kind &&
+           std::memcmp(Key(one).data, Key(other).data, kKeyBytes) == 0;
+}
+
+void KeyList::MergeEqual()
+{
+    std::vector<size_t> order(Size());
+    std::iota(order.begin(), order.end(), size_t{0});
+    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return IsBefore(a, b); });
+    std::vector<bool> isMerged(Size());
+    for (size_t i = 0, first = 0; i < order.size(); ++i) {
+        if (i == first || !IsEqual(order[first], order[i])) {
+            first = i;
+            continue;
+        }
+        _labels[order[first]].AddIdentifiers(_labels[order[i]].identifiers);
+        isMerged[order[i]] = true;
+    }
+    size_t kept = 0;
+    for (size_t i = 0; i < isMerged.size(); ++i) {
+        if (isMerged[i])
+            continue;
+        if (kept != i) {
+            _labels[kept] = std::move(_labels[i]);
+            std::memcpy(Place(kept), Key(i).data, kKeyBytes);
+        }
+        ++kept;
+    }
+    _labels.resize(kept);
+}
+
+}  // namespace vx::bitlocker
