@@ -44,7 +44,7 @@ TEST_F(LoadedLibraryTest, BesideAProgramWithoutTheLibraryThereIsNone)
 
 TEST_F(LoadedLibraryTest, AFunctionThatAnOlderLibraryLacksIsNull)
 {
-    const auto library = LoadedLibrary::At(VX_OLDER_STAND_IN, &_error);
+    const auto library = LoadedLibrary::At(VX_OLDER_LIBRARY, &_error);
     ASSERT_TRUE(library) << _error;
     EXPECT_EQ(library->DescribeDisk(), nullptr);
     EXPECT_EQ(library->SetOpeningOptions(), nullptr);
@@ -52,7 +52,7 @@ TEST_F(LoadedLibraryTest, AFunctionThatAnOlderLibraryLacksIsNull)
 
 TEST_F(LoadedLibraryTest, AnOlderLibraryOpensOnlyWithoutOptions)
 {
-    const auto library = LoadedLibrary::At(VX_OLDER_STAND_IN, &_error);
+    const auto library = LoadedLibrary::At(VX_OLDER_LIBRARY, &_error);
     ASSERT_TRUE(library) << _error;
     EXPECT_NE(OpenVolume(*library, "case", "none", "").volume, nullptr);
     const VolumeOpeningOptions options;

@@ -2,20 +2,20 @@
 
 #include "OpenFailureText.h"
 #include "OpeningInterruption.h"
+#include "OpeningProgress.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 
 namespace vx {
 
-ScopedOptions::ScopedOptions(const LoadedLibrary &library, const VolumeOpeningOptions *options)
-    : _set(options == nullptr ? nullptr : library.SetOpeningOptions()),
-      _areSet(options == nullptr || (_set != nullptr && _set(options)))
+ScopedOptions::ScopedOptions(const LoadedLibrary &library, const VolumeOpeningOptions &options)
+    : _set(library.SetOpeningOptions()), _areSet(_set != nullptr && _set(&options))
 {
 }
 
 ScopedOptions::~ScopedOptions()
 {
-    if (_set != nullptr)
+    if (_areSet)
         (void)_set(nullptr);
 }
 
@@ -25,8 +25,11 @@ VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume
 {
     AssertMainThread();
     VolumeOpening opening;
-    const ScopedOptions scope(library, options);
-    if (!scope.AreSet()) {
+    OpeningProgress progress;
+    VolumeOpeningOptions all = options == nullptr ? VolumeOpeningOptions() : *options;
+    progress.AddTo(&all);
+    const ScopedOptions scope(library, all);
+    if (options != nullptr && !scope.AreSet()) {
         opening.error = "the volume library is another version, which does not know how this "
                         "program opens a volume; install both together";
         return opening;

@@ -16,8 +16,7 @@ namespace vx {
 // Options for the calls of the library in one scope.
 class ScopedOptions {
 public:
-    // options: null for the usual ones.
-    ScopedOptions(const LoadedLibrary &library, const VolumeOpeningOptions *options);
+    ScopedOptions(const LoadedLibrary &library, const VolumeOpeningOptions &options);
     ~ScopedOptions();
     ScopedOptions(const ScopedOptions &) = delete;
     ScopedOptions &operator=(const ScopedOptions &) = delete;
@@ -38,7 +37,8 @@ struct VolumeOpening {
 };
 
 // kind, secret: as the library's entry takes them. options: null for the usual ones; an older
-// library that does not know others opens nothing, and error says that.
+// library that does not know others opens nothing, and error says that. What takes long shows its
+// progress on standard error.
 VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume,
                          const std::string &kind, const char *secret,
                          const VolumeOpeningOptions *options = nullptr);
