@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <cstring>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -102,10 +104,12 @@ TEST_P(ManPages, WrongUseGivesOneLineAUsageAndStatus2)
 
 INSTANTIATE_TEST_SUITE_P(Programs, ManPages,
                          testing::Values(Program{"volume-export", VOLUME_EXPORT},
-                                         Program{"volume-host", VOLUME_HOST}),
+                                         Program{"volume-host", VOLUME_HOST},
+                                         Program{"volume-info", VOLUME_INFO}),
                          [](const auto &program) {
-                             return std::string(program.param.name) == "volume-export" ? "Export"
-                                                                                       : "Host";
+                             std::string name = program.param.name + strlen("volume-");
+                             name[0] = static_cast<char>(toupper(name[0]));
+                             return name;
                          });
 
 }  // namespace

@@ -98,7 +98,7 @@ int InfoCommand::ShowOpened(const DescribedDisk &disk, const OpenedFacts &facts)
     if (_options.json)
         Print(DiskJson(_options.volume, *disk.Report(), &facts, showsPasswords));
     else
-        Print("\n" + OpenedText(facts));
+        Print("\n" + OpenedText(facts, *disk.Report()));
     if (!_options.json && facts.HasPasswords())
         Print("\n" + RecoveryPasswordText(facts));
     return showsPasswords ? RequirePasswords(facts) : kExitSuccess;

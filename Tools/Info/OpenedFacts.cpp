@@ -36,14 +36,6 @@ std::string StateText(VolumeFileSystemState state)
     }
 }
 
-std::string UnlockingText(const VolumeUnlockingReport &unlocking)
-{
-    std::string text = Shown(unlocking.kind);
-    if (*unlocking.identifier != '\0')
-        text += ", Key ID " + KeyIdOf(Shown(unlocking.identifier));
-    return text;
-}
-
 std::string RoomText(const VolumeFileSystemReport &report)
 {
     if (report.totalBytes == kUnknownBytes)
@@ -65,15 +57,29 @@ std::string FileSystemText(const VolumeFileSystemReport &report)
            FactLine("State", StateText(report.state)) + FactLine("Size", RoomText(report));
 }
 
-bool HasProtector(const DiskVolumeReport &volume, const std::string &identifier)
+const DiskProtectorReport *ProtectorOf(const DiskVolumeReport &volume,
+                                       const std::string &identifier)
 {
     if (volume.encryption == nullptr || identifier.empty())
-        return false;
-    const DiskEncryptionReport &encryption = *volume.encryption;
-    return std::any_of(encryption.protectors, encryption.protectors + encryption.protectorCount,
-                       [&identifier](const DiskProtectorReport &protector) {
-                           return identifier == protector.identifier;
-                       });
+        return nullptr;
+    const auto begin = volume.encryption->protectors;
+    const auto end = begin + volume.encryption->protectorCount;
+    const auto found = std::find_if(begin, end, [&identifier](const DiskProtectorReport &other) {
+        return identifier == other.identifier;
+    });
+    return found == end ? nullptr : found;
+}
+
+// Of a protector as the description of the disk has it; of a raw key as --unlock does.
+std::string UnlockingText(const VolumeUnlockingReport &unlocking, const DiskReport &report)
+{
+    std::string kind = Shown(unlocking.kind);
+    for (uint64_t i = 0; i < report.volumeCount; ++i) {
+        if (const auto protector = ProtectorOf(report.volumes[i], unlocking.identifier))
+            kind = Shown(protector->kindText);
+    }
+    const std::string keyId = KeyIdOf(Shown(unlocking.identifier));
+    return keyId.empty() ? kind : kind + ", Key ID " + keyId;
 }
 
 // The only volume of the report that satisfies the condition.
@@ -103,13 +109,13 @@ OpenedFacts::~OpenedFacts()
         WipeText(&password.password);
 }
 
-std::string OpenedText(const OpenedFacts &facts)
+std::string OpenedText(const OpenedFacts &facts, const DiskReport &report)
 {
     std::string text = "Opened\n";
     if (const VolumeUnlockingReport *unlocking = facts.Unlocking())
-        text += FactLine("Unlocked by", UnlockingText(*unlocking));
-    if (const VolumeFileSystemReport *report = facts.FileSystem())
-        text += FileSystemText(*report);
+        text += FactLine("Unlocked by", UnlockingText(*unlocking, report));
+    if (const VolumeFileSystemReport *fileSystem = facts.FileSystem())
+        text += FileSystemText(*fileSystem);
     return text;
 }
 
@@ -145,8 +151,9 @@ const DiskVolumeReport *OpenedVolumeOf(const DiskReport &report, const OpenedFac
         return OnlyVolume(report,
                           [](const DiskVolumeReport &volume) { return volume.number != 0; });
     const std::string identifier = unlocking->identifier;
-    const DiskVolumeReport *volume = OnlyVolume(
-        report, [&](const DiskVolumeReport &other) { return HasProtector(other, identifier); });
+    const DiskVolumeReport *volume = OnlyVolume(report, [&](const DiskVolumeReport &other) {
+        return ProtectorOf(other, identifier) != nullptr;
+    });
     if (volume != nullptr)
         return volume;
     return OnlyVolume(report,

@@ -43,8 +43,8 @@ private:
     bool _hasPasswords = false;
 };
 
-// The facts as text for people.
-std::string OpenedText(const OpenedFacts &facts);
+// The facts as text for people. report: of the disk, which names the protector.
+std::string OpenedText(const OpenedFacts &facts, const DiskReport &report);
 // The recovery passwords, or that there are none.
 std::string RecoveryPasswordText(const OpenedFacts &facts);
 
