@@ -77,6 +77,7 @@ MetadataBlock::VolumeHeader ParseVolumeHeader(ByteView data)
     header.length = reader.U64();
     const uint32_t sectorSize = U32At(data, 44);
     header.sectorSize = IsSectorSize(sectorSize) ? sectorSize : 0;
+    header.flags = U64At(data, 24);
     return header;
 }
 

@@ -22,6 +22,7 @@ struct MetadataBlock {
         uint64_t offset = 0;
         uint64_t length = 0;
         uint32_t sectorSize = 0;  // 0: not recorded
+        uint64_t flags = 0;       // 0: not recorded
     };
 
     uint64_t offset = 0;   // of this copy in the volume

@@ -143,7 +143,8 @@ std::vector<uint8_t> MetadataWriter::HeaderEntry() const
     ByteWriter data;
     data.U64(_plan.relocationOffset).U64(length);
     if (_recipe.headerEntry == VolumeRecipe::HeaderEntry::kLong) {
-        data.U16(5).U16(0x4c).U32(0).U64(0x0a).Zeros(12);
+        const bool toGo = _recipe.layout == Layout::kToGo;
+        data.U16(5).U16(0x4c).U32(0).U64(_recipe.conversion ? 0x4a : toGo ? 0x848 : 0x0a).Zeros(12);
         data.U32(_recipe.sectorSize).U32(_recipe.sectorSize).U32(10).U32(0).U32(22000);
         data.U32(2).U32(0).U32(0x02010110).U64(0).U64(0);
     }
