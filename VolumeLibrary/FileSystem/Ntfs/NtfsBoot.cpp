@@ -104,8 +104,8 @@ bool IsBackupAt(uint64_t place, ByteView sector)
 std::optional<uint64_t> FindBackupIn(const ByteSource &volume, uint64_t begin, uint64_t end)
 {
     std::vector<uint8_t> bytes(static_cast<size_t>(end - begin));
-    if (volume.ReadAt(begin, bytes.data(), bytes.size()))
-        return std::nullopt;
+    ByteRanges unread;
+    (void)volume.Salvage(begin, bytes.data(), bytes.size(), &unread);
     for (size_t at = bytes.size(); at > 0; at -= kBootBytes) {
         const size_t sector = at - kBootBytes;
         if (IsBackupAt(begin + sector, ByteView(bytes).From(sector)))
