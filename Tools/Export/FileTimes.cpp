@@ -6,10 +6,6 @@
 namespace vx {
 namespace {
 
-constexpr uint64_t kUnitsPerSecond = 10000000;
-constexpr int64_t kSecondsTo1970 = 11644473600;
-constexpr long kNanosecondsPerUnit = 100;
-
 // What a system answers that does not clamp a time to what the file system keeps.
 bool IsBeyondRange(int error)
 {
@@ -17,16 +13,6 @@ bool IsBeyondRange(int error)
 }
 
 }  // namespace
-
-timespec TimeOf(uint64_t fileTime)
-{
-    timespec time = {0, UTIME_OMIT};
-    if (fileTime == 0)
-        return time;
-    time.tv_sec = static_cast<time_t>(fileTime / kUnitsPerSecond) - kSecondsTo1970;
-    time.tv_nsec = static_cast<long>(fileTime % kUnitsPerSecond) * kNanosecondsPerUnit;
-    return time;
-}
 
 int SetTimes(int file, const PlanEntry &entry)
 {

@@ -6,13 +6,11 @@
 #pragma once
 
 #include "ExportPlan.h"
+#include "UnixTime.h"
 
 #include <ctime>
 
 namespace vx {
-
-// 116444736000000000 → 1970-01-01 00:00 UTC; 0 → what utimensat leaves alone.
-timespec TimeOf(uint64_t fileTime);
 
 // Modification and access. file: open, for writing if it is no folder.
 int SetTimes(int file, const PlanEntry &entry);

@@ -2,6 +2,7 @@
 
 #include "FolderNames.h"
 #include "LocalText.h"
+#include "NameFolding.h"
 
 #include <vector>
 
@@ -12,7 +13,7 @@ PlanNames::PlanNames(const ExportPlan &plan, const DestinationTraits &traits)
 {
     for (Number number = ExportPlan::kRoot; number < plan.Size(); ++number) {
         if (plan.At(number).children > 0)
-            FolderNames(plan, number, _traits).Choose(&_changed);
+            FolderNames(plan, number, _traits, FoldedFor).Choose(&_changed);
     }
 }
 

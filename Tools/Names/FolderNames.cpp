@@ -1,7 +1,6 @@
 #include "FolderNames.h"
 
 #include "LocalText.h"
-#include "NameFolding.h"
 #include "NameForms.h"
 #include "NameRules.h"
 
@@ -95,7 +94,7 @@ void FolderNames::TakeKeptNames(std::vector<Number> *changing)
 // Equal hashes of different paths cost a number and nothing else.
 size_t FolderNames::HashOf(const std::string &path) const
 {
-    return std::hash<std::string>()(FoldedFor(_traits, path));
+    return std::hash<std::string>()(_fold(_traits, path));
 }
 
 bool FolderNames::Take(const std::string &path)
@@ -136,7 +135,7 @@ std::string FolderNames::FreeName(const std::string &place, const std::string &n
     if (Fits(name, _traits) && Take(place + name))
         return name;
     const size_t longest = _traits.longestName;
-    unsigned &number = _numbers[FoldedFor(_traits, place + MarkedName(name, "", longest / 2))];
+    unsigned &number = _numbers[_fold(_traits, place + MarkedName(name, "", longest / 2))];
     while (true) {
         std::string candidate = MarkedName(name, kNumberMark + std::to_string(++number), longest);
         if (Take(place + candidate))

@@ -24,8 +24,11 @@ public:
     using Number = ExportPlan::Number;
     using Names = std::unordered_map<Number, std::string>;
 
-    FolderNames(const ExportPlan &plan, Number folder, const DestinationTraits &traits)
-        : _plan(plan), _folder(plan.At(folder)), _traits(traits)
+    // fold: of a path below the folder; paths are equal in the destination if they are when folded.
+    using Fold = std::string (*)(const DestinationTraits &traits, const std::string &path);
+
+    FolderNames(const ExportPlan &plan, Number folder, const DestinationTraits &traits, Fold fold)
+        : _plan(plan), _folder(plan.At(folder)), _traits(traits), _fold(fold)
     {
     }
 
@@ -46,6 +49,7 @@ private:
     const ExportPlan &_plan;
     const PlanEntry &_folder;
     const DestinationTraits &_traits;
+    const Fold _fold;
     std::vector<size_t> _kept;                   // hashes of folded paths below the folder, sorted
     std::unordered_set<size_t> _given;           // the same of new names
     std::map<std::string, std::string> _chosen;  // by place and original name
