@@ -12,6 +12,9 @@ enum ExitStatus : int {
     kExitIncomplete = 1,  // something is missing: a path, part of a folder or of a file
     kExitNotOpened = 3,   // the volume did not open
 
+    // volume-mount; and kExitNotOpened
+    kExitNotMounted = 1,  // the volume could not be mounted, or the connection to the kernel failed
+
     // volume-host
     kExitNoNotice = 1,     // the explorer ended without its quit notice
     kExitLinkTaken = 3,    // another host is running, or the paths of the link are in the way
