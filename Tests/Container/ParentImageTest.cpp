@@ -18,6 +18,7 @@ Result<Container> OpenNamed(const TemporaryFolder &folder, const std::string &pa
     Container container;
     container.identity = name;
     container.notes = {"noted"};
+    container.files = {path};
     if (parent == "damaged")
         return Error{Status::kDamagedContainer, "it is damaged"};
     if (parent == "forbidden")
@@ -26,7 +27,6 @@ Result<Container> OpenNamed(const TemporaryFolder &folder, const std::string &pa
         auto opened = parents({"a test image", {parent}});
         if (!opened)
             return opened.Failure();
-        container.files = {path};
         container.files.insert(container.files.end(), opened->files.begin(), opened->files.end());
         container.notes.insert(container.notes.end(), opened->notes.begin(), opened->notes.end());
     }

@@ -66,23 +66,96 @@ TEST_F(VhdImages, WhatIsNotStoredIsZeros)
         EXPECT_TRUE(Read(container, at, 700) == expected.substr(at, 700)) << at;
 }
 
-TEST_F(VhdImages, ADifferencingOneNamesItsParent)
+class DifferencingVhds : public VhdImages {
+protected:
+    static VhdRecipe Child(const std::u16string &parent)
+    {
+        VhdRecipe recipe;
+        recipe.type = 4;
+        recipe.parentName = parent;
+        recipe.parentId = std::string(16, 'V');
+        return recipe;
+    }
+
+    // What Growing stores, with its parent in the gaps.
+    std::string Expected(const std::string &parent) const
+    {
+        std::string disk = first + parent.substr(kBlock, kBlock) + last;
+        disk.replace(2 * kBlock, 512, parent.substr(2 * kBlock, 512));
+        return disk.replace(2 * kBlock + 1024, 512, parent.substr(2 * kBlock + 1024, 512));
+    }
+
+    std::string Fixed(const std::string &disk) const
+    {
+        VhdRecipe recipe;
+        recipe.type = 2;
+        recipe.diskBytes = disk.size();
+        VhdWriter writer(recipe);
+        writer.AddBlock("", disk);
+        return writer.Image();
+    }
+
+    const std::string base = NoiseBytes(3 * kBlock, 9);
+};
+
+TEST_F(DifferencingVhds, WhatTheChildDoesNotHoldComesFromItsParent)
 {
-    const auto refusal = [](const std::string &parent) {
-        return "it is a differencing VHD; its parent is " + parent +
-               ", and both must be merged into one image first";
-    };
-    VhdRecipe recipe;
-    recipe.type = 4;
-    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer, refusal("not named"));
-    recipe.parentName = u"b\u00E4se.vhd";
-    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer, refusal("b\u00E4se.vhd"));
-    recipe.locators = {{"W2ru", u".\\folder\\base.vhd"}};
-    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer,
-                refusal(".\\folder\\base.vhd"));
-    recipe.locators.emplace_back("W2ku", u"C:\\b\u001B[31mase.vhd");
-    ExpectFails(Growing(recipe).Image(), Status::kUnsupportedContainer,
-                refusal("C:\\b?[31mase.vhd"));
+    folder.WriteFile("b\u00E4se.vhd", Fixed(base));
+    const Container container = Open(Growing(Child(u"b\u00E4se.vhd")).Image());
+    EXPECT_TRUE(Read(container, 0, base.size()) == Expected(base));
+    for (size_t at = 0; at + 700 < base.size(); at += 100)
+        EXPECT_TRUE(Read(container, at, 700) == Expected(base).substr(at, 700)) << at;
+    EXPECT_EQ(container.description, "a differencing VHD image");
+    EXPECT_EQ(container.files.size(), 2u);
+}
+
+TEST_F(DifferencingVhds, ALocatorCountsBeforeTheName)
+{
+    folder.WriteFile("name.vhd", Fixed(std::string(base.size(), 'x')));
+    folder.WriteFile("absolute.vhd", Fixed(std::string(base.size(), 'y')));
+    VhdRecipe recipe = Child(u"name.vhd");
+    recipe.locators = {{"W2ku", u"C:\\folder\\absolute.vhd"}, {"W2ru", u".\\folder\\base.vhd"}};
+    const Container other = Open(Growing(recipe).Image());
+    EXPECT_TRUE(Read(other, kBlock, kBlock) == std::string(kBlock, 'y'));
+    folder.WriteFile("base.vhd", Fixed(base));
+    EXPECT_TRUE(Read(Open(Growing(recipe).Image()), 0, base.size()) == Expected(base));
+}
+
+TEST_F(DifferencingVhds, AParentMayHaveAParentAndBeShorter)
+{
+    folder.WriteFile("base.vhd", Fixed(base.substr(0, kBlock + 512)));
+    VhdRecipe middle = Child(u"base.vhd");
+    middle.id = std::string(16, 'M');
+    folder.WriteFile("middle.vhd", Growing(middle).Image());
+    VhdRecipe recipe = Child(u"middle.vhd");
+    recipe.parentId = middle.id;
+    recipe.diskBytes = 3 * kBlock;
+    VhdWriter writer(recipe);
+    for (size_t block = 0; block < 3; ++block)
+        writer.AddNothing();
+    const std::string padded = base.substr(0, kBlock + 512) + std::string(2 * kBlock - 512, '\0');
+    EXPECT_TRUE(Read(Open(writer.Image()), 0, base.size()) == Expected(padded));
+}
+
+TEST_F(DifferencingVhds, WithoutTheRightParentTheFileIsNamed)
+{
+    const std::string child = Growing(Child(u"base.vhd")).Image();
+    ExpectFails(child, Status::kTruncatedImage,
+                "its parent base.vhd is missing: put it into the folder of x.vhd");
+    VhdRecipe other = Child(u"base.vhd");
+    other.parentId = std::string(16, 'P');
+    folder.WriteFile("base.vhd", Fixed(base));
+    ExpectFails(Growing(other).Image(), Status::kUnsupportedContainer,
+                "its parent base.vhd is not the image that x.vhd was made from, or was changed "
+                "since: put the right one into its place");
+    folder.WriteFile("base.vhd", "no image");
+    ExpectFails(child, Status::kUnsupportedContainer,
+                "its parent base.vhd does not open: it is not of the format that is needed");
+    ExpectFails(Growing(Child(u"")).Image(), Status::kUnsupportedContainer,
+                "it is a differencing VHD image and does not name its parent, so the two must be "
+                "merged into one image first");
+    ExpectFails(Growing(Child(u"C:\\b\u001B[31mase.vhd")).Image(), Status::kTruncatedImage,
+                "its parent b?[31mase.vhd is missing: put it into the folder of x.vhd");
 }
 
 TEST_F(VhdImages, TheFirstFooterTakesThePlaceOfTheLast)

@@ -61,7 +61,6 @@ constexpr Signature kSignatures[] = {
     {8182, "SWAPSPACE2"sv, kSwap},
     {16374, "SWAPSPACE2"sv, kSwap},
     {65526, "SWAPSPACE2"sv, kSwap},
-    {0, "vhdxfile"sv, {Form::kContainer, "a VHDX image", kConvert}},
     {0, "QFI\xFB"sv, {Form::kContainer, "a QCOW image", kConvert}},
     {64, "\x7F\x10\xDA\xBE"sv, {Form::kContainer, "a VDI image", kConvert}},
     {0, "AFF10\x0D\x0A\x00"sv, {Form::kContainer, "an AFF image", kForensicConvert}},

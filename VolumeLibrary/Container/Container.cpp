@@ -6,6 +6,7 @@
 #include "ParentImage.h"
 #include "RawImage.h"
 #include "VhdImage.h"
+#include "VhdxImage.h"
 #include "VmdkImage.h"
 
 #include <cerrno>
@@ -48,7 +49,7 @@ Result<Container> InForm(const char *form, Result<Container> image)
 }
 
 Result<Container> OpenAs(const FoundContainer &found, const std::string &path, const Source &file,
-                         const ParentOpener &)
+                         const ParentOpener &parents)
 {
     switch (found.kind) {
     case ContainerKind::kUnsupported:
@@ -56,7 +57,9 @@ Result<Container> OpenAs(const FoundContainer &found, const std::string &path, c
     case ContainerKind::kEwf:
         return InForm("an E01 or S01 image", OpenEwf(path));
     case ContainerKind::kVhd:
-        return InForm("a VHD image", OpenVhd(file));
+        return InForm("a VHD image", OpenVhd(file, parents));
+    case ContainerKind::kVhdx:
+        return InForm("a VHDX image", OpenVhdx(file, parents));
     case ContainerKind::kVmdk:
         return InForm("a VMDK image",
                       OpenVmdk(path.substr(path.rfind('/') + 1), file, VmdkPartsBeside(path)));
@@ -81,8 +84,8 @@ Container OpenDevice(const std::string &path, const Source &device)
 }
 
 // wanted: the kind that the file must have, if any. A raw image is not examined.
-Result<Container> OpenImage(const std::string &path, std::optional<ContainerKind> wanted,
-                            const ParentOpener &parents)
+Result<Container> OpenWanted(const std::string &path, std::optional<ContainerKind> wanted,
+                             const ParentOpener &parents)
 {
     const auto form = FormOf(path);
     if (!form)
@@ -100,14 +103,21 @@ Result<Container> OpenImage(const std::string &path, std::optional<ContainerKind
     return OpenAs(found, path, *file, parents);
 }
 
+// With the path before those of further parts and of parents.
+Result<Container> OpenImage(const std::string &path, std::optional<ContainerKind> wanted,
+                            const ParentOpener &parents)
+{
+    auto container = OpenWanted(path, wanted, parents);
+    if (container && (container->files.empty() || container->files.front() != path))
+        container->files.insert(container->files.begin(), path);
+    return container;
+}
+
 }  // namespace
 
 Result<Container> OpenContainer(const std::string &path)
 {
-    auto container = OpenImage(path, {}, ParentImage::Beside(path, OpenImage));
-    if (container && container->files.empty())
-        container->files.push_back(path);
-    return container;
+    return OpenImage(path, {}, ParentImage::Beside(path, OpenImage));
 }
 
 }  // namespace vx

@@ -2,6 +2,7 @@
 
 #include "ByteReader.h"
 #include "VhdImage.h"
+#include "VhdxHeader.h"
 
 #include <algorithm>
 #include <utility>
@@ -48,6 +49,8 @@ FoundContainer FindContainerKind(const std::string &path, const ByteSource &file
         return {ContainerKind::kUnsupported, unsupported};
     if (IsEwf(head))
         return {ContainerKind::kEwf};
+    if (IsVhdxImage(file))
+        return {ContainerKind::kVhdx};
     if (IsVhdImage(file))
         return {ContainerKind::kVhd};
     if (IsVmdk(head))

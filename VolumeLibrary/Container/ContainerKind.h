@@ -1,5 +1,5 @@
 // What kind of file holds a disk: found by its first bytes, of a VHD image also by its last ones,
-// and of a split image by its name and the files beside it.
+// of a VHDX image also by its headers, and of a split image by its name and the files beside it.
 #pragma once
 
 #include "ByteSource.h"
@@ -17,6 +17,7 @@ enum class ContainerKind {
     kSplit,  // the first of several parts of a raw image
     kEwf,    // E01 or S01
     kVhd,
+    kVhdx,
     kVmdk,         // a file that grows, or a text that names the files of an image
     kUnsupported,  // a known format that this library does not open
 };

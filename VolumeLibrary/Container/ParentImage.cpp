@@ -117,15 +117,8 @@ private:
             return NotOpened(parent.Failure(), name);
         if (!HasIdentity(*parent, wanted.identities))
             return IsAnother(name, ParentImage::FileName(_path));
-        return Named(std::move(*parent), path, name);
-    }
-
-    static Container Named(Container parent, const std::string &path, const std::string &name)
-    {
-        for (std::string &note : parent.notes)
+        for (std::string &note : parent->notes)
             note.insert(0, std::string(kRole) + " " + ShownName(name) + ": ");
-        if (parent.files.empty())
-            parent.files.push_back(path);
         return parent;
     }
 

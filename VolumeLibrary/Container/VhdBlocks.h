@@ -1,8 +1,9 @@
 // The disk in a VHD image that grows. A table says where each block of the disk lies in the file; a
 // block begins with a bit for each of its sectors. Blocks that the file does not hold, and sectors
-// whose bit is not set, are zeros.
+// whose bit is not set, are zeros, or in a differencing image what the parent has there.
 //
-// Ownership: shares the file. Threads: any number at a time. Memory: only the stack. Errors:
+// Ownership: shares the file and the parent. Threads: any number at a time. Memory: only the stack.
+// Errors:
 // kSystemError with "read at" and the place on the disk, EIO for what lies beyond the end of the
 // table or the file, otherwise the errno of the file.
 #pragma once
@@ -26,8 +27,10 @@ public:
         uint32_t blockBytes = 0;  // a power of two, from kSmallestBlock to kLargestBlock
     };
 
-    VhdBlocks(std::shared_ptr<const ByteSource> file, Shape shape)
-        : _file(std::move(file)), _shape(shape)
+    // parent: as long as the disk; null if there is none.
+    VhdBlocks(std::shared_ptr<const ByteSource> file, Shape shape,
+              std::shared_ptr<const ByteSource> parent = nullptr)
+        : _file(std::move(file)), _shape(shape), _parent(std::move(parent))
     {
     }
 
@@ -36,10 +39,12 @@ public:
 
 private:
     Error ReadInBlock(uint64_t offset, uint8_t *place, size_t count) const;
-    Error ReadStored(uint64_t block, uint64_t skip, uint8_t *place, size_t count) const;
+    Error ReadStored(uint64_t block, uint64_t offset, uint8_t *place, size_t count) const;
+    Error ReadElsewhere(uint64_t offset, uint8_t *place, size_t count) const;
 
     const std::shared_ptr<const ByteSource> _file;
     const Shape _shape;
+    const std::shared_ptr<const ByteSource> _parent;
 };
 
 }  // namespace vx

@@ -1,6 +1,7 @@
 #include "VhdImage.h"
 
 #include "ByteReader.h"
+#include "PaddedSource.h"
 #include "PartOfSource.h"
 #include "PowerOfTwo.h"
 #include "VhdBlocks.h"
@@ -60,6 +61,7 @@ struct Footer {
     uint64_t headerAt = 0;
     uint64_t diskBytes = 0;
     DiskType type = {};
+    Guid id;  // its bytes, whatever their order
 };
 
 Footer ParseFooter(ByteView bytes)
@@ -68,12 +70,14 @@ Footer ParseFooter(ByteView bytes)
     constexpr size_t kCurrentSizeAt = 48;
     constexpr size_t kTypeAt = 60;
     constexpr size_t kChecksumAt = 64;
+    constexpr size_t kIdAt = 68;
     Footer footer;
     footer.hasMark = ByteReader(bytes).TakeMark("conectix");
     footer.isSound = footer.hasMark && HasChecksum(bytes, kChecksumAt);
     footer.headerAt = ByteReader(bytes, kHeaderPlaceAt).BigU64();
     footer.diskBytes = ByteReader(bytes, kCurrentSizeAt).BigU64();
     footer.type = DiskType(ByteReader(bytes, kTypeAt).BigU32());
+    footer.id = ByteReader(bytes, kIdAt).TakeGuid();
     return footer;
 }
 
@@ -116,19 +120,16 @@ Container OpenFixedWithoutFooter(const Source &file)
     return container;
 }
 
-// A name for a message: control characters could do harm to a terminal.
 std::string Text(std::vector<uint8_t> bytes, bool isBig)
 {
     for (size_t at = 0; isBig && at + 1 < bytes.size(); at += 2)
         std::swap(bytes[at], bytes[at + 1]);
-    std::string text = Utf8FromUtf16(bytes);
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return text;
+    return Utf8FromUtf16(bytes);
 }
 
-// The path of the parent in one of the locators of this kind; empty if there is none.
-std::string LocatedParent(const ByteSource &file, const Header &header, std::string_view kind)
+// The paths of the parent in the locators of this kind.
+void AddLocated(const ByteSource &file, const Header &header, std::string_view kind,
+                std::vector<std::string> *paths)
 {
     constexpr size_t kFirst = 576;
     constexpr size_t kLocators = 8;
@@ -140,30 +141,22 @@ std::string LocatedParent(const ByteSource &file, const Header &header, std::str
         std::vector<uint8_t> bytes(std::min(reader.BigU32(), kLongest));
         reader.Skip(4);
         const uint64_t place = reader.BigU64();
-        if (isOfKind && !bytes.empty() && !file.ReadAt(place, bytes.data(), bytes.size()))
-            return Text(std::move(bytes), false);
+        if (isOfKind && !file.ReadAt(place, bytes.data(), bytes.size()))
+            paths->push_back(Text(std::move(bytes), false));
     }
-    return {};
 }
 
-std::string ParentOf(const ByteSource &file, const Header &header)
+// The parent's relative and absolute paths, and its name.
+std::vector<std::string> ParentPaths(const ByteSource &file, const Header &header)
 {
     constexpr size_t kNameAt = 64;
     constexpr size_t kNameBytes = 512;
-    for (const char *kind : {"W2ku", "W2ru"}) {
-        std::string parent = LocatedParent(file, header, kind);
-        if (!parent.empty())
-            return parent;
-    }
+    std::vector<std::string> paths;
+    AddLocated(file, header, "W2ru", &paths);
+    AddLocated(file, header, "W2ku", &paths);
     const ByteView name = ByteReader({header.data(), header.size()}, kNameAt).Bytes(kNameBytes);
-    return Text(name.Copy(), true);
-}
-
-Error HasParent(const std::string &parent)
-{
-    return {Status::kUnsupportedContainer, "it is a differencing VHD; its parent is " +
-                                               (parent.empty() ? "not named" : parent) +
-                                               ", and both must be merged into one image first"};
+    paths.push_back(Text(name.Copy(), true));
+    return paths;
 }
 
 bool IsHeader(ByteView header)
@@ -191,7 +184,26 @@ bool MakesSense(const VhdBlocks::Shape &shape)
            shape.blockBytes <= VhdBlocks::kLargestBlock && shape.diskBytes <= uint64_t{INT64_MAX};
 }
 
-Result<Container> OpenGrowing(const Source &file, const Footer &footer)
+Result<Container> OpenDifferencing(const Source &file, const Header &header,
+                                   const VhdBlocks::Shape &shape, const ParentOpener &openParent)
+{
+    constexpr size_t kParentIdAt = 40;
+    constexpr const char *kDifferencing = "a differencing VHD image";
+    const Guid id = ByteReader({header.data(), header.size()}, kParentIdAt).TakeGuid();
+    auto parent =
+        openParent({kDifferencing, ParentPaths(*file, header), ContainerKind::kVhd, {id.Text()}});
+    if (!parent)
+        return parent;
+    const auto disk = std::make_shared<PaddedSource>(parent->source, shape.diskBytes);
+    Container container =
+        VhdContainer(kDifferencing, std::make_shared<VhdBlocks>(file, shape, disk));
+    container.notes = std::move(parent->notes);
+    container.files = std::move(parent->files);
+    return container;
+}
+
+Result<Container> OpenGrowing(const Source &file, const Footer &footer,
+                              const ParentOpener &openParent)
 {
     Header header;
     if (Error error = file->ReadAt(footer.headerAt, header.data(), header.size()))
@@ -199,26 +211,25 @@ Result<Container> OpenGrowing(const Source &file, const Footer &footer)
     const ByteView bytes = {header.data(), header.size()};
     if (!IsHeader(bytes))
         return Damaged();
-    if (footer.type == DiskType::kDifferencing)
-        return HasParent(ParentOf(*file, header));
     const VhdBlocks::Shape shape = ShapeOf(footer, bytes);
     if (!MakesSense(shape))
         return Damaged();
     if (shape.tableAt > file->Size() || (file->Size() - shape.tableAt) / 4 < shape.entries)
         return EndsEarly();
+    if (footer.type == DiskType::kDifferencing)
+        return OpenDifferencing(file, header, shape, openParent);
     return VhdContainer("a dynamic VHD image", std::make_shared<VhdBlocks>(file, shape));
 }
 
-Result<Container> OpenWith(const Footer &footer, const Source &file)
+Result<Container> OpenWith(const Footer &footer, const Source &file, const ParentOpener &openParent)
 {
-    switch (footer.type) {
-    case DiskType::kFixed:
-        return OpenFixed(file, footer);
-    case DiskType::kGrowing:
-    case DiskType::kDifferencing:
-        return OpenGrowing(file, footer);
-    }
-    return Damaged();
+    const bool isFixed = footer.type == DiskType::kFixed;
+    if (!isFixed && footer.type != DiskType::kGrowing && footer.type != DiskType::kDifferencing)
+        return Damaged();
+    auto container = isFixed ? OpenFixed(file, footer) : OpenGrowing(file, footer, openParent);
+    if (container)
+        container->identity = footer.id.Text();
+    return container;
 }
 
 }  // namespace
@@ -231,19 +242,19 @@ bool IsVhdImage(const ByteSource &file)
     return hasMark(ReadLast(file)) || hasMark(ReadFirst(file));
 }
 
-Result<Container> OpenVhd(const Source &file)
+Result<Container> OpenVhd(const Source &file, const ParentOpener &openParent)
 {
     const auto first = ReadFirst(*file);
     const auto last = ReadLast(*file);
     if (last && last->isSound)
-        return OpenWith(*last, file);
+        return OpenWith(*last, file, openParent);
     if (first && last && !first->hasMark)
         return OpenFixedWithoutFooter(file);
     if (!first || !first->isSound)
         return Damaged();
     if (!last || !last->hasMark || file->Size() == kFooterBytes)
         return EndsEarly();
-    auto container = OpenWith(*first, file);
+    auto container = OpenWith(*first, file, openParent);
     if (container)
         container->notes.insert(container->notes.begin(),
                                 "the footer of the VHD image is damaged; its copy is used");

@@ -60,6 +60,7 @@ std::string VhdWriter::Footer() const
     Put(16, Number(_recipe.type == 2 ? ~uint64_t{0} : kHeaderAt, 8), &footer);
     Put(40, Number(_recipe.diskBytes, 8) + Number(_recipe.diskBytes, 8), &footer);
     Put(60, Number(_recipe.type, 4), &footer);
+    Put(68, _recipe.id, &footer);
     return WithSum(footer, 64);
 }
 
@@ -70,6 +71,7 @@ std::string VhdWriter::Header(std::string *locators) const
     Put(16, Number(_recipe.tableAt, 8), &header);
     Put(28, Number(_recipe.entries.value_or(static_cast<uint32_t>(_blocks.size())), 4), &header);
     Put(32, Number(_recipe.blockBytes, 4), &header);
+    Put(40, _recipe.parentId, &header);
     Put(64, Units(_recipe.parentName, true), &header);
     for (size_t number = 0; number < _recipe.locators.size(); ++number) {
         const auto &[kind, path] = _recipe.locators[number];

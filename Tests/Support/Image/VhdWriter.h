@@ -15,6 +15,8 @@ struct VhdRecipe {
     uint32_t blockBytes = 4096;
     std::optional<uint32_t> entries;  // in the header, if not the true number
     uint64_t tableAt = 1536;
+    std::string id = std::string(16, 'V');        // of the disk, 16 bytes
+    std::string parentId = std::string(16, 'P');  // of a differencing one
     std::u16string parentName;
     std::vector<std::pair<std::string, std::u16string>> locators;  // of the parent: kind and path
 };

@@ -1,0 +1,29 @@
+// Replays the log of a VHDX file in memory: the changes of its tables that the last program to use
+// it may not have written any more. The file itself is never changed.
+//
+// Format: [MS-VHDX], section 2.3; note 5 allows to replay in memory. The log is a ring of pages.
+// Its newest complete sequence of entries is applied whole, as 2.3.3 demands. An entry counts if it
+// has the log's identifier, fits its CRC-32C and repeats its sequence number in each descriptor and
+// page. Without a complete sequence, and if the file is shorter than the last entry knows it to
+// be, the image must not be opened: its tables would be those of an earlier time, or lost. So is
+// one whose log cannot be read whole, since its newest sequence could be in the unread part.
+//
+// Nothing outside of the log is read. Memory: 32 bytes for each page of the log while it is
+// searched, then what ReplayedSource.h says. Time: no more than kMostRounds times the log is
+// checked.
+#pragma once
+
+#include "ReplayedSource.h"
+#include "VhdxHeader.h"
+
+namespace vx {
+
+constexpr uint32_t kLargestVhdxLog = uint32_t{64} << 20;
+
+// The file as it is after the replay; the file itself if there is nothing to replay. Errors:
+// kDamagedContainer, kTruncatedImage, kUnsupportedContainer for a log that is too large or of
+// another version, and those of the file's reads.
+Result<std::shared_ptr<const ByteSource>>
+ReplayVhdxLog(const std::shared_ptr<const ByteSource> &file, const VhdxHeader &header);
+
+}  // namespace vx

@@ -1,0 +1,135 @@
+#include "VhdxTable.h"
+
+#include "ByteReader.h"
+#include "LostRanges.h"
+#include "VhdxHeader.h"
+
+#include <algorithm>
+
+namespace vx {
+namespace {
+
+// Which places of the file are in use.
+class Claims {
+public:
+    explicit Claims(uint64_t fileBytes)
+        : _used(std::min(fileBytes, VhdxBlocks::kFurthest) / kVhdxUnit + 1)
+    {
+    }
+
+    void Add(uint64_t at, uint64_t bytes)
+    {
+        if (at >= VhdxBlocks::kFurthest)
+            return;
+        const uint64_t end =
+            std::min<uint64_t>((at + bytes + kVhdxUnit - 1) / kVhdxUnit, _used.size());
+        uint64_t contested = 0;  // units before this one
+        for (uint64_t unit = at / kVhdxUnit; unit < end; ++unit) {
+            contested = _used[unit] ? contested + 1 : 0;
+            if (contested > 0 && (unit + 1 == end || !_used[unit + 1]))
+                _contested.Add({(unit + 1 - contested) * kVhdxUnit, contested * kVhdxUnit});
+            _used[unit] = true;
+        }
+    }
+
+    const ByteRanges &Contested() const { return _contested.All(); }
+
+private:
+    std::vector<bool> _used;
+    LostRanges _contested;
+};
+
+class Examination {
+public:
+    Examination(const ByteSource &file, const VhdxBlocks::Shape &shape,
+                const std::vector<VhdxRegion> &taken)
+        : _file(file), _shape(shape), _claims(file.Size())
+    {
+        _claims.Add(0, kVhdxUnit);
+        for (const VhdxRegion &region : taken)
+            _claims.Add(region.at, region.bytes);
+    }
+
+    VhdxTable Run()
+    {
+        constexpr uint64_t kPieceBytes = uint64_t{64} << 10;
+        const uint64_t needed = NeededEntries() * VhdxBlocks::kEntryBytes;
+        const uint64_t bytes = std::min(needed, _shape.tableBytes);
+        std::vector<uint8_t> piece;
+        for (uint64_t at = 0; at < bytes; at += piece.size()) {
+            piece.resize(static_cast<size_t>(std::min(kPieceBytes, bytes - at)));
+            if (_file.ReadAt(_shape.tableAt + at, piece.data(), piece.size()))
+                _found.unreadBytes += piece.size();
+            else
+                TakeEntries(at / VhdxBlocks::kEntryBytes, piece);
+        }
+        const uint64_t blocksInTable = BlockOf(bytes / VhdxBlocks::kEntryBytes);
+        _found.missingBytes +=
+            _shape.diskBytes - std::min(_shape.diskBytes, blocksInTable * _shape.blockBytes);
+        _found.contested = _claims.Contested();
+        return std::move(_found);
+    }
+
+private:
+    uint64_t NeededEntries() const
+    {
+        if (_shape.Blocks() == 0)
+            return 0;
+        const uint64_t last = _shape.Blocks() - 1;
+        return (_shape.hasParent ? _shape.EntryOfBits(last) : _shape.EntryOfBlock(last)) + 1;
+    }
+
+    bool IsOfBits(uint64_t index) const
+    {
+        return index % (_shape.BlocksOfBits() + 1) == _shape.BlocksOfBits();
+    }
+
+    // How many blocks have an entry before this one.
+    uint64_t BlockOf(uint64_t index) const { return index - index / (_shape.BlocksOfBits() + 1); }
+
+    // Of the last block the disk may need a part only; of one beyond the disk nothing.
+    uint64_t BytesOfBlock(uint64_t block) const
+    {
+        const uint64_t begin = std::min(_shape.diskBytes, block * _shape.blockBytes);
+        return std::min<uint64_t>(_shape.blockBytes, _shape.diskBytes - begin);
+    }
+
+    void TakeEntries(uint64_t index, const std::vector<uint8_t> &piece)
+    {
+        for (ByteReader reader(piece); reader.Left() > 0; ++index) {
+            const VhdxBlocks::Entry entry = VhdxBlocks::ParseEntry(reader.U64());
+            const bool isOfBits = IsOfBits(index);
+            const bool isStored = entry.state == VhdxBlocks::State::kPresent ||
+                                  entry.state == VhdxBlocks::State::kPartlyPresent;
+            if (!isStored || entry.at == 0 || (isOfBits && !_shape.hasParent))
+                continue;
+            const uint64_t bytes =
+                isOfBits ? VhdxBlocks::kBytesOfBits : BytesOfBlock(BlockOf(index));
+            if (bytes > 0)
+                _claims.Add(entry.at, bytes);
+            if (!isOfBits)
+                _found.missingBytes += BeyondTheEnd(entry.at, bytes);
+        }
+    }
+
+    uint64_t BeyondTheEnd(uint64_t at, uint64_t bytes) const
+    {
+        const uint64_t left = _file.Size() - std::min(_file.Size(), at);
+        return bytes - std::min(bytes, left);
+    }
+
+    const ByteSource &_file;
+    const VhdxBlocks::Shape &_shape;
+    Claims _claims;
+    VhdxTable _found;
+};
+
+}  // namespace
+
+VhdxTable VhdxTable::Examine(const ByteSource &file, const VhdxBlocks::Shape &shape,
+                             const std::vector<VhdxRegion> &taken)
+{
+    return Examination(file, shape, taken).Run();
+}
+
+}  // namespace vx
