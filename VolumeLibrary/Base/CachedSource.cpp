@@ -5,7 +5,10 @@
 
 namespace vx {
 
-CachedSource::CachedSource(std::shared_ptr<const ByteSource> source) : _source(std::move(source)) {}
+CachedSource::CachedSource(std::shared_ptr<const ByteSource> source, size_t blocks)
+    : _source(std::move(source)), _blocks(blocks)
+{
+}
 
 Error CachedSource::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {

@@ -3,13 +3,12 @@
 // is requested again from the source, which remembers it.
 //
 // Ownership: shares the source. Threads: any number at a time; a block is read while the lock is
-// held, so that it is read once. Memory: kBlocks * kBlockBytes.
+// held, so that it is read once. Memory: the number of blocks * kBlockBytes.
 #pragma once
 
 #include "ByteSource.h"
 #include "Mutex.h"
 
-#include <array>
 #include <memory>
 #include <vector>
 
@@ -20,7 +19,8 @@ public:
     static constexpr size_t kBlockBytes = size_t{64} << 10;
     static constexpr size_t kBlocks = 32;
 
-    explicit CachedSource(std::shared_ptr<const ByteSource> source);
+    // blocks: how many are kept, at least 1.
+    explicit CachedSource(std::shared_ptr<const ByteSource> source, size_t blocks = kBlocks);
 
     uint64_t Size() const override { return _source->Size(); }
     // count is best well below a block.
@@ -43,7 +43,7 @@ private:
 
     const std::shared_ptr<const ByteSource> _source;
     mutable Mutex _mutex;
-    mutable std::array<Block, kBlocks> _blocks VX_GUARDED_BY(_mutex);
+    mutable std::vector<Block> _blocks VX_GUARDED_BY(_mutex);
     mutable uint64_t _uses VX_GUARDED_BY(_mutex) = 0;
 };
 

@@ -1,6 +1,6 @@
-// Reads long ranges of a byte source in two halves at the same time, since decrypting takes longer
-// than reading. A failing disk is read in one piece and in order: two readers in one bad area would
-// try more of it.
+// Reads long ranges of a byte source in two halves at the same time, where decrypting or unpacking
+// takes longer than reading. A failing disk is read in one piece and in order: two readers in one
+// bad area would try more of it.
 //
 // Ownership: shares the source. Threads: any number at a time; a long read starts another and waits
 // for it.
