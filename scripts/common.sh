@@ -8,7 +8,7 @@ log_file=$root_folder/build/setup.log
 build_packages=(
     clang cmake ninja-build
     libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
-    libssl-dev zlib1g-dev dosfstools mtools
+    libssl-dev zlib1g-dev libzstd-dev dosfstools mtools
     fonts-dejavu-core libfribidi0
 )
 test_packages=(

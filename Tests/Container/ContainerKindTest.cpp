@@ -3,7 +3,9 @@
 #include "EwfWriter.h"
 #include "FailingSource.h"
 #include "OpenSource.h"
+#include "QcowWriter.h"
 #include "TemporaryFolder.h"
+#include "VdiWriter.h"
 #include "VhdWriter.h"
 #include "VmdkWriter.h"
 
@@ -35,6 +37,8 @@ TEST(ContainerKinds, EachImageIsRecognisedByItsContents)
     EXPECT_EQ(KindOf(VhdWriter({}).Image()), ContainerKind::kVhd);
     EXPECT_EQ(KindOf(VmdkWriter().Image()), ContainerKind::kVmdk);
     EXPECT_EQ(KindOf("# Disk DescriptorFile\n"), ContainerKind::kVmdk);
+    EXPECT_EQ(KindOf(QcowWriter({}).Image()), ContainerKind::kQcow);
+    EXPECT_EQ(KindOf(VdiWriter({}).Image()), ContainerKind::kVdi);
 }
 
 TEST(ContainerKinds, WhatIsNotRecognisedIsRaw)
@@ -47,16 +51,20 @@ TEST(ContainerKinds, WhatIsNotRecognisedIsRaw)
 TEST(ContainerKinds, AFormatThatDoesNotOpenIsNamed)
 {
     const FoundContainer found =
-        FindContainerKind("disk", *SourceOf(std::string("QFI\xFB\0\0\0\3", 8)));
+        FindContainerKind("disk", *SourceOf(std::string("AFF10\r\n\0", 8)));
     EXPECT_EQ(found.kind, ContainerKind::kUnsupported);
     ASSERT_NE(found.unsupported, nullptr);
-    EXPECT_NE(found.unsupported->Sentence().find("QCOW"), std::string::npos);
+    EXPECT_NE(found.unsupported->Sentence().find("AFF"), std::string::npos);
 }
 
 TEST(ContainerKinds, ABootSectorIsRawWhateverItsFirstBytesResemble)
 {
-    EXPECT_EQ(KindOf(std::string("QFI\xFB\0\0\0\3", 8)), ContainerKind::kUnsupported);
-    EXPECT_EQ(KindOf(WithBootMark(std::string("QFI\xFB\0\0\0\3", 8))), ContainerKind::kRaw);
+    for (const std::string &head :
+         {std::string("QFI\xFB\0\0\0\3", 8), std::string("AFF10\r\n\0", 8),
+          std::string(64, ' ') + "\x7F\x10\xDA\xBE"}) {
+        EXPECT_NE(KindOf(head), ContainerKind::kRaw);
+        EXPECT_EQ(KindOf(WithBootMark(head)), ContainerKind::kRaw);
+    }
 }
 
 TEST(ContainerKinds, BytesThatCannotBeReadAreNotRecognised)

@@ -345,6 +345,32 @@ TEST_F(DamagedByQemu, APackedVmdkThatWasCutShortIsTruncated)
     }
 }
 
+TEST_F(DamagedByQemu, AQcowImageThatWasCutShortOpensWithAWarning)
+{
+    Convert("qcow2", "x.qcow2");
+    ExpectStatus("x.qcow2", VolumeLibraryStatus::kSuccess, "");
+    const size_t all = SizeOfFile("x.qcow2");
+    Cut("x.qcow2", all - 200000);
+    ExpectOnlyTheLastFileFails(
+        "x.qcow2", "the QCOW2 image ends early; 200000 bytes of the disk cannot be read");
+    for (const size_t bytes : {100000, 600, 100, 8}) {
+        Cut("x.qcow2", bytes);
+        ExpectStatus("x.qcow2", kCut, "the QCOW2 image ends early");
+    }
+}
+
+TEST_F(DamagedByQemu, AVdiImageThatWasCutShortOpensWithAWarning)
+{
+    Convert("vdi -o static=on", "x.vdi");
+    const size_t all = SizeOfFile("x.vdi");
+    Cut("x.vdi", all - (5 << 20));
+    ExpectOnlyTheLastFileFails("x.vdi", "the VDI image ends early; 5242880 bytes of the disk");
+    for (const size_t bytes : {530, 500, 70}) {
+        Cut("x.vdi", bytes);
+        ExpectStatus("x.vdi", kCut, "the VDI image ends early");
+    }
+}
+
 TEST_F(DamagedByQemu, OfAVmdkInPartsTheOneThatIsCutShortIsNamed)
 {
     Convert(kVmdkInParts, "x.vmdk");

@@ -120,6 +120,10 @@ const Format kFormats[] = {
     {"VmdkOfFixedSize", "qemu-img",
      "qemu-img convert -f raw -O vmdk -o subformat=monolithicFlat image made.vmdk", "made.vmdk",
      "made-flat.vmdk", 512},
+    {"Qcow2", "qemu-img", "qemu-img convert -f raw -O qcow2 image made.qcow2", "made.qcow2",
+     "made.qcow2", 512},
+    {"Vdi", "qemu-img", "qemu-img convert -f raw -O vdi image made.vdi", "made.vdi", "made.vdi",
+     512},
 };
 
 std::vector<Case> Cases()

@@ -22,7 +22,8 @@ constexpr const char *kGiveAllDisks = "attach all of its disks to a Windows comp
 // Of Linux:
 constexpr const char *kMountOnLinux = "mount it on Linux";
 constexpr const char *kUnpack = "unpack it first";
-constexpr const char *kConvert = "convert it to a raw image first, with qemu-img convert -O raw";
+// An image inside a volume is not opened.
+constexpr const char *kCopyOut = "copy it into a file of its own and open that";
 constexpr const char *kForensicConvert =
     "export its disk as E01 or as a raw image with the program that made it";
 
@@ -61,8 +62,9 @@ constexpr Signature kSignatures[] = {
     {8182, "SWAPSPACE2"sv, kSwap},
     {16374, "SWAPSPACE2"sv, kSwap},
     {65526, "SWAPSPACE2"sv, kSwap},
-    {0, "QFI\xFB"sv, {Form::kContainer, "a QCOW image", kConvert}},
-    {64, "\x7F\x10\xDA\xBE"sv, {Form::kContainer, "a VDI image", kConvert}},
+    {0, "vhdxfile"sv, {Form::kContainer, "a VHDX image", kCopyOut}},
+    {0, "QFI\xFB"sv, {Form::kContainer, "a QCOW image", kCopyOut}},
+    {64, "\x7F\x10\xDA\xBE"sv, {Form::kContainer, "a VDI image", kCopyOut}},
     {0, "AFF10\x0D\x0A\x00"sv, {Form::kContainer, "an AFF image", kForensicConvert}},
     {0, "EVF2\x0D\x0A\x81\x00"sv, {Form::kContainer, "an Ex01 image", kForensicConvert}},
     {0,

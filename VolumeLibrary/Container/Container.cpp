@@ -4,7 +4,9 @@
 #include "DeviceSize.h"
 #include "EwfImage.h"
 #include "ParentImage.h"
+#include "QcowImage.h"
 #include "RawImage.h"
+#include "VdiImage.h"
 #include "VhdImage.h"
 #include "VhdxImage.h"
 #include "VmdkImage.h"
@@ -63,6 +65,10 @@ Result<Container> OpenAs(const FoundContainer &found, const std::string &path, c
     case ContainerKind::kVmdk:
         return InForm("a VMDK image",
                       OpenVmdk(path.substr(path.rfind('/') + 1), file, VmdkPartsBeside(path)));
+    case ContainerKind::kQcow:
+        return InForm("a QCOW2 image", OpenQcow(file, parents, DataFileBeside(path)));
+    case ContainerKind::kVdi:
+        return InForm("a VDI image", OpenVdi(file));
     case ContainerKind::kSplit:
         return OpenSplit(*found.parts);
     case ContainerKind::kRaw:

@@ -32,7 +32,7 @@ struct Container {
     // image, whole or in parts.
     const char *form = nullptr;
     // For programs, a name that never changes: "device", "raw", "split", "e01", "s01", "vhd",
-    // "vmdk".
+    // "vmdk", "qcow2", "vdi".
     const char *kind = "raw";
     std::string description = "a raw image";  // in words: "a dynamic VHD image"
     uint32_t sectorBytes = 0;                 // a logical sector of its disk; 0 if nothing says so

@@ -1,6 +1,8 @@
 #include "ContainerKind.h"
 
 #include "ByteReader.h"
+#include "QcowHeader.h"
+#include "VdiImage.h"
 #include "VhdImage.h"
 #include "VhdxHeader.h"
 
@@ -23,11 +25,11 @@ std::vector<uint8_t> HeadOf(const ByteSource &file)
     return head;
 }
 
-const KnownContents *UnsupportedIn(ByteView head)
+bool IsBootSector(ByteView head)
 {
     constexpr size_t kMarkAt = 510;
     constexpr uint16_t kMark = 0xAA55;
-    return U16At(head, kMarkAt) == kMark ? nullptr : KnownContents::FindContainer(head);
+    return U16At(head, kMarkAt) == kMark;
 }
 
 bool IsEwf(ByteView head)
@@ -45,12 +47,18 @@ bool IsVmdk(ByteView head)
 FoundContainer FindContainerKind(const std::string &path, const ByteSource &file)
 {
     const std::vector<uint8_t> head = HeadOf(file);
-    if (const KnownContents *unsupported = UnsupportedIn(head))
+    const bool isBootSector = IsBootSector(head);
+    if (!isBootSector && IsQcow(head))
+        return {ContainerKind::kQcow};
+    if (!isBootSector && IsVdiImage(head))
+        return {ContainerKind::kVdi};
+    if (IsVhdxImage(file))
+        return {ContainerKind::kVhdx};
+    const KnownContents *unsupported = isBootSector ? nullptr : KnownContents::FindContainer(head);
+    if (unsupported != nullptr)
         return {ContainerKind::kUnsupported, unsupported};
     if (IsEwf(head))
         return {ContainerKind::kEwf};
-    if (IsVhdxImage(file))
-        return {ContainerKind::kVhdx};
     if (IsVhdImage(file))
         return {ContainerKind::kVhd};
     if (IsVmdk(head))

@@ -18,7 +18,9 @@ enum class ContainerKind {
     kEwf,    // E01 or S01
     kVhd,
     kVhdx,
-    kVmdk,         // a file that grows, or a text that names the files of an image
+    kVmdk,  // a file that grows, or a text that names the files of an image
+    kQcow,
+    kVdi,
     kUnsupported,  // a known format that this library does not open
 };
 

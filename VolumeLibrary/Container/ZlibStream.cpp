@@ -12,7 +12,8 @@ constexpr size_t kInputBytes = size_t{32} << 10;
 
 class Inflater {
 public:
-    Inflater() : _isReady(inflateInit(&_stream) == Z_OK) {}
+    // windowBits: of zlib; below 0 without the frame.
+    explicit Inflater(int windowBits) : _isReady(inflateInit2(&_stream, windowBits) == Z_OK) {}
     ~Inflater()
     {
         if (_isReady)
@@ -51,16 +52,10 @@ Error Damaged()
     return {Status::kSystemError, "packed data is damaged", EIO};
 }
 
-}  // namespace
-
-uint32_t Adler32(ByteView bytes, uint32_t sum)
+Result<size_t> Unpack(int windowBits, const ByteSource &source, PackedRange range, uint8_t *place,
+                      size_t room)
 {
-    return static_cast<uint32_t>(adler32_z(sum, bytes.data, bytes.size));
-}
-
-Result<size_t> UnpackZlib(const ByteSource &source, PackedRange range, uint8_t *place, size_t room)
-{
-    Inflater inflater;
+    Inflater inflater(windowBits);
     if (!inflater.IsReady())
         return SystemError(ENOMEM, "unpack");
     inflater.SetRoom(place, room);
@@ -76,6 +71,24 @@ Result<size_t> UnpackZlib(const ByteSource &source, PackedRange range, uint8_t *
     if (result != Z_STREAM_END)
         return Damaged();
     return inflater.Done();
+}
+
+}  // namespace
+
+uint32_t Adler32(ByteView bytes, uint32_t sum)
+{
+    return static_cast<uint32_t>(adler32_z(sum, bytes.data, bytes.size));
+}
+
+Result<size_t> UnpackZlib(const ByteSource &source, PackedRange range, uint8_t *place, size_t room)
+{
+    return Unpack(MAX_WBITS, source, range, place, room);
+}
+
+Result<size_t> UnpackDeflate(const ByteSource &source, PackedRange range, uint8_t *place,
+                             size_t room)
+{
+    return Unpack(-MAX_WBITS, source, range, place, room);
 }
 
 }  // namespace vx
