@@ -95,7 +95,7 @@ TEST_F(ContainersTest, ACompressedImageSaysThatItMustBeUnpacked)
     ASSERT_TRUE(RunShell("gzip -kf " + Quoted(image.Path())));
     const Opened opened = OpenImage(image.At("image.gz"));
     EXPECT_EQ(opened.status, VolumeLibraryStatus::kContainerNotSupported);
-    EXPECT_EQ(opened.detail, "it is a file compressed with gzip: unpack it first");
+    EXPECT_EQ(opened.detail, "it is a file compressed with gzip: unpack it first, with gunzip");
 }
 
 TEST_F(ContainersTest, ADamagedImageOfAKnownKindSaysSo)

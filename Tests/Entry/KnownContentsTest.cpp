@@ -72,7 +72,8 @@ constexpr Sample kSamples[] = {
     {"DynamicDisk", 3072, "PRIVHEAD"sv,
      "it is a Windows dynamic disk: attach all of its disks to a Windows computer",
      Status::kFileSystemNotSupported},
-    {"Tar", 257, "ustar"sv, "it is a tar archive: unpack it first", Status::kContainerNotSupported},
+    {"Tar", 257, "ustar"sv, "it is a tar archive: unpack it first, with tar xf",
+     Status::kContainerNotSupported},
     {"L01", 0, "LVF\x09\x0D\x0A\xFF\x00"sv,
      "it is an L01 archive of single files: export its files with the program that made it",
      Status::kContainerNotSupported},
@@ -92,7 +93,20 @@ constexpr Sample kSamples[] = {
      "aff4://"sv,
      "it is an AFF4 image: export its disk as E01 or as a raw image with the program that made it",
      Status::kContainerNotSupported},
-    {"Zip", 0, "PK\x03\x04"sv, "it is a ZIP archive: unpack it first",
+    {"Zip", 0, "PK\x03\x04"sv, "it is a ZIP archive: unpack it first, with unzip",
+     Status::kContainerNotSupported},
+    {"Qed", 0, "QED\x00"sv,
+     "it is a QED image: convert it to a raw image first, with qemu-img convert -O raw",
+     Status::kContainerNotSupported},
+    {"Parallels", 0, "WithoutFreeSpace"sv,
+     "it is a Parallels image: convert it to a raw image first, with qemu-img convert -O raw",
+     Status::kContainerNotSupported},
+    {"LargeParallels", 0, "WithouFreSpacExt"sv,
+     "it is a Parallels image: convert it to a raw image first, with qemu-img convert -O raw",
+     Status::kContainerNotSupported},
+    {"VmdkOfEsx", 0, "COWD"sv,
+     "it is a VMDK image of the kind COWD: convert it to a raw image first, with qemu-img convert "
+     "-O raw",
      Status::kContainerNotSupported},
     {"EncryptedDmg", 0, "encrcdsa"sv,
      "it is an encrypted dmg image: open it on a Mac, which asks for its password",
@@ -100,16 +114,18 @@ constexpr Sample kSamples[] = {
     {"Xz", 0,
      "\xFD"
      "7zXZ\x00"sv,
-     "it is a file compressed with xz: unpack it first", Status::kContainerNotSupported},
-    {"Bzip2", 0, "BZh9"sv, "it is a file compressed with bzip2: unpack it first",
+     "it is a file compressed with xz: unpack it first, with unxz", Status::kContainerNotSupported},
+    {"Bzip2", 0, "BZh9"sv, "it is a file compressed with bzip2: unpack it first, with bunzip2",
      Status::kContainerNotSupported},
-    {"Zstd", 0, "\x28\xB5\x2F\xFD"sv, "it is a file compressed with zstd: unpack it first",
+    {"Zstd", 0, "\x28\xB5\x2F\xFD"sv,
+     "it is a file compressed with zstd: unpack it first, with unzstd",
      Status::kContainerNotSupported},
-    {"Lz4", 0, "\x04\x22\x4D\x18"sv, "it is a file compressed with lz4: unpack it first",
+    {"Lz4", 0, "\x04\x22\x4D\x18"sv,
+     "it is a file compressed with lz4: unpack it first, with unlz4",
      Status::kContainerNotSupported},
-    {"SevenZip", 0, "7z\xBC\xAF\x27\x1C"sv, "it is a 7z archive: unpack it first",
+    {"SevenZip", 0, "7z\xBC\xAF\x27\x1C"sv, "it is a 7z archive: unpack it first, with 7z x",
      Status::kContainerNotSupported},
-    {"Rar", 0, "Rar!\x1A\x07\x01\x00"sv, "it is a RAR archive: unpack it first",
+    {"Rar", 0, "Rar!\x1A\x07\x01\x00"sv, "it is a RAR archive: unpack it first, with unrar x",
      Status::kContainerNotSupported},
 };
 
@@ -225,11 +241,102 @@ TEST_F(MadeContents, SwapSpaceIsRecognised)
               "it is swap space of Linux: there are no files in it");
 }
 
-TEST_F(MadeContents, AnArchiveOfTarIsRecognised)
+struct Packer {
+    const char *program;  // that packs
+    const char *pack;     // the file "disk" into the file "made"
+    const char *name;
+    const char *unpacker;  // as the sentence has it
+    const char *unpack;    // to standard output; with the words of the unpacker
+
+    friend void PrintTo(const Packer &packer, std::ostream *out) { *out << packer.program; }
+};
+
+class EachPacker : public MadeContents, public testing::WithParamInterface<Packer> {};
+
+TEST_P(EachPacker, IsNamedWithTheProgramThatUnpacks)
 {
-    const Opened opened = OpenMade("echo text > file && tar cf made file");
+    const Packer &packer = GetParam();
+    VX_NEEDS(packer.program);
+    const std::string disk = NoiseBytes(300000, 1) + std::string(300000, 'x');
+    image.Folder().WriteFile("disk", disk);
+    const Opened opened = OpenMade(packer.pack);
     EXPECT_EQ(opened.status, Status::kContainerNotSupported);
-    EXPECT_EQ(opened.detail, "it is a tar archive: unpack it first");
+    EXPECT_EQ(opened.detail,
+              "it is " + std::string(packer.name) + ": unpack it first, with " + packer.unpacker);
+    EXPECT_EQ(std::string(packer.unpack).rfind(packer.unpacker, 0), 0u);
+    ASSERT_TRUE(RunShell("cd " + Quoted(image.At("")) + " && " + packer.unpack + " > unpacked"));
+    EXPECT_TRUE(image.Folder().ReadFile("unpacked") == disk);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    KnownContents, EachPacker,
+    testing::Values(Packer{"gzip", "gzip -c disk > made", "a file compressed with gzip", "gunzip",
+                           "gunzip -c < made"},
+                    Packer{"xz", "xz -c disk > made", "a file compressed with xz", "unxz",
+                           "unxz -c < made"},
+                    Packer{"bzip2", "bzip2 -c disk > made", "a file compressed with bzip2",
+                           "bunzip2", "bunzip2 -c < made"},
+                    Packer{"zstd", "zstd -q -c disk > made", "a file compressed with zstd",
+                           "unzstd", "unzstd -q -c < made"},
+                    Packer{"lz4", "lz4 -q -c disk > made", "a file compressed with lz4", "unlz4",
+                           "unlz4 -q -c < made"},
+                    Packer{"7z", "7z a -bd x.7z disk >/dev/null && mv x.7z made", "a 7z archive",
+                           "7z x", "7z x -so made"},
+                    Packer{"zip", "zip -q x.zip disk && mv x.zip made", "a ZIP archive", "unzip",
+                           "unzip -p made"},
+                    Packer{"tar", "tar cf made disk", "a tar archive", "tar xf", "tar xf made -O"}),
+    [](const auto &tested) { return "Packer" + std::string(tested.param.program); });
+
+// An AFF4 image is a ZIP archive, whose members have certain names.
+class Aff4Contents : public MadeContents {
+protected:
+    Opened OpenArchive(const std::string &members) const
+    {
+        return OpenMade("python3 -c 'import zipfile; z = zipfile.ZipFile(\"made\", \"w\"); "
+                        "[z.writestr(name, \"text\") for name in " +
+                        members + "]'");
+    }
+
+    static constexpr const char *kSentence =
+        "it is an AFF4 image: export its disk as E01 or as a raw image with the program that made "
+        "it";
+};
+
+TEST_F(Aff4Contents, AMemberThatOnlyAff4HasIsEnoughWhereverItIs)
+{
+    VX_NEEDS("python3");
+    const std::string many = "[\"data/%05d\" % i for i in range(5000)]";
+    for (const std::string &members :
+         {std::string("[\"container.description\"]"),
+          std::string("[\"data/0\", \"information.turtle\"]"), many + " + [\"information.turtle\"]",
+          "[\"data/0\", \"container.description\"] + " + many}) {
+        const Opened opened = OpenArchive(members);
+        EXPECT_EQ(opened.status, Status::kContainerNotSupported);
+        EXPECT_EQ(opened.detail, kSentence);
+    }
+}
+
+TEST_F(Aff4Contents, WithoutOneItIsAZipArchive)
+{
+    VX_NEEDS("python3");
+    for (const char *members : {"[\"version.txt\"]", "[\"data/%05d\" % i for i in range(5000)]",
+                                "[\"folder/information.turtle\"]"})
+        EXPECT_EQ(OpenArchive(members).detail, "it is a ZIP archive: unpack it first, with unzip");
+}
+
+TEST_F(MadeContents, ImagesOfVirtualMachinesThatDoNotOpenAreNamed)
+{
+    VX_NEEDS("qemu-img");
+    const std::pair<const char *, const char *> kinds[] = {{"QED", "qed"},
+                                                           {"Parallels", "parallels"}};
+    for (const auto &[name, format] : kinds) {
+        const Opened opened =
+            OpenMade("qemu-img create -q -f " + std::string(format) + " x 8M && mv x made");
+        EXPECT_EQ(opened.status, Status::kContainerNotSupported);
+        EXPECT_EQ(opened.detail, "it is a " + std::string(name) +
+                                     " image: convert it to a raw image first, with qemu-img "
+                                     "convert -O raw");
+    }
 }
 
 // --- Nothing at all

@@ -1,5 +1,6 @@
 #include "KnownContents.h"
 
+#include "Aff4Contents.h"
 #include "BlankContents.h"
 #include "ExtFileSystem.h"
 
@@ -21,7 +22,7 @@ constexpr size_t kLongestSignature = 24;
 constexpr const char *kGiveAllDisks = "attach all of its disks to a Windows computer";
 // Of Linux:
 constexpr const char *kMountOnLinux = "mount it on Linux";
-constexpr const char *kUnpack = "unpack it first";
+constexpr const char *kConvert = "convert it to a raw image first, with qemu-img convert -O raw";
 // An image inside a volume is not opened.
 constexpr const char *kCopyOut = "copy it into a file of its own and open that";
 constexpr const char *kForensicConvert =
@@ -29,7 +30,7 @@ constexpr const char *kForensicConvert =
 
 constexpr KnownContents kLuks = {Form::kVolume, "a LUKS volume", "open it with cryptsetup"};
 constexpr KnownContents kSwap = {Form::kVolume, "swap space of Linux", "there are no files in it"};
-constexpr KnownContents kZip = {Form::kContainer, "a ZIP archive", kUnpack};
+constexpr KnownContents kZip = {Form::kContainer, "a ZIP archive", "unpack it first, with unzip"};
 constexpr KnownContents kAff4 = {Form::kContainer, "an AFF4 image", kForensicConvert};
 constexpr KnownContents kHfsPlus = {Form::kVolume, "an HFS+ file system", "open it on a Mac"};
 constexpr KnownContents kRaid = {Form::kVolume, "a member of a Linux RAID",
@@ -65,6 +66,10 @@ constexpr Signature kSignatures[] = {
     {0, "vhdxfile"sv, {Form::kContainer, "a VHDX image", kCopyOut}},
     {0, "QFI\xFB"sv, {Form::kContainer, "a QCOW image", kCopyOut}},
     {64, "\x7F\x10\xDA\xBE"sv, {Form::kContainer, "a VDI image", kCopyOut}},
+    {0, "QED\x00"sv, {Form::kContainer, "a QED image", kConvert}},
+    {0, "WithoutFreeSpace"sv, {Form::kContainer, "a Parallels image", kConvert}},
+    {0, "WithouFreSpacExt"sv, {Form::kContainer, "a Parallels image", kConvert}},
+    {0, "COWD"sv, {Form::kContainer, "a VMDK image of the kind COWD", kConvert}},
     {0, "AFF10\x0D\x0A\x00"sv, {Form::kContainer, "an AFF image", kForensicConvert}},
     {0, "EVF2\x0D\x0A\x81\x00"sv, {Form::kContainer, "an Ex01 image", kForensicConvert}},
     {0,
@@ -88,21 +93,28 @@ constexpr Signature kSignatures[] = {
      "encrcdsa"sv,
      {Form::kContainer, "an encrypted dmg image", "open it on a Mac, which asks for its password"}},
     {30, "container.description"sv, kAff4},
-    {30, "version.txt"sv, kAff4},
     {30, "aff4%3A"sv, kAff4},
     {0, "PK\x03\x04"sv, kZip},
     {0, "PK\x05\x06"sv, kZip},  // without a file in it
     {0,
      "\xFD"
      "7zXZ\x00"sv,
-     {Form::kContainer, "a file compressed with xz", kUnpack}},
-    {0, "\x1F\x8B\x08"sv, {Form::kContainer, "a file compressed with gzip", kUnpack}},
-    {0, "BZh"sv, {Form::kContainer, "a file compressed with bzip2", kUnpack}},
-    {0, "\x28\xB5\x2F\xFD"sv, {Form::kContainer, "a file compressed with zstd", kUnpack}},
-    {0, "\x04\x22\x4D\x18"sv, {Form::kContainer, "a file compressed with lz4", kUnpack}},
-    {0, "7z\xBC\xAF\x27\x1C"sv, {Form::kContainer, "a 7z archive", kUnpack}},
-    {0, "Rar!\x1A\x07"sv, {Form::kContainer, "a RAR archive", kUnpack}},
-    {257, "ustar"sv, {Form::kContainer, "a tar archive", kUnpack}},
+     {Form::kContainer, "a file compressed with xz", "unpack it first, with unxz"}},
+    {0,
+     "\x1F\x8B\x08"sv,
+     {Form::kContainer, "a file compressed with gzip", "unpack it first, with gunzip"}},
+    {0,
+     "BZh"sv,
+     {Form::kContainer, "a file compressed with bzip2", "unpack it first, with bunzip2"}},
+    {0,
+     "\x28\xB5\x2F\xFD"sv,
+     {Form::kContainer, "a file compressed with zstd", "unpack it first, with unzstd"}},
+    {0,
+     "\x04\x22\x4D\x18"sv,
+     {Form::kContainer, "a file compressed with lz4", "unpack it first, with unlz4"}},
+    {0, "7z\xBC\xAF\x27\x1C"sv, {Form::kContainer, "a 7z archive", "unpack it first, with 7z x"}},
+    {0, "Rar!\x1A\x07"sv, {Form::kContainer, "a RAR archive", "unpack it first, with unrar x"}},
+    {257, "ustar"sv, {Form::kContainer, "a tar archive", "unpack it first, with tar xf"}},
     {32769,
      "BEA01"sv,
      {Form::kVolume, "a UDF file system",
@@ -118,6 +130,11 @@ constexpr Signature kSignatures[] = {
 bool Matches(std::string_view expected, const uint8_t *found)
 {
     return std::memcmp(found, expected.data(), expected.size()) == 0;
+}
+
+bool IsZip(const Signature &signature)
+{
+    return signature.contents.name == kZip.name;
 }
 
 bool IsIn(const Signature &signature, const ByteSource &source)
@@ -160,10 +177,12 @@ const KnownContents *KnownContents::FindMarked(const ByteSource &source)
     const auto found =
         std::find_if(std::begin(kSignatures), std::end(kSignatures),
                      [&](const Signature &signature) { return IsIn(signature, source); });
-    return found != std::end(kSignatures) ? &found->contents : FindExtFileSystem(source);
+    if (found == std::end(kSignatures))
+        return FindExtFileSystem(source);
+    return IsZip(*found) && IsAff4Archive(source) ? &kAff4 : &found->contents;
 }
 
-const KnownContents *KnownContents::FindContainer(ByteView head)
+const KnownContents *KnownContents::FindContainer(const ByteSource &file, ByteView head)
 {
     const auto isIn = [&](const Signature &signature) {
         if (signature.contents.form != Form::kContainer || signature.offset < 0)
@@ -173,7 +192,9 @@ const KnownContents *KnownContents::FindContainer(ByteView head)
                Matches(signature.bytes, found.data);
     };
     const auto found = std::find_if(std::begin(kSignatures), std::end(kSignatures), isIn);
-    return found != std::end(kSignatures) ? &found->contents : nullptr;
+    if (found == std::end(kSignatures))
+        return nullptr;
+    return IsZip(*found) && IsAff4Archive(file) ? &kAff4 : &found->contents;
 }
 
 }  // namespace vx

@@ -42,8 +42,9 @@ struct KnownContents {
     static const KnownContents *Find(const ByteSource &source);
     // The same but for what is blank. Reads a few bytes at each of some forty places.
     static const KnownContents *FindMarked(const ByteSource &source);
-    // The same for files that must be unpacked or converted, from their first bytes alone.
-    static const KnownContents *FindContainer(ByteView head);
+    // The same for files that must be unpacked or converted. head: the first bytes of the file, of
+    // which no more is read unless it is a ZIP archive.
+    static const KnownContents *FindContainer(const ByteSource &file, ByteView head);
 };
 
 // Of partitions that are recognised by their type and not by what they hold.

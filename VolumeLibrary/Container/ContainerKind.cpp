@@ -54,7 +54,8 @@ FoundContainer FindContainerKind(const std::string &path, const ByteSource &file
         return {ContainerKind::kVdi};
     if (IsVhdxImage(file))
         return {ContainerKind::kVhdx};
-    const KnownContents *unsupported = isBootSector ? nullptr : KnownContents::FindContainer(head);
+    const KnownContents *unsupported =
+        isBootSector ? nullptr : KnownContents::FindContainer(file, head);
     if (unsupported != nullptr)
         return {ContainerKind::kUnsupported, unsupported};
     if (IsEwf(head))
