@@ -50,7 +50,8 @@ int Print(const char *text)
 // What can be known to fail before the volume is opened fails before a secret is asked for.
 bool IsDestinationUsable(const Options &options, std::string *error)
 {
-    if (options.action != Options::Action::kExport)
+    // The file of --raw is looked at together with others that are written (ExportProof).
+    if (options.action != Options::Action::kExport || options.IsRaw())
         return true;
     const vx::Destination destination(options.destination);
     if (destination.IsFolder(options.volume)) {
@@ -96,6 +97,7 @@ bool ReadDiskOptions(const Options &options, vx::DiskReading *reading, std::stri
     reading->retries = options.retries.value_or(0);
     reading->slowAfter = options.skipSlow.value_or(0);
     reading->recordsReads = !options.writeMap.empty();
+    reading->opensContents = options.IsRaw();
     if (options.map.empty())
         return true;
     auto map = vx::RescueMap::Read(options.map, error);

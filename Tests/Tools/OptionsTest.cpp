@@ -84,7 +84,7 @@ TEST(Options, EachMistakeIsNamed)
     EXPECT_EQ(ErrorOf({}), "VOLUME is missing");
     EXPECT_EQ(ErrorOf({"--list"}), "VOLUME is missing");
     EXPECT_EQ(ErrorOf({"--list", ""}), "VOLUME is empty");
-    EXPECT_EQ(ErrorOf({"/v"}), "say what to do: --list, or --to and a folder");
+    EXPECT_EQ(ErrorOf({"/v"}), "say what to do: --list, --to and a folder, or --raw and a file");
     EXPECT_EQ(ErrorOf({"/v", "--lst"}), "unknown option --lst");
     EXPECT_EQ(ErrorOf({"/v", "--to"}), "--to needs the folder to export to");
     EXPECT_EQ(ErrorOf({"/v", "--to", ""}), "the value of --to is empty");
@@ -92,7 +92,7 @@ TEST(Options, EachMistakeIsNamed)
     EXPECT_EQ(ErrorOf({"/v", "--unlock", "none"}), "--unlock needs a kind and a secret");
     EXPECT_EQ(ErrorOf({"/v", "--unlock", "a", "b", "--unlock", "a", "b"}),
               "--unlock was given twice");
-    EXPECT_EQ(ErrorOf({"--list", "/v", "--to", "/d"}), "--list and --to exclude each other");
+    EXPECT_EQ(ErrorOf({"--list", "/v", "--to", "/d"}), "--list, --to and --raw exclude each other");
 }
 
 TEST(Options, EachOptionOfListingIsRefusedWithAnExport)
@@ -103,12 +103,14 @@ TEST(Options, EachOptionOfListingIsRefusedWithAnExport)
 
 TEST(Options, EachOptionOfExportingIsRefusedWithAList)
 {
-    for (const std::string option :
-         {"--streams", "--no-times", "--no-empty-folders", "--verify", "--resume", "--sync",
-          "--dry-run", "--verbose", "--no-space-check"})
+    for (const std::string option : {"--streams", "--no-times", "--no-empty-folders", "--resume"})
         EXPECT_EQ(ErrorOf({"/v", "--list", option}), option + " goes with --to only");
+    for (const std::string option :
+         {"--verify", "--sync", "--dry-run", "--verbose", "--no-space-check"})
+        EXPECT_EQ(ErrorOf({"/v", "--list", option}), option + " goes with --to and --raw only");
     for (const std::string option : {"--manifest", "--report", "--write-map"})
-        EXPECT_EQ(ErrorOf({"/v", "--list", option, "f"}), option + " goes with --to only");
+        EXPECT_EQ(ErrorOf({"/v", "--list", option, "f"}),
+                  option + " goes with --to and --raw only");
 }
 
 TEST(Options, EachSwitchOfExportingSetsItsFieldAlone)
@@ -217,6 +219,43 @@ TEST(Options, ResumingNeedsSomethingToCompare)
     EXPECT_EQ(ErrorOf({"/v", "--to", "/d", "--resume", "--no-times"}),
               "--resume with --no-times needs --manifest: nothing else says what is complete");
     EXPECT_TRUE(Parsed({"/v", "--to", "/d", "--resume", "--no-times", "--manifest", "m"}).resume);
+}
+
+TEST(Options, TheVolumeItselfGoesToAFileInsteadOfAFolder)
+{
+    const Options options = Parsed({"--raw", "a/b.img", "/v", "--verify", "--retries", "2"});
+    EXPECT_EQ(options.action, Options::Action::kExport);
+    EXPECT_TRUE(options.IsRaw());
+    EXPECT_EQ(options.destination, "a");
+    EXPECT_EQ(options.RawName(), "b.img");
+    EXPECT_EQ(Parsed({"--raw", "b", "/v"}).destination, ".");
+    EXPECT_FALSE(Parsed({"--to", "/d", "/v"}).IsRaw());
+}
+
+TEST(Options, WhatChoosesFilesDoesNotGoWithTheVolumeItself)
+{
+    const std::vector<std::vector<std::string>> wrong = {{"--list"},
+                                                         {"--to", "/d"},
+                                                         {"--streams"},
+                                                         {"--resume"},
+                                                         {"--no-times"},
+                                                         {"--include", "*"},
+                                                         {"--exclude", "*"},
+                                                         {"--min-size", "1"},
+                                                         {"--recursive"},
+                                                         {"--max-size", "1"},
+                                                         {"--newer", "2019-03-02"},
+                                                         {"--json"},
+                                                         {"--no-empty-folders"},
+                                                         {"--older", "2019-03-02"},
+                                                         {"/path"},
+                                                         {"--manifest", "/f"}};
+    for (std::vector<std::string> arguments : wrong) {
+        arguments.insert(arguments.begin(), {"--raw", "/f", "/v"});
+        std::string error;
+        EXPECT_FALSE(ParseOptions(arguments, &error)) << arguments[3];
+        EXPECT_NE(error, "") << arguments[3];
+    }
 }
 
 }  // namespace

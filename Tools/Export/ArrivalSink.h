@@ -99,6 +99,8 @@ public:
 
     // Whether Difference can say something of the file.
     virtual bool IsHashed(ExportPlan::Number) const { return false; }
+    // The hash of what was written to it, in hexadecimal digits; empty if it is not known.
+    virtual std::string HashTextOf(ExportPlan::Number) const { return ""; }
     // Reads a copy from its disk. Why it is not what was written to it; empty if it is. After Seal.
     virtual std::string Difference(ExportPlan::Number, int /*folder*/, const std::string & /*name*/,
                                    const Advance &)

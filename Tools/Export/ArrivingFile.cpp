@@ -6,10 +6,13 @@
 #include "NameForms.h"
 #include "RenameToFree.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -21,6 +24,27 @@ constexpr mode_t kPermissions = 0777;
 
 // Long enough for the file system to lay it out in one piece.
 constexpr int64_t kWritingStep = int64_t{8} << 20;
+
+// Of holes: what file systems allocate.
+constexpr size_t kBlock = 4096;
+
+bool IsZero(const char *bytes, size_t count)
+{
+    return *bytes == 0 && memcmp(bytes, bytes + 1, count - 1) == 0;
+}
+
+// How many bytes from the beginning on are blocks of zeros, or blocks of others.
+size_t LengthOf(const char *bytes, size_t count, bool areZeros)
+{
+    size_t length = 0;
+    while (length < count) {
+        const size_t block = std::min(kBlock, count - length);
+        if (IsZero(bytes + length, block) != areZeros)
+            break;
+        length += block;
+    }
+    return length;
+}
 
 void TakeAfter(int file, const struct stat &replaced)
 {
@@ -39,7 +63,7 @@ bool ArrivingFile::Create(const Folder &folder, const std::string &name,
     Discard();
     _folder = folder;
     _name = name;
-    _written = _begun = 0;
+    _written = _begun = _zeros = 0;
     _file = CreatePartial();
     if (!_file)
         return false;
@@ -86,6 +110,41 @@ size_t ArrivingFile::Write(const void *bytes, size_t count)
     }
     NoteWritten(done);
     return done;
+}
+
+size_t ArrivingFile::WriteWithHoles(const void *bytes, size_t count)
+{
+    const char *from = static_cast<const char *>(bytes);
+    size_t done = 0;
+    while (done < count) {
+        const size_t zeros = LengthOf(from + done, count - done, true);
+        _zeros += static_cast<int64_t>(zeros);
+        done += zeros;
+        const size_t others = LengthOf(from + done, count - done, false);
+        if (others > 0 && (!EndZeros() || Write(from + done, others) != others))
+            break;
+        done += others;
+    }
+    return done;
+}
+
+// The place after zeros that were kept back is where the next bytes belong.
+bool ArrivingFile::EndZeros()
+{
+    static const char kZeros[kShortestHole] = {};
+    const auto count = static_cast<size_t>(std::exchange(_zeros, 0));
+    if (count < sizeof(kZeros))
+        return Write(kZeros, count) == count;
+    if (lseek(_file.Get(), static_cast<off_t>(count), SEEK_CUR) < 0)
+        return false;
+    NoteWritten(count);
+    return true;
+}
+
+bool ArrivingFile::EndHoles()
+{
+    const bool endsInHole = _zeros >= kShortestHole;
+    return EndZeros() && (!endsInHole || ftruncate(_file.Get(), _written) == 0);
 }
 
 void ArrivingFile::NoteWritten(size_t count)

@@ -39,6 +39,12 @@ public:
     // How many bytes were written: count, or fewer after an error. Of a large file the disk gets
     // each part soon after it was written (EarlyWriting.h).
     size_t Write(const void *bytes, size_t count);
+    // The same, with holes in the file in place of its runs of zeros, as far as they are whole
+    // blocks and long enough. A file that is begun this way goes on so, since zeros are kept back
+    // until it is known how many there are, and is ended by EndHoles. False: errno.
+    static constexpr int64_t kShortestHole = int64_t{64} << 10;  // bytes
+    size_t WriteWithHoles(const void *bytes, size_t count);
+    bool EndHoles();
     // Also fails, with ENOENT, if the partial file no longer has its name.
     bool Close();
 
@@ -63,6 +69,7 @@ private:
     bool MoveTo(const std::string &name);
     bool ReplaceLesser(const std::string &name);
     void NoteWritten(size_t count);
+    bool EndZeros();
 
     const PartialNames &_partials;
     const size_t _longest;
@@ -72,6 +79,7 @@ private:
     UniqueFd _file;
     int64_t _written = 0;
     int64_t _begun = 0;  // of which the disk has been asked to write this much
+    int64_t _zeros = 0;  // that were kept back
     FileIdentity _identity = {0, 0};
 };
 

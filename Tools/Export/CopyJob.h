@@ -20,7 +20,8 @@ struct CopyJob {
     CopyProgress &progress;
     ExportStop &stop;
     Arrivals &arrivals;
-    bool namesAllRanges;  // of what could not be read
+    bool namesAllRanges;       // of what could not be read
+    bool leavesHoles = false;  // in the copies, in place of zeros
 };
 
 }  // namespace vx

@@ -50,10 +50,11 @@ bool DryRun::Look(Destination destination, const SourceFiles &sources, Forecast 
         *error = "cannot use the destination " + TerminalText(path) + ": " + strerror(errno);
         return false;
     }
-    const PlanNames names(_planned.plan, LookAtDestination(disk.Get()));
+    const PlanNames names(_planned.plan, LookAtDestination(disk.Get()), _options.RawName());
     *forecast = Forecaster({_planned, _session.Reports(), names, sources, _tree, _sink, disk.Get(),
                             !isThere, !_options.noEmptyFolders})
                     .Run(path);
+    forecast->report.image = _options.raw;
     return true;
 }
 

@@ -44,6 +44,19 @@ int FailWith(int status, const std::string &error)
     return status;
 }
 
+// What follows a shortage of room.
+struct ShortageTexts {
+    const char *advice;
+    const char *question;
+    const char *refusal;
+};
+constexpr ShortageTexts kShortageOfFiles = {
+    "; nothing was exported. With --no-space-check, what fits is exported", ". Export what fits?",
+    "; nothing was exported"};
+constexpr ShortageTexts kShortageOfVolume = {
+    " (zeros take no room); nothing was written. With --no-space-check it is tried",
+    " (zeros take no room). Begin nevertheless?", "; nothing was written"};
+
 // Shown on a terminal during what can take long and cannot be measured.
 class Notice {
 public:
@@ -155,7 +168,7 @@ int ExportCommand::RunInto(bool isNew)
         return Refuse(kExitUsage, "cannot use the destination " + TerminalText(folder) + ": " +
                                       strerror(errno));
     _traits = ProbeDestination(_tree.Root());
-    const PlanNames names(_planned.plan, _traits);
+    const PlanNames names(_planned.plan, _traits, _options.RawName());
     std::string error;
     if (!MayBegin(names, &error)) {
         if (isNew)
@@ -167,6 +180,7 @@ int ExportCommand::RunInto(bool isNew)
     if (isNew)
         fprintf(stderr, "Made the folder %s\n", TerminalText(folder).c_str());
     _report.destination = folder;
+    _report.image = _options.raw;
     Export(names);
     return Report();
 }
@@ -212,13 +226,14 @@ bool ExportCommand::HasRoom(const PlanNames &names, std::string *error)
     if (forecast.Fits())
         return true;
     *error = forecast.ShortageText();
+    const ShortageTexts &texts = _options.IsRaw() ? kShortageOfVolume : kShortageOfFiles;
     if (!CanConfirm()) {
-        *error += "; nothing was exported. With --no-space-check, what fits is exported";
+        *error += texts.advice;
         return false;
     }
     const Confirmation answer =
-        Confirm("volume-export: " + *error + ". Export what fits? [y/N] ", &_signal);
-    *error += "; nothing was exported";
+        Confirm("volume-export: " + *error + texts.question + " [y/N] ", &_signal);
+    *error += texts.refusal;
     return answer == Confirmation::kYes;
 }
 
@@ -232,8 +247,11 @@ int ExportCommand::Status() const
 
 void ExportCommand::Export(const PlanNames &names)
 {
-    fprintf(stderr, "Exporting %s, %s, to %s\n", CountText(_planned.files, "file", "files").c_str(),
-            SizeText(_planned.bytes).c_str(), TerminalText(_report.destination).c_str());
+    const std::string what = _options.IsRaw()
+                                 ? "Writing the volume"
+                                 : "Exporting " + CountText(_planned.files, "file", "files");
+    fprintf(stderr, "%s, %s, to %s\n", what.c_str(), SizeText(_planned.bytes).c_str(),
+            TerminalText(_options.IsRaw() ? _report.image : _report.destination).c_str());
     NameTooLargeFiles(_planned.plan, _session.Reports(), _traits, _options.verbose);
     Arrivals arrivals(_planned.plan);
     // Before this a signal ends the program at once: nothing has been written.
@@ -258,8 +276,8 @@ void ExportCommand::Copy(const PlanNames &names, Arrivals *arrivals)
     ExportFolders folders(_planned.plan, _tree, names);
     ExportStop stop(_session.Volume());
     CopyJob job{
-        _planned.plan, _session.Volume(), _session.Reports(), places, _sink, dates, progress,
-        stop,          *arrivals,         _options.verbose};
+        _planned.plan, _session.Volume(), _session.Reports(), places, _sink, dates, progress, stop,
+        *arrivals,     _options.verbose,  _options.IsRaw()};
     CopyFiles(job, _planned.files);
     Finish(&folders, &dates, &stop, arrivals);
     _report.copySeconds = SecondsSince(start);
@@ -304,6 +322,8 @@ void ExportCommand::Check(const PlanNames &names, const Arrivals &arrivals)
     ArrivalCheck check(_session, _planned, _tree, names, _sink, settings, progress, &_report);
     EntryFailures(_planned, _session.Reports(), &_report).AddFolders(&arrivals);
     check.CheckFiles(arrivals);
+    if (_options.IsRaw())
+        _report.imageHash = _sink.HashTextOf(_planned.plan.Next(ExportPlan::kRoot));
     _report.checkSeconds = SecondsSince(start);
     _report.isVerified = settings.verifies && _report.notChecked.empty();
     if (!_report.notChecked.empty())

@@ -60,6 +60,7 @@ public:
     }
 
     void PrintArrived() const;
+    void PrintImage() const;
     void PrintExceptions(const Words &words) const;
     void PrintDisk() const;
     void PrintStopped() const;
@@ -67,6 +68,7 @@ public:
 private:
     using Number = ExportReport::Number;
 
+    bool HasCopy() const;
     void PrintEarlier() const;
     void PrintRenamed(const Words &words) const;
     void PrintLinks() const;
@@ -94,6 +96,30 @@ void Printer::PrintArrived() const
     if (_report.isVerified && _report.arrivedFiles + _report.earlierFiles > _report.unhashedFiles)
         fprintf(_stream, "Read again from the destination and compared in %.1f s: equal.\n",
                 _report.checkSeconds);
+}
+
+// A damaged copy is named with the failure that it is.
+void Printer::PrintImage() const
+{
+    const std::string image = TerminalText(_report.image);
+    if (_report.arrivedFiles > 0)
+        fprintf(_stream, "Wrote the volume, %s, to %s in %.1f s (%s).\n",
+                ExactSizeText(_report.arrivedBytes).c_str(), image.c_str(), _report.copySeconds,
+                SpeedText(_report.arrivedBytes, _report.copySeconds).c_str());
+    else if (HasCopy())
+        fprintf(_stream, "Wrote the volume to %s; it is not whole.\n", image.c_str());
+    if (!_report.imageHash.empty())
+        fprintf(_stream, "SHA-256: %s\n", _report.imageHash.c_str());
+    if (_report.isVerified && _report.arrivedFiles > 0)
+        fprintf(_stream, "Read again from its disk and compared in %.1f s: equal.\n",
+                _report.checkSeconds);
+}
+
+// Of a volume of which not all could be read.
+bool Printer::HasCopy() const
+{
+    return std::any_of(_report.failures.begin(), _report.failures.end(),
+                       [](const ExportReport::Failure &failure) { return !failure.copy.empty(); });
 }
 
 void Printer::PrintEarlier() const
@@ -224,7 +250,10 @@ bool ExportReport::IsComplete() const
 void PrintReport(const ExportReport &report, const ExportPlan &plan, bool verbose, FILE *stream)
 {
     const Printer printer(report, plan, verbose, stream);
-    printer.PrintArrived();
+    if (report.image.empty())
+        printer.PrintArrived();
+    else
+        printer.PrintImage();
     printer.PrintExceptions(kHappened);
     printer.PrintDisk();
     printer.PrintStopped();

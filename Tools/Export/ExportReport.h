@@ -48,6 +48,8 @@ struct ExportReport {
     enum class Stop { kNone, kSignal, kDiskFull, kDiskGone };
 
     std::string destination;
+    std::string image;      // the file that the volume itself goes to; empty for an export of files
+    std::string imageHash;  // SHA-256 of what was written to it; empty if it is not known
     int64_t arrivedFiles = 0;
     int64_t arrivedBytes = 0;
     int64_t earlierFiles = 0;  // that were there already

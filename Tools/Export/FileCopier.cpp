@@ -150,7 +150,7 @@ bool FileCopier::CopyChunks(OpenVolumeFile *source)
             return Fail("there is not enough memory", FailureKind::kMemory);
         _job.progress.Show(_number, count);
     }
-    return true;
+    return !_job.leavesHoles || _file.EndHoles() || NoteUnwritten(errno);
 }
 
 // What a failed read leaves in the buffer is known only if the library names what it could not
@@ -178,7 +178,8 @@ bool FileCopier::WriteChunk(uint32_t count)
 {
     if (_hasher)
         _hasher.Add(_buffer.get(), count);
-    const size_t written = _file.Write(_buffer.get(), count);
+    const size_t written = _job.leavesHoles ? _file.WriteWithHoles(_buffer.get(), count)
+                                            : _file.Write(_buffer.get(), count);
     const int error = errno;
     _copied += static_cast<int64_t>(written);
     return written == count || NoteUnwritten(error);

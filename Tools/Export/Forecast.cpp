@@ -53,10 +53,13 @@ std::string Forecast::ShortageText() const
 void PrintForecast(const Forecast &forecast, const ExportPlan &plan, bool verbose, FILE *stream)
 {
     const ExportReport &report = forecast.report;
-    fprintf(stream, "Would export %s in %s, %s, to %s\n",
-            CountText(report.arrivedFiles, "file", "files").c_str(),
-            CountText(forecast.folders, "folder", "folders").c_str(),
-            ExactSizeText(report.arrivedBytes).c_str(), TerminalText(report.destination).c_str());
+    const std::string what = report.image.empty()
+                                 ? "export " + CountText(report.arrivedFiles, "file", "files") +
+                                       " in " + CountText(forecast.folders, "folder", "folders")
+                                 : "write the volume";
+    fprintf(stream, "Would %s, %s, to %s\n", what.c_str(),
+            ExactSizeText(report.arrivedBytes).c_str(),
+            TerminalText(report.image.empty() ? report.destination : report.image).c_str());
     fprintf(stream, "Would replace %s\n", CountText(forecast.replaced, "file", "files").c_str());
     if (forecast.complete > 0)
         fprintf(stream, "Would leave out %s there already\n",

@@ -4,13 +4,16 @@
 #include "LocalText.h"
 #include "NameFolding.h"
 
+#include <utility>
 #include <vector>
 
 namespace vx {
 
-PlanNames::PlanNames(const ExportPlan &plan, const DestinationTraits &traits)
-    : _plan(plan), _traits(traits)
+PlanNames::PlanNames(const ExportPlan &plan, const DestinationTraits &traits, std::string nameOfOne)
+    : _plan(plan), _traits(traits), _nameOfOne(std::move(nameOfOne))
 {
+    if (!_nameOfOne.empty())
+        return;
     for (Number number = ExportPlan::kRoot; number < plan.Size(); ++number) {
         if (plan.At(number).children > 0)
             FolderNames(plan, number, _traits, FoldedFor).Choose(&_changed);
@@ -19,10 +22,12 @@ PlanNames::PlanNames(const ExportPlan &plan, const DestinationTraits &traits)
 
 std::string PlanNames::PathOf(Number number, bool *isChanged) const
 {
+    *isChanged = false;
+    if (!_nameOfOne.empty())
+        return number == ExportPlan::kRoot ? "" : _nameOfOne;
     std::vector<Number> way;
     for (; number != ExportPlan::kRoot; number = _plan.At(number).parent)
         way.push_back(number);
-    *isChanged = false;
     std::string path;
     for (auto step = way.rbegin(); step != way.rend(); ++step) {
         if (!AppendName(*step, &path, isChanged))

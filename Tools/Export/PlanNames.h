@@ -23,8 +23,9 @@ class PlanNames {
 public:
     using Number = ExportPlan::Number;
 
-    // traits: of the destination.
-    PlanNames(const ExportPlan &plan, const DestinationTraits &traits);
+    // traits: of the destination. nameOfOne: what the only entry of the plan is called there, as
+    // the user wants it; empty: each has the name that it has on the volume.
+    PlanNames(const ExportPlan &plan, const DestinationTraits &traits, std::string nameOfOne = "");
 
     // The entry's path relative to the destination: "a/b.txt". isChanged: whether a name on the way
     // differs from the one on the volume, apart from backslashes. Empty for the root, and if a name
@@ -39,6 +40,7 @@ private:
 
     const ExportPlan &_plan;
     const DestinationTraits _traits;
+    const std::string _nameOfOne;
     std::unordered_map<Number, std::string> _changed;  // a name may be a path here: "a/b"
 };
 

@@ -3,6 +3,7 @@
 #include "ArgumentReader.h"
 #include "IsoTimeReader.h"
 #include "OptionValues.h"
+#include "PathText.h"
 #include "TypedSecret.h"
 
 #include <algorithm>
@@ -16,12 +17,18 @@ namespace {
 constexpr uint32_t kMostRetries = 1000;
 constexpr uint32_t kLongestWait = 3600 * 1000;  // milliseconds
 
-// Which of the two actions an option goes with.
-enum class Scope { kBoth, kList, kExport };
+// What an option goes with: bits for --list, --to and --raw, one of which is given.
+constexpr unsigned kWithList = 1;
+constexpr unsigned kWithTo = 2;
+constexpr unsigned kWithRaw = 4;
+constexpr unsigned kWithFiles = kWithList | kWithTo;
+constexpr unsigned kWithExports = kWithTo | kWithRaw;
+constexpr unsigned kWithAll = kWithFiles | kWithRaw;
 
 enum OwnOption : size_t {
     kList,
     kTo,
+    kRaw,
     kRecursive,
     kJson,
     kInclude,
@@ -55,38 +62,39 @@ constexpr char kTimeForm[] = "a time such as 2019-03-02, 2019-03-02T10:00 or 201
 struct OptionForm {
     const char *name;
     const char *value;  // what it needs; null if it takes no value
-    Scope scope;
+    unsigned scope;
     bool Options::*flag = nullptr;
     std::string Options::*text = nullptr;
 };
 
 // In the order of OwnOption.
 constexpr OptionForm kForms[] = {
-    {"list", nullptr, Scope::kBoth},
-    {"to", "the folder to export to", Scope::kBoth, nullptr, &Options::destination},
-    {"recursive", nullptr, Scope::kList, &Options::recursive},
-    {"json", nullptr, Scope::kList, &Options::json},
-    {"include", "a pattern", Scope::kBoth},
-    {"exclude", "a pattern", Scope::kBoth},
-    {"min-size", kSizeForm, Scope::kBoth},
-    {"max-size", kSizeForm, Scope::kBoth},
-    {"newer", kTimeForm, Scope::kBoth},
-    {"older", kTimeForm, Scope::kBoth},
-    {"map", "a map file", Scope::kBoth, nullptr, &Options::map},
-    {"retries", "a number up to 1000", Scope::kBoth},
-    {"skip-slow", "a number of seconds up to 3600, such as 5 or 0.5", Scope::kBoth},
-    {"streams", nullptr, Scope::kExport, &Options::streams},
-    {"no-times", nullptr, Scope::kExport, &Options::noTimes},
-    {"no-empty-folders", nullptr, Scope::kExport, &Options::noEmptyFolders},
-    {"manifest", "a file to write", Scope::kExport, nullptr, &Options::manifest},
-    {"report", "a file to write", Scope::kExport, nullptr, &Options::report},
-    {"verify", nullptr, Scope::kExport, &Options::verify},
-    {"resume", nullptr, Scope::kExport, &Options::resume},
-    {"sync", nullptr, Scope::kExport, &Options::sync},
-    {"dry-run", nullptr, Scope::kExport, &Options::dryRun},
-    {"write-map", "a file to write", Scope::kExport, nullptr, &Options::writeMap},
-    {"verbose", nullptr, Scope::kExport, &Options::verbose},
-    {"no-space-check", nullptr, Scope::kExport, &Options::skipsSpaceCheck},
+    {"list", nullptr, kWithList},
+    {"to", "the folder to export to", kWithTo, nullptr, &Options::destination},
+    {"raw", "a file to write", kWithRaw, nullptr, &Options::raw},
+    {"recursive", nullptr, kWithList, &Options::recursive},
+    {"json", nullptr, kWithList, &Options::json},
+    {"include", "a pattern", kWithFiles},
+    {"exclude", "a pattern", kWithFiles},
+    {"min-size", kSizeForm, kWithFiles},
+    {"max-size", kSizeForm, kWithFiles},
+    {"newer", kTimeForm, kWithFiles},
+    {"older", kTimeForm, kWithFiles},
+    {"map", "a map file", kWithAll, nullptr, &Options::map},
+    {"retries", "a number up to 1000", kWithAll},
+    {"skip-slow", "a number of seconds up to 3600, such as 5 or 0.5", kWithAll},
+    {"streams", nullptr, kWithTo, &Options::streams},
+    {"no-times", nullptr, kWithTo, &Options::noTimes},
+    {"no-empty-folders", nullptr, kWithTo, &Options::noEmptyFolders},
+    {"manifest", "a file to write", kWithExports, nullptr, &Options::manifest},
+    {"report", "a file to write", kWithExports, nullptr, &Options::report},
+    {"verify", nullptr, kWithExports, &Options::verify},
+    {"resume", nullptr, kWithTo, &Options::resume},
+    {"sync", nullptr, kWithExports, &Options::sync},
+    {"dry-run", nullptr, kWithExports, &Options::dryRun},
+    {"write-map", "a file to write", kWithExports, nullptr, &Options::writeMap},
+    {"verbose", nullptr, kWithExports, &Options::verbose},
+    {"no-space-check", nullptr, kWithExports, &Options::skipsSpaceCheck},
 };
 static_assert(std::size(kForms) == kOwnOptions, "every option has its form");
 
@@ -186,13 +194,18 @@ private:
     {
         if (!_hasVolume)
             return Fail("VOLUME is missing");
-        if (_has[kList] && _has[kTo])
-            return Fail("--list and --to exclude each other");
-        if (!_has[kList] && !_has[kTo])
-            return Fail("say what to do: --list, or --to and a folder");
+        if (_has[kList] + _has[kTo] + _has[kRaw] > 1)
+            return Fail("--list, --to and --raw exclude each other");
+        if (!_has[kList] && !_has[kTo] && !_has[kRaw])
+            return Fail("say what to do: --list, --to and a folder, or --raw and a file");
         if (!FitsAction() || !IsChoicePossible() || !AreFilesDifferent() || !CanResume())
             return false;
         _options.action = _has[kList] ? Options::Action::kList : Options::Action::kExport;
+        if (_options.IsRaw()) {
+            _options.destination = FolderOf(_options.raw);
+            // The volume itself has no dates.
+            _options.noTimes = _options.noEmptyFolders = true;
+        }
         _options.unlocking = _reader.Unlock();
         _options.keyPaths = _options.unlocking.KeyPaths(_options.unlocking.secret.c_str());
         return true;
@@ -200,13 +213,25 @@ private:
 
     bool FitsAction()
     {
-        const Scope other = _has[kList] ? Scope::kExport : Scope::kList;
+        const unsigned action = _has[kList] ? kWithList : _has[kTo] ? kWithTo : kWithRaw;
         for (size_t option = 0; option < kOwnOptions; ++option) {
-            if (_has[option] && kForms[option].scope == other)
-                return Fail(NameOf(option) + " goes with " + (_has[kList] ? "--to" : "--list") +
+            if (_has[option] && (kForms[option].scope & action) == 0)
+                return Fail(NameOf(option) + " goes with " + ActionsOf(kForms[option].scope) +
                             " only");
         }
-        return true;
+        return action != kWithRaw || _options.paths.empty() ||
+               Fail("--raw writes the whole volume: PATHs go with --list and --to only");
+    }
+
+    // "--list and --to"
+    static std::string ActionsOf(unsigned scope)
+    {
+        std::string actions;
+        for (const OwnOption action : {kList, kTo, kRaw}) {
+            if ((kForms[action].scope & scope) != 0)
+                actions += (actions.empty() ? "" : " and ") + NameOf(action);
+        }
+        return actions;
     }
 
     bool IsChoicePossible()
@@ -221,7 +246,7 @@ private:
     // Of two files under one path the second would take the first one's place.
     bool AreFilesDifferent()
     {
-        constexpr OwnOption kFiles[] = {kMap, kWriteMap, kManifest, kReport};
+        constexpr OwnOption kFiles[] = {kMap, kWriteMap, kManifest, kReport, kRaw};
         for (const OwnOption *second = kFiles + 1; second != std::end(kFiles); ++second) {
             const auto isSame = [&](OwnOption first) {
                 return _has[first] && TextOf(first) == TextOf(*second);

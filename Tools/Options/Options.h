@@ -32,6 +32,10 @@ struct Options {
     bool recursive = false;
     bool json = false;
 
+    bool IsRaw() const { return !raw.empty(); }
+    // Below the destination; empty without --raw.
+    std::string RawName() const { return raw.substr(raw.rfind('/') + 1); }
+
     // kExport only, as the paths at the end.
     bool streams = false;
     bool noTimes = false;
@@ -55,7 +59,9 @@ struct Options {
     std::optional<uint32_t> retries;   // how often a place that failed is read again
     std::optional<uint32_t> skipSlow;  // milliseconds after which a read is slow
 
+    // A folder; of --raw that of the file.
     std::string destination;
+    std::string raw;  // the file that the volume itself goes to
     std::string manifest;
     std::string report;
     std::string writeMap;

@@ -2,7 +2,8 @@
 
 #define VX_USAGE                                                                                   \
     "Usage: volume-export --list [OPTION...] VOLUME [--unlock KIND SECRET] [PATH...]\n"            \
-    "       volume-export --to DEST [OPTION...] VOLUME [--unlock KIND SECRET] [PATH...]\n"
+    "       volume-export --to DEST [OPTION...] VOLUME [--unlock KIND SECRET] [PATH...]\n"         \
+    "       volume-export --raw FILE [OPTION...] VOLUME [--unlock KIND SECRET]\n"
 
 namespace vx {
 
@@ -10,6 +11,7 @@ const char kUsageText[] = VX_USAGE "Try \"volume-export --help\" for more.\n";
 
 const char kHelpText[] = VX_USAGE R"(
 Lists the files of a volume, or exports them: copies them to a folder of this machine.
+With --raw it writes the volume itself, decrypted, to a file.
 
   VOLUME                what to open: a folder, a device or a disk image
   PATH                  files or folders of the volume, e.g. /Reports/2019; without any,
@@ -56,6 +58,13 @@ Exporting
                         followed, files that are in the cloud, every range of a file that
                         could not be read
   --no-space-check      begin even if there is not enough room, and export what fits
+
+The decrypted volume
+  --raw FILE            write every byte of the volume to FILE, decrypted, whatever file
+                        system is in it. Long runs of zeros become holes. What cannot be
+                        read is zeros, and is reported. FILE is replaced when it is complete.
+                        Goes with --dry-run, --manifest, --report, --verify, --sync,
+                        --verbose, --no-space-check and the options for failing disks
 
 Choosing what is listed or exported
   --include PATTERN     names to choose and to leave out; of all --include and --exclude

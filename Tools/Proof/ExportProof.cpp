@@ -47,12 +47,16 @@ bool ExportProof::MayBegin(std::string *error) const
         files.push_back({"--manifest", _options.manifest});
     if (!_options.report.empty())
         files.push_back({"--report", _options.report});
-    if (files.empty())
+    if (files.empty() && !_options.IsRaw())
         return true;
     SourceFiles sources(_options.volume, _options.keyPaths);
     sources.AddFile(_options.map);
     const auto isRead = [&sources](const struct stat &found) { return sources.Holds(found); };
-    return MayWrite(files, {_options.destination, _options.volume, isRead}, error);
+    // Beside the file of --raw there is a place for what describes it.
+    if (_options.IsRaw())
+        files.push_back({"--raw", _options.raw});
+    const std::string destination = _options.IsRaw() ? "" : _options.destination;
+    return MayWrite(files, {destination, _options.volume, isRead}, error);
 }
 
 bool ExportProof::Ended(const PlannedExport &planned, const ExportReport &report, int status,
@@ -150,6 +154,12 @@ std::string ExportProof::PathOf(ExportPlan::Number number) const
 {
     bool isChanged = false;
     return _names->PathOf(number, &isChanged);
+}
+
+std::string ExportProof::HashTextOf(ExportPlan::Number number) const
+{
+    const ArrivedFiles::File *file = _files.Find(number);
+    return file == nullptr ? "" : HexText(file->digest);
 }
 
 std::string ExportProof::Difference(ExportPlan::Number number, int folder, const std::string &name,

@@ -47,6 +47,7 @@ public:
     {
         return _files.Find(number) != nullptr;
     }
+    std::string HashTextOf(ExportPlan::Number number) const override;
     std::string Difference(ExportPlan::Number number, int folder, const std::string &name,
                            const Advance &advance) override;
     // Writes the report.

@@ -127,6 +127,7 @@ void ReportWriter::WriteOptions()
     WriteOptional("maxSize", options.maxSize);
     WriteText("newer", options.newer ? IsoTime(*options.newer) : "");
     WriteText("older", options.older ? IsoTime(*options.older) : "");
+    WriteText("raw", options.raw);
     WriteTruth("streams", options.streams);
     WriteTruth("times", !options.noTimes);
     WriteTruth("emptyFolders", !options.noEmptyFolders);
@@ -165,6 +166,7 @@ void ReportWriter::WriteEnd()
         _json.Null();
     WriteTruth("isVerified", _report.isVerified);
     WriteText("syncError", _report.syncError);
+    WriteText("sha256", _report.imageHash);
 }
 
 void ReportWriter::WriteCounts()

@@ -18,7 +18,7 @@ VolumeLibrarySetOpeningOptionsFunction FunctionOf(void *library)
 
 bool DiskReading::IsUsual() const
 {
-    return unread.empty() && retries == 0 && slowAfter == 0 && !recordsReads;
+    return unread.empty() && retries == 0 && slowAfter == 0 && !recordsReads && !opensContents;
 }
 
 bool DiskReading::Request(void *library, OpeningProgress *progress, std::string *error) const
@@ -28,13 +28,16 @@ bool DiskReading::Request(void *library, OpeningProgress *progress, std::string 
     options.retries = retries;
     options.slowMilliseconds = slowAfter;
     options.recordsReads = recordsReads ? 1 : 0;
+    options.opensContents = opensContents ? 1 : 0;
     options.unread = unread.data();
     options.unreadCount = unread.size();
     const auto set = FunctionOf(library);
     if ((set != nullptr && set(&options)) || IsUsual())
         return true;
-    *error = "the volume library is another version, which cannot read a disk by a map, with "
-             "retries or without slow places";
+    *error = opensContents ? "the volume library is another version, which cannot do without the "
+                             "file system of a volume"
+                           : "the volume library is another version, which cannot read a disk by a "
+                             "map, with retries or without slow places";
     return false;
 }
 

@@ -1,4 +1,4 @@
-// How a damaged disk is to be read; the volume library is asked before it opens the volume.
+// How a disk is to be read; the volume library is asked before it opens the volume.
 //
 // Units: bytes, milliseconds. Errors: one line without a line end.
 #pragma once
@@ -17,6 +17,8 @@ struct DiskReading {
     uint32_t retries = 0;       // of a sector that cannot be read
     uint32_t slowAfter = 0;     // a read that takes longer is followed by a skip; 0: none is
     bool recordsReads = false;  // what is read as tables
+    // The volume itself, as its only file, and not what its file system has.
+    bool opensContents = false;
 
     // library: the handle of the loaded one. Concerns the next opening on this thread, which
     // reports to progress. False if the library cannot do it; what asks for nothing can always be
