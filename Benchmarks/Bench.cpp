@@ -12,6 +12,7 @@
 
 #include "BenchData.h"
 #include "ExportRows.h"
+#include "ImageRows.h"
 #include "Rows.h"
 
 namespace {
@@ -54,8 +55,10 @@ int main(int argc, char **argv)
 
     const BenchSetting setting = {data, argv[1], turns};
     std::vector<Row> rows = BenchRows(setting);
-    for (Row &row : ExportRows(setting))
-        rows.push_back(std::move(row));
+    for (auto more : {ExportRows, ImageRows}) {
+        for (Row &row : more(setting))
+            rows.push_back(std::move(row));
+    }
     bool kept = true;
     printf(
         "| What | Ours | Against | Figure | At most | Kept |\n| --- | --- | --- | --- | --- | --- |\n");

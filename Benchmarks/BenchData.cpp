@@ -20,6 +20,8 @@ struct CloseFile {
     void operator()(FILE *file) const { fclose(file); }
 };
 
+constexpr size_t kMebibyte = size_t{1} << 20;
+
 constexpr unsigned kSeed = 20240229;  // any; the same data in every run
 
 std::vector<char> Noise(size_t size)
@@ -29,6 +31,22 @@ std::vector<char> Noise(size_t size)
     for (char &byte : bytes)
         byte = static_cast<char>(generator());
     return bytes;
+}
+
+// Words of a small vocabulary, in any order: packed it takes about a third.
+std::vector<char> Text(size_t size)
+{
+    const std::vector<char> letters = Noise(4096);
+    std::mt19937 generator(kSeed);
+    std::vector<char> text;
+    while (text.size() < size) {
+        const unsigned word = generator() % 1024;
+        for (unsigned i = 0; i < 3 + word % 7; ++i)
+            text.push_back(static_cast<char>('a' + (letters[word * 3 + i] & 0xf)));
+        text.push_back(' ');
+    }
+    text.resize(size);
+    return text;
 }
 
 bool WriteFile(const std::string &path, const std::vector<char> &block, long long blocks)
@@ -76,23 +94,29 @@ bool BenchData::MakeFolder(const std::string &folder) const
     return Made() && mkdir(folder.c_str(), 0777) == 0;
 }
 
-std::string BenchData::OneFile(const std::string &name, long long bytes)
+std::string BenchData::OneFile(const std::string &name, const std::vector<char> &block,
+                               long long bytes)
 {
     std::string folder = _folder + name;
     if (!MakeFolder(folder))
         return errno == EEXIST ? folder : "";
-    const std::vector<char> block = Noise(size_t(1) << 20);
-    return WriteFile(folder + "/file.bin", block, bytes >> 20) ? folder : "";
+    const long long blocks = bytes / static_cast<long long>(block.size());
+    return WriteFile(folder + "/file.bin", block, blocks) ? folder : "";
 }
 
 std::string BenchData::OneLargeFile()
 {
-    return OneFile("/large", kLargeFileBytes);
+    return OneFile("/large", Noise(kMebibyte), kLargeFileBytes);
 }
 
 std::string BenchData::OneGibibyte()
 {
-    return OneFile("/gibibyte", 1LL << 30);
+    return OneFile("/gibibyte", Noise(kMebibyte), 1LL << 30);
+}
+
+std::string BenchData::OneGibibyteOfText()
+{
+    return OneFile("/text", Text(kMebibyte), 1LL << 30);
 }
 
 std::string BenchData::ManySmallFiles()
@@ -177,12 +201,12 @@ std::string BenchData::Empty()
 // program that makes files searches past all such inodes: the next copy would pay for the last one.
 void BenchData::ClearAway(const std::string &copy)
 {
-    constexpr char kMoveManyRemoveFew[] = R"(
+    constexpr char kMoveManyRemoveFew[] = R"sh(
 if [ "$(find "$1" 2>/dev/null | head -n 1000 | wc -l)" -eq 1000 ]; then
     mv "$1" "$2"
 else
     rm -rf "$1"
-fi)";
+fi)sh";
     RunChild({"sh", "-c", kMoveManyRemoveFew, "sh", copy,
               _folder + "/former " + std::to_string(++_cleared)});
 }

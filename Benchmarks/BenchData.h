@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 class BenchData {
 public:
@@ -15,8 +16,9 @@ public:
     const std::string &Folder() const { return _folder; }
 
     // Each makes its folder at the first call. An empty text: it could not be made.
-    std::string OneLargeFile();    // one file of 2 GiB
-    std::string OneGibibyte();     // one file of 1 GiB
+    std::string OneLargeFile();  // one file of 2 GiB
+    std::string OneGibibyte();   // one file of 1 GiB
+    std::string OneGibibyteOfText();
     std::string ManySmallFiles();  // 20,000 files of 4 KiB in 200 folders
     std::string ManyEntries();     // 100,000 sparse files of many sizes and times
     // Empty files in folders of a thousand. thousands: how many of those.
@@ -31,7 +33,7 @@ public:
 
 private:
     bool MakeFolder(const std::string &folder) const;
-    std::string OneFile(const std::string &name, long long bytes);
+    std::string OneFile(const std::string &name, const std::vector<char> &block, long long bytes);
     void ClearAway(const std::string &copy);
 
     std::string _folder;

@@ -71,6 +71,11 @@ VolumeImages::Pair VolumeImages::OneGibibyte() const
     return Make("gibibyte.ntfs", "1200M", _data.OneGibibyte(), R"(cp -r "$from/." .)");
 }
 
+VolumeImages::Pair VolumeImages::OneGibibyteOfText() const
+{
+    return Make("text.ntfs", "1200M", _data.OneGibibyteOfText(), R"(cp -r "$from/." .)");
+}
+
 VolumeImages::Pair VolumeImages::ManySmallFiles() const
 {
     return Make("small.ntfs", "300M", _data.ManySmallFiles(), R"(cp -r "$from/." .)");

@@ -23,7 +23,8 @@ public:
         bool Made() const { return !plain.empty(); }
     };
     // Each makes its images at the first call.
-    Pair OneGibibyte() const;     // BenchData's file of 1 GiB
+    Pair OneGibibyte() const;  // BenchData's file of 1 GiB
+    Pair OneGibibyteOfText() const;
     Pair ManySmallFiles() const;  // BenchData's tree of small files
 
 private:

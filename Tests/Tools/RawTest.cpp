@@ -76,7 +76,8 @@ TEST_F(Raw, ItsHashIsPrintedAndListedAndThatOfTheSystem)
 
 TEST_F(Raw, ZerosBecomeHoles)
 {
-    _folder.WriteFile("image", NoiseVolume(kMiB) + std::string(62 * kMiB, '\0') + NoiseVolume(kMiB));
+    _folder.WriteFile("image",
+                      NoiseVolume(kMiB) + std::string(62 * kMiB, '\0') + NoiseVolume(kMiB));
     EXPECT_EQ(Write({}).status, 0);
     EXPECT_TRUE(Written() == _folder.ReadFile("image"));
     struct stat found;
@@ -93,8 +94,7 @@ TEST_F(Raw, WhatCannotBeReadIsZerosAndReported)
     const Result result = Write({"--map", _folder.At("map"), "--report", report});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(Holds(result.output, "Wrote the volume to " + _file + "; it is not whole.\n"));
-    EXPECT_TRUE(
-        Holds(result.output, "bytes 5242880 to 5243391 could not be read and are zero"));
+    EXPECT_TRUE(Holds(result.output, "bytes 5242880 to 5243391 could not be read and are zero"));
     std::string expected = image;
     expected.replace(5 * kMiB, kSector, kSector, '\0');
     EXPECT_TRUE(Written() == expected);
@@ -180,8 +180,8 @@ TEST_F(Raw, WhatIsReadAndWhatIsNoOrdinaryFileIsRefusedBeforeTheSecretIsAskedFor)
     for (const std::string &file :
          {_image, _folder.At("map-too"), _folder.At("link"), _folder.At("other-name"),
           _folder.At("fifo"), _to, std::string("/dev/full"), _folder.At("none/raw")}) {
-        const Result result = Run({"--raw", file, _image, "--map", _folder.At("map"), "--unlock",
-                                   "password", "-"});
+        const Result result =
+            Run({"--raw", file, _image, "--map", _folder.At("map"), "--unlock", "password", "-"});
         EXPECT_EQ(result.status, 2) << file;
         EXPECT_TRUE(Holds(result.errors, "cannot write the file of --raw, ")) << file;
     }
