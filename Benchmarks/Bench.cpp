@@ -13,6 +13,7 @@
 #include "BenchData.h"
 #include "ExportRows.h"
 #include "ImageRows.h"
+#include "InfoRows.h"
 #include "Rows.h"
 
 namespace {
@@ -55,7 +56,7 @@ int main(int argc, char **argv)
 
     const BenchSetting setting = {data, argv[1], turns};
     std::vector<Row> rows = BenchRows(setting);
-    for (auto more : {ExportRows, ImageRows}) {
+    for (auto *const more : {ExportRows, ImageRows, InfoRows}) {
         for (Row &row : more(setting))
             rows.push_back(std::move(row));
     }
