@@ -232,16 +232,11 @@ TEST(EncryptionFactsTest, WhatIsNoEncryptedVolumeHasNone)
 TEST(ProtectorNamesTest, EveryKindHasANameForPrograms)
 {
     const std::pair<uint16_t, const char *> names[] = {
-        {0x0000, "clear-key"},
-        {0x0100, "tpm"},
-        {0x0200, "startup-key"},
-        {0x0300, "tpm-and-startup-key"},
-        {0x0500, "tpm-and-pin"},
-        {0x0700, "tpm-pin-and-startup-key"},
-        {0x0800, "recovery-password"},
-        {0x1000, "smart-card"},
-        {0x2000, "password"},
-        {0x4000, "other"},
+        {0x0000, "clear-key"},         {0x0100, "tpm"},
+        {0x0200, "startup-key"},       {0x0300, "tpm-and-startup-key"},
+        {0x0500, "tpm-and-pin"},       {0x0700, "tpm-pin-and-startup-key"},
+        {0x0800, "recovery-password"}, {0x1000, "smart-card"},
+        {0x2000, "password"},          {0x4000, "other"},
     };
     for (const auto &[number, name] : names)
         EXPECT_STREQ(ProtectorKindToken(static_cast<ProtectorKind>(number)), name);

@@ -105,10 +105,9 @@ TEST(RecoveryPasswordsTest, OneThatIsThereTwiceIsVisitedOnce)
     ASSERT_TRUE(opened && opened->recoveryPasswords);
     const Visited visited = VisitOf(*opened->recoveryPasswords);
     EXPECT_TRUE(visited.areAll);
-    EXPECT_EQ(visited.found,
-              (Found{{IdentifierOf(0x11), kRecovery},
-                     {IdentifierOf(0x22), kOtherRecovery},
-                     {IdentifierOf(0x33), kRecovery}}));
+    EXPECT_EQ(visited.found, (Found{{IdentifierOf(0x11), kRecovery},
+                                    {IdentifierOf(0x22), kOtherRecovery},
+                                    {IdentifierOf(0x33), kRecovery}}));
 }
 
 TEST(RecoveryPasswordsTest, AVolumeWithoutAnyHasAllOfThem)
@@ -124,11 +123,10 @@ TEST(RecoveryPasswordsTest, AVolumeWithoutAnyHasAllOfThem)
 TEST(RecoveryPasswordsTest, AnotherMasterKeyFindsNone)
 {
     const TestVolume volume(RecipeWithTwo());
-    const auto block = MetadataBlock::Parse(
-        ByteView(volume.image).From(volume.plan.copies[0]), volume.plan.copies[0]);
+    const auto block = MetadataBlock::Parse(ByteView(volume.image).From(volume.plan.copies[0]),
+                                            volume.plan.copies[0]);
     ASSERT_TRUE(block);
-    const Visited visited =
-        VisitOf(RecoveryPasswords(block->protectors, KeyMaterial(32).View()));
+    const Visited visited = VisitOf(RecoveryPasswords(block->protectors, KeyMaterial(32).View()));
     EXPECT_FALSE(visited.areAll);
     EXPECT_TRUE(visited.found.empty());
 }
