@@ -239,15 +239,15 @@ TEST_F(DiskDescription, AnImageThatEndsEarlyIsReported)
     VX_NEEDS("mkfs.fat");
     MakeFat("ONLY");
     const std::string bytes = image.Folder().ReadFile("image");
-    const Described whole = Describe(
-        image.Folder().WriteFile("cut", bytes.substr(0, bytes.size() - kMiB)));
+    const Described whole =
+        Describe(image.Folder().WriteFile("cut", bytes.substr(0, bytes.size() - kMiB)));
     ASSERT_TRUE(whole.report);
     EXPECT_EQ(WarningsOf(whole), Strings{"the image or device ends 1 MiB before the volume does; "
                                          "what lies there cannot be read"});
     Add(bytes);
     Add(MakeEncrypted());
-    const Described disk = Describe(
-        image.Folder().WriteFile("cut", this->disk.Bytes().substr(0, 9 * kMiB)));
+    const Described disk =
+        Describe(image.Folder().WriteFile("cut", this->disk.Bytes().substr(0, 9 * kMiB)));
     ASSERT_TRUE(disk.report);
     EXPECT_EQ(WarningsOf(disk).at(1),
               "volume 2: the image or device ends 1 MiB before the volume does; what lies there "
@@ -289,7 +289,8 @@ std::vector<Printed> PrintedBySfdisk(const std::string &path, const std::string 
     for (std::string text; std::getline(lines, text);) {
         std::smatch found;
         if (std::regex_search(text, found, line))
-            partitions.push_back({std::stoull(found[1]), std::stoull(found[2]), found[3], found[4]});
+            partitions.push_back(
+                {std::stoull(found[1]), std::stoull(found[2]), found[3], found[4]});
     }
     return partitions;
 }

@@ -46,8 +46,8 @@ protected:
     // Lines "ID  name".
     std::vector<std::pair<std::string, std::string>> ListOf(const std::string &label) const
     {
-        EXPECT_TRUE(RunShell("sfdisk --label " + label + " --list-types > " +
-                             Quoted(folder.At("list"))));
+        EXPECT_TRUE(
+            RunShell("sfdisk --label " + label + " --list-types > " + Quoted(folder.At("list"))));
         std::ifstream lines(folder.At("list"));
         std::vector<std::pair<std::string, std::string>> types;
         for (std::string line; std::getline(lines, line);) {
