@@ -156,6 +156,28 @@ TEST_P(ReadableSampleTest, WrongPasswordsAreWrong)
     }
 }
 
+TEST_P(ReadableSampleTest, ItsRecoveryPasswordsAreThoseOfTheList)
+{
+    NEED_SAMPLE(GetParam());
+    const SampleImage &image = Sample(GetParam());
+    const std::multiset<std::string> expected(image.recoveryPasswords.begin(),
+                                              image.recoveryPasswords.end());
+    for (const Secret &secret : image.Secrets(SampleImages::Shared().Folder())) {
+        VolumeOpener opener(SampleImages::Shared().Source(GetParam()));
+        opener.KeepRecoveryPasswords();
+        const Result<UnlockedVolume> opened = opener.Open(secret);
+        ASSERT_TRUE(opened) << opened.Failure().detail;
+        ASSERT_NE(opened->recoveryPasswords, nullptr);
+        std::multiset<std::string> found;
+        EXPECT_TRUE(opened->recoveryPasswords->Visit(
+            [](void *context, const char *, const char *password) {
+                static_cast<std::multiset<std::string> *>(context)->insert(password);
+            },
+            &found));
+        EXPECT_EQ(found, expected);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Samples, ReadableSampleTest, testing::ValuesIn(kReadable), CaseName);
 
 class SampleWithoutMapTest : public testing::TestWithParam<const char *> {};

@@ -35,8 +35,8 @@ protected:
     // What a command says about the image, whose path follows it.
     std::string Printed(const std::string &command) const
     {
-        EXPECT_TRUE(RunShell(command + " " + Quoted(image.Path()) + " > " +
-                             Quoted(image.At("printed"))));
+        EXPECT_TRUE(
+            RunShell(command + " " + Quoted(image.Path()) + " > " + Quoted(image.At("printed"))));
         return image.Folder().ReadFile("printed");
     }
 
@@ -145,13 +145,13 @@ std::string RestartPage(uint8_t version, uint64_t newest, uint16_t client, uint1
     put(28, version, 2);
     put(30, 0x0101, 2);
     put(48, newest, 8);
-    put(56, 1, 2);                // clients
-    put(58, 0xFFFF, 2);           // of those that are free none
+    put(56, 1, 2);       // clients
+    put(58, 0xFFFF, 2);  // of those that are free none
     put(60, client, 2);
     put(62, flags, 2);
-    put(64, 67 - 23, 4);           // bits of a sequence number, of a file of 4 MiB
-    put(68, 224, 2);              // length of the area
-    put(70, 64, 2);               // where the client is
+    put(64, 67 - 23, 4);  // bits of a sequence number, of a file of 4 MiB
+    put(68, 224, 2);      // length of the area
+    put(70, 64, 2);       // where the client is
     put(72, 4 << 20, 8);
     put(84, 48, 2);
     put(86, 64, 2);
@@ -360,8 +360,7 @@ TEST_F(ExfatReports, SaysWhatDumpExfatSays)
 {
     for (const char *options : {"-L 'Отчёт' -c 4K", "-c 32K", "-L x -c 512"}) {
         ASSERT_TRUE(image.MakeExfat(40));
-        ASSERT_TRUE(
-            RunShell(std::string("mkfs.exfat ") + options + " " + Quoted(image.Path())));
+        ASSERT_TRUE(RunShell(std::string("mkfs.exfat ") + options + " " + Quoted(image.Path())));
         const std::string printed = Printed("dump.exfat");
         const uint64_t clusterBytes = Number(printed, "Cluster size:\\s*(\\d+)");
         const VolumeFileSystemReport report = Report();
@@ -372,9 +371,8 @@ TEST_F(ExfatReports, SaysWhatDumpExfatSays)
         EXPECT_EQ(report.state, State::kClean);
         const std::string known = Printed("blkid -p -o export");
         EXPECT_EQ(report.serial, Part(known, "UUID=([0-9A-F-]{9})"));
-        EXPECT_EQ(report.label, std::string(options) == "-c 32K"
-                                    ? ""
-                                    : Part(printed, "Volume label:\\s*(\\S+)"));
+        EXPECT_EQ(report.label,
+                  std::string(options) == "-c 32K" ? "" : Part(printed, "Volume label:\\s*(\\S+)"));
     }
 }
 

@@ -1,4 +1,5 @@
-// How an encrypted volume was unlocked, and its recovery passwords, through the library's functions.
+// How an encrypted volume was unlocked, and its recovery passwords, through the library's
+// functions.
 #include "Maker/VolumeMaker.h"
 #include "TestVolume.h"
 
@@ -27,8 +28,8 @@ protected:
     std::string Make(const maker::VolumeRecipe &recipe) const
     {
         std::vector<uint8_t> plain(size_t{1} << 20);
-        const uint8_t boot[] = {0xEB, 0x3C, 0x90, 'M', 'S', 'D', 'O', 'S', '5', '.', '0', 0, 2,
-                                1,    1,    0,    2,   16,  0,   0,   8,   0xF8, 6,  0};
+        const uint8_t boot[] = {0xEB, 0x3C, 0x90, 'M', 'S', 'D', 'O', 'S', '5', '.',  '0', 0,
+                                2,    1,    1,    0,   2,   16,  0,   0,   8,   0xF8, 6,   0};
         std::copy(std::begin(boot), std::end(boot), plain.begin());
         plain[510] = 0x55;
         plain[511] = 0xAA;
@@ -37,8 +38,8 @@ protected:
         maker::MemorySink sink;
         maker::VolumeMaker(recipe).Make(MemoryByteSource(plain), sink);
         const std::vector<uint8_t> &bytes = sink.Bytes();
-        return folder.WriteFile("image", {reinterpret_cast<const char *>(bytes.data()),
-                                          bytes.size()});
+        return folder.WriteFile("image",
+                                {reinterpret_cast<const char *>(bytes.data()), bytes.size()});
     }
 
     static IVolume *Open(const std::string &path, const char *kind, const char *secret)
