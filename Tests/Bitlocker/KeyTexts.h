@@ -26,9 +26,9 @@ enum class TextEncoding {
 };
 
 constexpr TextEncoding kAllEncodings[] = {
-    TextEncoding::kUtf8,          TextEncoding::kUtf8WithMark,
-    TextEncoding::kLittleEndian,  TextEncoding::kLittleEndianWithMark,
-    TextEncoding::kBigEndian,     TextEncoding::kBigEndianWithMark,
+    TextEncoding::kUtf8,         TextEncoding::kUtf8WithMark,
+    TextEncoding::kLittleEndian, TextEncoding::kLittleEndianWithMark,
+    TextEncoding::kBigEndian,    TextEncoding::kBigEndianWithMark,
 };
 
 std::string Encoded(const std::string &utf8, TextEncoding encoding);

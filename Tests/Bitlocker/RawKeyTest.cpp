@@ -82,8 +82,7 @@ TEST(MasterKeyTest, AMistypedKeyIsNotTakenForAPathAndNotRepeated)
         EXPECT_EQ(secret.Failure().status, Status::kMalformedSecret);
         return secret.Failure().detail;
     };
-    EXPECT_EQ(about(key.substr(1)),
-              "a master key has 64 hexadecimal digits, and this one has 63");
+    EXPECT_EQ(about(key.substr(1)), "a master key has 64 hexadecimal digits, and this one has 63");
     EXPECT_EQ(about(key.substr(2)), "a master key has 64 hexadecimal digits, and this one has 62");
     EXPECT_EQ(about("x" + key),
               "a master key has 64 hexadecimal digits, and this one has 64 and other characters");
@@ -127,8 +126,8 @@ TEST(SectorKeyTest, TheMethodMayStandInFront)
 {
     const std::vector<uint8_t> key = Counted(32);
     for (const char *name : {"aes-xts-128", "AES-128-XTS", "xts-128", "aes_xts_128", "aes128xts"}) {
-        const Given given =
-            SectorKeyOf(GivenSectorKey::FromText(std::string(name) + ":" + Hex(key)), Method::kNone);
+        const Given given = SectorKeyOf(
+            GivenSectorKey::FromText(std::string(name) + ":" + Hex(key)), Method::kNone);
         EXPECT_EQ(given.method, Method::kAes128Xts) << name;
         EXPECT_EQ(given.key, key) << name;
     }
@@ -156,14 +155,14 @@ TEST(SectorKeyTest, TheTweakKeyMayStandApart)
     joined.insert(joined.end(), tweak.begin(), tweak.end());
     const std::string text = Hex(front) + ":" + Hex(tweak);
     EXPECT_EQ(SectorKeyOf(GivenSectorKey::FromText(text), Method::kAes128Xts).key, joined);
-    const Given stated = SectorKeyOf(GivenSectorKey::FromText("aes-xts-128:" + text), Method::kNone);
+    const Given stated =
+        SectorKeyOf(GivenSectorKey::FromText("aes-xts-128:" + text), Method::kNone);
     EXPECT_EQ(stated.key, joined);
     std::vector<uint8_t> spread(64);
     std::copy(front.begin(), front.end(), spread.begin());
     std::copy(tweak.begin(), tweak.end(), spread.begin() + 32);
     EXPECT_EQ(SectorKeyOf(GivenSectorKey::FromText(text), Method::kAes128Elephant).key, spread);
-    const Result<KeyMaterial> cbc =
-        GivenSectorKey::FromText(text)->KeyFor(Method::kAes128Cbc);
+    const Result<KeyMaterial> cbc = GivenSectorKey::FromText(text)->KeyFor(Method::kAes128Cbc);
     ASSERT_FALSE(cbc);
     EXPECT_EQ(cbc.Failure().detail, "AES-128-CBC has no tweak key, and this key has one");
     EXPECT_FALSE(GivenSectorKey::FromText(text)->KeyFor(Method::kAes256Xts));
@@ -223,8 +222,7 @@ TEST(SectorKeyTest, TheLengthSaysWhichMethodsAreLeft)
     EXPECT_EQ(possible(Hex(Counted(16))), std::vector<Method>{Method::kAes128Cbc});
     EXPECT_EQ(possible(Hex(Counted(32))),
               (std::vector<Method>{Method::kAes256Cbc, Method::kAes128Xts}));
-    EXPECT_EQ(possible("aes-xts-128:" + Hex(Counted(32))),
-              std::vector<Method>{Method::kAes128Xts});
+    EXPECT_EQ(possible("aes-xts-128:" + Hex(Counted(32))), std::vector<Method>{Method::kAes128Xts});
     EXPECT_EQ(possible(Hex(Counted(64))),
               (std::vector<Method>{Method::kAes128Elephant, Method::kAes256Elephant,
                                    Method::kAes256Xts}));
@@ -234,12 +232,14 @@ TEST(SectorKeyTest, OtherLengthsAreMalformedAndNothingIsRepeated)
 {
     EXPECT_EQ(DetailOf(Secret::FromSectorKey(Hex(Counted(24)).c_str())),
               "a key of sectors has 32, 64 or 128 hexadecimal digits, and this one has 48");
-    EXPECT_EQ(DetailOf(Secret::FromSectorKey(("z" + Hex(Counted(16))).c_str())),
-              "a key of sectors has 32, 64 or 128 hexadecimal digits, and this one has 32 and other "
-              "characters");
-    EXPECT_EQ(GivenSectorKey::FromFile(Counted(65)).Failure().detail,
-              "a file with a key of sectors has 16, 32, 64 or 66 bytes or holds hexadecimal digits, "
-              "and this one has 65 bytes");
+    EXPECT_EQ(
+        DetailOf(Secret::FromSectorKey(("z" + Hex(Counted(16))).c_str())),
+        "a key of sectors has 32, 64 or 128 hexadecimal digits, and this one has 32 and other "
+        "characters");
+    EXPECT_EQ(
+        GivenSectorKey::FromFile(Counted(65)).Failure().detail,
+        "a file with a key of sectors has 16, 32, 64 or 66 bytes or holds hexadecimal digits, "
+        "and this one has 65 bytes");
 }
 
 }  // namespace

@@ -85,9 +85,9 @@ TEST(RecoveryKeyTextTest, APasswordThatIsWrappedIsFoundIfThereIsNoOther)
 TEST(RecoveryKeyTextTest, DigitsThatBelongToLongerNumbersAreNoPassword)
 {
     const std::string run = WithoutGroups(kRecovery);
-    for (const std::string &text : {"1" + run, run + "1", "a" + run, run + "a",
-                                    "1" + std::string(kRecovery), std::string(kRecovery) + "1",
-                                    std::string(kRecovery, 48), std::string(kRecovery, 54)}) {
+    for (const std::string &text :
+         {"1" + run, run + "1", "a" + run, run + "a", "1" + std::string(kRecovery),
+          std::string(kRecovery) + "1", std::string(kRecovery, 48), std::string(kRecovery, 54)}) {
         const Found found(text);
         EXPECT_EQ(found.keys.Size(), 0U) << text;
         EXPECT_EQ(found.text.found, 0U);

@@ -21,6 +21,12 @@ DecryptedVolume::DecryptedVolume(std::shared_ptr<const ByteSource> source, Volum
 {
 }
 
+bool DecryptedVolume::IsEncrypted(uint64_t offset) const
+{
+    return offset < Size() &&
+           _layout.ExtentAt(offset - offset % SectorSize()).kind == Extent::Kind::kEncrypted;
+}
+
 Error DecryptedVolume::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
     return ReadBySalvage(offset, buffer, count);

@@ -29,6 +29,8 @@ public:
     // A multiple of SectorSize(). A truncated image keeps the size that the volume had.
     uint64_t Size() const override { return _layout.Size(); }
     uint32_t SectorSize() const { return _layout.SectorSize(); }
+    // Whether the sector with the byte is stored encrypted. False beyond the end.
+    bool IsEncrypted(uint64_t offset) const;
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
     void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const override;
 

@@ -19,8 +19,8 @@ constexpr int HexValue(char sign)
     return sign >= 'A' && sign <= 'F' ? sign - 'A' + 10 : -1;
 }
 
-// Two digits for each byte; blanks, ends of lines, colons and dashes between digits are passed over.
-// None if there is another character or an odd number of digits.
+// Two digits for each byte; blanks, ends of lines, colons and dashes between digits are passed
+// over. None if there is another character or an odd number of digits.
 std::optional<KeyMaterial> BytesFromHex(std::string_view text);
 
 // How many digits the text has, whatever else is in it.

@@ -56,9 +56,9 @@ std::string Printable(std::string name)
 void KeyCollection::Add(ByteView file, const std::string &name)
 {
     ++_files;
-    const Result<StartupKeyFile> startupKey =
-        file.size <= StartupKeyFile::kLargest ? StartupKeyFile::Parse(file)
-                                              : Result<StartupKeyFile>(Error{});
+    const Result<StartupKeyFile> startupKey = file.size <= StartupKeyFile::kLargest
+                                                  ? StartupKeyFile::Parse(file)
+                                                  : Result<StartupKeyFile>(Error{});
     if (startupKey) {
         _keys.Add(ProtectorKind::kExternalKey, startupKey->key.View(), {startupKey->identifier});
         return;

@@ -48,8 +48,8 @@ void KeyList::AddIdentifiers(size_t index, const std::vector<Guid> &identifiers)
 
 size_t KeyList::CountOf(ProtectorKind kind) const
 {
-    return static_cast<size_t>(std::count_if(_labels.begin(), _labels.end(),
-                                             [&](const Label &label) { return label.kind == kind; }));
+    return static_cast<size_t>(std::count_if(
+        _labels.begin(), _labels.end(), [&](const Label &label) { return label.kind == kind; }));
 }
 
 bool KeyList::IsBefore(size_t one, size_t other) const

@@ -15,6 +15,7 @@ namespace {
 constexpr char kSignature[] = "-FVE-FS-";
 constexpr size_t kMetadataHeaderSize = 48;
 constexpr size_t kCopiesAt = 32;
+constexpr size_t kMethodAt = 36;  // in the metadata header
 constexpr size_t kValidationHeaderSize = 8;
 
 Error Damage(const std::string &detail)
@@ -124,6 +125,17 @@ uint16_t MetadataBlock::VersionOf(ByteView area)
         return 0;
     const uint16_t version = U16At(area, 10);
     return version == 1 || version == 2 ? version : 0;
+}
+
+std::optional<MetadataBlock> MetadataBlock::HeaderOf(ByteView area, uint64_t offset)
+{
+    if (VersionOf(area) == 0)
+        return std::nullopt;
+    MetadataBlock block;
+    block.offset = offset;
+    ParseBlockHeader(area, block);
+    block.method = U16At(area, kHeaderSize + kMethodAt);
+    return block;
 }
 
 std::vector<uint64_t> MetadataBlock::NamedCopies(ByteView area)

@@ -52,6 +52,9 @@ struct MetadataBlock {
     // that comes sooner. Errors: kDamagedMetadata with the rule that is broken.
     static Result<MetadataBlock> Parse(ByteView area, uint64_t offset);
 
+    // What the header of a block says, if it has the signature at least, whether or not it is
+    // damaged: the places of the volume's parts and the method, but no keys.
+    static std::optional<MetadataBlock> HeaderOf(ByteView area, uint64_t offset);
     // The offsets that a block names, if it has the signature at least, whether or not it is
     // damaged otherwise; else none.
     static std::vector<uint64_t> NamedCopies(ByteView area);

@@ -196,7 +196,7 @@ private:
     size_t _line = 0;
     // From this key on those have no identifier in their line.
     size_t _firstOpen = _keys.Size();
-    std::vector<Guid> _waiting;  // of lines without a password
+    std::vector<Guid> _waiting;                       // of lines without a password
     const std::vector<Guid> *_identifiers = nullptr;  // of the line
 };
 

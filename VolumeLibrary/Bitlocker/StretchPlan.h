@@ -1,4 +1,5 @@
-// Which keys are stretched for which salts, and in which order, to find the one that opens a volume.
+// Which keys are stretched for which salts, and in which order, to find the one that opens a
+// volume.
 //
 // First each key for the protectors that it names; then those that name none, for every protector
 // of their kind; last those that name others, in case a name is wrong. Of these no more than

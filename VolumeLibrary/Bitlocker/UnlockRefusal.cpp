@@ -77,8 +77,8 @@ public:
         if (!_tried.empty() && IsClearKey())
             return {Status::kWrongSecret, names};
         if (!_tried.empty())
-            return {Status::kWrongSecret, Tried() + AlsoOpens(kAlsoOpensWith) + Unusable() +
-                                              LeftOut() + Problems()};
+            return {Status::kWrongSecret,
+                    Tried() + AlsoOpens(kAlsoOpensWith) + Unusable() + LeftOut() + Problems()};
         const auto isSupported = [](const Protector &one) { return IsSupported(one.kind); };
         if (!_present.empty() && std::none_of(_present.begin(), _present.end(), isSupported))
             return {Status::kUnsupportedProtector, names};
@@ -133,11 +133,10 @@ private:
         const Protector *meant = Named(label);
         const std::string given = KeyFileName(label.identifiers.front());
         if (meant == nullptr)
-            return "the key file is " + given + ", but this volume needs " +
-                   KeyFileNames(_tried) + "; ";
+            return "the key file is " + given + ", but this volume needs " + KeyFileNames(_tried) +
+                   "; ";
         if (meant->kind != ProtectorKind::kExternalKey)
-            return "the key file is the one for " + ProtectorKindName(meant->kind) +
-                   " together; ";
+            return "the key file is the one for " + ProtectorKindName(meant->kind) + " together; ";
         return "the key file is the one of this volume, " + given +
                ", but the key in it is another one; ";
     }
@@ -153,8 +152,9 @@ private:
         if (Named(label) == nullptr)
             return "the " + what + " in " + FileName() + " is for Key ID " + keyId +
                    ", which this volume does not have; ";
-        return "the " + what + " in " + FileName() + " is said to be the one of this volume, Key ID " +
-               Named(label)->identifier.KeyId() + ", but is another one; ";
+        return "the " + what + " in " + FileName() +
+               " is said to be the one of this volume, Key ID " + Named(label)->identifier.KeyId() +
+               ", but is another one; ";
     }
 
     const Protector *Named(const KeyList::Label &label) const
@@ -178,9 +178,9 @@ private:
     {
         const Protectors unusable =
             Filtered(_present, [](const Protector &one) { return !IsSupported(one.kind); });
-        return unusable.empty()
-                   ? ""
-                   : "; the volume also has " + ProtectorList(unusable) + ", which cannot be used here";
+        return unusable.empty() ? ""
+                                : "; the volume also has " + ProtectorList(unusable) +
+                                      ", which cannot be used here";
     }
 
     std::string LeftOut() const
@@ -194,9 +194,9 @@ private:
 
     std::string InFile() const
     {
-        return IsFileOfKeys() ? std::string(FileName()) + " has " + ContentsText(_secret.Keys()) +
-                                    "; "
-                              : "";
+        return IsFileOfKeys()
+                   ? std::string(FileName()) + " has " + ContentsText(_secret.Keys()) + "; "
+                   : "";
     }
 
     std::string Problems() const

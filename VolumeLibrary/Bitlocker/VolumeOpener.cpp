@@ -2,6 +2,8 @@
 
 #include "CoreDumps.h"
 #include "FirstSector.h"
+#include "KeyProof.h"
+#include "MetadataRemains.h"
 
 #include <algorithm>
 
@@ -12,6 +14,10 @@ namespace {
 constexpr uint16_t kStateEncrypted = 4;
 constexpr uint16_t kStateDecrypted = 1;
 constexpr uint64_t kMirrorClusterAt = 56;
+
+constexpr char kUnprovenKey[] =
+    "nothing that could be read shows that the key of the sectors is the one of this volume; if it "
+    "is another one, everything that was decrypted with it is wrong";
 
 bool IsInState(const MetadataBlock &copy, uint16_t state)
 {
@@ -79,7 +85,7 @@ Result<UnlockedVolume> VolumeOpener::Open(const Secret &secret)
 {
     ForbidCoreDumps();
     if (Error error = ReadMetadata())
-        return error;
+        return secret.SectorKey() == nullptr ? error : OpenRemains(*secret.SectorKey(), error);
     LoadMap();
     if (Error error = Unlock(secret))
         return error;
@@ -103,6 +109,53 @@ Error VolumeOpener::ReadMetadata()
         return copies.Failure();
     _copies = std::move(*copies);
     return {};
+}
+
+// The key of the sectors needs nothing of the metadata but where the parts of the volume are. What
+// is left of it, or a guess, is believed only if it gives a file system.
+Result<UnlockedVolume> VolumeOpener::OpenRemains(const GivenSectorKey &key, const Error &failure)
+{
+    if (failure.status != Status::kDamagedMetadata && failure.status != Status::kSystemError)
+        return failure;
+    _copies.usable = MetadataRemains(*_source, _boot);
+    if (_copies.usable.empty())
+        return failure;
+    LoadMap();
+    for (const MetadataBlock &block : _copies.usable) {
+        std::vector<Method> methods = key.PossibleMethods();
+        const auto isStored = [&](Method method) {
+            return method == static_cast<Method>(block.method);
+        };
+        std::stable_partition(methods.begin(), methods.end(), isStored);
+        for (const Method method : methods) {
+            Result<UnlockedVolume> opened = BuildProven(block, method, key);
+            if (opened && opened->facts.isKeyProven)
+                return opened;
+        }
+    }
+    return Error{failure.status,
+                 failure.detail + (failure.detail.empty() ? "" : "; ") +
+                     "with what is left of it the key gives no file system",
+                 failure.systemError};
+}
+
+Result<UnlockedVolume> VolumeOpener::BuildProven(const MetadataBlock &block, Method method,
+                                                 const GivenSectorKey &key)
+{
+    Result<KeyMaterial> sectorKey = key.KeyFor(method);
+    if (!sectorKey)
+        return sectorKey.Failure();
+    _key = UnlockedKey();
+    _key.by = UnlockedBy::kSectorKey;
+    _key.copy = &block;
+    _key.method = method;
+    _key.sectorKey = std::move(*sectorKey);
+    _key.warnings = {
+        "no copy of the encryption metadata can be used: where the parts of the volume "
+        "are was guessed, and some of what is read may be wrong"};
+    if (Error error = CheckReadable())
+        return error;
+    return Build();
 }
 
 void VolumeOpener::LoadMap()
@@ -241,6 +294,9 @@ VolumeFacts VolumeOpener::Facts(const DecryptedVolume &volume, bool looksLikeFil
     facts.looksLikeFileSystem = looksLikeFileSystem;
     facts.warnings = _copies.warnings;
     facts.warnings.insert(facts.warnings.end(), _key.warnings.begin(), _key.warnings.end());
+    facts.isKeyProven = _key.by != UnlockedBy::kSectorKey || IsKeyProven(volume);
+    if (!facts.isKeyProven)
+        facts.warnings.emplace_back(kUnprovenKey);
     return facts;
 }
 

@@ -37,6 +37,8 @@ struct VolumeFacts {
     bool truncated = false;   // the image is shorter than the volume
     // False: the first sector is not one of a known file system. The secret was right nevertheless.
     bool looksLikeFileSystem = false;
+    // False: it was opened with a key of its sectors, and nothing shows that this is the right one.
+    bool isKeyProven = true;
     std::vector<std::string> warnings;  // damage that did not prevent opening
 };
 
@@ -73,6 +75,9 @@ private:
     using VolumePointer = std::shared_ptr<const DecryptedVolume>;
 
     Error ReadMetadata();
+    Result<UnlockedVolume> OpenRemains(const GivenSectorKey &key, const Error &failure);
+    Result<UnlockedVolume> BuildProven(const MetadataBlock &block, Method method,
+                                       const GivenSectorKey &key);
     void LoadMap();
     Error Unlock(const Secret &secret);
     bool NeedsNoKey() const;
