@@ -53,9 +53,8 @@ Result<UnlockedVolume> OpenLost(const std::shared_ptr<const ByteSource> &disk,
     const auto sector = RebuildBootSector(*part, lost.block, nullptr, {});
     if (!sector)
         return sector.Failure();
-    return OpenQuickly(
-        std::make_shared<ReplacedFront>(part, Bytes(sector->begin(), sector->end())),
-        *Secret::FromPassword(kPassword));
+    return OpenQuickly(std::make_shared<ReplacedFront>(part, Bytes(sector->begin(), sector->end())),
+                       *Secret::FromPassword(kPassword));
 }
 
 // The first sector of a Vista volume is not in its metadata.
@@ -83,8 +82,7 @@ const Make kMakes[] = {
     {"LargeSectors", Layout::kWindows7, Method::kAes256Xts, 4096, true, HeaderEntry::kLong},
     {"LargeSectorsOfWindows7", Layout::kWindows7, Method::kAes128Xts, 4096, false,
      HeaderEntry::kShort},
-    {"LargeSectorsByTrial", Layout::kWindows7, Method::kAes128Xts, 4096, false,
-     HeaderEntry::kNone},
+    {"LargeSectorsByTrial", Layout::kWindows7, Method::kAes128Xts, 4096, false, HeaderEntry::kNone},
     {"ToGo", Layout::kToGo, Method::kAes128Cbc, 512, true, HeaderEntry::kLong},
     {"Vista", Layout::kVista, Method::kAes256Cbc, 512, true, HeaderEntry::kLong},
 };
@@ -161,8 +159,7 @@ INSTANTIATE_TEST_SUITE_P(LostVolume, LostVolumeMakes, testing::ValuesIn(kMakes),
 TEST(LostVolume, AFirstSectorThatIsThereIsNoticed)
 {
     const DiskWithVolume disk(RecipeWithPassword());
-    const auto found =
-        FindVolumesWithCopyAt(*disk.Source(), kBegin + disk.volume.plan.copies[1]);
+    const auto found = FindVolumesWithCopyAt(*disk.Source(), kBegin + disk.volume.plan.copies[1]);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_TRUE(found[0].hasBootSector);
 }
@@ -172,8 +169,7 @@ TEST(LostVolume, AFirstSectorThatLeadsElsewhereIsNotThatOfTheVolume)
     DiskWithVolume disk(RecipeWithPassword());
     for (const size_t pointer : {176, 184, 192})
         maker::PutU64(disk.bytes, kBegin + pointer, 7 * 512);
-    const auto found =
-        FindVolumesWithCopyAt(*disk.Source(), kBegin + disk.volume.plan.copies[1]);
+    const auto found = FindVolumesWithCopyAt(*disk.Source(), kBegin + disk.volume.plan.copies[1]);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_FALSE(found[0].hasBootSector);
 }
@@ -215,8 +211,7 @@ TEST(LostVolume, ADamagedCopyLeadsToTheSoundOnes)
     DiskWithVolume disk(RecipeWithPassword());
     disk.EraseFirstSector();
     disk.bytes[kBegin + disk.volume.plan.copies[2] + 130] ^= 0xff;
-    const auto found =
-        FindVolumesWithCopyAt(*disk.Source(), kBegin + disk.volume.plan.copies[2]);
+    const auto found = FindVolumesWithCopyAt(*disk.Source(), kBegin + disk.volume.plan.copies[2]);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0].begin, kBegin);
     EXPECT_EQ(found[0].soundCopies, 2u);
@@ -386,8 +381,7 @@ TEST(LostConversion, TheSearchForARecordIsCancelled)
     const auto block = MetadataBlock::Parse(
         ByteView(disk.volume.image).From(disk.volume.plan.copies[0]), disk.volume.plan.copies[0]);
     ASSERT_TRUE(block);
-    const auto sector =
-        RebuildBootSector(MemoryByteSource(disk.volume.image), *block, &flag, {});
+    const auto sector = RebuildBootSector(MemoryByteSource(disk.volume.image), *block, &flag, {});
     ASSERT_FALSE(sector);
     EXPECT_EQ(sector.Failure().status, Status::kCancelled);
 }

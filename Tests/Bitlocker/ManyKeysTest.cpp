@@ -111,8 +111,8 @@ TEST_F(ManyKeysTest, ManyKeysOfOtherVolumesAreLeftOut)
         text += MadeUpKeyId(i) + " " + MadeUpRecovery(i) + "\n";
     const Secret few = Ring(text);
     EXPECT_EQ(StretchPlan(copies, few.Keys()).Steps().size(), 32U);
-    const Secret many = Ring(text + MadeUpKeyId(32) + " " + MadeUpRecovery(32) + "\n" +
-                             MadeUpRecovery(100) + "\n");
+    const Secret many =
+        Ring(text + MadeUpKeyId(32) + " " + MadeUpRecovery(32) + "\n" + MadeUpRecovery(100) + "\n");
     const StretchPlan plan(copies, many.Keys());
     EXPECT_EQ(StepsOf(plan), (Steps{{33, kKeyGuid}}));
     EXPECT_EQ(plan.LeftOut(), 33U);
@@ -137,8 +137,8 @@ TEST_F(ManyKeysTest, AVolumeThatClaimsHundredsOfProtectorsDoesNotMultiplyTheWork
 
 TEST_F(ManyKeysTest, ARecoveryFileOpensInEveryLanguageAndEncoding)
 {
-    const TestVolume volume(RecipeWith({Recovery(kOtherRecovery, kOtherKeyGuid),
-                                        Recovery(kRecovery, kKeyGuid)}));
+    const TestVolume volume(
+        RecipeWith({Recovery(kOtherRecovery, kOtherKeyGuid), Recovery(kRecovery, kKeyGuid)}));
     for (const std::string &saved : SavedKeys(kKeyId, kRecovery))
         for (const TextEncoding encoding : kAllEncodings)
             EXPECT_TRUE(HoldsPlain(volume.Open(RecoveryFile(Encoded(saved, encoding))), volume));
@@ -147,8 +147,8 @@ TEST_F(ManyKeysTest, ARecoveryFileOpensInEveryLanguageAndEncoding)
 TEST_F(ManyKeysTest, ARecoveryFileWithAWrongIdentifierOpensNevertheless)
 {
     const TestVolume volume(RecipeWith({Recovery(kRecovery, kKeyGuid)}));
-    EXPECT_TRUE(HoldsPlain(volume.Open(RecoveryFile(std::string(kOtherKeyId) + "\n" + kRecovery)),
-                           volume));
+    EXPECT_TRUE(
+        HoldsPlain(volume.Open(RecoveryFile(std::string(kOtherKeyId) + "\n" + kRecovery)), volume));
 }
 
 TEST_F(ManyKeysTest, ARingOpensWithARecoveryPasswordOrAStartupKeyAndSaysWhich)
@@ -186,16 +186,18 @@ TEST_F(ManyKeysTest, ARecoveryFileOfAnotherVolumeIsSaidToBeSo)
     ProtectorRecipe password = ProtectorRecipe::Password(kPassword);
     password.identifier = Guid{{0x04, 0x03, 0x02, 0x01}};
     const TestVolume volume(RecipeWith({Recovery(kRecovery, kKeyGuid), password}));
-    EXPECT_EQ(FailureOf(volume.Open(RecoveryFile(std::string(kOtherKeyId) + "\n" + kOtherRecovery)),
-                        Status::kWrongSecret),
-              "the recovery password in the file is for Key ID 5E6F7A8B, which this volume does not "
-              "have; it was tried on recovery password (Key ID 1A2B3C4D); the volume also opens with "
-              "password (Key ID 01020304)");
-    EXPECT_EQ(FailureOf(volume.Open(RecoveryFile(std::string(kKeyId) + "\n" + kOtherRecovery)),
-                        Status::kWrongSecret),
-              "the recovery password in the file is said to be the one of this volume, Key ID "
-              "1A2B3C4D, but is another one; it was tried on recovery password (Key ID 1A2B3C4D); the "
-              "volume also opens with password (Key ID 01020304)");
+    EXPECT_EQ(
+        FailureOf(volume.Open(RecoveryFile(std::string(kOtherKeyId) + "\n" + kOtherRecovery)),
+                  Status::kWrongSecret),
+        "the recovery password in the file is for Key ID 5E6F7A8B, which this volume does not "
+        "have; it was tried on recovery password (Key ID 1A2B3C4D); the volume also opens with "
+        "password (Key ID 01020304)");
+    EXPECT_EQ(
+        FailureOf(volume.Open(RecoveryFile(std::string(kKeyId) + "\n" + kOtherRecovery)),
+                  Status::kWrongSecret),
+        "the recovery password in the file is said to be the one of this volume, Key ID "
+        "1A2B3C4D, but is another one; it was tried on recovery password (Key ID 1A2B3C4D); the "
+        "volume also opens with password (Key ID 01020304)");
     EXPECT_EQ(FailureOf(volume.Open(RecoveryFile(kOtherRecovery)), Status::kWrongSecret),
               "the recovery password in the file is another one; it was tried on recovery password "
               "(Key ID 1A2B3C4D); the volume also opens with password (Key ID 01020304)");
@@ -208,13 +210,14 @@ TEST_F(ManyKeysTest, ARingInWhichNothingFitsIsCountedAndTheKeyIdsThatAreWantedAr
     std::string text;
     for (unsigned i = 0; i < 40; ++i)
         text += MadeUpKeyId(i) + " " + MadeUpRecovery(i) + "\n";
-    EXPECT_EQ(FailureOf(volume.Open(Ring(text + kOtherRecovery + "\n" +
-                                         "000011-000022-000034-720885-111111-222222-333333-444444")),
-                        Status::kWrongSecret),
-              "none of the 41 recovery passwords in the key ring opens recovery password (Key ID "
-              "1A2B3C4D); the volume also opens with startup key (Key ID 5E6F7A8B); 40 of them are "
-              "for other Key IDs and were not tried: give one with the kind \"recovery\" to try it; 1 "
-              "recovery password is mistyped: in ring.txt, line 42: group 3 is mistyped");
+    EXPECT_EQ(
+        FailureOf(volume.Open(Ring(text + kOtherRecovery + "\n" +
+                                   "000011-000022-000034-720885-111111-222222-333333-444444")),
+                  Status::kWrongSecret),
+        "none of the 41 recovery passwords in the key ring opens recovery password (Key ID "
+        "1A2B3C4D); the volume also opens with startup key (Key ID 5E6F7A8B); 40 of them are "
+        "for other Key IDs and were not tried: give one with the kind \"recovery\" to try it; 1 "
+        "recovery password is mistyped: in ring.txt, line 42: group 3 is mistyped");
 }
 
 TEST_F(ManyKeysTest, ARingWithoutTheKindsThatAVolumeHasIsCountedToo)
@@ -234,10 +237,11 @@ TEST_F(ManyKeysTest, APasswordThatFailsSaysWhereItWasTriedAndWhatElseOpens)
     ProtectorRecipe tpm = ProtectorRecipe::OfKind(ProtectorKind::kTpm);
     tpm.identifier = Guid{{0x04, 0x03, 0x02, 0x01}};
     const TestVolume volume(RecipeWith({password, Recovery(kRecovery, kOtherKeyGuid), tpm}));
-    EXPECT_EQ(FailureOf(volume.OpenWithPassword("wrong"), Status::kWrongSecret),
-              "the password was tried on password (Key ID 1A2B3C4D); the volume also opens with "
-              "recovery password (Key ID 5E6F7A8B); the volume also has TPM (Key ID 01020304), which "
-              "cannot be used here");
+    EXPECT_EQ(
+        FailureOf(volume.OpenWithPassword("wrong"), Status::kWrongSecret),
+        "the password was tried on password (Key ID 1A2B3C4D); the volume also opens with "
+        "recovery password (Key ID 5E6F7A8B); the volume also has TPM (Key ID 01020304), which "
+        "cannot be used here");
 }
 
 // --- How long it takes

@@ -1,8 +1,8 @@
 // QCOW2 images: sound, damaged and hostile.
+#include "QcowImage.h"
 #include "FailingSource.h"
 #include "OpenAt.h"
 #include "OpenSource.h"
-#include "QcowImage.h"
 #include "QcowWriter.h"
 #include "TestImage.h"
 
@@ -188,8 +188,8 @@ TEST_F(QcowImages, AnEntryThatLeadsOutOfTheFileLosesItsClusterOnly)
 TEST_F(QcowImages, AnEntryThatLeadsToATableOfTheImageLosesItsClusterOnly)
 {
     const QcowWriter sound = Writer();
-    for (const uint64_t place : {sound.RefcountTableAt(), sound.RefcountBlockAt(), sound.L1At(),
-                                 sound.L2At()}) {
+    for (const uint64_t place :
+         {sound.RefcountTableAt(), sound.RefcountBlockAt(), sound.L1At(), sound.L2At()}) {
         QcowWriter writer = Writer();
         writer.SetEntry(0, QcowWriter::kOnlyOnce | place);
         ExpectOneLost(writer.Image(), 0, kDamagedTable);
@@ -237,10 +237,8 @@ TEST_F(QcowImages, AnL1EntryThatMakesNoSenseIsNotFollowed)
 {
     const QcowWriter sound = Writer();
     const std::pair<uint64_t, const char *> entries[] = {
-        {sound.L1At(), kDamagedTable},
-        {sound.RefcountTableAt(), kDamagedTable},
-        {sound.L2At() + 512, kDamagedTable},
-        {sound.L2At() | 1, kDamagedTable},
+        {sound.L1At(), kDamagedTable},       {sound.RefcountTableAt(), kDamagedTable},
+        {sound.L2At() + 512, kDamagedTable}, {sound.L2At() | 1, kDamagedTable},
         {uint64_t{1} << 50, kBeyondEnd},
     };
     for (const auto &[entry, detail] : entries) {
@@ -418,15 +416,16 @@ TEST_F(QcowImages, ADiskThatIsLargerThanItsTablesFailsBeyondThem)
 TEST_F(QcowImages, WhatIsNotReadIsRefusedByName)
 {
     constexpr Status kRefused = Status::kUnsupportedContainer;
-    const std::string convert =
-        ": convert it to a raw image first, with qemu-img convert -O raw";
+    const std::string convert = ": convert it to a raw image first, with qemu-img convert -O raw";
     const std::string decrypt =
         "it is an encrypted QCOW2 image: decrypt it first, with qemu-img convert --object "
         "secret,id=key,file=PASSWORDFILE --image-opts "
         "driver=qcow2,encrypt.key-secret=key,file.filename=IMAGE -O raw NEWIMAGE";
     const std::string image = Writer().Image();
-    ExpectRefused(WithHeader(image, 4, 1, 4), kRefused, "it is a QCOW image of version 1" + convert);
-    ExpectRefused(WithHeader(image, 4, 4, 4), kRefused, "it is a QCOW image of version 4" + convert);
+    ExpectRefused(WithHeader(image, 4, 1, 4), kRefused,
+                  "it is a QCOW image of version 1" + convert);
+    ExpectRefused(WithHeader(image, 4, 4, 4), kRefused,
+                  "it is a QCOW image of version 4" + convert);
     ExpectRefused(WithHeader(image, 32, 1, 4), kRefused, decrypt);
     ExpectRefused(WithHeader(image, 32, 2, 4), kRefused, decrypt);
     QcowRecipe recipe;
@@ -566,8 +565,9 @@ TEST_F(QcowChains, WhatCannotBeReadInABackingFileIsLostThere)
     folder.WriteFile("base", writer.Image());
     folder.WriteFile("x.qcow2", Above("base"));
     const Container container = Open("x.qcow2");
-    EXPECT_EQ(Read(container, kCluster, 10),
-              Failure(kCluster, "in the backing file, read at 4096: " + std::string(kDamagedTable)));
+    EXPECT_EQ(
+        Read(container, kCluster, 10),
+        Failure(kCluster, "in the backing file, read at 4096: " + std::string(kDamagedTable)));
     EXPECT_TRUE(Read(container, 2 * kCluster, kCluster) == packed);
 }
 

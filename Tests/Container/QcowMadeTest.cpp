@@ -104,8 +104,8 @@ TEST_P(PackedQcow, ReadsAsItsDisk)
     const std::string disk = MixedDisk(10 * kMiB + 1024);
     folder.WriteFile("raw", disk);
     ASSERT_TRUE(InFolder("qemu-img convert -f raw -O qcow2 " +
-                         std::string(GetParam().isPacked ? "-c -o " : "-o ") +
-                         GetParam().options + " raw x.qcow2"));
+                         std::string(GetParam().isPacked ? "-c -o " : "-o ") + GetParam().options +
+                         " raw x.qcow2"));
     ExpectDisk("x.qcow2", disk);
 }
 

@@ -1,9 +1,9 @@
 // VDI images: sound, damaged and hostile.
+#include "VdiImage.h"
 #include "FailingSource.h"
 #include "OpenAt.h"
 #include "OpenSource.h"
 #include "TestImage.h"
-#include "VdiImage.h"
 #include "VdiWriter.h"
 
 namespace vx {
@@ -97,8 +97,7 @@ TEST_F(VdiImages, AnEntryThatLeadsOutOfTheImageLosesItsBlockOnly)
     VdiWriter writer = Writer();
     writer.SetEntry(1, 3);
     Container container = Opened(writer.Image());
-    EXPECT_EQ(Read(container, kBlock, 10),
-              Failure(kBlock, "the VDI image ends before this place"));
+    EXPECT_EQ(Read(container, kBlock, 10), Failure(kBlock, "the VDI image ends before this place"));
     ASSERT_EQ(container.notes.size(), 1u);
     writer.SetEntry(1, 4);
     container = Opened(writer.Image());

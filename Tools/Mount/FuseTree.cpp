@@ -338,8 +338,8 @@ void FuseTree::Open(fuse_req_t request, fuse_ino_t number, fuse_file_info *file)
         (void)opened.release();
 }
 
-// Brings a small file to the kernel before it asks for it. That waits for pages that are being read,
-// by requests that wait for a thread, so some threads must be left for them.
+// Brings a small file to the kernel before it asks for it. That waits for pages that are being
+// read, by requests that wait for a thread, so some threads must be left for them.
 void FuseTree::Store(fuse_ino_t number, MountedFile *file)
 {
     const int64_t size = file->Size();

@@ -1,8 +1,10 @@
 // The command line of volume-mount.
 //
-//     volume-mount disk.img --unlock recovery - /mnt/disk  ->  volume "disk.img", folder "/mnt/disk",
+//     volume-mount disk.img --unlock recovery - /mnt/disk  ->  volume "disk.img", folder
+//     "/mnt/disk",
 //                                                              secret asked for
-//     volume-mount disk.img                                ->  error "a folder to mount on is missing"
+//     volume-mount disk.img                                ->  error "a folder to mount on is
+//     missing"
 //
 // Errors: one line without a line end, ready to follow "volume-mount: ".
 #pragma once

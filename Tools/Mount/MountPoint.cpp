@@ -51,8 +51,9 @@ std::string WhyNoDevice(int error)
     const std::string device = kDevice;
     if (error == EACCES || error == EPERM)
         return device + " may not be used by this user; ask for access to it";
-    return device + " is missing; load the kernel's part of FUSE with \"modprobe fuse\", or let the "
-                    "container have the device";
+    return device +
+           " is missing; load the kernel's part of FUSE with \"modprobe fuse\", or let the "
+           "container have the device";
 }
 
 std::string WhyNotUsable(int error)

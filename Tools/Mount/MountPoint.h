@@ -12,8 +12,8 @@ namespace vx {
 // program fusermount3.
 bool CanMount(std::string *error);
 
-// folder: receives its absolute path without links. It must be empty, and not in a plain folder that
-// is to be mounted on it.
+// folder: receives its absolute path without links. It must be empty, and not in a plain folder
+// that is to be mounted on it.
 bool IsUsableMountPoint(const std::string &volume, std::string *folder, std::string *error);
 
 }  // namespace vx

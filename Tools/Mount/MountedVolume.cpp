@@ -47,7 +47,9 @@ std::string TargetText(std::u16string_view target)
     for (size_t at = 0; at < target.size() && target[at] != 0;) {
         const char32_t point = CharacterAt(target, at);
         at += UnitCount(point);
-        AppendUtf8(point == U'/' ? U'\\' : IsSurrogate(point) ? kReplacementCharacter : point,
+        AppendUtf8(point == U'/'        ? U'\\'
+                   : IsSurrogate(point) ? kReplacementCharacter
+                                        : point,
                    &text);
     }
     if (text.empty() || text == "." || text == "..")

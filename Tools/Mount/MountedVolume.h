@@ -42,8 +42,8 @@ public:
     void Forget(Number number, uint64_t count) { _nodes.Forget(number, count); }
     Number FolderOf(Number number) const { return _nodes.FolderOf(number); }
 
-    // hasOtherSize: its folder gave another one; Describe gives the right one from now on. isFirst: it
-    // has not been open since the kernel holds it.
+    // hasOtherSize: its folder gave another one; Describe gives the right one from now on. isFirst:
+    // it has not been open since the kernel holds it.
     int OpenFile(Number number, std::unique_ptr<MountedFile> *file, bool *hasOtherSize,
                  bool *isFirst);
     // Where a link leads, as the disk has it but for "/", which becomes "\".

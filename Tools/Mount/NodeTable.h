@@ -4,8 +4,8 @@
 // J.-P. Aumasson, D. J. Bernstein, "SipHash: a fast short-input PRF", 2012), so that it is the same
 // after the kernel has forgotten it. If two have the same hash, the one that comes later takes
 // the next free number, for as long as both are held.
-// Threads: any. Memory: one node for each entry that the kernel holds, and for the folders above it;
-// forgotten with it.
+// Threads: any. Memory: one node for each entry that the kernel holds, and for the folders above
+// it; forgotten with it.
 #pragma once
 
 #include "Mutex.h"

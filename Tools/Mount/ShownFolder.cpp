@@ -158,11 +158,9 @@ std::u16string ShownFolder::VolumeNameOf(size_t place) const
 
 std::optional<size_t> ShownFolder::Find(std::string_view name) const
 {
-    const auto found =
-        std::lower_bound(_byName.begin(), _byName.end(), name,
-                         [this](uint32_t place, std::string_view wanted) {
-                             return NameOf(place) < wanted;
-                         });
+    const auto found = std::lower_bound(
+        _byName.begin(), _byName.end(), name,
+        [this](uint32_t place, std::string_view wanted) { return NameOf(place) < wanted; });
     if (found == _byName.end() || NameOf(*found) != name)
         return std::nullopt;
     return *found;

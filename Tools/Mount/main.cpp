@@ -100,8 +100,7 @@ int Serve(const vx::LoadedLibrary &library, IVolume *opened, const MountOptions 
 int Run(MountOptions *options)
 {
     std::string error;
-    if (!vx::CanMount(&error) ||
-        !vx::IsUsableMountPoint(options->volume, &options->folder, &error))
+    if (!vx::CanMount(&error) || !vx::IsUsableMountPoint(options->volume, &options->folder, &error))
         return Fail(vx::kExitUsage, error);
     vx::Background background;
     if (options->background && !background.Begin())

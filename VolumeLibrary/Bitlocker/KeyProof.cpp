@@ -49,7 +49,8 @@ bool IsKeyProven(const DecryptedVolume &volume)
     const Sector first = SectorAt(volume, 0);
     if (volume.IsEncrypted(0) && IsFirstSector(first, volume.SectorSize()))
         return true;
-    const uint64_t lastOffset = volume.Size() - std::min<uint64_t>(volume.Size(), volume.SectorSize());
+    const uint64_t lastOffset =
+        volume.Size() - std::min<uint64_t>(volume.Size(), volume.SectorSize());
     if (volume.IsEncrypted(lastOffset) && HasName(SectorAt(volume, lastOffset), kNtfsName))
         return true;
     const uint64_t table = TableOffset(first, volume.SectorSize());

@@ -20,8 +20,8 @@ std::vector<uint8_t> ReadArea(const ByteSource &disk, uint64_t offset)
 {
     if (offset >= disk.Size())
         return {};
-    std::vector<uint8_t> area(static_cast<size_t>(
-        std::min<uint64_t>(MetadataBlock::kAreaSize, disk.Size() - offset)));
+    std::vector<uint8_t> area(
+        static_cast<size_t>(std::min<uint64_t>(MetadataBlock::kAreaSize, disk.Size() - offset)));
     ByteRanges unread;
     (void)disk.Salvage(offset, area.data(), area.size(), &unread);
     return area;

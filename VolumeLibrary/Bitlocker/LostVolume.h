@@ -4,7 +4,8 @@
 // A copy of the metadata names the places of all three copies in the volume, so it says where the
 // volume begins, but for which of the three it is itself: that shows in what lies at the places of
 // the others. Where nothing is left of those, up to three beginnings are possible.
-// Threads: one. Units: bytes. Nothing that is read is trusted; how many copies are checked is limited.
+// Threads: one. Units: bytes. Nothing that is read is trusted; how many copies are checked is
+// limited.
 #pragma once
 
 #include "ByteSource.h"

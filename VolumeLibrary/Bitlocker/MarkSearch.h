@@ -1,6 +1,6 @@
 // Looks for sectors with a signature: the first sectors of encrypted volumes, copies of their
-// metadata, records of a conversion. All of them begin on a multiple of 512 bytes, whatever the size
-// of the sectors is.
+// metadata, records of a conversion. All of them begin on a multiple of 512 bytes, whatever the
+// size of the sectors is.
 //
 // What cannot be read is passed over and counted. Ownership: borrows the source and the flag.
 // Threads: one. Units: bytes.

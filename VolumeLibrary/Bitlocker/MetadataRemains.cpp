@@ -12,8 +12,8 @@ constexpr uint64_t kRelocatedBytes = 8192;  // of an NTFS volume
 std::array<uint64_t, 3> CopiesOf(const BootSector &boot)
 {
     std::array<uint64_t, 3> copies{};
-    std::copy_n(boot.metadataOffsets.begin(),
-                std::min(copies.size(), boot.metadataOffsets.size()), copies.begin());
+    std::copy_n(boot.metadataOffsets.begin(), std::min(copies.size(), boot.metadataOffsets.size()),
+                copies.begin());
     return copies;
 }
 
@@ -24,8 +24,8 @@ bool IsPossible(const MetadataBlock &block, uint64_t size)
     if (block.version == 1)
         return true;
     const uint64_t relocated = block.relocatedSectors * kLargestSector;
-    return block.encryptedSize > 0 && block.relocatedSectors > 0 &&
-           block.relocationOffset < size && relocated <= size - block.relocationOffset;
+    return block.encryptedSize > 0 && block.relocatedSectors > 0 && block.relocationOffset < size &&
+           relocated <= size - block.relocationOffset;
 }
 
 std::optional<MetadataBlock> HeaderAt(const ByteSource &source, const BootSector &boot,
@@ -54,9 +54,8 @@ MetadataBlock UsualArrangement(const ByteSource &source, const BootSector &boot)
     block.copies = CopiesOf(boot);
     block.offset = block.copies.front();
     block.encryptedSize = source.Size();
-    block.relocationOffset = block.offset < source.Size()
-                                 ? block.offset + MetadataBlock::kAreaSize
-                                 : source.Size();
+    block.relocationOffset =
+        block.offset < source.Size() ? block.offset + MetadataBlock::kAreaSize : source.Size();
     const uint32_t sectorSize = boot.sectorSize != 0 ? boot.sectorSize : BootSector::kSize;
     block.relocatedSectors = static_cast<uint32_t>(kRelocatedBytes / sectorSize);
     return block;

@@ -31,10 +31,8 @@ size_t CoveredBytes(ByteView header)
 Error VolumeSearch::Run()
 {
     MarkSearch search(_disk, _cancel, _progress);
-    Error error =
-        search.Visit({0, UINT64_MAX}, BeginsVolumeOrMetadata, [this](uint64_t at, ByteView sector) {
-            return Visit(at, sector);
-        });
+    Error error = search.Visit({0, UINT64_MAX}, BeginsVolumeOrMetadata,
+                               [this](uint64_t at, ByteView sector) { return Visit(at, sector); });
     _unreadBytes = search.UnreadBytes();
     return error;
 }
@@ -73,8 +71,8 @@ void VolumeSearch::TakeBlock(uint64_t offset, ByteView header)
 
 void VolumeSearch::CheckBlock(uint64_t offset, const Places &places)
 {
-    std::vector<uint8_t> area(static_cast<size_t>(
-        std::min<uint64_t>(MetadataBlock::kAreaSize, _disk.Size() - offset)));
+    std::vector<uint8_t> area(
+        static_cast<size_t>(std::min<uint64_t>(MetadataBlock::kAreaSize, _disk.Size() - offset)));
     ByteRanges unread;
     (void)_disk.Salvage(offset, area.data(), area.size(), &unread);
     const Result<MetadataBlock> block = MetadataBlock::Parse(area, places[0]);
@@ -150,10 +148,9 @@ std::vector<SearchedVolume> VolumeSearch::Volumes() const
     std::vector<SearchedVolume> volumes;
     for (const auto &[kin, blocks] : _blocks)
         AddVolumesOf(kin, blocks, &volumes);
-    std::stable_sort(volumes.begin(), volumes.end(),
-                     [](const SearchedVolume &a, const SearchedVolume &b) {
-                         return a.offset < b.offset;
-                     });
+    std::stable_sort(
+        volumes.begin(), volumes.end(),
+        [](const SearchedVolume &a, const SearchedVolume &b) { return a.offset < b.offset; });
     return volumes;
 }
 

@@ -105,7 +105,8 @@ Error QcowDisk::Unpack(const QcowExtent &extent, uint8_t *place) const
     if (!unpacked)
         return unpacked.Failure();
     const bool isWhole = *unpacked == room;
-    return isWhole ? Error() : Error{Status::kSystemError, "a compressed cluster is too short", EIO};
+    return isWhole ? Error()
+                   : Error{Status::kSystemError, "a compressed cluster is too short", EIO};
 }
 
 }  // namespace vx

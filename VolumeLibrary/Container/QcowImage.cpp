@@ -17,8 +17,8 @@ using Source = std::shared_ptr<const ByteSource>;
 std::optional<ContainerKind> KindNamed(const std::string &format)
 {
     constexpr std::pair<const char *, ContainerKind> kFormats[] = {
-        {"raw", ContainerKind::kRaw},   {"qcow2", ContainerKind::kQcow},
-        {"vdi", ContainerKind::kVdi},   {"vmdk", ContainerKind::kVmdk},
+        {"raw", ContainerKind::kRaw}, {"qcow2", ContainerKind::kQcow},
+        {"vdi", ContainerKind::kVdi}, {"vmdk", ContainerKind::kVmdk},
         {"vpc", ContainerKind::kVhd},
     };
     for (const auto &[name, kind] : kFormats) {
@@ -38,7 +38,8 @@ std::string Description(const QcowHeader &header)
     return text;
 }
 
-Result<Source> OpenClusters(const QcowHeader &header, const Source &file, const FileOpener &openData)
+Result<Source> OpenClusters(const QcowHeader &header, const Source &file,
+                            const FileOpener &openData)
 {
     if (!header.hasDataFile)
         return file;

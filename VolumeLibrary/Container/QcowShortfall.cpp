@@ -24,7 +24,8 @@ bool QcowShortfallSearch::MayBeShort() const
     if (lastPlace < size && !_tables.OwnPlaces().Holds(lastPlace))
         return true;
     const uint64_t highest = HighestCluster();
-    return highest != kNone && highest >= (size + _header.ClusterBytes() - 1) / _header.ClusterBytes();
+    return highest != kNone &&
+           highest >= (size + _header.ClusterBytes() - 1) / _header.ClusterBytes();
 }
 
 QcowShortfall QcowShortfallSearch::Count() const

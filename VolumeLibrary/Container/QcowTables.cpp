@@ -192,8 +192,8 @@ Result<QcowExtent> QcowTables::DescribeParts(const Entry &entry, uint64_t skip) 
     while (end < kPartsOfCluster && stateOf(end) == state)
         ++end;
     const uint64_t length = end * partBytes - skip;
-    const bool isNowhere = entry.descriptor == 0 ||
-                           (entry.descriptor == kOnlyOnceBit && !_header.hasDataFile);
+    const bool isNowhere =
+        entry.descriptor == 0 || (entry.descriptor == kOnlyOnceBit && !_header.hasDataFile);
     switch (state) {
     case 0:
         return QcowExtent{Kind::kBelow, length};

@@ -34,9 +34,9 @@ Error CheckVersion(ByteView head)
     constexpr size_t kMajorAt = kMarkAt + 6;
     if (U16At(head, kMajorAt) == 1)
         return {};
-    return {Status::kUnsupportedContainer,
-            "it is a VDI image of version " + std::to_string(U16At(head, kMajorAt)) +
-                ": clone it first, with VBoxManage clonemedium"};
+    return {Status::kUnsupportedContainer, "it is a VDI image of version " +
+                                               std::to_string(U16At(head, kMajorAt)) +
+                                               ": clone it first, with VBoxManage clonemedium"};
 }
 
 Error IsDifferencing(ByteView head)

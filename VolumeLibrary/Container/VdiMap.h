@@ -5,9 +5,9 @@
 // through a cache.
 //
 // Ownership: shares the file. Threads: any number at a time. Memory: 256 KiB, the list of blocks
-// named twice (256 KiB), and while it is opened a bit for each block. Units: bytes. Errors: those of
-// the file's reads; kSystemError with EIO for an entry that is damaged or lies beyond the end of the
-// map or the file.
+// named twice (256 KiB), and while it is opened a bit for each block. Units: bytes. Errors: those
+// of the file's reads; kSystemError with EIO for an entry that is damaged or lies beyond the end of
+// the map or the file.
 #pragma once
 
 #include "ByteSource.h"

@@ -38,6 +38,14 @@ Result<Secret> SecretOf(const UnlockRequest &unlocking)
         return Secret::FromRecoveryPassword(unlocking.secret);
     case UnlockKind::kStartupKey:
         return Secret::FromStartupKeyFile(unlocking.secret);
+    case UnlockKind::kRecoveryFile:
+        return Secret::FromRecoveryFile(unlocking.secret);
+    case UnlockKind::kKeyRing:
+        return Secret::FromKeyRing(unlocking.secret, unlocking.cancel);
+    case UnlockKind::kMasterKey:
+        return Secret::FromMasterKey(unlocking.secret);
+    case UnlockKind::kSectorKey:
+        return Secret::FromSectorKey(unlocking.secret);
     case UnlockKind::kNone:
         break;
     }
@@ -69,6 +77,7 @@ public:
           _record(options.recordsReads ? std::make_shared<ReadRecord>() : nullptr),
           _disk(Recorded(_careful)),
           _opensContents(options.opensContents),
+          _progress(options.progress),
           _firstPart(container.firstPart),
           _keepsRecoveryPasswords(options.keepsRecoveryPasswords),
           _notes(container.notes)
@@ -87,7 +96,7 @@ public:
             return Error{Status::kCancelled, ""};
         auto fileSystem = OpenFileSystem(*plain);
         if (!fileSystem)
-            return fileSystem.Failure();
+            return WithDoubt(fileSystem.Failure());
         auto volume = std::make_unique<FileSystemVolume>(std::move(*fileSystem));
         volume->SetDisk(_careful);
         volume->SetRecord(_record);
@@ -215,7 +224,8 @@ private:
         const Result<Secret> secret = SecretOf(_unlocking);
         if (!secret)
             return secret.Failure();
-        bitlocker::VolumeOpener opener(volume, _unlocking.cancel);
+        bitlocker::VolumeOpener opener(volume, _unlocking.cancel, bitlocker::KeyStretcher(),
+                                       _progress);
         if (_keepsRecoveryPasswords)
             opener.KeepRecoveryPasswords();
         auto opened = opener.Open(*secret);
@@ -224,6 +234,7 @@ private:
         _unlocked = std::make_shared<UnlockedWith>(*opened);
         const std::vector<std::string> &warnings = opened->facts.warnings;
         _notes.insert(_notes.end(), warnings.begin(), warnings.end());
+        _isKeyProven = opened->facts.isKeyProven;
         return Source(std::make_shared<ParallelSource>(opened->volume));
     }
 
@@ -286,6 +297,19 @@ private:
         return NothingThatOpens(*volume);
     }
 
+    // What looks like damage may be a wrong key of the sectors, which nothing authenticates.
+    Error WithDoubt(Error error) const
+    {
+        const bool isAboutContents = error.status == Status::kDamagedFileSystem ||
+                                     error.status == Status::kUnsupportedFileSystem ||
+                                     error.status == Status::kUnsupportedContainer;
+        if (_isKeyProven || !isAboutContents)
+            return error;
+        return {Status::kWrongSecret,
+                "what the key of the sectors gives is no file system that can be read: it is not "
+                "the key of this volume, or the file system is damaged"};
+    }
+
     // What looks like damage may be a failed read. A read beyond the end of a complete volume,
     // though, is a result of damage.
     static Error WithReadFailure(Error error, const NotingSource &volume, bool isCut)
@@ -325,11 +349,13 @@ private:
     const std::shared_ptr<ReadRecord> _record;  // null if nothing is recorded
     const Source _disk;
     const bool _opensContents;  // and not the file system in them
+    const ProgressReceiver _progress;
     const std::string _firstPart;
     const bool _keepsRecoveryPasswords;
     std::shared_ptr<const VolumeUnlocking> _unlocked;  // null if it is not encrypted
     std::vector<std::string> _notes;
     bool _wasEncrypted = false;
+    bool _isKeyProven = true;
 };
 
 }  // namespace

@@ -2,16 +2,31 @@
 
 namespace vx {
 
+namespace {
+
+struct NamedKind {
+    std::string_view name;
+    UnlockKind kind;
+};
+
+constexpr NamedKind kKinds[] = {
+    {"none", UnlockKind::kNone},
+    {"password", UnlockKind::kPassword},
+    {"recovery", UnlockKind::kRecovery},
+    {"startup-key", UnlockKind::kStartupKey},
+    {"recovery-file", UnlockKind::kRecoveryFile},
+    {"key-ring", UnlockKind::kKeyRing},
+    {"vmk", UnlockKind::kMasterKey},
+    {"fvek", UnlockKind::kSectorKey},
+};
+
+}  // namespace
+
 std::optional<UnlockKind> ParseUnlockKind(std::string_view text)
 {
-    if (text == "none")
-        return UnlockKind::kNone;
-    if (text == "password")
-        return UnlockKind::kPassword;
-    if (text == "recovery")
-        return UnlockKind::kRecovery;
-    if (text == "startup-key")
-        return UnlockKind::kStartupKey;
+    for (const NamedKind &named : kKinds)
+        if (named.name == text)
+            return named.kind;
     return std::nullopt;
 }
 

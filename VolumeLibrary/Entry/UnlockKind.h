@@ -7,10 +7,14 @@
 namespace vx {
 
 enum class UnlockKind {
-    kNone,        // "none"
-    kPassword,    // "password"
-    kRecovery,    // "recovery": the recovery password of 48 digits
-    kStartupKey,  // "startup-key": the path of the key file
+    kNone,          // "none"
+    kPassword,      // "password"
+    kRecovery,      // "recovery": the recovery password of 48 digits
+    kStartupKey,    // "startup-key": the path of the key file
+    kRecoveryFile,  // "recovery-file": the path of a text with recovery passwords
+    kKeyRing,       // "key-ring": the path of a folder or file of many keys
+    kMasterKey,     // "vmk": hexadecimal digits or the path of a file
+    kSectorKey,     // "fvek": as before
 };
 
 // Nothing for any other text.

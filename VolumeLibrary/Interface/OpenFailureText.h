@@ -8,6 +8,8 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -40,7 +42,9 @@ inline std::string OpenFailureWords(int32_t status, const std::string &detail)
     std::string text = VolumeLibraryStatusText(status);
     if (detail.empty())
         return text;
-    const bool isAboutKeyFile = detail.rfind(kStartupKeyFileDetail, 0) == 0;
+    const bool isAboutKeyFile =
+        std::any_of(std::begin(kKeyFileDetails), std::end(kKeyFileDetails),
+                    [&](const char *beginning) { return detail.rfind(beginning, 0) == 0; });
     return isAboutKeyFile ? detail + ": " + text : text + ": " + detail;
 }
 

@@ -25,16 +25,17 @@
 // which volumes a disk has. After a success it answers with what was noticed, a line each: that
 // the image ends early, that a part is missing, that a copy of the metadata is damaged. English,
 // UTF-8, without a full stop, empty if there is nothing to add; it never contains a secret. An
-// older library has no such function. Details that begin with kStartupKeyFileDetail and then name
-// the file mean that the status concerns this file and not the volume; show them before the
-// status.
+// older library has no such function. Details that begin with one of kKeyFileDetails mean that the
+// status concerns this file and not the volume; show them before the status.
 #pragma once
 
 #include <cstdint>
 
 using VolumeLibraryLastErrorFunction = const char *(*)();
 
-constexpr char kStartupKeyFileDetail[] = "the startup key file ";
+// But for the last one they continue with its path.
+constexpr const char *kKeyFileDetails[] = {"the startup key file ", "the recovery file at ",
+                                           "the key ring at ", "the file with the key"};
 
 enum class VolumeLibraryStatus : int32_t {
     kSuccess = 0,
@@ -79,7 +80,8 @@ inline constexpr VolumeLibraryStatusMeaning kVolumeLibraryStatusMeanings[] = {
     {VolumeLibraryStatus::kArgumentMissing,
      "the volume library was called without an argument that it needs"},
     {VolumeLibraryStatus::kUnlockKindNotSupported,
-     "this kind of unlock is not known; there are none, password, recovery and startup-key"},
+     "this kind of unlock is not known; there are none, password, recovery, startup-key, "
+     "recovery-file, key-ring, vmk and fvek"},
     {VolumeLibraryStatus::kNotFound, "there is nothing at this path"},
     {VolumeLibraryStatus::kNotAFolder, "the path leads to nothing that can be opened as a volume"},
     {VolumeLibraryStatus::kPermissionDenied, "no permission to read it"},
@@ -89,10 +91,8 @@ inline constexpr VolumeLibraryStatusMeaning kVolumeLibraryStatusMeanings[] = {
     {VolumeLibraryStatus::kCancelled, "opening the volume was cancelled"},
     {VolumeLibraryStatus::kNotEncrypted, "the volume is not encrypted"},
     {VolumeLibraryStatus::kMetadataDamaged, "the encryption metadata is damaged"},
-    {VolumeLibraryStatus::kWrongSecret,
-     "the password, recovery key or startup key does not open this volume"},
-    {VolumeLibraryStatus::kSecretMalformed,
-     "the password, recovery key or startup key is not written correctly"},
+    {VolumeLibraryStatus::kWrongSecret, "the secret does not open this volume"},
+    {VolumeLibraryStatus::kSecretMalformed, "the secret is not written correctly"},
     {VolumeLibraryStatus::kProtectorNotSupported,
      "the volume can only be unlocked in a way that is not supported here"},
     {VolumeLibraryStatus::kNoProtectorOfThisKind,

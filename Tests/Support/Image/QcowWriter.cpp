@@ -35,8 +35,7 @@ std::string Deflated(const std::string &bytes)
 std::string Zstd(const std::string &bytes)
 {
     std::string packed(ZSTD_compressBound(bytes.size()), '\0');
-    packed.resize(
-        ZSTD_compress(packed.data(), packed.size(), bytes.data(), bytes.size(), 3));
+    packed.resize(ZSTD_compress(packed.data(), packed.size(), bytes.data(), bytes.size(), 3));
     return packed;
 }
 
@@ -103,13 +102,12 @@ std::string QcowWriter::Header() const
                               (_recipe.isZstd ? 8 : 0) | (_recipe.hasSubclusters ? 16 : 0);
     std::string header = "QFI\xFB" + Number(_recipe.version, 4) +
                          Number(name.empty() ? 0 : length + extensions.size(), 8) +
-                         Number(name.size(), 4) + Number(_recipe.clusterBits, 4) +
-                         Number(disk, 8) + Number(_recipe.cryptMethod, 4) + Number(L2Tables(), 4) +
+                         Number(name.size(), 4) + Number(_recipe.clusterBits, 4) + Number(disk, 8) +
+                         Number(_recipe.cryptMethod, 4) + Number(L2Tables(), 4) +
                          Number(L1At(), 8) + Number(RefcountTableAt(), 8) + Number(1, 4) +
                          Number(0, 4) + Number(0, 8);
-    header += Number(features, 8) + Number(0, 8) + Number(0, 8) +
-              Number(_recipe.refcountOrder, 4) + Number(_recipe.headerLength, 4) +
-              Number(_recipe.isZstd ? 1 : 0, 1);
+    header += Number(features, 8) + Number(0, 8) + Number(0, 8) + Number(_recipe.refcountOrder, 4) +
+              Number(_recipe.headerLength, 4) + Number(_recipe.isZstd ? 1 : 0, 1);
     header.resize(length);
     return header + extensions + name;
 }

@@ -23,8 +23,8 @@ std::string VdiWriter::Image() const
 {
     std::string image = "<<< a disk image >>>\n";
     image.resize(64);
-    image += "\x7F\x10\xDA\xBE" + Number(_recipe.version, 4) + Number(400, 4) +
-             Number(_recipe.type, 4);
+    image +=
+        "\x7F\x10\xDA\xBE" + Number(_recipe.version, 4) + Number(400, 4) + Number(_recipe.type, 4);
     image.resize(0x154);
     image += Number(_recipe.mapAt, 4) + Number(_recipe.blocksAt, 4);
     image.resize(0x168);
