@@ -87,9 +87,11 @@ SampleImages::~SampleImages()
         (void)std::system(("rm -rf " + ShellQuoted(_temporary)).c_str());
 }
 
-void SampleImages::ReadSecrets(const std::string &name, const std::string &row)
+void SampleImages::ReadSecrets(const std::string &name, const std::string &method,
+                               const std::string &row)
 {
     SampleImage &image = _images[name];
+    image.method = method;
     image.passwords = AllMatches(row, "password `([^`]+)`");
     image.recoveryPasswords = AllMatches(row, "recovery `([^`]+)`");
     const std::vector<std::string> files = AllMatches(row, "`([-0-9A-F]+\\.BEK)`");
@@ -99,7 +101,7 @@ void SampleImages::ReadSecrets(const std::string &name, const std::string &row)
 // Rows of two kinds: name, method, secrets, ...; and name, length, hash, hash of the plaintext.
 void SampleImages::ReadTables()
 {
-    const std::regex secrets("\\| `([-\\w]+?)(?:\\.img)?` \\| [^|]*AES[^|]* \\|(.*)");
+    const std::regex secrets("\\| `([-\\w]+?)(?:\\.img)?` \\| ([^|]*AES[^|]*) \\|(.*)");
     const std::regex hashes(
         "\\| `([-\\w]+?)(?:\\.img)?` \\| \\d+ \\| `\\w{64}` \\| (?:`(\\w{64})`|unknown) \\|");
     std::ifstream file(PathBeside("README.md"));
@@ -108,7 +110,7 @@ void SampleImages::ReadTables()
         if (std::regex_match(line, match, hashes))
             _images[match[1]].plainHash = match[2];
         else if (std::regex_match(line, match, secrets))
-            ReadSecrets(match[1], match[2]);
+            ReadSecrets(match[1], match[2], match[3]);
     }
 }
 

@@ -20,6 +20,7 @@
 namespace vx::bitlocker {
 
 struct SampleImage {
+    std::string method;     // as the table has it: "AES-128-CBC, To Go, FAT16"
     std::string plainHash;  // in hexadecimal digits; empty if it is not known
     std::vector<std::string> passwords;
     std::vector<std::string> recoveryPasswords;
@@ -56,7 +57,7 @@ public:
 private:
     SampleImages();
     void ReadTables();
-    void ReadSecrets(const std::string &name, const std::string &row);
+    void ReadSecrets(const std::string &name, const std::string &method, const std::string &row);
     static std::string PackedName(const std::string &name);
 
     const std::string _samples;

@@ -4,7 +4,6 @@
 #include "OpeningWays.h"
 #include "ReportText.h"
 #include "TextTable.h"
-#include "VolumeReport.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -95,7 +94,7 @@ std::string EncryptionState(const DiskVolumeReport &volume)
 {
     const DiskEncryptionReport &encryption = *volume.encryption;
     const std::string state = Shown(encryption.state);
-    if (encryption.encryptedBytes == kUnknownBytes)
+    if (encryption.encryptedBytes == kUnknownEncryptedBytes)
         return state;
     const uint64_t encrypted = std::min(encryption.encryptedBytes, volume.bytes);
     if (encrypted == volume.bytes)

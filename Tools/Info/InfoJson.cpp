@@ -102,7 +102,7 @@ void WriteEncryption(const DiskEncryptionReport &encryption, Document *document)
     document->Text("layout", encryption.layout);
     document->Text("method", encryption.method);
     document->Text("state", encryption.state);
-    document->NumberOrNull("encryptedBytes", encryption.encryptedBytes, kUnknownBytes);
+    document->NumberOrNull("encryptedBytes", encryption.encryptedBytes, kUnknownEncryptedBytes);
     document->NumberOrNull("sectorBytes", encryption.sectorBytes);
     document->Truth("clearKey", encryption.hasClearKey);
     document->Text("identifier", encryption.identifier);
