@@ -115,6 +115,10 @@ const DiskReport kEvilDisk = {
 
 const DiskReport kEmptyDisk = {"raw", "a raw image", 0, 0, "", nullptr, 0, nullptr, 0};
 
+const DiskVolumeReport kUnknownVolume = {0,  0,  kMiB, "other", "nothing that is recognised",
+                                         "", "", "",   "",      nullptr};
+const DiskReport kUnknownDisk = {"raw", "a raw image", kMiB, 0, "", &kUnknownVolume, 1, nullptr, 0};
+
 struct NamedDisk {
     const char *name;
     const DiskReport *report;
@@ -125,6 +129,7 @@ const NamedDisk kDisks[] = {{"system disk", &kSystemDisk},
                             {"tpm", &kTpmDisk},
                             {"evil", &kEvilDisk},
                             {"empty", &kEmptyDisk},
+                            {"unknown disk", &kUnknownDisk},
                             {"@1048576", &kTpmDisk}};
 
 bool EndsWith(const std::string &text, const std::string &end)

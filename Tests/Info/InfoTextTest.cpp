@@ -125,6 +125,19 @@ TEST_F(InfoText, AnEmptyDiskIsShownToo)
     EXPECT_EQ(result.output, "empty\n  Kind           a raw image\n  Size           0 bytes\n");
 }
 
+TEST_F(InfoText, WhereNothingOpensASearchIsSuggested)
+{
+    EXPECT_EQ(Run({"unknown disk"}).output,
+              "unknown disk\n"
+              "  Kind           a raw image\n"
+              "  Size           1.0 MiB (1,048,576 bytes)\n"
+              "  Contents       nothing that is recognised\n"
+              "\n"
+              "  If there was an encrypted volume: volume-info --search 'unknown disk'\n");
+    for (const char *disk : {"system disk", "stick", "tpm", "empty"})
+        EXPECT_THAT(Run({disk}).output, Not(HasSubstr("--search")));
+}
+
 TEST_F(InfoText, WhatCannotBeOpenedIsNamedWithItsStatus)
 {
     const Result result = Run({"no disk"});

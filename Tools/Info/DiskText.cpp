@@ -2,6 +2,7 @@
 
 #include "EncryptionText.h"
 #include "ReportText.h"
+#include "ShellWord.h"
 #include "TerminalText.h"
 #include "TextTable.h"
 #include "VolumeAddress.h"
@@ -61,6 +62,18 @@ std::string WholeText(const DiskReport &report)
     return FactLine("Contents", ContentsText(volume)) + FactLine("Label", Quoted(volume.label));
 }
 
+// Where nothing opens, a volume may be there whose beginning, or whose table, is lost.
+std::string SearchHint(const std::string &path, const DiskReport &report)
+{
+    const auto end = report.volumes + report.volumeCount;
+    const bool opens = std::any_of(report.volumes, end, [](const DiskVolumeReport &volume) {
+        return volume.number != 0 || volume.encryption != nullptr;
+    });
+    if (opens || report.volumeCount == 0)
+        return "";
+    return "\n  If there was an encrypted volume: volume-info --search " + ShellWord(path) + "\n";
+}
+
 std::string HeaderText(const std::string &volume, const DiskReport &report)
 {
     return TerminalText(volume) + "\n" + FactLine("Kind", Shown(report.containerText)) +
@@ -80,7 +93,7 @@ std::string DiskText(const std::string &volume, const DiskReport &report)
         if (part.encryption != nullptr)
             text += "\n" + EncryptionText(part, VolumeAddress(volume, report, part));
     }
-    return text;
+    return text + SearchHint(volume, report);
 }
 
 }  // namespace vx
