@@ -188,6 +188,18 @@ TEST_F(Raw, WhatIsReadAndWhatIsNoOrdinaryFileIsRefusedBeforeTheSecretIsAskedFor)
     EXPECT_TRUE(_folder.ReadFile("image") == before);
 }
 
+TEST_F(Raw, AnImageIsNotReplacedWhicheverVolumeOfItIsChosen)
+{
+    _folder.WriteFile("image", NoiseVolume(kMiB));
+    const std::string before = _folder.ReadFile("image");
+    for (const char *choice : {"#1", "@0", "@0x200"}) {
+        const Result result = Run({"--raw", _image, _image + choice});
+        EXPECT_EQ(result.status, 2) << choice;
+        EXPECT_TRUE(Holds(result.errors, "this export reads it")) << choice;
+    }
+    EXPECT_TRUE(_folder.ReadFile("image") == before);
+}
+
 TEST_F(Raw, AKeyThatIsReadIsNotReplaced)
 {
     _folder.WriteFile("volume/a", "a");
@@ -198,6 +210,8 @@ TEST_F(Raw, AKeyThatIsReadIsNotReplaced)
     EXPECT_EQ(Write({"--unlock", "startup-key", key}).status, 2);
     const std::string file = _folder.WriteFile("file", key + "\n");
     EXPECT_EQ(Write({"--unlock", "startup-key", "@" + file}).status, 2);
+    EXPECT_EQ(Write({"--unlock", "key-ring", _to}).status, 2);
+    EXPECT_EQ(Write({"--unlock", "key-ring", _folder.Path()}).status, 2);
     EXPECT_TRUE(Written() == bytes);
 }
 

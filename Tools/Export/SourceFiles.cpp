@@ -16,6 +16,8 @@ namespace {
 // A descriptor is a text that begins so; the names of the parts stand in quotation marks.
 constexpr char kDescriptorStart = '#';
 constexpr size_t kLongestDescriptor = 65536;
+// Of a folder of keys the files in its folders are read, too.
+constexpr int kDepthOfKeys = 2;
 
 struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
@@ -64,8 +66,10 @@ bool IsPartOf(const NameParts &image, const NameParts &other)
 
 std::string SourceFiles::ImageOf(const std::string &volume)
 {
-    const size_t mark = volume.rfind('#');
-    return IsFile(volume) || mark == std::string::npos ? volume : volume.substr(0, mark);
+    const size_t mark = volume.find_last_of("#@");
+    struct stat found;
+    const bool isThere = lstat(volume.c_str(), &found) == 0;
+    return isThere || mark == std::string::npos ? volume : volume.substr(0, mark);
 }
 
 bool SourceFiles::MayReplace(const std::string &path, std::string *error) const
@@ -90,16 +94,19 @@ SourceFiles::SourceFiles(const std::string &volume, const std::vector<std::strin
         AddNamedBy(image);
     }
     for (const std::string &path : keys)
-        AddKeys(path);
+        AddKeys(path, kDepthOfKeys);
     AddOpenFiles();
 }
 
-void SourceFiles::AddKeys(const std::string &path)
+void SourceFiles::AddKeys(const std::string &path, int depth)
 {
     AddFile(path);
-    const Folder folder(opendir(path.c_str()));
-    while (const dirent *entry = folder == nullptr ? nullptr : readdir(folder.get()))
-        AddFile(path + "/" + entry->d_name);
+    const Folder folder(depth == 0 ? nullptr : opendir(path.c_str()));
+    while (const dirent *entry = folder == nullptr ? nullptr : readdir(folder.get())) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..")
+            AddKeys(path + "/" + name, depth - 1);
+    }
 }
 
 void SourceFiles::AddFile(const std::string &path)
