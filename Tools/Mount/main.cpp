@@ -9,7 +9,7 @@
 #include "MountedVolume.h"
 #include "ObservedVolume.h"
 #include "OpeningInterruption.h"
-#include "SecretPrompt.h"
+#include "SecretReader.h"
 #include "StandardDescriptors.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
@@ -41,26 +41,17 @@ int Print(const char *text)
     return vx::kExitSuccess;
 }
 
-bool AskForSecret(const MountOptions &options, vx::TypedSecret *secret, std::string *error)
-{
-    const std::string question = vx::SecretQuestion(options.unlocking.kind, options.volume);
-    const auto answer = vx::AskOnStandardInput(question, secret);
-    *error = vx::SecretPrompt::RefusalText(answer);
-    return answer == vx::SecretPrompt::Answer::kGiven;
-}
-
 // Opens the volume and overwrites the secret. Returns the exit status.
 int Open(const vx::LoadedLibrary &library, MountOptions *options, IVolume **volume,
          std::string *error)
 {
-    vx::TypedSecret asked;
-    if (options->unlocking.asksSecret && !AskForSecret(*options, &asked, error))
-        return vx::kExitUsage;
-    const char *secret =
-        options->unlocking.asksSecret ? asked.Text() : options->unlocking.secret.c_str();
-    const vx::VolumeOpening opening =
-        vx::OpenVolume(library, options->volume, options->unlocking.kind, secret);
+    vx::TypedSecret secret;
+    const bool isRead = vx::ReadSecret(options->unlocking, options->volume, &secret, error);
     vx::WipeText(&options->unlocking.secret);
+    if (!isRead)
+        return vx::kExitUsage;
+    const vx::VolumeOpening opening =
+        vx::OpenVolume(library, options->volume, options->unlocking.kind, secret.Text());
     if (vx::OpeningInterruption::Signal() != 0)
         vx::EndBySignal(vx::OpeningInterruption::Signal());
     for (const std::string &warning : opening.warnings)

@@ -1,0 +1,227 @@
+// How a mount begins and ends, and what the program says.
+#include "MountFixture.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "Eventually.h"
+#include "UniqueFd.h"
+
+namespace vx {
+namespace {
+
+class MountLife : public MountTest {
+protected:
+    void SetUp() override
+    {
+        MountTest::SetUp();
+        _folder.WriteFile("volume/a.txt", "contents");
+    }
+    const std::string &Volume() const { return _volume; }
+    // Of the mounted file.
+    static std::string Read(const std::string &folder)
+    {
+        return Shell("cat " + Quoted(folder + "/a.txt")).output;
+    }
+    void AwaitMount(const std::string &folder)
+    {
+        ASSERT_TRUE(Eventually([&] { return IsMounted(folder); }));
+    }
+
+private:
+    const std::string _volume = _folder.At("volume");
+};
+
+TEST_F(MountLife, ReturnsInTheBackgroundWhenTheVolumeIsThere)
+{
+    const std::string folder = Mount({Volume()});
+    EXPECT_EQ(Read(folder), "contents");
+    Unmount(folder);
+    EXPECT_FALSE(IsMounted(folder));
+}
+
+TEST_F(MountLife, EndsWithStatusZeroWhenItIsUnmounted)
+{
+    const std::string folder = MountPoint();
+    ToolRun run(VX_MOUNT, {Volume(), folder});
+    AwaitMount(folder);
+    EXPECT_EQ(Read(folder), "contents");
+    Unmount(folder);
+    EXPECT_EQ(run.Wait(), 0);
+    EXPECT_EQ(run.Errors(), "");
+}
+
+TEST_F(MountLife, UnmountsAtASignal)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const std::string folder = MountPoint();
+        ToolRun run(VX_MOUNT, {Volume(), folder});
+        AwaitMount(folder);
+        EXPECT_EQ(Read(folder), "contents");
+        run.Send(signal);
+        EXPECT_EQ(run.Wait(), 0);
+        EXPECT_FALSE(IsMounted(folder));
+    }
+}
+
+TEST_F(MountLife, UnmountsUnderUseAtASignal)
+{
+    const std::string folder = MountPoint();
+    ToolRun run(VX_MOUNT, {Volume(), folder});
+    AwaitMount(folder);
+    const UniqueFd used(open((folder + "/a.txt").c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(used);
+    run.Send(SIGINT);
+    EXPECT_EQ(run.Wait(), 0);
+    EXPECT_FALSE(IsMounted(folder));
+}
+
+TEST_F(MountLife, StaysUntilTheLastUserOfALazyUnmountHasGone)
+{
+    const std::string folder = MountPoint();
+    ToolRun run(VX_MOUNT, {Volume(), folder});
+    AwaitMount(folder);
+    UniqueFd used(open((folder + "/a.txt").c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(Shell("fusermount3 -u -z " + Quoted(folder)).status, 0);
+    char bytes[8] = {};
+    EXPECT_EQ(read(used.Get(), bytes, sizeof(bytes)), 8);
+    used.Close();
+    EXPECT_EQ(run.Wait(), 0);
+}
+
+TEST_F(MountLife, LeavesAMountThatFusermountRemovesIfItIsKilled)
+{
+    const std::string folder = MountPoint();
+    ToolRun run(VX_MOUNT, {Volume(), folder});
+    AwaitMount(folder);
+    run.Send(SIGKILL);
+    EXPECT_EQ(run.Wait(), -SIGKILL);
+    const Result again = Run({Volume(), folder});
+    EXPECT_EQ(again.status, 2);
+    EXPECT_NE(again.errors.find("remove it with \"fusermount3 -u\""), std::string::npos)
+        << again.errors;
+    Unmount(folder);
+    EXPECT_FALSE(IsMounted(folder));
+}
+
+TEST_F(MountLife, HasTwoMountsAtOnce)
+{
+    _folder.WriteFile("other/a.txt", "other");
+    const std::string one = Mount({Volume()});
+    const std::string other = Mount({_folder.At("other")});
+    EXPECT_EQ(Read(one), "contents");
+    EXPECT_EQ(Read(other), "other");
+    Unmount(one);
+    EXPECT_EQ(Read(other), "other");
+}
+
+TEST_F(MountLife, CannotBeWrittenTo)
+{
+    const std::string folder = Mount({Volume()});
+    EXPECT_NE(Shell("echo x > " + Quoted(folder + "/a.txt")).status, 0);
+    EXPECT_NE(Shell("touch " + Quoted(folder + "/new")).status, 0);
+    EXPECT_NE(Shell("rm " + Quoted(folder + "/a.txt")).status, 0);
+    EXPECT_EQ(Shell("stat -c %a:%u " + Quoted(folder + "/a.txt")).output,
+              "444:" + std::to_string(getuid()));
+    EXPECT_EQ(Shell("stat -c %a " + Quoted(folder)).output, "555");
+}
+
+TEST_F(MountLife, NamesItsVolumeAndNoSecretInTheTableOfMounts)
+{
+    _folder.WriteFile("comma, and\\back/a.txt", "x");
+    const std::string folder =
+        Mount({_folder.At("comma, and\\back"), "--unlock", "none", "s3cret"});
+    const std::string row = Shell("grep -F " + Quoted(folder) + " /proc/self/mounts").output;
+    EXPECT_EQ(row.rfind(_folder.At("comma,\\040and\\134back") + " ", 0), 0U) << row;
+    for (const char *option : {"fuse.volume-mount ", "ro,", "nosuid", "nodev", "noexec"})
+        EXPECT_NE(row.find(option), std::string::npos) << row;
+    EXPECT_EQ(row.find("s3cret"), std::string::npos);
+}
+
+TEST_F(MountLife, RefusesAFolderThatIsOfNoUse)
+{
+    const std::string file = _folder.WriteFile("file", "");
+    const struct {
+        std::string folder;
+        const char *reason;
+    } kCases[] = {{_folder.At("nothing"), "there is nothing at this path; make an empty folder"},
+                  {file, "Not a directory"},
+                  {Volume(), "it is not empty; name an empty folder"}};
+    for (const auto &refused : kCases) {
+        const Result result = Run({Volume(), refused.folder});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_NE(result.errors.find(refused.reason), std::string::npos) << result.errors;
+    }
+}
+
+TEST_F(MountLife, RefusesAFolderInTheFolderThatIsMounted)
+{
+    const std::string inside = _folder.MakeFolder("volume/empty");
+    const Result result = Run({Volume(), inside});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.errors.find("it lies in the volume"), std::string::npos) << result.errors;
+}
+
+TEST_F(MountLife, SaysInFrontWhyAVolumeDoesNotOpen)
+{
+    for (const Arguments &how : {Arguments{}, Arguments{"--background"}}) {
+        Arguments arguments = how;
+        arguments.insert(arguments.end(), {_folder.At("nothing"), MountPoint()});
+        const Result result = Run(arguments);
+        EXPECT_EQ(result.status, 3);
+        EXPECT_NE(result.errors.find("cannot open " + _folder.At("nothing")), std::string::npos)
+            << result.errors;
+        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1);
+    }
+}
+
+TEST_F(MountLife, AsksForTheSecretBeforeItGoesIntoTheBackground)
+{
+    const std::string folder = MountPoint();
+    ToolRun::Settings settings;
+    settings.onTerminal = true;
+    ToolRun run(ProgramWith(VX_STAND_IN),
+                {"--background", "locked", "--unlock", "password", "-", folder}, settings);
+    run.AwaitText("Secret (password) for locked: ");
+    run.Type("s3cret w\xc3\xb6rd\n");
+    EXPECT_EQ(run.Wait(), 0) << run.Output();
+    EXPECT_TRUE(IsMounted(folder));
+}
+
+TEST_F(MountLife, EndsByASignalWhileItAsks)
+{
+    ToolRun::Settings settings;
+    settings.onTerminal = true;
+    ToolRun run(ProgramWith(VX_STAND_IN),
+                {"--background", "locked", "--unlock", "password", "-", MountPoint()}, settings);
+    run.AwaitText("Secret (password) for locked: ");
+    run.Type("\x03");
+    EXPECT_EQ(run.Wait(), -SIGINT);
+}
+
+TEST_F(MountLife, SaysWhatIsMissingWithoutTheDevice)
+{
+    if (geteuid() != 0 || Shell("unshare -m true").status != 0)
+        GTEST_SKIP() << "only the administrator can hide /dev/fuse from a program";
+    const Result result =
+        Shell("unshare -m sh -c 'mount -t tmpfs none /dev && \"$0\" \"$1\" \"$2\"' " VX_MOUNT " " +
+              Quoted(Volume()) + " " + Quoted(MountPoint()));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.output.find("/dev/fuse is missing; load the kernel's part of FUSE with "
+                                 "\"modprobe fuse\""),
+              std::string::npos)
+        << result.output;
+}
+
+TEST_F(MountLife, SaysThatTheLibraryIsMissing)
+{
+    const Result result = RunWith(ProgramWith(""), {Volume(), MountPoint()});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.errors.find("the volume library is missing"), std::string::npos)
+        << result.errors;
+}
+
+}  // namespace
+}  // namespace vx
