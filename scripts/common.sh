@@ -8,13 +8,13 @@ log_file=$root_folder/build/setup.log
 build_packages=(
     clang cmake ninja-build
     libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
-    libssl-dev zlib1g-dev libzstd-dev dosfstools mtools
+    libssl-dev zlib1g-dev libzstd-dev libfuse3-dev fuse3 dosfstools mtools
     fonts-dejavu-core libfribidi0
 )
 test_packages=(
     libgtest-dev libgmock-dev
     xvfb xdotool x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
-    ntfs-3g exfatprogs exfat-fuse fusefat fuse3 fdisk qemu-utils ewf-tools attr xz-utils
+    ntfs-3g exfatprogs exfat-fuse fusefat fdisk qemu-utils ewf-tools attr xz-utils
     bzip2 zstd lz4 p7zip-full zip unzip
     rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin
 )
