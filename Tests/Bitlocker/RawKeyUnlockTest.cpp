@@ -206,8 +206,7 @@ TEST(SectorKeyProofTest, AFirstSectorThatIsNotEncryptedProvesNothing)
 TEST(SectorKeyLengthTest, AKeyOfAnotherLengthIsMalformedAndTheMethodIsNamed)
 {
     const TestVolume volume(RecipeWithPassword());
-    const Result<UnlockedVolume> opened =
-        volume.Open(SectorKey(SectorKeyText(Method::kAes256Xts)));
+    const Result<UnlockedVolume> opened = volume.Open(SectorKey(SectorKeyText(Method::kAes256Xts)));
     ASSERT_EQ(StatusOf(opened), Status::kMalformedSecret);
     EXPECT_EQ(opened.Failure().detail, "AES-128-XTS takes a key of 32 bytes, and this one has 64");
 }
@@ -219,12 +218,12 @@ TEST(SectorKeyLengthTest, AMethodThatContradictsTheMetadataIsBelievedAndReported
         maker::PutU16(volume.image, copy + 64 + 36, 0x8003);
         maker::RenewChecksum(volume.image, copy);
     }
-    const Result<UnlockedVolume> opened =
-        volume.Open(SectorKey("aes-xts-128:" + SectorKeyText()));
+    const Result<UnlockedVolume> opened = volume.Open(SectorKey("aes-xts-128:" + SectorKeyText()));
     ASSERT_TRUE(HoldsPlain(opened, volume));
     ASSERT_EQ(opened->facts.warnings.size(), 1U);
-    EXPECT_EQ(opened->facts.warnings[0], "the key is given as one of AES-128-XTS, but the volume is "
-                                         "encrypted with AES-256-CBC");
+    EXPECT_EQ(opened->facts.warnings[0],
+              "the key is given as one of AES-128-XTS, but the volume is "
+              "encrypted with AES-256-CBC");
 }
 
 // --- Without metadata
@@ -313,8 +312,9 @@ TEST(WithoutMetadataTest, AWrongKeyOrAnotherArrangementIsRefusedAndNotGuessed)
     WipeCopies(unusual);
     const Result<UnlockedVolume> opened = unusual.Open(SectorKey(SectorKeyText()));
     ASSERT_EQ(StatusOf(opened), Status::kDamagedMetadata);
-    EXPECT_EQ(opened.Failure().detail, "none of its copies can be used; with what is left of it the "
-                                       "key gives no file system");
+    EXPECT_EQ(opened.Failure().detail,
+              "none of its copies can be used; with what is left of it the "
+              "key gives no file system");
 }
 
 TEST(WithoutMetadataTest, HeadersThatLeadNowhereAreRefused)

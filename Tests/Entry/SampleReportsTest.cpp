@@ -181,8 +181,7 @@ Strings PrintedByCryptsetup(const std::string &image)
 {
     const TemporaryFolder folder;
     const std::string list = folder.At("list");
-    EXPECT_TRUE(
-        RunShell("TZ=UTC cryptsetup bitlkDump " + Quoted(image) + " > " + Quoted(list)));
+    EXPECT_TRUE(RunShell("TZ=UTC cryptsetup bitlkDump " + Quoted(image) + " > " + Quoted(list)));
     Strings facts;
     std::string mode;
     std::string protector;
@@ -236,7 +235,9 @@ TEST_P(SampleReports, SayWhatCryptsetupSays)
         facts.push_back("Copy " + std::to_string(encryption->copies[i].offset));
     for (const std::string &fact : facts)
         EXPECT_NE(std::find(printed.begin(), printed.end(), fact), printed.end()) << fact;
-    const auto isProtector = [](const std::string &fact) { return fact.rfind("Protector", 0) == 0; };
+    const auto isProtector = [](const std::string &fact) {
+        return fact.rfind("Protector", 0) == 0;
+    };
     EXPECT_EQ(std::count_if(printed.begin(), printed.end(), isProtector),
               static_cast<ptrdiff_t>(encryption->protectorCount));
 }

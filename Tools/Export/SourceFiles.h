@@ -17,7 +17,8 @@ namespace vx {
 
 class SourceFiles {
 public:
-    // volume: as it was opened, "disk.E01#2" and "disk.img@1048576" too. keys: files, and folders of them.
+    // volume: as it was opened, "disk.E01#2" and "disk.img@1048576" too. keys: files, and folders
+    // of them.
     SourceFiles(const std::string &volume, const std::vector<std::string> &keys);
     // One more; a path that is empty or leads nowhere adds nothing.
     void AddFile(const std::string &path);
@@ -27,8 +28,8 @@ public:
     // file that is none of these. False: error says why in one line.
     bool MayReplace(const std::string &path, std::string *error) const;
 
-    // The path without the number or the offset of a volume: "disk.E01#2" → "disk.E01", "disk@512" →
-    // "disk", unless the whole name leads to something.
+    // The path without the number or the offset of a volume: "disk.E01#2" → "disk.E01", "disk@512"
+    // → "disk", unless the whole name leads to something.
     static std::string ImageOf(const std::string &volume);
 
 private:
