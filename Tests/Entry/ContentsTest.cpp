@@ -32,7 +32,7 @@ Opened OpenContents(std::shared_ptr<const ByteSource> source, size_t number = 0)
 {
     Container container;
     container.source = std::move(source);
-    return AsAnswer(OpenDiskContents(container, number, {}, ForContents()));
+    return AsAnswer(OpenDiskContents(container, {"", number}, {}, ForContents()));
 }
 
 Opened OpenContents(const std::string &path, const char *kind, const char *secret)

@@ -173,7 +173,9 @@ TEST_P(FailingTables, AVolumeThatCannotBeReadKeepsItsNumber)
 {
     MakeBad(kFirst);
     EXPECT_EQ(OpenWithPassword(2), VolumeLibraryStatus::kSuccess) << detail;
-    EXPECT_EQ(OpenWithPassword(1), kFailed) << detail;
+    EXPECT_EQ(OpenWithPassword(1), VolumeLibraryStatus::kWrongSecret) << detail;
+    EXPECT_EQ(Open(1, UnlockKind::kPassword, "other"), VolumeLibraryStatus::kSuccess) << detail;
+    EXPECT_EQ(Open(1), kFailed) << detail;
     EXPECT_EQ(Open(3), VolumeLibraryStatus::kSuccess) << detail;
 }
 

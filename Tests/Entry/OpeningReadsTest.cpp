@@ -56,7 +56,7 @@ protected:
     {
         Container container;
         container.source = source;
-        return OpenDiskContents(container, 0, unlocking);
+        return OpenDiskContents(container, {}, unlocking);
     }
 
     const TestImage image{};

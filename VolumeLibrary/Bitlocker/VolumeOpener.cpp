@@ -35,6 +35,12 @@ std::vector<DecryptedVolume::Patch> PatchesFor(const MetadataBlock &copy)
     return {name, mirror};
 }
 
+bool IsNamed(ByteView sector)
+{
+    return HasName(sector, kNtfsName) || HasName(sector, kExfatName) ||
+           HasName(sector, kRefsName) || HasName(sector, kFatName);
+}
+
 // Whether the first sector could be that of a file system with sectors of this size. Its soundness
 // is checked by the layer above.
 bool IsPlausible(const DecryptedVolume &volume)
@@ -43,10 +49,36 @@ bool IsPlausible(const DecryptedVolume &volume)
     if (volume.ReadAt(0, bytes, sizeof bytes))
         return false;
     const ByteView sector(bytes, sizeof bytes);
-    const bool isNamed = HasName(sector, kNtfsName) || HasName(sector, kExfatName) ||
-                         HasName(sector, kRefsName) || HasName(sector, kFatName);
     const uint32_t stated = StatedSectorSize(sector);
-    return (isNamed || EndsAsBootSector(sector)) && (stated == 0 || stated == volume.SectorSize());
+    return (IsNamed(sector) || EndsAsBootSector(sector)) &&
+           (stated == 0 || stated == volume.SectorSize());
+}
+
+// The same of the backup of one, which must not be found where there is none. One that is not
+// stored encrypted says nothing about how the volume is decrypted.
+bool IsBackupAt(const DecryptedVolume &volume, uint64_t offset)
+{
+    uint8_t bytes[kFirstSectorBytes];
+    if (!volume.IsEncrypted(offset) || volume.ReadAt(offset, bytes, sizeof bytes))
+        return false;
+    const ByteView sector(bytes, sizeof bytes);
+    return EndsAsBootSector(sector) && (IsNamed(sector) || LooksLikeFat(sector)) &&
+           StatedSectorSize(sector) == volume.SectorSize();
+}
+
+// Whether there is one where the file systems have it.
+bool HasBackup(const DecryptedVolume &volume)
+{
+    constexpr uint64_t kFat32Sector = 6;
+    constexpr uint64_t kExfatSector = 12;
+    constexpr uint64_t kNtfsBytes = 4096;  // at the end; the last sector may lie a little before
+    const uint64_t sectorSize = volume.SectorSize();
+    std::vector<uint64_t> offsets = {kFat32Sector * sectorSize, kExfatSector * sectorSize};
+    for (uint64_t left = sectorSize; left <= std::min(kNtfsBytes, volume.Size());
+         left += sectorSize)
+        offsets.push_back(volume.Size() - left);
+    return std::any_of(offsets.begin(), offsets.end(),
+                       [&](uint64_t offset) { return IsBackupAt(volume, offset); });
 }
 
 }  // namespace
@@ -218,11 +250,12 @@ Error VolumeOpener::CheckReadable() const
 }
 
 // Two things may have to be guessed: the sector size if it is not recorded, and whether a stopped
-// conversion had reached the relocated sectors. The first sector shows whether a guess was right;
-// when none is, the first one stands.
+// conversion had reached the relocated sectors. The first sector shows whether a guess was right,
+// or else its backup; when neither does, the first guess stands.
 Result<UnlockedVolume> VolumeOpener::Build() const
 {
     VolumePointer likeliest;
+    bool hasBackup = false;
     const bool partly = _key.copy->encryptedSize < _source->Size() || _map.has_value();
     const bool mayFlip = partly && _key.copy->relocatedSectors > 0 && !_key.sectorKey.Empty();
     for (uint32_t sectorSize : SectorSizes()) {
@@ -234,8 +267,10 @@ Result<UnlockedVolume> VolumeOpener::Build() const
                 return volume.Failure();
             if (IsPlausible(**volume))
                 return UnlockedVolume{*volume, Facts(**volume, true)};
-            if (likeliest == nullptr)
+            const bool isBackedUp = !hasBackup && HasBackup(**volume);
+            if (likeliest == nullptr || isBackedUp)
                 likeliest = *volume;
+            hasBackup = hasBackup || isBackedUp;
         }
     }
     return UnlockedVolume{likeliest, Facts(*likeliest, false)};

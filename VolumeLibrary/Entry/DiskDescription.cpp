@@ -5,7 +5,7 @@
 #include "DiskVolumes.h"
 #include "EncryptionReport.h"
 #include "KnownContents.h"
-#include "PartOfSource.h"
+#include "LostVolumes.h"
 #include "RoundedSizeText.h"
 #include "VolumeChoice.h"
 #include "VolumeLabel.h"
@@ -90,6 +90,7 @@ public:
     Description(const Container &container, const OpeningOptions &options)
         : _container(container),
           _disk(std::make_shared<CarefulSource>(container.source, container.files, options.limits)),
+          _progress(options.progress),
           _report(std::make_unique<OwnedDiskReport>())
     {
         for (const std::string &note : container.notes)
@@ -128,22 +129,21 @@ private:
                                  : "the partition at " + std::to_string(volume.place.offset);
     }
 
-    // The encrypted volume that begins there, whatever the tables say.
+    // The encrypted volume that begins there or has a copy of its metadata there, whatever the
+    // tables say.
     Error TakeAt(uint64_t offset)
     {
-        const uint64_t size = _disk->Size();
-        if (offset >= size)
-            return {Status::kNoSuchVolume, "the offset lies beyond the end of the disk"};
+        const auto found = LostVolumes(_disk, &_cancel, _progress).At(offset);
+        if (!found)
+            return found.Failure();
+        const RegainedVolume &lost = found->front();
         FoundVolume volume;
-        volume.place.offset = offset;
-        volume.place.size = size - offset;
-        volume.source = volume.place.In(_disk);
-        const auto kind = ProbeFileSystem(*volume.source);
-        if (!kind)
-            return kind.Failure();
-        if (*kind != FileSystemKind::kEncrypted)
-            return {Status::kNotBitlocker, "no encrypted volume begins at this offset"};
-        volume.kind = *kind;
+        volume.source = lost.source;
+        volume.kind = FileSystemKind::kEncrypted;
+        volume.place.offset = lost.offset;
+        volume.place.size = lost.source->Size();
+        if (!lost.note.empty())
+            Warn("", lost.note);
         Add(volume);
         return {};
     }
@@ -318,6 +318,8 @@ private:
 
     const Container &_container;
     const std::shared_ptr<const CarefulSource> _disk;
+    const CancelFlag _cancel;
+    const ProgressReceiver _progress;
     std::unique_ptr<OwnedDiskReport> _report;
     std::vector<DiskVolumeReport> _volumes;
     std::vector<const char *> _warnings;

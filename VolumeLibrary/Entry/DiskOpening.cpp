@@ -7,13 +7,13 @@
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
 #include "KnownContents.h"
+#include "LostVolumes.h"
 #include "NotingSource.h"
 #include "NtfsFileSystem.h"
 #include "ParallelSource.h"
 #include "RecordingSource.h"
 #include "RoundedSizeText.h"
 #include "UnlockedWith.h"
-#include "VolumeChoice.h"
 #include "VolumeOpener.h"
 
 #include <algorithm>
@@ -65,6 +65,10 @@ struct FoundVolume {
     Source source;
     FileSystemKind kind;
     uint64_t stored;  // how many of its bytes the disk or image has
+    // Of an encrypted volume: its first sector was lost and has been made again, and something says
+    // where it ends.
+    bool isRebuilt = false;
+    bool isEndKnown = true;
 };
 
 class Opening {
@@ -78,18 +82,17 @@ public:
           _disk(Recorded(_careful)),
           _opensContents(options.opensContents),
           _progress(options.progress),
+          _lost(_disk, unlocking.cancel, options.progress),
           _firstPart(container.firstPart),
           _keepsRecoveryPasswords(options.keepsRecoveryPasswords),
           _notes(container.notes)
     {
     }
 
-    Result<OpenedVolume> Open(size_t number)
+    Result<OpenedVolume> Open(const VolumeChoice &choice)
     {
-        const Result<FoundVolume> found = FindVolume(number);
-        if (!found)
-            return found.Failure();
-        const Result<FoundVolume> plain = Unlock(*found);
+        const Result<FoundVolume> plain =
+            choice.offset ? UnlockAt(*choice.offset) : UnlockNumber(choice.number);
         if (!plain)
             return plain.Failure();
         if (IsCancelled(_unlocking.cancel))
@@ -113,6 +116,69 @@ private:
 
     bool IsUnlocking() const { return _unlocking.kind != UnlockKind::kNone; }
 
+    Result<FoundVolume> UnlockNumber(size_t number)
+    {
+        const Result<FoundVolume> found = FindVolume(number);
+        return found ? Unlock(*found) : found;
+    }
+
+    // By an offset. If the volume may begin at several places, its contents show at which.
+    Result<FoundVolume> UnlockAt(uint64_t offset)
+    {
+        const auto volumes = _lost.At(offset);
+        if (!volumes)
+            return volumes.Failure();
+        const std::vector<std::string> notes = _notes;
+        for (const RegainedVolume &volume : *volumes) {
+            const Result<FoundVolume> plain = Unlock(Regained(volume));
+            const bool isRight = plain && plain->kind != FileSystemKind::kUnknown;
+            if (isRight || !MayBeElsewhere(plain) || volumes->size() == 1)
+                return plain;
+            _notes = notes;
+        }
+        return Unlock(Regained(volumes->front()));
+    }
+
+    // Whether the volume may open if it begins at another place.
+    static bool MayBeElsewhere(const Result<FoundVolume> &plain)
+    {
+        return plain || plain.Failure().status == Status::kTruncatedImage ||
+               plain.Failure().status == Status::kSystemError;
+    }
+
+    // A volume that was lost, on the way to being unlocked.
+    FoundVolume Regained(const RegainedVolume &volume)
+    {
+        if (!volume.note.empty())
+            _notes.push_back(volume.note);
+        const uint64_t stored = std::min(volume.source->Size(), _disk->Size() - volume.offset);
+        return {volume.source, FileSystemKind::kEncrypted, stored, volume.isRebuilt,
+                volume.isEndKnown};
+    }
+
+    // What shows a file system only by its backup may be an encrypted volume whose first sector is
+    // lost: a part of it need not be encrypted.
+    Result<FoundVolume> OfBackup(const FoundVolume &found, const Partition &place)
+    {
+        const auto lost = _lost.AtFrontOf(place);
+        if (!lost)
+            return lost.Failure();
+        const bool isIt = lost->has_value() && (IsUnlocking() || (*lost)->hasPlainPart);
+        return isIt ? Regained(**lost) : found;
+    }
+
+    // The encrypted volume in one of these places that has lost its first sector, if there is one.
+    Result<std::optional<FoundVolume>> FindLost(const std::vector<Partition> &places)
+    {
+        const auto lost = _lost.AtFrontOfOne(places);
+        if (!lost)
+            return lost.Failure();
+        if (lost->has_value())
+            return std::optional<FoundVolume>(Regained(**lost));
+        _searchedInVain = _searchedInVain || !places.empty();
+        return std::optional<FoundVolume>();
+    }
+
     // The disk as a whole, or one of its partitions.
     Result<FoundVolume> FindVolume(size_t number)
     {
@@ -121,20 +187,46 @@ private:
         if (size < kSectorBytes)
             return Error{Status::kTruncatedImage,
                          size == 0 ? "it is empty" : "it is shorter than a sector"};
-        const auto kind = ProbeFileSystem(*_disk);
+        bool isByBackup = false;
+        const auto kind = ProbeFileSystem(*_disk, &isByBackup);
         if (!kind)
             return FindPartition(number, kind.Failure());
         if (*kind == FileSystemKind::kUnknown)
             return FindPartition(number, {});
         if (number > 1)
             return Error{Status::kNoSuchVolume, "it is one volume, without partitions"};
-        return FoundVolume{_disk, *kind, size};
+        const FoundVolume found = {_disk, *kind, size};
+        return isByBackup ? OfBackup(found, AllOfDisk()) : found;
+    }
+
+    Partition AllOfDisk() const
+    {
+        Partition whole;
+        whole.size = _disk->Size();
+        return whole;
+    }
+
+    // Where an encrypted volume may be that has lost its first sector; nowhere without a secret, or
+    // if there is one that has not.
+    std::vector<Partition> PlacesOfLost(const DiskVolumes &table, size_t number) const
+    {
+        if (!IsUnlocking())
+            return {};
+        if (!table.IsEmpty())
+            return table.PlacesOfLost(_disk, number);
+        const bool isKnown = KnownContents::FindMarked(*_disk) != nullptr;
+        return isKnown ? std::vector<Partition>() : std::vector<Partition>{AllOfDisk()};
     }
 
     // unread: why the first sector cannot be read, if it cannot.
     Result<FoundVolume> FindPartition(size_t number, const Error &unread)
     {
         const DiskVolumes table = DiskVolumes::Read(_disk);
+        const auto lost = FindLost(PlacesOfLost(table, number));
+        if (!lost)
+            return lost.Failure();
+        if (lost->has_value())
+            return **lost;
         if (table.volumes.empty())
             return WholeDisk(number, NothingFound(table, unread));
         const DiskVolume *chosen = table.Choose(number, IsUnlocking());
@@ -153,7 +245,9 @@ private:
             return kind.Failure();
         if (Error error = CheckPieces(*chosen, *source, *kind))
             return error;
-        return FoundVolume{source, *kind, std::min(chosen->size, _disk->Size() - chosen->offset)};
+        const uint64_t stored = std::min(chosen->size, _disk->Size() - chosen->offset);
+        const FoundVolume found = {source, *kind, stored};
+        return chosen->isByBackup ? OfBackup(found, *chosen) : found;
     }
 
     // A disk without a volume is one for who wants only its contents, unless they are packed or
@@ -184,7 +278,14 @@ private:
         const std::string others = table.DescribeOthers(_disk);
         if (whole.detail == kNothingKnown && !others.empty())
             whole.detail = "it holds " + others;
+        whole.detail = WithSearchAdvice(std::move(whole.detail));
         return whole;
+    }
+
+    std::string WithSearchAdvice(std::string text) const
+    {
+        return _searchedInVain ? text + "; if an encrypted volume was there, " + kSearchAdvice
+                               : text;
     }
 
     // The pieces of a volume that are elsewhere would be read as if they were here.
@@ -207,16 +308,30 @@ private:
     {
         _wasEncrypted = volume.kind == FileSystemKind::kEncrypted;
         if (!_wasEncrypted && IsUnlocking())
-            return Error{Status::kNotBitlocker, "open it with \"none\""};
+            return Error{Status::kNotBitlocker, WithSearchAdvice("open it with \"none\"")};
         if (!_wasEncrypted)
             return volume;
-        const Result<Source> plain = Decrypt(volume.source);
-        if (!plain)
-            return plain.Failure();
-        const auto kind = ProbeFileSystem(**plain);
+        const Result<Source> decrypted = Decrypt(volume.source);
+        if (!decrypted)
+            return decrypted.Failure();
+        const bool needsFirst = volume.isRebuilt && _layout == bitlocker::Layout::kVista;
+        const Source plain = needsFirst ? WithFirstSector(*decrypted, &_notes) : *decrypted;
+        const auto kind = KindOfPlain(*plain);
         if (!kind)
             return kind.Failure();
-        return FoundVolume{*plain, *kind, volume.stored};
+        const Source whole = volume.isEndKnown ? plain : CutToFileSystem(plain, *kind);
+        return FoundVolume{whole, *kind, std::min(volume.stored, whole->Size())};
+    }
+
+    // Nothing proves a key of the sectors that was given but what it decrypts. Of a volume that is
+    // only partly encrypted the backup of the first sector may not be.
+    Result<FileSystemKind> KindOfPlain(const ByteSource &plain) const
+    {
+        bool isByBackup = false;
+        auto kind = ProbeFileSystem(plain, &isByBackup);
+        if (kind && isByBackup && !_isKeyProven)
+            kind = FileSystemKind::kUnknown;
+        return kind;
     }
 
     Result<Source> Decrypt(const Source &volume)
@@ -232,6 +347,7 @@ private:
         if (!opened)
             return WithoutSecret(opened.Failure());
         _unlocked = std::make_shared<UnlockedWith>(*opened);
+        _layout = opened->facts.layout;
         const std::vector<std::string> &warnings = opened->facts.warnings;
         _notes.insert(_notes.end(), warnings.begin(), warnings.end());
         _isKeyProven = opened->facts.isKeyProven;
@@ -350,12 +466,15 @@ private:
     const Source _disk;
     const bool _opensContents;  // and not the file system in them
     const ProgressReceiver _progress;
+    const LostVolumes _lost;
     const std::string _firstPart;
     const bool _keepsRecoveryPasswords;
     std::shared_ptr<const VolumeUnlocking> _unlocked;  // null if it is not encrypted
     std::vector<std::string> _notes;
     bool _wasEncrypted = false;
     bool _isKeyProven = true;
+    bitlocker::Layout _layout = bitlocker::Layout::kWindows7;  // of what was encrypted
+    bool _searchedInVain = false;   // for a volume that lost its first sector
 };
 
 }  // namespace
@@ -369,13 +488,13 @@ Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &un
         return container.Failure();
     if (options.NamesPlaces() && container->form != nullptr)
         return Error{Status::kPlacesNotKept, "it is " + std::string(container->form)};
-    return OpenDiskContents(*container, choice.number, unlocking, options);
+    return OpenDiskContents(*container, choice, unlocking, options);
 }
 
-Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
+Result<OpenedVolume> OpenDiskContents(const Container &container, const VolumeChoice &choice,
                                       const UnlockRequest &unlocking, const OpeningOptions &options)
 {
-    return Opening(container, unlocking, options).Open(number);
+    return Opening(container, unlocking, options).Open(choice);
 }
 
 }  // namespace vx

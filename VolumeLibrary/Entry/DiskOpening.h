@@ -4,6 +4,7 @@
 
 #include "OpenVolume.h"
 #include "UnlockKind.h"
+#include "VolumeChoice.h"
 
 #include <string>
 
@@ -17,14 +18,12 @@ struct UnlockRequest {
     const CancelFlag *cancel = nullptr;  // may be null
 };
 
-// device: a path; "#" and a number after it choose one of the volumes of a disk, unless something
-// has that name. Errors: any Status. May throw std::bad_alloc.
+// device: as VolumeChoice.h reads it. Errors: any Status. May throw std::bad_alloc.
 Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking,
                               const OpeningOptions &options = {});
 
-// The same for a disk or an image that is open already. number: of the volume that was chosen, from
-// 1 on; 0 if none was.
-Result<OpenedVolume> OpenDiskContents(const Container &container, size_t number,
+// The same for a disk or an image that is open already. choice: its path is not used.
+Result<OpenedVolume> OpenDiskContents(const Container &container, const VolumeChoice &choice,
                                       const UnlockRequest &unlocking,
                                       const OpeningOptions &options = {});
 

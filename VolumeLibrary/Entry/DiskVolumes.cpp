@@ -12,10 +12,10 @@ using Source = DiskVolumes::Source;
 
 constexpr size_t kMostDescribed = 16;
 
-FileSystemKind KindOf(const Partition &partition, const Source &disk)
+void Probe(const Source &disk, DiskVolume *volume)
 {
-    const auto kind = ProbeFileSystem(*partition.In(disk));
-    return kind ? *kind : FileSystemKind::kUnreadable;
+    const auto kind = ProbeFileSystem(*volume->In(disk), &volume->isByBackup);
+    volume->kind = kind ? *kind : FileSystemKind::kUnreadable;
 }
 
 void SortByOffset(std::vector<DiskVolume> *volumes)
@@ -34,7 +34,7 @@ DiskVolumes VolumesOf(const Source &disk, PartitionTable table, uint32_t sectorB
     found.note = std::move(table.note);
     for (Partition &partition : table.partitions) {
         DiskVolume volume = {std::move(partition)};
-        volume.kind = KindOf(volume, disk);
+        Probe(disk, &volume);
         const bool isOther = volume.kind == FileSystemKind::kUnknown;
         std::vector<DiskVolume> *list = isOther ? &found.others : &found.volumes;
         if (list->size() < DiskVolumes::kMostPartitions)
@@ -121,6 +121,28 @@ Error DiskVolumes::NotChosen(const Source &disk, size_t number) const
     Error error = unread;
     error.detail += "; there are " + list;
     return error;
+}
+
+std::vector<Partition> DiskVolumes::PlacesOfLost(const Source &disk, size_t number) const
+{
+    constexpr size_t kMostPlaces = 4;
+    const auto isEncrypted = [](const DiskVolume &volume) {
+        return volume.kind == FileSystemKind::kEncrypted;
+    };
+    if (number == 0 && std::any_of(volumes.begin(), volumes.end(), isEncrypted))
+        return {};
+    std::vector<Partition> places;
+    for (size_t i = 0; i < volumes.size(); ++i) {
+        const bool isMeant = number == 0 || number == i + 1;
+        if (isMeant && volumes[i].kind == FileSystemKind::kUnreadable)
+            places.push_back(volumes[i]);
+    }
+    for (const DiskVolume &other : others) {
+        if (number == 0 && ContentsOf(other, disk) == nullptr)
+            places.push_back(other);
+    }
+    places.resize(std::min(places.size(), kMostPlaces));
+    return places;
 }
 
 std::string DiskVolumes::DescribeVolumes(const Source &disk) const

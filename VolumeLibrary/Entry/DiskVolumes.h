@@ -13,6 +13,7 @@ namespace vx {
 
 struct DiskVolume : Partition {
     FileSystemKind kind = FileSystemKind::kUnknown;
+    bool isByBackup = false;  // its first sector does not say so, or cannot be read
 };
 
 struct DiskVolumes {
@@ -41,6 +42,11 @@ struct DiskVolumes {
     const DiskVolume *Choose(size_t number, bool isUnlocking) const;
     // Why Choose returned null, with a list of the volumes.
     Error NotChosen(const Source &disk, size_t number) const;
+
+    bool IsEmpty() const { return volumes.empty() && others.empty(); }
+    // Where an encrypted volume may be that has lost its first sector, if none has one: the
+    // partitions that hold nothing known, four at most; or the chosen one, if it is unreadable.
+    std::vector<Partition> PlacesOfLost(const Source &disk, size_t number) const;
 
     // "1: NTFS "Data", 60.0 GiB (Basic data partition); 2: encrypted, 40.0 GiB, "LAPTOP C:
     // 1/2/2026"". Reads the labels.

@@ -5,6 +5,8 @@
 #include "NtfsBoot.h"
 #include "VolumeOpener.h"
 
+#include <array>
+
 namespace vx {
 namespace {
 
@@ -19,18 +21,8 @@ FileSystemKind ByBackup(const ByteSource &volume)
     return backup->IsExfat() ? FileSystemKind::kExfat : FileSystemKind::kFat;
 }
 
-}  // namespace
-
-Result<FileSystemKind> ProbeFileSystem(const ByteSource &volume)
+FileSystemKind ByFirstSector(ByteView sector)
 {
-    uint8_t bytes[kFirstSectorBytes];
-    if (Error error = volume.ReadAt(0, bytes, sizeof bytes)) {
-        const FileSystemKind kind = ByBackup(volume);
-        if (kind != FileSystemKind::kUnknown)
-            return kind;
-        return error;
-    }
-    const ByteView sector(bytes, sizeof bytes);
     if (bitlocker::VolumeOpener::Recognises(sector))
         return FileSystemKind::kEncrypted;
     if (HasName(sector, kNtfsName))
@@ -39,7 +31,23 @@ Result<FileSystemKind> ProbeFileSystem(const ByteSource &volume)
         return FileSystemKind::kExfat;
     if (HasName(sector, kRefsName))
         return FileSystemKind::kRefs;
-    return LooksLikeFat(sector) ? FileSystemKind::kFat : ByBackup(volume);
+    return LooksLikeFat(sector) ? FileSystemKind::kFat : FileSystemKind::kUnknown;
+}
+
+}  // namespace
+
+Result<FileSystemKind> ProbeFileSystem(const ByteSource &volume, bool *isByBackup)
+{
+    std::array<uint8_t, kFirstSectorBytes> sector;
+    const Error error = volume.ReadAt(0, sector.data(), sector.size());
+    const FileSystemKind first = error ? FileSystemKind::kUnknown : ByFirstSector(sector);
+    const bool needsBackup = first == FileSystemKind::kUnknown;
+    const FileSystemKind kind = needsBackup ? ByBackup(volume) : first;
+    if (error && kind == FileSystemKind::kUnknown)
+        return error;
+    if (isByBackup != nullptr)
+        *isByBackup = needsBackup && kind != FileSystemKind::kUnknown;
+    return kind;
 }
 
 uint64_t FileSystemBytes(const ByteSource &volume, FileSystemKind kind)

@@ -16,8 +16,8 @@ enum class FileSystemKind {
 };
 
 // Errors: of reading the first sector. Never kUnreadable. Reads that sector, and backups if it is
-// not enough.
-Result<FileSystemKind> ProbeFileSystem(const ByteSource &volume);
+// not enough; isByBackup, which may be null, receives whether one of them said what it is.
+Result<FileSystemKind> ProbeFileSystem(const ByteSource &volume, bool *isByBackup = nullptr);
 
 // The size that the file system states, in bytes; 0 if it states none.
 uint64_t FileSystemBytes(const ByteSource &volume, FileSystemKind kind);

@@ -143,7 +143,7 @@ Opened OpenDiskOf(std::shared_ptr<const ByteSource> source, size_t number, Unloc
 {
     Container container;
     container.source = std::move(source);
-    return AsAnswer(OpenDiskContents(container, number, {kind, secret}));
+    return AsAnswer(OpenDiskContents(container, {"", number}, {kind, secret}));
 }
 
 TestTree ReadTree(IVolume &volume)
