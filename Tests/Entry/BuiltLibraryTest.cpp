@@ -78,6 +78,7 @@ TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
         VX_EXPORT_PREFIX "volume_library_last_error",
         VX_EXPORT_PREFIX "volume_library_open_stream",
         VX_EXPORT_PREFIX "volume_library_release_disk_report",
+        VX_EXPORT_PREFIX "volume_library_search_disk",
         VX_EXPORT_PREFIX "volume_library_set_opening_options",
         VX_EXPORT_PREFIX "volume_library_unread_ranges",
         VX_EXPORT_PREFIX "volume_library_visit_recovery_passwords",

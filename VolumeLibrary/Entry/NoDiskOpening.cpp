@@ -1,7 +1,8 @@
-// Takes the place of DiskOpening.cpp and DiskDescription.cpp where the libraries that disks and
-// images need are missing.
+// Takes the place of DiskOpening.cpp, DiskDescription.cpp and DiskSearch.cpp where the libraries
+// that disks and images need are missing.
 #include "DiskDescription.h"
 #include "DiskOpening.h"
+#include "DiskSearch.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -29,5 +30,13 @@ Result<DescribedDisk> DescribeDisk(const std::string &device, const OpeningOptio
 {
     return Refusal(device);
 }
+
+Result<DiskSearchResult> SearchDisk(const std::string &device, const CancelFlag *,
+                                    const OpeningOptions &)
+{
+    return Refusal(device);
+}
+
+void ReportFindings(const DiskSearchResult &, DiskFindingFunction, void *) {}
 
 }  // namespace vx

@@ -2,6 +2,7 @@
 
 #include "CancelFlag.h"
 #include "DiskDescription.h"
+#include "DiskSearch.h"
 #include "Mutex.h"
 #include "OpenVolume.h"
 #include "StatusOfError.h"
@@ -117,6 +118,22 @@ VolumeLibraryStatus StatusOf(Operation operation) noexcept
     } catch (...) {
         return VolumeLibraryStatus::kInternalError;
     }
+}
+
+VolumeLibraryStatus SearchAndReport(const char *device, const CancelFlag &cancel,
+                                    DiskFindingFunction finding, void *context,
+                                    uint64_t *unreadBytes)
+{
+    const Result<DiskSearchResult> searched = SearchDisk(device, &cancel, nextOptions);
+    lastDetail = searched ? Lines(searched->notes) : searched.Failure().detail;
+    if (!searched)
+        return StatusOfError(searched.Failure());
+    if (searched->error)
+        lastDetail = searched->error.detail;
+    if (unreadBytes != nullptr)
+        *unreadBytes = searched->unreadBytes;
+    ReportFindings(*searched, finding, context);
+    return StatusOfError(searched->error);
 }
 
 }  // namespace
@@ -241,4 +258,18 @@ bool volume_library_visit_recovery_passwords(IVolume *volume,
 void volume_library_cancel_opening() noexcept
 {
     vx::CancelFlag::RaiseAll();
+}
+
+int32_t volume_library_search_disk(const char *device, DiskFindingFunction finding, void *context,
+                                   uint64_t *unreadBytes) noexcept
+{
+    const vx::CancelFlag cancel;
+    vx::lastDetail.clear();
+    if (unreadBytes != nullptr)
+        *unreadBytes = 0;
+    if (device == nullptr || finding == nullptr)
+        return static_cast<int32_t>(VolumeLibraryStatus::kArgumentMissing);
+    const VolumeLibraryStatus status = vx::StatusOf(
+        [&] { return vx::SearchAndReport(device, cancel, finding, context, unreadBytes); });
+    return static_cast<int32_t>(status);
 }

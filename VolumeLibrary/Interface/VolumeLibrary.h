@@ -1,9 +1,8 @@
 // The library's entry, the text of its failures, and what it can say about an opened volume: the
 // only symbols that it exports. Callers look them up at run time by their names (see
 // OpenBitlockerDeviceFunction in IVolume.h); the statuses and the meaning of the three texts are in
-// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h, those
-// about a disk in DiskReport.h, and how a failing
-// disk is read in VolumeOpeningOptions.h.
+// VolumeLibraryStatus.h, the functions about an opened volume in VolumeReport.h, those about a disk
+// in DiskReport.h, and how a failing disk is read in VolumeOpeningOptions.h.
 //
 // Ownership: an opened volume belongs to the library and stays until the process ends.
 // Threads: may be called on several threads. Nothing is thrown.
@@ -83,3 +82,7 @@ volume_library_visit_recovery_passwords(IVolume *volume, VolumeRecoveryPasswordF
                                         void *context) noexcept;
 
 extern "C" __attribute__((visibility("default"))) void volume_library_cancel_opening() noexcept;
+
+extern "C" __attribute__((visibility("default"))) int32_t
+volume_library_search_disk(const char *device, DiskFindingFunction finding, void *context,
+                           uint64_t *unreadBytes) noexcept;

@@ -1,0 +1,127 @@
+// File systems in encrypted volumes whose boot sector is damaged: the backup of it is used.
+#include "LostScene.h"
+
+#include "ExfatImage.h"
+#include "Maker/MadeUpBytes.h"
+#include "Method.h"
+
+namespace vx {
+namespace {
+
+using bitlocker::Layout;
+using bitlocker::Method;
+using bitlocker::maker::VolumeRecipe;
+
+class LostBootSector : public LostScene {
+protected:
+    void SetUp() override
+    {
+        VX_NEEDS("mkfs.fat");
+        VX_NEEDS("mcopy");
+        VX_NEEDS("mkfs.exfat");
+        VX_NEEDS("mkntfs");
+    }
+
+    // The volume is its image, without anything after it.
+    void Take(const MadeVolume &made)
+    {
+        disk = made.bytes;
+        relocated = made.plan.relocationOffset;
+    }
+
+    void ExpectBackupIsUsed()
+    {
+        ExpectTree({});
+        EXPECT_NE(detail.find("backup"), std::string::npos) << detail;
+    }
+
+    std::string Fat32FileSystem() const
+    {
+        const TestImage made{};
+        EXPECT_TRUE(made.MakeFat(34, "-F 32 -s 1") && made.FillFat(tree));
+        return made.Folder().ReadFile("image");
+    }
+
+    std::string ExfatFileSystem()
+    {
+        const TestImage made{};
+        EXPECT_TRUE(made.MakeExfat(8));
+        ExfatImage exfat(made.Folder().ReadFile("image"));
+        exfat.Add(exfat.root, {u"file", 0x20, true, 100, 8, 8});
+        exfat.Write(100, "contents");
+        tree = {{"file", "contents"}};
+        return exfat.Text();
+    }
+
+    size_t relocated = 0;  // where the first sector of the file system is stored
+};
+
+TEST_F(LostBootSector, GarbageZerosAndAnUnreadableOneAreReplaced)
+{
+    const MadeVolume volumes[] = {MakeVolume(NtfsFileSystem(), RecipeWithKey()),
+                                  MakeVolume(Fat32FileSystem(), RecipeWithKey())};
+    for (const MadeVolume &made : volumes) {
+        Take(made);
+        disk[relocated + 3] ^= 1;  // decrypts to garbage
+        ExpectBackupIsUsed();
+        Erase(relocated, kSector);
+        ExpectBackupIsUsed();
+        bad = {{relocated, kSector}};
+        ExpectBackupIsUsed();
+        bad.clear();
+    }
+}
+
+TEST_F(LostBootSector, ThatOfExfatIsReplaced)
+{
+    Take(MakeVolume(ExfatFileSystem(), RecipeWithKey()));
+    disk[relocated + 3] ^= 1;
+    ExpectBackupIsUsed();
+    bad = {{relocated, kSector}};
+    ExpectBackupIsUsed();
+}
+
+TEST_F(LostBootSector, ZerosInTheFileSystemAreReplaced)
+{
+    std::string plain = NtfsFileSystem();
+    plain.replace(0, kSector, std::string(kSector, '\0'));
+    Take(MakeVolume(plain, RecipeWithKey()));
+    ExpectBackupIsUsed();
+}
+
+// Both sectors are lost: the one that leads to the metadata, and that of the file system.
+TEST_F(LostBootSector, TheFirstSectorOfTheVolumeMayBeLostToo)
+{
+    Take(MakeVolume(NtfsFileSystem(), RecipeWithKey()));
+    Erase(0, kSector);
+    Erase(relocated, kSector);
+    ExpectBackupIsUsed();
+}
+
+// The places of the metadata are inside the file system, so that its backup is at the end.
+VolumeRecipe InsideRecipe()
+{
+    VolumeRecipe recipe = RecipeWithKey();
+    recipe.copyOffsets = {6 * kMiB, 6 * kMiB + 65536, 6 * kMiB + 131072};
+    recipe.relocationOffset = 6 * kMiB + 196608;
+    return recipe;
+}
+
+TEST_F(LostBootSector, TheBackupShowsASectorSizeThatNothingRecords)
+{
+    const TestImage made{};
+    ASSERT_TRUE(made.MakeNtfs(16, "-s 4096"));
+    tree.clear();
+    VolumeRecipe recipe = InsideRecipe();
+    recipe.sectorSize = 4096;
+    recipe.sectorSizeInBootSector = false;
+    recipe.headerEntry = VolumeRecipe::HeaderEntry::kNone;
+    Take(MakeVolume(made.Folder().ReadFile("image"), recipe));
+    ASSERT_EQ(disk.size(), 16 * kMiB);
+    ASSERT_EQ(Open({}), VolumeLibraryStatus::kSuccess) << detail;
+    disk[relocated + 3] ^= 1;
+    EXPECT_EQ(Open({}), VolumeLibraryStatus::kSuccess) << detail;
+}
+
+}  // namespace
+}  // namespace vx
