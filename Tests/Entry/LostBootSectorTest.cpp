@@ -123,5 +123,62 @@ TEST_F(LostBootSector, TheBackupShowsASectorSizeThatNothingRecords)
     EXPECT_EQ(Open({}), VolumeLibraryStatus::kSuccess) << detail;
 }
 
+// --- A key that nothing proves
+
+class LostBootSectorAndKey : public LostBootSector {
+protected:
+    // From 5 MiB on the volume is not encrypted, and so its backup can be read with any key.
+    static VolumeRecipe HalfEncrypted()
+    {
+        VolumeRecipe recipe = InsideRecipe();
+        recipe.relocationOffset = 4 * kMiB;
+        recipe.encryptedSize = 5 * kMiB;
+        recipe.state = 3;
+        recipe.nextState = 1;
+        return recipe;
+    }
+
+    static std::string Hex(const std::vector<uint8_t> &bytes)
+    {
+        std::string text;
+        for (const uint8_t byte : bytes) {
+            constexpr char kDigits[] = "0123456789abcdef";
+            text += kDigits[byte >> 4];
+            text += kDigits[byte & 15];
+        }
+        return text;
+    }
+
+    VolumeLibraryStatus OpenWithSectorKey(const std::vector<uint8_t> &key)
+    {
+        keyFile = "aes-xts-128:" + Hex(key);
+        return Open({}, UnlockKind::kSectorKey);
+    }
+
+    static std::vector<uint8_t> RightKey()
+    {
+        return bitlocker::maker::MadeUpBytes(1).Bytes("sector key", 32);
+    }
+};
+
+TEST_F(LostBootSectorAndKey, ABackupThatIsNotEncryptedDoesNotMakeAWrongKeyRight)
+{
+    Take(MakeVolume(NtfsFileSystem(), HalfEncrypted()));
+    EXPECT_EQ(OpenWithSectorKey(RightKey()), VolumeLibraryStatus::kSuccess) << detail;
+    std::vector<uint8_t> wrong = RightKey();
+    wrong[0] ^= 1;
+    EXPECT_EQ(OpenWithSectorKey(wrong), VolumeLibraryStatus::kWrongSecret) << detail;
+}
+
+TEST_F(LostBootSectorAndKey, ABackupThatIsEncryptedProvesTheKey)
+{
+    Take(MakeVolume(NtfsFileSystem(), InsideRecipe()));
+    disk[relocated + 3] ^= 1;
+    EXPECT_EQ(OpenWithSectorKey(RightKey()), VolumeLibraryStatus::kSuccess) << detail;
+    std::vector<uint8_t> wrong = RightKey();
+    wrong[0] ^= 1;
+    EXPECT_EQ(OpenWithSectorKey(wrong), VolumeLibraryStatus::kWrongSecret) << detail;
+}
+
 }  // namespace
 }  // namespace vx
