@@ -38,14 +38,14 @@ std::vector<VhdxRegion> TakenBy(const VhdxHeader &header, const VhdxRegions &reg
     return taken;
 }
 
-Notes NotesOf(const VhdxHeader &header, const VhdxRegions &regions, const VhdxTable &table)
+Notes NotesOf(const VhdxHeader &header, const std::string &noteOfLog, const VhdxRegions &regions,
+              const VhdxTable &table)
 {
     Notes notes;
     if (header.isOnlyOne)
         notes.emplace_back("a header of the VHDX image is damaged; the other one is used");
-    if (header.HasLog())
-        notes.emplace_back("the VHDX image was copied or left while it was in use; the changes in "
-                           "its log are taken into account");
+    if (!noteOfLog.empty())
+        notes.push_back(noteOfLog);
     if (regions.isCopy)
         notes.emplace_back("the table of regions of the VHDX image is damaged; its copy is used");
     if (table.missingBytes > 0)
@@ -84,23 +84,24 @@ Result<Container> OpenVhdx(const Source &stored, const ParentOpener &openParent)
     const auto header = ReadVhdxHeader(*stored);
     if (!header)
         return header.Failure();
-    const auto file = ReplayVhdxLog(stored, *header);
-    if (!file)
-        return file.Failure();
-    const auto regions = ReadVhdxRegions(**file);
+    const auto replayed = ReplayVhdxLog(stored, *header);
+    if (!replayed)
+        return replayed.Failure();
+    const ByteSource &file = *replayed->file;
+    const auto regions = ReadVhdxRegions(file);
     if (!regions)
         return regions.Failure();
-    const auto metadata = ReadVhdxMetadata(**file, regions->metadata);
+    const auto metadata = ReadVhdxMetadata(file, regions->metadata);
     if (!metadata)
         return metadata.Failure();
     const VhdxBlocks::Shape shape = ShapeOf(*regions, *metadata);
-    VhdxTable table = VhdxTable::Examine(**file, shape, TakenBy(*header, *regions));
+    VhdxTable table = VhdxTable::Examine(file, shape, TakenBy(*header, *regions));
     Container container;
     container.kind = "vhdx";
     container.description = Describe(*metadata);
     container.sectorBytes = metadata->sectorBytes;
     container.identity = header->dataWrite.Text();
-    container.notes = NotesOf(*header, *regions, table);
+    container.notes = NotesOf(*header, replayed->note, *regions, table);
     Source parentDisk;
     if (metadata->hasParent) {
         auto parent = OpenParentOf(*metadata, openParent);
@@ -110,8 +111,8 @@ Result<Container> OpenVhdx(const Source &stored, const ParentOpener &openParent)
         container.files = std::move(parent->files);
         container.notes.insert(container.notes.end(), parent->notes.begin(), parent->notes.end());
     }
-    container.source = std::make_shared<VhdxBlocks>(*file, shape, std::move(table.contested),
-                                                    std::move(parentDisk));
+    container.source = std::make_shared<VhdxBlocks>(
+        replayed->file, shape, std::move(table.contested), std::move(parentDisk));
     return container;
 }
 

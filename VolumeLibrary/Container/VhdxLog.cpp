@@ -18,8 +18,6 @@ constexpr uint32_t kPage = FileChanges::kPageBytes;
 constexpr uint64_t kMostRounds = 8;
 constexpr uint64_t kFurthestPlace = INT64_MAX;
 
-constexpr const char *kAdvice = "; take another copy of the image while no virtual machine uses it";
-
 using Page = std::array<uint8_t, kPage>;
 
 struct Entry {
@@ -175,6 +173,8 @@ public:
     }
 
     const Entry &At(uint32_t place) const { return _entries[place / kPage]; }
+    // Whether something in the log is or was an entry of it.
+    bool HasTraces() const { return _hasTraces; }
 
 private:
     uint32_t Distance(uint32_t from, uint32_t to) const
@@ -217,7 +217,7 @@ private:
         return *checksum == U32At(page, kChecksumAt) ? *entry : Entry{};
     }
 
-    std::optional<Entry> Parse(const Page &page) const
+    std::optional<Entry> Parse(const Page &page)
     {
         ByteReader reader(page);
         Entry entry;
@@ -232,6 +232,7 @@ private:
         const Guid log = reader.TakeGuid();
         entry.flushedBytes = reader.U64();
         entry.neededBytes = reader.U64();
+        _hasTraces = _hasTraces || log == _ring.Id();
         const bool isInRing = entry.length > 0 && entry.length % kPage == 0 &&
                               entry.length <= _ring.Bytes() && entry.tail % kPage == 0 &&
                               entry.tail < _ring.Bytes();
@@ -275,6 +276,7 @@ private:
     const Ring &_ring;
     std::vector<Entry> _entries;  // one for each page
     uint64_t _checkedBytes = 0;
+    bool _hasTraces = false;
 };
 
 Error CheckLog(const ByteSource &file, const VhdxHeader &header)
@@ -297,17 +299,41 @@ Error CheckLog(const ByteSource &file, const VhdxHeader &header)
 
 Error NoSequence()
 {
-    return DamagedVhdx(std::string("its log was not replayed, and has no complete sequence of "
-                                   "entries") +
-                       kAdvice);
+    return DamagedVhdx(
+        "its log was not replayed, and has no complete sequence of entries; take another copy of the image while no virtual machine uses it, or convert it with qemu-img, which leaves such a log out");
+}
+
+Result<ReplayedVhdx> Apply(const Source &file, const Ring &ring, const LogSearch &search,
+                           const std::vector<uint32_t> &active)
+{
+    const Entry &head = search.At(active.back());
+    if (file->Size() < head.flushedBytes)
+        return CutVhdx();
+    if (head.neededBytes > kFurthestPlace)
+        return DamagedVhdx("its log makes it too large");
+    FileChanges changes;
+    for (const uint32_t at : active) {
+        const auto isApplied = EntryWalk(ring, at, search.At(at)).Visit([&](const Change &change) {
+            return changes.Add(change);
+        });
+        if (!isApplied)
+            return isApplied.Failure();
+        if (!*isApplied)
+            return Error{Status::kUnsupportedContainer,
+                         "it is a VHDX image with too many changes in its log: let the program "
+                         "that wrote it close it first"};
+    }
+    return ReplayedVhdx{std::make_shared<ReplayedSource>(file, changes, head.neededBytes),
+                        "the VHDX image was copied or left while it was in use; the changes in its "
+                        "log are taken into account"};
 }
 
 }  // namespace
 
-Result<Source> ReplayVhdxLog(const Source &file, const VhdxHeader &header)
+Result<ReplayedVhdx> ReplayVhdxLog(const Source &file, const VhdxHeader &header)
 {
     if (!header.HasLog())
-        return file;
+        return ReplayedVhdx{file, ""};
     if (Error error = CheckLog(*file, header))
         return error;
     const Ring ring(*file, header);
@@ -315,27 +341,13 @@ Result<Source> ReplayVhdxLog(const Source &file, const VhdxHeader &header)
     const auto active = search.Find();
     if (!active)
         return active.Failure();
-    if (active->empty())
+    if (!active->empty())
+        return Apply(file, ring, search, *active);
+    if (search.HasTraces())
         return NoSequence();
-    const Entry &head = search.At(active->back());
-    if (file->Size() < head.flushedBytes)
-        return CutVhdx();
-    if (head.neededBytes > kFurthestPlace)
-        return DamagedVhdx("its log makes it too large");
-    FileChanges changes;
-    for (const uint32_t at : *active) {
-        const auto isApplied = EntryWalk(ring, at, search.At(at)).Visit([&](const Change &change) {
-            return changes.Add(change);
-        });
-        if (!isApplied)
-            return isApplied.Failure();
-        if (!*isApplied)
-            return Error{
-                Status::kUnsupportedContainer,
-                "it is a VHDX image with too many changes in its log: let the program that "
-                "wrote it close it first"};
-    }
-    return Source(std::make_shared<ReplayedSource>(file, changes, head.neededBytes));
+    return ReplayedVhdx{file,
+                        "the VHDX image was copied or left while it was in use; its log, which "
+                        "was just begun, has no changes"};
 }
 
 }  // namespace vx

@@ -8,9 +8,13 @@
 // be, the image must not be opened: its tables would be those of an earlier time, or lost. So is
 // one whose log cannot be read whole, since its newest sequence could be in the unread part.
 //
-// Nothing outside of the log is read. Memory: 32 bytes for each page of the log while it is
-// searched, then what ReplayedSource.h says. Time: no more than kMostRounds times the log is
-// checked.
+// One case is milder than 2.3.3 has it. If no page of the log begins an entry with the log's
+// identifier, none was ever written: changes are written to the log first, and its entries are only
+// replaced by newer ones. The tables are complete then, as after a program that ended between
+// changing the header and writing to the log. The image opens, with a note.
+//
+// Nothing outside of the log is read. Memory: 40 bytes for each page of the log while it is
+// searched, then what ReplayedSource.h says. Time: at most 8 times the log is checked.
 #pragma once
 
 #include "ReplayedSource.h"
@@ -20,10 +24,14 @@ namespace vx {
 
 constexpr uint32_t kLargestVhdxLog = uint32_t{64} << 20;
 
-// The file as it is after the replay; the file itself if there is nothing to replay. Errors:
-// kDamagedContainer, kTruncatedImage, kUnsupportedContainer for a log that is too large or of
-// another version, and those of the file's reads.
-Result<std::shared_ptr<const ByteSource>>
-ReplayVhdxLog(const std::shared_ptr<const ByteSource> &file, const VhdxHeader &header);
+struct ReplayedVhdx {
+    std::shared_ptr<const ByteSource> file;  // the given one if there was nothing to replay
+    std::string note;                        // what there is to say of the log; empty for nothing
+};
+
+// Errors: kDamagedContainer, kTruncatedImage, kUnsupportedContainer for a log that is too large or
+// of another version, and those of the file's reads.
+Result<ReplayedVhdx> ReplayVhdxLog(const std::shared_ptr<const ByteSource> &file,
+                                   const VhdxHeader &header);
 
 }  // namespace vx
