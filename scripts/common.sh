@@ -16,7 +16,7 @@ test_packages=(
     xvfb xdotool x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
     ntfs-3g exfatprogs exfat-fuse fusefat fdisk qemu-utils ewf-tools attr xz-utils
     bzip2 zstd lz4 p7zip-full zip unzip
-    rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin
+    rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace
 )
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
 
