@@ -1,6 +1,8 @@
 // make-container-corpus FOLDER: writes the initial inputs of the fuzz targets of disk images, in a
 // folder for each.
 #include "EwfWriter.h"
+#include "QcowWriter.h"
+#include "VdiWriter.h"
 #include "VhdWriter.h"
 #include "VmdkWriter.h"
 
@@ -88,6 +90,69 @@ bool WriteVhd(const std::string &folder)
     return inputs.IsGood();
 }
 
+void AddQcow(const QcowRecipe &recipe, Inputs *inputs)
+{
+    const size_t clusterSectors = (size_t{1} << recipe.clusterBits) / kSector;
+    QcowWriter writer(recipe);
+    writer.AddStored(Disk(clusterSectors));
+    writer.AddNothing();
+    if (!recipe.hasDataFile)
+        writer.AddPacked(Disk(clusterSectors));
+    writer.AddZeros();
+    writer.AddParts(Disk(clusterSectors), 0xFFFF0000 | uint64_t{0xFF} << 32);
+    inputs->Add(writer.Image());
+    for (size_t i = 0; recipe.clusterBits == 9 && i < 70; ++i)
+        writer.AddNothing();
+    writer.AddStored(Disk(clusterSectors));
+    inputs->Add(writer.Image());
+}
+
+bool WriteQcow(const std::string &folder)
+{
+    Inputs inputs(folder, "image-qcow-fuzz");
+    for (const uint32_t version : {2u, 3u}) {
+        QcowRecipe recipe;
+        recipe.version = version;
+        recipe.clusterBits = 9;
+        recipe.backingFile = "base";
+        recipe.backingFormat = "raw";
+        AddQcow(recipe, &inputs);
+    }
+    QcowRecipe recipe;
+    recipe.clusterBits = 9;
+    recipe.isZstd = true;
+    AddQcow(recipe, &inputs);
+    recipe = {};
+    recipe.clusterBits = 9;
+    recipe.hasDataFile = true;
+    recipe.dataFile = "data";
+    AddQcow(recipe, &inputs);
+    recipe = {};
+    recipe.clusterBits = 14;
+    recipe.hasSubclusters = true;
+    AddQcow(recipe, &inputs);
+    return inputs.IsGood();
+}
+
+bool WriteVdi(const std::string &folder)
+{
+    Inputs inputs(folder, "image-vdi-fuzz");
+    for (const uint32_t type : {1u, 2u, 4u}) {
+        VdiRecipe recipe;
+        recipe.type = type;
+        recipe.blockBytes = 1024;
+        recipe.extraBytes = type == 2 ? 512 : 0;
+        recipe.blocksAt = 1024;
+        VdiWriter writer(recipe);
+        writer.AddBlock(Disk(2));
+        writer.AddEntry(VdiWriter::kNever);
+        writer.AddBlock(Disk(2));
+        writer.AddEntry(VdiWriter::kDiscarded);
+        inputs.Add(writer.Image());
+    }
+    return inputs.IsGood();
+}
+
 bool WriteVmdk(const std::string &folder)
 {
     Inputs inputs(folder, "image-vmdk-fuzz");
@@ -115,6 +180,7 @@ int main(int argc, char **argv)
     const std::string folder = argv[1];
     const bool isGood = WriteEwf(folder, "image-e01-fuzz", EwfRecipe::Kind::kNew) &&
                         WriteEwf(folder, "image-s01-fuzz", EwfRecipe::Kind::kOld) &&
-                        WriteVhd(folder) && WriteVmdk(folder);
+                        WriteVhd(folder) && WriteVmdk(folder) && WriteQcow(folder) &&
+                        WriteVdi(folder);
     return isGood ? 0 : 1;
 }

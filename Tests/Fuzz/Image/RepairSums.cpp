@@ -165,4 +165,36 @@ void RepairVmdk(Bytes *image)
     }
 }
 
+void RepairQcow(Bytes *image)
+{
+    constexpr uint32_t kMark = 0x514649FB;
+    constexpr uint64_t kKnownFeatures = 31;
+    if (!Holds(*image, 0, 112))
+        return;
+    const auto numberAt = [&](size_t at) { return ByteReader(*image, at).BigU32(); };
+    PutBig(image, 0, kMark);
+    PutBig(image, 4, 2 + numberAt(4) % 2);
+    PutBig(image, 20, 9 + numberAt(20) % 13);
+    PutBig(image, 24, numberAt(24) % 0x80000000);
+    PutBig(image, 32, 0);
+    PutBig(image, 36, numberAt(36) % 1024);
+    PutBig(image, 72, 0);
+    PutBig(image, 76, numberAt(76) & kKnownFeatures);
+    PutBig(image, 100, 104 + numberAt(100) % 2 * 8);
+    (*image)[104] %= 2;
+}
+
+void RepairVdi(Bytes *image)
+{
+    constexpr uint32_t kMark = 0xBEDA107F;
+    constexpr uint32_t kVersion = 0x00010001;
+    constexpr size_t kBlockBytesAt = 0x178;
+    if (!Holds(*image, 0, kSector))
+        return;
+    PutLittle(image, 64, kMark);
+    PutLittle(image, 68, kVersion);
+    PutLittle(image, 76, 1 + U32At(*image, 76) % 2);
+    PutLittle(image, kBlockBytesAt, 1u << (9 + U32At(*image, kBlockBytesAt) / 512 % 4));
+}
+
 }  // namespace vx
