@@ -18,7 +18,7 @@ struct QcowShortfall {
 // reference counts is taken for 0.
 class QcowShortfallSearch {
 public:
-    static constexpr uint64_t kMostSteps = uint64_t{1} << 20;
+    static constexpr uint64_t kMostSteps = uint64_t{1} << 18;
 
     QcowShortfallSearch(const ByteSource &file, const QcowHeader &header, const QcowTables &tables,
                         uint64_t clusterFileBytes)
