@@ -162,6 +162,8 @@ TEST(SectorKeyTest, TheTweakKeyMayStandApart)
     std::copy(front.begin(), front.end(), spread.begin());
     std::copy(tweak.begin(), tweak.end(), spread.begin() + 32);
     EXPECT_EQ(SectorKeyOf(GivenSectorKey::FromText(text), Method::kAes128Elephant).key, spread);
+    EXPECT_EQ(SectorKeyOf(GivenSectorKey::FromText(Hex(joined)), Method::kAes128Elephant).key,
+              spread);
     const Result<KeyMaterial> cbc = GivenSectorKey::FromText(text)->KeyFor(Method::kAes128Cbc);
     ASSERT_FALSE(cbc);
     EXPECT_EQ(cbc.Failure().detail, "AES-128-CBC has no tweak key, and this key has one");
@@ -220,8 +222,9 @@ TEST(SectorKeyTest, TheLengthSaysWhichMethodsAreLeft)
         return GivenSectorKey::FromText(text)->PossibleMethods();
     };
     EXPECT_EQ(possible(Hex(Counted(16))), std::vector<Method>{Method::kAes128Cbc});
-    EXPECT_EQ(possible(Hex(Counted(32))),
-              (std::vector<Method>{Method::kAes256Cbc, Method::kAes128Xts}));
+    EXPECT_EQ(
+        possible(Hex(Counted(32))),
+        (std::vector<Method>{Method::kAes128Elephant, Method::kAes256Cbc, Method::kAes128Xts}));
     EXPECT_EQ(possible("aes-xts-128:" + Hex(Counted(32))), std::vector<Method>{Method::kAes128Xts});
     EXPECT_EQ(possible(Hex(Counted(64))),
               (std::vector<Method>{Method::kAes128Elephant, Method::kAes256Elephant,

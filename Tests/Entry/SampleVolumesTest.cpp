@@ -1,7 +1,9 @@
 // Volumes that Windows encrypted (see SampleImages.h), through the library's entry: every file
 // that the manifests list, byte for byte.
 #include "SampleImages.h"
+#include "SampleKeys.h"
 #include "SampleManifest.h"
+#include "TemporaryFolder.h"
 #include "VolumeOpeningOptions.h"
 
 #include <openssl/evp.h>
@@ -68,27 +70,11 @@ INSTANTIATE_TEST_SUITE_P(Samples, SampleVolume,
                          testing::Values("ntfs-cbc128", "tree-ntfs-xts128", "tree-fat16-cbc128"),
                          SampleManifest::NameOfTest);
 
-// The kinds and secrets that open an image, as the library's entry takes them.
-std::vector<std::pair<const char *, std::string>> WaysToOpen(const std::string &name)
-{
-    SampleImages &samples = SampleImages::Shared();
-    const auto &image = samples.Image(name);
-    std::vector<std::pair<const char *, std::string>> ways;
-    for (const std::string &password : image.passwords)
-        ways.emplace_back("password", password);
-    for (const std::string &recovery : image.recoveryPasswords)
-        ways.emplace_back("recovery", recovery);
-    if (!image.keyFile.empty())
-        ways.emplace_back("startup-key", samples.Folder() + "/" + image.keyFile);
-    if (ways.empty())
-        ways.emplace_back("none", "");
-    return ways;
-}
-
 // Nothing but the head of the file system is left in these.
 TEST(SampleVolumes, HeaderOnlyImagesEndInADamagedFileSystemOrMapWithEverySecret)
 {
     SampleImages &samples = SampleImages::Shared();
+    const SampleKeys keys;
     int tried = 0;
     for (const auto &[name, image] : samples.Images()) {
         if (name.rfind("bitlk-", 0) != 0)
@@ -98,7 +84,7 @@ TEST(SampleVolumes, HeaderOnlyImagesEndInADamagedFileSystemOrMapWithEverySecret)
             GTEST_SKIP() << missing << " is missing";
         const auto expected = image.plainHash.empty() ? VolumeLibraryStatus::kConversionMapDamaged
                                                       : VolumeLibraryStatus::kFileSystemDamaged;
-        for (const auto &[kind, secret] : WaysToOpen(name)) {
+        for (const auto &[kind, secret] : keys.WaysToOpen(name)) {
             const Opened opened = OpenImage(samples.Path(name), kind, secret.c_str());
             EXPECT_EQ(opened.status, expected) << name << " by " << kind << ": " << opened.detail;
         }
@@ -129,6 +115,7 @@ std::string HashOfContents(IVolume &volume)
 TEST(SampleVolumes, ContentsHaveThePublishedHashWithEverySecret)
 {
     SampleImages &samples = SampleImages::Shared();
+    const SampleKeys keys;
     int hashed = 0;
     OpeningOptions options;
     options.opensContents = true;
@@ -138,7 +125,7 @@ TEST(SampleVolumes, ContentsHaveThePublishedHashWithEverySecret)
             GTEST_SKIP() << missing << " is missing";
         if (image.plainHash.empty())
             continue;
-        for (const auto &[kind, secret] : WaysToOpen(name)) {
+        for (const auto &[kind, secret] : keys.FewerWaysToOpen(name)) {
             const std::string path = samples.Path(name);
             const Opened opened =
                 AsAnswer(OpenVolume({path.c_str(), kind, secret.c_str(), nullptr, options}));
@@ -150,6 +137,45 @@ TEST(SampleVolumes, ContentsHaveThePublishedHashWithEverySecret)
     if (hashed == 0)
         GTEST_SKIP() << samples.Need("README.md") << " is missing";
     EXPECT_EQ(hashed, 22);
+}
+
+// What another program prints for the image and its first password, without blanks; empty if there
+// is no such program.
+std::string SectorKeyByCryptsetup(const std::string &image, const std::string &password)
+{
+    const TemporaryFolder folder;
+    const std::string passwordFile = folder.WriteFile("password", password);
+    const std::string found = folder.At("key");
+    const std::string command = "PATH=$PATH:/usr/sbin:/sbin cryptsetup bitlkDump '" + image +
+                                "' --dump-volume-key --batch-mode --key-file '" + passwordFile +
+                                "' 2>/dev/null | sed -n '/MK dump:/,$p' | sed 's/MK dump://' | "
+                                "tr -d ' \\t\\n' > '" +
+                                found + "'";
+    return std::system(command.c_str()) == 0 ? folder.ReadFile("key") : "";
+}
+
+TEST(SampleVolumes, TheKeyThatCryptsetupPrintsOpensThem)
+{
+    SampleImages &samples = SampleImages::Shared();
+    if (std::system("PATH=$PATH:/usr/sbin:/sbin cryptsetup --version > /dev/null 2>&1") != 0)
+        GTEST_SKIP() << "cryptsetup is missing";
+    OpeningOptions options;
+    options.opensContents = true;
+    for (const char *name : {"bitlk-aes-xts-128", "bitlk-aes-xts-256", "bitlk-aes-cbc-128",
+                             "bitlk-aes-cbc-256", "bitlk-togo-aes-xts-128", "bitlk-aes-cbc-128-4k",
+                             "bitlk-aes-cbc-elephant-128", "bitlk-aes-cbc-elephant-256"}) {
+        const std::string missing = samples.Prepare(name);
+        if (!missing.empty())
+            GTEST_SKIP() << missing << " is missing";
+        const auto &image = samples.Image(name);
+        const std::string path = samples.Path(name);
+        const std::string key = SectorKeyByCryptsetup(path, image.passwords.at(0));
+        ASSERT_GE(key.size(), 32U) << name;
+        const Opened opened =
+            AsAnswer(OpenVolume({path.c_str(), "fvek", key.c_str(), nullptr, options}));
+        ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << name << opened.detail;
+        EXPECT_EQ(HashOfContents(*opened.volume), image.plainHash) << name;
+    }
 }
 
 }  // namespace

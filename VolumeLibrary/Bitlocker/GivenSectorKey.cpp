@@ -79,6 +79,16 @@ bool IsZero(ByteView bytes)
     return std::all_of(bytes.data, bytes.data + bytes.size, [](uint8_t byte) { return byte == 0; });
 }
 
+// As the metadata has them.
+KeyMaterial Arranged(Method method, ByteView key, ByteView tweakKey)
+{
+    KeyMaterial whole(SectorKeySize(method));
+    const size_t tweakKeyAt = IsElephant(method) ? kTweakKeyAt : key.size;
+    std::memcpy(whole.Data(), key.data, key.size);
+    std::memcpy(whole.Data() + tweakKeyAt, tweakKey.data, tweakKey.size);
+    return whole;
+}
+
 std::string Takes(Method method, size_t bytes, size_t given)
 {
     return MethodName(method) + " takes a key of " + std::to_string(bytes) +
@@ -143,22 +153,22 @@ Result<KeyMaterial> GivenSectorKey::WithTweakKey(Method method) const
         return Malformed(MethodName(method) + " has no tweak key, and this key has one");
     if (_key.Size() != size)
         return Malformed(Takes(method, size, _key.Size()));
-    KeyMaterial whole(SectorKeySize(method));
-    const size_t tweakKeyAt = IsElephant(method) ? kTweakKeyAt : size;
-    std::memcpy(whole.Data(), _key.Data(), size);
-    std::memcpy(whole.Data() + tweakKeyAt, _tweakKey.Data(), size);
-    return whole;
+    return Arranged(method, _key.View(), _tweakKey.View());
 }
 
 Result<KeyMaterial> GivenSectorKey::KeyFor(Method method) const
 {
     const size_t size = SectorKeySize(method);
+    const ByteView key = _key.View();
     if (!_tweakKey.Empty())
         return WithTweakKey(method);
-    const bool isPadded = _key.Size() > size && IsZero(_key.View().From(size));
-    if (_key.Size() != size && !isPadded)
-        return Malformed(Takes(method, size, _key.Size()));
-    return KeyMaterial(_key.View().First(size));
+    // Some tools leave out the gaps between the two keys.
+    if (method == Method::kAes128Elephant && key.size == 2 * AesKeySize(method))
+        return Arranged(method, key.First(AesKeySize(method)), key.From(AesKeySize(method)));
+    const bool isPadded = key.size > size && IsZero(key.From(size));
+    if (key.size != size && !isPadded)
+        return Malformed(Takes(method, size, key.size));
+    return KeyMaterial(key.First(size));
 }
 
 std::vector<Method> GivenSectorKey::PossibleMethods() const

@@ -4,7 +4,8 @@
 //   a text         hexadecimal digits of 16, 32 or 64 bytes; with a colon between, the key and the
 //                  tweak key; in front of them, with a colon, the method: "aes-xts-128:00ff..."
 //   66 bytes       a method, u16, and 64 bytes: the key as the metadata has it, then zeros
-//   16, 32 or 64   the key as the metadata has it
+//   16, 32 or 64   the key as the metadata has it; 32 also the two keys of AES-128 with the
+//   diffuser
 //
 // Nothing in a volume authenticates the key. Moved, not copied; wiped with its owner.
 // Source of the layouts: the manual pages of dislocker and cryptsetup.
