@@ -34,6 +34,17 @@ Visited VisitOf(const RecoveryPasswords &passwords)
     return visited;
 }
 
+std::string DigitsOf(const std::vector<uint8_t> &bytes)
+{
+    std::string digits;
+    for (const uint8_t byte : bytes) {
+        char two[3];
+        std::snprintf(two, sizeof two, "%02x", byte);
+        digits += two;
+    }
+    return digits;
+}
+
 ProtectorRecipe Recovery(const std::string &text, uint8_t number)
 {
     ProtectorRecipe recipe = ProtectorRecipe::Recovery(text);
@@ -61,6 +72,8 @@ TEST(RecoveryPasswordsTest, EachOneIsFoundWhateverTheVolumeWasUnlockedWith)
     const TestVolume suspended(recipe);
     recipe.protectors.pop_back();
     const TestVolume volume(recipe);
+    const std::string masterKey =
+        DigitsOf(maker::MadeUpBytes(recipe.seed).Bytes("master key", 32));
     const Found expected = {{IdentifierOf(0x11), kRecovery}, {IdentifierOf(0x22), kOtherRecovery}};
     const auto check = [&](const Result<UnlockedVolume> &opened) {
         ASSERT_TRUE(opened) << opened.Failure().detail;
@@ -72,7 +85,18 @@ TEST(RecoveryPasswordsTest, EachOneIsFoundWhateverTheVolumeWasUnlockedWith)
     check(OpenAndKeep(volume, *Secret::FromPassword(kPassword)));
     check(OpenAndKeep(volume, *Secret::FromRecoveryPassword(kRecovery)));
     check(OpenAndKeep(volume, *Secret::FromRecoveryPassword(kOtherRecovery)));
+    check(OpenAndKeep(volume, *Secret::FromMasterKey(masterKey.c_str())));
     check(OpenAndKeep(suspended, Secret::None()));
+}
+
+TEST(RecoveryPasswordsTest, TheKeyOfTheSectorsLeadsToNone)
+{
+    const maker::VolumeRecipe recipe = RecipeWithTwo();
+    const std::string key = DigitsOf(maker::MadeUpBytes(recipe.seed).Bytes("sector key", 32));
+    const Result<UnlockedVolume> opened =
+        OpenAndKeep(TestVolume(recipe), *Secret::FromSectorKey(key.c_str()));
+    ASSERT_TRUE(opened) << opened.Failure().detail;
+    EXPECT_EQ(opened->recoveryPasswords, nullptr);
 }
 
 TEST(RecoveryPasswordsTest, NoneAreKeptUnlessThatWasWanted)
