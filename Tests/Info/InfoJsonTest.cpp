@@ -92,6 +92,13 @@ TEST_F(InfoJson, AnOpenedVolumeHasItsFileSystem)
               R"("freeBytes": 12884901888, "clusterBytes": 4096}})");
 }
 
+TEST_F(InfoJson, TheProtectorSaysWhichVolumeWasOpened)
+{
+    const Arguments opened = {"two volumes", "--unlock", "password", kSecret};
+    EXPECT_EQ(Of(opened, "d['opened']['number']"), "2");
+    EXPECT_EQ(Of({"two volumes", "--unlock", "fvek", "00ff"}, "d['opened']['number']"), "null");
+}
+
 TEST_F(InfoJson, RecoveryPasswordsAreThereOnlyIfAskedFor)
 {
     EXPECT_EQ(Of({"system disk", "--unlock", "password", kSecret, "--show-recovery-password"},

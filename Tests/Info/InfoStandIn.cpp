@@ -115,6 +115,12 @@ const DiskReport kEvilDisk = {
 
 const DiskReport kEmptyDisk = {"raw", "a raw image", 0, 0, "", nullptr, 0, nullptr, 0};
 
+const DiskVolumeReport kTwoVolumes[] = {
+    {1, kMiB, kGiB, "encrypted", "encrypted", "", "", "", "", &kTpmEncryption},
+    {2, 2 * kGiB, 40 * kGiB, "encrypted", "encrypted", "", "", "", "", &kEncryption}};
+const DiskReport kTwoDisk = {"raw", "a raw image", 60 * kGiB, 512, "mbr", kTwoVolumes,
+                             2,     nullptr,       0};
+
 const DiskVolumeReport kUnknownVolume = {0,  0,  kMiB, "other", "nothing that is recognised",
                                          "", "", "",   "",      nullptr};
 const DiskReport kUnknownDisk = {"raw", "a raw image", kMiB, 0, "", &kUnknownVolume, 1, nullptr, 0};
@@ -130,6 +136,7 @@ const NamedDisk kDisks[] = {{"system disk", &kSystemDisk},
                             {"evil", &kEvilDisk},
                             {"empty", &kEmptyDisk},
                             {"unknown disk", &kUnknownDisk},
+                            {"two volumes", &kTwoDisk},
                             {"@1048576", &kTpmDisk}};
 
 bool EndsWith(const std::string &text, const std::string &end)
@@ -214,6 +221,9 @@ EXPORTED int32_t open_bitlocker_device(const char *device, const char *kind, con
     g_isContents = g_options.opensContents != 0;
     g_detail.clear();
     if (g_kind == "stall") {
+        if (g_options.progress != nullptr)
+            g_options.progress(g_options.progressContext, VolumeOpeningStep::kTryingSecrets, 0, 400,
+                               32);
         close(open((std::string(secret) + "/opening").c_str(), O_WRONLY | O_CLOEXEC));
         AwaitCancelling();
         return Status(VolumeLibraryStatus::kCancelled);

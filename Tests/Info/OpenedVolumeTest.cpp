@@ -115,11 +115,32 @@ TEST_F(OpenedVolume, TheSecretIsAskedForAfterTheDescription)
     EXPECT_THAT(run.Output(), Not(HasSubstr("s3cret")));
 }
 
+TEST_F(OpenedVolume, TheSecretCanComeFromAFile)
+{
+    const std::string file = _folder.WriteFile("secret", std::string(kSecret) + "\n");
+    const Result result = Run({"system disk", "--unlock", "password", "@" + file});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_THAT(result.output, HasSubstr("Unlocked by"));
+}
+
 TEST_F(OpenedVolume, NoSecretAtAllIsWrongUse)
 {
     const Result result = Run({"system disk", "--unlock", "password", "-"});
     EXPECT_EQ(result.status, 2);
     EXPECT_THAT(result.errors, HasSubstr("volume-info: no secret was given\n"));
+}
+
+TEST_F(OpenedVolume, ALongOpeningShowsItsProgress)
+{
+    const std::string stall = _folder.MakeFolder("stall");
+    mkfifo((stall + "/opening").c_str(), 0600);
+    ToolRun::Settings terminal;
+    terminal.onTerminal = true;
+    ToolRun run(ProgramWith(VX_STAND_IN), {"system disk", "--unlock", "stall", stall}, terminal);
+    run.AwaitText("Trying keys: 0 of 400");
+    close(open((stall + "/opening").c_str(), O_RDONLY));
+    run.Type("\x03");
+    EXPECT_EQ(run.Wait(), -SIGINT);
 }
 
 TEST_F(OpenedVolume, CtrlCCancelsTheOpening)
