@@ -85,9 +85,8 @@ TEST_F(OpenedVolume, AWrongSecretLeavesTheDescriptionAndIsNeverRepeated)
     EXPECT_EQ(result.status, 3);
     EXPECT_THAT(result.output, HasSubstr("Encrypted volume 2"));
     EXPECT_THAT(result.output, Not(HasSubstr("Opened")));
-    EXPECT_THAT(result.errors, HasSubstr("volume-info: cannot open system disk: the password, "
-                                         "recovery key or startup key does not open this volume: "
-                                         "it was tried on the password 1A2B3C4D (status 22)\n"));
+    EXPECT_THAT(result.errors, HasSubstr("volume-info: cannot open system disk: "));
+    EXPECT_THAT(result.errors, HasSubstr("tried on the password 1A2B3C4D (status 22)\n"));
     EXPECT_THAT(result.output + result.errors, Not(HasSubstr("hidden")));
 }
 
