@@ -11,6 +11,8 @@ namespace vx {
 namespace {
 
 constexpr uint64_t kSector = VmdkHeader::kSector;
+// The place of a grain that reads as zeros, as does 0, one that was never written.
+constexpr uint32_t kReadsAsZeros = 1;
 
 Error Damaged(const char *what)
 {
@@ -33,24 +35,41 @@ Error VmdkGrains::ReadAt(uint64_t offset, void *buffer, size_t count) const
         return error;
     auto *place = static_cast<uint8_t *>(buffer);
     while (count > 0) {
-        const auto piece =
-            static_cast<size_t>(std::min<uint64_t>(count, GrainBytes() - offset % GrainBytes()));
-        if (Error error = ReadInGrain(offset, place, piece))
+        Sectors sectors;
+        if (Error error = Find(offset, count, &sectors))
             return AtPlace(std::move(error), offset);
-        offset += piece;
-        place += piece;
-        count -= piece;
+        const uint64_t first = offset / GrainBytes();
+        while (count > 0 && offset / GrainBytes() - first < sectors.count) {
+            const auto grain = static_cast<size_t>(offset / GrainBytes() - first);
+            const size_t piece = SideBySide(sectors, grain, offset, count);
+            if (Error error = ReadRun(sectors.at[grain], offset, place, piece))
+                return AtPlace(std::move(error), offset);
+            offset += piece;
+            place += piece;
+            count -= piece;
+        }
     }
     return {};
 }
 
-Error VmdkGrains::ReadInGrain(uint64_t offset, uint8_t *place, size_t count) const
+size_t VmdkGrains::SideBySide(const Sectors &sectors, size_t grain, uint64_t offset,
+                              size_t count) const
 {
-    constexpr uint32_t kReadsAsZeros = 1;  // as does 0, a grain that was never written
-    const auto found = FindGrain(offset / GrainBytes());
-    if (!found)
-        return found.Failure();
-    const uint32_t sector = *found;
+    uint64_t length = GrainBytes() - offset % GrainBytes();
+    for (; length < count && grain + 1 < sectors.count; ++grain, length += GrainBytes()) {
+        const uint64_t here = sectors.at[grain];
+        const uint64_t next = sectors.at[grain + 1];
+        const bool areZeros = here <= kReadsAsZeros && next <= kReadsAsZeros;
+        const bool isNext =
+            !_header.isPacked && here > kReadsAsZeros && next == here + _header.grain;
+        if (!areZeros && !isNext)
+            break;
+    }
+    return static_cast<size_t>(std::min<uint64_t>(length, count));
+}
+
+Error VmdkGrains::ReadRun(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const
+{
     if (sector <= kReadsAsZeros) {
         std::memset(place, 0, count);
         return {};
@@ -61,32 +80,43 @@ Error VmdkGrains::ReadInGrain(uint64_t offset, uint8_t *place, size_t count) con
                                  : CopyPacked(sector, offset, place, count);
 }
 
-Result<uint32_t> VmdkGrains::FindGrain(uint64_t number) const
+Error VmdkGrains::Find(uint64_t offset, size_t count, Sectors *sectors) const
 {
-    auto sector = FindIn(_header.directory, number);
-    if (sector || _header.secondDirectory == 0)
-        return sector;
-    auto inCopy = FindIn(_header.secondDirectory, number);
-    return inCopy ? inCopy : sector;
+    const uint64_t number = offset / GrainBytes();
+    const uint64_t last = (offset + count - 1) / GrainBytes();
+    const uint64_t inTable = _header.entries - number % _header.entries;
+    sectors->count = static_cast<size_t>(
+        std::min({last - number + 1, inTable, static_cast<uint64_t>(Sectors::kMost)}));
+    Error error = FindIn(_header.directory, number, sectors);
+    if (!error || _header.secondDirectory == 0)
+        return error;
+    return FindIn(_header.secondDirectory, number, sectors) ? error : Error{};
 }
 
-Result<uint32_t> VmdkGrains::FindIn(uint64_t directory, uint64_t number) const
+Error VmdkGrains::FindIn(uint64_t directory, uint64_t number, Sectors *sectors) const
 {
     constexpr uint32_t kNoTable = 0;
-    auto table = ReadNumber(directory, number / _header.entries);
-    if (!table || *table == kNoTable)
-        return table;
-    return ReadNumber(*table, number % _header.entries);
+    Sectors table;
+    table.count = 1;
+    if (Error error = ReadNumbers(directory, number / _header.entries, &table))
+        return error;
+    if (table.at[0] != kNoTable)
+        return ReadNumbers(table.at[0], number % _header.entries, sectors);
+    std::fill_n(sectors->at, sectors->count, kNoTable);
+    return {};
 }
 
-Result<uint32_t> VmdkGrains::ReadNumber(uint64_t sector, uint64_t index) const
+Error VmdkGrains::ReadNumbers(uint64_t sector, uint64_t index, Sectors *numbers) const
 {
-    uint8_t bytes[4];
+    uint8_t bytes[sizeof(uint32_t) * Sectors::kMost];
+    const size_t size = numbers->count * sizeof(uint32_t);
     if (sector > _file->Size() / kSector)
         return Damaged("a table of the VMDK image lies beyond its end");
-    if (Error error = _file->ReadAt(sector * kSector + index * sizeof bytes, bytes, sizeof bytes))
+    if (Error error = _file->ReadAt(sector * kSector + index * sizeof(uint32_t), bytes, size))
         return error;
-    return U32At({bytes, sizeof bytes}, 0);
+    for (size_t i = 0; i < numbers->count; ++i)
+        numbers->at[i] = U32At({bytes, size}, i * sizeof(uint32_t));
+    return {};
 }
 
 Error VmdkGrains::CopyPacked(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const

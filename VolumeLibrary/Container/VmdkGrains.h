@@ -34,12 +34,23 @@ public:
 private:
     static constexpr uint64_t kNone = ~uint64_t{0};
 
+    // For each of some grains, one after the other, the sector of the file where it lies; 0 if
+    // there is none.
+    struct Sectors {
+        static constexpr size_t kMost = 64;  // 4 MiB of usual grains
+        size_t count = 0;
+        uint32_t at[kMost] = {};
+    };
+
     uint64_t GrainBytes() const { return _header.grain * VmdkHeader::kSector; }
-    Error ReadInGrain(uint64_t offset, uint8_t *place, size_t count) const;
-    // The sector of the file where the grain lies; 0 if there is none.
-    Result<uint32_t> FindGrain(uint64_t number) const;
-    Result<uint32_t> FindIn(uint64_t directory, uint64_t number) const;
-    Result<uint32_t> ReadNumber(uint64_t sector, uint64_t index) const;
+    // Those of the range, as far as they are in one table.
+    Error Find(uint64_t offset, size_t count, Sectors *sectors) const;
+    Error FindIn(uint64_t directory, uint64_t number, Sectors *sectors) const;
+    Error ReadNumbers(uint64_t sector, uint64_t index, Sectors *numbers) const;
+    // How many of count bytes, which begin in the given grain, lie side by side in the file, or
+    // are zeros, or are packed as one.
+    size_t SideBySide(const Sectors &sectors, size_t grain, uint64_t offset, size_t count) const;
+    Error ReadRun(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const;
     Error CopyPacked(uint32_t sector, uint64_t offset, uint8_t *place, size_t count) const;
     // place has room for a whole grain.
     Error Unpack(uint32_t sector, uint64_t number, uint8_t *place) const;
