@@ -13,10 +13,12 @@ namespace vx {
 namespace {
 
 constexpr double kForever = 1e9;  // seconds
-constexpr blksize_t kBestRead = FuseTree::kLargestRead;
+// What programs read by at least. Larger pieces make cp slower: it does not write while it reads,
+// and the kernel reads no more than 128 KiB ahead.
+constexpr blksize_t kBestRead = 4096;
 constexpr unsigned kMostReadsAhead = 64;
 constexpr int64_t kLargestStored = 64 << 10;
-constexpr int kMostStoring = 2;
+constexpr int kMostStoring = FuseTree::kFewestThreads - 1;
 constexpr unsigned long kStatUnit = 512;
 constexpr unsigned long kLongestName = 255;
 // A folder with this number of links is one whose subfolders were not counted.

@@ -21,6 +21,8 @@ class FuseTree {
 public:
     // The most bytes of one read: what the kernel takes by default.
     static constexpr unsigned kLargestRead = 1U << 20;
+    // That must be allowed to call the operations at a time.
+    static constexpr unsigned kFewestThreads = 3;
 
     // Everything belongs to the user who mounts it. report: of the file system; empty if it is not
     // known.

@@ -2,16 +2,23 @@
 
 #include "TerminalText.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <thread>
 #include <vector>
 
 namespace vx {
 namespace {
 
-// Enough to read from several files, and ahead, at a time.
-constexpr unsigned kMostThreads = 8;
+// As many as processors, and one that waits for the disk; more only wake each other.
+unsigned MostThreads()
+{
+    constexpr unsigned kMostThreads = 8;
+    return std::clamp(std::thread::hardware_concurrency() + 1, FuseTree::kFewestThreads,
+                      kMostThreads);
+}
 
 // What libfuse said last.
 std::string &LastWords()
@@ -95,7 +102,7 @@ bool MountSession::Serve()
     if (config == nullptr)
         return false;
     fuse_loop_cfg_set_clone_fd(config.get(), 1);
-    fuse_loop_cfg_set_max_threads(config.get(), kMostThreads);
+    fuse_loop_cfg_set_max_threads(config.get(), MostThreads());
     return fuse_session_loop_mt(_session, config.get()) >= 0;
 }
 
