@@ -14,6 +14,7 @@
 #include "ExportRows.h"
 #include "ImageRows.h"
 #include "InfoRows.h"
+#include "MountRows.h"
 #include "Rows.h"
 
 namespace {
@@ -56,7 +57,7 @@ int main(int argc, char **argv)
 
     const BenchSetting setting = {data, argv[1], turns};
     std::vector<Row> rows = BenchRows(setting);
-    for (auto *const more : {ExportRows, ImageRows, InfoRows}) {
+    for (auto *const more : {ExportRows, ImageRows, InfoRows, MountRows}) {
         for (Row &row : more(setting))
             rows.push_back(std::move(row));
     }
