@@ -72,6 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
     Containers, EachQemuFormat,
     testing::Values(QemuFormat{"VhdThatGrows", "vhd", "vpc -o subformat=dynamic,force_size=on"},
                     QemuFormat{"VhdOfFixedSize", "vhd", "vpc -o subformat=fixed,force_size=on"},
+                    QemuFormat{"Vhdx", "vhdx", "vhdx -o subformat=dynamic,block_size=2M"},
+                    QemuFormat{"VhdxOfFixedSize", "vhdx", "vhdx -o subformat=fixed"},
                     QemuFormat{"VmdkThatGrows", "vmdk", "vmdk -o subformat=monolithicSparse"},
                     QemuFormat{"VmdkOfFixedSize", "vmdk", "vmdk -o subformat=monolithicFlat"},
                     QemuFormat{"Qcow2", "qcow2", "qcow2"},

@@ -2,6 +2,9 @@
 #include "SourceWithHole.h"
 #include "VhdxTest.h"
 
+#include <cstdio>
+#include <sys/resource.h>
+
 namespace vx {
 namespace {
 
@@ -13,6 +16,13 @@ constexpr uint64_t kKiB = 1024;
 constexpr uint64_t kHeaders[] = {64 * kKiB, 128 * kKiB};
 constexpr uint64_t kRegions[] = {192 * kKiB, 256 * kKiB};
 constexpr const char *kSamePlace = "the VHDX image keeps two blocks in the same place";
+
+long PeakMemoryKiB()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
 
 class VhdxImages : public VhdxTest {
 protected:
@@ -340,6 +350,45 @@ TEST_F(VhdxImages, ADiskThatIsLargerThanItsTableFailsBeyondIt)
     EXPECT_TRUE(Read(container, (blocksInTable - 1) * kMiB, kMiB) == Zeros(kMiB));
     EXPECT_NE(Read(container, blocksInTable * kMiB, 1).find("table of the VHDX image ends before"),
               std::string::npos);
+}
+
+// The table of the largest disk has 512 MiB, which are holes of this file.
+TEST_F(VhdxImages, TheLargestDiskIsReadWithoutKeepingItsTable)
+{
+    constexpr uint64_t kLargest = uint64_t{64} << 40;
+    VhdxRecipe recipe;
+    recipe.diskBytes = kLargest;
+    VhdxWriter writer(recipe);
+    writer.AddBlock(first);
+    std::string image = writer.Image();
+    const uint64_t blocks = kLargest / kMiB;
+    const uint64_t tableBytes = (blocks + blocks / 4096) * 8 / kMiB * kMiB + kMiB;
+    for (const uint64_t table : kRegions)
+        VhdxWriter::Put(table + 40, tableBytes, 4, &image);
+    const uint64_t lastBlock = writer.TableAt() + tableBytes;
+    VhdxWriter::Put(writer.EntryAt(0), 6 | (lastBlock + kMiB), 8, &image);
+    VhdxWriter::RepairSums(&image);
+    image.resize(writer.BlocksAt());
+    const std::string path = folder.WriteFile("x.vhdx", image);
+    std::string entry;
+    VhdxWriter::Put(0, 6 | lastBlock, 8, &entry);
+    FILE *file = fopen(path.c_str(), "r+b");
+    ASSERT_NE(file, nullptr);
+    const auto put = [&](uint64_t at, const std::string &bytes) {
+        fseeko(file, static_cast<off_t>(at), SEEK_SET);
+        fwrite(bytes.data(), 1, bytes.size(), file);
+    };
+    put(writer.EntryAt(blocks - 1), entry);
+    put(lastBlock, last + last + first);
+    ASSERT_EQ(fclose(file), 0);
+    const long before = PeakMemoryKiB();
+    Container container;
+    ASSERT_FALSE(OpenAt(path, &container));
+    EXPECT_LT(PeakMemoryKiB() - before, 64 * 1024);
+    EXPECT_TRUE(container.notes.empty());
+    EXPECT_TRUE(Read(container, 0, kMiB) == first);
+    EXPECT_TRUE(Read(container, kMiB, kMiB) == Zeros(kMiB));
+    EXPECT_TRUE(Read(container, kLargest - kMiB, kMiB) == last + last);
 }
 
 TEST_F(VhdxImages, CutAnywhereItIsReportedAndGivesNoWrongByte)

@@ -4,6 +4,8 @@
 #include "QcowWriter.h"
 #include "VdiWriter.h"
 #include "VhdWriter.h"
+#include "VhdxPieces.h"
+#include "VhdxWriter.h"
 #include "VmdkWriter.h"
 
 #include <fstream>
@@ -32,10 +34,12 @@ public:
         ::mkdir(_folder.c_str(), 0777);
     }
 
-    void Add(const std::string &image)
+    void Add(const std::string &image) { AddBytes(image + '\x01'); }
+
+    void AddBytes(const std::string &bytes)
     {
         std::ofstream file(_folder + "/" + std::to_string(_count++), std::ios::binary);
-        file << image << '\x01';
+        file << bytes;
         _isGood = _isGood && file.flush().good();
     }
 
@@ -153,6 +157,55 @@ bool WriteVdi(const std::string &folder)
     return inputs.IsGood();
 }
 
+// An entry that moves a block and clears a page, and one that continues it across the end of the
+// ring.
+void PutLog(const VhdxWriter &writer, const std::string &logId, std::string *image)
+{
+    constexpr uint32_t kTail = 255 * kVhdxLogPage;
+    VhdxLogEntry entry;
+    entry.logId = logId;
+    entry.tail = kTail;
+    entry.flushedBytes = image->size();
+    entry.neededBytes = image->size() + kVhdxMiB;
+    entry.changes = {{writer.BlocksAt(), "", kVhdxLogPage}};
+    VhdxWriter::PutLog(kTail, entry, image);
+    std::string table = image->substr(writer.TableAt(), kVhdxLogPage);
+    VhdxWriter::Put(8, 6 | writer.BlocksAt(), 8, &table);
+    VhdxWriter::Put(0, 0, 8, &table);
+    entry.sequence = 2;
+    entry.changes.push_back({writer.TableAt(), table, 0});
+    VhdxWriter::PutLog(0, entry, image);
+}
+
+bool WriteVhdx(const std::string &folder)
+{
+    constexpr uint8_t kLargeSectors = 2;
+    Inputs inputs(folder, "image-vhdx-fuzz");
+    for (const uint32_t sectorBytes : {512u, 4096u}) {
+        for (const bool hasParent : {false, true}) {
+            VhdxRecipe recipe;
+            recipe.diskBytes = 4 * kVhdxMiB - 4096;
+            recipe.sectorBytes = sectorBytes;
+            recipe.logId = std::string(16, 'L');
+            if (hasParent)
+                recipe.parent = {{u"parent_linkage", u"{0}"}, {u"relative_path", u"b.vhdx"}};
+            VhdxWriter writer(recipe);
+            if (hasParent)
+                writer.AddPartly("1011", Disk(2));
+            else
+                writer.AddBlock(Disk(2));
+            for (const uint8_t state : {0, 3, 2})
+                writer.AddState(state);
+            std::string image = writer.Image();
+            const uint8_t flags = sectorBytes == 512 ? 0 : kLargeSectors;
+            inputs.AddBytes(VhdxInput(image, flags));
+            PutLog(writer, recipe.logId, &image);
+            inputs.AddBytes(VhdxInput(image, flags));
+        }
+    }
+    return inputs.IsGood();
+}
+
 bool WriteVmdk(const std::string &folder)
 {
     Inputs inputs(folder, "image-vmdk-fuzz");
@@ -180,7 +233,7 @@ int main(int argc, char **argv)
     const std::string folder = argv[1];
     const bool isGood = WriteEwf(folder, "image-e01-fuzz", EwfRecipe::Kind::kNew) &&
                         WriteEwf(folder, "image-s01-fuzz", EwfRecipe::Kind::kOld) &&
-                        WriteVhd(folder) && WriteVmdk(folder) && WriteQcow(folder) &&
-                        WriteVdi(folder);
+                        WriteVhd(folder) && WriteVhdx(folder) && WriteVmdk(folder) &&
+                        WriteQcow(folder) && WriteVdi(folder);
     return isGood ? 0 : 1;
 }

@@ -20,7 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const auto file = std::make_shared<MemoryByteSource>(std::move(bytes));
     if (!IsVhdImage(*file))
         return 0;
-    const auto image = OpenVhd(file);
+    const auto image = OpenVhd(file, [](const ParentWanted &) {
+        return Container{std::make_shared<MemoryByteSource>(std::vector<uint8_t>(1500, 'p'))};
+    });
     if (!image) {
         Require(!image.Failure().detail.empty(), "a failure has a text");
         return 0;
