@@ -518,6 +518,7 @@ TEST_F(QcowChains, WhatAnImageDoesNotHoldIsThatOfItsBackingFile)
     EXPECT_TRUE(Read(container, 0, disk.size()) == expected);
     EXPECT_EQ(container.description,
               "a QCOW2 image of version 3, with the backing file /elsewhere/base");
+    EXPECT_EQ(container.files, (std::vector<std::string>{folder.At("x.qcow2"), folder.At("base")}));
 }
 
 TEST_F(QcowChains, BeyondTheEndOfAShorterBackingFileThereAreZeros)

@@ -135,6 +135,23 @@ TEST_P(OneMadeQcow, InternalSnapshotsDoNotMatter)
     ExpectDisk("x.qcow2", folder.ReadFile("expected"));
 }
 
+TEST_P(OneMadeQcow, ABackingFileMayBeOfAnyKind)
+{
+    VX_NEEDS("qemu-io");
+    folder.WriteFile("raw", MixedDisk(10 * kMiB));
+    const std::pair<std::string, std::string> kinds[] = {
+        {"vdi", ""}, {"vmdk", ""}, {"vpc", "-o force_size=on"}, {"vhdx", ""}, {"qcow2", "-c"}};
+    for (const auto &[kind, options] : kinds) {
+        ASSERT_TRUE(InFolder("qemu-img convert -f raw -O " + kind + " " + options +
+                             " raw base && rm -f x.qcow2 expected && qemu-img create -q -f qcow2 "
+                             "-b base -F " +
+                             kind +
+                             " x.qcow2 && qemu-io -c 'write -P 7 1M 100k' x.qcow2 && "
+                             "qemu-img convert -O raw x.qcow2 expected"));
+        ExpectDisk("x.qcow2", folder.ReadFile("expected"));
+    }
+}
+
 TEST_P(OneMadeQcow, AnEncryptedOneIsRefusedWithACommandThatDecryptsIt)
 {
     const std::string disk = MixedDisk(10 * kMiB);

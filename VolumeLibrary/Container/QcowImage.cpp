@@ -19,7 +19,7 @@ std::optional<ContainerKind> KindNamed(const std::string &format)
     constexpr std::pair<const char *, ContainerKind> kFormats[] = {
         {"raw", ContainerKind::kRaw}, {"qcow2", ContainerKind::kQcow},
         {"vdi", ContainerKind::kVdi}, {"vmdk", ContainerKind::kVmdk},
-        {"vpc", ContainerKind::kVhd},
+        {"vpc", ContainerKind::kVhd}, {"vhdx", ContainerKind::kVhdx},
     };
     for (const auto &[name, kind] : kFormats) {
         if (format == name)
@@ -103,6 +103,7 @@ Result<Container> OpenQcow(const Source &file, const ParentOpener &parents,
         QcowShortfallSearch(*file, *header, disk->Tables(), (*clusters)->Size()).Find();
     // Compressed clusters take longer to unpack than to read.
     Container container = {std::make_shared<ParallelSource>(disk), std::move(backing->notes)};
+    container.files = std::move(backing->files);
     container.kind = "qcow2";
     container.description = Description(*header);
     if (shortfall.missingBytes > 0)

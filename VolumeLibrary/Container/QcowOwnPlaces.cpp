@@ -44,7 +44,8 @@ void QcowOwnPlaces::TakeTable(const ByteSource &file, uint64_t at, uint64_t entr
         return;
     entries = std::min(entries, (file.Size() - at) / kEntryBytes);
     std::vector<uint8_t> bytes;
-    for (uint64_t first = 0; first < entries; first += kEntriesAtOnce) {
+    for (uint64_t first = 0; first < entries && _tables.size() < kMostKept;
+         first += kEntriesAtOnce) {
         bytes.resize(static_cast<size_t>(std::min(kEntriesAtOnce, entries - first)) * kEntryBytes);
         ByteRanges gaps;
         (void)file.Salvage(at + first * kEntryBytes, bytes.data(), bytes.size(), &gaps);
