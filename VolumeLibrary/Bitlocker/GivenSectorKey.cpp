@@ -13,6 +13,7 @@ namespace {
 constexpr size_t kFileBytes = 66;
 constexpr size_t kLongestKey = 64;
 constexpr size_t kTweakKeyAt = 32;  // with a diffuser
+constexpr size_t kLongestName = 24;
 
 constexpr Method kMethods[] = {Method::kAes128Elephant, Method::kAes256Elephant,
                                Method::kAes128Cbc,      Method::kAes256Cbc,
@@ -46,10 +47,12 @@ size_t AesKeySize(Method method)
 }
 
 // The words of a method in any order: "aes-xts-128", "AES-128-XTS", "aes-cbc-256-elephant";
-// kNone for other texts.
+// kNone for other texts. A text that is long enough to be half of a key is not copied.
 Method MethodOf(std::string_view text)
 {
     std::string rest;
+    if (text.size() > kLongestName)
+        return Method::kNone;
     for (const char sign : text)
         rest += sign >= 'A' && sign <= 'Z' ? static_cast<char>(sign - 'A' + 'a') : sign;
     const auto take = [&rest](std::string_view word) {
