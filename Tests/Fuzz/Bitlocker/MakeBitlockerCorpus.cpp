@@ -2,6 +2,7 @@
 // each.
 #include "FuzzVolumes.h"
 
+#include "KeyTexts.h"
 #include "Maker/MadeUpBytes.h"
 #include "Maker/StartupKeyFileWriter.h"
 #include "Maker/VolumeMaker.h"
@@ -9,6 +10,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <iterator>
 #include <sys/stat.h>
 
 using namespace vx;
@@ -44,6 +46,25 @@ void WriteInput(const std::string &folder, size_t number, ByteView bytes)
     maker::FileSink(folder + "/" + std::to_string(number)).Write(0, bytes);
 }
 
+// Texts in several languages and encodings, a list of two keys, and rings of two files.
+void WriteKeyTexts(const std::string &folder)
+{
+    constexpr char kFirst[] = "000011-000022-000033-720885-111111-222222-333333-444444";
+    constexpr char kSecond[] = "111111-222222-333333-444444-555555-666666-000011-000022";
+    size_t number = 0;
+    for (const std::string &saved : SavedKeys(kKeyId, kFirst)) {
+        const TextEncoding encoding = kAllEncodings[number % std::size(kAllEncodings)];
+        const std::string text = Encoded(saved, encoding);
+        WriteInput(folder + "/recovery-text", number, BytesOf(text));
+        const std::string list = std::string("list.csv\n") + kOtherKeyId + "," + kSecond + "\n";
+        const std::string ring =
+            "key " + std::string(kKeyId) + ".TXT\n" + text + std::string("\0\1", 2) + list;
+        WriteInput(folder + "/key-ring", number++, BytesOf(ring));
+    }
+    const std::string wrapped = "000011-000022-000033-720885-\r\n111111-222222-333333-444444";
+    WriteInput(folder + "/recovery-text", number, BytesOf(wrapped));
+}
+
 void WriteAll(const std::string &folder)
 {
     ::mkdir(folder.c_str(), 0777);
@@ -57,6 +78,7 @@ void WriteAll(const std::string &folder)
     }
     WriteInput(folder + "/metadata", volumes.size(), LongMetadata());
     const Guid protector = maker::MadeUpBytes(1).GuidOf("protector");
+    WriteKeyTexts(folder);
     WriteInput(folder + "/key-file", 0, maker::MakeStartupKeyFile(protector, false));
     WriteInput(folder + "/key-file", 1, maker::MakeStartupKeyFile(protector, true));
 }
