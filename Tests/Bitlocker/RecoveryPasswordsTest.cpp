@@ -72,8 +72,7 @@ TEST(RecoveryPasswordsTest, EachOneIsFoundWhateverTheVolumeWasUnlockedWith)
     const TestVolume suspended(recipe);
     recipe.protectors.pop_back();
     const TestVolume volume(recipe);
-    const std::string masterKey =
-        DigitsOf(maker::MadeUpBytes(recipe.seed).Bytes("master key", 32));
+    const std::string masterKey = DigitsOf(maker::MadeUpBytes(recipe.seed).Bytes("master key", 32));
     const Found expected = {{IdentifierOf(0x11), kRecovery}, {IdentifierOf(0x22), kOtherRecovery}};
     const auto check = [&](const Result<UnlockedVolume> &opened) {
         ASSERT_TRUE(opened) << opened.Failure().detail;

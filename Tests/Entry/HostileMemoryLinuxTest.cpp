@@ -1,6 +1,12 @@
 // How much memory the opening of a hostile volume takes at most; asks the kernel, so Linux only.
+#include "DiskDescription.h"
+#include "DiskVolumes.h"
+#include "DiskWriter.h"
+#include "EncryptionReport.h"
 #include "ExfatImage.h"
 #include "FolderIndex.h"
+#include "Maker/VolumeMaker.h"
+#include "MemoryByteSource.h"
 #include "TestImage.h"
 
 #include <algorithm>
@@ -68,6 +74,39 @@ TEST_F(HostileMemory, TheMeasurementSeesWhatIsTaken)
 {
     std::string taken;
     EXPECT_GE(RiseOfMemoryKiB([&] { taken.assign(kLimitKiB * 1024UL, 'x'); }), kLimitKiB / 2);
+}
+
+// Every partition leads to metadata that is full of protectors.
+TEST_F(HostileMemory, ADiskFullOfProtectorsIsDescribedInLittle)
+{
+    using namespace bitlocker::maker;
+    constexpr size_t kPartitions = 1000;
+    constexpr size_t kFirst = 400;
+    VolumeRecipe recipe;
+    recipe.description = std::string(4500, 'x');
+    for (int i = 0; i < 300; ++i)
+        recipe.protectors.push_back(ProtectorRecipe::OfKind(bitlocker::ProtectorKind::kTpmAndPin));
+    MemorySink sink;
+    VolumeMaker(recipe).Make(MemoryByteSource(std::vector<uint8_t>(64 * 1024)), sink);
+    const std::vector<uint8_t> &volume = sink.Bytes();
+    DiskWriter disk(kFirst + volume.size() / DiskWriter::kSector + 100);
+    const uint64_t last = disk.Bytes().size() / DiskWriter::kSector - 1;
+    disk.PutMbr(0, 0, 0xEE, 1, static_cast<uint32_t>(last));
+    for (size_t i = 0; i < kPartitions; ++i)
+        disk.PutGptEntry(2 * DiskWriter::kSector + 128 * i, kFirst, last, "the same again");
+    disk.PutGpt({1, last, 2, kPartitions});
+    disk.PutText(kFirst * DiskWriter::kSector, {volume.begin(), volume.end()});
+    const std::string path = image.Folder().WriteFile("hostile", disk.Bytes());
+    uint64_t described = 0;
+    ExpectLittle([&] {
+        const auto report = DescribeDisk(path);
+        ASSERT_TRUE(report) << report.Failure().detail;
+        described = (*report)->volumeCount;
+        EXPECT_EQ((*report)->volumes[0].encryption->protectorCount, kMostProtectors);
+        EXPECT_LE(std::string((*report)->volumes[0].encryption->description).size(),
+                  ReportArena::kLongestText);
+    });
+    EXPECT_EQ(described, DiskVolumes::kMostPartitions);
 }
 
 TEST_F(HostileMemory, SizesThatLieInTheMetadataTakeNone)

@@ -32,7 +32,7 @@ void Repair(std::vector<uint8_t> &area)
 void Check(const MetadataBlock &block)
 {
     for (const Protector &protector : block.protectors)
-        if (ProtectorKindName(protector.kind).empty())
+        if (ProtectorKindName(protector.kind).empty() || !*ProtectorKindToken(protector.kind))
             std::abort();
     if (block.wrappedSectorKey && block.wrappedSectorKey->ciphertext.empty())
         std::abort();

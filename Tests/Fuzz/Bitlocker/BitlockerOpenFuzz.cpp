@@ -1,4 +1,4 @@
-// Fuzz target: opening whole volumes, and reading from those that open.
+// Fuzz target: describing and opening whole volumes, and reading from those that open.
 //
 // An input chooses one of a few sound volumes, and says how to damage it and where to cut it off:
 //   u8 volume, u8 flags (1: renew the checksums, 2: no secret), u16 cut (in 4 KiB, 0: none),
@@ -7,8 +7,11 @@
 #include "FuzzVolumes.h"
 
 #include "ByteReader.h"
+#include "Container.h"
+#include "DiskDescription.h"
 #include "Maker/MetadataWriter.h"
 #include "MemoryByteSource.h"
+#include "VolumeChoice.h"
 #include "VolumeOpener.h"
 
 #include <cstdlib>
@@ -60,6 +63,38 @@ void ReadSome(const DecryptedVolume &volume)
     }
 }
 
+void Require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+// Whatever the disk holds, each text is there, and no more is reported of it than it has.
+void Describe(const std::shared_ptr<const ByteSource> &source)
+{
+    const Container container = {source};
+    const auto described = DescribeDiskContents(container, {"", 0, {}});
+    if (!described)
+        return;
+    const DiskReport &report = **described;
+    for (uint64_t i = 0; i < report.volumeCount; ++i) {
+        const DiskVolumeReport &volume = report.volumes[i];
+        Require(volume.kind != nullptr && volume.kindText != nullptr && volume.label != nullptr);
+        const DiskEncryptionReport *encryption = volume.encryption;
+        if (encryption == nullptr)
+            continue;
+        Require(encryption->encryptedBytes <= volume.bytes ||
+                encryption->encryptedBytes == kUnknownEncryptedBytes);
+        Require(encryption->method != nullptr && encryption->description != nullptr);
+        for (uint64_t j = 0; j < encryption->protectorCount; ++j)
+            Require(encryption->protectors[j].identifier != nullptr);
+        for (uint64_t j = 0; j < encryption->copyCount; ++j)
+            Require(encryption->copies[j].problem != nullptr);
+    }
+    for (uint64_t i = 0; i < report.warningCount; ++i)
+        Require(report.warnings[i] != nullptr && *report.warnings[i] != '\0');
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -72,6 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const uint8_t flags = reader.U8();
     const size_t cut = reader.U16();
     const auto source = std::make_shared<MemoryByteSource>(Damaged(volume, reader, flags, cut));
+    Describe(source);
     const Secret none = Secret::None();
     const Result<UnlockedVolume> opened =
         VolumeOpener(source, nullptr, KeyStretcher(1)).Open(flags & kNoSecret ? none : *password);

@@ -1,8 +1,11 @@
-// Fuzz target: the partition tables of a disk. An input is the disk.
+// Fuzz target: the partition tables of a disk, and its description. An input is the disk.
 #include "../HeapLimit.h"
 #include "../Require.h"
+#include "Container.h"
+#include "DiskDescription.h"
 #include "DiskVolumes.h"
 #include "KnownContents.h"
+#include "VolumeChoice.h"
 
 #include "MemoryByteSource.h"
 
@@ -22,5 +25,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     (void)table.DescribeVolumes(disk);
     (void)table.DescribeOthers(disk);
     (void)KnownContents::Find(*disk);
+    const Container container = {disk};
+    const auto described = DescribeDiskContents(container, {"", 0, {}});
+    Require(!described || (*described)->volumeCount <= 2 * DiskVolumes::kMostPartitions,
+            "a disk has no more partitions than are listed");
     return 0;
 }

@@ -89,6 +89,11 @@ void VisitVolume(std::unique_ptr<FileSystem> fileSystem)
 {
     Require(fileSystem != nullptr, "what opened is there");
     FileSystemVolume volume(std::move(fileSystem));
+    VolumeFileSystemReport report;
+    Require(volume.DescribeFileSystem(&report), "a file system has a report");
+    Require(report.freeBytes == kUnknownBytes || report.freeBytes <= report.totalBytes,
+            "no more is free than there is");
+    Require(report.name[0] != 0 && report.label[sizeof report.label - 1] == 0, "its texts end");
     Visit(volume).Folder(u"", 0);
 }
 

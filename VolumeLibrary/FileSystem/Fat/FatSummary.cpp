@@ -191,8 +191,7 @@ private:
         constexpr uint64_t kLargestFolder = uint64_t{256} << 20;
         FolderBytes root(_tables, _chain.FollowToEnd(_geometry.rootCluster, kLargestFolder));
         FolderBytes::Entry entry = {};
-        FolderBytes::Step step = FolderBytes::Step::kEntry;
-        while ((step = root.Next(&entry)) == FolderBytes::Step::kEntry) {
+        while (root.Next(&entry) == FolderBytes::Step::kEntry) {
             if (entry[0] == kBitmap && (entry[1] & 1) == (_geometry.isSecondTable ? 1 : 0))
                 return CountIn(U32At(entry, 20), U64At(entry, 24));
         }
