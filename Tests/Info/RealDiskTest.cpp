@@ -99,5 +99,23 @@ TEST_F(RealDisk, ShowsTheFileSystemAndTheRecoveryPasswordOnceItIsUnlocked)
     EXPECT_EQ(Json(document.output, "d['opened']['number']"), "2");
 }
 
+TEST_F(RealDisk, ASearchFindsTheVolumeOfALostTable)
+{
+    ToolRun wipe("/bin/sh", {"-c",
+                             "dd if=/dev/zero of=\"$1\" bs=1M count=1 conv=notrunc && "
+                             "dd if=/dev/zero of=\"$1\" bs=512 seek=40960 count=1 "
+                             "conv=notrunc && truncate -s 60M \"$1\"",
+                             "sh", _disk});
+    ASSERT_EQ(wipe.Wait(), 0);
+    const Result result = RunReal({"--search", _disk});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_THAT(result.output, HasSubstr(": 1 encrypted volume found\n"));
+    EXPECT_THAT(result.output, HasSubstr("Encrypted volume at byte 20,971,520\n"));
+    EXPECT_THAT(result.output, HasSubstr("First sector   lost; no table of partitions names it"));
+    const Result example = RunExample(result.output);
+    EXPECT_EQ(example.status, 0) << example.errors;
+    EXPECT_THAT(example.output, HasSubstr("/hello.txt"));
+}
+
 }  // namespace
 }  // namespace vx
