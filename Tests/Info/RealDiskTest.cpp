@@ -117,5 +117,34 @@ TEST_F(RealDisk, ASearchFindsTheVolumeOfALostTable)
     EXPECT_THAT(example.output, HasSubstr("/hello.txt"));
 }
 
+// Both tables are gone, and the first sector of the encrypted volume.
+TEST_F(RealDisk, WhatASearchFindsOpensByTheAddressThatItGives)
+{
+    ToolRun wipe("/bin/sh",
+                 {"-c",
+                  "for part in '0 2048' '163807 33' '40960 1'; do set -- \"$1\" $part; dd "
+                  "if=/dev/zero of=\"$1\" bs=512 seek=$2 count=$3 conv=notrunc status=none; done",
+                  "sh", _disk});
+    ASSERT_EQ(wipe.Wait(), 0) << wipe.Errors();
+    const Result lost = RunReal({_disk, "--unlock", "password", kPassword});
+    EXPECT_NE(lost.status, 0);
+    EXPECT_THAT(lost.errors, HasSubstr("volume-info --search"));
+    const Result found = RunReal({"--json", "--search", _disk});
+    EXPECT_EQ(found.status, 0) << found.errors;
+    EXPECT_EQ(Json(found.output, "[[f['offset'], f['address'], f['bootSector'], f['inTable'], "
+                                 "len(f['metadataOffsets'])] for f in d['found']]"),
+              "[[20971520, \"@20971520\", false, false, 3]]");
+    ToolRun::Settings settings;
+    settings.input = std::string(kPassword) + "\n";
+    ToolRun list(std::string(VX_PROGRAMS) + "/volume-export",
+                 {"--list", _disk + "@20971520", "--unlock", "password", "-"}, settings);
+    EXPECT_EQ(list.Wait(), 0) << list.Errors();
+    EXPECT_THAT(list.Output(), HasSubstr("/hello.txt"));
+    EXPECT_THAT(list.Errors(), HasSubstr("the first sector of the encrypted volume is lost"));
+    const Result named = RunReal({_disk + "@0x1400000", "--unlock", "password", kPassword});
+    EXPECT_EQ(named.status, 0) << named.errors;
+    EXPECT_THAT(named.output, HasSubstr("  Label          \"DATA\"\n"));
+}
+
 }  // namespace
 }  // namespace vx
