@@ -217,6 +217,18 @@ TEST(LostVolume, ADamagedCopyLeadsToTheSoundOnes)
     EXPECT_EQ(found[0].soundCopies, 2u);
 }
 
+TEST(LostVolume, DamagedCopiesShowWhereASingleOneBelongs)
+{
+    DiskWithVolume disk(RecipeWithPassword(), 300 * 1024);
+    disk.EraseFirstSector();
+    for (const size_t copy : {0, 2})
+        disk.bytes[disk.begin + disk.volume.plan.copies[copy] + 130] ^= 0xff;
+    const auto found =
+        FindVolumesWithCopyAt(*disk.Source(), disk.begin + disk.volume.plan.copies[1]);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].begin, disk.begin);
+}
+
 TEST(LostVolume, NothingIsFoundWhereEveryCopyIsDamaged)
 {
     DiskWithVolume disk(RecipeWithPassword());

@@ -128,6 +128,19 @@ TEST_F(VolumeSearchTest, ASingleCopyWithoutAFirstSectorIsAVolume)
     EXPECT_EQ(found[0].copies, std::vector<uint64_t>{volume.plan.copies[0]});
 }
 
+TEST_F(VolumeSearchTest, DamagedCopiesShowWhereTheVolumeOfASingleOneBegins)
+{
+    const TestVolume volume(Recipe(1), kPlainSize);
+    Put(volume, 1 << 20);
+    Erase(1 << 20, 512);
+    for (const size_t copy : {0, 1})
+        disk[(1 << 20) + volume.plan.copies[copy] + 130] ^= 0xff;
+    const auto found = Search(disk);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].offset, 1u << 20);
+    EXPECT_EQ(found[0].copies, std::vector<uint64_t>{(1 << 20) + volume.plan.copies[2]});
+}
+
 TEST_F(VolumeSearchTest, AFirstSectorWithoutMetadataIsNoVolume)
 {
     const TestVolume volume(Recipe(1), kPlainSize);

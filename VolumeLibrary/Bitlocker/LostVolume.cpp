@@ -43,25 +43,36 @@ bool HasBootSector(const ByteSource &disk, const LostVolume &volume)
                        });
 }
 
+bool NamesPlaces(ByteView area, const std::array<uint64_t, 3> &places)
+{
+    const std::vector<uint64_t> named = MetadataBlock::NamedCopies(area);
+    return std::equal(named.begin(), named.end(), places.begin(), places.end());
+}
+
 // The volume with this beginning, if one of the places in it holds a sound copy of the metadata
 // that names the same places.
 std::optional<LostVolume> VolumeAt(const ByteSource &disk, uint64_t begin,
                                    const std::array<uint64_t, 3> &places)
 {
     std::optional<LostVolume> volume;
+    size_t markedCopies = 0;
     for (const uint64_t place : std::set<uint64_t>(places.begin(), places.end())) {
         if (place > UINT64_MAX - begin)
             continue;
-        auto block = MetadataBlock::Parse(ReadArea(disk, begin + place), place);
-        if (!block || block->copies != places)
+        const std::vector<uint8_t> area = ReadArea(disk, begin + place);
+        if (!NamesPlaces(area, places))
             continue;
-        if (!volume)
+        ++markedCopies;
+        auto block = MetadataBlock::Parse(area, place);
+        if (block && !volume)
             volume = LostVolume{begin, std::move(*block), 1};
-        else if (volume->block.volume == block->volume)
+        else if (block && volume->block.volume == block->volume)
             ++volume->soundCopies;
     }
-    if (volume)
-        volume->hasBootSector = HasBootSector(disk, *volume);
+    if (!volume)
+        return volume;
+    volume->markedCopies = markedCopies;
+    volume->hasBootSector = HasBootSector(disk, *volume);
     return volume;
 }
 
@@ -72,7 +83,8 @@ std::array<uint64_t, 3> AsArray(const std::vector<uint64_t> &named)
 
 bool IsLikelier(const LostVolume &a, const LostVolume &b)
 {
-    return std::tie(a.hasBootSector, a.soundCopies) > std::tie(b.hasBootSector, b.soundCopies);
+    return std::tie(a.hasBootSector, a.soundCopies, a.markedCopies) >
+           std::tie(b.hasBootSector, b.soundCopies, b.markedCopies);
 }
 
 }  // namespace

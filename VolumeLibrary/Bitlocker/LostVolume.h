@@ -23,6 +23,7 @@ struct LostVolume {
     uint64_t begin = 0;          // on the disk
     MetadataBlock block;         // a sound copy of its metadata
     size_t soundCopies = 0;      // of three
+    size_t markedCopies = 0;     // those and damaged ones that name the same places
     bool hasBootSector = false;  // its first sector is there and leads to this metadata
 };
 

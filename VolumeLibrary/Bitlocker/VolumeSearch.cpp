@@ -5,6 +5,7 @@
 #include "MarkSearch.h"
 
 #include <algorithm>
+#include <set>
 
 namespace vx::bitlocker {
 
@@ -76,8 +77,11 @@ void VolumeSearch::CheckBlock(uint64_t offset, const Places &places)
     ByteRanges unread;
     (void)_disk.Salvage(offset, area.data(), area.size(), &unread);
     const Result<MetadataBlock> block = MetadataBlock::Parse(area, places[0]);
-    if (!block)
+    if (!block) {
+        if (_damagedCount++ < kMostBlocks)
+            _damaged[places].push_back(offset);
         return;
+    }
     _soundEnd = offset + CoveredBytes(area);
     ++_blockCount;
     _blocks[{block->volume.bytes, places}].push_back(
@@ -97,11 +101,18 @@ bool VolumeSearch::IsBootOf(uint64_t begin, const Places &places) const
 VolumeSearch::Votes VolumeSearch::VotesOf(const Kin &kin, const std::vector<Block> &blocks) const
 {
     constexpr int kOfBlock = 2;
+    const auto damaged = _damaged.find(kin.second);
     Votes votes;
-    for (const Block &block : blocks) {
-        for (const uint64_t place : kin.second) {
+    for (const uint64_t place : std::set<uint64_t>(kin.second.begin(), kin.second.end())) {
+        for (const Block &block : blocks) {
             if (place <= block.at)
                 votes[block.at - place] += kOfBlock;
+        }
+        if (damaged == _damaged.end())
+            continue;
+        for (const uint64_t at : damaged->second) {
+            if (place <= at)
+                votes[at - place] += 1;
         }
     }
     for (auto &[begin, count] : votes)

@@ -88,6 +88,8 @@ private:
     uint64_t _soundEnd = 0;  // where the last sound block ends
     size_t _blockCount = 0;
     std::map<Kin, std::vector<Block>> _blocks;
+    std::map<Places, std::vector<uint64_t>> _damaged;  // where blocks with wrong checksums are
+    size_t _damagedCount = 0;
     std::map<uint64_t, std::vector<uint64_t>> _boots;  // places of metadata by the boot sector's
 };
 
