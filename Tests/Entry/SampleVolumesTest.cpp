@@ -1,11 +1,15 @@
 // Volumes that Windows encrypted (see SampleImages.h), through the library's entry: every file
 // that the manifests list, byte for byte.
+#include "Container.h"
 #include "SampleImages.h"
 #include "SampleKeys.h"
 #include "SampleManifest.h"
 #include "TemporaryFolder.h"
 #include "VolumeOpeningOptions.h"
+#include "VolumeSearch.h"
 
+#include <algorithm>
+#include <cstring>
 #include <openssl/evp.h>
 #include <openssl/sha.h>
 
@@ -175,6 +179,91 @@ TEST(SampleVolumes, TheKeyThatCryptsetupPrintsOpensThem)
             AsAnswer(OpenVolume({path.c_str(), "fvek", key.c_str(), nullptr, options}));
         ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << name << opened.detail;
         EXPECT_EQ(HashOfContents(*opened.volume), image.plainHash) << name;
+    }
+}
+
+// A disk of zeros with the volume at an odd place, but for its first sector.
+class DiskAround final : public ByteSource {
+public:
+    static constexpr uint64_t kBegin = (3 << 20) + 37 * 512;
+
+    explicit DiskAround(std::shared_ptr<const ByteSource> volume) : _volume(std::move(volume)) {}
+
+    uint64_t Size() const override { return kBegin + _volume->Size() + (2 << 20); }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override
+    {
+        const uint64_t begin = kBegin + 512;
+        const uint64_t end = kBegin + _volume->Size();
+        std::memset(buffer, 0, count);
+        const uint64_t from = std::max(offset, begin);
+        const uint64_t to = std::min(offset + count, end);
+        if (from >= to)
+            return {};
+        return _volume->ReadAt(from - kBegin, static_cast<char *>(buffer) + (from - offset),
+                               static_cast<size_t>(to - from));
+    }
+
+private:
+    const std::shared_ptr<const ByteSource> _volume;
+};
+
+// Where the volume begins, and what a search finds of its metadata.
+std::vector<uint64_t> AddressesOn(const ByteSource &disk)
+{
+    bitlocker::VolumeSearch search(disk, nullptr, {});
+    EXPECT_FALSE(search.Run());
+    std::vector<uint64_t> addresses = {DiskAround::kBegin};
+    for (const bitlocker::SearchedVolume &volume : search.Volumes()) {
+        EXPECT_EQ(volume.offset, DiskAround::kBegin);
+        addresses.insert(addresses.end(), volume.copies.begin(), volume.copies.end());
+    }
+    return addresses;
+}
+
+TEST(SampleVolumes, EveryByteIsThereWithoutTheFirstSectorAndTheTableByEverySecret)
+{
+    SampleImages &samples = SampleImages::Shared();
+    int hashed = 0;
+    OpeningOptions options;
+    options.opensContents = true;
+    for (const auto &[name, image] : samples.Images()) {
+        const std::string missing = samples.Prepare(name);
+        if (!missing.empty())
+            GTEST_SKIP() << missing << " is missing";
+        if (image.plainHash.empty())
+            continue;
+        Container container;
+        container.source = std::make_shared<DiskAround>(samples.Source(name));
+        const std::vector<uint64_t> addresses = AddressesOn(*container.source);
+        EXPECT_EQ(addresses.size(), name == "bitlk-aes-xts-128-crc" ? 2u : 4u) << name;
+        for (const auto &[kind, secret] : WaysToOpen(name)) {
+            const UnlockRequest unlocking = {*ParseUnlockKind(kind), secret.c_str()};
+            const VolumeChoice choice = {"", 0, addresses[hashed % addresses.size()]};
+            const Opened opened = AsAnswer(OpenDiskContents(container, choice, unlocking, options));
+            ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << name << opened.detail;
+            EXPECT_EQ(HashOfContents(*opened.volume), image.plainHash) << name << " by " << kind;
+            ++hashed;
+        }
+    }
+    if (hashed == 0)
+        GTEST_SKIP() << samples.Need("README.md") << " is missing";
+    EXPECT_GE(hashed, 40);
+}
+
+TEST(SampleVolumes, WithoutTheRecordOfAConversionNothingIsGuessed)
+{
+    SampleImages &samples = SampleImages::Shared();
+    for (const std::string name :
+         {"bitlk-aes-xts-128-eow", "bitlk-partially-encrypted-aes-cbc-128"}) {
+        const std::string missing = samples.Prepare(name);
+        if (!missing.empty())
+            GTEST_SKIP() << missing << " is missing";
+        Container container;
+        container.source = std::make_shared<DiskAround>(samples.Source(name));
+        const UnlockRequest unlocking = {UnlockKind::kPassword, "anaconda"};
+        const Opened opened =
+            AsAnswer(OpenDiskContents(container, {"", 0, DiskAround::kBegin}, unlocking, {}));
+        EXPECT_EQ(opened.status, VolumeLibraryStatus::kConversionMapDamaged) << opened.detail;
     }
 }
 
