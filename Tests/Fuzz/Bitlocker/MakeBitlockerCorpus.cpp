@@ -74,6 +74,9 @@ void WriteAll(const std::string &folder)
         const ByteView copy = image.From(static_cast<size_t>(volumes[number].plan.copies[0]));
         WriteInput(folder + "/metadata", number, copy.First(kMetadataBytes));
         const auto index = static_cast<uint8_t>(number);
+        WriteInput(folder + "/search", number,
+                   std::vector<uint8_t>{1,     0, index, 3,   0,     64, index, 0,  0, 128,
+                                        index, 1, 0,     192, index, 2,  1,     40, 0, 1});
         WriteInput(folder + "/open", number, std::vector<uint8_t>{index, 1, 0, 0, 1, 40, 0, 1});
     }
     WriteInput(folder + "/metadata", volumes.size(), LongMetadata());
