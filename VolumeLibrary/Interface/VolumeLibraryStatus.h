@@ -66,7 +66,7 @@ enum class VolumeLibraryStatus : int32_t {
     kContainerNotSupported = 33,   // a kind of image that is not supported
     kSecretNeeded = 34,            // encrypted, and "none" does not open it
     // 35 is not used.
-    kNoSuchVolume = 36,   // the disk has no volume of the chosen number
+    kNoSuchVolume = 36,   // the disk has none of the chosen number or at the chosen offset
     kPlacesNotKept = 37,  // a map of the disk was given or wanted for what is no raw image of one
 };
 
@@ -112,7 +112,7 @@ inline constexpr VolumeLibraryStatusMeaning kVolumeLibraryStatusMeanings[] = {
     {VolumeLibraryStatus::kContainerNotSupported, "the kind of disk image is not supported"},
     {VolumeLibraryStatus::kSecretNeeded,
      "the volume is encrypted; a password, a recovery password or a key is needed"},
-    {VolumeLibraryStatus::kNoSuchVolume, "the disk has no volume of this number"},
+    {VolumeLibraryStatus::kNoSuchVolume, "the disk has no such volume"},
     {VolumeLibraryStatus::kPlacesNotKept, "a map only fits a disk or a raw image of one"},
 };
 
