@@ -1,6 +1,7 @@
 // Volumes that Windows encrypted (see SampleImages.h), through volume-export: what arrives is
 // what the manifests list, hashed by a program that is not ours.
 #include "SampleImages.h"
+#include "SampleKeys.h"
 #include "SampleManifest.h"
 
 #include <sstream>
@@ -64,6 +65,34 @@ TEST_P(SampleExport, BringsEveryFileOfTheManifestWithTheRecoveryPassword)
     const auto &recoveryPasswords = samples.Image(GetParam()).recoveryPasswords;
     ASSERT_FALSE(recoveryPasswords.empty());
     ExpectManifestWith("recovery", recoveryPasswords[0]);
+}
+
+// SampleVolumes tries every secret.
+TEST(SampleRaw, EveryVolumeHasItsPublishedHashAsAFile)
+{
+    VX_NEEDS("sha256sum");
+    SampleImages &samples = SampleImages::Shared();
+    const SampleKeys keys;
+    const TemporaryFolder folder;
+    int hashed = 0;
+    for (const auto &[name, image] : samples.Images()) {
+        const std::string missing = samples.Prepare(name);
+        if (!missing.empty())
+            GTEST_SKIP() << missing << " is missing";
+        if (image.plainHash.empty())
+            continue;
+        const auto [kind, secret] = keys.FewerWaysToOpen(name).front();
+        EXPECT_TRUE(RunShell("cd " + Quoted(folder.Path()) + " && " VX_TOOL " --raw raw " +
+                             Quoted(samples.Path(name)) + " --unlock " + kind + " " +
+                             Quoted(secret) + " --verify 2>errors | grep -q " + image.plainHash +
+                             " && sha256sum raw > hash"))
+            << name << folder.ReadFile("errors");
+        EXPECT_EQ(folder.ReadFile("hash").substr(0, kHashDigits), image.plainHash) << name;
+        ++hashed;
+    }
+    if (hashed == 0)
+        GTEST_SKIP() << samples.Need("README.md") << " is missing";
+    EXPECT_EQ(hashed, 22);
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleExport,
