@@ -19,7 +19,7 @@ constexpr blksize_t kBestRead = 4096;
 constexpr unsigned kMostReadsAhead = 64;
 constexpr int64_t kLargestStored = 64 << 10;
 constexpr int kMostStoring = FuseTree::kFewestThreads - 1;
-constexpr unsigned long kStatUnit = 512;
+constexpr int64_t kStatUnit = 512;
 constexpr unsigned long kLongestName = 255;
 // A folder with this number of links is one whose subfolders were not counted.
 constexpr nlink_t kUncounted = 1;
@@ -192,7 +192,7 @@ struct stat FuseTree::StatOf(MountedVolume::Number number, const ShownEntry &ent
     found.st_gid = getgid();
     found.st_size = entry.size;
     found.st_blksize = kBestRead;
-    found.st_blocks = (entry.size + static_cast<int64_t>(kStatUnit) - 1) / kStatUnit;
+    found.st_blocks = entry.size / kStatUnit + (entry.size % kStatUnit != 0 ? 1 : 0);
     const bool isRoot = number == NodeTable::kRoot;
     found.st_mtim = isRoot ? _start : ShownTime(entry.modified);
     found.st_atim = isRoot ? _start : ShownTime(entry.accessed);
@@ -239,15 +239,57 @@ void FuseTree::Describe(fuse_req_t request, fuse_ino_t number)
     fuse_reply_attr(request, &found, kForever);
 }
 
-// The entries of one reply, in the form that the kernel reads.
+// The entries of one reply, in the form that the kernel reads. Those that it was told of in full it
+// holds, unless the reply does not reach it.
 class FuseTree::ListReply {
 public:
-    ListReply(fuse_req_t request, size_t room, bool isPlus)
-        : _request(request), _isPlus(isPlus), _bytes(room)
+    ListReply(FuseTree &tree, fuse_req_t request, size_t room, bool isPlus)
+        : _tree(tree), _request(request), _isPlus(isPlus), _bytes(room)
     {
     }
+    ~ListReply()
+    {
+        for (const MountedVolume::Number number : _held)
+            _tree._volume.Forget(number, 1);
+    }
+    ListReply(const ListReply &) = delete;
+    ListReply &operator=(const ListReply &) = delete;
 
     // next: where a later reply goes on. False if there is no room for it.
+    bool AddFolder(const char *name, fuse_ino_t number, off_t next)
+    {
+        fuse_entry_param entry = {};
+        entry.attr.st_ino = number;
+        entry.attr.st_mode = S_IFDIR;
+        return Add(name, entry, next);
+    }
+    bool AddEntry(fuse_ino_t number, const ShownFolder &folder, size_t place, off_t next)
+    {
+        const std::string name(folder.NameOf(place));
+        if (_isPlus)
+            return AddInFull(name, _tree._volume.Enter(number, folder, place), next);
+        fuse_entry_param entry = {};
+        entry.attr.st_ino = _tree._volume.NumberOf(number, folder, place);
+        entry.attr.st_mode = ModeOf(folder.At(place).kind);
+        return Add(name.c_str(), entry, next);
+    }
+    bool IsEmpty() const { return _used == 0; }
+    void Send()
+    {
+        if (fuse_reply_buf(_request, _bytes.data(), _used) == 0)
+            _held.clear();
+    }
+
+private:
+    bool AddInFull(const std::string &name, const MountedVolume::Found &found, off_t next)
+    {
+        if (!Add(name.c_str(), _tree.EntryOf(found), next)) {
+            _tree._volume.Forget(found.number, 1);
+            return false;
+        }
+        _held.push_back(found.number);
+        return true;
+    }
     bool Add(const char *name, const fuse_entry_param &entry, off_t next)
     {
         char *place = _bytes.data() + _used;
@@ -260,14 +302,13 @@ public:
         _used += taken;
         return true;
     }
-    bool IsEmpty() const { return _used == 0; }
-    int Send() const { return fuse_reply_buf(_request, _bytes.data(), _used); }
 
-private:
+    FuseTree &_tree;
     fuse_req_t _request;
     const bool _isPlus;
     std::vector<char> _bytes;
     size_t _used = 0;
+    std::vector<MountedVolume::Number> _held;  // by a kernel that has not heard of them yet
 };
 
 // The folder itself and its parent come first. The end of a folder of which entries are missing
@@ -280,43 +321,22 @@ void FuseTree::List(fuse_req_t request, fuse_ino_t number, size_t room, off_t fr
         fuse_reply_err(request, error);
         return;
     }
-    ListReply reply(request, room, isPlus);
+    ListReply reply(*this, request, room, isPlus);
     const auto end = static_cast<off_t>(folder->Size()) + kOwnEntries;
-    std::vector<MountedVolume::Number> entered;
-    for (off_t at = std::max<off_t>(from, 0); at < end; ++at) {
-        fuse_entry_param entry = {};
-        std::string name = at == 0 ? "." : "..";
-        if (at < kOwnEntries) {
-            entry.attr.st_ino = at == 0 ? number : _volume.FolderOf(number);
-            entry.attr.st_mode = S_IFDIR;
-        } else {
-            const auto place = static_cast<size_t>(at - kOwnEntries);
-            name = folder->NameOf(place);
-            entry.attr.st_mode = ModeOf(folder->At(place).kind);
-            if (isPlus) {
-                const auto found = _volume.Enter(number, *folder, place);
-                entered.push_back(found.number);
-                entry = EntryOf(found);
-            } else {
-                entry.attr.st_ino = _volume.NumberOf(number, *folder, place);
-            }
-        }
-        if (reply.Add(name.c_str(), entry, at + 1))
-            continue;
-        if (isPlus && at >= kOwnEntries) {
-            _volume.Forget(entered.back(), 1);
-            entered.pop_back();
-        }
-        break;
+    bool hasRoom = true;
+    for (off_t at = std::max<off_t>(from, 0); at < end && hasRoom; ++at) {
+        if (at >= kOwnEntries)
+            hasRoom =
+                reply.AddEntry(number, *folder, static_cast<size_t>(at - kOwnEntries), at + 1);
+        else if (at == 0)
+            hasRoom = reply.AddFolder(".", number, at + 1);
+        else
+            hasRoom = reply.AddFolder("..", _volume.FolderOf(number), at + 1);
     }
-    if (reply.IsEmpty() && !folder->IsWhole()) {
+    if (reply.IsEmpty() && !folder->IsWhole())
         fuse_reply_err(request, EIO);
-        return;
-    }
-    if (reply.Send() == 0)
-        return;
-    for (const MountedVolume::Number held : entered)
-        _volume.Forget(held, 1);
+    else
+        reply.Send();
 }
 
 void FuseTree::Open(fuse_req_t request, fuse_ino_t number, fuse_file_info *file)
@@ -383,7 +403,8 @@ void FuseTree::ReadLink(fuse_req_t request, fuse_ino_t number)
 void FuseTree::DescribeFileSystem(fuse_req_t request) const
 {
     struct statvfs found = {};
-    found.f_bsize = found.f_frsize = _report.clusterBytes == 0 ? kStatUnit : _report.clusterBytes;
+    found.f_bsize = found.f_frsize =
+        _report.clusterBytes == 0 ? uint32_t{kStatUnit} : _report.clusterBytes;
     if (_report.totalBytes != kUnknownBytes)
         found.f_blocks = _report.totalBytes / found.f_frsize;
     if (_report.freeBytes != kUnknownBytes)
