@@ -117,6 +117,16 @@ TEST_F(MountLife, HasTwoMountsAtOnce)
     EXPECT_EQ(Read(other), "other");
 }
 
+// The kernel knows the size of then, and would read no further.
+TEST_F(MountLife, GivesAllOfALargeFileThatHasGrownSinceItWasListed)
+{
+    const std::string file = _folder.WriteFile("volume/large", std::string(100000, 'a'));
+    const std::string folder = Mount({Volume()});
+    EXPECT_EQ(Shell("stat -c %s " + Quoted(folder + "/large")).output, "100000");
+    ASSERT_EQ(Shell("head -c 200000 /dev/zero >> " + Quoted(file)).status, 0);
+    EXPECT_EQ(Shell("cat " + Quoted(folder + "/large") + " | wc -c").output, "300000");
+}
+
 TEST_F(MountLife, CannotBeWrittenTo)
 {
     const std::string folder = Mount({Volume()});
