@@ -26,8 +26,7 @@ protected:
     // A test failure unless the address opens a volume with the tree.
     void ExpectOpens(const DiskSearchFinding &finding)
     {
-        const Opened opened =
-            OpenImage(path + finding.address, "startup-key", keyFile.c_str());
+        const Opened opened = OpenImage(path + finding.address, "startup-key", keyFile.c_str());
         ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess)
             << finding.address << ": " << opened.detail;
         ExpectSameTree(ReadTree(*opened.volume), tree);
@@ -99,8 +98,7 @@ TEST_F(DiskSearch, AnEarlierVolumeHasTheAddressOfACopy)
     ASSERT_EQ(result.findings.size(), 2u);
     const size_t old = result.findings[0].hasBootSector ? 1 : 0;
     EXPECT_EQ(result.findings[1 - old].address, "@" + std::to_string(kMiB));
-    EXPECT_EQ(result.findings[old].address,
-              "@" + std::to_string(kMiB + earlier.plan.copies[0]));
+    EXPECT_EQ(result.findings[old].address, "@" + std::to_string(kMiB + earlier.plan.copies[0]));
     EXPECT_NE(result.findings[0].identifier, result.findings[1].identifier);
     const Opened opened =
         OpenImage(path + result.findings[old].address, "startup-key", keyFile.c_str());

@@ -180,8 +180,8 @@ TEST_F(LostHeader, OfVistaWithoutABackupTheFirstSectorIsZeros)
     EXPECT_TRUE(contents.compare(kSector, plain.size() - kSector, plain, kSector) == 0);
 }
 
-// A volume To Go begins with a small file system for computers that cannot open it, with a backup of
-// its own.
+// A volume To Go begins with a small file system for computers that cannot open it, with a backup
+// of its own.
 TEST_F(LostHeader, OfAVolumeToGoTheProgramInFrontIsNotTakenForTheVolume)
 {
     const TestImage front{};

@@ -80,8 +80,7 @@ VolumeLibraryStatus LostScene::Open(const VolumeChoice &choice, UnlockKind kind,
         source->MakeBad(range.offset, range.length);
     Container container;
     container.source = source;
-    Opened opened =
-        AsAnswer(OpenDiskContents(container, choice, {kind, keyFile.c_str()}, options));
+    Opened opened = AsAnswer(OpenDiskContents(container, choice, {kind, keyFile.c_str()}, options));
     detail = std::move(opened.detail);
     volume = std::move(opened.volume);
     return opened.status;

@@ -1,5 +1,5 @@
-// Disks with encrypted volumes in memory whose first sectors, tables or boot sectors a test damages.
-// The secret is a startup key, which needs no stretching.
+// Disks with encrypted volumes in memory whose first sectors, tables or boot sectors a test
+// damages. The secret is a startup key, which needs no stretching.
 #pragma once
 
 #include "FailingSource.h"

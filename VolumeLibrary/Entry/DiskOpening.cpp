@@ -474,7 +474,7 @@ private:
     bool _wasEncrypted = false;
     bool _isKeyProven = true;
     bitlocker::Layout _layout = bitlocker::Layout::kWindows7;  // of what was encrypted
-    bool _searchedInVain = false;   // for a volume that lost its first sector
+    bool _searchedInVain = false;  // for a volume that lost its first sector
 };
 
 }  // namespace
