@@ -136,9 +136,8 @@ public:
 private:
     void TakeLine(std::string_view line)
     {
-        const std::vector<Guid> identifiers = GuidsIn(line);
+        _identifiers = GuidsIn(line);
         const size_t firstKey = _keys.Size();
-        _identifiers = identifiers.empty() ? &_waiting : &identifiers;
         for (size_t at = 0; at < line.size(); ++at) {
             const size_t groups = GroupsAt(line, at);
             if (groups == kGroups)
@@ -149,9 +148,9 @@ private:
                 at += CountDigits(line.substr(at), line.size()) - 1;
         }
         if (_keys.Size() == firstKey)
-            return KeepWaiting(identifiers);
+            return KeepWaiting();
         _waiting.clear();
-        _firstOpen = identifiers.empty() ? firstKey : _keys.Size();
+        _firstOpen = _identifiers.empty() ? firstKey : _keys.Size();
     }
 
     // Returns the place of the run's last sign.
@@ -178,15 +177,16 @@ private:
         }
         KeyMaterial hash(sizeof(Sha256Digest));
         Sha256(bytes->View(), hash.Data());
-        _keys.Add(ProtectorKind::kRecoveryPassword, hash.View(), *_identifiers);
+        _keys.Add(ProtectorKind::kRecoveryPassword, hash.View(),
+                  _identifiers.empty() ? _waiting : _identifiers);
         ++_result.found;
     }
 
-    void KeepWaiting(const std::vector<Guid> &identifiers)
+    void KeepWaiting()
     {
-        for (size_t key = _firstOpen; key < _keys.Size() && !identifiers.empty(); ++key)
-            _keys.AddIdentifiers(key, identifiers);
-        for (const Guid &identifier : identifiers)
+        for (size_t key = _firstOpen; key < _keys.Size() && !_identifiers.empty(); ++key)
+            _keys.AddIdentifiers(key, _identifiers);
+        for (const Guid &identifier : _identifiers)
             if (_waiting.size() < KeyList::kMostIdentifiers)
                 _waiting.push_back(identifier);
     }
@@ -196,8 +196,8 @@ private:
     size_t _line = 0;
     // From this key on those have no identifier in their line.
     size_t _firstOpen = _keys.Size();
-    std::vector<Guid> _waiting;                       // of lines without a password
-    const std::vector<Guid> *_identifiers = nullptr;  // of the line
+    std::vector<Guid> _waiting;      // of lines without a password
+    std::vector<Guid> _identifiers;  // of the line
 };
 
 }  // namespace
