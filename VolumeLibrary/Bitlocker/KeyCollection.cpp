@@ -23,6 +23,11 @@ struct FolderCloser {
     void operator()(DIR *folder) const { ::closedir(folder); }
 };
 
+std::string PathIn(const std::string &folder, const std::string &name)
+{
+    return folder + "/" + name;
+}
+
 // In order; no more than limit + 1.
 Result<std::vector<std::string>> NamesIn(const std::string &folder, size_t limit)
 {
@@ -103,7 +108,7 @@ Error KeyCollection::AddFolder(const std::string &folder, bool entersFolders,
     if (!names)
         return names.Failure();
     for (const std::string &name : *names) {
-        const std::string path = folder + "/" + name;
+        const std::string path = PathIn(folder, name);
         if (IsCancelled(cancel))
             return {Status::kCancelled, ""};
         if (_files + _notRead >= kMostFiles || _bytes >= kMostBytes) {
@@ -113,7 +118,7 @@ Error KeyCollection::AddFolder(const std::string &folder, bool entersFolders,
         if (!IsFolder(path.c_str()))
             AddFromFolder(path, name);
         else if (entersFolders) {
-            const Error error = AddFolder(path, false, cancel);
+            Error error = AddFolder(path, false, cancel);
             if (error.status == Status::kCancelled)
                 return error;
             _notRead += error ? 1 : 0;

@@ -3,8 +3,17 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+#include <string_view>
 
 namespace vx::bitlocker {
+namespace {
+
+std::string_view TextOf(ByteView bytes)
+{
+    return {reinterpret_cast<const char *>(bytes.data), bytes.size};
+}
+
+}  // namespace
 
 bool KeyList::Label::Names(const Guid &protector) const
 {
@@ -56,14 +65,13 @@ bool KeyList::IsBefore(size_t one, size_t other) const
 {
     if (_labels[one].kind != _labels[other].kind)
         return _labels[one].kind < _labels[other].kind;
-    const int order = std::memcmp(Key(one).data, Key(other).data, kKeyBytes);
+    const int order = TextOf(Key(one)).compare(TextOf(Key(other)));
     return order != 0 ? order < 0 : one < other;
 }
 
 bool KeyList::IsEqual(size_t one, size_t other) const
 {
-    return _labels[one].kind == _labels[other].kind &&
-           std::memcmp(Key(one).data, Key(other).data, kKeyBytes) == 0;
+    return _labels[one].kind == _labels[other].kind && TextOf(Key(one)) == TextOf(Key(other));
 }
 
 void KeyList::MergeEqual()
