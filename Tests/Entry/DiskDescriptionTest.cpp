@@ -198,6 +198,23 @@ TEST_F(DiskDescription, ANumberOrAnOffsetChoosesOneVolume)
     EXPECT_FALSE(Describe(path + "@99999999999").report);
 }
 
+TEST_F(DiskDescription, ATableInLargeSectorsSaysSo)
+{
+    constexpr size_t kLarge = 4096;
+    DiskWriter large(2000);
+    large.PutMbr(0, 0, 0xEE, 1, 249);
+    large.PutGptEntry(2 * kLarge, 100, 110, "Data");
+    large.PutGpt({1, 249, 2, 4, 128, kLarge});
+    large.PutVolume(800);
+    const Described found = Describe(image.Folder().WriteFile("large", large.Bytes()));
+    ASSERT_TRUE(found.report && found.report->volumeCount == 1);
+    EXPECT_STREQ(found.report->table, "gpt");
+    EXPECT_EQ(found.report->sectorBytes, kLarge);
+    EXPECT_EQ(found[0].offset, 100 * kLarge);
+    EXPECT_EQ(found[0].bytes, 11 * kLarge);
+    EXPECT_STREQ(found[0].partitionName, "Data");
+}
+
 TEST_F(DiskDescription, WhatHoldsNothingKnownIsNamedAsThat)
 {
     const std::string noise = image.Folder().WriteFile("noise", NoiseBytes(1 << 20, 7));
