@@ -25,7 +25,7 @@ std::string LayoutText(const char *layout)
 
 std::string MethodText(const DiskEncryptionReport &encryption)
 {
-    const std::string method = Shown(encryption.method);
+    std::string method = Shown(encryption.method);
     if (encryption.sectorBytes == 0 || method.empty())
         return method;
     return method + ", sectors of " + GroupedNumber(encryption.sectorBytes) + " bytes";
@@ -93,7 +93,7 @@ std::string HeadingOf(const DiskVolumeReport &volume)
 std::string EncryptionState(const DiskVolumeReport &volume)
 {
     const DiskEncryptionReport &encryption = *volume.encryption;
-    const std::string state = Shown(encryption.state);
+    std::string state = Shown(encryption.state);
     if (encryption.encryptedBytes == kUnknownEncryptedBytes)
         return state;
     const uint64_t encrypted = std::min(encryption.encryptedBytes, volume.bytes);

@@ -40,7 +40,7 @@ std::string RoomText(const VolumeFileSystemReport &report)
 {
     if (report.totalBytes == kUnknownBytes)
         return "";
-    const std::string total = ExactBytes(report.totalBytes);
+    std::string total = ExactBytes(report.totalBytes);
     if (report.freeBytes == kUnknownBytes)
         return total;
     return total + ", of which " + RoundedBytes(report.freeBytes) + " are free";

@@ -44,7 +44,7 @@ std::string WaysText(const LoadedLibrary &library, const std::string &path)
     const DescribedDisk disk(library, path);
     const DiskEncryptionReport *encryption = EncryptionOf(disk);
     if (encryption != nullptr)
-        return OpeningWaysText(*encryption, ShellWord(path));
+        return "\n" + OpeningWaysText(*encryption, ShellWord(path));
     return "  To open it: volume-export --list " + ShellWord(path) + " --unlock KIND SECRET\n";
 }
 
