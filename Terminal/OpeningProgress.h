@@ -24,6 +24,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     explicit OpeningProgress(FILE *stream = stderr) : _stream(stream), _line(stream) {}
+    ~OpeningProgress() = default;
     OpeningProgress(const OpeningProgress &) = delete;
     OpeningProgress &operator=(const OpeningProgress &) = delete;
 

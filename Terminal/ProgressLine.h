@@ -20,6 +20,7 @@ public:
     // verb: "Copying". stream: borrowed; what is drawn depends on whether it is a terminal.
     // total: in bytes.
     ProgressLine(const char *verb, FILE *stream, int64_t total, Clock::time_point start);
+    ~ProgressLine() = default;
     ProgressLine(const ProgressLine &) = delete;
     ProgressLine &operator=(const ProgressLine &) = delete;
 
