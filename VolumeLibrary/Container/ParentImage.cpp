@@ -47,7 +47,7 @@ bool HasIdentity(const Container &parent, const std::vector<std::string> &identi
 // The images from the one that was given to the one whose parent is wanted.
 class Chain {
 public:
-    Chain(std::string path, ParentImage::Opener open) : _open(std::move(open)) { Add(path); }
+    Chain(const std::string &path, ParentImage::Opener open) : _open(std::move(open)) { Add(path); }
 
     Result<Container> OpenParent(const ParentWanted &wanted) const
     {
