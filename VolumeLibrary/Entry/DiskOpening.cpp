@@ -130,7 +130,7 @@ private:
             return volumes.Failure();
         const std::vector<std::string> notes = _notes;
         for (const RegainedVolume &volume : *volumes) {
-            const Result<FoundVolume> plain = Unlock(Regained(volume));
+            Result<FoundVolume> plain = Unlock(Regained(volume));
             const bool isRight = plain && plain->kind != FileSystemKind::kUnknown;
             if (isRight || !MayBeElsewhere(plain) || volumes->size() == 1)
                 return plain;
@@ -278,11 +278,11 @@ private:
         const std::string others = table.DescribeOthers(_disk);
         if (whole.detail == kNothingKnown && !others.empty())
             whole.detail = "it holds " + others;
-        whole.detail = WithSearchAdvice(std::move(whole.detail));
+        whole.detail = WithSearchAdvice(whole.detail);
         return whole;
     }
 
-    std::string WithSearchAdvice(std::string text) const
+    std::string WithSearchAdvice(const std::string &text) const
     {
         return _searchedInVain ? text + "; if an encrypted volume was there, " + kSearchAdvice
                                : text;

@@ -89,6 +89,7 @@ std::vector<DiskSearchFinding> FindingsOf(const Source &disk,
 {
     const Addresses addresses(disk, found);
     std::vector<DiskSearchFinding> findings;
+    findings.reserve(found.size());
     for (const SearchedVolume &volume : found)
         findings.push_back({volume.offset, volume.bytes, volume.hasBootSector,
                             addresses.IsInTable(volume.offset), addresses.Of(volume),
