@@ -119,7 +119,7 @@ TEST_F(LostBootSector, TheBackupShowsASectorSizeThatNothingRecords)
     Take(MakeVolume(made.Folder().ReadFile("image"), recipe));
     ASSERT_EQ(disk.size(), 16 * kMiB);
     ASSERT_EQ(Open({}), VolumeLibraryStatus::kSuccess) << detail;
-    disk[relocated + 3] ^= 1;
+    Erase(relocated, kSector);
     EXPECT_EQ(Open({}), VolumeLibraryStatus::kSuccess) << detail;
 }
 
