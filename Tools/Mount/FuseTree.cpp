@@ -120,7 +120,7 @@ struct FuseTree::Calls {
     }
     static void Close(fuse_req_t request, fuse_ino_t, fuse_file_info *file)
     {
-        delete FileOf(file);
+        static_cast<FuseTree *>(fuse_req_userdata(request))->_files.Close(FileOf(file));
         fuse_reply_err(request, 0);
     }
     static void List(fuse_req_t request, fuse_ino_t number, size_t room, off_t from,
@@ -353,11 +353,12 @@ void FuseTree::Open(fuse_req_t request, fuse_ino_t number, fuse_file_info *file)
         fuse_lowlevel_notify_inval_inode(_session, number, -1, 0);
     else if (isFirst)
         Store(number, opened.get());
-    file->fh = reinterpret_cast<uintptr_t>(opened.get());
+    MountedFile *held = _files.Hold(std::move(opened));
+    file->fh = reinterpret_cast<uintptr_t>(held);
     file->keep_cache = 1;
     file->noflush = 1;
-    if (fuse_reply_open(request, file) == 0)
-        (void)opened.release();
+    if (fuse_reply_open(request, file) != 0)
+        _files.Close(held);
 }
 
 // Brings a small file to the kernel before it asks for it. That waits for pages that are being

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "FuseVersion.h"
+#include "HeldFiles.h"
 #include "MountedVolume.h"
 #include "VolumeReport.h"
 
@@ -54,6 +55,7 @@ private:
     const VolumeFileSystemReport _report;
     const timespec _start;
     fuse_session *_session = nullptr;
+    HeldFiles _files;
     std::atomic<int> _storing{0};  // threads that do it
 };
 
