@@ -177,12 +177,30 @@ TEST_F(KeyCollectionTest, WhatCannotBeReadIsNamed)
 TEST_F(KeyCollectionTest, DigitsInPlaceOfAPathAreNotRepeated)
 {
     for (const Result<Secret> &secret :
-         {Secret::FromRecoveryFile(kRecovery), Secret::FromKeyRing(kRecovery)}) {
+         {Secret::FromRecoveryFile(kRecovery), Secret::FromKeyRing(kRecovery),
+          Secret::FromStartupKeyFile(kRecovery)}) {
         ASSERT_FALSE(secret);
         EXPECT_EQ(secret.Failure().status, Status::kMalformedSecret);
         EXPECT_EQ(secret.Failure().detail,
                   "this looks like a recovery password; give it with the kind \"recovery\"");
     }
+    const std::string key = "aes-xts-128:" + std::string(64, 'c');
+    for (const Result<Secret> &secret :
+         {Secret::FromRecoveryFile(key.c_str()), Secret::FromKeyRing(key.c_str()),
+          Secret::FromStartupKeyFile(key)}) {
+        ASSERT_FALSE(secret);
+        EXPECT_EQ(secret.Failure().status, Status::kMalformedSecret);
+        EXPECT_EQ(secret.Failure().detail, "this looks like a key in hexadecimal digits; give it "
+                                           "with the kind \"vmk\" or \"fvek\"");
+    }
+}
+
+TEST_F(KeyCollectionTest, AStartupKeyFileThatIsMissingIsNamed)
+{
+    const std::string name = "1A2B3C4D-1A2B-1A2B-1A2B-1A2B3C4D5E6F.BEK";
+    const auto secret = Secret::FromStartupKeyFile(name);
+    ASSERT_FALSE(secret);
+    EXPECT_EQ(secret.Failure().detail, "the startup key file " + name);
 }
 
 }  // namespace

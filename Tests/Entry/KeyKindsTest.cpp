@@ -65,7 +65,8 @@ TEST_F(KeyKindsTest, AKeyOfSectorsThatGivesNoFileSystemIsAWrongSecretAndNotSilen
     wrong[5] = wrong[5] == '0' ? '1' : '0';
     EXPECT_EQ(Open("fvek", wrong), VolumeLibraryStatus::kWrongSecret);
     EXPECT_EQ(detail, "what the key of the sectors gives is no file system that can be read: it is "
-                      "not the key of this volume, or the file system is damaged");
+                      "not the key of this volume, or the file system is damaged; the volume has: "
+                      "recovery password (Key ID 1A2B3C4D)");
     VolumeOpeningOptions options;
     options.opensContents = 1;
     ASSERT_TRUE(volume_library_set_opening_options(&options));

@@ -135,20 +135,6 @@ bool IsSupported(ProtectorKind kind)
            IsStretched(kind);
 }
 
-std::string ProtectorKindNames(const std::vector<Protector> &protectors)
-{
-    std::vector<std::string> names;
-    for (const Protector &protector : protectors) {
-        const std::string name = ProtectorKindName(protector.kind);
-        if (std::find(names.begin(), names.end(), name) == names.end())
-            names.push_back(name);
-    }
-    std::string text;
-    for (const std::string &name : names)
-        text += (text.empty() ? "" : ", ") + name;
-    return text.empty() ? "none" : text;
-}
-
 std::string ProtectorList(const std::vector<Protector> &protectors)
 {
     std::vector<Guid> listed;

@@ -46,8 +46,6 @@ std::string ProtectorKindName(ProtectorKind kind);
 bool IsStretched(ProtectorKind kind);
 // Whether this library can use a protector of the kind.
 bool IsSupported(ProtectorKind kind);
-// The names of all kinds present, each once: "password, recovery password"; "none".
-std::string ProtectorKindNames(const std::vector<Protector> &protectors);
 // Every protector, each once, so that the user finds the printout or the file that belongs to it:
 // "recovery password (Key ID 1A2B3C4D), startup key (Key ID 5E6F7A8B)"; "none". Of a volume that
 // claims more than kMostNamed the others are counted.

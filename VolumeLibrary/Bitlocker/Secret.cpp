@@ -53,10 +53,22 @@ bool IsRecoveryPassword(std::string_view text)
            text.find('/') == text.npos;
 }
 
+// The same of a raw key; the name of a startup key file has half as many digits.
+bool IsRawKey(std::string_view text)
+{
+    constexpr size_t kManyDigits = 60;
+    return CountHexDigits(text) >= kManyDigits && text.find('/') == text.npos;
+}
+
 Error CheckPath(const char *path)
 {
-    if (!IsThere(path) && IsRecoveryPassword(path))
+    if (IsThere(path))
+        return {};
+    if (IsRecoveryPassword(path))
         return Malformed("this looks like a recovery password; give it with the kind \"recovery\"");
+    if (IsRawKey(path))
+        return Malformed("this looks like a key in hexadecimal digits; give it with the kind "
+                         "\"vmk\" or \"fvek\"");
     return {};
 }
 
@@ -134,6 +146,8 @@ Result<Secret> Secret::FromStartupKey(ByteView file)
 
 Result<Secret> Secret::FromStartupKeyFile(const std::string &path)
 {
+    if (Error error = CheckPath(path.c_str()))
+        return error;
     return FromParsed(StartupKeyFile::Read(path));
 }
 

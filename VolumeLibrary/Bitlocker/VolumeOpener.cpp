@@ -320,7 +320,7 @@ VolumeFacts VolumeOpener::Facts(const DecryptedVolume &volume, bool looksLikeFil
     facts.identifier = copy.volume;
     facts.description = copy.description;
     facts.metadataOffset = copy.offset;
-    facts.protectors = ProtectorKindNames(copy.protectors);
+    facts.protectors = ProtectorList(copy.protectors);
     facts.unlockedBy = _key.by;
     facts.protectorKind = _key.protectorKind;
     facts.protectorIdentifier = _key.protectorIdentifier;

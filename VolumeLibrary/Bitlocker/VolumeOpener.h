@@ -28,7 +28,7 @@ struct VolumeFacts {
     Guid identifier;                // of the volume
     std::string description;        // computer, label and date as Windows noted them; UTF-8
     uint64_t metadataOffset = 0;    // of the copy that was used
-    std::string protectors;         // the kinds of protectors, in words
+    std::string protectors;         // as ProtectorList
     UnlockedBy unlockedBy = UnlockedBy::kNothing;
     // The protector that was opened, with UnlockedBy::kProtector.
     ProtectorKind protectorKind = ProtectorKind::kClearKey;

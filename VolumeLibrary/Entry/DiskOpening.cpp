@@ -329,7 +329,7 @@ private:
     {
         bool isByBackup = false;
         auto kind = ProbeFileSystem(plain, &isByBackup);
-        if (kind && isByBackup && !_isKeyProven)
+        if (kind && isByBackup && !_protectorsOfDoubt.empty())
             kind = FileSystemKind::kUnknown;
         return kind;
     }
@@ -350,7 +350,7 @@ private:
         _layout = opened->facts.layout;
         const std::vector<std::string> &warnings = opened->facts.warnings;
         _notes.insert(_notes.end(), warnings.begin(), warnings.end());
-        _isKeyProven = opened->facts.isKeyProven;
+        _protectorsOfDoubt = opened->facts.isKeyProven ? "" : opened->facts.protectors;
         return Source(std::make_shared<ParallelSource>(opened->volume));
     }
 
@@ -419,11 +419,12 @@ private:
         const bool isAboutContents = error.status == Status::kDamagedFileSystem ||
                                      error.status == Status::kUnsupportedFileSystem ||
                                      error.status == Status::kUnsupportedContainer;
-        if (_isKeyProven || !isAboutContents)
+        if (_protectorsOfDoubt.empty() || !isAboutContents)
             return error;
         return {Status::kWrongSecret,
                 "what the key of the sectors gives is no file system that can be read: it is not "
-                "the key of this volume, or the file system is damaged"};
+                "the key of this volume, or the file system is damaged; the volume has: " +
+                    _protectorsOfDoubt};
     }
 
     // What looks like damage may be a failed read. A read beyond the end of a complete volume,
@@ -472,7 +473,7 @@ private:
     std::shared_ptr<const VolumeUnlocking> _unlocked;  // null if it is not encrypted
     std::vector<std::string> _notes;
     bool _wasEncrypted = false;
-    bool _isKeyProven = true;
+    std::string _protectorsOfDoubt;  // of a volume whose key nothing proves; else empty
     bitlocker::Layout _layout = bitlocker::Layout::kWindows7;  // of what was encrypted
     bool _searchedInVain = false;  // for a volume that lost its first sector
 };
