@@ -73,6 +73,7 @@ int main(int argc, char *argv[])
                 vx::kUsageText);
         return vx::kExitUsage;
     }
+    line.options.unlocking.HideIn(argv + 1);
     if (line.options.help || line.options.version) {
         fputs(line.options.help ? vx::kHelpText : vx::kVersionText, stdout);
         return vx::kExitSuccess;

@@ -18,6 +18,12 @@ constexpr size_t kDescriptorStartSize = sizeof(kDescriptorStart) - 1;
 
 constexpr const char *kPathKinds[] = {"startup-key", "recovery-file", "key-ring", "vmk", "fvek"};
 
+bool IsPathKind(const std::string &kind)
+{
+    const auto *end = std::end(kPathKinds);
+    return std::find(std::begin(kPathKinds), end, kind) != end;
+}
+
 // The text may be a secret, so it is not copied.
 bool IsThere(const char *path)
 {
@@ -75,13 +81,22 @@ bool Unlocking::TakeDescriptor(const char *number, std::string *error)
     return true;
 }
 
+void Unlocking::HideIn(char **words) const
+{
+    if (secret.empty() || (IsPathKind(kind) && IsThere(secret.c_str())))
+        return;
+    for (char **word = words; *word != nullptr; ++word) {
+        if (secret == *word)
+            memset(*word, '*', strlen(*word));
+    }
+}
+
 std::vector<std::string> Unlocking::KeyPaths(const char *givenSecret) const
 {
     std::vector<std::string> paths;
     if (IsThere(secretFile.c_str()))
         paths.push_back(secretFile);
-    const auto *end = std::end(kPathKinds);
-    if (std::find(std::begin(kPathKinds), end, kind) != end && IsThere(givenSecret))
+    if (IsPathKind(kind) && IsThere(givenSecret))
         paths.emplace_back(givenSecret);
     return paths;
 }

@@ -153,6 +153,7 @@ int main(int argc, char **argv)
     vx::WipeTexts(&arguments);
     if (!options)
         return FailUsage(error);
+    options->unlocking.HideIn(argv + 1);
     if (options->action == Options::Action::kHelp)
         return Print(vx::kHelpText);
     if (options->action == Options::Action::kVersion)

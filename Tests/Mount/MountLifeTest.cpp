@@ -4,9 +4,12 @@
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Eventually.h"
+#include "MountPoint.h"
+#include "OrdinaryUser.h"
 #include "UniqueFd.h"
 
 namespace vx {
@@ -164,6 +167,32 @@ TEST_F(MountLife, RefusesAFolderThatIsOfNoUse)
         EXPECT_EQ(result.status, 2);
         EXPECT_NE(result.errors.find(refused.reason), std::string::npos) << result.errors;
     }
+}
+
+TEST_F(MountLife, RefusesAFolderThatTheUserMayNotWriteIn)
+{
+    std::string folder = _folder.MakeFolder("others");
+    chmod(_folder.Path().c_str(), 0755);
+    chmod(folder.c_str(), 0555);
+    const std::string named = folder;
+    std::string error;
+    {
+        const OrdinaryUser user;
+        EXPECT_FALSE(IsUsableMountPoint(_folder.At("image"), &folder, &error));
+    }
+    EXPECT_EQ(error, "cannot mount on " + named +
+                         ": your user may not write in it; name a folder of your own");
+}
+
+TEST_F(MountLife, ShowsNoSecretInTheListOfProcesses)
+{
+    _folder.WriteFile("volume-of-words/a.txt", "x");
+    const std::string folder = Mount({_folder.At("volume-of-words"), "--unlock", "none", "s3cret"});
+    const std::string seen = Shell("for process in $(pgrep -f -- " + Quoted(folder) +
+                                   "); do tr '\\0' ' ' < /proc/$process/cmdline; done")
+                                 .output;
+    EXPECT_NE(seen.find("--unlock none "), std::string::npos) << seen;
+    EXPECT_EQ(seen.find("s3cret"), std::string::npos) << seen;
 }
 
 TEST_F(MountLife, RefusesAFolderInTheFolderThatIsMounted)

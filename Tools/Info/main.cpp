@@ -43,6 +43,7 @@ int main(int argc, char **argv)
     vx::WipeTexts(&arguments);
     if (!options)
         return Fail(vx::kExitUsage, vx::TerminalText(error), vx::kUsageText);
+    options->unlocking.HideIn(argv + 1);
     if (options->action == vx::InfoOptions::Action::kHelp)
         return fputs(vx::kHelpText, stdout) < 0;
     if (options->action == vx::InfoOptions::Action::kVersion)

@@ -120,6 +120,7 @@ int main(int argc, char **argv)
     vx::WipeTexts(&arguments);
     if (!options)
         return FailUsage(error);
+    options->unlocking.HideIn(argv + 1);
     if (options->action == MountOptions::Action::kHelp)
         return Print(vx::kMountHelp);
     if (options->action == MountOptions::Action::kVersion)
