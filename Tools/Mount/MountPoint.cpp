@@ -108,6 +108,12 @@ bool IsUsableMountPoint(const std::string &volume, std::string *folder, std::str
         *error = "cannot mount on " + named + ": it is not empty; name an empty folder";
         return false;
     }
+    // The kernel lets nobody hide what belongs to others.
+    if (geteuid() != 0 && access(folder->c_str(), W_OK) != 0) {
+        *error = "cannot mount on " + named +
+                 ": your user may not write in it; name a folder of your own";
+        return false;
+    }
     *folder = Resolved(*folder);
     struct stat found = {};
     const bool isFolder = stat(volume.c_str(), &found) == 0 && S_ISDIR(found.st_mode);

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace vx {
@@ -62,6 +63,12 @@ struct DestroyConfig {
     void operator()(fuse_loop_config *config) const { fuse_loop_cfg_destroy(config); }
 };
 
+// Where libfuse keeps silent, its program has printed the reason.
+std::string WhyRefused()
+{
+    return geteuid() == 0 ? "the system refused it" : "fusermount3 refused it (see above)";
+}
+
 }  // namespace
 
 MountSession::~MountSession()
@@ -91,7 +98,7 @@ bool MountSession::Mount(const Settings &settings, std::string *error)
     _isMounted = _handlesSignals && fuse_session_mount(_session, settings.folder.c_str()) == 0;
     if (!_isMounted)
         *error = "cannot mount on " + TerminalText(settings.folder) + ": " +
-                 TerminalText(LastWords().empty() ? "the system refused it" : LastWords());
+                 TerminalText(LastWords().empty() ? WhyRefused() : LastWords());
     return _isMounted;
 }
 
