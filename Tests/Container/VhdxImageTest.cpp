@@ -232,13 +232,18 @@ TEST_F(VhdxImages, AnotherVersionIsRefused)
     ExpectFails(Repaired(image), kRefused, "it is a VHDX image of the unknown version 2");
 }
 
-TEST_F(VhdxImages, WithoutItsFirstSectorItIsRecognisedByItsHeaders)
+TEST_F(VhdxImages, WithoutItsMarkItIsRecognisedByItsHeaders)
 {
     std::string image = Dynamic().Image();
     image.replace(0, 512, 512, '\0');
     ExpectDisk(Open(image), disk);
     const auto unread = std::make_shared<SourceWithHole>(Dynamic().Image(), 0, 512);
     EXPECT_TRUE(IsVhdxImage(*unread));
+    std::string flipped = Dynamic().Image();
+    flipped[1] ^= 0x20;
+    ExpectDisk(Open(flipped), disk);
+    flipped.replace(510, 2, "\x55\xAA");
+    EXPECT_FALSE(IsVhdxImage(*SourceOf(flipped)));
     image[kHeaders[0]] ^= 1;
     EXPECT_TRUE(IsVhdxImage(*SourceOf(image)));
     image[kHeaders[1]] ^= 1;

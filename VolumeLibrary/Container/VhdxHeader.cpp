@@ -2,8 +2,8 @@
 
 #include "ByteReader.h"
 #include "Crc32.h"
+#include "FirstSector.h"
 
-#include <algorithm>
 #include <array>
 
 namespace vx {
@@ -64,13 +64,11 @@ Result<VhdxHeader> NewestOf(const ByteSource &file)
     return only ? only : first;
 }
 
-bool MayHaveLostItsMark(const ByteSource &file)
+// Such a file is a disk, whatever lies at the places of the headers.
+bool BeginsWithBootSector(const ByteSource &file)
 {
-    std::array<uint8_t, 8> bytes = {};
-    if (file.Size() < bytes.size())
-        return false;
-    return file.ReadAt(0, bytes.data(), bytes.size()) ||
-           std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte == 0; });
+    std::array<uint8_t, kFirstSectorBytes> sector = {};
+    return !file.ReadAt(0, sector.data(), sector.size()) && EndsAsBootSector(sector);
 }
 
 }  // namespace
@@ -81,7 +79,7 @@ bool IsVhdxImage(const ByteSource &file)
     if (file.Size() >= bytes.size() && !file.ReadAt(0, bytes.data(), bytes.size()) &&
         ByteReader(bytes).TakeMark("vhdxfile"))
         return true;
-    return MayHaveLostItsMark(file) && (ReadAt(file, kPlaces[0]) || ReadAt(file, kPlaces[1]));
+    return !BeginsWithBootSector(file) && (ReadAt(file, kPlaces[0]) || ReadAt(file, kPlaces[1]));
 }
 
 Result<VhdxHeader> ReadVhdxHeader(const ByteSource &file)

@@ -27,8 +27,8 @@ struct VhdxHeader {
 // A place or size of a VHDX file is a multiple of this. The first one holds the headers.
 constexpr uint64_t kVhdxUnit = uint64_t{1} << 20;
 
-// Whether the file has the mark at its beginning, or if its beginning is lost or blank, a valid
-// header.
+// Whether the file has the mark at its beginning or, whatever its beginning is but a boot sector, a
+// valid header.
 bool IsVhdxImage(const ByteSource &file);
 
 // Errors: those of the file's reads; kTruncatedImage; kDamagedContainer if none of the headers is
