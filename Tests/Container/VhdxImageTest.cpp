@@ -111,6 +111,22 @@ TEST_F(VhdxImages, EntriesOfUnknownOrMisplacedKindsFailAlone)
     }
 }
 
+TEST_F(VhdxImages, AnEntryWithReservedBitsFailsAlone)
+{
+    VhdxWriter writer = Dynamic();
+    for (uint64_t bit = 3; bit < 20; ++bit) {
+        for (const uint64_t state : {0, 6}) {
+            std::string image = writer.Image();
+            VhdxWriter::Put(writer.EntryAt(0), state | writer.BlocksAt() | uint64_t{1} << bit, 8,
+                            &image);
+            const Container container = Open(image);
+            EXPECT_EQ(Read(container, 0, 50),
+                      "failed: read at 0: the table of the VHDX image is damaged");
+            EXPECT_TRUE(Read(container, kMiB, disk.size() - kMiB) == disk.substr(kMiB));
+        }
+    }
+}
+
 TEST_F(VhdxImages, ABlockAtTheBeginningOfTheFileIsDamage)
 {
     VhdxWriter writer = Dynamic();

@@ -40,6 +40,8 @@ VhdxBlocks::Entry VhdxBlocks::ParseEntry(uint64_t number)
     constexpr uint64_t kStateBits = 7;
     constexpr uint64_t kPlaceBits = ~uint64_t{0} << 20;
     const uint64_t at = number & kPlaceBits;
+    if ((number & ~kPlaceBits & ~kStateBits) != 0)
+        return {State::kDamaged, at};
     switch (number & kStateBits) {
     case 0:
         return {State::kNotPresent, at};

@@ -3,8 +3,8 @@
 // block that is partly there, a bit for each sector in a block of bits says which are.
 //
 // Format: [MS-VHDX], sections 2.4 and 2.5. A block whose contents are not defined reads as zeros.
-// An entry of a reserved or misplaced kind, and a block in a place that is claimed twice, cannot be
-// read.
+// An entry of a reserved or misplaced kind or with reserved bits, and a block in a place that is
+// claimed twice, cannot be read.
 //
 // Ownership: shares the file and the parent. Threads: any number at a time. Memory: the list of
 // contested places; the table is not kept. Errors: kSystemError with "read at" and the place on the
