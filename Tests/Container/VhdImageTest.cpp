@@ -1,5 +1,7 @@
 // VHD images: sound, damaged and hostile.
+#include "VhdImage.h"
 #include "OpenAt.h"
+#include "SourceWithHole.h"
 #include "TestImage.h"
 #include "VhdWriter.h"
 
@@ -167,6 +169,21 @@ TEST_F(VhdImages, TheFirstFooterTakesThePlaceOfTheLast)
     EXPECT_TRUE(Read(container, 0, kBlock) == first);
     ASSERT_EQ(container.notes.size(), 1u);
     EXPECT_EQ(container.notes[0], "the footer of the VHD image is damaged; its copy is used");
+}
+
+TEST_F(VhdImages, TheFirstFooterTakesThePlaceOfALastOneThatCannotBeRead)
+{
+    const std::string image = Growing().Image();
+    const auto file = std::make_shared<SourceWithHole>(image, image.size() - 512, image.size());
+    ASSERT_TRUE(IsVhdImage(*file));
+    const auto container = OpenVhd(file, NoParents());
+    ASSERT_TRUE(container) << container.Failure().detail;
+    EXPECT_TRUE(Read(*container, 0, kBlock) == first);
+    EXPECT_EQ(
+        container->notes,
+        std::vector<std::string>{"the footer of the VHD image cannot be read; its copy is used"});
+    file->MoveHole(0, 512);
+    EXPECT_TRUE(OpenVhd(file, NoParents()));
 }
 
 TEST_F(VhdImages, OfFixedSizeTheDiskIsReadWithoutASoundFooter)

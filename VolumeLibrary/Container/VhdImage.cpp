@@ -252,12 +252,14 @@ Result<Container> OpenVhd(const Source &file, const ParentOpener &openParent)
         return OpenFixedWithoutFooter(file);
     if (!first || !first->isSound)
         return Damaged();
-    if (!last || !last->hasMark || file->Size() == kFooterBytes)
+    if ((last && !last->hasMark) || file->Size() == kFooterBytes)
         return EndsEarly();
     auto container = OpenWith(*first, file, openParent);
     if (container)
-        container->notes.insert(container->notes.begin(),
-                                "the footer of the VHD image is damaged; its copy is used");
+        container->notes.insert(
+            container->notes.begin(),
+            last ? "the footer of the VHD image is damaged; its copy is used"
+                 : "the footer of the VHD image cannot be read; its copy is used");
     return container;
 }
 

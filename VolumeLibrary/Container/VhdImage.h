@@ -4,9 +4,10 @@
 //
 // Format: "Virtual Hard Disk Image Format Specification", Microsoft, version 1.0, 2006. All
 // numbers are big-endian; footer and header have a checksum each. The header must fit its own. A
-// footer that does not is replaced by its copy at the beginning of the file; without a copy the
-// image is assumed to be one of fixed size. Sizes and places are checked against the file's size;
-// no number of the image decides how much memory is used, but for 4 KiB of each of eight paths.
+// footer that does not, or cannot be read, is replaced by its copy at the beginning of the file;
+// without a copy the image is assumed to be one of fixed size. Sizes and places are checked against
+// the file's size; no number of the image decides how much memory is used, but for 4 KiB of each of
+// eight paths.
 #pragma once
 
 #include "Container.h"
