@@ -6,6 +6,7 @@
 #include "ParentImage.h"
 #include "QcowImage.h"
 #include "RawImage.h"
+#include "RememberingSource.h"
 #include "VdiImage.h"
 #include "VhdImage.h"
 #include "VhdxImage.h"
@@ -51,20 +52,20 @@ Result<Container> InForm(const char *form, Result<Container> image)
 }
 
 Result<Container> OpenAs(const FoundContainer &found, const std::string &path, const Source &file,
-                         const ParentOpener &parents)
+                         const ParentOpener &parents, uint32_t retries)
 {
     switch (found.kind) {
     case ContainerKind::kUnsupported:
         return Error{Status::kUnsupportedContainer, found.unsupported->Sentence()};
     case ContainerKind::kEwf:
-        return InForm("an E01 or S01 image", OpenEwf(path));
+        return InForm("an E01 or S01 image", OpenEwf(path, retries));
     case ContainerKind::kVhd:
         return InForm("a VHD image", OpenVhd(file, parents));
     case ContainerKind::kVhdx:
         return InForm("a VHDX image", OpenVhdx(file, parents));
     case ContainerKind::kVmdk:
-        return InForm("a VMDK image",
-                      OpenVmdk(path.substr(path.rfind('/') + 1), file, VmdkPartsBeside(path)));
+        return InForm("a VMDK image", OpenVmdk(path.substr(path.rfind('/') + 1), file,
+                                               VmdkPartsBeside(path, retries)));
     case ContainerKind::kQcow:
         return InForm("a QCOW2 image", OpenQcow(file, parents, DataFileBeside(path)));
     case ContainerKind::kVdi:
@@ -91,7 +92,7 @@ Container OpenDevice(const std::string &path, const Source &device)
 
 // wanted: the kind that the file must have, if any. A raw image is not examined.
 Result<Container> OpenWanted(const std::string &path, std::optional<ContainerKind> wanted,
-                             const ParentOpener &parents)
+                             const ParentOpener &parents, uint32_t retries)
 {
     const auto form = FormOf(path);
     if (!form)
@@ -103,17 +104,19 @@ Result<Container> OpenWanted(const std::string &path, std::optional<ContainerKin
         return OpenDevice(path, *file);
     if (wanted == ContainerKind::kRaw)
         return Container{*file};
-    const FoundContainer found = FindContainerKind(path, **file);
+    const Source kept = std::make_shared<RememberingSource>(*file, retries);
+    const FoundContainer found = FindContainerKind(path, *kept);
     if (wanted && found.kind != *wanted && found.kind != ContainerKind::kUnsupported)
         return Error{Status::kUnsupportedContainer, "it is not of the format that is needed"};
-    return OpenAs(found, path, *file, parents);
+    const Source &source = found.kind == ContainerKind::kRaw ? *file : kept;
+    return OpenAs(found, path, source, parents, retries);
 }
 
 // With the path before those of further parts and of parents.
 Result<Container> OpenImage(const std::string &path, std::optional<ContainerKind> wanted,
-                            const ParentOpener &parents)
+                            const ParentOpener &parents, uint32_t retries)
 {
-    auto container = OpenWanted(path, wanted, parents);
+    auto container = OpenWanted(path, wanted, parents, retries);
     if (container && (container->files.empty() || container->files.front() != path))
         container->files.insert(container->files.begin(), path);
     return container;
@@ -121,9 +124,13 @@ Result<Container> OpenImage(const std::string &path, std::optional<ContainerKind
 
 }  // namespace
 
-Result<Container> OpenContainer(const std::string &path)
+Result<Container> OpenContainer(const std::string &path, uint32_t retries)
 {
-    return OpenImage(path, {}, ParentImage::Beside(path, OpenImage));
+    const auto open = [retries](const std::string &image, std::optional<ContainerKind> wanted,
+                                const ParentOpener &parents) {
+        return OpenImage(image, wanted, parents, retries);
+    };
+    return open(path, {}, ParentImage::Beside(path, open));
 }
 
 }  // namespace vx

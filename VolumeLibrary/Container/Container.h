@@ -43,6 +43,9 @@ struct Container {
 // Errors: kSystemError, with advice if permission is missing; kNotAVolume for what is neither a
 // file nor a disk device; kUnsupportedContainer; kTruncatedImage if the image ends early or lacks a
 // part; kDamagedContainer.
-Result<Container> OpenContainer(const std::string &path);
+//
+// retries: ReadingLimits'; how often what cannot be read of the tables of an image is tried again
+// (RememberingSource.h).
+Result<Container> OpenContainer(const std::string &path, uint32_t retries = 0);
 
 }  // namespace vx

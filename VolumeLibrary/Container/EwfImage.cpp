@@ -4,6 +4,7 @@
 #include "EwfSource.h"
 #include "FilePool.h"
 #include "PartNames.h"
+#include "RememberingSource.h"
 
 #include <utility>
 
@@ -15,11 +16,13 @@ Error MissingFile(const std::string &name)
     return {Status::kTruncatedImage, "its part " + name + " is missing"};
 }
 
-Result<EwfFile> OpenFile(FilePool &pool, const std::string &path, const std::string &name)
+Result<EwfFile> OpenFile(FilePool &pool, const std::string &path, const std::string &name,
+                         uint32_t retries)
 {
     auto opened = pool.Open(path);
     if (opened)
-        return EwfFile{name, std::move(*opened), path};
+        return EwfFile{name, std::make_shared<RememberingSource>(std::move(*opened), retries),
+                       path};
     Error error = opened.Failure();
     if (IsPermissionError(error))
         error.detail = "your user may not read its part " + name;
@@ -36,7 +39,8 @@ Error CheckIsFirst(const PartNames &names)
 }
 
 // Adds each file to the reader until one says that it is the last.
-Result<std::vector<EwfFile>> OpenFiles(const std::string &path, EwfLayoutReader &reader)
+Result<std::vector<EwfFile>> OpenFiles(const std::string &path, uint32_t retries,
+                                       EwfLayoutReader &reader)
 {
     const auto names = PartNames::OfEwf(path);
     if (names) {
@@ -48,7 +52,7 @@ Result<std::vector<EwfFile>> OpenFiles(const std::string &path, EwfLayoutReader 
     std::string place = path;
     std::string name = path.substr(path.rfind('/') + 1);
     for (size_t number = 1;; ++number) {
-        auto file = OpenFile(*pool, place, name);
+        auto file = OpenFile(*pool, place, name, retries);
         if (!file)
             return file.Failure();
         const auto ending = reader.Add(*file->source, name);
@@ -83,10 +87,10 @@ std::vector<std::string> NotesOf(const EwfLayout &layout)
 
 }  // namespace
 
-Result<Container> OpenEwf(const std::string &path)
+Result<Container> OpenEwf(const std::string &path, uint32_t retries)
 {
     EwfLayoutReader reader;
-    auto files = OpenFiles(path, reader);
+    auto files = OpenFiles(path, retries, reader);
     if (!files)
         return files.Failure();
     auto layout = reader.Finish();

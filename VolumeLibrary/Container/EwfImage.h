@@ -10,6 +10,6 @@ namespace vx {
 // (FilePool.h). Notes: what the files do not hold, or did not when they were made. Errors, with the
 // file named: kTruncatedImage if a file is missing or ends early, kUnsupportedContainer if path is
 // that of a later one, kDamagedContainer, kSystemError.
-Result<Container> OpenEwf(const std::string &path);
+Result<Container> OpenEwf(const std::string &path, uint32_t retries);
 
 }  // namespace vx

@@ -4,6 +4,7 @@
 #include "FilePool.h"
 #include "JoinedSource.h"
 #include "PartOfSource.h"
+#include "RememberingSource.h"
 #include "VmdkDescription.h"
 #include "VmdkGrains.h"
 #include "VmdkHeader.h"
@@ -48,14 +49,15 @@ Error Refused(const std::string &name, const char *reason)
     return {Status::kUnsupportedContainer, "its part " + ShownName(name) + " " + reason};
 }
 
-Result<Source> OpenPart(FilePool &pool, const std::string &image, const std::string &name)
+Result<Source> OpenPart(FilePool &pool, const std::string &image, const std::string &name,
+                        uint32_t retries)
 {
     const auto path = PathBeside(image, "its part", name);
     if (!path)
         return path.Failure();
     auto part = pool.Open(*path);
     if (part)
-        return part;
+        return Source(std::make_shared<RememberingSource>(std::move(*part), retries));
     Error error = part.Failure();
     if (IsPermissionError(error))
         error.detail = "your user may not read its part " + ShownName(name);
@@ -209,10 +211,10 @@ Result<Container> OpenText(const Source &file, const VmdkPartOpener &openPart)
 
 }  // namespace
 
-VmdkPartOpener VmdkPartsBeside(const std::string &path)
+VmdkPartOpener VmdkPartsBeside(const std::string &path, uint32_t retries)
 {
-    return [pool = FilePool::Make(), path](const std::string &name) {
-        return OpenPart(*pool, path, name);
+    return [pool = FilePool::Make(), path, retries](const std::string &name) {
+        return OpenPart(*pool, path, name, retries);
     };
 }
 

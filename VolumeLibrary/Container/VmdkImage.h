@@ -20,7 +20,7 @@ using VmdkPartOpener =
     std::function<Result<std::shared_ptr<const ByteSource>>(const std::string &name)>;
 
 // Opens the files beside the image of this path, under the rules above.
-VmdkPartOpener VmdkPartsBeside(const std::string &path);
+VmdkPartOpener VmdkPartsBeside(const std::string &path, uint32_t retries);
 
 // name: of the file, for messages. A note names each file of which a part of the disk is missing;
 // reading that part fails. Errors: kTruncatedImage with the name of a file that is missing or too

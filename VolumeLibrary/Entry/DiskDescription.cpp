@@ -331,7 +331,7 @@ private:
 Result<DescribedDisk> DescribeDisk(const std::string &device, const OpeningOptions &options)
 {
     const VolumeChoice choice = VolumeChoice::Parse(device);
-    const auto container = OpenContainer(choice.path);
+    const auto container = OpenContainer(choice.path, options.limits.retries);
     if (!container)
         return container.Failure();
     if (options.NamesPlaces() && container->form != nullptr)

@@ -484,7 +484,7 @@ Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &un
                               const OpeningOptions &options)
 {
     const VolumeChoice choice = VolumeChoice::Parse(device);
-    const auto container = OpenContainer(choice.path);
+    const auto container = OpenContainer(choice.path, options.limits.retries);
     if (!container)
         return container.Failure();
     if (options.NamesPlaces() && container->form != nullptr)

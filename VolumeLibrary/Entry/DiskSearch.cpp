@@ -106,7 +106,7 @@ Result<DiskSearchResult> SearchDisk(const std::string &device, const CancelFlag 
     const std::string path = VolumeChoice::Parse(device).path;
     if (IsFolder(path))
         return Error{Status::kNotAVolume, "it is a folder; only disks and images are searched"};
-    const auto container = OpenContainer(path);
+    const auto container = OpenContainer(path, options.limits.retries);
     if (!container)
         return container.Failure();
     if (options.NamesPlaces() && container->form != nullptr)
