@@ -130,6 +130,9 @@ int Run(Options &options)
         vx::EndBySignal(vx::OpeningInterruption::Signal());
     if (status != vx::kExitSuccess)
         return FailToOpen(&proof, status, error);
+    // An image may have a parent, or keep its data elsewhere, which only the library finds.
+    if (!proof.MayBegin(&error))
+        return Fail(vx::kExitUsage, error);
     proof.NoteWarnings(session.Warnings());
     for (const std::string &warning : session.Warnings())
         fprintf(stderr, "volume-export: warning: %s\n", warning.c_str());

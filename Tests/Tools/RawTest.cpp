@@ -229,6 +229,37 @@ TEST_F(Raw, ALibraryThatCannotDoItIsNamed)
     EXPECT_TRUE(Holds(result.errors, "the volume library is another version"));
 }
 
+// Its name is known only when the volume is open; when that fails, not at all.
+TEST_F(Raw, TheParentOfAnImageIsNotReplacedByWhatDescribesTheExport)
+{
+    if (system("qemu-img --version >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "qemu-img is missing";
+    _folder.WriteFile("volume/a.txt", "contents");
+    MakeImage(16);
+    const std::string parent = _folder.ReadFile("image");
+    Shell("cd '" + _folder.Path() + "' && qemu-img create -q -f qcow2 -b image -F raw child");
+    Shell("cd '" + _folder.Path() +
+          "' && qemu-img create -q -f qcow2 -o data_file=data,data_file_raw=on keeper 16M && "
+          "cp --sparse=always image data");
+    const std::pair<const char *, const char *> kCases[] = {{"child", "image"}, {"keeper", "data"}};
+    for (const auto &[volume, file] : kCases) {
+        for (const char *option : {"--manifest", "--report", "--raw"}) {
+            Arguments arguments = {_folder.At(volume), option, _folder.At(file)};
+            if (std::string(option) != "--raw")
+                arguments.insert(arguments.end(), {"--raw", _file});
+            const Result result = Run(arguments);
+            EXPECT_EQ(result.status, 2) << result.output << result.errors;
+            EXPECT_TRUE(Holds(result.errors, "this export reads it")) << result.errors;
+            EXPECT_EQ(FilesBelow(_to).size(), 0u);
+            EXPECT_TRUE(_folder.ReadFile(file) == parent) << volume << option;
+        }
+    }
+    const Result failed = Run({_folder.At("child") + "#7", "--raw", _file, "--report", _image});
+    EXPECT_EQ(failed.status, 3);
+    EXPECT_TRUE(Holds(failed.errors, "a file that is no report is there")) << failed.errors;
+    EXPECT_TRUE(_folder.ReadFile("image") == parent);
+}
+
 TEST_F(Raw, AnImageOfAVirtualMachineBecomesTheDiskItWasMadeOf)
 {
     if (system("qemu-img --version >/dev/null 2>&1") != 0)

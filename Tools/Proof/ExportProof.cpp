@@ -68,8 +68,15 @@ bool ExportProof::Ended(const PlannedExport &planned, const ExportReport &report
                            error);
 }
 
+// Without the volume it is not known which files it consists of.
 bool ExportProof::EndedEarly(const std::string &reason, int status, std::string *error)
 {
+    if (!MayBecomeReport(_options.report)) {
+        *error = "cannot write the report " + TerminalText(_options.report) +
+                 ": a file that is no report is there, and the volume that was not opened may "
+                 "consist of it";
+        return false;
+    }
     ExportReport report;
     report.errors.push_back(reason);
     return Ended(PlannedExport(), report, status, error);

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <fstream>
 #include <optional>
 
 namespace vx {
@@ -330,6 +331,16 @@ uint64_t FileTimeNow()
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     const int64_t microseconds = std::chrono::duration_cast<std::chrono::microseconds>(now).count();
     return static_cast<uint64_t>(kSecondsTo1970 * kUnitsPerSecond + microseconds * 10);
+}
+
+bool MayBecomeReport(const std::string &path)
+{
+    constexpr size_t kHeadBytes = 100;
+    std::ifstream file(path, std::ios::binary);
+    std::string head(kHeadBytes, '\0');
+    file.read(&head[0], kHeadBytes);
+    head.resize(static_cast<size_t>(file.gcount()));
+    return head.empty() || head.find("\"program\": \"volume-export\"") != std::string::npos;
 }
 
 bool WriteReportFile(const std::string &file, const ReportFacts &facts, std::string *error)

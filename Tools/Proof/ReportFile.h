@@ -26,6 +26,9 @@ struct ReportFacts {
 // The time now, in 100 ns since 1601-01-01 00:00 UTC.
 uint64_t FileTimeNow();
 
+// Whether there is nothing at the path, an empty file or an earlier report.
+bool MayBecomeReport(const std::string &path);
+
 // Replaces the file when the report is complete. False: error says why in one line, and the file is
 // what it was.
 bool WriteReportFile(const std::string &file, const ReportFacts &facts, std::string *error);
