@@ -228,6 +228,105 @@ TEST_F(VhdImages, AnEntryThatLeadsOutOfTheFileFailsAlone)
               "failed: read at 4196: the VHD image ends before this place");
 }
 
+class VhdsWithSharedPlaces : public VhdImages {
+protected:
+    // The first two blocks are stored whole, the last one as in Growing.
+    VhdWriter Full() const
+    {
+        VhdRecipe recipe;
+        recipe.diskBytes = 2 * kBlock + kNeeded;
+        VhdWriter writer(recipe);
+        writer.AddBlock("\xFF", first);
+        writer.AddBlock("\xFF", first);
+        writer.AddBlock("\xFF", last);
+        return writer;
+    }
+
+    // Of the blocks that cannot be read; the others are those of Full.
+    void ExpectContested(const VhdWriter &writer, const std::vector<size_t> &contested) const
+    {
+        const Container container = Open(writer.Image());
+        EXPECT_EQ(container.notes,
+                  std::vector<std::string>{"blocks of the VHD image lie in the same place, which "
+                                           "is impossible; they cannot be read"});
+        const std::string disk = first + first + last.substr(0, kNeeded);
+        for (size_t block = 0; block < 3; ++block) {
+            const bool isContested =
+                std::find(contested.begin(), contested.end(), block) != contested.end();
+            const std::string expected =
+                isContested ? "failed: read at " + std::to_string(block * kBlock) +
+                                  ": the VHD image keeps two blocks in the same place"
+                            : disk.substr(block * kBlock, 1000);
+            EXPECT_TRUE(Read(container, block * kBlock, 1000) == expected) << block;
+        }
+    }
+
+    static constexpr size_t kNeeded = 1024;  // of the last block
+    static constexpr uint32_t kSectors = kBlock / 512 + 1;
+    static constexpr uint32_t kFirst = 8;  // where the blocks begin in the file
+};
+
+TEST_F(VhdsWithSharedPlaces, BlocksApartAreRead)
+{
+    const Container container = Open(Full().Image());
+    EXPECT_TRUE(container.notes.empty());
+    EXPECT_TRUE(Read(container, 0, 2 * kBlock + kNeeded) ==
+                first + first + last.substr(0, kNeeded));
+}
+
+TEST_F(VhdsWithSharedPlaces, BlocksThatOverlapCannotBeReadAndOthersCan)
+{
+    for (const uint32_t shift : {0u, 1u, kSectors - 1}) {
+        VhdWriter writer = Full();
+        writer.SetEntry(0, kFirst + kSectors + shift);
+        std::vector<size_t> contested = {0, 1};
+        if (shift > 0)
+            contested.push_back(2);
+        ExpectContested(writer, contested);
+    }
+}
+
+TEST_F(VhdsWithSharedPlaces, ABlockInTheTablesCannotBeRead)
+{
+    constexpr uint32_t kFooter = kFirst + 3 * kSectors;
+    for (const uint32_t sector : {0u, 1u, 2u, 3u, kFooter}) {
+        VhdWriter writer = Full();
+        writer.SetEntry(0, sector);
+        ExpectContested(writer, {0});
+    }
+}
+
+TEST_F(VhdsWithSharedPlaces, OfTheLastBlockOnlyWhatTheDiskNeedsCounts)
+{
+    VhdWriter writer = Full();
+    constexpr uint32_t kNeededSectors = kNeeded / 512 + 1;
+    writer.SetEntry(2, kFirst + 3 * kSectors - kNeededSectors);
+    const Container container = Open(writer.Image());
+    EXPECT_TRUE(container.notes.empty());
+    writer.SetEntry(2, kFirst + 3 * kSectors - kNeededSectors + 1);
+    ExpectContested(writer, {2});
+}
+
+TEST_F(VhdsWithSharedPlaces, ABadSectorOfTheTableHidesOnlyItsOwnEntries)
+{
+    constexpr size_t kEntries = 512;
+    VhdRecipe recipe;
+    recipe.diskBytes = kEntries * kBlock;
+    recipe.tableAt = 1536;
+    VhdWriter writer(recipe);
+    for (size_t block = 0; block < kEntries; ++block)
+        writer.AddNothing();
+    writer.SetEntry(300, 20);
+    writer.SetEntry(400, 21);
+    std::string image = writer.Image();
+    image.resize(40 * 512);
+    const auto file = std::make_shared<SourceWithHole>(image + writer.Footer(), 1536, 1537);
+    const auto container = OpenVhd(file, NoParents());
+    ASSERT_TRUE(container);
+    EXPECT_EQ(Read(*container, 300 * kBlock, 50).substr(0, 6), "failed");
+    EXPECT_EQ(Read(*container, 200 * kBlock, 50), std::string(50, '\0'));
+}
+
 TEST_F(VhdImages, ADiskThatIsLargerThanItsTableFailsBehindIt)
 {
     VhdRecipe recipe;

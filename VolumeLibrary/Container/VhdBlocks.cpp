@@ -12,7 +12,7 @@
 namespace vx {
 namespace {
 
-constexpr uint64_t kSector = 512;
+constexpr uint64_t kSector = VhdBlocks::kSector;
 constexpr uint64_t kBits = 8;
 // The bytes that the bits of one sector describe.
 constexpr uint64_t kMostAtOnce = kSector * kBits * kSector;
@@ -57,13 +57,12 @@ Error VhdBlocks::ReadAt(uint64_t offset, void *buffer, size_t count) const
 
 Error VhdBlocks::ReadInBlock(uint64_t offset, uint8_t *place, size_t count) const
 {
-    constexpr uint32_t kNotStored = 0xFFFFFFFF;
     const uint64_t number = offset / _shape.blockBytes;
     if (number >= _shape.entries)
         return AtPlace(
             {Status::kSystemError, "the table of the VHD image ends before this place", EIO},
             offset);
-    uint8_t bytes[4];
+    uint8_t bytes[kEntryBytes];
     if (Error error = _file->ReadAt(_shape.tableAt + number * sizeof bytes, bytes, sizeof bytes)) {
         error.bytesRead = 0;
         return AtPlace(std::move(error), offset);
@@ -76,8 +75,11 @@ Error VhdBlocks::ReadInBlock(uint64_t offset, uint8_t *place, size_t count) cons
 // block: its place in the file. At most kMostAtOnce bytes, whose bits fill one sector at most.
 Error VhdBlocks::ReadStored(uint64_t block, uint64_t offset, uint8_t *place, size_t count) const
 {
-    const uint64_t sectors = _shape.blockBytes / kSector;
-    const uint64_t data = block + (sectors / kBits + kSector - 1) / kSector * kSector;
+    if (TouchesRange(_contested, {block, _shape.NeededBytes(offset / _shape.blockBytes)}))
+        return AtPlace(
+            {Status::kSystemError, "the VHD image keeps two blocks in the same place", EIO},
+            offset);
+    const uint64_t data = block + _shape.BytesOfBits();
     const uint64_t skip = offset % _shape.blockBytes;
     const uint64_t last = (skip + count - 1) / kSector;
     const uint64_t firstBits = skip / kSector / kBits;

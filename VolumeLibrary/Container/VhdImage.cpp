@@ -5,6 +5,7 @@
 #include "PartOfSource.h"
 #include "PowerOfTwo.h"
 #include "VhdBlocks.h"
+#include "VhdTable.h"
 #include "Wtf8.h"
 
 #include <algorithm>
@@ -184,8 +185,36 @@ bool MakesSense(const VhdBlocks::Shape &shape)
            shape.blockBytes <= VhdBlocks::kLargestBlock && shape.diskBytes <= uint64_t{INT64_MAX};
 }
 
+// The image's own structures beside the table.
+VhdTable ExamineTable(const ByteSource &file, const Footer &footer, const VhdBlocks::Shape &shape)
+{
+    return VhdTable::Examine(file, shape,
+                             {{0, kFooterBytes},
+                              {footer.headerAt, kHeaderBytes},
+                              {file.Size() - kFooterBytes, kFooterBytes}});
+}
+
+std::vector<std::string> NotesOf(const VhdTable &table)
+{
+    std::vector<std::string> notes;
+    if (!table.contested.empty())
+        notes.emplace_back("blocks of the VHD image lie in the same place, which is impossible; "
+                           "they cannot be read");
+    if (!table.isComplete)
+        notes.emplace_back("the VHD image is too large to find out whether blocks lie in the same "
+                           "place");
+    return notes;
+}
+
+Result<Container> OpenDynamic(const Source &file, const VhdBlocks::Shape &shape, VhdTable table)
+{
+    return VhdContainer("a dynamic VHD image",
+                        std::make_shared<VhdBlocks>(file, shape, std::move(table.contested)));
+}
+
 Result<Container> OpenDifferencing(const Source &file, const Header &header,
-                                   const VhdBlocks::Shape &shape, const ParentOpener &openParent)
+                                   const VhdBlocks::Shape &shape, VhdTable table,
+                                   const ParentOpener &openParent)
 {
     constexpr size_t kParentIdAt = 40;
     constexpr const char *kDifferencing = "a differencing VHD image";
@@ -195,8 +224,8 @@ Result<Container> OpenDifferencing(const Source &file, const Header &header,
     if (!parent)
         return parent;
     const auto disk = std::make_shared<PaddedSource>(parent->source, shape.diskBytes);
-    Container container =
-        VhdContainer(kDifferencing, std::make_shared<VhdBlocks>(file, shape, disk));
+    Container container = VhdContainer(
+        kDifferencing, std::make_shared<VhdBlocks>(file, shape, std::move(table.contested), disk));
     container.notes = std::move(parent->notes);
     container.files = std::move(parent->files);
     return container;
@@ -216,9 +245,14 @@ Result<Container> OpenGrowing(const Source &file, const Footer &footer,
         return Damaged();
     if (shape.tableAt > file->Size() || (file->Size() - shape.tableAt) / 4 < shape.entries)
         return EndsEarly();
-    if (footer.type == DiskType::kDifferencing)
-        return OpenDifferencing(file, header, shape, openParent);
-    return VhdContainer("a dynamic VHD image", std::make_shared<VhdBlocks>(file, shape));
+    VhdTable table = ExamineTable(*file, footer, shape);
+    const std::vector<std::string> notes = NotesOf(table);
+    auto container = footer.type == DiskType::kDifferencing
+                         ? OpenDifferencing(file, header, shape, std::move(table), openParent)
+                         : OpenDynamic(file, shape, std::move(table));
+    if (container)
+        container->notes.insert(container->notes.begin(), notes.begin(), notes.end());
+    return container;
 }
 
 Result<Container> OpenWith(const Footer &footer, const Source &file, const ParentOpener &openParent)

@@ -150,8 +150,7 @@ Error VhdxBlocks::ReadStored(uint64_t offset, const ByteRange &block, uint64_t s
         return Damaged("the table of the VHDX image is damaged", offset);
     if (block.offset >= kFurthest)
         return Damaged("the VHDX image ends before this place", offset);
-    if (EndOfRangeAt(_contested, block.offset) > block.offset ||
-        NextRangeBegin(_contested, block.offset) < block.offset + block.length)
+    if (TouchesRange(_contested, block))
         return Damaged("the VHDX image keeps two blocks in the same place", offset);
     Error error = _file->ReadAt(block.offset + skip, place, count);
     return error ? AtPlace(std::move(error), offset) : Error();

@@ -74,4 +74,11 @@ inline uint64_t NextRangeBegin(const ByteRanges &ranges, uint64_t place)
     return next == ranges.end() ? UINT64_MAX : next->offset;
 }
 
+// Whether such ranges have a byte of the part.
+inline bool TouchesRange(const ByteRanges &ranges, const ByteRange &part)
+{
+    return EndOfRangeAt(ranges, part.offset) > part.offset ||
+           NextRangeBegin(ranges, part.offset) < part.offset + part.length;
+}
+
 }  // namespace vx
