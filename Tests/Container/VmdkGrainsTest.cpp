@@ -35,13 +35,20 @@ protected:
         disk = image.substr(VmdkWriter::kGrainsAt);
     }
 
-    size_t EntryAt(size_t grain) const { return VmdkWriter::kTableAt + 4 * grain; }
+    // In the table and its copy.
+    void SetEntry(size_t grain, const std::string &bytes)
+    {
+        image.replace(EntryAt(grain), bytes.size(), bytes);
+        image.replace(VmdkWriter::kCopyAt + 512 + 4 * grain, bytes.size(), bytes);
+    }
+
+    static size_t EntryAt(size_t grain) { return VmdkWriter::kTableAt + 4 * grain; }
 
     void Swap(size_t one, size_t other)
     {
         const std::string first = image.substr(EntryAt(one), 4);
-        image.replace(EntryAt(one), 4, image.substr(EntryAt(other), 4));
-        image.replace(EntryAt(other), 4, first);
+        SetEntry(one, image.substr(EntryAt(other), 4));
+        SetEntry(other, first);
         const std::string bytes = disk.substr(one * kGrain, kGrain);
         disk.replace(one * kGrain, kGrain, disk.substr(other * kGrain, kGrain));
         disk.replace(other * kGrain, kGrain, bytes);
@@ -50,7 +57,7 @@ protected:
     // number: 0 and 1 both stand for zeros.
     void Blank(size_t grain, uint64_t number)
     {
-        image.replace(EntryAt(grain), 4, VmdkWriter::Number(number, 4));
+        SetEntry(grain, VmdkWriter::Number(number, 4));
         disk.replace(grain * kGrain, kGrain, kGrain, '\0');
     }
 
@@ -59,7 +66,7 @@ protected:
         file = std::make_shared<ReadsOf>(std::vector<uint8_t>(image.begin(), image.end()));
         const auto header = ReadVmdkHeader(*file);
         ASSERT_TRUE(bool(header));
-        grains = std::make_unique<VmdkGrains>(file, *header);
+        grains = std::make_unique<VmdkGrains>(file, *header, VmdkPlaces::Examine(*file, *header));
         file->reads = 0;
     }
 

@@ -25,6 +25,8 @@ public:
     // For a last piece that is needed only in part.
     void Add(uint64_t at, uint64_t bytes);
     bool IsTaken(uint64_t at) const { return IsTaken(at, _pieceBytes); }
+    // Whether a piece there would overlap what lies beside pieces.
+    bool IsBeside(uint64_t at) const { return TouchesRange(_beside, {at, _pieceBytes}); }
 
     const ByteRanges &Contested() const { return _contested.All(); }
     // Whether every place was compared: the file has no more room than there are slots.

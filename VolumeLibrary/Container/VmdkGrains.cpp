@@ -11,8 +11,9 @@ namespace vx {
 namespace {
 
 constexpr uint64_t kSector = VmdkHeader::kSector;
-// The place of a grain that reads as zeros, as does 0, one that was never written.
-constexpr uint32_t kReadsAsZeros = 1;
+constexpr uint32_t kReadsAsZeros = VmdkHeader::kReadsAsZeros;
+// Stands for one whose place is not known. No file that is compared is so long.
+constexpr uint32_t kUnknown = ~uint32_t{0};
 
 Error Damaged(const char *what)
 {
@@ -74,10 +75,21 @@ Error VmdkGrains::ReadRun(uint32_t sector, uint64_t offset, uint8_t *place, size
         std::memset(place, 0, count);
         return {};
     }
+    if (sector == kUnknown && !_places.disputed.empty())
+        return Damaged("the tables of the VMDK image contradict each other");
+    if (TouchesRange(_places.contested, GrainsOf(sector, offset, count)))
+        return Damaged("the VMDK image keeps two pieces in the same place");
     if (!_header.isPacked)
         return _file->ReadAt(sector * kSector + offset % GrainBytes(), place, count);
     return count == GrainBytes() ? Unpack(sector, offset / GrainBytes(), place)
                                  : CopyPacked(sector, offset, place, count);
+}
+
+// Where the whole grains of the range lie, which are side by side in the file.
+ByteRange VmdkGrains::GrainsOf(uint32_t sector, uint64_t offset, size_t count) const
+{
+    const uint64_t grains = (offset % GrainBytes() + count - 1) / GrainBytes() + 1;
+    return {sector * kSector, grains * GrainBytes()};
 }
 
 Error VmdkGrains::Find(uint64_t offset, size_t count, Sectors *sectors) const
@@ -88,9 +100,28 @@ Error VmdkGrains::Find(uint64_t offset, size_t count, Sectors *sectors) const
     sectors->count = static_cast<size_t>(
         std::min({last - number + 1, inTable, static_cast<uint64_t>(Sectors::kMost)}));
     Error error = FindIn(_header.directory, number, sectors);
-    if (!error || _header.secondDirectory == 0)
+    if (!error)
+        return Compare(number, sectors);
+    if (_header.secondDirectory == 0)
         return error;
     return FindIn(_header.secondDirectory, number, sectors) ? error : Error{};
+}
+
+// Replaces the places that are disputed by those that are right.
+Error VmdkGrains::Compare(uint64_t number, Sectors *sectors) const
+{
+    if (!TouchesRange(_places.disputed, {number * GrainBytes(), sectors->count * GrainBytes()}))
+        return {};
+    Sectors others;
+    others.count = sectors->count;
+    if (Error error = FindIn(_header.secondDirectory, number, &others))
+        return error;
+    for (size_t i = 0; i < sectors->count; ++i) {
+        const uint64_t last = _header.LastPlace(number + i, _file->Size());
+        if (sectors->at[i] != others.at[i])
+            sectors->at[i] = _places.Choose(sectors->at[i], others.at[i], last).value_or(kUnknown);
+    }
+    return {};
 }
 
 Error VmdkGrains::FindIn(uint64_t directory, uint64_t number, Sectors *sectors) const

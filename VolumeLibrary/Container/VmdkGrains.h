@@ -4,7 +4,7 @@
 // What is checked: every table and grain lies within the file. No number of the file decides how
 // much memory is used, but for one packed grain of at most 2 MiB. The marker of a packed grain must
 // name its sector on the disk, and it is unpacked into room for one grain. If a table cannot be
-// read, its copy is.
+// read, its copy is; where the two differ, and where a place is claimed twice, VmdkPlaces decides.
 //
 // Ownership: shares the file. Threads: any number at a time; reads of parts of packed grains take
 // turns. Errors: kSystemError with "read at" and the place in this file's part of the disk, EIO for
@@ -14,6 +14,7 @@
 #include "ByteSource.h"
 #include "Mutex.h"
 #include "VmdkHeader.h"
+#include "VmdkPlaces.h"
 
 #include <memory>
 #include <utility>
@@ -23,8 +24,8 @@ namespace vx {
 
 class VmdkGrains final : public ByteSource {
 public:
-    VmdkGrains(std::shared_ptr<const ByteSource> file, const VmdkHeader &header)
-        : _file(std::move(file)), _header(header)
+    VmdkGrains(std::shared_ptr<const ByteSource> file, const VmdkHeader &header, VmdkPlaces places)
+        : _file(std::move(file)), _header(header), _places(std::move(places))
     {
     }
 
@@ -45,6 +46,8 @@ private:
     uint64_t GrainBytes() const { return _header.grain * VmdkHeader::kSector; }
     // Those of the range, as far as they are in one table.
     Error Find(uint64_t offset, size_t count, Sectors *sectors) const;
+    Error Compare(uint64_t number, Sectors *sectors) const;
+    ByteRange GrainsOf(uint32_t sector, uint64_t offset, size_t count) const;
     Error FindIn(uint64_t directory, uint64_t number, Sectors *sectors) const;
     Error ReadNumbers(uint64_t sector, uint64_t index, Sectors *numbers) const;
     // How many of count bytes, which begin in the given grain, lie side by side in the file, or
@@ -57,6 +60,7 @@ private:
 
     const std::shared_ptr<const ByteSource> _file;
     const VmdkHeader _header;
+    const VmdkPlaces _places;
     mutable Mutex _mutex;
     mutable uint64_t _kept VX_GUARDED_BY(_mutex) = kNone;
     mutable std::vector<uint8_t> _grain VX_GUARDED_BY(_mutex);

@@ -6,6 +6,8 @@
 #include "ByteSource.h"
 #include "ByteView.h"
 
+#include <algorithm>
+
 namespace vx {
 
 // Places and sizes are in sectors of 512 bytes, except for entries.
@@ -14,6 +16,8 @@ struct VmdkHeader {
     static constexpr uint64_t kLargestPackedGrain = uint64_t{1} << 12;
     // Before a packed grain: its sector on the disk, 64 bits, and its length in bytes, 32 bits.
     static constexpr size_t kMarkerBytes = 12;
+    // The place of a grain that reads as zeros, as does 0, one that was never written.
+    static constexpr uint32_t kReadsAsZeros = 1;
 
     bool isPacked = false;
     uint64_t capacity = 0;         // at most 2^42
@@ -23,6 +27,13 @@ struct VmdkHeader {
     uint64_t secondDirectory = 0;  // where its copy lies; 0 if there is none
     uint64_t text = 0;             // where the description of the image lies; 0 if there is none
     uint64_t textSectors = 0;
+
+    // Where in a file of so many bytes a grain that is not packed can begin at most; in bytes.
+    uint64_t LastPlace(uint64_t number, uint64_t fileBytes) const
+    {
+        const uint64_t needed = std::min(grain, capacity - number * grain) * kSector;
+        return fileBytes - std::min(fileBytes, needed);
+    }
 };
 
 // Whether the first bytes of a file are those of such a header.

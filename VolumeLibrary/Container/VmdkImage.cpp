@@ -8,6 +8,7 @@
 #include "VmdkDescription.h"
 #include "VmdkGrains.h"
 #include "VmdkHeader.h"
+#include "VmdkPlaces.h"
 #include "VmdkTables.h"
 
 #include <algorithm>
@@ -133,6 +134,19 @@ Error CheckIsWhole(const ByteSource &file, const VmdkHeader &header)
     return isNoMatter ? Error{} : description.Failure();
 }
 
+void AddNotes(const std::string &name, const VmdkPlaces &places, std::vector<std::string> *notes)
+{
+    if (places.disputedGrains > 0)
+        notes->push_back("the tables of " + name + " and their copy differ in " +
+                         std::to_string(places.disputedGrains) +
+                         " pieces; those that stay in doubt cannot be read");
+    if (!places.contested.empty())
+        notes->push_back("pieces of " + name +
+                         " lie in the same place, which is impossible; they cannot be read");
+    if (!places.isComplete)
+        notes->push_back(name + " is too large to find out whether pieces lie in the same place");
+}
+
 Result<Container> OpenGrowing(const std::string &name, const Source &file)
 {
     const auto header = ReadVmdkHeader(*file);
@@ -143,8 +157,10 @@ Result<Container> OpenGrowing(const std::string &name, const Source &file)
         return checked.Failure();
     if (Error error = CheckIsWhole(*file, checked->header))
         return error;
+    VmdkPlaces places = VmdkPlaces::Examine(*file, checked->header);
+    AddNotes(name, places, &checked->notes);
     return VmdkContainer(checked->header.isPacked ? "a packed VMDK image" : "a sparse VMDK image",
-                         std::make_shared<VmdkGrains>(file, checked->header),
+                         std::make_shared<VmdkGrains>(file, checked->header, std::move(places)),
                          std::move(checked->notes));
 }
 

@@ -95,9 +95,8 @@ Error Tables::WalkTable(uint64_t sector, uint64_t firstGrain)
 
 void Tables::CheckGrain(uint64_t sector, uint64_t number)
 {
-    constexpr uint64_t kReadsAsZeros = 1;  // as does 0
     const uint64_t before = number * _header.grain;
-    if (sector <= kReadsAsZeros || before >= _header.capacity)
+    if (sector <= VmdkHeader::kReadsAsZeros || before >= _header.capacity)
         return;
     if (_header.isPacked) {
         _lastPacked = std::max(_lastPacked, sector);
