@@ -108,6 +108,9 @@ Result<Container> OpenQcow(const Source &file, const ParentOpener &parents,
     container.description = Description(*header);
     if (shortfall.missingBytes > 0)
         container.notes.push_back(ShortText(shortfall));
+    if (!disk->Tables().Contested().IsEmpty())
+        container.notes.emplace_back("clusters of the QCOW2 image lie in the same place, which is "
+                                     "impossible; they cannot be read");
     if (header->isMarkedCorrupt)
         container.notes.emplace_back(
             "the program that wrote the QCOW2 image has marked it as damaged");

@@ -1,6 +1,7 @@
 #include "QcowTables.h"
 
 #include "ByteReader.h"
+#include "QcowEntry.h"
 
 #include <algorithm>
 #include <array>
@@ -10,12 +11,9 @@
 namespace vx {
 namespace {
 
+using namespace qcow;
 using Kind = QcowExtent::Kind;
 
-constexpr uint64_t kPlaceBits = 0x00FFFFFFFFFFFE00;
-constexpr uint64_t kOnlyOnceBit = uint64_t{1} << 63;  // nothing else refers to the cluster
-constexpr uint64_t kPackedBit = uint64_t{1} << 62;
-constexpr uint64_t kZerosBit = 1;
 // Few, since every image of a chain of backing files has its own.
 constexpr size_t kCachedBlocks = 6;
 constexpr uint64_t kPartsOfCluster = 32;
@@ -28,6 +26,11 @@ Error Failed(const char *what)
 Error DamagedTable()
 {
     return Failed("a table of the QCOW2 image is damaged");
+}
+
+Error OfAnother()
+{
+    return Failed("the QCOW2 image keeps two clusters in the same place");
 }
 
 Error BeyondEnd()
@@ -49,7 +52,8 @@ QcowTables::QcowTables(std::shared_ptr<const ByteSource> file, const QcowHeader 
       _cached(_file, kCachedBlocks),
       _header(header),
       _own(*_file, header),
-      _clusterFileBytes(clusterFileBytes)
+      _clusterFileBytes(clusterFileBytes),
+      _contested(_file, header, _own, clusterFileBytes)
 {
 }
 
@@ -135,10 +139,11 @@ Result<QcowExtent> QcowTables::Describe(const Entry &entry, uint64_t skip) const
         return DamagedTable();
     if (isZeros)
         return QcowExtent{Kind::kZeros, length};
+    if (entry.descriptor == 0)
+        return QcowExtent{Kind::kBelow, length};
     // In a file of its own the first cluster may be stored, too.
-    const uint64_t nothing = _header.hasDataFile ? ~uint64_t{0} : ~kOnlyOnceBit;
-    return (entry.descriptor & nothing) == 0 ? QcowExtent{Kind::kBelow, length}
-                                             : DescribeStored(entry.descriptor, skip, length);
+    const bool isNowhere = entry.descriptor == kOnlyOnceBit && !_header.hasDataFile;
+    return isNowhere ? DamagedTable() : DescribeStored(entry.descriptor, skip, length);
 }
 
 Result<QcowExtent> QcowTables::DescribeStored(uint64_t descriptor, uint64_t skip,
@@ -148,6 +153,8 @@ Result<QcowExtent> QcowTables::DescribeStored(uint64_t descriptor, uint64_t skip
     const bool isOwn = !_header.hasDataFile && _own.Holds(cluster);
     if (cluster % _header.ClusterBytes() != 0 || isOwn)
         return DamagedTable();
+    if (_contested.Holds(cluster))
+        return OfAnother();
     const uint64_t place = cluster + skip;
     if (place >= _clusterFileBytes)
         return BeyondEnd();
@@ -158,15 +165,16 @@ Result<QcowExtent> QcowTables::DescribeStored(uint64_t descriptor, uint64_t skip
 Result<QcowExtent> QcowTables::DescribePacked(uint64_t descriptor, uint64_t length) const
 {
     constexpr uint64_t kSector = 512;
-    const unsigned bitsOfPlace = 62 - (_header.clusterBits - 8);
-    const uint64_t value = descriptor & (kPackedBit - 1);
-    const uint64_t place = value & ((uint64_t{1} << bitsOfPlace) - 1);
-    const uint64_t sectors = (value >> bitsOfPlace) + 1;
+    const uint64_t place = PackedPlace(descriptor, _header.clusterBits);
+    const uint64_t sectors =
+        ((descriptor & (kPackedBit - 1)) >> BitsOfPackedPlace(_header.clusterBits)) + 1;
     const uint64_t end = (place / kSector + sectors) * kSector;
     if ((descriptor & kOnlyOnceBit) != 0 || _header.hasDataFile)
         return DamagedTable();
     if (place >= _clusterFileBytes)
         return BeyondEnd();
+    if (_contested.Holds(place))
+        return OfAnother();
     const uint64_t cluster = _header.ClusterBytes();
     for (uint64_t at = place / cluster * cluster; at < end; at += cluster) {
         if (_own.Holds(at))

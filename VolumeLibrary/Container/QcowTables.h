@@ -1,16 +1,17 @@
 // The L1 and L2 tables of a QCOW2 image say where each piece of the disk lies.
 //
 // Every entry is checked before it is used: its reserved bits, that it lies in the file, on a
-// cluster, and not on a table of the image itself (QcowOwnPlaces.h). Tables are read through a
-// cache and never kept whole.
+// cluster, and not on a table of the image itself (QcowOwnPlaces.h) or a cluster that belongs to
+// another entry (QcowContested.h). Tables are read through a cache and never kept whole.
 //
-// Ownership: shares the file. Threads: any number at a time. Memory: 384 KiB, and that of
-// QcowOwnPlaces. Units: bytes. Errors: kSystemError, EIO for what is damaged or lies beyond the end
-// of the file, otherwise the errno of the file.
+// Ownership: shares the file. Threads: any number at a time. Memory: 384 KiB, and those of
+// QcowOwnPlaces and QcowContested. Units: bytes. Errors: kSystemError, EIO for what is damaged or
+// lies beyond the end of the file, otherwise the errno of the file.
 #pragma once
 
 #include "ByteSource.h"
 #include "CachedSource.h"
+#include "QcowContested.h"
 #include "QcowHeader.h"
 #include "QcowOwnPlaces.h"
 
@@ -46,6 +47,7 @@ public:
     Result<QcowExtent> Find(uint64_t offset, uint64_t count) const;
 
     const QcowOwnPlaces &OwnPlaces() const { return _own; }
+    const QcowContested &Contested() const { return _contested; }
 
 private:
     struct Entry {
@@ -65,6 +67,7 @@ private:
     const QcowHeader _header;
     const QcowOwnPlaces _own;
     const uint64_t _clusterFileBytes;
+    const QcowContested _contested;
 };
 
 }  // namespace vx
