@@ -528,7 +528,19 @@ TEST_F(QcowChains, BeyondTheEndOfAShorterBackingFileThereAreZeros)
     folder.WriteFile("x.qcow2", Above("base", "raw"));
     std::string expected = disk;
     expected.replace(kCluster, 700, base, kCluster, 700);
-    EXPECT_TRUE(Read(Open("x.qcow2"), 0, disk.size()) == expected);
+    const Container container = Open("x.qcow2");
+    EXPECT_TRUE(Read(container, 0, disk.size()) == expected);
+    ASSERT_EQ(container.notes.size(), 1u);
+    EXPECT_EQ(container.notes[0],
+              "its parent base is shorter than the disk: of the 15684 bytes beyond its end those "
+              "that the image lacks are taken for zeros");
+}
+
+TEST_F(QcowChains, ABackingFileThatIsAsLongAsTheDiskIsNotReported)
+{
+    folder.WriteFile("base", NoiseBytes(disk.size(), 9));
+    folder.WriteFile("x.qcow2", Above("base", "raw"));
+    EXPECT_TRUE(Open("x.qcow2").notes.empty());
 }
 
 TEST_F(QcowChains, ABackingFileThatIsNamedRawIsNotLookedInto)

@@ -37,7 +37,7 @@ protected:
         return RunShell("cd " + Quoted(folder.At("")) + " && " + line);
     }
 
-    void ExpectDisk(const std::string &name, const std::string &disk) const
+    void ExpectDisk(const std::string &name, const std::string &disk, size_t notes = 0) const
     {
         Container container;
         const Error error = OpenAt(folder.At(name), &container);
@@ -50,7 +50,7 @@ protected:
             ASSERT_FALSE(container.source->ReadAt(at, bytes.data(), 70000));
             ASSERT_TRUE(bytes.compare(0, 70000, disk, at, 70000) == 0) << at;
         }
-        EXPECT_TRUE(container.notes.empty());
+        EXPECT_EQ(container.notes.size(), notes);
     }
 
     const TemporaryFolder folder{};
@@ -83,7 +83,8 @@ TEST_P(MadeQcow, AChainOfThreeReadsAsItsDisk)
         "qemu-io -c 'write -P 2 100k 1k' -c 'write -P 3 5M 1M' two.qcow2 && "
         "qemu-io -c 'write -z 200k 64k' -c 'write -P 4 9M 2M' three.qcow2 && "
         "qemu-img convert -O raw three.qcow2 expected"));
-    ExpectDisk("three.qcow2", folder.ReadFile("expected"));
+    // Two is shorter.
+    ExpectDisk("three.qcow2", folder.ReadFile("expected"), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -136,7 +136,12 @@ TEST_F(DifferencingVhds, AParentMayHaveAParentAndBeShorter)
     for (size_t block = 0; block < 3; ++block)
         writer.AddNothing();
     const std::string padded = base.substr(0, kBlock + 512) + std::string(2 * kBlock - 512, '\0');
-    EXPECT_TRUE(Read(Open(writer.Image()), 0, base.size()) == Expected(padded));
+    const Container container = Open(writer.Image());
+    EXPECT_TRUE(Read(container, 0, base.size()) == Expected(padded));
+    ASSERT_EQ(container.notes.size(), 1u);
+    EXPECT_EQ(container.notes[0],
+              "its parent middle.vhd: its parent base.vhd is shorter than the disk: of the 7680 "
+              "bytes beyond its end those that the image lacks are taken for zeros");
 }
 
 TEST_F(DifferencingVhds, WithoutTheRightParentTheFileIsNamed)

@@ -38,6 +38,13 @@ Error IsAnother(const std::string &name, const std::string &child)
                              "place");
 }
 
+std::string ShorterThan(uint64_t diskBytes, uint64_t parentBytes, const std::string &name)
+{
+    return std::string(kRole) + " " + ShownName(name) + " is shorter than the disk: of the " +
+           std::to_string(diskBytes - parentBytes) +
+           " bytes beyond its end those that the image lacks are taken for zeros";
+}
+
 bool HasIdentity(const Container &parent, const std::vector<std::string> &identities)
 {
     return identities.empty() ||
@@ -119,6 +126,8 @@ private:
             return IsAnother(name, ParentImage::FileName(_path));
         for (std::string &note : parent->notes)
             note.insert(0, std::string(kRole) + " " + ShownName(name) + ": ");
+        if (wanted.diskBytes > 0 && parent->source->Size() < wanted.diskBytes)
+            parent->notes.push_back(ShorterThan(wanted.diskBytes, parent->source->Size(), name));
         return parent;
     }
 

@@ -33,11 +33,13 @@ struct ParentWanted {
     std::optional<ContainerKind> kind = {};
     // What its Container::identity may be; empty if the format has none.
     std::vector<std::string> identities = {};
+    uint64_t diskBytes = 0;  // of the child's disk; 0: any length of the parent's is right
 };
 
 // Opens the parent of one certain image. Its notes begin with its name. Errors: kTruncatedImage if
 // it is missing, kUnsupportedContainer if it is not named, refused or the wrong one, and all of
-// OpenContainer; the detail names the file.
+// OpenContainer; the detail names the file. One that is shorter than the disk opens, with a note:
+// it may be a copy that was cut short, and what is beyond its end reads as zeros.
 using ParentOpener = std::function<Result<Container>(const ParentWanted &wanted)>;
 
 // For images that may have no parent, and for tests: every parent is missing.

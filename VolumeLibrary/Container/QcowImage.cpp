@@ -58,6 +58,7 @@ Result<Container> OpenBacking(const QcowHeader &header, const ParentOpener &pare
     wanted.child = "a QCOW2 image with a backing file";
     wanted.names = {header.backingFile};
     wanted.kind = KindNamed(header.backingFormat);
+    wanted.diskBytes = header.diskBytes;
     return parents(wanted);
 }
 

@@ -219,8 +219,11 @@ Result<Container> OpenDifferencing(const Source &file, const Header &header,
     constexpr size_t kParentIdAt = 40;
     constexpr const char *kDifferencing = "a differencing VHD image";
     const Guid id = ByteReader({header.data(), header.size()}, kParentIdAt).TakeGuid();
-    auto parent =
-        openParent({kDifferencing, ParentPaths(*file, header), ContainerKind::kVhd, {id.Text()}});
+    auto parent = openParent({kDifferencing,
+                              ParentPaths(*file, header),
+                              ContainerKind::kVhd,
+                              {id.Text()},
+                              shape.diskBytes});
     if (!parent)
         return parent;
     const auto disk = std::make_shared<PaddedSource>(parent->source, shape.diskBytes);

@@ -63,8 +63,8 @@ Notes NotesOf(const VhdxHeader &header, const std::string &noteOfLog, const Vhdx
 
 Result<Container> OpenParentOf(const VhdxMetadata &metadata, const ParentOpener &openParent)
 {
-    auto parent =
-        openParent({kDifferencing, metadata.parentPaths, ContainerKind::kVhdx, metadata.parentIds});
+    auto parent = openParent({kDifferencing, metadata.parentPaths, ContainerKind::kVhdx,
+                              metadata.parentIds, metadata.diskBytes});
     if (parent && parent->sectorBytes != metadata.sectorBytes)
         return DamagedVhdx("its sectors are not as large as those of its parent");
     return parent;
