@@ -74,7 +74,7 @@ TEST_F(DiskSearch, EachAddressOpensItsVolume)
     }
     EXPECT_EQ(result.findings[1].offset, begins[1]);
     EXPECT_EQ(result.findings[1].bytes, size);
-    EXPECT_EQ(result.unreadBytes, 0u);
+    EXPECT_EQ(result.gaps.unreadBytes, 0u);
 }
 
 TEST_F(DiskSearch, ADiskThatIsOneVolumeHasAnAddressToo)
@@ -111,6 +111,23 @@ TEST_F(DiskSearch, ADiskWithoutEncryptedVolumesHasNoFinding)
     const DiskSearchResult result = Search();
     EXPECT_TRUE(result.findings.empty());
     EXPECT_FALSE(result.error);
+}
+
+// Each claims 64 KiB for its checksum and overlaps 127 others.
+TEST_F(DiskSearch, CopiesThatAreNotCheckedSinceThereAreTooManyAreCounted)
+{
+    constexpr size_t kForged = 8192;
+    std::string sector = "-FVE-FS-";
+    sector += std::string("\xf0\x0f\x02", 3);  // size and version
+    sector.resize(32);
+    sector += std::string("\0\x02", 2);  // a place
+    sector.resize(kSector);
+    disk.clear();
+    for (size_t i = 0; i <= kForged; ++i)
+        disk += sector;
+    EXPECT_GT(Search().gaps.uncheckedCopies, 1000u);
+    disk.resize(64 * kSector);
+    EXPECT_EQ(Search().gaps.uncheckedCopies, 0u);
 }
 
 TEST_F(DiskSearch, AFolderAndAMissingFileAreRefused)

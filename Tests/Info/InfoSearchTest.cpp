@@ -51,6 +51,26 @@ TEST_F(InfoSearch, WhatCouldNotBeSearchedIsNamed)
                              "there was not searched\n");
 }
 
+TEST_F(InfoSearch, WhatIsLeftOutOfALongListIsCountedAndNamed)
+{
+    const Result result = Run({"--search", "crowded"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, StartsWith("crowded: at least 2 encrypted volumes found\n"));
+    EXPECT_EQ(result.errors, "volume-info: crowded: too many copies of metadata: 2,710 more places "
+                             "that look like one were not checked, and volumes of theirs are not "
+                             "listed; search an image of the rest of the disk for them\n");
+    const Result document = Run({"--json", "--search", "crowded"});
+    EXPECT_EQ(document.status, 1);
+    EXPECT_EQ(Json(document.output, "[d['finished'], d['uncheckedCopies']]"), "[true, 2710]");
+}
+
+TEST_F(InfoSearch, DamageOfTheImageIsAWarning)
+{
+    const Result result = Run({"--search", "worn"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "volume-info: warning: worn: the table of the image is damaged\n");
+}
+
 TEST_F(InfoSearch, ADiskThatDoesNotOpenIsNamedWithItsStatus)
 {
     const Result result = Run({"--search", "nothing"});
@@ -94,8 +114,10 @@ TEST_F(InfoSearch, TheDocumentHasEveryFinding)
 {
     const Result result = Run({"--json", "--search", "my disk"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(Json(result.output, "[d['disk'], d['finished'], d['unreadBytes'], len(d['found'])]"),
-              "[\"my disk\", true, 0, 2]");
+    EXPECT_EQ(Json(result.output,
+                   "[d['disk'], d['finished'], d['unreadBytes'], d['uncheckedCopies'], "
+                   "len(d['found'])]"),
+              "[\"my disk\", true, 0, 0, 2]");
     EXPECT_EQ(Json(result.output, "sorted(d['found'][0])"),
               R"(["address", "bootSector", "bytes", "description", "identifier", "inTable", )"
               R"("metadataOffsets", "method", "offset"])");

@@ -274,7 +274,7 @@ EXPORTED void volume_library_release_disk_report(const DiskReport *)
 }
 
 EXPORTED int32_t volume_library_search_disk(const char *device, DiskFindingFunction finding,
-                                            void *context, uint64_t *unreadBytes)
+                                            void *context, DiskSearchGaps *gaps)
 {
     g_detail.clear();
     if (EndsWith(device, "nothing"))
@@ -291,7 +291,9 @@ EXPORTED int32_t volume_library_search_disk(const char *device, DiskFindingFunct
     Report(30 * kGiB, 60 * kGiB);
     if (!EndsWith(device, "empty"))
         GiveFindings(finding, context);
-    *unreadBytes = EndsWith(device, "failing") ? 1536 : 0;
+    *gaps = {EndsWith(device, "failing") ? 1536u : 0u, EndsWith(device, "crowded") ? 2710u : 0u};
+    if (EndsWith(device, "worn"))
+        g_detail = "the table of the image is damaged";
     return g_isCancelled ? Status(VolumeLibraryStatus::kCancelled) : 0;
 }
 

@@ -37,11 +37,13 @@ DiskSearch SearchDisk(const LoadedLibrary &library, const std::string &disk)
     }
     {
         const OpeningInterruption interruption(library.Handle());
-        search.status = function(disk.c_str(), AddFinding, &search.found, &search.unreadBytes);
+        search.status = function(disk.c_str(), AddFinding, &search.found, &search.gaps);
     }
     search.isCancelled = search.status == static_cast<int32_t>(VolumeLibraryStatus::kCancelled);
     if (search.status != 0 && !search.isCancelled)
         search.error = OpeningFailure(library, "search", disk, search.status);
+    else
+        search.warnings = OpeningWarnings(library, disk);
     return search;
 }
 

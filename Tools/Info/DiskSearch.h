@@ -27,10 +27,11 @@ struct FoundVolume {
 
 struct DiskSearch {
     std::vector<FoundVolume> found;  // in the order of the disk; until then if it was cancelled
-    uint64_t unreadBytes = 0;
+    DiskSearchGaps gaps = {};
     int32_t status = 0;  // as the library returned it
     std::string error;   // why there is no search, or it ended early; empty if it was cancelled
     bool isCancelled = false;
+    std::vector<std::string> warnings;  // damage of the image that did not prevent it
 };
 
 // The progress goes to standard error.

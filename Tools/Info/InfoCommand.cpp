@@ -123,17 +123,27 @@ int InfoCommand::Search()
     if (search.error.empty() || !search.found.empty())
         Print(_options.json ? SearchJson(_options.volume, search)
                             : SearchText(_library, _options.volume, search));
-    fflush(stdout);
+    Warn(search.warnings);
+    const int status = ReportGaps(search.gaps);
     if (search.isCancelled)
         EndBySignal(OpeningInterruption::Signal());
     if (!search.error.empty())
         return kExitNotOpened;
-    if (search.unreadBytes == 0)
-        return Finish(kExitSuccess);
-    return Finish(Fail(kExitIncomplete, TerminalText(_options.volume) + ": " +
-                                            GroupedNumber(search.unreadBytes) +
-                                            " bytes could not be read; what lies there was not "
-                                            "searched"));
+    return Finish(status);
+}
+
+int InfoCommand::ReportGaps(const DiskSearchGaps &gaps)
+{
+    const std::string disk = TerminalText(_options.volume) + ": ";
+    if (gaps.unreadBytes > 0)
+        Fail(kExitIncomplete, disk + GroupedNumber(gaps.unreadBytes) +
+                                  " bytes could not be read; what lies there was not searched");
+    if (gaps.uncheckedCopies > 0)
+        Fail(kExitIncomplete,
+             disk + "too many copies of metadata: " + GroupedNumber(gaps.uncheckedCopies) +
+                 " more places that look like one were not checked, and volumes of theirs are "
+                 "not listed; search an image of the rest of the disk for them");
+    return gaps.unreadBytes > 0 || gaps.uncheckedCopies > 0 ? kExitIncomplete : kExitSuccess;
 }
 
 // What the description has noticed is noticed again when the volume is opened.

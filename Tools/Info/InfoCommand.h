@@ -6,6 +6,7 @@
 #pragma once
 
 #include "DescribedDisk.h"
+#include "DiskReport.h"
 #include "InfoOptions.h"
 #include "LoadedLibrary.h"
 #include "TypedSecret.h"
@@ -35,6 +36,7 @@ private:
     VolumeOpening OpenWith(const TypedSecret &secret, bool opensContents) const;
     int ShowOpened(const DescribedDisk &disk, const OpenedFacts &facts);
     int RequirePasswords(const OpenedFacts &facts);
+    int ReportGaps(const DiskSearchGaps &gaps);
 
     void Warn(const std::vector<std::string> &warnings);
     static void Print(const std::string &text);

@@ -243,7 +243,8 @@ std::string SearchJson(const std::string &disk, const DiskSearch &search)
     document.Json().BeginObject();
     document.Text("disk", disk);
     document.Truth("finished", search.status == 0);
-    document.Number("unreadBytes", search.unreadBytes);
+    document.Number("unreadBytes", search.gaps.unreadBytes);
+    document.Number("uncheckedCopies", search.gaps.uncheckedCopies);
     document.BeginArray("found");
     for (const FoundVolume &found : search.found)
         WriteFinding(found, &document);

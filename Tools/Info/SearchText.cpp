@@ -67,6 +67,7 @@ std::string SearchText(const LoadedLibrary &library, const std::string &disk,
 {
     const auto count = static_cast<int64_t>(search.found.size());
     std::string text = TerminalText(disk) + ": " +
+                       (count > 0 && search.gaps.uncheckedCopies > 0 ? "at least " : "") +
                        (count == 0 ? "no encrypted volume"
                                    : CountText(count, "encrypted volume", "encrypted volumes")) +
                        (search.isCancelled ? " found before the search was stopped\n" : " found\n");

@@ -35,7 +35,8 @@ and control characters in texts of the disk are escaped: \\, \n, \x1b, \u202e
 Exit status
   0    everything was shown; damage that was noticed is a warning
   1    something is missing: recovery passwords that cannot be read, places of the disk that
-       could not be searched, or the report itself could not be written
+       could not be searched, volumes left out of the list, or the report itself could not be
+       written
   2    wrong use, or no secret was given
   3    the disk or the volume did not open
   128+N  ended by signal N, e.g. 130 by Ctrl-C

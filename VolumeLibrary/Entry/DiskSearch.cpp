@@ -117,12 +117,8 @@ Result<DiskSearchResult> SearchDisk(const std::string &device, const CancelFlag 
     DiskSearchResult result;
     result.error = search.Run();
     result.findings = FindingsOf(disk, search.Volumes());
-    result.unreadBytes = search.UnreadBytes();
+    result.gaps = {search.UnreadBytes(), search.UncheckedBlocks()};
     result.notes = container->notes;
-    if (search.UncheckedBlocks() > 0)
-        result.notes.push_back(std::to_string(search.UncheckedBlocks()) +
-                               " places look like metadata and were not checked, since there are "
-                               "too many");
     return result;
 }
 

@@ -25,8 +25,8 @@ struct DiskSearchFinding {
 
 struct DiskSearchResult {
     std::vector<DiskSearchFinding> findings;  // in the order of the disk
-    uint64_t unreadBytes = 0;
-    std::vector<std::string> notes;  // what was passed over, a sentence each
+    DiskSearchGaps gaps = {};
+    std::vector<std::string> notes;  // about the container, a sentence each
     // kCancelled, or why the search ended early; what was found until then is there.
     Error error;
 };

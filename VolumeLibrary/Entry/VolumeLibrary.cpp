@@ -122,7 +122,7 @@ VolumeLibraryStatus StatusOf(Operation operation) noexcept
 
 VolumeLibraryStatus SearchAndReport(const char *device, const CancelFlag &cancel,
                                     DiskFindingFunction finding, void *context,
-                                    uint64_t *unreadBytes)
+                                    DiskSearchGaps *gaps)
 {
     const Result<DiskSearchResult> searched = SearchDisk(device, &cancel, nextOptions);
     lastDetail = searched ? Lines(searched->notes) : searched.Failure().detail;
@@ -130,8 +130,8 @@ VolumeLibraryStatus SearchAndReport(const char *device, const CancelFlag &cancel
         return StatusOfError(searched.Failure());
     if (searched->error)
         lastDetail = searched->error.detail;
-    if (unreadBytes != nullptr)
-        *unreadBytes = searched->unreadBytes;
+    if (gaps != nullptr)
+        *gaps = searched->gaps;
     ReportFindings(*searched, finding, context);
     return StatusOfError(searched->error);
 }
@@ -261,15 +261,15 @@ void volume_library_cancel_opening() noexcept
 }
 
 int32_t volume_library_search_disk(const char *device, DiskFindingFunction finding, void *context,
-                                   uint64_t *unreadBytes) noexcept
+                                   DiskSearchGaps *gaps) noexcept
 {
     const vx::CancelFlag cancel;
     vx::lastDetail.clear();
-    if (unreadBytes != nullptr)
-        *unreadBytes = 0;
+    if (gaps != nullptr)
+        *gaps = {};
     if (device == nullptr || finding == nullptr)
         return static_cast<int32_t>(VolumeLibraryStatus::kArgumentMissing);
-    const VolumeLibraryStatus status = vx::StatusOf(
-        [&] { return vx::SearchAndReport(device, cancel, finding, context, unreadBytes); });
+    const VolumeLibraryStatus status =
+        vx::StatusOf([&] { return vx::SearchAndReport(device, cancel, finding, context, gaps); });
     return static_cast<int32_t>(status);
 }

@@ -97,12 +97,18 @@ struct DiskFinding {
     uint64_t copyCount;
 };
 
+// What a search has left out; volumes may be there that it did not find.
+struct DiskSearchGaps {
+    uint64_t unreadBytes;      // that could not be read
+    uint64_t uncheckedCopies;  // places that look like metadata, after thousands of copies
+};
+
 // finding: stays as long as the call.
 using DiskFindingFunction = void (*)(void *context, const DiskFinding *finding);
 
 // "volume_library_search_disk". Reads the whole disk, and reports each encrypted volume once, in
-// the order of the disk, when the search is at its end or was cancelled. What cannot be read is
-// passed over and counted as unreadBytes, which may be null. Progress is reported as
-// VolumeOpeningOptions.h says. Returns a status, kCancelled too.
+// the order of the disk, when the search is at its end or was cancelled. What was passed over is
+// counted in gaps, which may be null. Progress is reported as VolumeOpeningOptions.h says. Returns
+// a status, kCancelled too.
 using VolumeLibrarySearchDiskFunction = int32_t (*)(const char *device, DiskFindingFunction finding,
-                                                    void *context, uint64_t *unreadBytes);
+                                                    void *context, DiskSearchGaps *gaps);

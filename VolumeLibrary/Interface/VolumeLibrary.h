@@ -85,4 +85,4 @@ extern "C" __attribute__((visibility("default"))) void volume_library_cancel_ope
 
 extern "C" __attribute__((visibility("default"))) int32_t
 volume_library_search_disk(const char *device, DiskFindingFunction finding, void *context,
-                           uint64_t *unreadBytes) noexcept;
+                           DiskSearchGaps *gaps) noexcept;
