@@ -73,7 +73,20 @@ TEST(Contents, ADiskOfUnknownContentsIsOneFileWithAWarning)
     const std::string bytes = NoiseBytes(kMiB, 2);
     const Opened opened = OpenContents(SourceOf(bytes));
     EXPECT_TRUE(ContentsOf(opened) == bytes);
-    EXPECT_NE(opened.detail.find("nothing else that is recognised"), std::string::npos);
+    EXPECT_NE(
+        opened.detail.find("nothing else that is recognised; if an encrypted volume was there, "
+                           "\"volume-info --search\" searches all of a disk for it"),
+        std::string::npos)
+        << opened.detail;
+}
+
+TEST(Contents, ThoseThatAreRecognisedHaveNoWordOfASearch)
+{
+    const std::string luks = std::string("LUKS\xba\xbe\0\x01", 8) + NoiseBytes(kMiB - 8, 2);
+    const Opened opened = OpenContents(SourceOf(luks));
+    EXPECT_EQ(opened.status, VolumeLibraryStatus::kSuccess);
+    EXPECT_NE(opened.detail.find("LUKS"), std::string::npos);
+    EXPECT_EQ(opened.detail.find("--search"), std::string::npos) << opened.detail;
 }
 
 TEST(Contents, OfADiskWithPartitionsTheChosenOneIsOpened)

@@ -26,6 +26,7 @@ using Source = std::shared_ptr<const ByteSource>;
 
 constexpr const char *kNothingKnown =
     "there is no NTFS, FAT or exFAT, no encrypted volume and nothing else that is recognised";
+constexpr const char *kSearchHint = "; if an encrypted volume was there, ";
 constexpr const char *kNothingUnlocked =
     "it was unlocked, but there is no NTFS, FAT or exFAT in it";
 
@@ -284,8 +285,7 @@ private:
 
     std::string WithSearchAdvice(const std::string &text) const
     {
-        return _searchedInVain ? text + "; if an encrypted volume was there, " + kSearchAdvice
-                               : text;
+        return _searchedInVain ? text + kSearchHint + kSearchAdvice : text;
     }
 
     // The pieces of a volume that are elsewhere would be read as if they were here.
@@ -390,8 +390,14 @@ private:
         if (volume->Size() > INT64_MAX)
             return Error{Status::kUnsupportedFileSystem, "it is larger than any file can be"};
         if (kind == FileSystemKind::kUnknown)
-            _notes.push_back(NothingThatOpens(*volume).detail);
+            _notes.push_back(NoteOnContents(NothingThatOpens(*volume).detail));
         return std::unique_ptr<FileSystem>(std::make_unique<ContentsFileSystem>(volume));
+    }
+
+    // They may be those of an encrypted volume that has lost its beginning.
+    static std::string NoteOnContents(const std::string &text)
+    {
+        return text == kNothingKnown ? text + kSearchHint + kSearchAdvice : text;
     }
 
     Result<std::unique_ptr<FileSystem>> OpenByKind(FileSystemKind kind, const Source &volume)
