@@ -113,6 +113,8 @@ TEST_F(Raw, ADamagedCopyReplacesNothing)
     EXPECT_EQ(Written(), "older");
     EXPECT_EQ(Names(), "raw raw (damaged) ");
     EXPECT_TRUE(Holds(result.output, "the copy is beside it: raw (damaged)"));
+    EXPECT_TRUE(
+        Holds(result.output, "Wrote the volume to " + _file + " (damaged); it is not whole.\n"));
 }
 
 TEST_F(Raw, AnOlderFileIsReplaced)

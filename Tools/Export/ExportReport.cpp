@@ -52,6 +52,12 @@ const char *EndOfCount(size_t count, bool verbose)
     return count == 1 ? " (--verbose names it)" : " (--verbose names them)";
 }
 
+// The path of another file in the same folder.
+std::string PathBeside(const std::string &path, const std::string &name)
+{
+    return path.substr(0, path.rfind('/') + 1) + name;
+}
+
 class Printer {
 public:
     Printer(const ExportReport &report, const ExportPlan &plan, bool verbose, FILE *stream)
@@ -68,7 +74,7 @@ public:
 private:
     using Number = ExportReport::Number;
 
-    bool HasCopy() const;
+    const std::string *DamagedCopy() const;
     void PrintEarlier() const;
     void PrintRenamed(const Words &words) const;
     void PrintLinks() const;
@@ -106,8 +112,9 @@ void Printer::PrintImage() const
         fprintf(_stream, "Wrote the volume, %s, to %s in %.1f s (%s).\n",
                 ExactSizeText(_report.arrivedBytes).c_str(), image.c_str(), _report.copySeconds,
                 SpeedText(_report.arrivedBytes, _report.copySeconds).c_str());
-    else if (HasCopy())
-        fprintf(_stream, "Wrote the volume to %s; it is not whole.\n", image.c_str());
+    else if (const std::string *copy = DamagedCopy())
+        fprintf(_stream, "Wrote the volume to %s; it is not whole.\n",
+                TerminalText(PathBeside(_report.image, *copy)).c_str());
     if (!_report.imageHash.empty())
         fprintf(_stream, "SHA-256: %s\n", _report.imageHash.c_str());
     if (_report.isVerified && _report.arrivedFiles > 0)
@@ -115,11 +122,14 @@ void Printer::PrintImage() const
                 _report.checkSeconds);
 }
 
-// Of a volume of which not all could be read.
-bool Printer::HasCopy() const
+// Of a volume of which not all could be read; null if there is none.
+const std::string *Printer::DamagedCopy() const
 {
-    return std::any_of(_report.failures.begin(), _report.failures.end(),
-                       [](const ExportReport::Failure &failure) { return !failure.copy.empty(); });
+    for (const ExportReport::Failure &failure : _report.failures) {
+        if (!failure.copy.empty())
+            return &failure.copy;
+    }
+    return nullptr;
 }
 
 void Printer::PrintEarlier() const
