@@ -232,6 +232,13 @@ TEST(Options, TheVolumeItselfGoesToAFileInsteadOfAFolder)
     EXPECT_FALSE(Parsed({"--to", "/d", "/v"}).IsRaw());
 }
 
+TEST(Options, TheVolumeItselfGoesToNoPipe)
+{
+    for (const auto &raw : {std::vector<std::string>{"--raw", "-", "/v"}, {"--raw=-", "/v"}})
+        EXPECT_EQ(ErrorOf(raw), "--raw writes no pipe: give a file; ./- for one of this name");
+    EXPECT_EQ(Parsed({"--raw", "./-", "/v"}).RawName(), "-");
+}
+
 TEST(Options, WhatChoosesFilesDoesNotGoWithTheVolumeItself)
 {
     const std::vector<std::vector<std::string>> wrong = {{"--list"},

@@ -198,6 +198,8 @@ private:
             return Fail("--list, --to and --raw exclude each other");
         if (!_has[kList] && !_has[kTo] && !_has[kRaw])
             return Fail("say what to do: --list, --to and a folder, or --raw and a file");
+        if (_options.raw == "-")
+            return Fail("--raw writes no pipe: give a file; ./- for one of this name");
         if (!FitsAction() || !IsChoicePossible() || !AreFilesDifferent() || !CanResume())
             return false;
         _options.action = _has[kList] ? Options::Action::kList : Options::Action::kExport;
