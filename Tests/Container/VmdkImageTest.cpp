@@ -1,5 +1,7 @@
 // VMDK images: sound, damaged and hostile; and which files their text can make the library read.
+#include "VmdkImage.h"
 #include "OpenAt.h"
+#include "SourceWithHole.h"
 #include "TestImage.h"
 #include "VmdkWriter.h"
 
@@ -143,6 +145,24 @@ TEST_F(VmdkImages, ASnapshotNamesItsParent)
     writer.SetText(lines);
     ExpectFails(writer.Image(), kRefused, refusal);
     ExpectFails("# Disk DescriptorFile\n" + lines + "RW 8 FLAT \"x\" 0\n", kRefused, refusal);
+}
+
+TEST_F(VmdkImages, WhatFollowsTheEndOfTheTextNeedNotBeReadable)
+{
+    const auto opens = [](const std::string &text, size_t badSector) {
+        std::string image = Growing().Image();
+        const size_t at = image.size();
+        image += text + std::string(4 * 512 - text.size(), '\0');
+        image.replace(28, 16, VmdkWriter::Number(at / 512, 8) + VmdkWriter::Number(4, 8));
+        const size_t bad = at + badSector * 512;
+        const auto file = std::make_shared<SourceWithHole>(image, bad, bad + 512);
+        const auto container = OpenVmdk("x.vmdk", file, nullptr);
+        return container ? Status::kOk : container.Failure().status;
+    };
+    const std::string text(700, '\n');
+    EXPECT_EQ(opens(text, 2), Status::kOk);
+    EXPECT_EQ(opens(text, 1), Status::kSystemError);
+    EXPECT_EQ(opens(text + "parentCID=1234abcd\n", 2), kRefused);
 }
 
 TEST_F(VmdkImages, ASnapshotThatAnotherProgramMadeIsRefused)

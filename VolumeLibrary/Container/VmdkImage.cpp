@@ -111,12 +111,18 @@ std::string Describe(const VmdkDescription &description)
            (parts > 1 ? " in " + std::to_string(parts) + " parts" : "");
 }
 
+// What comes after the end of the text need not be readable.
 Result<VmdkDescription> ReadDescription(const ByteSource &file, uint64_t at, uint64_t bytes)
 {
-    std::string text(static_cast<size_t>(std::min<uint64_t>(bytes, VmdkDescription::kLongestText)),
-                     '\0');
-    if (Error error = file.ReadAt(at, text.data(), text.size()))
-        return error;
+    const uint64_t most = std::min<uint64_t>(bytes, VmdkDescription::kLongestText);
+    std::string text;
+    std::string piece;
+    while (text.size() < most && piece.find('\0') == std::string::npos) {
+        piece.resize(static_cast<size_t>(std::min<uint64_t>(kSector, most - text.size())));
+        if (Error error = file.ReadAt(at + text.size(), piece.data(), piece.size()))
+            return error;
+        text += piece;
+    }
     return VmdkDescription::Parse(text);
 }
 
