@@ -49,6 +49,31 @@ TEST_F(FileByteSourceTest, AFileThatBecameShorterIsTruncated)
     EXPECT_EQ(source->ReadAt(2, bytes, 4).status, Status::kTruncatedImage);
 }
 
+TEST_F(FileByteSourceTest, TheHolesOfASparseFileAreKnown)
+{
+    constexpr off_t kDataAt = off_t{1} << 32;
+    constexpr off_t kSize = off_t{1} << 33;
+    ASSERT_EQ(::truncate(_path, kSize), 0);
+    const int descriptor = ::open(_path, O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(::pwrite(descriptor, "x", 1, kDataAt), 1);
+    ::close(descriptor);
+    const std::unique_ptr<FileByteSource> source = Open();
+    if (source->NextData(kDataAt / 2) == kDataAt / 2)
+        GTEST_SKIP() << "this file system does not know of holes";
+    EXPECT_EQ(source->NextData(5), 5u);
+    EXPECT_LE(source->NextData(kDataAt / 2), uint64_t{kDataAt});
+    EXPECT_EQ(source->NextData(kDataAt), uint64_t{kDataAt});
+    EXPECT_EQ(source->NextData(kDataAt + kDataAt / 2), uint64_t{kSize});
+    EXPECT_EQ(source->NextData(kSize), uint64_t{kSize});
+}
+
+TEST_F(FileByteSourceTest, WhatAFileHasLostAtItsEndIsNoHole)
+{
+    const std::unique_ptr<FileByteSource> source = Open();
+    ASSERT_EQ(::truncate(_path, 3), 0);
+    EXPECT_EQ(source->NextData(5), 5u);
+}
+
 TEST_F(FileByteSourceTest, AMissingFileOrAFolderIsAnErrorOfTheSystem)
 {
     const auto errorOf = [](const char *path) { return FileByteSource::Open(path).Failure(); };

@@ -194,6 +194,47 @@ TEST_F(VolumeSearchTest, WhatCannotBeReadIsPassedOverAndCounted)
     EXPECT_EQ(search.UnreadBytes(), 1u << 20);  // this source fails piece by piece
 }
 
+// Data from begin to end, holes before and after it.
+class SparseSource final : public MemoryByteSource {
+public:
+    SparseSource(Bytes bytes, uint64_t begin, uint64_t end)
+        : MemoryByteSource(std::move(bytes)), _begin(begin), _end(end)
+    {
+    }
+
+    uint64_t NextData(uint64_t offset) const override
+    {
+        return offset < _end ? std::max(offset, _begin) : Size();
+    }
+    Error ReadAt(uint64_t offset, void *buffer, size_t count) const override
+    {
+        bytesRead += count;
+        return MemoryByteSource::ReadAt(offset, buffer, count);
+    }
+
+    mutable uint64_t bytesRead = 0;
+
+private:
+    const uint64_t _begin;
+    const uint64_t _end;
+};
+
+TEST_F(VolumeSearchTest, HolesAreNotRead)
+{
+    constexpr size_t kBegin = (32 << 20) + 33 * 512;
+    const TestVolume volume(Recipe(1), kPlainSize);
+    disk.assign(64 << 20, 0);
+    Put(volume, kBegin);
+    // Holes end on the boundary of a block, data of a file need not begin with a sector.
+    const SparseSource source(disk, kBegin + 3, kBegin + volume.image.size());
+    VolumeSearch search(source, nullptr, {});
+    EXPECT_FALSE(search.Run());
+    ASSERT_EQ(search.Volumes().size(), 1u);
+    EXPECT_EQ(search.Volumes()[0].copies, CopiesOf(volume, kBegin));
+    EXPECT_TRUE(search.Volumes()[0].hasBootSector);
+    EXPECT_LE(source.bytesRead, volume.image.size() + (2 << 20));
+}
+
 TEST_F(VolumeSearchTest, ACancelledSearchEndsAtOnceAndKeepsWhatItFound)
 {
     const MemoryByteSource source(disk);

@@ -2,7 +2,10 @@
 #include "DiskSearch.h"
 
 #include "DiskWriter.h"
+#include "FileByteSource.h"
 #include "LostScene.h"
+
+#include <unistd.h>
 
 namespace vx {
 namespace {
@@ -128,6 +131,32 @@ TEST_F(DiskSearch, CopiesThatAreNotCheckedSinceThereAreTooManyAreCounted)
     EXPECT_GT(Search().gaps.uncheckedCopies, 1000u);
     disk.resize(64 * kSector);
     EXPECT_EQ(Search().gaps.uncheckedCopies, 0u);
+}
+
+TEST_F(DiskSearch, HolesOfAnImageCostNothing)
+{
+    constexpr off_t kSize = off_t{1} << 40;
+    Put(MakeVolume(FatFileSystem(), RecipeWithKey()), kMiB);
+    Search();
+    ASSERT_EQ(truncate(path.c_str(), kSize), 0);
+    if ((*FileByteSource::Open(path))->NextData(kSize / 2) == kSize / 2)
+        GTEST_SKIP() << "this file system does not know of holes";
+    const auto result = SearchDisk(path, nullptr, {});
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->findings.size(), 1u);
+    EXPECT_EQ(result->gaps.unreadBytes, 0u);
+}
+
+TEST_F(DiskSearch, WhatMayNotBeReadIsCountedInHolesToo)
+{
+    disk = FatFileSystem();
+    Search();
+    ASSERT_EQ(truncate(path.c_str(), 64 * kMiB), 0);
+    OpeningOptions options;
+    options.limits.withheld = std::make_shared<ByteRanges>(ByteRanges{{32 * kMiB, 5 * kMiB}});
+    const auto result = SearchDisk(path, nullptr, options);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->gaps.unreadBytes, 5 * kMiB);
 }
 
 TEST_F(DiskSearch, AFolderAndAMissingFileAreRefused)

@@ -39,6 +39,10 @@ public:
     // Visits where the range is stored, in its order; what is stored nowhere, or lies beyond
     // Size(), is left out. Reads nothing. A source over another one asks that one.
     virtual void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const;
+    // Where the next byte is, from offset on, that may not be zero: what lies before it is a hole
+    // of a sparse file and need not be read. Size() if there is none; offset of a source that knows
+    // no better.
+    virtual uint64_t NextData(uint64_t offset) const { return offset; }
     // Called for a table that is needed and is read as a part of something longer.
     virtual void NoteTable(uint64_t, size_t) const {}
 

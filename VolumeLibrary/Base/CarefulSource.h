@@ -26,6 +26,12 @@ public:
 
     uint64_t Size() const override { return _below.source->Size(); }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
+    // Nothing is passed over once a place is bad, or if some may not be read: they are to be
+    // counted.
+    uint64_t NextData(uint64_t offset) const override
+    {
+        return HasFaults() ? offset : _below.source->NextData(offset);
+    }
 
     bool IsGone() const { return _reader.IsGone(); }
     bool HasFaults() const { return _reader.HasFaults(); }

@@ -3,6 +3,7 @@
 #include "DeviceSize.h"
 #include "RetryInterrupted.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,6 +38,17 @@ Error FileByteSource::ReadAt(uint64_t offset, void *buffer, size_t count) const
         done += static_cast<size_t>(got);
     }
     return {};
+}
+
+// A file that became shorter has no hole at its end: what is lost is to be noticed.
+uint64_t FileByteSource::NextData(uint64_t offset) const
+{
+    const off_t data = lseek(_file.Get(), static_cast<off_t>(offset), SEEK_DATA);
+    if (data >= 0)
+        return std::min(static_cast<uint64_t>(data), _size);
+    const bool isHoleToTheEnd = errno == ENXIO && offset < _size;
+    const off_t end = isHoleToTheEnd ? lseek(_file.Get(), 0, SEEK_END) : 0;
+    return isHoleToTheEnd && end >= 0 && static_cast<uint64_t>(end) >= _size ? _size : offset;
 }
 
 // number: errno; 0 if the file became shorter since it was opened.

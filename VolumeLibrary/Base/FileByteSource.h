@@ -16,6 +16,7 @@ public:
 
     uint64_t Size() const override { return _size; }
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
+    uint64_t NextData(uint64_t offset) const override;
 
 private:
     FileByteSource(UniqueFd file, uint64_t size) : _file(std::move(file)), _size(size) {}

@@ -49,6 +49,13 @@ Error MarkSearch::ReadPiece(uint64_t offset, std::vector<uint8_t> *piece)
     return isGone ? error : Error();
 }
 
+// The first one that may hold data; end if there is none.
+uint64_t MarkSearch::NextSector(uint64_t offset, uint64_t end) const
+{
+    const uint64_t data = offset < end ? std::min(_source.NextData(offset), end) : end;
+    return data < end ? std::max(offset, data - data % kSectorBytes) : end;
+}
+
 Error MarkSearch::Visit(ByteRange range, IsMarked isMarked, const Visitor &visit)
 {
     const uint64_t size = _source.Size();
@@ -56,7 +63,7 @@ Error MarkSearch::Visit(ByteRange range, IsMarked isMarked, const Visitor &visit
     const uint64_t end = begin + std::min(range.length, size - begin);
     StepProgress progress(_progress, VolumeOpeningStep::kSearching, end - begin);
     std::vector<uint8_t> piece;
-    for (uint64_t at = begin; at < end; at += piece.size()) {
+    for (uint64_t at = NextSector(begin, end); at < end; at = NextSector(at + piece.size(), end)) {
         if (IsCancelled(_cancel))
             return {Status::kCancelled, ""};
         piece.resize(static_cast<size_t>(std::min(kPieceBytes, end - at)));

@@ -2,8 +2,8 @@
 // metadata, records of a conversion. All of them begin on a multiple of 512 bytes, whatever the
 // size of the sectors is.
 //
-// What cannot be read is passed over and counted. Ownership: borrows the source and the flag.
-// Threads: one. Units: bytes.
+// What cannot be read is passed over and counted; holes of a sparse image are not read. Ownership:
+// borrows the source and the flag. Threads: one. Units: bytes.
 #pragma once
 
 #include "ByteSource.h"
@@ -37,6 +37,7 @@ public:
     uint64_t UnreadBytes() const { return _unreadBytes; }
 
 private:
+    uint64_t NextSector(uint64_t offset, uint64_t end) const;
     Error ReadPiece(uint64_t offset, std::vector<uint8_t> *piece);
 
     const ByteSource &_source;
