@@ -211,11 +211,21 @@ TEST(SectorKeyLengthTest, AKeyOfAnotherLengthIsMalformedAndTheMethodIsNamed)
     EXPECT_EQ(opened.Failure().detail, "AES-128-XTS takes a key of 32 bytes, and this one has 64");
 }
 
-TEST(SectorKeyLengthTest, AMethodThatContradictsTheMetadataIsBelievedAndReported)
+TEST(SectorKeyLengthTest, AMethodThatContradictsTheMetadataIsRefusedAndTheRightOneIsNamed)
+{
+    const TestVolume volume(RecipeWithPassword());
+    const Result<UnlockedVolume> opened = volume.Open(SectorKey("aes-cbc-256:" + SectorKeyText()));
+    ASSERT_EQ(StatusOf(opened), Status::kWrongSecret);
+    EXPECT_EQ(opened.Failure().detail,
+              "the key is given as one of AES-256-CBC, but the volume is encrypted with "
+              "AES-128-XTS: give it as one of that method, or without one");
+}
+
+TEST(SectorKeyLengthTest, AMethodIsBelievedWhereTheMetadataNamesNoneThatIsKnown)
 {
     TestVolume volume(RecipeWithPassword());
     for (const uint64_t copy : volume.plan.copies) {
-        maker::PutU16(volume.image, copy + 64 + 36, 0x8003);
+        maker::PutU16(volume.image, copy + 64 + 36, 0x8009);
         maker::RenewChecksum(volume.image, copy);
     }
     const Result<UnlockedVolume> opened = volume.Open(SectorKey("aes-xts-128:" + SectorKeyText()));
@@ -223,7 +233,7 @@ TEST(SectorKeyLengthTest, AMethodThatContradictsTheMetadataIsBelievedAndReported
     ASSERT_EQ(opened->facts.warnings.size(), 1U);
     EXPECT_EQ(opened->facts.warnings[0],
               "the key is given as one of AES-128-XTS, but the volume is "
-              "encrypted with AES-256-CBC");
+              "encrypted with unknown method 0x8009");
 }
 
 // --- Without metadata

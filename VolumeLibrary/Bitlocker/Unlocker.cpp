@@ -191,6 +191,11 @@ Result<UnlockedKey> Unlocker::UseSectorKey(const GivenSectorKey &given)
     unlocked.method = given.StatedMethod() != Method::kNone ? given.StatedMethod() : stored;
     if (SectorKeySize(unlocked.method) == 0)
         return Error{Status::kUnsupportedMethod, MethodName(unlocked.method)};
+    if (unlocked.method != stored && SectorKeySize(stored) != 0)
+        return Error{Status::kWrongSecret,
+                     "the key is given as one of " + MethodName(unlocked.method) +
+                         ", but the volume is encrypted with " + MethodName(stored) +
+                         ": give it as one of that method, or without one"};
     Result<KeyMaterial> key = given.KeyFor(unlocked.method);
     if (!key)
         return key.Failure();

@@ -374,15 +374,33 @@ private:
         const auto noting = std::make_shared<NotingSource>(Recorded(volume.source));
         if (_record != nullptr)
             _record->EndOpening();
-        if (_opensContents)
-            return OpenContents(volume.kind, noting);
-        auto fileSystem = OpenByKind(volume.kind, noting);
+        if (_opensContents && !_protectorsOfDoubt.empty())
+            if (Error error = ProveByFiles(volume.kind, noting, isCut))
+                return error;
+        return _opensContents ? OpenContents(volume.kind, noting)
+                              : OpenFiles(volume.kind, noting, isCut);
+    }
+
+    Result<std::unique_ptr<FileSystem>>
+    OpenFiles(FileSystemKind kind, const std::shared_ptr<NotingSource> &volume, bool isCut)
+    {
+        auto fileSystem = OpenByKind(kind, volume);
         if (!fileSystem)
-            return WithReadFailure(fileSystem.Failure(), *noting, isCut);
+            return WithReadFailure(fileSystem.Failure(), *volume, isCut);
         if (!HasRoot(**fileSystem))
             return WithReadFailure({Status::kDamagedFileSystem, "its root folder cannot be read"},
-                                   *noting, isCut);
+                                   *volume, isCut);
         return fileSystem;
+    }
+
+    // Whether a key that nothing proves gives a file system that opens; the notes about that one
+    // are not wanted.
+    Error ProveByFiles(FileSystemKind kind, const std::shared_ptr<NotingSource> &volume, bool isCut)
+    {
+        std::vector<std::string> notes = _notes;
+        const auto fileSystem = OpenFiles(kind, volume, isCut);
+        _notes = std::move(notes);
+        return fileSystem ? Error() : fileSystem.Failure();
     }
 
     Result<std::unique_ptr<FileSystem>> OpenContents(FileSystemKind kind, const Source &volume)
