@@ -73,6 +73,14 @@ protected:
         return recipe;
     }
 
+    static maker::VolumeRecipe Converting()
+    {
+        maker::VolumeRecipe recipe = Recipe();
+        recipe.conversion.emplace();
+        recipe.conversion->isEncrypted = [](uint64_t offset) { return offset < 0x80000; };
+        return recipe;
+    }
+
     const TemporaryFolder folder;
 };
 
@@ -119,6 +127,41 @@ TEST_F(UnlockingReports, RecoveryPasswordsAreVisitedIfTheyWereKept)
     EXPECT_TRUE(volume_library_visit_recovery_passwords(volume, TakePassword, &found));
     EXPECT_EQ(found, (Found{{kOfRecovery, kRecovery}}));
     EXPECT_FALSE(volume_library_visit_recovery_passwords(volume, nullptr, nullptr));
+}
+
+TEST_F(UnlockingReports, AVolumeThatIsOnlyUnlockedNeedsNoRecordOfItsConversion)
+{
+    maker::MemorySink sink;
+    const maker::VolumePlan plan =
+        maker::VolumeMaker(Converting()).Make(MemoryByteSource(MakePlainImage(1 << 20)), sink);
+    std::vector<uint8_t> &image = sink.Bytes();
+    for (const uint64_t offset : plan.conversionOffsets)
+        image[offset + 24] ^= 1;
+    const std::string path =
+        folder.WriteFile("image", {reinterpret_cast<const char *>(image.data()), image.size()});
+    VolumeOpeningOptions options;
+    options.keepsRecoveryPasswords = 1;
+    for (const uint32_t unlocksOnly : {0, 1}) {
+        options.unlocksOnly = unlocksOnly;
+        options.opensContents = 1 - unlocksOnly;
+        ASSERT_TRUE(volume_library_set_opening_options(&options));
+        IVolume *refused = nullptr;
+        EXPECT_EQ(open_bitlocker_device(path.c_str(), "password", "wrong", &refused),
+                  static_cast<int32_t>(VolumeLibraryStatus::kWrongSecret));
+        // A key that nothing proves shows nothing about the volume.
+        EXPECT_EQ(
+            open_bitlocker_device(path.c_str(), "fvek", std::string(64, '0').c_str(), &refused),
+            static_cast<int32_t>(VolumeLibraryStatus::kConversionMapDamaged));
+        const bool isOpened =
+            open_bitlocker_device(path.c_str(), "password", kPassword, &refused) == 0;
+        EXPECT_EQ(isOpened, unlocksOnly == 1) << volume_library_last_error();
+    }
+    IVolume *opened = Open(path, "password", kPassword);
+    Found found;
+    EXPECT_TRUE(volume_library_visit_recovery_passwords(opened, TakePassword, &found));
+    EXPECT_EQ(found, (Found{{kOfRecovery, kRecovery}}));
+    EXPECT_STREQ(ReportOf(opened).kind, "password");
+    EXPECT_EQ(opened->OpenFile(kVolumeContentsPath, 0, 0, 0), nullptr);
 }
 
 TEST_F(UnlockingReports, WhatIsNotEncryptedHasNeither)

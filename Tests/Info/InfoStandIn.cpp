@@ -164,7 +164,7 @@ public:
 NoVolume g_volume;
 std::string g_kind;
 std::string g_detail;
-bool g_isContents = false;
+bool g_isUnlockedOnly = false;
 VolumeOpeningOptions g_options;
 std::atomic<bool> g_isCancelled{false};
 
@@ -218,7 +218,7 @@ EXPORTED int32_t open_bitlocker_device(const char *device, const char *kind, con
 {
     *volume = nullptr;
     g_kind = kind;
-    g_isContents = g_options.opensContents != 0;
+    g_isUnlockedOnly = g_options.unlocksOnly != 0;
     g_detail.clear();
     if (g_kind == "stall") {
         if (g_options.progress != nullptr)
@@ -232,7 +232,7 @@ EXPORTED int32_t open_bitlocker_device(const char *device, const char *kind, con
         g_detail = "it was tried on the password 1A2B3C4D";
         return Status(VolumeLibraryStatus::kWrongSecret);
     }
-    if (EndsWith(device, "tpm") && g_options.opensContents == 0)
+    if (EndsWith(device, "tpm") && g_options.unlocksOnly == 0)
         return Status(VolumeLibraryStatus::kFileSystemDamaged);
     *volume = &g_volume;
     return 0;
@@ -299,7 +299,7 @@ EXPORTED int32_t volume_library_search_disk(const char *device, DiskFindingFunct
 
 EXPORTED bool volume_library_describe_file_system(IVolume *, VolumeFileSystemReport *report)
 {
-    if (g_isContents)
+    if (g_isUnlockedOnly)
         return false;
     report->state = VolumeFileSystemState::kInUse;
     snprintf(report->name, sizeof(report->name), "NTFS 3.1");

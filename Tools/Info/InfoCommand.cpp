@@ -22,11 +22,19 @@
 namespace vx {
 namespace {
 
-// The secret was right, but there is no file system that can be read.
+// The secret was right, but there is no file system that can be read, or it is not known which part
+// of the volume is encrypted.
 bool IsUnlockedOnly(int32_t status)
 {
-    return status == static_cast<int32_t>(VolumeLibraryStatus::kFileSystemDamaged) ||
-           status == static_cast<int32_t>(VolumeLibraryStatus::kFileSystemNotSupported);
+    switch (static_cast<VolumeLibraryStatus>(status)) {
+    case VolumeLibraryStatus::kFileSystemDamaged:
+    case VolumeLibraryStatus::kFileSystemNotSupported:
+    case VolumeLibraryStatus::kConversionMapDamaged:
+    case VolumeLibraryStatus::kConversionNotSupported:
+        return true;
+    default:
+        return false;
+    }
 }
 
 }  // namespace
@@ -84,11 +92,11 @@ int InfoCommand::Open(const DescribedDisk &disk)
     return Finish(status);
 }
 
-VolumeOpening InfoCommand::OpenWith(const TypedSecret &secret, bool opensContents) const
+VolumeOpening InfoCommand::OpenWith(const TypedSecret &secret, bool unlocksOnly) const
 {
     VolumeOpeningOptions options;
     options.keepsRecoveryPasswords = _options.showsRecoveryPasswords ? 1 : 0;
-    options.opensContents = opensContents ? 1 : 0;
+    options.unlocksOnly = unlocksOnly ? 1 : 0;
     return OpenVolume(_library, _options.volume, _options.unlocking.kind, secret.Text(), &options);
 }
 

@@ -33,7 +33,7 @@ private:
     int Describe();
     int Search();
     int Open(const DescribedDisk &disk);
-    VolumeOpening OpenWith(const TypedSecret &secret, bool opensContents) const;
+    VolumeOpening OpenWith(const TypedSecret &secret, bool unlocksOnly) const;
     int ShowOpened(const DescribedDisk &disk, const OpenedFacts &facts);
     int RequirePasswords(const OpenedFacts &facts);
     int ReportGaps(const DiskSearchGaps &gaps);

@@ -244,6 +244,8 @@ UnlockedKey VolumeOpener::WithoutKey() const
 
 Error VolumeOpener::CheckReadable() const
 {
+    if (_unlocksOnly && !_key.masterKey.Empty())
+        return {};
     if (_boot.layout == Layout::kVista && !IsInState(*_key.copy, kStateEncrypted))
         return {Status::kUnfinishedConversion, "Windows Vista notes no boundary"};
     return NeedsNoKey() ? Error() : _mapError;

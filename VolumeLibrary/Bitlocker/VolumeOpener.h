@@ -68,6 +68,10 @@ public:
     // Before Open: its answer has the recovery passwords.
     void KeepRecoveryPasswords() { _keepsRecoveryPasswords = true; }
 
+    // Before Open: once the master key is had it needs no record of which part is encrypted. What
+    // the answer reads may be wrong then.
+    void UnlockOnly() { _unlocksOnly = true; }
+
     // To be called once. Errors: every Status but kDamagedFileSystem.
     Result<UnlockedVolume> Open(const Secret &secret);
 
@@ -94,6 +98,7 @@ private:
     const CancelFlag *const _cancel;
     const KeyStretcher _stretcher;
     bool _keepsRecoveryPasswords = false;
+    bool _unlocksOnly = false;
     const ProgressReceiver _progress;
     BootSector _boot;
     MetadataCopies _copies;

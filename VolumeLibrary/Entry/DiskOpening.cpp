@@ -61,6 +61,17 @@ bool HasRoot(const FileSystem &fileSystem)
     return root && root->Next(&entry) != VolumeListing::Step::kError;
 }
 
+// Of a volume that is only unlocked.
+class NoFiles final : public FileSystem {
+public:
+    Node Root() const override { return {}; }
+    std::unique_ptr<FolderReader> OpenFolder(const Node &, const Way &) const override
+    {
+        return nullptr;
+    }
+    std::unique_ptr<VolumeFile> OpenFile(const Node &) const override { return nullptr; }
+};
+
 // A volume on the way to its file system.
 struct FoundVolume {
     Source source;
@@ -82,6 +93,7 @@ public:
           _record(options.recordsReads ? std::make_shared<ReadRecord>() : nullptr),
           _disk(Recorded(_careful)),
           _opensContents(options.opensContents),
+          _unlocksOnly(options.unlocksOnly),
           _progress(options.progress),
           _lost(_disk, unlocking.cancel, options.progress),
           _firstPart(container.firstPart),
@@ -132,7 +144,7 @@ private:
         const std::vector<std::string> notes = _notes;
         for (const RegainedVolume &volume : *volumes) {
             Result<FoundVolume> plain = Unlock(Regained(volume));
-            const bool isRight = plain && plain->kind != FileSystemKind::kUnknown;
+            const bool isRight = plain && (_unlocksOnly || plain->kind != FileSystemKind::kUnknown);
             if (isRight || !MayBeElsewhere(plain) || volumes->size() == 1)
                 return plain;
             _notes = notes;
@@ -314,6 +326,8 @@ private:
         const Result<Source> decrypted = Decrypt(volume.source);
         if (!decrypted)
             return decrypted.Failure();
+        if (_unlocksOnly)
+            return FoundVolume{*decrypted, FileSystemKind::kUnknown, volume.stored};
         const bool needsFirst = volume.isRebuilt && _layout == bitlocker::Layout::kVista;
         const Source plain = needsFirst ? WithFirstSector(*decrypted, &_notes) : *decrypted;
         const auto kind = KindOfPlain(*plain);
@@ -343,6 +357,8 @@ private:
                                        _progress);
         if (_keepsRecoveryPasswords)
             opener.KeepRecoveryPasswords();
+        if (_unlocksOnly)
+            opener.UnlockOnly();
         auto opened = opener.Open(*secret);
         if (!opened)
             return WithoutSecret(opened.Failure());
@@ -366,6 +382,8 @@ private:
 
     Result<std::unique_ptr<FileSystem>> OpenFileSystem(const FoundVolume &volume)
     {
+        if (_unlocksOnly)
+            return std::unique_ptr<FileSystem>(std::make_unique<NoFiles>());
         const uint64_t stated = FileSystemBytes(*volume.source, volume.kind);
         const uint64_t needed = std::max(volume.source->Size(), stated);
         const bool isCut = needed > volume.stored;
@@ -490,6 +508,7 @@ private:
     const std::shared_ptr<ReadRecord> _record;  // null if nothing is recorded
     const Source _disk;
     const bool _opensContents;  // and not the file system in them
+    const bool _unlocksOnly;    // and opens neither
     const ProgressReceiver _progress;
     const LostVolumes _lost;
     const std::string _firstPart;

@@ -23,6 +23,7 @@ struct OpeningOptions {
     ProgressReceiver progress;
     bool keepsRecoveryPasswords = false;
     bool opensContents = false;
+    bool unlocksOnly = false;
 
     // Whether places of the disk are named, so that it must be kept byte by byte.
     bool NamesPlaces() const { return recordsReads || limits.withheld != nullptr; }

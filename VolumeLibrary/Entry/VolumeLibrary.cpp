@@ -73,6 +73,7 @@ OpeningOptions Copied(const VolumeOpeningOptions &options)
     copy.progress = {options.progress, options.progressContext};
     copy.keepsRecoveryPasswords = options.keepsRecoveryPasswords != 0;
     copy.opensContents = options.opensContents != 0;
+    copy.unlocksOnly = options.unlocksOnly != 0;
     return copy;
 }
 

@@ -49,6 +49,10 @@ struct VolumeOpeningOptions {
     uint32_t keepsRecoveryPasswords = 0;
     VolumeOpeningProgressFunction progress = nullptr;
     void *progressContext = nullptr;
+    // Whether the volume is unlocked and nothing more: what it answers is how it was unlocked and
+    // its recovery passwords. It has no file system, and so need not have one that can be read, nor
+    // a sound record of which part of it is encrypted if its master key was had. 0: no.
+    uint32_t unlocksOnly = 0;
 };
 
 // "volume_library_set_opening_options". Concerns all later openings on the calling thread, until it
