@@ -8,6 +8,7 @@
 #include "TestImage.h"
 #include "VolumeOpeningOptions.h"
 
+#include <cerrno>
 #include <vector>
 
 namespace vx {
@@ -112,6 +113,45 @@ TEST(Contents, WhatCannotBeReadIsZerosAndReported)
     ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
     ExpectLost(Salvage(*opened.volume, kVolumeContentsPath), disk->Bytes(),
                {{5 * kMiB, kSector}, {7 * kMiB + kSector, 2 * kSector}});
+}
+
+TEST(Contents, APlaceThatWouldShowWhatIsInThemMayBeUnreadable)
+{
+    const std::string bytes = NoiseBytes(kMiB, 7);
+    for (const uint64_t bad : {uint64_t{0}, uint64_t{4096}, bytes.size() - kSector}) {
+        auto disk = std::make_shared<FailingSource>(bytes);
+        disk->MakeBad(bad, kSector);
+        Container container;
+        container.source = disk;
+        const Opened files = AsAnswer(OpenDiskContents(container, {}, {}, {}));
+        EXPECT_EQ(files.status, VolumeLibraryStatus::kReadFailed) << bad << files.detail;
+        const Opened opened = OpenContents(disk);
+        ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << bad << ": " << opened.detail;
+        EXPECT_NE(opened.detail.find("could not be read (read at " + std::to_string(bad)),
+                  std::string::npos)
+            << opened.detail;
+        ExpectLost(Salvage(*opened.volume, kVolumeContentsPath), bytes, {{bad, kSector}});
+    }
+}
+
+TEST(Contents, OfAPartitionThatBeginsUnreadableTheRestIsThere)
+{
+    DiskWriter writer(64);
+    writer.PutText(8 * kSector, NoiseBytes(56 * kSector, 8));
+    writer.PutMbr(0, 0, 7, 8, 56);
+    auto disk = std::make_shared<FailingSource>(writer.Bytes());
+    disk->MakeBad(8 * kSector, kSector);
+    const Opened opened = OpenContents(disk, 1);
+    ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+    ExpectLost(Salvage(*opened.volume, kVolumeContentsPath), disk->Bytes().substr(8 * kSector),
+               {{0, kSector}});
+}
+
+TEST(Contents, ADiskThatWentAwayIsNotOneOfZeros)
+{
+    auto disk = std::make_shared<FailingSource>(NoiseBytes(kMiB, 9));
+    disk->FailWith(ENODEV);
+    EXPECT_NE(OpenContents(disk).status, VolumeLibraryStatus::kSuccess);
 }
 
 TEST(Contents, WhatLiesBeyondTheEndOfTheImageIsZerosAndReported)

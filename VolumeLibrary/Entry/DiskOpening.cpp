@@ -241,7 +241,7 @@ private:
         if (lost->has_value())
             return **lost;
         if (table.volumes.empty())
-            return WholeDisk(number, NothingFound(table, unread));
+            return WholeDisk(number, table, unread ? unread : table.unread);
         const DiskVolume *chosen = table.Choose(number, IsUnlocking());
         if (chosen == nullptr)
             return table.NotChosen(_disk, number);
@@ -253,7 +253,7 @@ private:
         if (!others.empty())
             _notes.push_back("the disk also holds " + others);
         const Source source = chosen->In(_disk);
-        const auto kind = KindOf(*chosen, source);
+        const auto kind = IfLookedAt(KindOf(*chosen, source), IsUnlocking());
         if (!kind)
             return kind.Failure();
         if (Error error = CheckPieces(*chosen, *source, *kind))
@@ -263,14 +263,35 @@ private:
         return chosen->isByBackup ? OfBackup(found, *chosen) : found;
     }
 
-    // A disk without a volume is one for who wants only its contents, unless they are packed or
-    // cannot be read. nothing: why there is no volume.
-    Result<FoundVolume> WholeDisk(size_t number, Error nothing)
+    // A disk without a volume is one for who wants only its contents, unless they are packed.
+    // unread: why a place that would show a volume cannot be read, if one cannot.
+    Result<FoundVolume> WholeDisk(size_t number, const DiskVolumes &table, const Error &unread)
     {
-        if (!_opensContents || IsUnlocking() || number > 1 ||
-            nothing.status != Status::kUnsupportedFileSystem)
+        const bool isWanted = _opensContents && !IsUnlocking() && number <= 1;
+        if (unread && !(isWanted && PassOver(unread)))
+            return unread;
+        const Error nothing = NothingFound(table);
+        if (!isWanted || nothing.status != Status::kUnsupportedFileSystem)
             return nothing;
         return FoundVolume{_disk, FileSystemKind::kUnknown, _disk->Size()};
+    }
+
+    // For who wants only the contents a place that cannot be read is no more than a part that they
+    // lack, with a warning. False for one that is needed.
+    bool PassOver(const Error &unread)
+    {
+        if (!_opensContents || _careful->IsGone())
+            return false;
+        _notes.push_back("a place that shows what is in it could not be read (" + unread.detail +
+                         "): it may hold something that was not recognised");
+        return true;
+    }
+
+    // kUnknown in place of a failure to look that is passed over.
+    Result<FileSystemKind> IfLookedAt(Result<FileSystemKind> kind, bool isNeeded)
+    {
+        const bool isUnknown = !kind && !isNeeded && PassOver(kind.Failure());
+        return isUnknown ? FileSystemKind::kUnknown : kind;
     }
 
     // The list of volumes has the kind, but not why a first sector cannot be read.
@@ -280,10 +301,8 @@ private:
         return isRead ? volume.kind : ProbeFileSystem(*source);
     }
 
-    Error NothingFound(const DiskVolumes &table, const Error &unread) const
+    Error NothingFound(const DiskVolumes &table) const
     {
-        if (unread || table.unread)
-            return unread ? unread : table.unread;
         if (!_firstPart.empty())
             return {Status::kUnsupportedContainer,
                     "it seems to be a later part of an image; give the first one, " + _firstPart};
@@ -330,7 +349,7 @@ private:
             return FoundVolume{*decrypted, FileSystemKind::kUnknown, volume.stored};
         const bool needsFirst = volume.isRebuilt && _layout == bitlocker::Layout::kVista;
         const Source plain = needsFirst ? WithFirstSector(*decrypted, &_notes) : *decrypted;
-        const auto kind = KindOfPlain(*plain);
+        const auto kind = IfLookedAt(KindOfPlain(*plain), !_protectorsOfDoubt.empty());
         if (!kind)
             return kind.Failure();
         const Source whole = volume.isEndKnown ? plain : CutToFileSystem(plain, *kind);
