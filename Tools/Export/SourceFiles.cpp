@@ -105,7 +105,7 @@ void SourceFiles::AddKeys(const std::string &path, int depth)
     while (const dirent *entry = folder == nullptr ? nullptr : readdir(folder.get())) {
         const std::string name = entry->d_name;
         if (name != "." && name != "..")
-            AddKeys(path + "/" + name, depth - 1);
+            AddKeys(std::string(path).append("/").append(name), depth - 1);
     }
 }
 
