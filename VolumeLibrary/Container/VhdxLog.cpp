@@ -115,7 +115,7 @@ public:
                 return false;
             if (found.isPage) {
                 found.change.storedAt = _ring.PlaceOf(_ring.After(_at, dataAt));
-                const auto isSound = CheckData(_ring.After(_at, dataAt));
+                auto isSound = CheckData(_ring.After(_at, dataAt));
                 if (!isSound || !*isSound)
                     return isSound;
                 dataAt += kPage;

@@ -288,7 +288,7 @@ private:
     }
 
     // kUnknown in place of a failure to look that is passed over.
-    Result<FileSystemKind> IfLookedAt(Result<FileSystemKind> kind, bool isNeeded)
+    Result<FileSystemKind> IfLookedAt(const Result<FileSystemKind> &kind, bool isNeeded)
     {
         const bool isUnknown = !kind && !isNeeded && PassOver(kind.Failure());
         return isUnknown ? FileSystemKind::kUnknown : kind;
