@@ -120,6 +120,8 @@ TEST_F(MountedTree, GivesNoBytesOfAReadThatFailed)
         uint32_t done = 0;
         EXPECT_EQ(file->Read(0, buffer, 4, &done), EIO);
         EXPECT_EQ(done, 0U);
+        EXPECT_EQ(file->Read(0, buffer, 4, &done), 0);
+        EXPECT_EQ(std::string(buffer, done), "0123");
         EXPECT_EQ(file->Read(2, buffer, 4, &done), 0);
         EXPECT_EQ(std::string(buffer, done), "2345");
     }
