@@ -2,7 +2,9 @@
 #include "MountFixture.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -139,6 +141,23 @@ TEST_F(MountLife, CannotBeWrittenTo)
     EXPECT_EQ(Shell("stat -c %a:%u " + Quoted(folder + "/a.txt")).output,
               "444:" + std::to_string(getuid()));
     EXPECT_EQ(Shell("stat -c %a " + Quoted(folder)).output, "555");
+}
+
+TEST_F(MountLife, EveryChangeIsRefusedAsOfAReadOnlyDisk)
+{
+    const std::string folder = Mount({Volume()});
+    const std::string file = folder + "/a.txt";
+    const auto errorOf = [](int result) { return result == 0 ? 0 : errno; };
+    EXPECT_EQ(errorOf(open(file.c_str(), O_WRONLY | O_CLOEXEC) < 0 ? -1 : 0), EROFS);
+    EXPECT_EQ(errorOf(truncate(file.c_str(), 0)), EROFS);
+    EXPECT_EQ(errorOf(unlink(file.c_str())), EROFS);
+    EXPECT_EQ(errorOf(rename(file.c_str(), (folder + "/b.txt").c_str())), EROFS);
+    EXPECT_EQ(errorOf(link(file.c_str(), (folder + "/b.txt").c_str())), EROFS);
+    EXPECT_EQ(errorOf(symlink("a.txt", (folder + "/b.txt").c_str())), EROFS);
+    EXPECT_EQ(errorOf(mkdir((folder + "/b").c_str(), 0755)), EROFS);
+    EXPECT_EQ(errorOf(chmod(file.c_str(), 0644)), EROFS);
+    EXPECT_EQ(errorOf(utimensat(AT_FDCWD, file.c_str(), nullptr, 0)), EROFS);
+    EXPECT_EQ(Read(folder), "contents");
 }
 
 TEST_F(MountLife, NamesItsVolumeAndNoSecretInTheTableOfMounts)
