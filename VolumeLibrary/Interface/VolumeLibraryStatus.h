@@ -16,6 +16,9 @@
 //      "vmk"            the volume master key: 64 hexadecimal digits, or the path of its file
 //      "fvek"           the key of the sectors: hexadecimal digits, with the method before them and
 //                       a colon between if need be ("aes-xts-128:00ff..."), or the path of its file
+//      "host-channel"   the number of a descriptor that the process has inherited: all three texts
+//                       come over it, and what is noticed later is reported over it
+//                       (ChannelMessages.h)
 // A status other than 0 always comes with a null volume. The numbers never change their
 // meaning: 1 to 19 concern opening anything at all, 20 to 39 encrypted disks and images.
 //

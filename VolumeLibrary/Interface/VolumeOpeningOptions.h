@@ -53,6 +53,8 @@ struct VolumeOpeningOptions {
     // its recovery passwords. It has no file system, and so need not have one that can be read, nor
     // a sound record of which part of it is encrypted if its master key was had. 0: no.
     uint32_t unlocksOnly = 0;
+    // Whether VolumeLibraryVisitMasterKeyFunction shall have an answer. 0: no.
+    uint32_t keepsMasterKey = 0;
 };
 
 // "volume_library_set_opening_options". Concerns all later openings on the calling thread, until it

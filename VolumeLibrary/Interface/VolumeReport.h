@@ -160,6 +160,15 @@ using VolumeRecoveryPasswordFunction = void (*)(void *context, const char *ident
 using VolumeLibraryVisitRecoveryPasswordsFunction =
     bool (*)(IVolume *volume, VolumeRecoveryPasswordFunction password, void *context);
 
+// Called once. key: the volume master key; it stays as long as the call and is overwritten then.
+using VolumeMasterKeyFunction = void (*)(void *context, const uint8_t *key, uint64_t length);
+// "volume_library_visit_master_key". So that the same volume can be opened once more without
+// deriving its key again. Answers only if VolumeOpeningOptions::keepsMasterKey was set, and not for
+// a volume that was opened with the key of its sectors. A library that has this function takes the
+// kind of unlock "host-channel".
+using VolumeLibraryVisitMasterKeyFunction = bool (*)(IVolume *volume, VolumeMasterKeyFunction key,
+                                                     void *context);
+
 // "volume_library_cancel_opening". Cancels every opening that is running on any thread of the
 // process. One that derives a key from a password or searches for metadata ends with kCancelled
 // within milliseconds; one that is past that may succeed. Later openings are not affected. Safe in
