@@ -8,8 +8,10 @@
 #include "FileSystemVolume.h"
 #include "KnownContents.h"
 #include "LostVolumes.h"
+#include "NoFiles.h"
 #include "NotingSource.h"
 #include "NtfsFileSystem.h"
+#include "OpeningFailure.h"
 #include "ParallelSource.h"
 #include "RecordingSource.h"
 #include "RoundedSizeText.h"
@@ -21,37 +23,7 @@
 namespace vx {
 namespace {
 
-using bitlocker::Secret;
 using Source = std::shared_ptr<const ByteSource>;
-
-constexpr const char *kNothingKnown =
-    "there is no NTFS, FAT or exFAT, no encrypted volume and nothing else that is recognised";
-constexpr const char *kSearchHint = "; if an encrypted volume was there, ";
-constexpr const char *kNothingUnlocked =
-    "it was unlocked, but there is no NTFS, FAT or exFAT in it";
-
-Result<Secret> SecretOf(const UnlockRequest &unlocking)
-{
-    switch (unlocking.kind) {
-    case UnlockKind::kPassword:
-        return Secret::FromPassword(unlocking.secret);
-    case UnlockKind::kRecovery:
-        return Secret::FromRecoveryPassword(unlocking.secret);
-    case UnlockKind::kStartupKey:
-        return Secret::FromStartupKeyFile(unlocking.secret);
-    case UnlockKind::kRecoveryFile:
-        return Secret::FromRecoveryFile(unlocking.secret);
-    case UnlockKind::kKeyRing:
-        return Secret::FromKeyRing(unlocking.secret, unlocking.cancel);
-    case UnlockKind::kMasterKey:
-        return Secret::FromMasterKey(unlocking.secret);
-    case UnlockKind::kSectorKey:
-        return Secret::FromSectorKey(unlocking.secret);
-    case UnlockKind::kNone:
-        break;
-    }
-    return Secret::None();
-}
 
 // A volume whose root cannot be listed does not open.
 bool HasRoot(const FileSystem &fileSystem)
@@ -60,17 +32,6 @@ bool HasRoot(const FileSystem &fileSystem)
     FolderEntry entry;
     return root && root->Next(&entry) != VolumeListing::Step::kError;
 }
-
-// Of a volume that is only unlocked.
-class NoFiles final : public FileSystem {
-public:
-    Node Root() const override { return {}; }
-    std::unique_ptr<FolderReader> OpenFolder(const Node &, const Way &) const override
-    {
-        return nullptr;
-    }
-    std::unique_ptr<VolumeFile> OpenFile(const Node &) const override { return nullptr; }
-};
 
 // A volume on the way to its file system.
 struct FoundVolume {
@@ -112,7 +73,7 @@ public:
             return Error{Status::kCancelled, ""};
         auto fileSystem = OpenFileSystem(*plain);
         if (!fileSystem)
-            return WithDoubt(fileSystem.Failure());
+            return WithDoubt(fileSystem.Failure(), _protectorsOfDoubt);
         auto volume = std::make_unique<FileSystemVolume>(std::move(*fileSystem));
         volume->SetDisk(_careful);
         volume->SetRecord(_record);
@@ -306,7 +267,7 @@ private:
         if (!_firstPart.empty())
             return {Status::kUnsupportedContainer,
                     "it seems to be a later part of an image; give the first one, " + _firstPart};
-        Error whole = NothingThatOpens(*_disk);
+        Error whole = NothingThatOpens(*_disk, _wasEncrypted);
         const std::string others = table.DescribeOthers(_disk);
         if (whole.detail == kNothingKnown && !others.empty())
             whole.detail = "it holds " + others;
@@ -316,7 +277,7 @@ private:
 
     std::string WithSearchAdvice(const std::string &text) const
     {
-        return _searchedInVain ? text + kSearchHint + kSearchAdvice : text;
+        return _searchedInVain ? WithSearchHint(text) : text;
     }
 
     // The pieces of a volume that are elsewhere would be read as if they were here.
@@ -369,7 +330,7 @@ private:
 
     Result<Source> Decrypt(const Source &volume)
     {
-        const Result<Secret> secret = SecretOf(_unlocking);
+        const Result<bitlocker::Secret> secret = SecretOf(_unlocking);
         if (!secret)
             return secret.Failure();
         bitlocker::VolumeOpener opener(volume, _unlocking.cancel, bitlocker::KeyStretcher(),
@@ -445,14 +406,14 @@ private:
         if (volume->Size() > INT64_MAX)
             return Error{Status::kUnsupportedFileSystem, "it is larger than any file can be"};
         if (kind == FileSystemKind::kUnknown)
-            _notes.push_back(NoteOnContents(NothingThatOpens(*volume).detail));
+            _notes.push_back(NoteOnContents(NothingThatOpens(*volume, _wasEncrypted).detail));
         return std::unique_ptr<FileSystem>(std::make_unique<ContentsFileSystem>(volume));
     }
 
     // They may be those of an encrypted volume that has lost its beginning.
     static std::string NoteOnContents(const std::string &text)
     {
-        return text == kNothingKnown ? text + kSearchHint + kSearchAdvice : text;
+        return text == kNothingKnown ? WithSearchHint(text) : text;
     }
 
     Result<std::unique_ptr<FileSystem>> OpenByKind(FileSystemKind kind, const Source &volume)
@@ -471,55 +432,7 @@ private:
         case FileSystemKind::kUnreadable:
             break;
         }
-        return NothingThatOpens(*volume);
-    }
-
-    // What looks like damage may be a wrong key of the sectors, which nothing authenticates.
-    Error WithDoubt(Error error) const
-    {
-        const bool isAboutContents = error.status == Status::kDamagedFileSystem ||
-                                     error.status == Status::kUnsupportedFileSystem ||
-                                     error.status == Status::kUnsupportedContainer;
-        if (_protectorsOfDoubt.empty() || !isAboutContents)
-            return error;
-        return {Status::kWrongSecret,
-                "what the key of the sectors gives is no file system that can be read: it is not "
-                "the key of this volume, or the file system is damaged; the volume has: " +
-                    _protectorsOfDoubt};
-    }
-
-    // What looks like damage may be a failed read. A read beyond the end of a complete volume,
-    // though, is a result of damage.
-    static Error WithReadFailure(Error error, const NotingSource &volume, bool isCut)
-    {
-        Error failure = volume.Failure();
-        const bool explains = failure.status == Status::kSystemError ||
-                              (failure.status == Status::kTruncatedImage && isCut);
-        if (error.status != Status::kDamagedFileSystem || !explains)
-            return error;
-        failure.detail = error.detail + ": " + failure.detail;
-        return failure;
-    }
-
-    // What a source without a supported file system holds.
-    Error NothingThatOpens(const ByteSource &source) const
-    {
-        const KnownContents *known = KnownContents::Find(source);
-        const Status unknown =
-            _wasEncrypted ? Status::kDamagedFileSystem : Status::kUnsupportedFileSystem;
-        if (known == nullptr)
-            return {unknown, _wasEncrypted ? kNothingUnlocked : kNothingKnown};
-        const std::string sentence =
-            (_wasEncrypted ? "it was unlocked, but " : "") + known->Sentence();
-        switch (known->form) {
-        case KnownContents::Form::kContainer:
-            return {Status::kUnsupportedContainer, sentence};
-        case KnownContents::Form::kVolume:
-            return {Status::kUnsupportedFileSystem, sentence};
-        case KnownContents::Form::kBlank:
-            break;
-        }
-        return {unknown, sentence};
+        return NothingThatOpens(*volume, _wasEncrypted);
     }
 
     const UnlockRequest _unlocking;

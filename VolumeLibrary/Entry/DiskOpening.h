@@ -3,7 +3,7 @@
 #pragma once
 
 #include "OpenVolume.h"
-#include "UnlockKind.h"
+#include "UnlockRequest.h"
 #include "VolumeChoice.h"
 
 #include <string>
@@ -11,12 +11,6 @@
 namespace vx {
 
 struct Container;
-
-struct UnlockRequest {
-    UnlockKind kind = UnlockKind::kNone;
-    const char *secret = "";             // UTF-8; ignored for kNone
-    const CancelFlag *cancel = nullptr;  // may be null
-};
 
 // device: as VolumeChoice.h reads it. Errors: any Status. May throw std::bad_alloc.
 Result<OpenedVolume> OpenDisk(const std::string &device, const UnlockRequest &unlocking,
