@@ -27,6 +27,9 @@ set(VX_INTERFACE_FILES
 add_executable(file-explorer FileExplorer/main.mm)
 target_link_libraries(file-explorer
   PRIVATE explorer-app platform-foundation platform-gnustep vx_warnings)
+if(APPLE)
+  target_sources(file-explorer PRIVATE ../Platform/Mac/DocumentArguments.mm)
+endif()
 vx_bundle(file-explorer MAIN_NIB MainMenu INTERFACE_FILES ${VX_INTERFACE_FILES})
 
 # Beside the volume library and the host, which look for each other there.
