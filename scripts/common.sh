@@ -18,6 +18,8 @@ test_packages=(
     bzip2 zstd lz4 p7zip-full zip unzip
     rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace
 )
+# On macOS, with Homebrew; the compiler comes with Xcode.
+mac_packages=(cmake ninja openssl@3 zlib zstd googletest dosfstools mtools)
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
 
 say() { printf '%s: %s\n' "$command_name" "$*" >&2; }
@@ -53,6 +55,13 @@ logged() {
     fi
 }
 
+is_mac() { [ "$(uname -s)" = Darwin ]; }
+
+processors() { getconf _NPROCESSORS_ONLN; }
+
+# One in which every name can be written.
+utf8_locale() { locale -a | grep -qx 'C\.[Uu][Tt][Ff]-\{0,1\}8' && echo C.UTF-8 || echo en_US.UTF-8; }
+
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
         env DEBIAN_FRONTEND=noninteractive "$@"
@@ -65,8 +74,25 @@ install_packages() {
     as_root apt-get update -qq && as_root apt-get install -y --no-install-recommends "$@"
 }
 
+# Names the packages of Homebrew that are missing, and lets the build find the others.
+need_mac_packages() {
+    local missing=() package
+    command -v brew >/dev/null ||
+        fail "brew not found; install Homebrew, then: brew install ${mac_packages[*]}"
+    for package in "${mac_packages[@]}"; do
+        brew list --versions "$package" >/dev/null 2>&1 || missing+=("$package")
+        CMAKE_PREFIX_PATH=${CMAKE_PREFIX_PATH:+$CMAKE_PREFIX_PATH:}$(brew --prefix "$package" 2>/dev/null)
+    done
+    export CMAKE_PREFIX_PATH
+    [ ${#missing[@]} -eq 0 ] || fail "packages are missing; run: brew install ${missing[*]}"
+}
+
 # need_packages PACKAGE...: installs the missing ones.
 need_packages() {
+    if is_mac; then
+        need_mac_packages
+        return
+    fi
     local missing=() package
     for package in "$@"; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||

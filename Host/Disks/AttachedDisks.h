@@ -15,7 +15,7 @@ namespace vx {
 struct AttachedVolume {
     std::string path;        // "/dev/sdb1"
     std::string disk;        // of which it is a part: "/dev/sdb"; empty for a whole disk
-    std::string diskName;    // "Kingston DataTraveler", vendor and model
+    std::string diskName;    // "Generic flash disk", vendor and model
     std::string label;       // of the file system, or of the partition
     std::string fileSystem;  // for programs: "bitlocker", "ntfs", "vfat"; empty if unknown
     uint64_t bytes = 0;

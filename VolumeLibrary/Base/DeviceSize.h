@@ -1,4 +1,5 @@
-// Disk devices, which differ by platform: which files are some, and their sizes in bytes.
+// Disk devices, which differ by platform: which files are some, their sizes in
+// bytes, and who may read them.
 #pragma once
 
 #include "Error.h"
@@ -19,5 +20,8 @@ Result<uint64_t> DeviceSize(int descriptor);
 
 // Of a logical sector of the disk device at the path; 0 if it cannot be found.
 uint32_t DeviceSectorBytes(const std::string &path);
+
+// What a user may do who has no permission to read a disk device.
+const char *AdviceForReadingDevice();
 
 }  // namespace vx

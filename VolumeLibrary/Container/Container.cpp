@@ -38,10 +38,8 @@ Result<FileForm> FormOf(const std::string &path)
 
 std::string AdviceForPermission(FileForm form)
 {
-    return form == FileForm::kDevice
-               ? "run the program as administrator (sudo), or let your user read the device: sudo "
-                 "setfacl -m u:$USER:r DEVICE"
-               : "let your user read the file: chmod u+r FILE as its owner";
+    return form == FileForm::kDevice ? AdviceForReadingDevice()
+                                     : "let your user read the file: chmod u+r FILE as its owner";
 }
 
 Result<Container> InForm(const char *form, Result<Container> image)

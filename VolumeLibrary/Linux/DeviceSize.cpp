@@ -42,4 +42,10 @@ uint32_t DeviceSectorBytes(const std::string &path)
     return static_cast<uint32_t>(bytes);
 }
 
+const char *AdviceForReadingDevice()
+{
+    return "run the program as administrator (sudo), or let your user read the device: sudo "
+           "setfacl -m u:$USER:r DEVICE";
+}
+
 }  // namespace vx

@@ -41,4 +41,9 @@ uint32_t DeviceSectorBytes(const std::string &path)
     return device && ::ioctl(device.Get(), DKIOCGETBLOCKSIZE, &bytes) == 0 ? bytes : 0;
 }
 
+const char *AdviceForReadingDevice()
+{
+    return "run the program as administrator (sudo)";
+}
+
 }  // namespace vx
