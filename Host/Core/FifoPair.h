@@ -5,13 +5,15 @@
 // left alone.
 #pragma once
 
+#include "LinkFifos.h"
+
 #include <string>
 
 namespace vx {
 
 struct LinkPaths {
-    std::string read;   // explorer to host
-    std::string write;  // host to explorer
+    std::string read = kExplorerToHost;
+    std::string write = kHostToExplorer;
 };
 
 // Makes both or neither. Only for the holder of the HostLock: no other host uses what it replaces.

@@ -19,6 +19,7 @@ struct TrialResult {
     int32_t status = 0;                 // a VolumeLibraryStatus; 0 too if there was no answer
     std::string reason;                 // why it stays shut; empty if it opened
     std::vector<std::string> warnings;  // damage that was noticed
+    bool wasTried = true;  // false: it could not be, and the explorer may open it nevertheless
 };
 
 enum class SessionEndKind {
@@ -27,15 +28,15 @@ enum class SessionEndKind {
     kRefused,      // the volume did not open and the observer did not want the explorer then
     kLinkTaken,    // another host runs, or the link's paths are in the way
     kNotStarted,   // the explorer could not be started
-    kNotSent,      // the message for it could not be sent
     kEndedByHost,  // it sent its notice, did not end, and was ended
     kInterrupted,  // by a signal or a cancellation; the explorer was ended or never started
 };
 
 struct SessionEnd {
     SessionEndKind kind = SessionEndKind::kQuit;
-    int signal = 0;    // of kInterrupted
-    std::string text;  // how the explorer ended, or the error
+    int signal = 0;      // of kInterrupted; 0 if the session was cancelled
+    std::string text;    // how the explorer ended, "exit status 3", or the error
+    bool isSent = true;  // false: the message for the explorer could not be sent
 };
 
 class HostObserver {
@@ -47,9 +48,16 @@ public:
     // beside the explorer) opened is false and status 0.
     virtual bool OnTried(const TrialResult &result) = 0;
     virtual void OnStarted() = 0;
+    // The message for the explorer could not be sent.
+    virtual void OnNotSent() {}
+    // The trial opened the volume, but the explorer, a moment later, could not. reason: as in
+    // TrialResult.
+    virtual void OnNotOpened(const std::string &reason) { (void)reason; }
     // What the volume did not give while the explorer ran.
     virtual void OnDamage(const ChannelDamage &damage) = 0;
     virtual void OnReportsLost(uint64_t count) = 0;
+    // The explorer's quit notice has come; it is about to end.
+    virtual void OnNotice() {}
 };
 
 }  // namespace vx

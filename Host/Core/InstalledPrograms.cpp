@@ -1,0 +1,24 @@
+#include "HostRequest.h"
+#include "PathText.h"
+#include "ProgramFolder.h"
+
+namespace vx {
+namespace {
+
+// "/x/App.app/Contents/MacOS" -> "/x"; a folder that is in no bundle stays.
+std::string FolderOfBundle(const std::string &folder)
+{
+    const std::string whole = folder + "/";
+    const size_t end = whole.rfind(".app/");
+    return end == std::string::npos ? folder : FolderOf(whole.substr(0, end));
+}
+
+}  // namespace
+
+HostPrograms InstalledPrograms()
+{
+    const std::string folder = FolderOfBundle(ProgramFolder());
+    return {folder + "/" VX_EXPLORER, folder + "/volume-trial", folder + "/volume-info"};
+}
+
+}  // namespace vx
