@@ -72,6 +72,23 @@ protected:
         return disk.replace(block * kMiB, kMiB, last);
     }
 
+    VhdxLogEntry OfEarlierLog(uint64_t sequence, uint32_t pagesOfData = 1) const
+    {
+        VhdxLogEntry entry = MovesTo(1, sequence);
+        entry.changes.assign(pagesOfData, entry.changes[0]);
+        entry.logId = std::string(16, 'M');
+        return entry;
+    }
+
+    void ExpectJustBegun() const
+    {
+        const Container container = Open(image);
+        ExpectDisk(container, MovedTo(2));
+        EXPECT_EQ(container.notes,
+                  std::vector<std::string>{"the VHDX image was copied or left while it was in use; "
+                                           "its log, which was just begun, has no changes"});
+    }
+
     void ExpectNoSequence() const
     {
         ExpectFails(
@@ -172,14 +189,122 @@ TEST_F(VhdxLogs, ATornEntryCountsForNothing)
 // Its program ended after it had changed the header.
 TEST_F(VhdxLogs, ALogThatWasNeverWrittenToHasNoChanges)
 {
-    VhdxLogEntry ofEarlierLog = MovesTo(1, 5);
-    ofEarlierLog.logId = std::string(16, 'M');
-    Put(0, ofEarlierLog);
-    const Container container = Open(image);
-    ExpectDisk(container, MovedTo(2));
-    EXPECT_EQ(container.notes,
-              std::vector<std::string>{"the VHDX image was copied or left while it was in use; its "
-                                       "log, which was just begun, has no changes"});
+    ExpectJustBegun();
+    Put(0, OfEarlierLog(5));
+    ExpectJustBegun();
+}
+
+TEST_F(VhdxLogs, ALogFullOfEntriesOfEarlierOnesHasNoChanges)
+{
+    // 51 entries of 5 pages; the log has one page more.
+    for (uint32_t number = 0; number < 51; ++number)
+        Put(number * 5 * kPage, OfEarlierLog(number + 1, 4));
+    ExpectJustBegun();
+    // The newest ones overwrite the end of the oldest one, the beginning of one, and parts of two.
+    VhdxLogEntry newer = OfEarlierLog(60, 2);
+    newer.logId = std::string(16, 'N');
+    for (const uint64_t page : {0, 12, 24, 27}) {
+        Put(page * kPage, newer);
+        ExpectJustBegun();
+    }
+}
+
+TEST_F(VhdxLogs, AnOldEntryThatGoesOnAtTheBeginningOfTheRingHasNoChanges)
+{
+    const std::string old = OfEarlierLog(7, 2).Bytes();
+    image.replace(VhdxWriter::kLogAt + kLogBytes - kPage, kPage, old.substr(0, kPage));
+    image.replace(VhdxWriter::kLogAt, 2 * kPage, old.substr(kPage));
+    ExpectJustBegun();
+    Put(kPage, OfEarlierLog(8));  // its last page is overwritten
+    ExpectJustBegun();
+}
+
+TEST_F(VhdxLogs, NoFlippedBitMakesTheOnlyEntryAnOldOne)
+{
+    // Alone, and where entries of an earlier log lie before and after it.
+    for (const bool isAlone : {true, false}) {
+        Put(2 * kPage, MovesTo(1, 5, 2 * kPage));
+        for (const uint64_t page : {0, 4, 6}) {
+            if (!isAlone)
+                Put(page * kPage, OfEarlierLog(4));
+        }
+        ExpectDisk(Open(image), MovedTo(1));
+        for (uint64_t bit = 0; bit < 48 * 8; ++bit) {
+            const uint64_t at = VhdxWriter::kLogAt + 2 * kPage + bit / 8;
+            image[at] = static_cast<char>(image[at] ^ 1 << bit % 8);
+            const auto opened = OpenVhdx(SourceOf(image), NoParents());
+            ASSERT_FALSE(opened) << bit;
+            EXPECT_EQ(opened.Failure().status, Status::kDamagedContainer);
+            image[at] = static_cast<char>(image[at] ^ 1 << bit % 8);
+        }
+    }
+}
+
+TEST_F(VhdxLogs, WhatIsLeftOfAnEntryIsNotAnOldLog)
+{
+    const std::string before = image;
+    const auto damage = [&](uint64_t at, const std::string &bytes) {
+        image = before;
+        Put(0, OfEarlierLog(4));
+        Put(2 * kPage, MovesTo(1, 5, 2 * kPage));
+        image.replace(VhdxWriter::kLogAt + 2 * kPage + at, bytes.size(), bytes);
+        ExpectNoSequence();
+    };
+    damage(0, Zeros(512));
+    damage(0, Zeros(kPage));
+    damage(0, NoiseBytes(512, 3));
+    damage(0, NoiseBytes(kPage, 3));
+    damage(0, NoiseBytes(2 * kPage, 3));
+    damage(kPage, NoiseBytes(kPage, 3));
+}
+
+TEST_F(VhdxLogs, AnOldEntryThatNothingHasOverwrittenMustBeSound)
+{
+    const std::string before = image;
+    for (const uint64_t next : {3, 4, 8}) {
+        image = before;
+        Put(0, OfEarlierLog(4, 3));
+        Put(next * kPage, OfEarlierLog(5));
+        image[VhdxWriter::kLogAt + 2000] ^= 1;
+        if (next == 3)
+            ExpectJustBegun();
+        else
+            ExpectNoSequence();
+    }
+}
+
+TEST_F(VhdxLogs, AnOldEntryThatNoOtherOneCutsIsInDoubt)
+{
+    const std::string before = image;
+    for (const uint32_t pages : {2, 255}) {
+        for (const uint64_t length : {uint64_t{0}, kPage, 2 * kLogBytes}) {
+            image = before;
+            Put(0, OfEarlierLog(4, pages));
+            VhdxWriter::Put(VhdxWriter::kLogAt + 8, length, 4, &image);
+            ExpectNoSequence();
+        }
+    }
+}
+
+TEST_F(VhdxLogs, ASequenceEndsWhereANumberIsMissing)
+{
+    Put(0, MovesTo(1, 5));
+    Put(2 * kPage, MovesTo(2, 7));
+    ExpectDisk(Open(image), MovedTo(1));
+}
+
+TEST_F(VhdxLogs, APageOfDataBeyondTheEntryIsNotOfIt)
+{
+    VhdxLogEntry entry = MovesTo(1, 5);
+    entry.changes.push_back(entry.changes[0]);
+    std::string bytes = entry.Bytes();
+    VhdxWriter::Put(8, 2 * kPage, 4, &bytes);
+    const uint32_t sum =
+        Crc32WithoutField({reinterpret_cast<const uint8_t *>(bytes.data()), 2 * kPage}, 4,
+                          Crc32::Kind::kCastagnoli);
+    VhdxWriter::Put(4, sum, 4, &bytes);
+    image.replace(VhdxWriter::kLogAt, bytes.size(), bytes);
+    ExpectNoSequence();
 }
 
 TEST_F(VhdxLogs, WithoutACompleteSequenceTheImageDoesNotOpen)

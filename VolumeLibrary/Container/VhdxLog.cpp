@@ -24,6 +24,7 @@ struct Entry {
     uint32_t length = 0;  // in bytes, a multiple of a page; 0: there is no valid entry here
     uint32_t tail = 0;    // where the oldest entry lies that was still needed
     uint32_t descriptors = 0;
+    bool isOfThisLog = false;
     uint64_t sequence = 0;
     uint64_t flushedBytes = 0;  // the file was at least as long
     uint64_t neededBytes = 0;   // the file must become as long
@@ -143,10 +144,66 @@ private:
     const Entry &_entry;
 };
 
+// Takes the pages of a log one after the other and finds out whether all that is left in them are
+// entries of earlier logs, whole or partly overwritten by later ones. Of an overwritten entry there
+// may be left its beginning, up to the entry that begins within its length, and its end, right after
+// an entry that is whole. Anything else can be what damage left of an entry of this log.
+class Remains {
+public:
+    // A valid entry. All operations: false if something is in doubt.
+    bool TakeEntry()
+    {
+        const bool isExplained = End();
+        _claimed = 0;
+        _mayGoOn = true;
+        return isExplained;
+    }
+
+    bool TakePage(const Page &page)
+    {
+        if (ByteReader(page).TakeMark("loge"))
+            return TakeBeginning(page);
+        const bool isPiece = ByteReader(page).TakeMark("data") ||
+                             ByteReader(page).TakeMark("desc") || ByteReader(page).TakeMark("zero");
+        if (isPiece) {
+            _passed += kPage;
+            return _mayGoOn && !IsPassed();
+        }
+        _mayGoOn = false;
+        return _claimed == 0 &&
+               std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; });
+    }
+
+    bool End() const { return !IsPassed(); }
+    // Whether the last page was an entry or of one.
+    bool IsInEntry() const { return _mayGoOn; }
+
+private:
+    bool TakeBeginning(const Page &page)
+    {
+        constexpr size_t kLengthAt = 8;
+        const bool isExplained = End();
+        _claimed = U32At(page, kLengthAt);
+        _passed = kPage;
+        _mayGoOn = true;
+        return isExplained && _claimed > kPage;
+    }
+
+    // Whether all of an entry that is not valid is there: nothing has overwritten it.
+    bool IsPassed() const { return _claimed > 0 && _passed >= _claimed; }
+
+    uint64_t _claimed = 0;  // the length of an entry that is not valid; 0: no such entry precedes
+    uint64_t _passed = 0;   // what of it has been taken
+    bool _mayGoOn = false;
+};
+
 // Finds the active sequence.
 class LogSearch {
 public:
-    explicit LogSearch(const Ring &ring) : _ring(ring), _entries(ring.Bytes() / kPage) {}
+    explicit LogSearch(const Ring &ring)
+        : _ring(ring), _entries(ring.Bytes() / kPage), _earlier(ring.Bytes() / kPage)
+    {
+    }
 
     // The places of the entries to apply, the oldest first; none if no sequence is complete.
     Result<std::vector<uint32_t>> Find()
@@ -173,8 +230,31 @@ public:
     }
 
     const Entry &At(uint32_t place) const { return _entries[place / kPage]; }
-    // Whether something in the log is or was an entry of it.
-    bool HasTraces() const { return _hasTraces; }
+    // After Find: whether nothing in the log can be an entry of it, damaged or not.
+    Result<bool> IsJustBegun() const
+    {
+        if (_hasTraces)
+            return false;
+        const auto first = std::find_if(_earlier.begin(), _earlier.end(),
+                                        [](uint32_t length) { return length > 0; });
+        uint32_t at = first == _earlier.end()
+                          ? 0
+                          : static_cast<uint32_t>(first - _earlier.begin()) * kPage;
+        Remains remains;
+        Page page;
+        for (uint64_t done = 0; done < _ring.Bytes();) {
+            const uint32_t length = _earlier[at / kPage];
+            if (length == 0) {
+                if (Error error = _ring.Read(at, &page))
+                    return error;
+            }
+            if (length > 0 ? !remains.TakeEntry() : !remains.TakePage(page))
+                return false;
+            done += std::max(length, kPage);
+            at = _ring.After(at, std::max(length, kPage));
+        }
+        return first == _earlier.end() ? !remains.IsInEntry() : remains.End();
+    }
 
 private:
     uint32_t Distance(uint32_t from, uint32_t to) const
@@ -188,12 +268,15 @@ private:
             const auto entry = ReadEntry(at);
             if (!entry)
                 return entry.Failure();
-            _entries[at / kPage] = *entry;
+            if (entry->isOfThisLog)
+                _entries[at / kPage] = *entry;
+            else
+                _earlier[at / kPage] = entry->length;
         }
         return {};
     }
 
-    // One of length 0 for what is not a valid entry.
+    // One of length 0 for what is not a valid entry, of this log or of an earlier one.
     Result<Entry> ReadEntry(uint32_t at)
     {
         Page page;
@@ -221,23 +304,22 @@ private:
     {
         ByteReader reader(page);
         Entry entry;
-        if (!reader.TakeMark("loge"))
-            return std::nullopt;
+        const bool hasMark = reader.TakeMark("loge");
         reader.Skip(4);  // checksum
         entry.length = reader.U32();
         entry.tail = reader.U32();
         entry.sequence = reader.U64();
         entry.descriptors = reader.U32();
         reader.Skip(4);
-        const Guid log = reader.TakeGuid();
+        entry.isOfThisLog = reader.TakeGuid() == _ring.Id();
         entry.flushedBytes = reader.U64();
         entry.neededBytes = reader.U64();
-        _hasTraces = _hasTraces || log == _ring.Id();
+        _hasTraces = _hasTraces || entry.isOfThisLog;
         const bool isInRing = entry.length > 0 && entry.length % kPage == 0 &&
                               entry.length <= _ring.Bytes() && entry.tail % kPage == 0 &&
                               entry.tail < _ring.Bytes();
         const bool holdsAll = EntryWalk::DescriptorPages(entry.descriptors) <= entry.length / kPage;
-        if (log != _ring.Id() || entry.sequence == 0 || !isInRing || !holdsAll)
+        if (!hasMark || entry.sequence == 0 || !isInRing || !holdsAll)
             return std::nullopt;
         return entry;
     }
@@ -274,7 +356,8 @@ private:
     static constexpr size_t kChecksumAt = 4;
 
     const Ring &_ring;
-    std::vector<Entry> _entries;  // one for each page
+    std::vector<Entry> _entries;     // of this log, one for each page
+    std::vector<uint32_t> _earlier;  // of earlier logs: their lengths in bytes, 0 for none
     uint64_t _checkedBytes = 0;
     bool _hasTraces = false;
 };
@@ -343,7 +426,10 @@ Result<ReplayedVhdx> ReplayVhdxLog(const Source &file, const VhdxHeader &header)
         return active.Failure();
     if (!active->empty())
         return Apply(file, ring, search, *active);
-    if (search.HasTraces())
+    const auto isJustBegun = search.IsJustBegun();
+    if (!isJustBegun)
+        return isJustBegun.Failure();
+    if (!*isJustBegun)
         return NoSequence();
     return ReplayedVhdx{file,
                         "the VHDX image was copied or left while it was in use; its log, which "
