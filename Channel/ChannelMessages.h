@@ -3,13 +3,17 @@
 // the child. The library answers with reports until either end is closed.
 //
 // On the wire a message is a number of its type and the length of its body, 32 bits each, little
-// endian, and the body: numbers, and texts after their lengths. Messages of unknown types are
-// skipped; what is malformed, too long or out of order ends the channel, never the process.
+// endian, and the body: numbers, and texts after their lengths (docs/channel.md). Messages of
+// unknown types are skipped; what is malformed, too long or out of order ends the channel, never
+// the process. ChannelOpened comes once; ChannelProgress only before it, ChannelDamage and, once,
+// ChannelMasterKey only after it, ChannelLoss at any time.
 //
-// Texts are UTF-8. Units: bytes.
+// Texts are UTF-8 without zeros. Those of a report come from a process that reads hostile disks:
+// they may hold line ends and whatever else a name can have. Units: bytes.
 #pragma once
 
 #include "ByteRange.h"
+#include "ProtectedBytes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +26,11 @@ namespace vx {
 // opening comes over it. The first text is not used then.
 constexpr char kChannelUnlockKind[] = "host-channel";
 
-constexpr size_t kMostChannelText = 4096;       // of the volume, the kind and the secret each
-constexpr size_t kMostChannelBody = 256 << 10;  // of one message; longer lists are cut
+constexpr size_t kMostChannelText = 4096;        // of the volume, the kind and the secret each
+constexpr size_t kMostChannelBody = 256 << 10;   // of one message; longer lists are cut
+constexpr size_t kMostChannelDetail = 64 << 10;  // of ChannelOpened; longer ones are cut
+constexpr size_t kMostChannelPath = 128 << 10;
+constexpr size_t kMostChannelKey = 64;
 
 // What the library is to open. Borrowed.
 struct ChannelOpening {
@@ -69,6 +76,16 @@ struct ChannelLoss {
     uint64_t count = 0;
 };
 
-using ChannelReport = std::variant<ChannelProgress, ChannelOpened, ChannelDamage, ChannelLoss>;
+// The volume master key, as VolumeLibraryVisitMasterKeyFunction has it: with it the same volume is
+// opened again without deriving its key.
+struct ChannelMasterKey {
+    ProtectedBytes key;
+
+    // As the kind of unlock "vmk" takes it, with a zero at the end.
+    ProtectedBytes Digits() const;
+};
+
+using ChannelReport =
+    std::variant<ChannelProgress, ChannelOpened, ChannelDamage, ChannelLoss, ChannelMasterKey>;
 
 }  // namespace vx

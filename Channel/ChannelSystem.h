@@ -1,0 +1,21 @@
+// What differs between systems below the channel. Threads: any.
+#pragma once
+
+#include "UniqueFd.h"
+
+#include <cstddef>
+
+namespace vx {
+
+// Of send() and sendmsg(): no SIGPIPE if the peer is gone.
+extern const int kChannelSendFlags;
+
+// Two connected stream sockets that no other program inherits, with room for an opening. False:
+// errno says why.
+bool MakeChannelPair(UniqueFd *one, UniqueFd *other);
+// For a socket on which kChannelSendFlags will be used.
+void SilenceChannelEnd(int descriptor);
+// Whole pages; nothing happens where the system cannot do it.
+void LeavePagesOutOfDumps(void *pages, size_t size);
+
+}  // namespace vx
