@@ -299,9 +299,8 @@ TEST_F(VhdxLogs, APageOfDataBeyondTheEntryIsNotOfIt)
     entry.changes.push_back(entry.changes[0]);
     std::string bytes = entry.Bytes();
     VhdxWriter::Put(8, 2 * kPage, 4, &bytes);
-    const uint32_t sum =
-        Crc32WithoutField({reinterpret_cast<const uint8_t *>(bytes.data()), 2 * kPage}, 4,
-                          Crc32::Kind::kCastagnoli);
+    const uint32_t sum = Crc32WithoutField(
+        {reinterpret_cast<const uint8_t *>(bytes.data()), 2 * kPage}, 4, Crc32::Kind::kCastagnoli);
     VhdxWriter::Put(4, sum, 4, &bytes);
     image.replace(VhdxWriter::kLogAt, bytes.size(), bytes);
     ExpectNoSequence();

@@ -3,6 +3,7 @@
 #include "ContainerKind.h"
 #include "DeviceSize.h"
 #include "EwfImage.h"
+#include "LostMark.h"
 #include "ParentImage.h"
 #include "QcowImage.h"
 #include "RawImage.h"
@@ -74,9 +75,25 @@ Result<Container> OpenAs(const FoundContainer &found, const std::string &path, c
         break;
     }
     Container raw = {file};
+    if (found.named != nullptr)
+        raw.notes.push_back("its name is that of a " + std::string(found.named) +
+                            " image, but nothing in it shows one; it is read as a raw image");
     if (found.parts && found.parts->Given() > 1 && found.parts->Exists(1))
         raw.firstPart = found.parts->Name(1);
     return raw;
+}
+
+// With the mark that it lacks put in place.
+Result<Container> OpenMarked(const FoundContainer &found, const std::string &path,
+                             const Source &file, const ParentOpener &parents, uint32_t retries)
+{
+    const Source marked = std::make_shared<MarkedSource>(file, *found.lostMark);
+    auto container = OpenAs(found, path, marked, parents, retries);
+    if (container)
+        container->notes.insert(container->notes.begin(),
+                                "the signature of the " + std::string(found.lostMark->format) +
+                                    " image is damaged; it is recognised by the rest of it");
+    return container;
 }
 
 Container OpenDevice(const std::string &path, const Source &device)
@@ -106,6 +123,8 @@ Result<Container> OpenWanted(const std::string &path, std::optional<ContainerKin
     const FoundContainer found = FindContainerKind(path, *kept);
     if (wanted && found.kind != *wanted && found.kind != ContainerKind::kUnsupported)
         return Error{Status::kUnsupportedContainer, "it is not of the format that is needed"};
+    if (found.lostMark)
+        return OpenMarked(found, path, kept, parents, retries);
     const Source &source = found.kind == ContainerKind::kRaw ? *file : kept;
     return OpenAs(found, path, source, parents, retries);
 }

@@ -9,6 +9,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vx {
 
@@ -24,10 +25,21 @@ enum class ContainerKind {
     kUnsupported,  // a known format that this library does not open
 };
 
+// The bytes by which an image is recognised, where they should stand and do not.
+struct LostMark {
+    ContainerKind kind = ContainerKind::kRaw;
+    uint64_t at = 0;
+    std::string_view bytes;
+    const char *format = nullptr;  // "VMDK"
+};
+
 struct FoundContainer {
     ContainerKind kind = ContainerKind::kRaw;
     const KnownContents *unsupported = nullptr;  // kUnsupported: which format
     std::optional<PartNames> parts = {};         // kRaw, kSplit: if the name is that of a part
+    std::optional<LostMark> lostMark = {};       // recognised without it, by what is around it
+    // kRaw: "VMDK" if the name is that of such an image and the file does not begin as a disk.
+    const char *named = nullptr;
 };
 
 // file: what lies at the path. A file with the mark of a boot sector is never kUnsupported,

@@ -1,5 +1,6 @@
 #include "EwfImage.h"
 
+#include "ByteReader.h"
 #include "EwfLayout.h"
 #include "EwfSource.h"
 #include "FilePool.h"
@@ -86,6 +87,18 @@ std::vector<std::string> NotesOf(const EwfLayout &layout)
 }
 
 }  // namespace
+
+bool IsEwfImage(ByteView head)
+{
+    return ByteReader(head).TakeMark(kEwfMark);
+}
+
+bool IsEwfBesideItsMark(ByteView head)
+{
+    // The number of the part, and the name of its first section.
+    constexpr std::string_view kFirstPart("\x01\x01\x00\x00\x00header", 11);
+    return ByteReader(head, kEwfMark.size()).TakeMark(kFirstPart);
+}
 
 Result<Container> OpenEwf(const std::string &path, uint32_t retries)
 {

@@ -2,9 +2,19 @@
 // How they hold the disk: EwfLayout.h, EwfSource.h.
 #pragma once
 
+#include "ByteView.h"
 #include "Container.h"
 
+#include <string_view>
+
 namespace vx {
+
+constexpr std::string_view kEwfMark("EVF\x09\x0D\x0A\xFF\x00", 8);
+
+// Whether the first bytes of a file are those of an E01 image, or of one of its kind.
+bool IsEwfImage(ByteView head);
+// Whether the first bytes but for the mark are those of the first part of one.
+bool IsEwfBesideItsMark(ByteView head);
 
 // path: of the first file. Every file must be a regular one; only some are open at a time
 // (FilePool.h). Notes: what the files do not hold, or did not when they were made. Errors, with the

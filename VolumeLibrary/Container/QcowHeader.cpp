@@ -4,15 +4,15 @@
 #include "FileBeside.h"
 
 #include <algorithm>
-#include <string_view>
+#include <iterator>
 #include <vector>
 
 namespace vx {
 namespace {
 
-using namespace std::string_view_literals;
-
 constexpr size_t kVersionAt = 4;
+constexpr uint32_t kFewestClusterBits = 9;
+constexpr uint32_t kMostClusterBits = 21;
 constexpr uint64_t kHeaderBytesOfVersion2 = 72;
 constexpr uint64_t kHeaderBytesOfVersion3 = 104;
 constexpr const char *kConvert = ": convert it to a raw image first, with qemu-img convert -O raw";
@@ -175,8 +175,6 @@ Error CheckVersion(ByteView head)
 
 Result<QcowHeader> Parse(const ByteSource &file, ByteView head)
 {
-    constexpr uint32_t kFewestClusterBits = 9;
-    constexpr uint32_t kMostClusterBits = 21;
     QcowHeader header;
     ByteReader reader(head, kVersionAt);
     header.version = reader.BigU32();
@@ -217,7 +215,29 @@ Error DamagedQcow()
 
 bool IsQcow(ByteView head)
 {
-    return ByteReader(head).TakeMark("QFI\xFB"sv);
+    return ByteReader(head).TakeMark(kQcowMark);
+}
+
+bool IsQcowBesideItsMark(ByteView head)
+{
+    constexpr size_t kClusterBitsAt = 20;
+    constexpr uint32_t kMostCryptMethod = 2;
+    if (head.size < kHeaderBytesOfVersion3)
+        return false;
+    const uint32_t version = ByteReader(head, kVersionAt).BigU32();
+    ByteReader reader(head, kClusterBitsAt);
+    const uint32_t clusterBits = reader.BigU32();
+    const uint64_t diskBytes = reader.BigU64();
+    const uint32_t cryptMethod = reader.BigU32();
+    reader.Skip(4);  // entries of the L1 table
+    const uint64_t tables[] = {reader.BigU64(), reader.BigU64()};
+    if (version < 2 || version > 3 || clusterBits < kFewestClusterBits ||
+        clusterBits > kMostClusterBits)
+        return false;
+    const bool areInPlace = std::all_of(std::begin(tables), std::end(tables), [&](uint64_t at) {
+        return at > 0 && at % (uint64_t{1} << clusterBits) == 0 && at <= uint64_t{INT64_MAX};
+    });
+    return areInPlace && diskBytes <= uint64_t{INT64_MAX} && cryptMethod <= kMostCryptMethod;
 }
 
 Result<QcowHeader> ReadQcowHeader(const ByteSource &file)

@@ -9,6 +9,7 @@
 #include "ByteView.h"
 
 #include <string>
+#include <string_view>
 
 namespace vx {
 
@@ -38,8 +39,12 @@ struct QcowHeader {
     uint64_t L2Entries() const { return ClusterBytes() / L2EntryBytes(); }
 };
 
+constexpr std::string_view kQcowMark("QFI\xFB", 4);
+
 // Whether the first bytes of a file are those of a QCOW image, of version 1 too.
 bool IsQcow(ByteView head);
+// Whether all but the mark is as in the header of a QCOW2 image.
+bool IsQcowBesideItsMark(ByteView head);
 
 // Errors: those of the file's reads; kUnsupportedContainer for version 1, an encrypted image, an
 // unknown version, feature or method of compression, each by name; kTruncatedImage if the file ends

@@ -5,17 +5,15 @@
 #include "VdiDisk.h"
 
 #include <array>
-#include <string_view>
 #include <utility>
 
 namespace vx {
 namespace {
 
-using namespace std::string_view_literals;
 using Source = std::shared_ptr<const ByteSource>;
 
 constexpr size_t kHeadBytes = 512;
-constexpr size_t kMarkAt = 64;
+constexpr size_t kTypeAt = 0x4C;
 
 enum class Type : uint32_t { kGrowing = 1, kFixed = 2, kUndo = 3, kDifferencing = 4 };
 
@@ -31,7 +29,7 @@ Error EndsEarly()
 
 Error CheckVersion(ByteView head)
 {
-    constexpr size_t kMajorAt = kMarkAt + 6;
+    constexpr size_t kMajorAt = kVdiMarkAt + 6;
     if (U16At(head, kMajorAt) == 1)
         return {};
     return {Status::kUnsupportedContainer, "it is a VDI image of version " +
@@ -97,13 +95,19 @@ Result<Container> OpenMap(const Source &file, const VdiShape &shape, Type type)
 
 bool IsVdiImage(ByteView head)
 {
-    return ByteReader(head, kMarkAt).TakeMark("\x7F\x10\xDA\xBE"sv);
+    return ByteReader(head, kVdiMarkAt).TakeMark(kVdiMark);
+}
+
+bool IsVdiBesideItsMark(ByteView head)
+{
+    const Type type{U32At(head, kTypeAt)};
+    const bool isKnown = type >= Type::kGrowing && type <= Type::kDifferencing;
+    return head.size >= kHeadBytes && !CheckVersion(head) && isKnown && MakesSense(ShapeOf(head));
 }
 
 Result<Container> OpenVdi(const Source &file)
 {
     std::array<uint8_t, kHeadBytes> head;
-    constexpr size_t kTypeAt = 0x4C;
     if (file->Size() < kHeadBytes)
         return EndsEarly();
     if (Error error = file->ReadAt(0, head.data(), head.size()))

@@ -8,10 +8,17 @@
 #include "ByteView.h"
 #include "Container.h"
 
+#include <string_view>
+
 namespace vx {
+
+constexpr std::string_view kVdiMark("\x7F\x10\xDA\xBE", 4);
+constexpr size_t kVdiMarkAt = 64;
 
 // Whether the first bytes of a file are those of a VDI image, of any version.
 bool IsVdiImage(ByteView head);
+// Whether all but the mark is as in the header of one of version 1.
+bool IsVdiBesideItsMark(ByteView head);
 
 // A note says how much of the disk is missing from a file that was cut short. Errors:
 // kTruncatedImage if the file ends within the header or the map; kUnsupportedContainer for another

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <utility>
 
 namespace vx {
@@ -73,7 +72,7 @@ Footer ParseFooter(ByteView bytes)
     constexpr size_t kChecksumAt = 64;
     constexpr size_t kIdAt = 68;
     Footer footer;
-    footer.hasMark = ByteReader(bytes).TakeMark("conectix");
+    footer.hasMark = ByteReader(bytes).TakeMark(kVhdMark);
     footer.isSound = footer.hasMark && HasChecksum(bytes, kChecksumAt);
     footer.headerAt = ByteReader(bytes, kHeaderPlaceAt).BigU64();
     footer.diskBytes = ByteReader(bytes, kCurrentSizeAt).BigU64();
@@ -270,6 +269,18 @@ Result<Container> OpenWith(const Footer &footer, const Source &file, const Paren
 }
 
 }  // namespace
+
+std::optional<uint64_t> PlaceOfLostVhdMark(const ByteSource &file)
+{
+    std::array<uint8_t, kFooterBytes> bytes;
+    const uint64_t at = file.Size() - std::min<uint64_t>(file.Size(), kFooterBytes);
+    if (file.Size() < kFooterBytes || file.ReadAt(at, bytes.data(), bytes.size()))
+        return std::nullopt;
+    const bool hasMark = ParseFooter({bytes.data(), bytes.size()}).hasMark;
+    std::copy(kVhdMark.begin(), kVhdMark.end(), bytes.begin());
+    const bool isSound = ParseFooter({bytes.data(), bytes.size()}).isSound;
+    return isSound && !hasMark ? std::optional(at) : std::nullopt;
+}
 
 bool IsVhdImage(const ByteSource &file)
 {

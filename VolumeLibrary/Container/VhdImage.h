@@ -13,10 +13,19 @@
 #include "Container.h"
 #include "ParentImage.h"
 
+#include <optional>
+#include <string_view>
+
 namespace vx {
 
 // Whether the file has the mark of the footer, at its end or at its beginning.
 bool IsVhdImage(const ByteSource &file);
+
+constexpr std::string_view kVhdMark = "conectix";
+
+// Where the footer at the end of the file lacks its mark although all the rest of it fits its
+// checksum.
+std::optional<uint64_t> PlaceOfLostVhdMark(const ByteSource &file);
 
 // The files of the container are those of the parents. Errors: kTruncatedImage if an image that
 // grows ends early, kDamagedContainer, those of the file's reads and of the parent.

@@ -146,8 +146,8 @@ private:
 
 // Takes the pages of a log one after the other and finds out whether all that is left in them are
 // entries of earlier logs, whole or partly overwritten by later ones. Of an overwritten entry there
-// may be left its beginning, up to the entry that begins within its length, and its end, right after
-// an entry that is whole. Anything else can be what damage left of an entry of this log.
+// may be left its beginning, up to the entry that begins within its length, and its end, right
+// after an entry that is whole. Anything else can be what damage left of an entry of this log.
 class Remains {
 public:
     // A valid entry. All operations: false if something is in doubt.
@@ -237,9 +237,8 @@ public:
             return false;
         const auto first = std::find_if(_earlier.begin(), _earlier.end(),
                                         [](uint32_t length) { return length > 0; });
-        uint32_t at = first == _earlier.end()
-                          ? 0
-                          : static_cast<uint32_t>(first - _earlier.begin()) * kPage;
+        uint32_t at =
+            first == _earlier.end() ? 0 : static_cast<uint32_t>(first - _earlier.begin()) * kPage;
         Remains remains;
         Page page;
         for (uint64_t done = 0; done < _ring.Bytes();) {

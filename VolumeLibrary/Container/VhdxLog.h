@@ -10,11 +10,11 @@
 //
 // One case is milder than 2.3.3 has it. If the log holds nothing but zeros and entries of earlier
 // logs, whole or partly overwritten by each other, no entry was ever written to it: changes are
-// written to the log first, and its entries are only replaced by newer ones. The tables are complete
-// then, as after a program that ended between changing the header and writing to the log. The image
-// opens, with a note. Whatever else is in the log may be a damaged entry, so the image does not
-// open: an entry with the log's identifier, one that does not fit its checksum although nothing has
-// overwritten it, or a page of descriptors or data without an entry before it.
+// written to the log first, and its entries are only replaced by newer ones. The tables are
+// complete then, as after a program that ended between changing the header and writing to the log.
+// The image opens, with a note. Whatever else is in the log may be a damaged entry, so the image
+// does not open: an entry with the log's identifier, one that does not fit its checksum although
+// nothing has overwritten it, or a page of descriptors or data without an entry before it.
 //
 // Nothing outside of the log is read. Memory: 44 bytes for each page of the log while it is
 // searched, then what ReplayedSource.h says. Time: at most 8 times the log is checked.

@@ -23,15 +23,13 @@ bool MakesSense(const VmdkHeader &header)
            (header.directory <= kMostSectors || header.directory == kAtTheEnd);
 }
 
-Result<VmdkHeader> ReadAt(const ByteSource &file, uint64_t place)
+// head: of kSector bytes.
+VmdkHeader Parse(ByteView head)
 {
     constexpr size_t kFlagsAt = 8;
     constexpr uint32_t kCopyFlag = 1u << 1;
     constexpr uint32_t kPackedFlag = 1u << 16;
-    uint8_t bytes[kSector];
-    if (Error error = file.ReadAt(place, bytes, sizeof bytes))
-        return error;
-    ByteReader reader({bytes, sizeof bytes}, kFlagsAt);
+    ByteReader reader(head, kFlagsAt);
     VmdkHeader header;
     const uint32_t flags = reader.U32();
     header.isPacked = (flags & kPackedFlag) != 0;
@@ -43,6 +41,15 @@ Result<VmdkHeader> ReadAt(const ByteSource &file, uint64_t place)
     const uint64_t secondDirectory = reader.U64();
     header.secondDirectory = (flags & kCopyFlag) != 0 ? secondDirectory : 0;
     header.directory = reader.U64();
+    return header;
+}
+
+Result<VmdkHeader> ReadAt(const ByteSource &file, uint64_t place)
+{
+    uint8_t bytes[kSector];
+    if (Error error = file.ReadAt(place, bytes, sizeof bytes))
+        return error;
+    const VmdkHeader header = Parse({bytes, sizeof bytes});
     if (!IsVmdkThatGrows({bytes, sizeof bytes}) || !MakesSense(header))
         return DamagedVmdk();
     return header;
@@ -58,7 +65,19 @@ Error DamagedVmdk()
 
 bool IsVmdkThatGrows(ByteView head)
 {
-    return ByteReader(head).TakeMark("KDMV");
+    return ByteReader(head).TakeMark(kVmdkMark);
+}
+
+bool IsVmdkBesideItsMark(ByteView head)
+{
+    constexpr uint32_t kNewestVersion = 3;
+    constexpr size_t kVersionAt = 4;
+    constexpr size_t kEndsOfLinesAt = 73;
+    if (head.size < kSector)
+        return false;
+    const uint32_t version = U32At(head, kVersionAt);
+    return version >= 1 && version <= kNewestVersion &&
+           ByteReader(head, kEndsOfLinesAt).TakeMark("\n \r\n") && MakesSense(Parse(head));
 }
 
 Result<VmdkHeader> ReadVmdkHeader(const ByteSource &file)

@@ -7,6 +7,7 @@
 #include "ByteView.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace vx {
 
@@ -36,8 +37,12 @@ struct VmdkHeader {
     }
 };
 
+constexpr std::string_view kVmdkMark = "KDMV";
+
 // Whether the first bytes of a file are those of such a header.
 bool IsVmdkThatGrows(ByteView head);
+// The same by all but the mark.
+bool IsVmdkBesideItsMark(ByteView head);
 
 // The header, or its copy at the end of the file if only that has the place of the directory.
 // Errors: those of the file's reads; DamagedVmdk if the header is not valid; kTruncatedImage if the
