@@ -53,8 +53,8 @@ protected:
 
     static size_t MarkAt(const Made &made, const std::string &image)
     {
-        return static_cast<size_t>(made.markAt < 0 ? static_cast<int64_t>(image.size()) + made.markAt
-                                                   : made.markAt);
+        return static_cast<size_t>(
+            made.markAt < 0 ? static_cast<int64_t>(image.size()) + made.markAt : made.markAt);
     }
 
     void ExpectTheDisk(const std::string &image, const std::string &note) const
@@ -107,7 +107,7 @@ TEST_F(LostMarks, AFixedVhdOfADiskWithABootSectorIsFoundByItsFooter)
 TEST_F(LostMarks, AHeaderThatIsDamagedBesideItsMarkIsNoSign)
 {
     // A bit of the version, the check of the ends of lines, a place of a table, a checksum.
-    constexpr std::pair<size_t, int64_t> kElsewhere[] = {{0, 6},  {0, 75}, {2, 5}, {2, 47},
+    constexpr std::pair<size_t, int64_t> kElsewhere[] = {{0, 6},  {0, 75}, {2, 5},   {2, 47},
                                                          {4, 70}, {4, 77}, {6, -400}};
     for (const auto &[number, place] : kElsewhere) {
         const Made &made = kMade[number];
@@ -117,8 +117,8 @@ TEST_F(LostMarks, AHeaderThatIsDamagedBesideItsMarkIsNoSign)
         image[static_cast<size_t>(at)] ^= 0x40;
         const auto file = SourceOf(image);
         const std::string head = image.substr(0, 512);
-        EXPECT_FALSE(FindLostMark(
-            *file, {reinterpret_cast<const uint8_t *>(head.data()), head.size()}))
+        EXPECT_FALSE(
+            FindLostMark(*file, {reinterpret_cast<const uint8_t *>(head.data()), head.size()}))
             << made.options << " " << place;
     }
 }
@@ -132,7 +132,8 @@ TEST_F(LostMarks, WhatIsDamagedBesidesIsReported)
     ASSERT_FALSE(OpenAt(folder.WriteFile("damaged", image), &container));
     ASSERT_EQ(container.notes.size(), 2u);
     EXPECT_EQ(container.notes[0], NoteOf(kMade[4]));
-    EXPECT_EQ(container.notes[1], "the VDI image ends early; 1000 bytes of the disk cannot be read");
+    EXPECT_EQ(container.notes[1],
+              "the VDI image ends early; 1000 bytes of the disk cannot be read");
 }
 
 TEST_F(LostMarks, TheTextOfAVmdkIsRecognisedByItsLines)
@@ -208,9 +209,9 @@ TEST(LostMarkOfADisk, ANameThatPromisesAnImageWhereNoneIsIsReported)
 {
     const TemporaryFolder folder;
     constexpr std::pair<const char *, const char *> kNamed[] = {
-        {"a.vmdk", "VMDK"}, {"a.QCOW2", "QCOW2"}, {"a.vdi", "VDI"},     {"a.vhd", "VHD"},
-        {"a.vhdx", "VHDX"}, {"a.E01", "E01"},     {"a-flat.vmdk", ""}, {"vmdk", ""},
-        {"a.img", ""}};
+        {"a.vmdk", "VMDK"},  {"a.QCOW2", "QCOW2"}, {"a.vdi", "VDI"},
+        {"a.vhd", "VHD"},    {"a.vhdx", "VHDX"},   {"a.E01", "E01"},
+        {"a-flat.vmdk", ""}, {"vmdk", ""},         {"a.img", ""}};
     for (const auto &[name, format] : kNamed) {
         Container container;
         ASSERT_FALSE(OpenAt(folder.WriteFile(name, NoiseBytes(100000, 1)), &container));

@@ -14,14 +14,23 @@ constexpr Status kDamaged = Status::kDamagedContainer;
 class VhdImages : public testing::Test {
 protected:
     // Three blocks; the middle one is not stored.
-    VhdWriter Growing(VhdRecipe recipe = {}) const
+    VhdWriter Growing(const VhdRecipe &given = {}) const
     {
+        VhdRecipe recipe = given;
         recipe.diskBytes = 3 * kBlock;
-        VhdWriter writer(std::move(recipe));
+        VhdWriter writer(recipe);
         writer.AddBlock("\xFF", first);
         writer.AddNothing();
-        writer.AddBlock("\x5F", last);
+        writer.AddBlock("\x5F", IsChild(recipe) ? last : WithoutSectors(last));
         return writer;
+    }
+
+    static bool IsChild(const VhdRecipe &recipe) { return recipe.type == 4; }
+
+    // Sectors 0 and 2 of the last block have no bit.
+    static std::string WithoutSectors(std::string block)
+    {
+        return block.replace(0, 512, 512, '\0').replace(1024, 512, 512, '\0');
     }
 
     Container Open(const std::string &image) const
@@ -58,14 +67,66 @@ TEST_F(VhdImages, WhatIsNotStoredIsZeros)
 {
     const Container container = Open(Growing().Image());
     ASSERT_NE(container.source, nullptr);
-    std::string expected = first + std::string(kBlock, '\0') + last;
-    // Sectors 0 and 2 of the last block have no bit.
-    expected.replace(2 * kBlock, 512, 512, '\0');
-    expected.replace(2 * kBlock + 1024, 512, 512, '\0');
+    const std::string expected = first + std::string(kBlock, '\0') + WithoutSectors(last);
     ASSERT_EQ(container.source->Size(), expected.size());
     EXPECT_TRUE(Read(container, 0, expected.size()) == expected);
     for (size_t at = 0; at + 700 < expected.size(); at += 100)
         EXPECT_TRUE(Read(container, at, 700) == expected.substr(at, 700)) << at;
+}
+
+// A bit was lost, or the data was meant to be gone: nobody can say.
+TEST_F(VhdImages, DataWithoutItsBitCannotBeRead)
+{
+    VhdRecipe recipe;
+    recipe.diskBytes = kBlock;
+    VhdWriter writer(recipe);
+    writer.AddBlock("\xF3", std::string(2048, '\0') + first.substr(2048));  // not 4 and 5
+    const Container container = Open(writer.Image());
+    const std::string failed =
+        "failed: read at 2048: the VHD image says that it was never written, "
+        "and yet holds data for it, which qemu-img convert takes";
+    EXPECT_EQ(Read(container, 2048, 1024), failed);
+    EXPECT_EQ(Read(container, 512, 3000), failed);
+    EXPECT_EQ(Read(container, 2500, 1), "failed: read at 2500" + failed.substr(20));
+    EXPECT_TRUE(Read(container, 3072, 1024) == first.substr(3072));
+    EXPECT_TRUE(Read(container, 0, 2048) == std::string(2048, '\0'));
+    std::string bytes(kBlock, '?');
+    EXPECT_EQ(container.source->ReadAt(512, bytes.data(), 3000).bytesRead, 1536u);
+    EXPECT_EQ(container.source->ReadAt(2600, bytes.data(), 1000).bytesRead, 0u);
+}
+
+TEST_F(VhdImages, AClearedBitInAnImageOfQemuLosesItsSectorOnly)
+{
+    VX_NEEDS("qemu-img");
+    const std::string disk = NoiseBytes(1 << 20, 5);
+    folder.WriteFile("disk", disk);
+    ASSERT_TRUE(RunShell("cd " + Quoted(folder.Path()) +
+                         " && qemu-img convert -f raw -O vpc -o force_size=on disk x.vhd"));
+    std::string image = folder.ReadFile("x.vhd");
+    const size_t bits = image.find(disk.substr(0, 512)) - 512;
+    image[bits + 3] &= '\xEF';
+    const Container container = Open(image);
+    EXPECT_EQ(Read(container, 27 * 512, 512).rfind("failed: read at 13824: ", 0), 0u);
+    for (size_t at = 0; at < disk.size(); at += 512) {
+        if (at != 27 * 512)
+            ASSERT_TRUE(Read(container, at, 512) == disk.substr(at, 512)) << at;
+    }
+}
+
+TEST_F(VhdImages, SectorsWithoutABitThatCannotBeReadAreZeros)
+{
+    VhdRecipe recipe;
+    recipe.diskBytes = kBlock;
+    VhdWriter writer(recipe);
+    writer.AddBlock("\xF3", first);
+    const std::string image = writer.Image();
+    const uint64_t bad = image.find(first) + 2048;
+    const auto container =
+        OpenVhd(std::make_shared<SourceWithHole>(image, bad, bad + 1024), NoParents());
+    ASSERT_TRUE(container);
+    std::string expected = first;
+    expected.replace(2048, 1024, 1024, '\0');
+    EXPECT_TRUE(Read(*container, 0, kBlock) == expected);
 }
 
 class DifferencingVhds : public VhdImages {

@@ -94,11 +94,32 @@ Error VhdBlocks::ReadStored(uint64_t block, uint64_t offset, uint8_t *place, siz
     const auto read = [&](uint64_t at, size_t bytes, bool isHere) {
         const uint64_t onDisk = offset - skip + at;
         if (!isHere)
-            return ReadElsewhere(onDisk, place + (at - skip), bytes);
+            return ReadUnmarked(data + at, onDisk, place + (at - skip), bytes);
         Error error = _file->ReadAt(data + at, place + (at - skip), bytes);
         return error ? AtPlace(std::move(error), onDisk) : Error();
     };
     return VisitSectorRuns(skip, skip + count, kSector, isStored, read);
+}
+
+// Sectors without a bit, which have this place in the file nevertheless.
+Error VhdBlocks::ReadUnmarked(uint64_t stored, uint64_t offset, uint8_t *place, size_t count) const
+{
+    if (_parent != nullptr)
+        return ReadElsewhere(offset, place, count);
+    ByteRanges gaps;
+    (void)_file->Salvage(stored, place, count, &gaps);  // a gap contradicts nothing
+    const uint8_t *const data =
+        std::find_if(place, place + count, [](uint8_t b) { return b != 0; });
+    if (data == place + count)
+        return {};
+    const uint64_t found = offset + static_cast<uint64_t>(data - place);
+    const uint64_t first = std::max(offset, found / kSector * kSector);
+    Error error = {Status::kSystemError,
+                   "the VHD image says that it was never written, and yet holds data for it, which "
+                   "qemu-img convert takes",
+                   EIO};
+    error.bytesRead = static_cast<size_t>(first - offset);
+    return AtPlace(std::move(error), first);
 }
 
 // What the file does not hold.

@@ -3,6 +3,10 @@
 // whose bit is not set, are zeros, or in a differencing image what the parent has there. A block in
 // a place that is claimed twice cannot be read.
 //
+// Without a parent, a sector whose bit is not set though its place in the file is not zeros cannot
+// be read either: by the format it was never written, and yet something was. Some programs take
+// what is stored, some zeros; here neither is passed off as the disk.
+//
 // Ownership: shares the file and the parent. Threads: any number at a time. Memory: the list of
 // contested places. Errors: kSystemError with "read at" and the place on the disk, EIO for what is
 // damaged or lies beyond the end of the table or the file, otherwise the errno of the file.
@@ -66,6 +70,7 @@ public:
 private:
     Error ReadInBlock(uint64_t offset, uint8_t *place, size_t count) const;
     Error ReadStored(uint64_t block, uint64_t offset, uint8_t *place, size_t count) const;
+    Error ReadUnmarked(uint64_t stored, uint64_t offset, uint8_t *place, size_t count) const;
     Error ReadElsewhere(uint64_t offset, uint8_t *place, size_t count) const;
 
     const std::shared_ptr<const ByteSource> _file;
