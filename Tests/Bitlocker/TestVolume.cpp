@@ -16,8 +16,12 @@ std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize)
     maker::PutBytes(image, 3, maker::ByteWriter().Text("NTFS    ").Result());
     maker::PutU16(image, 11, static_cast<uint16_t>(sectorSize));
     image[13] = 8;
-    maker::PutU64(image, 56, 2);
+    constexpr uint64_t kMirrorCluster = 2;
+    maker::PutU64(image, 56, kMirrorCluster);
     maker::PutU16(image, 510, 0xaa55);
+    const uint64_t mirror = kMirrorCluster * image[13] * sectorSize;
+    if (mirror < size)
+        maker::PutBytes(image, mirror, maker::ByteWriter().Text("FILE").Result());
     return image;
 }
 

@@ -13,7 +13,8 @@ constexpr char kPassword[] = "correct horse";
 constexpr char kRecovery[] = "000011-000022-000033-720885-111111-222222-333333-444444";
 constexpr char kOtherRecovery[] = "111111-222222-333333-444444-555555-666666-000011-000022";
 
-// Bytes that differ from sector to sector, after an NTFS boot sector that states sectorSize.
+// Bytes that differ from sector to sector, after an NTFS boot sector that states sectorSize, and
+// with the name of a record of NTFS where that has the mirror of its table of files.
 // size: a multiple of the sector size.
 std::vector<uint8_t> MakePlainImage(size_t size, uint32_t sectorSize = 512);
 

@@ -123,7 +123,7 @@ TEST_F(LostBootSector, TheBackupShowsASectorSizeThatNothingRecords)
     EXPECT_EQ(Open({}), VolumeLibraryStatus::kSuccess) << detail;
 }
 
-// --- A key that nothing proves
+// --- A key of the sectors, which nothing but what it decrypts proves
 
 class LostBootSectorAndKey : public LostBootSector {
 protected:
@@ -136,6 +136,22 @@ protected:
         recipe.state = 3;
         recipe.nextState = 1;
         return recipe;
+    }
+
+    // Its first sectors are not encrypted either.
+    static VolumeRecipe EncryptedInside()
+    {
+        VolumeRecipe recipe = HalfEncrypted();
+        recipe.relocationOffset = InsideRecipe().relocationOffset;
+        return recipe;
+    }
+
+    std::vector<std::string> FileSystems()
+    {
+        const TestImage fat16{};
+        EXPECT_TRUE(fat16.MakeFat(16, "-F 16"));
+        return {NtfsFileSystem(), Fat32FileSystem(), ExfatFileSystem(),
+                fat16.Folder().ReadFile("image")};
     }
 
     static std::string Hex(const std::vector<uint8_t> &bytes)
@@ -155,29 +171,52 @@ protected:
         return Open({}, UnlockKind::kSectorKey);
     }
 
-    static std::vector<uint8_t> RightKey()
+    // The right key opens it, without doubt, and another one does not.
+    void ExpectRightKeyOnly(VolumeLibraryStatus refusal = VolumeLibraryStatus::kWrongSecret)
     {
-        return bitlocker::maker::MadeUpBytes(1).Bytes("sector key", 32);
+        std::vector<uint8_t> key = bitlocker::maker::MadeUpBytes(1).Bytes("sector key", 32);
+        EXPECT_EQ(OpenWithSectorKey(key), VolumeLibraryStatus::kSuccess) << detail;
+        EXPECT_EQ(detail.find("nothing that could be read shows"), std::string::npos) << detail;
+        key[0] ^= 1;
+        EXPECT_EQ(OpenWithSectorKey(key), refusal) << detail;
     }
 };
 
 TEST_F(LostBootSectorAndKey, ABackupThatIsNotEncryptedDoesNotMakeAWrongKeyRight)
 {
     Take(MakeVolume(NtfsFileSystem(), HalfEncrypted()));
-    EXPECT_EQ(OpenWithSectorKey(RightKey()), VolumeLibraryStatus::kSuccess) << detail;
-    std::vector<uint8_t> wrong = RightKey();
-    wrong[0] ^= 1;
-    EXPECT_EQ(OpenWithSectorKey(wrong), VolumeLibraryStatus::kWrongSecret) << detail;
+    ExpectRightKeyOnly();
 }
 
 TEST_F(LostBootSectorAndKey, ABackupThatIsEncryptedProvesTheKey)
 {
-    Take(MakeVolume(NtfsFileSystem(), InsideRecipe()));
-    disk[relocated + 3] ^= 1;
-    EXPECT_EQ(OpenWithSectorKey(RightKey()), VolumeLibraryStatus::kSuccess) << detail;
-    std::vector<uint8_t> wrong = RightKey();
-    wrong[0] ^= 1;
-    EXPECT_EQ(OpenWithSectorKey(wrong), VolumeLibraryStatus::kWrongSecret) << detail;
+    for (const std::string &plain : {NtfsFileSystem(), Fat32FileSystem(), ExfatFileSystem()}) {
+        Take(MakeVolume(plain, InsideRecipe()));
+        disk[relocated + 3] ^= 1;
+        ExpectRightKeyOnly();
+        bad = {{relocated, kSector}};
+        ExpectRightKeyOnly(VolumeLibraryStatus::kReadFailed);
+        bad.clear();
+    }
+}
+
+// All of it that shows a file system opens with any key; what is encrypted would be garbage.
+TEST_F(LostBootSectorAndKey, AWrongKeyIsRefusedThoughTheFileSystemBeginsWithPlainSectors)
+{
+    for (const std::string &plain : FileSystems()) {
+        Take(MakeVolume(plain, EncryptedInside()));
+        ExpectRightKeyOnly();
+    }
+}
+
+TEST_F(LostBootSectorAndKey, ABackupThatIsNotEncryptedIsUsedIfTheTablesProveTheKey)
+{
+    for (const std::string &plain : {NtfsFileSystem(), Fat32FileSystem(), ExfatFileSystem()}) {
+        Take(MakeVolume(plain, EncryptedInside()));
+        bad = {{relocated, kSector}};
+        ExpectRightKeyOnly();
+        bad.clear();
+    }
 }
 
 }  // namespace

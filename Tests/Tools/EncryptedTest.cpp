@@ -33,6 +33,7 @@ protected:
     }
 
     const std::string _key = _folder.At("k.BEK");
+    const std::string _report = _folder.At("report");
 };
 
 TEST_F(Encrypted, AStartupKeyBringsTheFiles)
@@ -54,6 +55,23 @@ TEST_F(Encrypted, SectorsOf4096BytesBringTheFiles)
     MakeImage(32, "-S 4096");
     Encrypt("--sector-size 4096 --password correct");
     ExpectExport({"--unlock", "password", "correct"});
+}
+
+// Nothing of known contents is encrypted here, and so nothing shows a wrong key to be wrong.
+TEST_F(Encrypted, AKeyOfSectorsThatNothingProvesBringsTheFilesAndIsNoSuccess)
+{
+    MakeImage(8, "-f 1");
+    const std::string sectorKey = _folder.At("fvek");
+    Encrypt("--password other --encrypted 9216 --sector-key '" + sectorKey + "'");
+    const Result result =
+        Run({_image, "--to", _destination, "--unlock", "fvek", sectorKey, "--report", _report});
+    EXPECT_EQ(result.status, 1) << result.errors;
+    EXPECT_NE(result.output.find("Failed: 1\n  nothing shows that the key of the sectors is the "
+                                 "one of this volume"),
+              std::string::npos)
+        << result.output;
+    EXPECT_NE(_folder.ReadFile("report").find("nothing shows that the key"), std::string::npos);
+    EXPECT_TRUE(FilesBelow(_destination) == FilesBelow(_volume));
 }
 
 TEST_F(Encrypted, AMissingStartupKeyFileIsNamedBeforeTheReason)

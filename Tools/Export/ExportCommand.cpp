@@ -44,6 +44,10 @@ int FailWith(int status, const std::string &error)
     return status;
 }
 
+constexpr char kUnprovenKey[] =
+    "nothing shows that the key of the sectors is the one of this volume: everything that was "
+    "decrypted may be wrong; compare a file that you know";
+
 // What follows a shortage of room.
 struct ShortageTexts {
     const char *advice;
@@ -188,6 +192,8 @@ int ExportCommand::RunInto(bool isNew)
 // Before the summary, which may have no reader.
 int ExportCommand::Report()
 {
+    if (!_session.Reports().IsKeyProven())
+        _report.errors.emplace_back(kUnprovenKey);
     std::string error;
     if (!_sink.Ended(_planned, _report, Status(), &error))
         _report.errors.push_back(error);

@@ -41,6 +41,8 @@ VolumeReports::VolumeReports(void *library, IVolume &volume)
       _visitTablesRead(FunctionOf<VolumeLibraryVisitTablesReadFunction>(
           library, "volume_library_visit_tables_read")),
       _isGone(FunctionOf<VolumeLibraryIsGoneFunction>(library, "volume_library_is_gone")),
+      _describeUnlocking(FunctionOf<VolumeLibraryDescribeUnlockingFunction>(
+          library, "volume_library_describe_unlocking")),
       _visitStreams(
           FunctionOf<VolumeLibraryVisitStreamsFunction>(library, "volume_library_visit_streams")),
       _openStream(
@@ -99,6 +101,13 @@ VolumeHandle VolumeReports::OpenStream(const std::u16string &path, const std::u1
 bool VolumeReports::IsGone() const
 {
     return _isGone != nullptr && _isGone(&_volume);
+}
+
+bool VolumeReports::IsKeyProven() const
+{
+    VolumeUnlockingReport report;
+    return _describeUnlocking == nullptr || !_describeUnlocking(&_volume, &report) ||
+           report.isKeyProven != 0;
 }
 
 }  // namespace vx

@@ -42,6 +42,9 @@ public:
     VolumeHandle OpenStream(const std::u16string &path, const std::u16string &name) const;
     // Whether the disk or image went away.
     bool IsGone() const;
+    // False: what is read may be wrong, since the volume was opened with a key of its sectors that
+    // nothing shows to be the right one.
+    bool IsKeyProven() const;
 
 private:
     IVolume &_volume;
@@ -51,6 +54,7 @@ private:
     const VolumeLibraryFilePlacesFunction _filePlaces;
     const VolumeLibraryVisitTablesReadFunction _visitTablesRead;
     const VolumeLibraryIsGoneFunction _isGone;
+    const VolumeLibraryDescribeUnlockingFunction _describeUnlocking;
     const VolumeLibraryVisitStreamsFunction _visitStreams;
     const VolumeLibraryOpenStreamFunction _openStream;
 };

@@ -27,6 +27,17 @@ bool DecryptedVolume::IsEncrypted(uint64_t offset) const
            _layout.ExtentAt(offset - offset % SectorSize()).kind == Extent::Kind::kEncrypted;
 }
 
+bool DecryptedVolume::IsBlank(uint64_t offset) const
+{
+    if (offset >= Size())
+        return false;
+    std::vector<uint8_t> stored(SectorSize());
+    const uint64_t begin = _layout.ExtentAt(offset - offset % SectorSize()).stored;
+    const bool isRead = !_source->ReadAt(begin, stored.data(), stored.size());
+    return isRead &&
+           std::all_of(stored.begin(), stored.end(), [](uint8_t byte) { return byte == 0; });
+}
+
 Error DecryptedVolume::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
     return ReadBySalvage(offset, buffer, count);

@@ -31,6 +31,8 @@ public:
     uint32_t SectorSize() const { return _layout.SectorSize(); }
     // Whether the sector with the byte is stored encrypted. False beyond the end.
     bool IsEncrypted(uint64_t offset) const;
+    // Whether nothing but zeros is stored in the sector with the byte. False if it cannot be read.
+    bool IsBlank(uint64_t offset) const;
     Error ReadAt(uint64_t offset, void *buffer, size_t count) const override;
     void Locate(uint64_t offset, uint64_t length, const StoredPlaceVisitor &visit) const override;
 

@@ -15,6 +15,9 @@ constexpr uint16_t kStateEncrypted = 4;
 constexpr uint16_t kStateDecrypted = 1;
 constexpr uint64_t kMirrorClusterAt = 56;
 
+constexpr char kRefutedKey[] =
+    "what the key of the sectors gives is not what the file system has there: it is not the key of "
+    "this volume, or the file system is damaged; the volume has: ";
 constexpr char kUnprovenKey[] =
     "nothing that could be read shows that the key of the sectors is the one of this volume; if it "
     "is another one, everything that was decrypted with it is wrong";
@@ -52,33 +55,6 @@ bool IsPlausible(const DecryptedVolume &volume)
     const uint32_t stated = StatedSectorSize(sector);
     return (IsNamed(sector) || EndsAsBootSector(sector)) &&
            (stated == 0 || stated == volume.SectorSize());
-}
-
-// The same of the backup of one, which must not be found where there is none. One that is not
-// stored encrypted says nothing about how the volume is decrypted.
-bool IsBackupAt(const DecryptedVolume &volume, uint64_t offset)
-{
-    uint8_t bytes[kFirstSectorBytes];
-    if (!volume.IsEncrypted(offset) || volume.ReadAt(offset, bytes, sizeof bytes))
-        return false;
-    const ByteView sector(bytes, sizeof bytes);
-    return EndsAsBootSector(sector) && (IsNamed(sector) || LooksLikeFat(sector)) &&
-           StatedSectorSize(sector) == volume.SectorSize();
-}
-
-// Whether there is one where the file systems have it.
-bool HasBackup(const DecryptedVolume &volume)
-{
-    constexpr uint64_t kFat32Sector = 6;
-    constexpr uint64_t kExfatSector = 12;
-    constexpr uint64_t kNtfsBytes = 4096;  // at the end; the last sector may lie a little before
-    const uint64_t sectorSize = volume.SectorSize();
-    std::vector<uint64_t> offsets = {kFat32Sector * sectorSize, kExfatSector * sectorSize};
-    for (uint64_t left = sectorSize; left <= std::min(kNtfsBytes, volume.Size());
-         left += sectorSize)
-        offsets.push_back(volume.Size() - left);
-    return std::any_of(offsets.begin(), offsets.end(),
-                       [&](uint64_t offset) { return IsBackupAt(volume, offset); });
 }
 
 }  // namespace
@@ -268,14 +244,30 @@ Result<UnlockedVolume> VolumeOpener::Build() const
             if (!volume)
                 return volume.Failure();
             if (IsPlausible(**volume))
-                return UnlockedVolume{*volume, Facts(**volume, true)};
+                return Finish(*volume, true);
             const bool isBackedUp = !hasBackup && HasBackup(**volume);
             if (likeliest == nullptr || isBackedUp)
                 likeliest = *volume;
             hasBackup = hasBackup || isBackedUp;
         }
     }
-    return UnlockedVolume{likeliest, Facts(*likeliest, false)};
+    return Finish(likeliest, false);
+}
+
+// Part of a volume may be plain, and look right with any key.
+Result<UnlockedVolume> VolumeOpener::Finish(const VolumePointer &volume,
+                                            bool looksLikeFileSystem) const
+{
+    UnlockedVolume unlocked = {volume, Facts(*volume, looksLikeFileSystem)};
+    if (_key.by != UnlockedBy::kSectorKey)
+        return unlocked;
+    const KeyProof proof = ProofOfKey(*volume);
+    if (proof == KeyProof::kRefuted)
+        return Error{Status::kWrongSecret, kRefutedKey + unlocked.facts.protectors};
+    unlocked.facts.isKeyProven = proof == KeyProof::kProven;
+    if (!unlocked.facts.isKeyProven)
+        unlocked.facts.warnings.emplace_back(kUnprovenKey);
+    return unlocked;
 }
 
 std::vector<uint32_t> VolumeOpener::SectorSizes() const
@@ -331,9 +323,6 @@ VolumeFacts VolumeOpener::Facts(const DecryptedVolume &volume, bool looksLikeFil
     facts.looksLikeFileSystem = looksLikeFileSystem;
     facts.warnings = _copies.warnings;
     facts.warnings.insert(facts.warnings.end(), _key.warnings.begin(), _key.warnings.end());
-    facts.isKeyProven = _key.by != UnlockedBy::kSectorKey || IsKeyProven(volume);
-    if (!facts.isKeyProven)
-        facts.warnings.emplace_back(kUnprovenKey);
     return facts;
 }
 

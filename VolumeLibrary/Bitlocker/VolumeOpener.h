@@ -88,6 +88,7 @@ private:
     UnlockedKey WithoutKey() const;
     Error CheckReadable() const;
     Result<UnlockedVolume> Build() const;
+    Result<UnlockedVolume> Finish(const VolumePointer &volume, bool looksLikeFileSystem) const;
     // The sizes to try, the likeliest first.
     std::vector<uint32_t> SectorSizes() const;
     Result<VolumePointer> MakeVolume(uint32_t sectorSize, bool flipRelocated) const;

@@ -6,7 +6,8 @@
 namespace vx {
 namespace {
 
-constexpr const char *kNothingUnlocked = "it was unlocked, but there is no NTFS, FAT or exFAT in it";
+constexpr const char *kNothingUnlocked =
+    "it was unlocked, but there is no NTFS, FAT or exFAT in it";
 
 }  // namespace
 

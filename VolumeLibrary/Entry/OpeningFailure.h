@@ -20,8 +20,9 @@ Error NothingThatOpens(const ByteSource &source, bool wasEncrypted);
 // The sentence and, after it, how a volume is searched for that may have been there.
 std::string WithSearchHint(const std::string &sentence);
 
-// What looks like damage may be a wrong key of the sectors, which nothing authenticates. protectors:
-// those of the volume if its key is not proven, else empty, which returns the error as it is.
+// What looks like damage may be a wrong key of the sectors, which nothing authenticates.
+// protectors: those of the volume if its key is not proven, else empty, which returns the error as
+// it is.
 Error WithDoubt(Error error, const std::string &protectors);
 
 // What looks like damage may be a failed read. A read beyond the end of a complete volume, though,

@@ -12,6 +12,7 @@ UnlockedWith::UnlockedWith(const bitlocker::UnlockedVolume &opened)
 {
     const VolumeFacts &facts = opened.facts;
     PutText(MethodName(facts.method), _report.method);
+    _report.isKeyProven = facts.isKeyProven ? 1 : 0;
     switch (facts.unlockedBy) {
     case UnlockedBy::kNothing:
         break;

@@ -143,6 +143,9 @@ struct VolumeUnlockingReport {
     char kind[64] = {};        // the protector's, as DiskProtectorReport::kind; "vmk", "fvek"
     char identifier[40] = {};  // the protector's; empty for a raw key
     char method[32] = {};      // "AES-128-XTS"
+    // 0: nothing that could be read shows that the key of the sectors ("fvek") is the one of this
+    // volume, and everything that is decrypted with it may be wrong.
+    uint32_t isKeyProven = 1;
 };
 
 // "volume_library_describe_unlocking". False for a volume that is not encrypted.

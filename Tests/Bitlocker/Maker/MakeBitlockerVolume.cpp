@@ -36,7 +36,8 @@ int Usage()
     std::fputs("usage: make-bitlocker-volume PLAIN OUT [--method xts128|xts256|cbc128|cbc256|"
                "elephant128|elephant256]\n"
                "           [--layout windows7|vista|togo] [--password TEXT] [--recovery DIGITS]\n"
-               "           [--startup-key FILE] [--clear-key] [--sector-size 512|1024|2048|4096]\n",
+               "           [--startup-key FILE] [--clear-key] [--sector-size 512|1024|2048|4096]\n"
+               "           [--encrypted BYTES] [--sector-key FILE]\n",
                stderr);
     return 2;
 }
@@ -51,6 +52,24 @@ ProtectorRecipe StartupKeyIn(const std::string &path)
     return ProtectorRecipe::StartupKey(protector);
 }
 
+// As hexadecimal digits; of AES-128-XTS.
+void WriteSectorKey(const std::string &path)
+{
+    std::vector<uint8_t> text;
+    for (const uint8_t byte : MadeUpBytes(VolumeRecipe().seed).Bytes("sector key", 32))
+        for (const int digit : {byte >> 4, byte & 15})
+            text.push_back(static_cast<uint8_t>("0123456789abcdef"[digit]));
+    FileSink(path).Write(0, text);
+}
+
+// As the encryption left it that was stopped.
+void StopAt(VolumeRecipe &recipe, uint64_t bytes)
+{
+    recipe.encryptedSize = bytes;
+    recipe.state = 3;
+    recipe.nextState = 1;
+}
+
 bool TakeOption(VolumeRecipe &recipe, const std::string &name, const std::string &value)
 {
     if (name == "--method" && kMethods.count(value) != 0)
@@ -63,6 +82,10 @@ bool TakeOption(VolumeRecipe &recipe, const std::string &name, const std::string
         recipe.protectors.push_back(ProtectorRecipe::Recovery(value));
     else if (name == "--startup-key")
         recipe.protectors.push_back(StartupKeyIn(value));
+    else if (name == "--encrypted")
+        StopAt(recipe, std::stoull(value));
+    else if (name == "--sector-key")
+        WriteSectorKey(value);
     else if (name == "--sector-size" && kSectorSizes.count(value) != 0)
         recipe.sectorSize = kSectorSizes.at(value);
     else
