@@ -1,6 +1,7 @@
 // The volume itself as a file: --raw.
 #include "EncryptedFixture.h"
 #include "Eventually.h"
+#include "MountedDisk.h"
 
 #include <csignal>
 #include <random>
@@ -136,6 +137,37 @@ TEST_F(Raw, CtrlCLeavesNoFile)
     EXPECT_EQ(run.Wait(), 128 + SIGINT);
     EXPECT_EQ(Names(), "");
     EXPECT_TRUE(Holds(run.Output(), "Not kept, since it is incomplete: /volume.img"));
+}
+
+TEST_F(Raw, WhatAKilledRunHasLeftIsDeletedByTheNextOne)
+{
+    _folder.WriteFile("image", NoiseVolume(kMiB));
+    Shell("truncate -s 64G '" + _image + "'");
+    ToolRun run(kTool, {"--raw", _file, "--no-space-check", _image});
+    run.AwaitText("Writing the volume");
+    ASSERT_TRUE(Eventually([this] { return Names() == ".raw.partial "; }));
+    run.Send(SIGKILL);
+    run.Wait();
+    ASSERT_EQ(Names(), ".raw.partial ");
+    _folder.WriteFile("to/.raw.2.partial", "left");
+    _folder.WriteFile("to/.other.partial", "of another file");
+    Shell("truncate -s 1M '" + _image + "'");
+    EXPECT_EQ(Write({}).status, 0);
+    EXPECT_EQ(Names(), ".other.partial raw ");
+    EXPECT_TRUE(Written() == _folder.ReadFile("image"));
+}
+
+// On a stick with room for one the next run would fail.
+TEST_F(Raw, WhatAKilledRunHasLeftIsDeletedBeforeTheRoomIsCounted)
+{
+    const MountedDisk disk(DiskKind::kNtfs, 40);
+    VX_NEEDS_DISK(disk);
+    _folder.WriteFile("image", NoiseVolume(20 * kMiB));
+    const std::string leftover = disk.Path() + "/.raw.partial";
+    Shell("head -c 20M /dev/urandom > '" + leftover + "'");
+    const Result result = Run({"--raw", disk.Path() + "/raw", _image});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_NE(access(leftover.c_str(), F_OK), 0);
 }
 
 TEST_F(Raw, WithoutRoomNothingIsWritten)

@@ -70,6 +70,10 @@ public:
         return false;
     }
 
+    // Before Begin, and before the room is looked at: deletes what killed runs have left of the
+    // plan's files, if that is wanted.
+    virtual void ClearLeftovers(const ExportScene &) {}
+
     // Before the first file. False: nothing is exported, and error says why in one line.
     virtual bool Begin(const ExportScene &, std::string * /*error*/) { return true; }
 

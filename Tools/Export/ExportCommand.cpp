@@ -215,9 +215,11 @@ int ExportCommand::Refuse(int status, const std::string &error)
 
 bool ExportCommand::MayBegin(const PlanNames &names, std::string *error)
 {
+    const ExportScene scene = {_planned.plan, names, _tree, _destination.Path(), _traits};
+    _sink.ClearLeftovers(scene);
     if (!_options.skipsSpaceCheck && !HasRoom(names, error))
         return false;
-    return _sink.Begin({_planned.plan, names, _tree, _destination.Path(), _traits}, error);
+    return _sink.Begin(scene, error);
 }
 
 // Without room, what fits is exported if the user wants that.

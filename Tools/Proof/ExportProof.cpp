@@ -90,6 +90,13 @@ bool ExportProof::LooksComplete(const PlanEntry &entry, const struct stat &found
            EarlierCopies::HasSizeAndTime(entry, found, settings, !_options.manifest.empty());
 }
 
+// The volume itself is always written anew, so what is left of it is of no use.
+void ExportProof::ClearLeftovers(const ExportScene &scene)
+{
+    if (_options.resume || _options.IsRaw())
+        RemoveLeftovers(scene, PartialNames(scene.plan));
+}
+
 bool ExportProof::Begin(const ExportScene &scene, std::string *error)
 {
     _plan = &scene.plan;
@@ -107,7 +114,6 @@ bool ExportProof::Begin(const ExportScene &scene, std::string *error)
     settings.timeStep = scene.traits.timeStep;
     settings.journal = _journal.get();
     _earlier = std::make_unique<EarlierCopies>(scene.plan, scene.names, settings);
-    RemoveLeftovers(scene, PartialNames(scene.plan));
     return true;
 }
 

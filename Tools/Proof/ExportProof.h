@@ -34,6 +34,7 @@ public:
 
     bool LooksComplete(const PlanEntry &entry, const struct stat &found,
                        int64_t timeStep) const override;
+    void ClearLeftovers(const ExportScene &scene) override;
     bool Begin(const ExportScene &scene, std::string *error) override;
     bool IsAlreadyThere(ExportPlan::Number number, int folder, const std::string &name) override;
     void IsNotThere(ExportPlan::Number number) override { _files.Forget(number); }
