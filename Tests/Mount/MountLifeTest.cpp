@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "Eventually.h"
 #include "MountPoint.h"
@@ -130,6 +131,26 @@ TEST_F(MountLife, GivesAllOfALargeFileThatHasGrownSinceItWasListed)
     EXPECT_EQ(Shell("stat -c %s " + Quoted(folder + "/large")).output, "100000");
     ASSERT_EQ(Shell("head -c 200000 /dev/zero >> " + Quoted(file)).status, 0);
     EXPECT_EQ(Shell("cat " + Quoted(folder + "/large") + " | wc -c").output, "300000");
+}
+
+// Another file may have taken its place when it is opened once more. The kernel reads ahead by
+// several requests at a time.
+TEST_F(MountLife, AFileOfAPlainFolderIsOpenedOnceHoweverMuchIsReadAtATime)
+{
+    const std::string file = _folder.WriteFile("volume/large", "");
+    ASSERT_EQ(truncate(file.c_str(), 100 << 20), 0);
+    const std::string folder = MountPoint();
+    ToolRun run(VX_MOUNT, {Volume(), folder});
+    AwaitMount(folder);
+    const UniqueFd used(open((folder + "/large").c_str(), O_RDONLY | O_CLOEXEC));
+    posix_fadvise(used.Get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    std::vector<char> bytes(1 << 20);
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(read(used.Get(), bytes.data(), bytes.size()), 1 << 20);
+    const std::string opened = "/proc/" + std::to_string(run.Process()) + "/fd";
+    EXPECT_EQ(Shell("find " + opened + " -lname " + Quoted(file) + " | wc -l").output, "1");
+    run.Send(SIGTERM);
+    EXPECT_EQ(run.Wait(), 0);
 }
 
 TEST_F(MountLife, CannotBeWrittenTo)

@@ -172,7 +172,6 @@ void FuseTree::Calls::Begin(void *, fuse_conn_info *connection)
           FUSE_CAP_NO_OPENDIR_SUPPORT, FUSE_CAP_CACHE_SYMLINKS})
         Want(connection, capability);
     connection->max_read = kLargestRead;
-    connection->max_readahead = std::max(connection->max_readahead, kLargestRead);
     connection->max_background = kMostReadsAhead;
     connection->congestion_threshold = kMostReadsAhead;
 }

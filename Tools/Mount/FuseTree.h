@@ -20,8 +20,9 @@ namespace vx {
 
 class FuseTree {
 public:
-    // The most bytes of one read: what the kernel takes by default.
-    static constexpr unsigned kLargestRead = 1U << 20;
+    // The most bytes of one read. The kernel asks for some of its read-ahead at a time; asked for
+    // in smaller pieces it is decrypted on several threads.
+    static constexpr unsigned kLargestRead = 128U << 10;
     // That must be allowed to call the operations at a time.
     static constexpr unsigned kFewestThreads = 3;
 

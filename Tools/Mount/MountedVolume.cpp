@@ -115,7 +115,7 @@ int MountedVolume::OpenFile(Number number, std::unique_ptr<MountedFile> *file, b
     const auto path = _nodes.PathOf(number);
     if (!entry || !path)
         return ESTALE;
-    *file = MountedFile::Open(_volume, *path);
+    *file = MountedFile::Open(_volume, *path, _readsOfFile);
     if (*file == nullptr)
         return WhyNotOpen(*path);
     VolumeEntryReport report;

@@ -26,8 +26,10 @@ public:
         ShownEntry entry;
     };
 
-    MountedVolume(IVolume &volume, const VolumeReports &reports)
-        : _volume(volume), _reports(reports)
+    // readsOfFile: of one file, at a time; see MountedFile.
+    MountedVolume(IVolume &volume, const VolumeReports &reports,
+                  size_t readsOfFile = MountedFile::kMostReads)
+        : _volume(volume), _reports(reports), _readsOfFile(readsOfFile)
     {
     }
 
@@ -54,6 +56,7 @@ private:
 
     IVolume &_volume;
     const VolumeReports &_reports;
+    const size_t _readsOfFile;
     NodeTable _nodes;
     FolderCache _folders;
 };

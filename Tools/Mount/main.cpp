@@ -18,6 +18,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <sys/stat.h>
 
 namespace {
 
@@ -69,11 +70,19 @@ VolumeFileSystemReport FileSystemOf(const vx::LoadedLibrary &library, IVolume *v
     return report;
 }
 
+// In a plain folder another file may take the place of one meanwhile.
+size_t ReadsOfFile(const std::string &volume)
+{
+    struct stat found = {};
+    const bool isFolder = stat(volume.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
+    return isFolder ? 1 : vx::MountedFile::kMostReads;
+}
+
 int Serve(const vx::LoadedLibrary &library, IVolume *opened, const MountOptions &options,
           vx::Background *background)
 {
     const vx::VolumeReports reports(library.Handle(), *opened);
-    vx::MountedVolume volume(*opened, reports);
+    vx::MountedVolume volume(*opened, reports, ReadsOfFile(options.volume));
     std::string error;
     if (vx::MountedVolume::Folder root; volume.OpenFolder(vx::NodeTable::kRoot, &root) != 0)
         return Fail(vx::kExitNotOpened, "cannot open " + vx::TerminalText(options.volume) +
