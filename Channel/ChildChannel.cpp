@@ -23,9 +23,9 @@ constexpr size_t kMostOpeningBytes = 3 * (4 + kMostChannelText);
 int DescriptorNumber(std::string_view text)
 {
     constexpr size_t kMostDigits = 9;  // of any that an int holds
-    const bool isPlain = !text.empty() && text.size() <= kMostDigits &&
-                         std::all_of(text.begin(), text.end(),
-                                     [](char sign) { return sign >= '0' && sign <= '9'; });
+    const bool isPlain =
+        !text.empty() && text.size() <= kMostDigits &&
+        std::all_of(text.begin(), text.end(), [](char sign) { return sign >= '0' && sign <= '9'; });
     int number = 0;
     for (const char digit : text)
         number = isPlain ? 10 * number + (digit - '0') : -1;

@@ -67,8 +67,8 @@ TEST_F(ChannelReports, ArriveWithAllTheySay)
     EXPECT_EQ(damage.kind, ChannelDamageKind::kFileData);
     EXPECT_EQ(damage.obstacle, 8U);
     EXPECT_EQ(damage.path, "/a/\xED\xA0\x80");
-    EXPECT_THAT(Pairs(damage.ranges),
-                ElementsAre(std::pair(uint64_t{512}, uint64_t{1024}), std::pair(kMuch, uint64_t{4096})));
+    EXPECT_THAT(Pairs(damage.ranges), ElementsAre(std::pair(uint64_t{512}, uint64_t{1024}),
+                                                  std::pair(kMuch, uint64_t{4096})));
     EXPECT_EQ(damage.more, 7U);
     EXPECT_EQ(Next<ChannelLoss>().count, kMuch);
     EXPECT_FALSE(host.Read());
@@ -136,7 +136,8 @@ TEST_F(ChannelReports, CutALongLineAtTheEndOfACharacter)
 TEST_F(ChannelReports, OfAPathThatIsTooLongAreCountedAsLost)
 {
     child->Report(ChannelOpened{});
-    child->Report(ChannelDamage{ChannelDamageKind::kFolder, 7, std::string(kMostChannelPath + 1, 'a'), {}, 0});
+    child->Report(ChannelDamage{
+        ChannelDamageKind::kFolder, 7, std::string(kMostChannelPath + 1, 'a'), {}, 0});
     Next<ChannelOpened>();
     EXPECT_EQ(Next<ChannelLoss>().count, 1U);
 }

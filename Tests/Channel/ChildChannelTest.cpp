@@ -1,11 +1,11 @@
 // What the library does with whatever a host sends, or does not send or read.
-#include "ChannelPeer.h"
 #include "ChildChannel.h"
+#include "ChannelPeer.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <fcntl.h>
 #include <thread>
 
 namespace vx {
@@ -131,14 +131,15 @@ TEST_P(MalformedOpening, IsRefusedAtOnce)
 INSTANTIATE_TEST_SUITE_P(
     All, MalformedOpening,
     testing::Values(
-        Message(1, ""), Message(1, Text("v") + Text("none")),                        // texts missing
-        Message(1, Text("v") + Text("none") + Text("s") + "x"),                      // one more byte
-        Message(1, Text("v") + Text("none") + Text(std::string("a\0b", 3))),         // a zero in it
-        Message(1, Text("v") + Text("none") + U32(100) + "secret"),                  // lying lengths
-        Message(1, U32(0xFFFFFFFF) + "v" + Text("none") + Text("s")),                //
+        Message(1, ""), Message(1, Text("v") + Text("none")),                 // texts missing
+        Message(1, Text("v") + Text("none") + Text("s") + "x"),               // one more byte
+        Message(1, Text("v") + Text("none") + Text(std::string("a\0b", 3))),  // a zero in it
+        Message(1, Text("v") + Text("none") + U32(100) + "secret"),           // lying lengths
+        Message(1, U32(0xFFFFFFFF) + "v" + Text("none") + Text("s")),         //
         Message(1, Text("v") + Text("none") + Text(std::string(kMostChannelText + 1, 'x'))),
-        U32(1) + U32(0xFFFFFFFF), U32(99) + U32(kMostChannelBody + 1),               // too long
-        Message(3, U32(0) + Text("")), Message(6, std::string(32, 'k'))));  // what only a child says
+        U32(1) + U32(0xFFFFFFFF), U32(99) + U32(kMostChannelBody + 1),  // too long
+        Message(3, U32(0) + Text("")),
+        Message(6, std::string(32, 'k'))));  // what only a child says
 
 TEST_F(ChildChannelTest, IsNeverBlockedByAHostThatDoesNotRead)
 {
@@ -264,8 +265,10 @@ TEST(InheritedChannel, IsAPlainNumberOfAConnectedSocket)
 {
     RawPair pair;
     const std::string number = std::to_string(pair.one.Get());
-    for (const std::string &text : std::vector<std::string>{std::string(), " " + number, number + " ", "+" + number, "-1", number + "x",
-          "0x" + number, number + ".0", std::string("99999999999999999999"), std::string("4096")})
+    for (const std::string &text :
+         std::vector<std::string>{std::string(), " " + number, number + " ", "+" + number, "-1",
+                                  number + "x", "0x" + number, number + ".0",
+                                  std::string("99999999999999999999"), std::string("4096")})
         EXPECT_FALSE(ChildChannel::Inherited(text.c_str())) << text;
     EXPECT_EQ(pair.one.Get(), ChildChannel::Inherited(number.c_str()).Release());
 }

@@ -1,6 +1,6 @@
 // What a host does with whatever a child sends.
-#include "ChannelPeer.h"
 #include "HostChannel.h"
+#include "ChannelPeer.h"
 
 #include <gmock/gmock.h>
 
@@ -63,8 +63,7 @@ protected:
     UniqueFd child;
 };
 
-class MalformedReport : public HostChannelTest, public testing::WithParamInterface<std::string> {
-};
+class MalformedReport : public HostChannelTest, public testing::WithParamInterface<std::string> {};
 
 TEST(HostChannelPrepare, WritesTheOpeningBeforeTheChildIsThere)
 {
@@ -108,7 +107,8 @@ TEST_F(HostChannelTest, GivesAReportOnlyWhenAllOfItIsThere)
 TEST(HostChannelEnd, IsReportedIfAMessageIsCutAtAnyByte)
 {
     const std::string begin = Opened();
-    for (const std::string &message : {Opened(), Damage(), Message(5, U64(1)), Key(), Message(99, "x")}) {
+    for (const std::string &message :
+         {Opened(), Damage(), Message(5, U64(1)), Key(), Message(99, "x")}) {
         for (size_t length = 1; length < message.size(); ++length) {
             HostChannel host;
             ASSERT_TRUE(host.Prepare({}));
@@ -196,24 +196,24 @@ const std::string kRange = U64(512) + U64(512);
 INSTANTIATE_TEST_SUITE_P(
     AfterOpened, MalformedReport,
     testing::Values(
-        Message(1, Text("v") + Text("none") + Text("")),                       // an opening
-        Message(5, U64(1) + "x"),                                              // too long
-        Message(5, U32(1)),                                                    // too short
-        U32(4) + U32(kMostChannelBody + 1),                                    // no such body
-        U32(4) + U32(0xFFFFFFFF),                                              //
-        U32(6) + U32(kMostChannelKey + 1),                                     // no such key
-        Message(6, ""),                                                        //
-        Message(4, DamageBody(0, "/a", U32(0))),                               // no such kind
-        Message(4, DamageBody(5, "/a", U32(0))),                               //
-        Message(4, DamageBody(1, std::string("/\0a", 3), U32(0))),             // a zero in a path
-        Message(4, DamageBody(1, "/a", U32(2) + kRange)),                      // fewer ranges
-        Message(4, DamageBody(1, "/a", U32(0xFFFFFFFF) + kRange)),             //
-        Message(4, DamageBody(1, "/a", U32(1) + kRange + kRange)),             // more ranges
-        Message(4, DamageBody(1, "/a", U32(2) + kRange + kRange)),             // not ascending
-        Message(4, DamageBody(1, "/a", U32(2) + kRange + U64(1024) + U64(1))), // touching
-        Message(4, DamageBody(1, "/a", U32(1) + U64(512) + U64(0))),           // empty
-        Message(4, DamageBody(1, "/a", U32(1) + U64(512) + U64(UINT64_MAX))),  // beyond all
-        Message(4, U32(1) + U32(8) + U32(0xFFFFFFFF) + "/a"),                  // a lying length
+        Message(1, Text("v") + Text("none") + Text("")),                        // an opening
+        Message(5, U64(1) + "x"),                                               // too long
+        Message(5, U32(1)),                                                     // too short
+        U32(4) + U32(kMostChannelBody + 1),                                     // no such body
+        U32(4) + U32(0xFFFFFFFF),                                               //
+        U32(6) + U32(kMostChannelKey + 1),                                      // no such key
+        Message(6, ""),                                                         //
+        Message(4, DamageBody(0, "/a", U32(0))),                                // no such kind
+        Message(4, DamageBody(5, "/a", U32(0))),                                //
+        Message(4, DamageBody(1, std::string("/\0a", 3), U32(0))),              // a zero in a path
+        Message(4, DamageBody(1, "/a", U32(2) + kRange)),                       // fewer ranges
+        Message(4, DamageBody(1, "/a", U32(0xFFFFFFFF) + kRange)),              //
+        Message(4, DamageBody(1, "/a", U32(1) + kRange + kRange)),              // more ranges
+        Message(4, DamageBody(1, "/a", U32(2) + kRange + kRange)),              // not ascending
+        Message(4, DamageBody(1, "/a", U32(2) + kRange + U64(1024) + U64(1))),  // touching
+        Message(4, DamageBody(1, "/a", U32(1) + U64(512) + U64(0))),            // empty
+        Message(4, DamageBody(1, "/a", U32(1) + U64(512) + U64(UINT64_MAX))),   // beyond all
+        Message(4, U32(1) + U32(8) + U32(0xFFFFFFFF) + "/a"),                   // a lying length
         Message(4, DamageBody(1, std::string(kMostChannelPath + 1, 'a'), U32(0)))));
 
 TEST_F(HostChannelTest, RefusesADetailOfALyingLength)

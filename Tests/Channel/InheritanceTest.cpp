@@ -4,8 +4,8 @@
 #include "ChildChannel.h"
 #include "HostChannel.h"
 
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/wait.h>
 

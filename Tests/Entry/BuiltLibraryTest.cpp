@@ -81,6 +81,7 @@ TEST(BuiltLibrary, ItExportsItsFunctionsAndNothingElse)
         VX_EXPORT_PREFIX "volume_library_search_disk",
         VX_EXPORT_PREFIX "volume_library_set_opening_options",
         VX_EXPORT_PREFIX "volume_library_unread_ranges",
+        VX_EXPORT_PREFIX "volume_library_visit_master_key",
         VX_EXPORT_PREFIX "volume_library_visit_recovery_passwords",
         VX_EXPORT_PREFIX "volume_library_visit_streams",
         VX_EXPORT_PREFIX "volume_library_visit_tables_read"};

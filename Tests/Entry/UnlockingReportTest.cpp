@@ -1,5 +1,5 @@
-// How an encrypted volume was unlocked, and its recovery passwords, through the library's
-// functions.
+// How an encrypted volume was unlocked, its recovery passwords and its master key, through the
+// library's functions.
 #include "Maker/VolumeMaker.h"
 #include "TestVolume.h"
 
@@ -18,6 +18,13 @@ using Found = std::vector<std::pair<std::string, std::string>>;
 void TakePassword(void *context, const char *identifier, const char *password)
 {
     static_cast<Found *>(context)->emplace_back(identifier, password);
+}
+
+void TakeKey(void *context, const uint8_t *key, uint64_t length)
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    for (uint64_t i = 0; i < length; ++i)
+        (*static_cast<std::string *>(context) += kDigits[key[i] >> 4]) += kDigits[key[i] & 15];
 }
 
 class UnlockingReports : public testing::Test {
@@ -55,6 +62,19 @@ protected:
         VolumeOpeningOptions options;
         options.keepsRecoveryPasswords = 1;
         ASSERT_TRUE(volume_library_set_opening_options(&options));
+    }
+
+    static std::string MasterKeyOf(const std::string &path, const char *kind, const char *secret)
+    {
+        VolumeOpeningOptions options;
+        options.keepsMasterKey = 1;
+        EXPECT_TRUE(volume_library_set_opening_options(&options));
+        std::string key;
+        const bool isThere =
+            volume_library_visit_master_key(Open(path, kind, secret), TakeKey, &key);
+        EXPECT_EQ(isThere, !key.empty());
+        EXPECT_TRUE(volume_library_set_opening_options(nullptr));
+        return key;
     }
 
     static VolumeUnlockingReport ReportOf(IVolume *volume)
@@ -127,6 +147,48 @@ TEST_F(UnlockingReports, RecoveryPasswordsAreVisitedIfTheyWereKept)
     EXPECT_TRUE(volume_library_visit_recovery_passwords(volume, TakePassword, &found));
     EXPECT_EQ(found, (Found{{kOfRecovery, kRecovery}}));
     EXPECT_FALSE(volume_library_visit_recovery_passwords(volume, nullptr, nullptr));
+}
+
+TEST_F(UnlockingReports, TheMasterKeyIsTheSameWithEverySecretThatLeadsToIt)
+{
+    maker::VolumeRecipe recipe = Recipe();
+    const std::string path = Make(recipe);
+    const std::string key = MasterKeyOf(path, "password", kPassword);
+    EXPECT_EQ(key.size(), 64u);
+    EXPECT_EQ(MasterKeyOf(path, "recovery", kRecovery), key);
+    EXPECT_EQ(MasterKeyOf(path, "vmk", key.c_str()), key);
+    recipe.protectors.push_back(ProtectorRecipe::ClearKey());
+    EXPECT_EQ(MasterKeyOf(Make(recipe), "none", ""), key);
+}
+
+TEST_F(UnlockingReports, TheMasterKeyOpensTheVolumeWithoutAnyOfItsSecrets)
+{
+    const std::string key = MasterKeyOf(Make(Recipe()), "password", kPassword);
+    maker::VolumeRecipe recipe = Recipe();
+    recipe.protectors = {ProtectorRecipe::Password("another one")};
+    const std::string path = Make(recipe);
+    IVolume *refused = nullptr;
+    EXPECT_NE(open_bitlocker_device(path.c_str(), "password", kPassword, &refused), 0);
+    EXPECT_STREQ(ReportOf(Open(path, "vmk", key.c_str())).kind, "vmk");
+}
+
+TEST_F(UnlockingReports, TheMasterKeyIsVisitedOnlyIfItWasKept)
+{
+    std::string key;
+    IVolume *volume = Open(Make(Recipe()), "password", kPassword);
+    EXPECT_FALSE(volume_library_visit_master_key(volume, TakeKey, &key));
+    EXPECT_EQ(key, "");
+    EXPECT_FALSE(volume_library_visit_master_key(volume, nullptr, nullptr));
+    EXPECT_FALSE(volume_library_visit_master_key(nullptr, TakeKey, &key));
+}
+
+TEST_F(UnlockingReports, WhatNeededNoMasterKeyHasNone)
+{
+    maker::VolumeRecipe recipe = Recipe();
+    recipe.encryptedSize = 0;
+    recipe.state = recipe.nextState = 1;
+    EXPECT_EQ(MasterKeyOf(Make(recipe), "none", ""), "");
+    EXPECT_EQ(MasterKeyOf(folder.Path(), "none", ""), "");
 }
 
 TEST_F(UnlockingReports, AVolumeThatIsOnlyUnlockedNeedsNoRecordOfItsConversion)

@@ -225,6 +225,11 @@ bool HandleVolume::VisitRecoveryPasswords(VolumeRecoveryPasswordFunction passwor
     });
 }
 
+bool HandleVolume::VisitMasterKey(VolumeMasterKeyFunction key, void *context)
+{
+    return key != nullptr && _unlocking != nullptr && _unlocking->VisitMasterKey(key, context);
+}
+
 bool HandleVolume::VisitUnreadRanges(VolumeHandle file, VolumeRangeFunction range, void *context)
 {
     if (file == nullptr || range == nullptr)

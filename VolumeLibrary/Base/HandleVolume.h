@@ -52,6 +52,7 @@ public:
     bool DescribeFileSystem(VolumeFileSystemReport *report) final;
     bool DescribeUnlocking(VolumeUnlockingReport *report) final;
     bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password, void *context) final;
+    bool VisitMasterKey(VolumeMasterKeyFunction key, void *context) final;
 
     // How it was unlocked; null if it is not encrypted.
     void SetUnlocking(std::shared_ptr<const VolumeUnlocking> unlocking)

@@ -23,6 +23,7 @@ public:
     virtual bool DescribeFileSystem(VolumeFileSystemReport *report) = 0;
     virtual bool DescribeUnlocking(VolumeUnlockingReport *report) = 0;
     virtual bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password, void *context) = 0;
+    virtual bool VisitMasterKey(VolumeMasterKeyFunction key, void *context) = 0;
 };
 
 }  // namespace vx

@@ -1,4 +1,5 @@
-// How an encrypted volume was unlocked, and its recovery passwords, as VolumeReport.h reports them.
+// How an encrypted volume was unlocked, its recovery passwords and its master key, as
+// VolumeReport.h reports them.
 // Threads: any number at a time.
 #pragma once
 
@@ -14,6 +15,8 @@ public:
     // False if they were not kept, cannot be known, or one of them is damaged.
     virtual bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password,
                                         void *context) const = 0;
+    // False if it was not kept, or is not known.
+    virtual bool VisitMasterKey(VolumeMasterKeyFunction key, void *context) const = 0;
 };
 
 }  // namespace vx

@@ -103,6 +103,8 @@ Result<UnlockedVolume> VolumeOpener::Open(const Secret &secret)
     if (opened && _keepsRecoveryPasswords && !_key.masterKey.Empty())
         opened->recoveryPasswords =
             std::make_shared<const RecoveryPasswords>(_key.copy->protectors, _key.masterKey.View());
+    if (opened && _keepsMasterKey && !_key.masterKey.Empty())
+        opened->masterKey = std::make_shared<const KeyMaterial>(std::move(_key.masterKey));
     return opened;
 }
 

@@ -47,6 +47,8 @@ struct UnlockedVolume {
     VolumeFacts facts;
     // Null if they were not to be kept, or the volume was not unlocked with its master key.
     std::shared_ptr<const RecoveryPasswords> recoveryPasswords = nullptr;
+    // As before.
+    std::shared_ptr<const KeyMaterial> masterKey = nullptr;
 };
 
 class VolumeOpener {
@@ -67,6 +69,9 @@ public:
 
     // Before Open: its answer has the recovery passwords.
     void KeepRecoveryPasswords() { _keepsRecoveryPasswords = true; }
+
+    // Before Open: its answer has the master key.
+    void KeepMasterKey() { _keepsMasterKey = true; }
 
     // Before Open: once the master key is had it needs no record of which part is encrypted. What
     // the answer reads may be wrong then.
@@ -99,6 +104,7 @@ private:
     const CancelFlag *const _cancel;
     const KeyStretcher _stretcher;
     bool _keepsRecoveryPasswords = false;
+    bool _keepsMasterKey = false;
     bool _unlocksOnly = false;
     const ProgressReceiver _progress;
     BootSector _boot;

@@ -59,6 +59,7 @@ public:
           _lost(_disk, unlocking.cancel, options.progress),
           _firstPart(container.firstPart),
           _keepsRecoveryPasswords(options.keepsRecoveryPasswords),
+          _keepsMasterKey(options.keepsMasterKey),
           _notes(container.notes)
     {
     }
@@ -337,6 +338,8 @@ private:
                                        _progress);
         if (_keepsRecoveryPasswords)
             opener.KeepRecoveryPasswords();
+        if (_keepsMasterKey)
+            opener.KeepMasterKey();
         if (_unlocksOnly)
             opener.UnlockOnly();
         auto opened = opener.Open(*secret);
@@ -445,6 +448,7 @@ private:
     const LostVolumes _lost;
     const std::string _firstPart;
     const bool _keepsRecoveryPasswords;
+    const bool _keepsMasterKey;
     std::shared_ptr<const VolumeUnlocking> _unlocked;  // null if it is not encrypted
     std::vector<std::string> _notes;
     bool _wasEncrypted = false;

@@ -22,6 +22,7 @@ struct OpeningOptions {
     bool recordsReads = false;
     ProgressReceiver progress;
     bool keepsRecoveryPasswords = false;
+    bool keepsMasterKey = false;
     bool opensContents = false;
     bool unlocksOnly = false;
 

@@ -8,7 +8,7 @@ using bitlocker::UnlockedBy;
 using bitlocker::VolumeFacts;
 
 UnlockedWith::UnlockedWith(const bitlocker::UnlockedVolume &opened)
-    : _recoveryPasswords(opened.recoveryPasswords)
+    : _recoveryPasswords(opened.recoveryPasswords), _masterKey(opened.masterKey)
 {
     const VolumeFacts &facts = opened.facts;
     PutText(MethodName(facts.method), _report.method);
@@ -33,6 +33,14 @@ bool UnlockedWith::VisitRecoveryPasswords(VolumeRecoveryPasswordFunction passwor
                                           void *context) const
 {
     return _recoveryPasswords != nullptr && _recoveryPasswords->Visit(password, context);
+}
+
+bool UnlockedWith::VisitMasterKey(VolumeMasterKeyFunction key, void *context) const
+{
+    if (_masterKey == nullptr)
+        return false;
+    key(context, _masterKey->Data(), _masterKey->Size());
+    return true;
 }
 
 }  // namespace vx

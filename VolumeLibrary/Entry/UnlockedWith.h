@@ -13,10 +13,12 @@ public:
     void Describe(VolumeUnlockingReport *report) const override { *report = _report; }
     bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction password,
                                 void *context) const override;
+    bool VisitMasterKey(VolumeMasterKeyFunction key, void *context) const override;
 
 private:
     VolumeUnlockingReport _report;
     const std::shared_ptr<const bitlocker::RecoveryPasswords> _recoveryPasswords;
+    const std::shared_ptr<const bitlocker::KeyMaterial> _masterKey;
 };
 
 }  // namespace vx

@@ -72,6 +72,7 @@ OpeningOptions Copied(const VolumeOpeningOptions &options)
     copy.recordsReads = options.recordsReads != 0;
     copy.progress = {options.progress, options.progressContext};
     copy.keepsRecoveryPasswords = options.keepsRecoveryPasswords != 0;
+    copy.keepsMasterKey = options.keepsMasterKey != 0;
     copy.opensContents = options.opensContents != 0;
     copy.unlocksOnly = options.unlocksOnly != 0;
     return copy;
@@ -254,6 +255,12 @@ bool volume_library_visit_recovery_passwords(IVolume *volume,
                                              void *context) noexcept
 {
     return volume != nullptr && vx::Owned(volume)->VisitRecoveryPasswords(password, context);
+}
+
+bool volume_library_visit_master_key(IVolume *volume, VolumeMasterKeyFunction key,
+                                     void *context) noexcept
+{
+    return volume != nullptr && vx::Owned(volume)->VisitMasterKey(key, context);
 }
 
 void volume_library_cancel_opening() noexcept

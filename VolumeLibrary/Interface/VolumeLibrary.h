@@ -81,6 +81,10 @@ extern "C" __attribute__((visibility("default"))) bool
 volume_library_visit_recovery_passwords(IVolume *volume, VolumeRecoveryPasswordFunction password,
                                         void *context) noexcept;
 
+extern "C" __attribute__((visibility("default"))) bool
+volume_library_visit_master_key(IVolume *volume, VolumeMasterKeyFunction key,
+                                void *context) noexcept;
+
 extern "C" __attribute__((visibility("default"))) void volume_library_cancel_opening() noexcept;
 
 extern "C" __attribute__((visibility("default"))) int32_t
