@@ -9,6 +9,7 @@
 // that uses a class alone, on any thread, does not call it.
 #pragma once
 
+#include <atomic>
 #include <cassert>
 #include <thread>
 
@@ -33,9 +34,25 @@ inline bool AreThreadsChecked()
     return mainThread != std::thread::id();
 }
 
+// Of an object that belongs to whichever thread used it first, for as long as it lives.
+class ThreadBinding {
+public:
+    bool IsKept() const
+    {
+        std::thread::id first;
+        const std::thread::id own = std::this_thread::get_id();
+        return _thread.compare_exchange_strong(first, own) || first == own;
+    }
+
+private:
+    mutable std::atomic<std::thread::id> _thread{};
+};
+
 }  // namespace vx
 
 // Macros, so that the message of a failed assertion names the method.
 #define AssertMainThread() assert(!vx::AreThreadsChecked() || vx::IsMainThread())
 // Any thread but the main one.
 #define AssertWorkerThread() assert(!vx::AreThreadsChecked() || !vx::IsMainThread())
+// The thread that used the object of this binding first.
+#define AssertBoundThread(binding) assert((binding).IsKept())

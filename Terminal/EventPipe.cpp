@@ -1,11 +1,10 @@
 #include "EventPipe.h"
 
-#include "ThreadChecks.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <iterator>
 #include <poll.h>
 
 namespace {
@@ -31,7 +30,6 @@ namespace vx {
 
 EventPipe::EventPipe()
 {
-    AssertMainThread();
     int ends[2];
     // The first descriptors that the program needs: it cannot wait for anything without them.
     if (pipe(ends) == -1)
@@ -53,22 +51,22 @@ void EventPipe::Post(int event)
     errno = error;
 }
 
-std::optional<int> EventPipe::Await(std::optional<Deadline> deadline)
+std::optional<int> EventPipe::Await(std::optional<Deadline> deadline, int other)
 {
-    AssertMainThread();
+    AssertBoundThread(_thread);
     unsigned char byte;
+    struct pollfd wanted[] = {{_out.Get(), POLLIN, 0}, {other, POLLIN, 0}};
     while (read(_out.Get(), &byte, 1) != 1) {
-        if (HasPassed(deadline))
+        if (HasPassed(deadline) || wanted[1].revents != 0)
             return std::nullopt;
-        struct pollfd wanted = {_out.Get(), POLLIN, 0};
-        poll(&wanted, 1, MillisecondsUntil(deadline));
+        poll(wanted, std::size(wanted), MillisecondsUntil(deadline));
     }
     return byte;
 }
 
 int EventPipe::GetDescriptor() const
 {
-    AssertMainThread();
+    AssertBoundThread(_thread);
     return _out.Get();
 }
 

@@ -1,0 +1,127 @@
+#include "TerminalObserver.h"
+
+#include "ExitStatus.h"
+#include "NumberText.h"
+#include "TerminalText.h"
+
+#include <cstdio>
+
+namespace vx {
+namespace {
+
+void Report(const std::string &line)
+{
+    printf("volume-host: %s\n", line.c_str());
+    fflush(stdout);
+}
+
+void Complain(const std::string &line)
+{
+    fprintf(stderr, "volume-host: %s\n", line.c_str());
+}
+
+void Complain(const TrialResult &result)
+{
+    for (const std::string &warning : result.warnings)
+        Complain("warning: " + warning);
+    if (!result.reason.empty())
+        Complain(result.wasTried ? result.reason + "; the window will be empty" : result.reason);
+}
+
+std::string DamageText(const ChannelDamage &damage)
+{
+    const std::string path = TerminalText(damage.path);
+    int64_t bytes = 0;
+    for (const ByteRange &range : damage.ranges)
+        bytes += static_cast<int64_t>(range.length);
+    switch (damage.kind) {
+    case ChannelDamageKind::kFileData:
+        return path + ": " + (damage.more == 0 ? "" : "at least ") +
+               CountText(bytes, "byte", "bytes") + " could not be read and were given as zeros";
+    case ChannelDamageKind::kFileClosed:
+        return path + ": the file could not be opened";
+    case ChannelDamageKind::kFolder:
+        return path + ": entries of the folder are missing";
+    case ChannelDamageKind::kDiskGone:
+        return "the disk or image went away";
+    }
+    return path + ": something could not be read";
+}
+
+}  // namespace
+
+void TerminalObserver::OnProgress(const ChannelProgress &progress)
+{
+    if (!_progress)
+        _progress.emplace();
+    _progress->Show(static_cast<VolumeOpeningStep>(progress.step), progress.done, progress.total,
+                    progress.seconds, OpeningProgress::Clock::now());
+}
+
+bool TerminalObserver::OnTried(const TrialResult &result)
+{
+    _progress.reset();
+    Complain(result);
+    return true;
+}
+
+void TerminalObserver::OnNotSent()
+{
+    Complain("could not send the message: the explorer is not reading");
+}
+
+void TerminalObserver::OnOpened(const TrialResult &result)
+{
+    Complain(result);
+}
+
+void TerminalObserver::OnDamage(const ChannelDamage &damage)
+{
+    Complain("damaged: " + DamageText(damage));
+}
+
+void TerminalObserver::OnReportsLost(uint64_t count)
+{
+    Complain(CountText(static_cast<int64_t>(count), "report", "reports") +
+             " of damage were lost; there is more damage than was said here");
+}
+
+void TerminalObserver::OnNotice()
+{
+    Report("the explorer sent its quit notice");
+}
+
+int TerminalObserver::ReportEnd(const SessionEnd &end)
+{
+    _progress.reset();
+    const int status = ReportEndOfKind(end);
+    return end.isSent || end.kind == SessionEndKind::kInterrupted ? status : kExitNotSent;
+}
+
+int TerminalObserver::ReportEndOfKind(const SessionEnd &end)
+{
+    switch (end.kind) {
+    case SessionEndKind::kQuit:
+    case SessionEndKind::kRefused:
+        break;
+    case SessionEndKind::kNoNotice:
+        Report("the explorer ended without a quit notice (" + end.text + ")");
+        return kExitNoNotice;
+    case SessionEndKind::kLinkTaken:
+        Complain(end.text);
+        return kExitLinkTaken;
+    case SessionEndKind::kNotStarted:
+        Complain(end.text);
+        return kExitNotStarted;
+    case SessionEndKind::kEndedByHost:
+        Complain("the explorer did not end after its quit notice and was ended");
+        return kExitEndedByHost;
+    case SessionEndKind::kInterrupted:
+        Report("interrupted by signal " + std::to_string(end.signal) +
+               (_hasStarted ? "; the explorer was ended" : "; the explorer was not started"));
+        return kExitSignalBase + end.signal;
+    }
+    return kExitSuccess;
+}
+
+}  // namespace vx

@@ -1,0 +1,53 @@
+// volume-trial: opens a volume for a host, on trial, and ends. Only a host starts it.
+#include "ChannelEndWatch.h"
+#include "StandardDescriptors.h"
+#include "ThreadChecks.h"
+#include "TrialOpening.h"
+#include "TrialProgram.h"
+
+#include <cstdio>
+#include <sys/resource.h>
+
+namespace {
+
+constexpr std::chrono::seconds kPatience(10);
+
+// No file with a copy of the memory if the process crashes: it holds keys.
+void PreventCoreFile()
+{
+    const struct rlimit none = {0, 0};
+    (void)setrlimit(RLIMIT_CORE, &none);
+}
+
+int FailToStart()
+{
+    fputs("volume-trial: a host starts this program, to try a volume; there is nothing to use it "
+          "for alone\n",
+          stderr);
+    return vx::kTrialWrongUse;
+}
+
+int Try(const char *library, vx::UniqueFd descriptor)
+{
+    const int number = descriptor.Get();
+    vx::ChildChannel channel(std::move(descriptor));
+    vx::TrialOpening opening(channel, library);
+    vx::ChildChannel::Opening texts;
+    if (!vx::EndWithChannel(number) || !channel.ReadOpening(&texts, kPatience))
+        return vx::kTrialWrongUse;
+    opening.Run(texts.Texts());
+    (void)channel.SendKept(kPatience);
+    return opening.TakesChannel() ? vx::kTrialOver : vx::kTrialOverTextsOnly;
+}
+
+}  // namespace
+
+int main(int argc, char *argv[])
+{
+    vx::CheckThreads();
+    if (!vx::HoldStandardDescriptors())
+        return vx::kTrialWrongUse;
+    PreventCoreFile();
+    vx::UniqueFd channel = argc == 3 ? vx::ChildChannel::Inherited(argv[2]) : vx::UniqueFd();
+    return channel ? Try(argv[1], std::move(channel)) : FailToStart();
+}
