@@ -50,11 +50,12 @@ public:
     virtual void OnStarted() = 0;
     // The message for the explorer could not be sent.
     virtual void OnNotSent() {}
-    // The trial opened the volume, but the explorer, a moment later, could not. reason: as in
-    // TrialResult.
-    virtual void OnNotOpened(const std::string &reason) { (void)reason; }
+    // How the explorer's own opening of the volume ended, if the volume was not tried or the trial
+    // ended differently.
+    virtual void OnOpened(const TrialResult &result) { (void)result; }
     // What the volume did not give while the explorer ran.
     virtual void OnDamage(const ChannelDamage &damage) = 0;
+    // So many were; 0: nobody knows how many.
     virtual void OnReportsLost(uint64_t count) = 0;
     // The explorer's quit notice has come; it is about to end.
     virtual void OnNotice() {}

@@ -1,17 +1,15 @@
 #include "HostSession.h"
 
 #include "CPipeDataWrapper.h"
-#include "ExitStatus.h"
 #include "HostLock.h"
-#include "ThreadChecks.h"
-#include "VolumeCheck.h"
+#include "VolumeTrial.h"
 #include "_MSG_DATA_PACKAGE.h"
 
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <signal.h>
 
+namespace vx {
 namespace {
 
 using std::chrono::milliseconds;
@@ -23,31 +21,15 @@ constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 
 // The explorer sends its notice and ends at once, while the link is polled once a second: its end
 // is often seen before a notice that was sent long ago.
-constexpr milliseconds kNoticeGrace = 2 * vx::kPollInterval + milliseconds(500);
+constexpr milliseconds kNoticeGrace = 2 * kPollInterval + milliseconds(500);
 constexpr seconds kEndAfterNotice(10);
 constexpr seconds kEndAfterRequest(5);
 constexpr seconds kSendPatience(10);
 constexpr milliseconds kSendRetry(50);
 
-vx::Deadline After(milliseconds time)
+Deadline After(milliseconds time)
 {
-    return vx::Deadline::clock::now() + time;
-}
-
-void Report(const std::string &line)
-{
-    printf("volume-host: %s\n", line.c_str());
-    fflush(stdout);
-}
-
-void Complain(const std::string &line)
-{
-    fprintf(stderr, "volume-host: %s\n", line.c_str());
-}
-
-std::string InterruptionText(int signal)
-{
-    return "interrupted by signal " + std::to_string(signal);
+    return Deadline::clock::now() + time;
 }
 
 // The text of a message with a command code, known or not, and no payload.
@@ -62,67 +44,110 @@ std::string MessageOf(uint32_t code)
 
 }  // namespace
 
-namespace vx {
-
-HostSession::HostSession(EventPipe &events, const LinkPaths &paths)
-    : _events(events), _paths(paths), _sink(events)
+HostSession::HostSession(EventPipe &events, HostObserver &observer, const LinkPaths &paths)
+    : _pipe(events),
+      _observer(observer),
+      _paths(paths),
+      _events(events),
+      _sink(events),
+      _explorer(events)
 {
-    AssertMainThread();
 }
 
-int HostSession::Run(const std::string &program, const OpeningTexts &texts,
-                     std::optional<uint32_t> sendCode, const std::function<void()> &onStarted)
+SessionEnd HostSession::Run(HostRequest *request)
 {
-    AssertMainThread();
     const HostLock lock(_paths.read + ".lock");
     const std::string error = lock.IsHeld() ? MakeFifoPair(_paths) : lock.GetError();
     if (!error.empty()) {
-        Complain(error);
-        return kExitLinkTaken;
+        request->secret.Wipe();
+        return {SessionEndKind::kLinkTaken, 0, error};
     }
-    // Before the connector's thread runs: the check forks this process.
-    if (!CheckVolume(program, texts)) {
+    const SessionEnd end = RunLocked(request);
+    request->secret.Wipe();
+    return end;
+}
+
+SessionEnd HostSession::RunLocked(HostRequest *request)
+{
+    VolumeTrial trial(_pipe, _events, _observer);
+    trial.Run(*request);
+    // After an interruption the user wants no window, and needs no reason.
+    const bool isWanted = !_events.IsInterrupted() && _observer.OnTried(trial.Result());
+    _events.Look();
+    if (!isWanted || _events.IsInterrupted()) {
         RemoveFifoPair(_paths);
-        Report(InterruptionText(_interruptedBy) + "; the explorer was not started");
-        return kExitSignalBase + _interruptedBy;
+        return _events.IsInterrupted()
+                   ? SessionEnd{SessionEndKind::kInterrupted, _events.Interruption(), ""}
+                   : SessionEnd{SessionEndKind::kRefused, 0, trial.Result().reason};
     }
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
     _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
                           kWriteFlags);
-    const int status = RunLinked(program, texts, sendCode, onStarted);
+    const SessionEnd end = RunExplorer(request, &trial);
     _server->removeConnector(kConnectorName);
-    return status;
+    return end;
 }
 
-// False if a signal came: the user wants no window, and needs no reason.
-bool HostSession::CheckVolume(const std::string &program, const OpeningTexts &texts)
+SessionEnd HostSession::RunExplorer(HostRequest *request, VolumeTrial *trial)
 {
-    std::vector<std::string> warnings;
-    const std::string reason = WhyVolumeDoesNotOpen(program, texts, &warnings, &_events);
-    if (Await([this] { return _interruptedBy != 0; }, Deadline::clock::now()))
-        return false;
-    for (const std::string &warning : warnings)
-        Complain("warning: " + warning);
-    if (!reason.empty())
-        Complain(reason + "; the window will be empty");
-    return true;
+    HostChannel channel;
+    const std::string error = Start(*request, *trial, &channel);
+    request->secret.Wipe();
+    trial->WipeKey();
+    if (!error.empty())
+        return {SessionEndKind::kNotStarted, 0, error};
+    const TrialResult tried = trial->Result();
+    _events.Listen(&channel,
+                   [&](const ChannelReport &report) { Take(report, tried, request->volume); });
+    _observer.OnStarted();
+    const bool isSent = !request->sendCode || Send(*request->sendCode);
+    if (!isSent)
+        _observer.OnNotSent();
+    SessionEnd end = AwaitEnd();
+    _events.TakeLastReports();
+    _events.Listen(nullptr, nullptr);
+    if (!channel.Error().empty())
+        _observer.OnReportsLost(0);
+    end.isSent = isSent;
+    return end;
 }
 
-int HostSession::RunLinked(const std::string &program, const OpeningTexts &texts,
-                           std::optional<uint32_t> sendCode, const std::function<void()> &onStarted)
+// Returns an empty text, or why the explorer does not run.
+std::string HostSession::Start(const HostRequest &request, const VolumeTrial &trial,
+                               HostChannel *channel)
 {
+    const bool hasKey = trial.KeyDigits().Size() > 0;
+    const ChannelOpening opening = {request.volume.c_str(), hasKey ? "vmk" : request.kind.c_str(),
+                                    hasKey ? trial.KeyDigits().Text() : request.secret.Text()};
+    if (!channel->Prepare(opening))
+        return channel->Error();
+    const Inheritance inheritance(channel->ChildDescriptor());
+    const std::string number = std::to_string(inheritance.Number());
     // The explorer does not look at its last argument.
     const std::string own = std::to_string(getpid());
+    const std::string &program = request.programs.explorer;
     const int error =
-        _explorer.Start(program, {texts.volume, texts.kind, texts.secret, own.c_str()});
-    onStarted();
-    if (error != 0) {
-        Complain("cannot start " + program + ": " + strerror(error));
-        return kExitNotStarted;
+        trial.TakesTexts()
+            ? _explorer.Start(program, {opening.volume, opening.kind, opening.secret, own.c_str()})
+            : _explorer.Start(program,
+                              {opening.volume, kChannelUnlockKind, number.c_str(), own.c_str()},
+                              &inheritance);
+    channel->CloseChildDescriptor();
+    return error == 0 ? "" : "cannot start " + program + ": " + strerror(error);
+}
+
+void HostSession::Take(const ChannelReport &report, const TrialResult &tried,
+                       const std::string &volume)
+{
+    if (const auto *damage = std::get_if<ChannelDamage>(&report)) {
+        _observer.OnDamage(*damage);
+    } else if (const auto *loss = std::get_if<ChannelLoss>(&report)) {
+        _observer.OnReportsLost(loss->count);
+    } else if (const auto *opened = std::get_if<ChannelOpened>(&report)) {
+        const TrialResult result = ResultOf(*opened, volume);
+        if (!tried.wasTried || result.opened != tried.opened)
+            _observer.OnOpened(result);
     }
-    const bool sent = !sendCode || Send(*sendCode);
-    const int status = AwaitEnd();
-    return sent || status >= kExitSignalBase ? status : static_cast<int>(kExitNotSent);
 }
 
 bool HostSession::Send(uint32_t code)
@@ -130,74 +155,57 @@ bool HostSession::Send(uint32_t code)
     const std::string message = MessageOf(code);
     IIPCConnector *connector = _server->getConnector(kConnectorName);
     const Deadline deadline = After(kSendPatience);
-    const auto over = [this] { return _interruptedBy != 0 || _explorer.HasEnded(); };
+    const auto over = [this] { return _events.IsInterrupted() || _explorer.HasEnded(); };
     while (Deadline::clock::now() < deadline) {
         if (connector->SendMsg_async(message.data(), static_cast<int>(message.size()),
                                      kAsyncMessageId))
             return true;
-        if (Await(over, After(kSendRetry)))
+        if (_events.Await(over, After(kSendRetry)))
             break;
     }
-    Complain("could not send the message: the explorer is not reading");
     return false;
 }
 
-int HostSession::AwaitEnd()
+SessionEnd HostSession::AwaitEnd()
 {
-    const auto hasEvent = [this] { return _noticed || _interruptedBy != 0; };
-    Await([this, hasEvent] { return hasEvent() || _explorer.HasEnded(); }, std::nullopt);
-    Await(hasEvent, After(kNoticeGrace));
-    if (_interruptedBy != 0)
+    const auto hasEvent = [this] { return _events.HasNotice() || _events.IsInterrupted(); };
+    _events.Await([this, hasEvent] { return hasEvent() || _explorer.HasEnded(); }, std::nullopt);
+    _events.Await(hasEvent, After(kNoticeGrace));
+    if (_events.IsInterrupted())
         return FinishInterrupted();
-    if (_noticed)
+    if (_events.HasNotice())
         return FinishAfterNotice();
-    Report("the explorer ended without a quit notice (" + _explorer.DescribeEnd() + ")");
-    return kExitNoNotice;
+    return {SessionEndKind::kNoNotice, 0, _explorer.DescribeEnd()};
 }
 
-int HostSession::FinishAfterNotice()
+SessionEnd HostSession::FinishAfterNotice()
 {
-    Report("the explorer sent its quit notice");
-    Await([this] { return _explorer.HasEnded() || _interruptedBy != 0; }, After(kEndAfterNotice));
-    if (_interruptedBy != 0)
+    _observer.OnNotice();
+    _events.Await([this] { return _explorer.HasEnded() || _events.IsInterrupted(); },
+                  After(kEndAfterNotice));
+    if (_events.IsInterrupted())
         return FinishInterrupted();
     if (_explorer.HasEnded())
-        return kExitSuccess;
+        return {SessionEndKind::kQuit, 0, _explorer.DescribeEnd()};
     EndExplorer();
-    Complain("the explorer did not end after its quit notice and was ended");
-    return kExitEndedByHost;
+    return {SessionEndKind::kEndedByHost, 0, _explorer.DescribeEnd()};
 }
 
-int HostSession::FinishInterrupted()
+SessionEnd HostSession::FinishInterrupted()
 {
-    const int signal = _interruptedBy;
+    const int signal = _events.Interruption();
     EndExplorer();
-    Report(InterruptionText(signal) + "; the explorer was ended");
-    return kExitSignalBase + signal;
+    return {SessionEndKind::kInterrupted, signal, _explorer.DescribeEnd()};
 }
 
 // Sends SIGTERM first; a second interruption or a timeout kills.
 void HostSession::EndExplorer()
 {
-    _interruptedBy = 0;
+    _events.ForgetInterruption();
     _explorer.Signal(SIGTERM);
-    Await([this] { return _explorer.HasEnded() || _interruptedBy != 0; }, After(kEndAfterRequest));
+    _events.Await([this] { return _explorer.HasEnded() || _events.IsInterrupted(); },
+                  After(kEndAfterRequest));
     _explorer.Kill();
-}
-
-template <typename Condition>
-bool HostSession::Await(Condition condition, std::optional<Deadline> deadline)
-{
-    while (!condition()) {
-        const std::optional<int> event = _events.Await(deadline);
-        if (!event)
-            return condition();
-        if (*event == EventPipe::kQuitNotice)
-            _noticed = true;
-        else if (*event != SIGCHLD)
-            _interruptedBy = *event;
-    }
-    return true;
 }
 
 }  // namespace vx

@@ -1,54 +1,55 @@
-// One run of the explorer, seen from the host: sets the link up, starts the explorer, waits for its
-// end, and removes everything.
+// One run of the explorer, seen from the host: sets the link up, tries the volume, starts the
+// explorer with what the trial has found, waits for its end, and removes everything.
 //
-// Ownership: borrows the events, which a SignalWatch fills. Threads: the main thread.
+// The secret reaches the explorer over a channel, never in its arguments; if the trial derived the
+// key of the volume, the explorer gets that, and nothing is derived twice. Only a volume library
+// that knows no channel gets the secret in the arguments.
+//
+// Ownership: borrows the events, which a SignalWatch or another thread fills, and the observer.
+// Threads: the one that made it. It needs no handler of SIGCHLD; that must not be ignored.
 #pragma once
 
-#include "EventPipe.h"
-#include "ExplorerProcess.h"
 #include "FifoPair.h"
-#include "OpeningTexts.h"
+#include "HostObserver.h"
+#include "HostRequest.h"
 #include "QuitNoticeSink.h"
+#include "SessionEvents.h"
+#include "SpawnedProcess.h"
 #include "libPipeWrapper.h"
 
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
 
 namespace vx {
 
+class VolumeTrial;
+
 class HostSession {
 public:
-    // paths: the FIFOs as the host uses them.
-    HostSession(EventPipe &events, const LinkPaths &paths);
+    // paths: the FIFOs as the host uses them; those of the product if they are not given.
+    HostSession(EventPipe &events, HostObserver &observer, const LinkPaths &paths = {});
 
-    // Runs the explorer at `program` and returns the exit status. Reports in one line on standard
-    // output how it ended, and errors on standard error. sendCode: of a message to the explorer.
-    // onStarted: called once the explorer has started, or could not; the texts are not used after
-    // that.
-    int Run(const std::string &program, const OpeningTexts &texts, std::optional<uint32_t> sendCode,
-            const std::function<void()> &onStarted);
+    // Once. Returns when the explorer has ended, or will not be started. The secret of the request
+    // is overwritten before the observer hears that the explorer has started.
+    SessionEnd Run(HostRequest *request);
 
 private:
-    bool CheckVolume(const std::string &program, const OpeningTexts &texts);
-    int RunLinked(const std::string &program, const OpeningTexts &texts,
-                  std::optional<uint32_t> sendCode, const std::function<void()> &onStarted);
+    SessionEnd RunLocked(HostRequest *request);
+    SessionEnd RunExplorer(HostRequest *request, VolumeTrial *trial);
+    std::string Start(const HostRequest &request, const VolumeTrial &trial, HostChannel *channel);
+    void Take(const ChannelReport &report, const TrialResult &tried, const std::string &volume);
     bool Send(uint32_t code);
-    int AwaitEnd();
-    int FinishAfterNotice();
-    int FinishInterrupted();
+    SessionEnd AwaitEnd();
+    SessionEnd FinishAfterNotice();
+    SessionEnd FinishInterrupted();
     void EndExplorer();
-    template <typename Condition>
-    bool Await(Condition condition, std::optional<Deadline> deadline);
 
-    EventPipe &_events;
+    EventPipe &_pipe;
+    HostObserver &_observer;
     const LinkPaths _paths;
+    SessionEvents _events;
     QuitNoticeSink _sink;
     std::unique_ptr<ILibPipeServer> _server;
-    ExplorerProcess _explorer;
-    bool _noticed = false;
-    int _interruptedBy = 0;  // a signal's number
+    SpawnedProcess _explorer;
 };
 
 }  // namespace vx

@@ -96,8 +96,8 @@ int SpawnedProcess::Start(const std::string &program, const std::vector<const ch
     const SpawnActions actions(inheritance);
     const std::vector<char *> vector = ArgumentVector(program, arguments);
     pid_t pid = -1;
-    const int error = posix_spawn(&pid, program.c_str(), actions.Get(), attributes.Get(),
-                                  vector.data(), environ);
+    const int error =
+        posix_spawn(&pid, program.c_str(), actions.Get(), attributes.Get(), vector.data(), environ);
     if (error != 0)
         return error;
     _pid = pid;

@@ -12,7 +12,7 @@ namespace vx {
 constexpr int32_t kNoVolumeLibrary = -1;
 
 enum TrialExit : int {
-    kTrialOver = 0,          // and whether the volume opened is in the report
+    kTrialOver = 0,           // and whether the volume opened is in the report
     kTrialOverTextsOnly = 1,  // the same; the library knows no channel
     kTrialWrongUse = 2,
 };

@@ -98,8 +98,8 @@ TrialResult ResultOf(const ChannelOpened &opened, const std::string &volume)
         result.reason = opened.detail;
     } else {
         result.status = opened.status;
-        result.reason = "cannot open " + volume + ": " +
-                        OpenFailureText(opened.status, opened.detail);
+        result.reason =
+            "cannot open " + volume + ": " + OpenFailureText(opened.status, opened.detail);
     }
     return result;
 }

@@ -82,8 +82,9 @@ void TerminalObserver::OnDamage(const ChannelDamage &damage)
 
 void TerminalObserver::OnReportsLost(uint64_t count)
 {
-    Complain(CountText(static_cast<int64_t>(count), "report", "reports") +
-             " of damage were lost; there is more damage than was said here");
+    const std::string reports =
+        count == 0 ? "reports" : CountText(static_cast<int64_t>(count), "report", "reports");
+    Complain(reports + " of damage got lost; there may be more damage than was said here");
 }
 
 void TerminalObserver::OnNotice()

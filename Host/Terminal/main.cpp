@@ -2,11 +2,10 @@
 #include "CommandLine.h"
 #include "ExitStatus.h"
 #include "HostSession.h"
-#include "LinkFifos.h"
-#include "ProgramFolder.h"
 #include "SecretReader.h"
 #include "SignalWatch.h"
 #include "StandardDescriptors.h"
+#include "TerminalObserver.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 #include "UniqueFd.h"
@@ -18,8 +17,6 @@
 #include <vector>
 
 namespace {
-
-const vx::LinkPaths kPaths = {vx::kExplorerToHost, vx::kHostToExplorer};
 
 // Returns 0 or the exit status.
 int ReadSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::TypedSecret *secret)
@@ -40,22 +37,22 @@ int ReadSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::TypedS
     return vx::kExitUsage;
 }
 
-// Overwrites the secret as soon as the explorer has it.
 int RunHost(vx::HostOptions &options)
 {
     vx::EventPipe events;
     const vx::SignalWatch watch(events);
-    vx::TypedSecret secret;
-    const int status = ReadSecret(events, options, &secret);
+    vx::HostRequest request;
+    const int status = ReadSecret(events, options, &request.secret);
     vx::WipeText(&options.unlocking.secret);
     if (status != 0)
         return status;
-    const std::string program =
-        options.explorer.empty() ? vx::ProgramFolder() + "/" VX_EXPLORER : options.explorer;
-    const vx::OpeningTexts opening = {options.volume.c_str(), options.unlocking.kind.c_str(),
-                                      secret.Text()};
-    const auto forget = [&] { secret.Wipe(); };
-    return vx::HostSession(events, kPaths).Run(program, opening, options.sendCode, forget);
+    request.volume = options.volume;
+    request.kind = options.unlocking.kind;
+    request.sendCode = options.sendCode;
+    if (!options.explorer.empty())
+        request.programs.explorer = options.explorer;
+    vx::TerminalObserver observer;
+    return observer.ReportEnd(vx::HostSession(events, observer).Run(&request));
 }
 
 }  // namespace

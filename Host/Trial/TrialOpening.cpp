@@ -54,7 +54,8 @@ ChannelOpened TrialOpening::Open(void *library, const ChannelOpening &texts)
     const auto entry =
         reinterpret_cast<OpenBitlockerDeviceFunction>(dlsym(library, "open_bitlocker_device"));
     if (entry == nullptr)
-        return {kNoVolumeLibrary, "the volume library has no entry \"open_bitlocker_device\": " + _path};
+        return {kNoVolumeLibrary,
+                "the volume library has no entry \"open_bitlocker_device\": " + _path};
     SetOptions(library);
     const OpeningInterruption interruption(library);
     const int32_t status = entry(texts.volume, texts.kind, texts.secret, &_volume);

@@ -179,7 +179,9 @@ void UserTest::ChooseFolder(const std::string &path)
 std::string UserTest::Install(const std::string &library)
 {
     const std::string programs = _home.MakeFolder("programs");
-    Run("cp -r '" PROGRAMS "/FileExplorer.app' '" PROGRAMS "/volume-host' '" + programs + "'");
+    Run("cp -r '" PROGRAMS "/FileExplorer.app' '" PROGRAMS "/volume-host' '" PROGRAMS
+        "/volume-trial' '" +
+        programs + "'");
     if (!library.empty())
         Run("cp '" + library + "' '" + programs + "/libBitLockerWapper.dylib'");
     return programs + "/volume-host";

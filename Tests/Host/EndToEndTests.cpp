@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <fcntl.h>
 #include <fstream>
 #include <signal.h>
@@ -76,7 +77,12 @@ protected:
         return handedOn;
     }
 
-    bool IsRunning(const std::string &pid) const { return kill(std::stoi(pid), 0) == 0; }
+    // One that has ended may stay in the list until its new parent looks after it.
+    static bool IsRunning(const std::string &pid)
+    {
+        const std::string status = ContentOf("/proc/" + pid + "/stat");
+        return kill(std::stoi(pid), 0) == 0 && status.find(") Z ") == std::string::npos;
+    }
 
     PipeFolder _folder;
     const std::string _file = _folder.At("reported");
@@ -97,7 +103,7 @@ TEST_F(EndToEndTest, WithoutStandardDescriptorsNothingElseTakesTheirPlaces)
 {
     ChildProcess host("/bin/sh", {"-c", "exec \"$0\" \"$@\" <&- >&- 2>&-", VOLUME_HOST,
                                   "--explorer", FAKE_EXPLORER, "descriptors:" + _file});
-    EXPECT_EQ(Reported(), HandedOn());
+    EXPECT_EQ(Reported(), HandedOn() + "channel");
     EXPECT_EQ(host.AwaitEnd(), 1);
     EXPECT_TRUE(NothingIsThere());
 }
@@ -136,21 +142,66 @@ TEST_F(EndToEndTest, AnExplorerThatCrashesIsReportedWithItsSignal)
     EXPECT_TRUE(NothingIsThere());
 }
 
-TEST_F(EndToEndTest, TheExplorerGetsExactlyFourArguments)
+TEST_F(EndToEndTest, TheExplorerGetsExactlyFourArgumentsAndNoSecretAmongThem)
 {
     ChildProcess host = Host("arguments", {"password", "open sesame"});
     const std::string reported = Reported();
-    EXPECT_EQ(reported.rfind("password\nopen sesame\n", 0), 0u) << reported;
+    EXPECT_EQ(reported.rfind("host-channel\n", 0), 0u) << reported;
+    EXPECT_EQ(reported.find("sesame"), std::string::npos) << reported;
     EXPECT_EQ(std::count(reported.begin(), reported.end(), '\n'), 3)
         << "and the volume is the first";
     host.AwaitEnd();
 }
 
+TEST_F(EndToEndTest, VolumeKindAndSecretComeOverTheChannel)
+{
+    ChildProcess host = Host("opening", {"password", "open sesame"});
+    EXPECT_EQ(Reported(), "opening:" + _file + "\npassword\nopen sesame\n");
+    host.AwaitEnd();
+}
+
 TEST_F(EndToEndTest, WithoutKindAndSecretTheKindIsNoneAndTheSecretEmpty)
 {
-    ChildProcess host = Host("arguments");
-    EXPECT_EQ(Reported().rfind("none\n\n", 0), 0u);
+    ChildProcess host = Host("opening");
+    EXPECT_EQ(Reported(), "opening:" + _file + "\nnone\n\n");
     host.AwaitEnd();
+}
+
+TEST_F(EndToEndTest, WhatTheVolumeDidNotGiveIsSaidInOneLineEach)
+{
+    ChildProcess host = Host("damage");
+    EXPECT_EQ(host.AwaitEnd(), 1);
+    const std::string output = host.Output();
+    for (const char *line : {"volume-host: damaged: /a\\x1b[2J.txt: 1,536 bytes could not be read "
+                             "and were given as zeros\n",
+                             "volume-host: damaged: /folder: entries of the folder are missing\n",
+                             "volume-host: cannot open damage:"})
+        EXPECT_NE(output.find(line), std::string::npos) << line << output;
+    EXPECT_NE(output.find(" (status 22); the window will be empty\n"), std::string::npos) << output;
+}
+
+TEST_F(EndToEndTest, AHostThatStandsStillDoesNotHoldTheExplorerUp)
+{
+    ChildProcess host = Host("flood");
+    const std::string explorer = Reported();
+    host.Signal(SIGSTOP);
+    std::ofstream(_file + ".go") << "go";
+    EXPECT_TRUE(Eventually([&] { return PipeFolder::Exists(_file + ".done"); }));
+    EXPECT_EQ(ContentOf(_file + ".done"), "open");
+    host.Signal(SIGCONT);
+    EXPECT_EQ(host.AwaitEnd(), 1);
+    EXPECT_NE(host.Output().find(" reports of damage got lost"), std::string::npos);
+}
+
+TEST_F(EndToEndTest, AHostThatWasKilledDoesNotHoldTheExplorerUp)
+{
+    ChildProcess host = Host("flood");
+    Reported();
+    host.Signal(SIGKILL);
+    ASSERT_EQ(host.AwaitEnd(), -SIGKILL);
+    std::ofstream(_file + ".go") << "go";
+    EXPECT_TRUE(Eventually([&] { return PipeFolder::Exists(_file + ".done"); }));
+    EXPECT_EQ(ContentOf(_file + ".done"), "ended");
 }
 
 class InterruptionTest : public EndToEndTest, public testing::WithParamInterface<int> {};
@@ -193,12 +244,32 @@ TEST_P(OpeningTest, ASignalToTheHostAloneEndsTheTryAsWell)
     ChildProcess host(VOLUME_HOST, {"--explorer", explorer, "wait:" + _file, "--unlock", GetParam(),
                                     folder.Path()});
     ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(folder.At("opening")); }));
+    const auto start = std::chrono::steady_clock::now();
     host.Signal(SIGTERM);
     EXPECT_EQ(host.AwaitEnd(), 128 + SIGTERM);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     EXPECT_EQ(host.Output(),
               "volume-host: interrupted by signal 15; the explorer was not started\n");
     EXPECT_EQ(PipeFolder::Exists(folder.At("cancelled")), GetParam() == std::string("password"));
     EXPECT_FALSE(PipeFolder::Exists(_file));
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_P(OpeningTest, AHostKilledDuringTheTryLeavesNoTrialBehindAndTheNextHostStartsAtOnce)
+{
+    const vx::TemporaryFolder folder;
+    folder.MakeLink("libBitLockerWapper.dylib", CANCELLABLE_LIBRARY);
+    const std::string explorer = folder.MakeLink("Explorer.app/explorer", FAKE_EXPLORER);
+    ChildProcess host(VOLUME_HOST, {"--explorer", explorer, "wait:" + _file, "--unlock", GetParam(),
+                                    folder.Path()});
+    ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(folder.At("opening")); }));
+    host.Signal(SIGKILL);
+    ASSERT_EQ(host.AwaitEnd(), -SIGKILL);
+    ChildProcess next = Host("exit");
+    const std::string trial = ContentOf(folder.At("process"));
+    EXPECT_TRUE(Eventually([&] { return !IsRunning(trial); }, std::chrono::seconds(5)));
+    EXPECT_EQ(next.AwaitEnd(), 1) << next.Output();
+    EXPECT_EQ(PipeFolder::Exists(folder.At("cancelled")), GetParam() == std::string("password"));
     EXPECT_TRUE(NothingIsThere());
 }
 
@@ -251,10 +322,24 @@ TEST_F(EndToEndTest, AnExplorerThatOutlivedItsHostIsNotTakenForTheNextOnes)
     EXPECT_TRUE(NothingIsThere());
 }
 
-TEST_F(EndToEndTest, TheExplorerInheritsNoDescriptorOfTheHost)
+TEST_F(EndToEndTest, TheExplorerInheritsNoDescriptorOfTheHostButTheChannel)
 {
     ChildProcess host = Host("descriptors");
-    EXPECT_EQ(Reported(), HandedOn());
+    EXPECT_EQ(Reported(), HandedOn() + "channel");
+    host.AwaitEnd();
+}
+
+TEST_F(EndToEndTest, AProgramThatTheExplorerStartsDoesNotHaveTheChannel)
+{
+    ChildProcess host = Host("child-descriptors");
+    // The one through which it reads its own list is counted too; the shell's are the standard
+    // ones.
+    std::istringstream told(Reported());
+    const std::string handedOn = HandedOn();
+    int more = 0;
+    for (std::string number; told >> number;)
+        more += (" " + handedOn).find(" " + number + " ") == std::string::npos ? 1 : 0;
+    EXPECT_LE(more, 1) << told.str();
     host.AwaitEnd();
 }
 
@@ -324,7 +409,7 @@ class TerminalTest : public EndToEndTest {
 protected:
     void StartHost()
     {
-        const std::string mode = "arguments:" + _file;
+        const std::string mode = "opening:" + _file;
         const std::string slave = _terminal.SlavePath();
         _pid = fork();
         ASSERT_NE(_pid, -1);
@@ -369,7 +454,7 @@ TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
     _terminal.AwaitShown("Secret (password) for ");
     ASSERT_TRUE(Eventually([this] { return !_terminal.Echoes(); }));
     _terminal.Type("open sesame\n");
-    EXPECT_EQ(Reported().rfind("password\nopen sesame\n", 0), 0u);
+    EXPECT_EQ(Reported(), "opening:" + _file + "\npassword\nopen sesame\n");
     EXPECT_EQ(AwaitEnd(), 1);
     EXPECT_TRUE(_terminal.Echoes());
     EXPECT_EQ(_terminal.AwaitShown("\n").find("sesame"), std::string::npos);

@@ -1,4 +1,5 @@
 // Plays an explorer for the host's tests. Its first argument says how: MODE:FILE.
+#include "ChildChannel.h"
 #include "Eventually.h"
 #include "_MSG_DATA_PACKAGE.h"
 
@@ -30,6 +31,76 @@ int TellArguments(const std::string &file, int argc, char *argv[])
         text += std::string(argv[i]) + "\n";
     Tell(file, text);
     return 0;
+}
+
+using vx::ChildChannel;
+
+// The volume library's end of the channel; it ends with the process.
+ChildChannel *TakeChannel(char *argv[], ChildChannel::Opening *opening)
+{
+    auto *channel = new ChildChannel(ChildChannel::Inherited(argv[3]));
+    if (!channel->ReadOpening(opening, std::chrono::seconds(10)))
+        exit(1);
+    return channel;
+}
+
+// Tells what it is to open.
+int TellOpening(const std::string &file, char *argv[])
+{
+    ChildChannel::Opening opening;
+    TakeChannel(argv, &opening);
+    const vx::ChannelOpening &texts = opening.Texts();
+    Tell(file, std::string(texts.volume) + "\n" + texts.kind + "\n" + texts.secret + "\n");
+    return 0;
+}
+
+vx::ChannelDamage DamageOf(const std::string &path)
+{
+    vx::ChannelDamage damage;
+    damage.path = path;
+    damage.ranges = {{0, 512}, {4096, 1024}};
+    return damage;
+}
+
+// Reports what was noticed of a volume.
+int ReportDamage(char *argv[])
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    channel->Report(vx::ChannelOpened{22, ""});
+    channel->Report(DamageOf("/a\x1b[2J.txt"));
+    vx::ChannelDamage folder;
+    folder.kind = vx::ChannelDamageKind::kFolder;
+    folder.path = "/folder";
+    channel->Report(folder);
+    return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
+}
+
+// Reports more than the channel holds, whether or not the host reads; then tells that it has gone
+// on.
+int ReportWithoutEnd(const std::string &file, char *argv[])
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    Tell(file, std::to_string(getpid()));
+    if (!Eventually([&] { return access((file + ".go").c_str(), F_OK) == 0; }))
+        return 1;
+    channel->Report(vx::ChannelOpened{0, ""});
+    constexpr int kReports = 20000;
+    for (int i = 0; i < kReports; ++i)
+        channel->Report(DamageOf("/folder/a long enough name " + std::to_string(i)));
+    Tell(file + ".done", channel->HasEnded() ? "ended" : "open");
+    return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
+}
+
+// Tells the descriptors of a program that this one starts.
+int TellDescriptorsOfChild(const std::string &file, char *argv[])
+{
+    ChildChannel::Opening opening;
+    TakeChannel(argv, &opening);
+    return system(("ls /dev/fd/ | tr '\\n' ' ' > '" + file + ".part' && mv '" + file + ".part' '" +
+                   file + "'")
+                      .c_str());
 }
 
 int TellPidAndWait(const std::string &file)
@@ -77,13 +148,18 @@ int SendNoticeAtEnd(const std::string &file)
     return 0;
 }
 
-int TellDescriptors(const std::string &file)
+// All but that of the channel, which is told last.
+int TellDescriptors(const std::string &file, char *argv[])
 {
     std::string text;
-    for (int descriptor = 0; descriptor < 1024; ++descriptor)
-        if (fcntl(descriptor, F_GETFD) != -1)
-            text += std::to_string(descriptor) + " ";
-    Tell(file, text);
+    std::string channel;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) == -1)
+            continue;
+        const std::string number = std::to_string(descriptor);
+        (number == argv[3] ? channel : text) += number == argv[3] ? "channel" : number + " ";
+    }
+    Tell(file, text + channel);
     return 0;
 }
 
@@ -114,7 +190,15 @@ int main(int argc, char *argv[])
     if (mode == "notice-at-end")
         return SendNoticeAtEnd(file);
     if (mode == "descriptors")
-        return TellDescriptors(file);
+        return TellDescriptors(file, argv);
+    if (mode == "opening")
+        return TellOpening(file, argv);
+    if (mode == "damage")
+        return ReportDamage(argv);
+    if (mode == "flood")
+        return ReportWithoutEnd(file, argv);
+    if (mode == "child-descriptors")
+        return TellDescriptorsOfChild(file, argv);
     if (mode == "message")
         return TellMessage(file);
     if (mode == "crash")

@@ -1,7 +1,8 @@
 // The lock, the FIFO files, the child process and the place of the program.
-#include "ExplorerProcess.h"
+#include "EventPipe.h"
 #include "FifoPair.h"
 #include "HostLock.h"
+#include "SpawnedProcess.h"
 #include "UniqueFd.h"
 
 #include "Eventually.h"
@@ -129,7 +130,7 @@ TEST_F(FifoPairTest, AFolderThatIsNotThereIsAnError)
     EXPECT_NE(vx::MakeFifoPair({_folder.At("no/in"), _folder.At("no/out")}), "");
 }
 
-class ExplorerProcessTest : public testing::Test {
+class SpawnedProcessTest : public testing::Test {
 protected:
     void Start(const std::string &script)
     {
@@ -140,17 +141,18 @@ protected:
         return Eventually([this] { return _process.HasEnded(); });
     }
 
-    vx::ExplorerProcess _process;
+    vx::EventPipe _events;
+    vx::SpawnedProcess _process{_events};
 };
 
-TEST_F(ExplorerProcessTest, TheEndAndItsStatusAreSeen)
+TEST_F(SpawnedProcessTest, TheEndAndItsStatusAreSeen)
 {
     Start("exit 7");
     ASSERT_TRUE(AwaitEnd());
     EXPECT_EQ(_process.DescribeEnd(), "exit status 7");
 }
 
-TEST_F(ExplorerProcessTest, ASignalEndsIt)
+TEST_F(SpawnedProcessTest, ASignalEndsIt)
 {
     Start("exec sleep 1000");
     EXPECT_FALSE(_process.HasEnded());
@@ -159,7 +161,7 @@ TEST_F(ExplorerProcessTest, ASignalEndsIt)
     EXPECT_EQ(_process.DescribeEnd(), "signal 15");
 }
 
-TEST_F(ExplorerProcessTest, KillEndsOneThatIgnoresBeingAsked)
+TEST_F(SpawnedProcessTest, KillEndsOneThatIgnoresBeingAsked)
 {
     Start("trap '' TERM; while :; do sleep 1; done");
     _process.Signal(SIGTERM);
@@ -167,13 +169,13 @@ TEST_F(ExplorerProcessTest, KillEndsOneThatIgnoresBeingAsked)
     EXPECT_TRUE(_process.HasEnded());
 }
 
-TEST_F(ExplorerProcessTest, AMissingProgramIsAnErrorAndHasEnded)
+TEST_F(SpawnedProcessTest, AMissingProgramIsAnErrorAndHasEnded)
 {
     EXPECT_EQ(_process.Start("/no/such/program", {}), ENOENT);
     EXPECT_TRUE(_process.HasEnded());
 }
 
-TEST_F(ExplorerProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
+TEST_F(SpawnedProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
 {
     signal(SIGPIPE, SIG_IGN);
     Start("kill -PIPE $$; exit 0");

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -86,7 +87,9 @@ std::optional<int> ChildProcess::AwaitEnd()
 
 std::string ChildProcess::Output() const
 {
-    std::string text(1 << 16, '\0');
+    struct stat status = {};
+    fstat(_output, &status);
+    std::string text(static_cast<size_t>(status.st_size), '\0');
     const ssize_t count = pread(_output, text.data(), text.size(), 0);
     text.resize(count > 0 ? static_cast<size_t>(count) : 0);
     return text;

@@ -1,11 +1,13 @@
-// A volume library whose opening lasts until it is cancelled. The secret is a folder: its FIFO
-// "opening" is opened when the opening starts, and a file "cancelled" is made when it was
-// cancelled. The kind "deaf" does not react.
+// A volume library whose opening lasts until it is cancelled. The secret is a folder: its file
+// "process" receives the number of the process and then its FIFO "opening" is opened, or made as a
+// file, when the opening starts, and a file "cancelled" is made when it was cancelled. The kind
+// "deaf" does not react.
 #include "IVolume.h"
 
 #include <atomic>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <string>
 #include <unistd.h>
 
@@ -34,6 +36,7 @@ open_bitlocker_device(const char *, const char *kind, const char *secret, IVolum
 {
     *volume = nullptr;
     const std::string folder = secret;
+    std::ofstream(folder + "/process") << getpid();
     Create(folder + "/opening");
     const bool isDeaf = strcmp(kind, "deaf") == 0;
     for (unsigned waited = 0; waited < kLongest && (isDeaf || !g_isCancelled); waited += kLook)

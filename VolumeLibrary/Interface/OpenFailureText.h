@@ -25,15 +25,20 @@ inline std::string OpenDetail(void *library)
 }
 
 // After a success: what was noticed, one line each.
-inline std::vector<std::string> OpenWarnings(void *library)
+inline std::vector<std::string> OpenWarningLines(const std::string &detail)
 {
     std::vector<std::string> warnings;
-    std::istringstream lines(OpenDetail(library));
+    std::istringstream lines(detail);
     for (std::string line; std::getline(lines, line);) {
         if (!line.empty())
             warnings.push_back(line);
     }
     return warnings;
+}
+
+inline std::vector<std::string> OpenWarnings(void *library)
+{
+    return OpenWarningLines(OpenDetail(library));
 }
 
 // The status in words and what the library adds to it, in the order that reads well.
@@ -48,11 +53,16 @@ inline std::string OpenFailureWords(int32_t status, const std::string &detail)
     return isAboutKeyFile ? detail + ": " + text : text + ": " + detail;
 }
 
-// library: the handle of the loaded library. The status in words, what the library adds to it,
-// and its number: "the volume is not encrypted: open it with "none" (status 20)",
+// The status in words, what the library adds to it, and its number:
+// "the volume is not encrypted: open it with "none" (status 20)",
 // "the startup key file /k.BEK: there is nothing at this path (status 3)"
+inline std::string OpenFailureText(int32_t status, const std::string &detail)
+{
+    return OpenFailureWords(status, detail) + " (status " + std::to_string(status) + ")";
+}
+
+// library: the handle of the loaded library.
 inline std::string OpenFailureText(void *library, int32_t status)
 {
-    return OpenFailureWords(status, OpenDetail(library)) + " (status " + std::to_string(status) +
-           ")";
+    return OpenFailureText(status, OpenDetail(library));
 }
