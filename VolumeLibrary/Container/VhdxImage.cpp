@@ -38,6 +38,26 @@ std::vector<VhdxRegion> TakenBy(const VhdxHeader &header, const VhdxRegions &reg
     return taken;
 }
 
+// What of the image contradicts its table.
+void AddContradictions(const VhdxTable &table, const VhdxMetadata &metadata, Notes *notes)
+{
+    if (!table.contested.empty())
+        notes->emplace_back("blocks of the VHDX image lie in the same place, which is impossible; "
+                            "they cannot be read");
+    if (table.hiddenBlocks > 0)
+        notes->push_back("blocks of the VHDX image are marked as zeros, and read as such, although "
+                         "data is stored for them: " +
+                         std::to_string(table.hiddenBlocks));
+    if (table.blocksBeyond > 0)
+        notes->push_back("the size that the VHDX image states may be wrong; blocks that it holds "
+                         "beyond the end of such a disk, which are not read: " +
+                         std::to_string(table.blocksBeyond));
+    if (metadata.isFixed && table.absentBlocks > 0)
+        notes->push_back("the VHDX image is a fixed one; blocks that it lacks nevertheless, which "
+                         "are read as zeros: " +
+                         std::to_string(table.absentBlocks));
+}
+
 Notes NotesOf(const VhdxHeader &header, const std::string &noteOfLog, const VhdxRegions &regions,
               const VhdxTable &table)
 {
@@ -55,9 +75,6 @@ Notes NotesOf(const VhdxHeader &header, const std::string &noteOfLog, const Vhdx
         notes.push_back(
             std::to_string(table.unreadBytes) +
             " bytes of the table of the VHDX image cannot be read, or lie next to such");
-    if (!table.contested.empty())
-        notes.emplace_back("blocks of the VHDX image lie in the same place, which is impossible; "
-                           "they cannot be read");
     return notes;
 }
 
@@ -102,6 +119,7 @@ Result<Container> OpenVhdx(const Source &stored, const ParentOpener &openParent)
     container.sectorBytes = metadata->sectorBytes;
     container.identity = header->dataWrite.Text();
     container.notes = NotesOf(*header, replayed->note, *regions, table);
+    AddContradictions(table, *metadata, &container.notes);
     Source parentDisk;
     if (metadata->hasParent) {
         auto parent = OpenParentOf(*metadata, openParent);

@@ -32,6 +32,12 @@ public:
         }
     }
 
+    // at: of a unit in the file.
+    bool IsTaken(uint64_t at) const
+    {
+        return at / kVhdxUnit < _used.size() && _used[at / kVhdxUnit];
+    }
+
     const ByteRanges &Contested() const { return _contested.All(); }
 
 private:
@@ -52,7 +58,6 @@ public:
 
     VhdxTable Run()
     {
-        constexpr uint64_t kPieceBytes = uint64_t{64} << 10;
         const uint64_t needed = NeededEntries() * VhdxBlocks::kEntryBytes;
         const uint64_t bytes = std::min(needed, _shape.tableBytes);
         std::vector<uint8_t> piece;
@@ -67,10 +72,14 @@ public:
         _found.missingBytes +=
             _shape.diskBytes - std::min(_shape.diskBytes, blocksInTable * _shape.blockBytes);
         _found.contested = _claims.Contested();
+        CountHidden();
+        CountBeyond(needed);
         return std::move(_found);
     }
 
 private:
+    static constexpr uint64_t kPieceBytes = uint64_t{64} << 10;
+
     uint64_t NeededEntries() const
     {
         if (_shape.Blocks() == 0)
@@ -97,8 +106,11 @@ private:
     void TakeEntries(uint64_t index, const std::vector<uint8_t> &piece)
     {
         for (ByteReader reader(piece); reader.Left() > 0; ++index) {
-            const VhdxBlocks::Entry entry = VhdxBlocks::ParseEntry(reader.U64());
+            const uint64_t number = reader.U64();
+            const VhdxBlocks::Entry entry = VhdxBlocks::ParseEntry(number);
             const bool isOfBits = IsOfBits(index);
+            if (!isOfBits)
+                TakeUnstored(number, entry, BytesOfBlock(BlockOf(index)));
             const bool isStored = entry.state == VhdxBlocks::State::kPresent ||
                                   entry.state == VhdxBlocks::State::kPartlyPresent;
             if (!isStored || entry.at == 0 || (isOfBits && !_shape.hasParent))
@@ -112,6 +124,60 @@ private:
         }
     }
 
+    void TakeUnstored(uint64_t number, const VhdxBlocks::Entry &entry, uint64_t bytes)
+    {
+        constexpr size_t kMostKept = 4096;
+        constexpr uint64_t kState = 7;
+        constexpr uint64_t kMarkedAsZeros = 2;
+        if (entry.state == VhdxBlocks::State::kNotPresent && bytes > 0)
+            ++_found.absentBlocks;
+        if (entry.state == VhdxBlocks::State::kZeros && (number & kState) == kMarkedAsZeros &&
+            entry.at != 0 && _marked.size() < kMostKept)
+            _marked.push_back({entry.at, bytes});
+    }
+
+    // A place that another block has taken since is no contradiction.
+    void CountHidden()
+    {
+        for (const ByteRange &block : _marked) {
+            if (!_claims.IsTaken(block.offset) && HoldsData(block))
+                ++_found.hiddenBlocks;
+        }
+    }
+
+    bool HoldsData(const ByteRange &block)
+    {
+        std::vector<uint8_t> piece;
+        for (uint64_t done = 0; done < block.length && _lookedAt < VhdxTable::kMostLookedAt;
+             done += piece.size(), _lookedAt += piece.size()) {
+            piece.assign(static_cast<size_t>(std::min(kPieceBytes, block.length - done)), 0);
+            ByteRanges gaps;
+            (void)_file.Salvage(block.offset + done, piece.data(), piece.size(), &gaps);
+            if (std::any_of(piece.begin(), piece.end(), [](uint8_t byte) { return byte != 0; }))
+                return true;
+        }
+        return false;
+    }
+
+    // needed: bytes of the table.
+    void CountBeyond(uint64_t needed)
+    {
+        const uint64_t end = std::min(_shape.tableBytes, needed + VhdxTable::kMostBeyond);
+        std::vector<uint8_t> piece;
+        for (uint64_t at = needed; at < end; at += piece.size()) {
+            piece.resize(static_cast<size_t>(std::min(kPieceBytes, end - at)));
+            if (_file.ReadAt(_shape.tableAt + at, piece.data(), piece.size()))
+                continue;
+            uint64_t index = at / VhdxBlocks::kEntryBytes;
+            for (ByteReader reader(piece); reader.Left() > 0; ++index) {
+                const VhdxBlocks::Entry entry = VhdxBlocks::ParseEntry(reader.U64());
+                const bool isStored = entry.state == VhdxBlocks::State::kPresent && entry.at != 0;
+                if (isStored && !IsOfBits(index))
+                    ++_found.blocksBeyond;
+            }
+        }
+    }
+
     uint64_t BeyondTheEnd(uint64_t at, uint64_t bytes) const
     {
         const uint64_t left = _file.Size() - std::min(_file.Size(), at);
@@ -122,6 +188,8 @@ private:
     const VhdxBlocks::Shape &_shape;
     Claims _claims;
     VhdxTable _found;
+    ByteRanges _marked;  // blocks that are marked as zeros and have a place
+    uint64_t _lookedAt = 0;
 };
 
 }  // namespace

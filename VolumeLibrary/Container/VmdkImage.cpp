@@ -126,18 +126,25 @@ Result<VmdkDescription> ReadDescription(const ByteSource &file, uint64_t at, uin
     return VmdkDescription::Parse(text);
 }
 
-// Fails if the text in a file that grows cannot be read or says that the file is a snapshot;
-// nothing else of it matters.
-Error CheckIsWhole(const ByteSource &file, const VmdkHeader &header)
+// Fails if the text in a file that grows cannot be read or says that the file is a snapshot. Of the
+// rest only the size of the disk matters: the notes say if it is not that of the header.
+Error CheckText(const std::string &name, const ByteSource &file, const VmdkHeader &header,
+                std::vector<std::string> *notes)
 {
     const uint64_t sectors = file.Size() / kSector;
     if (header.text == 0 || header.text > sectors || header.textSectors > sectors - header.text)
         return {};
     const auto description =
         ReadDescription(file, header.text * kSector, header.textSectors * kSector);
-    const bool isNoMatter =
-        description || description.Failure().status == Status::kDamagedContainer;
-    return isNoMatter ? Error{} : description.Failure();
+    if (!description)
+        return description.Failure().status == Status::kDamagedContainer ? Error()
+                                                                         : description.Failure();
+    const std::vector<VmdkExtent> &extents = description->extents;
+    if (extents.size() == 1 && extents[0].sectors != header.capacity)
+        notes->push_back(
+            "the header of " + name + " gives its disk " + std::to_string(header.capacity) +
+            " sectors, which are read, and its text " + std::to_string(extents[0].sectors));
+    return {};
 }
 
 void AddNotes(const std::string &name, const VmdkPlaces &places, std::vector<std::string> *notes)
@@ -161,7 +168,7 @@ Result<Container> OpenGrowing(const std::string &name, const Source &file)
     auto checked = CheckTables(name, *file, *header);
     if (!checked)
         return checked.Failure();
-    if (Error error = CheckIsWhole(*file, checked->header))
+    if (Error error = CheckText(name, *file, checked->header, &checked->notes))
         return error;
     VmdkPlaces places = VmdkPlaces::Examine(*file, checked->header);
     AddNotes(name, places, &checked->notes);
