@@ -52,6 +52,8 @@ void OpeningProgress::RequestFrom(void *library)
 void OpeningProgress::Show(VolumeOpeningStep step, uint64_t done, uint64_t total, uint32_t seconds,
                            Clock::time_point now)
 {
+    if (step == VolumeOpeningStep::kKeysLeftOut)
+        return NameLimit(total);
     if (_step != static_cast<uint32_t>(step))
         Begin(step, total, now);
     if (!_line.IsLive())
@@ -60,6 +62,15 @@ void OpeningProgress::Show(VolumeOpeningStep step, uint64_t done, uint64_t total
         _bytes->Show(Signed(done), "", now);
     else if (_line.IsLive())
         DrawCount(done, total, seconds, now);
+}
+
+void OpeningProgress::NameLimit(uint64_t keys)
+{
+    fprintf(_stream,
+            "The key ring has more files or keys than are read; %s are left, those that name a "
+            "protector of the volume first\n",
+            CountText(Signed(keys), "key", "keys").c_str());
+    fflush(_stream);
 }
 
 void OpeningProgress::Begin(VolumeOpeningStep step, uint64_t total, Clock::time_point now)

@@ -39,6 +39,7 @@ public:
               Clock::time_point now);
 
 private:
+    void NameLimit(uint64_t keys);
     void Begin(VolumeOpeningStep step, uint64_t total, Clock::time_point now);
     void Announce(uint64_t total, uint32_t seconds, Clock::time_point now);
     void DrawCount(uint64_t done, uint64_t total, uint32_t seconds, Clock::time_point now);

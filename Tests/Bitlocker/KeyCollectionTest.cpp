@@ -117,6 +117,50 @@ TEST_F(KeyCollectionTest, OfAFolderWithVeryManyFilesSomeAreReadAndThatIsSaid)
     EXPECT_EQ(ring->Problems(), "there are more files or keys than are read");
 }
 
+bool NamesKey(const KeyList &keys, const Guid &protector)
+{
+    for (size_t key = 0; key < keys.Size(); ++key)
+        if (keys.At(key).Names(protector))
+            return true;
+    return false;
+}
+
+std::string LineOf(unsigned number)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%06u-%06u-000022-000033-000044-000055-000066-000077\n",
+                  number % 60000 * 11, number / 60000 * 11);
+    return text;
+}
+
+TEST_F(KeyCollectionTest, OfTooManyKeysThoseThatNameAWantedProtectorAreTaken)
+{
+    std::string text;
+    for (unsigned i = 0; i < KeyList::kMost + 5; ++i)
+        text += LineOf(i);
+    text += std::string(kOtherKeyId) + " " + LineOf(100000) + kKeyId + " " + LineOf(100001);
+    const std::string path = Write("ring", text);
+    const auto wanting = KeyCollection::FromPath(path.c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_TRUE(wanting->IsCut());
+    EXPECT_EQ(wanting->Keys().Size(), KeyList::kMost);
+    EXPECT_TRUE(NamesKey(wanting->Keys(), kKeyGuid));
+    EXPECT_FALSE(NamesKey(wanting->Keys(), kOtherKeyGuid));
+    EXPECT_EQ(wanting->Problems(), "there are more files or keys than are read");
+    EXPECT_FALSE(NamesKey(Read(path)->Keys(), kKeyGuid));
+}
+
+TEST_F(KeyCollectionTest, OfTooManyFilesThoseThatNameAWantedProtectorAreRead)
+{
+    for (size_t i = 0; i < KeyCollection::kMostFiles + 5; ++i)
+        ASSERT_EQ(mknod(_folder.At(std::to_string(i)).c_str(), S_IFREG | 0600, 0), 0);
+    Write(std::string("zz ") + kKeyId + ".TXT", LineOf(1));
+    const auto wanting = KeyCollection::FromPath(_folder.Path().c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_TRUE(NamesKey(wanting->Keys(), kKeyGuid));
+    EXPECT_EQ(Read(_folder.Path())->Keys().Size(), 0U);
+}
+
 TEST_F(KeyCollectionTest, AMistakeIsNamedWithItsFileAndLine)
 {
     Write("keys\n.txt", "\n000011-000022-000034-720885-111111-222222-333333-444444\n");

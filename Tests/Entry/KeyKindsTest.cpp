@@ -135,5 +135,23 @@ TEST_F(KeyKindsTest, ASearchInARingReportsItsCostAndIsCancelledAtOnce)
     EXPECT_EQ(status.get(), VolumeLibraryStatus::kCancelled);
 }
 
+// The volume's protectors are read before the ring is.
+TEST_F(KeyKindsTest, TheFittingKeyOfARingThatIsTooLongIsFoundByItsIdentifier)
+{
+    Make(MakePlainImage(64 * 1024));
+    std::string keys;
+    for (unsigned i = 0; i < 65600; ++i) {
+        char line[64];
+        std::snprintf(line, sizeof line, "%06u-%06u-000022-000033-000044-000055-000066-000077\n",
+                      i % 60000 * 11, i / 60000 * 11);
+        keys += line;
+    }
+    keys += std::string("1A2B3C4D-0000-0000-0000-000000000000 ") + kRecovery + "\n";
+    // What it unlocks has no files.
+    EXPECT_EQ(Open("key-ring", folder.WriteFile("ring.txt", keys)),
+              VolumeLibraryStatus::kFileSystemDamaged)
+        << detail;
+}
+
 }  // namespace
 }  // namespace vx::bitlocker

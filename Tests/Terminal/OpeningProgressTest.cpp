@@ -47,6 +47,16 @@ TEST_F(PlainOpeningProgress, TheCostOfManyKeysIsSaidOnceBeforeTheyAreTried)
     EXPECT_EQ(Shown(), "Trying 40 keys, about 25 s; Ctrl-C stops\n");
 }
 
+TEST_F(PlainOpeningProgress, ARingOfMoreThanIsReadIsNamedBeforeTheCost)
+{
+    Show(VolumeOpeningStep::kKeysLeftOut, 0, 65536, 0, milliseconds(0));
+    Show(kTrying, 0, 65536, 0, milliseconds(1));
+    Show(kTrying, 8, 65536, 9000, milliseconds(500));
+    EXPECT_THAT(Shown(), testing::StartsWith("The key ring has more files or keys than are read; "
+                                             "65,536 keys are left"));
+    EXPECT_THAT(Shown(), HasSubstr("\nTrying 65,536 keys, about "));
+}
+
 TEST_F(PlainOpeningProgress, WhatIsQuickIsNotMentioned)
 {
     for (int tenth = 0; tenth < 50; ++tenth)

@@ -28,23 +28,35 @@ std::string PathIn(const std::string &folder, const std::string &name)
     return folder + "/" + name;
 }
 
-// In order; no more than limit + 1.
-Result<std::vector<std::string>> NamesIn(const std::string &folder, size_t limit)
+bool NamesOne(const std::string &name, const std::vector<Guid> &wanted)
+{
+    const std::vector<Guid> named = IdentifiersInName(name);
+    return std::find_first_of(named.begin(), named.end(), wanted.begin(), wanted.end()) !=
+           named.end();
+}
+
+// Those that name a wanted protector, then the others, each in order; of both no more than
+// limit + 1.
+Result<std::vector<std::string>> NamesIn(const std::string &folder, size_t limit,
+                                         const std::vector<Guid> &wanted)
 {
     const std::unique_ptr<DIR, FolderCloser> open(::opendir(folder.c_str()));
     if (open == nullptr)
         return Error{Status::kSystemError, "", errno};
-    std::vector<std::string> names;
+    std::vector<std::string> first;
+    std::vector<std::string> others;
     while (const dirent *entry = ::readdir(open.get())) {
         const std::string name = entry->d_name;
         if (name == "." || name == "..")
             continue;
-        names.push_back(name);
-        if (names.size() > limit)
-            break;
+        std::vector<std::string> &names = NamesOne(name, wanted) ? first : others;
+        if (names.size() <= limit)
+            names.push_back(name);
     }
-    std::sort(names.begin(), names.end());
-    return names;
+    std::sort(first.begin(), first.end());
+    std::sort(others.begin(), others.end());
+    first.insert(first.end(), others.begin(), others.end());
+    return first;
 }
 
 // Fit for a message of one line.
@@ -80,22 +92,31 @@ void KeyCollection::Add(ByteView file, const std::string &name)
 
 Result<KeyCollection> KeyCollection::FromFile(const char *path, size_t largest)
 {
-    const Result<KeyMaterial> bytes = ReadKeyFile(path, largest);
-    if (!bytes)
-        return bytes.Failure();
-    const std::string name = path;
     KeyCollection collection;
-    collection.Add(bytes->View(), name.substr(name.rfind('/') + 1));
+    if (Error error = collection.AddFile(path, largest))
+        return error;
     collection._keys.MergeEqual();
     return collection;
 }
 
-Result<KeyCollection> KeyCollection::FromPath(const char *path, const CancelFlag *cancel)
+Error KeyCollection::AddFile(const std::string &path, size_t largest)
 {
-    if (!IsFolder(path))
-        return FromFile(path, kLargestAlone);
+    const Result<KeyMaterial> bytes = ReadKeyFile(path.c_str(), largest);
+    if (!bytes)
+        return bytes.Failure();
+    Add(bytes->View(), path.substr(path.rfind('/') + 1));
+    return {};
+}
+
+Result<KeyCollection> KeyCollection::FromPath(const char *path, const CancelFlag *cancel,
+                                              const std::vector<Guid> &wanted)
+{
     KeyCollection collection;
-    if (Error error = collection.AddFolder(path, true, cancel))
+    collection._wanted = wanted;
+    collection._keys.SetWanted(wanted);
+    Error error = IsFolder(path) ? collection.AddFolder(path, true, cancel)
+                                 : collection.AddFile(path, kLargestAlone);
+    if (error)
         return error;
     collection._keys.MergeEqual();
     return collection;
@@ -104,7 +125,7 @@ Result<KeyCollection> KeyCollection::FromPath(const char *path, const CancelFlag
 Error KeyCollection::AddFolder(const std::string &folder, bool entersFolders,
                                const CancelFlag *cancel)
 {
-    const Result<std::vector<std::string>> names = NamesIn(folder, kMostFiles);
+    const Result<std::vector<std::string>> names = NamesIn(folder, kMostFiles, _wanted);
     if (!names)
         return names.Failure();
     for (const std::string &name : *names) {
@@ -149,7 +170,7 @@ std::string KeyCollection::Problems() const
     if (_notRead > 0)
         sentences.push_back(std::to_string(_notRead) + (_notRead == 1 ? " file" : " files") +
                             " could not be read or had more than 1 MiB");
-    if (_isCut || _keys.IsFull())
+    if (IsCut())
         sentences.push_back("there are more files or keys than are read");
     std::string text;
     for (const std::string &sentence : sentences)

@@ -23,22 +23,29 @@ public:
 
     // A file of keys, longer than largest or not. Errors: kSystemError, kMalformedSecret.
     static Result<KeyCollection> FromFile(const char *path, size_t largest);
-    // A file or a folder. Errors: as before; kCancelled.
-    static Result<KeyCollection> FromPath(const char *path, const CancelFlag *cancel);
+    // A file or a folder. wanted: the protectors that are to be opened; where there are more files
+    // or keys than are read, those that name one of them count first. Errors: as before;
+    // kCancelled.
+    static Result<KeyCollection> FromPath(const char *path, const CancelFlag *cancel,
+                                          const std::vector<Guid> &wanted = {});
 
     // name: of the file.
     void Add(ByteView file, const std::string &name);
 
     const KeyList &Keys() const { return _keys; }
     KeyList TakeKeys() { return std::move(_keys); }
+    // Whether there were more files or keys than are read.
+    bool IsCut() const { return _isCut || _keys.LeftOut() > 0; }
     // What could not be used, in words; empty if there is nothing. Never with digits of a key.
     std::string Problems() const;
 
 private:
+    Error AddFile(const std::string &path, size_t largest);
     Error AddFolder(const std::string &folder, bool entersFolders, const CancelFlag *cancel);
     void AddFromFolder(const std::string &path, const std::string &name);
 
     KeyList _keys;
+    std::vector<Guid> _wanted;
     size_t _files = 0;
     size_t _bytes = 0;
     size_t _notRead = 0;

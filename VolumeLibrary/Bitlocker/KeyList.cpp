@@ -39,15 +39,43 @@ uint8_t *KeyList::Place(size_t index)
 
 void KeyList::Add(ProtectorKind kind, ByteView key, const std::vector<Guid> &identifiers)
 {
-    if (IsFull())
+    if (IsFull()) {
+        ++_leftOut;
+        const size_t index = IsWanted(identifiers) ? NextToReplace() : Size();
+        if (index < Size())
+            Put(index, kind, key, identifiers);
         return;
+    }
     if (Size() == _pieces.size() * kPerPiece)
         _pieces.emplace_back(kPerPiece * kKeyBytes);
+    _labels.emplace_back();
+    Put(Size() - 1, kind, key, identifiers);
+}
+
+void KeyList::Put(size_t index, ProtectorKind kind, ByteView key,
+                  const std::vector<Guid> &identifiers)
+{
     Label label;
     label.kind = kind;
     label.AddIdentifiers(identifiers);
-    _labels.push_back(std::move(label));
-    std::memcpy(Place(Size() - 1), key.data, std::min(key.size, kKeyBytes));
+    _labels[index] = std::move(label);
+    std::memset(Place(index), 0, kKeyBytes);
+    std::memcpy(Place(index), key.data, std::min(key.size, kKeyBytes));
+}
+
+bool KeyList::IsWanted(const std::vector<Guid> &identifiers) const
+{
+    return std::any_of(identifiers.begin(), identifiers.end(), [&](const Guid &identifier) {
+        return std::find(_wanted.begin(), _wanted.end(), identifier) != _wanted.end();
+    });
+}
+
+size_t KeyList::NextToReplace()
+{
+    while (_replaceable > 0)
+        if (!IsWanted(_labels[--_replaceable].identifiers))
+            return _replaceable;
+    return Size();
 }
 
 void KeyList::AddIdentifiers(size_t index, const std::vector<Guid> &identifiers)

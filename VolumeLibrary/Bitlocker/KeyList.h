@@ -14,7 +14,7 @@ namespace vx::bitlocker {
 class KeyList {
 public:
     static constexpr size_t kKeyBytes = 32;
-    // More are not taken.
+    // More are not taken, but for those of SetWanted.
     static constexpr size_t kMost = 65536;
     static constexpr size_t kMostIdentifiers = 16;
 
@@ -28,6 +28,10 @@ public:
         void AddIdentifiers(const std::vector<Guid> &more);
     };
 
+    // Of the protectors that are to be opened. Keys that name one of them are taken into a full
+    // list, too, in place of others.
+    void SetWanted(std::vector<Guid> protectors) { _wanted = std::move(protectors); }
+
     // key: kKeyBytes; for a password what is stretched, else the key itself.
     void Add(ProtectorKind kind, ByteView key, const std::vector<Guid> &identifiers = {});
     void AddIdentifiers(size_t index, const std::vector<Guid> &identifiers);
@@ -36,6 +40,8 @@ public:
 
     size_t Size() const { return _labels.size(); }
     bool IsFull() const { return Size() == kMost; }
+    // How many keys were not taken, or gave way to others.
+    size_t LeftOut() const { return _leftOut; }
     const Label &At(size_t index) const { return _labels[index]; }
     ByteView Key(size_t index) const;
     size_t CountOf(ProtectorKind kind) const;
@@ -44,11 +50,18 @@ private:
     static constexpr size_t kPerPiece = 128;
 
     uint8_t *Place(size_t index);
+    bool IsWanted(const std::vector<Guid> &identifiers) const;
+    // The last one that gives way to a wanted key; Size() if none does.
+    size_t NextToReplace();
+    void Put(size_t index, ProtectorKind kind, ByteView key, const std::vector<Guid> &identifiers);
     bool IsBefore(size_t one, size_t other) const;
     bool IsEqual(size_t one, size_t other) const;
 
     std::vector<Label> _labels;
     std::vector<KeyMaterial> _pieces;  // of kPerPiece keys
+    std::vector<Guid> _wanted;
+    size_t _leftOut = 0;
+    size_t _replaceable = kMost;  // above it every key is wanted
 };
 
 }  // namespace vx::bitlocker

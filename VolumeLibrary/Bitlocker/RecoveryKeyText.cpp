@@ -138,6 +138,7 @@ private:
     {
         _identifiers = GuidsIn(line);
         const size_t firstKey = _keys.Size();
+        const size_t foundBefore = _result.found;
         for (size_t at = 0; at < line.size(); ++at) {
             const size_t groups = GroupsAt(line, at);
             if (groups == kGroups)
@@ -147,7 +148,7 @@ private:
             else if (IsDigit(line[at]))
                 at += CountDigits(line.substr(at), line.size()) - 1;
         }
-        if (_keys.Size() == firstKey)
+        if (_result.found == foundBefore)
             return KeepWaiting();
         _waiting.clear();
         _firstOpen = _identifiers.empty() ? firstKey : _keys.Size();

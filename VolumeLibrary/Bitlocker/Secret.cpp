@@ -164,6 +164,7 @@ Secret Secret::FromCollection(Form form, KeyCollection collection)
 {
     Secret secret(form);
     secret._problems = collection.Problems();
+    secret._isCut = collection.IsCut();
     secret._keys = collection.TakeKeys();
     return secret;
 }
@@ -185,11 +186,12 @@ Result<Secret> Secret::FromRecoveryFile(const char *path)
                                       : problems);
 }
 
-Result<Secret> Secret::FromKeyRing(const char *path, const CancelFlag *cancel)
+Result<Secret> Secret::FromKeyRing(const char *path, const CancelFlag *cancel,
+                                   const std::vector<Guid> &wanted)
 {
     if (Error error = CheckPath(path))
         return error;
-    Result<KeyCollection> ring = KeyCollection::FromPath(path, cancel);
+    Result<KeyCollection> ring = KeyCollection::FromPath(path, cancel, wanted);
     if (!ring)
         return About(std::string(kKeyRingDetail) + path, ring.Failure());
     if (ring->Keys().Size() > 0)

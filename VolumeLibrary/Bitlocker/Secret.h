@@ -54,7 +54,9 @@ public:
     static Result<Secret> FromRecoveryFile(const char *path);
     // The path of a file or folder with recovery passwords and startup keys. Errors:
     // kMalformedSecret if there is none, kSystemError, kCancelled.
-    static Result<Secret> FromKeyRing(const char *path, const CancelFlag *cancel = nullptr);
+    // wanted: the protectors that are to be opened, whose keys count first if there are too many.
+    static Result<Secret> FromKeyRing(const char *path, const CancelFlag *cancel = nullptr,
+                                      const std::vector<Guid> &wanted = {});
     // Hexadecimal digits, or the path of a file that holds them or the bare 32 bytes. Errors:
     // kMalformedSecret, kSystemError. No error repeats what was given.
     static Result<Secret> FromMasterKey(const char *given);
@@ -70,6 +72,8 @@ public:
     const GivenSectorKey *SectorKey() const { return _sectorKey ? &*_sectorKey : nullptr; }
     // What of a file or folder of keys could not be used, in words; empty if there is nothing.
     const std::string &Problems() const { return _problems; }
+    // Whether such a folder or file has more than is read.
+    bool IsCut() const { return _isCut; }
 
 private:
     explicit Secret(Form form) : _form(form) {}
@@ -82,6 +86,7 @@ private:
     KeyMaterial _masterKey;
     std::optional<GivenSectorKey> _sectorKey;
     std::string _problems;
+    bool _isCut = false;
 };
 
 }  // namespace vx::bitlocker

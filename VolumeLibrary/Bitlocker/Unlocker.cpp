@@ -214,6 +214,8 @@ Result<UnlockedKey> Unlocker::UseKeys(const Secret &secret)
     if (opened)
         return TakeSectorKey(std::move(*opened));
     const StretchPlan plan(_copies, secret.Keys());
+    if (secret.IsCut() && plan.Steps().size() > 1)
+        StepProgress(_progress, VolumeOpeningStep::kKeysLeftOut, secret.Keys().Size());
     opened = OpenStretched(secret.Keys(), plan);
     if (opened)
         return TakeSectorKey(std::move(*opened));

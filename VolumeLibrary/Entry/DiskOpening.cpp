@@ -4,6 +4,7 @@
 #include "Container.h"
 #include "ContentsFileSystem.h"
 #include "DiskVolumes.h"
+#include "EncryptionFacts.h"
 #include "FatFileSystem.h"
 #include "FileSystemVolume.h"
 #include "KnownContents.h"
@@ -329,9 +330,23 @@ private:
         return kind;
     }
 
+    // Only a ring of keys asks for them.
+    std::vector<Guid> ProtectorsOf(const ByteSource &volume) const
+    {
+        using bitlocker::EncryptionFacts;
+        std::vector<Guid> identifiers;
+        if (_unlocking.kind != UnlockKind::kKeyRing)
+            return identifiers;
+        const auto facts = EncryptionFacts::Read(volume, EncryptionFacts::MapReading::kForbidden);
+        if (facts && facts->copy)
+            for (const bitlocker::Protector &protector : facts->copy->protectors)
+                identifiers.push_back(protector.identifier);
+        return identifiers;
+    }
+
     Result<Source> Decrypt(const Source &volume)
     {
-        const Result<bitlocker::Secret> secret = SecretOf(_unlocking);
+        const Result<bitlocker::Secret> secret = SecretOf(_unlocking, ProtectorsOf(*volume));
         if (!secret)
             return secret.Failure();
         bitlocker::VolumeOpener opener(volume, _unlocking.cancel, bitlocker::KeyStretcher(),

@@ -6,7 +6,7 @@ namespace vx {
 
 using bitlocker::Secret;
 
-Result<Secret> SecretOf(const UnlockRequest &unlocking)
+Result<Secret> SecretOf(const UnlockRequest &unlocking, const std::vector<Guid> &protectors)
 {
     switch (unlocking.kind) {
     case UnlockKind::kPassword:
@@ -18,7 +18,7 @@ Result<Secret> SecretOf(const UnlockRequest &unlocking)
     case UnlockKind::kRecoveryFile:
         return Secret::FromRecoveryFile(unlocking.secret);
     case UnlockKind::kKeyRing:
-        return Secret::FromKeyRing(unlocking.secret, unlocking.cancel);
+        return Secret::FromKeyRing(unlocking.secret, unlocking.cancel, protectors);
     case UnlockKind::kMasterKey:
         return Secret::FromMasterKey(unlocking.secret);
     case UnlockKind::kSectorKey:

@@ -5,8 +5,11 @@
 #include "Error.h"
 #include "UnlockKind.h"
 
+#include <vector>
+
 namespace vx {
 
+struct Guid;
 namespace bitlocker {
 class Secret;
 }
@@ -17,8 +20,9 @@ struct UnlockRequest {
     const CancelFlag *cancel = nullptr;  // may be null
 };
 
-// Reads the file that the secret names, if its kind is one in a file. Errors: as
-// Secret.h says.
-Result<bitlocker::Secret> SecretOf(const UnlockRequest &unlocking);
+// Reads the file that the secret names, if its kind is one in a file. protectors: of the volume;
+// their keys count first if there are more than are read. Errors: as Secret.h says.
+Result<bitlocker::Secret> SecretOf(const UnlockRequest &unlocking,
+                                   const std::vector<Guid> &protectors);
 
 }  // namespace vx

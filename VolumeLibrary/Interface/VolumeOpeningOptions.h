@@ -12,6 +12,9 @@
 enum class VolumeOpeningStep : uint32_t {
     kTryingSecrets = 1,  // several secrets in turn: done and total count them
     kSearching = 2,      // a disk for lost metadata: done and total are bytes
+    // Before kTryingSecrets, once: a key ring has more files or keys than are read; total counts
+    // the keys that were.
+    kKeysLeftOut = 3,
 };
 
 // Called on the opening thread, several times a second at most, and first before the step begins.
