@@ -46,7 +46,7 @@ TEST_F(InfoJson, AnEncryptedVolumeHasItsFactsProtectorsAndCopies)
 {
     EXPECT_EQ(
         Of({"system disk"}, "{k: v for k, v in d['volumes'][2]['encryption'].items() "
-                            "if k not in ('protectors', 'metadata')}"),
+                            "if k not in ('protectors', 'metadata', 'opensWith')}"),
         R"({"layout": "windows-7", "method": "AES-128-XTS", "state": "encrypting", )"
         R"("encryptedBytes": 16106127360, "sectorBytes": 512, "clearKey": false, )"
         R"("identifier": "ABCDEF01-1111-2222-3333-444455556666", )"
@@ -57,6 +57,8 @@ TEST_F(InfoJson, AnEncryptedVolumeHasItsFactsProtectorsAndCopies)
               R"("identifier": "5E6F7A8B-1111-2222-3333-444455556666", )"
               R"("changed": "2020-09-30T17:00:00.1234567Z", )"
               R"("opensWith": ["recovery", "recovery-file", "key-ring"]})");
+    EXPECT_EQ(Of({"system disk"}, "d['volumes'][2]['encryption']['opensWith']"),
+              R"(["password", "recovery", "recovery-file", "key-ring", "vmk", "fvek"])");
     EXPECT_EQ(Of({"system disk"}, "d['volumes'][2]['encryption']['protectors'][2]['opensWith']"),
               "[]");
     EXPECT_EQ(Of({"system disk"}, "d['volumes'][2]['encryption']['metadata'][1]"),

@@ -64,6 +64,24 @@ protected:
     const std::string _disk = _folder.At("my disk");
 };
 
+TEST_F(RealDisk, AVolumeWhoseEncryptionIsFinishedButNotWholeIsCalledPartlyEncrypted)
+{
+    const std::string volume = _folder.At("partly");
+    const auto stateWith = [&](const char *encrypted) {
+        ToolRun make(VX_MAKE_VOLUME,
+                     {_folder.At("plain"), volume, "--password", "x", "--encrypted", encrypted});
+        EXPECT_EQ(make.Wait(), 0) << make.Errors();
+        const std::string output = RunReal({volume}).output;
+        const size_t begin = output.find("State") + strlen("State          ");
+        return output.substr(begin, output.find('\n', begin) - begin);
+    };
+    EXPECT_THAT(stateWith("4194304"), ::testing::StartsWith("partly encrypted, "));
+    EXPECT_THAT(stateWith("4194304"), ::testing::ContainsRegex("[0-9] % .4.0 MiB of "));
+    EXPECT_THAT(stateWith("9216"),
+                ::testing::StartsWith("partly encrypted, less than 0.1 % (9.0 KiB of "));
+    EXPECT_EQ(stateWith("0"), "decrypted");
+}
+
 TEST_F(RealDisk, ShowsItsPartitions)
 {
     const Result result = RunReal({_disk});

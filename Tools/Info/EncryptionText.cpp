@@ -31,6 +31,18 @@ std::string MethodText(const DiskEncryptionReport &encryption)
     return method + ", sectors of " + GroupedNumber(encryption.sectorBytes) + " bytes";
 }
 
+// In thousandths, rounded down.
+std::string ShareText(uint64_t part, uint64_t whole)
+{
+    const double share = static_cast<double>(part) / static_cast<double>(whole);
+    const int thousandths = std::min(static_cast<int>(share * 1000), 999);
+    if (part > 0 && thousandths == 0)
+        return "less than 0.1 %";
+    char percent[32];
+    snprintf(percent, sizeof(percent), "%d.%d %%", thousandths / 10, thousandths % 10);
+    return percent;
+}
+
 std::string ProtectionText(const DiskEncryptionReport &encryption)
 {
     return encryption.hasClearKey ? "suspended: the volume opens without a secret" : "";
@@ -99,13 +111,14 @@ std::string EncryptionState(const DiskVolumeReport &volume)
     const uint64_t encrypted = std::min(encryption.encryptedBytes, volume.bytes);
     if (encrypted == volume.bytes)
         return state + ", 100 %";
-    // In thousandths, rounded down.
-    const double share = static_cast<double>(encrypted) / static_cast<double>(volume.bytes);
-    const int thousandths = std::min(static_cast<int>(share * 1000), 999);
-    char percent[32];
-    snprintf(percent, sizeof(percent), "%d.%d %%", thousandths / 10, thousandths % 10);
-    return state + ", " + percent + " encrypted (" + RoundedBytes(encrypted) + " of " +
-           RoundedBytes(volume.bytes) + ")";
+    if (encrypted == 0 && state == "decrypted")
+        return state;
+    const std::string share = ShareText(encrypted, volume.bytes);
+    const std::string sizes =
+        " (" + RoundedBytes(encrypted) + " of " + RoundedBytes(volume.bytes) + ")";
+    // It says that its encryption is finished, which does not mean that all of it is encrypted.
+    return state == "encrypted" ? "partly encrypted, " + share + sizes
+                                : state + ", " + share + " encrypted" + sizes;
 }
 
 std::string EncryptionText(const DiskVolumeReport &volume, const std::string &address)

@@ -2,6 +2,7 @@
 
 #include "IsoTime.h"
 #include "JsonWriter.h"
+#include "OpeningWays.h"
 #include "ReportText.h"
 
 #include <algorithm>
@@ -105,6 +106,10 @@ void WriteEncryption(const DiskEncryptionReport &encryption, Document *document)
     document->NumberOrNull("encryptedBytes", encryption.encryptedBytes, kUnknownEncryptedBytes);
     document->NumberOrNull("sectorBytes", encryption.sectorBytes);
     document->Truth("clearKey", encryption.hasClearKey);
+    document->BeginArray("opensWith");
+    for (const std::string &kind : UnlockKindsOf(encryption))
+        document->Json().Text(std::string_view(kind));
+    document->Json().EndArray();
     document->Text("identifier", encryption.identifier);
     document->Text("description", encryption.description);
     document->Time("created", encryption.created);

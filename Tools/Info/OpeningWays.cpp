@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <sstream>
-#include <vector>
 
 namespace vx {
 namespace {
@@ -65,6 +64,20 @@ KindWords WordsOf(const std::string &kind)
     return {kind.c_str(), "SECRET", ""};
 }
 
+// Of the metadata; the key of the sectors does without.
+bool HasMetadata(const DiskEncryptionReport &encryption)
+{
+    return *encryption.method != '\0';
+}
+
+// They need no protector.
+std::vector<std::string> RawKinds(const DiskEncryptionReport &encryption)
+{
+    if (HasMetadata(encryption))
+        return {"vmk", "fvek"};
+    return {"fvek"};
+}
+
 std::string KeyIdText(const std::vector<std::string> &keyIds)
 {
     std::string text;
@@ -86,20 +99,32 @@ TextTable::Row RowOf(const std::string &kind, const std::string &keyIds)
 
 }  // namespace
 
+std::vector<std::string> UnlockKindsOf(const DiskEncryptionReport &encryption)
+{
+    if (encryption.hasClearKey)
+        return {"none"};
+    std::vector<std::string> kinds;
+    for (const Way &way : WaysOf(encryption))
+        kinds.push_back(way.kind);
+    const std::vector<std::string> raw = RawKinds(encryption);
+    kinds.insert(kinds.end(), raw.begin(), raw.end());
+    return kinds;
+}
+
 std::string OpeningWaysText(const DiskEncryptionReport &encryption, const std::string &address)
 {
     if (encryption.hasClearKey)
         return "  Opens without a secret.\n" + ExampleText(address, "");
-    if (encryption.protectorCount == 0)
-        return "  Nothing here opens it, since no copy of its metadata can be used.\n";
+    if (!HasMetadata(encryption))
+        return "  Nothing but the key of the sectors (--unlock fvek) may open it, since no copy of "
+               "its metadata can be used.\n";
     const std::vector<Way> ways = WaysOf(encryption);
     TextTable table(2);
     table.Add({"Opens with", "Key ID", "Secret"});
     for (const Way &way : ways)
         table.Add(RowOf(way.kind, KeyIdText(way.keyIds)));
-    // They need no protector.
-    table.Add(RowOf("vmk", ""));
-    table.Add(RowOf("fvek", ""));
+    for (const std::string &kind : RawKinds(encryption))
+        table.Add(RowOf(kind, ""));
     if (ways.empty())
         return table.Text() +
                "  No protector can be used here. On the Windows computer that opens the volume, "

@@ -62,14 +62,6 @@ void WriteSectorKey(const std::string &path)
     FileSink(path).Write(0, text);
 }
 
-// As the encryption left it that was stopped.
-void StopAt(VolumeRecipe &recipe, uint64_t bytes)
-{
-    recipe.encryptedSize = bytes;
-    recipe.state = 3;
-    recipe.nextState = 1;
-}
-
 bool TakeOption(VolumeRecipe &recipe, const std::string &name, const std::string &value)
 {
     if (name == "--method" && kMethods.count(value) != 0)
@@ -83,7 +75,7 @@ bool TakeOption(VolumeRecipe &recipe, const std::string &name, const std::string
     else if (name == "--startup-key")
         recipe.protectors.push_back(StartupKeyIn(value));
     else if (name == "--encrypted")
-        StopAt(recipe, std::stoull(value));
+        recipe.encryptedSize = std::stoull(value);
     else if (name == "--sector-key")
         WriteSectorKey(value);
     else if (name == "--sector-size" && kSectorSizes.count(value) != 0)
