@@ -103,7 +103,9 @@ Result<Container> OpenQcow(const Source &file, const ParentOpener &parents,
     const QcowShortfall shortfall =
         QcowShortfallSearch(*file, *header, disk->Tables(), (*clusters)->Size()).Find();
     // Compressed clusters take longer to unpack than to read.
-    Container container = {std::make_shared<ParallelSource>(disk), std::move(backing->notes)};
+    Container container = {
+        std::make_shared<ParallelSource>(disk, ParallelSource::ReadersForUnpacking()),
+        std::move(backing->notes)};
     container.files = std::move(backing->files);
     container.kind = "qcow2";
     container.description = Description(*header);
