@@ -3,6 +3,7 @@
 #include "DiskDescription.h"
 #include "DiskOpening.h"
 #include "FolderVolume.h"
+#include "HostOpening.h"
 #include "UnlockKind.h"
 
 #include <sys/stat.h>
@@ -41,8 +42,18 @@ Error WithAdviceForWay(Error error)
 
 }  // namespace
 
+std::string NotesText(const std::vector<std::string> &notes)
+{
+    std::string lines;
+    for (const std::string &note : notes)
+        lines += (lines.empty() ? "" : "\n") + note;
+    return lines;
+}
+
 Result<OpenedVolume> OpenVolume(const OpenRequest &request)
 {
+    if (IsHostChannel(request.unlockKind))
+        return OpenForHost(request);
     const auto unlock = ParseUnlockKind(request.unlockKind);
     if (!unlock)
         return Error{Status::kUnsupportedUnlockKind, ""};

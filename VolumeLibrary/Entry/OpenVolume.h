@@ -45,6 +45,9 @@ struct OpenedVolume {
     std::vector<std::string> notes;  // damage that did not prevent opening, a sentence each
 };
 
+// A line each, for the caller of the library.
+std::string NotesText(const std::vector<std::string> &notes);
+
 // Errors: any Status. May throw std::bad_alloc.
 Result<OpenedVolume> OpenVolume(const OpenRequest &request);
 

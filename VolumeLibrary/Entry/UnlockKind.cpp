@@ -1,5 +1,7 @@
 #include "UnlockKind.h"
 
+#include "ChannelMessages.h"
+
 namespace vx {
 
 namespace {
@@ -21,6 +23,11 @@ constexpr NamedKind kKinds[] = {
 };
 
 }  // namespace
+
+bool IsHostChannel(std::string_view text)
+{
+    return text == kChannelUnlockKind;
+}
 
 std::optional<UnlockKind> ParseUnlockKind(std::string_view text)
 {

@@ -17,6 +17,9 @@ enum class UnlockKind {
     kSectorKey,     // "fvek": as before
 };
 
+// Whether the text stands for a channel, over which a host says how (HostOpening.h).
+bool IsHostChannel(std::string_view text);
+
 // Nothing for any other text.
 std::optional<UnlockKind> ParseUnlockKind(std::string_view text);
 

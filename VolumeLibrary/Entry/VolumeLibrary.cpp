@@ -78,20 +78,12 @@ OpeningOptions Copied(const VolumeOpeningOptions &options)
     return copy;
 }
 
-std::string Lines(const std::vector<std::string> &notes)
-{
-    std::string lines;
-    for (const std::string &note : notes)
-        lines += (lines.empty() ? "" : "\n") + note;
-    return lines;
-}
-
 VolumeLibraryStatus OpenAndKeep(const OpenRequest &request, IVolume **volume)
 {
     OpenRequest withOptions = request;
     withOptions.options = nextOptions;
     Result<OpenedVolume> opened = OpenVolume(withOptions);
-    lastDetail = opened ? Lines(opened->notes) : opened.Failure().detail;
+    lastDetail = opened ? NotesText(opened->notes) : opened.Failure().detail;
     if (!opened)
         return StatusOfError(opened.Failure());
     *volume = Keep(std::move(opened->volume));
@@ -127,7 +119,7 @@ VolumeLibraryStatus SearchAndReport(const char *device, const CancelFlag &cancel
                                     DiskSearchGaps *gaps)
 {
     const Result<DiskSearchResult> searched = SearchDisk(device, &cancel, nextOptions);
-    lastDetail = searched ? Lines(searched->notes) : searched.Failure().detail;
+    lastDetail = searched ? NotesText(searched->notes) : searched.Failure().detail;
     if (!searched)
         return StatusOfError(searched.Failure());
     if (searched->error)

@@ -1,0 +1,283 @@
+// What a host hears of a failing disk is what volume-export reports of the same disk: both are kept
+// from reading the same sectors.
+#include "HostPeer.h"
+
+#include "FailingSource.h"
+#include "ReportingVolume.h"
+#include "Salvaged.h"
+#include "TestImage.h"
+#include "ToolRun.h"
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <sys/socket.h>
+
+namespace vx {
+namespace {
+
+constexpr uint64_t kSector = 512;
+
+// By the path: what kind of damage, and the ranges of a file.
+using Damages = std::map<std::string, std::string>;
+
+std::string RangesText(const ByteRanges &ranges)
+{
+    std::string text;
+    for (const ByteRange &range : ranges)
+        text += " " + std::to_string(range.offset) + "+" + std::to_string(range.length);
+    return text;
+}
+
+std::string OnlyIn(const Damages &one, const Damages &other)
+{
+    std::string text;
+    for (const auto &[path, kind] : one) {
+        const auto same = other.find(path);
+        if (same == other.end() || same->second != kind)
+            text += path + ": " + kind + "\n";
+    }
+    return text;
+}
+
+TestTree Tree()
+{
+    TestTree tree;
+    for (unsigned i = 0; i < 60; ++i) {
+        const std::string folder = "folder" + std::to_string(i % 6) + "/";
+        tree[folder + "a name that takes several entries of its folder " + std::to_string(i)] =
+            NoiseBytes(500 + i * 997, i);
+    }
+    tree["large"] = NoiseBytes(6 << 20, 99);
+    return tree;
+}
+
+ByteRanges BadSectors(uint64_t size, unsigned seed)
+{
+    std::mt19937_64 random(seed);
+    std::set<uint64_t> sectors;
+    while (sectors.size() < 400)
+        sectors.insert(random() % (size / kSector));
+    ByteRanges ranges;
+    for (const uint64_t sector : sectors)
+        AddRange(sector * kSector, kSector, &ranges);
+    return ranges;
+}
+
+// As GNU ddrescue writes it.
+std::string MapText(const ByteRanges &bad, uint64_t size)
+{
+    std::string text = "0x0 + 1\n";
+    char line[64];
+    uint64_t at = 0;
+    const auto add = [&](uint64_t length, char status) {
+        std::snprintf(line, sizeof line, "0x%llx 0x%llx %c\n", static_cast<unsigned long long>(at),
+                      static_cast<unsigned long long>(length), status);
+        text += length > 0 ? line : "";
+        at += length;
+    };
+    for (const ByteRange &range : bad) {
+        add(range.offset - at, '+');
+        add(range.length, '-');
+    }
+    add(size - at, '+');
+    return text;
+}
+
+class HostDamage : public testing::TestWithParam<const char *> {
+protected:
+    void SetUp() override
+    {
+        const bool isNtfs = std::string(GetParam()) == "ntfs";
+        VX_NEEDS(isNtfs ? "mkntfs" : "mkfs.fat");
+        VX_NEEDS("python3");
+        if (isNtfs && !CanMountNtfs())
+            GTEST_SKIP() << "NTFS images cannot be mounted here";
+        ASSERT_TRUE(isNtfs ? image.MakeNtfs(24) : image.MakeFat(24, "-F 16 -s 1"));
+        ASSERT_TRUE(isNtfs ? image.FillNtfs(Tree()) : image.FillFat(Tree()));
+    }
+
+    void TearDown() override { volume_library_set_opening_options(nullptr); }
+
+    // Nothing if the volume does not open.
+    std::optional<Damages> OfVolumeExport(const ByteRanges &bad)
+    {
+        image.Folder().WriteFile("map", MapText(bad, kSize));
+        ToolRun run("/usr/bin/env",
+                    {VX_TOOL, "--map", image.At("map"), "--report", image.At("report"),
+                     "--to", image.Folder().MakeFolder("copies" + std::to_string(++_exports)),
+                     image.Path(), "/"});
+        if (const int status = run.Wait(); status > 1)
+            return std::nullopt;
+        ToolRun parser("/usr/bin/env", {"python3", "-c", kParser, image.At("report")});
+        EXPECT_EQ(parser.Wait(), 0) << parser.Errors();
+        std::istringstream lines(parser.Output());
+        Damages damages;
+        for (std::string line; std::getline(lines, line);)
+            damages[line.substr(0, line.find('|'))] = line.substr(line.find('|') + 1);
+        return damages;
+    }
+
+    // Lists and reads everything that can be.
+    static void ReadAll(IVolume &volume, const std::u16string &folder)
+    {
+        const auto entries = ListFolder(volume, folder + u"/*");
+        for (const VolumeFindData &entry : entries.value_or(std::vector<VolumeFindData>())) {
+            const std::u16string path = folder + u"/" + entry.name;
+            if ((entry.attributes & kVolumeAttributeDirectory) != 0)
+                ReadAll(volume, path);
+            else if (Opens(volume, path))
+                Salvage(static_cast<OwnedVolume &>(volume), path, 1 << 20);
+        }
+    }
+
+    std::optional<Damages> OfTheChannel(const ByteRanges &bad)
+    {
+        VolumeOpeningOptions options;
+        options.unread = bad.data();
+        options.unreadCount = bad.size();
+        EXPECT_TRUE(volume_library_set_opening_options(&options));
+        HostPeer host(image.Path(), "none", "");
+        IVolume *volume = nullptr;
+        if (host.Open(&volume) != 0)
+            return std::nullopt;
+        ReadAll(*volume, u"");
+        host.TakeReports();
+        EXPECT_EQ(host.lost, 0u);
+        Damages damages;
+        for (const ChannelDamage &damage : host.damages)
+            damages[damage.path] = KindText(damage);
+        return damages;
+    }
+
+    static std::string KindText(const ChannelDamage &damage)
+    {
+        switch (damage.kind) {
+        case ChannelDamageKind::kFileData:
+            return (damage.ranges.empty() ? "damaged" : "unread") + RangesText(damage.ranges);
+        case ChannelDamageKind::kFileClosed:
+            return "not-opened";
+        case ChannelDamageKind::kFolder:
+            return "folder";
+        case ChannelDamageKind::kDiskGone:
+            return "gone";
+        }
+        return "";
+    }
+
+    static constexpr uint64_t kSize = 24 << 20;
+    static constexpr char kParser[] =
+        "import json,sys\n"
+        "for f in json.load(open(sys.argv[1], encoding='utf-8'))['failures']:\n"
+        "    ranges = ''.join(' %d+%d' % (u['offset'], u['length']) for u in f['unread'] or [])\n"
+        "    print(f['path'] + '|' + f['kind'] + ranges)\n";
+
+    const TestImage image{};
+    int _exports = 0;
+};
+
+TEST_P(HostDamage, IsReportedAsVolumeExportReportsIt)
+{
+    int opened = 0;
+    std::map<std::string, int> kinds;
+    for (unsigned seed = 0; seed < 6; ++seed) {
+        const ByteRanges bad = BadSectors(kSize, seed);
+        const auto expected = OfVolumeExport(bad);
+        const auto found = OfTheChannel(bad);
+        ASSERT_EQ(found.has_value(), expected.has_value()) << seed;
+        if (!found)
+            continue;
+        ++opened;
+        EXPECT_EQ(OnlyIn(*found, *expected), "") << seed;
+        EXPECT_EQ(OnlyIn(*expected, *found), "") << seed;
+        for (const auto &[path, kind] : *found)
+            ++kinds[kind.substr(0, kind.find(' '))];
+    }
+    EXPECT_GE(opened, 3);
+    EXPECT_GT(kinds["unread"], 10);
+    EXPECT_GT(kinds["folder"], 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(FileSystems, HostDamage, testing::Values("fat", "ntfs"),
+                         [](const auto &tested) { return std::string(tested.param); });
+
+// --- A disk in memory
+
+class HostOfFailingDisk : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        VX_NEEDS("mkfs.fat");
+        VX_NEEDS("mcopy");
+        ASSERT_TRUE(image.MakeFat(8, "-F 16 -s 1"));
+        ASSERT_TRUE(image.FillFat({{"a", NoiseBytes(100000, 1)}, {"b", NoiseBytes(100000, 2)}}));
+        disk = std::make_shared<FailingSource>(image.Folder().ReadFile("image"));
+        Opened opened = OpenDiskOf(disk);
+        ASSERT_EQ(opened.status, VolumeLibraryStatus::kSuccess) << opened.detail;
+        ASSERT_TRUE(host.Prepare({}));
+        auto channel = std::make_shared<ChildChannel>(UniqueFd(dup(host.ChildDescriptor())));
+        host.CloseChildDescriptor();
+        channel->Report(ChannelOpened{});
+        ASSERT_TRUE(host.Read());
+        volume = std::make_unique<ReportingVolume>(std::move(opened.volume), channel);
+    }
+
+    std::vector<ChannelDamage> Damages()
+    {
+        std::vector<ChannelDamage> damages;
+        while (auto report = host.Read())
+            if (auto *damage = std::get_if<ChannelDamage>(&*report))
+                damages.push_back(std::move(*damage));
+        return damages;
+    }
+
+    const TestImage image{};
+    std::shared_ptr<FailingSource> disk;
+    HostChannel host;
+    std::unique_ptr<ReportingVolume> volume;
+};
+
+TEST_F(HostOfFailingDisk, HearsOfAFileWhenItIsClosed)
+{
+    const size_t place = disk->Bytes().find(NoiseBytes(100000, 1).substr(0, 512));
+    ASSERT_NE(place, std::string::npos);
+    disk->MakeBad(place + 1024, 512);
+    const VolumeHandle file = OpenForReading(*volume, u"/a");
+    char bytes[4096];
+    uint32_t done = 0;
+    EXPECT_FALSE(volume->ReadFile(file, bytes, sizeof bytes, &done));
+    EXPECT_TRUE(Damages().empty());
+    EXPECT_TRUE(volume->CloseHandle(file));
+    const auto damages = Damages();
+    ASSERT_EQ(damages.size(), 1u);
+    EXPECT_EQ(damages[0].kind, ChannelDamageKind::kFileData);
+    EXPECT_EQ(damages[0].obstacle, static_cast<uint32_t>(VolumeObstacle::kUnreadable));
+    EXPECT_EQ(damages[0].path, "/a");
+    EXPECT_EQ(RangesText(damages[0].ranges), " 1024+512");
+}
+
+TEST_F(HostOfFailingDisk, HearsNothingOfWhatIsWhole)
+{
+    EXPECT_TRUE(Salvage(*volume, u"/a").good);
+    EXPECT_TRUE(ListFolder(*volume, u"/*"));
+    EXPECT_TRUE(Damages().empty());
+}
+
+TEST_F(HostOfFailingDisk, HearsOnceThatTheDiskIsGone)
+{
+    disk->FailWith(ENODEV);
+    EXPECT_FALSE(Salvage(*volume, u"/a").good);
+    EXPECT_FALSE(Opens(*volume, u"/b"));
+    EXPECT_FALSE(ListFolder(*volume, u"/*"));
+    const auto damages = Damages();
+    ASSERT_EQ(damages.size(), 2u);
+    EXPECT_EQ(damages[0].path, "/a");
+    EXPECT_EQ(damages[0].obstacle, static_cast<uint32_t>(VolumeObstacle::kDeviceGone));
+    EXPECT_EQ(RangesText(damages[0].ranges), " 0+100000");
+    EXPECT_EQ(damages[1].kind, ChannelDamageKind::kDiskGone);
+    EXPECT_EQ(damages[1].path, "");
+}
+
+}  // namespace
+}  // namespace vx
