@@ -105,9 +105,9 @@ protected:
     {
         image.Folder().WriteFile("map", MapText(bad, kSize));
         ToolRun run("/usr/bin/env",
-                    {VX_TOOL, "--map", image.At("map"), "--report", image.At("report"),
-                     "--to", image.Folder().MakeFolder("copies" + std::to_string(++_exports)),
-                     image.Path(), "/"});
+                    {VX_TOOL, "--map", image.At("map"), "--report", image.At("report"), "--to",
+                     image.Folder().MakeFolder("copies" + std::to_string(++_exports)), image.Path(),
+                     "/"});
         if (const int status = run.Wait(); status > 1)
             return std::nullopt;
         ToolRun parser("/usr/bin/env", {"python3", "-c", kParser, image.At("report")});

@@ -43,7 +43,8 @@ Result<OpenedVolume> OpenTexts(ChildChannel *channel, const OpenRequest &request
 {
     ChildChannel::Opening opening;
     if (!channel->ReadOpening(&opening, kPatience))
-        return Error{Status::kMalformedSecret, "the host did not say over its channel what to open"};
+        return Error{Status::kMalformedSecret,
+                     "the host did not say over its channel what to open"};
     const ChannelOpening &texts = opening.Texts();
     if (IsHostChannel(texts.kind))
         return Error{Status::kUnsupportedUnlockKind, ""};
@@ -79,8 +80,7 @@ Result<OpenedVolume> OpenForHost(const OpenRequest &request)
         static const LastReports last(channel);
         return opened;
     } catch (const std::bad_alloc &) {
-        channel->Report(
-            ChannelOpened{static_cast<int32_t>(VolumeLibraryStatus::kOutOfMemory), ""});
+        channel->Report(ChannelOpened{static_cast<int32_t>(VolumeLibraryStatus::kOutOfMemory), ""});
         throw;
     }
 }

@@ -285,8 +285,7 @@ void ReportingVolume::ReportFile(const File &file)
     TryToReport([&] {
         ByteRanges unread;
         (void)_volume->VisitUnreadRanges(file.below, TakeRange, &unread);
-        VolumeObstacle obstacle =
-            file.isStream ? VolumeObstacle::kNone : ObstacleAt(file.path);
+        VolumeObstacle obstacle = file.isStream ? VolumeObstacle::kNone : ObstacleAt(file.path);
         if (unread.empty() && !file.hasFailed && !IsOfData(obstacle))
             return;
         if (!unread.empty() && obstacle == VolumeObstacle::kNone)
