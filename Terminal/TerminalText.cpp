@@ -23,13 +23,9 @@ bool IsIn(const Range (&ranges)[N], char32_t character)
     return false;
 }
 
-// Control characters, direction marks, separators of lines, language tags.
 bool IsEscaped(char32_t character)
 {
-    static constexpr Range kUnsafe[] = {{0, 0x1f},        {0x7f, 0x9f},     {0x61c, 0x61c},
-                                        {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069},
-                                        {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe007f}};
-    return character == '\\' || IsIn(kUnsafe, character);
+    return character == '\\' || DrivesText(character);
 }
 
 // The blocks that every terminal draws wide, or onto the previous character.
@@ -67,6 +63,14 @@ void AppendEscaped(char32_t character, std::string *shown)
 }
 
 }  // namespace
+
+bool DrivesText(char32_t character)
+{
+    static constexpr Range kDriving[] = {{0, 0x1f},        {0x7f, 0x9f},     {0x61c, 0x61c},
+                                         {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069},
+                                         {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe007f}};
+    return IsIn(kDriving, character);
+}
 
 std::string TerminalText(std::u16string_view text)
 {

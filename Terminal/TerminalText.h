@@ -8,6 +8,10 @@
 
 namespace vx {
 
+// Whether the character is no text but does something to it: control characters, direction marks,
+// separators of lines, language tags.
+bool DrivesText(char32_t character);
+
 // As UTF-8. Escaped are the backslash, control characters, line and paragraph separators and
 // the marks that change the direction of text; a lone surrogate becomes U+FFFD.
 // u"a\\b\n" → "a\\\\b\\n", u"\x1b[2J" → "\\x1b[2J", u"\u202e" → "\\u202e"
