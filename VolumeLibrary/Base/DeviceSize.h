@@ -22,6 +22,6 @@ Result<uint64_t> DeviceSize(int descriptor);
 uint32_t DeviceSectorBytes(const std::string &path);
 
 // What a user may do who has no permission to read a disk device.
-const char *AdviceForReadingDevice();
+std::string AdviceForReadingDevice();
 
 }  // namespace vx

@@ -1,5 +1,6 @@
 #include "DeviceSize.h"
 
+#include "ReadingRightCommand.h"
 #include "RetryInterrupted.h"
 #include "UniqueFd.h"
 
@@ -42,10 +43,10 @@ uint32_t DeviceSectorBytes(const std::string &path)
     return static_cast<uint32_t>(bytes);
 }
 
-const char *AdviceForReadingDevice()
+std::string AdviceForReadingDevice()
 {
-    return "run the program as administrator (sudo), or let your user read the device: sudo "
-           "setfacl -m u:$USER:r DEVICE";
+    return "run the program as administrator (sudo), or let your user read the device: " +
+           ReadingRightCommand("$USER", "DEVICE");
 }
 
 }  // namespace vx

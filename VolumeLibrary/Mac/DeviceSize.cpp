@@ -41,7 +41,7 @@ uint32_t DeviceSectorBytes(const std::string &path)
     return device && ::ioctl(device.Get(), DKIOCGETBLOCKSIZE, &bytes) == 0 ? bytes : 0;
 }
 
-const char *AdviceForReadingDevice()
+std::string AdviceForReadingDevice()
 {
     return "run the program as administrator (sudo)";
 }
