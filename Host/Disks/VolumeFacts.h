@@ -19,7 +19,8 @@ struct ProtectorFacts {
 };
 
 struct VolumeFacts {
-    std::string address;  // what opens it: "/dev/sdb1", "/home/a/disk.vhdx#2"
+    // What opens it: "/dev/sdb1", "/home/a/disk.vhdx#2"; empty of what does not open.
+    std::string address;
     uint64_t bytes = 0;
     std::string label;
     std::string kind;      // as DiskVolumeReport::kind: "encrypted", "ntfs", "other"
@@ -38,7 +39,9 @@ struct DiskFacts {
     uint64_t bytes = 0;
     std::vector<VolumeFacts> volumes;
     std::vector<std::string> warnings;
-    int32_t status = 0;  // a VolumeLibraryStatus; not 0: reason says why
+    // A VolumeLibraryStatus; not 0: reason says why, in words. kInternalError if volume-info itself
+    // failed, kCancelled if it was cancelled.
+    int32_t status = 0;
     std::string reason;
 };
 

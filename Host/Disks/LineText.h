@@ -1,0 +1,14 @@
+// A text of a disk or a program as one line for people.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vx {
+
+// Valid UTF-8 without spaces at its ends. Invalid bytes, and characters that would end the line or
+// reorder what stands around it, become U+FFFD.
+// " Ultra\xFFFit  " → "Ultra\uFFFDFit"
+std::string LineText(std::string_view text);
+
+}  // namespace vx
