@@ -9,7 +9,7 @@ build_packages=(
     clang cmake ninja-build
     libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
     libssl-dev zlib1g-dev libzstd-dev libfuse3-dev fuse3 dosfstools mtools
-    nlohmann-json3-dev
+    libudev-dev nlohmann-json3-dev
     fonts-dejavu-core libfribidi0
 )
 test_packages=(
@@ -17,7 +17,7 @@ test_packages=(
     xvfb xdotool x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
     ntfs-3g exfatprogs exfat-fuse fusefat fdisk qemu-utils ewf-tools attr xz-utils
     bzip2 zstd lz4 p7zip-full zip unzip
-    rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace
+    rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace acl
 )
 # On macOS, with Homebrew; the compiler comes with Xcode.
 mac_packages=(cmake ninja openssl@3 zlib zstd googletest dosfstools mtools)

@@ -8,7 +8,7 @@ namespace vx {
 
 // Valid UTF-8 without spaces at its ends. Invalid bytes, and characters that would end the line or
 // reorder what stands around it, become U+FFFD.
-// " Ultra\xFFFit  " → "Ultra\uFFFDFit"
+// " Flash\xFFDisk  " → "Flash\uFFFDDisk"
 std::string LineText(std::string_view text);
 
 }  // namespace vx

@@ -1,0 +1,10 @@
+#include "DeviceFolder.h"
+
+namespace vx {
+
+std::string DeviceFolder()
+{
+    return "/dev";
+}
+
+}  // namespace vx
