@@ -3,10 +3,44 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
 namespace vx {
+namespace {
+
+std::string NameOf(uid_t user)
+{
+    const struct passwd *entry = getpwuid(user);
+    return entry == nullptr ? "number " + std::to_string(user) : entry->pw_name;
+}
+
+// The user of the file if that is another one: "anna", "number 4711"; empty otherwise.
+std::string OtherOwner(const std::string &path)
+{
+    struct stat status;
+    if (lstat(path.c_str(), &status) == -1 || status.st_uid == geteuid())
+        return "";
+    return NameOf(status.st_uid);
+}
+
+std::string OwnerText(const std::string &path)
+{
+    const std::string owner = OtherOwner(path);
+    return owner.empty() ? "" : " of user " + owner;
+}
+
+std::string WhyNotOpened(const std::string &path, int error)
+{
+    const std::string owner = OtherOwner(path);
+    if (error == EACCES && !owner.empty())
+        return path + " belongs to user " + owner +
+               "; if that user's host is not running, have the file removed";
+    return "cannot open " + path + ": " + strerror(error);
+}
+
+}  // namespace
 
 HostLock::HostLock(const std::string &path) : _path(path)
 {
@@ -24,12 +58,13 @@ bool HostLock::TryOnce()
 {
     UniqueFd file(open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!file) {
-        _error = "cannot open " + _path + ": " + strerror(errno);
+        _error = WhyNotOpened(_path, errno);
         return false;
     }
     if (flock(file.Get(), LOCK_EX | LOCK_NB) == -1) {
-        _error = errno == EWOULDBLOCK ? "another host is running (it holds " + _path + ")"
-                                      : "cannot lock " + _path + ": " + strerror(errno);
+        _error = errno == EWOULDBLOCK
+                     ? "another host is running (it holds " + _path + OwnerText(_path) + ")"
+                     : "cannot lock " + _path + ": " + strerror(errno);
         return false;
     }
     _file = std::move(file);

@@ -15,6 +15,8 @@
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -70,6 +72,44 @@ TEST_F(HostLockTest, ALinkInThePlaceOfTheFileIsRefused)
     EXPECT_FALSE(lock.IsHeld());
     EXPECT_NE(lock.GetError(), "");
     EXPECT_FALSE(PipeFolder::Exists(target));
+}
+
+// What a user without rights reads who tries the lock.
+std::string RefusalForNobody(const std::string &path)
+{
+    constexpr uid_t kNobody = 65534;
+    int ends[2];
+    if (pipe(ends) == -1)
+        return "no pipe";
+    const pid_t child = fork();
+    if (child == 0) {
+        std::string text = setgid(kNobody) == 0 && setuid(kNobody) == 0
+                               ? vx::HostLock(path).GetError()
+                               : "no other user";
+        _exit(write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0
+                                                                                            : 1);
+    }
+    close(ends[1]);
+    std::string text(4096, '\0');
+    const ssize_t count = read(ends[0], text.data(), text.size());
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    text.resize(count > 0 ? static_cast<size_t>(count) : 0);
+    return text;
+}
+
+TEST_F(HostLockTest, AFileOfAnotherUserIsRefusedWithTheUsersName)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be two users";
+    ASSERT_EQ(chmod(_folder.At("").c_str(), 01777), 0);
+    const vx::HostLock lock(_path);
+    EXPECT_EQ(RefusalForNobody(_path),
+              _path + " belongs to user root; if that user's host is not running, have the file "
+                      "removed");
+    ASSERT_EQ(chmod(_path.c_str(), 0666), 0);
+    EXPECT_EQ(RefusalForNobody(_path),
+              "another host is running (it holds " + _path + " of user root)");
 }
 
 class FifoPairTest : public testing::Test {
