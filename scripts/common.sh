@@ -18,10 +18,12 @@ test_packages=(
     ntfs-3g exfatprogs exfat-fuse fusefat fdisk qemu-utils ewf-tools attr xz-utils
     bzip2 zstd lz4 p7zip-full zip unzip
     rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace acl
+    lintian desktop-file-utils appstream bash-completion zsh fish
 )
+package_packages=(dpkg-dev file)
 # On macOS, with Homebrew; the compiler comes with Xcode.
 mac_packages=(cmake ninja openssl@3 zlib zstd googletest dosfstools mtools)
-gate_packages=(clang-format clang-tidy libclang-rt-14-dev)
+gate_packages=(clang-format clang-tidy libclang-rt-14-dev mmdebstrap)
 
 say() { printf '%s: %s\n' "$command_name" "$*" >&2; }
 
