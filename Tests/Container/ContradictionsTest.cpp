@@ -1,5 +1,5 @@
-// Images whose parts contradict each other where it cannot be decided which is right: they open, with
-// a note.
+// Images whose parts contradict each other where it cannot be decided which is right: they open,
+// with a note.
 #include "VhdxTest.h"
 #include "VmdkWriter.h"
 
@@ -8,12 +8,15 @@ namespace {
 
 using Notes = std::vector<std::string>;
 
-const std::string kHidden = "blocks of the VHDX image are marked as zeros, and read as such, although "
-                            "data is stored for them: ";
-const std::string kBeyond = "the size that the VHDX image states may be wrong; blocks that it holds "
-                            "beyond the end of such a disk, which are not read: ";
-const std::string kAbsent = "the VHDX image is a fixed one; blocks that it lacks nevertheless, which "
-                            "are read as zeros: ";
+const std::string kHidden =
+    "blocks of the VHDX image are marked as zeros, and read as such, although "
+    "data is stored for them: ";
+const std::string kBeyond =
+    "the size that the VHDX image states may be wrong; blocks that it holds "
+    "beyond the end of such a disk, which are not read: ";
+const std::string kAbsent =
+    "the VHDX image is a fixed one; blocks that it lacks nevertheless, which "
+    "are read as zeros: ";
 
 class ContradictoryVhdx : public VhdxTest {
 protected:
@@ -30,7 +33,8 @@ protected:
     }
 
     // The bits of an entry that say what the block is.
-    static void SetState(const VhdxWriter &writer, uint64_t block, uint8_t state, std::string *image)
+    static void SetState(const VhdxWriter &writer, uint64_t block, uint8_t state,
+                         std::string *image)
     {
         (*image)[writer.EntryAt(block)] = static_cast<char>(state);
     }
@@ -108,12 +112,12 @@ TEST_F(ContradictoryVmdk, ASizeThatTheTextDoesNotConfirmIsReported)
     EXPECT_EQ(Open(WithText(16), "x.vmdk").notes, Notes());
     const Container container = Open(WithText(24), "x.vmdk");
     EXPECT_EQ(container.source->Size(), 16u * 512);
-    EXPECT_EQ(container.notes,
-              Notes{"the header of x.vmdk gives its disk 16 sectors, which are read, and its text 24"});
+    EXPECT_EQ(
+        container.notes,
+        Notes{"the header of x.vmdk gives its disk 16 sectors, which are read, and its text 24"});
 }
 
-class QemuImages : public VhdxTest, public testing::WithParamInterface<const char *> {
-};
+class QemuImages : public VhdxTest, public testing::WithParamInterface<const char *> {};
 
 TEST_P(QemuImages, AnImageOfQemuDoesNotContradictItself)
 {

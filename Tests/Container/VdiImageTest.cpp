@@ -2,7 +2,7 @@
 #include "VdiImage.h"
 #include "FailingSource.h"
 #include "OpenAt.h"
-#include "OpenSource.h"
+#include "OpenedImage.h"
 #include "TestImage.h"
 #include "VdiWriter.h"
 
@@ -11,31 +11,14 @@ namespace {
 
 constexpr size_t kBlock = 4096;
 
-std::string Read(const Container &container, uint64_t offset, size_t count)
-{
-    std::string bytes(count, '\0');
-    const Error error = container.source->ReadAt(offset, bytes.data(), count);
-    return error ? "failed: " + error.detail : bytes;
-}
-
-std::string Failure(uint64_t offset, const std::string &detail)
-{
-    return "failed: read at " + std::to_string(offset) + ": " + detail;
-}
-
 Container Opened(const std::string &image)
 {
-    auto container = OpenVdi(SourceOf(image));
-    EXPECT_TRUE(container) << container.Failure().detail;
-    return container ? *container : Container{SourceOf("")};
+    return Checked(OpenVdi(SourceOf(image)));
 }
 
 void ExpectRefused(const std::string &image, Status status, const std::string &detail)
 {
-    const auto container = OpenVdi(SourceOf(image));
-    ASSERT_FALSE(container);
-    EXPECT_EQ(container.Failure().status, status);
-    EXPECT_EQ(container.Failure().detail, detail);
+    ExpectFailure(OpenVdi(SourceOf(image)), status, detail);
 }
 
 // Four blocks: stored, never written, discarded, stored.

@@ -1,6 +1,7 @@
 // VHD images: sound, damaged and hostile.
 #include "VhdImage.h"
 #include "OpenAt.h"
+#include "OpenedImage.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
 #include "VhdWriter.h"
@@ -49,13 +50,6 @@ protected:
         const Error error = OpenAt(path, &container);
         EXPECT_EQ(error.status, status);
         EXPECT_EQ(error.detail, detail);
-    }
-
-    static std::string Read(const Container &container, uint64_t offset, size_t count)
-    {
-        std::string bytes(count, '\0');
-        const Error error = container.source->ReadAt(offset, bytes.data(), count);
-        return error ? "failed: " + error.detail : bytes;
     }
 
     const std::string first = NoiseBytes(kBlock, 1);

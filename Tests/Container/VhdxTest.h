@@ -2,7 +2,7 @@
 #pragma once
 
 #include "OpenAt.h"
-#include "OpenSource.h"
+#include "OpenedImage.h"
 #include "TestImage.h"
 #include "VhdxImage.h"
 #include "VhdxWriter.h"
@@ -32,15 +32,6 @@ protected:
         const Error error = FailureOf(image);
         EXPECT_EQ(error.status, status);
         EXPECT_EQ(error.detail, detail);
-    }
-
-    static std::string Read(const Container &container, uint64_t offset, size_t count)
-    {
-        std::string bytes(count, '\0');
-        if (container.source == nullptr)
-            return "did not open";
-        const Error error = container.source->ReadAt(offset, bytes.data(), count);
-        return error ? "failed: " + error.detail : bytes;
     }
 
     // As a whole, and in pieces that begin and end anywhere.

@@ -1,6 +1,7 @@
 // VMDK images: sound, damaged and hostile; and which files their text can make the library read.
 #include "VmdkImage.h"
 #include "OpenAt.h"
+#include "OpenedImage.h"
 #include "SourceWithHole.h"
 #include "TestImage.h"
 #include "VmdkWriter.h"
@@ -49,13 +50,6 @@ protected:
         const Error error = TryOpen(image, &container);
         EXPECT_EQ(error.status, status);
         EXPECT_EQ(error.detail, detail);
-    }
-
-    static std::string Read(const Container &container, uint64_t offset, size_t count)
-    {
-        std::string bytes(count, '\0');
-        const Error error = container.source->ReadAt(offset, bytes.data(), count);
-        return error ? "failed: " + error.detail : bytes;
     }
 
     bool InFolder(const std::string &line) const

@@ -1,6 +1,7 @@
 #include "VhdBlocks.h"
 
 #include "ByteReader.h"
+#include "PiecewiseRead.h"
 #include "SectorRuns.h"
 
 #include <algorithm>
@@ -20,13 +21,7 @@ constexpr uint64_t kMostAtOnce = kSector * kBits * kSector;
 // offset: on the disk.
 Error AtPlace(Error error, uint64_t offset)
 {
-    if (error.status == Status::kTruncatedImage) {
-        error.status = Status::kSystemError;
-        error.systemError = EIO;
-        error.detail = "the VHD image ends before this place";
-    }
-    error.detail = "read at " + std::to_string(offset) + ": " + error.detail;
-    return error;
+    return AtPlaceOfDisk(std::move(error), offset, "VHD");
 }
 
 bool IsSet(const uint8_t *bits, uint64_t number)
@@ -40,19 +35,10 @@ Error VhdBlocks::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
     if (Error error = CheckRange(Size(), offset, count))
         return error;
-    auto *const begin = static_cast<uint8_t *>(buffer);
-    for (uint8_t *place = begin; count > 0;) {
-        const uint64_t unit = std::min<uint64_t>(_shape.blockBytes, kMostAtOnce);
-        const auto piece = static_cast<size_t>(std::min<uint64_t>(count, unit - offset % unit));
-        if (Error error = ReadInBlock(offset, place, piece)) {
-            error.bytesRead += static_cast<size_t>(place - begin);
-            return error;
-        }
-        offset += piece;
-        place += piece;
-        count -= piece;
-    }
-    return {};
+    return ReadPiecewise(offset, buffer, count, std::min<uint64_t>(_shape.blockBytes, kMostAtOnce),
+                         [this](uint64_t at, uint8_t *place, size_t bytes) {
+                             return ReadInBlock(at, place, bytes);
+                         });
 }
 
 Error VhdBlocks::ReadInBlock(uint64_t offset, uint8_t *place, size_t count) const

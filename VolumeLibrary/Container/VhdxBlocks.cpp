@@ -1,6 +1,7 @@
 #include "VhdxBlocks.h"
 
 #include "ByteReader.h"
+#include "PiecewiseRead.h"
 #include "SectorRuns.h"
 
 #include <algorithm>
@@ -19,13 +20,7 @@ constexpr uint64_t kBits = 8;
 // offset: on the disk.
 Error AtPlace(Error error, uint64_t offset)
 {
-    if (error.status == Status::kTruncatedImage) {
-        error.status = Status::kSystemError;
-        error.systemError = EIO;
-        error.detail = "the VHDX image ends before this place";
-    }
-    error.detail = "read at " + std::to_string(offset) + ": " + error.detail;
-    return error;
+    return AtPlaceOfDisk(std::move(error), offset, "VHDX");
 }
 
 Error Damaged(const char *what, uint64_t offset)
@@ -62,19 +57,10 @@ Error VhdxBlocks::ReadAt(uint64_t offset, void *buffer, size_t count) const
 {
     if (Error error = CheckRange(Size(), offset, count))
         return error;
-    auto *const begin = static_cast<uint8_t *>(buffer);
-    for (uint8_t *place = begin; count > 0;) {
-        const auto piece = static_cast<size_t>(
-            std::min<uint64_t>(count, _shape.blockBytes - offset % _shape.blockBytes));
-        if (Error error = ReadInBlock(offset, place, piece)) {
-            error.bytesRead += static_cast<size_t>(place - begin);
-            return error;
-        }
-        offset += piece;
-        place += piece;
-        count -= piece;
-    }
-    return {};
+    return ReadPiecewise(offset, buffer, count, _shape.blockBytes,
+                         [this](uint64_t at, uint8_t *place, size_t bytes) {
+                             return ReadInBlock(at, place, bytes);
+                         });
 }
 
 Error VhdxBlocks::ReadInBlock(uint64_t offset, uint8_t *place, size_t count) const
