@@ -217,6 +217,29 @@ TEST(LostVolume, ADamagedCopyLeadsToTheSoundOnes)
     EXPECT_EQ(found[0].soundCopies, 2u);
 }
 
+// Another volume of the disk has one of its copies in the same place.
+TEST(LostVolume, ACopyThatNamesOtherPlacesIsNotOneOfTheVolume)
+{
+    DiskWithVolume disk(RecipeWithPassword());
+    const auto &places = disk.volume.plan.copies;
+    const size_t place = places[0];
+    maker::VolumeRecipe recipe = RecipeWithPassword();
+    recipe.seed = 2;
+    recipe.copyOffsets = {place, place + 0x100000, place + 0x120000};
+    recipe.relocationOffset = place + 0x140000;
+    const TestVolume other(recipe, kPlainSize);
+    PutBytes(disk.bytes, kBegin + place,
+             ByteView(other.image).From(place).First(MetadataBlock::kAreaSize));
+    for (const size_t copy : {1, 2}) {
+        const auto found = FindVolumesWithCopyAt(*disk.Source(), kBegin + places[copy]);
+        ASSERT_EQ(found.size(), 1u);
+        EXPECT_EQ(found[0].begin, kBegin);
+        EXPECT_EQ(found[0].soundCopies, 2u);
+        EXPECT_EQ(found[0].markedCopies, 2u);
+        EXPECT_EQ(found[0].block.offset, places[1]);
+    }
+}
+
 TEST(LostVolume, DamagedCopiesShowWhereASingleOneBelongs)
 {
     DiskWithVolume disk(RecipeWithPassword(), 300 * 1024);

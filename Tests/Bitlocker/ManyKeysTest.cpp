@@ -173,6 +173,33 @@ TEST_F(ManyKeysTest, ARingOpensWithARecoveryPasswordOrAStartupKeyAndSaysWhich)
     EXPECT_EQ(started->facts.protectorKind, ProtectorKind::kExternalKey);
 }
 
+// A key file may have lost its name: that of one protector with the key of another still opens.
+TEST_F(ManyKeysTest, StartupKeysAreTriedFirstOnTheProtectorsThatTheyName)
+{
+    const TestVolume volume(RecipeWith(
+        {ProtectorRecipe::StartupKey(kKeyGuid), ProtectorRecipe::StartupKey(kOtherKeyGuid)}));
+    const auto write = [&](const std::string &name, const std::vector<uint8_t> &file) {
+        _folder.WriteFile("ring/" + name,
+                          {reinterpret_cast<const char *>(file.data()), file.size()});
+    };
+    std::vector<uint8_t> renamed = maker::MakeStartupKeyFile(kKeyGuid);
+    const auto at =
+        std::find_end(renamed.begin(), renamed.end(), kKeyGuid.bytes.begin(), kKeyGuid.bytes.end());
+    ASSERT_NE(at, renamed.end());
+    *at ^= 1;
+    write("1.BEK", renamed);
+    const auto open = [&] {
+        return volume.Open(std::move(*Secret::FromKeyRing(_folder.At("ring").c_str())));
+    };
+    const Result<UnlockedVolume> byOther = open();
+    ASSERT_TRUE(HoldsPlain(byOther, volume));
+    EXPECT_EQ(byOther->facts.protectorIdentifier, kKeyGuid);
+    write("2.BEK", maker::MakeStartupKeyFile(kOtherKeyGuid));
+    const Result<UnlockedVolume> byName = open();
+    ASSERT_TRUE(HoldsPlain(byName, volume));
+    EXPECT_EQ(byName->facts.protectorIdentifier, kOtherKeyGuid);
+}
+
 // --- What is said when nothing opens
 
 std::string FailureOf(const Result<UnlockedVolume> &opened, Status status)
@@ -276,6 +303,32 @@ TEST_F(ManyKeysTest, TheNumberOfStretchingsIsReportedBeforeTheSearch)
     EXPECT_EQ(heard[0].total, 6U);
     EXPECT_EQ(open(Secret::None()), Status::kNoProtectorOfKind);
     EXPECT_TRUE(heard.empty());
+}
+
+TEST_F(ManyKeysTest, ThatSomeKeysAreNotReadIsReportedBeforeTheSearch)
+{
+    const TestVolume volume(RecipeWith({Recovery(kRecovery, kKeyGuid)}));
+    std::string text = std::string(kRecovery) + "\n";
+    for (unsigned i = 0; i <= KeyList::kMost; ++i) {
+        std::string password = MadeUpRecovery(i % 60000);
+        password.replace(7, 6, i < 60000 ? "000011" : "000022");
+        text += password + "\n";
+    }
+    std::vector<Heard> heard;
+    const auto open = [&](const std::string &ring) {
+        heard.clear();
+        return StatusOf(VolumeOpener(std::make_shared<MemoryByteSource>(volume.image), nullptr,
+                                     KeyStretcher(kFewRounds), {Hear, &heard})
+                            .Open(Ring(ring)));
+    };
+    EXPECT_EQ(open(text), Status::kOk);
+    ASSERT_GE(heard.size(), 2U);
+    EXPECT_EQ(heard[0].step, VolumeOpeningStep::kKeysLeftOut);
+    EXPECT_EQ(heard[0].total, KeyList::kMost);
+    EXPECT_EQ(heard[1].step, VolumeOpeningStep::kTryingSecrets);
+    EXPECT_EQ(open(MadeUpRecovery(1) + "\n" + kRecovery), Status::kOk);
+    ASSERT_GE(heard.size(), 1U);
+    EXPECT_EQ(heard[0].step, VolumeOpeningStep::kTryingSecrets);
 }
 
 TEST_F(ManyKeysTest, ASearchIsCancelledAtOnce)

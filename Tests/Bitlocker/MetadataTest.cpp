@@ -3,6 +3,7 @@
 #include "Maker/ByteWriter.h"
 #include "TestVolume.h"
 
+#include "ByteReader.h"
 #include "Crc32.h"
 #include "MetadataEntries.h"
 
@@ -140,6 +141,27 @@ TEST(HeaderEntryTest, ACopyThatContradictsItsHeaderEntryIsDamaged)
     ASSERT_TRUE(HoldsPlain(opened, volume));
     EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[1]);
     EXPECT_EQ(opened->facts.warnings.size(), 1U);
+}
+
+// Each of the two alone, and of a volume whose boot sector names the size of its sectors and of one
+// where only the entry does.
+TEST(HeaderEntryTest, ThePlaceAndTheLengthMustAgreeEach)
+{
+    for (const bool inBootSector : {true, false}) {
+        for (const size_t field : {8, 16}) {
+            maker::VolumeRecipe recipe = RecipeWithPassword();
+            recipe.sectorSizeInBootSector = inBootSector;
+            TestVolume volume(recipe);
+            const size_t at = FindEntry(volume, 0, 0x0f) + field;
+            PutU64(volume.image, at, U64At(volume.image, at) + 4096);
+            maker::RenewChecksum(volume.image, volume.plan.copies[0]);
+            const Result<UnlockedVolume> opened = volume.OpenWithPassword();
+            ASSERT_TRUE(HoldsPlain(opened, volume)) << field;
+            EXPECT_EQ(opened->facts.metadataOffset, volume.plan.copies[1]) << field;
+            ASSERT_EQ(opened->facts.warnings.size(), 1U) << field;
+            EXPECT_TRUE(Contains(opened->facts.warnings[0], "contradicts itself")) << field;
+        }
+    }
 }
 
 // --- Choosing a copy

@@ -1,5 +1,6 @@
 #include "SampleImages.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -67,6 +68,12 @@ std::vector<Secret> SampleImage::Secrets(const std::string &folder) const
     if (all.empty())
         all.push_back(Secret::None());
     return all;
+}
+
+std::string SampleImages::TestName(std::string name)
+{
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
 }
 
 SampleImages &SampleImages::Shared()

@@ -19,6 +19,35 @@
 
 namespace vx::bitlocker {
 
+// The names are fixed here so that a test is listed, and skipped, where the folder is absent.
+constexpr const char *kReadableSamples[] = {
+    "ntfs-cbc128",
+    "tree-ntfs-xts128",
+    "tree-fat16-cbc128",
+    "bitlk-aes-cbc-128",
+    "bitlk-aes-cbc-256",
+    "bitlk-aes-xts-128",
+    "bitlk-aes-xts-256",
+    "bitlk-aes-cbc-elephant-128",
+    "bitlk-aes-cbc-elephant-256",
+    "bitlk-togo-aes-cbc-128",
+    "bitlk-togo-aes-xts-128",
+    "bitlk-aes-cbc-128-4k",
+    "bitlk-aes-xts-128-4k",
+    "bitlk-aes-xts-128-new-entry",
+    "bitlk-aes-xts-128-smart-card",
+    "bitlk-aes-xts-128-startup-key",
+    "bitlk-aes-xts-128-startup-key-win11",
+    "bitlk-aes-xts-128-two-recovery",
+    "bitlk-aes-xts-128-unicode",
+    "bitlk-aes-xts-128-crc",
+    "bitlk-aes-xts-128-clearkey-only",
+    "bitlk-aes-xts-128-first-recovery",
+};
+// Their records of a conversion are damaged.
+constexpr const char *kSamplesWithoutMap[] = {"bitlk-aes-xts-128-eow",
+                                              "bitlk-partially-encrypted-aes-cbc-128"};
+
 struct SampleImage {
     std::string method;     // as the table has it: "AES-128-CBC, To Go, FAT16"
     std::string plainHash;  // in hexadecimal digits; empty if it is not known
@@ -33,6 +62,8 @@ struct SampleImage {
 class SampleImages {
 public:
     static SampleImages &Shared();
+    // The name of an image as that of a test.
+    static std::string TestName(std::string name);
     ~SampleImages();
     SampleImages(const SampleImages &) = delete;
     SampleImages &operator=(const SampleImages &) = delete;

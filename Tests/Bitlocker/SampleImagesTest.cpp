@@ -94,39 +94,9 @@ std::vector<uint64_t> CopiesOf(const ByteSource &source)
 
 // --- Every image with every secret
 
-// The names are fixed here so that a test is listed, and skipped, where the folder is absent.
-const char *const kReadable[] = {
-    "ntfs-cbc128",
-    "tree-ntfs-xts128",
-    "tree-fat16-cbc128",
-    "bitlk-aes-cbc-128",
-    "bitlk-aes-cbc-256",
-    "bitlk-aes-xts-128",
-    "bitlk-aes-xts-256",
-    "bitlk-aes-cbc-elephant-128",
-    "bitlk-aes-cbc-elephant-256",
-    "bitlk-togo-aes-cbc-128",
-    "bitlk-togo-aes-xts-128",
-    "bitlk-aes-cbc-128-4k",
-    "bitlk-aes-xts-128-4k",
-    "bitlk-aes-xts-128-new-entry",
-    "bitlk-aes-xts-128-smart-card",
-    "bitlk-aes-xts-128-startup-key",
-    "bitlk-aes-xts-128-startup-key-win11",
-    "bitlk-aes-xts-128-two-recovery",
-    "bitlk-aes-xts-128-unicode",
-    "bitlk-aes-xts-128-crc",
-    "bitlk-aes-xts-128-clearkey-only",
-    "bitlk-aes-xts-128-first-recovery",
-};
-const char *const kWithoutMap[] = {"bitlk-aes-xts-128-eow",
-                                   "bitlk-partially-encrypted-aes-cbc-128"};
-
 std::string CaseName(const testing::TestParamInfo<const char *> &info)
 {
-    std::string name = info.param;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
+    return SampleImages::TestName(info.param);
 }
 
 class ReadableSampleTest : public testing::TestWithParam<const char *> {};
@@ -178,7 +148,8 @@ TEST_P(ReadableSampleTest, ItsRecoveryPasswordsAreThoseOfTheList)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, ReadableSampleTest, testing::ValuesIn(kReadable), CaseName);
+INSTANTIATE_TEST_SUITE_P(Samples, ReadableSampleTest, testing::ValuesIn(kReadableSamples),
+                         CaseName);
 
 class SampleWithoutMapTest : public testing::TestWithParam<const char *> {};
 
@@ -189,13 +160,14 @@ TEST_P(SampleWithoutMapTest, ItUnlocksAndReportsADamagedMap)
         EXPECT_EQ(StatusOf(Open(GetParam(), secret)), Status::kDamagedConversionMap);
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, SampleWithoutMapTest, testing::ValuesIn(kWithoutMap), CaseName);
+INSTANTIATE_TEST_SUITE_P(Samples, SampleWithoutMapTest, testing::ValuesIn(kSamplesWithoutMap),
+                         CaseName);
 
 TEST(SampleImagesTest, NoSampleIsLeftOut)
 {
     NEED_SAMPLE(kPlainCase);
     EXPECT_EQ(SampleImages::Shared().Images().size(),
-              std::size(kReadable) + std::size(kWithoutMap));
+              std::size(kReadableSamples) + std::size(kSamplesWithoutMap));
 }
 
 // --- What single images are about

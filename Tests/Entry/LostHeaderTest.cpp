@@ -199,7 +199,8 @@ TEST_F(LostHeader, OfAVolumeToGoTheProgramInFrontIsNotTakenForTheVolume)
     EXPECT_EQ(Open({}, UnlockKind::kNone), VolumeLibraryStatus::kSecretNeeded) << detail;
 }
 
-TEST_F(LostHeader, OfAHalfConvertedVolumeThePlainPartIsNotTakenForTheVolume)
+// Its metadata lies inside the file system, and its end is plain.
+VolumeRecipe HalfConverted()
 {
     VolumeRecipe recipe = RecipeWithKey();
     recipe.headerEntry = VolumeRecipe::HeaderEntry::kShort;
@@ -208,7 +209,12 @@ TEST_F(LostHeader, OfAHalfConvertedVolumeThePlainPartIsNotTakenForTheVolume)
     recipe.nextState = 1;
     recipe.copyOffsets = {6 * kMiB, 6 * kMiB + 65536, 6 * kMiB + 131072};
     recipe.relocationOffset = 4 * kMiB;
-    const MadeVolume made = MakeVolume(NtfsFileSystem(), recipe);
+    return recipe;
+}
+
+TEST_F(LostHeader, OfAHalfConvertedVolumeThePlainPartIsNotTakenForTheVolume)
+{
+    const MadeVolume made = MakeVolume(NtfsFileSystem(), HalfConverted());
     Put(made, 0);
     disk.resize(made.bytes.size());
     Erase(0, kSector);
@@ -219,14 +225,7 @@ TEST_F(LostHeader, OfAHalfConvertedVolumeThePlainPartIsNotTakenForTheVolume)
 // Nothing but the file system says where it ends.
 TEST_F(LostHeader, AHalfConvertedVolumeEndsWithItsFileSystem)
 {
-    VolumeRecipe recipe = RecipeWithKey();
-    recipe.headerEntry = VolumeRecipe::HeaderEntry::kShort;
-    recipe.encryptedSize = 5 * kMiB;
-    recipe.state = 3;
-    recipe.nextState = 1;
-    recipe.copyOffsets = {6 * kMiB, 6 * kMiB + 65536, 6 * kMiB + 131072};
-    recipe.relocationOffset = 4 * kMiB;
-    const MadeVolume made = MakeVolume(NtfsFileSystem(), recipe);
+    const MadeVolume made = MakeVolume(NtfsFileSystem(), HalfConverted());
     Put(made, kBegin);
     disk += NoiseBytes(kMiB, 5);
     Erase(kBegin, kSector);

@@ -16,34 +16,6 @@ using ::testing::HasSubstr;
 
 constexpr int kNotOpened = 3;
 
-// The names are fixed here so that a test is listed, and skipped, where the folder is absent.
-const char *const kNames[] = {
-    "ntfs-cbc128",
-    "tree-ntfs-xts128",
-    "tree-fat16-cbc128",
-    "bitlk-aes-cbc-128",
-    "bitlk-aes-cbc-256",
-    "bitlk-aes-xts-128",
-    "bitlk-aes-xts-256",
-    "bitlk-aes-cbc-elephant-128",
-    "bitlk-aes-cbc-elephant-256",
-    "bitlk-togo-aes-cbc-128",
-    "bitlk-togo-aes-xts-128",
-    "bitlk-aes-cbc-128-4k",
-    "bitlk-aes-xts-128-4k",
-    "bitlk-aes-xts-128-new-entry",
-    "bitlk-aes-xts-128-smart-card",
-    "bitlk-aes-xts-128-startup-key",
-    "bitlk-aes-xts-128-startup-key-win11",
-    "bitlk-aes-xts-128-two-recovery",
-    "bitlk-aes-xts-128-unicode",
-    "bitlk-aes-xts-128-crc",
-    "bitlk-aes-xts-128-clearkey-only",
-    "bitlk-aes-xts-128-first-recovery",
-    "bitlk-aes-xts-128-eow",
-    "bitlk-partially-encrypted-aes-cbc-128",
-};
-
 bool Has(const std::string &text, const char *part)
 {
     return text.find(part) != std::string::npos;
@@ -131,12 +103,15 @@ TEST_P(SampleInfo, ShowsItsRecoveryPasswordsOnceItIsUnlocked)
               "[" + list + "]");
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, SampleInfo, testing::ValuesIn(kNames),
-                         [](const testing::TestParamInfo<const char *> &info) {
-                             std::string name = info.param;
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
+std::string CaseName(const testing::TestParamInfo<const char *> &info)
+{
+    return SampleImages::TestName(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, SampleInfo, testing::ValuesIn(bitlocker::kReadableSamples),
+                         CaseName);
+INSTANTIATE_TEST_SUITE_P(SamplesWithoutMap, SampleInfo,
+                         testing::ValuesIn(bitlocker::kSamplesWithoutMap), CaseName);
 
 }  // namespace
 }  // namespace vx

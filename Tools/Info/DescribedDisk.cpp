@@ -1,5 +1,6 @@
 #include "DescribedDisk.h"
 
+#include "OpeningWords.h"
 #include "TerminalText.h"
 #include "VolumeOpening.h"
 
@@ -25,7 +26,7 @@ DescribedDisk::DescribedDisk(const LoadedLibrary &library, const std::string &di
     _status = describe(disk.c_str(), &report);
     _report.reset(report);
     if (_status != 0)
-        _error = OpeningFailure(library, "open", disk, _status);
+        _error = OpeningFailure(library.Handle(), "open", disk, _status);
     else if (report == nullptr)
         _error = "the volume library returned no report of " + TerminalText(disk);
 }

@@ -2,6 +2,7 @@
 
 #include "OpeningInterruption.h"
 #include "OpeningProgress.h"
+#include "OpeningWords.h"
 #include "ThreadChecks.h"
 #include "VolumeLibraryStatus.h"
 #include "VolumeOpening.h"
@@ -41,9 +42,9 @@ DiskSearch SearchDisk(const LoadedLibrary &library, const std::string &disk)
     }
     search.isCancelled = search.status == static_cast<int32_t>(VolumeLibraryStatus::kCancelled);
     if (search.status != 0 && !search.isCancelled)
-        search.error = OpeningFailure(library, "search", disk, search.status);
+        search.error = OpeningFailure(library.Handle(), "search", disk, search.status);
     else
-        search.warnings = OpeningWarnings(library, disk);
+        search.warnings = OpeningWarnings(library.Handle(), disk);
     return search;
 }
 

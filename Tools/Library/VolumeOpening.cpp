@@ -1,9 +1,8 @@
 #include "VolumeOpening.h"
 
-#include "OpenFailureText.h"
 #include "OpeningInterruption.h"
 #include "OpeningProgress.h"
-#include "TerminalText.h"
+#include "OpeningWords.h"
 #include "ThreadChecks.h"
 
 namespace vx {
@@ -39,28 +38,12 @@ VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume
         opening.status = library.Entry()(volume.c_str(), kind.c_str(), secret, &opening.volume);
     }
     if (opening.status != 0)
-        opening.error = OpeningFailure(library, "open", volume, opening.status);
+        opening.error = OpeningFailure(library.Handle(), "open", volume, opening.status);
     else if (opening.volume == nullptr)
-        opening.error = "cannot open " + TerminalText(volume) +
-                        ": the volume library returned no volume (status 0)";
+        opening.error = NoVolumeFailure(volume);
     else
-        opening.warnings = OpeningWarnings(library, volume);
+        opening.warnings = OpeningWarnings(library.Handle(), volume);
     return opening;
-}
-
-std::string OpeningFailure(const LoadedLibrary &library, const char *verb,
-                           const std::string &volume, int32_t status)
-{
-    return std::string("cannot ") + verb + " " + TerminalText(volume) + ": " +
-           TerminalText(OpenFailureText(library.Handle(), status));
-}
-
-std::vector<std::string> OpeningWarnings(const LoadedLibrary &library, const std::string &volume)
-{
-    std::vector<std::string> warnings;
-    for (const std::string &warning : OpenWarnings(library.Handle()))
-        warnings.push_back(TerminalText(volume) + ": " + TerminalText(warning));
-    return warnings;
 }
 
 }  // namespace vx

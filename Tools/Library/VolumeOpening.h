@@ -43,12 +43,4 @@ VolumeOpening OpenVolume(const LoadedLibrary &library, const std::string &volume
                          const std::string &kind, const char *secret,
                          const VolumeOpeningOptions *options = nullptr);
 
-// "cannot open NAME: the status in words: the detail (status N)", after a call of the library on
-// this thread that returned the status. verb: "open".
-std::string OpeningFailure(const LoadedLibrary &library, const char *verb,
-                           const std::string &volume, int32_t status);
-
-// What the last call of the library on this thread noticed; each begins with the volume's name.
-std::vector<std::string> OpeningWarnings(const LoadedLibrary &library, const std::string &volume);
-
 }  // namespace vx

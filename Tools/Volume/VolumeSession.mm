@@ -1,9 +1,9 @@
 #include "VolumeSession.h"
 
 #import "CBitlockerWrapper.h"
-#include "OpenFailureText.h"
 #include "OpeningInterruption.h"
 #include "OpeningProgress.h"
+#include "OpeningWords.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
 
@@ -41,15 +41,6 @@ bool CanListRoot(IVolume &volume)
     return true;
 }
 
-// Each begins with the shown name of the volume, which the library's words refer to.
-std::vector<std::string> WarningsOf(void *library, const std::string &name)
-{
-    std::vector<std::string> warnings;
-    for (const std::string &warning : OpenWarnings(library))
-        warnings.push_back(name + ": " + TerminalText(warning));
-    return warnings;
-}
-
 }  // namespace
 
 bool VolumeSession::Open(const std::string &volume, const std::string &unlockKind,
@@ -75,25 +66,25 @@ bool VolumeSession::Open(const std::string &volume, const std::string &unlockKin
         *error = ReasonNotCalled(path);
         return false;
     }
-    return Accept(library.get(), TerminalText(volume), opened, status, error);
+    return Accept(library.get(), volume, opened, status, error);
 }
 
 bool VolumeSession::Accept(void *library, const std::string &name, IVolume *opened, int32_t status,
                            std::string *error)
 {
     if (status != 0) {
-        *error = "cannot open " + name + ": " + TerminalText(OpenFailureText(library, status));
+        *error = OpeningFailure(library, "open", name, status);
         return false;
     }
     if (opened == nullptr) {
-        *error = "cannot open " + name + ": the volume library returned no volume (status 0)";
+        *error = NoVolumeFailure(name);
         return false;
     }
-    _warnings = WarningsOf(library, name);
+    _warnings = OpeningWarnings(library, name);
     _reports = std::make_unique<VolumeReports>(library, *opened);
     _volume = std::make_unique<ObservedVolume>(*opened, *_reports);
     if (!CanListRoot(*_volume)) {
-        *error = "cannot open " + name + ": its root folder cannot be listed";
+        *error = "cannot open " + TerminalText(name) + ": its root folder cannot be listed";
         return false;
     }
     return true;
