@@ -5,7 +5,7 @@
 namespace vx {
 namespace {
 
-// "/x/App.app/Contents/MacOS" -> "/x"; a folder that is in no bundle stays.
+// "/x/A.app/Contents/Programs" -> "/x"; a folder that is in no bundle stays.
 std::string FolderOfBundle(const std::string &folder)
 {
     const std::string whole = folder + "/";

@@ -26,10 +26,9 @@ in one line which of the two came, and removes the FIFOs of the link.
 
 "VOLUME KIND SECRET" is accepted too and means "VOLUME --unlock KIND SECRET".
 
-A secret given on the command line stays in the shell's history; use -, @FILE or
-fd:N instead.
-The secret is passed to the explorer as an argument, so while that runs, other users of
-this machine can see it in the list of processes either way.
+A secret given on the command line stays in the shell's history, and other users can see
+it in the list of processes for a moment; use -, @FILE or fd:N instead. The explorer gets
+the secret, or the key that it leads to, over a private channel, not as an argument.
 
 Exit status
   0    the explorer sent its quit notice and ended
