@@ -57,9 +57,9 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA "${debian}/postinst" "${debian}/postrm")
 # What no program links: GNUstep's drawing and the fonts that it draws with, the order of Hebrew and Arabic
 # text, and the program through which users mount.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "gnustep-back0.29-cairo, fonts-dejavu-core, libfribidi0, fuse3")
-# Rights to read a disk, the file manager that shows an exported folder.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "acl, pkexec, polkitd, xdg-utils")
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion, fonts-wqy-microhei, gddrescue")
+# Rights to read a disk, the file manager that shows an exported folder, names in Chinese and Japanese.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "acl, fonts-noto-cjk | fonts-wqy-microhei, pkexec, polkitd, xdg-utils")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion, gddrescue")
 
 set(CPACK_VX_SOURCE_DIR "${CMAKE_SOURCE_DIR}")
 set(CPACK_VX_VERSION "${PROJECT_VERSION}")

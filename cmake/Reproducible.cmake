@@ -1,6 +1,6 @@
 # Release builds of one commit are the same files, wherever the source and the build folder are: no path
 # of this machine gets into them. Their debug symbols name sources relative to the root folder.
-if(VX_SANITIZER OR VX_COVERAGE OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+if(APPLE OR VX_SANITIZER OR VX_COVERAGE OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
   return()
 endif()
 
@@ -9,9 +9,6 @@ file(RELATIVE_PATH up "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
 string(REGEX REPLACE "/+$" "/" up "${up}/")
 add_compile_options(-g -ffile-compilation-dir=.
   "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=./" "-ffile-prefix-map=${up}=./")
-if(APPLE)
-  return()
-endif()
 add_link_options(LINKER:--build-id=sha1)
 
 # GCC's Objective-C runtime has a record of each module, with the path of its source as the compiler was
