@@ -7,8 +7,7 @@ namespace {
 
 constexpr const char *kDamaged = "the QCOW2 image is damaged";
 
-class QcowTables : public QcowTest {
-};
+class QcowTables : public QcowTest {};
 
 TEST_F(QcowTables, ASubclusterThatIsBothStoredAndZerosIsDamage)
 {

@@ -19,7 +19,8 @@ protected:
     {
         std::string text;
         while (text.size() < count)
-            text += "line " + std::to_string(text.size() * seed) + " of a text that can be packed\n";
+            text +=
+                "line " + std::to_string(text.size() * seed) + " of a text that can be packed\n";
         text.resize(count);
         return text;
     }

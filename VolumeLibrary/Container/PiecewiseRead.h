@@ -1,4 +1,5 @@
-// How the disk in an image file is read: piece by piece, with errors that name the place on the disk.
+// How the disk in an image file is read: piece by piece, with errors that name the place on the
+// disk.
 #pragma once
 
 #include "Error.h"
@@ -11,9 +12,9 @@
 
 namespace vx {
 
-// Calls read(offset, place, count) for each piece of the range, none of which goes beyond a multiple
-// of the unit. Its first Error ends the read and is returned, with the bytes before the piece added
-// to bytesRead. Units: bytes.
+// Calls read(offset, place, count) for each piece of the range, none of which goes beyond a
+// multiple of the unit. Its first Error ends the read and is returned, with the bytes before the
+// piece added to bytesRead. Units: bytes.
 template <typename Reader>
 Error ReadPiecewise(uint64_t offset, void *buffer, size_t count, uint64_t unit, const Reader &read)
 {
