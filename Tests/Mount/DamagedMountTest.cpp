@@ -43,6 +43,20 @@ TEST_F(DamagedMount, GivesAnErrorWhereTheVolumeCannotBeRead)
     EXPECT_EQ(ReadAt(file, 6 * kMiB - 1), 0);
 }
 
+// The kernel is given all of a small file when it is opened first, or nothing.
+TEST_F(DamagedMount, GivesAnErrorWhereASmallFileCannotBeReadHoweverOftenItIsOpened)
+{
+    const std::string mounted = MountStandIn("unread-small");
+    const std::string file = mounted + "/damaged.bin";
+    EXPECT_EQ(Shell("cat " + Quoted(mounted + "/before.bin") + " | wc -c").output, "40000");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(ReadAt(file, 8192), EIO);
+        EXPECT_EQ(ReadAt(file, 8191), 0);
+        EXPECT_EQ(ReadAt(file, 12288), 0);
+    }
+    EXPECT_NE(Shell("cat " + Quoted(file)).status, 0);
+}
+
 TEST_F(DamagedMount, MakesACopyOfADamagedFileFail)
 {
     const std::string mounted = MountStandIn("unread");

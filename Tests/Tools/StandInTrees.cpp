@@ -176,6 +176,14 @@ std::vector<StandInEntry> UnreadTree()
     return {File(u"", u"before.bin", 5), damaged, File(u"", u"behind.bin", 7)};
 }
 
+// Of two files that a mount hands over when they are opened, one cannot be read in full.
+std::vector<StandInEntry> UnreadSmallTree()
+{
+    StandInEntry damaged = File(u"", u"damaged.bin", 40000);
+    damaged.unread = {{8192, 512}};
+    return {File(u"", u"before.bin", 40000), damaged};
+}
+
 std::vector<StandInEntry> RiddledTree()
 {
     StandInEntry riddled = File(u"", u"riddled.bin", kMiB);
@@ -330,6 +338,7 @@ constexpr NamedTree kTrees[] = {{"streams", StreamsTree},
                                 {"case", CaseTree},
                                 {"meeting", MeetingTree},
                                 {"unread", UnreadTree},
+                                {"unread-small", UnreadSmallTree},
                                 {"riddled", RiddledTree},
                                 {"gone", GoneTree},
                                 {"gone-in-small-file", GoneInSmallFileTree},

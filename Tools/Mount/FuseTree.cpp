@@ -371,9 +371,9 @@ void FuseTree::Store(fuse_ino_t number, MountedFile *file)
         char *buffer = ReadBuffer(kLargestStored);
         uint32_t done = 0;
         const bool isRead = file->Read(0, buffer, static_cast<uint32_t>(size), &done) == 0;
-        fuse_bufvec bytes = FUSE_BUFVEC_INIT(done);
+        fuse_bufvec bytes = FUSE_BUFVEC_INIT(static_cast<size_t>(size));
         bytes.buf[0].mem = buffer;
-        if (isRead && done == size)
+        if (isRead)
             fuse_lowlevel_notify_store(_session, number, 0, &bytes, FUSE_BUF_NO_SPLICE);
     }
     --_storing;
