@@ -181,6 +181,23 @@ TEST_F(MountLife, EveryChangeIsRefusedAsOfAReadOnlyDisk)
     EXPECT_EQ(Read(folder), "contents");
 }
 
+// It is not followed, so that it leads to no file of this machine by chance.
+TEST_F(MountLife, ALinkLeadsToNoFolderOfThisMachine)
+{
+    _folder.MakeLink("volume/link", "a/b/c");
+    _folder.MakeLink("volume/from-root", "/etc");
+    _folder.MakeLink("volume/self", ".");
+    _folder.MakeLink("volume/above", "..");
+    const std::string folder = Mount({Volume()});
+    const auto target = [&](const char *name) {
+        return Shell("readlink " + Quoted(folder + "/" + name)).output;
+    };
+    EXPECT_EQ(target("link"), "a\\b\\c");
+    EXPECT_EQ(target("from-root"), "\\etc");
+    EXPECT_EQ(target("self"), ".\\");
+    EXPECT_EQ(target("above"), "..\\");
+}
+
 TEST_F(MountLife, NamesItsVolumeAndNoSecretInTheTableOfMounts)
 {
     _folder.WriteFile("comma, and\\back/a.txt", "x");

@@ -4,6 +4,15 @@
 #include "MountFixture.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "UniqueFd.h"
 
 namespace vx {
 namespace {
@@ -52,6 +61,41 @@ TEST_P(MountedKind, HasTheFilesOfTheExportIfItIsEncrypted)
     const FileSystemImage made(GetParam(), false);
     ASSERT_TRUE(made.Image().Encrypt("--password secret"));
     ExpectSameAsExport(made.Image().Path(), kByPassword);
+}
+
+std::string ReadDirectly(const std::string &path)
+{
+    constexpr size_t kPiece = 3 << 20;
+    const UniqueFd file(open(path.c_str(), O_RDONLY | O_DIRECT | O_CLOEXEC));
+    const std::unique_ptr<void, decltype(&free)> piece(aligned_alloc(4096, kPiece), free);
+    std::string bytes;
+    for (ssize_t got = 1; file && got > 0;) {
+        got = pread(file.Get(), piece.get(), kPiece, static_cast<off_t>(bytes.size()));
+        bytes.append(static_cast<char *>(piece.get()),
+                     static_cast<size_t>(std::max<ssize_t>(got, 0)));
+    }
+    return bytes;
+}
+
+std::string MappedBackwards(const std::string &path)
+{
+    constexpr size_t kPage = 4096;
+    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat found = {};
+    if (!file || fstat(file.Get(), &found) != 0)
+        return "";
+    const auto size = static_cast<size_t>(found.st_size);
+    void *mapped = mmap(nullptr, size, PROT_READ, MAP_SHARED, file.Get(), 0);
+    if (mapped == MAP_FAILED)
+        return "";
+    std::string bytes(size, '\0');
+    for (size_t end = size; end > 0;) {
+        const size_t begin = (end - 1) / kPage * kPage;
+        memcpy(&bytes[begin], static_cast<char *>(mapped) + begin, end - begin);
+        end = begin;
+    }
+    munmap(mapped, size);
+    return bytes;
 }
 
 std::string KindName(const testing::TestParamInfo<FileSystemImage::Kind> &info)
@@ -141,6 +185,27 @@ TEST_F(MountedNtfs, GivesALargeFileToManyReadersAtOnce)
         "/large; cmp large $f & a=$!; tail -c 30000000 large | cmp - -i 0:20000001 $f & b=$!;"
         " dd if=large bs=777777 2>/dev/null | cmp - $f & c=$!; wait $a && wait $b && wait $c");
     EXPECT_EQ(same.status, 0) << same.output;
+}
+
+// Past the page cache, and by its pages, in an order that no read-ahead foresees.
+TEST_F(MountedNtfs, GivesTheSameBytesToDirectReadsAndToMappings)
+{
+    ASSERT_TRUE(_image.MakeNtfs(64));
+    ASSERT_TRUE(
+        _image.RunInNtfs("head -c 20000001 /dev/urandom > large; head -c 5001 large > small"));
+    ASSERT_TRUE(_image.Encrypt("--password secret"));
+    ASSERT_EQ(Shell(VX_TOOL " " + Quoted(_image.Path()) + kByPassword + "--to " +
+                    Quoted(_folder.At("copy")))
+                  .status,
+              0);
+    const std::string mounted = Mount({_image.Path(), "--unlock", "password", "secret"});
+    for (const char *name : {"large", "small"}) {
+        const std::string expected = _folder.ReadFile(std::string("copy/") + name);
+        ASSERT_GT(expected.size(), 5000U);
+        EXPECT_TRUE(ReadDirectly(mounted + "/" + name) == expected) << name;
+        EXPECT_TRUE(MappedBackwards(mounted + "/" + name) == expected) << name;
+        EXPECT_TRUE(ReadDirectly(mounted + "/" + name) == expected) << name;
+    }
 }
 
 }  // namespace

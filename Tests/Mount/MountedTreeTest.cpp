@@ -198,5 +198,41 @@ TEST(FolderCache, DropsTheFolderUsedLeastRecently)
     EXPECT_EQ(cache.Find(1), nullptr);
 }
 
+TEST(FolderCache, HasNoMoreEntriesThanItsLimit)
+{
+    constexpr size_t kEntries = 2048;
+    ScriptedVolume volume;
+    for (size_t i = 0; i < kEntries; ++i)
+        volume.Root().File({u'f', static_cast<char16_t>(u'\u4e00' + i)}, 1);
+    const VolumeReports reports(nullptr, volume);
+    const auto folder = ShownFolder::Read(volume, reports, u"");
+    ASSERT_EQ(folder->Size(), kEntries);
+    constexpr uint64_t kFolders = FolderCache::kMostEntries / kEntries;
+    FolderCache cache;
+    for (uint64_t number = 0; number < kFolders; ++number)
+        cache.Keep(number, folder);
+    EXPECT_NE(cache.Find(1), nullptr);
+    EXPECT_NE(cache.Find(0), nullptr);
+    cache.Keep(kFolders, folder);
+    EXPECT_EQ(cache.Find(2), nullptr);
+    EXPECT_NE(cache.Find(0), nullptr);
+    EXPECT_NE(cache.Find(3), nullptr);
+    EXPECT_NE(cache.Find(kFolders), nullptr);
+}
+
+TEST(FolderCache, CountsTheEntriesOfAFolderThatIsKeptAgainOnce)
+{
+    ScriptedVolume volume;
+    for (char16_t i = 0; i < 1024; ++i)
+        volume.Root().File({u'f', static_cast<char16_t>(u'\u4e00' + i)}, 1);
+    const VolumeReports reports(nullptr, volume);
+    const auto folder = ShownFolder::Read(volume, reports, u"");
+    FolderCache cache;
+    cache.Keep(0, folder);
+    for (size_t i = 0; i < 2 * FolderCache::kMostEntries / folder->Size(); ++i)
+        cache.Keep(1, folder);
+    EXPECT_NE(cache.Find(0), nullptr);
+}
+
 }  // namespace
 }  // namespace vx

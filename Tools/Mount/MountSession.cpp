@@ -64,9 +64,14 @@ struct DestroyConfig {
 };
 
 // Where libfuse keeps silent, its program has printed the reason.
-std::string WhyRefused()
+std::string WhyRefused(const MountSession::Settings &settings)
 {
-    return geteuid() == 0 ? "the system refused it" : "fusermount3 refused it (see above)";
+    if (geteuid() == 0)
+        return "the system refused it";
+    const char *const advice =
+        settings.allowsOther ? "; --allow-other needs the line user_allow_other in /etc/fuse.conf"
+                             : "";
+    return std::string("fusermount3 refused it (see above)") + advice;
 }
 
 }  // namespace
@@ -98,7 +103,7 @@ bool MountSession::Mount(const Settings &settings, std::string *error)
     _isMounted = _handlesSignals && fuse_session_mount(_session, settings.folder.c_str()) == 0;
     if (!_isMounted)
         *error = "cannot mount on " + TerminalText(settings.folder) + ": " +
-                 TerminalText(LastWords().empty() ? WhyRefused() : LastWords());
+                 TerminalText(LastWords().empty() ? WhyRefused(settings) : LastWords());
     return _isMounted;
 }
 
