@@ -22,7 +22,7 @@ test_packages=(
 )
 package_packages=(dpkg-dev file)
 # On macOS, with Homebrew; the compiler comes with Xcode.
-mac_packages=(cmake ninja openssl@3 zlib zstd googletest dosfstools mtools)
+mac_packages=(cmake ninja openssl@3 zlib zstd nlohmann-json googletest dosfstools mtools)
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev mmdebstrap)
 
 say() { printf '%s: %s\n' "$command_name" "$*" >&2; }

@@ -96,7 +96,7 @@ private:
     static std::string LabelOf(const UdevRecord &record)
     {
         for (const char *name : {"ID_FS_LABEL_ENC", "ID_FS_LABEL", "ID_PART_ENTRY_NAME"}) {
-            const std::string label = LineText(record.DecodedValue(name));
+            std::string label = LineText(record.DecodedValue(name));
             if (!label.empty())
                 return label;
         }

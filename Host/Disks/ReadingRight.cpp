@@ -46,7 +46,7 @@ std::string WithoutLinks(const std::string &path)
 // The path without links; empty unless it is a block device in the folder of devices.
 std::string CheckedDevice(const std::string &path)
 {
-    const std::string real = WithoutLinks(path);
+    std::string real = WithoutLinks(path);
     const std::string folder = WithoutLinks(DeviceFolder()) + "/";
     struct stat found;
     const bool isInside = real.compare(0, folder.size(), folder) == 0;

@@ -142,7 +142,8 @@ TEST(AttachedDisks, WhatTheSystemLivesOnIsMarkedThroughItsMappings)
     disks.AddDisk("sda", "8:0", "100000");
     disks.AddPartition("sda", "sda1", "8:1", "10000");
     disks.AddPartition("sda", "sda2", "8:2", "50000");
-    disks.AddDisk("dm-0", "254:0", "40000", {{"slaves/sda2/dev", "8:2"}});
+    disks.AddDisk("dm-0", "254:0", "40000", {{"slaves/dm-1/dev", "254:1"}});
+    disks.AddDisk("dm-1", "254:1", "40000", {{"slaves/sda2/dev", "8:2"}});
     disks.AddDisk("sdb", "8:16", "100000");
     disks.AddPartition("sdb", "sdb1", "8:17", "90000");
     disks.AddDisk("sdc", "8:32", "100000");

@@ -45,6 +45,7 @@ TEST(HostileDisks, AnIncompleteEscapeStandsForItself)
 {
     EXPECT_EQ(LabelFor("E:ID_FS_LABEL_ENC=a\\x2"), "a\\x2");
     EXPECT_EQ(LabelFor("E:ID_FS_LABEL_ENC=a\\xg0"), "a\\xg0");
+    EXPECT_EQ(LabelFor("E:ID_FS_LABEL_ENC=a\\x2g"), "a\\x2g");
     EXPECT_EQ(LabelFor("E:ID_FS_LABEL_ENC=a\\"), "a\\");
 }
 
@@ -75,6 +76,12 @@ TEST(HostileDisks, AnAttributeThatIsAFifoIsNotWaitedFor)
     disks.AddDisk("sda", "8:0", "4096", {{"device/vendor", "A"}});
     ASSERT_EQ(mkfifo(disks.Folder().At("sys/class/block/sda/device/model").c_str(), 0600), 0);
     EXPECT_THAT(disks.Names(), ElementsAre("sda"));
+}
+
+TEST(HostileDisks, OnlyOrdinaryFilesAreRead)
+{
+    EXPECT_EQ(ReadSmallFile("/dev/zero"), "");
+    EXPECT_EQ(ReadSmallFile("/"), "");
 }
 
 TEST(HostileDisks, ASizeThatIsNoSizeIsNoMedium)

@@ -1,4 +1,5 @@
 // What a child says of a disk, and children that fail in every way.
+#include "ChildProgram.h"
 #include "Eventually.h"
 #include "FactsText.h"
 #include "OrdinaryUser.h"
@@ -223,6 +224,14 @@ TEST_F(VolumeFactsTest, ErrorsWithoutEndAreDroppedAndTheReportIsRead)
         Run("head -c 5000000 /dev/zero >&2; echo '{\"volumes\": [{\"label\": \"a\"}]}'");
     EXPECT_EQ(facts.status, 0);
     EXPECT_EQ(facts.volumes.size(), 1u);
+}
+
+TEST_F(VolumeFactsTest, OfErrorsTheFirst64KiBAreKept)
+{
+    const ChildEnd end =
+        RunChildProgram(Program("head -c 5000000 /dev/zero >&2"), {}, 0, kNeverCancelled);
+    EXPECT_TRUE(end.ExitedWith(0));
+    EXPECT_EQ(end.errors.size(), 64u * 1024u);
 }
 
 TEST_F(VolumeFactsTest, AProgramThatHangsIsEndedByACancellation)

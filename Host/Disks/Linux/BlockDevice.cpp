@@ -24,13 +24,18 @@ bool BeginsWith(const std::string &text, const char *beginning)
     return text.rfind(beginning, 0) == 0;
 }
 
+std::string FileIn(std::string folder, const std::string &name)
+{
+    return folder.append("/").append(name);
+}
+
 std::vector<BlockDevice> Sorted(const std::string &folder, bool partitions)
 {
     std::vector<std::string> names = NamesIn(folder);
     std::sort(names.begin(), names.end(), DeviceNameOrder());
     std::vector<BlockDevice> devices;
     for (const std::string &name : names) {
-        BlockDevice device(folder + "/" + name);
+        BlockDevice device(FileIn(folder, name));
         if (device.IsPartition() == partitions)
             devices.push_back(std::move(device));
     }
@@ -53,7 +58,7 @@ BlockDevice::BlockDevice(std::string folder)
 
 std::string BlockDevice::Attribute(const std::string &name) const
 {
-    return ReadLineOf(_folder + "/" + name);
+    return ReadLineOf(FileIn(_folder, name));
 }
 
 std::string BlockDevice::Number() const
@@ -112,7 +117,7 @@ bool BlockDevice::IsNoDisk() const
 std::string BlockDevice::VendorAndModel() const
 {
     std::string vendor = Attribute("device/vendor");
-    const std::string model = Attribute("device/model");
+    std::string model = Attribute("device/model");
     vendor.erase(vendor.find_last_not_of(' ') + 1);
     // "ATA" is written there for every disk on that bus; a number is none that a person knows.
     if (vendor == "ATA" || BeginsWith(vendor, "0x"))
