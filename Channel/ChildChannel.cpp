@@ -105,11 +105,10 @@ bool ChildChannel::Receive(uint8_t *place, size_t size, Clock::time_point deadli
     size_t have = 0;
     while (have < size) {
         const ssize_t got = recv(_descriptor.Get(), place + have, size - have, 0);
+        const bool mayCome = got < 0 && (errno == EAGAIN || errno == EINTR);
         if (got > 0)
             have += static_cast<size_t>(got);
-        else if (got == 0 || (errno != EAGAIN && errno != EINTR))
-            return false;
-        else if (!Await(_descriptor.Get(), POLLIN, deadline))
+        else if (!mayCome || !Await(_descriptor.Get(), POLLIN, deadline))
             return false;
     }
     return true;

@@ -1,5 +1,5 @@
-// Fuzz target: any bytes from a host that ends then. The library reads an opening within the limits,
-// which a host can send again, or none; it never waits.
+// Fuzz target: any bytes from a host that ends then. The library reads an opening within the
+// limits, which a host can send again, or none; it never waits.
 #include "ChildChannel.h"
 #include "HostChannel.h"
 #include "Require.h"
