@@ -193,6 +193,25 @@ TEST_F(EndToEndTest, AHostThatStandsStillDoesNotHoldTheExplorerUp)
     EXPECT_NE(host.Output().find(" reports of damage got lost"), std::string::npos);
 }
 
+TEST_F(EndToEndTest, AnExplorerThatReportsWithoutEndCanBeInterrupted)
+{
+    ChildProcess host = Host("endless");
+    const std::string explorer = Reported();
+    ASSERT_TRUE(Eventually([&] { return host.Output().find("damaged: ") != std::string::npos; }));
+    host.Signal(SIGTERM);
+    EXPECT_EQ(host.AwaitEnd(), 128 + SIGTERM);
+    EXPECT_FALSE(IsRunning(explorer));
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AReportThatIsCutShortIsSaidToBeLost)
+{
+    ChildProcess host = Host("cut");
+    EXPECT_EQ(host.AwaitEnd(), 1);
+    EXPECT_NE(host.Output().find("volume-host: reports of damage got lost"), std::string::npos)
+        << host.Output();
+}
+
 TEST_F(EndToEndTest, AHostThatWasKilledDoesNotHoldTheExplorerUp)
 {
     ChildProcess host = Host("flood");

@@ -93,6 +93,27 @@ int ReportWithoutEnd(const std::string &file, char *argv[])
     return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
 }
 
+// Reports faster than a host can say it.
+[[noreturn]] void ReportForEver(const std::string &file, char *argv[])
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    channel->Report(vx::ChannelOpened{0, ""});
+    Tell(file, std::to_string(getpid()));
+    for (;;) {
+        channel->Report(DamageOf("/folder/name"));
+        channel->SendKept(std::chrono::seconds(10));
+    }
+}
+
+// Ends within a report: with 255 bytes to come it has sent two.
+int ReportInPart(char *argv[])
+{
+    const char bytes[] = {2, 0, 0, 0, '\xff', 0, 0, 0, 'a', 'b'};
+    const int descriptor = atoi(argv[3]);
+    return write(descriptor, bytes, sizeof(bytes)) == sizeof(bytes) ? 0 : 1;
+}
+
 // Tells the descriptors of a program that this one starts.
 int TellDescriptorsOfChild(const std::string &file, char *argv[])
 {
@@ -197,6 +218,10 @@ int main(int argc, char *argv[])
         return ReportDamage(argv);
     if (mode == "flood")
         return ReportWithoutEnd(file, argv);
+    if (mode == "endless")
+        ReportForEver(file, argv);
+    if (mode == "cut")
+        return ReportInPart(argv);
     if (mode == "child-descriptors")
         return TellDescriptorsOfChild(file, argv);
     if (mode == "message")
