@@ -1,7 +1,9 @@
 // The lock, the FIFO files, the child process and the place of the program.
+#include "ChildChannel.h"
 #include "EventPipe.h"
 #include "FifoPair.h"
 #include "HostLock.h"
+#include "SessionEvents.h"
 #include "SpawnedProcess.h"
 #include "UniqueFd.h"
 
@@ -222,6 +224,58 @@ TEST_F(SpawnedProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
     signal(SIGPIPE, SIG_DFL);
     ASSERT_TRUE(AwaitEnd());
     EXPECT_EQ(_process.DescribeEnd(), "signal 13");
+}
+
+// A channel with this many reports that wait.
+class SessionEventsTest : public testing::Test {
+protected:
+    static constexpr int kReports = 500;
+
+    SessionEventsTest()
+    {
+        EXPECT_TRUE(_channel.Prepare({}));
+        vx::ChildChannel child(vx::UniqueFd(fcntl(_channel.ChildDescriptor(), F_DUPFD_CLOEXEC, 3)));
+        _channel.CloseChildDescriptor();
+        child.Report(vx::ChannelOpened{});
+        for (int i = 1; i < kReports; ++i)
+            child.Report(vx::ChannelDamage{});
+        EXPECT_TRUE(child.SendKept());
+        _events.Listen(&_channel, [this](const vx::ChannelReport &) { ++_taken; });
+    }
+
+    vx::EventPipe _pipe;
+    vx::SessionEvents _events{_pipe};
+    vx::HostChannel _channel;
+    int _taken = 0;
+};
+
+TEST_F(SessionEventsTest, AnEventDoesNotWaitUntilAllReportsAreTaken)
+{
+    _pipe.Post(SIGTERM);
+    EXPECT_TRUE(_events.Await([this] { return _events.IsInterrupted(); }, std::nullopt));
+    EXPECT_LT(_taken, 10);
+    EXPECT_EQ(_events.Interruption(), SIGTERM);
+}
+
+TEST_F(SessionEventsTest, ReportsAreTakenWhileNoEventComes)
+{
+    EXPECT_TRUE(_events.Await([this] { return _taken == kReports; }, std::nullopt));
+    EXPECT_FALSE(_events.IsInterrupted());
+}
+
+TEST_F(SessionEventsTest, TheLastReportsOfAChildThatHasEndedAreTaken)
+{
+    _events.TakeLastReports();
+    EXPECT_EQ(_taken, kReports);
+    EXPECT_TRUE(_channel.HasEnded());
+}
+
+TEST_F(SessionEventsTest, ACancellationIsAnInterruptionWithoutASignal)
+{
+    _pipe.Post(vx::EventPipe::kCancel);
+    _events.Look();
+    EXPECT_TRUE(_events.IsInterrupted());
+    EXPECT_EQ(_events.Interruption(), 0);
 }
 
 }  // namespace
