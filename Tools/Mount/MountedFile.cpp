@@ -22,9 +22,11 @@ std::unique_ptr<MountedFile> MountedFile::Open(IVolume &volume, const std::u16st
     if (handle == nullptr)
         return nullptr;
     file->_size = handle->file.Size().value_or(-1);
+    if (file->_size < 0)
+        return nullptr;
     const MutexLock lock(file->_mutex);
     file->_idle.push_back(std::move(handle));
-    return file->_size < 0 ? nullptr : std::move(file);
+    return file;
 }
 
 int MountedFile::Read(int64_t position, char *buffer, uint32_t count, uint32_t *done)
@@ -47,7 +49,9 @@ int MountedFile::Read(int64_t position, char *buffer, uint32_t count, uint32_t *
 MountedFile::OwnedHandle MountedFile::OpenHandle() const
 {
     OwnedHandle handle(new (std::nothrow) Handle{{_volume, _path}});
-    return handle != nullptr && handle->file ? std::move(handle) : nullptr;
+    if (handle != nullptr && !handle->file)
+        handle.reset();
+    return handle;
 }
 
 // One more handle is a help, not a need.
