@@ -54,7 +54,7 @@ struct ChannelOpened {
 };
 
 enum class ChannelDamageKind : uint32_t {
-    kFileData = 1,    // ranges of the file were given as zeros
+    kFileData = 1,    // ranges of the file were given as zeros; without ranges its records are bad
     kFileClosed = 2,  // the file could not be opened at all
     kFolder = 3,      // entries of the folder are missing
     kDiskGone = 4,    // the disk or image went away; without a path
@@ -64,8 +64,9 @@ enum class ChannelDamageKind : uint32_t {
 // was read.
 struct ChannelDamage {
     ChannelDamageKind kind = ChannelDamageKind::kFileData;
-    uint32_t obstacle = 0;  // a VolumeObstacle
-    std::string path;       // "/folder/file"; a unit that is no text is WTF-8
+    uint32_t obstacle = 0;  // a VolumeObstacle; 0 if the reason is not known
+    std::string path;       // "/folder/file", "/file:stream"; the disk's bytes, which need not be
+                            // valid UTF-8
     ByteRanges ranges;      // of the file
     uint64_t more = 0;      // ranges beyond those that a message can hold; of a folder, entries
                             // that are missing, as far as known
