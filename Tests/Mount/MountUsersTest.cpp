@@ -38,10 +38,7 @@ protected:
         EXPECT_EQ(chown(folder.c_str(), user, user), 0);
         return folder;
     }
-    static bool CanRead(const std::string &file)
-    {
-        return access(file.c_str(), R_OK) == 0;
-    }
+    static bool CanRead(const std::string &file) { return access(file.c_str(), R_OK) == 0; }
     static bool CanAnotherRead(const std::string &file)
     {
         ToolRun::Settings settings;
