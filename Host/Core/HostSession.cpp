@@ -62,7 +62,7 @@ SessionEnd HostSession::Run(HostRequest *request)
         request->secret.Wipe();
         return {SessionEndKind::kLinkTaken, 0, error};
     }
-    const SessionEnd end = RunLocked(request);
+    SessionEnd end = RunLocked(request);
     request->secret.Wipe();
     return end;
 }
@@ -83,7 +83,7 @@ SessionEnd HostSession::RunLocked(HostRequest *request)
     _server.reset(CLibPipeConnectionCreator::createLibPipeServer(&_sink));
     _server->addConnector(kConnectorName, _paths.read.c_str(), kReadFlags, _paths.write.c_str(),
                           kWriteFlags);
-    const SessionEnd end = RunExplorer(request, &trial);
+    SessionEnd end = RunExplorer(request, &trial);
     _server->removeConnector(kConnectorName);
     return end;
 }

@@ -1,6 +1,7 @@
 #include "ChannelEndWatch.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <poll.h>
 #include <system_error>
 #include <thread>
@@ -26,12 +27,16 @@ void AwaitChannelEnd(int descriptor)
 
 bool EndWithChannel(int descriptor)
 {
+    // The owner of the other closes it when the trial is over, which is no end of the channel.
+    const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (own == -1)
+        return false;
     sigset_t all, former;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &former);
     bool isStarted = true;
     try {
-        std::thread(AwaitChannelEnd, descriptor).detach();
+        std::thread(AwaitChannelEnd, own).detach();
     } catch (const std::system_error &) {
         isStarted = false;
     }

@@ -2,13 +2,13 @@
 // with SIGTERM, so that a running opening is cancelled and its keys are overwritten, and if that
 // does not help within a second, at once.
 //
-// Ownership: borrows the descriptor, which stays open as long as the process.
+// Ownership: makes a descriptor of its own of the given one, for as long as the process.
 // Threads: one of its own, until the process ends.
 #pragma once
 
 namespace vx {
 
-// False: the system has no thread left.
+// False: the system has no thread or no descriptor left.
 bool EndWithChannel(int descriptor);
 
 }  // namespace vx

@@ -38,10 +38,10 @@ using vx::ChildChannel;
 // The volume library's end of the channel; it ends with the process.
 ChildChannel *TakeChannel(char *argv[], ChildChannel::Opening *opening)
 {
-    auto *channel = new ChildChannel(ChildChannel::Inherited(argv[3]));
-    if (!channel->ReadOpening(opening, std::chrono::seconds(10)))
+    static ChildChannel channel(ChildChannel::Inherited(argv[3]));
+    if (!channel.ReadOpening(opening, std::chrono::seconds(10)))
         exit(1);
-    return channel;
+    return &channel;
 }
 
 // Tells what it is to open.
