@@ -10,6 +10,7 @@
 #include "StartMessages.h"
 #include "SubstituteFonts.h"
 #include "ThreadChecks.h"
+#include "TypeSelection.h"
 #include "WindowClosing.h"
 #include "WorkspaceNotices.h"
 
@@ -108,6 +109,7 @@ NSString *information(NSString *key)
     vx::installMenuTracking();
     vx::installPacedDisplay();
     vx::installSubstituteFonts();
+    vx::installTypeSelection();
     vx::installWindowClosing();
     for (NSString *name in @[ @"folder", @"warning", @"success" ])
         vx::addDoubleSize(name);

@@ -29,7 +29,7 @@ protected:
     void Select(const std::vector<NSUInteger> &rows);
     std::vector<std::string> Selected();
     // A key pressed in the window, the way that the application takes it.
-    void Press(unichar key, NSUInteger modifiers = 0);
+    void Press(unichar key, NSUInteger modifiers = 0, NSTimeInterval at = 0);
 
     vx::ScriptedVolume volume;
     AppDelegate *delegate = nil;

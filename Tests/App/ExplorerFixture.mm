@@ -50,13 +50,13 @@ void ExplorerTest::Select(const std::vector<NSUInteger> &rows)
         [Tree() selectRowIndexes:[NSIndexSet indexSetWithIndex:row] byExtendingSelection:YES];
 }
 
-void ExplorerTest::Press(unichar key, NSUInteger modifiers)
+void ExplorerTest::Press(unichar key, NSUInteger modifiers, NSTimeInterval at)
 {
     NSString *characters = [NSString stringWithCharacters:&key length:1];
     [NSApp sendEvent:[NSEvent keyEventWithType:NSKeyDown
                                             location:NSZeroPoint
                                        modifierFlags:modifiers
-                                           timestamp:0
+                                           timestamp:at
                                         windowNumber:[window windowNumber]
                                              context:[window graphicsContext]
                                           characters:characters
