@@ -8,8 +8,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The middle of a row, and of a folder's triangle at the top level.
+constexpr int kFirstRowY = 58, kRowHeight = 20, kNameX = 100, kTriangleX = 9;
+
 class UserTreeTest : public UserTest {
 protected:
+    // At the pace of a hand.
+    static void ClickTwice(const std::string &id, int x, int y)
+    {
+        Run("xdotool mousemove --window " + id + " " + std::to_string(x) + " " + std::to_string(y) +
+            " sleep 0.3 mousedown 1 sleep 0.05 mouseup 1 sleep 0.08 mousedown 1 sleep 0.05 mouseup 1 "
+            "sleep 0.3");
+    }
     // What the tree's selection holds, by its export.
     void ExpectSelected(const std::string &main, const std::string &path)
     {
@@ -37,6 +47,42 @@ TEST_F(UserTreeTest, TypedLettersSelectTheRowThatBeginsWithThem)
     Run("sleep 1.2");
     Type("bro");
     ExpectSelected(main, "Brown.txt");
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserTreeTest, ADoubleClickOnAFoldersRowOpensItAndTheNextClosesIt)
+{
+    _volume.WriteFile("Reports/summary.txt", "summary");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    Focus(main);
+    ClickTwice(main, kNameX, kFirstRowY);
+    ClickTwice(main, kNameX, kFirstRowY);
+    ClickTwice(main, kNameX, kFirstRowY);
+    // Of a row that a closed folder would not have.
+    Click(main, kNameX, kFirstRowY + kRowHeight);
+    ExpectSelected(main, "Reports/summary.txt");
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserTreeTest, TwoClicksOnTheTriangleOpenAndCloseTheFolderOnce)
+{
+    _volume.WriteFile("Reports/summary.txt", "summary");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    Focus(main);
+    const std::string picture = "xwd -silent -id " + main + " | md5sum";
+    Run("xdotool mousemove --window " + main + " 300 300 sleep 0.3");
+    AwaitDrawn(main);
+    const std::string closed = Run(picture);
+    ClickTwice(main, kTriangleX, kFirstRowY + 2);
+    Run("xdotool mousemove --window " + main + " 300 300 sleep 0.3");
+    AwaitDrawn(main);
+    EXPECT_EQ(Run(picture), closed);
+    Click(main, kTriangleX, kFirstRowY + 2);
+    Run("xdotool mousemove --window " + main + " 300 300 sleep 0.3");
+    AwaitDrawn(main);
+    EXPECT_NE(Run(picture), closed);
     CloseAndExpectNotice(main, host);
 }
 
