@@ -6,7 +6,6 @@ add_library(explorer-app OBJECT
   FileExplorer/AppDelegate.mm
   FileExplorer/CopyingFileWindow.mm
   FileExplorer/ImageAndTextCell.mm
-  FileExplorer/InterfaceTexts.mm
   FileExplorer/ModalSession.mm
   FileExplorer/ProgressText.mm
   FileExplorer/TreeOutlineView.mm
@@ -15,6 +14,7 @@ add_library(explorer-app OBJECT
   ../Include/AlertWithText.mm
   ../Include/ColorButtonCell.mm
   ../Include/HandButton.mm
+  ../Include/InterfaceTexts.mm
   ../Include/Z5MessageBox.mm)
 target_include_directories(explorer-app PUBLIC FileExplorer ../Include)
 target_link_libraries(explorer-app
@@ -32,11 +32,4 @@ if(APPLE)
 endif()
 vx_bundle(file-explorer MAIN_NIB MainMenu INTERFACE_FILES ${VX_INTERFACE_FILES})
 
-# Beside the volume library and the host, which look for each other there.
-if(APPLE)
-  install(TARGETS file-explorer BUNDLE DESTINATION "${VX_INSTALL_DIR}")
-else()
-  install(TARGETS file-explorer RUNTIME DESTINATION "${VX_INSTALL_DIR}/FileExplorer.app")
-  install(DIRECTORY "${VX_RUNTIME_DIR}/FileExplorer.app/Resources"
-    DESTINATION "${VX_INSTALL_DIR}/FileExplorer.app")
-endif()
+vx_install_app(file-explorer FileExplorer)

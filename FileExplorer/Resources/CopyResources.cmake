@@ -1,25 +1,25 @@
 # Run as a script while building: fills the Resources folder of a GNUstep bundle.
-# SOURCE, DESTINATION, PLIST, THEME (the theme's code), INTERFACE_FILES, LANGUAGES.
+# SHARED and OWN (the folders with what every application has, and what this one has), DESTINATION, PLIST, THEME (the theme's code), INTERFACE_FILES, LANGUAGES.
 file(MAKE_DIRECTORY "${DESTINATION}")
 configure_file("${PLIST}" "${DESTINATION}/Info-gnustep.plist" COPYONLY)
 
-file(GLOB images "${SOURCE}/Images/*.png")
+file(GLOB images "${SHARED}/Images/*.png" "${OWN}/Images/*.png")
 foreach(file IN LISTS images INTERFACE_FILES)
   file(COPY "${file}" DESTINATION "${DESTINATION}")
 endforeach()
 
 set(theme "${DESTINATION}/FileExplorer.theme")
 file(COPY "${THEME}" DESTINATION "${theme}")
-file(COPY "${SOURCE}/Theme/Info-gnustep.plist" DESTINATION "${theme}/Resources")
-file(COPY "${SOURCE}/Theme/ThemeImages" DESTINATION "${theme}/Resources" FILES_MATCHING PATTERN "*.png")
+file(COPY "${SHARED}/Theme/Info-gnustep.plist" DESTINATION "${theme}/Resources")
+file(COPY "${SHARED}/Theme/ThemeImages" DESTINATION "${theme}/Resources" FILES_MATCHING PATTERN "*.png")
 # The folder panel shows folders and files with the program's own icons.
 foreach(name folder file-generic file-program)
-  file(COPY "${SOURCE}/Images/${name}.png" DESTINATION "${theme}/Resources/ThemeImages")
+  file(COPY "${SHARED}/Images/${name}.png" DESTINATION "${theme}/Resources/ThemeImages")
 endforeach()
 
 # GNUstep takes a strings table for Unicode only when it begins with a byte-order mark.
 string(ASCII 239 187 191 mark)
 foreach(language IN LISTS LANGUAGES)
-  file(READ "${SOURCE}/${language}.lproj/Localizable.strings" table)
+  file(READ "${OWN}/${language}.lproj/Localizable.strings" table)
   file(WRITE "${DESTINATION}/${language}.lproj/Localizable.strings" "${mark}${table}")
 endforeach()

@@ -41,6 +41,8 @@ void localizeView(NSView *view)
         localizeDescription([(NSControl *)view cell]);
     if ([view isKindOfClass:[NSButton class]])
         [(NSButton *)view setTitle:localized([(NSButton *)view title])];
+    if ([view isKindOfClass:[NSTextField class]])
+        [(NSTextField *)view setStringValue:localized([(NSTextField *)view stringValue])];
     for (NSView *subview in [view subviews])
         localizeView(subview);
 }

@@ -1,5 +1,5 @@
-// Puts the titles, tool tips and accessibility descriptions of an interface file into the user's
-// language.
+// Puts the titles, labels, tool tips and accessibility descriptions of an interface file into the
+// user's language.
 //
 // The interface file makes one of these and connects what it is to translate. The English text
 // is the key into the application's strings table; a text without an entry stays as it is.
