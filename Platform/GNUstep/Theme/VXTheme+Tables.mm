@@ -54,15 +54,15 @@ void headerPlate(NSRect frame, BOOL flipped, NSColor *fill)
     [super drawTableHeaderRect:rect inView:view];
 }
 
-// Version 0.29 of the library has no alternating rows: every table of the program has them,
-// down to the lower edge, with or without rows there.
+// Version 0.29 of the library has no alternating rows: every table with a header has them, down to
+// the lower edge, with or without rows there. One without is a list of places.
 - (void)drawTableViewBackgroundInClipRect:(NSRect)clip
                                    inView:(NSView *)view
                       withBackgroundColor:(NSColor *)background
 {
     const CGFloat height = [(NSTableView *)view rowHeight];
     shapes::rectangle(clip, palette::content());
-    if (height < 1)
+    if (height < 1 || [(NSTableView *)view headerView] == nil)
         return;
     NSRect row = NSMakeRect(NSMinX(clip), 0, clip.size.width, height);
     for (long i = long(NSMinY(clip) / height) | 1; static_cast<CGFloat>(i) * height < NSMaxY(clip);
