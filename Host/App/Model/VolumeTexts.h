@@ -1,0 +1,26 @@
+// What a disk and its volumes are, in words.
+//
+// Threads: any. Texts are UTF-8, several lines where it says so.
+#pragma once
+
+#include "UnlockChoices.h"
+#include "VolumeFacts.h"
+#include "Wording.h"
+
+#include <string>
+
+namespace vx {
+
+// For a list of volumes: "2: NTFS "Data", 60.0 GiB". number counts from 1.
+std::string VolumeTitle(const VolumeFacts &volume, size_t number, const Wording &wording);
+
+// Lines: kind, method and size; state; what Windows noted.
+std::string VolumeSummary(const VolumeFacts &volume, const Wording &wording);
+
+// Why nothing here opens it; empty if something does.
+std::string ClosedReason(const VolumeFacts &volume, const Wording &wording);
+
+// "Recovery key (1A2B3C4D)"
+std::string ChoiceTitle(const UnlockChoice &choice, const Wording &wording);
+
+}  // namespace vx
