@@ -1,0 +1,39 @@
+// Work that may take long, on a thread of its own; what it found is handed to the main thread.
+//
+// A newer piece of work cancels the older one, whose result is then never handed over.
+// Ownership: the destructor cancels and waits for what still runs, so work ends soon once it is
+// cancelled. Threads: main thread, except for the work.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace vx {
+
+// Runs it soon on the main thread, in modal sessions too. Any thread.
+void CallOnMain(std::function<void()> call);
+
+class BackgroundWork {
+public:
+    // What the work returns runs on the main thread.
+    using Work = std::function<std::function<void()>(const std::atomic<bool> &cancel)>;
+
+    BackgroundWork();
+    ~BackgroundWork();
+    BackgroundWork(const BackgroundWork &) = delete;
+    BackgroundWork &operator=(const BackgroundWork &) = delete;
+
+    // False: no thread is to be had.
+    bool Start(Work work);
+    void Cancel();
+
+private:
+    struct Piece;
+    void Reap();
+
+    std::vector<std::unique_ptr<Piece>> _pieces;  // the newest last
+};
+
+}  // namespace vx

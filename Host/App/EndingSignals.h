@@ -1,0 +1,26 @@
+// Ends the application in its usual way when a signal asks for it, so that a session is cancelled
+// and leaves nothing behind. A second signal ends it at once.
+//
+// Ownership: lives as long as the process. Threads: made on the main thread, before others.
+#pragma once
+
+#include "EventPipe.h"
+#include "SignalWatch.h"
+
+#include <thread>
+
+namespace vx {
+
+class EndingSignals {
+public:
+    EndingSignals();
+
+private:
+    void PassOn();
+
+    EventPipe _events;
+    const SignalWatch _watch{_events};
+    std::thread _thread;
+};
+
+}  // namespace vx

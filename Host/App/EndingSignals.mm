@@ -1,0 +1,31 @@
+#include "EndingSignals.h"
+
+#import <AppKit/AppKit.h>
+
+#include "BackgroundWork.h"
+
+#include <csignal>
+#include <cstdlib>
+
+namespace vx {
+
+EndingSignals::EndingSignals() : _thread([this] { PassOn(); })
+{
+    _thread.detach();
+}
+
+void EndingSignals::PassOn()
+{
+    bool isEnding = false;
+    for (;;) {
+        const std::optional<int> event = _events.Await(std::nullopt);
+        if (!event || *event == SIGCHLD)
+            continue;
+        if (isEnding)
+            _Exit(EXIT_FAILURE);
+        isEnding = true;
+        CallOnMain([] { [NSApp terminate:nil]; });
+    }
+}
+
+}  // namespace vx

@@ -1,0 +1,304 @@
+#import "HostAppDelegate.h"
+
+#import "DamageWindow.h"
+#import "DropView.h"
+#include "HostTexts.h"
+#include "OpeningReason.h"
+#include "ThreadChecks.h"
+
+struct HostAppState {
+    vx::HostServices services;
+    std::unique_ptr<vx::UnlockSession> session;
+    bool wasRefused = false;
+    bool isTerminating = false;
+};
+
+namespace {
+
+vx::HostServices (*servicesMaker)() = nullptr;
+
+// The first argument that is no default ("-Name value"), or nil.
+NSString *PathArgument()
+{
+    NSArray *arguments = [[NSProcessInfo processInfo] arguments];
+    for (NSUInteger i = 1; i < [arguments count]; ++i) {
+        NSString *argument = [arguments objectAtIndex:i];
+        if ([argument hasPrefix:@"-"])
+            ++i;
+        else if ([argument length] > 0)
+            return argument;
+    }
+    return nil;
+}
+
+NSString *AbsolutePath(NSString *path)
+{
+    if ([path isAbsolutePath])
+        return path;
+    return
+        [[[NSFileManager defaultManager] currentDirectoryPath] stringByAppendingPathComponent:path];
+}
+
+// nil: as it should, and the user knows it.
+NSString *EndText(const vx::SessionEnd &end)
+{
+    switch (end.kind) {
+    case vx::SessionEndKind::kQuit:
+    case vx::SessionEndKind::kRefused:
+        return nil;
+    case vx::SessionEndKind::kInterrupted:
+        return vx::Localized(@"Cancelled.");
+    case vx::SessionEndKind::kLinkTaken:
+        return vx::Localized(@"The explorer is running already. Quit it first.");
+    case vx::SessionEndKind::kNotStarted:
+        return vx::Localized(@"The explorer could not be started.");
+    case vx::SessionEndKind::kNoNotice:
+    case vx::SessionEndKind::kEndedByHost:
+        break;
+    }
+    return vx::Localized(@"The explorer ended unexpectedly.");
+}
+
+NSString *WithText(NSString *sentence, const std::string &text)
+{
+    if (sentence == nil || text.empty())
+        return sentence;
+    return [NSString stringWithFormat:@"%@\n%@", sentence, vx::TextOf(text)];
+}
+
+}  // namespace
+
+@implementation HostAppDelegate
+
+@synthesize window = _window;
+@synthesize sourceList = _sourceList;
+@synthesize volumePane = _volumePane;
+@synthesize openButton = _openButton;
+@synthesize damageWindow = _damageWindow;
+
++ (void)setServicesMaker:(vx::HostServices (*)())makeServices
+{
+    servicesMaker = makeServices;
+}
+
+- (id)init
+{
+    self = [super init];
+    if (self != nil)
+        _state = new HostAppState;
+    return self;
+}
+
+- (void)dealloc
+{
+    AssertMainThread();
+    [_window release];
+    [_sourceList release];
+    [_volumePane release];
+    [_openButton release];
+    [_damageWindow release];
+    delete _state;
+    [super dealloc];
+}
+
+- (void)applicationDidFinishLaunching:(NSNotification *)notification
+{
+    AssertMainThread();
+    if (servicesMaker == nullptr)
+        return;
+    [self beginWith:servicesMaker()];
+    NSString *path = PathArgument();
+    if (path != nil)
+        [self openPath:path];
+}
+
+- (void)beginWith:(vx::HostServices &&)services
+{
+    AssertMainThread();
+    _state->services = std::move(services);
+    _state->session = std::make_unique<vx::UnlockSession>(_state->services.sessions.get(), self);
+    [(DropView *)[_window contentView] setTarget:self action:@selector(openPath:)];
+    [_sourceList setDelegate:self];
+    [_volumePane setDelegate:self];
+    [_volumePane begin:&_state->services];
+    [_sourceList begin:_state->services.disks.get()];
+    [NSApp activateIgnoringOtherApps:YES];
+    [_window makeKeyAndOrderFront:self];
+}
+
+// A session: the trial, or the explorer.
+- (BOOL)isRunning
+{
+    return _state->session != nullptr && _state->session->IsRunning();
+}
+
+- (void)end
+{
+    AssertMainThread();
+    [_sourceList end];
+    [_volumePane end];
+}
+
+// Choosing
+
+- (BOOL)application:(NSApplication *)application openFile:(NSString *)path
+{
+    AssertMainThread();
+    [self openPath:path];
+    return YES;
+}
+
+- (void)openPath:(NSString *)path
+{
+    AssertMainThread();
+    if (![self isRunning])
+        [_sourceList choosePath:AbsolutePath(path)];
+}
+
+- (IBAction)openImage:(id)sender
+{
+    AssertMainThread();
+    NSOpenPanel *panel = [NSOpenPanel openPanel];
+    [panel setCanChooseFiles:YES];
+    [panel setCanChooseDirectories:NO];
+    [panel setAllowsMultipleSelection:NO];
+    [panel beginSheetModalForWindow:_window
+                  completionHandler:^(NSInteger result) {
+                      if (result == NSFileHandlingPanelOKButton)
+                          [self openPath:[[panel URL] path]];
+                  }];
+}
+
+- (void)sourceList:(SourceList *)list didChoose:(NSString *)path
+{
+    AssertMainThread();
+    if ([self isRunning])
+        return;
+    if (path == nil)
+        [_volumePane showNothing:@""];
+    else
+        [_volumePane showPath:path];
+}
+
+- (void)sourceList:(SourceList *)list didLose:(NSString *)path
+{
+    AssertMainThread();
+    // A session notices by itself.
+    if (![self isRunning])
+        [_volumePane showNothing:vx::Localized("{1} was removed.", {vx::BytesOf(path)})];
+}
+
+// Unlocking
+
+- (void)volumePane:(VolumePane *)pane
+            unlock:(const std::string &)address
+              kind:(const std::string &)kind
+            secret:(vx::TypedSecret *)secret
+{
+    AssertMainThread();
+    _state->wasRefused = false;
+    [_sourceList.tableView setEnabled:NO];
+    [_openButton setEnabled:NO];
+    [_volumePane showTrial];
+    if (_state->session->Start(address, kind, secret))
+        return;
+    [self enableList];
+    [_volumePane showEnd:vx::Localized(@"There is not enough memory.")];
+}
+
+- (void)enableList
+{
+    [_sourceList.tableView setEnabled:YES];
+    [_openButton setEnabled:YES];
+}
+
+- (void)volumePaneDidCancel:(VolumePane *)pane
+{
+    AssertMainThread();
+    _state->session->Cancel();
+}
+
+- (void)sessionHasProgress:(const vx::ChannelProgress &)progress
+{
+    [_volumePane showProgress:progress];
+}
+
+- (void)sessionWasRefused:(const vx::TrialResult &)result
+{
+    AssertMainThread();
+    _state->wasRefused = true;
+    [_volumePane showRefusal:result];
+}
+
+- (void)sessionHasStarted
+{
+    AssertMainThread();
+    [_volumePane.fields empty];
+    [_damageWindow close];
+    [_window orderOut:self];
+}
+
+- (void)sessionHasEnded:(const vx::SessionEnd &)end
+{
+    AssertMainThread();
+    if (_state->isTerminating)
+        return [NSApp replyToApplicationShouldTerminate:YES];
+    [self enableList];
+    [_window makeKeyAndOrderFront:self];
+    [_volumePane showEnd:_state->wasRefused ? nil : WithText(EndText(end), end.text)];
+    if (!_state->session->Damage().IsEmpty())
+        [self showDamage];
+}
+
+- (void)showDamage
+{
+    if (_damageWindow == nil)
+        _damageWindow = [[DamageWindow alloc] init];
+    [_damageWindow showList:_state->session->Damage() ofVolume:_state->session->Volume()];
+}
+
+// The application
+
+- (IBAction)showHelp:(id)sender
+{
+    AssertMainThread();
+    NSAlert *help = [[[NSAlert alloc] init] autorelease];
+    [help setMessageText:vx::Localized(@"How to open an encrypted volume")];
+    [help setInformativeText:vx::Localized(@"HELP_TEXT")];
+    [help addButtonWithTitle:vx::Localized(@"OK")];
+    [help runModal];
+}
+
+- (BOOL)validateMenuItem:(NSMenuItem *)item
+{
+    return [item action] != @selector(openImage:) || ![self isRunning];
+}
+
+// The window is hidden while the explorer runs.
+- (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)application
+{
+    return ![self isRunning];
+}
+
+- (BOOL)applicationShouldHandleReopen:(NSApplication *)application hasVisibleWindows:(BOOL)visible
+{
+    return ![self isRunning];
+}
+
+// A session is cancelled, and its end awaited: it leaves nothing behind.
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)application
+{
+    AssertMainThread();
+    if (![self isRunning])
+        return NSTerminateNow;
+    _state->isTerminating = true;
+    _state->session->Cancel();
+    return NSTerminateLater;
+}
+
+- (void)applicationWillTerminate:(NSNotification *)notification
+{
+    [self end];
+}
+
+@end

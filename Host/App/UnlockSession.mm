@@ -1,0 +1,77 @@
+#include "UnlockSession.h"
+
+#include "ThreadChecks.h"
+
+namespace vx {
+
+bool UnlockSession::Start(const std::string &volume, const std::string &kind, TypedSecret *secret)
+{
+    AssertMainThread();
+    if (_isRunning)
+        return false;
+    _volume = volume;
+    _damage = DamageList();
+    // It may already call while it starts.
+    _isRunning = true;
+    const bool started = _runner->Start(volume, kind, secret, this);
+    if (!started)
+        _isRunning = false;
+    return started;
+}
+
+void UnlockSession::Cancel()
+{
+    AssertMainThread();
+    if (_isRunning)
+        _runner->Cancel();
+}
+
+void UnlockSession::OnProgress(const ChannelProgress &progress)
+{
+    [_delegate sessionHasProgress:progress];
+}
+
+void UnlockSession::OnTried(const TrialResult &result)
+{
+    AssertMainThread();
+    if (!result.opened && result.wasTried)
+        return [_delegate sessionWasRefused:result];
+    _damage.AddWarnings(result.warnings);
+}
+
+void UnlockSession::OnStarted()
+{
+    [_delegate sessionHasStarted];
+}
+
+// The explorer shows nothing if it did not open.
+void UnlockSession::OnOpened(const TrialResult &result)
+{
+    AssertMainThread();
+    _damage.AddWarnings(result.warnings);
+    if (result.opened)
+        return;
+    [_delegate sessionWasRefused:result];
+    Cancel();
+}
+
+void UnlockSession::OnDamage(const ChannelDamage &damage)
+{
+    AssertMainThread();
+    _damage.Add(damage);
+}
+
+void UnlockSession::OnReportsLost(uint64_t count)
+{
+    AssertMainThread();
+    _damage.AddLost(count);
+}
+
+void UnlockSession::OnEnded(const SessionEnd &end)
+{
+    AssertMainThread();
+    _isRunning = false;
+    [_delegate sessionHasEnded:end];
+}
+
+}  // namespace vx

@@ -1,0 +1,415 @@
+#import "VolumePane.h"
+
+#include "BackgroundWork.h"
+#include "HostTexts.h"
+#include "OpeningReason.h"
+#import "RightRow.h"
+#include "ThreadChecks.h"
+#include "VolumeLibraryStatus.h"
+#include "VolumeOpeningOptions.h"
+#include "VolumeTexts.h"
+
+struct VolumePaneState {
+    vx::HostServices *services = nullptr;
+    vx::BackgroundWork reading;
+    std::string path;
+    vx::DiskFacts facts;
+    size_t volume = 0;  // of facts.volumes
+    std::vector<vx::UnlockChoice> choices;
+    size_t choice = 0;
+    bool isBusy = false;  // reading or unlocking
+};
+
+namespace {
+
+// The first that is encrypted, or else the first that opens.
+size_t BestVolume(const std::vector<vx::VolumeFacts> &volumes)
+{
+    size_t best = 0;
+    bool opens = false;
+    for (size_t i = volumes.size(); i > 0; --i) {
+        const vx::VolumeFacts &volume = volumes[i - 1];
+        if (vx::UnlockChoices(volume).empty())
+            continue;
+        if (opens && volume.kind != "encrypted" && volumes[best].kind == "encrypted")
+            continue;
+        best = i - 1;
+        opens = true;
+    }
+    return best;
+}
+
+bool IsDevice(const std::string &path)
+{
+    return path.compare(0, 5, "/dev/") == 0;
+}
+
+NSString *WithDetail(NSString *sentence, const std::string &detail)
+{
+    if (detail.empty())
+        return sentence;
+    return [NSString stringWithFormat:@"%@\n%@", sentence, vx::TextOf(detail)];
+}
+
+NSString *ProgressText(const vx::ChannelProgress &progress)
+{
+    const bool isSearch = progress.step == static_cast<uint32_t>(VolumeOpeningStep::kSearching);
+    const vx::Wording &wording = vx::UserWording();
+    if (progress.total == 0)
+        return vx::Localized(@"Unlocking…");
+    if (isSearch)
+        return vx::Localized("Searching for lost metadata: {1} of {2}",
+                             {wording.size(progress.done), wording.size(progress.total)});
+    return vx::Localized("Trying key {1} of {2}",
+                         {std::to_string(progress.done + 1), std::to_string(progress.total)});
+}
+
+void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size_t selected)
+{
+    [popUp removeAllItems];
+    // By way of the menu: items of the same title would replace each other.
+    for (const std::string &title : titles)
+        [[popUp menu] addItemWithTitle:vx::TextOf(title) action:nullptr keyEquivalent:@""];
+    if (selected < titles.size())
+        [popUp selectItemAtIndex:static_cast<NSInteger>(selected)];
+}
+
+}  // namespace
+
+@implementation VolumePane
+
+@synthesize iconView = _iconView;
+@synthesize titleLabel = _titleLabel;
+@synthesize pathLabel = _pathLabel;
+@synthesize stack = _stack;
+@synthesize factsLabel = _factsLabel;
+@synthesize volumeRow = _volumeRow;
+@synthesize volumePopUp = _volumePopUp;
+@synthesize kindRow = _kindRow;
+@synthesize kindPopUp = _kindPopUp;
+@synthesize fields = _fields;
+@synthesize messageLabel = _messageLabel;
+@synthesize rightRow = _rightRow;
+@synthesize progressBar = _progressBar;
+@synthesize statusLabel = _statusLabel;
+@synthesize cancelButton = _cancelButton;
+@synthesize unlockButton = _unlockButton;
+@synthesize delegate = _delegate;
+
+- (id)init
+{
+    self = [super init];
+    if (self != nil)
+        _state = new VolumePaneState;
+    return self;
+}
+
+- (void)dealloc
+{
+    AssertMainThread();
+    delete _state;
+    [_fields setDelegate:nil];
+    [_iconView release];
+    [_titleLabel release];
+    [_pathLabel release];
+    [_stack release];
+    [_factsLabel release];
+    [_volumeRow release];
+    [_volumePopUp release];
+    [_kindRow release];
+    [_kindPopUp release];
+    [_fields release];
+    [_messageLabel release];
+    [_rightRow release];
+    [_progressBar release];
+    [_statusLabel release];
+    [_cancelButton release];
+    [_unlockButton release];
+    [super dealloc];
+}
+
+- (void)awakeFromNib
+{
+    AssertMainThread();
+    constexpr CGFloat kTitleSize = 15;
+    [_titleLabel setFont:[NSFont boldSystemFontOfSize:kTitleSize]];
+    [_messageLabel setTextColor:[NSColor colorWithCalibratedRed:0.7 green:0.08 blue:0.08 alpha:1]];
+    for (NSPopUpButton *popUp in @[ _volumePopUp, _kindPopUp ])
+        [[popUp cell] setAltersStateOfSelectedItem:NO];
+}
+
+- (void)begin:(vx::HostServices *)services
+{
+    AssertMainThread();
+    _state->services = services;
+    [_fields setDelegate:self];
+    [_rightRow begin:services->rights.get() target:self action:@selector(rightAnswered:)];
+    [self showNothing:@""];
+}
+
+- (void)end
+{
+    AssertMainThread();
+    _state->reading.Cancel();
+    [_rightRow end];
+    _state->services = nullptr;
+}
+
+// What is on view
+
+- (void)showNothing:(NSString *)message
+{
+    AssertMainThread();
+    _state->reading.Cancel();
+    _state->path.clear();
+    [self clear];
+    [self setBusy:nil];
+    [_iconView setImage:[NSImage imageNamed:@"VolumeHost"]];
+    [_titleLabel setStringValue:vx::Localized(@"Volume Host")];
+    [_pathLabel setStringValue:@""];
+    [_pathLabel setToolTip:nil];
+    [_messageLabel setStringValue:message];
+    [_factsLabel
+        setStringValue:vx::Localized(
+                           @"Choose a disk or an image at the left, or drop an image here.")];
+    [_stack layOut];
+}
+
+- (void)showPath:(NSString *)path
+{
+    AssertMainThread();
+    _state->path = vx::BytesOf(path);
+    [self clear];
+    [self showHeader:path];
+    vx::FactsReading *facts = _state->services->facts.get();
+    const auto work = [self, facts, volume = _state->path](const std::atomic<bool> &cancel) {
+        return [self, found = facts->Read(volume, cancel)] { [self showFacts:found]; };
+    };
+    if (_state->reading.Start(work))
+        [self setBusy:vx::Localized(@"Reading…")];
+    else
+        [_messageLabel setStringValue:vx::Localized(@"There is not enough memory.")];
+    [_stack layOut];
+}
+
+- (void)showHeader:(NSString *)path
+{
+    [_titleLabel setStringValue:[path lastPathComponent]];
+    [_pathLabel setStringValue:path];
+    [_pathLabel setToolTip:path];
+    [_iconView setImage:[NSImage imageNamed:IsDevice(_state->path) ? @"disk" : @"image"]];
+}
+
+- (void)clear
+{
+    _state->facts = vx::DiskFacts();
+    _state->choices.clear();
+    [_fields hide];
+    [_rightRow hide];
+    [_volumeRow setHidden:YES];
+    [_kindRow setHidden:YES];
+    [_factsLabel setStringValue:@""];
+    [_messageLabel setStringValue:@""];
+}
+
+- (void)showFacts:(const vx::DiskFacts &)facts
+{
+    AssertMainThread();
+    _state->facts = facts;
+    [self setBusy:nil];
+    if (facts.status != 0 || facts.volumes.empty())
+        return [self showUnreadable];
+    std::vector<std::string> titles;
+    for (size_t i = 0; i < facts.volumes.size(); ++i)
+        titles.push_back(vx::VolumeTitle(facts.volumes[i], i + 1, vx::UserWording()));
+    _state->volume = BestVolume(facts.volumes);
+    SetItems(_volumePopUp, titles, _state->volume);
+    [_volumeRow setHidden:titles.size() < 2];
+    [self showVolume];
+}
+
+- (void)showUnreadable
+{
+    const vx::DiskFacts &facts = _state->facts;
+    const bool isForbidden =
+        facts.status == static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    NSString *reason = vx::Localized(vx::OpeningReason(facts.status, vx::SecretKind::kNone));
+    if (facts.status == 0)
+        reason = vx::Localized(@"Nothing that can be opened is on it.");
+    [_messageLabel setStringValue:isForbidden ? reason : WithDetail(reason, facts.reason)];
+    if (isForbidden)
+        [_rightRow showDevice:_state->path];
+    [_stack layOut];
+}
+
+- (const vx::VolumeFacts &)volume
+{
+    return _state->facts.volumes[_state->volume];
+}
+
+- (void)showVolume
+{
+    const vx::VolumeFacts &volume = [self volume];
+    _state->choices = vx::UnlockChoices(volume);
+    _state->choice = 0;
+    [_iconView
+        setImage:[NSImage imageNamed:volume.kind == "encrypted" ? @"volume-locked" : @"volume"]];
+    if (!volume.label.empty())
+        [_titleLabel setStringValue:vx::TextOf(volume.label)];
+    [_factsLabel setStringValue:vx::TextOf(vx::VolumeSummary(volume, vx::UserWording()))];
+    std::vector<std::string> titles;
+    for (const vx::UnlockChoice &choice : _state->choices)
+        titles.push_back(vx::ChoiceTitle(choice, vx::UserWording()));
+    SetItems(_kindPopUp, titles, 0);
+    [_kindRow setHidden:volume.kind != "encrypted" || titles.empty()];
+    [self showWarnings];
+    [self showChoice];
+}
+
+- (void)showWarnings
+{
+    std::string text = vx::ClosedReason([self volume], vx::UserWording());
+    for (const std::string &warning : _state->facts.warnings)
+        text += (text.empty() ? "" : "\n") + warning;
+    [_messageLabel setStringValue:vx::TextOf(text)];
+}
+
+- (void)showChoice
+{
+    if (_state->choices.empty())
+        [_fields hide];
+    else
+        [_fields showChoice:_state->choices[_state->choice]];
+    const bool isOpen = [self volume].kind != "encrypted";
+    [_unlockButton setTitle:vx::Localized(isOpen ? @"Open" : @"Unlock")];
+    [_stack layOut];
+    [self updateButtons];
+    [_fields selectText];
+}
+
+// What the user does
+
+- (IBAction)chooseVolume:(id)sender
+{
+    AssertMainThread();
+    _state->volume = static_cast<size_t>([_volumePopUp indexOfSelectedItem]);
+    [self showVolume];
+}
+
+- (IBAction)chooseKind:(id)sender
+{
+    AssertMainThread();
+    _state->choice = static_cast<size_t>([_kindPopUp indexOfSelectedItem]);
+    [_messageLabel setStringValue:@""];
+    [self showChoice];
+}
+
+- (void)secretFieldsDidChange:(SecretFields *)fields
+{
+    AssertMainThread();
+    [_stack layOut];
+    [self updateButtons];
+}
+
+- (IBAction)unlock:(id)sender
+{
+    AssertMainThread();
+    if (![self canUnlock])
+        return;
+    vx::TypedSecret secret;
+    if (![_fields copySecretTo:&secret]) {
+        [_messageLabel setStringValue:vx::Localized(@"This is too long.")];
+        return [_stack layOut];
+    }
+    [_delegate volumePane:self
+                   unlock:[self volume].address
+                     kind:vx::UnlockKindOf(_state->choices[_state->choice].kind)
+                   secret:&secret];
+}
+
+- (IBAction)cancel:(id)sender
+{
+    AssertMainThread();
+    [_delegate volumePaneDidCancel:self];
+}
+
+- (void)rightAnswered:(NSString *)error
+{
+    AssertMainThread();
+    if (error == nil)
+        return [self showPath:vx::TextOf(_state->path)];
+    [_messageLabel setStringValue:error];
+    [_stack layOut];
+}
+
+// A session
+
+- (void)showTrial
+{
+    AssertMainThread();
+    [_messageLabel setStringValue:@""];
+    [_stack layOut];
+    [self setBusy:vx::Localized(@"Unlocking…")];
+    [_cancelButton setHidden:NO];
+}
+
+- (void)showProgress:(const vx::ChannelProgress &)progress
+{
+    AssertMainThread();
+    if (_state->isBusy)
+        [_statusLabel setStringValue:ProgressText(progress)];
+}
+
+- (void)showRefusal:(const vx::TrialResult &)result
+{
+    AssertMainThread();
+    if (_state->choices.empty())
+        return;
+    const vx::SecretKind kind = _state->choices[_state->choice].kind;
+    NSString *reason = vx::Localized(vx::OpeningReason(result.status, kind));
+    // What is wrong with the secret is said by the sentence; a detail would only repeat it.
+    const bool isWrong = result.status == static_cast<int32_t>(VolumeLibraryStatus::kWrongSecret);
+    [_messageLabel setStringValue:isWrong ? reason : WithDetail(reason, result.reason)];
+    if (result.status == static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied))
+        [_rightRow showDevice:_state->path];
+    [_stack layOut];
+}
+
+- (void)showEnd:(NSString *)message
+{
+    AssertMainThread();
+    [self setBusy:nil];
+    if (message != nil)
+        [_messageLabel setStringValue:message];
+    [_stack layOut];
+    [_fields selectText];
+}
+
+// nil: nothing is going on.
+- (void)setBusy:(NSString *)status
+{
+    _state->isBusy = status != nil;
+    [_statusLabel setStringValue:status == nil ? @"" : status];
+    [_progressBar setHidden:status == nil];
+    if (status == nil)
+        [_progressBar stopAnimation:nil];
+    else
+        [_progressBar startAnimation:nil];
+    [_cancelButton setHidden:YES];
+    [_fields setEnabled:status == nil];
+    [_kindPopUp setEnabled:status == nil];
+    [_volumePopUp setEnabled:status == nil];
+    [self updateButtons];
+}
+
+- (BOOL)canUnlock
+{
+    return !_state->isBusy && !_state->choices.empty() && [_fields hasSecret];
+}
+
+- (void)updateButtons
+{
+    [_unlockButton setEnabled:[self canUnlock]];
+}
+
+@end

@@ -1,0 +1,201 @@
+// Choosing what to open, in a real window: the list, disks that come and go, a dropped file, and
+// the right to read.
+#import "DropView.h"
+#include "HostTexts.h"
+#include "HostWindow.h"
+#import "RightRow.h"
+#include "VolumeLibraryStatus.h"
+
+// What the library hands to a view on which something is dropped; only the pasteboard is asked.
+@interface StandInDrag : NSObject {
+    NSPasteboard *_pasteboard;
+}
+- (id)initWithPaths:(NSArray *)paths;
+- (NSPasteboard *)draggingPasteboard;
+@end
+
+@implementation StandInDrag
+
+- (id)initWithPaths:(NSArray *)paths
+{
+    self = [super init];
+    if (self != nil) {
+        _pasteboard = [[NSPasteboard pasteboardWithName:NSDragPboard] retain];
+        [_pasteboard declareTypes:@[ NSFilenamesPboardType ] owner:nil];
+        [_pasteboard setPropertyList:paths forType:NSFilenamesPboardType];
+    }
+    return self;
+}
+
+- (void)dealloc
+{
+    [_pasteboard release];
+    [super dealloc];
+}
+
+- (NSPasteboard *)draggingPasteboard
+{
+    return _pasteboard;
+}
+
+@end
+
+namespace {
+
+using vxtest::EncryptedVolume;
+using vxtest::PlainVolume;
+
+vx::AttachedVolume Disk(const std::string &path, bool isEncrypted = false)
+{
+    vx::AttachedVolume disk;
+    disk.path = path;
+    disk.bytes = 1 << 30;
+    disk.isEncrypted = isEncrypted;
+    return disk;
+}
+
+NSArray *StoredImages()
+{
+    return [[NSUserDefaults standardUserDefaults] arrayForKey:@"RecentImages"];
+}
+
+TEST_F(HostWindowTest, ADiskThatComesIsListedAndTheSelectionStays)
+{
+    disks->Set({Disk("/dev/sdb")});
+    EXPECT_EQ(RowNamed("sdb"), 1);
+    Choose("/dev/sdb", PlainVolume("/dev/sdb", "DATA"));
+    EXPECT_EQ([List() selectedRow], 1);
+    disks->Set({Disk("/dev/sda"), Disk("/dev/sdb")});
+    EXPECT_EQ(RowNamed("sda"), 1);
+    EXPECT_EQ([List() selectedRow], 2);
+    EXPECT_TRUE(CanUnlock()) << "what was chosen is left alone";
+    EXPECT_EQ([StoredImages() count], 0u) << "a listed disk is no image";
+}
+
+TEST_F(HostWindowTest, AChosenDiskThatGoesAwayIsSaidToHaveGone)
+{
+    disks->Set({Disk("/dev/sda"), Disk("/dev/sdb", true)});
+    EXPECT_EQ(RowNamed("sdb"), 2);
+    Choose("/dev/sdb", EncryptedVolume("/dev/sdb", {"password"}));
+    Type("sec");
+    EXPECT_TRUE(RunUntil([this] { return CanUnlock(); }));
+    disks->Set({Disk("/dev/sda")});
+    EXPECT_TRUE(RunUntil([this] { return Message() == "/dev/sdb was removed."; }));
+    EXPECT_EQ([List() selectedRow], -1);
+    EXPECT_FALSE(CanUnlock());
+    EXPECT_EQ(Text([Fields() hiddenField]), "");
+}
+
+TEST_F(HostWindowTest, ADeviceThatIsNotListedIsOpenedAllTheSameAndNotTakenForAnImage)
+{
+    Choose("/dev/mapper/data", PlainVolume("/dev/mapper/data", "DATA"));
+    disks->Set({Disk("/dev/sda")});
+    EXPECT_EQ(RowNamed("sda"), 1);
+    EXPECT_TRUE(CanUnlock());
+    EXPECT_EQ(Message(), "");
+    EXPECT_EQ([StoredImages() count], 0u);
+}
+
+TEST_F(HostWindowTest, ARowIsChosenWithTheMouseAndAHeadingIsNot)
+{
+    facts->Set("/dev/sdb", {"", 0, {PlainVolume("/dev/sdb", "DATA")}, {}, 0, ""});
+    disks->Set({Disk("/dev/sdb")});
+    EXPECT_EQ(RowNamed("sdb"), 1);
+    NSView *row = [[[NSView alloc] initWithFrame:[List() rectOfRow:1]] autorelease];
+    [List() addSubview:row];
+    Click(row);
+    [row removeFromSuperview];
+    EXPECT_TRUE(RunUntil([this] { return CanUnlock(); }));
+    EXPECT_EQ(Text([Pane() titleLabel]), "DATA");
+    EXPECT_FALSE([(id)[delegate sourceList] tableView:List() shouldSelectRow:0]);
+}
+
+TEST_F(HostWindowTest, AnOpenedImageIsRememberedByItsPathAlone)
+{
+    Choose("/home/anna/b.img", EncryptedVolume("/home/anna/b.img", {"password"}));
+    Choose("/home/anna/a.img", EncryptedVolume("/home/anna/a.img", {"password"}));
+    EXPECT_EQ([StoredImages() count], 2u);
+    EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:0]), "/home/anna/a.img");
+    EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:1]), "/home/anna/b.img");
+}
+
+TEST_F(HostWindowTest, AFileIsDroppedOnTheWindow)
+{
+    facts->Set("/home/anna/a.img", {"", 0, {PlainVolume("/home/anna/a.img", "DATA")}, {}, 0, ""});
+    DropView *content = (DropView *)[Window() contentView];
+    EXPECT_TRUE([[content registeredDraggedTypes] containsObject:NSFilenamesPboardType]);
+    id drag = [[[StandInDrag alloc] initWithPaths:@[ @"/home/anna/a.img" ]] autorelease];
+    EXPECT_EQ([content draggingEntered:drag], NSDragOperationCopy);
+    EXPECT_TRUE([content performDragOperation:drag]);
+    EXPECT_TRUE(RunUntil([this] { return CanUnlock(); }));
+    EXPECT_EQ(Text([Pane() pathLabel]), "/home/anna/a.img");
+    id nothing = [[[StandInDrag alloc] initWithPaths:@[]] autorelease];
+    EXPECT_EQ([content draggingEntered:nothing], NSDragOperationNone);
+}
+
+TEST_F(HostWindowTest, TheFactsOfAnEarlierChoiceNeverArriveLate)
+{
+    facts->Hold();
+    facts->Set("/slow.img", {"", 0, {PlainVolume("/slow.img", "SLOW")}, {}, 0, ""});
+    [delegate openPath:@"/slow.img"];
+    EXPECT_TRUE(RunUntil([this] { return facts->IsHolding(); }));
+    [delegate openPath:@"/fast.img"];
+    facts->Release();
+    Choose("/fast.img", PlainVolume("/fast.img", "FAST"));
+    const NSTimeInterval kMoment = 0.2;
+    NSDate *later = [NSDate dateWithTimeIntervalSinceNow:kMoment];
+    RunUntil([later] { return [later timeIntervalSinceNow] < 0; });
+    EXPECT_EQ(Text([Pane() titleLabel]), "FAST");
+}
+
+TEST_F(HostWindowTest, WithoutPermissionTheCommandCanBeCopied)
+{
+    vx::DiskFacts forbidden;
+    forbidden.status = static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    Choose("/dev/sdb1", forbidden);
+    EXPECT_EQ(Message(), "You have no permission to read it.");
+    Click([[Pane() rightRow] commandButton]);
+    EXPECT_TRUE(RunUntil([] {
+        NSString *copied = [[NSPasteboard generalPasteboard] stringForType:NSStringPboardType];
+        return vx::BytesOf(copied) == "sudo setfacl -m u:anna:r /dev/sdb1";
+    }));
+}
+
+TEST_F(HostWindowTest, ARightThatIsGivenIsUsedAtOnceAndARefusalIsSaid)
+{
+    vx::DiskFacts forbidden;
+    forbidden.status = static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    Choose("/dev/sdb1", forbidden);
+    rights->answer = [] { return vx::RightAnswer{false, true, "the password was wrong"}; };
+    Click([[Pane() rightRow] askButton]);
+    EXPECT_TRUE(RunUntil([this] { return Message() == "the password was wrong"; }));
+    facts->Set("/dev/sdb1", {"", 0, {EncryptedVolume("/dev/sdb1", {"password"})}, {}, 0, ""});
+    rights->answer = [] { return vx::RightAnswer{true, true, ""}; };
+    Click([[Pane() rightRow] askButton]);
+    EXPECT_TRUE(RunUntil([this] { return ![[Fields() passwordRow] isHidden]; }));
+    EXPECT_EQ(Message(), "");
+    EXPECT_TRUE([[[Pane() rightRow] askRow] isHidden]);
+}
+
+TEST_F(HostWindowTest, WhereNothingCanGiveTheRightOnlyTheCommandStays)
+{
+    vx::DiskFacts forbidden;
+    forbidden.status = static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    Choose("/dev/sdb1", forbidden);
+    rights->answer = [] { return vx::RightAnswer{false, false, "there is no pkexec"}; };
+    Click([[Pane() rightRow] askButton]);
+    EXPECT_TRUE(RunUntil([this] { return [[[Pane() rightRow] askRow] isHidden]; }));
+    EXPECT_FALSE([[[Pane() rightRow] commandRow] isHidden]);
+}
+
+TEST_F(HostWindowTest, WhatDoesNotOpenIsExplained)
+{
+    vx::DiskFacts damaged;
+    damaged.status = static_cast<int32_t>(VolumeLibraryStatus::kContainerNotSupported);
+    damaged.reason = "it is a packed archive";
+    Choose("/x.zip", damaged);
+    EXPECT_EQ(Message(), "This kind of disk image is not supported.\nit is a packed archive");
+    EXPECT_FALSE(CanUnlock());
+}
+
+}  // namespace

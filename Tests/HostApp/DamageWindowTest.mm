@@ -1,0 +1,86 @@
+// The list of what could not be read, in a real window.
+#import "DamageWindow.h"
+#include "HostTexts.h"
+#include "HostWindow.h"
+#include "TemporaryFolder.h"
+#include "VolumeReport.h"
+
+#include <filesystem>
+
+namespace {
+
+class DamageWindowTest : public HostWindowTest {
+protected:
+    // A session in which a file could not be read in full.
+    void Damage()
+    {
+        Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
+        Click([Pane() unlockButton]);
+        ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
+        Start();
+        sessions->listener->OnDamage({vx::ChannelDamageKind::kFileData,
+                                      static_cast<uint32_t>(VolumeObstacle::kUnreadable),
+                                      "/Users/a.pdf",
+                                      {{4096, 512}},
+                                      0});
+        EXPECT_EQ([delegate damageWindow], nil) << "not over the explorer";
+        End(vx::SessionEndKind::kQuit);
+    }
+};
+
+TEST_F(DamageWindowTest, WhatCouldNotBeReadIsListedWhenTheExplorerHasQuit)
+{
+    Damage();
+    DamageWindow *window = [delegate damageWindow];
+    ASSERT_TRUE([[window window] isVisible]);
+    NSTableView *table = [window tableView];
+    EXPECT_EQ([table numberOfRows], 1);
+    std::vector<std::string> texts;
+    for (NSTableColumn *column in [table tableColumns])
+        texts.push_back(vx::BytesOf([(id)window tableView:table
+                                objectValueForTableColumn:column
+                                                      row:0]));
+    EXPECT_EQ(texts, (std::vector<std::string>{"/Users/a.pdf", "512 bytes",
+                                               "Missing bytes are zeros: the disk could not read "
+                                               "it"}));
+    EXPECT_EQ(vx::BytesOf([[window titleLabel] stringValue]), "Not read in full: /x.img");
+}
+
+TEST_F(DamageWindowTest, TheListIsSavedWhole)
+{
+    Damage();
+    const vx::TemporaryFolder folder;
+    EXPECT_TRUE([[delegate damageWindow] saveTo:vx::TextOf(folder.At("list.txt"))]);
+    EXPECT_EQ(folder.ReadFile("list.txt"),
+              "Not read in full: /x.img\n\n"
+              "/Users/a.pdf\t512 bytes\tMissing bytes are zeros: the disk could not read it\n"
+              "\t512 bytes from byte 4096 on\n");
+    const auto files = std::filesystem::directory_iterator(folder.Path());
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "nothing else is left there";
+}
+
+TEST_F(DamageWindowTest, AListThatCannotBeSavedIsAnAlertAndLeavesWhatWasThere)
+{
+    Damage();
+    const vx::TemporaryFolder folder;
+    const std::string place = folder.MakeFolder("list.txt/full");
+    [NSApp performSelector:@selector(abortModal)
+                withObject:nil
+                afterDelay:0.5
+                   inModes:@[ NSModalPanelRunLoopMode ]];
+    EXPECT_FALSE([[delegate damageWindow] saveTo:vx::TextOf(folder.At("list.txt"))]);
+    EXPECT_TRUE(std::filesystem::is_directory(place));
+}
+
+TEST_F(DamageWindowTest, ANewSessionPutsTheOldListAway)
+{
+    Damage();
+    [Pane() unlock:nil];
+    ASSERT_EQ(sessions->started, 2);
+    Start();
+    EXPECT_FALSE([[[delegate damageWindow] window] isVisible]);
+    End(vx::SessionEndKind::kQuit);
+    EXPECT_FALSE([[[delegate damageWindow] window] isVisible]) << "there was none this time";
+}
+
+}  // namespace
