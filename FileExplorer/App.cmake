@@ -10,6 +10,7 @@ add_library(explorer-app OBJECT
   FileExplorer/ProgressText.mm
   FileExplorer/TreeOutlineView.mm
   FileExplorer/Z5FileExplorer.mm
+  FileExplorer/Z5FileExplorer+Commands.mm
   FileExplorer/Z5FileExplorer+Export.mm
   ../Include/AlertWithText.mm
   ../Include/ColorButtonCell.mm

@@ -14,7 +14,7 @@ build_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev
-    xvfb xdotool x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
+    xvfb xdotool xclip x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
     ntfs-3g exfatprogs exfat-fuse fusefat fdisk qemu-utils ewf-tools attr xz-utils
     bzip2 zstd lz4 p7zip-full zip unzip
     rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace acl

@@ -2,6 +2,8 @@
 
 #include "ThreadChecks.h"
 
+#include <objc/runtime.h>
+
 namespace {
 
 constexpr CGFloat kIndentation = 18;  // points a level
@@ -35,6 +37,32 @@ constexpr CGFloat kIndentation = 18;  // points a level
         [self collapseItem:item];
     else
         [self expandItem:item];
+}
+
+// The menu is that of the selection, which a click elsewhere moves.
+- (NSMenu *)menuForEvent:(NSEvent *)event
+{
+    AssertMainThread();
+    const NSInteger row = [self rowAtPoint:[self convertPoint:[event locationInWindow]
+                                                     fromView:nil]];
+    if (row < 0)
+        return nil;
+    if (![self isRowSelected:row])
+        [self selectRowIndexes:[NSIndexSet indexSetWithIndex:static_cast<NSUInteger>(row)]
+            byExtendingSelection:NO];
+    return [super menuForEvent:event];
+}
+
+- (IBAction)copy:(id)sender
+{
+    AssertMainThread();
+    [NSApp sendAction:@selector(copyNames:) to:[self delegate] from:sender];
+}
+
+- (BOOL)validateMenuItem:(NSMenuItem *)item
+{
+    AssertMainThread();
+    return !sel_isEqual([item action], @selector(copy:)) || [self numberOfSelectedRows] > 0;
 }
 
 @end

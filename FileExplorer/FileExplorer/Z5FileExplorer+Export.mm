@@ -56,16 +56,6 @@ void exportTo(NSString *folder, Z5FileManager *engine, CopyingFileWindow *progre
 
 @implementation Z5FileExplorer (Export)
 
-// The menu's command is enabled with the button, and not while a sheet or a modal window is up.
-- (BOOL)validateMenuItem:(NSMenuItem *)item
-{
-    AssertMainThread();
-    if ([item action] != @selector(onClickedExport:))
-        return YES;
-    NSWindow *window = [[self view] window];
-    return [_btnExport isEnabled] && [NSApp modalWindow] == nil && [window attachedSheet] == nil;
-}
-
 - (void)setUpFolderPanel:(NSOpenPanel *)panel
 {
     [panel setDelegate:(id)self];

@@ -1,6 +1,6 @@
-// How the bar of menus in a window answers while a menu is open: a click on another title opens
-// that title's menu, Escape closes what is open, and no other key goes to the window below. The
-// library closes on every click and leaves the keys for later. Threads: main thread only.
+// How menus answer while one is open: a click on another title of a window's bar opens that title's
+// menu, Escape closes what is open, and no other key goes to the window below. The library closes
+// on every click and leaves the keys for later. Threads: main thread only.
 #pragma once
 
 #import <AppKit/AppKit.h>
@@ -9,7 +9,7 @@ namespace vx {
 
 void installMenuTracking();
 
-// The kinds of events to wait for instead of these; the same unless a menu of a bar is open.
+// The kinds of events to wait for instead of these; the same unless a menu is open.
 NSUInteger maskWhileTracking(NSUInteger mask);
 
 // What the tracking of the menus gets for the next event: the event itself, another one in its

@@ -21,22 +21,26 @@ using Attach = void (*)(id, SEL, NSInteger);
 Track libraryTrack = nullptr;
 Attach libraryAttach = nullptr;
 
-NSMenuView *g_bar = nil;  // in which a menu is open; nil: none
+NSMenuView *g_bar = nil;   // in which a menu is open; nil: none
+NSMenuView *g_menu = nil;  // one that was put up by itself
 Clock::time_point g_opened;
 
 // A menu's command may show a modal window, which gets its events itself.
 bool isTracking()
 {
-    return g_bar != nil && [NSApp modalWindow] == nil;
+    return (g_bar != nil || g_menu != nil) && [NSApp modalWindow] == nil;
 }
 
 BOOL track(id view, SEL selector, NSEvent *event)
 {
-    NSMenuView *const outer = g_bar;
+    NSMenuView *const outerBar = g_bar, *const outerMenu = g_menu;
     if ([view isHorizontal])
         g_bar = view;
+    else if (g_bar == nil)
+        g_menu = view;
     const BOOL result = libraryTrack(view, selector, event);
-    g_bar = outer;
+    g_bar = outerBar;
+    g_menu = outerMenu;
     return result;
 }
 
@@ -62,9 +66,26 @@ bool opensItsMenu()
     return title != [g_bar highlightedItemIndex] || Clock::now() - g_opened < kJustOpened;
 }
 
-// When a modifier key changes, the library closes the open menu.
+// The library closes a menu by itself when a button is released over none of its commands.
+NSEvent *closingTheMenu(NSEvent *key)
+{
+    [g_menu setHighlightedItemIndex:-1];
+    return [NSEvent mouseEventWithType:NSLeftMouseUp
+                              location:[key locationInWindow]
+                         modifierFlags:[key modifierFlags]
+                             timestamp:[key timestamp]
+                          windowNumber:[key windowNumber]
+                               context:[key context]
+                           eventNumber:0
+                            clickCount:1
+                              pressure:0];
+}
+
+// When a modifier key changes, the library closes the bar's open menu.
 NSEvent *closing(NSEvent *key)
 {
+    if (g_bar == nil)
+        return closingTheMenu(key);
     return [NSEvent keyEventWithType:NSFlagsChanged
                             location:[key locationInWindow]
                        modifierFlags:[key modifierFlags]
@@ -104,7 +125,7 @@ NSEvent *eventForTracking(NSEvent *event)
         return event;
     switch ([event type]) {
     case NSLeftMouseUp:
-        return opensItsMenu() ? nil : event;
+        return g_bar != nil && opensItsMenu() ? nil : event;
     case NSKeyDown: {
         NSString *characters = [event characters];
         const bool escape = [characters length] == 1 && [characters characterAtIndex:0] == kEscape;

@@ -2,7 +2,9 @@
 #include "Eventually.h"
 #include "UserFixture.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <string>
 
 namespace {
 
@@ -20,6 +22,18 @@ protected:
             " sleep 0.3 mousedown 1 sleep 0.05 mouseup 1 sleep 0.08 mousedown 1 sleep 0.05 mouseup 1 "
             "sleep 0.3");
     }
+    static void RightClick(const std::string &id, int x, int y)
+    {
+        Run("xdotool mousemove --window " + id + " " + std::to_string(x) + " " + std::to_string(y) +
+            " sleep 0.3 mousedown 3 sleep 0.05 mouseup 3 sleep 0.3");
+    }
+    static long WindowCount()
+    {
+        const std::string ids = Run("xdotool search --onlyvisible --classname FileExplorer");
+        return std::count(ids.begin(), ids.end(), '\n');
+    }
+    // What another program finds on the clipboard.
+    static std::string Clipboard() { return Run("xclip -out -selection clipboard"); }
     // What the tree's selection holds, by its export.
     void ExpectSelected(const std::string &main, const std::string &path)
     {
@@ -83,6 +97,53 @@ TEST_F(UserTreeTest, TwoClicksOnTheTriangleOpenAndCloseTheFolderOnce)
     Run("xdotool mousemove --window " + main + " 300 300 sleep 0.3");
     AwaitDrawn(main);
     EXPECT_NE(Run(picture), closed);
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserTreeTest, TheMenuOfTheRowUnderThePointerStaysOpenAndExportsTheRow)
+{
+    _volume.WriteFile("only.txt", "only");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    Focus(main);
+    RightClick(main, kNameX, kFirstRowY);
+    EXPECT_TRUE(Eventually([] { return WindowCount() == 2; }));
+    // Its first command.
+    Click(main, kNameX + 30, kFirstRowY + 14);
+    ChooseFolder(destination);
+    EXPECT_TRUE(Eventually([&] { return SameTree(_volume.Path(), destination); }));
+    EXPECT_TRUE(Eventually([&] { return IsGone("Export"); }));
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserTreeTest, EscapeClosesTheMenuOfARowAndNoOtherKeyReachesTheTree)
+{
+    _volume.WriteFile("a.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    Focus(main);
+    RightClick(main, kNameX, kFirstRowY);
+    EXPECT_TRUE(Eventually([] { return WindowCount() == 2; }));
+    // In the tree this key exports.
+    Key("Return");
+    EXPECT_FALSE(Eventually([] { return WindowCount() != 2; }, std::chrono::seconds(1)));
+    // Over a command, which is not carried out.
+    Run("xdotool mousemove --window " + main + " 130 72 sleep 0.3");
+    Key("Escape");
+    EXPECT_TRUE(Eventually([] { return WindowCount() == 1; }));
+    EXPECT_FALSE(Eventually([] { return WindowCount() > 1; }, std::chrono::seconds(1)));
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserTreeTest, AnotherProgramPastesTheNamesThatWereCopied)
+{
+    _volume.WriteFile("S\u00fcd 1.txt", "a");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    Focus(main);
+    Key("ctrl+a");
+    Key("ctrl+c");
+    EXPECT_TRUE(Eventually([] { return Clipboard() == "S\u00fcd 1.txt"; })) << Clipboard();
     CloseAndExpectNotice(main, host);
 }
 
