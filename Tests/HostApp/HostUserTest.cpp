@@ -121,8 +121,9 @@ TEST_F(HostUserTest, NothingOfThePasswordIsInTheSettings)
     Key("ctrl+q");
     EXPECT_EQ(host.AwaitEnd(), 0);
     EXPECT_NE(Run("grep -r -l disk.img '" + _home.At("Defaults") + "'"), "");
-    EXPECT_EQ(Run("grep -r -l " + std::string(kPassword) + " '" + _home.Path() + "' --exclude=*.img"),
-              "");
+    EXPECT_EQ(
+        Run("grep -r -l " + std::string(kPassword) + " '" + _home.Path() + "' --exclude=*.img"),
+        "");
 }
 
 TEST_F(HostUserTest, AnExplorerThatIsKilledBringsTheWindowBackAndLeavesNothingBehind)
