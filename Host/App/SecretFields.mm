@@ -39,6 +39,7 @@ NSString *MistypedText(const vx::RecoveryDigits &digits)
     if (digits.groups.size() > vx::RecoveryDigits::kGroups)
         return vx::Localized(@"A recovery key has 48 digits. These are more.");
     std::vector<std::string> numbers;
+    numbers.reserve(wrong.size());
     for (const size_t number : wrong)
         numbers.push_back(std::to_string(number));
     return vx::Localized("Mistyped: group {1}.", {Joined(numbers)});

@@ -17,6 +17,8 @@ class SessionsOnThreads : public SessionRunner {
 public:
     explicit SessionsOnThreads(HostPrograms programs);
     ~SessionsOnThreads() override;
+    SessionsOnThreads(const SessionsOnThreads &) = delete;
+    SessionsOnThreads &operator=(const SessionsOnThreads &) = delete;
 
     bool Start(const std::string &volume, const std::string &kind, TypedSecret *secret,
                SessionListener *listener) override;

@@ -89,7 +89,7 @@ std::string DamageAmount(const DamageRow &row, const Wording &wording)
 
 std::string DamageReason(const DamageRow &row, const Wording &wording)
 {
-    const std::string event = wording.Text(EventOf(row.kind));
+    std::string event = wording.Text(EventOf(row.kind));
     const std::string reason = ReasonOf(static_cast<VolumeObstacle>(row.obstacle));
     if (reason.empty() || row.kind == ChannelDamageKind::kDiskGone)
         return event;

@@ -103,7 +103,7 @@ std::string ClosedReason(const VolumeFacts &volume, const Wording &wording)
 
 std::string ChoiceTitle(const UnlockChoice &choice, const Wording &wording)
 {
-    const std::string name = NameOf(choice.kind, wording);
+    std::string name = NameOf(choice.kind, wording);
     if (choice.kind != SecretKind::kRecoveryKey || choice.identifiers.empty())
         return name;
     std::string identifiers;
