@@ -8,6 +8,7 @@ add_library(explorer-app OBJECT
   FileExplorer/ImageAndTextCell.mm
   FileExplorer/ModalSession.mm
   FileExplorer/ProgressText.mm
+  FileExplorer/SelectionLine.mm
   FileExplorer/TreeOutlineView.mm
   FileExplorer/Z5FileExplorer.mm
   FileExplorer/Z5FileExplorer+Commands.mm

@@ -1,6 +1,7 @@
 // The windows as they look: everything on view, nothing cut off, in every language.
 #import "CopyingFileWindow.h"
 #import "InterfaceTexts.h"
+#import "SelectionLine.h"
 
 #import "ExplorerFixture.h"
 #import "ModalDriver.h"
@@ -51,11 +52,11 @@ NSDictionary *TableOf(const std::string &language)
     return [text propertyListFromStringsFileFormat];
 }
 
-NSButton *ButtonIn(NSView *view)
+NSControl *FirstOfClass(NSView *view, Class type)
 {
     for (NSView *subview in [view subviews])
-        if ([subview isKindOfClass:[NSButton class]])
-            return (NSButton *)subview;
+        if ([subview isKindOfClass:type])
+            return (NSControl *)subview;
     return nil;
 }
 
@@ -96,7 +97,18 @@ protected:
 TEST_P(TextsInLanguage, TheButtonsHoldTheirTitles)
 {
     ExpectFits(text(@"Export"), [controller btnExport], 10);
-    ExpectFits(text(@"Cancel"), ButtonIn([[_progress window] contentView]), 10);
+    ExpectFits(text(@"Cancel"), FirstOfClass([[_progress window] contentView], [NSButton class]),
+               10);
+}
+
+TEST_P(TextsInLanguage, TheSmallestWindowHoldsTheLineAboutTheSelection)
+{
+    [window setFrame:NSMakeRect(0, 0, [window minSize].width, [window minSize].height) display:NO];
+    [delegate showExplorer];
+    NSString *count = [NSString stringWithFormat:text(@"IDS_SELECTION_MANY"), 10000000];
+    NSString *line =
+        [NSString stringWithFormat:text(@"IDS_SELECTION_WITH_SIZE"), count, @"20000.0 GB"];
+    ExpectFits(line, FirstOfClass([delegate FileExplorerView], [SelectionLine class]), 2);
 }
 
 TEST_P(TextsInLanguage, TheProgressWindowHoldsItsLines)

@@ -168,6 +168,9 @@ TEST_P(LocalizedStrings, EveryFormatTakesTheProgramsArgumentsEachOnceAndByItsTyp
     EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_CALCULATE")), "ff");
     EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_ABOVE_1MIN")), "dff");
     EXPECT_EQ(ArgumentsOf(Format(@"IDS_COPY_TIPS_LESS_1MIN")), "ff");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_ONE")), "");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_MANY")), "d");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_WITH_SIZE")), "@@");
 }
 
 TEST_P(LocalizedStrings, TheSizesStandInTheOrderOfTheLanguageInAllThreeTexts)
