@@ -39,6 +39,8 @@ void localizeView(NSView *view)
     localizeDescription(view);
     if ([view isKindOfClass:[NSControl class]])
         localizeDescription([(NSControl *)view cell]);
+    if ([view isKindOfClass:[NSTextField class]])
+        [(NSTextField *)view setStringValue:localized([(NSTextField *)view stringValue])];
     if ([view isKindOfClass:[NSButton class]])
         [(NSButton *)view setTitle:localized([(NSButton *)view title])];
     if ([view isKindOfClass:[NSTextField class]])

@@ -6,7 +6,7 @@
 // "title" and "text" in the user information, on any thread.
 // Ownership: made by the main interface file; keeps its outlets; lives as long as the process.
 // Threads: main thread, except for the two operations that ask for a sheet.
-// Errors: a volume that does not open leaves the window empty, silently.
+// Errors: a volume that does not open leaves the window as the interface file made it, silently.
 #pragma once
 
 #import <AppKit/AppKit.h>

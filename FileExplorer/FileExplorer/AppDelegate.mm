@@ -66,6 +66,9 @@ IVolume *openVolume()
 {
     AssertMainThread();
     NSView *content = [_window contentView];
+    // What says that no volume is open.
+    for (NSView *other in [content subviews])
+        [other setHidden:YES];
     [_FileExplorerView setFrame:[content bounds]];
     [content addSubview:_FileExplorerView];
 }

@@ -111,7 +111,7 @@ NSString *information(NSString *key)
     vx::installSubstituteFonts();
     vx::installTypeSelection();
     vx::installWindowClosing();
-    for (NSString *name in @[ @"folder", @"warning", @"success" ])
+    for (NSString *name in @[ @"folder", @"no-volume", @"warning", @"success" ])
         vx::addDoubleSize(name);
     return self;
 }

@@ -111,6 +111,14 @@ TEST_P(TextsInLanguage, TheSmallestWindowHoldsTheLineAboutTheSelection)
     ExpectFits(line, FirstOfClass([delegate FileExplorerView], [SelectionLine class]), 2);
 }
 
+TEST_P(TextsInLanguage, TheSmallestWindowHoldsTheLineInPlaceOfTheTree)
+{
+    [window setFrame:NSMakeRect(0, 0, [window minSize].width, [window minSize].height) display:NO];
+    NSView *group = [[[[[window contentView] subviews] lastObject] subviews] lastObject];
+    EXPECT_TRUE(NSContainsRect([[window contentView] bounds], [group frame]));
+    ExpectFits(text(@"No volume is open."), FirstOfClass(group, [NSTextField class]), 2);
+}
+
 TEST_P(TextsInLanguage, TheProgressWindowHoldsItsLines)
 {
     NSTextField *line = [_progress infoLabel];
@@ -165,6 +173,26 @@ TEST_F(ExplorerTest, NothingInTheWindowLiesOverAnythingElse)
                 << [[part description] UTF8String] << [[other description] UTF8String];
         }
     }
+}
+
+TEST_F(ExplorerTest, WithoutAVolumeTheMiddleOfTheWindowSaysSoWithAnIcon)
+{
+    [window setContentSize:NSMakeSize(640, 400)];
+    NSView *content = [window contentView];
+    ASSERT_EQ([[content subviews] count], 1u);
+    NSView *place = [[content subviews] objectAtIndex:0];
+    EXPECT_TRUE(NSEqualRects([place frame], [content bounds]));
+    NSView *group = [[place subviews] lastObject];
+    EXPECT_NEAR(NSMidX([group frame]), NSMidX([content bounds]), 1);
+    EXPECT_NEAR(NSMidY([group frame]), NSMidY([content bounds]), 1);
+    NSControl *line = FirstOfClass(group, [NSTextField class]);
+    EXPECT_STREQ([[line stringValue] UTF8String], "No volume is open.");
+    NSImageView *icon = (NSImageView *)FirstOfClass(group, [NSImageView class]);
+    EXPECT_NE([icon image], nil);
+    EXPECT_EQ(NSMidX([icon frame]), NSMidX([group bounds]));
+    EXPECT_GE(NSMinY([icon frame]), NSMaxY([line frame]));
+    [delegate showExplorer];
+    EXPECT_TRUE([place isHidden]);
 }
 
 TEST_F(ExplorerTest, ALevelOfTheTreeIsIndentedByMoreThanAnIcon)

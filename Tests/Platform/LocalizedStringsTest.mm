@@ -72,7 +72,7 @@ std::string ArgumentsOf(NSString *text)
 // What the interface files show, the columns' titles aside.
 std::set<std::string> InterfaceTexts()
 {
-    const std::regex texts("<(?:menuItem|menu|window|buttonCell) [^>]*?title=\"([^\"]+)\"|"
+    const std::regex texts("<(?:menuItem|menu|window|buttonCell|textFieldCell key=\"cell\") [^>]*?title=\"([^\"]+)\"|"
                            "(?:toolTip|<accessibility description)=\"([^\"]+)\"");
     std::set<std::string> found;
     for (const char *name : {"MainMenu", "copyingFileWindow"}) {
