@@ -123,6 +123,22 @@ TEST_F(LostMarks, AHeaderThatIsDamagedBesideItsMarkIsNoSign)
     }
 }
 
+TEST_F(LostMarks, ABootSectorIsADiskEvenIfTheRestOfItLooksLikeAnImage)
+{
+    for (const Made &made : kMade) {
+        if (made.markAt < 0)
+            continue;
+        std::string image = Converted(made);
+        image[MarkAt(made, image)] ^= 1;
+        image.replace(510, 2, "\x55\xAA");
+        Container container;
+        ASSERT_FALSE(OpenAt(folder.WriteFile("damaged", image), &container)) << made.options;
+        EXPECT_STREQ(container.kind, "raw") << made.options;
+        EXPECT_EQ(container.source->Size(), image.size()) << made.options;
+        EXPECT_TRUE(container.notes.empty()) << made.options;
+    }
+}
+
 TEST_F(LostMarks, WhatIsDamagedBesidesIsReported)
 {
     std::string image = Converted(kMade[4]);

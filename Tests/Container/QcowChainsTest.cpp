@@ -133,6 +133,27 @@ TEST_F(QcowChains, AnExternalDataFileHoldsTheClusters)
                 "its data file ../x.data lies elsewhere, and only files beside the image are read");
 }
 
+TEST_F(QcowChains, ADataFileHoldsNoCompressedClusters)
+{
+    QcowWriter packing{QcowRecipe()};
+    packing.AddPacked(packed);
+    QcowRecipe recipe;
+    recipe.hasDataFile = true;
+    recipe.dataFile = "x.data";
+    QcowWriter writer(recipe);
+    // Beyond the places at which the image itself has its tables.
+    constexpr size_t kLast = 8;
+    for (size_t i = 0; i < kLast; ++i)
+        writer.AddStored(first);
+    writer.AddStored(packing.Image().substr(packing.ClustersAt(), kCluster));
+    writer.SetEntry(kLast, QcowWriter::kPacked | uint64_t{7} << 58 | kLast * kCluster);
+    folder.WriteFile("x.qcow2", writer.Image());
+    folder.WriteFile("x.data", writer.DataFile());
+    const Container container = Open("x.qcow2");
+    EXPECT_TRUE(Read(container, 0, kCluster) == first);
+    EXPECT_EQ(Read(container, kLast * kCluster, 10), Failure(kLast * kCluster, kDamagedTable));
+}
+
 TEST_F(QcowChains, ADataFileThatIsTooShortIsReported)
 {
     QcowRecipe recipe;

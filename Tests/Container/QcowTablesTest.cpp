@@ -1,4 +1,5 @@
 // The header and the tables of QCOW2 images: large, damaged and hostile.
+#include "ByteReader.h"
 #include "FailingSource.h"
 #include "QcowTest.h"
 
@@ -73,6 +74,21 @@ TEST_F(QcowTables, AnEntryWithWrongBitsLosesItsClusterOnly)
         writer.SetEntry(0, QcowWriter::kOnlyOnce | entry);
         ExpectOneLost(writer.Image(), 0, kDamagedTable);
     }
+}
+
+// A compressed cluster may share its place with others, so the bit of one that has it alone is
+// wrong.
+TEST_F(QcowTables, ACompressedClusterThatClaimsItsPlaceAloneIsDamage)
+{
+    const QcowWriter sound = Writer();
+    const size_t at = sound.L2At() + 2 * 8;
+    const std::string image = sound.Image();
+    const ByteView view = {reinterpret_cast<const uint8_t *>(image.data()), image.size()};
+    const uint64_t entry = ByteReader(view, at).BigU64();
+    ASSERT_NE(entry & QcowWriter::kPacked, 0u);
+    QcowWriter writer = Writer();
+    writer.SetEntry(2, entry | QcowWriter::kOnlyOnce);
+    ExpectOneLost(writer.Image(), 2, kDamagedTable);
 }
 
 TEST_F(QcowTables, ZerosInAnImageOfVersion2AreDamage)
