@@ -1,6 +1,7 @@
 // What a child says of a disk, and children that fail in every way.
 #include "ChildProgram.h"
 #include "Eventually.h"
+#include "FactsJson.h"
 #include "FactsText.h"
 #include "OrdinaryUser.h"
 #include "TemporaryFolder.h"
@@ -9,6 +10,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -29,6 +31,14 @@ constexpr auto kInternalError = static_cast<int32_t>(VolumeLibraryStatus::kInter
 constexpr auto kCancelled = static_cast<int32_t>(VolumeLibraryStatus::kCancelled);
 
 const std::atomic<bool> kNeverCancelled = false;
+
+// In KiB.
+long PeakMemory()
+{
+    struct rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
 
 class VolumeFactsTest : public testing::Test {
 protected:
@@ -154,6 +164,21 @@ TEST_F(VolumeFactsTest, ListsThatAreNestedWithoutEndAreRefused)
     const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
     _folder.WriteFile("output", "{\"volumes\": [{\"label\": \"a\", \"x\": " + deep + "}]}");
     const DiskFacts facts = Run("cat \"${0%/*}/output\"");
+    ASSERT_EQ(facts.volumes.size(), 1u);
+    EXPECT_EQ(facts.volumes[0].label, "a");
+}
+
+// Each of them would be a piece of memory of its own.
+TEST(FactsJsonTest, ListsThatAreNestedTooDeeplyAreDroppedWhileTheyAreRead)
+{
+    constexpr size_t kDeep = 1900000;
+    constexpr long kMost = 64 * 1024;  // KiB
+    const std::string report = R"({"volumes": [{"label": "a", "x": )" + std::string(kDeep, '[') +
+                               std::string(kDeep, ']') + "}]}";
+    const long before = PeakMemory();
+    DiskFacts facts;
+    EXPECT_TRUE(ReadFactsJson(report, "/a disk", &facts));
+    EXPECT_LT(PeakMemory() - before, kMost);
     ASSERT_EQ(facts.volumes.size(), 1u);
     EXPECT_EQ(facts.volumes[0].label, "a");
 }
