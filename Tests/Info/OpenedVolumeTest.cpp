@@ -142,6 +142,20 @@ TEST_F(OpenedVolume, ALongOpeningShowsItsProgress)
     EXPECT_EQ(run.Wait(), -SIGINT);
 }
 
+TEST_F(OpenedVolume, ASecretOnTheCommandLineIsOverwrittenBeforeTheVolumeIsOpened)
+{
+    const std::string stall = _folder.MakeFolder("the-secret-word");
+    mkfifo((stall + "/opening").c_str(), 0600);
+    ToolRun run(ProgramWith(VX_STAND_IN), {"system disk", "--unlock", "stall", stall});
+    close(open((stall + "/opening").c_str(), O_RDONLY));
+    ToolRun list("/bin/ps", {"-ww", "-o", "args=", "-p", std::to_string(run.Process())});
+    EXPECT_EQ(list.Wait(), 0);
+    EXPECT_THAT(list.Output(), HasSubstr("--unlock stall ***"));
+    EXPECT_THAT(list.Output(), Not(HasSubstr("the-secret-word")));
+    run.Send(SIGINT);
+    EXPECT_EQ(run.Wait(), -SIGINT);
+}
+
 TEST_F(OpenedVolume, CtrlCCancelsTheOpening)
 {
     const std::string stall = _folder.MakeFolder("stall");
