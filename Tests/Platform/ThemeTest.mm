@@ -184,11 +184,22 @@ TEST_F(Theme, AnEmptyProgressBarShowsNoFill)
 TEST_F(Theme, RowsOfATableAlternateDownToItsLowerEdge)
 {
     ThreeRows *source = [[ThreeRows new] autorelease];
-    const Drawing drawing(ScrollViewOf(TableOfThreeRows(source)));
+    NSTableView *table = TableOfThreeRows(source);
+    // Without a height, so that the rows begin at the top.
+    [table setHeaderView:[[[NSTableHeaderView alloc] initWithFrame:NSZeroRect] autorelease]];
+    const Drawing drawing(ScrollViewOf(table));
     drawing.ExpectColor(100, 10, 255, 255, 255);
     drawing.ExpectColor(100, 30, 244, 246, 249);
     drawing.ExpectColor(100, 50, 255, 255, 255);
     drawing.ExpectColor(100, 110, 244, 246, 249);
+}
+
+TEST_F(Theme, RowsOfATableWithoutAHeaderDoNotAlternate)
+{
+    ThreeRows *source = [[ThreeRows new] autorelease];
+    const Drawing drawing(ScrollViewOf(TableOfThreeRows(source)));
+    for (const int y : {10, 30, 50, 110})
+        drawing.ExpectColor(100, y, 255, 255, 255);
 }
 
 TEST_F(Theme, ASelectedRowIsLightBlue)
