@@ -16,7 +16,7 @@
 
 namespace vx {
 
-// What a session tells its window; on the main thread, in the order of HostObserver.
+// What a session reports to its window; on the main thread, in the order of HostObserver.
 class SessionListener {
 public:
     virtual ~SessionListener() = default;

@@ -238,7 +238,7 @@ void FuseTree::Describe(fuse_req_t request, fuse_ino_t number)
     fuse_reply_attr(request, &found, kForever);
 }
 
-// The entries of one reply, in the form that the kernel reads. Those that it was told of in full it
+// The entries of one reply, in the form that the kernel reads. Those that were described to it in full it
 // holds, unless the reply does not reach it.
 class FuseTree::ListReply {
 public:

@@ -1,7 +1,7 @@
 // Answers the kernel's questions about a mounted volume: the operations of libfuse's low-level
 // interface, and what the kernel is told when the connection begins.
 //
-// Nothing changes while the volume is mounted, so the kernel may keep what it was told for as long
+// Nothing changes while the volume is mounted, so the kernel may keep every answer for as long
 // as it likes.
 // Ownership: borrows the volume. Threads: any, the operations are called on those of the session.
 // Source of the interface: libfuse 3, fuse_lowlevel.h.

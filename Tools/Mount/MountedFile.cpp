@@ -90,7 +90,7 @@ MountedFile::OwnedHandle MountedFile::TakeIdle(int64_t position)
     return handle;
 }
 
-// There are as many handles as other reads run, or there is one that is idle.
+// From now on no further handle is opened: a read that finds none idle waits for one.
 void MountedFile::NoteNotOpened()
 {
     const MutexLock lock(_mutex);

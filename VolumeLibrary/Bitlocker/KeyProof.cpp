@@ -31,7 +31,8 @@ bool IsNamed(ByteView sector)
            LooksLikeFat(sector);
 }
 
-// A name of eight letters, or as many numbers that fit together: nothing that another key gives.
+// Shown by a name of eight letters, or by as many bytes of numbers that agree with each other. A wrong
+// key gives neither.
 bool IsFirstSector(ByteView sector, uint32_t sectorSize)
 {
     const uint32_t stated = StatedSectorSize(sector);

@@ -93,7 +93,7 @@ Error VhdBlocks::ReadUnmarked(uint64_t stored, uint64_t offset, uint8_t *place, 
     if (_parent != nullptr)
         return ReadElsewhere(offset, place, count);
     ByteRanges gaps;
-    (void)_file->Salvage(stored, place, count, &gaps);  // a gap contradicts nothing
+    (void)_file->Salvage(stored, place, count, &gaps);  // what cannot be read counts as zeros here
     const uint8_t *const data =
         std::find_if(place, place + count, [](uint8_t b) { return b != 0; });
     if (data == place + count)

@@ -382,7 +382,9 @@ Error CheckLog(const ByteSource &file, const VhdxHeader &header)
 Error NoSequence()
 {
     return DamagedVhdx(
-        "its log was not replayed, and has no complete sequence of entries; take another copy of the image while no virtual machine uses it, or convert it with qemu-img, which leaves such a log out");
+        "its log was not replayed, and has no complete sequence of entries; take another copy of "
+        "the image while no virtual machine uses it, or convert it with qemu-img, which leaves such "
+        "a log out");
 }
 
 Result<ReplayedVhdx> Apply(const Source &file, const Ring &ring, const LogSearch &search,
