@@ -1,14 +1,16 @@
 // The prompt of an open panel titles its confirming button, as on macOS; the library titles the
 // label before the name field with it. The panel also loses its two buttons for removable media,
-// which do nothing on current desktops. It opens on the folder it was left in, centred
-// over its window, says so if it is for folders alone, and a folder whose path is typed can be
-// confirmed. A category overrides the library's methods for every open panel, with any theme.
+// which do nothing on current desktops, and gains what PanelParts.h lists. It opens on the folder
+// it was left in, centred over its window, says so if it is for folders alone, and a folder whose
+// path is typed can be confirmed. A category overrides the library's methods for every open panel,
+// with any theme.
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
 #include <cmath>
 
 #include "MethodReplacement.h"
+#import "PanelParts.h"
 
 @interface NSWindow (Sheets)
 - (void)setAttachedSheet:(id)sheet;
@@ -22,6 +24,9 @@
 namespace {
 
 IMP libraryTextDidChange = nullptr;
+
+// Of the one panel.
+PanelParts *g_parts = nil;
 
 bool isFolder(NSString *path)
 {
@@ -87,12 +92,10 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     constexpr CGFloat kGap = 9;
     CGFloat right = NSMaxX([_okButton frame]);
     NSButton *const buttons[] = {_okButton,
-                                 [[self contentView] viewWithTag:NSFileHandlingPanelCancelButton],
-                                 [[self contentView] viewWithTag:NSFileHandlingPanelHomeButton]};
+                                 [[self contentView] viewWithTag:NSFileHandlingPanelCancelButton]};
     for (NSButton *button : buttons) {
         NSRect frame = [button frame];
-        if ([button imagePosition] != NSImageOnly)
-            frame.size.width = widthOf(button);
+        frame.size.width = widthOf(button);
         frame.origin.x = right - frame.size.width;
         [button setFrame:frame];
         right = NSMinX(frame) - kGap;
@@ -100,7 +103,7 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [[_okButton superview] setNeedsDisplay:YES];
 }
 
-- (void)hideMediaButtons
+- (void)hideSmallButtons
 {
     NSView *disk = [[self contentView] viewWithTag:NSFileHandlingPanelDiskButton];
     NSView *eject = [[self contentView] viewWithTag:NSFileHandlingPanelDiskEjectButton];
@@ -108,6 +111,8 @@ NSPoint centredOver(NSWindow *window, NSSize size)
         return;
     [disk setHidden:YES];
     [eject setHidden:YES];
+    // The first of the places.
+    [[[self contentView] viewWithTag:NSFileHandlingPanelHomeButton] setHidden:YES];
 }
 
 // Called whenever the shared panel is handed out again. The library then passes its own label text
@@ -118,6 +123,8 @@ NSPoint centredOver(NSWindow *window, NSSize size)
         libraryTextDidChange = vx::replaceMethod(
             [NSOpenPanel class], @selector(controlTextDidChange:), (IMP)textDidChange);
     [super _resetDefaults];
+    if (g_parts == nil)
+        g_parts = [[PanelParts alloc] initWithPanel:self];
     [self setNameFieldLabel:[self prompt]];
     [self setTitle:localized(@"Open")];
     NSView *content = [self contentView];
@@ -126,8 +133,9 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [self setCanChooseFiles:YES];
     [self setCanChooseDirectories:YES];
     [self setAllowsMultipleSelection:NO];
-    [self hideMediaButtons];
+    [self hideSmallButtons];
     [_okButton setEnabled:NO];
+    [g_parts showWithNewFolders:NO];
     // A hidden window has lost its decorations on the desktop: a frame that is set without them
     // comes back too large.
     [self setOneShot:YES];
@@ -140,6 +148,13 @@ NSPoint centredOver(NSWindow *window, NSSize size)
     [super setFrame:frame display:display animate:animate && [self isVisible]];
 }
 
+- (void)showFolder:(NSString *)path
+{
+    [self _setupForDirectory:path file:@""];
+    [_form selectTextAtIndex:0];
+    [_okButton setEnabled:_canChooseDirectories];
+}
+
 // The library would show the root folder, with the confirming button off; it writes the folder
 // shown after the caret, where a path that is typed would be added to it. It centres a panel that
 // is not up yet on the screen, so this one is put up first.
@@ -148,6 +163,7 @@ NSPoint centredOver(NSWindow *window, NSSize size)
 {
     if (![self canChooseFiles])
         [self setTitle:localized(@"Choose a Folder")];
+    [g_parts showWithNewFolders:![self canChooseFiles]];
     [self _setupForDirectory:[self directory] file:@""];
     [_form selectTextAtIndex:0];
     if (window != nil) {

@@ -132,6 +132,19 @@ TEST_P(TextsInLanguage, TheProgressWindowHoldsItsLines)
     ExpectFits(file, [_progress fileInfoLable], 2);
 }
 
+TEST_P(TextsInLanguage, TheFolderPanelHoldsItsTexts)
+{
+    NSFont *font = [NSFont systemFontOfSize:0];
+    const auto width = [&](NSString *key) {
+        return [text(key) sizeWithAttributes:@{NSFontAttributeName : font}].width;
+    };
+    // Of the places, the switch and the three buttons in a row of the smallest panel.
+    for (NSString *place in @[ @"Home", @"Desktop", @"Documents" ])
+        EXPECT_LE(width(place), 138 - 8) << [text(place) UTF8String];
+    EXPECT_LE(width(@"Show hidden files and folders") + 24, 500 - 138 - 3 * 8);
+    EXPECT_LE(width(@"New Folder") + width(@"Cancel") + width(@"Save") + 6 * 12 + 5 * 9, 500);
+}
+
 TEST_P(TextsInLanguage, TheWindowsTitleLeavesRoomForItsButtons)
 {
     NSFont *font = [NSFont boldSystemFontOfSize:0];

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "FolderName.h"
+#import "PanelParts.h"
 #include "TemporaryFolder.h"
 
 namespace {
@@ -26,6 +28,26 @@ protected:
         return (View *)[[m_panel contentView] viewWithTag:tag];
     }
     NSButton *OkButton() { return View<NSButton>(NSFileHandlingPanelOKButton); }
+
+    static NSView *Find(NSView *view, bool (*matches)(NSView *, NSString *), NSString *what)
+    {
+        if (matches(view, what))
+            return view;
+        for (NSView *subview in [view subviews])
+            if (NSView *found = Find(subview, matches, what))
+                return found;
+        return nil;
+    }
+    NSButton *ButtonTitled(NSString *title)
+    {
+        return (NSButton *)Find(
+            [m_panel contentView],
+            [](NSView *view, NSString *wanted) -> bool {
+                return [view isKindOfClass:[NSButton class]] &&
+                       [[(NSButton *)view title] isEqualToString:wanted];
+            },
+            title);
+    }
 
     // As a key pressed in the name field does.
     void Type(NSString *text)
@@ -89,14 +111,12 @@ TEST_F(OpenPanel, ALongPromptFitsItsButtonAndPushesTheOthersAside)
 TEST_F(OpenPanel, EveryButtonIsAsWideAsItsTitleNeedsInAnyLanguage)
 {
     NSButton *cancel = View<NSButton>(NSFileHandlingPanelCancelButton);
-    NSButton *home = View<NSButton>(NSFileHandlingPanelHomeButton);
     for (NSString *title in @[ @"Abbrechen", @"キャンセル", @"Annuler tout de suite" ]) {
         [cancel setTitle:title];
         [m_panel setPrompt:@"Save"];
         EXPECT_GE([cancel frame].size.width, [[cancel cell] cellSize].width);
         EXPECT_LT(NSMaxX([cancel frame]), NSMinX([OkButton() frame]));
-        EXPECT_LT(NSMaxX([home frame]), NSMinX([cancel frame]));
-        EXPECT_GE(NSMinX([home frame]), 0);
+        EXPECT_LT(NSMaxX([ButtonTitled(@"New Folder") frame]), NSMinX([cancel frame]));
     }
     EXPECT_STREQ([[View<NSButton>(NSFileHandlingPanelCancelButton) title] UTF8String],
                  "Annuler tout de suite");
@@ -106,17 +126,17 @@ TEST_F(OpenPanel, EveryButtonIsAsWideAsItsTitleNeedsInAnyLanguage)
 
 TEST_F(OpenPanel, APanelThatIsNotUpTakesItsFrameAtOnce)
 {
-    const NSRect wanted = NSMakeRect(120, 130, 420, 500);
+    const NSRect wanted = NSMakeRect(120, 130, 520, 500);
     [m_panel setFrame:wanted display:YES animate:YES];
     EXPECT_TRUE(NSEqualRects([m_panel frame], wanted));
     EXPECT_TRUE([m_panel isOneShot]);
 }
 
-TEST_F(OpenPanel, TheButtonsForRemovableMediaAreHidden)
+TEST_F(OpenPanel, TheButtonsThatThePlacesReplaceAreHidden)
 {
     EXPECT_TRUE([View<NSButton>(NSFileHandlingPanelDiskButton) isHidden]);
     EXPECT_TRUE([View<NSButton>(NSFileHandlingPanelDiskEjectButton) isHidden]);
-    EXPECT_FALSE([View<NSButton>(NSFileHandlingPanelHomeButton) isHidden]);
+    EXPECT_TRUE([View<NSButton>(NSFileHandlingPanelHomeButton) isHidden]);
 }
 
 TEST_F(OpenPanel, ATypedFolderCanBeConfirmedAndIsTheOneChosen)
@@ -138,4 +158,43 @@ TEST_F(OpenPanel, ATypedPathToNoFolderCannotBeConfirmed)
     EXPECT_FALSE([OkButton() isEnabled]);
     Type(Text(folder.WriteFile("file", "text")));
     EXPECT_FALSE([OkButton() isEnabled]);
+}
+
+TEST_F(OpenPanel, TheSwitchShowsWhatIsHidden)
+{
+    NSButton *hidden = ButtonTitled(@"Show hidden files and folders");
+    ASSERT_NE(hidden, nil);
+    EXPECT_FALSE([m_panel showsHiddenFiles]);
+    [hidden performClick:nil];
+    EXPECT_TRUE([m_panel showsHiddenFiles]);
+    [hidden performClick:nil];
+    EXPECT_FALSE([m_panel showsHiddenFiles]);
+}
+
+TEST_F(OpenPanel, FoldersAreMadeOnlyInAPanelForFolders)
+{
+    ASSERT_NE(ButtonTitled(@"New Folder"), nil);
+    EXPECT_TRUE([ButtonTitled(@"New Folder") isHidden]);
+}
+
+TEST_F(OpenPanel, AFolderThatIsShownIsTheOneChosen)
+{
+    vx::TemporaryFolder folder;
+    NSString *path = Text(folder.MakeFolder("only/out"));
+    [m_panel showFolder:path];
+    EXPECT_TRUE([OkButton() isEnabled]);
+    [m_panel ok:nil];
+    ASSERT_EQ([[m_panel URLs] count], 1u);
+    EXPECT_STREQ([[[[m_panel URLs] objectAtIndex:0] path] UTF8String], [path UTF8String]);
+}
+
+TEST(FolderName, IsAnyNameThatOneFolderCanHave)
+{
+    for (NSString *name in @[ @"a", @"New Folder", @"日本", @".hidden", @"..." ])
+        EXPECT_TRUE(vx::isFolderName(name)) << [name UTF8String];
+    for (NSString *name in @[ @"", @".", @"..", @"a/b", @"/" ])
+        EXPECT_FALSE(vx::isFolderName(name)) << [name UTF8String];
+    NSString *longest = [@"" stringByPaddingToLength:255 withString:@"x" startingAtIndex:0];
+    EXPECT_TRUE(vx::isFolderName(longest));
+    EXPECT_FALSE(vx::isFolderName([longest stringByAppendingString:@"x"]));
 }
