@@ -13,13 +13,27 @@ bool Exists(const std::string &path)
     return access(path.c_str(), F_OK) == 0;
 }
 
+bool IsNumber(const std::string &text, const char *digits)
+{
+    return !text.empty() && text.find_first_not_of(digits) == std::string::npos;
+}
+
+// "2" after "#", "1048576" or "0x100000" after "@".
+bool IsChoice(char mark, const std::string &text)
+{
+    constexpr size_t kPrefix = 2;
+    const std::string prefix = text.substr(0, kPrefix);
+    if (mark == '@' && (prefix == "0x" || prefix == "0X"))
+        return IsNumber(text.substr(kPrefix), "0123456789abcdefABCDEF");
+    return IsNumber(text, "0123456789");
+}
+
 // "disk.vhdx#2", "disk.img@1048576" → without what chooses a volume.
 std::string WithoutChoice(const std::string &path)
 {
     const size_t mark = path.find_last_of("#@");
-    const bool isChoice = mark != std::string::npos && mark + 1 < path.size() &&
-                          path.find_first_not_of("0123456789", mark + 1) == std::string::npos;
-    return isChoice ? path.substr(0, mark) : path;
+    const bool hasChoice = mark != std::string::npos && IsChoice(path[mark], path.substr(mark + 1));
+    return hasChoice ? path.substr(0, mark) : path;
 }
 
 }  // namespace

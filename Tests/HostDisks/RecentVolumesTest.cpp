@@ -56,5 +56,18 @@ TEST(RecentVolumes, AMissingFileIsMarkedAndAVolumeOfAnImageIsNot)
     EXPECT_THAT(missing, ElementsAre(false, false, false, true, true, true, false));
 }
 
+TEST(RecentVolumes, AnOffsetMayBeHexadecimalAndANumberMayNot)
+{
+    const TemporaryFolder folder;
+    const std::string image = folder.WriteFile("disk.img", "x");
+    const RecentVolumes volumes({image + "@0x100000", image + "@0XFf", image + "@0x",
+                                 image + "@0xfg", image + "@ff", image + "@", image + "#0x1",
+                                 folder.At("none@0x100000")});
+    std::vector<bool> missing;
+    for (const RecentVolume &volume : volumes.Look())
+        missing.push_back(volume.isMissing);
+    EXPECT_THAT(missing, ElementsAre(false, false, true, true, true, true, true, true));
+}
+
 }  // namespace
 }  // namespace vx
