@@ -29,19 +29,25 @@ std::string GroupedText(int64_t number)
     return text;
 }
 
-std::string SizeText(int64_t bytes)
+ScaledSize ScaleSize(uint64_t bytes)
 {
-    if (bytes < 1024)
-        return CountText(bytes, "byte", "bytes");
-    static const char *const kUnits[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    static const char *const kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
     const char *const *unit = kUnits;
-    double size = static_cast<double>(bytes) / 1024;
-    // The rounded number decides, so that there is never a "1024.0 KiB".
+    double size = static_cast<double>(bytes);
+    // The rounded number decides. 1023 bytes are below.
     while (size >= 1023.95 && unit + 1 != std::end(kUnits)) {
         size /= 1024;
         ++unit;
     }
-    return Formatted("%.1f %s", size, *unit);
+    return {size, *unit};
+}
+
+std::string SizeText(int64_t bytes)
+{
+    if (bytes < 1024)
+        return CountText(bytes, "byte", "bytes");
+    const ScaledSize size = ScaleSize(static_cast<uint64_t>(bytes));
+    return Formatted("%.1f %s", size.number, size.unit);
 }
 
 std::string ExactSizeText(int64_t bytes)

@@ -9,6 +9,14 @@ namespace vx {
 // 1234567 → "1,234,567"
 std::string GroupedText(int64_t number);
 
+// A number of bytes in the unit that suits it: 512 → 512 "bytes", 1536 → 1.5 "KiB". Rounded to one
+// decimal it is below 1024, so that there is never a "1024.0 KiB".
+struct ScaledSize {
+    double number;
+    const char *unit;
+};
+ScaledSize ScaleSize(uint64_t bytes);
+
 // Binary units: 512 → "512 bytes", 1536 → "1.5 KiB", 5 * 2^30 → "5.0 GiB"
 std::string SizeText(int64_t bytes);
 

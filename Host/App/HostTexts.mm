@@ -1,18 +1,17 @@
 #include "HostTexts.h"
 
+#include "NumberText.h"
+
 namespace vx {
 namespace {
 
 // Bytes have no decimals.
 std::string SizeOf(uint64_t bytes)
 {
-    static NSString *const kUnits[] = {@"bytes", @"KiB", @"MiB", @"GiB", @"TiB", @"PiB", @"EiB"};
-    double number = static_cast<double>(bytes);
-    size_t unit = 0;
-    for (; number >= 1024 && unit + 1 < std::size(kUnits); ++unit)
-        number /= 1024;
-    NSString *form = unit == 0 ? @"%.0f %@" : @"%.1f %@";
-    NSString *size = [NSString stringWithFormat:form, number, Localized(kUnits[unit])];
+    const ScaledSize scaled = ScaleSize(bytes);
+    NSString *form = bytes < 1024 ? @"%.0f %@" : @"%.1f %@";
+    NSString *size =
+        [NSString stringWithFormat:form, scaled.number, Localized(TextOf(scaled.unit))];
     return BytesOf([size stringByReplacingOccurrencesOfString:@"."
                                                    withString:Localized(@"DECIMAL_SIGN")]);
 }

@@ -143,6 +143,14 @@ TEST(HostTexts, SizesHaveOneDecimalAndBytesNone)
     EXPECT_EQ(size(1023), "1023 bytes");
     EXPECT_EQ(size(1536), "1.5 KiB");
     EXPECT_EQ(size(uint64_t{5} << 60), "5.0 EiB");
+    EXPECT_EQ(size(UINT64_MAX), "16.0 EiB");
+}
+
+TEST(HostTexts, ASizeIsNever1024OfAUnit)
+{
+    const auto size = vx::UserWording().size;
+    EXPECT_EQ(size((1 << 20) - 1), "1.0 MiB");
+    EXPECT_EQ(size((uint64_t{1} << 40) - 512), "1.0 TiB");
 }
 
 TEST(HostTexts, WhatIsNoUtf8IsStillShown)
