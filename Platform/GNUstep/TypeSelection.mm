@@ -33,7 +33,8 @@ unichar lowerAscii(unichar unit)
 // Settles most names of a large tree without a folded copy of each.
 bool beginsWithAnotherAscii(NSString *name, NSString *beginning)
 {
-    const unichar one = lowerAscii([name characterAtIndex:0]), other = [beginning characterAtIndex:0];
+    const unichar one = lowerAscii([name characterAtIndex:0]),
+                  other = [beginning characterAtIndex:0];
     return one < 0x80 && other < 0x80 && one != other;
 }
 
@@ -90,7 +91,8 @@ bool isOneCharacterRepeated(NSString *text)
 NSInteger rowFor(NSOutlineView *tree, NSString *typed, bool goesOn)
 {
     const NSInteger selected = [tree selectedRow];
-    const NSInteger row = rowThatBeginsWith(tree, typed, goesOn && selected >= 0 ? selected : selected + 1);
+    const NSInteger row =
+        rowThatBeginsWith(tree, typed, goesOn && selected >= 0 ? selected : selected + 1);
     if (row >= 0 || !isOneCharacterRepeated(typed))
         return row;
     const NSUInteger length = [typed rangeOfComposedCharacterSequenceAtIndex:0].length;
@@ -116,7 +118,8 @@ bool takeKey(NSOutlineView *tree, NSEvent *event)
     const NSUInteger commands = NSCommandKeyMask | NSAlternateKeyMask | NSControlKeyMask;
     if (([event modifierFlags] & commands) != 0 || !isPartOfAName([event characters]))
         return false;
-    const bool goesOn = g_view == tree && [g_typed length] > 0 && [event timestamp] - g_typedAt < kPause;
+    const bool goesOn =
+        g_view == tree && [g_typed length] > 0 && [event timestamp] - g_typedAt < kPause;
     NSString *typed = folded([goesOn ? g_typed : @"" stringByAppendingString:[event characters]]);
     if ([typed isEqualToString:@" "])
         return false;
@@ -145,8 +148,8 @@ void installTypeSelection()
     AssertMainThread();
     if (g_libraryKeyDown != nullptr)
         return;
-    g_libraryKeyDown = reinterpret_cast<KeyDown>(replaceMethod(
-        [NSOutlineView class], @selector(keyDown:), reinterpret_cast<IMP>(keyDown)));
+    g_libraryKeyDown = reinterpret_cast<KeyDown>(
+        replaceMethod([NSOutlineView class], @selector(keyDown:), reinterpret_cast<IMP>(keyDown)));
 }
 
 }  // namespace vx

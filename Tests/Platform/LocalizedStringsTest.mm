@@ -72,8 +72,9 @@ std::string ArgumentsOf(NSString *text)
 // What the interface files show, the columns' titles aside.
 std::set<std::string> InterfaceTexts()
 {
-    const std::regex texts("<(?:menuItem|menu|window|buttonCell|textFieldCell key=\"cell\") [^>]*?title=\"([^\"]+)\"|"
-                           "(?:toolTip|<accessibility description)=\"([^\"]+)\"");
+    const std::regex texts(
+        "<(?:menuItem|menu|window|buttonCell|textFieldCell key=\"cell\") [^>]*?title=\"([^\"]+)\"|"
+        "(?:toolTip|<accessibility description)=\"([^\"]+)\"");
     std::set<std::string> found;
     for (const char *name : {"MainMenu", "copyingFileWindow"}) {
         std::ifstream file(VX_RESOURCES_DIR "/Base/" + std::string(name) + ".xib");

@@ -238,8 +238,8 @@ void FuseTree::Describe(fuse_req_t request, fuse_ino_t number)
     fuse_reply_attr(request, &found, kForever);
 }
 
-// The entries of one reply, in the form that the kernel reads. Those that were described to it in full it
-// holds, unless the reply does not reach it.
+// The entries of one reply, in the form that the kernel reads. Those that were described to it in
+// full it holds, unless the reply does not reach it.
 class FuseTree::ListReply {
 public:
     ListReply(FuseTree &tree, fuse_req_t request, size_t room, bool isPlus)

@@ -31,8 +31,8 @@ bool IsNamed(ByteView sector)
            LooksLikeFat(sector);
 }
 
-// Shown by a name of eight letters, or by as many bytes of numbers that agree with each other. A wrong
-// key gives neither.
+// Shown by a name of eight letters, or by as many bytes of numbers that agree with each other. A
+// wrong key gives neither.
 bool IsFirstSector(ByteView sector, uint32_t sectorSize)
 {
     const uint32_t stated = StatedSectorSize(sector);
