@@ -9,6 +9,7 @@
 #include "RegisteredDefaults.h"
 #include "StartMessages.h"
 #include "SubstituteFonts.h"
+#include "SupplementaryGlyphs.h"
 #include "ThreadChecks.h"
 #include "TypeSelection.h"
 #include "WindowClosing.h"
@@ -109,6 +110,7 @@ NSString *information(NSString *key)
     vx::installMenuTracking();
     vx::installPacedDisplay();
     vx::installSubstituteFonts();
+    vx::installSupplementaryGlyphs();
     vx::installTypeSelection();
     vx::installWindowClosing();
     for (NSString *name in @[ @"folder", @"no-volume", @"warning", @"success" ])
