@@ -25,19 +25,20 @@ std::string OtherOwner(const std::string &path)
     return NameOf(status.st_uid);
 }
 
-std::string OwnerText(const std::string &path)
+std::string WhyNotOpened(const std::string &path, int error, const std::string &owner)
 {
-    const std::string owner = OtherOwner(path);
-    return owner.empty() ? "" : " of user " + owner;
-}
-
-std::string WhyNotOpened(const std::string &path, int error)
-{
-    const std::string owner = OtherOwner(path);
-    if (error == EACCES && !owner.empty())
+    if (!owner.empty())
         return path + " belongs to user " + owner +
                "; if that user's host is not running, have the file removed";
     return "cannot open " + path + ": " + strerror(error);
+}
+
+std::string WhyNotLocked(const std::string &path, int error, const std::string &owner)
+{
+    if (error != EWOULDBLOCK)
+        return "cannot lock " + path + ": " + strerror(error);
+    return "another host is running (it holds " + path +
+           (owner.empty() ? "" : " of user " + owner) + ")";
 }
 
 }  // namespace
@@ -58,13 +59,16 @@ bool HostLock::TryOnce()
 {
     UniqueFd file(open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!file) {
-        _error = WhyNotOpened(_path, errno);
+        const int error = errno;
+        _owner = error == EACCES ? OtherOwner(_path) : "";
+        _error = WhyNotOpened(_path, error, _owner);
         return false;
     }
     if (flock(file.Get(), LOCK_EX | LOCK_NB) == -1) {
-        _error = errno == EWOULDBLOCK
-                     ? "another host is running (it holds " + _path + OwnerText(_path) + ")"
-                     : "cannot lock " + _path + ": " + strerror(errno);
+        const int error = errno;
+        _isHeldByAnother = error == EWOULDBLOCK;
+        _owner = _isHeldByAnother ? OtherOwner(_path) : "";
+        _error = WhyNotLocked(_path, error, _owner);
         return false;
     }
     _file = std::move(file);

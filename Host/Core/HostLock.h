@@ -23,6 +23,10 @@ public:
     bool IsHeld() const { return bool(_file); }
     // One line on why it is not held; empty if it is.
     const std::string &GetError() const { return _error; }
+    // Whether another host is why.
+    bool IsHeldByAnother() const { return _isHeldByAnother; }
+    // The other user who keeps this one from it: "anna", "number 4711"; empty if none does.
+    const std::string &Owner() const { return _owner; }
 
 private:
     // Returns whether it is worth trying again.
@@ -31,6 +35,8 @@ private:
 
     const std::string _path;
     std::string _error;
+    std::string _owner;
+    bool _isHeldByAnother = false;
     UniqueFd _file;
 };
 

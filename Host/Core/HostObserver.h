@@ -37,6 +37,9 @@ struct SessionEnd {
     int signal = 0;      // of kInterrupted; 0 if the session was cancelled
     std::string text;    // how the explorer ended, "exit status 3", or the error
     bool isSent = true;  // false: the message for the explorer could not be sent
+    // Of kLinkTaken. isHeld: another host runs; otherwise a path is in the way.
+    bool isHeld = false;
+    std::string owner = {};  // the other user whose host or file it is; empty if none is known
 };
 
 class HostObserver {

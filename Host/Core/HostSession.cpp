@@ -60,7 +60,7 @@ SessionEnd HostSession::Run(HostRequest *request)
     const std::string error = lock.IsHeld() ? MakeFifoPair(_paths) : lock.GetError();
     if (!error.empty()) {
         request->secret.Wipe();
-        return {SessionEndKind::kLinkTaken, 0, error};
+        return {SessionEndKind::kLinkTaken, 0, error, true, lock.IsHeldByAnother(), lock.Owner()};
     }
     SessionEnd end = RunLocked(request);
     request->secret.Wipe();

@@ -37,6 +37,8 @@ TEST_F(HostLockTest, OneHolderAtATime)
     const vx::HostLock second(_path);
     EXPECT_FALSE(second.IsHeld());
     EXPECT_NE(second.GetError().find("another host is running"), std::string::npos);
+    EXPECT_TRUE(second.IsHeldByAnother());
+    EXPECT_EQ(second.Owner(), "");
     first.reset();
     EXPECT_TRUE(vx::HostLock(_path).IsHeld());
 }
@@ -76,7 +78,12 @@ TEST_F(HostLockTest, ALinkInThePlaceOfTheFileIsRefused)
     EXPECT_FALSE(PipeFolder::Exists(target));
 }
 
-// What a user without rights reads who tries the lock.
+std::string RefusalBy(const vx::HostLock &lock)
+{
+    return lock.GetError() + (lock.IsHeldByAnother() ? "; held by " : "; file of ") + lock.Owner();
+}
+
+// What a user without rights reads who tries the lock, and who is said to be the cause.
 std::string RefusalForNobody(const std::string &path)
 {
     constexpr uid_t kNobody = 65534;
@@ -86,7 +93,7 @@ std::string RefusalForNobody(const std::string &path)
     const pid_t child = fork();
     if (child == 0) {
         std::string text = setgid(kNobody) == 0 && setuid(kNobody) == 0
-                               ? vx::HostLock(path).GetError()
+                               ? RefusalBy(vx::HostLock(path))
                                : "no other user";
         _exit(write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0
                                                                                             : 1);
@@ -108,10 +115,10 @@ TEST_F(HostLockTest, AFileOfAnotherUserIsRefusedWithTheUsersName)
     const vx::HostLock lock(_path);
     EXPECT_EQ(RefusalForNobody(_path),
               _path + " belongs to user root; if that user's host is not running, have the file "
-                      "removed");
+                      "removed; file of root");
     ASSERT_EQ(chmod(_path.c_str(), 0666), 0);
     EXPECT_EQ(RefusalForNobody(_path),
-              "another host is running (it holds " + _path + " of user root)");
+              "another host is running (it holds " + _path + " of user root); held by root");
 }
 
 class FifoPairTest : public testing::Test {

@@ -221,6 +221,7 @@ TEST_F(SessionThreadTest, ASecondSessionOnTheSameLinkIsRefusedAndTheFirstGoesOn)
     const vx::SessionEnd second = Run(request.get());
     EXPECT_EQ(second.kind, SessionEndKind::kLinkTaken);
     EXPECT_THAT(second.text, HasSubstr("another host is running"));
+    EXPECT_TRUE(second.isHeld);
     EXPECT_EQ(kill(explorer, 0), 0);
     EXPECT_FALSE(End().has_value());
 }
