@@ -2,6 +2,7 @@
 
 #import "DamageWindow.h"
 #import "DropView.h"
+#include "HostArguments.h"
 #include "HostTexts.h"
 #include "OpeningReason.h"
 #include "ThreadChecks.h"
@@ -17,18 +18,15 @@ namespace {
 
 vx::HostServices (*servicesMaker)() = nullptr;
 
-// The first argument that is no default ("-Name value"), or nil.
+// The image of the command line, or nil.
 NSString *PathArgument()
 {
-    NSArray *arguments = [[NSProcessInfo processInfo] arguments];
-    for (NSUInteger i = 1; i < [arguments count]; ++i) {
-        NSString *argument = [arguments objectAtIndex:i];
-        if ([argument hasPrefix:@"-"])
-            ++i;
-        else if ([argument length] > 0)
-            return argument;
-    }
-    return nil;
+    std::vector<std::string> words;
+    for (NSString *word in [[NSProcessInfo processInfo] arguments])
+        words.push_back(vx::BytesOf(word));
+    words.erase(words.begin());
+    const std::string image = vx::ParseHostArguments(words).image;
+    return image.empty() ? nil : vx::TextOf(image);
 }
 
 NSString *AbsolutePath(NSString *path)

@@ -1,19 +1,48 @@
-// Volume Host: VolumeHost [PATH]
+// Volume Host: the host application with a window.
 #import <AppKit/AppKit.h>
 
 #include "EndingSignals.h"
 #import "HostAppDelegate.h"
+#include "HostArguments.h"
+#include "NoCoreDump.h"
 #include "StandardDescriptors.h"
 #include "SystemServices.h"
+#include "TerminalText.h"
 #include "ThreadChecks.h"
 
+#include <cstdio>
 #include <cstdlib>
+
+namespace {
+
+constexpr int kWrongUse = 2;
+
+// Before there is a display. Returns whether that was all, with its status.
+bool Answer(const vx::HostArguments &arguments, int *status)
+{
+    *status = arguments.error.empty() ? EXIT_SUCCESS : kWrongUse;
+    if (!arguments.error.empty())
+        fprintf(stderr, "volume-host-window: %s\n%s", vx::TerminalText(arguments.error).c_str(),
+                vx::kHostUsage);
+    else if (arguments.help || arguments.version)
+        fputs(arguments.help ? vx::kHostHelp : vx::kHostVersion, stdout);
+    else
+        return false;
+    return true;
+}
+
+}  // namespace
 
 int main(int argc, const char *argv[])
 {
     vx::CheckThreads();
     if (!vx::HoldStandardDescriptors())
         return EXIT_FAILURE;
+    int status = EXIT_SUCCESS;
+    if (Answer(vx::ParseHostArguments({argv + 1, argv + argc}), &status))
+        return status;
+    // Secrets are typed into it.
+    vx::PreventCoreDump();
     const vx::EndingSignals signals;
     // A bare argument is the delegate's business alone.
     NSAutoreleasePool *pool = [NSAutoreleasePool new];

@@ -14,6 +14,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ContainsRegex;
 
 // In no path and no other program's arguments.
 constexpr char kPassword[] = "Quasi7nonexhaustive";
@@ -60,6 +61,18 @@ protected:
         return found;
     }
 
+    // Below /proc.
+    fs::path FolderOfHost() const
+    {
+        for (const auto &process : fs::directory_iterator("/proc")) {
+            const std::string arguments = Contents(process.path() / "cmdline");
+            if (arguments == HOST_WINDOW + std::string(1, '\0') + image + '\0')
+                return process.path();
+        }
+        ADD_FAILURE() << "no " << HOST_WINDOW;
+        return "/";
+    }
+
     // Of this test: its arguments name the test's image.
     void KillExplorer()
     {
@@ -92,6 +105,7 @@ TEST_F(HostUserTest, AnImageIsOpenedWithAPasswordTypedIntoTheWindowAndAFolderExp
     const std::string explorer = DrawnWindow();
     EXPECT_TRUE(IsGone("Volume Host"));
     EXPECT_EQ(PlacesOfThePassword(), "");
+    EXPECT_THAT(Contents(FolderOfHost() / "limits"), ContainsRegex("Max core file size +0 +0 "));
     EXPECT_EQ(Run("xprop -root; xprop -id " + explorer).find(kPassword), std::string::npos);
     Focus(explorer);
     Key("ctrl+a");

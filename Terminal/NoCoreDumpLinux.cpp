@@ -1,0 +1,15 @@
+#include "NoCoreDump.h"
+
+#include <sys/prctl.h>
+#include <sys/resource.h>
+
+namespace vx {
+
+void PreventCoreDump()
+{
+    const struct rlimit none = {0, 0};
+    (void)setrlimit(RLIMIT_CORE, &none);
+    (void)prctl(PR_SET_DUMPABLE, 0);
+}
+
+}  // namespace vx
