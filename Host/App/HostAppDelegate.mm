@@ -37,6 +37,18 @@ NSString *AbsolutePath(NSString *path)
         [[[NSFileManager defaultManager] currentDirectoryPath] stringByAppendingPathComponent:path];
 }
 
+NSString *TakenText(const vx::SessionEnd &end)
+{
+    if (end.isHeld && !end.owner.empty())
+        return vx::Localized("The explorer is running for the user {1}. It has to be quit there.",
+                             {end.owner});
+    if (end.isHeld)
+        return vx::Localized(@"The explorer is running already. Quit it first.");
+    if (!end.owner.empty())
+        return vx::Localized("A file of the user {1} is in the way of the explorer.", {end.owner});
+    return vx::Localized(@"The connection to the explorer could not be made.");
+}
+
 // nil: as it should, and the user knows it.
 NSString *EndText(const vx::SessionEnd &end)
 {
@@ -47,7 +59,7 @@ NSString *EndText(const vx::SessionEnd &end)
     case vx::SessionEndKind::kInterrupted:
         return vx::Localized(@"Cancelled.");
     case vx::SessionEndKind::kLinkTaken:
-        return vx::Localized(@"The explorer is running already. Quit it first.");
+        return TakenText(end);
     case vx::SessionEndKind::kNotStarted:
         return vx::Localized(@"The explorer could not be started.");
     case vx::SessionEndKind::kNoNotice:
@@ -62,6 +74,15 @@ NSString *WithText(NSString *sentence, const std::string &text)
     if (sentence == nil || text.empty())
         return sentence;
     return [NSString stringWithFormat:@"%@\n%@", sentence, vx::TextOf(text)];
+}
+
+// nil: it was tried.
+NSString *UntriedText(const std::string &reason)
+{
+    if (reason.empty())
+        return nil;
+    return WithText(vx::Localized(@"The volume could not be tried before the explorer opened it."),
+                    reason);
 }
 
 }  // namespace
@@ -239,13 +260,24 @@ NSString *WithText(NSString *sentence, const std::string &text)
 - (void)sessionHasEnded:(const vx::SessionEnd &)end
 {
     AssertMainThread();
-    if (_state->isTerminating)
+    if (_state->isTerminating) {
+        [self printDamage];
         return [NSApp replyToApplicationShouldTerminate:YES];
+    }
     [self enableList];
     [_window makeKeyAndOrderFront:self];
     [_volumePane showEnd:_state->wasRefused ? nil : WithText(EndText(end), end.text)];
+    [_volumePane addMessage:UntriedText(_state->session->WhyNotTried())];
     if (!_state->session->Damage().IsEmpty())
         [self showDamage];
+}
+
+// There is no window any more that could show it.
+- (void)printDamage
+{
+    const vx::DamageList &damage = _state->session->Damage();
+    if (!damage.IsEmpty())
+        fputs(vx::DamageFile(damage, _state->session->Volume(), vx::UserWording()).c_str(), stderr);
 }
 
 - (void)showDamage

@@ -38,6 +38,8 @@ public:
     // Of the last session.
     const std::string &Volume() const { return _volume; }
     const DamageList &Damage() const { return _damage; }
+    // Empty if the volume was tried.
+    const std::string &WhyNotTried() const { return _whyNotTried; }
 
     void OnProgress(const ChannelProgress &progress) override;
     void OnTried(const TrialResult &result) override;
@@ -52,6 +54,7 @@ private:
     id<UnlockSessionDelegate> const _delegate;
     bool _isRunning = false;
     std::string _volume;
+    std::string _whyNotTried;
     DamageList _damage;
 };
 

@@ -10,6 +10,7 @@ bool UnlockSession::Start(const std::string &volume, const std::string &kind, Ty
     if (_isRunning)
         return false;
     _volume = volume;
+    _whyNotTried.clear();
     _damage = DamageList();
     // It may already call while it starts.
     _isRunning = true;
@@ -36,6 +37,7 @@ void UnlockSession::OnTried(const TrialResult &result)
     AssertMainThread();
     if (!result.opened && result.wasTried)
         return [_delegate sessionWasRefused:result];
+    _whyNotTried = result.opened ? "" : result.reason;
     _damage.AddWarnings(result.warnings);
 }
 

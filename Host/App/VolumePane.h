@@ -77,6 +77,8 @@ struct VolumePaneState;
 - (void)showProgress:(const vx::ChannelProgress &)progress;
 - (void)showRefusal:(const vx::TrialResult &)result;
 - (void)showEnd:(NSString *)message;
+// Below what is said already; nil adds nothing.
+- (void)addMessage:(NSString *)message;
 
 - (IBAction)chooseVolume:(id)sender;
 - (IBAction)chooseKind:(id)sender;

@@ -385,6 +385,18 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_fields selectText];
 }
 
+- (void)addMessage:(NSString *)message
+{
+    AssertMainThread();
+    if (message == nil)
+        return;
+    NSString *said = [_messageLabel stringValue];
+    if ([said length] > 0)
+        message = [NSString stringWithFormat:@"%@\n%@", said, message];
+    [_messageLabel setStringValue:message];
+    [_stack layOut];
+}
+
 // nil: nothing is going on.
 - (void)setBusy:(NSString *)status
 {

@@ -6,6 +6,7 @@
 #include "VolumeReport.h"
 
 #include <filesystem>
+#include <objc/runtime.h>
 
 namespace {
 
@@ -81,6 +82,33 @@ TEST_F(DamageWindowTest, ANewSessionPutsTheOldListAway)
     EXPECT_FALSE([[[delegate damageWindow] window] isVisible]);
     End(vx::SessionEndKind::kQuit);
     EXPECT_FALSE([[[delegate damageWindow] window] isVisible]) << "there was none this time";
+}
+
+// In place of what ends the process.
+void RecordReply(id, SEL, BOOL) {}
+
+TEST_F(DamageWindowTest, WhatCouldNotBeReadIsPrintedIfTheApplicationEndsWithTheExplorer)
+{
+    const SEL reply = @selector(replyToApplicationShouldTerminate:);
+    Method method = class_getInstanceMethod([NSApplication class], reply);
+    const IMP ending = method_setImplementation(method, reinterpret_cast<IMP>(RecordReply));
+    Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
+    Click([Pane() unlockButton]);
+    ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
+    Start();
+    sessions->listener->OnDamage({vx::ChannelDamageKind::kFileData,
+                                  static_cast<uint32_t>(VolumeObstacle::kUnreadable),
+                                  "/Users/a.pdf",
+                                  {{4096, 512}},
+                                  0});
+    EXPECT_EQ([delegate applicationShouldTerminate:NSApp], NSTerminateLater);
+    testing::internal::CaptureStderr();
+    End(vx::SessionEndKind::kInterrupted);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find(
+                  "Not read in full: /x.img\n\n/Users/a.pdf\t512 bytes\t"),
+              std::string::npos);
+    EXPECT_EQ([delegate damageWindow], nil);
+    method_setImplementation(method, ending);
 }
 
 }  // namespace

@@ -212,6 +212,49 @@ TEST_F(HostWindowTest, WhatCouldNotBeTriedIsLeftToTheExplorerAndItsReasonIsSaidA
     EXPECT_EQ(Message(), "This password does not open the volume.");
 }
 
+TEST_F(HostWindowTest, WhyAVolumeWasNotTriedIsSaidWhenTheExplorerHasQuit)
+{
+    Choose(kDisk, PlainVolume(kDisk, "DATA"));
+    Click([Pane() unlockButton]);
+    ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
+    vx::TrialResult untried;
+    untried.wasTried = false;
+    untried.reason = "the volume was not tried: cannot start x";
+    sessions->listener->OnTried(untried);
+    sessions->listener->OnStarted();
+    End(vx::SessionEndKind::kQuit);
+    EXPECT_EQ(Message(), "The volume could not be tried before the explorer opened it.\n"
+                         "the volume was not tried: cannot start x");
+    [Pane() unlock:nil];
+    ASSERT_EQ(sessions->started, 2);
+    Start();
+    End(vx::SessionEndKind::kQuit);
+    EXPECT_EQ(Message(), "");
+}
+
+TEST_F(HostWindowTest, WhoKeepsTheExplorerFromStartingIsNamed)
+{
+    struct Taken {
+        bool isHeld;
+        const char *owner;
+        const char *sentence;
+    };
+    constexpr Taken kTaken[] = {
+        {true, "", "The explorer is running already. Quit it first."},
+        {true, "anna", "The explorer is running for the user anna. It has to be quit there."},
+        {false, "anna", "A file of the user anna is in the way of the explorer."},
+        {false, "", "The connection to the explorer could not be made."}};
+    Choose(kDisk, PlainVolume(kDisk, "DATA"));
+    for (const Taken &taken : kTaken) {
+        [Pane() unlock:nil];
+        vx::SessionEnd end = {vx::SessionEndKind::kLinkTaken, 0, "why"};
+        end.isHeld = taken.isHeld;
+        end.owner = taken.owner;
+        sessions->listener->OnEnded(end);
+        EXPECT_EQ(Message(), std::string(taken.sentence) + "\nwhy");
+    }
+}
+
 TEST_F(HostWindowTest, AnExplorerThatIsKilledIsReported)
 {
     Choose(kDisk, PlainVolume(kDisk, "DATA"));
