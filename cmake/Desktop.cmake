@@ -6,7 +6,6 @@ if(APPLE OR NOT TARGET volume-host-window)
 endif()
 
 set(desktop "${CMAKE_SOURCE_DIR}/packaging/desktop")
-set(images "${CMAKE_SOURCE_DIR}/FileExplorer/Resources/Images")
 vx_install_command(volume-host-window VolumeHost.app/VolumeHost)
 install(FILES "${desktop}/volume-host-window.desktop" DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
 install(FILES "${desktop}/volume-explorer.xml" DESTINATION "${CMAKE_INSTALL_DATADIR}/mime/packages")
@@ -25,5 +24,5 @@ foreach(size 16 24 32 48 64 128 256)
   install(FILES "${CMAKE_SOURCE_DIR}/packaging/icons/volume-explorer-${size}.png"
     DESTINATION "${icons}/${size}x${size}/apps" RENAME volume-explorer.png)
 endforeach()
-install(FILES "${images}/FileExplorer.svg"
+install(FILES "${CMAKE_SOURCE_DIR}/Host/App/Resources/Images/VolumeHost.svg"
   DESTINATION "${icons}/scalable/apps" RENAME volume-explorer.svg)

@@ -5,7 +5,7 @@
 # CompletePackage.cmake on the installed tree and PackageSymbols.cmake at the end.
 set(completions "${CMAKE_SOURCE_DIR}/packaging/completions")
 set(bash "${completions}/volume-explorer.bash")
-foreach(program volume-export volume-host volume-info volume-mount)
+foreach(program volume-export volume-host volume-host-window volume-info volume-mount)
   if(TARGET ${program})
     install(FILES "${bash}" RENAME ${program}
       DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
@@ -28,7 +28,7 @@ add_custom_target(product DEPENDS ${product})
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME volume-explorer)
 set(CPACK_PACKAGE_VENDOR "The volume explorer's authors")
-set(CPACK_PACKAGE_CONTACT "The volume explorer's authors <maintainers@volume-explorer.org>")
+set(CPACK_PACKAGE_CONTACT "The volume explorer's authors <maintainers@volume-explorer.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "read BitLocker-encrypted disks and get files back")
 set(CPACK_PACKAGE_DESCRIPTION "Opens disks and disk images that BitLocker encrypted, with a password,
 a recovery key, a startup key or a recovery file, and copies files out of

@@ -1,5 +1,5 @@
-# Completion for volume-export, volume-host, volume-info and volume-mount in bash. It is loaded under
-# the name of each of them.
+# Completion for volume-export, volume-host, volume-host-window, volume-info and volume-mount in bash. It
+# is loaded under the name of each of them.
 
 # The options of a program, and after "=" what follows each that has a value.
 _volume_explorer_options() {
@@ -12,6 +12,7 @@ _volume_explorer_options() {
             --verbose --verify --version --write-map=file
         ;;
     volume-host) echo --explorer=file --help --send=text --unlock=kind --version ;;
+    volume-host-window) echo --help --version ;;
     volume-info) echo --help --json --search --show-recovery-password --unlock=kind --version ;;
     volume-mount) echo --allow-other --background --help --unlock=kind --version ;;
     esac
@@ -123,4 +124,4 @@ _volume_explorer() {
     esac
 }
 
-complete -o default -F _volume_explorer volume-export volume-host volume-info volume-mount
+complete -o default -F _volume_explorer volume-export volume-host volume-host-window volume-info volume-mount
