@@ -16,29 +16,15 @@ std::string NameOf(uid_t user)
     return entry == nullptr ? "number " + std::to_string(user) : entry->pw_name;
 }
 
-// The user of the file if that is another one: "anna", "number 4711"; empty otherwise.
-std::string OtherOwner(const std::string &path)
+// Why a file is no lock of this user, in one line; empty if it is one.
+std::string WhyInTheWay(const std::string &path, const struct stat &status)
 {
-    struct stat status;
-    if (lstat(path.c_str(), &status) == -1 || status.st_uid == geteuid())
-        return "";
-    return NameOf(status.st_uid);
-}
-
-std::string WhyNotOpened(const std::string &path, int error, const std::string &owner)
-{
-    if (!owner.empty())
-        return path + " belongs to user " + owner +
+    if (!S_ISREG(status.st_mode) || status.st_size != 0)
+        return path + " is in the way: it is not an empty file; move it elsewhere";
+    if (status.st_uid != geteuid())
+        return path + " belongs to user " + NameOf(status.st_uid) +
                "; if that user's host is not running, have the file removed";
-    return "cannot open " + path + ": " + strerror(error);
-}
-
-std::string WhyNotLocked(const std::string &path, int error, const std::string &owner)
-{
-    if (error != EWOULDBLOCK)
-        return "cannot lock " + path + ": " + strerror(error);
-    return "another host is running (it holds " + path +
-           (owner.empty() ? "" : " of user " + owner) + ")";
+    return "";
 }
 
 }  // namespace
@@ -51,24 +37,41 @@ HostLock::HostLock(const std::string &path) : _path(path)
 
 HostLock::~HostLock()
 {
-    if (IsHeld())
+    struct stat status;
+    if (IsHeld() && PathStillNamesFile() && fstat(_file.Get(), &status) == 0 &&
+        WhyInTheWay(_path, status).empty())
         unlink(_path.c_str());
 }
 
 bool HostLock::TryOnce()
 {
-    UniqueFd file(open(_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file) {
-        const int error = errno;
-        _owner = error == EACCES ? OtherOwner(_path) : "";
-        _error = WhyNotOpened(_path, error, _owner);
+    // Before the file is opened: that alone would wake who waits at a FIFO.
+    struct stat status;
+    if (lstat(_path.c_str(), &status) == 0 && !IsOwnLock(status))
+        return false;
+    constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    UniqueFd file(open(_path.c_str(), kFlags, 0600));
+    if (!file || fstat(file.Get(), &status) == -1) {
+        _error = "cannot open " + _path + ": " + strerror(errno);
         return false;
     }
+    return IsOwnLock(status) && Lock(std::move(file));
+}
+
+bool HostLock::IsOwnLock(const struct stat &status)
+{
+    _error = WhyInTheWay(_path, status);
+    if (!_error.empty() && status.st_uid != geteuid())
+        _owner = NameOf(status.st_uid);
+    return _error.empty();
+}
+
+bool HostLock::Lock(UniqueFd file)
+{
     if (flock(file.Get(), LOCK_EX | LOCK_NB) == -1) {
-        const int error = errno;
-        _isHeldByAnother = error == EWOULDBLOCK;
-        _owner = _isHeldByAnother ? OtherOwner(_path) : "";
-        _error = WhyNotLocked(_path, error, _owner);
+        _isHeldByAnother = errno == EWOULDBLOCK;
+        _error = _isHeldByAnother ? "another host is running (it holds " + _path + ")"
+                                  : "cannot lock " + _path + ": " + strerror(errno);
         return false;
     }
     _file = std::move(file);

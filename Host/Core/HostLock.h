@@ -3,12 +3,15 @@
 // The kernel releases the lock however the process ends, so a host that crashed never blocks the
 // next one. The file is removed while the lock is still held; a host that opened it just before
 // sees that the path now names another file, or none, and starts over.
+// Only an empty ordinary file of this user is a lock. Whatever else lies at the path is refused by
+// name, and neither opened nor removed.
 // The descriptor is close-on-exec: the explorer does not inherit the lock.
 #pragma once
 
 #include "UniqueFd.h"
 
 #include <string>
+#include <sys/stat.h>
 
 namespace vx {
 
@@ -31,6 +34,8 @@ public:
 private:
     // Returns whether it is worth trying again.
     bool TryOnce();
+    bool IsOwnLock(const struct stat &status);
+    bool Lock(UniqueFd file);
     bool PathStillNamesFile() const;
 
     const std::string _path;

@@ -16,7 +16,9 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -64,18 +66,91 @@ TEST_F(HostLockTest, ARefusedLockLeavesTheHoldersFileAlone)
 
 TEST_F(HostLockTest, AFileThatACrashedHostLeftBehindIsNoLock)
 {
-    std::ofstream(_path) << "left behind";
+    std::ofstream(_path).close();
     EXPECT_TRUE(vx::HostLock(_path).IsHeld());
+}
+
+std::string InTheWay(const std::string &path)
+{
+    return path + " is in the way: it is not an empty file; move it elsewhere";
+}
+
+std::string TextIn(const std::string &path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST_F(HostLockTest, AFileWithContentsIsRefusedAndLeftAlone)
+{
+    std::ofstream(_path) << "precious";
+    {
+        const vx::HostLock lock(_path);
+        EXPECT_FALSE(lock.IsHeld());
+        EXPECT_EQ(lock.GetError(), InTheWay(_path));
+        const vx::UniqueFd file(open(_path.c_str(), O_RDONLY | O_CLOEXEC));
+        EXPECT_EQ(flock(file.Get(), LOCK_EX | LOCK_NB), 0);
+    }
+    EXPECT_EQ(TextIn(_path), "precious");
+}
+
+TEST_F(HostLockTest, AFifoIsRefusedAndLeftAlone)
+{
+    ASSERT_EQ(mkfifo(_path.c_str(), 0600), 0);
+    struct stat before = {}, after = {};
+    ASSERT_EQ(stat(_path.c_str(), &before), 0);
+    {
+        const vx::HostLock lock(_path);
+        EXPECT_FALSE(lock.IsHeld());
+        EXPECT_EQ(lock.GetError(), InTheWay(_path));
+    }
+    ASSERT_EQ(lstat(_path.c_str(), &after), 0);
+    EXPECT_TRUE(S_ISFIFO(after.st_mode));
+    EXPECT_EQ(before.st_ino, after.st_ino);
+}
+
+TEST_F(HostLockTest, AFolderIsRefused)
+{
+    ASSERT_EQ(mkdir(_path.c_str(), 0700), 0);
+    EXPECT_EQ(vx::HostLock(_path).GetError(), InTheWay(_path));
+}
+
+TEST_F(HostLockTest, AFileThatTookThePlaceOfTheHeldOneIsLeftAlone)
+{
+    {
+        const vx::HostLock lock(_path);
+        ASSERT_TRUE(lock.IsHeld());
+        const std::string other = _folder.At("other");
+        std::ofstream(other).close();
+        ASSERT_EQ(rename(other.c_str(), _path.c_str()), 0);
+    }
+    EXPECT_TRUE(PipeFolder::Exists(_path));
+}
+
+TEST_F(HostLockTest, AHeldFileIntoWhichSomeoneWroteIsLeftAlone)
+{
+    {
+        const vx::HostLock lock(_path);
+        ASSERT_TRUE(lock.IsHeld());
+        std::ofstream(_path) << "precious";
+    }
+    EXPECT_EQ(TextIn(_path), "precious");
 }
 
 TEST_F(HostLockTest, ALinkInThePlaceOfTheFileIsRefused)
 {
     const std::string target = _folder.At("target");
     ASSERT_EQ(symlink(target.c_str(), _path.c_str()), 0);
-    const vx::HostLock lock(_path);
-    EXPECT_FALSE(lock.IsHeld());
-    EXPECT_NE(lock.GetError(), "");
+    EXPECT_EQ(vx::HostLock(_path).GetError(), InTheWay(_path));
     EXPECT_FALSE(PipeFolder::Exists(target));
+}
+
+constexpr uid_t kNobody = 65534;
+
+std::string BelongsTo(const std::string &user, const std::string &path)
+{
+    return path + " belongs to user " + user +
+           "; if that user's host is not running, have the file removed; file of " + user;
 }
 
 std::string RefusalBy(const vx::HostLock &lock)
@@ -86,7 +161,6 @@ std::string RefusalBy(const vx::HostLock &lock)
 // What a user without rights reads who tries the lock, and who is said to be the cause.
 std::string RefusalForNobody(const std::string &path)
 {
-    constexpr uid_t kNobody = 65534;
     int ends[2];
     if (pipe(ends) == -1)
         return "no pipe";
@@ -113,12 +187,20 @@ TEST_F(HostLockTest, AFileOfAnotherUserIsRefusedWithTheUsersName)
         GTEST_SKIP() << "only root can be two users";
     ASSERT_EQ(chmod(_folder.At("").c_str(), 01777), 0);
     const vx::HostLock lock(_path);
-    EXPECT_EQ(RefusalForNobody(_path),
-              _path + " belongs to user root; if that user's host is not running, have the file "
-                      "removed; file of root");
-    ASSERT_EQ(chmod(_path.c_str(), 0666), 0);
-    EXPECT_EQ(RefusalForNobody(_path),
-              "another host is running (it holds " + _path + " of user root); held by root");
+    for (const mode_t mode : {0600, 0666}) {
+        ASSERT_EQ(chmod(_path.c_str(), mode), 0);
+        EXPECT_EQ(RefusalForNobody(_path), BelongsTo("root", _path));
+    }
+}
+
+TEST_F(HostLockTest, RootLeavesAFileOfAnotherUserAlone)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be two users";
+    std::ofstream(_path).close();
+    ASSERT_EQ(chown(_path.c_str(), kNobody, kNobody), 0);
+    EXPECT_EQ(RefusalBy(vx::HostLock(_path)), BelongsTo("nobody", _path));
+    EXPECT_TRUE(PipeFolder::Exists(_path));
 }
 
 class FifoPairTest : public testing::Test {
