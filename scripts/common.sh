@@ -16,7 +16,7 @@ test_packages=(
     libgtest-dev libgmock-dev
     xvfb xdotool xclip x11-apps x11-utils openbox imagemagick fonts-wqy-microhei
     ntfs-3g exfatprogs exfat-fuse fusefat fdisk qemu-utils ewf-tools attr xz-utils
-    bzip2 zstd lz4 p7zip-full zip unzip
+    bzip2 zstd lz4 p7zip-full zip unzip libvhdi-utils
     rsync gddrescue libwim-dev wimtools sleuthkit python3 cryptsetup-bin strace acl
     lintian desktop-file-utils appstream bash-completion zsh fish
 )

@@ -7,6 +7,8 @@ constexpr size_t kSector = 512;
 constexpr size_t kHeaderAt = 512;
 constexpr size_t kHeaderBytes = 1024;
 constexpr size_t kLocatedAt = 4096;
+constexpr uint32_t kReserved = 2;  // the feature that every image has
+constexpr uint32_t kVersion = 0x00010000;
 
 std::string Number(uint64_t value, size_t bytes)
 {
@@ -56,7 +58,7 @@ std::string VhdWriter::WithSum(std::string bytes, size_t at)
 std::string VhdWriter::Footer() const
 {
     std::string footer(kSector, '\0');
-    Put(0, "conectix", &footer);
+    Put(0, "conectix" + Number(kReserved, 4) + Number(kVersion, 4), &footer);
     Put(16, Number(_recipe.type == 2 ? ~uint64_t{0} : kHeaderAt, 8), &footer);
     Put(40, Number(_recipe.diskBytes, 8) + Number(_recipe.diskBytes, 8), &footer);
     Put(60, Number(_recipe.type, 4), &footer);
@@ -67,8 +69,9 @@ std::string VhdWriter::Footer() const
 std::string VhdWriter::Header(std::string *locators) const
 {
     std::string header(kHeaderBytes, '\0');
-    Put(0, "cxsparse", &header);
+    Put(0, "cxsparse" + Number(~uint64_t{0}, 8), &header);
     Put(16, Number(_recipe.tableAt, 8), &header);
+    Put(24, Number(kVersion, 4), &header);
     Put(28, Number(_recipe.entries.value_or(static_cast<uint32_t>(_blocks.size())), 4), &header);
     Put(32, Number(_recipe.blockBytes, 4), &header);
     Put(40, _recipe.parentId, &header);
