@@ -47,7 +47,7 @@ TEST_F(VolumeTrialTest, AVolumeThatOpensGivesNoReason)
     EXPECT_EQ(_trial.KeyDigits().Size(), 0u) << "nothing was unlocked";
 }
 
-TEST_F(VolumeTrialTest, AVolumeThatDoesNotExistIsToldInWordsWithItsStatus)
+TEST_F(VolumeTrialTest, AVolumeThatDoesNotExistIsReportedInWordsWithItsStatus)
 {
     const vx::TrialResult &result = Try(_folder.Path() + "/missing");
     EXPECT_FALSE(result.opened);
@@ -78,7 +78,7 @@ TEST_F(VolumeTrialTest, TheSecretIsNotRepeated)
     EXPECT_EQ(result.reason.find("111111-secret"), std::string::npos);
 }
 
-TEST_F(VolumeTrialTest, AMissingLibraryIsTold)
+TEST_F(VolumeTrialTest, AMissingLibraryIsReported)
 {
     _request.programs.explorer = _folder.Path() + "/X.app/X";
     const vx::TrialResult &result = Try("/");
@@ -88,7 +88,7 @@ TEST_F(VolumeTrialTest, AMissingLibraryIsTold)
     EXPECT_THAT(result.reason, HasSubstr("the volume library does not load"));
 }
 
-TEST_F(VolumeTrialTest, ALibraryWithoutTheEntryIsTold)
+TEST_F(VolumeTrialTest, ALibraryWithoutTheEntryIsReported)
 {
     _folder.MakeLink("libBitLockerWapper.dylib", ENTRYLESS_LIBRARY);
     _request.programs.explorer = _folder.Path() + "/X.app/X";
@@ -97,7 +97,7 @@ TEST_F(VolumeTrialTest, ALibraryWithoutTheEntryIsTold)
     EXPECT_TRUE(_trial.TakesTexts());
 }
 
-TEST_F(VolumeTrialTest, ALibraryThatCrashesIsTold)
+TEST_F(VolumeTrialTest, ALibraryThatCrashesIsReported)
 {
     _folder.MakeLink("libBitLockerWapper.dylib", CRASHING_LIBRARY);
     _request.programs.explorer = _folder.Path() + "/X.app/X";
@@ -117,7 +117,7 @@ TEST_F(VolumeTrialTest, AnExplorerOutsideABundleIsNotTriedFor)
     EXPECT_EQ(result.reason, "");
 }
 
-TEST_F(VolumeTrialTest, ATrialThatCannotBeStartedIsTold)
+TEST_F(VolumeTrialTest, ATrialThatCannotBeStartedIsReported)
 {
     _request.programs.trial = _folder.Path() + "/volume-trial";
     const vx::TrialResult &result = Try("/");
@@ -125,7 +125,7 @@ TEST_F(VolumeTrialTest, ATrialThatCannotBeStartedIsTold)
     EXPECT_THAT(result.reason, HasSubstr("cannot start " + _folder.Path() + "/volume-trial: "));
 }
 
-TEST_F(VolumeTrialTest, ASecretThatIsTooLongForTheChannelIsTold)
+TEST_F(VolumeTrialTest, ASecretThatIsTooLongForTheChannelIsReported)
 {
     const vx::TrialResult &result = Try(std::string(5000, 'a'));
     EXPECT_FALSE(result.wasTried);
