@@ -1,13 +1,3 @@
-# Finds libzstd, which comes without a CMake file of its own everywhere. Defines Zstd::Zstd.
-find_path(Zstd_INCLUDE_DIR zstd.h)
-find_library(Zstd_LIBRARY zstd)
-mark_as_advanced(Zstd_INCLUDE_DIR Zstd_LIBRARY)
-
-include(FindPackageHandleStandardArgs)
-find_package_handle_standard_args(Zstd REQUIRED_VARS Zstd_LIBRARY Zstd_INCLUDE_DIR)
-if(Zstd_FOUND AND NOT TARGET Zstd::Zstd)
-  add_library(Zstd::Zstd UNKNOWN IMPORTED)
-  set_target_properties(Zstd::Zstd PROPERTIES
-    IMPORTED_LOCATION "${Zstd_LIBRARY}"
-    INTERFACE_INCLUDE_DIRECTORIES "${Zstd_INCLUDE_DIR}")
-endif()
+# Finds libzstd, which has a CMake file of its own on some systems only. Defines Zstd::Zstd.
+include(PlainLibrary)
+vx_find_plain_library(Zstd zstd.h zstd)
