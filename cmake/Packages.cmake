@@ -3,13 +3,17 @@
 #
 # cpack reads PackageVersion.cmake, which takes version and date from the commit, and runs
 # CompletePackage.cmake on the installed tree and PackageSymbols.cmake at the end.
+# What the completions for fish name as @kinds@.
+file(READ "${CMAKE_SOURCE_DIR}/packaging/completions/unlock-kinds.txt" kinds)
+string(STRIP "${kinds}" kinds)
 set(completions "${CMAKE_SOURCE_DIR}/packaging/completions")
 set(bash "${completions}/volume-explorer.bash")
 foreach(program volume-export volume-host volume-host-window volume-info volume-mount)
   if(TARGET ${program})
     install(FILES "${bash}" RENAME ${program}
       DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
-    install(FILES "${completions}/${program}.fish"
+    configure_file("${completions}/${program}.fish" "completions/${program}.fish" @ONLY)
+    install(FILES "${CMAKE_CURRENT_BINARY_DIR}/completions/${program}.fish"
       DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
   endif()
 endforeach()

@@ -3,14 +3,7 @@
 complete -c volume-export -s h -l help -d 'Say how the program is used'
 complete -c volume-export -l version -d 'Print the version'
 complete -c volume-export -l unlock -x -d 'How to unlock the volume' -a '
-    none\t"no secret"
-    password\t"the password"
-    recovery\t"the recovery password of 48 digits"
-    startup-key\t"a key file"
-    recovery-file\t"a file with a recovery password"
-    key-ring\t"a folder or file with many keys"
-    vmk\t"the volume master key"
-    fvek\t"the key of the sectors"
+    @kinds@
 '
 complete -c volume-export -l list -d 'List files and folders'
 complete -c volume-export -l recursive -d 'List everything below as well'
