@@ -1,5 +1,7 @@
 #include "SourceRows.h"
 
+#include "PathText.h"
+
 namespace vx {
 namespace {
 
@@ -7,12 +9,6 @@ std::string NameOf(const std::string &path)
 {
     const size_t slash = path.rfind('/');
     return slash == std::string::npos || slash + 1 == path.size() ? path : path.substr(slash + 1);
-}
-
-std::string FolderOf(const std::string &path)
-{
-    const size_t slash = path.rfind('/');
-    return slash == 0 ? "/" : path.substr(0, slash);
 }
 
 // What the user knows it by; the path's last part if it has no name.
