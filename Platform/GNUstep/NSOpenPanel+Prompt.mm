@@ -1,9 +1,9 @@
 // The prompt of an open panel titles its confirming button, as on macOS; the library titles the
 // label before the name field with it. The panel also loses its two buttons for removable media,
 // which do nothing on current desktops, and gains what PanelParts.h lists. It opens on the folder
-// it was left in, centred over its window, says so if it is for folders alone, and a folder whose
-// path is typed can be confirmed. A category overrides the library's methods for every open panel,
-// with any theme.
+// it was left in, centred over its window, says so if it is for folders alone, and a folder or file
+// whose path is typed can be confirmed. A category overrides the library's methods for every open
+// panel, with any theme.
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
@@ -21,6 +21,10 @@
 - (void)_setupForDirectory:(NSString *)path file:(NSString *)name;
 @end
 
+@interface NSOpenPanel (TypedPath)
+- (BOOL)selectFileNamed:(NSString *)path;
+@end
+
 namespace {
 
 IMP libraryTextDidChange = nullptr;
@@ -28,23 +32,31 @@ IMP libraryTextDidChange = nullptr;
 // Of the one panel.
 PanelParts *g_parts = nil;
 
-bool isFolder(NSString *path)
+enum class Typed { kNothing, kFolder, kFile };
+
+Typed whatIsTyped(NSString *path)
 {
     BOOL folder = NO;
-    return [path isAbsolutePath] &&
-           [[NSFileManager defaultManager] fileExistsAtPath:[path stringByStandardizingPath]
-                                                isDirectory:&folder] &&
-           folder;
+    if (![path isAbsolutePath] ||
+        ![[NSFileManager defaultManager] fileExistsAtPath:[path stringByStandardizingPath]
+                                              isDirectory:&folder])
+        return Typed::kNothing;
+    return folder ? Typed::kFolder : Typed::kFile;
 }
 
 // The library shows the folder whose path is typed, but leaves the button off because no row of the
-// folder is selected. A path that leads to no folder keeps it off: the browser then still shows the
-// last folder on the way, which is not what was typed.
+// folder is selected; of a file it shows the folder that it is in. A path that leads to nothing
+// keeps it off: the browser then still shows the last folder on the way, which is not what was
+// typed.
 void textDidChange(id panel, SEL selector, NSNotification *notification)
 {
     reinterpret_cast<void (*)(id, SEL, id)>(libraryTextDidChange)(panel, selector, notification);
     NSString *typed = [[[notification userInfo] objectForKey:@"NSFieldEditor"] string];
-    if ([panel canChooseDirectories] && isFolder(typed)) {
+    const Typed what = whatIsTyped(typed);
+    const bool isChosen = what == Typed::kFolder
+                              ? [panel canChooseDirectories]
+                              : what == Typed::kFile && [panel selectFileNamed:typed];
+    if (isChosen) {
         NSView *button = [[panel contentView] viewWithTag:NSFileHandlingPanelOKButton];
         [(NSButton *)button setEnabled:YES];
     }
@@ -74,6 +86,20 @@ NSPoint centredOver(NSWindow *window, NSSize size)
 }  // namespace
 
 @implementation NSOpenPanel (Prompt)
+
+// In the folder on view. NO if it is not listed, or files are not chosen.
+- (BOOL)selectFileNamed:(NSString *)path
+{
+    const NSInteger column = [_browser lastColumn];
+    NSMatrix *rows = [_browser matrixInColumn:column];
+    for (NSInteger row = 0; [self canChooseFiles] && row < [rows numberOfRows]; ++row) {
+        if (![[[rows cellAtRow:row column:0] stringValue] isEqualToString:[path lastPathComponent]])
+            continue;
+        [_browser selectRow:row inColumn:column];
+        return YES;
+    }
+    return NO;
+}
 
 - (NSString *)prompt
 {
