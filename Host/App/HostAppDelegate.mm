@@ -11,6 +11,7 @@ struct HostAppState {
     vx::HostServices services;
     std::unique_ptr<vx::UnlockSession> session;
     bool wasRefused = false;
+    std::string lost;  // the disk of the running session, if it has gone
     bool isTerminating = false;
 };
 
@@ -203,8 +204,14 @@ NSString *UntriedText(const std::string &reason)
 {
     AssertMainThread();
     // A session notices by itself.
+    _state->lost = vx::BytesOf(path);
     if (![self isRunning])
-        [_volumePane showNothing:vx::Localized("{1} was removed.", {vx::BytesOf(path)})];
+        [self showLost];
+}
+
+- (void)showLost
+{
+    [_volumePane showNothing:vx::Localized("{1} was removed.", {_state->lost})];
 }
 
 // Unlocking
@@ -216,6 +223,7 @@ NSString *UntriedText(const std::string &reason)
 {
     AssertMainThread();
     _state->wasRefused = false;
+    _state->lost.clear();
     [_sourceList.tableView setEnabled:NO];
     [_openButton setEnabled:NO];
     [_volumePane showTrial];
@@ -268,6 +276,8 @@ NSString *UntriedText(const std::string &reason)
     [_window makeKeyAndOrderFront:self];
     [_volumePane showEnd:_state->wasRefused ? nil : WithText(EndText(end), end.text)];
     [_volumePane addMessage:UntriedText(_state->session->WhyNotTried())];
+    if (!_state->lost.empty())
+        [self showLost];
     if (!_state->session->Damage().IsEmpty())
         [self showDamage];
 }
