@@ -24,11 +24,14 @@ struct BackgroundWork::Piece {
 
 void CallOnMain(std::function<void()> call)
 {
+    // A thread that is not the library's has no pool of its own.
+    NSAutoreleasePool *pool = [NSAutoreleasePool new];
     auto *kept = new std::function<void()>(std::move(call));
     dispatch_async(dispatch_get_main_queue(), ^{
         (*kept)();
         delete kept;
     });
+    [pool release];
 }
 
 BackgroundWork::BackgroundWork() = default;
