@@ -50,7 +50,11 @@ public:
 
 HostServices SystemServices()
 {
-    const HostPrograms programs = InstalledPrograms();
+    return SystemServicesWith(InstalledPrograms());
+}
+
+HostServices SystemServicesWith(const HostPrograms &programs)
+{
     HostServices services;
     services.disks = std::make_unique<SystemDisks>();
     services.facts = std::make_unique<InfoProgram>(programs.info);
