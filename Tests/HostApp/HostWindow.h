@@ -1,5 +1,5 @@
-// The window of Volume Host in the test's own process, with stand-ins for the system, and a real
-// mouse and keyboard.
+// The window of Volume Host in the test's own process, with stand-ins for the system or with the
+// system itself, and a real mouse and keyboard.
 #pragma once
 
 #import "HostAppDelegate.h"
@@ -12,7 +12,11 @@
 
 class HostWindowTest : public testing::Test {
 protected:
-    HostWindowTest();
+    enum class Services { kStandIns, kNone };
+
+    HostWindowTest() : HostWindowTest(Services::kStandIns) {}
+    // kNone: the window shows when the test has begun with services of its own.
+    explicit HostWindowTest(Services services);
     ~HostWindowTest() override;
 
     // Runs the application's loop until the condition holds. False after twenty seconds.
@@ -22,7 +26,7 @@ protected:
     void Choose(const std::string &path, const vx::VolumeFacts &volume);
     void ChooseKind(NSInteger index);
 
-    void Focus();
+    virtual void Focus();
     // What a user does, through the X server.
     void Click(NSView *view);
     void Type(const std::string &text);

@@ -22,11 +22,13 @@ NSPoint PlaceOf(NSView *view)
 
 }  // namespace
 
-HostWindowTest::HostWindowTest()
+HostWindowTest::HostWindowTest(Services services)
 {
     [[NSUserDefaults standardUserDefaults] removeObjectForKey:@"RecentImages"];
     EXPECT_TRUE([NSBundle loadNibNamed:@"VolumeHost" owner:NSApp]);
     delegate = [(HostAppDelegate *)[NSApp delegate] retain];
+    if (services == Services::kNone)
+        return;
     auto madeDisks = std::make_unique<vxtest::StandInDisks>();
     auto madeFacts = std::make_unique<vxtest::StandInFacts>();
     auto madeSessions = std::make_unique<vxtest::StandInSessions>();

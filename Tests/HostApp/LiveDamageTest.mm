@@ -1,0 +1,92 @@
+// What could not be read of a volume with bad sectors, listed and saved after the explorer.
+#import "DamageWindow.h"
+#include "HostTexts.h"
+#include "LiveHost.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr size_t kFileBytes = 100000;
+constexpr size_t kSector = 512;
+
+class LiveDamageTest : public LiveHostTest {
+protected:
+    // The file has sectors of their own; the fifth and sixth of them are bad. It lies in one piece,
+    // since nothing else is on the volume.
+    void SetUp() override
+    {
+        LiveHostTest::SetUp();
+        std::string contents;
+        for (size_t line = 0; contents.size() < kFileBytes; ++line)
+            contents += "line " + std::to_string(line) + "\n";
+        contents.resize(kFileBytes);
+        volume.WriteFile("LETTER.TXT", contents);
+        MakeImages();
+        std::ifstream in(plainImage, std::ios::binary);
+        const std::string disk((std::istreambuf_iterator<char>(in)), {});
+        const size_t begin = disk.find(contents.substr(0, kSector)) + 4 * kSector;
+        ASSERT_EQ(begin % kSector, 0u);
+        good = contents;
+        setenv("VX_BAD_FILE", plainImage.c_str(), 1);
+        setenv("VX_BAD_FROM", std::to_string(begin).c_str(), 1);
+        setenv("VX_BAD_TO", std::to_string(begin + 2 * kSector).c_str(), 1);
+        // For the programs that are started, not for the desktop's.
+        const std::string explorer = folder.WriteFile(
+            "Explorer.app/explorer", "#!/bin/sh\nLD_PRELOAD='" VX_BAD_SECTORS "' exec '" +
+                                         programs.explorer + "' \"$@\"\n");
+        fs::permissions(explorer, fs::perms(0755));
+        fs::create_symlink(fs::path(programs.trial).parent_path() / "libBitLockerWapper.dylib",
+                           folder.At("libBitLockerWapper.dylib"));
+        programs.explorer = explorer;
+    }
+
+    std::string good;
+};
+
+TEST_F(LiveDamageTest, TheFileOnBadSectorsIsListedAndTheListIsSaved)
+{
+    vx::TemporaryFolder destination;
+    Begin();
+    OpenImage(plainImage);
+    Click([Pane() unlockButton]);
+    const std::string explorer = AwaitExplorer();
+    TypeIntoPanel("Choose a Folder", destination.Path());
+    Run("xdotool sleep 0.5 windowactivate " + explorer +
+        " sleep 0.4 key --delay 60 ctrl+a sleep 0.4 key --delay 60 Return");
+    EXPECT_TRUE(RunUntil([&] {
+        return fs::exists(destination.At("LETTER.TXT")) &&
+               fs::file_size(destination.At("LETTER.TXT")) == kFileBytes;
+    }));
+    EXPECT_TRUE(RunUntil([] { return IdOf("Export").empty(); }));
+    CloseExplorer(explorer);
+    AwaitWindow();
+    DamageWindow *list = [delegate damageWindow];
+    ASSERT_NE(list, nil);
+    EXPECT_TRUE([[list window] isVisible]);
+
+    TypeIntoPanel("Save", folder.At("list.txt"));
+    const std::string title = vx::BytesOf([[list window] title]);
+    EXPECT_TRUE(RunUntil([&] { return !IdOf(title).empty(); }));
+    Run("xdotool windowactivate " + IdOf(title) + " sleep 0.3");
+    const NSRect button = [[list saveButton] convertRect:[[list saveButton] bounds] toView:nil];
+    const NSRect content = [[[list window] contentView] bounds];
+    Run("xdotool mousemove --window " + IdOf(title) + " " +
+        std::to_string(static_cast<int>(NSMidX(button))) + " " +
+        std::to_string(static_cast<int>(NSHeight(content) - NSMidY(button))) + " click 1");
+    EXPECT_TRUE(RunUntil([this] { return fs::exists(folder.At("list.txt")); }));
+    EXPECT_EQ(folder.ReadFile("list.txt"),
+              "Not read in full: " + plainImage +
+                  "\n\n/LETTER.TXT\t1.0 KiB\tMissing bytes are zeros: the disk could not read it\n"
+                  "\t1024 bytes from byte 2048 on\n");
+    std::string zeroed = good;
+    std::fill_n(zeroed.begin() + 4 * kSector, 2 * kSector, '\0');
+    EXPECT_EQ(destination.ReadFile("LETTER.TXT"), zeroed);
+}
+
+}  // namespace
