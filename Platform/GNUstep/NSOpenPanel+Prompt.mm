@@ -92,7 +92,7 @@ NSPoint centredOver(NSWindow *window, NSSize size)
 {
     const NSInteger column = [_browser lastColumn];
     NSMatrix *rows = [_browser matrixInColumn:column];
-    for (NSInteger row = 0; [self canChooseFiles] && row < [rows numberOfRows]; ++row) {
+    for (NSInteger row = 0;[self canChooseFiles] && row < [rows numberOfRows]; ++row) {
         if (![[[rows cellAtRow:row column:0] stringValue] isEqualToString:[path lastPathComponent]])
             continue;
         [_browser selectRow:row inColumn:column];

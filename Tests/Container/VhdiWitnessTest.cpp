@@ -1,8 +1,8 @@
-// Other readers of VHD and VHDX find the same disk in differencing images, and in those with sectors
-// of 4096 bytes, as this library does. libvhdi 20210425 errs in two places, which its images here
-// avoid: it takes a block of zeros of a child from the parent, though the state says that the
-// parent does not count; and in the bits of a VHD block it takes what follows a set bit in its byte
-// for set. 7z reads such bits.
+// Other readers of VHD and VHDX find the same disk in differencing images, and in those with
+// sectors of 4096 bytes, as this library does. libvhdi 20210425 errs in two places, which its
+// images here avoid: it takes a block of zeros of a child from the parent, though the state says
+// that the parent does not count; and in the bits of a VHD block it takes what follows a set bit in
+// its byte for set. 7z reads such bits.
 #include "VhdWriter.h"
 #include "VhdxTest.h"
 
@@ -45,7 +45,8 @@ protected:
         const std::string copy = folder.At("shown");
         const bool isShown =
             RunShell("cd " + Quoted(folder.Path()) + " && vhdimount " + Quoted(name) + " " +
-                     Quoted(point) + " && cp " + Quoted(last) + " " + Quoted(copy) + "; s=$?; fusermount -u " + Quoted(point) + "; exit $s");
+                     Quoted(point) + " && cp " + Quoted(last) + " " + Quoted(copy) +
+                     "; s=$?; fusermount -u " + Quoted(point) + "; exit $s");
         return isShown ? folder.ReadFile("shown") : "";
     }
 };

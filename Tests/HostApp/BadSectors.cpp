@@ -16,8 +16,8 @@ bool IsBadFile(int descriptor)
     if (bad == nullptr)
         return false;
     char path[4096];
-    const ssize_t length = readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path,
-                                    sizeof(path));
+    const ssize_t length =
+        readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof(path));
     return length > 0 && std::string(path, static_cast<size_t>(length)) == bad;
 }
 

@@ -1,4 +1,5 @@
-// The program of Volume Host as a command: what it prints where there is no display, and its man page.
+// The program of Volume Host as a command: what it prints where there is no display, and its man
+// page.
 #include "ToolRun.h"
 
 #include <gmock/gmock.h>
@@ -73,10 +74,9 @@ TEST(HostCommand, WrongUseGivesOneLineTheUsageAndStatus2)
     const Printed printed = Printing({"--nonsense\x1b"});
     EXPECT_EQ(printed.status, 2);
     EXPECT_EQ(printed.output, "");
-    EXPECT_EQ(printed.errors,
-              "volume-host-window: unknown option --nonsense\\x1b\n"
-              "Usage: volume-host-window [IMAGE]\n"
-              "Try \"volume-host-window --help\" for more.\n");
+    EXPECT_EQ(printed.errors, "volume-host-window: unknown option --nonsense\\x1b\n"
+                              "Usage: volume-host-window [IMAGE]\n"
+                              "Try \"volume-host-window --help\" for more.\n");
 }
 
 }  // namespace

@@ -38,8 +38,8 @@ protected:
         setenv("VX_BAD_TO", std::to_string(begin + 2 * kSector).c_str(), 1);
         // For the programs that are started, not for the desktop's.
         const std::string explorer = folder.WriteFile(
-            "Explorer.app/explorer", "#!/bin/sh\nLD_PRELOAD='" VX_BAD_SECTORS "' exec '" +
-                                         programs.explorer + "' \"$@\"\n");
+            "Explorer.app/explorer",
+            "#!/bin/sh\nLD_PRELOAD='" VX_BAD_SECTORS "' exec '" + programs.explorer + "' \"$@\"\n");
         fs::permissions(explorer, fs::perms(0755));
         fs::create_symlink(fs::path(programs.trial).parent_path() / "libBitLockerWapper.dylib",
                            folder.At("libBitLockerWapper.dylib"));

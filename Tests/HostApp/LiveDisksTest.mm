@@ -34,7 +34,8 @@ protected:
 
     void ClickRow(const std::string &name)
     {
-        NSView *row = [[[NSView alloc] initWithFrame:[List() rectOfRow:RowNamed(name)]] autorelease];
+        NSView *row =
+            [[[NSView alloc] initWithFrame:[List() rectOfRow:RowNamed(name)]] autorelease];
         [List() addSubview:row];
         Click(row);
         [row removeFromSuperview];
@@ -129,9 +130,9 @@ TEST_F(LiveRightTest, OneButtonAsksForTheRightAndTheDiskIsReadAtOnce)
     EXPECT_TRUE(RunUntil([this] { return [[[Pane() rightRow] askRow] isHidden]; }));
     EXPECT_TRUE(RunUntil([this] { return [[Pane() progressBar] isHidden]; }));
     EXPECT_EQ(access(Device().c_str(), R_OK), 0);
-    EXPECT_EQ(folder.ReadFile("record"), "--disable-internal-agent\nsetfacl\n-m\nu:" +
-                                             std::to_string(getuid()) + ":r\n--\n" + Device() +
-                                             "\n");
+    EXPECT_EQ(folder.ReadFile("record"),
+              "--disable-internal-agent\nsetfacl\n-m\nu:" + std::to_string(getuid()) + ":r\n--\n" +
+                  Device() + "\n");
     EXPECT_NE(Message(), "You have no permission to read it.");
 }
 

@@ -67,8 +67,7 @@ void LiveHostTest::Focus()
 {
     EXPECT_TRUE(RunUntil([this] {
         const std::string id = IdOf("Volume Host");
-        const std::string command =
-            "xdotool windowactivate " + id + " sleep 0.1 getactivewindow";
+        const std::string command = "xdotool windowactivate " + id + " sleep 0.1 getactivewindow";
         return !id.empty() && [Window() isKeyWindow] && Run(command) == id + "\n";
     }));
 }

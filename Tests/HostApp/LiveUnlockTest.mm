@@ -235,8 +235,8 @@ TEST_F(LiveUnlockTest, OnlyTheMistypedGroupOfARecoveryKeyIsRedOnTheScreen)
     EXPECT_GE(red.second - red.first, 4 * advance);
     for (int i = 0; i < 8; ++i)
         Key("BackSpace");
-    EXPECT_TRUE(RunUntil(
-        [this] { return Text([Fields() hintLabel]) == "Key identifier: DC9F5548"; }));
+    EXPECT_TRUE(
+        RunUntil([this] { return Text([Fields() hintLabel]) == "Key identifier: DC9F5548"; }));
     EXPECT_TRUE(RunUntil([this] { return RedColumns([Fields() digitsField]).first < 0; }));
 }
 
