@@ -1,7 +1,8 @@
 // A recovery password while it is typed: 48 digits in eight groups of six, with dashes between.
 //
-// Each group is a multiple of 11 and below 720896 (Microsoft Learn, Win32_EncryptableVolume:
-// IsNumericalPasswordValid), so a mistyped one can be marked before all are typed.
+// Each group is a multiple of 11 and below 720896 (Microsoft Learn, the WMI class of encryptable
+// volumes, on the validity of numerical passwords), so a mistyped one can be marked before all are
+// typed.
 // Threads: none of its own. Places and lengths count characters. Nothing is kept.
 #pragma once
 
