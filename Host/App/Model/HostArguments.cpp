@@ -38,7 +38,7 @@ HostArguments ParseHostArguments(const std::vector<std::string> &words)
     bool areImages = false;
     for (size_t i = 0; i < words.size() && arguments.error.empty(); ++i) {
         const std::string &word = words[i];
-        if (areImages)
+        if (areImages || !BeginsWith(word, "-"))
             TakeImage(word, &arguments);
         else if (word == "--")
             areImages = true;
@@ -49,10 +49,8 @@ HostArguments ParseHostArguments(const std::vector<std::string> &words)
             continue;
         else if (IsSetting(word))
             ++i;
-        else if (BeginsWith(word, "--"))
-            arguments.error = "unknown option " + word;
         else
-            TakeImage(word, &arguments);
+            arguments.error = "unknown option " + word;
     }
     return arguments;
 }
