@@ -1,6 +1,7 @@
 #import "DamageWindow.h"
 
 #include "HostTexts.h"
+#include "LineText.h"
 #include "ThreadChecks.h"
 
 @implementation DamageWindow
@@ -50,7 +51,7 @@
     *_list = list;
     *_volume = volume;
     [self window];
-    [_titleLabel setStringValue:vx::Localized("Not read in full: {1}", {volume})];
+    [_titleLabel setStringValue:vx::Localized("Not read in full: {1}", {vx::LineText(volume)})];
     std::string remarks;
     for (const std::string &remark : vx::DamageRemarks(list, vx::UserWording()))
         remarks += (remarks.empty() ? "" : "\n") + remark;

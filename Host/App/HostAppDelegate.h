@@ -35,6 +35,8 @@ struct HostAppState;
 // How the services are made when the application has launched. Without it, whoever loads the
 // interface file begins.
 + (void)setServicesMaker:(vx::HostServices (*)())makeServices;
+// What it opens then, as the system has the path: bytes that need not be UTF-8.
++ (void)setImage:(const std::string &)path;
 
 // Shows the window. The services become the delegate's; they stay until it goes.
 - (void)beginWith:(vx::HostServices &&)services;

@@ -2,10 +2,13 @@
 
 #import "DamageWindow.h"
 #import "DropView.h"
-#include "HostArguments.h"
 #include "HostTexts.h"
+#include "LineText.h"
 #include "OpeningReason.h"
 #include "ThreadChecks.h"
+
+#include <climits>
+#include <unistd.h>
 
 struct HostAppState {
     vx::HostServices services;
@@ -19,23 +22,15 @@ namespace {
 
 vx::HostServices (*servicesMaker)() = nullptr;
 
-// The image of the command line, or nil.
-NSString *PathArgument()
-{
-    std::vector<std::string> words;
-    for (NSString *word in [[NSProcessInfo processInfo] arguments])
-        words.push_back(vx::BytesOf(word));
-    words.erase(words.begin());
-    const std::string image = vx::ParseHostArguments(words).image;
-    return image.empty() ? nil : vx::TextOf(image);
-}
+// Of the command line; empty: none.
+std::string givenImage;
 
-NSString *AbsolutePath(NSString *path)
+std::string AbsolutePath(const std::string &path)
 {
-    if ([path isAbsolutePath])
+    char folder[PATH_MAX];
+    if (path.front() == '/' || getcwd(folder, sizeof(folder)) == nullptr)
         return path;
-    return
-        [[[NSFileManager defaultManager] currentDirectoryPath] stringByAppendingPathComponent:path];
+    return std::string(folder) + "/" + path;
 }
 
 NSString *TakenText(const vx::SessionEnd &end)
@@ -101,6 +96,11 @@ NSString *UntriedText(const std::string &reason)
     servicesMaker = makeServices;
 }
 
++ (void)setImage:(const std::string &)path
+{
+    givenImage = path;
+}
+
 - (id)init
 {
     self = [super init];
@@ -127,9 +127,7 @@ NSString *UntriedText(const std::string &reason)
     if (servicesMaker == nullptr)
         return;
     [self beginWith:servicesMaker()];
-    NSString *path = PathArgument();
-    if (path != nil)
-        [self openPath:path];
+    [self openBytes:givenImage];
 }
 
 - (void)beginWith:(vx::HostServices &&)services
@@ -171,7 +169,12 @@ NSString *UntriedText(const std::string &reason)
 - (void)openPath:(NSString *)path
 {
     AssertMainThread();
-    if (![self isRunning])
+    [self openBytes:vx::BytesOf(path)];
+}
+
+- (void)openBytes:(const std::string &)path
+{
+    if (!path.empty() && ![self isRunning])
         [_sourceList choosePath:AbsolutePath(path)];
 }
 
@@ -189,29 +192,29 @@ NSString *UntriedText(const std::string &reason)
                   }];
 }
 
-- (void)sourceList:(SourceList *)list didChoose:(NSString *)path
+- (void)sourceList:(SourceList *)list didChoose:(const std::string &)path
 {
     AssertMainThread();
     if ([self isRunning])
         return;
-    if (path == nil)
+    if (path.empty())
         [_volumePane showNothing:@""];
     else
         [_volumePane showPath:path];
 }
 
-- (void)sourceList:(SourceList *)list didLose:(NSString *)path
+- (void)sourceList:(SourceList *)list didLose:(const std::string &)path
 {
     AssertMainThread();
     // A session notices by itself.
-    _state->lost = vx::BytesOf(path);
+    _state->lost = path;
     if (![self isRunning])
         [self showLost];
 }
 
 - (void)showLost
 {
-    [_volumePane showNothing:vx::Localized("{1} was removed.", {_state->lost})];
+    [_volumePane showNothing:vx::Localized("{1} was removed.", {vx::LineText(_state->lost)})];
 }
 
 // Unlocking

@@ -13,10 +13,10 @@
 @class SourceList;
 
 @protocol SourceListDelegate
-// nil: nothing is chosen.
-- (void)sourceList:(SourceList *)list didChoose:(NSString *)path;
+// As the system has the path; empty: nothing is chosen.
+- (void)sourceList:(SourceList *)list didChoose:(const std::string &)path;
 // The chosen row has gone away; nothing is chosen now.
-- (void)sourceList:(SourceList *)list didLose:(NSString *)path;
+- (void)sourceList:(SourceList *)list didLose:(const std::string &)path;
 @end
 
 struct SourceListState;
@@ -35,7 +35,7 @@ struct SourceListState;
 - (void)end;
 
 // An image comes first in the list, a disk is only chosen.
-- (void)choosePath:(NSString *)path;
+- (void)choosePath:(const std::string &)path;
 - (NSString *)chosenPath;
 
 @end

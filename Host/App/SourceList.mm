@@ -14,13 +14,30 @@ namespace {
 NSString *const kRecentImages = @"RecentImages";
 constexpr CGFloat kIndentation = 16;  // points, of a volume below its disk
 
+// Text, or bytes if the path is not UTF-8.
+id StoredPath(const std::string &path)
+{
+    NSString *text = vx::TextOf(path);
+    if (vx::BytesOf(text) == path)
+        return text;
+    return [NSData dataWithBytes:path.data() length:path.size()];
+}
+
+// Empty for what is neither.
+std::string PathOf(id stored)
+{
+    if ([stored isKindOfClass:[NSString class]])
+        return vx::BytesOf(stored);
+    if ([stored isKindOfClass:[NSData class]])
+        return {static_cast<const char *>([stored bytes]), [stored length]};
+    return "";
+}
+
 vx::RecentVolumes StoredImages()
 {
     std::vector<std::string> paths;
-    for (id path in [[NSUserDefaults standardUserDefaults] arrayForKey:kRecentImages]) {
-        if ([path isKindOfClass:[NSString class]])
-            paths.push_back(vx::BytesOf(path));
-    }
+    for (id path in [[NSUserDefaults standardUserDefaults] arrayForKey:kRecentImages])
+        paths.push_back(PathOf(path));
     return vx::RecentVolumes(paths);
 }
 
@@ -28,7 +45,7 @@ void StoreImages(const vx::RecentVolumes &images)
 {
     NSMutableArray *paths = [NSMutableArray array];
     for (const std::string &path : images.Paths())
-        [paths addObject:vx::TextOf(path)];
+        [paths addObject:StoredPath(path)];
     [[NSUserDefaults standardUserDefaults] setObject:paths forKey:kRecentImages];
 }
 
@@ -155,7 +172,7 @@ struct SourceListState {
     [self fill];
     if (!wasListed || vx::RowOfPath(_state->chosen, _state->rows))
         return;
-    NSString *lost = vx::TextOf(_state->chosen);
+    const std::string lost = _state->chosen;
     _state->chosen.clear();
     [_delegate sourceList:self didLose:lost];
 }
@@ -176,15 +193,14 @@ struct SourceListState {
     _state->isFilling = false;
 }
 
-- (void)choosePath:(NSString *)path
+- (void)choosePath:(const std::string &)path
 {
     AssertMainThread();
-    const std::string bytes = vx::BytesOf(path);
-    if (!IsDevice(bytes) && !vx::RowOfPath(bytes, _state->rows)) {
-        _state->images.Add(bytes);
+    if (!IsDevice(path) && !vx::RowOfPath(path, _state->rows)) {
+        _state->images.Add(path);
         StoreImages(_state->images);
     }
-    _state->chosen = bytes;
+    _state->chosen = path;
     [self fill];
     const NSInteger row = [_tableView selectedRow];
     if (row >= 0)
@@ -248,7 +264,7 @@ struct SourceListState {
     if (path == _state->chosen)
         return;
     _state->chosen = path;
-    [_delegate sourceList:self didChoose:path.empty() ? nil : vx::TextOf(path)];
+    [_delegate sourceList:self didChoose:path];
 }
 
 @end

@@ -68,7 +68,7 @@ struct VolumePaneState;
 - (void)end;
 
 // Reads what is there and offers what opens it.
-- (void)showPath:(NSString *)path;
+- (void)showPath:(const std::string &)path;
 // Nothing is chosen; the message may be empty.
 - (void)showNothing:(NSString *)message;
 

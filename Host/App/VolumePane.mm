@@ -2,6 +2,7 @@
 
 #include "BackgroundWork.h"
 #include "HostTexts.h"
+#include "LineText.h"
 #include "OpeningReason.h"
 #import "RightRow.h"
 #include "ThreadChecks.h"
@@ -175,12 +176,12 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_stack layOut];
 }
 
-- (void)showPath:(NSString *)path
+- (void)showPath:(const std::string &)path
 {
     AssertMainThread();
-    _state->path = vx::BytesOf(path);
+    _state->path = path;
     [self clear];
-    [self showHeader:path];
+    [self showHeader];
     vx::FactsReading *facts = _state->services->facts.get();
     const auto work = [self, facts, volume = _state->path](const std::atomic<bool> &cancel) {
         return [self, found = facts->Read(volume, cancel)] { [self showFacts:found]; };
@@ -192,8 +193,9 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_stack layOut];
 }
 
-- (void)showHeader:(NSString *)path
+- (void)showHeader
 {
+    NSString *path = vx::TextOf(vx::LineText(_state->path));
     [_titleLabel setStringValue:[path lastPathComponent]];
     [_pathLabel setStringValue:path];
     [_pathLabel setToolTip:path];
@@ -337,7 +339,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
 {
     AssertMainThread();
     if (error == nil)
-        return [self showPath:vx::TextOf(_state->path)];
+        return [self showPath:std::string(_state->path)];
     [_messageLabel setStringValue:error];
     [_stack layOut];
 }

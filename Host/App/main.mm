@@ -39,7 +39,8 @@ int main(int argc, const char *argv[])
     if (!vx::HoldStandardDescriptors())
         return EXIT_FAILURE;
     int status = EXIT_SUCCESS;
-    if (Answer(vx::ParseHostArguments({argv + 1, argv + argc}), &status))
+    const vx::HostArguments arguments = vx::ParseHostArguments({argv + 1, argv + argc});
+    if (Answer(arguments, &status))
         return status;
     // Secrets are typed into it.
     vx::PreventCoreDump();
@@ -50,6 +51,7 @@ int main(int argc, const char *argv[])
         registerDefaults:[NSDictionary dictionaryWithObject:@"NO"
                                                      forKey:@"NSTreatUnknownArgumentsAsOpen"]];
     [HostAppDelegate setServicesMaker:vx::SystemServices];
+    [HostAppDelegate setImage:arguments.image];
     [pool release];
     return NSApplicationMain(argc, argv);
 }

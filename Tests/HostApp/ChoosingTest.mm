@@ -119,6 +119,20 @@ TEST_F(HostWindowTest, AnOpenedImageIsRememberedByItsPathAlone)
     EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:1]), "/home/anna/b.img");
 }
 
+TEST_F(HostWindowTest, APathThatIsNotUtf8IsKeptByteForByteAndShownAsOneLine)
+{
+    const std::string path = "/a/d\xe9\n.img";
+    facts->Set(path, vx::DiskFacts());
+    [[delegate sourceList] choosePath:path];
+    EXPECT_EQ(Text([Pane() pathLabel]), "/a/d\uFFFD\uFFFD.img");
+    SourceList *next = [[[SourceList alloc] init] autorelease];
+    [next choosePath:"/b.img"];
+    ASSERT_EQ([StoredImages() count], 2u);
+    NSData *bytes = [StoredImages() objectAtIndex:1];
+    ASSERT_TRUE([bytes isKindOfClass:[NSData class]]);
+    EXPECT_EQ(std::string(static_cast<const char *>([bytes bytes]), [bytes length]), path);
+}
+
 TEST_F(HostWindowTest, AFileIsDroppedOnTheWindow)
 {
     facts->Set("/home/anna/a.img", {"", 0, {PlainVolume("/home/anna/a.img", "DATA")}, {}, 0, ""});

@@ -122,6 +122,22 @@ TEST_F(HostUserTest, AnImageIsOpenedWithAPasswordTypedIntoTheWindowAndAFolderExp
     EXPECT_EQ(host.AwaitEnd(), 0);
 }
 
+// As an older system named it, from a folder that the environment names.
+TEST_F(HostUserTest, AnImageWhosePathIsNotUtf8IsOpened)
+{
+    const std::string folder = _home.MakeFolder("old\xe9");
+    fs::rename(image, folder + "/d\xe9.img");
+    ChildProcess host("/usr/bin/env", {"-C", folder, "PWD=" + folder, HOST_WINDOW, "d\xe9.img"});
+    HostWindow();
+    Type(kPassword);
+    Key("Return");
+    Focus(DrawnWindow());
+    Key("ctrl+w");
+    HostWindow();
+    Key("ctrl+q");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+}
+
 TEST_F(HostUserTest, NothingOfThePasswordIsInTheSettings)
 {
     ChildProcess host(HOST_WINDOW, {image});

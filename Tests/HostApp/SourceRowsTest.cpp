@@ -48,6 +48,18 @@ TEST(SourceRows, WhatHasNoNameIsNamedByItsPath)
     EXPECT_EQ(rows[1].title, "sdb1");
 }
 
+TEST(SourceRows, ANameIsOneLineWhateverIsInItAndThePathStays)
+{
+    const std::string path = "/a\n\xe2\x80\xae/d\xe9\n.img";
+    const auto rows = vx::SourceRows({Volume(path, "/dev/sdb")}, {{path}}, EnglishWording());
+    EXPECT_EQ(rows[1].path, path);
+    EXPECT_EQ(rows[1].title, "d\uFFFD\uFFFD.img");
+    EXPECT_EQ(rows[1].detail, "/a\uFFFD\uFFFD/d\uFFFD\uFFFD.img · 1.0 GiB");
+    EXPECT_EQ(rows[3].path, path);
+    EXPECT_EQ(rows[3].title, "d\uFFFD\uFFFD.img");
+    EXPECT_EQ(rows[3].detail, "/a\uFFFD\uFFFD");
+}
+
 TEST(SourceRows, WithoutADiskTheListSaysSo)
 {
     const auto rows = vx::SourceRows({}, {}, EnglishWording());

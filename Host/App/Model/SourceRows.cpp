@@ -1,5 +1,6 @@
 #include "SourceRows.h"
 
+#include "LineText.h"
 #include "PathText.h"
 
 namespace vx {
@@ -18,7 +19,7 @@ std::string TitleOf(const AttachedVolume &volume)
         return volume.label;
     if (volume.disk.empty() && !volume.diskName.empty())
         return volume.diskName;
-    return NameOf(volume.path);
+    return LineText(NameOf(volume.path));
 }
 
 SourceRow RowOf(const AttachedVolume &volume, const Wording &wording)
@@ -27,7 +28,7 @@ SourceRow RowOf(const AttachedVolume &volume, const Wording &wording)
     row.kind = volume.disk.empty() ? SourceRowKind::kDisk : SourceRowKind::kVolume;
     row.path = volume.path;
     row.title = TitleOf(volume);
-    row.detail = volume.path;
+    row.detail = LineText(volume.path);
     if (volume.bytes > 0)
         row.detail += " · " + wording.size(volume.bytes);
     row.isEncrypted = volume.isEncrypted;
@@ -56,8 +57,8 @@ std::vector<SourceRow> SourceRows(const std::vector<AttachedVolume> &attached,
         return rows;
     rows.push_back(PlainRow(SourceRowKind::kHeading, wording.Text("Recent Images")));
     for (const RecentVolume &image : images)
-        rows.push_back({SourceRowKind::kImage, image.path, NameOf(image.path), FolderOf(image.path),
-                        false, image.isMissing});
+        rows.push_back({SourceRowKind::kImage, image.path, LineText(NameOf(image.path)),
+                        LineText(FolderOf(image.path)), false, image.isMissing});
     return rows;
 }
 
