@@ -10,6 +10,8 @@
 #include "VolumeOpeningOptions.h"
 #include "VolumeTexts.h"
 
+#include <algorithm>
+
 struct VolumePaneState {
     vx::HostServices *services = nullptr;
     vx::BackgroundWork reading;
@@ -23,21 +25,28 @@ struct VolumePaneState {
 
 namespace {
 
-// The first that is encrypted, or else the first that opens.
+int RankOf(const vx::VolumeFacts &volume)
+{
+    if (vx::UnlockChoices(volume).empty())
+        return 0;
+    if (vx::MayBeLost(volume))
+        return 1;
+    return volume.kind == "encrypted" ? 3 : 2;
+}
+
+// The first that is encrypted, or else the first that opens, or may.
 size_t BestVolume(const std::vector<vx::VolumeFacts> &volumes)
 {
-    size_t best = 0;
-    bool opens = false;
-    for (size_t i = volumes.size(); i > 0; --i) {
-        const vx::VolumeFacts &volume = volumes[i - 1];
-        if (vx::UnlockChoices(volume).empty())
-            continue;
-        if (opens && volume.kind != "encrypted" && volumes[best].kind == "encrypted")
-            continue;
-        best = i - 1;
-        opens = true;
-    }
-    return best;
+    const auto best =
+        std::max_element(volumes.begin(), volumes.end(), [](const auto &left, const auto &right) {
+            return RankOf(left) < RankOf(right);
+        });
+    return static_cast<size_t>(best - volumes.begin());
+}
+
+bool NeedsSecret(const vx::VolumeFacts &volume)
+{
+    return volume.kind == "encrypted" || vx::MayBeLost(volume);
 }
 
 bool IsDevice(const std::string &path)
@@ -222,8 +231,8 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     if (facts.status != 0 || facts.volumes.empty())
         return [self showUnreadable];
     std::vector<std::string> titles;
-    for (size_t i = 0; i < facts.volumes.size(); ++i)
-        titles.push_back(vx::VolumeTitle(facts.volumes[i], i + 1, vx::UserWording()));
+    for (const vx::VolumeFacts &volume : facts.volumes)
+        titles.push_back(vx::VolumeTitle(volume, vx::UserWording()));
     _state->volume = BestVolume(facts.volumes);
     SetItems(_volumePopUp, titles, _state->volume);
     [_volumeRow setHidden:titles.size() < 2];
@@ -263,7 +272,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     for (const vx::UnlockChoice &choice : _state->choices)
         titles.push_back(vx::ChoiceTitle(choice, vx::UserWording()));
     SetItems(_kindPopUp, titles, 0);
-    [_kindRow setHidden:volume.kind != "encrypted" || titles.empty()];
+    [_kindRow setHidden:!NeedsSecret(volume) || titles.empty()];
     [self showWarnings];
     [self showChoice];
 }
@@ -282,7 +291,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
         [_fields hide];
     else
         [_fields showChoice:_state->choices[_state->choice]];
-    const bool isOpen = [self volume].kind != "encrypted";
+    const bool isOpen = !NeedsSecret([self volume]);
     [_unlockButton setTitle:vx::Localized(isOpen ? @"Open" : @"Unlock")];
     [_stack layOut];
     [self updateButtons];
@@ -369,9 +378,8 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
         return;
     const vx::SecretKind kind = _state->choices[_state->choice].kind;
     NSString *reason = vx::Localized(vx::OpeningReason(result.status, kind));
-    // What is wrong with the secret is said by the sentence; a detail would only repeat it.
-    const bool isWrong = result.status == static_cast<int32_t>(VolumeLibraryStatus::kWrongSecret);
-    [_messageLabel setStringValue:isWrong ? reason : WithDetail(reason, result.reason)];
+    // Of a wrong secret: the protectors it was tried on, and what else opens the volume.
+    [_messageLabel setStringValue:WithDetail(reason, result.reason)];
     if (result.status == static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied))
         [_rightRow showDevice:_state->path];
     [_stack layOut];

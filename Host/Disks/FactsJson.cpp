@@ -82,6 +82,7 @@ void ReadEncryption(const Json &encryption, VolumeFacts *facts)
 VolumeFacts ReadVolume(const Json &volume)
 {
     VolumeFacts facts;
+    facts.number = NumberOf(volume, "number");
     facts.bytes = NumberOf(volume, "bytes");
     facts.label = TextOf(volume, "label");
     facts.kind = TextOf(volume, "kind");
@@ -91,13 +92,16 @@ VolumeFacts ReadVolume(const Json &volume)
     return facts;
 }
 
-// What has no number does not open.
-std::string AddressOf(const Json &volume, const std::string &disk, bool isChoice)
+// isAlone: of those with a number; of those without one, the only volume.
+std::string AddressOf(const Json &volume, const std::string &disk, bool isAlone)
 {
     const uint64_t number = NumberOf(volume, "number");
-    if (number == 0)
+    if (number == 0 && !ValueOf(volume, "offset").is_number_unsigned())
         return "";
-    return isChoice ? disk + "#" + std::to_string(number) : disk;
+    if (isAlone)
+        return disk;
+    return number != 0 ? disk + "#" + std::to_string(number)
+                       : disk + "@" + std::to_string(NumberOf(volume, "offset"));
 }
 
 Json Parse(const std::string &json)
@@ -117,12 +121,14 @@ bool ReadFactsJson(const std::string &json, const std::string &volume, DiskFacts
     facts->bytes = NumberOf(report, "bytes");
     facts->warnings = TextsOf(report, "warnings");
     const Json::array_t &volumes = ListOf(report, "volumes");
-    const bool isChoice = std::count_if(volumes.begin(), volumes.end(), [](const Json &entry) {
-                              return NumberOf(entry, "number") != 0;
-                          }) > 1;
+    const auto numbered = std::count_if(volumes.begin(), volumes.end(), [](const Json &entry) {
+        return NumberOf(entry, "number") != 0;
+    });
     for (const Json &entry : volumes) {
         facts->volumes.push_back(ReadVolume(entry));
-        facts->volumes.back().address = AddressOf(entry, volume, isChoice);
+        const bool hasNumber = NumberOf(entry, "number") != 0;
+        const bool isAlone = hasNumber ? numbered == 1 : volumes.size() == 1;
+        facts->volumes.back().address = AddressOf(entry, volume, isAlone);
     }
     return true;
 }

@@ -19,8 +19,10 @@ struct ProtectorFacts {
 };
 
 struct VolumeFacts {
-    // What opens it: "/dev/sdb1", "/home/a/disk.vhdx#2"; empty of what does not open.
+    // What opens it: "/dev/sdb1", "/home/a/disk.vhdx#2"; of what is not recognised its place, which
+    // opens it with a secret if it was encrypted: "/dev/sdb@1048576".
     std::string address;
+    uint64_t number = 0;  // as in "#2"; 0 of what does not open by itself
     uint64_t bytes = 0;
     std::string label;
     std::string kind;      // as DiskVolumeReport::kind: "encrypted", "ntfs", "other"

@@ -78,8 +78,8 @@ __attribute__((constructor)) void PutBack()
     }
 }
 
-__attribute__((section(".preinit_array"), used)) void (*const beforeLibraries)(int, char **,
-                                                                              char **) = ReplaceAll;
+__attribute__((section(".preinit_array"),
+               used)) void (*const beforeLibraries)(int, char **, char **) = ReplaceAll;
 
 }  // namespace
 }  // namespace vx

@@ -138,6 +138,20 @@ TEST_F(HostUserTest, AnImageWhosePathIsNotUtf8IsOpened)
     EXPECT_EQ(host.AwaitEnd(), 0);
 }
 
+TEST_F(HostUserTest, AnImageWhoseFirstSectorIsLostIsOpenedWithItsPassword)
+{
+    Run("dd if=/dev/zero of='" + image + "' bs=512 count=1 conv=notrunc status=none");
+    ChildProcess host(HOST_WINDOW, {image});
+    HostWindow();
+    Type(kPassword);
+    Key("Return");
+    Focus(DrawnWindow());
+    Key("ctrl+w");
+    HostWindow();
+    Key("ctrl+q");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+}
+
 TEST_F(HostUserTest, NothingOfThePasswordIsInTheSettings)
 {
     ChildProcess host(HOST_WINDOW, {image});

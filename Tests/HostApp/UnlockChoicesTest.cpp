@@ -64,6 +64,17 @@ TEST(UnlockChoices, AVolumeThatIsNotEncryptedNeedsNothingAndAnUnknownOneDoesNotO
               "This volume cannot be opened here.\nopen it with cryptsetup");
 }
 
+TEST(UnlockChoices, WhatIsNotRecognisedMayBeAnEncryptedVolumeThatLostItsFirstSector)
+{
+    vx::VolumeFacts lost = PlainVolume("/dev/sdb1", "");
+    for (const char *kind : {"other", "unreadable"}) {
+        lost.kind = kind;
+        EXPECT_EQ(vx::UnlockChoices(lost).size(), 4u);
+        EXPECT_EQ(vx::UnlockChoices(lost)[0].kind, SecretKind::kPassword);
+        EXPECT_EQ(vx::ClosedReason(lost, EnglishWording()).find("Nothing is recognised here."), 0u);
+    }
+}
+
 TEST(UnlockChoices, EachRecoveryProtectorGivesItsFirstEightDigits)
 {
     vx::VolumeFacts volume =
@@ -103,8 +114,10 @@ TEST(VolumeTexts, AnEncryptedVolumeIsDescribedByMethodSizeAndWhatWindowsNoted)
 
 TEST(VolumeTexts, AVolumeOfAListHasItsNumberLabelAndSize)
 {
-    EXPECT_EQ(vx::VolumeTitle(PlainVolume("/dev/sdb1", "SYSTEM"), 3, EnglishWording()),
-              "3: FAT \"SYSTEM\", 100.0 MiB");
+    vx::VolumeFacts volume = PlainVolume("/dev/sdb1", "SYSTEM");
+    EXPECT_EQ(vx::VolumeTitle(volume, EnglishWording()), "FAT \"SYSTEM\", 100.0 MiB");
+    volume.number = 3;
+    EXPECT_EQ(vx::VolumeTitle(volume, EnglishWording()), "3: FAT \"SYSTEM\", 100.0 MiB");
 }
 
 TEST(OpeningReason, EveryStatusHasASentence)

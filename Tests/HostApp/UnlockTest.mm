@@ -49,8 +49,8 @@ TEST_F(HostWindowTest, AWrongPasswordIsSaidAndTheNextOneIsTypedOverIt)
     Type("wrong");
     Key("Return");
     ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
-    Refuse(kWrong, "no protector takes it");
-    EXPECT_EQ(Message(), "This password does not open the volume.");
+    Refuse(kWrong, "tried on the password 1A2B3C4D");
+    EXPECT_EQ(Message(), "This password does not open the volume.\ntried on the password 1A2B3C4D");
     EXPECT_EQ(vx::BytesOf([[Pane() kindPopUp] titleOfSelectedItem]), "Password");
     Type("right");
     Key("Return");

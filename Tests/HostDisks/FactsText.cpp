@@ -17,9 +17,11 @@ show(disk["containerText"], disk["bytes"])
 several = sum(volume["number"] is not None for volume in disk["volumes"]) > 1
 for volume in disk["volumes"]:
     encryption = volume["encryption"] or {}
-    address = ""
-    if volume["number"] is not None:
-        address = disk["volume"] + ("#%d" % volume["number"] if several else "")
+    address = disk["volume"]
+    if volume["number"] is None:
+        address += "@%d" % volume["offset"] if len(disk["volumes"]) > 1 else ""
+    elif several:
+        address += "#%d" % volume["number"]
     show(address, volume["bytes"], volume["label"], volume["kind"], volume["kindText"],
          volume["nextStep"], encryption.get("method"), encryption.get("state"),
          encryption.get("identifier"), encryption.get("description"),

@@ -43,7 +43,8 @@ TEST(MadeDiskFacts, AreThoseThatThePrintedReportHas)
     ASSERT_EQ(facts.volumes.size(), 3u);
     EXPECT_EQ(facts.volumes[0].address, disk + "#1");
     EXPECT_EQ(facts.volumes[1].address, disk + "#2");
-    EXPECT_EQ(facts.volumes[2].address, "");
+    EXPECT_EQ(facts.volumes[2].address.find(disk + "@"), 0u);
+    EXPECT_EQ(facts.volumes[2].number, 0u);
     EXPECT_EQ(facts.volumes[1].method, "AES-256-XTS");
     EXPECT_EQ(facts.volumes[1].protectors.size(), 2u);
 }

@@ -31,6 +31,12 @@ std::vector<UnlockChoice> ChoiceOfKind(SecretKind kind, const VolumeFacts &volum
     return {};
 }
 
+// Without metadata that says what opens it.
+bool IsUnknown(const VolumeFacts &volume)
+{
+    return volume.protectors.empty() && !volume.hasClearKey;
+}
+
 bool Opens(const std::string &kind)
 {
     for (const char *opened : {"ntfs", "fat", "exfat", "folder"}) {
@@ -64,9 +70,16 @@ bool IsFileKind(SecretKind kind)
     return kind == SecretKind::kStartupKey || kind == SecretKind::kRecoveryFile;
 }
 
+bool MayBeLost(const VolumeFacts &volume)
+{
+    const bool isUnknown =
+        volume.kind == "unreadable" || (volume.kind == "other" && volume.nextStep.empty());
+    return isUnknown && !volume.address.empty();
+}
+
 std::vector<UnlockChoice> UnlockChoices(const VolumeFacts &volume)
 {
-    if (volume.kind != "encrypted") {
+    if (volume.kind != "encrypted" && !MayBeLost(volume)) {
         if (Opens(volume.kind))
             return {{SecretKind::kNone, {}}};
         return {};
@@ -74,10 +87,9 @@ std::vector<UnlockChoice> UnlockChoices(const VolumeFacts &volume)
     std::vector<UnlockChoice> choices;
     if (volume.hasClearKey)
         choices.push_back({SecretKind::kNone, {}});
-    const bool isUnknown = volume.protectors.empty() && !volume.hasClearKey;
     for (const SecretKind kind : kSecretKinds) {
         const std::vector<UnlockChoice> choice =
-            isUnknown ? std::vector<UnlockChoice>{{kind, {}}} : ChoiceOfKind(kind, volume);
+            IsUnknown(volume) ? std::vector<UnlockChoice>{{kind, {}}} : ChoiceOfKind(kind, volume);
         choices.insert(choices.end(), choice.begin(), choice.end());
     }
     return choices;

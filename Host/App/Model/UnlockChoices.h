@@ -23,6 +23,10 @@ const char *UnlockKindOf(SecretKind kind);
 // The secret is the path of a file.
 bool IsFileKind(SecretKind kind);
 
+// Nothing is recognised at the beginning. An encrypted volume whose first sector was lost looks so,
+// and opens with a secret all the same.
+bool MayBeLost(const VolumeFacts &volume);
+
 // The best first; empty if nothing here opens the volume. All kinds if its metadata does not say.
 std::vector<UnlockChoice> UnlockChoices(const VolumeFacts &volume);
 

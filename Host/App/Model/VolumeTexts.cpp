@@ -65,13 +65,13 @@ std::string NameOf(SecretKind kind, const Wording &wording)
 
 }  // namespace
 
-std::string VolumeTitle(const VolumeFacts &volume, size_t number, const Wording &wording)
+std::string VolumeTitle(const VolumeFacts &volume, const Wording &wording)
 {
     std::string text = KindText(volume, wording);
     if (!volume.label.empty())
         text += " \"" + volume.label + "\"";
     AppendPart(SizeOf(volume, wording), ", ", &text);
-    return std::to_string(number) + ": " + text;
+    return volume.number == 0 ? text : std::to_string(volume.number) + ": " + text;
 }
 
 std::string VolumeSummary(const VolumeFacts &volume, const Wording &wording)
@@ -89,6 +89,9 @@ std::string VolumeSummary(const VolumeFacts &volume, const Wording &wording)
 
 std::string ClosedReason(const VolumeFacts &volume, const Wording &wording)
 {
+    if (MayBeLost(volume))
+        return wording.Text("Nothing is recognised here. If there was an encrypted volume, its "
+                            "password or key may still open it.");
     if (!UnlockChoices(volume).empty())
         return "";
     std::string text = volume.kind == "encrypted"

@@ -11,13 +11,13 @@
 
 namespace vx {
 
-// For a list of volumes: "2: NTFS "Data", 60.0 GiB". number counts from 1.
-std::string VolumeTitle(const VolumeFacts &volume, size_t number, const Wording &wording);
+// For a list of volumes: "2: NTFS "Data", 60.0 GiB", with the number of an address.
+std::string VolumeTitle(const VolumeFacts &volume, const Wording &wording);
 
 // Lines: kind, method and size; state; what Windows noted.
 std::string VolumeSummary(const VolumeFacts &volume, const Wording &wording);
 
-// Why nothing here opens it; empty if something does.
+// Why nothing here opens it, or nothing may; empty if something does.
 std::string ClosedReason(const VolumeFacts &volume, const Wording &wording);
 
 // "Recovery key (1A2B3C4D)"
