@@ -1,4 +1,5 @@
 // How much memory the opening of a hostile volume takes at most; asks the kernel, so Linux only.
+#include "HostileMemoryLinux.h"
 #include "DiskDescription.h"
 #include "DiskVolumes.h"
 #include "DiskWriter.h"
@@ -7,73 +8,22 @@
 #include "FolderIndex.h"
 #include "Maker/VolumeMaker.h"
 #include "MemoryByteSource.h"
-#include "TestImage.h"
 
 #include <algorithm>
-#include <fstream>
-#include <functional>
-#include <unistd.h>
 
 namespace vx {
 namespace {
-
-constexpr long kLimitKiB = 64 * 1024;
-constexpr const char *kClearRefs = "/proc/self/clear_refs";
-
-// A line of /proc/self/status, in KiB; negative: there is none.
-long KiBOf(const std::string &what)
-{
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind(what + ":", 0) == 0)
-            return std::stol(line.substr(what.size() + 1));
-    }
-    return -1;
-}
-
-// How far the resident memory rose above where it was.
-long RiseOfMemoryKiB(const std::function<void()> &work)
-{
-    std::ofstream(kClearRefs) << "5";  // begins the highest value anew
-    const long before = KiBOf("VmRSS");
-    work();
-    return KiBOf("VmHWM") - before;
-}
 
 std::string Changed(std::string bytes, size_t at, const std::string &by)
 {
     return bytes.replace(at, by.size(), by);
 }
 
-class HostileMemory : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (access(kClearRefs, W_OK) != 0)
-            GTEST_SKIP() << kClearRefs << " is missing";
-    }
-
-    void ExpectLittleFor(const std::string &bytes, const char *kind, const char *secret) const
-    {
-        const std::string path = image.Folder().WriteFile("hostile", bytes);
-        ExpectLittle([&] { OpenImage(path, kind, secret); });
-    }
-
-    static void ExpectLittle(const std::function<void()> &work)
-    {
-        const long rise = RiseOfMemoryKiB(work);
-        EXPECT_GE(rise, 0);
-        EXPECT_LT(rise, kLimitKiB);
-    }
-
-    const std::string highest = std::string(8, '\xff');
-    const TestImage image{};
-};
-
 TEST_F(HostileMemory, TheMeasurementSeesWhatIsTaken)
 {
     std::string taken;
-    EXPECT_GE(RiseOfMemoryKiB([&] { taken.assign(kLimitKiB * 1024UL, 'x'); }), kLimitKiB / 2);
+    EXPECT_GE(RiseOfMemoryKiB([&] { taken.assign(kMemoryLimitKiB * 1024UL, 'x'); }),
+              kMemoryLimitKiB / 2);
 }
 
 // Every partition leads to metadata that is full of protectors.
