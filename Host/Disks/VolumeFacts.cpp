@@ -9,10 +9,12 @@
 #include <cstring>
 #include <sstream>
 #include <string_view>
+#include <sys/stat.h>
 
 namespace vx {
 namespace {
 
+constexpr auto kNotEncrypted = static_cast<int32_t>(VolumeLibraryStatus::kNotEncrypted);
 constexpr size_t kLongestReport = 4 * 1024 * 1024;
 
 // The number in "...: no permission to read it (status 5)", or that of an unexpected failure.
@@ -54,12 +56,31 @@ DiskFacts Unexpected(const std::string &what)
                   "the program that examines disks, volume-info, " + what);
 }
 
+bool IsFolder(const std::string &path)
+{
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// The program examines none; its files are a volume that opens.
+DiskFacts FolderFacts(const std::string &path)
+{
+    VolumeFacts folder;
+    folder.address = path;
+    folder.kind = folder.kindText = "folder";
+    DiskFacts facts;
+    facts.volumes = {folder};
+    return facts;
+}
+
 DiskFacts FactsOf(const ChildEnd &end, const std::string &volume)
 {
     DiskFacts facts;
     if (end.number != 0) {
         facts.reason = ErrorIn(end.errors);
         facts.status = StatusIn(facts.reason);
+        if (facts.status == kNotEncrypted && IsFolder(volume))
+            return FolderFacts(volume);
         const std::string exit = "ended with exit status " + std::to_string(end.number);
         return facts.reason.empty() ? Unexpected(exit) : facts;
     }

@@ -118,6 +118,15 @@ TEST_F(VolumeFactsTest, OneVolumeThatOpensIsAddressedByTheDisk)
     EXPECT_EQ(facts.volumes[1].address, "");
 }
 
+TEST_F(VolumeFactsTest, AFolderIsAVolumeThatOpens)
+{
+    const DiskFacts facts = ReadDiskFacts(VX_INFO, _folder.Path(), kNeverCancelled);
+    EXPECT_EQ(facts.status, 0) << facts.reason;
+    ASSERT_EQ(facts.volumes.size(), 1u);
+    EXPECT_EQ(facts.volumes[0].kind, "folder");
+    EXPECT_EQ(facts.volumes[0].address, _folder.Path());
+}
+
 TEST_F(VolumeFactsTest, ValuesOfWrongTypesStayEmpty)
 {
     const DiskFacts facts = Run(R"(cat <<END
