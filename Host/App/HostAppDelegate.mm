@@ -260,6 +260,11 @@ NSString *UntriedText(const std::string &reason)
     [_volumePane showRefusal:result];
 }
 
+- (void)sessionHasOpened
+{
+    [_sourceList rememberChosen];
+}
+
 - (void)sessionHasStarted
 {
     AssertMainThread();

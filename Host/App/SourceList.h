@@ -34,8 +34,9 @@ struct SourceListState;
 - (void)begin:(vx::DiskListing *)disks;
 - (void)end;
 
-// An image comes first in the list, a disk is only chosen.
 - (void)choosePath:(const std::string &)path;
+// What is chosen was opened: an image comes first in the list, a disk is not remembered.
+- (void)rememberChosen;
 - (NSString *)chosenPath;
 
 @end

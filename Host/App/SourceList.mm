@@ -196,16 +196,22 @@ struct SourceListState {
 - (void)choosePath:(const std::string &)path
 {
     AssertMainThread();
-    if (!IsDevice(path) && !vx::RowOfPath(path, _state->rows)) {
-        _state->images.Add(path);
-        StoreImages(_state->images);
-    }
     _state->chosen = path;
     [self fill];
     const NSInteger row = [_tableView selectedRow];
     if (row >= 0)
         [_tableView scrollRowToVisible:row];
     [_delegate sourceList:self didChoose:path];
+}
+
+- (void)rememberChosen
+{
+    AssertMainThread();
+    if (_state->chosen.empty() || IsDevice(_state->chosen))
+        return;
+    _state->images.Add(_state->chosen);
+    StoreImages(_state->images);
+    [self fill];
 }
 
 - (NSString *)chosenPath

@@ -17,6 +17,7 @@ class UnlockSession;
 - (void)sessionHasProgress:(const vx::ChannelProgress &)progress;
 // It stays shut; the session is about to end.
 - (void)sessionWasRefused:(const vx::TrialResult &)result;
+- (void)sessionHasOpened;
 - (void)sessionHasStarted;
 - (void)sessionHasEnded:(const vx::SessionEnd &)end;
 @end

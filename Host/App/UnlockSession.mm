@@ -37,6 +37,8 @@ void UnlockSession::OnTried(const TrialResult &result)
     AssertMainThread();
     if (!result.opened && result.wasTried)
         return [_delegate sessionWasRefused:result];
+    if (result.opened)
+        [_delegate sessionHasOpened];
     _whyNotTried = result.opened ? "" : result.reason;
     _damage.AddWarnings(result.warnings);
 }
@@ -52,7 +54,7 @@ void UnlockSession::OnOpened(const TrialResult &result)
     AssertMainThread();
     _damage.AddWarnings(result.warnings);
     if (result.opened)
-        return;
+        return [_delegate sessionHasOpened];
     [_delegate sessionWasRefused:result];
     Cancel();
 }

@@ -112,11 +112,24 @@ TEST_F(HostWindowTest, ARowIsChosenWithTheMouseAndAHeadingIsNot)
 
 TEST_F(HostWindowTest, AnOpenedImageIsRememberedByItsPathAlone)
 {
-    Choose("/home/anna/b.img", EncryptedVolume("/home/anna/b.img", {"password"}));
-    Choose("/home/anna/a.img", EncryptedVolume("/home/anna/a.img", {"password"}));
+    for (const char *path : {"/home/anna/a.img", "/home/anna/b.img", "/home/anna/a.img"}) {
+        Choose(path, PlainVolume(path, ""));
+        [Pane() unlock:nil];
+        Start();
+        End(vx::SessionEndKind::kQuit);
+    }
     EXPECT_EQ([StoredImages() count], 2u);
     EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:0]), "/home/anna/a.img");
     EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:1]), "/home/anna/b.img");
+}
+
+TEST_F(HostWindowTest, WhatWasChosenAndDidNotOpenIsNotRemembered)
+{
+    Choose("/home/anna/a.img", PlainVolume("/home/anna/a.img", ""));
+    EXPECT_EQ([StoredImages() count], 0u);
+    [Pane() unlock:nil];
+    Refuse(static_cast<int32_t>(VolumeLibraryStatus::kFileSystemDamaged));
+    EXPECT_EQ([StoredImages() count], 0u);
 }
 
 TEST_F(HostWindowTest, APathThatIsNotUtf8IsKeptByteForByteAndShownAsOneLine)
@@ -124,9 +137,11 @@ TEST_F(HostWindowTest, APathThatIsNotUtf8IsKeptByteForByteAndShownAsOneLine)
     const std::string path = "/a/d\xe9\n.img";
     facts->Set(path, vx::DiskFacts());
     [[delegate sourceList] choosePath:path];
+    [[delegate sourceList] rememberChosen];
     EXPECT_EQ(Text([Pane() pathLabel]), "/a/d\uFFFD\uFFFD.img");
     SourceList *next = [[[SourceList alloc] init] autorelease];
     [next choosePath:"/b.img"];
+    [next rememberChosen];
     ASSERT_EQ([StoredImages() count], 2u);
     NSData *bytes = [StoredImages() objectAtIndex:1];
     ASSERT_TRUE([bytes isKindOfClass:[NSData class]]);
