@@ -103,6 +103,26 @@ TEST_P(SampleInfo, ShowsItsRecoveryPasswordsOnceItIsUnlocked)
               "[" + list + "]");
 }
 
+// The names in the tables of the guide are those of the document, and each of the document stands
+// in the guide.
+TEST_F(InfoTest, TheGuideNamesTheKeysOfTheDocumentOfAnOpenedVolume)
+{
+    constexpr char kSample[] = "tree-ntfs-xts128";
+    const std::string missing = SampleImages::Shared().Prepare(kSample);
+    if (!missing.empty())
+        GTEST_SKIP() << missing << " is missing";
+    const Result result =
+        RunWith(VX_LIBRARY, {"--json", "--show-recovery-password", "--unlock", "password",
+                             SampleImages::Shared().Image(kSample).passwords.at(0),
+                             SampleImages::Shared().Path(kSample)});
+    ASSERT_EQ(result.status, 0) << result.errors;
+    const std::string document = _folder.WriteFile("document.json", result.output);
+    ToolRun run("/usr/bin/env", {"python3", VX_SOURCE_DIR "/Tests/Info/guide-names.py", document,
+                                 VX_SOURCE_DIR "/docs/info.md"});
+    EXPECT_EQ(run.Wait(), 0) << run.Errors();
+    EXPECT_EQ(run.Output(), "not in the guide: []\nonly in the guide: []\n");
+}
+
 std::string CaseName(const testing::TestParamInfo<const char *> &info)
 {
     return SampleImages::TestName(info.param);
