@@ -114,6 +114,9 @@ bool IsKnown(ChannelDamageKind kind)
     return kind >= ChannelDamageKind::kFileData && kind <= ChannelDamageKind::kDiskGone;
 }
 
+// Those that the host adds up or shows. No file is longer, and no list.
+constexpr uint64_t kGreatest = INT64_MAX;
+
 // In ascending order, none of them empty, and apart from each other.
 bool TakeRanges(ChannelBytes *body, ByteRanges *ranges)
 {
@@ -125,7 +128,7 @@ bool TakeRanges(ChannelBytes *body, ByteRanges *ranges)
         const uint64_t offset = body->TakeU64();
         const uint64_t length = body->TakeU64();
         const bool follows = i == 0 || offset > end;
-        if (!follows || length == 0 || length > UINT64_MAX - offset)
+        if (!follows || length == 0 || offset > kGreatest || length > kGreatest - offset)
             return false;
         ranges->push_back({offset, length});
         end = offset + length;
@@ -142,7 +145,17 @@ std::optional<ChannelReport> TakeDamage(ChannelBytes *body)
     if (!IsKnown(damage.kind) || !TakeRanges(body, &damage.ranges))
         return std::nullopt;
     damage.more = body->TakeU64();
+    if (damage.more > kGreatest)
+        return std::nullopt;
     return damage;
+}
+
+std::optional<ChannelReport> TakeLoss(ChannelBytes *body)
+{
+    const ChannelLoss loss{body->TakeU64()};
+    if (loss.count > kGreatest)
+        return std::nullopt;
+    return loss;
 }
 
 std::optional<ChannelReport> TakeMasterKey(ChannelBytes *body)
@@ -163,7 +176,7 @@ std::optional<ChannelReport> TakeReport(ChannelMessage type, ChannelBytes *body)
     case ChannelMessage::kDamage:
         return TakeDamage(body);
     case ChannelMessage::kLoss:
-        return ChannelLoss{body->TakeU64()};
+        return TakeLoss(body);
     case ChannelMessage::kMasterKey:
         return TakeMasterKey(body);
     case ChannelMessage::kOpening:

@@ -17,9 +17,10 @@ std::string Opened(uint32_t status = 0)
     return Message(3, U32(status) + Text("detail"));
 }
 
-std::string DamageBody(uint32_t kind, const std::string &path, const std::string &ranges)
+std::string DamageBody(uint32_t kind, const std::string &path, const std::string &ranges,
+                       uint64_t more = 0)
 {
-    return U32(kind) + U32(8) + Text(path) + ranges + U64(0);
+    return U32(kind) + U32(8) + Text(path) + ranges + U64(more);
 }
 
 std::string Damage()
@@ -31,6 +32,8 @@ std::string Key()
 {
     return Message(6, std::string(32, 'k'));
 }
+
+constexpr uint64_t kHuge = uint64_t{1} << 63;
 
 class HostChannelTest : public testing::Test {
 protected:
@@ -191,6 +194,14 @@ TEST_P(MalformedReport, EndsTheChannel)
     ExpectRefused(GetParam());
 }
 
+TEST_F(HostChannelTest, TakesTheGreatestNumbersThatAHostCanAddUp)
+{
+    const std::string ranges = U32(2) + U64(0) + U64(1) + U64(kHuge / 2) + U64(kHuge / 2 - 1);
+    EXPECT_EQ(CountReports(Opened() + Message(4, DamageBody(1, "/a", ranges, kHuge - 1)) +
+                           Message(5, U64(kHuge - 1))),
+              3);
+}
+
 const std::string kRange = U64(512) + U64(512);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -213,7 +224,12 @@ INSTANTIATE_TEST_SUITE_P(
         Message(4, DamageBody(1, "/a", U32(2) + kRange + U64(1024) + U64(1))),  // touching
         Message(4, DamageBody(1, "/a", U32(1) + U64(512) + U64(0))),            // empty
         Message(4, DamageBody(1, "/a", U32(1) + U64(512) + U64(UINT64_MAX))),   // beyond all
-        Message(4, U32(1) + U32(8) + U32(0xFFFFFFFF) + "/a"),                   // a lying length
+        Message(4, DamageBody(1, "/a", U32(1) + U64(kHuge / 2) + U64(kHuge / 2))),  // longer
+        Message(4, DamageBody(1, "/a", U32(1) + U64(0) + U64(kHuge))),              // than any file
+        Message(4, DamageBody(1, "/a", U32(1) + U64(kHuge) + U64(1))),              //
+        Message(4, DamageBody(3, "/a", U32(0), kHuge)),        // more than can be counted
+        Message(5, U64(kHuge)),                                //
+        Message(4, U32(1) + U32(8) + U32(0xFFFFFFFF) + "/a"),  // a lying length
         Message(4, DamageBody(1, std::string(kMostChannelPath + 1, 'a'), U32(0)))));
 
 TEST_F(HostChannelTest, RefusesADetailOfALyingLength)
