@@ -21,6 +21,8 @@ enum ExitStatus : int {
     kExitNotStarted = 4,   // no explorer, or no terminal to ask on
     kExitEndedByHost = 5,  // the explorer did not end after its quit notice
     kExitNotSent = 6,      // the message of --send
+    kExitDamaged = 7,      // the notice came; but the volume did not give everything
+    kExitStayedShut = 8,   // the notice came; but the volume did not open
 };
 
 }  // namespace vx

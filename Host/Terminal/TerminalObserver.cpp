@@ -28,16 +28,24 @@ void Complain(const TrialResult &result)
         Complain(result.wasTried ? result.reason + "; the window will be empty" : result.reason);
 }
 
-std::string DamageText(const ChannelDamage &damage)
+// The ranges lie apart and end below 2^63.
+std::string UnreadText(const ChannelDamage &damage)
 {
-    const std::string path = TerminalText(damage.path);
+    if (damage.ranges.empty())
+        return "not all of it could be read";
     int64_t bytes = 0;
     for (const ByteRange &range : damage.ranges)
         bytes += static_cast<int64_t>(range.length);
+    return (damage.more == 0 ? "" : "at least ") + CountText(bytes, "byte", "bytes") +
+           " could not be read and were given as zeros";
+}
+
+std::string DamageText(const ChannelDamage &damage)
+{
+    const std::string path = TerminalText(damage.path);
     switch (damage.kind) {
     case ChannelDamageKind::kFileData:
-        return path + ": " + (damage.more == 0 ? "" : "at least ") +
-               CountText(bytes, "byte", "bytes") + " could not be read and were given as zeros";
+        return path + ": " + UnreadText(damage);
     case ChannelDamageKind::kFileClosed:
         return path + ": the file could not be opened";
     case ChannelDamageKind::kFolder:
@@ -61,7 +69,7 @@ void TerminalObserver::OnProgress(const ChannelProgress &progress)
 bool TerminalObserver::OnTried(const TrialResult &result)
 {
     _progress.reset();
-    Complain(result);
+    TakeResult(result);
     return true;
 }
 
@@ -72,16 +80,25 @@ void TerminalObserver::OnNotSent()
 
 void TerminalObserver::OnOpened(const TrialResult &result)
 {
+    TakeResult(result);
+}
+
+// Without a reason nothing is known of a volume that was not tried.
+void TerminalObserver::TakeResult(const TrialResult &result)
+{
+    _isShut = !result.opened && !result.reason.empty();
     Complain(result);
 }
 
 void TerminalObserver::OnDamage(const ChannelDamage &damage)
 {
+    _isDamaged = true;
     Complain("damaged: " + DamageText(damage));
 }
 
 void TerminalObserver::OnReportsLost(uint64_t count)
 {
+    _isDamaged = true;
     const std::string reports =
         count == 0 ? "reports" : CountText(static_cast<int64_t>(count), "report", "reports");
     Complain(reports + " of damage got lost; there may be more damage than was said here");
@@ -104,7 +121,7 @@ int TerminalObserver::ReportEndOfKind(const SessionEnd &end)
     switch (end.kind) {
     case SessionEndKind::kQuit:
     case SessionEndKind::kRefused:
-        break;
+        return StatusOfVolume();
     case SessionEndKind::kNoNotice:
         Report("the explorer ended without a quit notice (" + end.text + ")");
         return kExitNoNotice;
@@ -122,7 +139,14 @@ int TerminalObserver::ReportEndOfKind(const SessionEnd &end)
                (_hasStarted ? "; the explorer was ended" : "; the explorer was not started"));
         return kExitSignalBase + end.signal;
     }
-    return kExitSuccess;
+    return StatusOfVolume();
+}
+
+int TerminalObserver::StatusOfVolume() const
+{
+    if (_isShut)
+        return kExitStayedShut;
+    return _isDamaged ? kExitDamaged : kExitSuccess;
 }
 
 }  // namespace vx

@@ -23,14 +23,19 @@ public:
     void OnReportsLost(uint64_t count) override;
     void OnNotice() override;
 
-    // Returns the exit status.
+    // Returns the exit status. Damage, or a volume that stayed shut, is the status of a session
+    // that ended well otherwise.
     int ReportEnd(const SessionEnd &end);
 
 private:
+    void TakeResult(const TrialResult &result);
     int ReportEndOfKind(const SessionEnd &end);
+    int StatusOfVolume() const;
 
     std::optional<OpeningProgress> _progress;
     bool _hasStarted = false;
+    bool _isShut = false;
+    bool _isDamaged = false;
 };
 
 }  // namespace vx

@@ -38,6 +38,8 @@ Exit status
   4    the explorer could not be started, or there is no terminal to ask on
   5    the explorer sent its quit notice but did not end, and was ended
   6    the message of --send could not be sent
+  7    as 0, but the volume did not give everything, or reports of that got lost
+  8    as 0, but the volume did not open, and the window was empty
   128+N  interrupted by signal N; the explorer was ended, or never started
 )";
 

@@ -1,0 +1,102 @@
+// The exit status of volume-host, by what it has heard.
+#include "TerminalObserver.h"
+
+#include "ExitStatus.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using vx::SessionEndKind;
+using vx::TrialResult;
+
+class TerminalObserverTest : public testing::Test {
+protected:
+    static TrialResult Shut() { return {false, 22, "it does not open", {}, true}; }
+    static TrialResult Opened() { return {true, 0, "", {}, true}; }
+    // Of an explorer outside a bundle.
+    static TrialResult Untried() { return {false, 0, "", {}, false}; }
+
+    int StatusAt(SessionEndKind kind) { return _observer.ReportEnd({kind, 0, "text", true}); }
+
+    vx::TerminalObserver _observer;
+};
+
+TEST_F(TerminalObserverTest, AllIsWellOnlyIfTheVolumeOpenedAndGaveEverything)
+{
+    _observer.OnTried(Opened());
+    EXPECT_EQ(StatusAt(SessionEndKind::kQuit), vx::kExitSuccess);
+}
+
+TEST_F(TerminalObserverTest, NothingIsKnownOfAVolumeThatWasNotTriedFor)
+{
+    _observer.OnTried(Untried());
+    EXPECT_EQ(StatusAt(SessionEndKind::kQuit), vx::kExitSuccess);
+}
+
+TEST_F(TerminalObserverTest, DamageIsAStatusOfItsOwn)
+{
+    _observer.OnTried(Opened());
+    _observer.OnDamage({});
+    EXPECT_EQ(StatusAt(SessionEndKind::kQuit), vx::kExitDamaged);
+}
+
+TEST_F(TerminalObserverTest, LostReportsCountAsDamage)
+{
+    for (const uint64_t count : {0, 3}) {
+        vx::TerminalObserver observer;
+        observer.OnTried(Opened());
+        observer.OnReportsLost(count);
+        EXPECT_EQ(observer.ReportEnd({}), vx::kExitDamaged);
+    }
+}
+
+TEST_F(TerminalObserverTest, AVolumeThatStayedShutIsAStatusOfItsOwn)
+{
+    _observer.OnTried(Shut());
+    EXPECT_EQ(StatusAt(SessionEndKind::kQuit), vx::kExitStayedShut);
+}
+
+TEST_F(TerminalObserverTest, WhatTheExplorerItselfOpenedCountsInTheEnd)
+{
+    _observer.OnTried(Shut());
+    _observer.OnOpened(Opened());
+    EXPECT_EQ(StatusAt(SessionEndKind::kQuit), vx::kExitSuccess);
+    _observer.OnTried(Untried());
+    _observer.OnOpened(Shut());
+    EXPECT_EQ(StatusAt(SessionEndKind::kQuit), vx::kExitStayedShut);
+}
+
+std::string LineOn(const vx::ChannelDamage &damage)
+{
+    testing::internal::CaptureStderr();
+    vx::TerminalObserver().OnDamage(damage);
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST_F(TerminalObserverTest, AFileWithoutKnownRangesIsNotSaidToLackNoByte)
+{
+    vx::ChannelDamage damage;
+    damage.path = "/a";
+    for (const uint64_t more : {0, 2}) {
+        damage.more = more;
+        EXPECT_EQ(LineOn(damage), "volume-host: damaged: /a: not all of it could be read\n");
+    }
+    damage.ranges = {{0, INT64_MAX - 1}};
+    EXPECT_EQ(
+        LineOn(damage),
+        "volume-host: damaged: /a: at least 9,223,372,036,854,775,806 bytes could not be read "
+        "and were given as zeros\n");
+}
+
+TEST_F(TerminalObserverTest, AnEndThatWentWrongKeepsItsStatus)
+{
+    _observer.OnTried(Shut());
+    _observer.OnDamage({});
+    EXPECT_EQ(StatusAt(SessionEndKind::kNoNotice), vx::kExitNoNotice);
+    EXPECT_EQ(StatusAt(SessionEndKind::kEndedByHost), vx::kExitEndedByHost);
+    EXPECT_EQ(StatusAt(SessionEndKind::kLinkTaken), vx::kExitLinkTaken);
+    EXPECT_EQ(_observer.ReportEnd({SessionEndKind::kQuit, 0, "", false}), vx::kExitNotSent);
+}
+
+}  // namespace
