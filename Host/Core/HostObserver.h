@@ -2,7 +2,8 @@
 // it.
 //
 // Threads: all functions are called on the thread that runs the session, in the order below; the
-// observer passes them on. Texts are UTF-8, one line each, for people.
+// observer passes them on. Texts are UTF-8, for people, one line each and escaped (TerminalText.h);
+// those of a ChannelDamage are the disk's own and are not.
 #pragma once
 
 #include "ChannelMessages.h"

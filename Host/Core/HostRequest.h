@@ -19,7 +19,8 @@ struct HostPrograms {
     std::string info;      // volume-info
 };
 
-// Those beside the running program, or beside the bundle that it is in.
+// Those beside the running program, or beside the bundle that it is in; empty paths if the system
+// does not say where that is.
 HostPrograms InstalledPrograms();
 
 struct HostRequest {

@@ -2,6 +2,7 @@
 
 #include "CPipeDataWrapper.h"
 #include "HostLock.h"
+#include "TerminalText.h"
 #include "VolumeTrial.h"
 #include "_MSG_DATA_PACKAGE.h"
 
@@ -16,6 +17,9 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr char kConnectorName[] = "VolumeHost";
+constexpr char kUnknownPlace[] =
+    "the system does not say where this program is, so the explorer beside it is not found; is "
+    "/proc mounted?";
 constexpr int kReadFlags = O_CREAT | O_RDONLY | O_NONBLOCK;
 constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 
@@ -56,11 +60,16 @@ HostSession::HostSession(EventPipe &events, HostObserver &observer, const LinkPa
 
 SessionEnd HostSession::Run(HostRequest *request)
 {
+    if (request->programs.explorer.empty()) {
+        request->secret.Wipe();
+        return {SessionEndKind::kNotStarted, 0, kUnknownPlace};
+    }
     const HostLock lock(_paths.read + ".lock");
     const std::string error = lock.IsHeld() ? MakeFifoPair(_paths) : lock.GetError();
     if (!error.empty()) {
         request->secret.Wipe();
-        return {SessionEndKind::kLinkTaken, 0, error, true, lock.IsHeldByAnother(), lock.Owner()};
+        return {SessionEndKind::kLinkTaken, 0,           TerminalText(error), true,
+                lock.IsHeldByAnother(),     lock.Owner()};
     }
     SessionEnd end = RunLocked(request);
     request->secret.Wipe();
@@ -95,7 +104,7 @@ SessionEnd HostSession::RunExplorer(HostRequest *request, VolumeTrial *trial)
     request->secret.Wipe();
     trial->WipeKey();
     if (!error.empty())
-        return {SessionEndKind::kNotStarted, 0, error};
+        return {SessionEndKind::kNotStarted, 0, TerminalText(error)};
     const TrialResult tried = trial->Result();
     _events.Listen(&channel,
                    [&](const ChannelReport &report) { Take(report, tried, request->volume); });

@@ -17,7 +17,10 @@ std::string FolderOfBundle(const std::string &folder)
 
 HostPrograms InstalledPrograms()
 {
-    const std::string folder = FolderOfBundle(ProgramFolder());
+    const std::string own = ProgramFolder();
+    if (own.empty())
+        return {};
+    const std::string folder = FolderOfBundle(own);
     return {folder + "/" VX_EXPLORER, folder + "/volume-trial", folder + "/volume-info"};
 }
 

@@ -92,6 +92,8 @@ int SpawnedProcess::Start(const std::string &program, const std::vector<const ch
                           const Inheritance *inheritance)
 {
     AssertBoundThread(_thread);
+    if (inheritance != nullptr && inheritance->Number() == -1)
+        return EMFILE;
     const SpawnAttributes attributes;
     const SpawnActions actions(inheritance);
     const std::vector<char *> vector = ArgumentVector(program, arguments);

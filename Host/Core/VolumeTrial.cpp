@@ -4,6 +4,7 @@
 #include "PathText.h"
 #include "SessionEvents.h"
 #include "SpawnedProcess.h"
+#include "TerminalText.h"
 #include "TrialProgram.h"
 
 #include <chrono>
@@ -32,6 +33,8 @@ void VolumeTrial::Run(const HostRequest &request)
     const std::string library = LibraryBeside(request.programs.explorer);
     if (library.empty())
         return NotTried("");
+    if (request.programs.trial.empty())
+        return NotTried("the volume was not tried: the system does not say where volume-trial is");
     Open(request, library);
 }
 
@@ -66,7 +69,9 @@ void VolumeTrial::Await(SpawnedProcess &process)
     }
     _events.TakeLastReports();
     _takesTexts = process.ExitStatus() == kTrialOverTextsOnly;
-    if (!_hasAnswer)
+    if (!_hasAnswer && process.ExitStatus() == kTrialWrongUse)
+        NotTried("the volume was not tried: volume-trial did not get what it is to open");
+    else if (!_hasAnswer)
         _result.reason = "the volume library ended unexpectedly";
 }
 
@@ -85,7 +90,7 @@ void VolumeTrial::Take(const ChannelReport &report, const std::string &volume)
 void VolumeTrial::NotTried(const std::string &reason)
 {
     _result.wasTried = false;
-    _result.reason = reason;
+    _result.reason = TerminalText(reason);
 }
 
 TrialResult ResultOf(const ChannelOpened &opened, const std::string &volume)
@@ -94,12 +99,14 @@ TrialResult ResultOf(const ChannelOpened &opened, const std::string &volume)
     result.opened = opened.status == 0;
     if (result.opened) {
         result.warnings = OpenWarningLines(opened.detail);
+        for (std::string &warning : result.warnings)
+            warning = TerminalText(warning);
     } else if (opened.status == kNoVolumeLibrary) {
-        result.reason = opened.detail;
+        result.reason = TerminalText(opened.detail);
     } else {
         result.status = opened.status;
-        result.reason =
-            "cannot open " + volume + ": " + OpenFailureText(opened.status, opened.detail);
+        result.reason = TerminalText("cannot open " + volume + ": " +
+                                     OpenFailureText(opened.status, opened.detail));
     }
     return result;
 }

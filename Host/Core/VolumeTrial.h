@@ -52,7 +52,7 @@ private:
     bool _takesTexts = false;
 };
 
-// What the library reported of an opening, in words.
+// What the library reported of an opening, in words, escaped: its process reads hostile disks.
 TrialResult ResultOf(const ChannelOpened &opened, const std::string &volume);
 
 }  // namespace vx
