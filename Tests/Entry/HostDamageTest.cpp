@@ -264,6 +264,25 @@ TEST_F(HostOfFailingDisk, HearsNothingOfWhatIsWhole)
     EXPECT_TRUE(Damages().empty());
 }
 
+TEST_F(HostOfFailingDisk, HearsOfAFileThatWasBeingReadWhenTheDiskWent)
+{
+    const VolumeHandle file = OpenForReading(*volume, u"/a");
+    char bytes[4096];
+    uint32_t done = 0;
+    EXPECT_TRUE(volume->ReadFile(file, bytes, sizeof bytes, &done));
+    disk->FailWith(ENODEV);
+    while (volume->ReadFile(file, bytes, sizeof bytes, &done) && done > 0) {
+    }
+    EXPECT_TRUE(volume->CloseHandle(file));
+    const auto damages = Damages();
+    ASSERT_EQ(damages.size(), 2u);
+    EXPECT_EQ(damages[0].kind, ChannelDamageKind::kFileData);
+    EXPECT_EQ(damages[0].obstacle, static_cast<uint32_t>(VolumeObstacle::kDeviceGone));
+    EXPECT_EQ(damages[0].path, "/a");
+    EXPECT_EQ(RangesText(damages[0].ranges), " 4096+4096");
+    EXPECT_EQ(damages[1].kind, ChannelDamageKind::kDiskGone);
+}
+
 TEST_F(HostOfFailingDisk, HearsOnceThatTheDiskIsGone)
 {
     disk->FailWith(ENODEV);
@@ -277,6 +296,76 @@ TEST_F(HostOfFailingDisk, HearsOnceThatTheDiskIsGone)
     EXPECT_EQ(RangesText(damages[0].ranges), " 0+100000");
     EXPECT_EQ(damages[1].kind, ChannelDamageKind::kDiskGone);
     EXPECT_EQ(damages[1].path, "");
+}
+
+// --- A volume that knows nothing of what failed
+
+// Any path is a file. Reads or questions for the size fail from a number of successes on.
+class ScriptedFailure final : public OwnedVolume {
+public:
+    ScriptedFailure(int goodReads, int goodSizes) : _goodReads(goodReads), _goodSizes(goodSizes) {}
+
+    VolumeHandle FindFirstFile(const char16_t *, VolumeFindData *) override { return nullptr; }
+    bool FindNextFile(VolumeHandle, VolumeFindData *) override { return false; }
+    bool FindClose(VolumeHandle) override { return true; }
+    VolumeHandle OpenFile(const char16_t *, uint32_t, uint32_t, uint32_t) override { return this; }
+    bool ReadFile(VolumeHandle, void *, uint32_t count, uint32_t *done) override
+    {
+        *done = _goodReads > 0 ? count : 0;
+        return _goodReads-- > 0;
+    }
+    bool WriteFile(VolumeHandle, const void *, uint32_t, uint32_t *) override { return false; }
+    bool SetFilePosition(VolumeHandle, uint32_t *, uint32_t *, uint32_t) override { return true; }
+    bool QueryFileSize(VolumeHandle, uint32_t *, uint32_t *) override { return _goodSizes-- > 0; }
+    bool CloseHandle(VolumeHandle) override { return true; }
+    bool DescribeEntry(const char16_t *, VolumeEntryReport *) override { return true; }
+    bool DescribeListing(VolumeHandle, VolumeListingReport *) override { return false; }
+    bool VisitUnreadRanges(VolumeHandle, VolumeRangeFunction, void *) override { return true; }
+    bool VisitPlaces(VolumeHandle, VolumePlaceFunction, void *) override { return false; }
+    bool VisitTablesRead(VolumeRangeFunction, void *) override { return false; }
+    bool IsGone() override { return _goodReads < 0; }
+    bool VisitStreams(const char16_t *, VolumeStreamFunction, void *) override { return false; }
+    bool OpenStream(const char16_t *, const char16_t *, VolumeHandle *) override { return false; }
+    bool DescribeFileSystem(VolumeFileSystemReport *) override { return false; }
+    bool DescribeUnlocking(VolumeUnlockingReport *) override { return false; }
+    bool VisitRecoveryPasswords(VolumeRecoveryPasswordFunction, void *) override { return false; }
+    bool VisitMasterKey(VolumeMasterKeyFunction, void *) override { return false; }
+
+private:
+    int _goodReads;
+    int _goodSizes;
+};
+
+// The kinds and paths of the damage that a host hears of when a file is read twice and closed.
+std::vector<std::string> HeardOf(int goodReads, int goodSizes)
+{
+    HostChannel host;
+    EXPECT_TRUE(host.Prepare({}));
+    auto channel = std::make_shared<ChildChannel>(UniqueFd(dup(host.ChildDescriptor())));
+    host.CloseChildDescriptor();
+    channel->Report(ChannelOpened{});
+    ReportingVolume volume(std::make_unique<ScriptedFailure>(goodReads, goodSizes), channel);
+    const VolumeHandle file = volume.OpenFile(u"/a", 0, 0, 0);
+    char bytes[16];
+    uint32_t low = 0, high = 0;
+    for (int i = 0; i < 2; ++i)
+        (void)volume.ReadFile(file, bytes, sizeof bytes, &low);
+    (void)volume.QueryFileSize(file, &low, &high);
+    EXPECT_TRUE(volume.CloseHandle(file));
+    std::vector<std::string> heard;
+    while (const auto report = host.Read())
+        if (const auto *damage = std::get_if<ChannelDamage>(&*report))
+            heard.push_back(std::to_string(static_cast<int>(damage->kind)) + damage->path);
+    return heard;
+}
+
+TEST(HostOfFailingFile, HearsOfItThoughNoRangeIsKnown)
+{
+    using Heard = std::vector<std::string>;
+    EXPECT_EQ(HeardOf(2, 1), Heard());
+    EXPECT_EQ(HeardOf(0, 1), (Heard{"1/a", "4"}));
+    EXPECT_EQ(HeardOf(1, 1), (Heard{"1/a", "4"}));
+    EXPECT_EQ(HeardOf(2, 0), Heard{"1/a"});
 }
 
 }  // namespace
