@@ -1,92 +1,13 @@
 // volume-host and an explorer as two real processes, on the paths and at the pace of the
 // product.
-#include "ChildProcess.h"
-#include "Eventually.h"
-#include "LinkFixture.h"
-#include "PipeFolder.h"
+#include "EndToEndTest.h"
 #include "RawPeer.h"
 #include "TemporaryFolder.h"
-#include "Terminal.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fcntl.h>
-#include <fstream>
-#include <signal.h>
-#include <sstream>
-#include <sys/ioctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
-
-constexpr char kToExplorer[] = "/tmp/z5_btl_3";
-constexpr char kToHost[] = "/tmp/z5_btl_4";
-constexpr char kLock[] = "/tmp/z5_btl_4.lock";
-
-class EndToEndTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(NothingIsThere()) << "a host or an explorer is running, or left files behind";
-    }
-    ~EndToEndTest() override
-    {
-        for (const char *path : {kToExplorer, kToHost, kLock})
-            unlink(path);
-    }
-
-    static bool NothingIsThere()
-    {
-        return !PipeFolder::Exists(kToExplorer) && !PipeFolder::Exists(kToHost) &&
-               !PipeFolder::Exists(kLock) && !SemaphoreExists("z5_sem_FileExplorerClient_16_") &&
-               !SemaphoreExists("z5_sem_VolumeHost_16_");
-    }
-
-    // volume-host with an explorer that plays a mode.
-    ChildProcess Host(const std::string &mode, std::vector<std::string> more = {})
-    {
-        more.insert(more.begin(), {"--explorer", FAKE_EXPLORER, mode + ":" + _file});
-        return ChildProcess(VOLUME_HOST, more);
-    }
-
-    // What the explorer reported; the file appears with all of it.
-    std::string Reported() const
-    {
-        EXPECT_TRUE(Eventually([this] { return PipeFolder::Exists(_file); }));
-        return ContentOf(_file);
-    }
-
-    static std::string ContentOf(const std::string &path)
-    {
-        std::ostringstream text;
-        text << std::ifstream(path).rdbuf();
-        return text.str();
-    }
-
-    // The descriptors that this process hands on to every child, which the host can only hand on
-    // too; the standard ones are among them.
-    static std::string HandedOn()
-    {
-        std::string handedOn;
-        for (int descriptor = 0; descriptor < 1024; ++descriptor)
-            if (const int flags = fcntl(descriptor, F_GETFD); flags != -1 && !(flags & FD_CLOEXEC))
-                handedOn += std::to_string(descriptor) + " ";
-        return handedOn;
-    }
-
-    // One that has ended may stay in the list until its new parent looks after it.
-    static bool IsRunning(const std::string &pid)
-    {
-        const std::string status = ContentOf("/proc/" + pid + "/stat");
-        return kill(std::stoi(pid), 0) == 0 && status.find(") Z ") == std::string::npos;
-    }
-
-    PipeFolder _folder;
-    const std::string _file = _folder.At("reported");
-};
 
 TEST_F(EndToEndTest, TheQuitNoticeOfTheExplorerArrivesAndNothingIsLeftBehind)
 {
@@ -180,6 +101,26 @@ TEST_F(EndToEndTest, WhatTheVolumeDidNotGiveIsSaidInOneLineEach)
     EXPECT_NE(output.find(" (status 22); the window will be empty\n"), std::string::npos) << output;
 }
 
+TEST_F(EndToEndTest, DamageAndAVolumeThatStayedShutAreStatusesOfTheirOwnAfterTheNotice)
+{
+    const std::string notice = "volume-host: the explorer sent its quit notice\n";
+    for (const auto &[mode, status] : {std::pair("damage", 7), std::pair("shut", 8)}) {
+        ChildProcess host = Host(std::string(mode) + "-and-notice");
+        EXPECT_EQ(host.AwaitEnd(), status) << host.Output();
+        EXPECT_NE(host.Output().find(notice), std::string::npos) << host.Output();
+    }
+    EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, OtherMessagesOfTheExplorerAreNotTakenForItsNotice)
+{
+    ChildProcess host = Host("others");
+    EXPECT_EQ(host.AwaitEnd(), 1);
+    EXPECT_EQ(host.Output(),
+              "volume-host: the explorer ended without a quit notice (exit status 0)\n");
+    EXPECT_TRUE(NothingIsThere());
+}
+
 TEST_F(EndToEndTest, AHostThatStandsStillDoesNotHoldTheExplorerUp)
 {
     ChildProcess host = Host("flood");
@@ -252,7 +193,8 @@ TEST_F(EndToEndTest, CtrlCWhileTheVolumeIsTriedStartsNoExplorer)
     EXPECT_TRUE(NothingIsThere());
 }
 
-// Kinds of unlock: one that the library gives up when it is asked to, and one that it does not.
+// Kinds of unlock: one that the library gives up when it is asked to, one that it does not, and one
+// during which it takes no signal either.
 class OpeningTest : public EndToEndTest, public testing::WithParamInterface<const char *> {};
 
 TEST_P(OpeningTest, ASignalToTheHostAloneEndsTheTryAsWell)
@@ -284,15 +226,17 @@ TEST_P(OpeningTest, AHostKilledDuringTheTryLeavesNoTrialBehindAndTheNextHostStar
     ASSERT_TRUE(Eventually([&] { return PipeFolder::Exists(folder.At("opening")); }));
     host.Signal(SIGKILL);
     ASSERT_EQ(host.AwaitEnd(), -SIGKILL);
+    const auto killed = std::chrono::steady_clock::now();
     ChildProcess next = Host("exit");
     const std::string trial = ContentOf(folder.At("process"));
     EXPECT_TRUE(Eventually([&] { return !IsRunning(trial); }, std::chrono::seconds(5)));
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(2));
     EXPECT_EQ(next.AwaitEnd(), 1) << next.Output();
     EXPECT_EQ(PipeFolder::Exists(folder.At("cancelled")), GetParam() == std::string("password"));
     EXPECT_TRUE(NothingIsThere());
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, OpeningTest, testing::Values("password", "deaf"),
+INSTANTIATE_TEST_SUITE_P(Kinds, OpeningTest, testing::Values("password", "deaf", "numb"),
                          [](const auto &kind) { return std::string(kind.param); });
 
 TEST_F(EndToEndTest, ASecondHostIsRefusedWithAClearLineAndTheFirstGoesOn)
@@ -422,85 +366,5 @@ TEST_F(EndToEndTest, HelpIsShownWithStatus0)
     EXPECT_EQ(host.AwaitEnd(), 0);
     EXPECT_EQ(host.Output().find("Usage: volume-host "), 0u);
 }
-
-// volume-host as the leader of a terminal.
-class TerminalTest : public EndToEndTest {
-protected:
-    void StartHost()
-    {
-        const std::string mode = "opening:" + _file;
-        const std::string slave = _terminal.SlavePath();
-        _pid = fork();
-        ASSERT_NE(_pid, -1);
-        if (_pid != 0)
-            return;
-        setsid();
-        const int terminal = open(slave.c_str(), O_RDWR);
-        ioctl(terminal, TIOCSCTTY, 0);
-        dup2(terminal, STDERR_FILENO);
-        execl(VOLUME_HOST, VOLUME_HOST, "--explorer", FAKE_EXPLORER, mode.c_str(), "password", "-",
-              nullptr);
-        _exit(127);
-    }
-
-    int AwaitEnd()
-    {
-        int status = 0;
-        Eventually([&] { return waitpid(_pid, &status, WNOHANG) == _pid; });
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    }
-
-    Terminal _terminal;
-    pid_t _pid = -1;
-};
-
-TEST_F(TerminalTest, AnEmptySecretIsRefusedAndStartsNothing)
-{
-    StartHost();
-    _terminal.AwaitShown("Secret (password) for ");
-    _terminal.Type("\n");
-    EXPECT_EQ(AwaitEnd(), 2);
-    EXPECT_TRUE(_terminal.Echoes());
-    EXPECT_NE(_terminal.AwaitShown("was given").find("volume-host: no secret was given"),
-              std::string::npos);
-    EXPECT_FALSE(PipeFolder::Exists(_file));
-    EXPECT_TRUE(NothingIsThere());
-}
-
-TEST_F(TerminalTest, ASecretGivenAsADashIsAskedForWithoutEcho)
-{
-    StartHost();
-    _terminal.AwaitShown("Secret (password) for ");
-    ASSERT_TRUE(Eventually([this] { return !_terminal.Echoes(); }));
-    _terminal.Type("open sesame\n");
-    EXPECT_EQ(Reported(), "opening:" + _file + "\npassword\nopen sesame\n");
-    EXPECT_EQ(AwaitEnd(), 1);
-    EXPECT_TRUE(_terminal.Echoes());
-    EXPECT_EQ(_terminal.AwaitShown("\n").find("sesame"), std::string::npos);
-}
-
-struct Key {
-    const char *text;
-    int signal;
-};
-
-class TerminalKeyTest : public TerminalTest, public testing::WithParamInterface<Key> {};
-
-TEST_P(TerminalKeyTest, AKeyThatInterruptsTheQuestionPutsTheTerminalBackAndStartsNothing)
-{
-    StartHost();
-    _terminal.AwaitShown("Secret (password) for ");
-    _terminal.Type(std::string("half") + GetParam().text);
-    EXPECT_EQ(AwaitEnd(), 128 + GetParam().signal);
-    EXPECT_TRUE(_terminal.Echoes());
-    EXPECT_FALSE(PipeFolder::Exists(_file));
-    EXPECT_TRUE(NothingIsThere());
-}
-
-INSTANTIATE_TEST_SUITE_P(Keys, TerminalKeyTest,
-                         testing::Values(Key{"\x03", SIGINT}, Key{"\x1c", SIGQUIT}),
-                         [](const auto &key) {
-                             return key.param.signal == SIGINT ? "CtrlC" : "CtrlBackslash";
-                         });
 
 }  // namespace

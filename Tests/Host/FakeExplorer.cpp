@@ -76,6 +76,24 @@ int ReportDamage(char *argv[])
     return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
 }
 
+// Opens the volume, as the trial did, and meets damage.
+void ReportFolder(ChildChannel *channel)
+{
+    vx::ChannelDamage folder;
+    folder.kind = vx::ChannelDamageKind::kFolder;
+    folder.path = "/folder";
+    channel->Report(vx::ChannelOpened{0, "noticed\n"});
+    channel->Report(folder);
+}
+
+int ReportOpened(char *argv[])
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    ReportFolder(channel);
+    return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
+}
+
 // Reports more than the channel holds, whether or not the host reads; then tells that it has gone
 // on.
 int ReportWithoutEnd(const std::string &file, char *argv[])
@@ -146,6 +164,33 @@ bool SendNotice(int host)
     return write(host, &message, sizeof(message)) == sizeof(message);
 }
 
+// Messages of other codes, known and unknown ones.
+int SendOthers()
+{
+    const int host = OpenLink();
+    bool isSent = true;
+    for (const int code : {5, 11, 13, 200}) {
+        _MSG_DATA_PACKAGE message = {};
+        message.msgId = kAsyncMessageId;
+        message.body[0] = static_cast<char>(code);
+        isSent = isSent && write(host, &message, sizeof(message)) == sizeof(message);
+    }
+    return isSent ? 0 : 1;
+}
+
+// Ends well, but the volume is damaged or, with a status, stayed shut.
+int SendNoticeAfter(char *argv[], int32_t status)
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    if (status == 0)
+        ReportFolder(channel);
+    else
+        channel->Report(vx::ChannelOpened{status, ""});
+    const bool isSent = channel->SendKept(std::chrono::seconds(10)) && SendNotice(OpenLink());
+    return isSent ? 0 : 1;
+}
+
 int SendNoticeAndWait()
 {
     if (!SendNotice(OpenLink()))
@@ -214,6 +259,16 @@ int main(int argc, char *argv[])
         return TellDescriptors(file, argv);
     if (mode == "opening")
         return TellOpening(file, argv);
+    if (mode == "opening-and-wait")
+        return TellOpening(file, argv) == 0 ? TellPidAndWait(file + ".pid") : 1;
+    if (mode == "opened")
+        return ReportOpened(argv);
+    if (mode == "damage-and-notice")
+        return SendNoticeAfter(argv, 0);
+    if (mode == "shut-and-notice")
+        return SendNoticeAfter(argv, 22);
+    if (mode == "others")
+        return SendOthers();
     if (mode == "damage")
         return ReportDamage(argv);
     if (mode == "flood")

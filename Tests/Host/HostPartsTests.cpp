@@ -1,11 +1,15 @@
 // The lock, the FIFO files, the child process and the place of the program.
+#include "CPipeDataWrapper.h"
 #include "ChildChannel.h"
 #include "EventPipe.h"
 #include "FifoPair.h"
 #include "HostLock.h"
+#include "HostRequest.h"
+#include "QuitNoticeSink.h"
 #include "SessionEvents.h"
 #include "SpawnedProcess.h"
 #include "UniqueFd.h"
+#include "_MSG_DATA_PACKAGE.h"
 
 #include "Eventually.h"
 #include "PipeFolder.h"
@@ -13,12 +17,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -249,6 +256,23 @@ TEST_F(FifoPairTest, AFileInTheWayIsNamedAndLeftAlone)
     EXPECT_FALSE(PipeFolder::Exists(_paths.read)) << "both or neither";
 }
 
+TEST_F(FifoPairTest, AFifoOfAnotherUserIsNamedAndLeftAlone)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can make a file of another user";
+    constexpr uid_t kNobody = 65534;
+    struct stat before = {}, after = {};
+    ASSERT_EQ(mkfifo(_paths.write.c_str(), 0666), 0);
+    ASSERT_EQ(chown(_paths.write.c_str(), kNobody, kNobody), 0);
+    ASSERT_EQ(lstat(_paths.write.c_str(), &before), 0);
+    EXPECT_EQ(vx::MakeFifoPair(_paths),
+              _paths.write + " is in the way: it is not a FIFO of this user");
+    ASSERT_EQ(lstat(_paths.write.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_uid, kNobody);
+    EXPECT_FALSE(PipeFolder::Exists(_paths.read)) << "both or neither";
+}
+
 TEST_F(FifoPairTest, ALinkInTheWayIsRefused)
 {
     ASSERT_EQ(mkfifo(_folder.At("target").c_str(), 0600), 0);
@@ -315,21 +339,112 @@ TEST_F(SpawnedProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
     EXPECT_EQ(_process.DescribeEnd(), "signal 13");
 }
 
+TEST_F(SpawnedProcessTest, TheChildStartsWithNoSignalBlocked)
+{
+    sigset_t blocked, former;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, &former);
+    Start("kill -TERM $$; exit 0");
+    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    ASSERT_TRUE(AwaitEnd());
+    EXPECT_EQ(_process.DescribeEnd(), "signal 15");
+}
+
+TEST_F(SpawnedProcessTest, AChildThatIsStartedMeanwhileDoesNotGetAnInheritance)
+{
+    const vx::UniqueFd own(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const vx::Inheritance inheritance(own.Get());
+    const std::string look = "[ -e /dev/fd/" + std::to_string(inheritance.Number()) + " ]";
+    Start(look);
+    ASSERT_TRUE(AwaitEnd());
+    EXPECT_EQ(_process.DescribeEnd(), "exit status 1");
+    vx::SpawnedProcess heir(_events);
+    ASSERT_EQ(heir.Start("/bin/sh", {"-c", look.c_str()}, &inheritance), 0);
+    ASSERT_TRUE(Eventually([&] { return heir.HasEnded(); }));
+    EXPECT_EQ(heir.DescribeEnd(), "exit status 0");
+}
+
+TEST_F(SpawnedProcessTest, WithoutANumberForAnInheritanceNothingIsStarted)
+{
+    const vx::UniqueFd own(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    struct rlimit former = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
+    const struct rlimit none = {static_cast<rlim_t>(STDERR_FILENO + 1), former.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const vx::Inheritance inheritance(own.Get());
+    setrlimit(RLIMIT_NOFILE, &former);
+    ASSERT_EQ(inheritance.Number(), -1);
+    EXPECT_EQ(_process.Start("/bin/sh", {"-c", "exit 0"}, &inheritance), EMFILE);
+    EXPECT_TRUE(_process.HasEnded());
+}
+
+TEST(InstalledProgramsTest, AreUnknownWhereTheSystemDoesNotSayWhereThisOneIs)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can leave /proc";
+    const PipeFolder folder;
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool isOut = chroot(folder.At("").c_str()) == 0 && chdir("/") == 0;
+        const vx::HostPrograms programs = vx::InstalledPrograms();
+        const bool isUnknown =
+            programs.explorer.empty() && programs.trial.empty() && programs.info.empty();
+        _exit(!isOut ? 2 : isUnknown ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+class QuitNoticeSinkTest : public testing::Test {
+protected:
+    bool TakesForNotice(uint32_t code)
+    {
+        const CCommandDataWrapper<char> record = {static_cast<COMMAND_TYPE>(code), 0,
+                                                  CPipeDataWrapper::GetCommandDataLen(code), 0};
+        _MSG_DATA_PACKAGE message = {};
+        message.msgId = kAsyncMessageId;
+        memcpy(message.body, &record, sizeof(record));
+        _sink.OnCommand_Reply(nullptr, reinterpret_cast<const char *>(&message), sizeof(message));
+        const auto event = _pipe.Await(vx::Deadline::clock::now());
+        return event == vx::EventPipe::kQuitNotice;
+    }
+
+    vx::EventPipe _pipe;
+    vx::QuitNoticeSink _sink{_pipe};
+};
+
+TEST_F(QuitNoticeSinkTest, OnlyItsCodeIsTheNotice)
+{
+    EXPECT_TRUE(TakesForNotice(CMD_EXPLORER_QUIT));
+    for (uint32_t code = 0; code <= 40; ++code) {
+        if (code != CMD_EXPLORER_QUIT)
+            EXPECT_FALSE(TakesForNotice(code)) << code;
+    }
+    EXPECT_FALSE(TakesForNotice(UINT32_MAX));
+}
+
 // A channel with this many reports that wait.
 class SessionEventsTest : public testing::Test {
 protected:
     static constexpr int kReports = 60;  // the system holds them
 
-    SessionEventsTest()
+    void SetUp() override
     {
-        EXPECT_TRUE(_channel.Prepare({}));
+        ASSERT_TRUE(_channel.Prepare({}));
         vx::ChildChannel child(vx::UniqueFd(fcntl(_channel.ChildDescriptor(), F_DUPFD_CLOEXEC, 3)));
         _channel.CloseChildDescriptor();
         child.Report(vx::ChannelOpened{});
         for (int i = 1; i < kReports; ++i)
             child.Report(vx::ChannelDamage{});
-        EXPECT_TRUE(child.SendKept());
+        ASSERT_TRUE(child.SendKept());
         _events.Listen(&_channel, [this](const vx::ChannelReport &) { ++_taken; });
+    }
+
+    bool Await(const vx::SessionEvents::Condition &condition)
+    {
+        return _events.Await(condition, vx::Deadline::clock::now() + std::chrono::seconds(30));
     }
 
     vx::EventPipe _pipe;
@@ -341,14 +456,14 @@ protected:
 TEST_F(SessionEventsTest, AnEventDoesNotWaitUntilAllReportsAreTaken)
 {
     _pipe.Post(SIGTERM);
-    EXPECT_TRUE(_events.Await([this] { return _events.IsInterrupted(); }, std::nullopt));
+    EXPECT_TRUE(Await([this] { return _events.IsInterrupted(); }));
     EXPECT_LT(_taken, 10);
     EXPECT_EQ(_events.Interruption(), SIGTERM);
 }
 
 TEST_F(SessionEventsTest, ReportsAreTakenWhileNoEventComes)
 {
-    EXPECT_TRUE(_events.Await([this] { return _taken == kReports; }, std::nullopt));
+    EXPECT_TRUE(Await([this] { return _taken == kReports; }));
     EXPECT_FALSE(_events.IsInterrupted());
 }
 

@@ -73,7 +73,9 @@ TEST_F(HostSessionTest, TheMasterKeyOfTheTrialOpensTheVolumeInTheExplorer)
     const auto request = Request(KEY_LIBRARY, "opening");
     request->kind = "password";
     EXPECT_EQ(Run(request.get()).kind, SessionEndKind::kNoNotice);
-    EXPECT_EQ(Told(), request->volume + "\nvmk\n0001abff\n");
+    EXPECT_EQ(Told(),
+              request->volume +
+                  "\nvmk\n0001abff1c232a31383f464d545b626970777e858c939aa1a8afb6bdc4cbd2d9\n");
     EXPECT_THAT(_observer.lines, ElementsAre("progress 3 of 7", "opened", "started"));
 }
 
@@ -121,6 +123,36 @@ TEST_F(HostSessionTest, WhatTheExplorerItselfCouldNotOpenIsReported)
                 ElementsAre("progress 3 of 7", "opened", "started",
                             HasSubstr("explorer did not open: cannot open damage:"),
                             HasSubstr("damage /a"), "damage /folder"));
+}
+
+TEST_F(HostSessionTest, AnOpeningThatEndsAsTheTrialDidIsNotReportedAgain)
+{
+    const auto request = Request(KEY_LIBRARY, "opened");
+    Run(request.get());
+    EXPECT_THAT(_observer.lines,
+                ElementsAre("progress 3 of 7", "opened", "started", "damage /folder"));
+}
+
+TEST_F(HostSessionTest, WhyItEndedIsOneLineWithoutControlCharacters)
+{
+    const auto request = Request("", "exit");
+    request->programs.explorer = "/no/\x1b]0;hi\a\nexplorer";
+    EXPECT_THAT(Run(request.get()).text, HasSubstr("/no/\\x1b]0;hi\\x07\\nexplorer"));
+    const std::string odd = _folder.At("od\x1b[2J\nd");
+    const auto second = Request("", "exit");
+    EXPECT_THAT(
+        vx::HostSession(_events, _observer, {odd + "/in", odd + "/out"}).Run(second.get()).text,
+        HasSubstr("/od\\x1b[2J\\nd/in"));
+}
+
+TEST_F(HostSessionTest, WithoutAPlaceForTheExplorerNothingIsStartedAndTheSecretIsGone)
+{
+    const auto request = Request("", "exit");
+    request->programs = {};
+    const vx::SessionEnd end = Run(request.get());
+    EXPECT_EQ(end.kind, SessionEndKind::kNotStarted);
+    EXPECT_THAT(end.text, HasSubstr("the system does not say where this program is"));
+    EXPECT_TRUE(request->secret.IsEmpty());
 }
 
 TEST_F(HostSessionTest, AnExplorerThatIsNotThereIsTheEndAndTheSecretIsGone)
@@ -187,9 +219,11 @@ TEST_F(SessionThreadTest, ACancelledTrialEndsWithinASecondAndStartsNothing)
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
         EXPECT_EQ(end.kind, SessionEndKind::kInterrupted);
         EXPECT_EQ(end.signal, 0);
+        EXPECT_EQ(PipeFolder::Exists(_folder.At("cancelled")), kind == std::string("password"));
         EXPECT_FALSE(PipeFolder::Exists(_file));
         EXPECT_TRUE(NothingIsLeft());
-        unlink(_folder.At("opening").c_str());
+        for (const char *file : {"opening", "cancelled"})
+            unlink(_folder.At(file).c_str());
     }
     EXPECT_THAT(_observer.lines, ElementsAre());
 }

@@ -4,6 +4,7 @@
 #include "VolumeReport.h"
 
 #include <cstring>
+#include <string>
 
 #define VX_EXPORTED extern "C" __attribute__((visibility("default")))
 
@@ -11,6 +12,7 @@ namespace {
 
 VolumeOpeningOptions g_options;
 char g_volume;
+bool g_isTalkative = false;  // with the kind "talkative"
 
 }  // namespace
 
@@ -25,17 +27,27 @@ VX_EXPORTED int32_t open_bitlocker_device(const char *, const char *kind, const 
 {
     if (g_options.progress != nullptr)
         g_options.progress(g_options.progressContext, VolumeOpeningStep::kTryingSecrets, 3, 7, 0);
+    g_isTalkative = strcmp(kind, "talkative") == 0;
     if (strcmp(kind, "none") == 0)
         g_options.keepsMasterKey = 0;
     *volume = reinterpret_cast<IVolume *>(&g_volume);
     return 0;
 }
 
+// More than the smallest buffer of a socket holds.
+VX_EXPORTED const char *volume_library_last_error()
+{
+    static const std::string noticed(50000, 'x');
+    return g_isTalkative ? noticed.c_str() : "";
+}
+
 #ifdef VX_HAS_MASTER_KEY
 VX_EXPORTED bool volume_library_visit_master_key(IVolume *, VolumeMasterKeyFunction key,
                                                  void *context)
 {
-    const uint8_t bytes[] = {0x00, 0x01, 0xAB, 0xFF};
+    uint8_t bytes[32] = {0x00, 0x01, 0xAB, 0xFF};
+    for (uint8_t i = 4; i < sizeof(bytes); ++i)
+        bytes[i] = static_cast<uint8_t>(7 * i);
     if (g_options.keepsMasterKey != 0)
         key(context, bytes, sizeof(bytes));
     return g_options.keepsMasterKey != 0;

@@ -1,11 +1,19 @@
 #include "VolumeTrial.h"
 
+#include "HostChannel.h"
 #include "SessionEvents.h"
+#include "SpawnedProcess.h"
+#include "TrialProgram.h"
 
+#include "Eventually.h"
 #include "RecordingObserver.h"
 #include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+
+#include <fstream>
+#include <sys/socket.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -109,6 +117,32 @@ TEST_F(VolumeTrialTest, ALibraryThatCrashesIsReported)
     EXPECT_FALSE(_trial.TakesTexts()) << "no secret in the arguments without need";
 }
 
+TEST_F(VolumeTrialTest, AReasonIsOneLineWithoutControlCharacters)
+{
+    const std::string name = "e\x1b]0;hi\a\nsecond.img";
+    _folder.WriteFile(name, "x");
+    const vx::TrialResult &result = Try(_folder.At(name));
+    EXPECT_FALSE(result.opened);
+    EXPECT_THAT(result.reason, HasSubstr("/e\\x1b]0;hi\\x07\\nsecond.img: "));
+    EXPECT_EQ(result.reason.find_first_of("\x1b\a\n"), std::string::npos);
+}
+
+TEST_F(VolumeTrialTest, AReasonWhyItWasNotTriedIsOneLineAsWell)
+{
+    _request.programs.trial = _folder.Path() + "/\x1b[2J\n";
+    EXPECT_THAT(Try("/").reason, HasSubstr("/\\x1b[2J\\n: "));
+}
+
+TEST(TrialWords, OfADetailAreEscapedLineByLine)
+{
+    const std::string hostile = "name \x1b[2J\r\nsecond \xe2\x80\xae line";
+    EXPECT_THAT(vx::ResultOf({0, hostile}, "v").warnings,
+                testing::ElementsAre("name \\x1b[2J\\x0d", "second \\u202e line"));
+    const std::string shown = "name \\x1b[2J\\x0d\\nsecond \\u202e line";
+    EXPECT_THAT(vx::ResultOf({22, hostile}, "v").reason, HasSubstr(shown));
+    EXPECT_EQ(vx::ResultOf({vx::kNoVolumeLibrary, hostile}, "v").reason, shown);
+}
+
 TEST_F(VolumeTrialTest, AnExplorerOutsideABundleIsNotTriedFor)
 {
     _request.programs.explorer = "/bin/true";
@@ -123,6 +157,57 @@ TEST_F(VolumeTrialTest, ATrialThatCannotBeStartedIsReported)
     const vx::TrialResult &result = Try("/");
     EXPECT_FALSE(result.wasTried);
     EXPECT_THAT(result.reason, HasSubstr("cannot start " + _folder.Path() + "/volume-trial: "));
+}
+
+TEST_F(VolumeTrialTest, ATrialThatDoesNotBeginIsReported)
+{
+    _request.programs.trial = _folder.Path() + "/trial";
+    std::ofstream(_request.programs.trial) << "#!/bin/sh\nexit 2\n";
+    ASSERT_EQ(chmod(_request.programs.trial.c_str(), 0700), 0);
+    const vx::TrialResult &result = Try("/");
+    EXPECT_FALSE(result.wasTried);
+    EXPECT_THAT(result.reason, HasSubstr("did not get what it is to open"));
+}
+
+TEST_F(VolumeTrialTest, AnUnknownPlaceOfTheTrialIsReported)
+{
+    _request.programs.trial.clear();
+    const vx::TrialResult &result = Try("/");
+    EXPECT_FALSE(result.wasTried);
+    EXPECT_THAT(result.reason, HasSubstr("does not say where volume-trial is"));
+}
+
+// The buffer of the socket is full long before the key; the host reads only then.
+TEST_F(VolumeTrialTest, AHostThatStallsGetsTheWholeAnswerAndTheKeyNevertheless)
+{
+    vx::HostChannel channel;
+    ASSERT_TRUE(channel.Prepare({"volume", "talkative", ""}));
+    const int smallest = 1;
+    ASSERT_EQ(
+        setsockopt(channel.ChildDescriptor(), SOL_SOCKET, SO_SNDBUF, &smallest, sizeof smallest),
+        0);
+    vx::SpawnedProcess trial(_pipe);
+    {
+        const vx::Inheritance inheritance(channel.ChildDescriptor());
+        const std::string number = std::to_string(inheritance.Number());
+        ASSERT_EQ(trial.Start(VOLUME_TRIAL, {KEY_LIBRARY, number.c_str()}, &inheritance), 0);
+    }
+    channel.CloseChildDescriptor();
+    EXPECT_FALSE(Eventually([&] { return trial.HasEnded(); }, std::chrono::milliseconds(300)));
+    size_t detail = 0, key = 0;
+    const auto take = [&] {
+        while (const auto report = channel.Read()) {
+            if (const auto *opened = std::get_if<vx::ChannelOpened>(&*report))
+                detail = opened->detail.size();
+            else if (const auto *found = std::get_if<vx::ChannelMasterKey>(&*report))
+                key = found->key.Size();
+        }
+        return channel.HasEnded();
+    };
+    EXPECT_TRUE(Eventually(take));
+    EXPECT_EQ(channel.Error(), "");
+    EXPECT_EQ(detail, 50000u);
+    EXPECT_EQ(key, 32u);
 }
 
 TEST_F(VolumeTrialTest, ASecretThatIsTooLongForTheChannelIsReported)

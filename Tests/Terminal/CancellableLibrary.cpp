@@ -1,10 +1,11 @@
 // A volume library whose opening lasts until it is cancelled. The secret is a folder: its file
 // "process" receives the number of the process and then its FIFO "opening" is opened, or made as a
 // file, when the opening starts, and a file "cancelled" is made when it was cancelled. The kind
-// "deaf" does not react.
+// "deaf" does not react; "numb" does not, and makes the process ignore signals.
 #include "IVolume.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
@@ -37,8 +38,13 @@ open_bitlocker_device(const char *, const char *kind, const char *secret, IVolum
     *volume = nullptr;
     const std::string folder = secret;
     std::ofstream(folder + "/process") << getpid();
+    const bool isNumb = strcmp(kind, "numb") == 0;
+    const bool isDeaf = isNumb || strcmp(kind, "deaf") == 0;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGALRM}) {
+        if (isNumb)
+            signal(number, SIG_IGN);
+    }
     Create(folder + "/opening");
-    const bool isDeaf = strcmp(kind, "deaf") == 0;
     for (unsigned waited = 0; waited < kLongest && (isDeaf || !g_isCancelled); waited += kLook)
         usleep(kLook);
     if (!g_isCancelled)
