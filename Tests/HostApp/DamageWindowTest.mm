@@ -90,7 +90,7 @@ void RecordReply(id, SEL, BOOL) {}
 TEST_F(DamageWindowTest, WhatCouldNotBeReadIsPrintedIfTheApplicationEndsWithTheExplorer)
 {
     const SEL reply = @selector(replyToApplicationShouldTerminate:);
-    Method method = class_getInstanceMethod([NSApplication class], reply);
+    Method method = class_getInstanceMethod([NSApp class], reply);
     const IMP ending = method_setImplementation(method, reinterpret_cast<IMP>(RecordReply));
     Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
     Click([Pane() unlockButton]);
