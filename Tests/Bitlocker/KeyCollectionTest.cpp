@@ -133,11 +133,17 @@ std::string LineOf(unsigned number)
     return text;
 }
 
-TEST_F(KeyCollectionTest, OfTooManyKeysThoseThatNameAWantedProtectorAreTaken)
+std::string LinesOf(unsigned first, unsigned end)
 {
     std::string text;
-    for (unsigned i = 0; i < KeyList::kMost + 5; ++i)
-        text += LineOf(i);
+    for (unsigned number = first; number < end; ++number)
+        text += LineOf(number);
+    return text;
+}
+
+TEST_F(KeyCollectionTest, OfTooManyKeysThoseThatNameAWantedProtectorAreTaken)
+{
+    std::string text = LinesOf(0, KeyList::kMost + 5);
     text += std::string(kOtherKeyId) + " " + LineOf(100000) + kKeyId + " " + LineOf(100001);
     const std::string path = Write("ring", text);
     const auto wanting = KeyCollection::FromPath(path.c_str(), nullptr, {kKeyGuid});
@@ -148,6 +154,28 @@ TEST_F(KeyCollectionTest, OfTooManyKeysThoseThatNameAWantedProtectorAreTaken)
     EXPECT_FALSE(NamesKey(wanting->Keys(), kOtherKeyGuid));
     EXPECT_EQ(wanting->Problems(), "there are more files or keys than are read");
     EXPECT_FALSE(NamesKey(Read(path)->Keys(), kKeyGuid));
+}
+
+TEST_F(KeyCollectionTest, OfTooManyKeysThoseOfAFileNamedAfterAWantedProtectorAreTaken)
+{
+    constexpr unsigned kInFile = 18000;
+    for (unsigned file = 0; file * kInFile <= KeyList::kMost; ++file)
+        Write("many" + std::to_string(file) + ".txt",
+              LinesOf(file * kInFile, (file + 1) * kInFile));
+    Write("zz/BitLocker Recovery Key " + std::string(kKeyId) + ".TXT", LineOf(100000));
+    const auto wanting = KeyCollection::FromPath(_folder.Path().c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_TRUE(wanting->IsCut());
+    EXPECT_TRUE(NamesKey(wanting->Keys(), kKeyGuid));
+    EXPECT_FALSE(NamesKey(Read(_folder.Path())->Keys(), kKeyGuid));
+}
+
+TEST_F(KeyCollectionTest, OfTooManyKeysOneWithAWantedIdentifierInALaterLineIsTaken)
+{
+    const std::string path = Write("ring", LinesOf(0, KeyList::kMost + 5) + kKeyId + "\n");
+    const auto wanting = KeyCollection::FromPath(path.c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_TRUE(NamesKey(wanting->Keys(), kKeyGuid));
 }
 
 TEST_F(KeyCollectionTest, OfTooManyFilesThoseThatNameAWantedProtectorAreRead)

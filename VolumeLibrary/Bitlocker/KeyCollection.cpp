@@ -80,11 +80,7 @@ void KeyCollection::Add(ByteView file, const std::string &name)
         _keys.Add(ProtectorKind::kExternalKey, startupKey->key.View(), {startupKey->identifier});
         return;
     }
-    const size_t before = _keys.Size();
-    const RecoveryKeyText text = RecoveryKeyText::Find(file, &_keys);
-    for (size_t key = before; key < _keys.Size(); ++key)
-        if (_keys.At(key).identifiers.empty())
-            _keys.AddIdentifiers(key, IdentifiersInName(name));
+    const RecoveryKeyText text = RecoveryKeyText::Find(file, &_keys, IdentifiersInName(name));
     if (text.mistyped > 0 && _mistyped == 0)
         _firstMistake = "in " + Printable(name) + ", " + text.firstMistake;
     _mistyped += text.mistyped;

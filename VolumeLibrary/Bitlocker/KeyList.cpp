@@ -78,9 +78,11 @@ size_t KeyList::NextToReplace()
     return Size();
 }
 
-void KeyList::AddIdentifiers(size_t index, const std::vector<Guid> &identifiers)
+void KeyList::Clear()
 {
-    _labels[index].AddIdentifiers(identifiers);
+    _labels.clear();
+    _leftOut = 0;
+    _replaceable = kMost;
 }
 
 size_t KeyList::CountOf(ProtectorKind kind) const

@@ -34,9 +34,10 @@ public:
 
     // key: kKeyBytes; for a password what is stretched, else the key itself.
     void Add(ProtectorKind kind, ByteView key, const std::vector<Guid> &identifiers = {});
-    void AddIdentifiers(size_t index, const std::vector<Guid> &identifiers);
     // Makes one key of equal ones, with the identifiers of all. Keeps the order otherwise.
     void MergeEqual();
+    // Takes all keys out; their memory is kept for others.
+    void Clear();
 
     size_t Size() const { return _labels.size(); }
     bool IsFull() const { return Size() == kMost; }

@@ -120,7 +120,10 @@ std::vector<size_t> RunOfGroups(std::string_view line, size_t at)
 
 class Finder {
 public:
-    explicit Finder(KeyList *keys) : _keys(*keys) {}
+    // otherwise: the identifiers of keys for which the text has none.
+    Finder(KeyList *keys, const std::vector<Guid> &otherwise) : _keys(*keys), _otherwise(otherwise)
+    {
+    }
 
     RecoveryKeyText Find(std::string_view text)
     {
@@ -130,6 +133,7 @@ public:
             text.remove_prefix(std::min(text.size(), line.size() + 1));
             TakeLine(line);
         }
+        AddOpenKeys();
         return std::move(_result);
     }
 
@@ -137,7 +141,6 @@ private:
     void TakeLine(std::string_view line)
     {
         _identifiers = GuidsIn(line);
-        const size_t firstKey = _keys.Size();
         const size_t foundBefore = _result.found;
         for (size_t at = 0; at < line.size(); ++at) {
             const size_t groups = GroupsAt(line, at);
@@ -151,7 +154,8 @@ private:
         if (_result.found == foundBefore)
             return KeepWaiting();
         _waiting.clear();
-        _firstOpen = _identifiers.empty() ? firstKey : _keys.Size();
+        if (!_identifiers.empty())
+            AddOpenKeys();
     }
 
     // Returns the place of the run's last sign.
@@ -178,40 +182,63 @@ private:
         }
         KeyMaterial hash(sizeof(Sha256Digest));
         Sha256(bytes->View(), hash.Data());
-        _keys.Add(ProtectorKind::kRecoveryPassword, hash.View(),
-                  _identifiers.empty() ? _waiting : _identifiers);
+        KeepOpen(hash.View());
         ++_result.found;
+    }
+
+    void KeepOpen(ByteView key)
+    {
+        if (_openLine != _line || _open.IsFull())
+            AddOpenKeys();
+        if (_openLine != _line) {
+            _label.identifiers.clear();
+            _label.AddIdentifiers(_identifiers.empty() ? _waiting : _identifiers);
+        }
+        _openLine = _line;
+        _open.Add(ProtectorKind::kRecoveryPassword, key);
+    }
+
+    void AddOpenKeys()
+    {
+        for (size_t key = 0; key < _open.Size(); ++key)
+            _keys.Add(ProtectorKind::kRecoveryPassword, _open.Key(key),
+                      _label.identifiers.empty() ? _otherwise : _label.identifiers);
+        _open.Clear();
     }
 
     void KeepWaiting()
     {
-        for (size_t key = _firstOpen; key < _keys.Size() && !_identifiers.empty(); ++key)
-            _keys.AddIdentifiers(key, _identifiers);
+        _label.AddIdentifiers(_identifiers);
         for (const Guid &identifier : _identifiers)
             if (_waiting.size() < KeyList::kMostIdentifiers)
                 _waiting.push_back(identifier);
     }
 
     KeyList &_keys;
+    const std::vector<Guid> &_otherwise;
     RecoveryKeyText _result;
     size_t _line = 0;
-    // From this key on those have no identifier in their line.
-    size_t _firstOpen = _keys.Size();
+    // The keys of the last line that has any, until no more identifiers can follow, and what they
+    // have in common.
+    KeyList _open;
+    size_t _openLine = 0;
+    KeyList::Label _label;
     std::vector<Guid> _waiting;      // of lines without a password
     std::vector<Guid> _identifiers;  // of the line
 };
 
 }  // namespace
 
-RecoveryKeyText RecoveryKeyText::Find(ByteView file, KeyList *keys)
+RecoveryKeyText RecoveryKeyText::Find(ByteView file, KeyList *keys,
+                                      const std::vector<Guid> &identifiers)
 {
     KeyMaterial signs = PlainKeyText(file);
     const std::string_view text(reinterpret_cast<const char *>(signs.Data()), signs.Size());
-    RecoveryKeyText inLines = Finder(keys).Find(text);
+    RecoveryKeyText inLines = Finder(keys, identifiers).Find(text);
     if (inLines.found > 0 || inLines.mistyped > 0)
         return inLines;
     std::replace(signs.Data(), signs.Data() + signs.Size(), uint8_t{'\n'}, uint8_t{' '});
-    return Finder(keys).Find(text);
+    return Finder(keys, identifiers).Find(text);
 }
 
 std::vector<Guid> IdentifiersInName(const std::string &path)
