@@ -189,6 +189,44 @@ TEST_F(KeyCollectionTest, OfTooManyFilesThoseThatNameAWantedProtectorAreRead)
     EXPECT_EQ(Read(_folder.Path())->Keys().Size(), 0U);
 }
 
+TEST_F(KeyCollectionTest, AFileInAFolderThatNamesAWantedProtectorIsReadBeforeTooManyOthers)
+{
+    for (size_t i = 0; i < KeyCollection::kMostFiles + 5; ++i)
+        ASSERT_EQ(mknod(_folder.At(std::to_string(i)).c_str(), S_IFREG | 0600, 0), 0);
+    Write(std::string("zz/") + kKeyId + ".TXT", LineOf(1));
+    const auto wanting = KeyCollection::FromPath(_folder.Path().c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_TRUE(NamesKey(wanting->Keys(), kKeyGuid));
+    EXPECT_EQ(wanting->Keys().Size(), 1U);
+    EXPECT_EQ(wanting->Problems(), "there are more files or keys than are read");
+}
+
+TEST_F(KeyCollectionTest, NoFileIsReadTwiceWhetherItNamesAWantedProtectorOrNot)
+{
+    const std::string mistyped = "000011-000022-000034-720885-111111-222222-333333-444444\n";
+    Write(std::string(kKeyId) + ".TXT", mistyped);
+    Write(std::string(kKeyId) + "/other.txt", mistyped);
+    Write(std::string("b/") + kKeyId + ".TXT", mistyped);
+    const auto wanting = KeyCollection::FromPath(_folder.Path().c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_EQ(wanting->Problems(), "3 recovery passwords are mistyped: in " + std::string(kKeyId) +
+                                       ".TXT, line 1: group 3 is mistyped");
+}
+
+TEST_F(KeyCollectionTest, OfAFolderWithVeryManyFoldersSomeAreReadAndThatIsSaid)
+{
+    ASSERT_EQ(mkdir(_folder.At("empty").c_str(), 0700), 0);
+    ASSERT_EQ(mkdir(_folder.At("ring").c_str(), 0700), 0);
+    for (size_t i = 0; i < KeyCollection::kMostFiles + 5; ++i)
+        ASSERT_EQ(symlink("../empty", _folder.At("ring/" + std::to_string(i)).c_str()), 0);
+    Write(std::string("ring/zz ") + kKeyId + ".TXT", LineOf(1));
+    const std::string ring = _folder.At("ring");
+    const auto wanting = KeyCollection::FromPath(ring.c_str(), nullptr, {kKeyGuid});
+    ASSERT_TRUE(wanting);
+    EXPECT_TRUE(NamesKey(wanting->Keys(), kKeyGuid));
+    EXPECT_EQ(Read(ring)->Problems(), "there are more files or keys than are read");
+}
+
 TEST_F(KeyCollectionTest, AMistakeIsNamedWithItsFileAndLine)
 {
     Write("keys\n.txt", "\n000011-000022-000034-720885-111111-222222-333333-444444\n");

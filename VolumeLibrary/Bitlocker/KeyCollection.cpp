@@ -35,28 +35,43 @@ bool NamesOne(const std::string &name, const std::vector<Guid> &wanted)
            named.end();
 }
 
-// Those that name a wanted protector, then the others, each in order; of both no more than
-// limit + 1.
-Result<std::vector<std::string>> NamesIn(const std::string &folder, size_t limit,
-                                         const std::vector<Guid> &wanted)
+bool IsFolder(const std::string &folder, const dirent &entry)
+{
+    if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
+    return IsFolder(PathIn(folder, entry.d_name).c_str());
+}
+
+struct Names {
+    std::vector<std::string> names;
+    bool isCut = false;     // there are more
+    bool isBroken = false;  // the others could not be read
+};
+
+// Of a folder the first names, in order, of those that isTaken accepts; no more than limit.
+template <typename IsTaken>
+Result<Names> NamesIn(const std::string &folder, size_t limit, IsTaken isTaken)
 {
     const std::unique_ptr<DIR, FolderCloser> open(::opendir(folder.c_str()));
     if (open == nullptr)
         return Error{Status::kSystemError, "", errno};
-    std::vector<std::string> first;
-    std::vector<std::string> others;
-    while (const dirent *entry = ::readdir(open.get())) {
+    Names found;
+    const dirent *entry;
+    while ((errno = 0, entry = ::readdir(open.get())) != nullptr) {
         const std::string name = entry->d_name;
-        if (name == "." || name == "..")
+        if (name == "." || name == ".." || !isTaken(name, IsFolder(folder, *entry)))
             continue;
-        std::vector<std::string> &names = NamesOne(name, wanted) ? first : others;
-        if (names.size() <= limit)
-            names.push_back(name);
+        found.names.push_back(name);
+        std::push_heap(found.names.begin(), found.names.end());
+        if (found.names.size() <= limit)
+            continue;
+        found.isCut = true;
+        std::pop_heap(found.names.begin(), found.names.end());
+        found.names.pop_back();
     }
-    std::sort(first.begin(), first.end());
-    std::sort(others.begin(), others.end());
-    first.insert(first.end(), others.begin(), others.end());
-    return first;
+    found.isBroken = errno != 0;
+    std::sort_heap(found.names.begin(), found.names.end());
+    return found;
 }
 
 // Fit for a message of one line.
@@ -110,7 +125,7 @@ Result<KeyCollection> KeyCollection::FromPath(const char *path, const CancelFlag
     KeyCollection collection;
     collection._wanted = wanted;
     collection._keys.SetWanted(wanted);
-    Error error = IsFolder(path) ? collection.AddFolder(path, true, cancel)
+    Error error = IsFolder(path) ? collection.AddFiles(path, cancel)
                                  : collection.AddFile(path, kLargestAlone);
     if (error)
         return error;
@@ -118,13 +133,30 @@ Result<KeyCollection> KeyCollection::FromPath(const char *path, const CancelFlag
     return collection;
 }
 
-Error KeyCollection::AddFolder(const std::string &folder, bool entersFolders,
+Error KeyCollection::AddFiles(const std::string &folder, const CancelFlag *cancel)
+{
+    Error error;
+    if (!_wanted.empty())
+        error = AddFolder(folder, Files::kNamed, false, cancel);
+    if (!_wanted.empty() && !error)
+        error = AddFolder(folder, Files::kNamedInFolders, true, cancel);
+    return error ? error : AddFolder(folder, Files::kOthers, true, cancel);
+}
+
+Error KeyCollection::AddFolder(const std::string &folder, Files files, bool entersFolders,
                                const CancelFlag *cancel)
 {
-    const Result<std::vector<std::string>> names = NamesIn(folder, kMostFiles, _wanted);
-    if (!names)
-        return names.Failure();
-    for (const std::string &name : *names) {
+    const Result<Names> found =
+        NamesIn(folder, kMostFiles, [&](const std::string &name, bool isFolder) {
+            if (isFolder || files == Files::kNamedInFolders)
+                return isFolder && entersFolders;
+            return NamesOne(name, _wanted) == (files == Files::kNamed);
+        });
+    if (!found)
+        return found.Failure();
+    _isCut = _isCut || found->isCut;
+    _notRead += found->isBroken && files == Files::kOthers ? 1 : 0;
+    for (const std::string &name : found->names) {
         const std::string path = PathIn(folder, name);
         if (IsCancelled(cancel))
             return {Status::kCancelled, ""};
@@ -135,10 +167,11 @@ Error KeyCollection::AddFolder(const std::string &folder, bool entersFolders,
         if (!IsFolder(path.c_str()))
             AddFromFolder(path, name);
         else if (entersFolders) {
-            Error error = AddFolder(path, false, cancel);
+            const Files within = files == Files::kNamedInFolders ? Files::kNamed : files;
+            Error error = AddFolder(path, within, false, cancel);
             if (error.status == Status::kCancelled)
                 return error;
-            _notRead += error ? 1 : 0;
+            _notRead += error && files == Files::kOthers ? 1 : 0;
         }
     }
     return {};

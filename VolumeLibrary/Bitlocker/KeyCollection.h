@@ -40,8 +40,15 @@ public:
     std::string Problems() const;
 
 private:
+    // Which files of a folder are added: those whose name has the identifier of a wanted protector,
+    // those of them that lie in folders of it, or what is left.
+    enum class Files { kNamed, kNamedInFolders, kOthers };
+
     Error AddFile(const std::string &path, size_t largest);
-    Error AddFolder(const std::string &folder, bool entersFolders, const CancelFlag *cancel);
+    // Those that name a wanted protector, then the others.
+    Error AddFiles(const std::string &folder, const CancelFlag *cancel);
+    Error AddFolder(const std::string &folder, Files files, bool entersFolders,
+                    const CancelFlag *cancel);
     void AddFromFolder(const std::string &path, const std::string &name);
 
     KeyList _keys;
