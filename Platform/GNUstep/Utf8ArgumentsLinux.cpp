@@ -49,8 +49,11 @@ void ReplaceArgument(char *argument)
 {
     auto *kept = static_cast<ReplacedArgument *>(malloc(sizeof(ReplacedArgument)));
     char *bytes = strdup(argument);
-    if (kept == nullptr || bytes == nullptr)
+    if (kept == nullptr || bytes == nullptr) {
+        free(kept);
+        free(bytes);
         return;
+    }
     *kept = {replaced, argument, bytes};
     replaced = kept;
     ReplaceInvalid(argument);
