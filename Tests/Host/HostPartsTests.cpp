@@ -260,7 +260,6 @@ TEST_F(FifoPairTest, AFifoOfAnotherUserIsNamedAndLeftAlone)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can make a file of another user";
-    constexpr uid_t kNobody = 65534;
     struct stat before = {}, after = {};
     ASSERT_EQ(mkfifo(_paths.write.c_str(), 0666), 0);
     ASSERT_EQ(chown(_paths.write.c_str(), kNobody, kNobody), 0);
