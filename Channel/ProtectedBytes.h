@@ -15,6 +15,8 @@ public:
     // Zeros. Throws std::bad_alloc.
     explicit ProtectedBytes(size_t size);
     ProtectedBytes(const void *bytes, size_t size);
+    ProtectedBytes(const ProtectedBytes &) = delete;
+    ProtectedBytes &operator=(const ProtectedBytes &) = delete;
     ProtectedBytes(ProtectedBytes &&other) noexcept;
     ProtectedBytes &operator=(ProtectedBytes &&other) noexcept;
     ~ProtectedBytes() { Wipe(); }

@@ -46,7 +46,7 @@ VX_EXPORTED bool volume_library_visit_master_key(IVolume *, VolumeMasterKeyFunct
                                                  void *context)
 {
     uint8_t bytes[32] = {0x00, 0x01, 0xAB, 0xFF};
-    for (uint8_t i = 4; i < sizeof(bytes); ++i)
+    for (size_t i = 4; i < sizeof(bytes); ++i)
         bytes[i] = static_cast<uint8_t>(7 * i);
     if (g_options.keepsMasterKey != 0)
         key(context, bytes, sizeof(bytes));
