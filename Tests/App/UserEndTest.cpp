@@ -13,25 +13,28 @@ namespace fs = std::filesystem;
 class UserEndTest : public UserTest {
 protected:
     // The program starts, shows its window, and closing that brings the notice.
-    void ExpectWindowAndNotice(ChildProcess &host) { CloseAndExpectNotice(DrawnWindow(), host); }
+    void ExpectWindowAndNotice(ChildProcess &host, int status = 0)
+    {
+        CloseAndExpectNotice(DrawnWindow(), host, status);
+    }
 };
 
 TEST_F(UserEndTest, AMissingLibraryLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 {
     ChildProcess host(Install(""), {_volume.Path()});
-    ExpectWindowAndNotice(host);
+    ExpectWindowAndNotice(host, kStayedShut);
 }
 
 TEST_F(UserEndTest, ALibraryWithoutTheEntryLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 {
     ChildProcess host(Install(ENTRYLESS), {_volume.Path()});
-    ExpectWindowAndNotice(host);
+    ExpectWindowAndNotice(host, kStayedShut);
 }
 
 TEST_F(UserEndTest, ANonZeroStatusLeavesAnEmptyWindowAndClosingItSendsTheNotice)
 {
     ChildProcess host(Install(STAND_IN), {"status=22"});
-    ExpectWindowAndNotice(host);
+    ExpectWindowAndNotice(host, kStayedShut);
 }
 
 TEST_F(UserEndTest, ClosingThroughTheWindowManagerSendsTheNotice)

@@ -188,14 +188,14 @@ std::string UserTest::Install(const std::string &library)
 }
 
 // The host says so last, and the explorer says nothing.
-void UserTest::ExpectNotice(ChildProcess &host)
+void UserTest::ExpectNotice(ChildProcess &host, int status)
 {
-    EXPECT_EQ(host.AwaitEnd(), 0);
+    EXPECT_EQ(host.AwaitEnd(), status);
     EXPECT_THAT(host.Output(), testing::EndsWith(kNotice));
     EXPECT_THAT(host.Output(), testing::Not(testing::HasSubstr("FileExplorer[")));
 }
 
-void UserTest::CloseAndExpectNotice(const std::string &main, ChildProcess &host)
+void UserTest::CloseAndExpectNotice(const std::string &main, ChildProcess &host, int status)
 {
     if (_manager != nullptr) {
         Activate(main);
@@ -204,7 +204,7 @@ void UserTest::CloseAndExpectNotice(const std::string &main, ChildProcess &host)
         Focus(main);
         Key("ctrl+w");
     }
-    ExpectNotice(host);
+    ExpectNotice(host, status);
 }
 
 bool UserTest::SameTree(const std::string &from, const std::string &to)

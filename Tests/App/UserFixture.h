@@ -15,6 +15,7 @@ class UserTest : public testing::Test {
 protected:
     // The title of the panel in which a folder is chosen.
     static constexpr char kPanel[] = "Choose a Folder";
+    static constexpr int kStayedShut = 8;  // the host's status after a volume that did not open
 
     void SetUp() override;
     void TearDown() override;
@@ -62,8 +63,9 @@ protected:
 
     // The program ends with its notice to the host, and says nothing else: by itself, or when its
     // window is closed.
-    static void ExpectNotice(ChildProcess &host);
-    void CloseAndExpectNotice(const std::string &main, ChildProcess &host);
+    // status: of the host.
+    static void ExpectNotice(ChildProcess &host, int status = 0);
+    void CloseAndExpectNotice(const std::string &main, ChildProcess &host, int status = 0);
     static bool SameTree(const std::string &from, const std::string &to);
 
     std::unique_ptr<vxtest::VirtualDisplay> _display;

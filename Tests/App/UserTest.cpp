@@ -263,7 +263,7 @@ TEST_F(UserTest, AVolumeThatDoesNotOpenStillShowsTheWindowAndClosingItSendsTheNo
 {
     ChildProcess host(VOLUME_HOST, {_volume.At("missing")});
     const std::string main = DrawnWindow();
-    CloseAndExpectNotice(main, host);
+    CloseAndExpectNotice(main, host, kStayedShut);
 }
 
 }  // namespace

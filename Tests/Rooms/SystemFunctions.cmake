@@ -62,7 +62,7 @@ endmacro()
 # The folders that have sources for one system alone, in Linux/ or Mac/ or with such a name.
 set(rooms "")
 file(GLOB folders "${ROOT}/*")
-list(FILTER folders EXCLUDE REGEX "/(Benchmarks|Tests|build)$")
+list(FILTER folders EXCLUDE REGEX "/(Benchmarks|Platform|Tests|build)$")
 foreach(folder IN LISTS folders)
   file(GLOB_RECURSE sources "${folder}/*.cpp" "${folder}/*.mm")
   list(FILTER sources INCLUDE REGEX "/(Linux|Mac)/|(Linux|Mac)\\.(cpp|mm)$")

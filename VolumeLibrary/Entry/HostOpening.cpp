@@ -77,7 +77,9 @@ Result<OpenedVolume> OpenForHost(const OpenRequest &request)
         if (opened)
             opened->volume = std::make_unique<ReportingVolume>(std::move(opened->volume), channel);
         channel->Report(answer);
-        static const LastReports last(channel);
+        // Without a volume nothing more is reported, and the channel ends here.
+        if (opened)
+            static const LastReports last(channel);
         return opened;
     } catch (const std::bad_alloc &) {
         channel->Report(ChannelOpened{static_cast<int32_t>(VolumeLibraryStatus::kOutOfMemory), ""});
