@@ -204,10 +204,16 @@ struct SourceListState {
     [_delegate sourceList:self didChoose:path];
 }
 
+- (BOOL)isAttached:(const std::string &)path
+{
+    return std::any_of(_state->attached.begin(), _state->attached.end(),
+                       [&](const vx::AttachedVolume &volume) { return volume.path == path; });
+}
+
 - (void)rememberChosen
 {
     AssertMainThread();
-    if (_state->chosen.empty() || IsDevice(_state->chosen))
+    if (_state->chosen.empty() || IsDevice(_state->chosen) || [self isAttached:_state->chosen])
         return;
     _state->images.Add(_state->chosen);
     StoreImages(_state->images);
