@@ -30,8 +30,9 @@ public:
     void Cancel();
 
 private:
+    struct State;
     struct Piece;
-    void Reap();
+    void Reap(const State &ended);
 
     std::vector<std::unique_ptr<Piece>> _pieces;  // the newest last
 };

@@ -11,12 +11,12 @@
 
 namespace vx {
 
-struct BackgroundWork::Piece {
-    struct State {
-        std::atomic<bool> cancel{false};
-        std::atomic<bool> hasEnded{false};
-    };
+struct BackgroundWork::State {
+    std::atomic<bool> cancel{false};
+    BackgroundWork *owner = nullptr;  // null once that is destroyed; for the main thread
+};
 
+struct BackgroundWork::Piece {
     // The result outlives the piece.
     std::shared_ptr<State> state = std::make_shared<State>();
     std::thread thread;
@@ -39,8 +39,10 @@ BackgroundWork::BackgroundWork() = default;
 BackgroundWork::~BackgroundWork()
 {
     AssertMainThread();
-    for (const auto &piece : _pieces)
+    for (const auto &piece : _pieces) {
         piece->state->cancel = true;
+        piece->state->owner = nullptr;
+    }
     for (const auto &piece : _pieces)
         piece->thread.join();
 }
@@ -49,16 +51,17 @@ bool BackgroundWork::Start(Work work)
 {
     AssertMainThread();
     Cancel();
-    Reap();
     auto piece = std::make_unique<Piece>();
+    piece->state->owner = this;
     const auto run = [state = piece->state, work = std::move(work)] {
         NSAutoreleasePool *pool = [NSAutoreleasePool new];
         CallOnMain([state, done = work(state->cancel)] {
+            if (state->owner != nullptr)
+                state->owner->Reap(*state);
             if (!state->cancel)
                 done();
         });
         [pool release];
-        state->hasEnded = true;
     };
     try {
         piece->thread = std::thread(run);
@@ -76,15 +79,14 @@ void BackgroundWork::Cancel()
         _pieces.back()->state->cancel = true;
 }
 
-void BackgroundWork::Reap()
+// Its thread has handed over the result and is about to end.
+void BackgroundWork::Reap(const State &ended)
 {
-    const auto hasEnded = [](const std::unique_ptr<Piece> &piece) {
-        if (!piece->state->hasEnded)
-            return false;
-        piece->thread.join();
-        return true;
-    };
-    _pieces.erase(std::remove_if(_pieces.begin(), _pieces.end(), hasEnded), _pieces.end());
+    const auto piece = std::find_if(_pieces.begin(), _pieces.end(), [&](const auto &candidate) {
+        return candidate->state.get() == &ended;
+    });
+    (*piece)->thread.join();
+    _pieces.erase(piece);
 }
 
 }  // namespace vx

@@ -146,6 +146,7 @@ TEST_F(HostWindowTest, APathThatIsNotUtf8IsKeptByteForByteAndShownAsOneLine)
     NSData *bytes = [StoredImages() objectAtIndex:1];
     ASSERT_TRUE([bytes isKindOfClass:[NSData class]]);
     EXPECT_EQ(std::string(static_cast<const char *>([bytes bytes]), [bytes length]), path);
+    EXPECT_TRUE(RunUntil([this] { return [[Pane() progressBar] isHidden]; }));
 }
 
 TEST_F(HostWindowTest, AFileIsDroppedOnTheWindow)
