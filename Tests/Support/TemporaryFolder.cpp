@@ -50,7 +50,8 @@ void RemoveEntry(int parent, const char *name)
     if (unlinkat(parent, name, 0) == 0)
         return;
     // It is a folder, then, and perhaps one that a test has locked.
-    fchmodat(parent, name, 0700, 0);
+    if (fchmodat(parent, name, 0700, 0) != 0)
+        return;
     const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (descriptor < 0)
         return;
