@@ -7,7 +7,7 @@ if(VX_SANITIZER)
   add_link_options(-fsanitize=${VX_SANITIZER})
 endif()
 
-if(VX_SANITIZER MATCHES address)
+if(VX_SANITIZER MATCHES "address|thread")
   add_library(sanitizer-defaults OBJECT "${CMAKE_CURRENT_LIST_DIR}/SanitizerDefaults.cpp")
   link_libraries("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:sanitizer-defaults>")
 endif()

@@ -230,8 +230,7 @@ TEST_P(OpeningTest, AHostKilledDuringTheTryLeavesNoTrialBehindAndTheNextHostStar
     ChildProcess next = Host("exit");
     const std::string trial = ContentOf(folder.At("process"));
     EXPECT_TRUE(Eventually([&] { return !IsRunning(trial); }, std::chrono::seconds(5)));
-    // A second for the opening to end; ThreadSanitizer keeps an ending process for one more.
-    EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(4));
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::seconds(2));
     EXPECT_EQ(next.AwaitEnd(), 1) << next.Output();
     EXPECT_EQ(PipeFolder::Exists(folder.At("cancelled")), GetParam() == std::string("password"));
     EXPECT_TRUE(NothingIsThere());
