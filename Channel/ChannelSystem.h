@@ -3,8 +3,6 @@
 
 #include "UniqueFd.h"
 
-#include <cstddef>
-
 namespace vx {
 
 // Of send() and sendmsg(): no SIGPIPE if the peer is gone.
@@ -15,7 +13,5 @@ extern const int kChannelSendFlags;
 bool MakeChannelPair(UniqueFd *one, UniqueFd *other);
 // For a socket on which kChannelSendFlags will be used.
 void SilenceChannelEnd(int descriptor);
-// Whole pages; nothing happens where the system cannot do it.
-void LeavePagesOutOfDumps(void *pages, size_t size);
 
 }  // namespace vx

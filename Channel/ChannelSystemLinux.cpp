@@ -1,6 +1,5 @@
 #include "ChannelSystem.h"
 
-#include <sys/mman.h>
 #include <sys/socket.h>
 
 namespace vx {
@@ -18,10 +17,5 @@ bool MakeChannelPair(UniqueFd *one, UniqueFd *other)
 }
 
 void SilenceChannelEnd(int) {}
-
-void LeavePagesOutOfDumps(void *pages, size_t size)
-{
-    (void)madvise(pages, size, MADV_DONTDUMP);
-}
 
 }  // namespace vx

@@ -30,7 +30,4 @@ void SilenceChannelEnd(int descriptor)
     (void)setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &kOn, sizeof(kOn));
 }
 
-// There is no way to leave out single pages.
-void LeavePagesOutOfDumps(void *, size_t) {}
-
 }  // namespace vx

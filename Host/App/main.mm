@@ -1,10 +1,10 @@
 // Volume Host: the host application with a window.
 #import <AppKit/AppKit.h>
 
+#include "CoreDumps.h"
 #include "EndingSignals.h"
 #import "HostAppDelegate.h"
 #include "HostArguments.h"
-#include "NoCoreDump.h"
 #include "StandardDescriptors.h"
 #include "SystemServices.h"
 #include "TerminalText.h"
@@ -43,7 +43,7 @@ int main(int argc, const char *argv[])
     if (Answer(arguments, &status))
         return status;
     // Secrets are typed into it.
-    vx::PreventCoreDump();
+    vx::ForbidCoreDumpsForGood();
     const vx::EndingSignals signals;
     // A bare argument is the delegate's business alone.
     NSAutoreleasePool *pool = [NSAutoreleasePool new];

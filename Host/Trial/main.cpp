@@ -1,23 +1,16 @@
 // volume-trial: opens a volume for a host, on trial, and ends. Only a host starts it.
 #include "ChannelEndWatch.h"
+#include "CoreDumps.h"
 #include "StandardDescriptors.h"
 #include "ThreadChecks.h"
 #include "TrialOpening.h"
 #include "TrialProgram.h"
 
 #include <cstdio>
-#include <sys/resource.h>
 
 namespace {
 
 constexpr std::chrono::seconds kPatience(10);
-
-// No file with a copy of the memory if the process crashes: it holds keys.
-void PreventCoreFile()
-{
-    const struct rlimit none = {0, 0};
-    (void)setrlimit(RLIMIT_CORE, &none);
-}
 
 int FailToStart()
 {
@@ -47,7 +40,8 @@ int main(int argc, char *argv[])
     vx::CheckThreads();
     if (!vx::HoldStandardDescriptors())
         return vx::kTrialWrongUse;
-    PreventCoreFile();
+    // It holds keys.
+    vx::ForbidCoreDumpsForGood();
     vx::UniqueFd channel = argc == 3 ? vx::ChildChannel::Inherited(argv[2]) : vx::UniqueFd();
     return channel ? Try(argv[1], std::move(channel)) : FailToStart();
 }

@@ -1,18 +1,10 @@
 #include "TypedSecret.h"
 
+#include "Overwrite.h"
+
 #include <sys/mman.h>
 
 namespace vx {
-namespace {
-
-void Overwrite(char *bytes, size_t count)
-{
-    // Volatile, or the compiler would leave out writes that are never read.
-    for (volatile char *byte = bytes; byte != bytes + count; ++byte)
-        *byte = 0;
-}
-
-}  // namespace
 
 TypedSecret::TypedSecret()
 {

@@ -1,6 +1,7 @@
 #include "ProtectedBytes.h"
 
-#include "ChannelSystem.h"
+#include "CoreDumps.h"
+#include "Overwrite.h"
 
 #include <cstring>
 #include <new>
@@ -17,7 +18,7 @@ ProtectedBytes::ProtectedBytes(size_t size) : _size(size)
     if (pages == MAP_FAILED)
         throw std::bad_alloc();
     (void)mlock(pages, size);  // the limit on locked memory may be zero
-    LeavePagesOutOfDumps(pages, size);
+    LeaveOutOfCoreDumps(pages, size);
     _data = static_cast<uint8_t *>(pages);
 }
 
@@ -44,11 +45,10 @@ ProtectedBytes &ProtectedBytes::operator=(ProtectedBytes &&other) noexcept
 
 void ProtectedBytes::Wipe()
 {
-    // Volatile, or the compiler would leave out writes that are never read.
-    for (volatile uint8_t *byte = _data; byte != _data + _size; ++byte)
-        *byte = 0;
-    if (_data != nullptr)
-        munmap(_data, _size);
+    if (_data != nullptr) {
+        Overwrite(_data, _size);
+        munmap(_data, _size);  // unlocks it too
+    }
     _data = nullptr;
     _size = 0;
 }

@@ -1,5 +1,5 @@
 // Asks the kernel, so Linux only.
-#include "NoCoreDump.h"
+#include "CoreDumps.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +11,11 @@
 
 namespace {
 
-TEST(NoCoreDump, TheProcessHasNoCoreFileAndIsUndumpable)
+TEST(CoreDumps, AForbiddenOneForGoodMeansNoCoreFileAndAnUndumpableProcess)
 {
     const pid_t child = fork();
     if (child == 0) {
-        vx::PreventCoreDump();
+        vx::ForbidCoreDumpsForGood();
         struct rlimit limit = {1, 1};
         getrlimit(RLIMIT_CORE, &limit);
         const bool isPrevented =
