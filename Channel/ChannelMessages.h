@@ -6,7 +6,8 @@
 // endian, and the body: numbers, and texts after their lengths (docs/channel.md). Messages of
 // unknown types are skipped; what is malformed, too long or out of order ends the channel, never
 // the process. ChannelOpened comes once; ChannelProgress only before it, ChannelDamage and, once,
-// ChannelMasterKey only after it, ChannelLoss at any time.
+// ChannelMasterKey only after it, ChannelLoss at any time. ChannelFarewell comes once, after
+// ChannelOpened; without it the reports are not known to be complete.
 //
 // Texts are UTF-8 without zeros. Those of a report come from a process that reads hostile disks:
 // they may hold line ends and whatever else a name can have. Units: bytes.
@@ -61,7 +62,7 @@ enum class ChannelDamageKind : uint32_t {
 };
 
 // What the volume did not give. A file is reported when it is closed, once for each way in which it
-// was read.
+// was read, or when the process ends.
 struct ChannelDamage {
     ChannelDamageKind kind = ChannelDamageKind::kFileData;
     uint32_t obstacle = 0;  // a VolumeObstacle; 0 if the reason is not known
@@ -77,6 +78,10 @@ struct ChannelLoss {
     uint64_t count = 0;
 };
 
+// The process ends, and all that was known has been reported. What other threads notice while it
+// ends may still follow.
+struct ChannelFarewell {};
+
 // The volume master key, as VolumeLibraryVisitMasterKeyFunction has it: with it the same volume is
 // opened again without deriving its key.
 struct ChannelMasterKey {
@@ -86,7 +91,7 @@ struct ChannelMasterKey {
     ProtectedBytes Digits() const;
 };
 
-using ChannelReport =
-    std::variant<ChannelProgress, ChannelOpened, ChannelDamage, ChannelLoss, ChannelMasterKey>;
+using ChannelReport = std::variant<ChannelProgress, ChannelOpened, ChannelDamage, ChannelLoss,
+                                   ChannelMasterKey, ChannelFarewell>;
 
 }  // namespace vx

@@ -82,6 +82,7 @@ struct Encoder {
     }
 
     ChannelMessage operator()(const ChannelMasterKey &) { return ChannelMessage::kMasterKey; }
+    ChannelMessage operator()(const ChannelFarewell &) { return ChannelMessage::kFarewell; }
 };
 
 bool CanBeSent(const ChannelReport &report)
@@ -179,6 +180,8 @@ std::optional<ChannelReport> TakeReport(ChannelMessage type, ChannelBytes *body)
         return TakeLoss(body);
     case ChannelMessage::kMasterKey:
         return TakeMasterKey(body);
+    case ChannelMessage::kFarewell:
+        return ChannelFarewell{};
     case ChannelMessage::kOpening:
         break;
     }
@@ -258,7 +261,7 @@ std::optional<std::string> ChannelReportBytes(const ChannelReport &report)
 bool IsChannelReport(uint32_t type)
 {
     return type >= static_cast<uint32_t>(ChannelMessage::kProgress) &&
-           type <= static_cast<uint32_t>(ChannelMessage::kMasterKey);
+           type <= static_cast<uint32_t>(ChannelMessage::kFarewell);
 }
 
 std::optional<ChannelReport> ParseChannelReport(uint32_t type, std::string_view body)

@@ -20,6 +20,7 @@ enum class ChannelMessage : uint32_t {
     kDamage = 4,
     kLoss = 5,
     kMasterKey = 6,
+    kFarewell = 7,
 };
 
 constexpr size_t kChannelHeaderBytes = 8;

@@ -174,6 +174,19 @@ bool ChildChannel::SendKept(std::chrono::milliseconds patience) noexcept
     return true;
 }
 
+void ChildChannel::SayFarewell() noexcept
+{
+    const MutexLock lock(_mutex);
+    if (!Send() || _dropped > 0)
+        return;
+    try {
+        Keep(ChannelFarewell{});
+    } catch (const std::bad_alloc &) {
+        return;
+    }
+    (void)Send();
+}
+
 bool ChildChannel::HasEnded()
 {
     constexpr int kMostReads = 16;

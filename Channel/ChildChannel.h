@@ -39,6 +39,8 @@ public:
     bool SendKept() noexcept;
     // The same, and waits for the host no longer than patience: before the process ends.
     bool SendKept(std::chrono::milliseconds patience) noexcept;
+    // The process ends: the last message, unless some report could not be sent. Does not wait.
+    void SayFarewell() noexcept;
     // The host has closed its end. Descriptor: for poll(); it becomes readable then.
     bool HasEnded();
     int Descriptor() const { return _descriptor.Get(); }

@@ -141,12 +141,17 @@ bool HostChannel::IsInOrder(const ChannelReport &report)
 {
     const bool isOpened = std::holds_alternative<ChannelOpened>(report);
     const bool isKey = std::holds_alternative<ChannelMasterKey>(report);
-    const bool needsOpened = isKey || std::holds_alternative<ChannelDamage>(report);
+    const bool isFarewell = std::holds_alternative<ChannelFarewell>(report);
+    const bool needsOpened = isKey || isFarewell || std::holds_alternative<ChannelDamage>(report);
     const bool precedesOpened = isOpened || std::holds_alternative<ChannelProgress>(report);
-    if ((needsOpened && !_hasOpened) || (precedesOpened && _hasOpened) || (isKey && _hasKey))
+    if ((needsOpened && !_hasOpened) || (precedesOpened && _hasOpened) || (isKey && _hasKey) ||
+        (isFarewell && _hasFarewell))
         return false;
+    if (const auto *opened = std::get_if<ChannelOpened>(&report))
+        _isOpen = opened->status == 0;
     _hasOpened = _hasOpened || isOpened;
     _hasKey = _hasKey || isKey;
+    _hasFarewell = _hasFarewell || isFarewell;
     return true;
 }
 

@@ -31,6 +31,10 @@ public:
     std::optional<ChannelReport> Read();
     bool HasEnded() const { return _hasEnded; }
 
+    // Reports may be missing: a volume opened, and the library has not said yet that all that was
+    // known is reported, or sent what is no sound message.
+    bool MayLackReports() const { return (_isOpen && !_hasFarewell) || !_error.empty(); }
+
     // Of Prepare; and after the end, if what arrived last was not a sound message: the reports are
     // not complete then. Empty after an end in order.
     const std::string &Error() const { return _error; }
@@ -54,7 +58,9 @@ private:
     ProtectedBytes _keyBody;  // in place of _body
     size_t _haveOfBody = 0;
     bool _hasOpened = false;
+    bool _isOpen = false;  // it ended well
     bool _hasKey = false;
+    bool _hasFarewell = false;
     bool _hasEnded = false;
     std::string _error;
 };

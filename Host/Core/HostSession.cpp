@@ -115,7 +115,9 @@ SessionEnd HostSession::RunExplorer(HostRequest *request, VolumeTrial *trial)
     SessionEnd end = AwaitEnd();
     _events.TakeLastReports();
     _events.Listen(nullptr, nullptr);
-    if (!channel.Error().empty())
+    // One that was told to end says no farewell, and what it lacks is no news then.
+    const bool wasInterrupted = end.kind == SessionEndKind::kInterrupted;
+    if (!channel.Error().empty() || (channel.MayLackReports() && !wasInterrupted))
         _observer.OnReportsLost(0);
     end.isSent = isSent;
     return end;

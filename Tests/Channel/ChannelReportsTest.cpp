@@ -142,6 +142,32 @@ TEST_F(ChannelReports, OfAPathThatIsTooLongAreCountedAsLost)
     EXPECT_EQ(Next<ChannelLoss>().count, 1U);
 }
 
+TEST_F(ChannelReports, EndWithAFarewellAfterAllThatWasLost)
+{
+    child->Report(ChannelOpened{});
+    child->Report(ChannelDamage{
+        ChannelDamageKind::kFolder, 7, std::string(kMostChannelPath + 1, 'a'), {}, 0});
+    child->SayFarewell();
+    Next<ChannelOpened>();
+    EXPECT_EQ(Next<ChannelLoss>().count, 1U);
+    EXPECT_TRUE(host.MayLackReports());
+    Next<ChannelFarewell>();
+    EXPECT_FALSE(host.MayLackReports());
+}
+
+TEST_F(ChannelReports, EndWithoutAFarewellIfAHostThatDoesNotReadMissesSome)
+{
+    child->Report(ChannelOpened{});
+    for (int i = 0; i < 20000; ++i)
+        child->Report(ChannelDamage{ChannelDamageKind::kFileData, 8, "/a long name", {}, 0});
+    child->SayFarewell();
+    child.reset();
+    while (host.Read())
+        continue;
+    EXPECT_TRUE(host.HasEnded());
+    EXPECT_TRUE(host.MayLackReports());
+}
+
 TEST_F(ChannelReports, EndInOrderWhenTheChildEnds)
 {
     child->Report(ChannelOpened{});

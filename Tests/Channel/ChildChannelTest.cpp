@@ -66,7 +66,7 @@ TEST_F(ChildChannelTest, ReadsTextsOfTheGreatestLength)
 
 TEST_F(ChildChannelTest, SkipsMessagesOfUnknownTypesBeforeTheOpening)
 {
-    ASSERT_TRUE(Reads(Message(99, std::string(3000, 'x')) + Message(7, "") + OpeningMessage()));
+    ASSERT_TRUE(Reads(Message(99, std::string(3000, 'x')) + Message(77, "") + OpeningMessage()));
     EXPECT_STREQ(opening.Texts().secret, "geheim");
 }
 

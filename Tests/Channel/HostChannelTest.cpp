@@ -138,7 +138,7 @@ TEST_F(HostChannelTest, EndsThoughTheChildHasNotReadItsOpening)
 
 TEST_F(HostChannelTest, SkipsMessagesOfUnknownTypes)
 {
-    EXPECT_EQ(CountReports(Message(99, "") + Opened() + Message(7, std::string(5000, 'x')) +
+    EXPECT_EQ(CountReports(Message(99, "") + Opened() + Message(77, std::string(5000, 'x')) +
                            Message(0xFFFFFFFF, "x") + Message(0, "") + Damage()),
               2);
     EXPECT_FALSE(host.HasEnded());
@@ -202,12 +202,35 @@ TEST_F(HostChannelTest, TakesTheGreatestNumbersThatAHostCanAddUp)
               3);
 }
 
+TEST_F(HostChannelTest, MayLackReportsOfAnOpenVolumeUntilTheFarewell)
+{
+    EXPECT_FALSE(host.MayLackReports());
+    EXPECT_EQ(CountReports(Opened()), 1);
+    EXPECT_TRUE(host.MayLackReports());
+    EXPECT_EQ(CountReports(Message(7, "") + Damage()), 2);
+    EXPECT_FALSE(host.MayLackReports());
+    ExpectRefused(Message(7, ""));
+    EXPECT_TRUE(host.MayLackReports());
+}
+
+TEST_F(HostChannelTest, LacksNoReportsOfAVolumeThatDidNotOpen)
+{
+    EXPECT_EQ(CountReports(Opened(22)), 1);
+    EXPECT_FALSE(host.MayLackReports());
+}
+
+TEST_F(HostChannelTest, TakesNoFarewellBeforeTheOpeningHasEnded)
+{
+    ExpectRefused(Message(7, ""));
+}
+
 const std::string kRange = U64(512) + U64(512);
 
 INSTANTIATE_TEST_SUITE_P(
     AfterOpened, MalformedReport,
     testing::Values(
         Message(1, Text("v") + Text("none") + Text("")),                        // an opening
+        Message(7, "x"),                                                        // a body
         Message(5, U64(1) + "x"),                                               // too long
         Message(5, U32(1)),                                                     // too short
         U32(4) + U32(kMostChannelBody + 1),                                     // no such body

@@ -13,6 +13,7 @@
 #include <random>
 #include <set>
 #include <sys/socket.h>
+#include <sys/wait.h>
 
 namespace vx {
 namespace {
@@ -276,11 +277,11 @@ TEST_F(HostOfFailingDisk, HearsOfAFileThatWasBeingReadWhenTheDiskWent)
     EXPECT_TRUE(volume->CloseHandle(file));
     const auto damages = Damages();
     ASSERT_EQ(damages.size(), 2u);
-    EXPECT_EQ(damages[0].kind, ChannelDamageKind::kFileData);
-    EXPECT_EQ(damages[0].obstacle, static_cast<uint32_t>(VolumeObstacle::kDeviceGone));
-    EXPECT_EQ(damages[0].path, "/a");
-    EXPECT_EQ(RangesText(damages[0].ranges), " 4096+4096");
-    EXPECT_EQ(damages[1].kind, ChannelDamageKind::kDiskGone);
+    EXPECT_EQ(damages[0].kind, ChannelDamageKind::kDiskGone);
+    EXPECT_EQ(damages[1].kind, ChannelDamageKind::kFileData);
+    EXPECT_EQ(damages[1].obstacle, static_cast<uint32_t>(VolumeObstacle::kDeviceGone));
+    EXPECT_EQ(damages[1].path, "/a");
+    EXPECT_EQ(RangesText(damages[1].ranges), " 4096+4096");
 }
 
 TEST_F(HostOfFailingDisk, HearsOnceThatTheDiskIsGone)
@@ -291,11 +292,82 @@ TEST_F(HostOfFailingDisk, HearsOnceThatTheDiskIsGone)
     EXPECT_FALSE(ListFolder(*volume, u"/*"));
     const auto damages = Damages();
     ASSERT_EQ(damages.size(), 2u);
-    EXPECT_EQ(damages[0].path, "/a");
-    EXPECT_EQ(damages[0].obstacle, static_cast<uint32_t>(VolumeObstacle::kDeviceGone));
-    EXPECT_EQ(RangesText(damages[0].ranges), " 0+100000");
-    EXPECT_EQ(damages[1].kind, ChannelDamageKind::kDiskGone);
-    EXPECT_EQ(damages[1].path, "");
+    EXPECT_EQ(damages[0].kind, ChannelDamageKind::kDiskGone);
+    EXPECT_EQ(damages[0].path, "");
+    EXPECT_EQ(damages[1].path, "/a");
+    EXPECT_EQ(damages[1].obstacle, static_cast<uint32_t>(VolumeObstacle::kDeviceGone));
+    EXPECT_EQ(RangesText(damages[1].ranges), " 0+100000");
+}
+
+// --- A process that ends
+
+// Reads the beginning of two files, closes the second one and ends as the explorer does.
+[[noreturn]] void ReadAndEnd(const std::string &number)
+{
+    IVolume *volume = nullptr;
+    if (open_bitlocker_device("not used", kChannelUnlockKind, number.c_str(), &volume) != 0)
+        _exit(2);
+    char bytes[4096];
+    uint32_t done = 0;
+    (void)volume->ReadFile(OpenForReading(*volume, u"/open"), bytes, sizeof bytes, &done);
+    const VolumeHandle closed = OpenForReading(*volume, u"/closed");
+    (void)volume->ReadFile(closed, bytes, sizeof bytes, &done);
+    (void)volume->CloseHandle(closed);
+    (void)OpenForReading(*volume, u"/whole");
+    exit(0);
+}
+
+class HostOfEndingProcess : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        VX_NEEDS("mkfs.fat");
+        VX_NEEDS("mcopy");
+        ASSERT_TRUE(image.MakeFat(8, "-F 16 -s 1"));
+        ASSERT_TRUE(image.FillFat({{"open", NoiseBytes(9000, 1)},
+                                   {"closed", NoiseBytes(9000, 2)},
+                                   {"whole", NoiseBytes(9000, 3)}}));
+    }
+
+    void TearDown() override { volume_library_set_opening_options(nullptr); }
+
+    // The sector at this place of a file.
+    ByteRange Sector(unsigned seed, uint64_t place) const
+    {
+        const size_t begin =
+            image.Folder().ReadFile("image").find(NoiseBytes(9000, seed).substr(0, kSector));
+        return {begin + place, kSector};
+    }
+
+    const TestImage image{};
+};
+
+TEST_F(HostOfEndingProcess, HearsOfAFileThatIsStillOpenAndAFarewell)
+{
+    ByteRanges bad = {Sector(1, 1024), Sector(2, 2048)};
+    std::sort(bad.begin(), bad.end(),
+              [](const ByteRange &a, const ByteRange &b) { return a.offset < b.offset; });
+    VolumeOpeningOptions options;
+    options.unread = bad.data();
+    options.unreadCount = bad.size();
+    ASSERT_TRUE(volume_library_set_opening_options(&options));
+    HostPeer host(image.Path(), "none", "");
+    const std::string number = host.InheritedNumber();
+    const pid_t child = fork();
+    if (child == 0)
+        ReadAndEnd(number);
+    close(std::stoi(number));
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    host.TakeReports();
+    ASSERT_EQ(host.damages.size(), 2u);
+    EXPECT_EQ(host.damages[0].path, "/closed");
+    EXPECT_EQ(RangesText(host.damages[0].ranges), " 2048+512");
+    EXPECT_EQ(host.damages[1].path, "/open");
+    EXPECT_EQ(RangesText(host.damages[1].ranges), " 1024+512");
+    EXPECT_TRUE(host.channel.HasEnded());
+    EXPECT_FALSE(host.channel.MayLackReports());
 }
 
 // --- A volume that knows nothing of what failed
@@ -363,8 +435,8 @@ TEST(HostOfFailingFile, HearsOfItThoughNoRangeIsKnown)
 {
     using Heard = std::vector<std::string>;
     EXPECT_EQ(HeardOf(2, 1), Heard());
-    EXPECT_EQ(HeardOf(0, 1), (Heard{"1/a", "4"}));
-    EXPECT_EQ(HeardOf(1, 1), (Heard{"1/a", "4"}));
+    EXPECT_EQ(HeardOf(0, 1), (Heard{"4", "1/a"}));
+    EXPECT_EQ(HeardOf(1, 1), (Heard{"4", "1/a"}));
     EXPECT_EQ(HeardOf(2, 0), Heard{"1/a"});
 }
 

@@ -28,6 +28,7 @@ void CheckRanges(const vx::ByteRanges &ranges)
 struct Checker {
     bool hasOpened = false;
     bool hasKey = false;
+    bool hasFarewell = false;
 
     void operator()(const vx::ChannelProgress &) const
     {
@@ -51,6 +52,11 @@ struct Checker {
         Require(hasOpened && !hasKey, "one key, after the opening");
         hasKey = true;
         Require(key.key.Size() > 0 && key.key.Size() <= vx::kMostChannelKey, "a key has bytes");
+    }
+    void operator()(const vx::ChannelFarewell &)
+    {
+        Require(hasOpened && !hasFarewell, "one farewell, after the opening");
+        hasFarewell = true;
     }
 };
 

@@ -108,8 +108,17 @@ TEST_F(EndToEndTest, DamageAndAVolumeThatStayedShutAreStatusesOfTheirOwnAfterThe
         ChildProcess host = Host(std::string(mode) + "-and-notice");
         EXPECT_EQ(host.AwaitEnd(), status) << host.Output();
         EXPECT_NE(host.Output().find(notice), std::string::npos) << host.Output();
+        EXPECT_EQ(host.Output().find("got lost"), std::string::npos) << host.Output();
     }
     EXPECT_TRUE(NothingIsThere());
+}
+
+TEST_F(EndToEndTest, AnExplorerWhoseLibrarySaysNoFarewellMayHaveLostReports)
+{
+    ChildProcess host = Host("no-farewell-and-notice");
+    EXPECT_EQ(host.AwaitEnd(), 7);
+    EXPECT_NE(host.Output().find("volume-host: reports of damage got lost"), std::string::npos)
+        << host.Output();
 }
 
 TEST_F(EndToEndTest, OtherMessagesOfTheExplorerAreNotTakenForItsNotice)

@@ -91,7 +91,8 @@ int ReportOpened(char *argv[])
     ChildChannel::Opening opening;
     ChildChannel *channel = TakeChannel(argv, &opening);
     ReportFolder(channel);
-    return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
+    channel->SayFarewell();
+    return 0;
 }
 
 // Reports more than the channel holds, whether or not the host reads; then tells that it has gone
@@ -187,8 +188,17 @@ int SendNoticeAfter(char *argv[], int32_t status)
         ReportFolder(channel);
     else
         channel->Report(vx::ChannelOpened{status, ""});
+    channel->SayFarewell();
     const bool isSent = channel->SendKept(std::chrono::seconds(10)) && SendNotice(OpenLink());
     return isSent ? 0 : 1;
+}
+
+// Ends as if its library could not say all that it knows.
+int OpenWithoutFarewell(char *argv[])
+{
+    ChildChannel::Opening opening;
+    TakeChannel(argv, &opening)->Report(vx::ChannelOpened{0, "noticed\n"});
+    return 0;
 }
 
 int SendNoticeAndWait()
@@ -267,6 +277,10 @@ int main(int argc, char *argv[])
         return SendNoticeAfter(argv, 0);
     if (mode == "shut-and-notice")
         return SendNoticeAfter(argv, 22);
+    if (mode == "no-farewell")
+        return OpenWithoutFarewell(argv);
+    if (mode == "no-farewell-and-notice")
+        return OpenWithoutFarewell(argv) == 0 && SendNotice(OpenLink()) ? 0 : 1;
     if (mode == "others")
         return SendOthers();
     if (mode == "damage")

@@ -133,6 +133,13 @@ TEST_F(HostSessionTest, AnOpeningThatEndsAsTheTrialDidIsNotReportedAgain)
                 ElementsAre("progress 3 of 7", "opened", "started", "damage /folder"));
 }
 
+TEST_F(HostSessionTest, AnEndWithoutTheLibrarysFarewellMayHaveLostReports)
+{
+    const auto request = Request(KEY_LIBRARY, "no-farewell");
+    Run(request.get());
+    EXPECT_THAT(_observer.lines, ElementsAre("progress 3 of 7", "opened", "started", "lost 0"));
+}
+
 TEST_F(HostSessionTest, WhyItEndedIsOneLineWithoutControlCharacters)
 {
     const auto request = Request("", "exit");

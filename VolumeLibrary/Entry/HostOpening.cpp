@@ -1,27 +1,50 @@
 #include "HostOpening.h"
 
+#include "Mutex.h"
 #include "ReportingVolume.h"
 #include "StatusOfError.h"
 #include "UnlockKind.h"
 
 #include <memory>
 #include <new>
+#include <utility>
+#include <vector>
 
 namespace vx {
 namespace {
 
 constexpr std::chrono::seconds kPatience(10);
 
-// What is kept for a host that was slow goes when the process ends, if it can go at once.
+// What is known of open files, and what is kept for a host that was slow, goes when the process
+// ends, if it can go at once.
 class LastReports {
 public:
-    explicit LastReports(std::shared_ptr<ChildChannel> channel) : _channel(std::move(channel)) {}
-    ~LastReports() { (void)_channel->SendKept(); }
+    LastReports() = default;
+    ~LastReports()
+    {
+        const MutexLock lock(_mutex);
+        for (const Opened &opened : _opened) {
+            opened.ofOpenFiles->ReportTo(*opened.channel);
+            opened.channel->SayFarewell();
+        }
+    }
     LastReports(const LastReports &) = delete;
     LastReports &operator=(const LastReports &) = delete;
 
+    void Expect(std::shared_ptr<ChildChannel> channel, std::shared_ptr<OpenFileDamage> ofOpenFiles)
+    {
+        const MutexLock lock(_mutex);
+        _opened.push_back({std::move(channel), std::move(ofOpenFiles)});
+    }
+
 private:
-    const std::shared_ptr<ChildChannel> _channel;
+    struct Opened {
+        std::shared_ptr<ChildChannel> channel;
+        std::shared_ptr<OpenFileDamage> ofOpenFiles;
+    };
+
+    Mutex _mutex;
+    std::vector<Opened> _opened VX_GUARDED_BY(_mutex);
 };
 
 // Passes progress to the host, and to whoever the caller named.
@@ -74,12 +97,14 @@ Result<OpenedVolume> OpenForHost(const OpenRequest &request)
     try {
         Result<OpenedVolume> opened = OpenTexts(channel.get(), request);
         const ChannelOpened answer = Answer(opened);
-        if (opened)
-            opened->volume = std::make_unique<ReportingVolume>(std::move(opened->volume), channel);
-        channel->Report(answer);
         // Without a volume nothing more is reported, and the channel ends here.
-        if (opened)
-            static const LastReports last(channel);
+        if (opened) {
+            auto volume = std::make_unique<ReportingVolume>(std::move(opened->volume), channel);
+            static LastReports last;
+            last.Expect(channel, volume->OfOpenFiles());
+            opened->volume = std::move(volume);
+        }
+        channel->Report(answer);
         return opened;
     } catch (const std::bad_alloc &) {
         channel->Report(ChannelOpened{static_cast<int32_t>(VolumeLibraryStatus::kOutOfMemory), ""});

@@ -129,7 +129,7 @@ bool ReportingVolume::ReadFile(VolumeHandle file, void *buffer, uint32_t count, 
     auto *opened = static_cast<File *>(file);
     const bool isRead = _volume->ReadFile(Below(opened), buffer, count, done);
     if (opened != nullptr && !isRead && done != nullptr)
-        opened->hasFailed = true;
+        NoteFailure(opened);
     return isRead;
 }
 
@@ -150,7 +150,7 @@ bool ReportingVolume::QueryFileSize(VolumeHandle file, uint32_t *low, uint32_t *
     auto *opened = static_cast<File *>(file);
     const bool isKnown = _volume->QueryFileSize(Below(opened), low, high);
     if (opened != nullptr && !isKnown && low != nullptr && high != nullptr)
-        opened->hasFailed = true;
+        NoteFailure(opened);
     return isKnown;
 }
 
@@ -159,6 +159,7 @@ bool ReportingVolume::CloseHandle(VolumeHandle file)
     const std::unique_ptr<File> opened(static_cast<File *>(file));
     if (opened != nullptr)
         ReportFile(*opened);
+    _ofOpenFiles->Forget(opened.get());
     return _volume->CloseHandle(Below(opened.get()));
 }
 
@@ -277,6 +278,18 @@ void ReportingVolume::ReportUnopened(const std::u16string &path)
         const VolumeObstacle obstacle = ObstacleAt(path);
         if (IsDamage(obstacle))
             Report(ChannelDamageKind::kFileClosed, obstacle, path);
+    });
+}
+
+// Until the file is closed. Why it failed is left open: to ask the disk takes time.
+void ReportingVolume::NoteFailure(File *file)
+{
+    file->hasFailed = true;
+    TryToReport([&] {
+        ChannelDamage known;
+        known.path = DiskPath(file->path);
+        (void)_volume->VisitUnreadRanges(file->below, TakeRange, &known.ranges);
+        _ofOpenFiles->Note(file, std::move(known));
     });
 }
 

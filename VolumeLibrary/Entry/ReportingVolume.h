@@ -1,6 +1,7 @@
 // A volume that reports to a host what it does not give: the unread ranges of a file when it is
 // closed, a file that does not open or a folder that is not whole because of damage, and once that
-// the disk is gone. Everything else it passes on.
+// the disk is gone. Everything else it passes on. What is known of open files is at hand if the
+// process ends first (OpenFileDamage.h).
 //
 // Links, and what was never on this disk or is encrypted by Windows itself, are no damage.
 // Ownership: owns the volume, shares the channel. Its handles are its own. Threads: as the volume.
@@ -9,6 +10,7 @@
 #pragma once
 
 #include "ChildChannel.h"
+#include "OpenFileDamage.h"
 #include "OwnedVolume.h"
 
 #include <atomic>
@@ -20,6 +22,8 @@ namespace vx {
 class ReportingVolume final : public OwnedVolume {
 public:
     ReportingVolume(std::unique_ptr<OwnedVolume> volume, std::shared_ptr<ChildChannel> channel);
+
+    std::shared_ptr<OpenFileDamage> OfOpenFiles() const { return _ofOpenFiles; }
 
     VolumeHandle FindFirstFile(const char16_t *pattern, VolumeFindData *record) override;
     bool FindNextFile(VolumeHandle search, VolumeFindData *record) override;
@@ -56,6 +60,7 @@ private:
     void ReportUnlisted(const std::u16string &folder);
     void ReportListing(const Listing &listing);
     void ReportUnopened(const std::u16string &path);
+    void NoteFailure(File *file);
     void ReportFile(const File &file);
     void Report(ChannelDamageKind kind, VolumeObstacle obstacle, const std::u16string &path,
                 ByteRanges ranges = {}, uint64_t more = 0);
@@ -65,6 +70,7 @@ private:
 
     const std::unique_ptr<OwnedVolume> _volume;
     const std::shared_ptr<ChildChannel> _channel;
+    const std::shared_ptr<OpenFileDamage> _ofOpenFiles = std::make_shared<OpenFileDamage>();
     std::atomic<bool> _isGoneReported{false};
 };
 
