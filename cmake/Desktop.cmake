@@ -15,7 +15,7 @@ install(FILES "${CMAKE_SOURCE_DIR}/docs/man/volume-host-window.1" DESTINATION "$
 file(STRINGS "${CMAKE_SOURCE_DIR}/CHANGELOG.md" releases REGEX "^## \\[[0-9.]+\\] - [0-9-]+$")
 list(TRANSFORM releases REPLACE "^## \\[([0-9.]+)\\] - ([0-9-]+)$" "<release version=\"\\1\" date=\"\\2\"/>")
 list(JOIN releases "\n    " VX_RELEASES)
-set(metainfo "org.volume_explorer.VolumeHost.metainfo.xml")
+set(metainfo "org.example.volume_explorer.metainfo.xml")
 configure_file("${desktop}/${metainfo}.in" "${CMAKE_BINARY_DIR}/packaging/${metainfo}" @ONLY)
 install(FILES "${CMAKE_BINARY_DIR}/packaging/${metainfo}" DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
 
