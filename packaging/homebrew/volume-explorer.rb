@@ -11,6 +11,8 @@ class VolumeExplorer < Formula
 
   depends_on "cmake" => :build
   depends_on "ninja" => :build
+  # Without it there is no Volume Host.
+  depends_on "nlohmann-json" => :build
   # ibtool and iconutil.
   depends_on xcode: :build
   depends_on arch: :x86_64
@@ -18,9 +20,11 @@ class VolumeExplorer < Formula
   depends_on "openssl@3"
   depends_on "zstd"
 
+  uses_from_macos "zlib"
+
   def install
     system "cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DBUILD_TESTING=OFF",
-           "-DCMAKE_BUILD_TYPE=Release", *std_cmake_args
+           "-DCMAKE_BUILD_TYPE=Release", "-DVX_IMAGE_VOLUMES=REQUIRED", *std_cmake_args
     system "cmake", "--build", "build"
     system "cmake", "--install", "build"
   end
