@@ -5,6 +5,9 @@ add_library(vx_appkit INTERFACE)
 target_link_libraries(vx_appkit INTERFACE vx_foundation)
 target_compile_options(vx_foundation INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fblocks>)
 
+# Here, so that every folder knows the target.
+find_package(Threads REQUIRED)
+
 if(APPLE)
   target_link_libraries(vx_foundation INTERFACE "-framework Foundation" "-framework CoreFoundation")
   target_link_libraries(vx_appkit INTERFACE "-framework AppKit" "-framework CoreGraphics")
@@ -13,8 +16,6 @@ if(APPLE)
     $<$<COMPILE_LANGUAGE:OBJCXX>:-Wno-deprecated-declarations>)
   return()
 endif()
-
-find_package(Threads REQUIRED)
 
 find_path(VX_GNUSTEP_INCLUDE_DIR Foundation/Foundation.h PATH_SUFFIXES GNUstep)
 find_library(VX_GNUSTEP_BASE gnustep-base)
