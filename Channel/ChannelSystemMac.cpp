@@ -20,6 +20,8 @@ bool MakeChannelPair(UniqueFd *one, UniqueFd *other)
         if (fcntl(end, F_SETFD, FD_CLOEXEC) == -1 ||
             setsockopt(end, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof(kRoom)) != 0)
             return false;
+        // Now: an end whose peer is closed takes no options.
+        SilenceChannelEnd(end);
     }
     return true;
 }

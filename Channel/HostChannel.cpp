@@ -56,11 +56,9 @@ bool HostChannel::Prepare(const ChannelOpening &opening)
                  std::to_string(kMostChannelText) + " bytes";
         return false;
     }
-    if (MakeChannelPair(&_own, &_child)) {
-        SilenceChannelEnd(_own.Get());
-        if (fcntl(_own.Get(), F_SETFL, O_NONBLOCK) != -1 && SendOpening(_own.Get(), opening))
-            return true;
-    }
+    if (MakeChannelPair(&_own, &_child) && fcntl(_own.Get(), F_SETFL, O_NONBLOCK) != -1 &&
+        SendOpening(_own.Get(), opening))
+        return true;
     _error = std::string("the channel for the volume library cannot be made: ") + strerror(errno);
     _own.Close();
     _child.Close();
