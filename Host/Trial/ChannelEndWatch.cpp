@@ -1,8 +1,8 @@
 #include "ChannelEndWatch.h"
 
+#include "PeerEnd.h"
+
 #include <csignal>
-#include <fcntl.h>
-#include <poll.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -12,12 +12,9 @@ namespace {
 
 constexpr unsigned kSecondsToEnd = 1;
 
-void AwaitChannelEnd(int descriptor)
+void EndWithPeer(int watch)
 {
-    // The end is reported whatever is asked for.
-    struct pollfd wanted = {descriptor, 0, 0};
-    while (poll(&wanted, 1, -1) <= 0) {
-    }
+    AwaitPeerEnd(watch);
     kill(getpid(), SIGTERM);
     sleep(kSecondsToEnd);
     _exit(128 + SIGTERM);
@@ -28,15 +25,15 @@ void AwaitChannelEnd(int descriptor)
 bool EndWithChannel(int descriptor)
 {
     // The owner of the other closes it when the trial is over, which is no end of the channel.
-    const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (own == -1)
+    const int watch = WatchPeer(descriptor);
+    if (watch == -1)
         return false;
     sigset_t all, former;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &former);
     bool isStarted = true;
     try {
-        std::thread(AwaitChannelEnd, own).detach();
+        std::thread(EndWithPeer, watch).detach();
     } catch (const std::system_error &) {
         isStarted = false;
     }
