@@ -80,10 +80,21 @@ struct Encoder {
         AppendU64(loss.count, &body);
         return ChannelMessage::kLoss;
     }
-
-    ChannelMessage operator()(const ChannelMasterKey &) { return ChannelMessage::kMasterKey; }
-    ChannelMessage operator()(const ChannelFarewell &) { return ChannelMessage::kFarewell; }
 };
+
+// Not by std::visit, which several compilers refuse in programs for macOS 10.13.
+ChannelMessage Encode(const ChannelReport &report, Encoder *encoder)
+{
+    if (const auto *progress = std::get_if<ChannelProgress>(&report))
+        return (*encoder)(*progress);
+    if (const auto *opened = std::get_if<ChannelOpened>(&report))
+        return (*encoder)(*opened);
+    if (const auto *damage = std::get_if<ChannelDamage>(&report))
+        return (*encoder)(*damage);
+    if (const auto *loss = std::get_if<ChannelLoss>(&report))
+        return (*encoder)(*loss);
+    return ChannelMessage::kFarewell;
+}
 
 bool CanBeSent(const ChannelReport &report)
 {
@@ -254,7 +265,7 @@ std::optional<std::string> ChannelReportBytes(const ChannelReport &report)
     if (!CanBeSent(report))
         return std::nullopt;
     Encoder encoder;
-    const ChannelMessage type = std::visit(encoder, report);
+    const ChannelMessage type = Encode(report, &encoder);
     return ChannelHeaderBytes(type, encoder.body.size()) + encoder.body;
 }
 
