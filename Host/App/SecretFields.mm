@@ -3,6 +3,7 @@
 #include "HostTexts.h"
 #include "RecoveryDigits.h"
 #include "ThreadChecks.h"
+#import "WarningColor.h"
 
 #include <objc/runtime.h>
 
@@ -62,7 +63,7 @@ void MarkGroups(const vx::RecoveryDigits &digits, NSTextView *editor)
     for (const vx::RecoveryGroup &group : digits.groups) {
         if (group.isWrong)
             [storage addAttribute:NSForegroundColorAttributeName
-                            value:[NSColor redColor]
+                            value:vx::WarningColor()
                             range:NSMakeRange(group.begin, group.length)];
     }
     [storage endEditing];

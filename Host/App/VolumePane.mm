@@ -9,6 +9,7 @@
 #include "VolumeLibraryStatus.h"
 #include "VolumeOpeningOptions.h"
 #include "VolumeTexts.h"
+#import "WarningColor.h"
 
 #include <algorithm>
 
@@ -143,7 +144,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     AssertMainThread();
     constexpr CGFloat kTitleSize = 15;
     [_titleLabel setFont:[NSFont boldSystemFontOfSize:kTitleSize]];
-    [_messageLabel setTextColor:[NSColor colorWithCalibratedRed:0.7 green:0.08 blue:0.08 alpha:1]];
+    [_messageLabel setTextColor:vx::WarningColor()];
     for (NSPopUpButton *popUp in @[ _volumePopUp, _kindPopUp ])
         [[popUp cell] setAltersStateOfSelectedItem:NO];
 }

@@ -1,5 +1,7 @@
 #include "RegisteredDefaults.h"
 
+#include "DesktopLook.h"
+#include "LookKeys.h"
 #include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
@@ -23,6 +25,9 @@ const FontPair kFonts[] = {
     {@"LiberationSans", @"LiberationSans-Bold", 13},
     {@"DejaVuSans", @"DejaVuSans-Bold", 12},
 };
+
+// What is known before the display is.
+DesktopLook g_desktop;
 
 void registerDefaults(NSDictionary *defaults)
 {
@@ -74,6 +79,8 @@ void registerLook()
     NSString *theme = themePath();
     if (theme != nil)
         [look setObject:theme forKey:@"GSTheme"];
+    g_desktop = readDesktopLook();
+    [look setObject:[NSNumber numberWithBool:g_desktop.isDark] forKey:kDarkColorsKey];
     addKeys(look);
     registerDefaults(look);
     [pool release];

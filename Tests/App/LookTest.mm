@@ -3,6 +3,7 @@
 #import "InterfaceTexts.h"
 #import "SelectionLine.h"
 
+#include "Contrast.h"
 #import "ExplorerFixture.h"
 #import "ModalDriver.h"
 
@@ -70,6 +71,25 @@ void ExpectFits(NSString *text, NSControl *control, CGFloat margin)
     ASSERT_NE(control, nil);
     ASSERT_GT([text length], 0u);
     EXPECT_LE(WidthOf(text, control) + 2 * margin, [control frame].size.width) << [text UTF8String];
+}
+
+// Run a second time in the theme's dark colours, in which the window stays white.
+using ReadableTexts = ExplorerTest;
+
+TEST_F(ReadableTexts, OfTheProgressWindowAreDarkOnWhite)
+{
+    CopyingFileWindow *progress = [[CopyingFileWindow alloc] init];
+    NSWindow *shown = [progress window];
+    int count = 0;
+    for (NSView *view in [[shown contentView] subviews]) {
+        if (![view isKindOfClass:[NSTextField class]])
+            continue;
+        ++count;
+        EXPECT_GT(vxtest::Contrast([(NSTextField *)view textColor], [shown backgroundColor]), 7);
+    }
+    EXPECT_EQ(count, 2);
+    [progress close];
+    [progress release];
 }
 
 class TextsInLanguage : public ExplorerTest, public testing::WithParamInterface<const char *> {

@@ -1,7 +1,9 @@
 // Unlocking, in a real window with a real mouse and keyboard.
+#include "Contrast.h"
 #include "HostTexts.h"
 #include "HostWindow.h"
 #include "VolumeLibraryStatus.h"
+#import "WarningColor.h"
 
 namespace {
 
@@ -115,7 +117,8 @@ TEST_F(HostWindowTest, AMistypedGroupIsMarkedAtOnceAndNothingIsTriedWithIt)
     NSColor *colour = [[editor textStorage] attribute:NSForegroundColorAttributeName
                                               atIndex:0
                                        effectiveRange:nullptr];
-    EXPECT_TRUE([colour isEqual:[NSColor redColor]]);
+    EXPECT_TRUE([colour isEqual:vx::WarningColor()]);
+    EXPECT_GT(vxtest::Contrast(colour, [NSColor textBackgroundColor]), 4);
     Key("BackSpace");
     Type("1");
     EXPECT_TRUE(

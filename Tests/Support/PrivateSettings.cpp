@@ -14,6 +14,13 @@ void LiveIn(const std::string &folder)
     out << "\nGNUSTEP_USER_DEFAULTS_DIR=" << folder << "/Defaults\n";
     setenv("GNUSTEP_CONFIG_FILE", configuration.c_str(), 1);
     setenv("HOME", folder.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (folder + "/.config").c_str(), 1);
+    unsetenv("XDG_CURRENT_DESKTOP");
+    const char *const theme = getenv("TEST_GTK_THEME");
+    if (theme == nullptr)
+        unsetenv("GTK_THEME");
+    else
+        setenv("GTK_THEME", theme, 1);
 }
 
 }  // namespace vxtest

@@ -7,8 +7,9 @@
 
 namespace vxtest {
 
-// Home and settings of this process and its children lie in the folder from now on. Call it before
-// the first use of the window library.
+// Home and settings of this process and its children lie in the folder from now on, and its desktop
+// says nothing about its look, or what TEST_GTK_THEME says. Call it before the first use of the
+// window library.
 void LiveIn(const std::string &folder);
 
 }  // namespace vxtest

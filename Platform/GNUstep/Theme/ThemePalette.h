@@ -7,6 +7,10 @@
 
 namespace vx::palette {
 
+// Whether the colours are the dark ones. Settled by the first call: what is drawn already would
+// keep its colours.
+bool isDark();
+
 NSColor *windowBackground();
 NSColor *content();
 NSColor *alternateRow();
@@ -17,6 +21,7 @@ NSColor *border();
 NSColor *separator();
 NSColor *selection();
 NSColor *accent();
+NSColor *defaultButton();
 NSColor *pressed();
 NSColor *track();
 NSColor *knob();

@@ -1,8 +1,18 @@
 #import "ThemePalette.h"
 
+#include "../LookKeys.h"
 #include "ThreadChecks.h"
 
 namespace vx::palette {
+
+bool isDark()
+{
+    AssertMainThread();
+    static const bool dark =
+        [[NSUserDefaults standardUserDefaults] boolForKey:kDarkColorsKey] != NO;
+    return dark;
+}
+
 namespace {
 
 NSColor *rgb(int red, int green, int blue)
@@ -12,6 +22,11 @@ NSColor *rgb(int red, int green, int blue)
                                      green:green / 255.0
                                       blue:blue / 255.0
                                      alpha:1.0];
+}
+
+NSColor *ofBoth(NSColor *light, NSColor *dark)
+{
+    return isDark() ? dark : light;
 }
 
 struct SystemColor {
@@ -66,59 +81,64 @@ const SystemColor kSystemColors[] = {
 
 NSColor *windowBackground()
 {
-    return rgb(246, 246, 247);
+    return ofBoth(rgb(246, 246, 247), rgb(42, 43, 46));
 }
 NSColor *content()
 {
-    return rgb(255, 255, 255);
+    return ofBoth(rgb(255, 255, 255), rgb(30, 31, 33));
 }
 NSColor *alternateRow()
 {
-    return rgb(244, 246, 249);
+    return ofBoth(rgb(244, 246, 249), rgb(36, 37, 40));
 }
 NSColor *text()
 {
-    return rgb(31, 33, 36);
+    return ofBoth(rgb(31, 33, 36), rgb(230, 232, 235));
 }
 NSColor *dimmedText()
 {
-    return rgb(92, 97, 104);
+    return ofBoth(rgb(92, 97, 104), rgb(168, 173, 180));
 }
 NSColor *disabledText()
 {
-    return rgb(163, 167, 173);
+    return ofBoth(rgb(163, 167, 173), rgb(128, 133, 141));
 }
 NSColor *border()
 {
-    return rgb(198, 201, 206);
+    return ofBoth(rgb(198, 201, 206), rgb(84, 88, 95));
 }
 NSColor *separator()
 {
-    return rgb(225, 227, 231);
+    return ofBoth(rgb(225, 227, 231), rgb(60, 62, 67));
 }
 NSColor *selection()
 {
-    return rgb(205, 227, 252);
+    return ofBoth(rgb(205, 227, 252), rgb(36, 73, 118));
 }
 NSColor *accent()
 {
-    return rgb(47, 123, 229);
+    return ofBoth(rgb(47, 123, 229), rgb(95, 158, 248));
 }
 NSColor *pressed()
 {
-    return rgb(229, 231, 235);
+    return ofBoth(rgb(229, 231, 235), rgb(64, 67, 73));
 }
 NSColor *track()
 {
-    return rgb(226, 228, 232);
+    return ofBoth(rgb(226, 228, 232), rgb(72, 75, 81));
 }
 NSColor *knob()
 {
-    return rgb(194, 198, 204);
+    return ofBoth(rgb(194, 198, 204), rgb(92, 96, 103));
 }
 NSColor *activeKnob()
 {
-    return rgb(154, 159, 167);
+    return ofBoth(rgb(154, 159, 167), rgb(132, 137, 145));
+}
+
+NSColor *defaultButton()
+{
+    return ofBoth(rgb(236, 244, 255), rgb(33, 48, 70));
 }
 
 NSColorList *newSystemColorList()

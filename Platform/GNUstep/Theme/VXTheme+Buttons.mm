@@ -1,4 +1,4 @@
-// Push buttons: white plates with a thin rounded border; the default button of a window stands out
+// Push buttons: plates with a thin rounded border; the default button of a window stands out
 // in the accent colour. A button's cell that draws its own face (as the export button's does) is
 // not drawn here.
 #import "ThemePalette.h"
@@ -42,8 +42,7 @@ BOOL isPressed(GSThemeControlState state)
              state:(GSThemeControlState)state
 {
     const BOOL marked = isDefaultButton(cell) && [cell isEnabled];
-    NSColor *face = marked ? [NSColor colorWithCalibratedRed:0.925 green:0.957 blue:1.0 alpha:1.0]
-                           : palette::content();
+    NSColor *face = marked ? palette::defaultButton() : palette::content();
     if (isPressed(state))
         face = marked ? palette::selection() : palette::pressed();
     NSColor *edge = marked ? palette::accent() : palette::border();

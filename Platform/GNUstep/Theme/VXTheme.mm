@@ -16,7 +16,47 @@ namespace palette = vx::palette;
 - (void)dealloc
 {
     [_systemColors release];
+    [_darkInformation release];
     [super dealloc];
+}
+
+// By the library's names: "dark_X" takes the place of "common_X", and of what the library has
+// renamed since.
+- (NSDictionary *)darkImages
+{
+    NSString *const mark = @"dark_";
+    NSDictionary *renamed =
+        [NSDictionary dictionaryWithObjectsAndKeys:@"GSSwitch", @"SwitchOff", @"GSRadio",
+                                                   @"RadioOff", @"GSMenuArrow", @"3DArrowRight",
+                                                   @"GSMenuSelected", @"2DCheckMark", nil];
+    NSMutableDictionary *images = [NSMutableDictionary dictionary];
+    for (NSString *path in [[self bundle] pathsForResourcesOfType:@"png"
+                                                      inDirectory:@"ThemeImages"]) {
+        NSString *file = [[path lastPathComponent] stringByDeletingPathExtension];
+        if (![file hasPrefix:mark])
+            continue;
+        NSString *name = [file substringFromIndex:[mark length]];
+        [images setObject:file forKey:[@"common_" stringByAppendingString:name]];
+        if ([renamed objectForKey:name] != nil)
+            [images setObject:file forKey:[renamed objectForKey:name]];
+    }
+    return images;
+}
+
+- (NSDictionary *)infoDictionary
+{
+    NSDictionary *information = [super infoDictionary];
+    if (!palette::isDark())
+        return information;
+    if (_darkInformation == nil) {
+        NSString *const key = @"GSThemeImages";
+        NSMutableDictionary *all = [[information mutableCopy] autorelease];
+        NSMutableDictionary *images = [[[information objectForKey:key] mutableCopy] autorelease];
+        [images addEntriesFromDictionary:[self darkImages]];
+        [all setObject:images forKey:key];
+        _darkInformation = [all retain];
+    }
+    return _darkInformation;
 }
 
 - (NSColorList *)colors
