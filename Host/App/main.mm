@@ -2,9 +2,9 @@
 #import <AppKit/AppKit.h>
 
 #include "CoreDumps.h"
-#include "EndingSignals.h"
 #import "HostAppDelegate.h"
 #include "HostArguments.h"
+#include "QuitOnSignal.h"
 #include "StandardDescriptors.h"
 #include "SystemServices.h"
 #include "TerminalText.h"
@@ -44,7 +44,7 @@ int main(int argc, const char *argv[])
         return status;
     // Secrets are typed into it.
     vx::ForbidCoreDumpsForGood();
-    const vx::EndingSignals signals;
+    const vx::QuitOnSignal signals;
     // A bare argument is the delegate's business alone.
     NSAutoreleasePool *pool = [NSAutoreleasePool new];
     [[NSUserDefaults standardUserDefaults]

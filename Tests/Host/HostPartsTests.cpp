@@ -1,4 +1,4 @@
-// The lock, the FIFO files, the child process and the place of the program.
+// The lock, the FIFO files, the place of the program, the quit notice and the events.
 #include "CPipeDataWrapper.h"
 #include "ChildChannel.h"
 #include "EventPipe.h"
@@ -7,7 +7,6 @@
 #include "HostRequest.h"
 #include "QuitNoticeSink.h"
 #include "SessionEvents.h"
-#include "SpawnedProcess.h"
 #include "UniqueFd.h"
 #include "_MSG_DATA_PACKAGE.h"
 
@@ -282,100 +281,6 @@ TEST_F(FifoPairTest, ALinkInTheWayIsRefused)
 TEST_F(FifoPairTest, AFolderThatIsNotThereIsAnError)
 {
     EXPECT_NE(vx::MakeFifoPair({_folder.At("no/in"), _folder.At("no/out")}), "");
-}
-
-class SpawnedProcessTest : public testing::Test {
-protected:
-    void Start(const std::string &script)
-    {
-        ASSERT_EQ(_process.Start("/bin/sh", {"-c", script.c_str()}), 0);
-    }
-    bool AwaitEnd()
-    {
-        return Eventually([this] { return _process.HasEnded(); });
-    }
-
-    vx::EventPipe _events;
-    vx::SpawnedProcess _process{_events};
-};
-
-TEST_F(SpawnedProcessTest, TheEndAndItsStatusAreSeen)
-{
-    Start("exit 7");
-    ASSERT_TRUE(AwaitEnd());
-    EXPECT_EQ(_process.DescribeEnd(), "exit status 7");
-}
-
-TEST_F(SpawnedProcessTest, ASignalEndsIt)
-{
-    Start("exec sleep 1000");
-    EXPECT_FALSE(_process.HasEnded());
-    _process.Signal(SIGTERM);
-    ASSERT_TRUE(AwaitEnd());
-    EXPECT_EQ(_process.DescribeEnd(), "signal 15");
-}
-
-TEST_F(SpawnedProcessTest, KillEndsOneThatIgnoresBeingAsked)
-{
-    Start("trap '' TERM; while :; do sleep 1; done");
-    _process.Signal(SIGTERM);
-    _process.Kill();
-    EXPECT_TRUE(_process.HasEnded());
-}
-
-TEST_F(SpawnedProcessTest, AMissingProgramIsAnErrorAndHasEnded)
-{
-    EXPECT_EQ(_process.Start("/no/such/program", {}), ENOENT);
-    EXPECT_TRUE(_process.HasEnded());
-}
-
-TEST_F(SpawnedProcessTest, TheChildStartsWithTheDefaultForABrokenPipe)
-{
-    signal(SIGPIPE, SIG_IGN);
-    Start("kill -PIPE $$; exit 0");
-    signal(SIGPIPE, SIG_DFL);
-    ASSERT_TRUE(AwaitEnd());
-    EXPECT_EQ(_process.DescribeEnd(), "signal 13");
-}
-
-TEST_F(SpawnedProcessTest, TheChildStartsWithNoSignalBlocked)
-{
-    sigset_t blocked, former;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &blocked, &former);
-    Start("kill -TERM $$; exit 0");
-    pthread_sigmask(SIG_SETMASK, &former, nullptr);
-    ASSERT_TRUE(AwaitEnd());
-    EXPECT_EQ(_process.DescribeEnd(), "signal 15");
-}
-
-TEST_F(SpawnedProcessTest, AChildThatIsStartedMeanwhileDoesNotGetAnInheritance)
-{
-    const vx::UniqueFd own(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    const vx::Inheritance inheritance(own.Get());
-    const std::string look = "[ -e /dev/fd/" + std::to_string(inheritance.Number()) + " ]";
-    Start(look);
-    ASSERT_TRUE(AwaitEnd());
-    EXPECT_EQ(_process.DescribeEnd(), "exit status 1");
-    vx::SpawnedProcess heir(_events);
-    ASSERT_EQ(heir.Start("/bin/sh", {"-c", look.c_str()}, &inheritance), 0);
-    ASSERT_TRUE(Eventually([&] { return heir.HasEnded(); }));
-    EXPECT_EQ(heir.DescribeEnd(), "exit status 0");
-}
-
-TEST_F(SpawnedProcessTest, WithoutANumberForAnInheritanceNothingIsStarted)
-{
-    const vx::UniqueFd own(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    struct rlimit former = {};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
-    const struct rlimit none = {static_cast<rlim_t>(STDERR_FILENO + 1), former.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const vx::Inheritance inheritance(own.Get());
-    setrlimit(RLIMIT_NOFILE, &former);
-    ASSERT_EQ(inheritance.Number(), -1);
-    EXPECT_EQ(_process.Start("/bin/sh", {"-c", "exit 0"}, &inheritance), EMFILE);
-    EXPECT_TRUE(_process.HasEnded());
 }
 
 TEST(InstalledProgramsTest, AreUnknownWhereTheSystemDoesNotSayWhereThisOneIs)

@@ -11,9 +11,9 @@
 
 namespace vx {
 
-class EndingSignals {
+class QuitOnSignal {
 public:
-    EndingSignals();
+    QuitOnSignal();
 
 private:
     void PassOn();

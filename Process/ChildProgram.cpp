@@ -1,6 +1,6 @@
 #include "ChildProgram.h"
 
-#include "ChildSpawn.h"
+#include "PipedChild.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -23,7 +23,7 @@ constexpr std::chrono::seconds kLongestFarewell(2);
 
 class RunningChild {
 public:
-    RunningChild(StartedChild child, const std::atomic<bool> &cancel)
+    RunningChild(PipedChild child, const std::atomic<bool> &cancel)
         : _child(std::move(child)), _cancel(cancel)
     {
     }
@@ -104,7 +104,7 @@ private:
     // No descriptor announces the end of a child on every system.
     static void Pause() { std::this_thread::sleep_for(std::chrono::milliseconds(2)); }
 
-    StartedChild _child;
+    PipedChild _child;
     const std::atomic<bool> &_cancel;
 };
 
@@ -113,7 +113,7 @@ private:
 ChildEnd RunChildProgram(const std::string &program, const std::vector<std::string> &arguments,
                          size_t outputLimit, const std::atomic<bool> &cancel)
 {
-    StartedChild child = StartChild(program, arguments);
+    PipedChild child = StartPipedChild(program, arguments);
     if (child.error == 0)
         return RunningChild(std::move(child), cancel).Finish(outputLimit);
     ChildEnd end;

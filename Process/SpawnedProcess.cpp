@@ -1,61 +1,16 @@
 #include "SpawnedProcess.h"
 
 #include "ArgumentVector.h"
+#include "ChildSpawn.h"
 #include "EventPipe.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <system_error>
 
-extern char **environ;
-
 namespace {
-
-// A child starts with no signal blocked and the default for SIGPIPE, whatever the host has.
-class SpawnAttributes {
-public:
-    SpawnAttributes()
-    {
-        sigset_t none, defaults;
-        sigemptyset(&none);
-        sigemptyset(&defaults);
-        sigaddset(&defaults, SIGPIPE);
-        posix_spawnattr_init(&_attributes);
-        posix_spawnattr_setsigmask(&_attributes, &none);
-        posix_spawnattr_setsigdefault(&_attributes, &defaults);
-        posix_spawnattr_setflags(&_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&_attributes); }
-    SpawnAttributes(const SpawnAttributes &) = delete;
-    SpawnAttributes &operator=(const SpawnAttributes &) = delete;
-
-    const posix_spawnattr_t *Get() const { return &_attributes; }
-
-private:
-    posix_spawnattr_t _attributes;
-};
-
-class SpawnActions {
-public:
-    explicit SpawnActions(const vx::Inheritance *inheritance)
-    {
-        posix_spawn_file_actions_init(&_actions);
-        if (inheritance != nullptr)
-            posix_spawn_file_actions_adddup2(&_actions, inheritance->Descriptor(),
-                                             inheritance->Number());
-    }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&_actions); }
-    SpawnActions(const SpawnActions &) = delete;
-    SpawnActions &operator=(const SpawnActions &) = delete;
-
-    const posix_spawn_file_actions_t *Get() const { return &_actions; }
-
-private:
-    posix_spawn_file_actions_t _actions;
-};
 
 // Keeps the signals away from a thread that is started meanwhile.
 class SignalsBlocked {
@@ -94,12 +49,11 @@ int SpawnedProcess::Start(const std::string &program, const std::vector<const ch
     AssertBoundThread(_thread);
     if (inheritance != nullptr && inheritance->Number() == -1)
         return EMFILE;
-    const SpawnAttributes attributes;
-    const SpawnActions actions(inheritance);
-    const std::vector<char *> vector = ArgumentVector(program, arguments);
+    ChildSpawn spawn(ChildSpawn::IgnoredSignals::kStayIgnored);
+    if (inheritance != nullptr)
+        spawn.Give(inheritance->Descriptor(), inheritance->Number());
     pid_t pid = -1;
-    const int error =
-        posix_spawn(&pid, program.c_str(), actions.Get(), attributes.Get(), vector.data(), environ);
+    const int error = spawn.Start(program, ArgumentVector(program, arguments), &pid);
     if (error != 0)
         return error;
     _pid = pid;

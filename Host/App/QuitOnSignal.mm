@@ -1,4 +1,4 @@
-#include "EndingSignals.h"
+#include "QuitOnSignal.h"
 
 #import <AppKit/AppKit.h>
 
@@ -9,12 +9,12 @@
 
 namespace vx {
 
-EndingSignals::EndingSignals() : _thread([this] { PassOn(); })
+QuitOnSignal::QuitOnSignal() : _thread([this] { PassOn(); })
 {
     _thread.detach();
 }
 
-void EndingSignals::PassOn()
+void QuitOnSignal::PassOn()
 {
     bool isEnding = false;
     for (;;) {
