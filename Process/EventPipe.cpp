@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <iterator>
 #include <poll.h>
@@ -31,9 +31,10 @@ namespace vx {
 EventPipe::EventPipe()
 {
     int ends[2];
-    // The first descriptors that the program needs: it cannot wait for anything without them.
-    if (pipe(ends) == -1)
-        abort();
+    if (pipe(ends) == -1) {
+        _error = std::string("no pipe can be made to wait for signals: ") + strerror(errno);
+        return;
+    }
     _out = UniqueFd(ends[0]);
     _in = UniqueFd(ends[1]);
     for (int end : ends) {

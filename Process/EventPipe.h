@@ -2,6 +2,7 @@
 // notice, a cancellation. Signal handlers and other threads post.
 //
 // Threads: Post from any thread and from signal handlers; the rest from the one that first awaits.
+// Errors: a pipe takes two descriptors, and without them nothing can be awaited.
 #pragma once
 
 #include "ThreadChecks.h"
@@ -9,6 +10,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 
 namespace vx {
 
@@ -22,6 +24,9 @@ public:
 
     EventPipe();
 
+    // Empty, or one line: why there is no pipe. Nothing may be awaited then.
+    const std::string &Error() const { return _error; }
+
     // Never blocks. An event that finds thousands unread is dropped.
     void Post(int event);
     // The next event, or nothing by the deadline; without a deadline it waits indefinitely.
@@ -33,6 +38,7 @@ public:
 private:
     UniqueFd _out;
     UniqueFd _in;
+    std::string _error;
     ThreadBinding _thread;
 };
 

@@ -45,6 +45,9 @@ Confirmation Confirm(const std::string &question, int *signal)
 {
     AssertMainThread();
     EventPipe events;
+    *signal = 0;
+    if (!events.Error().empty())
+        return Confirmation::kNo;
     const SignalWatch watch(events);
     InputBytes bytes(STDIN_FILENO, events);
     fputs(question.c_str(), stderr);

@@ -109,6 +109,8 @@ const char *SecretPrompt::RefusalText(Answer answer)
         return "the secret contains a zero byte";
     case Answer::kUnreadable:
         return "the secret cannot be read from there";
+    case Answer::kNotAsked:
+        return "the secret cannot be asked for: too many files are open";
     case Answer::kInterrupted:
         return "interrupted";
     }
@@ -124,6 +126,8 @@ SecretPrompt::Answer AskOnStandardInput(const std::string &question, TypedSecret
 {
     AssertMainThread();
     EventPipe events;
+    if (!events.Error().empty())
+        return SecretPrompt::Answer::kNotAsked;
     SecretPrompt prompt(STDIN_FILENO, events);
     const SignalWatch watch(events);
     const SecretPrompt::Answer answer = prompt.Ask(question, secret);

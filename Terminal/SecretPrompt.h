@@ -23,6 +23,7 @@ public:
         kTooLong,      // more than TypedSecret::kMostBytes
         kZeroByte,     // which would end the text before its end
         kUnreadable,   // the input cannot be read
+        kNotAsked,     // no descriptors are left to wait for the answer
         kInterrupted,  // by InterruptingSignal
     };
 

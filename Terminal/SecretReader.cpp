@@ -93,6 +93,11 @@ bool ReadSecret(const Unlocking &unlocking, const std::string &volume, TypedSecr
 {
     AssertMainThread();
     EventPipe events;
+    if (!events.Error().empty()) {
+        secret->Wipe();
+        *error = events.Error();
+        return false;
+    }
     SecretReader reader(STDIN_FILENO, events);
     const SignalWatch watch(events);
     const SecretReader::Answer answer = reader.Read(unlocking, volume, secret);

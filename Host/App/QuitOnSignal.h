@@ -7,7 +7,7 @@
 #include "EventPipe.h"
 #include "SignalWatch.h"
 
-#include <thread>
+#include <string>
 
 namespace vx {
 
@@ -15,12 +15,14 @@ class QuitOnSignal {
 public:
     QuitOnSignal();
 
+    // Empty, or one line: why no signal would end the application in order.
+    const std::string &Error() const { return _events.Error(); }
+
 private:
     void PassOn();
 
     EventPipe _events;
     const SignalWatch _watch{_events};
-    std::thread _thread;
 };
 
 }  // namespace vx

@@ -6,12 +6,14 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 namespace vx {
 
-QuitOnSignal::QuitOnSignal() : _thread([this] { PassOn(); })
+QuitOnSignal::QuitOnSignal()
 {
-    _thread.detach();
+    if (Error().empty())
+        std::thread([this] { PassOn(); }).detach();
 }
 
 void QuitOnSignal::PassOn()

@@ -45,6 +45,10 @@ int main(int argc, const char *argv[])
     // Secrets are typed into it.
     vx::ForbidCoreDumpsForGood();
     const vx::QuitOnSignal signals;
+    if (!signals.Error().empty()) {
+        fprintf(stderr, "volume-host-window: %s\n", signals.Error().c_str());
+        return EXIT_FAILURE;
+    }
     // A bare argument is the delegate's business alone.
     NSAutoreleasePool *pool = [NSAutoreleasePool new];
     [[NSUserDefaults standardUserDefaults]

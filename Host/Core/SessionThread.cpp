@@ -10,6 +10,11 @@ SessionThread::SessionThread(std::unique_ptr<HostRequest> request, HostObserver 
                              Ended ended, const LinkPaths &paths)
     : _request(std::move(request)), _ended(std::move(ended))
 {
+    if (!_events.Error().empty()) {
+        _request->secret.Wipe();
+        _ended({SessionEndKind::kNotStarted, 0, _events.Error()});
+        return;
+    }
     try {
         _thread = std::thread([this, &observer, paths] { Run(observer, paths); });
     } catch (const std::system_error &error) {

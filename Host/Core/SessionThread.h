@@ -19,8 +19,8 @@ class SessionThread {
 public:
     using Ended = std::function<void(const SessionEnd &)>;
 
-    // ended: called once, last; this may not be destroyed in it. If the system has no thread left
-    // it is called at once, before the constructor returns.
+    // ended: called once, last; this may not be destroyed in it. If the system has no thread or
+    // no descriptors left it is called at once, before the constructor returns.
     SessionThread(std::unique_ptr<HostRequest> request, HostObserver &observer, Ended ended,
                   const LinkPaths &paths = {});
     // Cancels a session that still runs and waits for its end: at once while the volume is tried,

@@ -40,6 +40,10 @@ int ReadSecret(vx::EventPipe &events, const vx::HostOptions &options, vx::TypedS
 int RunHost(vx::HostOptions &options)
 {
     vx::EventPipe events;
+    if (!events.Error().empty()) {
+        fprintf(stderr, "volume-host: %s\n", events.Error().c_str());
+        return vx::kExitNotStarted;
+    }
     const vx::SignalWatch watch(events);
     vx::HostRequest request;
     const int status = ReadSecret(events, options, &request.secret);

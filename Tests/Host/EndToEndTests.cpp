@@ -121,6 +121,22 @@ TEST_F(EndToEndTest, AnExplorerWhoseLibrarySaysNoFarewellMayHaveLostReports)
         << host.Output();
 }
 
+TEST_F(EndToEndTest, TooFewDescriptorsAreNamedAndEndNothingByASignal)
+{
+    for (int most = 4; most <= 20; ++most) {
+        ChildProcess host("/bin/sh",
+                          {"-c", "ulimit -n " + std::to_string(most) + "; exec \"$0\" \"$@\"",
+                           VOLUME_HOST, "--explorer", FAKE_EXPLORER, "exit:" + _file});
+        const int status = host.AwaitEnd().value_or(-1);
+        EXPECT_TRUE(status == 1 || status == 3 || status == 4) << status;
+        EXPECT_EQ(host.Output().rfind("volume-host: ", 0), 0u) << most << host.Output();
+        if (most == 4)
+            EXPECT_NE(host.Output().find("no pipe can be made"), std::string::npos)
+                << host.Output();
+    }
+    EXPECT_TRUE(NothingIsThere());
+}
+
 TEST_F(EndToEndTest, OtherMessagesOfTheExplorerAreNotTakenForItsNotice)
 {
     ChildProcess host = Host("others");

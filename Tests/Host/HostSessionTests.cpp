@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <sstream>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -207,6 +208,20 @@ TEST_F(SessionThreadTest, TheEndOfTheExplorerIsSeenWithoutAHandlerOfItsSignal)
     const vx::SessionEnd end = AwaitEnd();
     EXPECT_EQ(end.kind, SessionEndKind::kNoNotice);
     EXPECT_EQ(end.text, "exit status 3");
+}
+
+TEST_F(SessionThreadTest, WithoutDescriptorsForItsEventsASessionEndsAtOnce)
+{
+    auto request = Request("", "wait");
+    rlimit former = {};
+    getrlimit(RLIMIT_NOFILE, &former);
+    const rlimit none = {0, former.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const auto thread = Start(std::move(request));
+    setrlimit(RLIMIT_NOFILE, &former);
+    ASSERT_TRUE(End());
+    EXPECT_EQ(End()->kind, SessionEndKind::kNotStarted);
+    EXPECT_THAT(End()->text, HasSubstr("Too many open files"));
 }
 
 TEST_F(SessionThreadTest, ACancelledTrialEndsWithinASecondAndStartsNothing)
