@@ -1,5 +1,5 @@
-// The colour of texts that report what is wrong: dark red on a light background, light red on a dark
-// one, readable on either. Main thread.
+// The colour of texts that report what is wrong: dark red on a light background, light red on a
+// dark one, readable on either. Main thread.
 #pragma once
 
 #import <AppKit/AppKit.h>

@@ -103,8 +103,9 @@ void addGnomeSetting(DesktopLook &look, const std::string &key, const std::strin
 bool isDarkVariable(const std::string &theme)
 {
     const std::string variant = ":dark";
-    const bool isVariant = theme.size() > variant.size() &&
-                           theme.compare(theme.size() - variant.size(), variant.size(), variant) == 0;
+    const bool isVariant =
+        theme.size() > variant.size() &&
+        theme.compare(theme.size() - variant.size(), variant.size(), variant) == 0;
     return isVariant || isDarkName(theme);
 }
 
@@ -172,9 +173,9 @@ DesktopLook readDesktopLook()
     DesktopLook look;
     look.isDark = isDarkVariable(environment("GTK_THEME"));
     if (isGnomeSession())
-        addGnomeSettings(look, briefOutputOf({"gsettings", "list-recursively",
-                                              "org.gnome.desktop.interface"},
-                                             kPatience));
+        addGnomeSettings(
+            look, briefOutputOf({"gsettings", "list-recursively", "org.gnome.desktop.interface"},
+                                kPatience));
     const std::string configuration = environment("XDG_CONFIG_HOME");
     const std::string folder =
         configuration.empty() ? environment("HOME") + "/.config" : configuration;

@@ -1,5 +1,6 @@
 #include "FolderName.h"
 
+#include "LookSettings.h"
 #include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
@@ -17,6 +18,9 @@
 
 namespace {
 
+using vx::scaled;
+
+// Points, for ordinary text.
 constexpr CGFloat kWidth = 340, kHeight = 108, kMargin = 16, kGap = 9;
 constexpr NSInteger kConfirmed = 1, kCancelled = 0;
 
@@ -27,7 +31,8 @@ NSString *localized(NSString *text)
 
 NSTextField *addField(NSView *view, CGFloat bottom, CGFloat height, NSString *text)
 {
-    const NSRect frame = NSMakeRect(kMargin, bottom, kWidth - 2 * kMargin, height);
+    const NSRect frame =
+        NSMakeRect(scaled(kMargin), scaled(bottom), scaled(kWidth - 2 * kMargin), scaled(height));
     NSTextField *field = [[[NSTextField alloc] initWithFrame:frame] autorelease];
     [field setStringValue:text];
     [view addSubview:field];
@@ -39,9 +44,10 @@ NSButton *addButton(NSView *view, NSString *title, CGFloat right, id target, SEL
 {
     NSButton *button = [[[NSButton alloc] initWithFrame:NSZeroRect] autorelease];
     [button setTitle:title];
-    constexpr CGFloat kLeastWidth = 71, kHeightOfButton = 27;
-    const CGFloat width = std::max(std::ceil([[button cell] cellSize].width) + 24, kLeastWidth);
-    [button setFrame:NSMakeRect(right - width, 10, width, kHeightOfButton)];
+    constexpr CGFloat kLeastWidth = 71, kHeightOfButton = 27, kLow = 10, kRoom = 24;
+    const CGFloat width =
+        std::max(std::ceil([[button cell] cellSize].width) + kRoom, scaled(kLeastWidth));
+    [button setFrame:NSMakeRect(right - width, scaled(kLow), width, scaled(kHeightOfButton))];
     [button setTarget:target];
     [button setAction:action];
     [view addSubview:button];
@@ -77,8 +83,8 @@ NSButton *addButton(NSView *view, NSString *title, CGFloat right, id target, SEL
     [label setDrawsBackground:NO];
     _name = addField(content, 46, 22, localized(@"New Folder"));
     [_name setDelegate:(id)self];
-    _confirm =
-        addButton(content, localized(@"Create"), kWidth - kMargin, self, @selector(confirm:));
+    _confirm = addButton(content, localized(@"Create"), scaled(kWidth - kMargin), self,
+                         @selector(confirm:));
     NSButton *cancel = addButton(content, localized(@"Cancel"), NSMinX([_confirm frame]) - kGap,
                                  self, @selector(cancel:));
     [cancel setKeyEquivalent:@"\e"];
@@ -101,11 +107,11 @@ bool isFolderName(NSString *name)
 NSString *askForFolderName()
 {
     AssertMainThread();
-    FolderNamePanel *panel =
-        [[[FolderNamePanel alloc] initWithContentRect:NSMakeRect(0, 0, kWidth, kHeight)
-                                            styleMask:NSTitledWindowMask
-                                              backing:NSBackingStoreBuffered
-                                                defer:YES] autorelease];
+    FolderNamePanel *panel = [[[FolderNamePanel alloc]
+        initWithContentRect:NSMakeRect(0, 0, scaled(kWidth), scaled(kHeight))
+                  styleMask:NSTitledWindowMask
+                    backing:NSBackingStoreBuffered
+                      defer:YES] autorelease];
     [panel setReleasedWhenClosed:NO];
     [panel setTitle:localized(@"New Folder")];
     [panel fill];

@@ -1,7 +1,9 @@
 #import "PanelParts.h"
 
 #include "FolderName.h"
+#include "LookSettings.h"
 #include "Places.h"
+#import "TextScale.h"
 #include "ThreadChecks.h"
 
 #include <cerrno>
@@ -15,7 +17,7 @@
 
 namespace {
 
-// Points.
+// Points, for ordinary text.
 constexpr CGFloat kWidth = 580, kLeastWidth = 500, kPlacesWidth = 138, kGap = 8, kSwitchHeight = 22;
 
 // The library finds its own views by their tags, of which 0, that of any control, is one.
@@ -54,11 +56,21 @@ NSArray *newPlaces()
     return places;
 }
 
+void enlarge(NSOpenPanel *panel)
+{
+    NSView *const content = [panel contentView];
+    const NSSize size = [content frame].size;
+    [content setAutoresizesSubviews:NO];
+    [panel setContentSize:NSMakeSize(vx::scaled(size.width), vx::scaled(size.height))];
+    vx::scaleSubviews(content, vx::textScale());
+    [content setAutoresizesSubviews:YES];
+}
+
 void widen(NSOpenPanel *panel)
 {
     NSSize size = [[panel contentView] frame].size, least = [panel minSize];
-    size.width = kWidth;
-    least.width = kLeastWidth;
+    size.width = vx::scaled(kWidth);
+    least.width = vx::scaled(kLeastWidth);
     [panel setContentSize:size];
     [panel setMinSize:least];
 }
@@ -83,12 +95,14 @@ void reportFailure(NSString *name, int error)
     if (self == nil)
         return nil;
     _panel = panel;
+    if (vx::textScale() != 1)
+        enlarge(panel);
     widen(panel);
     NSBrowser *browser = [[panel contentView] viewWithTag:NSFileHandlingPanelBrowser];
     NSRect frame = [browser frame];
     NSRect places, others, line, rest;
-    NSDivideRect(frame, &line, &others, kSwitchHeight, NSMinYEdge);
-    NSDivideRect(others, &places, &rest, kPlacesWidth, NSMinXEdge);
+    NSDivideRect(frame, &line, &others, vx::scaled(kSwitchHeight), NSMinYEdge);
+    NSDivideRect(others, &places, &rest, vx::scaled(kPlacesWidth), NSMinXEdge);
     rest = NSMakeRect(NSMinX(rest) + kGap, NSMinY(rest), NSWidth(rest) - kGap, NSHeight(rest));
     [browser setFrame:rest];
     line.origin.x = NSMinX(rest);
@@ -120,7 +134,7 @@ void reportFailure(NSString *name, int error)
     [_table setHeaderView:nil];
     [_table setCornerView:nil];
     [_table setDrawsGrid:NO];
-    [_table setRowHeight:22];
+    [_table setRowHeight:vx::scaled(22)];
     [_table setAllowsEmptySelection:YES];
     [_table setDataSource:(id)self];
     [_table setTarget:self];

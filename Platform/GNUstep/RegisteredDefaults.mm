@@ -1,10 +1,13 @@
 #include "RegisteredDefaults.h"
 
 #include "DesktopLook.h"
-#include "LookKeys.h"
+#include "LookSettings.h"
 #include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
+#import <GNUstepGUI/GSDisplayServer.h>
+
+#include <dlfcn.h>
 
 namespace vx {
 namespace {
@@ -32,6 +35,29 @@ DesktopLook g_desktop;
 void registerDefaults(NSDictionary *defaults)
 {
     [[NSUserDefaults standardUserDefaults] registerDefaults:defaults];
+}
+
+// What the display's own settings say: a text that belongs to the connection. The library's back
+// end, and with it the display's library, is loaded at run time.
+std::string displayResources()
+{
+    using ResourceString = char *(*)(void *);
+    const auto resourceString =
+        reinterpret_cast<ResourceString>(dlsym(RTLD_DEFAULT, "XResourceManagerString"));
+    void *const connection = [GSCurrentServer() serverDevice];
+    const char *const text =
+        resourceString == nullptr || connection == nullptr ? nullptr : resourceString(connection);
+    return text == nullptr ? "" : text;
+}
+
+// A font size of the user's own is the size that the user wants.
+void registerTextScale()
+{
+    addDisplayResources(g_desktop, displayResources());
+    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
+    const double scale = [defaults objectForKey:@"NSFontSize"] == nil ? textScaleOf(g_desktop) : 1;
+    registerDefaults([NSDictionary dictionaryWithObject:[NSNumber numberWithDouble:scale]
+                                                 forKey:kTextScaleKey]);
 }
 
 // An absolute path, or nil when the program runs outside its bundle (as a test does).
@@ -89,6 +115,7 @@ void registerLook()
 void registerFonts()
 {
     AssertMainThread();
+    registerTextScale();
     NSArray *available = [[NSFontManager sharedFontManager] availableFonts];
     for (const FontPair &font : kFonts) {
         if (![available containsObject:font.regular] || ![available containsObject:font.bold])

@@ -10,6 +10,7 @@
 #include "StartMessages.h"
 #include "SubstituteFonts.h"
 #include "SupplementaryGlyphs.h"
+#import "TextScale.h"
 #include "ThreadChecks.h"
 #include "TypeSelection.h"
 #include "WindowClosing.h"
@@ -106,6 +107,7 @@ NSString *information(NSString *key)
         return nil;
     readMouseOptions();
     vx::registerFonts();
+    vx::installTextScale();
     vx::installFolderOpening();
     vx::installMenuTracking();
     vx::installPacedDisplay();

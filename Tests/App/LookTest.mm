@@ -1,6 +1,7 @@
 // The windows as they look: everything on view, nothing cut off, in every language.
 #import "CopyingFileWindow.h"
 #import "InterfaceTexts.h"
+#include "LookSettings.h"
 #import "SelectionLine.h"
 
 #include "Contrast.h"
@@ -160,9 +161,10 @@ TEST_P(TextsInLanguage, TheFolderPanelHoldsItsTexts)
     };
     // Of the places, the switch and the three buttons in a row of the smallest panel.
     for (NSString *place in @[ @"Home", @"Desktop", @"Documents" ])
-        EXPECT_LE(width(place), 138 - 8) << [text(place) UTF8String];
-    EXPECT_LE(width(@"Show hidden files and folders") + 24, 500 - 138 - 3 * 8);
-    EXPECT_LE(width(@"New Folder") + width(@"Cancel") + width(@"Save") + 6 * 12 + 5 * 9, 500);
+        EXPECT_LE(width(place), vx::scaled(138 - 8)) << [text(place) UTF8String];
+    EXPECT_LE(width(@"Show hidden files and folders") + 24, vx::scaled(500 - 138 - 3 * 8));
+    EXPECT_LE(width(@"New Folder") + width(@"Cancel") + width(@"Save") + 6 * 12 + 5 * 9,
+              vx::scaled(500));
 }
 
 TEST_P(TextsInLanguage, TheWindowsTitleLeavesRoomForItsButtons)

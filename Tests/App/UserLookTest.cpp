@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr int kWidth = 900;  // pixels, of the main window with ordinary text
+
 class UserLookTest : public UserTest {
 protected:
     void SetUp() override
@@ -75,6 +77,36 @@ TEST_F(UserLookTest, TheUsersOwnSettingWins)
     ChildProcess host(VOLUME_HOST, {_volume.Path()});
     const std::string main = DrawnWindow();
     ExpectColors(main, false);
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserLookTest, TextAndWindowGrowWithTheDesktopsFont)
+{
+    WriteDesktopSettings("gtk-font-name=Sans 13.75\n");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    EXPECT_EQ(Geometry(main, "WIDTH="), 5 * kWidth / 4);
+    // The name of the first row is in the middle of a row of 25 points.
+    EXPECT_LT(Grey(main, "60x10+40+68", "minima"), 80);
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserLookTest, TextAndWindowGrowWithTheDisplaysResolution)
+{
+    Run("xprop -root -f RESOURCE_MANAGER 8s -set RESOURCE_MANAGER 'Xft.dpi: 120'");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    EXPECT_EQ(Geometry(main, "WIDTH="), 5 * kWidth / 4);
+    CloseAndExpectNotice(main, host);
+}
+
+TEST_F(UserLookTest, AFontSizeOfTheUsersOwnWins)
+{
+    WriteDesktopSettings("gtk-font-name=Sans 13.75\n");
+    Run("defaults write NSGlobalDomain NSFontSize 12");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    EXPECT_EQ(Geometry(main, "WIDTH="), kWidth);
     CloseAndExpectNotice(main, host);
 }
 

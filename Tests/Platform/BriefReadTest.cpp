@@ -57,10 +57,10 @@ TEST(BriefRead, AProgramInheritsNothing)
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     ASSERT_EQ(dup2(ends[0], 77), 77);
-    EXPECT_EQ(vx::briefOutputOf({"sh", "-c", "for f in /proc/$$/fd/*; do echo ${f##*/}; done"},
-                                kLong)
-                  .find("77"),
-              std::string::npos);
+    EXPECT_EQ(
+        vx::briefOutputOf({"sh", "-c", "for f in /proc/$$/fd/*; do echo ${f##*/}; done"}, kLong)
+            .find("77"),
+        std::string::npos);
     EXPECT_EQ(vx::briefOutputOf({"cat"}, kLong), "");
     for (const int end : {77, ends[0], ends[1]})
         close(end);

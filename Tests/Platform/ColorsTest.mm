@@ -40,17 +40,20 @@ private:
 
 TEST_F(Colors, BackgroundsAreAsTheDesktopWantsThem)
 {
-    for (NSColor *background in
-         @[ [NSColor windowBackgroundColor], [NSColor controlBackgroundColor],
-            [NSColor textBackgroundColor], [NSColor controlColor],
-            [[GSTheme theme] menuBackgroundColor], [NSColor selectedControlColor] ])
+    for (NSColor *background in @[
+             [NSColor windowBackgroundColor], [NSColor controlBackgroundColor],
+             [NSColor textBackgroundColor], [NSColor controlColor],
+             [[GSTheme theme] menuBackgroundColor], [NSColor selectedControlColor]
+         ])
         EXPECT_EQ(IsDark(background), IsDarkExpected()) << [[background description] UTF8String];
 }
 
 TEST_F(Colors, TextsStandOut)
 {
-    for (NSColor *background in @[ [NSColor windowBackgroundColor], [NSColor textBackgroundColor],
-                                   [NSColor selectedControlColor] ]) {
+    for (NSColor *background in @[
+             [NSColor windowBackgroundColor], [NSColor textBackgroundColor],
+             [NSColor selectedControlColor]
+         ]) {
         EXPECT_GT(Contrast([NSColor controlTextColor], background), 7);
         EXPECT_GT(Contrast([NSColor textColor], background), 7);
     }
@@ -78,14 +81,13 @@ TEST_F(Colors, APictureThatIsPartOfAControlStandsOutToo)
          @[ @"common_3DArrowRight", @"common_ArrowRightH", @"common_Nibble", @"NSMenuCheckmark" ]) {
         NSImage *image = [NSImage imageNamed:name];
         ASSERT_NE(image, nil) << [name UTF8String];
-        NSBitmapImageRep *pixels =
-            [NSBitmapImageRep imageRepWithData:[image TIFFRepresentation]];
+        NSBitmapImageRep *pixels = [NSBitmapImageRep imageRepWithData:[image TIFFRepresentation]];
         double best = 1;
         for (NSInteger y = 0; y < [pixels pixelsHigh]; ++y)
             for (NSInteger x = 0; x < [pixels pixelsWide]; ++x)
                 if ([[pixels colorAtX:x y:y] alphaComponent] > 0.9)
-                    best = std::max(best, Contrast([pixels colorAtX:x y:y],
-                                                   [NSColor textBackgroundColor]));
+                    best = std::max(
+                        best, Contrast([pixels colorAtX:x y:y], [NSColor textBackgroundColor]));
         EXPECT_GT(best, 4.5) << [name UTF8String];
     }
 }
@@ -93,8 +95,8 @@ TEST_F(Colors, APictureThatIsPartOfAControlStandsOutToo)
 TEST_F(Colors, AnEmptyBoxIsNotBrighterThanTheText)
 {
     for (NSString *name in @[ @"NSSwitch", @"NSRadioButton" ]) {
-        NSBitmapImageRep *pixels = [NSBitmapImageRep
-            imageRepWithData:[[NSImage imageNamed:name] TIFFRepresentation]];
+        NSBitmapImageRep *pixels =
+            [NSBitmapImageRep imageRepWithData:[[NSImage imageNamed:name] TIFFRepresentation]];
         EXPECT_EQ(IsDark([pixels colorAtX:8 y:8]), IsDarkExpected()) << [name UTF8String];
     }
 }

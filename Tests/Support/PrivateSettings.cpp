@@ -1,7 +1,10 @@
 #include "PrivateSettings.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+
+namespace fs = std::filesystem;
 
 namespace vxtest {
 
@@ -16,6 +19,11 @@ void LiveIn(const std::string &folder)
     setenv("HOME", folder.c_str(), 1);
     setenv("XDG_CONFIG_HOME", (folder + "/.config").c_str(), 1);
     unsetenv("XDG_CURRENT_DESKTOP");
+    if (const char *const font = getenv("TEST_GTK_FONT")) {
+        fs::create_directories(folder + "/.config/gtk-3.0");
+        std::ofstream(folder + "/.config/gtk-3.0/settings.ini")
+            << "[Settings]\ngtk-font-name=" << font << "\n";
+    }
     const char *const theme = getenv("TEST_GTK_THEME");
     if (theme == nullptr)
         unsetenv("GTK_THEME");

@@ -8,8 +8,8 @@
 namespace vxtest {
 
 // Home and settings of this process and its children lie in the folder from now on, and its desktop
-// says nothing about its look, or what TEST_GTK_THEME says. Call it before the first use of the
-// window library.
+// says nothing about its look, or what TEST_GTK_THEME and TEST_GTK_FONT say. Call it before the
+// first use of the window library.
 void LiveIn(const std::string &folder);
 
 }  // namespace vxtest

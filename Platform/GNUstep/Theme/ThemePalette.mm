@@ -1,6 +1,6 @@
 #import "ThemePalette.h"
 
-#include "../LookKeys.h"
+#include "../LookSettings.h"
 #include "ThreadChecks.h"
 
 namespace vx::palette {

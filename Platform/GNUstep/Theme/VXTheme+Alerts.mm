@@ -1,5 +1,6 @@
 // Alerts: the picture at the left, the message in bold with the explanation below it, the buttons
 // at the lower right; no dividing line, and the program's name in the title bar.
+#include "../LookSettings.h"
 #include "../MethodReplacement.h"
 #import "ThemePalette.h"
 #import "VXTheme.h"
@@ -14,6 +15,7 @@
 
 namespace {
 
+// Points, as for ordinary text.
 constexpr CGFloat kMargin = 20, kIconSide = 48, kIconGap = 16, kTextGap = 8, kButtonsGap = 20;
 constexpr CGFloat kTextLeft = kMargin + kIconSide + kIconGap;
 constexpr CGFloat kLeastTextWidth = 300, kMostTextWidth = 420;
@@ -27,7 +29,7 @@ SizePanelToFit librarySize = nullptr;
 NSSize sizeOf(NSTextField *field)
 {
     NSAttributedString *text = [field attributedStringValue];
-    const NSRect bounds = [text boundingRectWithSize:NSMakeSize(kMostTextWidth, 1e6)
+    const NSRect bounds = [text boundingRectWithSize:NSMakeSize(vx::scaled(kMostTextWidth), 1e6)
                                              options:NSStringDrawingOptions(0)];
     // The library's own measure falls short by fractions of a point.
     return NSMakeSize(std::ceil(bounds.size.width) + 4, std::ceil(bounds.size.height) + 2);
@@ -50,7 +52,7 @@ CGFloat placeButtons(GSAlertPanel *panel, CGFloat right)
             continue;
         const CGFloat title = std::ceil([[button cell] cellSize].width);
         const CGFloat width = std::max(title + 2 * kButtonMargin, kLeastButtonWidth);
-        [button setFrame:NSMakeRect(left - width, kMargin, width, kButtonHeight)];
+        [button setFrame:NSMakeRect(left - width, kMargin, width, vx::scaled(kButtonHeight))];
         left -= width + kButtonGap;
     }
     return right - left;
@@ -92,7 +94,7 @@ void sizePanelToFit(id panel, SEL selector)
     const CGFloat buttons = placeButtons(panel, 0) + 2 * kMargin;
     const CGFloat width = std::max(kTextLeft + text + kMargin, buttons);
     const CGFloat high = std::max(titleSize.height + kTextGap + messageSize.height, kIconSide);
-    const CGFloat top = kMargin + kButtonHeight + kButtonsGap + high;
+    const CGFloat top = kMargin + vx::scaled(kButtonHeight) + kButtonsGap + high;
     resize(panel, NSMakeSize(width, top + kMargin));
     hideLine([panel contentView]);
     [[panel valueForKey:@"icoButton"]

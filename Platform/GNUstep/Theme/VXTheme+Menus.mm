@@ -1,5 +1,6 @@
 // Menus: a flat bar that ends in a hairline, and white lists with a rounded mark under the pointed
 // item.
+#include "../LookSettings.h"
 #include "../MethodReplacement.h"
 #import "ThemePalette.h"
 #import "ThemeShapes.h"
@@ -65,12 +66,12 @@ NSString *keyTextWithCapital(id cell, SEL selector)
 
 - (CGFloat)menuBarHeight
 {
-    return 26;
+    return vx::scaled(26);
 }
 
 - (CGFloat)menuItemHeight
 {
-    return 24;
+    return vx::scaled(24);
 }
 
 - (CGFloat)menuSeparatorHeight
