@@ -1,5 +1,5 @@
-// Starts a program as a child process: which descriptors it gets beside those that programs inherit,
-// and which signals. None is blocked in it.
+// Starts a program as a child process: which descriptors it gets beside those that programs
+// inherit, and which signals. None is blocked in it.
 //
 // Ownership: the caller's is the child, to be waited for. Threads: one at a time.
 // Errors: an errno, of the first step that failed; nothing was started then.

@@ -39,7 +39,7 @@ ScaledSize ScaleSize(uint64_t bytes)
         size /= 1024;
         ++unit;
     }
-    return {size, *unit};
+    return {Formatted(unit == kUnits ? "%.0f" : "%.1f", size), *unit};
 }
 
 std::string SizeText(int64_t bytes)
@@ -47,7 +47,7 @@ std::string SizeText(int64_t bytes)
     if (bytes < 1024)
         return CountText(bytes, "byte", "bytes");
     const ScaledSize size = ScaleSize(static_cast<uint64_t>(bytes));
-    return Formatted("%.1f %s", size.number, size.unit);
+    return size.number + " " + size.unit;
 }
 
 std::string ExactSizeText(int64_t bytes)

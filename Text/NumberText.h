@@ -9,10 +9,11 @@ namespace vx {
 // 1234567 → "1,234,567"
 std::string GroupedText(int64_t number);
 
-// A number of bytes in the unit that suits it: 512 → 512 "bytes", 1536 → 1.5 "KiB". Rounded to one
-// decimal it is below 1024, so that there is never a "1024.0 KiB".
+// A number of bytes in the unit that suits it: 512 → "512" "bytes", 1536 → "1.5" "KiB". It is below
+// 1024 as rounded to its one decimal, so that there is never a "1024.0 KiB". Bytes have no
+// decimals.
 struct ScaledSize {
-    double number;
+    std::string number;
     const char *unit;
 };
 ScaledSize ScaleSize(uint64_t bytes);

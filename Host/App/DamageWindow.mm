@@ -71,7 +71,7 @@
                           row:(NSInteger)index
 {
     AssertMainThread();
-    const vx::DamageRow &row = _list->Rows()[static_cast<size_t>(index)];
+    const vx::ChannelDamage &row = _list->Rows()[static_cast<size_t>(index)];
     if ([[column identifier] isEqualToString:@"path"])
         return vx::TextOf(row.path);
     const vx::Wording &wording = vx::UserWording();

@@ -5,15 +5,13 @@
 namespace vx {
 namespace {
 
-// Bytes have no decimals.
 std::string SizeOf(uint64_t bytes)
 {
-    const ScaledSize scaled = ScaleSize(bytes);
-    NSString *form = bytes < 1024 ? @"%.0f %@" : @"%.1f %@";
-    NSString *size =
-        [NSString stringWithFormat:form, scaled.number, Localized(TextOf(scaled.unit))];
-    return BytesOf([size stringByReplacingOccurrencesOfString:@"."
-                                                   withString:Localized(@"DECIMAL_SIGN")]);
+    const ScaledSize size = ScaleSize(bytes);
+    NSString *number =
+        [TextOf(size.number) stringByReplacingOccurrencesOfString:@"."
+                                                       withString:Localized(@"DECIMAL_SIGN")];
+    return BytesOf([NSString stringWithFormat:@"%@ %@", number, Localized(TextOf(size.unit))]);
 }
 
 }  // namespace

@@ -33,9 +33,7 @@ std::string UnreadText(const ChannelDamage &damage)
 {
     if (damage.ranges.empty())
         return "not all of it could be read";
-    int64_t bytes = 0;
-    for (const ByteRange &range : damage.ranges)
-        bytes += static_cast<int64_t>(range.length);
+    const auto bytes = static_cast<int64_t>(BytesIn(damage.ranges));
     return (damage.more == 0 ? "" : "at least ") + CountText(bytes, "byte", "bytes") +
            " could not be read and were given as zeros";
 }

@@ -1,7 +1,7 @@
 #include "SpawnedProcess.h"
 
-#include "Eventually.h"
 #include "EventPipe.h"
+#include "Eventually.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "DiskAreas.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vx {
 namespace {
@@ -32,18 +33,7 @@ ByteRanges DiskAreas::All()
 
 void DiskAreas::Join()
 {
-    std::sort(_areas.begin(), _areas.end(), [](const ByteRange &one, const ByteRange &other) {
-        return one.offset < other.offset;
-    });
-    ByteRanges joined;
-    for (const ByteRange &area : _areas) {
-        const uint64_t end = joined.empty() ? 0 : joined.back().offset + joined.back().length;
-        if (joined.empty() || (area.offset > end && area.offset - end > _nearest))
-            joined.push_back(area);
-        else
-            joined.back().length = std::max(end, area.offset + area.length) - joined.back().offset;
-    }
-    _areas.swap(joined);
+    _areas = JoinedRanges(std::move(_areas), _nearest);
     _isSorted = true;
 }
 

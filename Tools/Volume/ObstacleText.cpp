@@ -103,9 +103,7 @@ const char *ObstacleName(VolumeObstacle obstacle)
 
 std::string UnreadText(const std::vector<ByteRange> &unread, bool namesAll)
 {
-    uint64_t bytes = 0;
-    for (const ByteRange &range : unread)
-        bytes += range.length;
+    const uint64_t bytes = BytesIn(unread);
     std::string text = bytes == 1 ? "byte " : "bytes ";
     const size_t shown = namesAll ? unread.size() : std::min(unread.size(), kFewRanges);
     for (size_t i = 0; i < shown; ++i)

@@ -52,6 +52,34 @@ inline void AddMoved(const ByteRanges &moved, uint64_t from, uint64_t to, ByteRa
         AddRange(range.offset - from + to, range.length, ranges);
 }
 
+// The same bytes in ascending order: no range touches another one, and those that are no further
+// apart than gap are one. None may end beyond UINT64_MAX.
+inline ByteRanges JoinedRanges(ByteRanges ranges, uint64_t gap = 0)
+{
+    std::sort(ranges.begin(), ranges.end(), [](const ByteRange &one, const ByteRange &other) {
+        return one.offset < other.offset;
+    });
+    ByteRanges joined;
+    for (const ByteRange &range : ranges) {
+        const uint64_t end = joined.empty() ? 0 : joined.back().offset + joined.back().length;
+        if (joined.empty() || (range.offset > end && range.offset - end > gap))
+            joined.push_back(range);
+        else
+            joined.back().length =
+                std::max(end, range.offset + range.length) - joined.back().offset;
+    }
+    return joined;
+}
+
+// Of ranges without overlaps.
+inline uint64_t BytesIn(const ByteRanges &ranges)
+{
+    uint64_t bytes = 0;
+    for (const ByteRange &range : ranges)
+        bytes += range.length;
+    return bytes;
+}
+
 // Where the range that holds the place ends; the place itself if there is none. The ranges are
 // sorted and do not overlap.
 inline uint64_t EndOfRangeAt(const ByteRanges &ranges, uint64_t place)

@@ -16,14 +16,6 @@
 
 namespace vx {
 
-struct DamageRow {
-    ChannelDamageKind kind = ChannelDamageKind::kFileData;
-    uint32_t obstacle = 0;
-    std::string path;
-    ByteRanges ranges;  // of a file, sorted, without overlaps
-    uint64_t more = 0;  // ranges or entries beyond what was reported
-};
-
 class DamageList {
 public:
     // Further rows are counted only.
@@ -37,14 +29,15 @@ public:
 
     bool IsEmpty() const;
     const std::vector<std::string> &Warnings() const { return _warnings; }
-    const std::vector<DamageRow> &Rows() const { return _rows; }
+    // One for each kind and path. Ranges are sorted, without overlaps.
+    const std::vector<ChannelDamage> &Rows() const { return _rows; }
     uint64_t Lost() const { return _lost; }
     bool HasLostUncounted() const { return _hasLostUncounted; }
     uint64_t RowsLeftOut() const { return _leftOut; }
 
 private:
     std::vector<std::string> _warnings;
-    std::vector<DamageRow> _rows;
+    std::vector<ChannelDamage> _rows;
     std::map<std::pair<uint32_t, std::string>, size_t> _places;  // of kind and path
     uint64_t _lost = 0;
     bool _hasLostUncounted = false;
@@ -52,8 +45,8 @@ private:
 };
 
 // "12.0 KiB", "entries: 3"; empty if not known.
-std::string DamageAmount(const DamageRow &row, const Wording &wording);
-std::string DamageReason(const DamageRow &row, const Wording &wording);
+std::string DamageAmount(const ChannelDamage &row, const Wording &wording);
+std::string DamageReason(const ChannelDamage &row, const Wording &wording);
 // What there is besides the rows, a sentence each.
 std::vector<std::string> DamageRemarks(const DamageList &list, const Wording &wording);
 

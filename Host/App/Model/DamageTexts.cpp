@@ -6,14 +6,6 @@
 namespace vx {
 namespace {
 
-uint64_t BytesOf(const DamageRow &row)
-{
-    uint64_t bytes = 0;
-    for (const ByteRange &range : row.ranges)
-        bytes += range.length;
-    return bytes;
-}
-
 const char *ReasonOf(VolumeObstacle obstacle)
 {
     switch (obstacle) {
@@ -62,7 +54,7 @@ const char *EventOf(ChannelDamageKind kind)
     return "Damaged";
 }
 
-void AppendRow(const DamageRow &row, const Wording &wording, std::string *text)
+void AppendRow(const ChannelDamage &row, const Wording &wording, std::string *text)
 {
     *text += (row.path.empty() ? "-" : TerminalText(row.path)) + "\t" + DamageAmount(row, wording) +
              "\t" + DamageReason(row, wording) + "\n";
@@ -77,17 +69,17 @@ void AppendRow(const DamageRow &row, const Wording &wording, std::string *text)
 
 }  // namespace
 
-std::string DamageAmount(const DamageRow &row, const Wording &wording)
+std::string DamageAmount(const ChannelDamage &row, const Wording &wording)
 {
     if (row.kind == ChannelDamageKind::kFolder && row.more > 0)
         return wording.Text("entries: {1}", {std::to_string(row.more)});
     if (row.kind != ChannelDamageKind::kFileData)
         return "";
-    const std::string size = wording.size(BytesOf(row));
+    const std::string size = wording.size(BytesIn(row.ranges));
     return row.more > 0 ? wording.Text("more than {1}", {size}) : size;
 }
 
-std::string DamageReason(const DamageRow &row, const Wording &wording)
+std::string DamageReason(const ChannelDamage &row, const Wording &wording)
 {
     std::string event = wording.Text(EventOf(row.kind));
     const std::string reason = ReasonOf(static_cast<VolumeObstacle>(row.obstacle));
@@ -115,7 +107,7 @@ std::string DamageFile(const DamageList &list, const std::string &volume, const 
     std::string text = wording.Text("Not read in full: {1}", {TerminalText(volume)}) + "\n\n";
     for (const std::string &remark : DamageRemarks(list, wording))
         text += TerminalText(remark) + "\n";
-    for (const DamageRow &row : list.Rows())
+    for (const ChannelDamage &row : list.Rows())
         AppendRow(row, wording, &text);
     return text;
 }
