@@ -9,6 +9,7 @@ function(vx_bundle_gnustep target)
   configure_file("${VX_RESOURCES_DIR}/Info-gnustep.plist.in" "${plist}" @ONLY)
 
   file(GLOB_RECURSE inputs "${VX_RESOURCES_DIR}/*.png" "${VX_RESOURCES_DIR}/*.plist"
+       "${VX_RESOURCES_DIR}/*/Panel.strings"
        "${bundle_RESOURCES}/*.png" "${bundle_RESOURCES}/*.strings")
   list(REMOVE_DUPLICATES inputs)
   set(stamp "${CMAKE_CURRENT_BINARY_DIR}/${target}-resources.stamp")

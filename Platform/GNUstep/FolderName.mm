@@ -1,6 +1,7 @@
 #include "FolderName.h"
 
 #include "LookSettings.h"
+#include "PanelTexts.h"
 #include "ThreadChecks.h"
 
 #import <AppKit/AppKit.h>
@@ -77,13 +78,13 @@ NSButton *addButton(NSView *view, NSString *title, CGFloat right, id target, SEL
 - (void)fill
 {
     NSView *content = [self contentView];
-    NSTextField *label = addField(content, 74, 18, localized(@"Name of the new folder:"));
+    NSTextField *label = addField(content, 74, 18, vx::panelText(@"Name of the new folder:"));
     [label setEditable:NO];
     [label setBezeled:NO];
     [label setDrawsBackground:NO];
-    _name = addField(content, 46, 22, localized(@"New Folder"));
+    _name = addField(content, 46, 22, vx::panelText(@"New Folder"));
     [_name setDelegate:(id)self];
-    _confirm = addButton(content, localized(@"Create"), scaled(kWidth - kMargin), self,
+    _confirm = addButton(content, vx::panelText(@"Create"), scaled(kWidth - kMargin), self,
                          @selector(confirm:));
     NSButton *cancel = addButton(content, localized(@"Cancel"), NSMinX([_confirm frame]) - kGap,
                                  self, @selector(cancel:));
@@ -113,7 +114,7 @@ NSString *askForFolderName()
                     backing:NSBackingStoreBuffered
                       defer:YES] autorelease];
     [panel setReleasedWhenClosed:NO];
-    [panel setTitle:localized(@"New Folder")];
+    [panel setTitle:vx::panelText(@"New Folder")];
     [panel fill];
     [panel center];
     [panel makeKeyAndOrderFront:nil];

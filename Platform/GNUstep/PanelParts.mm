@@ -2,6 +2,7 @@
 
 #include "FolderName.h"
 #include "LookSettings.h"
+#include "PanelTexts.h"
 #include "Places.h"
 #import "TextScale.h"
 #include "ThreadChecks.h"
@@ -32,11 +33,11 @@ NSString *titleOf(const vx::Place &place, NSString *path)
 {
     switch (place.kind) {
     case vx::PlaceKind::kHome:
-        return localized(@"Home");
+        return vx::panelText(@"Home");
     case vx::PlaceKind::kDesktop:
-        return localized(@"Desktop");
+        return vx::panelText(@"Desktop");
     case vx::PlaceKind::kDocuments:
-        return localized(@"Documents");
+        return vx::panelText(@"Documents");
     case vx::PlaceKind::kDisk:
         break;
     }
@@ -78,7 +79,8 @@ void widen(NSOpenPanel *panel)
 void reportFailure(NSString *name, int error)
 {
     NSAlert *alert = [[NSAlert new] autorelease];
-    [alert setMessageText:[NSString stringWithFormat:localized(@"“%@” was not created."), name]];
+    [alert
+        setMessageText:[NSString stringWithFormat:vx::panelText(@"“%@” was not created."), name]];
     [alert setInformativeText:[NSString stringWithUTF8String:strerror(error)]];
     [alert addButtonWithTitle:localized(@"OK")];
     [alert runModal];
@@ -149,7 +151,7 @@ void reportFailure(NSString *name, int error)
     [_hidden setButtonType:NSSwitchButton];
     [_hidden setTag:kOwnTag];
     [_hidden setBordered:NO];
-    [_hidden setTitle:localized(@"Show hidden files and folders")];
+    [_hidden setTitle:vx::panelText(@"Show hidden files and folders")];
     [_hidden setAutoresizingMask:NSViewWidthSizable | NSViewMaxYMargin];
     [_hidden setTarget:self];
     [_hidden setAction:@selector(hiddenClicked:)];
@@ -162,7 +164,7 @@ void reportFailure(NSString *name, int error)
     NSRect frame = [cancel frame];
     _newFolder = [[[NSButton alloc] initWithFrame:frame] autorelease];
     [_newFolder setTag:kOwnTag];
-    [_newFolder setTitle:localized(@"New Folder")];
+    [_newFolder setTitle:vx::panelText(@"New Folder")];
     constexpr CGFloat kMargin = 12;
     frame.size.width = std::ceil([[_newFolder cell] cellSize].width) + 2 * kMargin;
     frame.origin.x = kGap;

@@ -121,10 +121,10 @@ void installTextScale()
         libraryFonts()[sel_getName(selector)] = reinterpret_cast<FontOfSize>(
             replaceMethod(fonts, selector, reinterpret_cast<IMP>(scaledFont)));
     }
-    libraryDidStart = reinterpret_cast<DidStartElement>(replaceMethod(
-        [GSXib5KeyedUnarchiver class],
-        @selector(parser:didStartElement:namespaceURI:qualifiedName:attributes:),
-        reinterpret_cast<IMP>(didStartElement)));
+    libraryDidStart = reinterpret_cast<DidStartElement>(
+        replaceMethod([GSXib5KeyedUnarchiver class],
+                      @selector(parser:didStartElement:namespaceURI:qualifiedName:attributes:),
+                      reinterpret_cast<IMP>(didStartElement)));
 }
 
 }  // namespace vx

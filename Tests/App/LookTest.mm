@@ -45,13 +45,17 @@ NSString *const kNameEnd = @"Images.jpg";
 
 NSDictionary *TableOf(const std::string &language)
 {
-    NSString *path =
-        [NSString stringWithFormat:@"%@/%s.lproj/Localizable.strings",
-                                   [[NSBundle mainBundle] resourcePath], language.c_str()];
-    NSString *text = [NSString stringWithContentsOfFile:path
-                                               encoding:NSUTF8StringEncoding
-                                                  error:nullptr];
-    return [text propertyListFromStringsFileFormat];
+    NSMutableDictionary *all = [NSMutableDictionary dictionary];
+    for (NSString *name in @[ @"Localizable", @"Panel" ]) {
+        NSString *path = [NSString stringWithFormat:@"%@/%s.lproj/%@.strings",
+                                                    [[NSBundle mainBundle] resourcePath],
+                                                    language.c_str(), name];
+        NSString *text = [NSString stringWithContentsOfFile:path
+                                                   encoding:NSUTF8StringEncoding
+                                                      error:nullptr];
+        [all addEntriesFromDictionary:[text propertyListFromStringsFileFormat]];
+    }
+    return all;
 }
 
 NSControl *FirstOfClass(NSView *view, Class type)

@@ -86,6 +86,20 @@ TEST_P(HostStrings, EveryTextOfTheEnglishTableIsThereWithItsPlaces)
     }
 }
 
+// Of the folder panel, which Volume Host shares with the explorer.
+TEST_P(HostStrings, TheBundleHasThePanelsTexts)
+{
+    NSString *path = [[[NSBundle mainBundle] resourcePath]
+        stringByAppendingFormat:@"/%s.lproj/Panel.strings", GetParam()];
+    NSDictionary *table =
+        [[NSString stringWithContentsOfFile:path encoding:NSUTF8StringEncoding
+                                      error:nullptr] propertyListFromStringsFileFormat];
+    NSString *home = [table objectForKey:@"Home"];
+    EXPECT_GT([home length], 0u);
+    EXPECT_EQ([home isEqualToString:@"Home"], std::string(GetParam()) == "en");
+    EXPECT_GT([[table objectForKey:@"Show hidden files and folders"] length], 0u);
+}
+
 // The title of a push button needs this much beside it, that of a caption nothing.
 struct Room {
     NSString *key;

@@ -13,10 +13,10 @@
 
 namespace {
 
-NSDictionary *TableOf(const std::string &language)
+NSDictionary *TableOf(const std::string &language, const char *name = "Localizable")
 {
     NSString *path = [NSString
-        stringWithFormat:@"%s/%s.lproj/Localizable.strings", VX_RESOURCES_DIR, language.c_str()];
+        stringWithFormat:@"%s/%s.lproj/%s.strings", VX_RESOURCES_DIR, language.c_str(), name];
     NSString *text = [NSString stringWithContentsOfFile:path
                                                encoding:NSUTF8StringEncoding
                                                   error:nullptr];
@@ -108,6 +108,25 @@ TEST_P(LocalizedStrings, TheTableHasTheKeysOfTheEnglishOne)
     NSSet *english = [NSSet setWithArray:[TableOf("en") allKeys]];
     NSSet *own = [NSSet setWithArray:[m_table allKeys]];
     EXPECT_TRUE([own isEqual:english]);
+}
+
+// For every application, whose own tables do not have them.
+TEST_P(LocalizedStrings, EveryTextOfTheFolderPanelIsInItsTable)
+{
+    NSDictionary *table = TableOf(GetParam(), "Panel");
+    const std::regex texts("panelText\\(@\"([^\"]+)\"\\)");
+    size_t count = 0;
+    for (const char *name : {"PanelParts.mm", "FolderName.mm"}) {
+        std::ifstream file(VX_RESOURCES_DIR "/../../Platform/GNUstep/" + std::string(name));
+        const std::string source((std::istreambuf_iterator<char>(file)), {});
+        for (std::sregex_iterator match(source.begin(), source.end(), texts), end; match != end;
+             ++match, ++count) {
+            NSString *key = [NSString stringWithUTF8String:match->str(1).c_str()];
+            EXPECT_GT([[table objectForKey:key] length], 0u) << match->str(1);
+        }
+    }
+    EXPECT_GE(count, 8u);
+    EXPECT_EQ([table count], [TableOf("en", "Panel") count]);
 }
 
 TEST_P(LocalizedStrings, NoTextIsEmpty)

@@ -1,5 +1,5 @@
-// Text of another size, with what it stands in. The suite runs a second time on a desktop whose font
-// is half as large again.
+// Text of another size, with what it stands in. The suite runs a second time on a desktop whose
+// font is half as large again.
 #import "TextScale.h"
 
 #include "LookSettings.h"
