@@ -9,7 +9,7 @@ build_packages=(
     clang cmake ninja-build
     libgnustep-gui-dev libobjc-12-dev libblocksruntime-dev gnustep-back0.29-cairo
     libssl-dev zlib1g-dev libzstd-dev libfuse3-dev fuse3 dosfstools mtools
-    libudev-dev nlohmann-json3-dev
+    libudev-dev libxcb1-dev nlohmann-json3-dev
     fonts-dejavu-core libfribidi0
 )
 test_packages=(

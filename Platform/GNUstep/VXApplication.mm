@@ -2,6 +2,7 @@
 
 #import <GNUstepGUI/GSDisplayServer.h>
 
+#include "FileDrops.h"
 #include "FolderOpening.h"
 #include "ImageResources.h"
 #include "MenuTracking.h"
@@ -108,6 +109,7 @@ NSString *information(NSString *key)
     readMouseOptions();
     vx::registerFonts();
     vx::installTextScale();
+    vx::installFileDrops();
     vx::installFolderOpening();
     vx::installMenuTracking();
     vx::installPacedDisplay();

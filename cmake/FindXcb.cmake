@@ -1,0 +1,3 @@
+# Finds libxcb. Defines Xcb::Xcb.
+include(PlainLibrary)
+vx_find_plain_library(Xcb xcb/xcb.h xcb)
