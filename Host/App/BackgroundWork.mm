@@ -2,11 +2,11 @@
 
 #import <Foundation/Foundation.h>
 
+#include "StartThread.h"
 #include "ThreadChecks.h"
 
 #include <algorithm>
 #include <dispatch/dispatch.h>
-#include <system_error>
 #include <thread>
 
 namespace vx {
@@ -53,23 +53,25 @@ bool BackgroundWork::Start(Work work)
     Cancel();
     auto piece = std::make_unique<Piece>();
     piece->state->owner = this;
-    const auto run = [state = piece->state, work = std::move(work)] {
+    piece->thread = StartThread([state = piece->state, work = std::move(work)] {
         NSAutoreleasePool *pool = [NSAutoreleasePool new];
-        CallOnMain([state, done = work(state->cancel)] {
-            if (state->owner != nullptr)
-                state->owner->Reap(*state);
-            if (!state->cancel)
-                done();
-        });
+        Run(work, state);
         [pool release];
-    };
-    try {
-        piece->thread = std::thread(run);
-    } catch (const std::system_error &) {
+    });
+    if (!piece->thread.joinable())
         return false;
-    }
     _pieces.push_back(std::move(piece));
     return true;
+}
+
+void BackgroundWork::Run(const Work &work, const std::shared_ptr<State> &state)
+{
+    CallOnMain([state, done = work(state->cancel)] {
+        if (state->owner != nullptr)
+            state->owner->Reap(*state);
+        if (!state->cancel)
+            done();
+    });
 }
 
 void BackgroundWork::Cancel()

@@ -1,6 +1,5 @@
-// The content of a window on which a file can be dropped, anywhere.
+// The content of a window on which files can be dropped, anywhere.
 //
-// Sends its target the action with the path; of several files, with the first one's.
 // Ownership: the target is not retained. Threads: main thread only.
 #pragma once
 
@@ -9,9 +8,12 @@
 @interface DropView : NSView {
     id _target;
     SEL _action;
+    BOOL _isClosed;
 }
 
-// action: takes an NSString.
+// action: takes an NSArray of stored paths (HostTexts.h), one at least.
 - (void)setTarget:(id)target action:(SEL)action;
+// While it is closed, the pointer shows that nothing can be dropped.
+- (void)setClosed:(BOOL)isClosed;
 
 @end

@@ -4,11 +4,11 @@
 
 namespace {
 
-NSString *DroppedPath(id<NSDraggingInfo> drag)
+// nil: no files.
+NSArray *DroppedPaths(id<NSDraggingInfo> drag)
 {
     NSArray *paths = [[drag draggingPasteboard] propertyListForType:NSFilenamesPboardType];
-    return [paths isKindOfClass:[NSArray class]] && [paths count] > 0 ? [paths objectAtIndex:0]
-                                                                      : nil;
+    return [paths isKindOfClass:[NSArray class]] && [paths count] > 0 ? paths : nil;
 }
 
 }  // namespace
@@ -23,10 +23,16 @@ NSString *DroppedPath(id<NSDraggingInfo> drag)
     [self registerForDraggedTypes:[NSArray arrayWithObject:NSFilenamesPboardType]];
 }
 
+- (void)setClosed:(BOOL)isClosed
+{
+    AssertMainThread();
+    _isClosed = isClosed;
+}
+
 - (NSDragOperation)draggingEntered:(id<NSDraggingInfo>)drag
 {
     AssertMainThread();
-    return DroppedPath(drag) == nil ? NSDragOperationNone : NSDragOperationCopy;
+    return [self prepareForDragOperation:drag] ? NSDragOperationCopy : NSDragOperationNone;
 }
 
 - (NSDragOperation)draggingUpdated:(id<NSDraggingInfo>)drag
@@ -36,17 +42,13 @@ NSString *DroppedPath(id<NSDraggingInfo> drag)
 
 - (BOOL)prepareForDragOperation:(id<NSDraggingInfo>)drag
 {
-    return DroppedPath(drag) != nil;
+    return !_isClosed && DroppedPaths(drag) != nil;
 }
 
 - (BOOL)performDragOperation:(id<NSDraggingInfo>)drag
 {
     AssertMainThread();
-    NSString *path = DroppedPath(drag);
-    if (path == nil)
-        return NO;
-    [NSApp sendAction:_action to:_target from:path];
-    return YES;
+    return [NSApp sendAction:_action to:_target from:DroppedPaths(drag)];
 }
 
 @end

@@ -65,22 +65,6 @@ NSString *EndText(const vx::SessionEnd &end)
     return vx::Localized(@"The explorer ended unexpectedly.");
 }
 
-NSString *WithText(NSString *sentence, const std::string &text)
-{
-    if (sentence == nil || text.empty())
-        return sentence;
-    return [NSString stringWithFormat:@"%@\n%@", sentence, vx::TextOf(text)];
-}
-
-// nil: it was tried.
-NSString *UntriedText(const std::string &reason)
-{
-    if (reason.empty())
-        return nil;
-    return WithText(vx::Localized(@"The volume could not be tried before the explorer opened it."),
-                    reason);
-}
-
 }  // namespace
 
 @implementation HostAppDelegate
@@ -135,13 +119,18 @@ NSString *UntriedText(const std::string &reason)
     AssertMainThread();
     _state->services = std::move(services);
     _state->session = std::make_unique<vx::UnlockSession>(_state->services.sessions.get(), self);
-    [(DropView *)[_window contentView] setTarget:self action:@selector(openPath:)];
+    [[self content] setTarget:self action:@selector(openDropped:)];
     [_sourceList setDelegate:self];
     [_volumePane setDelegate:self];
     [_volumePane begin:&_state->services];
     [_sourceList begin:_state->services.disks.get()];
     [NSApp activateIgnoringOtherApps:YES];
     [_window makeKeyAndOrderFront:self];
+}
+
+- (DropView *)content
+{
+    return (DropView *)[_window contentView];
 }
 
 // A session: the trial, or the explorer.
@@ -170,6 +159,16 @@ NSString *UntriedText(const std::string &reason)
 {
     AssertMainThread();
     [self openBytes:vx::BytesOf(path)];
+}
+
+- (void)openDropped:(NSArray *)paths
+{
+    AssertMainThread();
+    if ([paths count] == 1)
+        [self openBytes:vx::PathOf([paths objectAtIndex:0])];
+    else
+        [_volumePane say:vx::Localized(@"Several files were dropped. Drop one image only.")
+                  detail:""];
 }
 
 - (void)openBytes:(const std::string &)path
@@ -227,19 +226,19 @@ NSString *UntriedText(const std::string &reason)
     AssertMainThread();
     _state->wasRefused = false;
     _state->lost.clear();
-    [_sourceList.tableView setEnabled:NO];
-    [_openButton setEnabled:NO];
+    [self setChoosing:NO];
     [_volumePane showTrial];
     if (_state->session->Start(address, kind, secret))
         return;
-    [self enableList];
-    [_volumePane showEnd:vx::Localized(@"There is not enough memory.")];
+    [self setChoosing:YES];
+    [_volumePane showEnd:vx::Localized(@"There is not enough memory.") detail:""];
 }
 
-- (void)enableList
+- (void)setChoosing:(BOOL)canChoose
 {
-    [_sourceList.tableView setEnabled:YES];
-    [_openButton setEnabled:YES];
+    [_sourceList.tableView setEnabled:canChoose];
+    [_openButton setEnabled:canChoose];
+    [[self content] setClosed:!canChoose];
 }
 
 - (void)volumePaneDidCancel:(VolumePane *)pane
@@ -280,10 +279,14 @@ NSString *UntriedText(const std::string &reason)
         [self printDamage];
         return [NSApp replyToApplicationShouldTerminate:YES];
     }
-    [self enableList];
+    [self setChoosing:YES];
     [_window makeKeyAndOrderFront:self];
-    [_volumePane showEnd:_state->wasRefused ? nil : WithText(EndText(end), end.text)];
-    [_volumePane addMessage:UntriedText(_state->session->WhyNotTried())];
+    [_volumePane showEnd:_state->wasRefused ? nil : EndText(end) detail:end.text];
+    const std::string &whyNotTried = _state->session->WhyNotTried();
+    if (!whyNotTried.empty())
+        [_volumePane
+               add:vx::Localized(@"The volume could not be tried before the explorer opened it.")
+            detail:whyNotTried];
     if (!_state->lost.empty())
         [self showLost];
     if (!_state->session->Damage().IsEmpty())

@@ -15,6 +15,11 @@ namespace vx {
 NSString *TextOf(const std::string &text);
 std::string BytesOf(NSString *text);
 
+// A path in a property list: an NSString, or NSData if it is not UTF-8. An empty path of anything
+// else.
+id StoredPath(const std::string &path);
+std::string PathOf(id stored);
+
 // The English text is the key.
 NSString *Localized(NSString *text);
 NSString *Localized(const char *key, const std::vector<std::string> &arguments = {});

@@ -34,6 +34,23 @@ std::string BytesOf(NSString *text)
     return bytes == nullptr ? "" : bytes;
 }
 
+id StoredPath(const std::string &path)
+{
+    NSString *text = TextOf(path);
+    if (BytesOf(text) == path)
+        return text;
+    return [NSData dataWithBytes:path.data() length:path.size()];
+}
+
+std::string PathOf(id stored)
+{
+    if ([stored isKindOfClass:[NSString class]])
+        return BytesOf(stored);
+    if ([stored isKindOfClass:[NSData class]])
+        return {static_cast<const char *>([stored bytes]), [stored length]};
+    return "";
+}
+
 NSString *Localized(NSString *text)
 {
     return [[NSBundle mainBundle] localizedStringForKey:text value:text table:nil];

@@ -16,13 +16,14 @@ public:
     QuitOnSignal();
 
     // Empty, or one line: why no signal would end the application in order.
-    const std::string &Error() const { return _events.Error(); }
+    const std::string &Error() const { return _error; }
 
 private:
     void PassOn();
 
     EventPipe _events;
     const SignalWatch _watch{_events};
+    std::string _error;
 };
 
 }  // namespace vx

@@ -3,17 +3,22 @@
 #import <AppKit/AppKit.h>
 
 #include "BackgroundWork.h"
+#include "StartThread.h"
 
 #include <csignal>
 #include <cstdlib>
-#include <thread>
 
 namespace vx {
 
-QuitOnSignal::QuitOnSignal()
+QuitOnSignal::QuitOnSignal() : _error(_events.Error())
 {
-    if (Error().empty())
-        std::thread([this] { PassOn(); }).detach();
+    if (!_error.empty())
+        return;
+    std::thread thread = StartThread([this] { PassOn(); });
+    if (thread.joinable())
+        thread.detach();
+    else
+        _error = "no thread is left; end other programs first";
 }
 
 void QuitOnSignal::PassOn()

@@ -1,13 +1,19 @@
 // The way out when the user may not read a disk: a button that asks the desktop for the right, or
 // the command to copy.
 //
-// Ownership: the interface file makes it; it keeps its outlets and borrows target and service.
+// Ownership: the interface file makes it; it keeps its outlets and borrows delegate and service.
 // Threads: main thread; the question is asked on another.
 #pragma once
 
 #import <AppKit/AppKit.h>
 
 #include "HostServices.h"
+
+@class RightRow;
+
+@protocol RightRowDelegate
+- (void)rightRow:(RightRow *)row wasAnswered:(const vx::RightAnswer &)answer;
+@end
 
 struct RightRowState;
 
@@ -17,8 +23,7 @@ struct RightRowState;
     NSView *_commandRow;
     NSTextField *_commandField;
     NSButton *_commandButton;
-    id _target;
-    SEL _action;
+    id<RightRowDelegate> _delegate;
     RightRowState *_state;
 }
 
@@ -28,8 +33,7 @@ struct RightRowState;
 @property (retain) IBOutlet NSTextField *commandField;
 @property (retain) IBOutlet NSButton *commandButton;
 
-// action: takes an NSString, nil if the right was given, otherwise why not.
-- (void)begin:(vx::RightAsking *)rights target:(id)target action:(SEL)action;
+- (void)begin:(vx::RightAsking *)rights delegate:(id<RightRowDelegate>)delegate;
 - (void)end;
 
 - (void)showDevice:(const std::string &)device;

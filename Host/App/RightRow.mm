@@ -43,12 +43,11 @@ struct RightRowState {
     [self hide];
 }
 
-- (void)begin:(vx::RightAsking *)rights target:(id)target action:(SEL)action
+- (void)begin:(vx::RightAsking *)rights delegate:(id<RightRowDelegate>)delegate
 {
     AssertMainThread();
     _state->rights = rights;
-    _target = target;
-    _action = action;
+    _delegate = delegate;
 }
 
 - (void)end
@@ -84,8 +83,9 @@ struct RightRowState {
     const auto work = [self, rights, device](const std::atomic<bool> &cancel) {
         return [self, answer = rights->Ask(device, cancel)] { [self answered:answer]; };
     };
-    if (_state->asking.Start(work))
-        [_askButton setEnabled:NO];
+    [_askButton setEnabled:NO];
+    if (!_state->asking.Start(work))
+        [self answered:{false, true, "no thread is left to ask with"}];
 }
 
 - (void)answered:(const vx::RightAnswer &)answer
@@ -93,7 +93,7 @@ struct RightRowState {
     AssertMainThread();
     [_askButton setEnabled:YES];
     [_askRow setHidden:!answer.canBeAsked];
-    [NSApp sendAction:_action to:_target from:answer.isGranted ? nil : vx::TextOf(answer.text)];
+    [_delegate rightRow:self wasAnswered:answer];
 }
 
 - (IBAction)copyCommand:(id)sender

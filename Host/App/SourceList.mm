@@ -14,30 +14,13 @@ namespace {
 NSString *const kRecentImages = @"RecentImages";
 constexpr CGFloat kIndentation = 16;  // points, of a volume below its disk
 
-// Text, or bytes if the path is not UTF-8.
-id StoredPath(const std::string &path)
-{
-    NSString *text = vx::TextOf(path);
-    if (vx::BytesOf(text) == path)
-        return text;
-    return [NSData dataWithBytes:path.data() length:path.size()];
-}
-
-// Empty for what is neither.
-std::string PathOf(id stored)
-{
-    if ([stored isKindOfClass:[NSString class]])
-        return vx::BytesOf(stored);
-    if ([stored isKindOfClass:[NSData class]])
-        return {static_cast<const char *>([stored bytes]), [stored length]};
-    return "";
-}
-
 vx::RecentVolumes StoredImages()
 {
     std::vector<std::string> paths;
-    for (id path in [[NSUserDefaults standardUserDefaults] arrayForKey:kRecentImages])
-        paths.push_back(PathOf(path));
+    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
+    [defaults synchronize];
+    for (id path in [defaults arrayForKey:kRecentImages])
+        paths.push_back(vx::PathOf(path));
     return vx::RecentVolumes(paths);
 }
 
@@ -45,8 +28,10 @@ void StoreImages(const vx::RecentVolumes &images)
 {
     NSMutableArray *paths = [NSMutableArray array];
     for (const std::string &path : images.Paths())
-        [paths addObject:StoredPath(path)];
-    [[NSUserDefaults standardUserDefaults] setObject:paths forKey:kRecentImages];
+        [paths addObject:vx::StoredPath(path)];
+    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
+    [defaults setObject:paths forKey:kRecentImages];
+    [defaults synchronize];
 }
 
 // One that is not listed, or not yet, is no image to be remembered.
@@ -81,6 +66,8 @@ NSImage *IconOf(const vx::SourceRow &row)
 struct SourceListState {
     vx::DiskListing *disks = nullptr;
     vx::BackgroundWork listing;
+    bool isOutdated = false;    // a disk came or went while they were listed
+    bool wasNotListed = false;  // for want of a thread
     std::vector<vx::AttachedVolume> attached;
     vx::RecentVolumes images = StoredImages();
     std::vector<std::string> missing;  // of the images, when it was last looked
@@ -143,19 +130,28 @@ struct SourceListState {
     _state->listing.Cancel();
 }
 
+// One listing at a time: a disk or a server that does not answer holds up one thread, not one for
+// each disk that comes or goes meanwhile.
 - (void)list
 {
     AssertMainThread();
     vx::DiskListing *disks = _state->disks;
     if (disks == nullptr)
         return;
+    _state->isOutdated = _state->listing.IsRunning();
+    if (_state->isOutdated)
+        return;
     // Both may take as long as a slow disk or a lost server.
     const auto work = [self, disks, images = _state->images](const std::atomic<bool> &) {
         return [self, attached = disks->List(), looked = images.Look()] {
             [self showAttached:attached images:looked];
+            if (_state->isOutdated)
+                [self list];
         };
     };
-    _state->listing.Start(work);
+    _state->wasNotListed = !_state->listing.Start(work);
+    if (_state->wasNotListed)
+        [self fill];
 }
 
 - (void)showAttached:(const std::vector<vx::AttachedVolume> &)attached
@@ -183,7 +179,11 @@ struct SourceListState {
     std::vector<vx::RecentVolume> images;
     for (const std::string &path : _state->images.Paths())
         images.push_back({path, Contains(_state->missing, path)});
-    _state->rows = vx::SourceRows(_state->attached, images, vx::UserWording());
+    const vx::Wording &wording = vx::UserWording();
+    _state->rows = vx::SourceRows(_state->attached, images, wording);
+    if (_state->wasNotListed)
+        _state->rows.insert(_state->rows.begin(),
+                            vx::NoteRow("There is not enough memory.", wording));
     [_tableView reloadData];
     const auto row = vx::RowOfPath(_state->chosen, _state->rows);
     if (row)
@@ -215,6 +215,8 @@ struct SourceListState {
     AssertMainThread();
     if (_state->chosen.empty() || IsDevice(_state->chosen) || [self isAttached:_state->chosen])
         return;
+    // Another window of this program may have stored others since.
+    _state->images = StoredImages();
     _state->images.Add(_state->chosen);
     StoreImages(_state->images);
     [self fill];

@@ -8,10 +8,10 @@
 #import <AppKit/AppKit.h>
 
 #include "HostServices.h"
+#import "RightRow.h"
 #import "SecretFields.h"
 #import "StackedView.h"
 
-@class RightRow;
 @class VolumePane;
 
 @protocol VolumePaneDelegate
@@ -25,7 +25,7 @@
 
 struct VolumePaneState;
 
-@interface VolumePane : NSObject <SecretFieldsDelegate> {
+@interface VolumePane : NSObject <RightRowDelegate, SecretFieldsDelegate> {
     NSImageView *_iconView;
     NSTextField *_titleLabel;
     NSTextField *_pathLabel;
@@ -37,6 +37,7 @@ struct VolumePaneState;
     NSPopUpButton *_kindPopUp;
     SecretFields *_fields;
     NSTextField *_messageLabel;
+    NSTextField *_detailLabel;
     RightRow *_rightRow;
     NSProgressIndicator *_progressBar;
     NSTextField *_statusLabel;
@@ -57,6 +58,7 @@ struct VolumePaneState;
 @property (retain) IBOutlet NSPopUpButton *kindPopUp;
 @property (retain) IBOutlet SecretFields *fields;
 @property (retain) IBOutlet NSTextField *messageLabel;
+@property (retain) IBOutlet NSTextField *detailLabel;
 @property (retain) IBOutlet RightRow *rightRow;
 @property (retain) IBOutlet NSProgressIndicator *progressBar;
 @property (retain) IBOutlet NSTextField *statusLabel;
@@ -76,9 +78,14 @@ struct VolumePaneState;
 - (void)showTrial;
 - (void)showProgress:(const vx::ChannelProgress &)progress;
 - (void)showRefusal:(const vx::TrialResult &)result;
-- (void)showEnd:(NSString *)message;
-// Below what is said already; nil adds nothing.
-- (void)addMessage:(NSString *)message;
+// message: nil if all is said.
+- (void)showEnd:(NSString *)message detail:(const std::string &)detail;
+
+// A sentence in the user's language, and what the library says about it, in English; either may be
+// empty.
+- (void)say:(NSString *)sentence detail:(const std::string &)detail;
+// Below what is said already.
+- (void)add:(NSString *)sentence detail:(const std::string &)detail;
 
 - (IBAction)chooseVolume:(id)sender;
 - (IBAction)chooseKind:(id)sender;

@@ -4,7 +4,6 @@
 #include "HostTexts.h"
 #include "LineText.h"
 #include "OpeningReason.h"
-#import "RightRow.h"
 #include "ThreadChecks.h"
 #include "VolumeLibraryStatus.h"
 #include "VolumeOpeningOptions.h"
@@ -55,11 +54,12 @@ bool IsDevice(const std::string &path)
     return path.compare(0, 5, "/dev/") == 0;
 }
 
-NSString *WithDetail(NSString *sentence, const std::string &detail)
+// What is said so far, and then this; either may be empty.
+NSString *WithLine(NSString *said, NSString *line)
 {
-    if (detail.empty())
-        return sentence;
-    return [NSString stringWithFormat:@"%@\n%@", sentence, vx::TextOf(detail)];
+    if ([said length] == 0 || [line length] == 0)
+        return [said stringByAppendingString:line];
+    return [NSString stringWithFormat:@"%@\n%@", said, line];
 }
 
 NSString *ProgressText(const vx::ChannelProgress &progress)
@@ -100,6 +100,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
 @synthesize kindPopUp = _kindPopUp;
 @synthesize fields = _fields;
 @synthesize messageLabel = _messageLabel;
+@synthesize detailLabel = _detailLabel;
 @synthesize rightRow = _rightRow;
 @synthesize progressBar = _progressBar;
 @synthesize statusLabel = _statusLabel;
@@ -131,6 +132,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_kindPopUp release];
     [_fields release];
     [_messageLabel release];
+    [_detailLabel release];
     [_rightRow release];
     [_progressBar release];
     [_statusLabel release];
@@ -154,7 +156,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     AssertMainThread();
     _state->services = services;
     [_fields setDelegate:self];
-    [_rightRow begin:services->rights.get() target:self action:@selector(rightAnswered:)];
+    [_rightRow begin:services->rights.get() delegate:self];
     [self showNothing:@""];
 }
 
@@ -179,7 +181,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_titleLabel setStringValue:vx::Localized(@"Volume Host")];
     [_pathLabel setStringValue:@""];
     [_pathLabel setToolTip:nil];
-    [_messageLabel setStringValue:message];
+    [self say:message detail:""];
     [_factsLabel
         setStringValue:vx::Localized(
                            @"Choose a disk or an image at the left, or drop an image here.")];
@@ -199,7 +201,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     if (_state->reading.Start(work))
         [self setBusy:vx::Localized(@"Reading…")];
     else
-        [_messageLabel setStringValue:vx::Localized(@"There is not enough memory.")];
+        [self say:vx::Localized(@"There is not enough memory.") detail:""];
     [_stack layOut];
 }
 
@@ -221,7 +223,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_volumeRow setHidden:YES];
     [_kindRow setHidden:YES];
     [_factsLabel setStringValue:@""];
-    [_messageLabel setStringValue:@""];
+    [self say:@"" detail:""];
 }
 
 - (void)showFacts:(const vx::DiskFacts &)facts
@@ -248,10 +250,9 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     NSString *reason = vx::Localized(vx::OpeningReason(facts.status, vx::SecretKind::kNone));
     if (facts.status == 0)
         reason = vx::Localized(@"Nothing that can be opened is on it.");
-    [_messageLabel setStringValue:isForbidden ? reason : WithDetail(reason, facts.reason)];
     if (isForbidden)
         [_rightRow showDevice:_state->path];
-    [_stack layOut];
+    [self say:reason detail:isForbidden ? "" : facts.reason];
 }
 
 - (const vx::VolumeFacts &)volume
@@ -280,10 +281,11 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
 
 - (void)showWarnings
 {
-    std::string text = vx::ClosedReason([self volume], vx::UserWording());
+    const vx::VolumeFacts &volume = [self volume];
+    [self say:vx::TextOf(vx::ClosedReason(volume, vx::UserWording()))
+        detail:vx::ClosedDetail(volume)];
     for (const std::string &warning : _state->facts.warnings)
-        text += (text.empty() ? "" : "\n") + warning;
-    [_messageLabel setStringValue:vx::TextOf(text)];
+        [self add:@"" detail:warning];
 }
 
 - (void)showChoice
@@ -312,7 +314,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
 {
     AssertMainThread();
     _state->choice = static_cast<size_t>([_kindPopUp indexOfSelectedItem]);
-    [_messageLabel setStringValue:@""];
+    [self say:@"" detail:""];
     [self showChoice];
 }
 
@@ -329,10 +331,8 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     if (![self canUnlock])
         return;
     vx::TypedSecret secret;
-    if (![_fields copySecretTo:&secret]) {
-        [_messageLabel setStringValue:vx::Localized(@"This is too long.")];
-        return [_stack layOut];
-    }
+    if (![_fields copySecretTo:&secret])
+        return [self say:vx::Localized(@"This is too long.") detail:""];
     [_delegate volumePane:self
                    unlock:[self volume].address
                      kind:vx::UnlockKindOf(_state->choices[_state->choice].kind)
@@ -345,13 +345,12 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_delegate volumePaneDidCancel:self];
 }
 
-- (void)rightAnswered:(NSString *)error
+- (void)rightRow:(RightRow *)row wasAnswered:(const vx::RightAnswer &)answer
 {
     AssertMainThread();
-    if (error == nil)
+    if (answer.isGranted)
         return [self showPath:std::string(_state->path)];
-    [_messageLabel setStringValue:error];
-    [_stack layOut];
+    [self say:vx::Localized(@"The permission was not given.") detail:answer.text];
 }
 
 // A session
@@ -359,8 +358,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
 - (void)showTrial
 {
     AssertMainThread();
-    [_messageLabel setStringValue:@""];
-    [_stack layOut];
+    [self say:@"" detail:""];
     [self setBusy:vx::Localized(@"Unlocking…")];
     [_cancelButton setHidden:NO];
 }
@@ -380,31 +378,37 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     const vx::SecretKind kind = _state->choices[_state->choice].kind;
     NSString *reason = vx::Localized(vx::OpeningReason(result.status, kind));
     // Of a wrong secret: the protectors it was tried on, and what else opens the volume.
-    [_messageLabel setStringValue:WithDetail(reason, result.reason)];
     if (result.status == static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied))
         [_rightRow showDevice:_state->path];
-    [_stack layOut];
+    [self say:reason detail:result.reason];
 }
 
-- (void)showEnd:(NSString *)message
+- (void)showEnd:(NSString *)message detail:(const std::string &)detail
 {
     AssertMainThread();
     [self setBusy:nil];
     if (message != nil)
-        [_messageLabel setStringValue:message];
+        [self say:message detail:detail];
     [_stack layOut];
     [_fields selectText];
 }
 
-- (void)addMessage:(NSString *)message
+- (void)say:(NSString *)sentence detail:(const std::string &)detail
 {
     AssertMainThread();
-    if (message == nil)
-        return;
-    NSString *said = [_messageLabel stringValue];
-    if ([said length] > 0)
-        message = [NSString stringWithFormat:@"%@\n%@", said, message];
-    [_messageLabel setStringValue:message];
+    [_messageLabel setStringValue:@""];
+    [_detailLabel setStringValue:@""];
+    [self add:sentence detail:detail];
+}
+
+- (void)add:(NSString *)sentence detail:(const std::string &)detail
+{
+    AssertMainThread();
+    [_messageLabel setStringValue:WithLine([_messageLabel stringValue], sentence)];
+    NSString *details = [_detailLabel stringValue];
+    if (!detail.empty() && [details length] == 0)
+        details = vx::Localized(@"Details:");
+    [_detailLabel setStringValue:WithLine(details, vx::TextOf(detail))];
     [_stack layOut];
 }
 

@@ -47,7 +47,7 @@ private:
 // "12.0 KiB", "entries: 3"; empty if not known.
 std::string DamageAmount(const ChannelDamage &row, const Wording &wording);
 std::string DamageReason(const ChannelDamage &row, const Wording &wording);
-// What there is besides the rows, a sentence each.
+// What there is besides the rows, a line each; the warnings are in English.
 std::vector<std::string> DamageRemarks(const DamageList &list, const Wording &wording);
 
 // The list as a text file: the volume, a line for each row with its tab-separated columns, and the

@@ -91,6 +91,8 @@ std::string DamageReason(const ChannelDamage &row, const Wording &wording)
 std::vector<std::string> DamageRemarks(const DamageList &list, const Wording &wording)
 {
     std::vector<std::string> remarks = list.Warnings();
+    if (!remarks.empty())
+        remarks.insert(remarks.begin(), wording.Text("Noticed when the volume was opened:"));
     if (list.RowsLeftOut() > 0)
         remarks.push_back(wording.Text("Reports that are not in this list: {1}",
                                        {std::to_string(list.RowsLeftOut())}));

@@ -22,15 +22,27 @@ std::string TitleOf(const AttachedVolume &volume)
     return LineText(NameOf(volume.path));
 }
 
+// What says that it is the wrong one stands early: the end of a long line is cut off.
+std::string DetailOf(const AttachedVolume &volume, const Wording &wording)
+{
+    constexpr char kSeparator[] = " · ";
+    std::string text = LineText(volume.path);
+    if (volume.isSystem)
+        text += kSeparator + wording.Text("system");
+    if (volume.bytes > 0)
+        text += kSeparator + wording.size(volume.bytes);
+    if (!volume.isReadable)
+        text += kSeparator + wording.Text("no access");
+    return text;
+}
+
 SourceRow RowOf(const AttachedVolume &volume, const Wording &wording)
 {
     SourceRow row;
     row.kind = volume.disk.empty() ? SourceRowKind::kDisk : SourceRowKind::kVolume;
     row.path = volume.path;
     row.title = TitleOf(volume);
-    row.detail = LineText(volume.path);
-    if (volume.bytes > 0)
-        row.detail += " · " + wording.size(volume.bytes);
+    row.detail = DetailOf(volume, wording);
     row.isEncrypted = volume.isEncrypted;
     return row;
 }
@@ -43,16 +55,35 @@ SourceRow PlainRow(SourceRowKind kind, const std::string &title)
     return row;
 }
 
+void AppendGroup(bool isRemovable, const char *heading, const std::vector<AttachedVolume> &attached,
+                 const Wording &wording, std::vector<SourceRow> *rows)
+{
+    const size_t before = rows->size();
+    for (const AttachedVolume &volume : attached) {
+        if (volume.isRemovable == isRemovable)
+            rows->push_back(RowOf(volume, wording));
+    }
+    if (rows->size() > before)
+        rows->insert(rows->begin() + static_cast<std::ptrdiff_t>(before),
+                     PlainRow(SourceRowKind::kHeading, wording.Text(heading)));
+}
+
 }  // namespace
+
+SourceRow NoteRow(const char *text, const Wording &wording)
+{
+    return PlainRow(SourceRowKind::kNote, wording.Text(text));
+}
 
 std::vector<SourceRow> SourceRows(const std::vector<AttachedVolume> &attached,
                                   const std::vector<RecentVolume> &images, const Wording &wording)
 {
-    std::vector<SourceRow> rows = {PlainRow(SourceRowKind::kHeading, wording.Text("Disks"))};
-    for (const AttachedVolume &volume : attached)
-        rows.push_back(RowOf(volume, wording));
+    std::vector<SourceRow> rows;
+    AppendGroup(true, "Removable Disks", attached, wording, &rows);
+    AppendGroup(false, "Disks", attached, wording, &rows);
     if (attached.empty())
-        rows.push_back(PlainRow(SourceRowKind::kNote, wording.Text("No disk is attached.")));
+        rows = {PlainRow(SourceRowKind::kHeading, wording.Text("Disks")),
+                NoteRow("No disk is attached.", wording)};
     if (images.empty())
         return rows;
     rows.push_back(PlainRow(SourceRowKind::kHeading, wording.Text("Recent Images")));

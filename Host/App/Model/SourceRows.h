@@ -1,5 +1,5 @@
-// The rows of the list of what can be opened: a heading and the attached disks with their volumes,
-// a heading and the images that were opened last.
+// The rows of the list of what can be opened, under headings: removable disks with their volumes,
+// the other disks, and the images that were opened last.
 //
 // Threads: any. Texts are UTF-8, for people; paths are as the system has them.
 #pragma once
@@ -32,6 +32,7 @@ struct SourceRow {
     bool isMissing = false;  // of an image: nothing has its path now
 };
 
+SourceRow NoteRow(const char *text, const Wording &wording);
 std::vector<SourceRow> SourceRows(const std::vector<AttachedVolume> &attached,
                                   const std::vector<RecentVolume> &images, const Wording &wording);
 

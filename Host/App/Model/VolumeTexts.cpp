@@ -26,12 +26,13 @@ std::string Named(const Name (&names)[kCount], const std::string &name)
     return "";
 }
 
+// Empty for what does not open.
 std::string KindText(const VolumeFacts &volume, const Wording &wording)
 {
     if (volume.kind == "encrypted")
         return wording.Text("Encrypted with BitLocker");
     const std::string known = Named(kKinds, volume.kind);
-    return known.empty() ? volume.kindText : wording.Text(known);
+    return known.empty() ? "" : wording.Text(known);
 }
 
 void AppendPart(const std::string &part, const char *separator, std::string *text)
@@ -68,6 +69,8 @@ std::string NameOf(SecretKind kind, const Wording &wording)
 std::string VolumeTitle(const VolumeFacts &volume, const Wording &wording)
 {
     std::string text = KindText(volume, wording);
+    if (text.empty())
+        text = volume.kindText;
     if (!volume.label.empty())
         text += " \"" + volume.label + "\"";
     AppendPart(SizeOf(volume, wording), ", ", &text);
@@ -77,6 +80,8 @@ std::string VolumeTitle(const VolumeFacts &volume, const Wording &wording)
 std::string VolumeSummary(const VolumeFacts &volume, const Wording &wording)
 {
     std::string text = KindText(volume, wording);
+    if (text.empty())
+        text = wording.Text(volume.kind == "unreadable" ? "Unreadable" : "Other contents");
     AppendPart(volume.method, ", ", &text);
     AppendPart(SizeOf(volume, wording), ", ", &text);
     AppendPart(wording.Text(Named(kStates, volume.state)), "\n", &text);
@@ -94,10 +99,18 @@ std::string ClosedReason(const VolumeFacts &volume, const Wording &wording)
                             "password or key may still open it.");
     if (!UnlockChoices(volume).empty())
         return "";
-    std::string text = volume.kind == "encrypted"
-                           ? wording.Text("The volume can only be unlocked in a way that is not "
-                                          "supported.")
-                           : wording.Text("This volume cannot be opened here.");
+    if (volume.kind == "encrypted")
+        return wording.Text("The volume can only be unlocked in a way that is not supported.");
+    return wording.Text("This volume cannot be opened here.");
+}
+
+std::string ClosedDetail(const VolumeFacts &volume)
+{
+    std::string text;
+    if (Named(kKinds, volume.kind).empty() && volume.kind != "encrypted")
+        text = volume.kindText;
+    if (!UnlockChoices(volume).empty())
+        return text;
     for (const ProtectorFacts &protector : volume.protectors)
         AppendPart(protector.kindText, "\n", &text);
     AppendPart(volume.nextStep, "\n", &text);

@@ -19,6 +19,8 @@ std::string VolumeSummary(const VolumeFacts &volume, const Wording &wording);
 
 // Why nothing here opens it, or nothing may; empty if something does.
 std::string ClosedReason(const VolumeFacts &volume, const Wording &wording);
+// Lines of volume-info about it, in English; empty if it opens.
+std::string ClosedDetail(const VolumeFacts &volume);
 
 // "Recovery key (1A2B3C4D)"
 std::string ChoiceTitle(const UnlockChoice &choice, const Wording &wording);
