@@ -6,6 +6,10 @@
 #import "RightRow.h"
 #include "VolumeLibraryStatus.h"
 
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
 // What the library hands to a view on which something is dropped; only the pasteboard is asked.
 @interface StandInDrag : NSObject {
     NSPasteboard *_pasteboard;
@@ -72,6 +76,24 @@ TEST_F(HostWindowTest, ADiskThatComesIsListedAndTheSelectionStays)
     EXPECT_EQ([StoredImages() count], 0u) << "a listed disk is no image";
 }
 
+// A disk that does not answer holds up one thread, however many come and go meanwhile.
+TEST_F(HostWindowTest, WhileAListIsAwaitedNoOtherIsAskedForAndTheLastOneIsShown)
+{
+    EXPECT_TRUE(RunUntil([this] { return disks->Listed() == 1; }));
+    disks->Hold();
+    disks->Set({Disk("/dev/sda")});
+    EXPECT_TRUE(RunUntil([this] { return disks->Listed() == 2; }));
+    for (const char *path : {"/dev/sdb", "/dev/sdc", "/dev/sdd"})
+        disks->Set({Disk(path)});
+    const NSTimeInterval kMoment = 0.3;
+    NSDate *later = [NSDate dateWithTimeIntervalSinceNow:kMoment];
+    RunUntil([later] { return [later timeIntervalSinceNow] < 0; });
+    EXPECT_EQ(disks->Listed(), 2);
+    disks->Release();
+    EXPECT_EQ(RowNamed("sdd"), 1);
+    EXPECT_EQ(disks->Listed(), 3);
+}
+
 TEST_F(HostWindowTest, AChosenDiskThatGoesAwayIsSaidToHaveGone)
 {
     disks->Set({Disk("/dev/sda"), Disk("/dev/sdb", true)});
@@ -123,6 +145,29 @@ TEST_F(HostWindowTest, AnOpenedImageIsRememberedByItsPathAlone)
     EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:1]), "/home/anna/b.img");
 }
 
+TEST_F(HostWindowTest, WhatAnotherProcessHasRememberedMeanwhileStays)
+{
+    [[NSUserDefaults standardUserDefaults] synchronize];
+    // The library sees a change of a later second.
+    const time_t now = time(nullptr);
+    EXPECT_TRUE(RunUntil([now] { return time(nullptr) > now; }));
+    const std::string settings =
+        vx::BytesOf(GSDefaultsRootForUser(NSUserName())) + "/HostAppTest.plist";
+    std::ofstream(settings + ".new") << "{ RecentImages = (\"/other.img\"); }";
+    ASSERT_EQ(rename((settings + ".new").c_str(), settings.c_str()), 0);
+    Choose("/home/anna/a.img", PlainVolume("/home/anna/a.img", ""));
+    [Pane() unlock:nil];
+    Start();
+    End(vx::SessionEndKind::kQuit);
+    ASSERT_EQ([StoredImages() count], 2u);
+    EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:0]), "/home/anna/a.img");
+    EXPECT_EQ(vx::BytesOf([StoredImages() objectAtIndex:1]), "/other.img");
+    std::ifstream stored(settings);
+    const std::string contents((std::istreambuf_iterator<char>(stored)), {});
+    EXPECT_NE(contents.find("/home/anna/a.img"), std::string::npos) << "at once";
+    EXPECT_NE(contents.find("/other.img"), std::string::npos);
+}
+
 TEST_F(HostWindowTest, WhatWasChosenAndDidNotOpenIsNotRemembered)
 {
     Choose("/home/anna/a.img", PlainVolume("/home/anna/a.img", ""));
@@ -155,6 +200,9 @@ TEST_F(HostWindowTest, AFileIsDroppedOnTheWindow)
     DropView *content = (DropView *)[Window() contentView];
     EXPECT_TRUE([[content registeredDraggedTypes] containsObject:NSFilenamesPboardType]);
     id drag = [[[StandInDrag alloc] initWithPaths:@[ @"/home/anna/a.img" ]] autorelease];
+    [content setClosed:YES];
+    EXPECT_EQ([content draggingEntered:drag], NSDragOperationNone);
+    [content setClosed:NO];
     EXPECT_EQ([content draggingEntered:drag], NSDragOperationCopy);
     EXPECT_TRUE([content performDragOperation:drag]);
     EXPECT_TRUE(RunUntil([this] { return CanUnlock(); }));
@@ -198,7 +246,8 @@ TEST_F(HostWindowTest, ARightThatIsGivenIsUsedAtOnceAndARefusalIsSaid)
     Choose("/dev/sdb1", forbidden);
     rights->answer = [] { return vx::RightAnswer{false, true, "the password was wrong"}; };
     Click([[Pane() rightRow] askButton]);
-    EXPECT_TRUE(RunUntil([this] { return Message() == "the password was wrong"; }));
+    EXPECT_TRUE(RunUntil([this] { return Message() == "The permission was not given."; }));
+    EXPECT_EQ(Details(), "Details:\nthe password was wrong");
     facts->Set("/dev/sdb1", {"", 0, {EncryptedVolume("/dev/sdb1", {"password"})}, {}, 0, ""});
     rights->answer = [] { return vx::RightAnswer{true, true, ""}; };
     Click([[Pane() rightRow] askButton]);
@@ -224,7 +273,8 @@ TEST_F(HostWindowTest, WhatDoesNotOpenIsExplained)
     damaged.status = static_cast<int32_t>(VolumeLibraryStatus::kContainerNotSupported);
     damaged.reason = "it is a packed archive";
     Choose("/x.zip", damaged);
-    EXPECT_EQ(Message(), "This kind of disk image is not supported.\nit is a packed archive");
+    EXPECT_EQ(Message(), "This kind of disk image is not supported.");
+    EXPECT_EQ(Details(), "Details:\nit is a packed archive");
     EXPECT_FALSE(CanUnlock());
 }
 

@@ -92,6 +92,7 @@ TEST(DamageList, TheSavedListHasWarningsRowsAndRanges)
     EXPECT_EQ(vx::DamageFile(list, "/dev/sdb1", EnglishWording()),
               "Not read in full: /dev/sdb1\n"
               "\n"
+              "Noticed when the volume was opened:\n"
               "a copy of the metadata is damaged\n"
               "/Users/a.pdf\t512 bytes\tMissing bytes are zeros: the disk could not read it\n"
               "\t512 bytes from byte 4096 on\n"

@@ -47,6 +47,27 @@ TEST_F(DamageWindowTest, WhatCouldNotBeReadIsListedWhenTheExplorerHasQuit)
     EXPECT_EQ(vx::BytesOf([[window titleLabel] stringValue]), "Not read in full: /x.img");
 }
 
+TEST_F(DamageWindowTest, WarningsOfTheOpeningAndReportsThatWereLostAreInTheList)
+{
+    Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
+    Click([Pane() unlockButton]);
+    ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
+    vx::TrialResult result;
+    result.opened = true;
+    result.warnings = {"a copy of the metadata is damaged"};
+    sessions->listener->OnTried(result);
+    sessions->listener->OnStarted();
+    result.warnings = {"the explorer saw more"};
+    sessions->listener->OnOpened(result);
+    sessions->listener->OnReportsLost(7);
+    End(vx::SessionEndKind::kQuit);
+    DamageWindow *window = [delegate damageWindow];
+    ASSERT_TRUE([[window window] isVisible]);
+    EXPECT_EQ(vx::BytesOf([[window remarkLabel] stringValue]),
+              "Noticed when the volume was opened:\na copy of the metadata is damaged\n"
+              "the explorer saw more\nReports that were lost: 7");
+}
+
 TEST_F(DamageWindowTest, TheListIsSavedWhole)
 {
     Damage();

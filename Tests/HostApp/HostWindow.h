@@ -39,6 +39,7 @@ protected:
     // Waits until the list has this row, by its name, and says where it is.
     NSInteger RowNamed(const std::string &name);
     std::string Message();
+    std::string Details();
     static std::string Text(NSControl *control);
     bool CanUnlock() { return [[Pane() unlockButton] isEnabled]; }
 

@@ -141,6 +141,11 @@ std::string HostWindowTest::Message()
     return Text([Pane() messageLabel]);
 }
 
+std::string HostWindowTest::Details()
+{
+    return Text([Pane() detailLabel]);
+}
+
 std::string HostWindowTest::Text(NSControl *control)
 {
     NSText *editor = [control currentEditor];

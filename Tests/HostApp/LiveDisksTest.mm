@@ -145,8 +145,9 @@ TEST_F(LiveRightTest, AQuestionThatIsDismissedIsSaidAndCanBeAskedAgain)
     OpenForbidden();
     Click([[Pane() rightRow] askButton]);
     EXPECT_TRUE(RunUntil([this] {
-        return Message() == "the question was closed without an answer";
-    })) << Message();
+        return Details() == "Details:\nthe question was closed without an answer";
+    })) << Details();
+    EXPECT_EQ(Message(), "The permission was not given.");
     EXPECT_TRUE([[[Pane() rightRow] askButton] isEnabled]);
     unsetenv("VX_PKEXEC_ANSWER");
     Click([[Pane() rightRow] askButton]);

@@ -36,6 +36,10 @@ protected:
     // Types what the volume is unlocked with, and Return.
     void Unlock(const std::string &secret);
 
+    // From now on a trial waits until there is a file "go" in the folder; then it is the real one.
+    void WaitingTrial();
+    bool IsHeld() const;
+
     // A press at the one and a release at the other place of the view, while the application runs.
     void Drag(NSView *view, CGFloat down);
     // Types the path into the panel of this title and confirms it, while the application runs.

@@ -114,6 +114,21 @@ void LiveHostTest::Unlock(const std::string &secret)
     Key("Return");
 }
 
+void LiveHostTest::WaitingTrial()
+{
+    const std::string script = folder.WriteFile(
+        "waiting-trial", "#!/bin/sh\n: > '" + folder.At("held") + "'\nuntil [ -e '" +
+                             folder.At("go") + "' ]; do sleep 0.05; done\nexec '" + programs.trial +
+                             "' \"$@\"\n");
+    fs::permissions(script, fs::perms(0755));
+    programs.trial = script;
+}
+
+bool LiveHostTest::IsHeld() const
+{
+    return fs::exists(folder.At("held"));
+}
+
 void LiveHostTest::Drag(NSView *view, CGFloat down)
 {
     Focus();

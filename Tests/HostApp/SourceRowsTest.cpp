@@ -14,6 +14,7 @@ vx::AttachedVolume Volume(const std::string &path, const std::string &disk)
     volume.path = path;
     volume.disk = disk;
     volume.bytes = uint64_t{1} << 30;
+    volume.isReadable = true;
     return volume;
 }
 
@@ -40,6 +41,33 @@ TEST(SourceRows, ADiskIsFollowedByItsVolumesAndImagesComeLast)
     EXPECT_EQ(rows[5].detail, "/");
     EXPECT_FALSE(rows[4].isMissing);
     EXPECT_TRUE(rows[5].isMissing);
+}
+
+TEST(SourceRows, RemovableDisksComeFirst)
+{
+    vx::AttachedVolume stick = Volume("/dev/sdb", "");
+    vx::AttachedVolume part = Volume("/dev/sdb1", "/dev/sdb");
+    stick.isRemovable = part.isRemovable = true;
+    const auto rows = vx::SourceRows({Volume("/dev/sda", ""), stick, part}, {}, EnglishWording());
+    ASSERT_EQ(rows.size(), 5u);
+    EXPECT_EQ(rows[0].title, "Removable Disks");
+    EXPECT_EQ(rows[1].path, "/dev/sdb");
+    EXPECT_EQ(rows[2].path, "/dev/sdb1");
+    EXPECT_EQ(rows[3].title, "Disks");
+    EXPECT_EQ(rows[3].kind, SourceRowKind::kHeading);
+    EXPECT_EQ(rows[4].path, "/dev/sda");
+    EXPECT_EQ(vx::SourceRows({stick, part}, {}, EnglishWording()).size(), 3u);
+}
+
+TEST(SourceRows, TheSystemDiskAndWhatCannotBeReadAreSaidToBeThat)
+{
+    vx::AttachedVolume disk = Volume("/dev/sda", "");
+    disk.isSystem = true;
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail,
+              "/dev/sda · system · 1.0 GiB");
+    disk.isReadable = false;
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail,
+              "/dev/sda · system · 1.0 GiB · no access");
 }
 
 TEST(SourceRows, WhatHasNoNameIsNamedByItsPath)

@@ -6,6 +6,8 @@ namespace vxtest {
 
 std::vector<vx::AttachedVolume> StandInDisks::List()
 {
+    ++_listed;
+    Eventually([this] { return !_holds; });
     const vx::MutexLock lock(_mutex);
     return _attached;
 }

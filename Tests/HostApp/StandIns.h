@@ -6,6 +6,7 @@
 #include "HostServices.h"
 #include "Mutex.h"
 
+#include <atomic>
 #include <map>
 #include <string>
 #include <vector>
@@ -19,8 +20,14 @@ public:
 
     // As if a disk came or went.
     void Set(const std::vector<vx::AttachedVolume> &attached);
+    // A list that is asked for from now on waits.
+    void Hold() { _holds = true; }
+    void Release() { _holds = false; }
+    int Listed() const { return _listed; }
 
 private:
+    std::atomic<bool> _holds{false};
+    std::atomic<int> _listed{0};
     vx::Mutex _mutex;
     std::vector<vx::AttachedVolume> _attached VX_GUARDED_BY(_mutex);
     std::function<void()> _changed;

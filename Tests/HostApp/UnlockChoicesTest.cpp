@@ -60,8 +60,10 @@ TEST(UnlockChoices, AVolumeThatIsNotEncryptedNeedsNothingAndAnUnknownOneDoesNotO
     other.kindText = "a LUKS volume";
     other.nextStep = "open it with cryptsetup";
     EXPECT_TRUE(Kinds(other).empty());
-    EXPECT_EQ(vx::ClosedReason(other, EnglishWording()),
-              "This volume cannot be opened here.\nopen it with cryptsetup");
+    EXPECT_EQ(vx::ClosedReason(other, EnglishWording()), "This volume cannot be opened here.");
+    EXPECT_EQ(vx::ClosedDetail(other), "a LUKS volume\nopen it with cryptsetup");
+    EXPECT_EQ(vx::VolumeSummary(other, EnglishWording()), "Other contents");
+    EXPECT_EQ(vx::VolumeTitle(other, EnglishWording()), "a LUKS volume");
 }
 
 TEST(UnlockChoices, WhatIsNotRecognisedMayBeAnEncryptedVolumeThatLostItsFirstSector)
@@ -72,6 +74,7 @@ TEST(UnlockChoices, WhatIsNotRecognisedMayBeAnEncryptedVolumeThatLostItsFirstSec
         EXPECT_EQ(vx::UnlockChoices(lost).size(), 4u);
         EXPECT_EQ(vx::UnlockChoices(lost)[0].kind, SecretKind::kPassword);
         EXPECT_EQ(vx::ClosedReason(lost, EnglishWording()).find("Nothing is recognised here."), 0u);
+        EXPECT_EQ(vx::ClosedDetail(lost), "a FAT file system");
     }
 }
 

@@ -5,6 +5,21 @@
 #include "VolumeLibraryStatus.h"
 #import "WarningColor.h"
 
+#include <objc/runtime.h>
+
+// The editor of a field, as if text were being composed in it.
+@interface ComposingEditor : NSTextView
+@end
+
+@implementation ComposingEditor
+
+- (BOOL)hasMarkedText
+{
+    return YES;
+}
+
+@end
+
 namespace {
 
 using vxtest::EncryptedVolume;
@@ -52,13 +67,15 @@ TEST_F(HostWindowTest, AWrongPasswordIsSaidAndTheNextOneIsTypedOverIt)
     Key("Return");
     ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
     Refuse(kWrong, "tried on the password 1A2B3C4D");
-    EXPECT_EQ(Message(), "This password does not open the volume.\ntried on the password 1A2B3C4D");
+    EXPECT_EQ(Message(), "This password does not open the volume.");
+    EXPECT_EQ(Details(), "Details:\ntried on the password 1A2B3C4D");
     EXPECT_EQ(vx::BytesOf([[Pane() kindPopUp] titleOfSelectedItem]), "Password");
     Type("right");
     Key("Return");
     ASSERT_TRUE(RunUntil([this] { return sessions->started == 2; }));
     EXPECT_EQ(sessions->secret, "right");
     EXPECT_EQ(Message(), "");
+    EXPECT_EQ(Details(), "");
 }
 
 TEST_F(HostWindowTest, ADamagedVolumeIsExplainedWithTheLibrarysDetail)
@@ -68,8 +85,8 @@ TEST_F(HostWindowTest, ADamagedVolumeIsExplainedWithTheLibrarysDetail)
     Key("Return");
     ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
     Refuse(static_cast<int32_t>(VolumeLibraryStatus::kMetadataDamaged), "all three copies differ");
-    EXPECT_EQ(Message(),
-              "The encryption metadata of the volume is damaged.\nall three copies differ");
+    EXPECT_EQ(Message(), "The encryption metadata of the volume is damaged.");
+    EXPECT_EQ(Details(), "Details:\nall three copies differ");
 }
 
 TEST_F(HostWindowTest, ThePasswordIsShownAndHiddenAgain)
@@ -142,6 +159,38 @@ TEST_F(HostWindowTest, APastedRecoveryKeyIsGrouped)
     EXPECT_TRUE(CanUnlock());
 }
 
+// What an input method composes is no text yet: regrouped, it would be lost.
+TEST_F(HostWindowTest, TextThatAnInputMethodComposesIsLeftAlone)
+{
+    Choose(kDisk, EncryptedVolume(kDisk, {"recovery-password"}));
+    Focus();
+    NSTextView *editor = (NSTextView *)[[Fields() digitsField] currentEditor];
+    ASSERT_NE(editor, nil);
+    Class library = [editor class];
+    object_setClass(editor, [ComposingEditor class]);
+    [editor setString:@"1111111"];
+    NSNotification *change = [NSNotification notificationWithName:NSControlTextDidChangeNotification
+                                                           object:[Fields() digitsField]];
+    [(id)Fields() controlTextDidChange:change];
+    EXPECT_EQ(Text([Fields() digitsField]), "1111111");
+    object_setClass(editor, library);
+    [(id)Fields() controlTextDidChange:change];
+    EXPECT_EQ(Text([Fields() digitsField]), "111111-1");
+}
+
+TEST_F(HostWindowTest, WithoutPermissionToTryItTheCommandIsOffered)
+{
+    Choose(kDisk, EncryptedVolume(kDisk, {"password"}));
+    Type("secret");
+    Key("Return");
+    ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
+    EXPECT_TRUE([[[Pane() rightRow] askRow] isHidden]);
+    Refuse(static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied));
+    EXPECT_EQ(Message(), "You have no permission to read it.");
+    EXPECT_FALSE([[[Pane() rightRow] askRow] isHidden]);
+    EXPECT_EQ(Text([[Pane() rightRow] commandField]), "sudo setfacl -m u:anna:r /dev/sdb1");
+}
+
 TEST_F(HostWindowTest, CancelEndsTheTrialAndTheSecretStaysForTheNextOne)
 {
     Choose(kDisk, EncryptedVolume(kDisk, {"password"}));
@@ -191,7 +240,8 @@ TEST_F(HostWindowTest, OfADiskWithSeveralVolumesTheEncryptedOneIsOfferedAndAnoth
 TEST_F(HostWindowTest, AVolumeThatOnlyATpmOpensSaysSoAndOffersNothing)
 {
     Choose(kDisk, EncryptedVolume(kDisk, {"tpm"}));
-    EXPECT_EQ(Message(), "The volume can only be unlocked in a way that is not supported.\ntpm");
+    EXPECT_EQ(Message(), "The volume can only be unlocked in a way that is not supported.");
+    EXPECT_EQ(Details(), "Details:\ntpm");
     EXPECT_FALSE(CanUnlock());
     EXPECT_TRUE([[Pane() kindRow] isHidden]);
 }
@@ -226,8 +276,8 @@ TEST_F(HostWindowTest, WhyAVolumeWasNotTriedIsSaidWhenTheExplorerHasQuit)
     sessions->listener->OnTried(untried);
     sessions->listener->OnStarted();
     End(vx::SessionEndKind::kQuit);
-    EXPECT_EQ(Message(), "The volume could not be tried before the explorer opened it.\n"
-                         "the volume was not tried: cannot start x");
+    EXPECT_EQ(Message(), "The volume could not be tried before the explorer opened it.");
+    EXPECT_EQ(Details(), "Details:\nthe volume was not tried: cannot start x");
     [Pane() unlock:nil];
     ASSERT_EQ(sessions->started, 2);
     Start();
@@ -254,7 +304,8 @@ TEST_F(HostWindowTest, WhoKeepsTheExplorerFromStartingIsNamed)
         end.isHeld = taken.isHeld;
         end.owner = taken.owner;
         sessions->listener->OnEnded(end);
-        EXPECT_EQ(Message(), std::string(taken.sentence) + "\nwhy");
+        EXPECT_EQ(Message(), taken.sentence);
+        EXPECT_EQ(Details(), "Details:\nwhy");
     }
 }
 
@@ -268,7 +319,8 @@ TEST_F(HostWindowTest, AnExplorerThatIsKilledIsReported)
     end.kind = vx::SessionEndKind::kNoNotice;
     end.text = "signal 9";
     sessions->listener->OnEnded(end);
-    EXPECT_EQ(Message(), "The explorer ended unexpectedly.\nsignal 9");
+    EXPECT_EQ(Message(), "The explorer ended unexpectedly.");
+    EXPECT_EQ(Details(), "Details:\nsignal 9");
 }
 
 TEST_F(HostWindowTest, QuittingWhileTheExplorerRunsCancelsTheSessionAndWaitsForItsEnd)
