@@ -94,7 +94,7 @@ protected:
         ExpectFails(
             image, Status::kDamagedContainer,
             "the VHDX image is damaged: its log was not replayed, and has no complete "
-            "sequence of entries; take another copy of the image while no virtual machine uses it, or convert it with qemu-img, which leaves such a log out");
+            "sequence of entries; take another copy of the image while no virtual machine uses it, or convert it with qemu-img, which leaves such a log out, so that what was written last is lost");
     }
 
     const std::string first = NoiseBytes(kMiB, 1);

@@ -384,7 +384,7 @@ Error NoSequence()
     return DamagedVhdx(
         "its log was not replayed, and has no complete sequence of entries; take another copy of "
         "the image while no virtual machine uses it, or convert it with qemu-img, which leaves such "
-        "a log out");
+        "a log out, so that what was written last is lost");
 }
 
 Result<ReplayedVhdx> Apply(const Source &file, const Ring &ring, const LogSearch &search,
