@@ -253,6 +253,74 @@ TEST_F(HostileVmdk, TablesThatShareTheirPlacesTakeLittle)
     ExpectLittleIsHeldOf(Write(bytes, kGiB / 4));
 }
 
+// The bytes that this process has read so far.
+uint64_t BytesRead()
+{
+    std::ifstream counts("/proc/self/io");
+    std::string name;
+    uint64_t count = 0;
+    while (counts >> name >> count && name != "rchar:")
+        continue;
+    return count;
+}
+
+class VmdkOfManyTables : public HostileVmdk {
+protected:
+    // Tables side by side that fill the file, and their copies; all but the last number is zero.
+    std::string Make() const
+    {
+        std::string bytes = WithTables(kTables, 512);
+        PutLittle(8, 3, 4, &bytes);
+        PutLittle(48, kCopyAt / 512, 8, &bytes);
+        bytes += Directory(kTablesAt);
+        bytes.resize(kCopyAt);
+        bytes += Directory(kTablesAt + kTables * 2048);
+        const std::string path = Write(bytes, kFileBytes);
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(kTablesAt + kTables * 2048 - 4));
+        file << VmdkWriter::Number(kFileBytes / 512 - 128, 4);
+        return path;
+    }
+
+    static std::string Directory(uint64_t tablesAt)
+    {
+        std::string directory;
+        for (uint64_t table = 0; table < kTables; ++table)
+            directory += VmdkWriter::Number((tablesAt + table * 2048) / 512, 4);
+        return directory;
+    }
+
+    static constexpr uint64_t kTables = 1 << 19;
+    static constexpr uint64_t kCopyAt = 4 * kMiB;
+    static constexpr uint64_t kTablesAt = 8 * kMiB;
+    static constexpr uint64_t kFileBytes = 2 * kGiB + 16 * kMiB;
+};
+
+TEST_F(VmdkOfManyTables, AreReadInPartOnlyBeforeTheDiskIs)
+{
+    const std::string path = Make();
+    const uint64_t before = BytesRead();
+    const auto container = OpenContainer(path);
+    ASSERT_TRUE(container);
+    EXPECT_LT(BytesRead() - before, kGiB);
+    std::string notes;
+    for (const std::string &note : container->notes)
+        notes += note + "\n";
+    EXPECT_NE(notes.find("is so large that not all of its tables were checked"), notes.npos);
+    EXPECT_NE(notes.find("is too large to find out whether pieces lie"), notes.npos);
+}
+
+TEST_F(VmdkOfManyTables, GiveNoPlaceInWhichATableBeyondThemDiffersFromItsCopy)
+{
+    const auto container = OpenContainer(Make());
+    ASSERT_TRUE(container);
+    const uint64_t size = container->source->Size();
+    uint8_t bytes[512];
+    EXPECT_FALSE(container->source->ReadAt(size - 2 * VmdkWriter::kGrain, bytes, sizeof bytes));
+    const Error error = container->source->ReadAt(size - sizeof bytes, bytes, sizeof bytes);
+    EXPECT_NE(error.detail.find("contradict each other"), std::string::npos) << error.detail;
+}
+
 class HostileVhd : public HostileContainer {
 protected:
     static VhdRecipe Recipe(uint64_t entries, uint32_t blockBytes)

@@ -13,7 +13,8 @@ namespace {
 class Claims {
 public:
     explicit Claims(uint64_t fileBytes)
-        : _used(std::min(fileBytes, VhdxBlocks::kFurthest) / kVhdxUnit + 1)
+        : _used(std::min(fileBytes, VhdxBlocks::kFurthest) / kVhdxUnit + 1),
+          _contested(_used.size())
     {
     }
 
@@ -23,11 +24,8 @@ public:
             return;
         const uint64_t end =
             std::min<uint64_t>((at + bytes + kVhdxUnit - 1) / kVhdxUnit, _used.size());
-        uint64_t contested = 0;  // units before this one
         for (uint64_t unit = at / kVhdxUnit; unit < end; ++unit) {
-            contested = _used[unit] ? contested + 1 : 0;
-            if (contested > 0 && (unit + 1 == end || !_used[unit + 1]))
-                _contested.Add({(unit + 1 - contested) * kVhdxUnit, contested * kVhdxUnit});
+            _contested[unit] = _contested[unit] || _used[unit];
             _used[unit] = true;
         }
     }
@@ -38,11 +36,19 @@ public:
         return at / kVhdxUnit < _used.size() && _used[at / kVhdxUnit];
     }
 
-    const ByteRanges &Contested() const { return _contested.All(); }
+    ByteRanges Contested() const
+    {
+        LostRanges contested;
+        for (uint64_t unit = 0; unit < _contested.size(); ++unit) {
+            if (_contested[unit])
+                contested.Add({unit * kVhdxUnit, kVhdxUnit});
+        }
+        return contested.All();
+    }
 
 private:
     std::vector<bool> _used;
-    LostRanges _contested;
+    std::vector<bool> _contested;  // by more than one
 };
 
 class Examination {

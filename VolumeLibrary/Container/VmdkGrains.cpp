@@ -75,7 +75,7 @@ Error VmdkGrains::ReadRun(uint32_t sector, uint64_t offset, uint8_t *place, size
         std::memset(place, 0, count);
         return {};
     }
-    if (sector == kUnknown && !_places.disputed.empty())
+    if (sector == kUnknown && (!_places.disputed.empty() || !_places.hasAllDisputed))
         return Damaged("the tables of the VMDK image contradict each other");
     if (TouchesRange(_places.contested, GrainsOf(sector, offset, count)))
         return Damaged("the VMDK image keeps two pieces in the same place");
@@ -110,16 +110,21 @@ Error VmdkGrains::Find(uint64_t offset, size_t count, Sectors *sectors) const
 // Replaces the places that are disputed by those that are right.
 Error VmdkGrains::Compare(uint64_t number, Sectors *sectors) const
 {
-    if (!TouchesRange(_places.disputed, {number * GrainBytes(), sectors->count * GrainBytes()}))
+    const bool isDisputed =
+        TouchesRange(_places.disputed, {number * GrainBytes(), sectors->count * GrainBytes()});
+    if (!isDisputed && (_places.hasAllDisputed || _header.secondDirectory == 0))
         return {};
     Sectors others;
     others.count = sectors->count;
     if (Error error = FindIn(_header.secondDirectory, number, &others))
-        return error;
+        return isDisputed ? error : Error{};
     for (size_t i = 0; i < sectors->count; ++i) {
         const uint64_t last = _header.LastPlace(number + i, _file->Size());
-        if (sectors->at[i] != others.at[i])
-            sectors->at[i] = _places.Choose(sectors->at[i], others.at[i], last).value_or(kUnknown);
+        const uint32_t one = sectors->at[i];
+        if (isDisputed && one != others.at[i])
+            sectors->at[i] = _places.Choose(one, others.at[i], last).value_or(kUnknown);
+        else if (std::max(one, kReadsAsZeros) != std::max(others.at[i], kReadsAsZeros))
+            sectors->at[i] = kUnknown;
     }
     return {};
 }

@@ -20,6 +20,10 @@ struct VmdkHeader {
     // The place of a grain that reads as zeros, as does 0, one that was never written.
     static constexpr uint32_t kReadsAsZeros = 1;
 
+    // How much of the tables, in bytes, is looked at before the disk is read, of each directory:
+    // those of all the pieces of 64 KiB that the numbers of a table can tell apart.
+    static constexpr uint64_t kMostChecked = uint64_t{128} << 20;
+
     bool isPacked = false;
     uint64_t capacity = 0;         // at most 2^42
     uint64_t grain = 0;            // the size of a piece of the disk: a power of two up to 2^16

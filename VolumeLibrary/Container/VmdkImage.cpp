@@ -85,6 +85,9 @@ Result<CheckedTables> CheckTables(const std::string &name, const ByteSource &fil
         return shortfall.Failure();
     if (shortfall->isOfTables || (shortfall->isPacked && shortfall->missingBytes > 0))
         return Cut(name);
+    if (!shortfall->isOfAll)
+        checked.notes.push_back(name + " is so large that not all of its tables were checked; what "
+                                       "it lacks shows only when it is read");
     if (shortfall->missingBytes > 0)
         checked.notes.push_back(name + " ends early; " + std::to_string(shortfall->missingBytes) +
                                 " bytes of the disk cannot be read");

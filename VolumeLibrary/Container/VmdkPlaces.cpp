@@ -71,7 +71,7 @@ public:
         });
     }
 
-    // Whether more would be read than sound tables have.
+    // Whether more would be read than sound tables have, or than is checked.
     bool IsExhausted() const { return _isExhausted; }
 
 private:
@@ -102,7 +102,7 @@ private:
         if (sector > _file.Size() / kSector || length > _file.Size() - sector * kSector)
             return std::nullopt;
         _bytesRead += length;
-        _isExhausted = _bytesRead > 2 * _file.Size();
+        _isExhausted = _bytesRead > 2 * std::min(_file.Size(), VmdkHeader::kMostChecked);
         std::vector<uint8_t> bytes(static_cast<size_t>(length));
         if (_isExhausted || _file.ReadAt(sector * kSector, bytes.data(), bytes.size()))
             return std::nullopt;
@@ -180,7 +180,8 @@ private:
                 _claims.Add(one * kSector);
             }
         });
-        _found.isComplete = _found.isComplete && !both.IsExhausted();
+        _found.hasAllDisputed = !both.IsExhausted();
+        _found.isComplete = _found.isComplete && _found.hasAllDisputed;
         _found.disputed = disputed.All();
     }
 

@@ -6,6 +6,8 @@
 // cannot be read. A table that cannot be read has no say. Packed grains are left out, since each
 // names its own place on the disk.
 //
+// Of tables beyond VmdkHeader::kMostChecked nothing is known before they are used.
+//
 // Memory: that of PieceClaims and 4 MiB while it runs, then four lists of 64 KiB, which say too
 // much once they are full.
 #pragma once
@@ -25,9 +27,11 @@ struct VmdkPlaces {
     // not prove that the grain was never written.
     ByteRanges onTables;
     uint64_t disputedGrains = 0;
-    bool isComplete = true;  // false: the image is too large to compare all its places
+    bool isComplete = true;      // false: the image is too large to compare all its places
+    bool hasAllDisputed = true;  // false: some tables were not compared with their copy
 
-    // Errors: none but of memory. Reads no more bytes than twice those of the file.
+    // Errors: none but of memory. Reads each directory with its tables, as far as they are checked,
+    // four times at most.
     static VmdkPlaces Examine(const ByteSource &file, const VmdkHeader &header);
 
     // The sector of a grain that is named differently; nothing if it is not known. last: where in

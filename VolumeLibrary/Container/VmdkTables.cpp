@@ -31,7 +31,7 @@ private:
 };
 
 // No bytes if the numbers do not all lie in the file, or if more would be read in all than the file
-// has: the tables of a sound file do not overlap.
+// has, since the tables of a sound file do not overlap, or than is checked.
 Result<std::vector<uint8_t>> Tables::ReadNumbers(uint64_t sector, uint64_t count)
 {
     std::vector<uint8_t> bytes;
@@ -42,7 +42,8 @@ Result<std::vector<uint8_t>> Tables::ReadNumbers(uint64_t sector, uint64_t count
         return bytes;
     }
     _bytesRead += length;
-    if (_bytesRead > size)
+    _shortfall.isOfAll = _bytesRead <= VmdkHeader::kMostChecked;
+    if (_bytesRead > size || !_shortfall.isOfAll)
         return bytes;
     bytes.resize(static_cast<size_t>(length));
     if (Error error = _file.ReadAt(sector * kSector, bytes.data(), bytes.size()))

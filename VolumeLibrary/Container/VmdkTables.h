@@ -11,10 +11,11 @@ struct VmdkShortfall {
     bool isOfTables = false;    // the file ends before its tables do
     bool isPacked = false;      // its pieces are compressed
     uint64_t missingBytes = 0;  // of the disk, beyond the end of the file
+    bool isOfAll = true;        // false: there are more tables than are checked
 };
 
 // What the file lacks according to the tables of the header's first directory. Reads no more bytes
-// than the file has. Errors: those of the file's reads.
+// than the file has, nor than VmdkHeader::kMostChecked. Errors: those of the file's reads.
 Result<VmdkShortfall> FindVmdkShortfall(const ByteSource &file, const VmdkHeader &header);
 
 }  // namespace vx
