@@ -80,6 +80,20 @@ TEST_F(DiskSearch, EachAddressOpensItsVolume)
     EXPECT_EQ(result.gaps.unreadBytes, 0u);
 }
 
+// How far the encryption has come is no size if metadata lies beyond it.
+TEST_F(DiskSearch, ABoundaryBeforeTheMetadataIsNotTheSize)
+{
+    bitlocker::maker::VolumeRecipe recipe = RecipeWithKey();
+    recipe.encryptedSize = 9 * 1024;
+    Put(MakeVolume(FatFileSystem(), recipe), kMiB);
+    const DiskSearchResult result = Search();
+    ASSERT_EQ(result.findings.size(), 1u);
+    EXPECT_EQ(result.findings[0].bytes, 0u);
+    ExpectOpens(result.findings[0]);
+    Erase(kMiB, kSector);
+    ExpectOpens(Search().findings.at(0));
+}
+
 TEST_F(DiskSearch, ADiskThatIsOneVolumeHasAnAddressToo)
 {
     Put(MakeVolume(FatFileSystem(), RecipeWithKey()), 0);

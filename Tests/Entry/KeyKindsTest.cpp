@@ -25,7 +25,7 @@ protected:
         recipe.protectors = {maker::ProtectorRecipe::Recovery(kRecovery)};
         recipe.protectors[0].identifier = Guid{{0x4d, 0x3c, 0x2b, 0x1a}};
         maker::MemorySink sink;
-        maker::VolumeMaker(recipe).Make(MemoryByteSource(plain), sink);
+        plan = maker::VolumeMaker(recipe).Make(MemoryByteSource(plain), sink);
         const std::vector<uint8_t> &image = sink.Bytes();
         path =
             folder.WriteFile("image", {reinterpret_cast<const char *>(image.data()), image.size()});
@@ -53,6 +53,7 @@ protected:
 
     const TemporaryFolder folder;
     std::string path;
+    maker::VolumePlan plan;
     std::string detail;
 };
 
@@ -78,6 +79,28 @@ TEST_F(KeyKindsTest, AKeyOfSectorsThatGivesNoFileSystemIsAWrongSecretAndNotSilen
     EXPECT_EQ(detail, refusal);
     EXPECT_EQ(Open("fvek", "aes-cbc-256:" + SectorKey()), VolumeLibraryStatus::kWrongSecret);
     EXPECT_NE(detail.find("encrypted with AES-128-XTS"), std::string::npos) << detail;
+    volume_library_set_opening_options(nullptr);
+}
+
+// Of what could not be read nobody knows whether another key would give more.
+TEST_F(KeyKindsTest, WhereNothingCouldBeReadAKeyOfSectorsIsInDoubtBesideTheDamage)
+{
+    Make(MakePlainImage(64 * 1024));
+    const uint64_t front = plan.relocatedSectors * uint64_t{512};
+    ByteRanges bad = {{512, plan.plainSize - 512}, {plan.relocationOffset, front}};
+    VolumeOpeningOptions options;
+    options.unread = bad.data();
+    options.unreadCount = bad.size();
+    for (const uint8_t contents : {0, 1}) {
+        options.opensContents = contents;
+        ASSERT_TRUE(volume_library_set_opening_options(&options));
+        EXPECT_EQ(Open("fvek", SectorKey()), VolumeLibraryStatus::kReadFailed) << detail;
+        EXPECT_EQ(detail.find("it was unlocked"), std::string::npos) << detail;
+        EXPECT_NE(detail.find("nothing that could be read shows that the key of the sectors is the "
+                              "one of this volume; the volume has: recovery password"),
+                  std::string::npos)
+            << detail;
+    }
     volume_library_set_opening_options(nullptr);
 }
 

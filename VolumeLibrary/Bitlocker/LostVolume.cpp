@@ -134,7 +134,9 @@ uint64_t StatedVolumeBytes(const MetadataBlock &block)
 {
     constexpr uint16_t kEncrypted = 4;
     const bool isWhole = block.state == kEncrypted && block.nextState == kEncrypted;
-    return block.version != 1 && isWhole ? block.encryptedSize : 0;
+    const auto last = std::max_element(block.copies.begin(), block.copies.end());
+    const bool holdsItsCopies = last == block.copies.end() || block.encryptedSize > *last;
+    return block.version != 1 && isWhole && holdsItsCopies ? block.encryptedSize : 0;
 }
 
 }  // namespace vx::bitlocker

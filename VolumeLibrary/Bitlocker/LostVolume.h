@@ -38,7 +38,8 @@ Result<std::optional<LostVolume>> FindVolumeAt(const ByteSource &disk, uint64_t 
                                                const CancelFlag *cancel,
                                                const ProgressReceiver &progress);
 
-// The size of the volume as its metadata states it; 0 if it does not.
+// The size of the volume as its metadata states it; 0 if it does not. What ends before a copy of
+// the metadata is only how far the encryption has come.
 uint64_t StatedVolumeBytes(const MetadataBlock &block);
 
 }  // namespace vx::bitlocker

@@ -314,7 +314,7 @@ private:
         const Source plain = needsFirst ? WithFirstSector(*decrypted, &_notes) : *decrypted;
         const auto kind = IfLookedAt(KindOfPlain(*plain), !_protectorsOfDoubt.empty());
         if (!kind)
-            return kind.Failure();
+            return WithDoubt(kind.Failure(), _protectorsOfDoubt);
         const Source whole = volume.isEndKnown ? plain : CutToFileSystem(plain, *kind);
         return FoundVolume{whole, *kind, std::min(volume.stored, whole->Size())};
     }

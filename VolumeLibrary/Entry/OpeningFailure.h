@@ -22,7 +22,7 @@ std::string WithSearchHint(const std::string &sentence);
 
 // What looks like damage may be a wrong key of the sectors, which nothing authenticates.
 // protectors: those of the volume if its key is not proven, else empty, which returns the error as
-// it is.
+// it is. A failed read stays one, with a word on the key.
 Error WithDoubt(Error error, const std::string &protectors);
 
 // What looks like damage may be a failed read. A read beyond the end of a complete volume, though,
