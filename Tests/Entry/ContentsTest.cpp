@@ -118,7 +118,7 @@ TEST(Contents, WhatCannotBeReadIsZerosAndReported)
 TEST(Contents, APlaceThatWouldShowWhatIsInThemMayBeUnreadable)
 {
     const std::string bytes = NoiseBytes(kMiB, 7);
-    for (const uint64_t bad : {uint64_t{0}, uint64_t{4096}, bytes.size() - kSector}) {
+    for (const uint64_t bad : {uint64_t{0}, uint64_t{4096}, uint64_t{bytes.size() - kSector}}) {
         auto disk = std::make_shared<FailingSource>(bytes);
         disk->MakeBad(bad, kSector);
         Container container;

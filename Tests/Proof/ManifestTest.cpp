@@ -36,7 +36,8 @@ Ran RunIn(const std::string &folder, const std::string &command)
     char bytes[4096];
     for (size_t got = 0; (got = fread(bytes, 1, sizeof(bytes), pipe)) > 0;)
         ran.output.append(bytes, got);
-    ran.status = WEXITSTATUS(pclose(pipe));
+    const int status = pclose(pipe);
+    ran.status = WEXITSTATUS(status);
     return ran;
 }
 

@@ -1,5 +1,6 @@
 #include "ProofFixture.h"
 
+#include "CopyTime.h"
 #include "UniqueFd.h"
 
 #include <dirent.h>
@@ -39,8 +40,9 @@ void Take(const std::string &folder, const std::string &prefix,
         if (name == "." || name == ".." || lstat(path.c_str(), &found) != 0)
             continue;
         const bool isFolder = S_ISDIR(found.st_mode);
+        const timespec modified = ModifiedOf(found);
         (*snapshot)[prefix + name] = {isFolder ? "folder" : ContentsOf(path, found.st_size),
-                                      found.st_mtim.tv_sec, found.st_mtim.tv_nsec};
+                                      modified.tv_sec, modified.tv_nsec};
         if (isFolder)
             Take(path, prefix + name + "/", snapshot);
     }

@@ -1,7 +1,9 @@
 // The dates that files and folders have after an export, and the folders that no file brings.
 #include "ToolFixture.h"
 
+#include "FileSystemFacts.h"
 #include "FileTimes.h"
+#include "KeptAccessTime.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -34,7 +36,7 @@ protected:
     {
         struct stat found = {};
         EXPECT_EQ(stat(_folder.At(path).c_str(), &found), 0) << path;
-        return {found.st_atim, found.st_mtim};
+        return {AccessTimeOf(found), ModificationOf(found)};
     }
     void ExpectTimes(const std::string &path, const Times &times)
     {
@@ -120,6 +122,8 @@ TEST_F(Dates, ATimeThatTheVolumeDoesNotHaveIsLeftAlone)
 
 TEST_F(Dates, ADestinationThatTakesNoDatesIsReportedOnce)
 {
+    if (*VX_FULL_DISK == '\0')
+        GTEST_SKIP() << "no call of the system can be replaced here";
     _folder.WriteFile("volume/a/file", "1");
     _folder.WriteFile("volume/b", "1");
     const Result result = ExportOnDiskThat("VX_NO_DATES");
@@ -131,6 +135,8 @@ TEST_F(Dates, ADestinationThatTakesNoDatesIsReportedOnce)
 
 TEST_F(Dates, ADiskThatCannotHoldWhatWasWrittenIsReported)
 {
+    if (*VX_FULL_DISK == '\0')
+        GTEST_SKIP() << "no call of the system can be replaced here";
     _folder.WriteFile("volume/a", "1");
     const Result result = ExportOnDiskThat("VX_SYNC_FAILS");
     EXPECT_EQ(result.status, 1);

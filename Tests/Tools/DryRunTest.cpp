@@ -1,4 +1,5 @@
 // What --dry-run says, compared with what an export then does; and that it writes nothing.
+#include "FileSystemFacts.h"
 #include "MountedDisk.h"
 #include "ToolFixture.h"
 
@@ -83,8 +84,8 @@ TEST_F(DryRunning, ChangesNothingInTheDestination)
     Try();
     const auto after = StatOf(_destination);
     EXPECT_EQ(FilesBelow(_destination), (Files{{"three", "old"}}));
-    EXPECT_EQ(before.st_mtim.tv_sec, after.st_mtim.tv_sec);
-    EXPECT_EQ(before.st_mtim.tv_nsec, after.st_mtim.tv_nsec);
+    EXPECT_EQ(ModificationOf(before).tv_sec, ModificationOf(after).tv_sec);
+    EXPECT_EQ(ModificationOf(before).tv_nsec, ModificationOf(after).tv_nsec);
 }
 
 TEST_F(DryRunning, DoesNotMakeTheDestination)
@@ -147,6 +148,8 @@ TEST_F(DryRunning, AResumptionLeavesOutWhatIsComplete)
 // Its copies stay as they are, and need no room to be replaced.
 TEST_F(DryRunning, AResumptionNeedsRoomForWhatIsMissingOnly)
 {
+    if (*VX_FULL_DISK == '\0')
+        GTEST_SKIP() << "no call of the system can be replaced here";
     EXPECT_EQ(Run({"--to", _destination, _volume, "a"}).status, 0);
     EXPECT_EQ(TryWithRoom("0").status, 2);
     EXPECT_EQ(TryWithRoom("0", {"--resume"}).status, 0);
@@ -193,6 +196,8 @@ TEST_F(DryRunning, ACopyThatWouldBeDamagedIsAFailure)
 
 TEST_F(DryRunning, WithoutRoomTheStatusIs2)
 {
+    if (*VX_FULL_DISK == '\0')
+        GTEST_SKIP() << "no call of the system can be replaced here";
     const Result result = TryWithRoom("8192");
     EXPECT_EQ(result.status, 2);
     EXPECT_TRUE(Holds(result.output, "Needs 12.0 KiB (12,288 bytes) of the disk, of which 8.0 KiB "
@@ -206,6 +211,8 @@ TEST_F(DryRunning, WithoutRoomTheStatusIs2)
 
 TEST_F(DryRunning, RoomForANewDestinationIsThatOfItsParent)
 {
+    if (*VX_FULL_DISK == '\0')
+        GTEST_SKIP() << "no call of the system can be replaced here";
     _destination += "/new";
     EXPECT_EQ(TryWithRoom("8192").status, 2);
     EXPECT_EQ(TryWithRoom("12288").status, 0);

@@ -1,4 +1,6 @@
 // What an export that goes on with an earlier one leaves, does again and removes.
+#include "FileSystemFacts.h"
+#include "KeptAccessTime.h"
 #include "ToolFixture.h"
 #include "UniqueFd.h"
 
@@ -37,7 +39,7 @@ protected:
         struct stat found;
         ASSERT_EQ(stat(_folder.At(path).c_str(), &found), 0);
         _folder.WriteFile(path, std::string(static_cast<size_t>(found.st_size), '#'));
-        const timespec times[] = {found.st_atim, found.st_mtim};
+        const timespec times[] = {AccessTimeOf(found), ModificationOf(found)};
         utimensat(AT_FDCWD, _folder.At(path).c_str(), times, 0);
     }
 
