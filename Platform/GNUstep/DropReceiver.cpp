@@ -31,8 +31,8 @@ enum AtomName : size_t {
 };
 
 constexpr std::array<const char *, kAtomCount> kAtomNames = {
-    "XdndAware",  "XdndProxy",    "XdndTypeList", "XdndSelection", "XdndEnter",      "XdndPosition",
-    "XdndStatus", "XdndLeave",    "XdndDrop",     "XdndFinished",  "XdndActionCopy", "text/uri-list"};
+    "XdndAware",  "XdndProxy", "XdndTypeList", "XdndSelection", "XdndEnter",      "XdndPosition",
+    "XdndStatus", "XdndLeave", "XdndDrop",     "XdndFinished",  "XdndActionCopy", "text/uri-list"};
 
 template <class Answer>
 using Owned = std::unique_ptr<Answer, decltype(&free)>;
@@ -155,11 +155,11 @@ private:
     // Of more than three types there is a list at the source's window.
     bool isFileListed()
     {
-        const auto answer = owned(xcb_get_property_reply(
-            _server,
-            xcb_get_property(_server, 0, _drag.source, _atoms[kTypeList], XCB_ATOM_ATOM, 0,
-                             kMostTypes),
-            nullptr));
+        const auto answer = owned(
+            xcb_get_property_reply(_server,
+                                   xcb_get_property(_server, 0, _drag.source, _atoms[kTypeList],
+                                                    XCB_ATOM_ATOM, 0, kMostTypes),
+                                   nullptr));
         if (answer == nullptr || answer->format != 32)
             return false;
         const auto *types = static_cast<const uint32_t *>(xcb_get_property_value(answer.get()));
@@ -194,22 +194,21 @@ private:
     // A list that comes in pieces, or is longer than any that one drags, is none.
     std::string listInProperty()
     {
-        const auto answer = owned(xcb_get_property_reply(
-            _server,
-            xcb_get_property(_server, 1, _window, _atoms[kSelection], XCB_ATOM_ANY, 0,
-                             kLongestList / 4),
-            nullptr));
+        const auto answer =
+            owned(xcb_get_property_reply(_server,
+                                         xcb_get_property(_server, 1, _window, _atoms[kSelection],
+                                                          XCB_ATOM_ANY, 0, kLongestList / 4),
+                                         nullptr));
         if (answer == nullptr || answer->format != 8 || answer->bytes_after > 0)
             return "";
-        return {static_cast<const char *>(xcb_get_property_value(answer.get())),
-                answer->value_len};
+        return {static_cast<const char *>(xcb_get_property_value(answer.get())), answer->value_len};
     }
 
     void answer()
     {
         constexpr uint32_t kTakes = 1, kAsksForEachMove = 2;
-        _drag.isTaken = !_drag.paths.empty() &&
-                        _target.wouldTake(_drag.window, _drag.x, _drag.y, _drag.paths);
+        _drag.isTaken =
+            !_drag.paths.empty() && _target.wouldTake(_drag.window, _drag.x, _drag.y, _drag.paths);
         const uint32_t flags = kAsksForEachMove | (_drag.isTaken ? kTakes : 0);
         send(kStatus, {_drag.window, flags, 0, 0, actionFor(_drag.isTaken)});
     }
@@ -218,15 +217,18 @@ private:
     {
         const Drag dropped = _drag;
         _drag = Drag();
-        const bool isTaken = dropped.isTaken &&
-                             _target.take(dropped.window, dropped.x, dropped.y, dropped.paths);
+        const bool isTaken =
+            dropped.isTaken && _target.take(dropped.window, dropped.x, dropped.y, dropped.paths);
         send(kFinished, {dropped.window, isTaken ? 1u : 0u, actionFor(isTaken), 0, 0},
              dropped.source);
     }
 
     uint32_t actionFor(bool isTaken) const { return isTaken ? _atoms[kCopy] : XCB_ATOM_NONE; }
 
-    void send(AtomName name, const std::array<uint32_t, 5> &data) { send(name, data, _drag.source); }
+    void send(AtomName name, const std::array<uint32_t, 5> &data)
+    {
+        send(name, data, _drag.source);
+    }
     void send(AtomName name, const std::array<uint32_t, 5> &data, uint32_t source)
     {
         xcb_client_message_event_t message = {};

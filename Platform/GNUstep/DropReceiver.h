@@ -1,11 +1,10 @@
-// The receiving end of a drag from another program over the X server (freedesktop.org, "Drag-and-Drop
-// Protocol for the X Window System", version 5), for files only.
+// The receiving end of a drag from another program over the X server (freedesktop.org,
+// "Drag-and-Drop Protocol for the X Window System", version 5), for files only.
 //
-// It has a connection and a window of its own, which the windows it serves name as their proxy. What
-// another program sends is taken as it comes, and none is waited for: one that stalls in the middle
-// of a drag holds up nothing.
-// Ownership: borrows the target. Threads: one. Places are pixels from the upper left corner of the
-// screen; paths are as the system has them.
+// It has a connection and a window of its own, which the windows it serves name as their proxy.
+// What another program sends is taken as it comes, and none is waited for: one that stalls in the
+// middle of a drag holds up nothing. Ownership: borrows the target. Threads: one. Places are pixels
+// from the upper left corner of the screen; paths are as the system has them.
 #pragma once
 
 #include <cstdint>

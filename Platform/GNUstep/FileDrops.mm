@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <set>
 
-// The files of a drag, without the desktop's service for pasteboards, which would take the drag away
-// from its source.
+// The files of a drag, without the desktop's service for pasteboards, which would take the drag
+// away from its source.
 @interface VXDroppedFiles : NSPasteboard {
     NSArray *_paths;
 }

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <pthread.h>
 
 // What the library hands to a view on which something is dropped; only the pasteboard is asked.
 @interface StandInDrag : NSObject {
@@ -265,6 +266,47 @@ TEST_F(HostWindowTest, WhereNothingCanGiveTheRightOnlyTheCommandStays)
     Click([[Pane() rightRow] askButton]);
     EXPECT_TRUE(RunUntil([this] { return [[[Pane() rightRow] askRow] isHidden]; }));
     EXPECT_FALSE([[[Pane() rightRow] commandRow] isHidden]);
+}
+
+// No thread can be started while it lives: none has room for such a stack.
+class NoThreads {
+public:
+    NoThreads()
+    {
+        constexpr size_t kTooLarge = size_t{1} << 46;
+        pthread_getattr_default_np(&_usual);
+        pthread_attr_t attributes;
+        pthread_getattr_default_np(&attributes);
+        pthread_attr_setstacksize(&attributes, kTooLarge);
+        pthread_setattr_default_np(&attributes);
+    }
+    ~NoThreads() { pthread_setattr_default_np(&_usual); }
+    NoThreads(const NoThreads &) = delete;
+    NoThreads &operator=(const NoThreads &) = delete;
+
+private:
+    pthread_attr_t _usual;
+};
+
+TEST_F(HostWindowTest, WithoutAThreadForItEachPartOfTheWindowSaysSo)
+{
+    vx::DiskFacts forbidden;
+    forbidden.status = static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    Choose("/dev/sdb1", forbidden);
+    {
+        const NoThreads none;
+        [[Pane() rightRow] ask:nil];
+        EXPECT_EQ(Message(), "The permission was not given.");
+        EXPECT_EQ(Details(), "Details:\nno thread is left to ask with");
+        EXPECT_TRUE([[[Pane() rightRow] askButton] isEnabled]);
+        [delegate openPath:@"/y.img"];
+        EXPECT_EQ(Message(), "There is not enough memory.");
+        disks->Set({Disk("/dev/sda")});
+        EXPECT_EQ(RowNamed("There is not enough memory."), 0);
+    }
+    disks->Set({Disk("/dev/sda")});
+    EXPECT_EQ(RowNamed("sda"), 1);
+    EXPECT_EQ([List() numberOfRows], 2);
 }
 
 TEST_F(HostWindowTest, WhatDoesNotOpenIsExplained)

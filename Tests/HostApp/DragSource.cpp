@@ -32,8 +32,10 @@ std::unique_ptr<Reply, decltype(&free)> Owned(Reply *reply)
 class Drag {
 public:
     Drag(const std::string &type, std::string data)
-        : _data(std::move(data)), _server(xcb_connect(nullptr, nullptr)),
-          _root(xcb_setup_roots_iterator(xcb_get_setup(_server)).data->root), _type(Atom(type)),
+        : _data(std::move(data)),
+          _server(xcb_connect(nullptr, nullptr)),
+          _root(xcb_setup_roots_iterator(xcb_get_setup(_server)).data->root),
+          _type(Atom(type)),
           _source(xcb_generate_id(_server))
     {
         xcb_create_window(_server, XCB_COPY_FROM_PARENT, _source, _root, 0, 0, 20, 20, 0,
@@ -83,8 +85,7 @@ private:
     uint32_t Atom(const std::string &name)
     {
         const auto reply = Owned(xcb_intern_atom_reply(
-            _server,
-            xcb_intern_atom(_server, 0, static_cast<uint16_t>(name.size()), name.c_str()),
+            _server, xcb_intern_atom(_server, 0, static_cast<uint16_t>(name.size()), name.c_str()),
             nullptr));
         return reply->atom;
     }
@@ -164,9 +165,8 @@ private:
         answer.time = request.time;
         if (request.target == _type) {
             answer.property = request.property;
-            xcb_change_property(_server, XCB_PROP_MODE_REPLACE, request.requestor,
-                                request.property, _type, 8, static_cast<uint32_t>(_data.size()),
-                                _data.data());
+            xcb_change_property(_server, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
+                                _type, 8, static_cast<uint32_t>(_data.size()), _data.data());
         }
         // An event has 32 bytes.
         std::array<char, 32> bytes = {};

@@ -150,6 +150,19 @@ TEST(HostTexts, EveryTextOfSourcesAndInterfaceIsInTheTable)
         EXPECT_NE([english objectForKey:vx::TextOf(text)], nil) << text;
 }
 
+// One of two elements with the same would be left out.
+TEST(HostTexts, EveryElementOfTheInterfaceHasAnIdOfItsOwn)
+{
+    static const std::regex id("\\bid=\"([^\"]+)\"");
+    const std::string file = Contents(VX_HOST_RESOURCES "/Base/VolumeHost.xib");
+    const size_t count =
+        std::distance(std::sregex_iterator(file.begin(), file.end(), id), std::sregex_iterator());
+    std::set<std::string> ids;
+    AddMatches(file, id, &ids);
+    ASSERT_GT(count, 100u);
+    EXPECT_EQ(ids.size(), count);
+}
+
 TEST(HostTexts, SizesHaveOneDecimalAndBytesNone)
 {
     const auto size = vx::UserWording().size;

@@ -198,6 +198,27 @@ TEST_F(HostUserTest, ATerminatedHostEndsItsExplorerAndLeavesNothingBehind)
     EXPECT_FALSE(fs::exists("/tmp/z5_btl_4"));
 }
 
+// The program itself moves the keyboard to its panel and back.
+TEST_F(HostUserTest, WithoutAWindowManagerTheKeyboardAloneLeadsFromTheStartToTheExplorer)
+{
+    ChildProcess host(HOST_WINDOW, {});
+    const std::string window = HostWindow();
+    Key("ctrl+o");
+    AwaitDrawn(Window("Open"));
+    Type(image);
+    Key("Return");
+    EXPECT_TRUE(Eventually([&] { return IsGone("Open"); }));
+    EXPECT_TRUE(Eventually([&] { return Run("xdotool getwindowfocus") == window + "\n"; }));
+    AwaitDrawn(window);
+    Type(kPassword);
+    Key("Return");
+    Focus(DrawnWindow());
+    Key("ctrl+w");
+    HostWindow();
+    Key("ctrl+q");
+    EXPECT_EQ(host.AwaitEnd(), 0);
+}
+
 TEST_F(HostUserTest, TheCloseButtonOfTheWindowManagerEndsTheProgram)
 {
     StartWindowManager();

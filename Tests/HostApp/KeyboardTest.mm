@@ -12,8 +12,7 @@ protected:
     NSView *Focused()
     {
         NSResponder *responder = [Window() firstResponder];
-        if ([responder isKindOfClass:[NSTextView class]] &&
-            [(NSTextView *)responder isFieldEditor])
+        if ([responder isKindOfClass:[NSTextView class]] && [(NSTextView *)responder isFieldEditor])
             return (NSView *)[(NSTextView *)responder delegate];
         return (NSView *)responder;
     }
@@ -22,9 +21,9 @@ protected:
     {
         Focus();
         Key(key);
-        EXPECT_TRUE(RunUntil([&] { return Focused() == view; })) 
-            << key << " to " << name << ", not to " << vx::BytesOf([Focused() description])
-            << " (" << [Focused() tag] << ")";
+        EXPECT_TRUE(RunUntil([&] { return Focused() == view; }))
+            << key << " to " << name << ", not to " << vx::BytesOf([Focused() description]) << " ("
+            << [Focused() tag] << ")";
     }
 };
 

@@ -25,12 +25,10 @@ protected:
         const std::string text = folder.WriteFile("drag", data);
         const NSRect frame = [Window() frame];
         const int x = static_cast<int>(NSMidX(frame));
-        const int y =
-            static_cast<int>(NSHeight([[NSScreen mainScreen] frame]) - NSMidY(frame));
+        const int y = static_cast<int>(NSHeight([[NSScreen mainScreen] frame]) - NSMidY(frame));
         Run("(" VX_DRAG_SOURCE " " + type + " \"$(cat '" + text + "')\" " + std::to_string(x) +
             " " + std::to_string(y) + " " + manner + "; echo $? > '" + folder.At("ended") +
-            "'; mv '" + folder.At("ended") + "' '" + folder.At("dropped") +
-            "') >/dev/null 2>&1 &");
+            "'; mv '" + folder.At("ended") + "' '" + folder.At("dropped") + "') >/dev/null 2>&1 &");
         EXPECT_TRUE(RunUntil([this] { return fs::exists(folder.At("dropped")); }));
         return folder.ReadFile("dropped");
     }

@@ -30,7 +30,7 @@ TEST(SourceRows, ADiskIsFollowedByItsVolumesAndImagesComeLast)
     ASSERT_EQ(rows.size(), 6u);
     EXPECT_EQ(rows[0].kind, SourceRowKind::kHeading);
     EXPECT_EQ(rows[1].title, "Kingston DataTraveler");
-    EXPECT_EQ(rows[1].detail, "/dev/sdb · 1.0 GiB");
+    EXPECT_EQ(rows[1].detail, "sdb · 1.0 GiB");
     EXPECT_FALSE(rows[1].isEncrypted);
     EXPECT_EQ(rows[2].kind, SourceRowKind::kVolume);
     EXPECT_EQ(rows[2].title, "BACKUP");
@@ -63,11 +63,11 @@ TEST(SourceRows, TheSystemDiskAndWhatCannotBeReadAreSaidToBeThat)
 {
     vx::AttachedVolume disk = Volume("/dev/sda", "");
     disk.isSystem = true;
-    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail,
-              "/dev/sda · system · 1.0 GiB");
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "sda · system · 1.0 GiB");
     disk.isReadable = false;
-    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail,
-              "/dev/sda · system · 1.0 GiB · no access");
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "sda · system · 1.0 GiB");
+    disk.isSystem = false;
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "sda · 1.0 GiB · no access");
 }
 
 TEST(SourceRows, WhatHasNoNameIsNamedByItsPath)
@@ -82,7 +82,7 @@ TEST(SourceRows, ANameIsOneLineWhateverIsInItAndThePathStays)
     const auto rows = vx::SourceRows({Volume(path, "/dev/sdb")}, {{path}}, EnglishWording());
     EXPECT_EQ(rows[1].path, path);
     EXPECT_EQ(rows[1].title, "d\uFFFD\uFFFD.img");
-    EXPECT_EQ(rows[1].detail, "/a\uFFFD\uFFFD/d\uFFFD\uFFFD.img · 1.0 GiB");
+    EXPECT_EQ(rows[1].detail, "d\uFFFD\uFFFD.img · 1.0 GiB");
     EXPECT_EQ(rows[3].path, path);
     EXPECT_EQ(rows[3].title, "d\uFFFD\uFFFD.img");
     EXPECT_EQ(rows[3].detail, "/a\uFFFD\uFFFD");

@@ -74,7 +74,7 @@ TEST(UnlockChoices, WhatIsNotRecognisedMayBeAnEncryptedVolumeThatLostItsFirstSec
         EXPECT_EQ(vx::UnlockChoices(lost).size(), 4u);
         EXPECT_EQ(vx::UnlockChoices(lost)[0].kind, SecretKind::kPassword);
         EXPECT_EQ(vx::ClosedReason(lost, EnglishWording()).find("Nothing is recognised here."), 0u);
-        EXPECT_EQ(vx::ClosedDetail(lost), "a FAT file system");
+        EXPECT_EQ(vx::ClosedDetail(lost).empty(), lost.kind == "other") << "the reason says it";
     }
 }
 

@@ -44,7 +44,8 @@ TEST(UriList, AFileOfThisMachineMayNameIt)
 
 TEST(UriList, OneThatIsNoFileSpoilsTheList)
 {
-    for (const char *uri : {"https://example.org/a", "/a", "file:a", "file://", "file:", "trash:///a"})
+    for (const char *uri :
+         {"https://example.org/a", "/a", "file:a", "file://", "file:", "trash:///a"})
         EXPECT_EQ(vx::filesOfUriList("file:///a\r\n" + std::string(uri) + "\r\n"), Files{}) << uri;
 }
 

@@ -22,16 +22,17 @@ std::string TitleOf(const AttachedVolume &volume)
     return LineText(NameOf(volume.path));
 }
 
-// What says that it is the wrong one stands early: the end of a long line is cut off.
+// A short line, since what is too long is cut off at its end: the whole path is shown when the row
+// is chosen, and nobody looks for a right to read the system's own disk.
 std::string DetailOf(const AttachedVolume &volume, const Wording &wording)
 {
     constexpr char kSeparator[] = " · ";
-    std::string text = LineText(volume.path);
+    std::string text = LineText(NameOf(volume.path));
     if (volume.isSystem)
         text += kSeparator + wording.Text("system");
     if (volume.bytes > 0)
         text += kSeparator + wording.size(volume.bytes);
-    if (!volume.isReadable)
+    if (!volume.isReadable && !volume.isSystem)
         text += kSeparator + wording.Text("no access");
     return text;
 }

@@ -107,7 +107,8 @@ std::string ClosedReason(const VolumeFacts &volume, const Wording &wording)
 std::string ClosedDetail(const VolumeFacts &volume)
 {
     std::string text;
-    if (Named(kKinds, volume.kind).empty() && volume.kind != "encrypted")
+    const bool isSaid = volume.kind == "encrypted" || (volume.kind == "other" && MayBeLost(volume));
+    if (Named(kKinds, volume.kind).empty() && !isSaid)
         text = volume.kindText;
     if (!UnlockChoices(volume).empty())
         return text;
