@@ -1,5 +1,6 @@
 #include "TerminalObserver.h"
 
+#include "DamageLine.h"
 #include "ExitStatus.h"
 #include "NumberText.h"
 #include "TerminalText.h"
@@ -26,32 +27,6 @@ void Complain(const TrialResult &result)
         Complain("warning: " + warning);
     if (!result.reason.empty())
         Complain(result.wasTried ? result.reason + "; the window will be empty" : result.reason);
-}
-
-// The ranges lie apart and end below 2^63.
-std::string UnreadText(const ChannelDamage &damage)
-{
-    if (damage.ranges.empty())
-        return "not all of it could be read";
-    const auto bytes = static_cast<int64_t>(BytesIn(damage.ranges));
-    return (damage.more == 0 ? "" : "at least ") + CountText(bytes, "byte", "bytes") +
-           " could not be read and were given as zeros";
-}
-
-std::string DamageText(const ChannelDamage &damage)
-{
-    const std::string path = TerminalText(damage.path);
-    switch (damage.kind) {
-    case ChannelDamageKind::kFileData:
-        return path + ": " + UnreadText(damage);
-    case ChannelDamageKind::kFileClosed:
-        return path + ": the file could not be opened";
-    case ChannelDamageKind::kFolder:
-        return path + ": entries of the folder are missing";
-    case ChannelDamageKind::kDiskGone:
-        return "the disk or image went away";
-    }
-    return path + ": something could not be read";
 }
 
 }  // namespace
@@ -91,7 +66,7 @@ void TerminalObserver::TakeResult(const TrialResult &result)
 void TerminalObserver::OnDamage(const ChannelDamage &damage)
 {
     _isDamaged = true;
-    Complain("damaged: " + DamageText(damage));
+    Complain("damaged: " + DamageLine(damage));
 }
 
 void TerminalObserver::OnReportsLost(uint64_t count)

@@ -3,6 +3,8 @@
 
 #include "ExitStatus.h"
 
+#include "VolumeReport.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -86,7 +88,52 @@ TEST_F(TerminalObserverTest, AFileWithoutKnownRangesIsNotSaidToLackNoByte)
     EXPECT_EQ(
         LineOn(damage),
         "volume-host: damaged: /a: at least 9,223,372,036,854,775,806 bytes could not be read "
-        "and were given as zeros\n");
+        "and were given as zeros (0 to 9223372036854775805 and 2 more ranges)\n");
+}
+
+TEST_F(TerminalObserverTest, AFileIsSaidWithItsRangesAndTheReason)
+{
+    const auto unreadable = static_cast<uint32_t>(VolumeObstacle::kUnreadable);
+    EXPECT_EQ(
+        LineOn({vx::ChannelDamageKind::kFileData, unreadable, "/a\n", {{0, 512}, {600, 1}}, 0}),
+        "volume-host: damaged: /a\\n: 513 bytes could not be read and were given as zeros "
+        "(0 to 511, 600): blocks that it needs cannot be read\n");
+    EXPECT_EQ(LineOn({vx::ChannelDamageKind::kFileClosed,
+                      static_cast<uint32_t>(VolumeObstacle::kDamaged),
+                      "/b",
+                      {},
+                      0}),
+              "volume-host: damaged: /b: the file could not be opened: its records on the disk "
+              "contradict each other\n");
+}
+
+TEST_F(TerminalObserverTest, ALineNamesSomeRangesAndCountsTheOthers)
+{
+    vx::ChannelDamage damage;
+    damage.path = "/a";
+    for (uint64_t i = 0; i < 10000; ++i)
+        damage.ranges.push_back({2 * i, 1});
+    damage.more = 5;
+    const std::string line = LineOn(damage);
+    EXPECT_NE(line.find("(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30 and 9,989 more "
+                        "ranges)"),
+              std::string::npos)
+        << line;
+    EXPECT_LT(line.size(), 300u);
+}
+
+TEST_F(TerminalObserverTest, AFolderIsSaidWithHowManyEntriesItLacks)
+{
+    vx::ChannelDamage damage;
+    damage.kind = vx::ChannelDamageKind::kFolder;
+    damage.path = "/f";
+    EXPECT_EQ(LineOn(damage), "volume-host: damaged: /f: entries of the folder are missing\n");
+    damage.more = 1;
+    EXPECT_EQ(LineOn(damage),
+              "volume-host: damaged: /f: at least 1 entry of the folder is missing\n");
+    damage.more = 2000;
+    EXPECT_EQ(LineOn(damage),
+              "volume-host: damaged: /f: at least 2,000 entries of the folder are missing\n");
 }
 
 TEST_F(TerminalObserverTest, AnEndThatWentWrongKeepsItsStatus)
