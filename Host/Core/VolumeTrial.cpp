@@ -1,5 +1,6 @@
 #include "VolumeTrial.h"
 
+#include "LibraryChannel.h"
 #include "OpenFailureText.h"
 #include "PathText.h"
 #include "SessionEvents.h"
@@ -33,6 +34,7 @@ void VolumeTrial::Run(const HostRequest &request)
     const std::string library = LibraryBeside(request.programs.explorer);
     if (library.empty())
         return NotTried("");
+    _takesTexts = !KnowsChannel(library);
     if (request.programs.trial.empty())
         return NotTried("the volume was not tried: the system does not say where volume-trial is");
     Open(request, library);
@@ -68,7 +70,6 @@ void VolumeTrial::Await(SpawnedProcess &process)
         return;
     }
     _events.TakeLastReports();
-    _takesTexts = process.ExitStatus() == kTrialOverTextsOnly;
     if (!_hasAnswer && process.ExitStatus() == kTrialWrongUse)
         NotTried("the volume was not tried: volume-trial did not get what it is to open");
     else if (!_hasAnswer)

@@ -34,7 +34,8 @@ public:
     // The master key as a text of the kind "vmk"; empty if there is none.
     const ProtectedBytes &KeyDigits() const { return _keyDigits; }
     void WipeKey() { _keyDigits.Wipe(); }
-    // Whether the library gets what it opens from the explorer's arguments alone.
+    // Whether the library gets what it opens from the explorer's arguments alone; known even if the
+    // volume could not be tried.
     bool TakesTexts() const { return _takesTexts; }
 
 private:

@@ -43,7 +43,6 @@ void TrialOpening::Run(const ChannelOpening &texts)
     const ChannelOpened opened = Open(library, texts);
     if (OpeningInterruption::Signal() != 0)
         EndBySignal(OpeningInterruption::Signal());
-    _takesChannel = VisitMasterKeyOf(library) != nullptr;
     _channel.Report(opened);
     if (opened.status == 0)
         ReportKey(library);

@@ -21,8 +21,6 @@ public:
 
     // A signal that interrupts it ends the process.
     void Run(const ChannelOpening &texts);
-    // Whether the library takes its texts from a channel; also if it does not load.
-    bool TakesChannel() const { return _takesChannel; }
 
 private:
     ChannelOpened Open(void *library, const ChannelOpening &texts);
@@ -32,7 +30,6 @@ private:
     ChildChannel &_channel;
     const std::string _path;
     IVolume *_volume = nullptr;
-    bool _takesChannel = true;
 };
 
 }  // namespace vx

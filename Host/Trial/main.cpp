@@ -30,7 +30,7 @@ int Try(const char *library, vx::UniqueFd descriptor)
         return vx::kTrialWrongUse;
     opening.Run(texts.Texts());
     (void)channel.SendKept(kPatience);
-    return opening.TakesChannel() ? vx::kTrialOver : vx::kTrialOverTextsOnly;
+    return vx::kTrialOver;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // A session with a stand-in for the explorer, on FIFOs of its own, and on a thread of its own.
 #include "HostSession.h"
+#include "LibraryChannel.h"
 #include "SessionThread.h"
 
 #include "Eventually.h"
@@ -93,6 +94,39 @@ TEST_F(HostSessionTest, AnOlderLibraryGetsThreeTextsInTheArguments)
     request->kind = "password";
     Run(request.get());
     EXPECT_EQ(Told(), "password\nopen sesame\n" + std::to_string(getpid()) + "\n");
+}
+
+TEST_F(HostSessionTest, AnOlderLibraryGetsThemThoughTheTrialCrashedOrDidNotStart)
+{
+    for (const bool crashes : {true, false}) {
+        const auto request = Request(crashes ? CRASHING_LIBRARY : OLD_LIBRARY, "arguments");
+        if (!crashes)
+            request->programs.trial = "/no/such/program";
+        request->kind = "password";
+        Run(request.get());
+        EXPECT_EQ(Told(), "password\nopen sesame\n" + std::to_string(getpid()) + "\n");
+        unlink(_file.c_str());
+    }
+}
+
+TEST_F(HostSessionTest, ThePresentLibraryGetsThemOverTheChannelThoughTheTrialDidNotStart)
+{
+    const auto request = Request(KEY_LIBRARY, "opening");
+    request->programs.trial = "/no/such/program";
+    request->kind = "password";
+    Run(request.get());
+    EXPECT_EQ(Told(), request->volume + "\npassword\nopen sesame\n");
+}
+
+TEST(LibraryChannelTest, ANameOnTheBorderOfTwoPiecesIsFound)
+{
+    const vx::TemporaryFolder folder;
+    const std::string name = "volume_library_visit_master_key";
+    for (size_t begin = (64 << 10) - name.size() - 1; begin <= (64 << 10) + 1; ++begin)
+        EXPECT_TRUE(vx::KnowsChannel(folder.WriteFile("a", std::string(begin, 'v') + name)));
+    EXPECT_FALSE(vx::KnowsChannel(folder.WriteFile("a", std::string(200000, 'v'))));
+    EXPECT_FALSE(vx::KnowsChannel(folder.WriteFile("a", "")));
+    EXPECT_TRUE(vx::KnowsChannel(folder.At("missing")));
 }
 
 TEST_F(HostSessionTest, TheSecretIsOverwrittenBeforeTheStartIsReported)

@@ -12,8 +12,7 @@ namespace vx {
 constexpr int32_t kNoVolumeLibrary = -1;
 
 enum TrialExit : int {
-    kTrialOver = 0,           // and whether the volume opened is in the report
-    kTrialOverTextsOnly = 1,  // the same; the library knows no channel
+    kTrialOver = 0,  // and whether the volume opened is in the report
     kTrialWrongUse = 2,
 };
 
