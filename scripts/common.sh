@@ -25,6 +25,17 @@ package_packages=(dpkg-dev file)
 mac_packages=(cmake ninja openssl@3 zlib zstd nlohmann-json googletest dosfstools mtools)
 gate_packages=(clang-format clang-tidy libclang-rt-14-dev mmdebstrap)
 
+# The folders with the product's sources in the current folder, each on a line.
+product_folders() {
+    local folder
+    for folder in */; do
+        case $folder in
+        Benchmarks/ | Tests/ | build/ | cmake/ | docs/ | packaging/ | samples/ | scripts/) ;;
+        *) printf '%s\n' "${folder%/}" ;;
+        esac
+    done
+}
+
 say() { printf '%s: %s\n' "$command_name" "$*" >&2; }
 
 fail() {
