@@ -46,7 +46,7 @@ private:
     InputBytes _bytes;
 };
 
-// What both programs ask, e.g. "Secret (password) for disk.img: ".
+// What every program asks, e.g. "Secret (password) for disk.img: ".
 std::string SecretQuestion(const std::string &kind, const std::string &volume);
 
 // Asks on standard input. A signal ends the process as if it were not caught, with the terminal

@@ -3,9 +3,8 @@
 // A SECRET of "-" is asked for; "@FILE" is the first line of a file; "fd:N" is a line of a
 // descriptor that the program has inherited. Any other is the secret itself, which other users of
 // the machine can see in the list of processes until HideIn is called, and in what has recorded
-// that list. For a kind whose secret is a path, such a line is
-// the path. Threads: one at a time. Errors: one line without a line end, which does not repeat the
-// secret.
+// that list. For a kind whose secret is a path, such a line is the path. Threads: one at a time.
+// Errors: one line without a line end, which does not repeat the secret.
 #pragma once
 
 #include <string>

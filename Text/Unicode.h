@@ -1,5 +1,4 @@
-// Characters of UTF-16 text, one after the other, and whether texts are
-// valid.
+// Characters of UTF-16 text, one after the other, and whether texts are valid.
 #pragma once
 
 #include "CodePoints.h"
