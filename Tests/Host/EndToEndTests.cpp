@@ -121,6 +121,18 @@ TEST_F(EndToEndTest, AnExplorerWhoseLibrarySaysNoFarewellMayHaveLostReports)
         << host.Output();
 }
 
+TEST_F(EndToEndTest, WhatIsReportedBetweenTheNoticeAndTheEndIsSaid)
+{
+    ChildProcess host = Host("notice-then-reports");
+    EXPECT_EQ(host.AwaitEnd(), 7);
+    const std::string output = host.Output();
+    size_t reports = 0;
+    for (size_t at = output.find("/late"); at != output.npos; at = output.find("/late", at + 1))
+        ++reports;
+    EXPECT_EQ(reports, 500u);
+    EXPECT_EQ(output.find("got lost"), output.npos);
+}
+
 TEST_F(EndToEndTest, TooFewDescriptorsAreNamedAndEndNothingByASignal)
 {
     for (int most = 4; most <= 20; ++most) {

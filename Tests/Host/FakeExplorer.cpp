@@ -201,6 +201,21 @@ int OpenWithoutFarewell(char *argv[])
     return 0;
 }
 
+// Long after its notice, at once before its end, reports more than a host reads at a time.
+int SendNoticeThenReports(char *argv[])
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    channel->Report(vx::ChannelOpened{0, ""});
+    if (!SendNotice(OpenLink()))
+        return 1;
+    sleep(3);
+    for (int i = 0; i < 500; ++i)
+        channel->Report(DamageOf("/late"));
+    channel->SayFarewell();
+    return 0;
+}
+
 int SendNoticeAndWait()
 {
     if (!SendNotice(OpenLink()))
@@ -277,6 +292,8 @@ int main(int argc, char *argv[])
         return SendNoticeAfter(argv, 0);
     if (mode == "shut-and-notice")
         return SendNoticeAfter(argv, 22);
+    if (mode == "notice-then-reports")
+        return SendNoticeThenReports(argv);
     if (mode == "no-farewell")
         return OpenWithoutFarewell(argv);
     if (mode == "no-farewell-and-notice")
