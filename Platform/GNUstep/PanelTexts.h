@@ -1,5 +1,5 @@
-// The texts of what the panel for files and folders has of the program's own, from a table that every
-// application's bundle has. Main thread only.
+// The texts of what the panel for files and folders has of the program's own, from a table that
+// every application's bundle has. Main thread only.
 #pragma once
 
 #import <Foundation/Foundation.h>

@@ -4,6 +4,7 @@
 #include "SessionThread.h"
 
 #include "Eventually.h"
+#include "FewDescriptors.h"
 #include "PipeFolder.h"
 #include "RecordingObserver.h"
 #include "TemporaryFolder.h"
@@ -15,8 +16,8 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <sstream>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -247,12 +248,9 @@ TEST_F(SessionThreadTest, TheEndOfTheExplorerIsSeenWithoutAHandlerOfItsSignal)
 TEST_F(SessionThreadTest, WithoutDescriptorsForItsEventsASessionEndsAtOnce)
 {
     auto request = Request("", "wait");
-    rlimit former = {};
-    getrlimit(RLIMIT_NOFILE, &former);
-    const rlimit none = {0, former.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
+    std::optional<vx::FewDescriptors> none(0);
     const auto thread = Start(std::move(request));
-    setrlimit(RLIMIT_NOFILE, &former);
+    none.reset();
     ASSERT_TRUE(End());
     EXPECT_EQ(End()->kind, SessionEndKind::kNotStarted);
     EXPECT_THAT(End()->text, HasSubstr("Too many open files"));

@@ -1,12 +1,11 @@
-#include "Confirmation.h"
 #include "EventPipe.h"
-#include "SecretReader.h"
 #include "SignalWatch.h"
+
+#include "FewDescriptors.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <sys/resource.h>
 #include <thread>
 
 namespace {
@@ -58,42 +57,12 @@ TEST(EventPipeTest, PostingNeverBlocks)
     EXPECT_EQ(events.Await(Soon()), SIGCHLD);
 }
 
-// As long as it lives no descriptor can be opened.
-class NoDescriptors {
-public:
-    NoDescriptors()
-    {
-        getrlimit(RLIMIT_NOFILE, &_former);
-        const rlimit none = {0, _former.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &_former); }
-    NoDescriptors(const NoDescriptors &) = delete;
-    NoDescriptors &operator=(const NoDescriptors &) = delete;
-
-private:
-    rlimit _former = {};
-};
-
 TEST(EventPipeTest, WithoutDescriptorsThereIsAnErrorInOneLine)
 {
     EXPECT_EQ(vx::EventPipe().Error(), "");
-    const NoDescriptors none;
+    const vx::FewDescriptors none;
     EXPECT_EQ(vx::EventPipe().Error(),
               "no pipe can be made to wait for signals: Too many open files");
-}
-
-TEST(EventPipeTest, WithoutDescriptorsNothingIsAskedAndTheReasonIsGiven)
-{
-    const NoDescriptors none;
-    vx::TypedSecret secret;
-    std::string error;
-    EXPECT_FALSE(vx::ReadSecret({}, "disk.img", &secret, &error));
-    EXPECT_EQ(error, vx::EventPipe().Error());
-    EXPECT_EQ(vx::AskOnStandardInput("", &secret), vx::SecretPrompt::Answer::kNotAsked);
-    int signal = -1;
-    EXPECT_EQ(vx::Confirm("?", &signal), vx::Confirmation::kNo);
-    EXPECT_EQ(signal, 0);
 }
 
 TEST(SignalWatchTest, TheSignalsThatEndAProgramBecomeEvents)

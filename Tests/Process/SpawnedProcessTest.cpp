@@ -2,13 +2,14 @@
 
 #include "EventPipe.h"
 #include "Eventually.h"
+#include "FewDescriptors.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
-#include <sys/resource.h>
+#include <optional>
 #include <unistd.h>
 
 namespace {
@@ -105,12 +106,9 @@ TEST_F(SpawnedProcessTest, AChildThatIsStartedMeanwhileDoesNotGetAnInheritance)
 TEST_F(SpawnedProcessTest, WithoutANumberForAnInheritanceNothingIsStarted)
 {
     const vx::UniqueFd own(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    struct rlimit former = {};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
-    const struct rlimit none = {static_cast<rlim_t>(STDERR_FILENO + 1), former.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    std::optional<vx::FewDescriptors> few(STDERR_FILENO + 1);
     const vx::Inheritance inheritance(own.Get());
-    setrlimit(RLIMIT_NOFILE, &former);
+    few.reset();
     ASSERT_EQ(inheritance.Number(), -1);
     EXPECT_EQ(_process.Start("/bin/sh", {"-c", "exit 0"}, &inheritance), EMFILE);
     EXPECT_TRUE(_process.HasEnded());
