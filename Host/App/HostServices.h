@@ -73,6 +73,8 @@ class RightAsking {
 public:
     virtual ~RightAsking() = default;
 
+    // Whether there is a question at all on this system.
+    virtual bool CanAsk() = 0;
     // What a user types into a terminal instead; empty if there is no such command.
     virtual std::string Command(const std::string &device) = 0;
     // Any thread; takes as long as the user.

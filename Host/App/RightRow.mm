@@ -62,7 +62,7 @@ struct RightRowState {
     AssertMainThread();
     _state->device = device;
     [_commandField setStringValue:vx::TextOf(_state->rights->Command(device))];
-    [_askRow setHidden:NO];
+    [_askRow setHidden:!_state->rights->CanAsk()];
     [_askButton setEnabled:YES];
     [_commandRow setHidden:[[_commandField stringValue] length] == 0];
 }

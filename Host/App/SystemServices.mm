@@ -34,6 +34,7 @@ private:
 
 class DesktopRights : public RightAsking {
 public:
+    bool CanAsk() override { return CanAskForReadingRight(); }
     std::string Command(const std::string &device) override
     {
         return ReadingRightCommandFor(device);

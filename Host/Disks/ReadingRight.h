@@ -15,6 +15,9 @@ bool MayRead(const std::string &path);
 // the device is unplugged.
 std::string ReadingRightCommandFor(const std::string &device);
 
+// Whether this system has a way to ask, be it installed or not. Without it the command is the way.
+bool CanAskForReadingRight();
+
 struct RightRequest {
     enum class Answer {
         kGranted,

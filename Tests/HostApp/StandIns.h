@@ -67,9 +67,11 @@ public:
 
 class StandInRights : public vx::RightAsking {
 public:
+    bool CanAsk() override { return canAsk; }
     std::string Command(const std::string &device) override;
     vx::RightAnswer Ask(const std::string &device, const std::atomic<bool> &cancel) override;
 
+    bool canAsk = true;
     std::function<vx::RightAnswer()> answer;  // on a thread of its own
 };
 

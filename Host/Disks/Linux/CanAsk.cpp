@@ -1,0 +1,10 @@
+#include "ReadingRight.h"
+
+namespace vx {
+
+bool CanAskForReadingRight()
+{
+    return true;
+}
+
+}  // namespace vx
