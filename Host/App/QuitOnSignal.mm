@@ -9,6 +9,17 @@
 #include <cstdlib>
 
 namespace vx {
+namespace {
+
+// By the loop: the application awaits the end of a session within this call, and the main queue
+// would hand over nothing until it returns.
+void TerminateSoon()
+{
+    NSArray *modes = @[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode ];
+    [NSApp performSelector:@selector(terminate:) withObject:nil afterDelay:0 inModes:modes];
+}
+
+}  // namespace
 
 QuitOnSignal::QuitOnSignal() : _error(_events.Error())
 {
@@ -31,7 +42,7 @@ void QuitOnSignal::PassOn()
         if (isEnding)
             _Exit(EXIT_FAILURE);
         isEnding = true;
-        CallOnMain([] { [NSApp terminate:nil]; });
+        CallOnMain(TerminateSoon);
     }
 }
 
