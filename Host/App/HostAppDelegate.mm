@@ -22,7 +22,7 @@ namespace {
 
 vx::HostServices (*servicesMaker)() = nullptr;
 
-// Of the command line; empty: none.
+// Of the command line, or opened before there is a window; empty: none.
 std::string givenImage;
 
 std::string AbsolutePath(const std::string &path)
@@ -151,7 +151,11 @@ NSString *EndText(const vx::SessionEnd &end)
 - (BOOL)application:(NSApplication *)application openFile:(NSString *)path
 {
     AssertMainThread();
-    [self openPath:path];
+    // Some systems send it before the application has launched.
+    if (_state->session == nullptr)
+        givenImage = vx::BytesOf(path);
+    else
+        [self openPath:path];
     return YES;
 }
 

@@ -309,6 +309,43 @@ TEST_F(HostWindowTest, WithoutAThreadForItEachPartOfTheWindowSaysSo)
     EXPECT_EQ([List() numberOfRows], 2);
 }
 
+TEST_F(HostWindowTest, WhereThereIsNoQuestionOnlyTheCommandIsOffered)
+{
+    vx::DiskFacts forbidden;
+    forbidden.status = static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    rights->canAsk = false;
+    Choose("/dev/sdb1", forbidden);
+    EXPECT_TRUE([[[Pane() rightRow] askRow] isHidden]);
+    EXPECT_FALSE([[[Pane() rightRow] commandRow] isHidden]);
+}
+
+vx::HostServices StandInServices()
+{
+    return {std::make_unique<vxtest::StandInDisks>(), std::make_unique<vxtest::StandInFacts>(),
+            std::make_unique<vxtest::StandInSessions>(), std::make_unique<vxtest::StandInRights>()};
+}
+
+class LaunchingHostTest : public HostWindowTest {
+protected:
+    LaunchingHostTest() : HostWindowTest(Services::kNone)
+    {
+        [HostAppDelegate setServicesMaker:StandInServices];
+    }
+    ~LaunchingHostTest() override
+    {
+        [HostAppDelegate setServicesMaker:nullptr];
+        [HostAppDelegate setImage:""];
+    }
+};
+
+TEST_F(LaunchingHostTest, AFileThatIsOpenedBeforeTheApplicationHasLaunchedIsChosenThen)
+{
+    [delegate application:NSApp openFile:@"/images/stick.img"];
+    [delegate applicationDidFinishLaunching:nil];
+    EXPECT_EQ(vx::BytesOf([[delegate sourceList] chosenPath]), "/images/stick.img");
+    EXPECT_TRUE(RunUntil([this] { return Text([Pane() titleLabel]) == "stick.img"; }));
+}
+
 TEST_F(HostWindowTest, WhatDoesNotOpenIsExplained)
 {
     vx::DiskFacts damaged;
