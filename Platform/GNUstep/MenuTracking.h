@@ -1,6 +1,7 @@
 // How menus answer while one is open: a click on another title of a window's bar opens that title's
-// menu, Escape closes what is open, and no other key goes to the window below. The library closes
-// on every click and leaves the keys for later. Threads: main thread only.
+// menu; Escape closes what is open, in a menu that was put up by itself the arrow keys go from
+// command to command and Return carries one out, and no key goes to the window below. The library
+// closes on every click and leaves the keys for later. Threads: main thread only.
 #pragma once
 
 #import <AppKit/AppKit.h>

@@ -14,7 +14,7 @@ using Clock = std::chrono::steady_clock;
 // close the menu.
 constexpr std::chrono::milliseconds kJustOpened(400);
 
-constexpr unichar kEscape = 0x1b;
+constexpr unichar kEscape = 0x1b, kReturn = '\r', kEnter = 0x03;
 
 using Track = BOOL (*)(id, SEL, NSEvent *);
 using Attach = void (*)(id, SEL, NSInteger);
@@ -24,6 +24,10 @@ Attach libraryAttach = nullptr;
 NSMenuView *g_bar = nil;   // in which a menu is open; nil: none
 NSMenuView *g_menu = nil;  // one that was put up by itself
 Clock::time_point g_opened;
+// Where the pointer was when a key chose a command. Until it moves, the command under it is not
+// highlighted again.
+NSPoint g_pointer;
+bool g_isChosenByKey = false;
 
 // A menu's command may show a modal window, which gets its events itself.
 bool isTracking()
@@ -34,6 +38,7 @@ bool isTracking()
 BOOL track(id view, SEL selector, NSEvent *event)
 {
     NSMenuView *const outerBar = g_bar, *const outerMenu = g_menu;
+    g_isChosenByKey = false;
     if ([view isHorizontal])
         g_bar = view;
     else if (g_bar == nil)
@@ -66,10 +71,29 @@ bool opensItsMenu()
     return title != [g_bar highlightedItemIndex] || Clock::now() - g_opened < kJustOpened;
 }
 
-// The library closes a menu by itself when a button is released over none of its commands.
-NSEvent *closingTheMenu(NSEvent *key)
+// From the highlighted command upwards or downwards, past the end from the other one.
+void highlightNext(NSInteger step)
 {
-    [g_menu setHighlightedItemIndex:-1];
+    NSMenu *const menu = [g_menu menu];
+    const NSInteger count = [menu numberOfItems];
+    NSInteger item = [g_menu highlightedItemIndex];
+    if (item < 0 && step < 0)
+        item = 0;
+    for (NSInteger tries = 0; tries < count; ++tries) {
+        item = (item + step + count) % count;
+        NSMenuItem *const candidate = [menu itemAtIndex:item];
+        if ([candidate isSeparatorItem] || ![candidate isEnabled])
+            continue;
+        [g_menu setHighlightedItemIndex:item];
+        g_pointer = [NSEvent mouseLocation];
+        g_isChosenByKey = true;
+        return;
+    }
+}
+
+// The library carries out what is highlighted when a button is released.
+NSEvent *releasing(NSEvent *key)
+{
     return [NSEvent mouseEventWithType:NSLeftMouseUp
                               location:[key locationInWindow]
                          modifierFlags:[key modifierFlags]
@@ -84,8 +108,10 @@ NSEvent *closingTheMenu(NSEvent *key)
 // When a modifier key changes, the library closes the bar's open menu.
 NSEvent *closing(NSEvent *key)
 {
-    if (g_bar == nil)
-        return closingTheMenu(key);
+    if (g_bar == nil) {
+        [g_menu setHighlightedItemIndex:-1];
+        return releasing(key);
+    }
     return [NSEvent keyEventWithType:NSFlagsChanged
                             location:[key locationInWindow]
                        modifierFlags:[key modifierFlags]
@@ -96,6 +122,21 @@ NSEvent *closing(NSEvent *key)
          charactersIgnoringModifiers:@""
                            isARepeat:NO
                              keyCode:0];
+}
+
+NSEvent *eventForKey(NSEvent *event)
+{
+    NSString *characters = [event characters];
+    const unichar key = [characters length] == 1 ? [characters characterAtIndex:0] : 0;
+    if (key == kEscape)
+        return closing(event);
+    if (g_bar != nil)
+        return nil;
+    if (key == NSUpArrowFunctionKey || key == NSDownArrowFunctionKey)
+        highlightNext(key == NSUpArrowFunctionKey ? -1 : 1);
+    else if ((key == kReturn || key == kEnter) && [g_menu highlightedItemIndex] >= 0)
+        return releasing(event);
+    return nil;
 }
 
 }  // namespace
@@ -126,11 +167,13 @@ NSEvent *eventForTracking(NSEvent *event)
     switch ([event type]) {
     case NSLeftMouseUp:
         return g_bar != nil && opensItsMenu() ? nil : event;
-    case NSKeyDown: {
-        NSString *characters = [event characters];
-        const bool escape = [characters length] == 1 && [characters characterAtIndex:0] == kEscape;
-        return escape ? closing(event) : nil;
-    }
+    case NSKeyDown:
+        return eventForKey(event);
+    case NSPeriodic:
+        if (g_isChosenByKey && NSEqualPoints(g_pointer, [NSEvent mouseLocation]))
+            return nil;
+        g_isChosenByKey = false;
+        return event;
     case NSKeyUp:
         return nil;
     default:

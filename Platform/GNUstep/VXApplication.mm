@@ -5,6 +5,7 @@
 #include "FileDrops.h"
 #include "FolderOpening.h"
 #include "ImageResources.h"
+#include "MenuKey.h"
 #include "MenuTracking.h"
 #include "PacedDisplay.h"
 #include "RegisteredDefaults.h"
@@ -128,6 +129,8 @@ NSString *information(NSString *key)
     // The library keeps the tool tip on view, even over a panel that the key opens.
     if ([event type] == NSKeyDown)
         [[NSWindow _toolTipVisible] _endDisplay];
+    if (vx::showMenuForKey(event))
+        return;
     [super sendEvent:withTheTablesModifiers(event)];
 }
 

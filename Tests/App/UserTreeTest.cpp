@@ -49,6 +49,41 @@ protected:
     }
 };
 
+TEST_F(UserTreeTest, TheKeyForMenusShowsTheMenuOfTheSelectedRow)
+{
+    _volume.WriteFile("alpha.txt", "a");
+    _volume.WriteFile("gamma.txt", "g");
+    ChildProcess host(VOLUME_HOST, {_volume.Path()});
+    const std::string main = DrawnWindow();
+    Focus(main);
+    Run("xdotool mousemove --window " + main + " 600 500");
+    Key("Menu");
+    EXPECT_FALSE(Eventually([] { return WindowCount() != 1; }, std::chrono::seconds(1)));
+    const char *const tries[][2] = {{"Menu", "gamma.txt"}, {"shift+F10", "alpha.txt"}};
+    for (const auto &[key, name] : tries) {
+        Type(name);
+        Key(key);
+        EXPECT_TRUE(Eventually([] { return WindowCount() == 2; })) << key;
+        // Far from the pointer.
+        const std::string menu =
+            Run("xdotool search --onlyvisible --classname FileExplorer | grep -vx " + main);
+        EXPECT_LT(Geometry(menu.substr(0, menu.find('\n')), "X="), Geometry(main, "X=") + 100);
+        Key("Escape");
+        EXPECT_TRUE(Eventually([] { return WindowCount() == 1; })) << key;
+        Key(key);
+        EXPECT_TRUE(Eventually([] { return WindowCount() == 2; })) << key;
+        // From Export… to Copy Name: what is off between them is passed over.
+        Key("Down");
+        Key("Down");
+        Key("Return");
+        EXPECT_TRUE(Eventually([&, text = name] { return Clipboard() == text; })) << Clipboard();
+        EXPECT_TRUE(Eventually([] { return WindowCount() == 1; }));
+        // A new name begins.
+        sleep(2);
+    }
+    CloseAndExpectNotice(main, host);
+}
+
 TEST_F(UserTreeTest, TypedLettersSelectTheRowThatBeginsWithThem)
 {
     for (const char *name : {"alpha.txt", "beta.txt", "Brown.txt", "bravo.txt"})
