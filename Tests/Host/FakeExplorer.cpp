@@ -201,16 +201,18 @@ int OpenWithoutFarewell(char *argv[])
     return 0;
 }
 
-// Long after its notice, at once before its end, reports more than a host reads at a time.
-int SendNoticeThenReports(char *argv[])
+// After its notice it waits until it may go on, reports much and ends.
+int SendNoticeThenReports(const std::string &file, char *argv[])
 {
     ChildChannel::Opening opening;
     ChildChannel *channel = TakeChannel(argv, &opening);
     channel->Report(vx::ChannelOpened{0, ""});
     if (!SendNotice(OpenLink()))
         return 1;
-    sleep(3);
-    for (int i = 0; i < 500; ++i)
+    Tell(file, std::to_string(getpid()));
+    if (!Eventually([&] { return access((file + ".go").c_str(), F_OK) == 0; }))
+        return 1;
+    for (int i = 0; i < 100; ++i)
         channel->Report(DamageOf("/late"));
     channel->SayFarewell();
     return 0;
@@ -293,7 +295,7 @@ int main(int argc, char *argv[])
     if (mode == "shut-and-notice")
         return SendNoticeAfter(argv, 22);
     if (mode == "notice-then-reports")
-        return SendNoticeThenReports(argv);
+        return SendNoticeThenReports(file, argv);
     if (mode == "no-farewell")
         return OpenWithoutFarewell(argv);
     if (mode == "no-farewell-and-notice")
