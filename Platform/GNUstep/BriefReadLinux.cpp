@@ -48,6 +48,7 @@ bool isReadableBefore(int file, Clock::time_point deadline)
 pid_t start(const std::vector<std::string> &command, int output)
 {
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string &argument : command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
