@@ -1,5 +1,5 @@
-// The key for menus, and Shift+F10, show the menu of a table's selected row at that row; the library
-// shows one only for the mouse. Threads: main thread only.
+// The key for menus, and Shift+F10, show the menu of a table's selected row at that row; the
+// library shows one only for the mouse. Threads: main thread only.
 #pragma once
 
 #import <AppKit/AppKit.h>

@@ -9,8 +9,7 @@ namespace {
 
 bool isKeyForMenus(NSEvent *event)
 {
-    NSString *characters =
-        [event type] == NSKeyDown ? [event charactersIgnoringModifiers] : nil;
+    NSString *characters = [event type] == NSKeyDown ? [event charactersIgnoringModifiers] : nil;
     if ([characters length] != 1)
         return false;
     const unichar key = [characters characterAtIndex:0];
@@ -57,8 +56,8 @@ bool showMenuForKey(NSEvent *event)
     [table scrollRowToVisible:[table selectedRow]];
     const NSRect row = [table convertRect:[table frameOfCellAtColumn:0 row:[table selectedRow]]
                                    toView:nil];
-    NSEvent *press = mouseEvent(NSRightMouseDown, window,
-                                NSMakePoint(NSMidX(row), NSMidY(row)), event);
+    NSEvent *press =
+        mouseEvent(NSRightMouseDown, window, NSMakePoint(NSMidX(row), NSMidY(row)), event);
     NSMenu *menu = [table menuForEvent:press];
     if (menu == nil)
         return false;

@@ -5,6 +5,7 @@
 #include "FileDrops.h"
 #include "FolderOpening.h"
 #include "ImageResources.h"
+#include "LostRelease.h"
 #include "MenuKey.h"
 #include "MenuTracking.h"
 #include "PacedDisplay.h"
@@ -134,12 +135,51 @@ NSString *information(NSString *key)
     [super sendEvent:withTheTablesModifiers(event)];
 }
 
+- (NSEvent *)releaseThatWasLost
+{
+    NSEvent *press = [self currentEvent];
+    return [NSEvent mouseEventWithType:NSLeftMouseUp
+                              location:[[press window] mouseLocationOutsideOfEventStream]
+                         modifierFlags:[press modifierFlags]
+                             timestamp:[press timestamp]
+                          windowNumber:[press windowNumber]
+                               context:[press context]
+                           eventNumber:0
+                            clickCount:1
+                              pressure:0];
+}
+
+// The library keeps its place in the queue while it waits: each turn looks at the whole queue
+// again. A button that two turns in a row find released has been released.
+- (NSEvent *)releaseOrOtherEvent:(NSUInteger)mask before:(NSDate *)expiration
+{
+    constexpr NSTimeInterval kTurn = 0.25;
+    for (bool wasReleased = false;;) {
+        NSDate *turn = [NSDate dateWithTimeIntervalSinceNow:kTurn];
+        NSEvent *event = [super nextEventMatchingMask:mask
+                                            untilDate:[turn earlierDate:expiration]
+                                               inMode:NSEventTrackingRunLoopMode
+                                              dequeue:YES];
+        if (event != nil || [expiration timeIntervalSinceNow] <= 0)
+            return event;
+        const bool isReleased = !vx::isAnyButtonPressed();
+        if (isReleased && wasReleased)
+            return [self releaseThatWasLost];
+        wasReleased = isReleased;
+    }
+}
+
 - (NSEvent *)nextEventMatchingMask:(NSUInteger)mask
                          untilDate:(NSDate *)expiration
                             inMode:(NSString *)mode
                            dequeue:(BOOL)dequeue
 {
     AssertMainThread();
+    const bool waitsForRelease = dequeue && (mask & NSLeftMouseUpMask) != 0 &&
+                                 [mode isEqualToString:NSEventTrackingRunLoopMode];
+    // A menu stays open without a button.
+    if (waitsForRelease && vx::maskWhileTracking(mask) == mask)
+        return [self releaseOrOtherEvent:mask before:expiration];
     for (;;) {
         NSEvent *event = [super nextEventMatchingMask:vx::maskWhileTracking(mask)
                                             untilDate:expiration

@@ -226,6 +226,16 @@ TEST_F(Application, AStopOutsideASessionDoesNotEndTheNextOne)
     EXPECT_EQ(RunStoppedBy(stopper), 8);
 }
 
+TEST_F(Application, AButtonWhoseReleaseWasLostIsReleased)
+{
+    NSEvent *event = [NSApp nextEventMatchingMask:NSLeftMouseUpMask | NSLeftMouseDraggedMask
+                                        untilDate:[NSDate dateWithTimeIntervalSinceNow:20]
+                                           inMode:NSEventTrackingRunLoopMode
+                                          dequeue:YES];
+    ASSERT_NE(event, nil);
+    EXPECT_EQ([event type], NSLeftMouseUp);
+}
+
 TEST_F(Application, BareArgumentsAreNotOpenedAsDocuments)
 {
     char *arguments[] = {const_cast<char *>("program"), const_cast<char *>("/no/such/volume"),
