@@ -62,6 +62,8 @@ public:
 
     bool adopt(uint32_t window)
     {
+        if (_window == 0)
+            return false;
         const auto request =
             xcb_change_property_checked(_server, XCB_PROP_MODE_REPLACE, window, _atoms[kProxy],
                                         XCB_ATOM_WINDOW, 32, 1, &_window);

@@ -142,7 +142,8 @@ id storedPath(const std::string &path)
 
 uint32_t numberAtServer(NSWindow *window)
 {
-    void *device = [GSServerForWindow(window) windowDevice:[window windowNumber]];
+    const int number = static_cast<int>([window windowNumber]);
+    void *device = [GSServerForWindow(window) windowDevice:number];
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(device));
 }
 
