@@ -25,7 +25,8 @@ bool isAnyButtonPressed()
     unsigned long root = 0, child = 0;
     int x = 0, y = 0, inX = 0, inY = 0;
     unsigned pressed = 0;
-    if (queryPointer(display, rootWindow(display), &root, &child, &x, &y, &inX, &inY, &pressed) == 0)
+    if (queryPointer(display, rootWindow(display), &root, &child, &x, &y, &inX, &inY, &pressed) ==
+        0)
         return true;
     return (pressed & kButtons) != 0;
 }
