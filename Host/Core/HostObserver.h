@@ -54,8 +54,8 @@ public:
     virtual void OnStarted() = 0;
     // The message for the explorer could not be sent.
     virtual void OnNotSent() {}
-    // How the explorer's own opening of the volume ended, if the volume was not tried or the trial
-    // ended differently.
+    // How the explorer's own opening of the volume ended, if the volume was not tried, the trial
+    // ended differently or had other warnings; with the warnings that the trial did not have.
     virtual void OnOpened(const TrialResult &result) { (void)result; }
     // What the volume did not give while the explorer ran.
     virtual void OnDamage(const ChannelDamage &damage) = 0;

@@ -6,6 +6,7 @@
 #include "VolumeTrial.h"
 #include "_MSG_DATA_PACKAGE.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fcntl.h>
 #include <signal.h>
@@ -44,6 +45,14 @@ std::string MessageOf(uint32_t code)
     std::string message(kPipeMessageSize, '\0');
     memcpy(message.data(), &record, sizeof(record));
     return message;
+}
+
+void RemoveKnown(const std::vector<std::string> &known, std::vector<std::string> *warnings)
+{
+    const auto isKnown = [&](const std::string &warning) {
+        return std::find(known.begin(), known.end(), warning) != known.end();
+    };
+    warnings->erase(std::remove_if(warnings->begin(), warnings->end(), isKnown), warnings->end());
 }
 
 }  // namespace
@@ -155,8 +164,9 @@ void HostSession::Take(const ChannelReport &report, const TrialResult &tried,
     } else if (const auto *loss = std::get_if<ChannelLoss>(&report)) {
         _observer.OnReportsLost(loss->count);
     } else if (const auto *opened = std::get_if<ChannelOpened>(&report)) {
-        const TrialResult result = ResultOf(*opened, volume);
-        if (!tried.wasTried || result.opened != tried.opened)
+        TrialResult result = ResultOf(*opened, volume);
+        RemoveKnown(tried.warnings, &result.warnings);
+        if (!tried.wasTried || result.opened != tried.opened || !result.warnings.empty())
             _observer.OnOpened(result);
     }
 }

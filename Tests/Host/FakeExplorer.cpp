@@ -86,6 +86,16 @@ void ReportFolder(ChildChannel *channel)
     channel->Report(folder);
 }
 
+// Opens the volume, and notices more than the trial did.
+int ReportMoreWarnings(char *argv[])
+{
+    ChildChannel::Opening opening;
+    ChildChannel *channel = TakeChannel(argv, &opening);
+    channel->Report(vx::ChannelOpened{0, "noticed\nnoticed later\n"});
+    channel->SayFarewell();
+    return 0;
+}
+
 int ReportOpened(char *argv[])
 {
     ChildChannel::Opening opening;
@@ -197,7 +207,7 @@ int SendNoticeAfter(char *argv[], int32_t status)
 int OpenWithoutFarewell(char *argv[])
 {
     ChildChannel::Opening opening;
-    TakeChannel(argv, &opening)->Report(vx::ChannelOpened{0, "noticed\n"});
+    TakeChannel(argv, &opening)->Report(vx::ChannelOpened{0, ""});
     return 0;
 }
 
@@ -290,6 +300,8 @@ int main(int argc, char *argv[])
         return TellOpening(file, argv) == 0 ? TellPidAndWait(file + ".pid") : 1;
     if (mode == "opened")
         return ReportOpened(argv);
+    if (mode == "opened-with-more")
+        return ReportMoreWarnings(argv);
     if (mode == "damage-and-notice")
         return SendNoticeAfter(argv, 0);
     if (mode == "shut-and-notice")

@@ -164,9 +164,19 @@ TEST_F(HostSessionTest, WhatTheExplorerItselfCouldNotOpenIsReported)
 TEST_F(HostSessionTest, AnOpeningThatEndsAsTheTrialDidIsNotReportedAgain)
 {
     const auto request = Request(KEY_LIBRARY, "opened");
+    request->kind = "noticing";
     Run(request.get());
     EXPECT_THAT(_observer.lines,
                 ElementsAre("progress 3 of 7", "opened", "started", "damage /folder"));
+}
+
+TEST_F(HostSessionTest, WarningsThatOnlyTheExplorersOpeningHasAreReported)
+{
+    const auto request = Request(KEY_LIBRARY, "opened-with-more");
+    request->kind = "noticing";
+    Run(request.get());
+    EXPECT_THAT(_observer.lines, ElementsAre("progress 3 of 7", "opened", "started",
+                                             "explorer opened", "warning noticed later"));
 }
 
 TEST_F(HostSessionTest, AnEndWithoutTheLibrarysFarewellMayHaveLostReports)

@@ -12,7 +12,15 @@ namespace {
 
 VolumeOpeningOptions g_options;
 char g_volume;
-bool g_isTalkative = false;  // with the kind "talkative"
+std::string g_noticed;
+
+// More than the smallest buffer of a socket holds, or one line.
+std::string NoticedWith(const std::string &kind)
+{
+    if (kind == "talkative")
+        return std::string(50000, 'x');
+    return kind == "noticing" ? "noticed\n" : "";
+}
 
 }  // namespace
 
@@ -27,18 +35,16 @@ VX_EXPORTED int32_t open_bitlocker_device(const char *, const char *kind, const 
 {
     if (g_options.progress != nullptr)
         g_options.progress(g_options.progressContext, VolumeOpeningStep::kTryingSecrets, 3, 7, 0);
-    g_isTalkative = strcmp(kind, "talkative") == 0;
+    g_noticed = NoticedWith(kind);
     if (strcmp(kind, "none") == 0)
         g_options.keepsMasterKey = 0;
     *volume = reinterpret_cast<IVolume *>(&g_volume);
     return 0;
 }
 
-// More than the smallest buffer of a socket holds.
 VX_EXPORTED const char *volume_library_last_error()
 {
-    static const std::string noticed(50000, 'x');
-    return g_isTalkative ? noticed.c_str() : "";
+    return g_noticed.c_str();
 }
 
 #ifdef VX_HAS_MASTER_KEY

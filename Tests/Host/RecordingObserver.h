@@ -28,6 +28,8 @@ public:
     void OnOpened(const vx::TrialResult &result) override
     {
         Add(result.opened ? "explorer opened" : "explorer did not open: " + result.reason);
+        for (const std::string &warning : result.warnings)
+            Add("warning " + warning);
     }
     void OnDamage(const vx::ChannelDamage &damage) override { Add("damage " + damage.path); }
     void OnReportsLost(uint64_t count) override { Add("lost " + std::to_string(count)); }
