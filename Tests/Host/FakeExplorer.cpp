@@ -225,7 +225,7 @@ int SendNoticeThenReports(const std::string &file, char *argv[])
     for (int i = 0; i < 100; ++i)
         channel->Report(DamageOf("/late"));
     channel->SayFarewell();
-    return 0;
+    return channel->SendKept(std::chrono::seconds(10)) ? 0 : 1;
 }
 
 int SendNoticeAndWait()
