@@ -1,11 +1,14 @@
 #include "EventPipe.h"
 
+#include "PipeEnds.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
 #include <poll.h>
+#include <utility>
 
 namespace {
 
@@ -30,17 +33,15 @@ namespace vx {
 
 EventPipe::EventPipe()
 {
-    int ends[2];
-    if (pipe(ends) == -1) {
+    PipeEnds ends;
+    if (!MakePipe(&ends)) {
         _error = std::string("no pipe can be made to wait for signals: ") + strerror(errno);
         return;
     }
-    _out = UniqueFd(ends[0]);
-    _in = UniqueFd(ends[1]);
-    for (int end : ends) {
-        fcntl(end, F_SETFD, FD_CLOEXEC);
+    for (const int end : {ends.out.Get(), ends.in.Get()})
         fcntl(end, F_SETFL, fcntl(end, F_GETFL) | O_NONBLOCK);
-    }
+    _out = std::move(ends.out);
+    _in = std::move(ends.in);
 }
 
 void EventPipe::Post(int event)

@@ -2,6 +2,7 @@
 
 #include "ArgumentVector.h"
 #include "ChildSpawn.h"
+#include "PipeEnds.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -11,36 +12,30 @@ namespace vx {
 namespace {
 
 // Above the standard descriptors, of which some may be closed in this process.
-UniqueFd Raised(int descriptor)
+UniqueFd Raised(const UniqueFd &descriptor)
 {
-    const UniqueFd taken(descriptor);
-    return UniqueFd(fcntl(taken.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    return UniqueFd(fcntl(descriptor.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-struct Pipe {
-    UniqueFd out;
-    UniqueFd in;
-
-    int Open()
-    {
-        int ends[2];
-        if (pipe(ends) != 0)
-            return errno;
-        out = Raised(ends[0]);
-        in = Raised(ends[1]);
-        return out && in ? 0 : EMFILE;
-    }
-};
+// Returns 0, or an errno.
+int MakeRaised(PipeEnds *raised)
+{
+    PipeEnds ends;
+    if (!MakePipe(&ends))
+        return errno;
+    *raised = {Raised(ends.out), Raised(ends.in)};
+    return raised->out && raised->in ? 0 : EMFILE;
+}
 
 }  // namespace
 
 PipedChild StartPipedChild(const std::string &program, const std::vector<std::string> &arguments)
 {
     PipedChild child;
-    Pipe output, errors;
-    child.error = output.Open();
+    PipeEnds output, errors;
+    child.error = MakeRaised(&output);
     if (child.error == 0)
-        child.error = errors.Open();
+        child.error = MakeRaised(&errors);
     if (child.error != 0)
         return child;
     ChildSpawn spawn(ChildSpawn::IgnoredSignals::kHaveDefaults);
