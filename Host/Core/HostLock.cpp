@@ -1,9 +1,10 @@
 #include "HostLock.h"
 
+#include "UserName.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -12,8 +13,8 @@ namespace {
 
 std::string NameOf(uid_t user)
 {
-    const struct passwd *entry = getpwuid(user);
-    return entry == nullptr ? "number " + std::to_string(user) : entry->pw_name;
+    const std::string name = UserName(user);
+    return name.empty() ? "number " + std::to_string(user) : name;
 }
 
 // Why a file is no lock of this user, in one line; empty if it is one.

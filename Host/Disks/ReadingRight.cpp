@@ -5,13 +5,13 @@
 #include "LineText.h"
 #include "ReadingRightCommand.h"
 #include "ShellWord.h"
+#include "UserName.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -25,17 +25,6 @@ constexpr size_t kLongestOutput = 64 * 1024;
 // Exit statuses of pkexec(1).
 constexpr int kDismissedByUser = 126;
 constexpr int kNotAuthorized = 127;
-
-// The user's name; the number where there is no name.
-std::string UserName()
-{
-    char buffer[16 * 1024];
-    struct passwd entry;
-    struct passwd *found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer, sizeof(buffer), &found) == 0 && found != nullptr)
-        return found->pw_name;
-    return std::to_string(getuid());
-}
 
 std::string WithoutLinks(const std::string &path)
 {
@@ -105,7 +94,9 @@ bool MayRead(const std::string &path)
 
 std::string ReadingRightCommandFor(const std::string &device)
 {
-    return ReadingRightCommand(ShellWord(UserName()), ShellWord(device));
+    const std::string name = UserName(getuid());
+    const std::string user = name.empty() ? std::to_string(getuid()) : name;
+    return ReadingRightCommand(ShellWord(user), ShellWord(device));
 }
 
 RightRequest AskForReadingRight(const std::string &device, const std::atomic<bool> &cancel)
