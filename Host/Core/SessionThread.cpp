@@ -18,6 +18,7 @@ SessionThread::SessionThread(std::unique_ptr<HostRequest> request, HostObserver 
     try {
         _thread = std::thread([this, &observer, paths] { Run(observer, paths); });
     } catch (const std::system_error &error) {
+        _request->secret.Wipe();
         _ended({SessionEndKind::kNotStarted, 0, std::string("no thread is left: ") + error.what()});
     }
 }
