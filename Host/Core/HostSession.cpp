@@ -19,8 +19,7 @@ using std::chrono::seconds;
 
 constexpr char kConnectorName[] = "VolumeHost";
 constexpr char kUnknownPlace[] =
-    "the system does not say where this program is, so the explorer beside it is not found; is "
-    "/proc mounted?";
+    "the system does not say where this program is, so the explorer beside it is not found";
 constexpr int kReadFlags = O_CREAT | O_RDONLY | O_NONBLOCK;
 constexpr int kWriteFlags = O_CREAT | O_WRONLY | O_NONBLOCK;
 

@@ -204,7 +204,8 @@ TEST_F(HostSessionTest, WithoutAPlaceForTheExplorerNothingIsStartedAndTheSecretI
     request->programs = {};
     const vx::SessionEnd end = Run(request.get());
     EXPECT_EQ(end.kind, SessionEndKind::kNotStarted);
-    EXPECT_THAT(end.text, HasSubstr("the system does not say where this program is"));
+    EXPECT_EQ(end.text, "the system does not say where this program is, so the explorer beside it "
+                        "is not found");
     EXPECT_TRUE(request->secret.IsEmpty());
 }
 
