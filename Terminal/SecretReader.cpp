@@ -2,6 +2,7 @@
 
 #include "EndingSignal.h"
 #include "EventPipe.h"
+#include "ExitStatus.h"
 #include "SignalWatch.h"
 #include "ThreadChecks.h"
 #include "UniqueFd.h"
@@ -88,15 +89,15 @@ SecretReader::Answer SecretReader::Refuse(Answer answer, const std::string &erro
     return answer;
 }
 
-bool ReadSecret(const Unlocking &unlocking, const std::string &volume, TypedSecret *secret,
-                std::string *error)
+int ReadSecret(const Unlocking &unlocking, const std::string &volume, TypedSecret *secret,
+               std::string *error)
 {
     AssertMainThread();
     EventPipe events;
     if (!events.Error().empty()) {
         secret->Wipe();
         *error = events.Error();
-        return false;
+        return kExitNotOpened;
     }
     SecretReader reader(STDIN_FILENO, events);
     const SignalWatch watch(events);
@@ -104,7 +105,7 @@ bool ReadSecret(const Unlocking &unlocking, const std::string &volume, TypedSecr
     if (answer == SecretReader::Answer::kInterrupted)
         EndBySignal(reader.InterruptingSignal());
     *error = reader.Error();
-    return answer == SecretReader::Answer::kGiven;
+    return answer == SecretReader::Answer::kGiven ? kExitSuccess : kExitUsage;
 }
 
 }  // namespace vx

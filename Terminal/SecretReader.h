@@ -39,8 +39,9 @@ private:
 };
 
 // The same for a program that asks on standard input: a signal ends the process as if it were not
-// caught, with the terminal restored and the secret overwritten. False: error says why.
-bool ReadSecret(const Unlocking &unlocking, const std::string &volume, TypedSecret *secret,
-                std::string *error);
+// caught, with the terminal restored and the secret overwritten. Returns an exit status, and error
+// says why: kExitSuccess; kExitUsage, no secret was given; kExitNotOpened, none could be asked for.
+int ReadSecret(const Unlocking &unlocking, const std::string &volume, TypedSecret *secret,
+               std::string *error);
 
 }  // namespace vx

@@ -67,16 +67,16 @@ bool AreAllUtf8(const std::vector<std::string> &arguments)
     return std::all_of(arguments.begin(), arguments.end(), vx::IsUtf8);
 }
 
-// A path that the secret has brought counts as one that the options name.
-bool ReadSecret(Options *options, const vx::ExportProof &proof, vx::TypedSecret *secret,
-                std::string *error)
+// A path that the secret has brought counts as one that the options name. Returns the exit status.
+int ReadSecret(Options *options, const vx::ExportProof &proof, vx::TypedSecret *secret,
+               std::string *error)
 {
-    const bool isRead = vx::ReadSecret(options->unlocking, options->volume, secret, error);
+    const int status = vx::ReadSecret(options->unlocking, options->volume, secret, error);
     vx::WipeText(&options->unlocking.secret);
-    if (!isRead)
-        return false;
+    if (status != vx::kExitSuccess)
+        return status;
     options->keyPaths = options->unlocking.KeyPaths(secret->Text());
-    return proof.MayBegin(error);
+    return proof.MayBegin(error) ? vx::kExitSuccess : vx::kExitUsage;
 }
 
 // Opens the volume and overwrites the secret. Returns the exit status.
@@ -84,8 +84,9 @@ int Open(Options *options, const vx::ExportProof &proof, vx::VolumeSession *sess
          std::string *error)
 {
     vx::TypedSecret secret;
-    if (!ReadSecret(options, proof, &secret, error))
-        return vx::kExitUsage;
+    const int status = ReadSecret(options, proof, &secret, error);
+    if (status != vx::kExitSuccess)
+        return status;
     const bool isOpen =
         session->Open(options->volume, options->unlocking.kind, secret.Text(), error);
     return isOpen ? vx::kExitSuccess : vx::kExitNotOpened;

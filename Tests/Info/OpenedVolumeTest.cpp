@@ -30,7 +30,7 @@ TEST_F(OpenedVolume, TooFewDescriptorsToWaitForSignalsAreNamed)
 {
     ToolRun run("/bin/sh", {"-c", "ulimit -n 4; exec \"$0\" \"$@\"", ProgramWith(VX_STAND_IN),
                             "system disk", "--unlock", "password", kSecret});
-    EXPECT_EQ(run.Wait(), 2);
+    EXPECT_EQ(run.Wait(), 3);
     EXPECT_THAT(run.Errors(), HasSubstr("no pipe can be made to wait for signals: Too many"));
 }
 

@@ -315,7 +315,7 @@ TEST_F(MountLife, SaysThatThereAreTooFewDescriptors)
 {
     ToolRun run("/bin/sh", {"-c", "ulimit -n 4; exec \"$0\" \"$@\"", VX_MOUNT,
                             _folder.MakeFolder("v"), _folder.MakeFolder("m")});
-    EXPECT_EQ(run.Wait(), 2);
+    EXPECT_EQ(run.Wait(), 3);
     EXPECT_NE(run.Errors().find("no pipe can be made to wait for signals: Too many"),
               std::string::npos)
         << run.Errors();

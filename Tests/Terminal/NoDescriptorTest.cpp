@@ -1,6 +1,7 @@
 // Where no pipe can be made to wait for signals, nothing is asked, and the reason is given.
 #include "Confirmation.h"
 #include "EventPipe.h"
+#include "ExitStatus.h"
 #include "FewDescriptors.h"
 #include "SecretPrompt.h"
 #include "SecretReader.h"
@@ -15,7 +16,7 @@ TEST(NoDescriptor, NoSecretIsReadAndTheReasonIsGiven)
     const FewDescriptors none;
     TypedSecret secret;
     std::string error;
-    EXPECT_FALSE(ReadSecret({}, "disk.img", &secret, &error));
+    EXPECT_EQ(ReadSecret({}, "disk.img", &secret, &error), kExitNotOpened);
     EXPECT_EQ(error, EventPipe().Error());
     EXPECT_EQ(AskOnStandardInput("", &secret), SecretPrompt::Answer::kNotAsked);
 }

@@ -68,17 +68,17 @@ int InfoCommand::Open(const DescribedDisk &disk)
 {
     TypedSecret secret;
     std::string error;
-    const bool isRead = ReadSecret(_options.unlocking, _options.volume, &secret, &error);
+    int status = ReadSecret(_options.unlocking, _options.volume, &secret, &error);
     WipeText(&_options.unlocking.secret);
-    if (!isRead)
-        return Fail(kExitUsage, error);
+    if (status != kExitSuccess)
+        return Fail(status, error);
     const VolumeOpening opening = OpenWith(secret, false);
     const bool isUnlocked = IsUnlockedOnly(opening.status);
     const VolumeOpening unlocked = isUnlocked ? OpenWith(secret, true) : VolumeOpening();
     secret.Wipe();
     if (OpeningInterruption::Signal() != 0)
         EndBySignal(OpeningInterruption::Signal());
-    int status = opening.volume != nullptr ? kExitSuccess : kExitNotOpened;
+    status = opening.volume != nullptr ? kExitSuccess : kExitNotOpened;
     if (IVolume *volume = isUnlocked ? unlocked.volume : opening.volume) {
         Warn(opening.warnings);
         const OpenedFacts facts(_library, *volume, _options.showsRecoveryPasswords);

@@ -47,10 +47,10 @@ int Open(const vx::LoadedLibrary &library, MountOptions *options, IVolume **volu
          std::string *error)
 {
     vx::TypedSecret secret;
-    const bool isRead = vx::ReadSecret(options->unlocking, options->volume, &secret, error);
+    const int status = vx::ReadSecret(options->unlocking, options->volume, &secret, error);
     vx::WipeText(&options->unlocking.secret);
-    if (!isRead)
-        return vx::kExitUsage;
+    if (status != vx::kExitSuccess)
+        return status;
     const vx::VolumeOpening opening =
         vx::OpenVolume(library, options->volume, options->unlocking.kind, secret.Text());
     if (vx::OpeningInterruption::Signal() != 0)
