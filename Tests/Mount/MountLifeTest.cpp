@@ -321,6 +321,20 @@ TEST_F(MountLife, SaysThatThereAreTooFewDescriptors)
         << run.Errors();
 }
 
+// Who waits for the end of its output must not wait for the end of the mount.
+TEST_F(MountLife, KeepsNoOutputOpenInTheBackgroundHoweverFewDescriptorsThereAre)
+{
+    const std::string volume = _folder.MakeFolder("v");
+    for (int most = 4; most <= 12; ++most) {
+        const std::string folder = MountPoint();
+        const Result end =
+            Shell("(ulimit -n " + std::to_string(most) + "; exec " VX_MOUNT " --background " +
+                  volume + " " + folder + ") | timeout 10 cat");
+        EXPECT_EQ(end.status, 0) << most;
+        EXPECT_NE(IsMounted(folder), !end.output.empty()) << most << end.output;
+    }
+}
+
 TEST_F(MountLife, SaysThatTheLibraryIsMissing)
 {
     const Result result = RunWith(ProgramWith(""), {Volume(), MountPoint()});

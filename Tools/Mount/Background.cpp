@@ -58,8 +58,9 @@ bool HasDetached(int fromChild)
 
 bool Background::Begin()
 {
+    _null = UniqueFd(open("/dev/null", O_RDWR | O_CLOEXEC));
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    if (!_null || pipe2(ends, O_CLOEXEC) != 0)
         return false;
     const UniqueFd fromChild(ends[0]);
     _toParent = UniqueFd(ends[1]);
@@ -79,9 +80,9 @@ void Background::Detach()
     if (!_toParent)
         return;
     setsid();
-    const UniqueFd null(open("/dev/null", O_RDWR | O_CLOEXEC));
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        dup2(null.Get(), descriptor);
+        dup2(_null.Get(), descriptor);
+    _null.Close();
     const char byte = 0;
     (void)!write(_toParent.Get(), &byte, 1);
     _toParent.Close();

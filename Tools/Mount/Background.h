@@ -21,6 +21,7 @@ public:
 
 private:
     UniqueFd _toParent;
+    UniqueFd _null;  // from the beginning: later there may be no descriptor left for it
 };
 
 }  // namespace vx
