@@ -232,10 +232,7 @@ NSString *EndText(const vx::SessionEnd &end)
     _state->lost.clear();
     [self setChoosing:NO];
     [_volumePane showTrial];
-    if (_state->session->Start(address, kind, secret))
-        return;
-    [self setChoosing:YES];
-    [_volumePane showEnd:vx::Localized(@"There is not enough memory.") detail:""];
+    _state->session->Start(address, kind, secret);
 }
 
 - (void)setChoosing:(BOOL)canChoose

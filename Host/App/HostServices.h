@@ -36,9 +36,8 @@ class SessionRunner {
 public:
     virtual ~SessionRunner() = default;
 
-    // One session at a time. The secret is copied and wiped. False: no thread is to be had, and
-    // nothing is called.
-    virtual bool Start(const std::string &volume, const std::string &kind, TypedSecret *secret,
+    // One session at a time. The secret is copied and wiped. Without a thread OnEnded says so.
+    virtual void Start(const std::string &volume, const std::string &kind, TypedSecret *secret,
                        SessionListener *listener) = 0;
     // Ends the trial or the explorer soon; OnEnded still comes.
     virtual void Cancel() = 0;

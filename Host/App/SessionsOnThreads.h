@@ -20,7 +20,7 @@ public:
     SessionsOnThreads(const SessionsOnThreads &) = delete;
     SessionsOnThreads &operator=(const SessionsOnThreads &) = delete;
 
-    bool Start(const std::string &volume, const std::string &kind, TypedSecret *secret,
+    void Start(const std::string &volume, const std::string &kind, TypedSecret *secret,
                SessionListener *listener) override;
     void Cancel() override;
 

@@ -45,7 +45,7 @@ SessionsOnThreads::SessionsOnThreads(HostPrograms programs) : _programs(std::mov
 
 SessionsOnThreads::~SessionsOnThreads() = default;
 
-bool SessionsOnThreads::Start(const std::string &volume, const std::string &kind,
+void SessionsOnThreads::Start(const std::string &volume, const std::string &kind,
                               TypedSecret *secret, SessionListener *listener)
 {
     AssertMainThread();
@@ -63,7 +63,6 @@ bool SessionsOnThreads::Start(const std::string &volume, const std::string &kind
         std::move(request), *_observer, [listener](const SessionEnd &end) {
             CallOnMain([listener, end] { listener->OnEnded(end); });
         });
-    return true;
 }
 
 void SessionsOnThreads::Cancel()

@@ -31,8 +31,8 @@ public:
     {
     }
 
-    // False: it could not be started, and nothing will be called.
-    bool Start(const std::string &volume, const std::string &kind, TypedSecret *secret);
+    // One at a time.
+    void Start(const std::string &volume, const std::string &kind, TypedSecret *secret);
     void Cancel();
 
     bool IsRunning() const { return _isRunning; }

@@ -2,22 +2,20 @@
 
 #include "ThreadChecks.h"
 
+#include <cassert>
+
 namespace vx {
 
-bool UnlockSession::Start(const std::string &volume, const std::string &kind, TypedSecret *secret)
+void UnlockSession::Start(const std::string &volume, const std::string &kind, TypedSecret *secret)
 {
     AssertMainThread();
-    if (_isRunning)
-        return false;
+    assert(!_isRunning);
     _volume = volume;
     _whyNotTried.clear();
     _damage = DamageList();
     // It may already call while it starts.
     _isRunning = true;
-    const bool started = _runner->Start(volume, kind, secret, this);
-    if (!started)
-        _isRunning = false;
-    return started;
+    _runner->Start(volume, kind, secret, this);
 }
 
 void UnlockSession::Cancel()

@@ -53,7 +53,7 @@ private:
 // Records how it was started; the test says what happens then.
 class StandInSessions : public vx::SessionRunner {
 public:
-    bool Start(const std::string &volume, const std::string &kind, vx::TypedSecret *secret,
+    void Start(const std::string &volume, const std::string &kind, vx::TypedSecret *secret,
                vx::SessionListener *listener) override;
     void Cancel() override { ++cancelled; }
 
