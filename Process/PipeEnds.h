@@ -1,5 +1,5 @@
-// A pipe whose ends are close-on-exec. Linux makes them so at once; macOS has no call for that, and a
-// child that another thread starts within the same moment may inherit them there.
+// A pipe whose ends are close-on-exec. Linux makes them so at once; macOS has no call for that, and
+// a child that another thread starts within the same moment may inherit them there.
 //
 // Threads: any.
 #pragma once

@@ -266,7 +266,7 @@ TEST_F(ManyKeysTest, APasswordThatFailsSaysWhereItWasTriedAndWhatElseOpens)
     const TestVolume volume(RecipeWith({password, Recovery(kRecovery, kOtherKeyGuid), tpm}));
     EXPECT_EQ(
         FailureOf(volume.OpenWithPassword("wrong"), Status::kWrongSecret),
-        "the password was tried on password (Key ID 1A2B3C4D); the volume also opens with "
+        "it was tried on password (Key ID 1A2B3C4D); the volume also opens with "
         "recovery password (Key ID 5E6F7A8B); the volume also has TPM (Key ID 01020304), which "
         "cannot be used here");
 }

@@ -169,7 +169,7 @@ TEST(UnlockTest, ASecretThatFailsOrIsMissingNamesEveryProtectorByItsKeyId)
     ASSERT_EQ(StatusOf(wrong), Status::kWrongSecret);
     EXPECT_EQ(
         wrong.Failure().detail,
-        "the recovery password was tried on recovery password (Key ID 1A2B3C4D), recovery "
+        "it was tried on recovery password (Key ID 1A2B3C4D), recovery "
         "password (Key ID 5E6F7A8B); the volume also has TPM and PIN (Key ID 01020304), which "
         "cannot be used here");
 }

@@ -109,10 +109,6 @@ private:
         const std::string list = ProtectorList(_tried);
         const KeyList &keys = _secret.Keys();
         switch (_secret.GivenForm()) {
-        case Secret::Form::kPassword:
-            return "the password was tried on " + list;
-        case Secret::Form::kRecoveryPassword:
-            return "the recovery password was tried on " + list;
         case Secret::Form::kStartupKey:
             return AboutStartupKey() + "it was tried on " + list;
         case Secret::Form::kRecoveryFile:
