@@ -15,6 +15,7 @@
 
 @end
 
-// In the user's language: "3 items, 12.3 MB". Folders count as items; the sizes are those of the
-// files, in the tree's units, and are left out if there are only folders. Empty for no entries.
+// In the user's language: "3 items, 12.3 MB", in the tree's units. What is inside a folder is not
+// known here: with folders among the entries the text says how many files the size is of, "3 items,
+// 12.3 MB in 2 files", and without a file there is no size. Empty for no entries.
 NSString *selectionText(NSArray *entries);

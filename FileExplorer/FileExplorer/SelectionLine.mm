@@ -28,6 +28,16 @@ NSString *sizeText(double bytes)
     return [NSString stringWithFormat:@"%0.0f byte", bytes];
 }
 
+NSString *withSize(NSString *count, NSString *size, NSUInteger files, NSUInteger entries)
+{
+    if (files == entries)
+        return [NSString stringWithFormat:localized(@"IDS_SELECTION_WITH_SIZE"), count, size];
+    if (files == 1)
+        return [NSString stringWithFormat:localized(@"IDS_SELECTION_SIZE_OF_ONE"), count, size];
+    return [NSString stringWithFormat:localized(@"IDS_SELECTION_SIZE_OF_MANY"), count, size,
+                                      static_cast<int>(files)];
+}
+
 }  // namespace
 
 NSString *selectionText(NSArray *entries)
@@ -46,8 +56,7 @@ NSString *selectionText(NSArray *entries)
     NSString *count = countText([entries count]);
     if (files == 0)
         return count;
-    return
-        [NSString stringWithFormat:localized(@"IDS_SELECTION_WITH_SIZE"), count, sizeText(bytes)];
+    return withSize(count, sizeText(bytes), files, [entries count]);
 }
 
 @implementation SelectionLine

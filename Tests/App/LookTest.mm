@@ -131,8 +131,8 @@ TEST_P(TextsInLanguage, TheSmallestWindowHoldsTheLineAboutTheSelection)
     [window setFrame:NSMakeRect(0, 0, [window minSize].width, [window minSize].height) display:NO];
     [delegate showExplorer];
     NSString *count = [NSString stringWithFormat:text(@"IDS_SELECTION_MANY"), 10000000];
-    NSString *line =
-        [NSString stringWithFormat:text(@"IDS_SELECTION_WITH_SIZE"), count, @"20000.0 GB"];
+    NSString *line = [NSString
+        stringWithFormat:text(@"IDS_SELECTION_SIZE_OF_MANY"), count, @"20000.0 GB", 9999999];
     ExpectFits(line, FirstOfClass([delegate FileExplorerView], [SelectionLine class]), 2);
 }
 

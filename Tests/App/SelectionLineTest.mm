@@ -31,7 +31,7 @@ TEST_F(SelectionLineTest, IsEmptyWhileNothingIsSelected)
     EXPECT_EQ(Line(), "");
 }
 
-TEST_F(SelectionLineTest, CountsTheRowsAndAddsUpTheFiles)
+TEST_F(SelectionLineTest, SaysOfHowManyFilesTheSizeIsIfAFolderIsAmongTheRows)
 {
     Root().Folder(u"folder").File(u"inside", 1 << 30);
     Root().File(u"a", 12 << 20);
@@ -39,7 +39,11 @@ TEST_F(SelectionLineTest, CountsTheRowsAndAddsUpTheFiles)
     Root().File(u"c", 5 << 20);
     Open();
     Select({0, 1, 2});
-    EXPECT_EQ(Line(), "3 items, 12.3 MB");
+    EXPECT_EQ(Line(), "3 items, 12.3 MB in 2 files");
+    Select({0, 1});
+    EXPECT_EQ(Line(), "2 items, 12.0 MB in 1 file");
+    Select({1, 2});
+    EXPECT_EQ(Line(), "2 items, 12.3 MB");
     Select({2});
     EXPECT_EQ(Line(), "1 item, 300.0 KB");
 }
@@ -55,7 +59,7 @@ TEST_F(SelectionLineTest, FoldersAloneHaveNoSize)
     Select({0, 1});
     EXPECT_EQ(Line(), "2 items");
     Select({0, 1, 2});
-    EXPECT_EQ(Line(), "3 items, 0 byte");
+    EXPECT_EQ(Line(), "3 items, 0 byte in 1 file");
 }
 
 TEST_F(SelectionLineTest, SizesThatNoDiskHasAddUpWithoutWrappingAround)

@@ -191,6 +191,8 @@ TEST_P(LocalizedStrings, EveryFormatTakesTheProgramsArgumentsEachOnceAndByItsTyp
     EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_ONE")), "");
     EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_MANY")), "d");
     EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_WITH_SIZE")), "@@");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_SIZE_OF_ONE")), "@@");
+    EXPECT_EQ(ArgumentsOf(Format(@"IDS_SELECTION_SIZE_OF_MANY")), "@@d");
 }
 
 TEST_P(LocalizedStrings, TheSizesStandInTheOrderOfTheLanguageInAllThreeTexts)
