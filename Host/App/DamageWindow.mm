@@ -54,7 +54,7 @@
     [_titleLabel setStringValue:vx::Localized("Not read in full: {1}", {vx::LineText(volume)})];
     std::string remarks;
     for (const std::string &remark : vx::DamageRemarks(list, vx::UserWording()))
-        remarks += (remarks.empty() ? "" : "\n") + remark;
+        remarks += (remarks.empty() ? "" : "\n") + vx::LineText(remark);
     [_remarkLabel setStringValue:vx::TextOf(remarks)];
     [_remarkLabel setToolTip:vx::TextOf(remarks)];
     [_tableView reloadData];
@@ -73,7 +73,7 @@
     AssertMainThread();
     const vx::ChannelDamage &row = _list->Rows()[static_cast<size_t>(index)];
     if ([[column identifier] isEqualToString:@"path"])
-        return vx::TextOf(row.path);
+        return vx::TextOf(vx::LineText(row.path));
     const vx::Wording &wording = vx::UserWording();
     if ([[column identifier] isEqualToString:@"amount"])
         return vx::TextOf(vx::DamageAmount(row, wording));

@@ -47,6 +47,30 @@ TEST_F(DamageWindowTest, WhatCouldNotBeReadIsListedWhenTheExplorerHasQuit)
     EXPECT_EQ(vx::BytesOf([[window titleLabel] stringValue]), "Not read in full: /x.img");
 }
 
+TEST_F(DamageWindowTest, ANameThatWouldBreakItsRowOrTurnTheTextRoundDoesNot)
+{
+    Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
+    Click([Pane() unlockButton]);
+    ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
+    vx::TrialResult result;
+    result.opened = true;
+    result.warnings = {"the folder \u202eA\nB is damaged"};
+    sessions->listener->OnTried(result);
+    sessions->listener->OnStarted();
+    const uint32_t unreadable = static_cast<uint32_t>(VolumeObstacle::kUnreadable);
+    sessions->listener->OnDamage(
+        {vx::ChannelDamageKind::kFileData, unreadable, "/a\nb\u202egpj.exe", {{0, 512}}, 0});
+    End(vx::SessionEndKind::kQuit);
+    DamageWindow *window = [delegate damageWindow];
+    NSTableView *table = [window tableView];
+    NSString *shown = [(id)window tableView:table
+                  objectValueForTableColumn:[table tableColumnWithIdentifier:@"path"]
+                                        row:0];
+    EXPECT_EQ(vx::BytesOf(shown), "/a\uFFFDb\uFFFDgpj.exe");
+    EXPECT_EQ(vx::BytesOf([[window remarkLabel] stringValue]),
+              "Noticed when the volume was opened:\nthe folder \uFFFDA\uFFFDB is damaged");
+}
+
 TEST_F(DamageWindowTest, WarningsOfTheOpeningAndReportsThatWereLostAreInTheList)
 {
     Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
