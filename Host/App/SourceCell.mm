@@ -112,7 +112,7 @@ CGFloat LineHeight(NSDictionary *attributes)
 {
     constexpr CGFloat kRise = 4;
     NSDictionary *attributes =
-        Attributes([NSFont boldSystemFontOfSize:kDetailSize], [NSColor disabledControlTextColor]);
+        Attributes([NSFont boldSystemFontOfSize:kDetailSize], [NSColor secondaryLabelColor]);
     DrawLine([self stringValue], attributes, frame,
              NSHeight(frame) - LineHeight(attributes) - kRise);
 }
@@ -133,7 +133,7 @@ CGFloat LineHeight(NSDictionary *attributes)
         NSMakeRect(textLeft, NSMinY(frame), NSMaxX(frame) - textLeft, NSHeight(frame));
     NSColor *colour =
         [self isHighlighted] ? [NSColor selectedControlTextColor] : [NSColor controlTextColor];
-    NSColor *pale = [self isHighlighted] ? colour : [NSColor disabledControlTextColor];
+    NSColor *pale = [self isHighlighted] ? colour : [NSColor secondaryLabelColor];
     NSDictionary *name =
         Attributes([NSFont systemFontOfSize:0], _icon == nil || _isPale ? pale : colour);
     NSDictionary *small = Attributes([NSFont systemFontOfSize:kDetailSize], pale);

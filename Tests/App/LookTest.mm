@@ -97,6 +97,14 @@ TEST_F(ReadableTexts, OfTheProgressWindowAreDarkOnWhite)
     [progress release];
 }
 
+TEST_F(ReadableTexts, InPlaceOfTheTreeStandOut)
+{
+    NSView *group = [[[[[window contentView] subviews] lastObject] subviews] lastObject];
+    NSTextField *line = (NSTextField *)FirstOfClass(group, [NSTextField class]);
+    ASSERT_NE(line, nil);
+    EXPECT_GE(vxtest::Contrast([line textColor], [window backgroundColor]), 4.5);
+}
+
 class TextsInLanguage : public ExplorerTest, public testing::WithParamInterface<const char *> {
 protected:
     TextsInLanguage() : _texts([TableOf(GetParam()) retain])
