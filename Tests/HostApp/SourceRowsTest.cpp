@@ -63,17 +63,18 @@ TEST(SourceRows, TheSystemDiskAndWhatCannotBeReadAreSaidToBeThat)
 {
     vx::AttachedVolume disk = Volume("/dev/sda", "");
     disk.isSystem = true;
-    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "sda · system · 1.0 GiB");
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "system · 1.0 GiB");
     disk.isReadable = false;
-    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "sda · system · 1.0 GiB");
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "system · 1.0 GiB");
     disk.isSystem = false;
-    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "sda · 1.0 GiB · no access");
+    EXPECT_EQ(vx::SourceRows({disk}, {}, EnglishWording())[1].detail, "1.0 GiB · no access");
 }
 
 TEST(SourceRows, WhatHasNoNameIsNamedByItsPath)
 {
     const auto rows = vx::SourceRows({Volume("/dev/sdb1", "/dev/sdb")}, {}, EnglishWording());
     EXPECT_EQ(rows[1].title, "sdb1");
+    EXPECT_EQ(rows[1].detail, "1.0 GiB") << "the name is not said twice";
 }
 
 TEST(SourceRows, ANameIsOneLineWhateverIsInItAndThePathStays)
@@ -82,7 +83,7 @@ TEST(SourceRows, ANameIsOneLineWhateverIsInItAndThePathStays)
     const auto rows = vx::SourceRows({Volume(path, "/dev/sdb")}, {{path}}, EnglishWording());
     EXPECT_EQ(rows[1].path, path);
     EXPECT_EQ(rows[1].title, "d\uFFFD\uFFFD.img");
-    EXPECT_EQ(rows[1].detail, "d\uFFFD\uFFFD.img · 1.0 GiB");
+    EXPECT_EQ(rows[1].detail, "1.0 GiB");
     EXPECT_EQ(rows[3].path, path);
     EXPECT_EQ(rows[3].title, "d\uFFFD\uFFFD.img");
     EXPECT_EQ(rows[3].detail, "/a\uFFFD\uFFFD");

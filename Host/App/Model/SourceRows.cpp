@@ -22,18 +22,24 @@ std::string TitleOf(const AttachedVolume &volume)
     return LineText(NameOf(volume.path));
 }
 
+void AppendPart(const std::string &part, std::string *text)
+{
+    *text += (text->empty() ? "" : " · ") + part;
+}
+
 // A short line, since what is too long is cut off at its end: the whole path is shown when the row
 // is chosen, and nobody looks for a right to read the system's own disk.
 std::string DetailOf(const AttachedVolume &volume, const Wording &wording)
 {
-    constexpr char kSeparator[] = " · ";
     std::string text = LineText(NameOf(volume.path));
+    if (text == TitleOf(volume))
+        text.clear();
     if (volume.isSystem)
-        text += kSeparator + wording.Text("system");
+        AppendPart(wording.Text("system"), &text);
     if (volume.bytes > 0)
-        text += kSeparator + wording.size(volume.bytes);
+        AppendPart(wording.size(volume.bytes), &text);
     if (!volume.isReadable && !volume.isSystem)
-        text += kSeparator + wording.Text("no access");
+        AppendPart(wording.Text("no access"), &text);
     return text;
 }
 
