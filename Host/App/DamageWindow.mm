@@ -51,14 +51,44 @@
     *_list = list;
     *_volume = volume;
     [self window];
+    [self fitPaths];
     [_titleLabel setStringValue:vx::Localized("Not read in full: {1}", {vx::LineText(volume)})];
     std::string remarks;
     for (const std::string &remark : vx::DamageRemarks(list, vx::UserWording()))
         remarks += (remarks.empty() ? "" : "\n") + vx::LineText(remark);
     [_remarkLabel setStringValue:vx::TextOf(remarks)];
     [_remarkLabel setToolTip:vx::TextOf(remarks)];
+    [self layOutBelowRemarks:!remarks.empty()];
     [_tableView reloadData];
     [self showWindow:nil];
+}
+
+// Without remarks the list has their place, too.
+- (void)layOutBelowRemarks:(BOOL)hasRemarks
+{
+    constexpr CGFloat kGap = 8;
+    NSScrollView *scroller = [_tableView enclosingScrollView];
+    const NSRect remarks = [_remarkLabel frame];
+    NSRect frame = [scroller frame];
+    frame.size.height = (hasRemarks ? NSMinY(remarks) - kGap : NSMaxY(remarks)) - NSMinY(frame);
+    [scroller setFrame:frame];
+}
+
+- (void)windowDidResize:(NSNotification *)notification
+{
+    AssertMainThread();
+    [self fitPaths];
+}
+
+// The other columns are as wide as their longest texts.
+- (void)fitPaths
+{
+    CGFloat others = 0;
+    for (NSTableColumn *column in [_tableView tableColumns])
+        others += [_tableView intercellSpacing].width + [column width];
+    NSTableColumn *paths = [_tableView tableColumnWithIdentifier:@"path"];
+    const CGFloat room = NSWidth([[[_tableView enclosingScrollView] contentView] bounds]);
+    [paths setWidth:room - (others - [paths width])];
 }
 
 - (NSInteger)numberOfRowsInTableView:(NSTableView *)table

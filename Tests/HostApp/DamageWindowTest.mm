@@ -45,6 +45,8 @@ TEST_F(DamageWindowTest, WhatCouldNotBeReadIsListedWhenTheExplorerHasQuit)
                                                "Missing bytes are zeros: the disk could not read "
                                                "it"}));
     EXPECT_EQ(vx::BytesOf([[window titleLabel] stringValue]), "Not read in full: /x.img");
+    EXPECT_NEAR(NSMaxY([[table enclosingScrollView] frame]), NSMinY([[window titleLabel] frame]), 8)
+        << "no room is left for remarks that there are not";
 }
 
 TEST_F(DamageWindowTest, ANameThatWouldBreakItsRowOrTurnTheTextRoundDoesNot)
@@ -90,6 +92,8 @@ TEST_F(DamageWindowTest, WarningsOfTheOpeningAndReportsThatWereLostAreInTheList)
     EXPECT_EQ(vx::BytesOf([[window remarkLabel] stringValue]),
               "Noticed when the volume was opened:\na copy of the metadata is damaged\n"
               "the explorer saw more\nReports that were lost: 7");
+    EXPECT_LT(NSMaxY([[[window tableView] enclosingScrollView] frame]),
+              NSMinY([[window remarkLabel] frame]));
 }
 
 TEST_F(DamageWindowTest, TheListIsSavedWhole)

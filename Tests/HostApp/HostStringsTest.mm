@@ -1,12 +1,11 @@
-// The translations of Volume Host: complete, with the same places for arguments, and short enough.
+// The translations of Volume Host: complete, with the same places for arguments.
 #import "HostAppDelegate.h"
+#include "HostTables.h"
 #include "HostTexts.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
@@ -15,17 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Contents(const fs::path &path)
-{
-    std::ifstream in(path);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-NSDictionary *TableOf(const std::string &language)
-{
-    const std::string path = VX_HOST_RESOURCES "/" + language + ".lproj/Localizable.strings";
-    return [vx::TextOf(Contents(path)) propertyListFromStringsFileFormat];
-}
+using vxtest::Contents;
 
 void AddMatches(const std::string &text, const std::regex &pattern, std::set<std::string> *found)
 {
@@ -71,12 +60,12 @@ std::set<std::string> PlacesOf(NSString *text)
 
 class HostStrings : public testing::TestWithParam<const char *> {
 protected:
-    NSDictionary *_table = TableOf(GetParam());
+    NSDictionary *_table = vxtest::HostTable(GetParam());
 };
 
 TEST_P(HostStrings, EveryTextOfTheEnglishTableIsThereWithItsPlaces)
 {
-    NSDictionary *english = TableOf("en");
+    NSDictionary *english = vxtest::HostTable("en");
     ASSERT_GT([english count], 100u);
     EXPECT_EQ([_table count], [english count]);
     for (NSString *key in english) {
@@ -100,38 +89,6 @@ TEST_P(HostStrings, TheBundleHasThePanelsTexts)
     EXPECT_GT([[table objectForKey:@"Show hidden files and folders"] length], 0u);
 }
 
-// The title of a push button needs this much beside it, that of a caption nothing.
-struct Room {
-    NSString *key;
-    CGFloat points;
-};
-
-TEST_P(HostStrings, NoTitleIsWiderThanItsControl)
-{
-    constexpr CGFloat kBeside = 16;
-    NSDictionary *font = @{NSFontAttributeName : [NSFont systemFontOfSize:13]};
-    const Room rooms[] = {{@"Open Image…", 216 - kBeside},
-                          {@"Unlock", 120 - kBeside},
-                          {@"Open", 120 - kBeside},
-                          {@"Cancel", 120 - kBeside},
-                          {@"Choose…", 120 - kBeside},
-                          {@"Copy", 120 - kBeside},
-                          {@"Save…", 120 - kBeside},
-                          {@"Close", 120 - kBeside},
-                          {@"Ask for Permission…", 260 - kBeside},
-                          {@"Show the password", 440 - kBeside - 20},
-                          {@"Missing", 100},
-                          {@"Searching for lost metadata: {1} of {2}", 440},
-                          {@"Or run this command in a terminal:", 440},
-                          {@"Startup key file (.BEK)", 440 - 3 * kBeside},
-                          {@"Recovery key file (.TXT)", 440 - 3 * kBeside},
-                          {@"Recent Images", 220}};
-    for (const Room &room : rooms) {
-        NSString *text = [_table objectForKey:room.key];
-        EXPECT_LE([text sizeWithAttributes:font].width, room.points) << [text UTF8String];
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Languages, HostStrings,
                          testing::Values("en", "de", "fr", "es", "ja", "zh-Hans"),
                          [](const testing::TestParamInfo<const char *> &info) {
@@ -142,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Languages, HostStrings,
 
 TEST(HostTexts, EveryTextOfSourcesAndInterfaceIsInTheTable)
 {
-    NSDictionary *english = TableOf("en");
+    NSDictionary *english = vxtest::HostTable("en");
     std::set<std::string> texts = TextsOfSources();
     ASSERT_GT(texts.size(), 40u);
     texts.merge(TextsOfInterface());
@@ -154,13 +111,15 @@ TEST(HostTexts, EveryTextOfSourcesAndInterfaceIsInTheTable)
 TEST(HostTexts, EveryElementOfTheInterfaceHasAnIdOfItsOwn)
 {
     static const std::regex id("\\bid=\"([^\"]+)\"");
-    const std::string file = Contents(VX_HOST_RESOURCES "/Base/VolumeHost.xib");
-    const size_t count =
-        std::distance(std::sregex_iterator(file.begin(), file.end(), id), std::sregex_iterator());
-    std::set<std::string> ids;
-    AddMatches(file, id, &ids);
-    ASSERT_GT(count, 100u);
-    EXPECT_EQ(ids.size(), count);
+    for (const auto &entry : fs::directory_iterator(VX_HOST_RESOURCES "/Base")) {
+        const std::string file = Contents(entry.path());
+        const size_t count = std::distance(std::sregex_iterator(file.begin(), file.end(), id),
+                                           std::sregex_iterator());
+        std::set<std::string> ids;
+        AddMatches(file, id, &ids);
+        ASSERT_GT(count, 40u) << entry.path();
+        EXPECT_EQ(ids.size(), count) << entry.path();
+    }
 }
 
 TEST(HostTexts, SizesHaveOneDecimalAndBytesNone)
