@@ -5,15 +5,21 @@
 
 #include "CPipeFileExplorerClientWrapper.h"
 #include "FileSizeLimit.h"
+#include "FreeDescriptors.h"
 #include "LinkFifos.h"
 #include "StandardDescriptors.h"
 #include "ThreadChecks.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 
 namespace {
 
 constexpr int kArgumentCount = 5;  // the program's path included
+
+// With ten it opens its window; an export takes more.
+constexpr size_t kLeastDescriptors = 12;
 
 constexpr char kConnectorName[] = "FileExplorerClient";
 constexpr int kReadFlags = O_CREAT | O_RDONLY | O_NONBLOCK;
@@ -26,6 +32,11 @@ int main(int argc, const char *argv[])
     vx::CheckThreads();
     if (argc != kArgumentCount || !vx::HoldStandardDescriptors())
         return 0;
+    if (!vx::AreDescriptorsFree(kLeastDescriptors)) {
+        fputs("FileExplorer: too few files can be open at a time; raise the limit (ulimit -n)\n",
+              stderr);
+        return EXIT_FAILURE;
+    }
     vx::FailWritesBeyondFileSizeLimit();
     // The explorer goes on whether or not the link could be set up.
     CPipeFileExplorerClientWrapper::getInstance()->initClient(

@@ -2,6 +2,7 @@
 #import <AppKit/AppKit.h>
 
 #include "CoreDumps.h"
+#include "FreeDescriptors.h"
 #import "HostAppDelegate.h"
 #include "HostArguments.h"
 #include "QuitOnSignal.h"
@@ -16,6 +17,8 @@
 namespace {
 
 constexpr int kWrongUse = 2;
+// With fifteen it shows its disks; a session takes more.
+constexpr size_t kLeastDescriptors = 40;
 
 // Before there is a display. Returns whether that was all, with its status.
 bool Answer(const vx::HostArguments &arguments, int *status)
@@ -42,6 +45,12 @@ int main(int argc, const char *argv[])
     const vx::HostArguments arguments = vx::ParseHostArguments({argv + 1, argv + argc});
     if (Answer(arguments, &status))
         return status;
+    if (!vx::AreDescriptorsFree(kLeastDescriptors)) {
+        fputs("volume-host-window: too few files can be open at a time; raise the limit (ulimit "
+              "-n)\n",
+              stderr);
+        return EXIT_FAILURE;
+    }
     // Secrets are typed into it.
     vx::ForbidCoreDumpsForGood();
     const vx::QuitOnSignal signals;

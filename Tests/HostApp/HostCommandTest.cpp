@@ -53,6 +53,14 @@ TEST(HostCommand, TheVersionIsOneLineWithTheNameOfTheCommand)
     EXPECT_EQ(printed.errors, "");
 }
 
+TEST(HostCommand, TooFewDescriptorsForAWindowAreNamed)
+{
+    vx::ToolRun run("/bin/sh", {"-c", "ulimit -n 20; exec \"$0\"", HOST_WINDOW});
+    EXPECT_EQ(run.Wait(), 1);
+    EXPECT_EQ(run.Errors(), "volume-host-window: too few files can be open at a time; raise the "
+                            "limit (ulimit -n)\n");
+}
+
 TEST(HostCommand, TheHelpAndTheManPageNameTheSameOptionsAndStatuses)
 {
     const Printed help = Printing({"--help"});

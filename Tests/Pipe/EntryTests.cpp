@@ -78,6 +78,16 @@ TEST_F(EntryTest, WithFourArgumentsAndNoHostTheExplorerRunsAndLeavesTheFifosForT
     StopWriting();
 }
 
+TEST_F(EntryTest, WithTooFewDescriptorsForAWindowTheExplorerSaysSoAndEnds)
+{
+    ChildProcess explorer("/bin/sh", {"-c", "ulimit -n 12; exec \"$0\" \"$@\"", EXPLORER, "volume",
+                                      "none", "", "unused"});
+    EXPECT_EQ(explorer.AwaitEnd(), 1);
+    EXPECT_EQ(explorer.Output(),
+              "FileExplorer: too few files can be open at a time; raise the limit (ulimit -n)\n");
+    EXPECT_FALSE(AnythingIsThere());
+}
+
 TEST_F(EntryTest, AFileInTheFifosPlaceKeepsTheExplorerRunningAndIsNotWrittenTo)
 {
     std::ofstream(kToHost) << "somebody's file";
