@@ -1,5 +1,5 @@
-// Whether a program has the descriptors that it will need. AppKit ends a program by a signal, or lets
-// it hang, where one cannot be opened.
+// Whether a program has the descriptors that it will need. AppKit ends a program by a signal, or
+// lets it hang, where one cannot be opened.
 //
 // Threads: before any other thread runs.
 #pragma once
