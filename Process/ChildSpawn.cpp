@@ -31,16 +31,18 @@ ChildSpawn::~ChildSpawn()
 void ChildSpawn::Give(int descriptor, int number)
 {
     Keep(posix_spawn_file_actions_adddup2(&_actions, descriptor, number));
+    _given.insert(number);
 }
 
 void ChildSpawn::GiveNoInput()
 {
     Keep(posix_spawn_file_actions_addopen(&_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+    _given.insert(STDIN_FILENO);
 }
 
 void ChildSpawn::CloseOthers()
 {
-    Keep(CloseOthersInChild(&_actions, &_flags));
+    Keep(CloseOthersInChild(_given, &_actions, &_flags));
 }
 
 void ChildSpawn::Keep(int error)

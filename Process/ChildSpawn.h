@@ -5,6 +5,7 @@
 // Errors: an errno, of the first step that failed; nothing was started then.
 #pragma once
 
+#include <set>
 #include <spawn.h>
 #include <string>
 #include <sys/types.h>
@@ -29,7 +30,7 @@ public:
     void Give(int descriptor, int number);
     // Its standard input is empty.
     void GiveNoInput();
-    // It gets no descriptor from 3 on but those that were given.
+    // After all were given: it gets no other descriptor but the three standard ones.
     void CloseOthers();
 
     // Once, either of them. program: a path. vector: see ArgumentVector.
@@ -43,10 +44,12 @@ private:
     posix_spawn_file_actions_t _actions;
     posix_spawnattr_t _attributes;
     short _flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    std::set<int> _given;
     int _error = 0;
 };
 
-// The system's way to close every descriptor from 3 on in the child. An errno.
-int CloseOthersInChild(posix_spawn_file_actions_t *actions, short *flags);
+// The system's way to close every descriptor from 3 on in the child but those given. An errno.
+int CloseOthersInChild(const std::set<int> &given, posix_spawn_file_actions_t *actions,
+                       short *flags);
 
 }  // namespace vx

@@ -52,6 +52,7 @@ int SpawnedProcess::Start(const std::string &program, const std::vector<const ch
     ChildSpawn spawn(ChildSpawn::IgnoredSignals::kStayIgnored);
     if (inheritance != nullptr)
         spawn.Give(inheritance->Descriptor(), inheritance->Number());
+    spawn.CloseOthers();
     pid_t pid = -1;
     const int error = spawn.Start(program, ArgumentVector(program, arguments), &pid);
     if (error != 0)

@@ -1,5 +1,6 @@
-// A program as a child process. A thread waits for its end and posts it, so that no handler of
-// SIGCHLD is needed.
+// A program as a child process. It has the three standard descriptors and the one that it inherits,
+// and no other, whatever libraries of this process have open. A thread waits for its end and posts
+// it, so that no handler of SIGCHLD is needed.
 //
 // Ownership: borrows the events; kills and reaps a child that still runs when this is destroyed.
 // Threads: the one that first uses it.

@@ -103,6 +103,22 @@ TEST_F(SpawnedProcessTest, AChildThatIsStartedMeanwhileDoesNotGetAnInheritance)
     EXPECT_EQ(heir.DescribeEnd(), "exit status 0");
 }
 
+TEST_F(SpawnedProcessTest, TheChildHasNoDescriptorBesidesItsInheritanceAndTheStandardOnes)
+{
+    const vx::UniqueFd before(open("/dev/null", O_RDONLY));
+    const vx::Inheritance inheritance(before.Get());
+    const vx::UniqueFd after(open("/dev/null", O_RDONLY));
+    const auto at = [](int number) { return " [ -e /dev/fd/" + std::to_string(number) + " ]"; };
+    ASSERT_LT(before.Get(), inheritance.Number());
+    ASSERT_LT(inheritance.Number(), after.Get());
+    const std::string look = at(0) + " &&" + at(1) + " &&" + at(2) + " &&" +
+                             at(inheritance.Number()) + " && !" + at(before.Get()) + " && !" +
+                             at(after.Get());
+    ASSERT_EQ(_process.Start("/bin/sh", {"-c", look.c_str()}, &inheritance), 0);
+    ASSERT_TRUE(AwaitEnd());
+    EXPECT_EQ(_process.DescribeEnd(), "exit status 0");
+}
+
 TEST_F(SpawnedProcessTest, WithoutANumberForAnInheritanceNothingIsStarted)
 {
     const vx::UniqueFd own(open("/dev/null", O_RDONLY | O_CLOEXEC));
