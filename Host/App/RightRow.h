@@ -37,6 +37,8 @@ struct RightRowState;
 - (void)end;
 
 - (void)showDevice:(const std::string &)device;
+// The command alone: the desktop can only be asked about disks.
+- (void)showFile:(const std::string &)path;
 - (void)hide;
 
 - (IBAction)ask:(id)sender;

@@ -61,10 +61,24 @@ struct RightRowState {
 {
     AssertMainThread();
     _state->device = device;
-    [_commandField setStringValue:vx::TextOf(_state->rights->Command(device))];
     [_askRow setHidden:!_state->rights->CanAsk()];
     [_askButton setEnabled:YES];
-    [_commandRow setHidden:[[_commandField stringValue] length] == 0];
+    [self showCommandFor:device];
+}
+
+- (void)showFile:(const std::string &)path
+{
+    AssertMainThread();
+    [_askRow setHidden:YES];
+    [self showCommandFor:path];
+}
+
+- (void)showCommandFor:(const std::string &)path
+{
+    NSString *command = vx::TextOf(_state->rights->Command(path));
+    [_commandField setStringValue:command];
+    [_commandField setToolTip:command];
+    [_commandRow setHidden:[command length] == 0];
 }
 
 - (void)hide

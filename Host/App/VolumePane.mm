@@ -251,8 +251,16 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     if (facts.status == 0)
         reason = vx::Localized(@"Nothing that can be opened is on it.");
     if (isForbidden)
-        [_rightRow showDevice:_state->path];
+        [self offerRight];
     [self say:reason detail:isForbidden ? "" : facts.reason];
+}
+
+- (void)offerRight
+{
+    if (IsDevice(_state->path))
+        [_rightRow showDevice:_state->path];
+    else
+        [_rightRow showFile:_state->path];
 }
 
 - (const vx::VolumeFacts &)volume
@@ -379,7 +387,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     NSString *reason = vx::Localized(vx::OpeningReason(result.status, kind));
     // Of a wrong secret: the protectors it was tried on, and what else opens the volume.
     if (result.status == static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied))
-        [_rightRow showDevice:_state->path];
+        [self offerRight];
     [self say:reason detail:result.reason];
 }
 

@@ -191,6 +191,21 @@ TEST_F(HostWindowTest, WithoutPermissionToTryItTheCommandIsOffered)
     EXPECT_EQ(Text([[Pane() rightRow] commandField]), "sudo setfacl -m u:anna:r /dev/sdb1");
 }
 
+// The desktop could only answer that it is no disk.
+TEST_F(HostWindowTest, AnImageWithoutPermissionHasTheCommandAndNothingToAsk)
+{
+    vx::DiskFacts forbidden;
+    forbidden.status = static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied);
+    Choose("/images/a.img", forbidden);
+    EXPECT_EQ(Message(), "You have no permission to read it.");
+    RightRow *row = [Pane() rightRow];
+    EXPECT_TRUE([[row askRow] isHidden]);
+    EXPECT_FALSE([[row commandRow] isHidden]);
+    EXPECT_EQ(Text([row commandField]), "sudo setfacl -m u:anna:r /images/a.img");
+    EXPECT_STREQ([[[row commandField] toolTip] UTF8String],
+                 "sudo setfacl -m u:anna:r /images/a.img");
+}
+
 TEST_F(HostWindowTest, CancelEndsTheTrialAndTheSecretStaysForTheNextOne)
 {
     Choose(kDisk, EncryptedVolume(kDisk, {"password"}));
