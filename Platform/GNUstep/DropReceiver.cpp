@@ -88,6 +88,7 @@ private:
         uint32_t source = 0;  // its window; 0: there is none
         bool hasFiles = false;
         bool wasAsked = false;
+        uint32_t askedAt = 0;   // the server's time; the answer to the question repeats it
         bool isListed = false;  // the paths have come
         bool isTaken = false;   // by the last answer
         uint32_t window = 0;
@@ -178,14 +179,22 @@ private:
             return answer();
         // The source is answered when it has said which files they are.
         if (!_drag.wasAsked)
-            xcb_convert_selection(_server, _window, _atoms[kSelection], _atoms[kUriList],
-                                  _atoms[kSelection], data[3]);
+            ask(data[3]);
+    }
+
+    void ask(uint32_t time)
+    {
+        xcb_convert_selection(_server, _window, _atoms[kSelection], _atoms[kUriList],
+                              _atoms[kSelection], time);
         _drag.wasAsked = true;
+        _drag.askedAt = time;
     }
 
     void takeList(const xcb_selection_notify_event_t &event)
     {
-        if (!_drag.wasAsked || _drag.isListed || event.selection != _atoms[kSelection])
+        // The answer to an earlier drag may come late.
+        const bool isAwaited = _drag.wasAsked && !_drag.isListed && event.time == _drag.askedAt;
+        if (!isAwaited || event.selection != _atoms[kSelection])
             return;
         _drag.isListed = true;
         if (event.property != XCB_ATOM_NONE)

@@ -92,6 +92,14 @@ TEST_F(LiveDropTest, AProgramThatStallsOrVanishesInTheMiddleHoldsUpNothing)
     EXPECT_TRUE(RunUntil([this] { return ![[Fields() passwordRow] isHidden]; }));
 }
 
+TEST_F(LiveDropTest, AnAnswerToAnEarlierDragIsNotTakenForThatOfThePresentOne)
+{
+    Begin();
+    EXPECT_EQ(DropFiles("file://" + plainImage, "late 'file://" + image + "'"), kTaken);
+    EXPECT_TRUE(RunUntil([this] { return CanUnlock(); })) << Text([Pane() pathLabel]);
+    EXPECT_EQ(Text([Pane() pathLabel]), plainImage);
+}
+
 TEST_F(LiveDropTest, WhileAVolumeIsTriedNothingCanBeDropped)
 {
     WaitingTrial();
