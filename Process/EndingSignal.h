@@ -1,4 +1,6 @@
 // Ends the process the way a signal does that is not caught, so that a shell sees the signal.
+//
+// Threads: any, and signal handlers.
 #pragma once
 
 #include <csignal>

@@ -1,6 +1,8 @@
 // Where the running program lies, whatever name or link it was started by.
 //
 //     /usr/bin/volume-host, a link  ->  "/usr/lib/volume-explorer"
+//
+// Threads: any.
 #pragma once
 
 #include <string>

@@ -1,4 +1,6 @@
 // The services of a real system: its disks, volume-info, the explorer, the desktop.
+//
+// Ownership: the caller owns them. Threads: made on the main thread; then as HostServices.h says.
 #pragma once
 
 #include "HostRequest.h"

@@ -3,6 +3,8 @@
 // host is replaced: the explorer of that host may still run on it, and must neither receive the
 // messages for this one nor be mistaken for it. Anything else at the path is an error, and is
 // left alone.
+//
+// Threads: that of the session.
 #pragma once
 
 #include "LinkFifos.h"

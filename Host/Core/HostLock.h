@@ -6,6 +6,8 @@
 // Only an empty ordinary file of this user is a lock. Whatever else lies at the path is refused by
 // name, and neither opened nor removed.
 // The descriptor is close-on-exec: the explorer does not inherit the lock.
+//
+// Threads: that of the session.
 #pragma once
 
 #include "UniqueFd.h"

@@ -2,6 +2,7 @@
 //
 // Ownership: the session that runs it overwrites the secret as soon as it needs it no longer.
 // Neither copied nor moved: the secret stays at one place.
+// Threads: filled on one, then that of the session alone.
 #pragma once
 
 #include "TypedSecret.h"

@@ -2,6 +2,7 @@
 //
 // The report comes from a program that has read a hostile disk: what has the wrong type is left
 // empty, and lists that are nested too deeply are dropped while they are read.
+// Threads: any.
 #pragma once
 
 #include "VolumeFacts.h"

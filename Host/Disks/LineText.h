@@ -1,4 +1,6 @@
 // A text of a disk or a program as one line for people.
+//
+// Threads: any.
 #pragma once
 
 #include <string>

@@ -1,4 +1,6 @@
 // The words of the user's language, for classes that know no language themselves.
+//
+// Threads: the main thread, whose functions it holds.
 #pragma once
 
 #include <cstdint>

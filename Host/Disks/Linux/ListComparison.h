@@ -1,4 +1,6 @@
 // Looks at the disks twice a second and compares: for a stand-in, which announces nothing.
+//
+// Threads: that of the watch.
 #pragma once
 
 #include "AttachedDisks.h"
