@@ -1,8 +1,8 @@
 #include "DamageLine.h"
 
 #include "NumberText.h"
+#include "ObstacleReason.h"
 #include "TerminalText.h"
-#include "VolumeReport.h"
 
 #include <algorithm>
 
@@ -44,24 +44,10 @@ std::string FolderText(const ChannelDamage &damage)
 }
 
 // Empty if the reason is not known, or says no more than the line does.
-const char *ReasonText(const ChannelDamage &damage)
+std::string ReasonText(const ChannelDamage &damage)
 {
-    switch (static_cast<VolumeObstacle>(damage.obstacle)) {
-    case VolumeObstacle::kDamaged:
-        return ": its records on the disk contradict each other";
-    case VolumeObstacle::kUnreadable:
-        return ": blocks that it needs cannot be read";
-    case VolumeObstacle::kDeviceGone:
-        return ": the disk is gone";
-    case VolumeObstacle::kSameName:
-        return ": an earlier entry of its folder has the same name";
-    case VolumeObstacle::kNotThere:
-        return ": it is no longer there";
-    case VolumeObstacle::kOutOfMemory:
-        return ": there is not enough memory";
-    default:
-        return "";
-    }
+    const std::string reason = ObstacleReason(static_cast<VolumeObstacle>(damage.obstacle));
+    return reason.empty() ? "" : ": " + reason;
 }
 
 }  // namespace
@@ -69,7 +55,7 @@ const char *ReasonText(const ChannelDamage &damage)
 std::string DamageLine(const ChannelDamage &damage)
 {
     const std::string path = TerminalText(damage.path) + ": ";
-    const char *reason = ReasonText(damage);
+    const std::string reason = ReasonText(damage);
     switch (damage.kind) {
     case ChannelDamageKind::kFileData:
         return path + FileText(damage) + reason;

@@ -105,6 +105,12 @@ TEST_F(TerminalObserverTest, AFileIsSaidWithItsRangesAndTheReason)
                       0}),
               "volume-host: damaged: /b: the file could not be opened: its records on the disk "
               "contradict each other\n");
+    EXPECT_EQ(LineOn({vx::ChannelDamageKind::kFileClosed,
+                      static_cast<uint32_t>(VolumeObstacle::kNoPermission),
+                      "/c",
+                      {},
+                      0}),
+              "volume-host: damaged: /c: the file could not be opened: no permission to read it\n");
 }
 
 TEST_F(TerminalObserverTest, ALineNamesSomeRangesAndCountsTheOthers)

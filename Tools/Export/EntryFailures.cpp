@@ -1,6 +1,7 @@
 #include "EntryFailures.h"
 
 #include "EntryObstacle.h"
+#include "ObstacleReason.h"
 #include "ObstacleText.h"
 
 namespace vx {
@@ -77,7 +78,7 @@ void EntryFailures::AddUnopened(Number entry, VolumeObstacle obstacle, const std
         Add({entry,
              planned.IsFolder() ? FailureKind::kFolder : FailureKind::kUnopened,
              obstacle,
-             WithDetail(reason, ObstacleText(obstacle)),
+             WithDetail(reason, ObstacleReason(obstacle)),
              "",
              {}});
 }

@@ -4,6 +4,7 @@
 #include "EntryObstacle.h"
 #include "LocalFile.h"
 #include "NumberText.h"
+#include "ObstacleReason.h"
 #include "ObstacleText.h"
 #include "OpenPlanned.h"
 #include "TerminalText.h"
@@ -261,7 +262,7 @@ std::string FileCopier::DamageOf(const OpenVolumeFile &source)
         obstacle == VolumeObstacle::kDamaged || obstacle == VolumeObstacle::kUnreadable;
     if (_hasReadAll && !isDamaged)
         return "";
-    const std::string text = ObstacleText(obstacle);
+    const std::string text = ObstacleReason(obstacle);
     return text.empty() ? kNotAllRead : text + "; the copy is damaged";
 }
 

@@ -4,7 +4,7 @@
 #include "ExportFolders.h"
 #include "ExportProgress.h"
 #include "NumberText.h"
-#include "ObstacleText.h"
+#include "ObstacleReason.h"
 #include "PlanText.h"
 #include "TerminalText.h"
 #include "ThreadChecks.h"
@@ -139,7 +139,7 @@ void Forecaster::AddFile(Number file)
     _room.Add(entry.size, GivenBackBy(standing.found));
     if (obstacle != VolumeObstacle::kNone)
         return _failures.Add(file, FailureKind::kDamaged,
-                             ObstacleText(obstacle) + "; the copy would be damaged");
+                             std::string(ObstacleReason(obstacle)) + "; the copy would be damaged");
     _forecast.replaced += standing.target != LocalTarget::kNothing ? 1 : 0;
     AddArrival(file);
 }

@@ -57,28 +57,6 @@ std::string CountedText(VolumeObstacle obstacle, bool areFolders, int64_t count)
     return counted + (count == 1 ? " is " : " are ") + words;
 }
 
-std::string ObstacleText(VolumeObstacle obstacle)
-{
-    switch (obstacle) {
-    case VolumeObstacle::kDamaged:
-        return "its records on the disk contradict each other";
-    case VolumeObstacle::kUnreadable:
-        return "blocks that it needs cannot be read";
-    case VolumeObstacle::kDeviceGone:
-        return "the disk is gone";
-    case VolumeObstacle::kSameName:
-        return "an earlier entry of its folder has the same name";
-    case VolumeObstacle::kNoPermission:
-        return "no permission to read it";
-    case VolumeObstacle::kNotThere:
-        return "it no longer exists";
-    case VolumeObstacle::kOutOfMemory:
-        return "there is not enough memory";
-    default:
-        return "";
-    }
-}
-
 const char *ObstacleName(VolumeObstacle obstacle)
 {
     constexpr const char *kNames[] = {

@@ -15,10 +15,6 @@ bool IsCounted(VolumeObstacle obstacle);
 // "12 files are only in the cloud". Of an obstacle that is counted.
 std::string CountedText(VolumeObstacle obstacle, bool areFolders, int64_t count);
 
-// Follows the entry's path and a colon: "blocks that it needs cannot be read"; empty where there is
-// nothing to say.
-std::string ObstacleText(VolumeObstacle obstacle);
-
 // Its name in what programs read, "only-in-cloud"; null for none. docs/volumes.md lists them.
 const char *ObstacleName(VolumeObstacle obstacle);
 
