@@ -61,6 +61,22 @@
     [self layOutBelowRemarks:!remarks.empty()];
     [_tableView reloadData];
     [self showWindow:nil];
+    // Where another window came up just before it, a window manager may give the keyboard to that
+    // one, or to none.
+    constexpr NSTimeInterval kLateAnswers = 0.3;
+    [self performSelector:@selector(takeKeyboard) withObject:nil afterDelay:kLateAnswers];
+}
+
+- (void)takeKeyboard
+{
+    AssertMainThread();
+    NSWindow *window = [self window];
+    if (![window isVisible])
+        return;
+    // One that counts as the key window already would not ask the window manager again.
+    if ([window isKeyWindow])
+        [window resignKeyWindow];
+    [window makeKeyAndOrderFront:nil];
 }
 
 // Without remarks the list has their place, too.

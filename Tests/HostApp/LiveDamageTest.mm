@@ -89,4 +89,56 @@ TEST_F(LiveDamageTest, TheFileOnBadSectorsIsListedAndTheListIsSaved)
     EXPECT_EQ(destination.ReadFile("LETTER.TXT"), zeroed);
 }
 
+// Both windows appear at once, and a window manager gives the keyboard to the one that asks last.
+class DamageFocusTest : public HostWindowTest {
+protected:
+    DamageFocusTest() : HostWindowTest(Services::kNone) {}
+
+    void SetUp() override
+    {
+        _manager = std::make_unique<ChildProcess>("/usr/bin/openbox",
+                                                  std::vector<std::string>{"--sm-disable"});
+        EXPECT_TRUE(RunUntil([] {
+            return system("xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 0x") == 0;
+        }));
+        auto madeFacts = std::make_unique<vxtest::StandInFacts>();
+        auto madeSessions = std::make_unique<vxtest::StandInSessions>();
+        facts = madeFacts.get();
+        sessions = madeSessions.get();
+        [delegate beginWith:{std::make_unique<vxtest::StandInDisks>(), std::move(madeFacts),
+                             std::move(madeSessions), std::make_unique<vxtest::StandInRights>()}];
+    }
+
+    static bool IsActive(NSWindow *window)
+    {
+        const std::string command =
+            "test \"$(xdotool getactivewindow getwindowname 2>/dev/null)\" = '" +
+            vx::BytesOf([window title]) + "'";
+        return [window isKeyWindow] && system(command.c_str()) == 0;
+    }
+
+private:
+    std::unique_ptr<ChildProcess> _manager;
+};
+
+TEST_F(DamageFocusTest, TheListHasTheKeyboardAfterEachOfTenExplorers)
+{
+    constexpr NSTimeInterval kLateAnswers = 0.5;
+    Choose("/x.img", vxtest::PlainVolume("/x.img", "DATA"));
+    for (int explorer = 1; explorer <= 10; ++explorer) {
+        [Pane() unlock:nil];
+        ASSERT_EQ(sessions->started, explorer);
+        Start();
+        EXPECT_TRUE(RunUntil([this] { return ![Window() isVisible]; }));
+        sessions->listener->OnDamage({vx::ChannelDamageKind::kFolder, 0, "/Users", {}, 3});
+        End(vx::SessionEndKind::kQuit);
+        NSWindow *list = [[delegate damageWindow] window];
+        ASSERT_TRUE(RunUntil([&] { return IsActive(list); })) << "explorer " << explorer;
+        NSDate *end = [NSDate dateWithTimeIntervalSinceNow:kLateAnswers];
+        EXPECT_TRUE(RunUntil([&] { return [end timeIntervalSinceNow] < 0; }));
+        EXPECT_TRUE(IsActive(list)) << "explorer " << explorer;
+        EXPECT_TRUE([Window() isVisible]);
+    }
+}
+
 }  // namespace
