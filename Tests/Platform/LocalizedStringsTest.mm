@@ -203,6 +203,9 @@ TEST_P(LocalizedStrings, TheSizesStandInTheOrderOfTheLanguageInAllThreeTexts)
     NSString *first =
         [NSString stringWithFormat:Format(@"IDS_COPY_TIPS_CALCULATE"), 1111.1, 2222.2];
     const bool copiedFirst = IsBefore(same, @"1111.1", @"2222.2");
+    // A unit that stands only once stands after both.
+    for (NSString *text in @[ same, later, first ])
+        ExpectContains(text, copiedFirst ? @"2222.2 Mi" : @"1111.1 Mi");
     EXPECT_EQ(IsBefore(later, @"1111.1", @"2222.2"), copiedFirst);
     EXPECT_EQ(IsBefore(first, @"1111.1", @"2222.2"), copiedFirst);
     // Only Japanese names the whole before its part.
