@@ -281,7 +281,7 @@ NSString *EndText(const vx::SessionEnd &end)
         return [NSApp replyToApplicationShouldTerminate:YES];
     }
     [self setChoosing:YES];
-    [_window makeKeyAndOrderFront:self];
+    [self showWindows];
     [_volumePane showEnd:_state->wasRefused ? nil : EndText(end) detail:end.text];
     const std::string &whyNotTried = _state->session->WhyNotTried();
     if (!whyNotTried.empty())
@@ -290,8 +290,15 @@ NSString *EndText(const vx::SessionEnd &end)
             detail:whyNotTried];
     if (!_state->lost.empty())
         [self showLost];
-    if (!_state->session->Damage().IsEmpty())
-        [self showDamage];
+}
+
+// The list has the keyboard if there is one: of two windows that ask for it the desktop chooses.
+- (void)showWindows
+{
+    if (_state->session->Damage().IsEmpty())
+        return [_window makeKeyAndOrderFront:self];
+    [self showDamage];
+    [_window orderWindow:NSWindowBelow relativeTo:[[_damageWindow window] windowNumber]];
 }
 
 // There is no window any more that could show it.

@@ -46,8 +46,39 @@ protected:
         programs.explorer = explorer;
     }
 
+    // The volume opens, with a warning.
+    void DamageLastCopyOfMetadata()
+    {
+        const std::string signature = "-FVE-FS-";
+        std::string disk = folder.ReadFile("disk.img");
+        const size_t place = disk.rfind(signature);
+        ASSERT_GT(place, kSector) << "that of the boot sector";
+        disk.replace(place, signature.size(), signature.size(), 'x');
+        folder.WriteFile("disk.img", disk);
+    }
+
     std::string good;
 };
+
+TEST_F(LiveDamageTest, TheListHasTheKeyboardWheneverTheExplorerHasQuit)
+{
+    constexpr int kSessions = 4;
+    DamageLastCopyOfMetadata();
+    Begin();
+    OpenImage(image);
+    for (int session = 0; session < kSessions; ++session) {
+        Unlock(kPassword);
+        CloseExplorer(AwaitExplorer());
+        AwaitWindow();
+        NSWindow *list = [[delegate damageWindow] window];
+        const std::string title = vx::BytesOf([list title]) + "\n";
+        ASSERT_TRUE(
+            RunUntil([&] { return Run("xdotool getactivewindow getwindowname") == title; }));
+        Key("Return");
+        ASSERT_TRUE(RunUntil([list] { return ![list isVisible]; }));
+        EXPECT_TRUE([Window() isVisible]) << "Return was for the list";
+    }
+}
 
 TEST_F(LiveDamageTest, TheFileOnBadSectorsIsListedAndTheListIsSaved)
 {
