@@ -67,15 +67,15 @@ struct RightAnswer {
     std::string text;        // why it was not granted
 };
 
-// The right to read a disk, which the desktop may give.
+// The right to read a disk, which the desktop may give, or an image.
 class RightAsking {
 public:
     virtual ~RightAsking() = default;
 
-    // Whether there is a question at all on this system.
-    virtual bool CanAsk() = 0;
+    // Whether the desktop can be asked: on some systems, and for a disk.
+    virtual bool CanAsk(const std::string &path) = 0;
     // What a user types into a terminal instead; empty if there is no such command.
-    virtual std::string Command(const std::string &device) = 0;
+    virtual std::string Command(const std::string &path) = 0;
     // Any thread; takes as long as the user.
     virtual RightAnswer Ask(const std::string &device, const std::atomic<bool> &cancel) = 0;
 };

@@ -1,5 +1,5 @@
-// The way out when the user may not read a disk: a button that asks the desktop for the right, or
-// the command to copy.
+// The way out when the user may not read a disk or an image: for a disk a button that asks the
+// desktop for the right, and for both the command to copy.
 //
 // Ownership: the interface file makes it; it keeps its outlets and borrows delegate and service.
 // Threads: main thread; the question is asked on another.
@@ -21,6 +21,7 @@ struct RightRowState;
     NSView *_askRow;
     NSButton *_askButton;
     NSView *_commandRow;
+    NSTextField *_commandCaption;
     NSTextField *_commandField;
     NSButton *_commandButton;
     id<RightRowDelegate> _delegate;
@@ -30,15 +31,14 @@ struct RightRowState;
 @property (retain) IBOutlet NSView *askRow;
 @property (retain) IBOutlet NSButton *askButton;
 @property (retain) IBOutlet NSView *commandRow;
+@property (retain) IBOutlet NSTextField *commandCaption;
 @property (retain) IBOutlet NSTextField *commandField;
 @property (retain) IBOutlet NSButton *commandButton;
 
 - (void)begin:(vx::RightAsking *)rights delegate:(id<RightRowDelegate>)delegate;
 - (void)end;
 
-- (void)showDevice:(const std::string &)device;
-// The command alone: the desktop can only be asked about disks.
-- (void)showFile:(const std::string &)path;
+- (void)showPath:(const std::string &)path;
 - (void)hide;
 
 - (IBAction)ask:(id)sender;

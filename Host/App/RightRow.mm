@@ -6,7 +6,7 @@
 
 struct RightRowState {
     vx::RightAsking *rights = nullptr;
-    std::string device;
+    std::string path;
     vx::BackgroundWork asking;
 };
 
@@ -15,6 +15,7 @@ struct RightRowState {
 @synthesize askRow = _askRow;
 @synthesize askButton = _askButton;
 @synthesize commandRow = _commandRow;
+@synthesize commandCaption = _commandCaption;
 @synthesize commandField = _commandField;
 @synthesize commandButton = _commandButton;
 
@@ -32,6 +33,7 @@ struct RightRowState {
     [_askRow release];
     [_askButton release];
     [_commandRow release];
+    [_commandCaption release];
     [_commandField release];
     [_commandButton release];
     delete _state;
@@ -57,28 +59,25 @@ struct RightRowState {
     _state->rights = nullptr;
 }
 
-- (void)showDevice:(const std::string &)device
+- (void)showPath:(const std::string &)path
 {
     AssertMainThread();
-    _state->device = device;
-    [_askRow setHidden:!_state->rights->CanAsk()];
-    [_askButton setEnabled:YES];
-    [self showCommandFor:device];
-}
-
-- (void)showFile:(const std::string &)path
-{
-    AssertMainThread();
-    [_askRow setHidden:YES];
-    [self showCommandFor:path];
-}
-
-- (void)showCommandFor:(const std::string &)path
-{
+    _state->path = path;
     NSString *command = vx::TextOf(_state->rights->Command(path));
     [_commandField setStringValue:command];
     [_commandField setToolTip:command];
     [_commandRow setHidden:[command length] == 0];
+    [_askButton setEnabled:YES];
+    [self showQuestion:_state->rights->CanAsk(path)];
+}
+
+// The command is the other way then, or the only one.
+- (void)showQuestion:(BOOL)canBeAsked
+{
+    [_askRow setHidden:!canBeAsked];
+    [_commandCaption setStringValue:canBeAsked
+                                        ? vx::Localized(@"Or run this command in a terminal:")
+                                        : vx::Localized(@"Run this command in a terminal:")];
 }
 
 - (void)hide
@@ -93,7 +92,7 @@ struct RightRowState {
 {
     AssertMainThread();
     vx::RightAsking *rights = _state->rights;
-    const std::string device = _state->device;
+    const std::string device = _state->path;
     const auto work = [self, rights, device](const std::atomic<bool> &cancel) {
         return [self, answer = rights->Ask(device, cancel)] { [self answered:answer]; };
     };
@@ -106,7 +105,7 @@ struct RightRowState {
 {
     AssertMainThread();
     [_askButton setEnabled:YES];
-    [_askRow setHidden:!answer.canBeAsked];
+    [self showQuestion:answer.canBeAsked];
     [_delegate rightRow:self wasAnswered:answer];
 }
 

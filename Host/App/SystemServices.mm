@@ -34,11 +34,11 @@ private:
 
 class DesktopRights : public RightAsking {
 public:
-    bool CanAsk() override { return CanAskForReadingRight(); }
-    std::string Command(const std::string &device) override
+    bool CanAsk(const std::string &path) override
     {
-        return ReadingRightCommandFor(device);
+        return CanAskForReadingRight() && IsDevice(path);
     }
+    std::string Command(const std::string &path) override { return ReadingRightCommandFor(path); }
     RightAnswer Ask(const std::string &device, const std::atomic<bool> &cancel) override
     {
         const RightRequest request = AskForReadingRight(device, cancel);

@@ -251,16 +251,8 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     if (facts.status == 0)
         reason = vx::Localized(@"Nothing that can be opened is on it.");
     if (isForbidden)
-        [self offerRight];
+        [_rightRow showPath:_state->path];
     [self say:reason detail:isForbidden ? "" : facts.reason];
-}
-
-- (void)offerRight
-{
-    if (IsDevice(_state->path))
-        [_rightRow showDevice:_state->path];
-    else
-        [_rightRow showFile:_state->path];
 }
 
 - (const vx::VolumeFacts &)volume
@@ -387,7 +379,7 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     NSString *reason = vx::Localized(vx::OpeningReason(result.status, kind));
     // Of a wrong secret: the protectors it was tried on, and what else opens the volume.
     if (result.status == static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied))
-        [self offerRight];
+        [_rightRow showPath:_state->path];
     [self say:reason detail:result.reason];
 }
 

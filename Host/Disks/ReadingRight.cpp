@@ -44,6 +44,17 @@ std::string CheckedDevice(const std::string &path)
     return real;
 }
 
+// Its owner needs no administrator to change what may be done with it. Empty: this user is not.
+std::string CommandOfOwner(const std::string &path)
+{
+    struct stat found;
+    if (stat(path.c_str(), &found) != 0 || found.st_uid != getuid())
+        return "";
+    if (S_ISDIR(found.st_mode))
+        return "chmod u+rx " + ShellWord(path);
+    return S_ISREG(found.st_mode) ? "chmod u+r " + ShellWord(path) : "";
+}
+
 // As a shell looks for programs; where the administrator's are too, since pkexec looks there.
 bool IsInstalled(const std::string &program)
 {
@@ -92,11 +103,19 @@ bool MayRead(const std::string &path)
     return access(path.c_str(), R_OK) == 0;
 }
 
-std::string ReadingRightCommandFor(const std::string &device)
+bool IsDevice(const std::string &path)
 {
+    return !CheckedDevice(path).empty();
+}
+
+std::string ReadingRightCommandFor(const std::string &path)
+{
+    const std::string own = CommandOfOwner(path);
+    if (!own.empty())
+        return own;
     const std::string name = UserName(getuid());
     const std::string user = name.empty() ? std::to_string(getuid()) : name;
-    return ReadingRightCommand(ShellWord(user), ShellWord(device));
+    return ReadingRightCommand(ShellWord(user), ShellWord(path));
 }
 
 RightRequest AskForReadingRight(const std::string &device, const std::atomic<bool> &cancel)

@@ -1,4 +1,4 @@
-// The right of this user to read a device, which usually only the administrator has.
+// The right of this user to read a device, which usually only the administrator has, or an image.
 //
 // Threads: any. Texts: UTF-8, one line.
 #pragma once
@@ -11,9 +11,12 @@ namespace vx {
 // Whether this user may read the device or file; false too if it is gone.
 bool MayRead(const std::string &path);
 
+// Whether the path leads to a device below /dev.
+bool IsDevice(const std::string &path);
+
 // The command to copy into a terminal: "sudo setfacl -m u:anna:r /dev/sdb1". The right lasts until
-// the device is unplugged.
-std::string ReadingRightCommandFor(const std::string &device);
+// the device is unplugged. For an image or folder of this user: "chmod u+r disk.img".
+std::string ReadingRightCommandFor(const std::string &path);
 
 // Whether this system has a way to ask, be it installed or not. Without it the command is the way.
 bool CanAskForReadingRight();

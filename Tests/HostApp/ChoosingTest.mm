@@ -266,6 +266,7 @@ TEST_F(HostWindowTest, WhereNothingCanGiveTheRightOnlyTheCommandStays)
     Click([[Pane() rightRow] askButton]);
     EXPECT_TRUE(RunUntil([this] { return [[[Pane() rightRow] askRow] isHidden]; }));
     EXPECT_FALSE([[[Pane() rightRow] commandRow] isHidden]);
+    EXPECT_EQ(Text([[Pane() rightRow] commandCaption]), "Run this command in a terminal:");
 }
 
 // No thread can be started while it lives: none has room for such a stack.

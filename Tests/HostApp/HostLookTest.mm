@@ -230,7 +230,7 @@ TEST_P(HostInLanguage, TheOfferOfARightFitsThePaneOfTheSmallestWindow)
 {
     ChooseRecoveryKey();
     Hint("");
-    [[Pane() rightRow] showDevice:"/dev/sdb1"];
+    [[Pane() rightRow] showPath:"/dev/sdb1"];
     for (const char *sentence :
          {"You have no permission to read it.", "The permission was not given."}) {
         [Pane() say:vx::TextOf(Word(sentence)) detail:""];

@@ -51,9 +51,9 @@ void StandInSessions::Start(const std::string &opened, const std::string &unlock
     listener = told;
 }
 
-std::string StandInRights::Command(const std::string &device)
+std::string StandInRights::Command(const std::string &path)
 {
-    return "sudo setfacl -m u:anna:r " + device;
+    return "sudo setfacl -m u:anna:r " + path;
 }
 
 vx::RightAnswer StandInRights::Ask(const std::string &, const std::atomic<bool> &)

@@ -67,8 +67,11 @@ public:
 
 class StandInRights : public vx::RightAsking {
 public:
-    bool CanAsk() override { return canAsk; }
-    std::string Command(const std::string &device) override;
+    bool CanAsk(const std::string &path) override
+    {
+        return canAsk && path.compare(0, 5, "/dev/") == 0;
+    }
+    std::string Command(const std::string &path) override;
     vx::RightAnswer Ask(const std::string &device, const std::atomic<bool> &cancel) override;
 
     bool canAsk = true;

@@ -188,6 +188,7 @@ TEST_F(HostWindowTest, WithoutPermissionToTryItTheCommandIsOffered)
     Refuse(static_cast<int32_t>(VolumeLibraryStatus::kPermissionDenied));
     EXPECT_EQ(Message(), "You have no permission to read it.");
     EXPECT_FALSE([[[Pane() rightRow] askRow] isHidden]);
+    EXPECT_EQ(Text([[Pane() rightRow] commandCaption]), "Or run this command in a terminal:");
     EXPECT_EQ(Text([[Pane() rightRow] commandField]), "sudo setfacl -m u:anna:r /dev/sdb1");
 }
 
@@ -201,6 +202,7 @@ TEST_F(HostWindowTest, AnImageWithoutPermissionHasTheCommandAndNothingToAsk)
     RightRow *row = [Pane() rightRow];
     EXPECT_TRUE([[row askRow] isHidden]);
     EXPECT_FALSE([[row commandRow] isHidden]);
+    EXPECT_EQ(Text([row commandCaption]), "Run this command in a terminal:");
     EXPECT_EQ(Text([row commandField]), "sudo setfacl -m u:anna:r /images/a.img");
     EXPECT_STREQ([[[row commandField] toolTip] UTF8String],
                  "sudo setfacl -m u:anna:r /images/a.img");

@@ -182,5 +182,25 @@ TEST_F(ReadingRight, TheCommandNamesTheUserAndQuotesTheDevice)
     EXPECT_EQ(ReadingRightCommandFor("/dev/a b"), "sudo setfacl -m u:" + name + ":r '/dev/a b'");
 }
 
+TEST_F(ReadingRight, OfAnImageIsForItsOwnerToGive)
+{
+    const std::string image = _disks.Folder().WriteFile("an image.img", "");
+    EXPECT_FALSE(IsDevice(image));
+    chmod(image.c_str(), 0200);
+    const std::string command = ReadingRightCommandFor(image);
+    EXPECT_EQ(command, "chmod u+r '" + image + "'");
+    ToolRun shell("/bin/sh", {"-c", command});
+    EXPECT_EQ(shell.Wait(), 0);
+    struct stat found;
+    ASSERT_EQ(stat(image.c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777, 0600u);
+    const std::string folder = _disks.Folder().MakeFolder("images");
+    EXPECT_EQ(ReadingRightCommandFor(folder), "chmod u+rx " + folder);
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root has an image of another user";
+    const OrdinaryUser user;
+    EXPECT_EQ(ReadingRightCommandFor(image).find("sudo setfacl -m u:"), 0u);
+}
+
 }  // namespace
 }  // namespace vx
