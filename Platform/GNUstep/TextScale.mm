@@ -4,6 +4,7 @@
 #include "MethodReplacement.h"
 #include "ThreadChecks.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <string>
@@ -31,6 +32,8 @@ std::map<std::string, FontOfSize> &libraryFonts()
 DidStartElement libraryDidStart = nullptr;
 
 constexpr CGFloat kHeightOfLine = 2;  // points at most
+// What a window manager adds to a window's contents, in points.
+constexpr CGFloat kFrameWidth = 20, kFrameHeight = 60;
 
 NSFont *scaledFont(id fonts, SEL selector, CGFloat size)
 {
@@ -44,7 +47,7 @@ void didStartElement(id reader, SEL selector, NSXMLParser *parser, NSString *ele
                      NSString *space, NSString *qualified, NSDictionary *attributes)
 {
     libraryDidStart(reader, selector, parser, element, space, qualified,
-                    scaledAttributes(element, attributes, textScale()));
+                    scaledAttributes(element, attributes, textScale(), roomOnScreen()));
 }
 
 // Edges that touch still touch: it is they that are rounded, not the width.
@@ -59,6 +62,12 @@ void scaleSpan(NSMutableDictionary *attributes, NSString *origin, NSString *leng
         [attributes setObject:[NSString stringWithFormat:@"%g", last - first] forKey:length];
 }
 
+void limitLength(NSMutableDictionary *attributes, NSString *length, CGFloat most)
+{
+    const CGFloat least = std::min<CGFloat>([[attributes objectForKey:length] floatValue], most);
+    [attributes setObject:[NSString stringWithFormat:@"%g", std::floor(least)] forKey:length];
+}
+
 NSArray *scaledNames(NSString *element)
 {
     if ([element isEqualToString:@"tableColumn"])
@@ -70,7 +79,8 @@ NSArray *scaledNames(NSString *element)
 
 }  // namespace
 
-NSDictionary *scaledAttributes(NSString *element, NSDictionary *attributes, CGFloat scale)
+NSDictionary *scaledAttributes(NSString *element, NSDictionary *attributes, CGFloat scale,
+                               NSSize screen)
 {
     AssertMainThread();
     NSMutableDictionary *result = [[attributes mutableCopy] autorelease];
@@ -78,6 +88,10 @@ NSDictionary *scaledAttributes(NSString *element, NSDictionary *attributes, CGFl
     if (!isScreen && [@[ @"rect", @"size", @"point", @"value" ] containsObject:element]) {
         scaleSpan(result, @"x", @"width", scale);
         scaleSpan(result, @"y", @"height", scale);
+    }
+    if ([[attributes objectForKey:@"key"] isEqual:@"contentRect"]) {
+        limitLength(result, @"width", screen.width - kFrameWidth);
+        limitLength(result, @"height", screen.height - kFrameHeight);
     }
     for (NSString *name in scaledNames(element))
         if ([attributes objectForKey:name] != nil)

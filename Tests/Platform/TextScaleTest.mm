@@ -21,7 +21,8 @@ protected:
     static std::string Scaled(NSString *element, NSDictionary *attributes, NSString *name,
                               CGFloat scale = 1.5)
     {
-        NSDictionary *scaled = vx::scaledAttributes(element, attributes, scale);
+        NSDictionary *scaled =
+            vx::scaledAttributes(element, attributes, scale, NSMakeSize(1280, 900));
         return [[scaled objectForKey:name] UTF8String];
     }
 
@@ -61,6 +62,24 @@ TEST_F(TextScale, SizesRowsAndColumnsOfAnInterfaceFileAreScaled)
     EXPECT_EQ(Scaled(@"value", @{@"key" : @"minSize", @"width" : @"680"}, @"width"), "1020");
     EXPECT_EQ(Scaled(@"outlineView", @{@"rowHeight" : @"20"}, @"rowHeight"), "30");
     EXPECT_EQ(Scaled(@"tableColumn", @{@"minWidth" : @"80"}, @"minWidth"), "120");
+}
+
+TEST_F(TextScale, AWindowIsNoLargerThanTheScreen)
+{
+    NSDictionary *contents = @{@"key" : @"contentRect", @"width" : @"900", @"height" : @"560"};
+    EXPECT_EQ(Scaled(@"rect", contents, @"width", 1.2), "1080");
+    EXPECT_EQ(Scaled(@"rect", contents, @"width"), "1260");
+    EXPECT_EQ(Scaled(@"rect", contents, @"height"), "840");
+    EXPECT_EQ(Scaled(@"rect", @{@"key" : @"frame", @"width" : @"900"}, @"width"), "1350");
+}
+
+TEST_F(TextScale, TextIsNoLargerThanFitsIntoTheScreen)
+{
+    EXPECT_DOUBLE_EQ(vx::scaleThatFits(1.5, NSMakeSize(1280, 900)), 1.5);
+    EXPECT_DOUBLE_EQ(vx::scaleThatFits(3, NSMakeSize(1640, 1560)), 2);
+    EXPECT_DOUBLE_EQ(vx::scaleThatFits(3, NSMakeSize(4100, 1040)), 2);
+    EXPECT_DOUBLE_EQ(vx::scaleThatFits(1.5, NSMakeSize(640, 480)), 1);
+    EXPECT_DOUBLE_EQ(vx::scaleThatFits(0.8, NSMakeSize(640, 480)), 0.8);
 }
 
 TEST_F(TextScale, NothingElseOfAnInterfaceFileIs)
