@@ -21,9 +21,21 @@ const char *ObstacleReason(VolumeObstacle obstacle)
         return "it no longer exists";
     case VolumeObstacle::kOutOfMemory:
         return "there is not enough memory";
-    default:
-        return "";
+    case VolumeObstacle::kPacked:
+        return "it is packed by Windows in an unknown form or into a WIM image";
+    case VolumeObstacle::kOnlyInCloud:
+        return "it is only in the cloud";
+    case VolumeObstacle::kDeduplicated:
+        return "it is deduplicated by Windows Server";
+    case VolumeObstacle::kEncryptedFile:
+        return "it is encrypted by Windows on its own (EFS)";
+    case VolumeObstacle::kUnknownReparsePoint:
+        return "it is a reparse point of a kind that is not known";
+    case VolumeObstacle::kLink:
+    case VolumeObstacle::kNone:
+        break;
     }
+    return "";
 }
 
 }  // namespace vx

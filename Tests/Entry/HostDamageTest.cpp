@@ -373,7 +373,7 @@ TEST_F(HostOfEndingProcess, HearsOfAFileThatIsStillOpenAndAFarewell)
 // --- A volume that knows nothing of what failed
 
 // Any path is a file. Reads or questions for the size fail from a number of successes on.
-class ScriptedFailure final : public OwnedVolume {
+class ScriptedFailure : public OwnedVolume {
 public:
     ScriptedFailure(int goodReads, int goodSizes) : _goodReads(goodReads), _goodSizes(goodSizes) {}
 
@@ -438,6 +438,55 @@ TEST(HostOfFailingFile, HearsOfItThoughNoRangeIsKnown)
     EXPECT_EQ(HeardOf(0, 1), (Heard{"4", "1/a"}));
     EXPECT_EQ(HeardOf(1, 1), (Heard{"4", "1/a"}));
     EXPECT_EQ(HeardOf(2, 0), Heard{"1/a"});
+}
+
+// A file that does not open, and why.
+class ClosedFile final : public ScriptedFailure {
+public:
+    explicit ClosedFile(VolumeObstacle obstacle) : ScriptedFailure(0, 0), _obstacle(obstacle) {}
+
+    VolumeHandle OpenFile(const char16_t *, uint32_t, uint32_t, uint32_t) override
+    {
+        return nullptr;
+    }
+    bool DescribeEntry(const char16_t *, VolumeEntryReport *report) override
+    {
+        report->obstacle = _obstacle;
+        return true;
+    }
+    bool IsGone() override { return false; }
+
+private:
+    const VolumeObstacle _obstacle;
+};
+
+bool IsHeardOf(VolumeObstacle obstacle)
+{
+    HostChannel host;
+    EXPECT_TRUE(host.Prepare({}));
+    auto channel = std::make_shared<ChildChannel>(UniqueFd(dup(host.ChildDescriptor())));
+    host.CloseChildDescriptor();
+    channel->Report(ChannelOpened{});
+    ReportingVolume volume(std::make_unique<ClosedFile>(obstacle), channel);
+    EXPECT_EQ(volume.OpenFile(u"/a", 0, 0, 0), nullptr);
+    bool isHeard = false;
+    while (const auto report = host.Read()) {
+        if (const auto *damage = std::get_if<ChannelDamage>(&*report))
+            isHeard = damage->kind == ChannelDamageKind::kFileClosed && damage->path == "/a" &&
+                      damage->obstacle == static_cast<uint32_t>(obstacle);
+    }
+    return isHeard;
+}
+
+TEST(HostOfClosedFile, HearsOfWhateverDoesNotOpenButALink)
+{
+    for (auto number = static_cast<uint32_t>(VolumeObstacle::kPacked);
+         number <= static_cast<uint32_t>(VolumeObstacle::kOutOfMemory); ++number) {
+        const auto obstacle = static_cast<VolumeObstacle>(number);
+        EXPECT_EQ(IsHeardOf(obstacle), obstacle != VolumeObstacle::kDeviceGone) << number;
+    }
+    EXPECT_TRUE(IsHeardOf(VolumeObstacle::kNone));
+    EXPECT_FALSE(IsHeardOf(VolumeObstacle::kLink));
 }
 
 }  // namespace

@@ -111,6 +111,12 @@ TEST_F(TerminalObserverTest, AFileIsSaidWithItsRangesAndTheReason)
                       {},
                       0}),
               "volume-host: damaged: /c: the file could not be opened: no permission to read it\n");
+    EXPECT_EQ(LineOn({vx::ChannelDamageKind::kFileClosed,
+                      static_cast<uint32_t>(VolumeObstacle::kOnlyInCloud),
+                      "/d",
+                      {},
+                      0}),
+              "volume-host: damaged: /d: the file could not be opened: it is only in the cloud\n");
 }
 
 TEST_F(TerminalObserverTest, ALineNamesSomeRangesAndCountsTheOthers)

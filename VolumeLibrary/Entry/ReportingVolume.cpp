@@ -11,21 +11,11 @@ namespace {
 
 constexpr std::u16string_view kPatternEnd = u"/*";
 
-// Of what does not open. kNone: the volume cannot say why. Only what was listed is opened, so what
-// is not there was lost.
-bool IsDamage(VolumeObstacle obstacle)
+// Of what does not open. A link has nothing of its own, and that the disk is gone is reported once.
+// Only what was listed is opened, so what is not there was lost; kNone: the volume cannot say why.
+bool IsLack(VolumeObstacle obstacle)
 {
-    switch (obstacle) {
-    case VolumeObstacle::kNone:
-    case VolumeObstacle::kDamaged:
-    case VolumeObstacle::kUnreadable:
-    case VolumeObstacle::kSameName:
-    case VolumeObstacle::kNotThere:
-    case VolumeObstacle::kOutOfMemory:
-        return true;
-    default:
-        return false;
-    }
+    return obstacle != VolumeObstacle::kLink && obstacle != VolumeObstacle::kDeviceGone;
 }
 
 // Of an open file: not all of its data is right.
@@ -257,7 +247,7 @@ void ReportingVolume::ReportUnlisted(const std::u16string &folder)
 {
     TryToReport([&] {
         const VolumeObstacle obstacle = ObstacleAt(folder);
-        if (IsDamage(obstacle))
+        if (IsLack(obstacle))
             Report(ChannelDamageKind::kFolder, obstacle, folder);
     });
 }
@@ -276,7 +266,7 @@ void ReportingVolume::ReportUnopened(const std::u16string &path)
 {
     TryToReport([&] {
         const VolumeObstacle obstacle = ObstacleAt(path);
-        if (IsDamage(obstacle))
+        if (IsLack(obstacle))
             Report(ChannelDamageKind::kFileClosed, obstacle, path);
     });
 }

@@ -3,10 +3,10 @@
 // the disk is gone. Everything else it passes on. What is known of open files is at hand if the
 // process ends first (OpenFileDamage.h).
 //
-// Links, and what was never on this disk or is encrypted by Windows itself, are no damage.
-// Ownership: owns the volume, shares the channel. Its handles are its own. Threads: as the volume.
-// Errors: those of the volume. A report that cannot be made is counted as lost; none delays or
-// fails an operation.
+// What was never on this disk, or is encrypted by Windows itself, does not open and is reported,
+// too; a link is not. Ownership: owns the volume, shares the channel. Its handles are its own.
+// Threads: as the volume. Errors: those of the volume. A report that cannot be made is counted as
+// lost; none delays or fails an operation.
 #pragma once
 
 #include "ChildChannel.h"
