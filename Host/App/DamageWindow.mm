@@ -99,12 +99,10 @@
 // The other columns are as wide as their longest texts.
 - (void)fitPaths
 {
-    CGFloat others = 0;
-    for (NSTableColumn *column in [_tableView tableColumns])
-        others += [_tableView intercellSpacing].width + [column width];
     NSTableColumn *paths = [_tableView tableColumnWithIdentifier:@"path"];
+    const NSRect last = [_tableView rectOfColumn:[_tableView numberOfColumns] - 1];
     const CGFloat room = NSWidth([[[_tableView enclosingScrollView] contentView] bounds]);
-    [paths setWidth:room - (others - [paths width])];
+    [paths setWidth:[paths width] + room - NSMaxX(last)];
 }
 
 - (NSInteger)numberOfRowsInTableView:(NSTableView *)table
