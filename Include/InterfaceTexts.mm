@@ -43,8 +43,6 @@ void localizeView(NSView *view)
         [(NSTextField *)view setStringValue:localized([(NSTextField *)view stringValue])];
     if ([view isKindOfClass:[NSButton class]])
         [(NSButton *)view setTitle:localized([(NSButton *)view title])];
-    if ([view isKindOfClass:[NSTextField class]])
-        [(NSTextField *)view setStringValue:localized([(NSTextField *)view stringValue])];
     for (NSView *subview in [view subviews])
         localizeView(subview);
 }
