@@ -4,7 +4,6 @@
 #include "VolumeOpeningOptions.h"
 
 #include <algorithm>
-#include <dlfcn.h>
 
 namespace vx {
 namespace {
@@ -37,16 +36,6 @@ void OpeningProgress::AddTo(VolumeOpeningOptions *options)
 {
     options->progress = Report;
     options->progressContext = this;
-}
-
-void OpeningProgress::RequestFrom(void *library)
-{
-    const auto set = reinterpret_cast<VolumeLibrarySetOpeningOptionsFunction>(
-        dlsym(library, "volume_library_set_opening_options"));
-    VolumeOpeningOptions options;
-    AddTo(&options);
-    if (set != nullptr)
-        (void)set(&options);
 }
 
 void OpeningProgress::Show(VolumeOpeningStep step, uint64_t done, uint64_t total, uint32_t seconds,

@@ -30,9 +30,6 @@ public:
 
     // This must stay as long as the openings with these options.
     void AddTo(VolumeOpeningOptions *options);
-    // The same for a program that has no other options. library: the handle of the loaded library;
-    // one that cannot report is left alone.
-    void RequestFrom(void *library);
 
     // As VolumeOpeningProgressFunction has it.
     void Show(VolumeOpeningStep step, uint64_t done, uint64_t total, uint32_t seconds,

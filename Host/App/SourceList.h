@@ -37,6 +37,5 @@ struct SourceListState;
 - (void)choosePath:(const std::string &)path;
 // What is chosen was opened: an image comes first in the list, a disk is not remembered.
 - (void)rememberChosen;
-- (NSString *)chosenPath;
 
 @end

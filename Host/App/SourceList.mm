@@ -222,11 +222,6 @@ struct SourceListState {
     [self fill];
 }
 
-- (NSString *)chosenPath
-{
-    return _state->chosen.empty() ? nil : vx::TextOf(_state->chosen);
-}
-
 - (const vx::SourceRow *)rowAt:(NSInteger)index
 {
     const size_t row = static_cast<size_t>(index);

@@ -343,7 +343,7 @@ TEST_F(LaunchingHostTest, AFileThatIsOpenedBeforeTheApplicationHasLaunchedIsChos
 {
     [delegate application:NSApp openFile:@"/images/stick.img"];
     [delegate applicationDidFinishLaunching:nil];
-    EXPECT_EQ(vx::BytesOf([[delegate sourceList] chosenPath]), "/images/stick.img");
+    EXPECT_EQ(Text([Pane() pathLabel]), "/images/stick.img");
     EXPECT_TRUE(RunUntil([this] { return Text([Pane() titleLabel]) == "stick.img"; }));
 }
 

@@ -70,7 +70,7 @@ TEST_F(LiveDropTest, OfSeveralFilesNoneIsChosenAndTheWindowSaysWhy)
     EXPECT_TRUE(RunUntil([this] {
         return Message() == "Several files were dropped. Drop one image only.";
     })) << Message();
-    EXPECT_EQ([[delegate sourceList] chosenPath], nil);
+    EXPECT_EQ(Text([Pane() pathLabel]), "");
 }
 
 TEST_F(LiveDropTest, WhatIsNoFileOfThisMachineIsRefusedWhileItIsStillDragged)

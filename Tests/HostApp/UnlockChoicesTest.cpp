@@ -88,14 +88,6 @@ TEST(UnlockChoices, EachRecoveryProtectorGivesItsFirstEightDigits)
     EXPECT_EQ(vx::ChoiceTitle(choice, EnglishWording()), "Recovery key (1A2B3C4D, FFFFFFFF)");
 }
 
-TEST(UnlockChoices, TheKindIsKeptIfTheOtherVolumeTakesItToo)
-{
-    const auto choices =
-        vx::UnlockChoices(EncryptedVolume("/dev/sdb1", {"password", "recovery-password"}));
-    EXPECT_EQ(vx::ChoiceOf(SecretKind::kRecoveryKey, choices), 1u);
-    EXPECT_EQ(vx::ChoiceOf(SecretKind::kStartupKey, choices), 0u);
-}
-
 TEST(UnlockChoices, TheKindsOfUnlockAreThoseOfTheLibrary)
 {
     EXPECT_STREQ(vx::UnlockKindOf(SecretKind::kNone), "none");

@@ -231,7 +231,7 @@ TEST_F(HostWindowTest, WhileItIsUnlockedNothingElseCanBeChosen)
     Key("Return");
     ASSERT_TRUE(RunUntil([this] { return sessions->started == 1; }));
     [delegate openPath:@"/home/anna/other.img"];
-    EXPECT_EQ(vx::BytesOf([[delegate sourceList] chosenPath]), kDisk);
+    EXPECT_EQ(Text([Pane() pathLabel]), kDisk);
     EXPECT_FALSE([List() isEnabled]);
     Refuse(kWrong);
     EXPECT_TRUE([List() isEnabled]);

@@ -74,13 +74,4 @@ const char *OpeningReason(int32_t status, SecretKind kind)
     return "The volume could not be opened because of an error of the program.";
 }
 
-bool MayAnotherSecretOpen(int32_t status)
-{
-    const auto known = static_cast<VolumeLibraryStatus>(status);
-    return known == VolumeLibraryStatus::kWrongSecret ||
-           known == VolumeLibraryStatus::kSecretMalformed ||
-           known == VolumeLibraryStatus::kNoProtectorOfThisKind ||
-           known == VolumeLibraryStatus::kSecretNeeded;
-}
-
 }  // namespace vx

@@ -10,7 +10,4 @@ namespace vx {
 // status: a VolumeLibraryStatus; 0 if there was no answer. Never null.
 const char *OpeningReason(int32_t status, SecretKind kind);
 
-// The secret, and not the volume, was at fault: another one may open it.
-bool MayAnotherSecretOpen(int32_t status);
-
 }  // namespace vx

@@ -95,13 +95,4 @@ std::vector<UnlockChoice> UnlockChoices(const VolumeFacts &volume)
     return choices;
 }
 
-size_t ChoiceOf(SecretKind kind, const std::vector<UnlockChoice> &choices)
-{
-    for (size_t i = 0; i < choices.size(); ++i) {
-        if (choices[i].kind == kind)
-            return i;
-    }
-    return 0;
-}
-
 }  // namespace vx

@@ -30,7 +30,4 @@ bool MayBeLost(const VolumeFacts &volume);
 // The best first; empty if nothing here opens the volume. All kinds if its metadata does not say.
 std::vector<UnlockChoice> UnlockChoices(const VolumeFacts &volume);
 
-// 0, or the place of the same kind as before if there still is one.
-size_t ChoiceOf(SecretKind kind, const std::vector<UnlockChoice> &choices);
-
 }  // namespace vx
