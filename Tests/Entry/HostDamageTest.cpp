@@ -203,6 +203,45 @@ TEST_P(HostDamage, IsReportedAsVolumeExportReportsIt)
 INSTANTIATE_TEST_SUITE_P(FileSystems, HostDamage, testing::Values("fat", "ntfs"),
                          [](const auto &tested) { return std::string(tested.param); });
 
+// --- Files whose data is elsewhere
+
+TEST(HostOfUnusualFiles, HearsOfWhatIsNotExportedWhateverTheReasonButOfNoLink)
+{
+    VX_NEEDS("mkntfs");
+    VX_NEEDS("setfattr");
+    if (!CanMountNtfs())
+        GTEST_SKIP() << "NTFS images cannot be mounted here";
+    const TestImage image;
+    ASSERT_TRUE(image.MakeNtfs(8));
+    // Data of a server's store, of a cloud drive, of an unknown program, and a way to C:\x.
+    const std::string mark = "setfattr -h -n system.ntfs_reparse_data -v 0x";
+    const std::string bytes = "1000000000000000000000000000000000000000";
+    ASSERT_TRUE(image.RunInNtfs("truncate -s 9000 dedup cloud other && " + mark + "13000080" +
+                                bytes + " dedup && " + mark + "1a000090" + bytes + " cloud && " +
+                                mark + "34120080" + bytes + " other && " +
+                                "printf in > plain && mkdir point && " + mark +
+                                "030000a01c0000000000100012000000"
+                                "5c003f003f005c0043003a005c00780000000000 point"));
+    HostPeer host(image.Path(), "none", "");
+    IVolume *volume = nullptr;
+    ASSERT_EQ(host.Open(&volume), 0);
+    for (const auto *path : {u"/dedup", u"/cloud", u"/other", u"/point"})
+        EXPECT_FALSE(Opens(*volume, path));
+    EXPECT_TRUE(Opens(*volume, u"/plain"));
+    EXPECT_FALSE(ListFolder(*volume, u"/point/*"));
+    host.TakeReports();
+    std::map<std::string, uint32_t> reported;
+    for (const ChannelDamage &damage : host.damages) {
+        EXPECT_EQ(damage.kind, ChannelDamageKind::kFileClosed);
+        reported[damage.path] = damage.obstacle;
+    }
+    const auto number = [](VolumeObstacle obstacle) { return static_cast<uint32_t>(obstacle); };
+    EXPECT_EQ(reported, (std::map<std::string, uint32_t>{
+                            {"/dedup", number(VolumeObstacle::kDeduplicated)},
+                            {"/cloud", number(VolumeObstacle::kOnlyInCloud)},
+                            {"/other", number(VolumeObstacle::kUnknownReparsePoint)}}));
+}
+
 // --- A disk in memory
 
 class HostOfFailingDisk : public testing::Test {
