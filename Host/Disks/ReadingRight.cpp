@@ -110,7 +110,7 @@ bool IsDevice(const std::string &path)
 
 std::string ReadingRightCommandFor(const std::string &path)
 {
-    const std::string own = CommandOfOwner(path);
+    std::string own = CommandOfOwner(path);
     if (!own.empty())
         return own;
     const std::string name = UserName(getuid());

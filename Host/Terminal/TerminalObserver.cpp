@@ -66,7 +66,8 @@ void TerminalObserver::TakeResult(const TrialResult &result)
 void TerminalObserver::OnDamage(const ChannelDamage &damage)
 {
     _isDamaged = true;
-    Complain("damaged: " + DamageLine(damage));
+    const bool isRefused = damage.kind == ChannelDamageKind::kFileClosed;
+    Complain((isRefused ? "not read: " : "damaged: ") + DamageLine(damage));
 }
 
 void TerminalObserver::OnReportsLost(uint64_t count)

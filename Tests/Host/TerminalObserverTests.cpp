@@ -103,20 +103,21 @@ TEST_F(TerminalObserverTest, AFileIsSaidWithItsRangesAndTheReason)
                       "/b",
                       {},
                       0}),
-              "volume-host: damaged: /b: the file could not be opened: its records on the disk "
+              "volume-host: not read: /b: the file could not be opened: its records on the disk "
               "contradict each other\n");
-    EXPECT_EQ(LineOn({vx::ChannelDamageKind::kFileClosed,
-                      static_cast<uint32_t>(VolumeObstacle::kNoPermission),
-                      "/c",
-                      {},
-                      0}),
-              "volume-host: damaged: /c: the file could not be opened: no permission to read it\n");
+    EXPECT_EQ(
+        LineOn({vx::ChannelDamageKind::kFileClosed,
+                static_cast<uint32_t>(VolumeObstacle::kNoPermission),
+                "/c",
+                {},
+                0}),
+        "volume-host: not read: /c: the file could not be opened: no permission to read it\n");
     EXPECT_EQ(LineOn({vx::ChannelDamageKind::kFileClosed,
                       static_cast<uint32_t>(VolumeObstacle::kOnlyInCloud),
                       "/d",
                       {},
                       0}),
-              "volume-host: damaged: /d: the file could not be opened: it is only in the cloud\n");
+              "volume-host: not read: /d: the file could not be opened: it is only in the cloud\n");
 }
 
 TEST_F(TerminalObserverTest, ALineNamesSomeRangesAndCountsTheOthers)
