@@ -67,11 +67,11 @@ NSArray *StoredImages()
 TEST_F(HostWindowTest, ADiskThatComesIsListedAndTheSelectionStays)
 {
     disks->Set({Disk("/dev/sdb")});
-    EXPECT_EQ(RowNamed("sdb"), 1);
+    EXPECT_EQ(RowNamed("/dev/sdb"), 1);
     Choose("/dev/sdb", PlainVolume("/dev/sdb", "DATA"));
     EXPECT_EQ([List() selectedRow], 1);
     disks->Set({Disk("/dev/sda"), Disk("/dev/sdb")});
-    EXPECT_EQ(RowNamed("sda"), 1);
+    EXPECT_EQ(RowNamed("/dev/sda"), 1);
     EXPECT_EQ([List() selectedRow], 2);
     EXPECT_TRUE(CanUnlock()) << "what was chosen is left alone";
     EXPECT_EQ([StoredImages() count], 0u) << "a listed disk is no image";
@@ -91,14 +91,14 @@ TEST_F(HostWindowTest, WhileAListIsAwaitedNoOtherIsAskedForAndTheLastOneIsShown)
     RunUntil([later] { return [later timeIntervalSinceNow] < 0; });
     EXPECT_EQ(disks->Listed(), 2);
     disks->Release();
-    EXPECT_EQ(RowNamed("sdd"), 1);
+    EXPECT_EQ(RowNamed("/dev/sdd"), 1);
     EXPECT_EQ(disks->Listed(), 3);
 }
 
 TEST_F(HostWindowTest, AChosenDiskThatGoesAwayIsSaidToHaveGone)
 {
     disks->Set({Disk("/dev/sda"), Disk("/dev/sdb", true)});
-    EXPECT_EQ(RowNamed("sdb"), 2);
+    EXPECT_EQ(RowNamed("/dev/sdb"), 2);
     Choose("/dev/sdb", EncryptedVolume("/dev/sdb", {"password"}));
     Type("sec");
     EXPECT_TRUE(RunUntil([this] { return CanUnlock(); }));
@@ -113,7 +113,7 @@ TEST_F(HostWindowTest, ADeviceThatIsNotListedIsOpenedAllTheSameAndNotTakenForAnI
 {
     Choose("/dev/mapper/data", PlainVolume("/dev/mapper/data", "DATA"));
     disks->Set({Disk("/dev/sda")});
-    EXPECT_EQ(RowNamed("sda"), 1);
+    EXPECT_EQ(RowNamed("/dev/sda"), 1);
     EXPECT_TRUE(CanUnlock());
     EXPECT_EQ(Message(), "");
     EXPECT_EQ([StoredImages() count], 0u);
@@ -123,7 +123,7 @@ TEST_F(HostWindowTest, ARowIsChosenWithTheMouseAndAHeadingIsNot)
 {
     facts->Set("/dev/sdb", {"", 0, {PlainVolume("/dev/sdb", "DATA")}, {}, 0, ""});
     disks->Set({Disk("/dev/sdb")});
-    EXPECT_EQ(RowNamed("sdb"), 1);
+    EXPECT_EQ(RowNamed("/dev/sdb"), 1);
     NSView *row = [[[NSView alloc] initWithFrame:[List() rectOfRow:1]] autorelease];
     [List() addSubview:row];
     Click(row);
@@ -306,7 +306,7 @@ TEST_F(HostWindowTest, WithoutAThreadForItEachPartOfTheWindowSaysSo)
         EXPECT_EQ(RowNamed("There is not enough memory."), 0);
     }
     disks->Set({Disk("/dev/sda")});
-    EXPECT_EQ(RowNamed("sda"), 1);
+    EXPECT_EQ(RowNamed("/dev/sda"), 1);
     EXPECT_EQ([List() numberOfRows], 2);
 }
 

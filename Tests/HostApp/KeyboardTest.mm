@@ -73,8 +73,8 @@ TEST_F(KeyboardTest, ADiskAndAKindAreChosenWithTheArrowsAndHeadingsArePassedOver
         facts->Set(path,
                    {"", 0, {EncryptedVolume(path, {"password", "recovery-password"})}, {}, 0, ""});
     disks->Set({disk, stick});
-    EXPECT_EQ(RowNamed("sdb"), 1);
-    EXPECT_EQ(RowNamed("sda"), 3);
+    EXPECT_EQ(RowNamed("/dev/sdb"), 1);
+    EXPECT_EQ(RowNamed("/dev/sda"), 3);
     ExpectFocusAfter("shift+Tab", [delegate openButton], "open");
     ExpectFocusAfter("shift+Tab", List(), "list");
     Key("Down");

@@ -49,7 +49,7 @@ TEST_F(LiveDisksTest, AStickThatIsPulledOutWhileItsRowIsChosenIsSaidToHaveGone)
 {
     PlugIn("sdb");
     Begin();
-    ClickRow("sdb");
+    ClickRow(system.Device("sdb"));
     Type("Zk4-half");
     EXPECT_TRUE(RunUntil([this] { return CanUnlock(); }));
     system.Unplug("sdb");
@@ -59,7 +59,7 @@ TEST_F(LiveDisksTest, AStickThatIsPulledOutWhileItsRowIsChosenIsSaidToHaveGone)
     EXPECT_EQ([List() selectedRow], -1);
     EXPECT_EQ(Text([Fields() hiddenField]), "");
     PlugIn("sdb");
-    ClickRow("sdb");
+    ClickRow(system.Device("sdb"));
     Unlock(kPassword);
     CloseExplorer(AwaitExplorer());
     AwaitWindow();
@@ -69,7 +69,7 @@ TEST_F(LiveDisksTest, AStickThatIsPulledOutWhileTheExplorerRunsIsSaidToHaveGoneA
 {
     PlugIn("sdb");
     Begin();
-    ClickRow("sdb");
+    ClickRow(system.Device("sdb"));
     Unlock(kPassword);
     const std::string explorer = AwaitExplorer();
     system.Unplug("sdb");

@@ -73,7 +73,7 @@ TEST(SourceRows, TheSystemDiskAndWhatCannotBeReadAreSaidToBeThat)
 TEST(SourceRows, WhatHasNoNameIsNamedByItsPath)
 {
     const auto rows = vx::SourceRows({Volume("/dev/sdb1", "/dev/sdb")}, {}, EnglishWording());
-    EXPECT_EQ(rows[1].title, "sdb1");
+    EXPECT_EQ(rows[1].title, "/dev/sdb1");
     EXPECT_EQ(rows[1].detail, "1.0 GiB") << "the name is not said twice";
 }
 
@@ -82,7 +82,7 @@ TEST(SourceRows, ANameIsOneLineWhateverIsInItAndThePathStays)
     const std::string path = "/a\n\xe2\x80\xae/d\xe9\n.img";
     const auto rows = vx::SourceRows({Volume(path, "/dev/sdb")}, {{path}}, EnglishWording());
     EXPECT_EQ(rows[1].path, path);
-    EXPECT_EQ(rows[1].title, "d\uFFFD\uFFFD.img");
+    EXPECT_EQ(rows[1].title, "/a\uFFFD\uFFFD/d\uFFFD\uFFFD.img");
     EXPECT_EQ(rows[1].detail, "1.0 GiB");
     EXPECT_EQ(rows[3].path, path);
     EXPECT_EQ(rows[3].title, "d\uFFFD\uFFFD.img");

@@ -12,14 +12,14 @@ std::string NameOf(const std::string &path)
     return slash == std::string::npos || slash + 1 == path.size() ? path : path.substr(slash + 1);
 }
 
-// What the user knows it by; the path's last part if it has no name.
-std::string TitleOf(const AttachedVolume &volume)
+// What the user knows it by; empty if it has no name.
+std::string LabelOf(const AttachedVolume &volume)
 {
     if (!volume.label.empty())
         return volume.label;
     if (volume.disk.empty() && !volume.diskName.empty())
         return volume.diskName;
-    return LineText(NameOf(volume.path));
+    return "";
 }
 
 void AppendPart(const std::string &part, std::string *text)
@@ -31,9 +31,7 @@ void AppendPart(const std::string &part, std::string *text)
 // is chosen, and nobody looks for a right to read the system's own disk.
 std::string DetailOf(const AttachedVolume &volume, const Wording &wording)
 {
-    std::string text = LineText(NameOf(volume.path));
-    if (text == TitleOf(volume))
-        text.clear();
+    std::string text = LabelOf(volume).empty() ? "" : LineText(NameOf(volume.path));
     if (volume.isSystem)
         AppendPart(wording.Text("system"), &text);
     if (volume.bytes > 0)
@@ -48,7 +46,7 @@ SourceRow RowOf(const AttachedVolume &volume, const Wording &wording)
     SourceRow row;
     row.kind = volume.disk.empty() ? SourceRowKind::kDisk : SourceRowKind::kVolume;
     row.path = volume.path;
-    row.title = TitleOf(volume);
+    row.title = LabelOf(volume).empty() ? LineText(volume.path) : LabelOf(volume);
     row.detail = DetailOf(volume, wording);
     row.isEncrypted = volume.isEncrypted;
     return row;
