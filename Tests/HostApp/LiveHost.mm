@@ -63,12 +63,22 @@ void LiveHostTest::TearDown()
         fs::remove(path);
 }
 
+// The window manager may have given the window another size that the application has yet to hear
+// of; until then a click misses.
+bool LiveHostTest::HasSizeAtServer(const std::string &id)
+{
+    const std::string height =
+        "HEIGHT=" + std::to_string(static_cast<int>(NSHeight([Window() frame]))) + "\n";
+    return Run("xdotool getwindowgeometry --shell " + id).find(height) != std::string::npos;
+}
+
 void LiveHostTest::Focus()
 {
     EXPECT_TRUE(RunUntil([this] {
         const std::string id = IdOf("Volume Host");
         const std::string command = "xdotool windowactivate " + id + " sleep 0.1 getactivewindow";
-        return !id.empty() && [Window() isKeyWindow] && Run(command) == id + "\n";
+        return !id.empty() && [Window() isKeyWindow] && Run(command) == id + "\n" &&
+               HasSizeAtServer(id);
     }));
 }
 
