@@ -343,16 +343,19 @@ TEST_F(HostOfFailingDisk, HearsOnceThatTheDiskIsGone)
 // Reads the beginning of two files, closes the second one and ends as the explorer does.
 [[noreturn]] void ReadAndEnd(const std::string &number)
 {
-    IVolume *volume = nullptr;
+    // As in a program that ends while they are in use.
+    static IVolume *volume = nullptr;
+    static VolumeHandle open[2] = {};
     if (open_bitlocker_device("not used", kChannelUnlockKind, number.c_str(), &volume) != 0)
         _exit(2);
     char bytes[4096];
     uint32_t done = 0;
-    (void)volume->ReadFile(OpenForReading(*volume, u"/open"), bytes, sizeof bytes, &done);
+    open[0] = OpenForReading(*volume, u"/open");
+    (void)volume->ReadFile(open[0], bytes, sizeof bytes, &done);
     const VolumeHandle closed = OpenForReading(*volume, u"/closed");
     (void)volume->ReadFile(closed, bytes, sizeof bytes, &done);
     (void)volume->CloseHandle(closed);
-    (void)OpenForReading(*volume, u"/whole");
+    open[1] = OpenForReading(*volume, u"/whole");
     exit(0);
 }
 

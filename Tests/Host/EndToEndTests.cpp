@@ -1,6 +1,7 @@
 // volume-host and an explorer as two real processes, on the paths and at the pace of the
 // product.
 #include "EndToEndTest.h"
+#include "FewDescriptors.h"
 #include "RawPeer.h"
 #include "TemporaryFolder.h"
 
@@ -142,9 +143,8 @@ TEST_F(EndToEndTest, WhatIsReportedBetweenTheNoticeAndTheEndIsSaid)
 TEST_F(EndToEndTest, TooFewDescriptorsAreNamedAndEndNothingByASignal)
 {
     for (int most = 4; most <= 20; ++most) {
-        ChildProcess host("/bin/sh",
-                          {"-c", "ulimit -n " + std::to_string(most) + "; exec \"$0\" \"$@\"",
-                           VOLUME_HOST, "--explorer", FAKE_EXPLORER, "exit:" + _file});
+        ChildProcess host("/bin/sh", {"-c", vx::RunWithDescriptors(most), VOLUME_HOST, "--explorer",
+                                      FAKE_EXPLORER, "exit:" + _file});
         const int status = host.AwaitEnd().value_or(-1);
         EXPECT_TRUE(status == 1 || status == 3 || status == 4) << status;
         EXPECT_EQ(host.Output().rfind("volume-host: ", 0), 0u) << most << host.Output();

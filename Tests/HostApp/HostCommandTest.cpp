@@ -1,5 +1,6 @@
 // The program of Volume Host as a command: what it prints where there is no display, and its man
 // page.
+#include "FewDescriptors.h"
 #include "ToolRun.h"
 
 #include <gmock/gmock.h>
@@ -55,7 +56,7 @@ TEST(HostCommand, TheVersionIsOneLineWithTheNameOfTheCommand)
 
 TEST(HostCommand, TooFewDescriptorsForAWindowAreNamed)
 {
-    vx::ToolRun run("/bin/sh", {"-c", "ulimit -n 20; exec \"$0\"", HOST_WINDOW});
+    vx::ToolRun run("/bin/sh", {"-c", vx::RunWithDescriptors(20), HOST_WINDOW});
     EXPECT_EQ(run.Wait(), 1);
     EXPECT_EQ(run.Errors(), "volume-host-window: too few files can be open at a time; raise the "
                             "limit (ulimit -n)\n");

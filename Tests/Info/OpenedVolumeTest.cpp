@@ -1,4 +1,5 @@
 // What is shown once a secret is given.
+#include "FewDescriptors.h"
 #include "InfoFixture.h"
 
 #include <csignal>
@@ -28,8 +29,8 @@ protected:
 
 TEST_F(OpenedVolume, TooFewDescriptorsToWaitForSignalsAreNamed)
 {
-    ToolRun run("/bin/sh", {"-c", "ulimit -n 4; exec \"$0\" \"$@\"", ProgramWith(VX_STAND_IN),
-                            "system disk", "--unlock", "password", kSecret});
+    ToolRun run("/bin/sh", {"-c", RunWithDescriptors(4), ProgramWith(VX_STAND_IN), "system disk",
+                            "--unlock", "password", kSecret});
     EXPECT_EQ(run.Wait(), 3);
     EXPECT_THAT(run.Errors(), HasSubstr("no pipe can be made to wait for signals: Too many"));
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Eventually.h"
+#include "FewDescriptors.h"
 #include "MountPoint.h"
 #include "OrdinaryUser.h"
 #include "UniqueFd.h"
@@ -313,8 +314,8 @@ TEST_F(MountLife, SaysWhatIsMissingWithoutTheDevice)
 
 TEST_F(MountLife, SaysThatThereAreTooFewDescriptors)
 {
-    ToolRun run("/bin/sh", {"-c", "ulimit -n 4; exec \"$0\" \"$@\"", VX_MOUNT,
-                            _folder.MakeFolder("v"), _folder.MakeFolder("m")});
+    ToolRun run("/bin/sh", {"-c", RunWithDescriptors(4), VX_MOUNT, _folder.MakeFolder("v"),
+                            _folder.MakeFolder("m")});
     EXPECT_EQ(run.Wait(), 3);
     EXPECT_NE(run.Errors().find("no pipe can be made to wait for signals: Too many"),
               std::string::npos)

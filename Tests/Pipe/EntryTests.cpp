@@ -1,6 +1,7 @@
 // The explorer's process entry, on the two paths that it always uses.
 #include "ChildProcess.h"
 #include "Eventually.h"
+#include "FewDescriptors.h"
 #include "LinkFixture.h"
 #include "RawPeer.h"
 
@@ -80,8 +81,8 @@ TEST_F(EntryTest, WithFourArgumentsAndNoHostTheExplorerRunsAndLeavesTheFifosForT
 
 TEST_F(EntryTest, WithTooFewDescriptorsForAWindowTheExplorerSaysSoAndEnds)
 {
-    ChildProcess explorer("/bin/sh", {"-c", "ulimit -n 12; exec \"$0\" \"$@\"", EXPLORER, "volume",
-                                      "none", "", "unused"});
+    ChildProcess explorer(
+        "/bin/sh", {"-c", vx::RunWithDescriptors(12), EXPLORER, "volume", "none", "", "unused"});
     EXPECT_EQ(explorer.AwaitEnd(), 1);
     EXPECT_EQ(explorer.Output(),
               "FileExplorer: too few files can be open at a time; raise the limit (ulimit -n)\n");

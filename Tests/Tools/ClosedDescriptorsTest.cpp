@@ -1,4 +1,5 @@
 // The program started without some of its standard descriptors.
+#include "FewDescriptors.h"
 #include "ToolFixture.h"
 
 #include <csignal>
@@ -70,9 +71,9 @@ TEST_F(ClosedDescriptors, TooFewToWorkWithAreNamed)
     const auto expected = FilesBelow(_volume);
     int complete = 0;
     for (int most = 4; most <= 20; ++most) {
-        const std::string limit = "ulimit -n " + std::to_string(most) + "; exec \"$0\" \"$@\"";
         const std::string destination = _folder.At("with " + std::to_string(most));
-        ToolRun run("/bin/sh", {"-c", limit, kTool, "--to", destination, _volume});
+        ToolRun run("/bin/sh",
+                    {"-c", RunWithDescriptors(most), kTool, "--to", destination, _volume});
         const int status = run.Wait();
         EXPECT_GE(status, 0) << most;
         EXPECT_EQ(run.Errors().empty(), false) << most;
