@@ -53,6 +53,8 @@ protected:
     static void CloseExplorer(const std::string &id);
     // Waits until this window is back, and checks that nothing of the session is left.
     void AwaitWindow();
+    // The list that has come with the window has the keyboard, and Return closes it.
+    void CloseList();
     // The processes of this test's session that run the program.
     std::string ProcessesOf(const std::string &program) const;
 

@@ -1,5 +1,6 @@
 #include "LiveHost.h"
 
+#import "DamageWindow.h"
 #include "HostTexts.h"
 #include "SystemServices.h"
 
@@ -185,6 +186,15 @@ void LiveHostTest::AwaitWindow()
         EXPECT_FALSE(fs::exists(path)) << path;
     EXPECT_EQ(ProcessesOf("volume-trial"), "");
     EXPECT_EQ(ProcessesOf("FileExplorer"), "");
+}
+
+void LiveHostTest::CloseList()
+{
+    NSWindow *list = [[delegate damageWindow] window];
+    const std::string title = vx::BytesOf([list title]) + "\n";
+    ASSERT_TRUE(RunUntil([&] { return Run("xdotool getactivewindow getwindowname") == title; }));
+    Key("Return");
+    ASSERT_TRUE(RunUntil([list] { return ![list isVisible]; }));
 }
 
 // Children of this process, which adopts nobody's.
