@@ -22,7 +22,7 @@ protected:
 
     // By way of the window manager.
     void Focus() override;
-    bool HasSizeAtServer(const std::string &id);
+    bool HasFrameAtServer(const std::string &id);
 
     // Shows the window. A test that stands in for a part of the system does so before.
     void Begin();

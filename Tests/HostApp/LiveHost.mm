@@ -64,13 +64,18 @@ void LiveHostTest::TearDown()
         fs::remove(path);
 }
 
-// The window manager may have given the window another size that the application has yet to hear
-// of; until then a click misses.
-bool LiveHostTest::HasSizeAtServer(const std::string &id)
+// The window manager may have given the window another place or size that the application has yet
+// to hear of; until then a click misses.
+bool LiveHostTest::HasFrameAtServer(const std::string &id)
 {
-    const std::string height =
-        "HEIGHT=" + std::to_string(static_cast<int>(NSHeight([Window() frame]))) + "\n";
-    return Run("xdotool getwindowgeometry --shell " + id).find(height) != std::string::npos;
+    const NSRect frame = [Window() frame];
+    std::ostringstream height, lowerLeft;
+    height << "Height: " << static_cast<int>(NSHeight(frame)) << "\n";
+    lowerLeft << "+" << static_cast<int>(NSMinX(frame)) << "-" << static_cast<int>(NSMinY(frame))
+              << "\n";
+    const std::string seen = Run("xwininfo -id " + id);
+    return seen.find(height.str()) != std::string::npos &&
+           seen.find(lowerLeft.str()) != std::string::npos;
 }
 
 void LiveHostTest::Focus()
@@ -79,7 +84,7 @@ void LiveHostTest::Focus()
         const std::string id = IdOf("Volume Host");
         const std::string command = "xdotool windowactivate " + id + " sleep 0.1 getactivewindow";
         return !id.empty() && [Window() isKeyWindow] && Run(command) == id + "\n" &&
-               HasSizeAtServer(id);
+               HasFrameAtServer(id);
     }));
 }
 
