@@ -300,6 +300,8 @@ int main(int argc, char *argv[])
         return TellOpening(file, argv) == 0 ? TellPidAndWait(file + ".pid") : 1;
     if (mode == "opened")
         return ReportOpened(argv);
+    if (mode == "opened-and-wait")
+        return OpenWithoutFarewell(argv) == 0 ? TellPidAndWait(file) : 1;
     if (mode == "opened-with-more")
         return ReportMoreWarnings(argv);
     if (mode == "damage-and-notice")

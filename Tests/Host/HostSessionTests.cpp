@@ -306,6 +306,15 @@ TEST_F(SessionThreadTest, ACancelledSessionEndsTheExplorer)
     EXPECT_TRUE(NothingIsLeft());
 }
 
+TEST_F(SessionThreadTest, AnExplorerThatIsEndedOwesNoFarewell)
+{
+    const auto thread = Start(Request(KEY_LIBRARY, "opened-and-wait"));
+    Told();
+    thread->Cancel();
+    EXPECT_EQ(AwaitEnd().kind, SessionEndKind::kInterrupted);
+    EXPECT_THAT(_observer.lines, ElementsAre("progress 3 of 7", "opened", "started"));
+}
+
 TEST_F(SessionThreadTest, DestroyingItEndsTheSession)
 {
     auto thread = Start(Request("", "wait"));
