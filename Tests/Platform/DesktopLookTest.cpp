@@ -112,6 +112,29 @@ TEST(DesktopLook, TheDisplaysResolutionIsRead)
     EXPECT_DOUBLE_EQ(look.dotsPerInch, 144);
 }
 
+TEST(DesktopLook, AResolutionThatTheToolkitLeavesOpenIsTheDisplays)
+{
+    vx::DesktopLook look = Gtk("[Settings]\ngtk-xft-dpi=-1\n");
+    vx::addDisplayResources(look, "Xft.dpi:\t120\n");
+    EXPECT_DOUBLE_EQ(look.dotsPerInch, 120);
+    vx::addDisplayResources(look, "Xft.dpi:\t72\n");
+    EXPECT_DOUBLE_EQ(look.dotsPerInch, 120) << "the first word holds";
+}
+
+TEST(DesktopLook, OneWordForDarkColoursIsEnough)
+{
+    EXPECT_TRUE(
+        Gtk("[Settings]\ngtk-application-prefer-dark-theme=1\ngtk-theme-name=Adwaita\n").isDark);
+    EXPECT_TRUE(Gtk("[Settings]\ngtk-theme-name=Adwaita-dark\n"
+                    "gtk-application-prefer-dark-theme=0\n")
+                    .isDark);
+    const std::string schema = "org.gnome.desktop.interface ";
+    EXPECT_TRUE(
+        Gnome(schema + "color-scheme 'prefer-dark'\n" + schema + "gtk-theme 'Adwaita'\n").isDark);
+    EXPECT_TRUE(
+        Gnome(schema + "gtk-theme 'Yaru-dark'\n" + schema + "color-scheme 'default'\n").isDark);
+}
+
 TEST(DesktopLook, TextGrowsWithFontAndResolutionWithinBounds)
 {
     EXPECT_DOUBLE_EQ(ScaleOf(0, 0, 0), 1);
