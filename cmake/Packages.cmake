@@ -2,7 +2,7 @@
 # "release", then run cpack -G DEB in its folder, or scripts/package, which does both.
 #
 # cpack reads PackageVersion.cmake, which takes version and date from the commit, and runs
-# CompletePackage.cmake on the installed tree and PackageSymbols.cmake at the end.
+# CompletePackage.cmake on the installed tree, PackageSize.cmake and PackageSymbols.cmake at the end.
 # What the completions for fish name as @kinds@.
 file(READ "${CMAKE_SOURCE_DIR}/packaging/completions/unlock-kinds.txt" kinds)
 string(STRIP "${kinds}" kinds)
@@ -47,7 +47,7 @@ set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};${PROJECT_NAME};${CMAKE_IN
 set(debian "${CMAKE_SOURCE_DIR}/packaging/debian")
 set(CPACK_PROJECT_CONFIG_FILE "${debian}/PackageVersion.cmake")
 set(CPACK_PRE_BUILD_SCRIPTS "${debian}/CompletePackage.cmake")
-set(CPACK_POST_BUILD_SCRIPTS "${debian}/PackageSymbols.cmake")
+set(CPACK_POST_BUILD_SCRIPTS "${debian}/PackageSize.cmake" "${debian}/PackageSymbols.cmake")
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 

@@ -11,9 +11,8 @@ list(TRANSFORM files REPLACE "/|\\.debug$" "")
 list(JOIN files " " ids)
 file(MAKE_DIRECTORY "${doc}" "${root}/DEBIAN")
 file(CREATE_LINK "${CPACK_PACKAGE_NAME}" "${doc}/${name}" SYMBOLIC)
-execute_process(COMMAND du -sk --apparent-size "${root}/usr"
-  OUTPUT_VARIABLE size COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX MATCH "^[0-9]+" size "${size}")
+execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/installed-size" "${root}"
+  OUTPUT_VARIABLE size OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 
 foreach(made IN LISTS CPACK_PACKAGE_FILES)
   get_filename_component(file "${made}" NAME)
