@@ -1,7 +1,6 @@
 // volume-host and an explorer as two real processes, on the paths and at the pace of the
 // product.
 #include "EndToEndTest.h"
-#include "FewDescriptors.h"
 #include "RawPeer.h"
 #include "TemporaryFolder.h"
 
@@ -138,21 +137,6 @@ TEST_F(EndToEndTest, WhatIsReportedBetweenTheNoticeAndTheEndIsSaid)
         ++reports;
     EXPECT_EQ(reports, 100u);
     EXPECT_EQ(output.find("got lost"), output.npos);
-}
-
-TEST_F(EndToEndTest, TooFewDescriptorsAreNamedAndEndNothingByASignal)
-{
-    for (int most = 4; most <= 20; ++most) {
-        ChildProcess host("/bin/sh", {"-c", vx::RunWithDescriptors(most), VOLUME_HOST, "--explorer",
-                                      FAKE_EXPLORER, "exit:" + _file});
-        const int status = host.AwaitEnd().value_or(-1);
-        EXPECT_TRUE(status == 1 || status == 3 || status == 4) << status;
-        EXPECT_EQ(host.Output().rfind("volume-host: ", 0), 0u) << most << host.Output();
-        if (most == 4)
-            EXPECT_NE(host.Output().find("no pipe can be made"), std::string::npos)
-                << host.Output();
-    }
-    EXPECT_TRUE(NothingIsThere());
 }
 
 TEST_F(EndToEndTest, OtherMessagesOfTheExplorerAreNotTakenForItsNotice)

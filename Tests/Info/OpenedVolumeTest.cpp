@@ -1,5 +1,4 @@
 // What is shown once a secret is given.
-#include "FewDescriptors.h"
 #include "InfoFixture.h"
 
 #include <csignal>
@@ -26,14 +25,6 @@ protected:
         return Run(arguments);
     }
 };
-
-TEST_F(OpenedVolume, TooFewDescriptorsToWaitForSignalsAreNamed)
-{
-    ToolRun run("/bin/sh", {"-c", RunWithDescriptors(4), ProgramWith(VX_STAND_IN), "system disk",
-                            "--unlock", "password", kSecret});
-    EXPECT_EQ(run.Wait(), 3);
-    EXPECT_THAT(run.Errors(), HasSubstr("no pipe can be made to wait for signals: Too many"));
-}
 
 TEST_F(OpenedVolume, TheFileSystemFollowsTheDescription)
 {

@@ -1,5 +1,4 @@
 // The program started without some of its standard descriptors.
-#include "FewDescriptors.h"
 #include "ToolFixture.h"
 
 #include <csignal>
@@ -63,31 +62,6 @@ TEST_F(ClosedDescriptors, OnlyOneThatIsNeededFailsTheExport)
     EXPECT_EQ(RunClosing("<&-", {"--to", _destination, _volume}).status, 0);
     EXPECT_EQ(RunClosing("2>&-", {"--to", _destination, _volume}).status, 0);
     EXPECT_EQ(RunClosing(">&-", {"--to", _destination, _volume}).status, 1);
-}
-
-// Whatever is missing has a message, and no file is there in part.
-TEST_F(ClosedDescriptors, TooFewToWorkWithAreNamed)
-{
-    const auto expected = FilesBelow(_volume);
-    int complete = 0;
-    for (int most = 4; most <= 20; ++most) {
-        const std::string destination = _folder.At("with " + std::to_string(most));
-        ToolRun run("/bin/sh",
-                    {"-c", RunWithDescriptors(most), kTool, "--to", destination, _volume});
-        const int status = run.Wait();
-        EXPECT_GE(status, 0) << most;
-        EXPECT_EQ(run.Errors().empty(), false) << most;
-        for (const auto &[path, bytes] : FilesBelow(destination))
-            EXPECT_EQ(bytes, expected.at(path)) << most << path;
-        if (status == 0)
-            EXPECT_EQ(FilesBelow(destination), expected) << most;
-        complete += status == 0 ? 1 : 0;
-        if (most == 4) {
-            EXPECT_EQ(status, 3);
-            EXPECT_TRUE(Holds(run.Errors(), "Too many open files"));
-        }
-    }
-    EXPECT_GT(complete, 0);
 }
 
 TEST_F(ClosedDescriptors, AListThatCannotBeWrittenIsAFailure)
