@@ -1,6 +1,6 @@
 // volume-host when it may open few descriptors.
-#include "EndToEndTest.h"
 #include "FewDescriptors.h"
+#include "EndToEndTest.h"
 
 namespace {
 
