@@ -1,9 +1,11 @@
 // VDI images: sound, damaged and hostile.
 #include "VdiImage.h"
+#include "CarefulSource.h"
 #include "FailingSource.h"
 #include "OpenAt.h"
 #include "OpenedImage.h"
 #include "TestImage.h"
+#include "VdiMap.h"
 #include "VdiWriter.h"
 
 namespace vx {
@@ -190,6 +192,80 @@ TEST_F(VdiImages, WhatIsNotReadIsRefusedByName)
                   "it is a VDI image of version 0: clone it first, with VBoxManage clonemedium");
 }
 
+TEST_F(VdiImages, WhereABlockThatTheMapLacksMayBelongNothingIsRead)
+{
+    VdiWriter writer = Writer();
+    writer.SetEntry(3, VdiWriter::kNever);
+    const Container container = Opened(writer.Image());
+    ASSERT_EQ(container.notes.size(), 1u);
+    EXPECT_EQ(container.notes[0],
+              "the VDI image counts more blocks in use than its map has, by 1; what the map says "
+              "was never written cannot be read, since they may belong there");
+    EXPECT_EQ(Read(container, kBlock, 10), Failure(kBlock, VdiMap::kInDoubt));
+    EXPECT_EQ(Read(container, 3 * kBlock, 10), Failure(3 * kBlock, VdiMap::kInDoubt));
+    EXPECT_TRUE(Read(container, 0, kBlock) == first);
+    EXPECT_TRUE(Read(container, 2 * kBlock, kBlock) == std::string(kBlock, '\0'));  // discarded
+}
+
+TEST_F(VdiImages, AStoredBlockAmongLongStretchesInDoubtIsRead)
+{
+    constexpr unsigned kStoredAfter = 400;
+    VdiRecipe recipe;
+    recipe.blocksAt = 8192;
+    VdiWriter writer(recipe);
+    for (unsigned number = 1; number <= 4 * kStoredAfter; ++number) {
+        if (number % kStoredAfter == 0)
+            writer.AddBlock(NoiseBytes(kBlock, number));
+        else
+            writer.AddEntry(VdiWriter::kNever);
+    }
+    writer.SetEntry(kStoredAfter - 1, VdiWriter::kNever);
+    const Container container = Opened(writer.Image());
+    const CarefulSource careful(container.source, {}, LimitsFor(container, {}));
+    std::string bytes(4 * kStoredAfter * kBlock, '#');
+    ByteRanges gaps;
+    const Error error = careful.Salvage(0, bytes.data(), bytes.size(), &gaps);
+    EXPECT_EQ(error.detail, VdiMap::kInDoubt);
+    EXPECT_EQ(BytesIn(gaps), bytes.size() - 3 * kBlock);
+    for (unsigned number = 2 * kStoredAfter; number <= 4 * kStoredAfter; number += kStoredAfter)
+        EXPECT_TRUE(bytes.substr((number - 1) * kBlock, kBlock) == NoiseBytes(kBlock, number));
+}
+
+TEST_F(VdiImages, OneThatCountsFewerBlocksThanItsMapHasIsRead)
+{
+    VdiRecipe recipe;
+    recipe.usedBlocks = 1;
+    const Container container = Opened(Writer(recipe).Image());
+    EXPECT_TRUE(Read(container, 0, disk.size()) == disk);
+    EXPECT_TRUE(container.notes.empty());
+}
+
+TEST_F(VdiImages, ABadSectorOfTheMapHidesNoBlockThatIsCounted)
+{
+    const auto file = std::make_shared<FailingSource>(Writer().Image());
+    file->MakeBad(512, 512);
+    const auto container = OpenVdi(file);
+    ASSERT_TRUE(container);
+    EXPECT_TRUE(container->notes.empty());
+    EXPECT_TRUE(container->inDoubt.empty());
+}
+
+TEST_F(VdiImages, WhatIsInDoubtIsAddedToWhatIsNeverRead)
+{
+    Container container;
+    EXPECT_EQ(LimitsFor(container, {}).withheld, nullptr);
+    container.inDoubt = {{100, 50}};
+    container.doubt = "doubt";
+    EXPECT_EQ(LimitsFor(container, {}).whyWithheld, "doubt");
+    ReadingLimits limits;
+    limits.withheld = std::make_shared<const ByteRanges>(ByteRanges{{0, 10}, {140, 20}});
+    const ReadingLimits both = LimitsFor(container, limits);
+    ASSERT_EQ(both.withheld->size(), 2u);
+    EXPECT_EQ(both.withheld->back().offset, 100u);
+    EXPECT_EQ(both.withheld->back().length, 60u);
+    EXPECT_EQ(both.whyWithheld, limits.whyWithheld + ", or doubt");
+}
+
 TEST_F(VdiImages, OnesThatAnotherProgramWroteReadAsTheirDisk)
 {
     VX_NEEDS("qemu-img");
@@ -207,7 +283,26 @@ TEST_F(VdiImages, OnesThatAnotherProgramWroteReadAsTheirDisk)
         ASSERT_EQ(container.source->Size(), raw.size());
         EXPECT_TRUE(Read(container, 0, raw.size()) == raw) << isFixed;
         EXPECT_TRUE(container.notes.empty());
+        EXPECT_TRUE(container.inDoubt.empty());
     }
+}
+
+TEST_F(VdiImages, OneThatAnotherProgramHasDiscardedFromIsRead)
+{
+    VX_NEEDS("qemu-img");
+    VX_NEEDS("qemu-io");
+    const TemporaryFolder folder;
+    ASSERT_TRUE(RunShell("cd " + Quoted(folder.At("")) +
+                         " && qemu-img create -q -f vdi x.vdi 12M"
+                         " && qemu-io -f vdi -c 'write -P 1 0 3M' -c 'discard 1M 1M'"
+                         " -c 'write -z -u 2M 1M' -c 'write -P 4 7M 9k' x.vdi >log"
+                         " && qemu-img convert -f vdi -O raw x.vdi raw"));
+    Container container;
+    ASSERT_FALSE(OpenAt(folder.At("x.vdi"), &container));
+    const std::string raw = folder.ReadFile("raw");
+    EXPECT_TRUE(Read(container, 0, raw.size()) == raw);
+    EXPECT_TRUE(container.notes.empty());
+    EXPECT_TRUE(container.inDoubt.empty());
 }
 
 }  // namespace

@@ -6,7 +6,9 @@ namespace vx {
 
 CarefulSource::CarefulSource(std::shared_ptr<const ByteSource> source,
                              const std::vector<std::string> &files, ReadingLimits limits)
-    : _below(std::move(source), files), _reader(_below, _below.source->Size(), std::move(limits))
+    : _below(std::move(source), files),
+      _whyWithheld(limits.whyWithheld),
+      _reader(_below, _below.source->Size(), std::move(limits))
 {
 }
 
@@ -24,7 +26,7 @@ Error CarefulSource::SalvageInside(uint64_t offset, void *buffer, size_t count,
     if (IsGone())
         return {Status::kSystemError, "the disk or image is gone", ENODEV};
     if (number == CarefulReader::kWithheld)
-        return {Status::kSystemError, "the map marks it as not read", number};
+        return {Status::kSystemError, _whyWithheld, number};
     return number == ENOMEM ? SystemError(ENOMEM, "read") : _below.LastError();
 }
 

@@ -59,6 +59,7 @@ private:
     };
 
     const Below _below;
+    const std::string _whyWithheld;
     const CarefulReader _reader;
 };
 

@@ -150,4 +150,19 @@ Result<Container> OpenContainer(const std::string &path, uint32_t retries)
     return open(path, {}, ParentImage::Beside(path, open));
 }
 
+ReadingLimits LimitsFor(const Container &container, ReadingLimits limits)
+{
+    if (container.inDoubt.empty())
+        return limits;
+    ByteRanges ranges = container.inDoubt;
+    std::string why = container.doubt;
+    if (limits.withheld != nullptr) {
+        ranges.insert(ranges.end(), limits.withheld->begin(), limits.withheld->end());
+        why = limits.whyWithheld + ", or " + why;
+    }
+    limits.withheld = std::make_shared<const ByteRanges>(JoinedRanges(std::move(ranges)));
+    limits.whyWithheld = std::move(why);
+    return limits;
+}
+
 }  // namespace vx

@@ -12,6 +12,7 @@
 
 #include "ByteSource.h"
 #include "Error.h"
+#include "ReadingLimits.h"
 
 #include <memory>
 #include <string>
@@ -22,6 +23,10 @@ namespace vx {
 struct Container {
     std::shared_ptr<const ByteSource> source;
     std::vector<std::string> notes = {};  // damage that did not prevent opening, a line each
+    // Of the disk, in ascending order: what cannot be read, since the image contradicts itself
+    // there, and why. The source fails there too, but no more precisely than for a bad sector.
+    ByteRanges inDoubt = {};
+    const char *doubt = "";
     // The name of the first part if the file seems to be a later one. It opens nevertheless, since
     // a name proves nothing.
     std::string firstPart = {};
@@ -47,5 +52,8 @@ struct Container {
 // retries: ReadingLimits'; how often what cannot be read of the tables of an image is tried again
 // (RememberingSource.h).
 Result<Container> OpenContainer(const std::string &path, uint32_t retries = 0);
+
+// With what is in doubt added to what is never read.
+ReadingLimits LimitsFor(const Container &container, ReadingLimits limits);
 
 }  // namespace vx

@@ -58,6 +58,7 @@ VdiShape ShapeOf(ByteView head)
     shape.blockBytes = reader.U32();
     shape.extraBytes = reader.U32();
     shape.blocks = reader.U32();
+    shape.usedBlocks = reader.U32();
     return shape;
 }
 
@@ -87,6 +88,13 @@ Result<Container> OpenMap(const Source &file, const VdiShape &shape, Type type)
         container.notes.push_back("the VDI image ends early; " +
                                   std::to_string((*map)->MissingBytes()) +
                                   " bytes of the disk cannot be read");
+    if ((*map)->LackingBlocks() > 0)
+        container.notes.push_back("the VDI image counts more blocks in use than its map has, by " +
+                                  std::to_string((*map)->LackingBlocks()) +
+                                  "; what the map says was never written cannot be read, since "
+                                  "they may belong there");
+    container.inDoubt = (*map)->InDoubt();
+    container.doubt = VdiMap::kInDoubt;
     container.source = std::make_shared<VdiDisk>(file, std::move(*map), shape);
     return container;
 }

@@ -20,7 +20,8 @@ bool IsVdiImage(ByteView head);
 // Whether all but the mark is as in the header of one of version 1.
 bool IsVdiBesideItsMark(ByteView head);
 
-// A note says how much of the disk is missing from a file that was cut short. Errors:
+// A note says how much of the disk is missing from a file that was cut short, another one how many
+// blocks the map lacks. Errors:
 // kTruncatedImage if the file ends within the header or the map; kUnsupportedContainer for another
 // version or a differencing image; kDamagedContainer; those of the file's reads.
 Result<Container> OpenVdi(const std::shared_ptr<const ByteSource> &file);

@@ -50,8 +50,8 @@ public:
     Opening(const Container &container, const UnlockRequest &unlocking,
             const OpeningOptions &options)
         : _unlocking(unlocking),
-          _careful(
-              std::make_shared<CarefulSource>(container.source, container.files, options.limits)),
+          _careful(std::make_shared<CarefulSource>(container.source, container.files,
+                                                   LimitsFor(container, options.limits))),
           _record(options.recordsReads ? std::make_shared<ReadRecord>() : nullptr),
           _disk(Recorded(_careful)),
           _opensContents(options.opensContents),

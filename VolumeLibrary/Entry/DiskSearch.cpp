@@ -111,8 +111,8 @@ Result<DiskSearchResult> SearchDisk(const std::string &device, const CancelFlag 
         return container.Failure();
     if (options.NamesPlaces() && container->form != nullptr)
         return Error{Status::kPlacesNotKept, "it is " + std::string(container->form)};
-    const Source disk =
-        std::make_shared<CarefulSource>(container->source, container->files, options.limits);
+    const Source disk = std::make_shared<CarefulSource>(container->source, container->files,
+                                                        LimitsFor(*container, options.limits));
     bitlocker::VolumeSearch search(*disk, cancel, options.progress);
     DiskSearchResult result;
     result.error = search.Run();

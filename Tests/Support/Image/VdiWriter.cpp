@@ -33,7 +33,7 @@ std::string VdiWriter::Image() const
         _recipe.diskBytes > 0 ? _recipe.diskBytes : uint64_t{_recipe.blockBytes} * _map.size();
     const uint64_t entries = _recipe.entries > 0 ? _recipe.entries : _map.size();
     image += Number(disk, 8) + Number(_recipe.blockBytes, 4) + Number(_recipe.extraBytes, 4) +
-             Number(entries, 4) + Number(_stored, 4);
+             Number(entries, 4) + Number(_recipe.usedBlocks > 0 ? _recipe.usedBlocks : _stored, 4);
     for (size_t at = 0; at < 64; ++at)
         image.push_back(static_cast<char>(at));
     image.resize(512);

@@ -15,6 +15,7 @@ struct VdiRecipe {
     uint32_t extraBytes = 0;  // before each block
     uint64_t diskBytes = 0;   // 0: of all blocks
     uint32_t entries = 0;     // in the header, if not the true number
+    uint32_t usedBlocks = 0;  // the same
     uint32_t mapAt = 512;
     uint32_t blocksAt = 4096;
 };
