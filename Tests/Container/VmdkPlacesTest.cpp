@@ -116,6 +116,31 @@ TEST_F(VmdkTables, AGrainThatWasNeverWrittenStaysZeros)
     ExpectGrains({}, "", {DifferIn(1)});
 }
 
+TEST_F(VmdkTables, AGrainThatLiesBeyondTheEndOfTheFileForOneTableIsNotZeros)
+{
+    for (const uint64_t zeros : {0, 1}) {
+        for (const size_t table : {kTable, kCopy}) {
+            SetBoth(1, zeros);
+            Set(table, 1, 1000000);
+            const Container container = Open();
+            EXPECT_EQ(Read(container, 1), "read at " + std::to_string(kGrain) + ": " + kDoubt);
+            for (const size_t grain : {0, 2, 3})
+                EXPECT_TRUE(Read(container, grain) == Stored(grain)) << grain;
+            ASSERT_FALSE(container.notes.empty());
+            EXPECT_EQ(container.notes.back(), DifferIn(1));
+        }
+    }
+}
+
+TEST_F(VmdkTables, WithAnEmptyCopyOfTheTableAFileThatEndsEarlyLosesNoGrainInSilence)
+{
+    image.replace(kCopy, 4 * 4, 4 * 4, '\0');
+    image.resize(image.size() - kGrain);
+    const Container container = Open();
+    EXPECT_TRUE(Read(container, 2) == Stored(2));
+    EXPECT_EQ(Read(container, 3), "read at " + std::to_string(3 * kGrain) + ": " + kDoubt);
+}
+
 TEST_F(VmdkTables, ATableThatSeemsToLieOnAGrainDoesNotMakeItZeros)
 {
     // All of the grain but its end is zeros, and so are the entries that are read there.
@@ -180,7 +205,7 @@ TEST_F(VmdkTables, NoFlippedBitGivesOtherBytes)
             for (size_t grain = 0; grain < 4; ++grain) {
                 const std::string bytes = Read(container, grain);
                 // A table that seems to lie on a grain makes that grain doubtful, and so does a
-                // place in the tables for one that was never written.
+                // place in the tables, or beyond the end, for one that was never written.
                 const bool mayFail =
                     (!isOfTable || grain == 1) && (bytes.find(kSamePlace) != std::string::npos ||
                                                    bytes.find(kDoubt) != std::string::npos);

@@ -244,8 +244,9 @@ std::optional<uint32_t> VmdkPlaces::Choose(uint32_t one, uint32_t other, uint64_
     const bool isOne = isPlausible(one);
     if (isOne != isPlausible(other))
         return isOne ? one : other;
-    const bool isNeverWritten = !isOne && (IsZeros(one) || IsZeros(other)) &&
-                                !TouchesRange(onTables, {std::max(one, other) * kSector, kSector});
+    const uint64_t at = std::max(one, other) * kSector;
+    const bool isNeverWritten = !isOne && (IsZeros(one) || IsZeros(other)) && at <= last &&
+                                !TouchesRange(onTables, {at, kSector});
     return isNeverWritten ? std::optional<uint32_t>(VmdkHeader::kReadsAsZeros) : std::nullopt;
 }
 

@@ -3,8 +3,9 @@
 //
 // Where the two differ, one of them is damaged. A place is taken from that one whose place lies in
 // the file and is no other grain's and no table; if that is true of both or of none, the grain
-// cannot be read. A table that cannot be read has no say. Packed grains are left out, since each
-// names its own place on the disk.
+// cannot be read. A grain that one of them calls never written is zeros only if the place that the
+// other one names is another grain's. A table that cannot be read has no say. Packed grains are
+// left out, since each names its own place on the disk.
 //
 // Of tables beyond VmdkHeader::kMostChecked nothing is known before they are used.
 //
