@@ -81,6 +81,66 @@ TEST_F(EwfImage, EveryKindReadsAsItsDisk)
     }
 }
 
+// An image in two parts with half of the disk each.
+class EwfParts : public EwfImage {
+protected:
+    static std::string SetOf(char letter) { return std::string(16, letter); }
+
+    std::string PartOf(uint8_t part, const std::string &set) const
+    {
+        EwfRecipe recipe;
+        recipe.part = part;
+        recipe.isLast = part == 2;
+        recipe.set = set;
+        EwfWriter writer(disk.substr((part - 1) * disk.size() / 2, disk.size() / 2), recipe);
+        writer.SetSectors(disk.size() / kSector);
+        return writer.Image();
+    }
+
+    Error OpenWith(const std::string &first, const std::string &second, Container *container) const
+    {
+        folder.WriteFile("e.E02", second);
+        return OpenAt(folder.WriteFile("e.E01", first), container);
+    }
+
+    void ExpectWhole(const std::string &first, const std::string &second) const
+    {
+        Container container;
+        const Error error = OpenWith(first, second, &container);
+        ASSERT_EQ(error.status, Status::kOk) << error.detail;
+        EXPECT_TRUE(container.notes.empty());
+        EXPECT_TRUE(Read(container, 0, disk.size()) == disk);
+    }
+};
+
+TEST_F(EwfParts, ThoseOfOneSetAreOneDiskAndSoAreThoseThatNameNone)
+{
+    ExpectWhole(PartOf(1, SetOf('a')), PartOf(2, SetOf('a')));
+    for (const std::string &none : {std::string(), std::string(16, '\0')}) {
+        ExpectWhole(PartOf(1, none), PartOf(2, none));
+        ExpectWhole(PartOf(1, SetOf('a')), PartOf(2, none));
+        ExpectWhole(PartOf(1, none), PartOf(2, SetOf('a')));
+    }
+}
+
+TEST_F(EwfParts, OneOfAnotherSetIsRefusedByName)
+{
+    Container container;
+    const Error error = OpenWith(PartOf(1, SetOf('a')), PartOf(2, SetOf('b')), &container);
+    EXPECT_EQ(error.status, Status::kUnsupportedContainer);
+    EXPECT_EQ(error.detail, "its part e.E02 belongs to another image: it names the set "
+                            "62626262-6262-6262-6262-626262626262, the parts before it name "
+                            "61616161-6161-6161-6161-616161616161");
+}
+
+TEST_F(EwfParts, ASetThatADamagedDescriptionNamesDoesNotCount)
+{
+    constexpr size_t kSetAt = 13 + 76 + 64;
+    std::string second = PartOf(2, SetOf('a'));
+    second[kSetAt] = 'b';
+    ExpectWhole(PartOf(1, SetOf('a')), second);
+}
+
 // The image of a disk on a file that fails.
 class EwfOnFailingFile : public EwfImage {
 protected:

@@ -19,7 +19,7 @@ bool IsEwfBesideItsMark(ByteView head);
 // path: of the first file. Every file must be a regular one; only some are open at a time
 // (FilePool.h). Notes: what the files do not hold, or did not when they were made. Errors, with the
 // file named: kTruncatedImage if a file is missing or ends early, kUnsupportedContainer if path is
-// that of a later one, kDamagedContainer, kSystemError.
+// that of a later one or a file is that of another image, kDamagedContainer, kSystemError.
 Result<Container> OpenEwf(const std::string &path, uint32_t retries);
 
 }  // namespace vx

@@ -112,24 +112,46 @@ Error EwfLayoutReader::TakeSection(const ByteSource &file, const Section &sectio
         return Damaged(name);
     const bool isDisk =
         section.type == "volume" || section.type == "disk" || section.type == "data";
-    if (isDisk && _layout.chunkBytes == 0)
-        return TakeDisk(file, section);
+    if (isDisk)
+        return TakeDisk(file, section, name);
     return section.type == "error2" ? TakeLost(file, section) : Error{};
 }
 
 // A description that does not fit its checksum is skipped; a later section "data" repeats it.
-Error EwfLayoutReader::TakeDisk(const ByteSource &file, const Section &section)
+Error EwfLayoutReader::TakeDisk(const ByteSource &file, const Section &section,
+                                const std::string &name)
 {
+    const bool isNeeded = _layout.chunkBytes == 0;
     uint8_t bytes[kLongDescription];
     const bool isLong = section.Bytes() >= kLongDescription;
     const ByteView description = {bytes, isLong ? kLongDescription : kShortDescription};
     if (section.Bytes() < description.size)
         return {};
     if (Error error = file.ReadAt(section.begin, bytes, description.size))
-        return error;
-    if (HasChecksum(description) && SetDisk(description))
+        return isNeeded ? error : Error{};
+    if (!HasChecksum(description))
+        return {};
+    if (isNeeded && SetDisk(description))
         _layout.hasChecksums = isLong;
-    return {};
+    return isLong ? CheckSet(description, name) : Error{};
+}
+
+// All files of an image name the same set; none is zero, and is what programs write that name none.
+Error EwfLayoutReader::CheckSet(ByteView description, const std::string &name)
+{
+    constexpr size_t kSetAt = 64;
+    const Guid set = ByteReader(description, kSetAt).TakeGuid();
+    if (set == Guid())
+        return {};
+    if (_fileOfSet == 0) {
+        _set = set;
+        _fileOfSet = _files;
+    }
+    if (set == _set || _fileOfSet == _files)
+        return {};
+    return {Status::kUnsupportedContainer,
+            "its part " + name + " belongs to another image: it names the set " + set.Text() +
+                ", the parts before it name " + _set.Text()};
 }
 
 bool EwfLayoutReader::SetDisk(ByteView description)

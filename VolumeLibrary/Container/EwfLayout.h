@@ -13,6 +13,7 @@
 #include "ByteSource.h"
 #include "ByteView.h"
 #include "Error.h"
+#include "Guid.h"
 
 #include <optional>
 #include <string>
@@ -55,7 +56,8 @@ public:
     static constexpr size_t kMostLost = size_t{1} << 16;
 
     // The next file of the image; name is for messages. Errors: kTruncatedImage if it ends early,
-    // kDamagedContainer, those of its reads.
+    // kDamagedContainer, kUnsupportedContainer if it is a part of another image, those of its
+    // reads.
     Result<EwfEnding> Add(const ByteSource &file, const std::string &name);
 
     // After the last file. Errors: kDamagedContainer if the size of the disk is not recorded.
@@ -67,7 +69,8 @@ private:
     Error CheckFileHeader(const ByteSource &file, const std::string &name);
     Result<Section> ReadSection(const ByteSource &file, uint64_t at, const std::string &name);
     Error TakeSection(const ByteSource &file, const Section &section, const std::string &name);
-    Error TakeDisk(const ByteSource &file, const Section &section);
+    Error TakeDisk(const ByteSource &file, const Section &section, const std::string &name);
+    Error CheckSet(ByteView description, const std::string &name);
     Error TakeTable(const ByteSource &file, const Section &section, const std::string &name);
     // Nothing if the table does not fit its checksum or its section.
     Result<std::optional<EwfTable>> ReadTable(const ByteSource &file, const Section &section) const;
@@ -77,6 +80,8 @@ private:
 
     EwfLayout _layout;
     uint32_t _files = 0;
+    Guid _set;                // that the files are of; from EnCase 5 on
+    uint32_t _fileOfSet = 0;  // the first that names it; 0: none so far
     size_t _sections = 0;
     bool _lacksTable = false;  // the previous table could not be used
     bool _mayBeCopy = false;   // the previous section was a table

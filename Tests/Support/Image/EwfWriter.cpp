@@ -31,7 +31,7 @@ std::string Padded(std::string bytes, size_t size)
 void AddSection(const std::string &type, const std::string &data, std::string *image)
 {
     const uint64_t end = image->size() + kSectionHeader + data.size();
-    const uint64_t next = type == "done" ? image->size() : end;
+    const uint64_t next = type == "done" || type == "next" ? image->size() : end;
     *image += WithSum(
         Padded(Padded(type, 16) + Number(next, 8) + Number(kSectionHeader + data.size(), 8), 72));
     *image += data;
@@ -74,7 +74,9 @@ std::string EwfWriter::Description() const
     const std::string fields = Number(1, 4) + Number(_chunks.size(), 4) +
                                Number(_recipe.sectorsOfChunk, 4) + Number(kSector, 4) +
                                Number(_sectors, 8);
-    return WithSum(isOld ? Padded(fields, 85) + "SMART" : Padded(fields, 1048));
+    constexpr size_t kSetAt = 64;
+    return WithSum(isOld ? Padded(fields, 85) + "SMART"
+                         : Padded(Padded(fields, kSetAt) + _recipe.set, 1048));
 }
 
 std::string EwfWriter::Table(uint64_t chunksAt, bool isDamaged) const
@@ -110,8 +112,9 @@ std::string EwfWriter::Joined() const
 
 std::string EwfWriter::Image() const
 {
-    std::string image("EVF\x09\x0D\x0A\xFF\x00\x01\x01\x00\x00\x00", 13);
-    AddSection("volume", Description(), &image);
+    std::string image("EVF\x09\x0D\x0A\xFF\x00\x01", 9);
+    image += Number(_recipe.part, 2) + Number(0, 2);
+    AddSection(_recipe.part == 1 ? "volume" : "data", Description(), &image);
     const uint64_t at = image.size() + kSectionHeader;
     if (_recipe.kind == EwfRecipe::Kind::kOld) {
         const std::string table = Table(at + 24 + 4 * _chunks.size(), _damagesTable);
@@ -126,7 +129,7 @@ std::string EwfWriter::Image() const
         const std::string lost = Number(0, 4) + Number(_lost, 4);
         AddSection("error2", WithSum(Padded(Number(1, 4), 516)) + WithSum(lost), &image);
     }
-    AddSection("done", "", &image);
+    AddSection(_recipe.isLast ? "done" : "next", "", &image);
     return image;
 }
 

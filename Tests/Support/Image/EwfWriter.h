@@ -1,4 +1,4 @@
-// Writes small E01 images of one file for tests, sound or damaged.
+// Writes small E01 images, or one part of one, for tests, sound or damaged.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,9 @@ struct EwfRecipe {
     bool isPacked = false;
     bool hasCopy = true;  // of the table
     uint64_t base = 0;    // of the entries of the table
+    uint8_t part = 1;
+    bool isLast = true;
+    std::string set = {};  // the identifier of the set of parts, 16 bytes; zeros if empty
 };
 
 // An image of a disk. A chunk, section or table can be changed before the checksums are computed.
