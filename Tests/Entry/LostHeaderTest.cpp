@@ -257,6 +257,77 @@ TEST_F(LostHeader, APartitionWithoutItsFirstSectorOpensWithASecret)
     }
 }
 
+// --- A first sector with a damaged signature
+
+class DamagedSignature : public LostHeader {
+protected:
+    static constexpr size_t kSignatureAt = 3;
+    static constexpr size_t kIdentifierAt = 160;
+
+    VolumeLibraryStatus OpenWithoutSecret()
+    {
+        OpeningOptions options;
+        options.opensContents = true;
+        return Open({}, UnlockKind::kNone, options);
+    }
+
+    // With each of these bytes changed alone.
+    void ExpectSecretIsNeeded(size_t begin)
+    {
+        for (const size_t at : {size_t{0}, kSignatureAt, kSignatureAt + 7, kIdentifierAt + 1}) {
+            disk[begin + at] ^= 4;
+            EXPECT_EQ(OpenWithoutSecret(), VolumeLibraryStatus::kSecretNeeded) << at << detail;
+            EXPECT_EQ(Open({}, UnlockKind::kNone), VolumeLibraryStatus::kSecretNeeded) << at;
+            ExpectTree({});
+            disk[begin + at] ^= 4;
+        }
+        Erase(begin, kIdentifierAt);
+        EXPECT_EQ(OpenWithoutSecret(), VolumeLibraryStatus::kSecretNeeded) << detail;
+    }
+};
+
+TEST_F(DamagedSignature, WithoutASecretTheDiskIsStillAnEncryptedVolume)
+{
+    disk = MakeVolume(FatFileSystem(), RecipeWithKey()).bytes;
+    ExpectSecretIsNeeded(0);
+}
+
+TEST_F(DamagedSignature, OfTheOnlyVolumeInATableItIsStillAnEncryptedOne)
+{
+    const MadeVolume made = MakeVolume(FatFileSystem(), RecipeWithKey());
+    Put(made, kBegin);
+    PutMbr(kBegin, made.bytes.size());
+    ExpectSecretIsNeeded(kBegin);
+}
+
+TEST_F(DamagedSignature, WithABackupOfNtfsThatIsNotEncryptedItIsStillAnEncryptedVolume)
+{
+    const MadeVolume made = MakeVolume(NtfsFileSystem(), RecipeWithKey());
+    disk = made.bytes;
+    disk += made.plain.substr(made.plain.size() - kSector);
+    disk[kSignatureAt] ^= 4;
+    EXPECT_EQ(OpenWithoutSecret(), VolumeLibraryStatus::kSecretNeeded) << detail;
+}
+
+TEST_F(DamagedSignature, AVolumeThatNeedsNoSecretOpens)
+{
+    VolumeRecipe recipe = RecipeWithKey();
+    recipe.protectors.push_back(bitlocker::maker::ProtectorRecipe::ClearKey());
+    const MadeVolume made = MakeVolume(FatFileSystem(), recipe);
+    disk = made.bytes;
+    disk[kSignatureAt] ^= 4;
+    ASSERT_EQ(OpenWithoutSecret(), VolumeLibraryStatus::kSuccess) << detail;
+    const std::string contents = ReadWholeFile(*volume, kVolumeContentsPath).value_or("");
+    EXPECT_TRUE(contents.compare(0, made.plain.size(), made.plain) == 0);
+}
+
+TEST_F(DamagedSignature, WithoutMetadataTheDiskIsWrittenAsItIs)
+{
+    disk = NoiseBytes(kMiB, 3);
+    disk.replace(kSignatureAt, 8, "-FVE-FS#");
+    EXPECT_EQ(OpenWithoutSecret(), VolumeLibraryStatus::kSuccess) << detail;
+}
+
 TEST_F(LostHeader, AnUnreadablePartitionOpensByItsNumberWithASecret)
 {
     const MadeVolume made = MakeVolume(FatFileSystem(), RecipeWithKey());

@@ -30,6 +30,11 @@ Error UnknownVolume(const char *why)
     return {Status::kNotBitlocker, why};
 }
 
+bool IsIdentifier(const Guid &identifier)
+{
+    return identifier == kOrdinaryVolume || identifier == kConvertingVolume;
+}
+
 Result<BootSector> ParseVista(ByteView bytes, BootSector boot)
 {
     boot.layout = Layout::kVista;
@@ -46,7 +51,7 @@ Result<BootSector> ParseNewer(ByteView bytes, BootSector boot, size_t identifier
 {
     ByteReader reader(bytes, identifierAt);
     const Guid identifier = reader.TakeGuid();
-    if (identifier != kOrdinaryVolume && identifier != kConvertingVolume)
+    if (!IsIdentifier(identifier))
         return UnknownVolume("the identifier in the boot sector is not known");
     boot.converting = identifier == kConvertingVolume;
     for (int copy = 0; copy < 3; ++copy)
@@ -64,6 +69,19 @@ Result<BootSector> BootSector::Read(const ByteSource &volume)
     if (Error error = volume.ReadAt(0, sector, sizeof sector))
         return error;
     return Parse({sector, sizeof sector});
+}
+
+bool BootSector::Resembles(ByteView bytes)
+{
+    constexpr size_t kSignatureAt = 3;
+    constexpr size_t kMost = 6;  // of eight letters
+    if (bytes.size < kSize)
+        return false;
+    size_t right = 0;
+    for (size_t i = 0; i < kSignature.size(); ++i)
+        right += static_cast<char>(bytes.data[kSignatureAt + i]) == kSignature[i] ? 1 : 0;
+    return right >= kMost || IsIdentifier(ByteReader(bytes, kIdentifierAt).TakeGuid()) ||
+           IsIdentifier(ByteReader(bytes, kToGoIdentifierAt).TakeGuid());
 }
 
 bool BootSector::NamesEveryCopy() const

@@ -35,6 +35,10 @@ struct BootSector {
     // That of the volume. Errors: of reading too.
     static Result<BootSector> Read(const ByteSource &volume);
 
+    // Whether most of the signature or a whole identifier is where that of such a volume is, though
+    // it may not parse.
+    static bool Resembles(ByteView bytes);
+
     bool NamesEveryCopy() const;
 };
 

@@ -241,8 +241,24 @@ private:
         return volume;
     }
 
-    void Add(const FoundVolume &volume)
+    // An encrypted volume whose first sector is damaged, but not beyond recognition.
+    void Regain(FoundVolume *volume)
     {
+        if (volume->kind != FileSystemKind::kUnknown || !ResemblesEncrypted(*volume->source))
+            return;
+        const auto lost = LostVolumes(_disk, &_cancel, _progress).AtFrontOf(volume->place);
+        if (!lost || !lost->has_value())
+            return;
+        volume->source = (*lost)->source;
+        volume->kind = FileSystemKind::kEncrypted;
+        volume->known = nullptr;
+        volume->number = volume->isPartition ? 0 : 1;
+        Warn(SubjectOf(*volume), (*lost)->note);
+    }
+
+    void Add(FoundVolume volume)
+    {
+        Regain(&volume);
         const bool isEncrypted = volume.kind == FileSystemKind::kEncrypted;
         DiskVolumeReport report = {};
         report.number = volume.number;

@@ -139,7 +139,8 @@ private:
         const auto lost = _lost.AtFrontOf(place);
         if (!lost)
             return lost.Failure();
-        const bool isIt = lost->has_value() && (IsUnlocking() || (*lost)->hasPlainPart);
+        const bool isIt = lost->has_value() && (IsUnlocking() || (*lost)->hasPlainPart ||
+                                                ResemblesEncrypted(*found.source));
         return isIt ? Regained(**lost) : found;
     }
 
@@ -182,16 +183,28 @@ private:
         return whole;
     }
 
-    // Where an encrypted volume may be that has lost its first sector; nowhere without a secret, or
-    // if there is one that has not.
+    // Where an encrypted volume may be that has lost its first sector, if there is none that has
+    // not. Without a secret only where it is not lost as a whole, and if nothing else opens.
     std::vector<Partition> PlacesOfLost(const DiskVolumes &table, size_t number) const
     {
         if (!IsUnlocking())
-            return {};
+            return table.volumes.empty() ? PlacesOfDamaged(table) : std::vector<Partition>();
         if (!table.IsEmpty())
             return table.PlacesOfLost(_disk, number);
         const bool isKnown = KnownContents::FindMarked(*_disk) != nullptr;
         return isKnown ? std::vector<Partition>() : std::vector<Partition>{AllOfDisk()};
+    }
+
+    std::vector<Partition> PlacesOfDamaged(const DiskVolumes &table) const
+    {
+        std::vector<Partition> places(table.others.begin(), table.others.end());
+        places.push_back(AllOfDisk());
+        places.erase(std::remove_if(places.begin(), places.end(),
+                                    [this](const Partition &place) {
+                                        return !ResemblesEncrypted(*place.In(_disk));
+                                    }),
+                     places.end());
+        return places;
     }
 
     // unread: why the first sector cannot be read, if it cannot.

@@ -192,6 +192,13 @@ LostVolumes::AtFrontOfOne(const std::vector<Partition> &partitions) const
                      std::to_string(only->offset) + others};
 }
 
+bool ResemblesEncrypted(const ByteSource &volume)
+{
+    std::array<uint8_t, BootSector::kSize> sector;
+    return volume.Size() >= sector.size() && !volume.ReadAt(0, sector.data(), sector.size()) &&
+           BootSector::Resembles(sector);
+}
+
 Source WithFirstSector(const Source &plain, std::vector<std::string> *notes)
 {
     std::vector<uint8_t> sector(kFirstSectorBytes);

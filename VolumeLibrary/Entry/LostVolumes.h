@@ -66,6 +66,9 @@ private:
     const ProgressReceiver _progress;
 };
 
+// Whether the first sector is one of an encrypted volume but for some bytes.
+bool ResemblesEncrypted(const ByteSource &volume);
+
 // The contents of an unlocked volume of Windows Vista that lost its first sector: it held most of
 // the first sector of the file system, which is replaced by its backup, or by zeros if there is
 // none.
