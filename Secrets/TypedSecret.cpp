@@ -2,6 +2,7 @@
 
 #include "Overwrite.h"
 
+#include <cstring>
 #include <sys/mman.h>
 
 namespace vx {
@@ -28,6 +29,15 @@ bool TypedSecret::Append(char byte)
 void TypedSecret::RemoveLast()
 {
     _bytes[--_size] = 0;
+}
+
+void TypedSecret::RemoveFirst(std::string_view prefix)
+{
+    if (std::string_view(_bytes, _size).substr(0, prefix.size()) != prefix)
+        return;
+    _size -= prefix.size();
+    std::memmove(_bytes, _bytes + prefix.size(), _size);
+    Overwrite(_bytes + _size, prefix.size());
 }
 
 void TypedSecret::Wipe()

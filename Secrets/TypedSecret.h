@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vx {
@@ -23,6 +24,8 @@ public:
     // False if it is full.
     bool Append(char byte);
     void RemoveLast();
+    // Nothing if it does not begin with this.
+    void RemoveFirst(std::string_view prefix);
     void Wipe();
 
     bool IsEmpty() const { return _size == 0; }

@@ -18,6 +18,8 @@ namespace {
 
 // A FIFO without a writer is waited for when it is read, which a signal can interrupt.
 constexpr int kReading = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+// That of UTF-8, with which editors of Windows begin a text.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // Whatever has one line to give. On an error errno says why there is none.
 UniqueFd OpenLine(const std::string &path)
@@ -71,7 +73,9 @@ SecretReader::Answer SecretReader::ReadFile(const std::string &path, const std::
                           " (a secret that begins with \"@\" can be typed after \"-\", or given by "
                           "fd:N)");
     SecretPrompt prompt(file.Get(), _events);
-    return ReadFrom(&prompt, question, secret);
+    const Answer answer = ReadFrom(&prompt, question, secret);
+    secret->RemoveFirst(kByteOrderMark);
+    return answer == Answer::kGiven && secret->IsEmpty() ? Refuse(Answer::kNone, "") : answer;
 }
 
 SecretReader::Answer SecretReader::ReadFrom(SecretPrompt *prompt, const std::string &question,

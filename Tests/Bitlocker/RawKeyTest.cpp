@@ -84,8 +84,11 @@ TEST(MasterKeyTest, AMistypedKeyIsNotTakenForAPathAndNotRepeated)
     };
     EXPECT_EQ(about(key.substr(1)), "a master key has 64 hexadecimal digits, and this one has 63");
     EXPECT_EQ(about(key.substr(2)), "a master key has 64 hexadecimal digits, and this one has 62");
+    EXPECT_EQ(about("001122334455"), "a master key has 64 hexadecimal digits, and this one has 12");
+    EXPECT_EQ(about("00:11 2"), "a master key has 64 hexadecimal digits, and this one has 5");
     EXPECT_EQ(about("x" + key),
               "a master key has 64 hexadecimal digits, and this one has 64 and other characters");
+    EXPECT_EQ(Secret::FromMasterKey("key.vmk").Failure().detail, "the file with the key");
     const Result<Secret> slash = Secret::FromMasterKey(("a/" + key).c_str());
     ASSERT_FALSE(slash);
     EXPECT_EQ(slash.Failure().systemError, ENOENT);

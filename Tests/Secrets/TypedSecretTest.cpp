@@ -32,6 +32,21 @@ TEST(Secret, AFullOneTakesNoMoreAndStillEndsInAZero)
     EXPECT_EQ(std::string(secret.Text()), std::string(TypedSecret::kMostBytes, 'x'));
 }
 
+TEST(Secret, WhatItBeginsWithCanBeRemoved)
+{
+    TypedSecret secret;
+    Fill(&secret, "open sesame");
+    secret.RemoveFirst("close");
+    EXPECT_STREQ(secret.Text(), "open sesame");
+    secret.RemoveFirst("open ");
+    EXPECT_STREQ(secret.Text(), "sesame");
+    secret.RemoveFirst("sesame street");
+    EXPECT_STREQ(secret.Text(), "sesame");
+    secret.RemoveFirst("sesame");
+    EXPECT_TRUE(secret.IsEmpty());
+    EXPECT_STREQ(secret.Text(), "");
+}
+
 TEST(Secret, WhatIsWipedIsEmpty)
 {
     TypedSecret secret;

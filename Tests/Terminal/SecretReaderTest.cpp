@@ -95,6 +95,16 @@ TEST_F(SecretReaderTest, AFileGivesItsFirstLineWithoutItsEnd)
     EXPECT_EQ(_secret.Text(), longest);
 }
 
+TEST_F(SecretReaderTest, TheByteOrderMarkOfAFileIsNoPartOfTheSecret)
+{
+    EXPECT_EQ(Read(FileWith("\xEF\xBB\xBFopen sesame\r\n")), Answer::kGiven);
+    EXPECT_STREQ(_secret.Text(), "open sesame");
+    EXPECT_EQ(Read(FileWith("\xEF\xBB\xBF\n")), Answer::kNone);
+    EXPECT_EQ(_reader.Error(), "no secret was given");
+    EXPECT_EQ(Read(FileWith("\xEF\xBBopen")), Answer::kGiven);
+    EXPECT_STREQ(_secret.Text(), "\xEF\xBBopen");
+}
+
 TEST_F(SecretReaderTest, AFileWithoutASecretIsRefused)
 {
     EXPECT_EQ(Read(FileWith("")), Answer::kNone);

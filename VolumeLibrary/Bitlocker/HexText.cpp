@@ -12,6 +12,12 @@ bool IsBetweenDigits(char sign)
 
 }  // namespace
 
+bool IsHexText(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char sign) { return HexValue(sign) >= 0 || IsBetweenDigits(sign); });
+}
+
 size_t CountHexDigits(std::string_view text)
 {
     return static_cast<size_t>(
@@ -20,10 +26,7 @@ size_t CountHexDigits(std::string_view text)
 
 std::string HexDigitsText(std::string_view text)
 {
-    const bool hasOthers = std::any_of(text.begin(), text.end(), [](char sign) {
-        return HexValue(sign) < 0 && !IsBetweenDigits(sign);
-    });
-    return std::to_string(CountHexDigits(text)) + (hasOthers ? " and other characters" : "");
+    return std::to_string(CountHexDigits(text)) + (IsHexText(text) ? "" : " and other characters");
 }
 
 std::optional<KeyMaterial> BytesFromHex(std::string_view text)

@@ -23,6 +23,8 @@ constexpr int HexValue(char sign)
 // over. None if there is another character or an odd number of digits.
 std::optional<KeyMaterial> BytesFromHex(std::string_view text);
 
+// Whether there is nothing but digits and what may be between them.
+bool IsHexText(std::string_view text);
 // How many digits the text has, whatever else is in it.
 size_t CountHexDigits(std::string_view text);
 // The same in words: "63", "64 and other characters".

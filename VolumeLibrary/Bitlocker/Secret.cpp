@@ -77,7 +77,9 @@ bool LooksTyped(const char *given)
 {
     constexpr size_t kFewDigits = 16;
     const std::string_view text = given;
-    return !IsThere(given) && text.find('/') == text.npos && CountHexDigits(text) >= kFewDigits;
+    const size_t digits = CountHexDigits(text);
+    const bool isKey = digits >= kFewDigits || (digits > 0 && IsHexText(text));
+    return isKey && text.find('/') == text.npos && !IsThere(given);
 }
 
 Result<KeyMaterial> MasterKeyFromText(std::string_view text)
