@@ -10,12 +10,6 @@
 #include <set>
 
 namespace vx {
-namespace {
-
-constexpr uint64_t kRootNumber = 5;
-
-}  // namespace
-
 NtfsFileSystem::NtfsFileSystem(std::shared_ptr<const ByteSource> volume,
                                std::unique_ptr<NtfsMft> mft)
     : _volume(volume), _tables(volume), _mft(std::move(mft)), _parents(std::move(volume), *_mft)
@@ -33,13 +27,13 @@ Result<std::unique_ptr<FileSystem>> NtfsFileSystem::Open(std::shared_ptr<const B
 
 Node NtfsFileSystem::Root() const
 {
-    return {kRootNumber, 0, 0};
+    return {NtfsParents::kRoot, 0, 0};
 }
 
 // A folder itself knows its parent folder and its name.
 bool NtfsFileSystem::IsWayTo(const Node &folder, const NtfsRecord &record, const Way &way) const
 {
-    if (NtfsNumber(folder.place) == kRootNumber)
+    if (NtfsNumber(folder.place) == NtfsParents::kRoot)
         return way == Way{};
     const auto own = FindOwnName(*_mft, _tables, record, NtfsNumber(folder.place));
     return own && NtfsNumber(own->parent) == NtfsNumber(way.parent) &&
@@ -64,7 +58,7 @@ std::unique_ptr<FolderReader> NtfsFileSystem::OpenFolder(const Node &folder, con
 bool NtfsFileSystem::IsLostFolder(const Node &folder, const Way &way) const
 {
     const uint64_t number = NtfsNumber(folder.place);
-    if (number == kRootNumber)
+    if (number == NtfsParents::kRoot)
         return way == Way{};
     return folder.size == NtfsFolder::kIsFolder && !_mft->Load(number) &&
            _claims.Claim(number, way);
@@ -72,16 +66,16 @@ bool NtfsFileSystem::IsLostFolder(const Node &folder, const Way &way) const
 
 bool NtfsFileSystem::IsListed(const Node &folder, const NtfsRecord &record, const Way &way) const
 {
-    return record.IsFolder() && IsWayTo(folder, record, way) &&
-           !NtfsReparsePoint::Read(*_mft, _tables, record, NtfsNumber(folder.place))
-                .LeadsElsewhere();
+    const uint64_t number = NtfsNumber(folder.place);
+    return NtfsIndex::IsFolder(*_mft, _tables, record, number) && IsWayTo(folder, record, way) &&
+           !NtfsReparsePoint::Read(*_mft, _tables, record, number).LeadsElsewhere();
 }
 
 std::unique_ptr<VolumeFile> NtfsFileSystem::OpenFile(const Node &file) const
 {
     const uint64_t number = NtfsNumber(file.place);
     const auto record = _mft->Load(file.place);
-    if (!record || record->IsFolder())
+    if (!record || NtfsIndex::IsFolder(*_mft, _tables, *record, number))
         return nullptr;
     const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
     NtfsContents contents = FindContents(*_mft, _tables, *record, number, point);
@@ -102,7 +96,7 @@ void NtfsFileSystem::Describe(const Node &entry, VolumeEntryReport *report) cons
     const auto point = NtfsReparsePoint::Read(*_mft, _tables, *record, number);
     report->reparseTag = point.Tag();
     point.CopyTarget(report->target, VolumeEntryReport::kTargetUnits);
-    if (!record->IsFolder())
+    if (!NtfsIndex::IsFolder(*_mft, _tables, *record, number))
         report->obstacle = FindContents(*_mft, _tables, *record, number, point).obstacle;
     else
         report->obstacle =

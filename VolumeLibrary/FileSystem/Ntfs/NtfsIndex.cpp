@@ -3,14 +3,25 @@
 #include "ByteReader.h"
 #include "PowerOfTwo.h"
 
+#include <algorithm>
+
 namespace vx {
 namespace {
 
 constexpr char16_t kIndexName[] = u"$I30";
 constexpr size_t kRootHeaderAt = 16;
+constexpr size_t kRootFirstAt = 32;
 constexpr size_t kBlockHeaderAt = 24;
 // An index of this depth holds more names than a disk.
 constexpr size_t kDeepest = 24;
+constexpr uint64_t kLeastBlock = 512;
+constexpr uint64_t kMostPlaces = uint64_t{1} << 26;
+
+// The entries of a block follow the bytes that its sectors ended with.
+size_t AfterFixups(ByteView block)
+{
+    return (U16At(block, 4) + size_t{2} * U16At(block, 6) + 7) / 8 * 8;
+}
 
 }  // namespace
 
@@ -39,7 +50,7 @@ bool NtfsIndex::BeginRoot(const NtfsRecord &folder, uint64_t number)
     _blockBytes = U32At(root.bytes, 8);
     if (!IsPowerOfTwo(_blockBytes) || _blockBytes < 512 || _blockBytes > 65536)
         return false;
-    auto top = NtfsIndexBlock::Parse(std::move(root.bytes), kRootHeaderAt);
+    auto top = NtfsIndexBlock::Parse(std::move(root.bytes), kRootHeaderAt, kRootFirstAt);
     if (top)
         _path.push_back(std::move(*top));
     return top.has_value();
@@ -54,6 +65,15 @@ void NtfsIndex::FindBlocks(const NtfsRecord &folder, uint64_t number)
         _blocks = std::move(blocks.extents);
     else
         NoteTrouble(VolumeObstacle::kDamaged);
+    _inUse = FindStream(_mft, _volume, folder, number, NtfsType::kBitmap, kIndexName);
+}
+
+bool NtfsIndex::IsFolder(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &record,
+                         uint64_t number)
+{
+    return record.IsFolder() ||
+           FindStream(mft, volume, record, number, NtfsType::kIndexRoot, kIndexName).found ==
+               NtfsFound::kYes;
 }
 
 std::optional<uint64_t> NtfsIndex::PositionOf(uint64_t block) const
@@ -71,8 +91,6 @@ std::optional<uint64_t> NtfsIndex::PositionOf(uint64_t block) const
 // level.
 bool NtfsIndex::IsFirstVisit(uint64_t position)
 {
-    constexpr uint64_t kLeastBlock = 512;
-    constexpr uint64_t kMostPlaces = uint64_t{1} << 26;
     const uint64_t place = position / kLeastBlock;
     if (place >= kMostPlaces)
         return false;
@@ -82,6 +100,39 @@ bool NtfsIndex::IsFirstVisit(uint64_t position)
         return false;
     _visited[place] = true;
     return true;
+}
+
+bool NtfsIndex::WasVisited(uint64_t position) const
+{
+    const uint64_t place = position / kLeastBlock;
+    return place < _visited.size() && _visited[place];
+}
+
+// Nothing if it is damaged or cannot be read.
+std::optional<std::vector<uint8_t>> NtfsIndex::BlocksInUse() const
+{
+    if (_inUse.found != NtfsFound::kYes || _inUse.Size() > kMostPlaces / 8)
+        return std::nullopt;
+    if (_inUse.isResident)
+        return _inUse.bytes;
+    return ReadExtentBytes(_volume, _inUse.extents, 0, static_cast<uint32_t>(_inUse.Size()));
+}
+
+bool NtfsIndex::HasUnreachedBlock() const
+{
+    const uint64_t blocks = _blockBytes != 0 ? _blocks.size / _blockBytes : 0;
+    if (blocks == 0)
+        return false;
+    const auto inUse = BlocksInUse();
+    if (!inUse)
+        return true;
+    const uint64_t end = std::min<uint64_t>(blocks, 8 * inUse->size());
+    for (uint64_t block = 0; block < end; ++block) {
+        const bool isInUse = ((*inUse)[block / 8] >> block % 8 & 1) != 0;
+        if (isInUse && !WasVisited(block * _blockBytes))
+            return true;
+    }
+    return false;
 }
 
 // Nothing if it is damaged, cannot be read, or was read before.
@@ -96,7 +147,8 @@ std::optional<NtfsIndexBlock> NtfsIndex::ReadBlock(uint64_t block)
     if (!bytes || !HasTextAt(*bytes, 0, "INDX") || !ApplyNtfsFixups(&*bytes) ||
         U64At(*bytes, 16) != block)
         return std::nullopt;
-    return NtfsIndexBlock::Parse(std::move(*bytes), kBlockHeaderAt);
+    const size_t firstAt = AfterFixups(*bytes);
+    return NtfsIndexBlock::Parse(std::move(*bytes), kBlockHeaderAt, firstAt);
 }
 
 void NtfsIndex::Descend(uint64_t block)
@@ -119,6 +171,7 @@ bool NtfsIndex::StepToEntry()
             continue;
         }
         _hasGivenEntry = false;
+        _isInDoubt = _isInDoubt || !_path.back().IsConsistent();
         if (const auto below = _path.back().TakeBlockBelow())
             Descend(*below);
         else if (!_path.back().IsAtEnd())

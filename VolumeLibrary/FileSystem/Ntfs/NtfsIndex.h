@@ -3,7 +3,7 @@
 // next one.
 //
 // Ownership: borrows the table and the volume. Threads: one at a time. Memory: the blocks from the
-// root to the present one, and a bit for each block.
+// root to the present one, and two bits for each block.
 #pragma once
 
 #include "NtfsIndexBlock.h"
@@ -23,6 +23,13 @@ public:
     // that was found.
     VolumeObstacle Trouble() const { return _trouble; }
     void NoteTrouble(VolumeObstacle found);
+    // After the last name: whether the index contradicts itself, so that names may be missing even
+    // without trouble. An entry does not fit, or a block is in use that was not reached.
+    bool IsInDoubt() const { return _isInDoubt || HasUnreachedBlock(); }
+
+    // Whether the record is that of a folder, even if it only has a folder's index.
+    static bool IsFolder(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &record,
+                         uint64_t number);
 
 private:
     bool BeginRoot(const NtfsRecord &folder, uint64_t number);
@@ -32,6 +39,9 @@ private:
     bool IsFirstVisit(uint64_t position);
     std::optional<NtfsIndexBlock> ReadBlock(uint64_t block);
     bool StepToEntry();
+    bool WasVisited(uint64_t position) const;
+    bool HasUnreachedBlock() const;
+    std::optional<std::vector<uint8_t>> BlocksInUse() const;
 
     const NtfsMft &_mft;
     const ByteSource &_volume;
@@ -40,6 +50,8 @@ private:
     std::vector<NtfsIndexBlock> _path;  // from the root to the present block
     std::vector<bool> _visited;         // by the places of blocks in the index
     bool _hasGivenEntry = false;        // the next step leaves the present entry
+    NtfsStream _inUse;                  // a bit for each block
+    bool _isInDoubt = false;
     VolumeObstacle _trouble = VolumeObstacle::kNone;
 };
 

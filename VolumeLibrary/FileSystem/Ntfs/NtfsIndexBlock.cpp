@@ -13,7 +13,12 @@ constexpr size_t kLengthAt = 8;
 constexpr size_t kKeyLengthAt = 10;
 constexpr size_t kFlagsAt = 12;
 constexpr uint16_t kHasBlockBelow = 1;
+constexpr size_t kBlockBelowBytes = 8;
 constexpr uint16_t kEndsBlock = 2;
+
+// In a key:
+constexpr size_t kKeyUnitsAt = 64;
+constexpr size_t kKeyHeaderBytes = 66;
 
 constexpr uint8_t kShortNames = 2;
 constexpr uint32_t kReparseAttribute = 0x400;
@@ -21,19 +26,21 @@ constexpr uint32_t kExtendedAttributes = 0x40000;
 
 }  // namespace
 
-NtfsIndexBlock::NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end)
-    : _bytes(std::move(bytes)), _at(at), _end(end)
+NtfsIndexBlock::NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end, bool beginsRight)
+    : _bytes(std::move(bytes)), _at(at), _end(end), _beginsRight(beginsRight)
 {
 }
 
-std::optional<NtfsIndexBlock> NtfsIndexBlock::Parse(std::vector<uint8_t> bytes, size_t headerAt)
+std::optional<NtfsIndexBlock> NtfsIndexBlock::Parse(std::vector<uint8_t> bytes, size_t headerAt,
+                                                    size_t firstAt)
 {
     const ByteView header = ByteView(bytes).From(headerAt);
     const size_t first = U32At(header, 0);
     const size_t end = U32At(header, 4);
     if (first < kIndexHeaderBytes || first > end || end > header.size)
         return std::nullopt;
-    NtfsIndexBlock block(std::move(bytes), headerAt + first, headerAt + end);
+    NtfsIndexBlock block(std::move(bytes), headerAt + first, headerAt + end,
+                         headerAt + first == firstAt);
     return block.IsEntryGood() ? std::optional(std::move(block)) : std::nullopt;
 }
 
@@ -44,8 +51,25 @@ ByteView NtfsIndexBlock::Entry() const
 
 bool NtfsIndexBlock::IsEntryGood() const
 {
-    const size_t blockBelowBytes = HasBlockBelow() ? 8 : 0;
+    const size_t blockBelowBytes = HasBlockBelow() ? kBlockBelowBytes : 0;
     return Length() >= kEntryHeaderBytes + blockBelowBytes && Length() <= Entry().size;
+}
+
+bool NtfsIndexBlock::IsConsistent() const
+{
+    const ByteView entry = Entry();
+    const size_t keyBytes = IsAtEnd() ? 0 : U16At(entry, kKeyLengthAt);
+    const size_t nameBytes = IsAtEnd() ? 0 : kKeyHeaderBytes + 2 * NameUnits();
+    const size_t wanted =
+        (kEntryHeaderBytes + keyBytes + 7) / 8 * 8 + (HasBlockBelow() ? kBlockBelowBytes : 0);
+    return _beginsRight && keyBytes == nameBytes && Length() == wanted &&
+           (!IsAtEnd() || Length() == entry.size);
+}
+
+size_t NtfsIndexBlock::NameUnits() const
+{
+    const ByteView units = Entry().First(Length()).From(kEntryHeaderBytes + kKeyUnitsAt);
+    return units.size > 0 ? units.data[0] : 0;
 }
 
 size_t NtfsIndexBlock::Length() const
@@ -63,7 +87,7 @@ std::optional<uint64_t> NtfsIndexBlock::TakeBlockBelow()
     if (_hasGivenBlockBelow || !HasBlockBelow())
         return std::nullopt;
     _hasGivenBlockBelow = true;
-    return U64At(Entry(), Length() - 8);
+    return U64At(Entry(), Length() - kBlockBelowBytes);
 }
 
 bool NtfsIndexBlock::IsAtEnd() const

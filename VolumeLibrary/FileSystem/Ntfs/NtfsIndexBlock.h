@@ -34,8 +34,13 @@ struct NtfsIndexName {
 class NtfsIndexBlock {
 public:
     // bytes: an index root, or a block with the ends of its sectors put right; headerAt: where
-    // its entries are described. Nothing if it is damaged.
-    static std::optional<NtfsIndexBlock> Parse(std::vector<uint8_t> bytes, size_t headerAt);
+    // its entries are described; firstAt: where the first one should be. Nothing if it is damaged.
+    static std::optional<NtfsIndexBlock> Parse(std::vector<uint8_t> bytes, size_t headerAt,
+                                               size_t firstAt);
+
+    // Whether the block begins where it should, and the present entry is as long as what it holds
+    // and ends the block if it says so. Otherwise entries may have been passed over.
+    bool IsConsistent() const;
 
     // The block below the present entry, once; then nothing.
     std::optional<uint64_t> TakeBlockBelow();
@@ -48,15 +53,17 @@ public:
     bool Advance();
 
 private:
-    NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end);
+    NtfsIndexBlock(std::vector<uint8_t> bytes, size_t at, size_t end, bool beginsRight);
     bool IsEntryGood() const;
     bool HasBlockBelow() const;
     ByteView Entry() const;  // and all that follows it in the block
     size_t Length() const;
+    size_t NameUnits() const;
 
     std::vector<uint8_t> _bytes;
     size_t _at;
     size_t _end;
+    bool _beginsRight;
     bool _hasGivenBlockBelow = false;
 };
 

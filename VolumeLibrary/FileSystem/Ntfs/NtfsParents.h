@@ -19,6 +19,7 @@ namespace vx {
 class NtfsParents {
 public:
     static constexpr size_t kMostNames = size_t{8} << 20;
+    static constexpr uint64_t kRoot = 5;  // the record of the root folder
     // The records below this number are the file system's own.
     static constexpr uint64_t kFirstOrdinary = 24;
 

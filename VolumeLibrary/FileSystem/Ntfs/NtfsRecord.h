@@ -41,6 +41,7 @@ enum class NtfsType : uint32_t {
     kData = 0x80,
     kIndexRoot = 0x90,
     kIndexAllocation = 0xA0,
+    kBitmap = 0xB0,
     kReparsePoint = 0xC0,
 };
 

@@ -247,12 +247,13 @@ NtfsStream FindStream(const NtfsMft &mft, const ByteSource &volume, const NtfsRe
     return stream;
 }
 
-void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+bool VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, const std::function<bool(NtfsIndexName)> &visit)
 {
     if (!VisitNamesIn(file, visit))
-        return;
+        return true;
     VolumeObstacle trouble;
+    bool areAll = file.IsWhole();
     const auto list = ReadListOf(mft, volume, file, &trouble);
     ByteView left = list ? ByteView(*list) : ByteView();
     while (const auto entry = TakeEntry(&left)) {
@@ -260,8 +261,10 @@ void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsReco
             entry->type == NtfsType::kFileName && NtfsNumber(entry->record) != number;
         const auto record = isOfOther ? LoadPart(mft, number, *entry) : std::nullopt;
         if (record && !VisitNamesIn(*record, visit))
-            return;
+            return true;
+        areAll = areAll && (!isOfOther || (record && record->IsWhole()));
     }
+    return areAll && trouble == VolumeObstacle::kNone && left.size == 0;
 }
 
 std::optional<NtfsIndexName> FindOwnName(const NtfsMft &mft, const ByteSource &volume,

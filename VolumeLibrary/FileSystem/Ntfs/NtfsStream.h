@@ -43,8 +43,8 @@ bool VisitStreamNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRe
                       uint64_t number, const StreamNameVisitor &visit);
 
 // Every long name of the file: those in its own record, then those in its other ones. visit returns
-// whether to continue.
-void VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
+// whether to continue. False if names may be missing among those visited.
+bool VisitLongNames(const NtfsMft &mft, const ByteSource &volume, const NtfsRecord &file,
                     uint64_t number, const std::function<bool(NtfsIndexName)> &visit);
 
 // The first long name. A folder has one.
