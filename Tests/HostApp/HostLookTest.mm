@@ -95,8 +95,10 @@ TEST_F(ReadableHostTexts, OfTheListStandOut)
 // The windows of this process are in English: the texts of each language are put into them.
 class HostInLanguage : public HostWindowTest, public testing::WithParamInterface<const char *> {
 protected:
-    HostInLanguage()
-        : list([[DamageWindow alloc] init]), _table([vxtest::HostTable(GetParam()) retain])
+    explicit HostInLanguage(Services services = Services::kStandIns)
+        : HostWindowTest(services),
+          list([[DamageWindow alloc] init]),
+          _table([vxtest::HostTable(GetParam()) retain])
     {
         const NSSize least = [Window() minSize];
         [Window() setFrame:NSMakeRect(0, 0, least.width, least.height) display:NO];
@@ -250,10 +252,16 @@ TEST_P(HostInLanguage, TheListOfDisksHoldsItsHeadingsAndMarks)
                    [NSFont systemFontOfSize:11], width - kIcon - kVolume);
 }
 
+// Nothing looks for disks meanwhile.
+class DamageInLanguage : public HostInLanguage {
+protected:
+    DamageInLanguage() : HostInLanguage(Services::kNone) {}
+};
+
 // The text of a cell keeps this off each edge.
 constexpr CGFloat kInset = 4;
 
-TEST_P(HostInLanguage, TheListOfDamageHoldsEveryReason)
+TEST_P(DamageInLanguage, TheListOfDamageHoldsEveryReason)
 {
     NSTableColumn *column = [[list tableView] tableColumnWithIdentifier:@"reason"];
     for (uint32_t kind = static_cast<uint32_t>(vx::ChannelDamageKind::kFileData);
@@ -268,7 +276,7 @@ TEST_P(HostInLanguage, TheListOfDamageHoldsEveryReason)
     }
 }
 
-TEST_P(HostInLanguage, TheListOfDamageIsWideEnoughForItsColumns)
+TEST_P(DamageInLanguage, TheListOfDamageIsWideEnoughForItsColumns)
 {
     NSWindow *window = [list window];
     const NSSize least = [window minSize];
@@ -279,7 +287,7 @@ TEST_P(HostInLanguage, TheListOfDamageIsWideEnoughForItsColumns)
     EXPECT_GT([[[list tableView] tableColumnWithIdentifier:@"path"] width], 120);
 }
 
-TEST_P(HostInLanguage, TheListOfDamageHoldsAmountsAndTitles)
+TEST_P(DamageInLanguage, TheListOfDamageHoldsAmountsAndTitles)
 {
     NSTableColumn *column = [[list tableView] tableColumnWithIdentifier:@"amount"];
     const std::string size = Word("more than {1}", {vx::UserWording().size(1000ull << 20)});
@@ -290,11 +298,15 @@ TEST_P(HostInLanguage, TheListOfDamageHoldsAmountsAndTitles)
                    [each width] - 2 * kInset);
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, HostInLanguage,
-                         testing::Values("en", "de", "fr", "es", "ja", "zh-Hans"),
-                         [](const auto &info) {
-                             const std::string name = info.param;
-                             return name == "zh-Hans" ? std::string("zhHans") : name;
-                         });
+const auto kLanguages = testing::Values("en", "de", "fr", "es", "ja", "zh-Hans");
+
+std::string NameOf(const testing::TestParamInfo<const char *> &info)
+{
+    const std::string name = info.param;
+    return name == "zh-Hans" ? "zhHans" : name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, HostInLanguage, kLanguages, NameOf);
+INSTANTIATE_TEST_SUITE_P(Every, DamageInLanguage, kLanguages, NameOf);
 
 }  // namespace
