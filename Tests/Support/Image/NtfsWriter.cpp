@@ -1,5 +1,6 @@
 #include "NtfsWriter.h"
 
+#include "ByteReader.h"
 #include "PutNumber.h"
 
 #include <algorithm>
@@ -72,6 +73,15 @@ void Finish(Bytes *attribute)
 {
     Align(attribute);
     PutNumber(attribute, 4, attribute->size(), 4);
+}
+
+// By their types, as a record has them.
+std::vector<Bytes> InOrder(std::vector<Bytes> attributes)
+{
+    std::stable_sort(attributes.begin(), attributes.end(), [](const Bytes &one, const Bytes &two) {
+        return U32At(one, 0) < U32At(two, 0);
+    });
+    return attributes;
 }
 
 Bytes StandardInformation()
@@ -264,10 +274,11 @@ void NtfsWriter::PutRecord(uint64_t number, uint16_t flags, const std::vector<By
     PutNumber(&record, 32, base, 8);
     if (base == 0)
         Append(&record, StandardInformation());
-    Append(&record, Joined(attributes));
+    Append(&record, Joined(InOrder(attributes)));
     const size_t end = record.size();
     record.resize(std::max(kClusterBytes, end + 4));  // the record is too full if at() throws
     PutNumber(&record, end, kEnd, 4);
+    PutNumber(&record, 24, end + 8, 4);
     PutWithFixups(kTable + number, std::move(record), kFixups);
 }
 
