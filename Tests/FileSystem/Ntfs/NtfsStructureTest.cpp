@@ -2,6 +2,7 @@
 // files in several records, and structures that were made to deceive.
 #include "NtfsWriter.h"
 #include "OpenSource.h"
+#include "ReportedVolume.h"
 #include "TestImage.h"
 
 #include <gtest/gtest.h>
@@ -200,11 +201,12 @@ TEST_F(NtfsStructure, AListThatSaysItIsEndlessDoesNotOpen)
     EXPECT_EQ(SizeOf(EntryNamed(*volume, u"/*", u"f")), 0u);
 }
 
-TEST_F(NtfsStructure, AListWithoutALineIsThatOfAnEmptyFile)
+TEST_F(NtfsStructure, AListWithoutALineIsNotThatOfAnEmptyFile)
 {
     PutFileInRoot();
     ntfs.PutFile(kFile, {NtfsWriter::InRuns({NtfsType::kAttributeList, {}, 0, 0, {{kFree, 1}}})});
-    EXPECT_EQ(ReadWholeFile(Open(), u"/f"), "");
+    EXPECT_FALSE(Opens(Open(), u"/f"));
+    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged);
 }
 
 TEST_F(NtfsStructure, NothingIsReadIntoNoBuffer)

@@ -99,8 +99,10 @@ NtfsContents FindContents(const NtfsMft &mft, const ByteSource &volume, const Nt
         return contents;
     }
     contents.data = FindStream(mft, volume, file, number, NtfsType::kData, {});
-    if (contents.data.found == NtfsFound::kNo)
-        contents.data.isResident = true;
+    if (contents.data.found == NtfsFound::kNo) {  // even an empty file has an attribute of data
+        contents.obstacle = VolumeObstacle::kDamaged;
+        return contents;
+    }
     const VolumeObstacle trouble = contents.data.trouble;
     contents.size = contents.data.Size();
     if (contents.data.found != NtfsFound::kDamaged)

@@ -11,11 +11,14 @@ namespace {
 constexpr size_t kSequenceAt = 16;
 constexpr size_t kAttributesAt = 20;
 constexpr size_t kFlagsAt = 22;
+constexpr size_t kUsedBytesAt = 24;
 constexpr size_t kBaseAt = 32;
 constexpr size_t kHeaderBytes = 48;
 constexpr uint16_t kInUse = 1;
 constexpr uint16_t kFolder = 2;
 
+constexpr uint8_t kResident = 0;
+constexpr uint8_t kInRuns = 1;
 constexpr size_t kResidentBytes = 24;
 constexpr size_t kRunsBytes = 64;
 constexpr uint32_t kEnd = 0xFFFFFFFF;
@@ -28,12 +31,32 @@ std::optional<ByteView> Part(ByteView whole, size_t offset, size_t size)
     return whole.From(offset).First(size);
 }
 
-// These two complete an attribute by what follows the fields that all have. Nothing if it is
-// damaged.
-std::optional<NtfsAttribute> WithValue(NtfsAttribute attribute, ByteView bytes)
+// The types of attributes are multiples of 16, and all of them are known.
+bool IsType(uint32_t type)
 {
-    const auto value = Part(bytes, U16At(bytes, 20), U32At(bytes, 16));
+    constexpr uint32_t kLast = 0x100;
+    return type >= 0x10 && type <= kLast && type % 0x10 == 0;
+}
+
+// Whether the fixed fields, the name and what the attribute holds follow each other.
+bool AreInOrder(size_t headerBytes, size_t nameAt, size_t nameBytes, size_t contentsAt)
+{
+    const bool hasName = nameBytes > 0;
+    return contentsAt >= headerBytes &&
+           (!hasName || (nameAt >= headerBytes && nameAt + nameBytes <= contentsAt));
+}
+
+// These two complete an attribute by what follows the fields that all have. Nothing if it is
+// damaged. An attribute of data has no room for more than its value: if it seems so, the length of
+// the value is wrong.
+std::optional<NtfsAttribute> WithValue(NtfsAttribute attribute, ByteView bytes, size_t valueAt)
+{
+    constexpr size_t kAlignment = 8;
+    const auto value = Part(bytes, valueAt, U32At(bytes, 16));
     if (!value)
+        return std::nullopt;
+    const size_t unused = bytes.size - valueAt - value->size;
+    if (attribute.type == NtfsType::kData && unused >= kAlignment)
         return std::nullopt;
     attribute.isResident = true;
     attribute.value = *value;
@@ -41,17 +64,16 @@ std::optional<NtfsAttribute> WithValue(NtfsAttribute attribute, ByteView bytes)
     return attribute;
 }
 
-std::optional<NtfsAttribute> WithRuns(NtfsAttribute attribute, ByteView bytes)
+std::optional<NtfsAttribute> WithRuns(NtfsAttribute attribute, ByteView bytes, size_t runsAt)
 {
     ByteReader reader(bytes, 16);
     attribute.firstCluster = reader.U64();
-    reader.Skip(8);  // the last cluster
-    const size_t runsAt = reader.U16();
+    reader.Skip(8 + 2);  // the last cluster, where the runs are
     attribute.compressionShift = reader.U16();
     reader.Skip(4 + 8);  // the allocated size among them
     attribute.size = reader.U64();
     attribute.initialised = reader.U64();
-    if (!reader.Good() || runsAt < kRunsBytes || runsAt > bytes.size)
+    if (!reader.Good() || runsAt > bytes.size)
         return std::nullopt;
     attribute.value = bytes.From(runsAt);
     return attribute;
@@ -128,15 +150,29 @@ size_t NtfsRecord::LengthAt(size_t offset) const
     return length >= kResidentBytes && length <= attribute.size ? length : 0;
 }
 
+// The used part of a record ends with the mark, which is padded.
+bool NtfsRecord::IsEndAt(size_t offset) const
+{
+    constexpr size_t kMarkBytes = 4;
+    constexpr size_t kMostBytes = 16;
+    const size_t used = U32At(_bytes, kUsedBytesAt);
+    return U32At(_bytes, offset) == kEnd && used >= offset + kMarkBytes &&
+           used <= offset + kMostBytes;
+}
+
 bool NtfsRecord::IsWhole() const
 {
     size_t offset = FirstOffset();
+    uint32_t last = 0;
     while (const size_t length = LengthAt(offset)) {
-        if (!AttributeAt(offset, length))
+        const uint32_t type = U32At(_bytes, offset);
+        const auto attribute = AttributeAt(offset, length);
+        if (!attribute || attribute->firstCluster != 0 || !IsType(type) || type < last)
             return false;
+        last = type;
         offset += length;
     }
-    return U32At(_bytes, offset) == kEnd;
+    return IsEndAt(offset);
 }
 
 std::optional<NtfsAttribute> NtfsRecord::Find(NtfsType type, std::u16string_view name,
@@ -174,14 +210,19 @@ std::optional<NtfsAttribute> NtfsRecord::AttributeAt(size_t offset, size_t lengt
     NtfsAttribute attribute;
     attribute.type = static_cast<NtfsType>(reader.U32());
     reader.Skip(4);  // the length
-    const bool hasValue = reader.U8() == 0;
+    const uint8_t form = reader.U8();
+    const bool hasValue = form == kResident;
     const size_t nameBytes = size_t{2} * reader.U8();
-    const auto name = Part(bytes, reader.U16(), nameBytes);
+    const size_t nameAt = reader.U16();
     attribute.flags = reader.U16();
-    if (!name)
+    const size_t contentsAt = U16At(bytes, hasValue ? 20 : 32);
+    const auto name = Part(bytes, nameAt, nameBytes);
+    if (form > kInRuns || !name ||
+        !AreInOrder(hasValue ? kResidentBytes : kRunsBytes, nameAt, nameBytes, contentsAt))
         return std::nullopt;
     attribute.name = *name;
-    return hasValue ? WithValue(attribute, bytes) : WithRuns(attribute, bytes);
+    return hasValue ? WithValue(attribute, bytes, contentsAt)
+                    : WithRuns(attribute, bytes, contentsAt);
 }
 
 }  // namespace vx

@@ -2,6 +2,8 @@
 //
 // Every number is checked before it is used: the record ends at an attribute that does not lie
 // inside. Threads: unchanging; a view borrows the record.
+// Source of the layouts: the documentation of the Linux-NTFS project, "NTFS Documentation", "File
+// Record" and "Attribute Header".
 #pragma once
 
 #include "ByteView.h"
@@ -72,7 +74,8 @@ public:
     // The record that this one continues; 0 for one that stands for itself.
     NtfsReference Base() const;
 
-    // Whether every attribute can be read, up to the mark after the last one.
+    // Whether every attribute can be read, up to the mark after the last one, and none seems to be
+    // lost. For a record without a list of attributes, in which every attribute is whole.
     bool IsWhole() const;
     // The attribute of this type and name whose first cluster is the given one, after as many
     // others of them as are to be passed over.
@@ -86,6 +89,7 @@ private:
     explicit NtfsRecord(std::vector<uint8_t> bytes);
     size_t FirstOffset() const;
     size_t LengthAt(size_t offset) const;
+    bool IsEndAt(size_t offset) const;
     std::optional<NtfsAttribute> AttributeAt(size_t offset, size_t length) const;
 
     std::vector<uint8_t> _bytes;
