@@ -24,6 +24,8 @@ constexpr size_t kValueSizeAt = 16;
 constexpr size_t kValueAt = 20;
 constexpr size_t kFirstClusterAt = 16;
 constexpr size_t kRunsAt = 32;
+constexpr size_t kSizeAt = 48;
+constexpr size_t kInitialisedAt = 56;
 
 struct Change {
     size_t at;  // in the attribute
@@ -40,9 +42,10 @@ protected:
         ntfs.PutBytes(kFree, contents);
     }
 
-    Bytes InRuns() const
+    Bytes InRuns(uint16_t flags = 0, uint16_t compressionShift = 0) const
     {
-        return NtfsWriter::InRuns({NtfsType::kData, {}, 0, contents.size(), {{kFree, 6}}});
+        return NtfsWriter::InRuns(
+            {NtfsType::kData, {}, 0, contents.size(), {{kFree, 6}}, flags, compressionShift});
     }
 
     // The file with this attribute and, after it, what else is given.
@@ -66,6 +69,22 @@ protected:
         EXPECT_FALSE(Opens(Open(), u"/f")) << change.at << ": " << change.value;
         EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged)
             << change.at << ": " << change.value;
+    }
+
+    // The bytes that read, cluster by cluster, up to the first error; all of them are checked.
+    uint64_t BytesThatRead()
+    {
+        const VolumeHandle file = OpenForReading(*volume, u"/f");
+        uint64_t read = 0;
+        uint32_t done = kClusterBytes;
+        while (file != nullptr && done == kClusterBytes) {
+            std::string bytes(kClusterBytes, '?');
+            volume->ReadFile(file, bytes.data(), kClusterBytes, &done);
+            EXPECT_EQ(bytes.substr(0, done), contents.substr(read, done)) << read;
+            read += done;
+        }
+        volume->CloseHandle(file);
+        return read;
     }
 
     const std::string contents = NoiseBytes(6 * kClusterBytes, 7);
@@ -129,6 +148,36 @@ TEST_F(NtfsDamagedAttributes, WithAValueThatDoesNotFillThemDoNotOpen)
     const Bytes data = NtfsWriter::Data(contents.substr(0, 513));
     for (const uint64_t size : {0, 1, 505, 512})
         ExpectDamaged(data, {kValueSizeAt, size, 4});
+}
+
+TEST_F(NtfsDamagedAttributes, ThatAreLongerThanTheirRunsReadAsFarAsTheyWereWritten)
+{
+    Put(InRuns(), {{kSizeAt, contents.size() + 5000, 8}});
+    Open();
+    EXPECT_EQ(BytesThatRead(), contents.size());
+    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged);
+    const uint64_t written = 2 * kClusterBytes + 100;
+    Put(InRuns(), {{kSizeAt, contents.size() + 5000, 8}, {kInitialisedAt, written, 8}});
+    Open();
+    EXPECT_EQ(BytesThatRead(), written);
+    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged);
+}
+
+TEST_F(NtfsDamagedAttributes, ThatAreLongerThanTheirRunsReadTheirWholeUnits)
+{
+    Put(InRuns(1, 1), {{kSizeAt, contents.size() + 5000, 8}});
+    Open();
+    EXPECT_EQ(BytesThatRead(), contents.size());
+    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged);
+}
+
+TEST_F(NtfsDamagedAttributes, OfWhichNothingWasWrittenNeedRunsToo)
+{
+    Bytes none = InRuns();
+    none.at(64) = 0;  // the first run
+    Put(none, {{kInitialisedAt, 0, 8}});
+    EXPECT_FALSE(Opens(Open(), u"/f"));
+    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged);
 }
 
 // A part of the record is lost that a sound file need not have.

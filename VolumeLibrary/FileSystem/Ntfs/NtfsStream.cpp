@@ -55,17 +55,35 @@ NtfsFound NothingFound(NtfsStream *stream)
     return NtfsFound::kDamaged;
 }
 
-// Runs that end before the data does are what is left of a damaged list.
+// Of a file that says it is longer than its runs: what was written reads, and the rest is unknown,
+// since one of its sizes is wrong.
+void RemoveUnwritten(FileExtents *extents)
+{
+    std::vector<FileRun> written;
+    for (FileRun run : extents->runs) {
+        const uint64_t end = std::max(extents->initialised, run.position);
+        run.length = std::min(run.length, end - run.position);
+        if (run.length > 0)
+            written.push_back(run);
+    }
+    extents->runs = std::move(written);
+    extents->initialised = extents->size;
+}
+
+// Runs that end before the file does are what is left of a damaged list, or the size is damaged:
+// holes and what was never written have runs, too.
 NtfsFound Checked(NtfsStream *stream)
 {
-    const FileExtents &extents = stream->extents;
-    const uint64_t written = std::min(extents.initialised, extents.size);
-    if (stream->isResident || written == 0)
+    FileExtents &extents = stream->extents;
+    if (stream->isResident || extents.size == 0)
         return NtfsFound::kYes;
     if (extents.runs.empty())
         return NothingFound(stream);
-    if (!AreCovered(extents.runs, 0, written))
-        stream->NoteTrouble(VolumeObstacle::kDamaged);
+    if (AreCovered(extents.runs, 0, extents.size))
+        return NtfsFound::kYes;
+    stream->NoteTrouble(VolumeObstacle::kDamaged);
+    if (EndOf(extents.runs) < extents.size)
+        RemoveUnwritten(&extents);
     return NtfsFound::kYes;
 }
 
