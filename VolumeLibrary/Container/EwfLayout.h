@@ -80,7 +80,7 @@ private:
 
     EwfLayout _layout;
     uint32_t _files = 0;
-    Guid _set;                // that the files are of; from EnCase 5 on
+    Guid _set;                // that the files are of; older images name none
     uint32_t _fileOfSet = 0;  // the first that names it; 0: none so far
     size_t _sections = 0;
     bool _lacksTable = false;  // the previous table could not be used
