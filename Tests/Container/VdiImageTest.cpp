@@ -263,7 +263,7 @@ TEST_F(VdiImages, WhatIsInDoubtIsAddedToWhatIsNeverRead)
     ASSERT_EQ(both.withheld->size(), 2u);
     EXPECT_EQ(both.withheld->back().offset, 100u);
     EXPECT_EQ(both.withheld->back().length, 60u);
-    EXPECT_EQ(both.whyWithheld, limits.whyWithheld + ", or doubt");
+    EXPECT_EQ(both.whyWithheld, std::string(ReadingLimits::kMarkedByMap) + ", or doubt");
 }
 
 TEST_F(VdiImages, OnesThatAnotherProgramWroteReadAsTheirDisk)

@@ -7,7 +7,7 @@ namespace vx {
 CarefulSource::CarefulSource(std::shared_ptr<const ByteSource> source,
                              const std::vector<std::string> &files, ReadingLimits limits)
     : _below(std::move(source), files),
-      _whyWithheld(limits.whyWithheld),
+      _whyWithheld(limits.whyWithheld.empty() ? ReadingLimits::kMarkedByMap : limits.whyWithheld),
       _reader(_below, _below.source->Size(), std::move(limits))
 {
 }

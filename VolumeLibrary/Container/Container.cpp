@@ -158,7 +158,7 @@ ReadingLimits LimitsFor(const Container &container, ReadingLimits limits)
     std::string why = container.doubt;
     if (limits.withheld != nullptr) {
         ranges.insert(ranges.end(), limits.withheld->begin(), limits.withheld->end());
-        why = limits.whyWithheld + ", or " + why;
+        why = std::string(ReadingLimits::kMarkedByMap) + ", or " + why;
     }
     limits.withheld = std::make_shared<const ByteRanges>(JoinedRanges(std::move(ranges)));
     limits.whyWithheld = std::move(why);

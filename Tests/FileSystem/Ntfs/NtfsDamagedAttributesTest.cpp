@@ -203,13 +203,6 @@ TEST_F(NtfsDamagedAttributes, ThatFollowTheDataAreMissedToo)
     EXPECT_FALSE(StreamsOf(Open(), u"/f").areAll);
 }
 
-TEST_F(NtfsDamagedAttributes, OfAFolderThatLostItsMarkAreNotAnEmptyFile)
-{
-    ntfs.PutFile(kFile, {NtfsWriter::OwnName(u"f"), NtfsWriter::IndexRoot({NtfsWriter::Last()})});
-    EXPECT_FALSE(Opens(Open(), u"/f"));
-    EXPECT_EQ(ObstacleOf(*volume, u"/f"), VolumeObstacle::kDamaged);
-}
-
 TEST_F(NtfsDamagedAttributes, FailAnExportWhichNamesTheFile)
 {
     const TestImage image{};
