@@ -33,6 +33,8 @@ struct SourceListState;
 // Lists what is attached, and goes on listening for changes.
 - (void)begin:(vx::DiskListing *)disks;
 - (void)end;
+// What is attached is being looked for, or was when this ended and is not yet given up.
+- (BOOL)isListing;
 
 - (void)choosePath:(const std::string &)path;
 // What is chosen was opened: an image comes first in the list, a disk is not remembered.

@@ -130,6 +130,12 @@ struct SourceListState {
     _state->listing.Cancel();
 }
 
+- (BOOL)isListing
+{
+    AssertMainThread();
+    return _state->listing.IsRunning();
+}
+
 // One listing at a time: a disk or a server that does not answer holds up one thread, not one for
 // each disk that comes or goes meanwhile.
 - (void)list

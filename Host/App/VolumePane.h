@@ -68,6 +68,8 @@ struct VolumePaneState;
 
 - (void)begin:(vx::HostServices *)services;
 - (void)end;
+// A volume is being read, or was when this ended and is not yet given up.
+- (BOOL)isReading;
 
 // Reads what is there and offers what opens it.
 - (void)showPath:(const std::string &)path;

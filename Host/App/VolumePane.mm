@@ -188,6 +188,12 @@ void SetItems(NSPopUpButton *popUp, const std::vector<std::string> &titles, size
     [_stack layOut];
 }
 
+- (BOOL)isReading
+{
+    AssertMainThread();
+    return _state->reading.IsRunning();
+}
+
 - (void)showPath:(const std::string &)path
 {
     AssertMainThread();

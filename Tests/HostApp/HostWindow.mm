@@ -44,6 +44,9 @@ HostWindowTest::HostWindowTest(Services services)
 HostWindowTest::~HostWindowTest()
 {
     [delegate end];
+    // A thread that is not joined when the process ends is a leak.
+    EXPECT_TRUE(
+        RunUntil([this] { return ![[delegate sourceList] isListing] && ![Pane() isReading]; }));
     // Closing the last window would end the process.
     [NSApp setDelegate:nil];
     [[[delegate damageWindow] window] close];
