@@ -33,7 +33,7 @@ struct SourceListState;
 // Lists what is attached, and goes on listening for changes.
 - (void)begin:(vx::DiskListing *)disks;
 - (void)end;
-// What is attached is being looked for, or was when this ended and is not yet given up.
+// Whether a thread looks for disks. It may go on for a while after the end.
 - (BOOL)isListing;
 
 - (void)choosePath:(const std::string &)path;

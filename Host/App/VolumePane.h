@@ -68,7 +68,7 @@ struct VolumePaneState;
 
 - (void)begin:(vx::HostServices *)services;
 - (void)end;
-// A volume is being read, or was when this ended and is not yet given up.
+// Whether a thread reads a volume. It may go on for a while after the end.
 - (BOOL)isReading;
 
 // Reads what is there and offers what opens it.
